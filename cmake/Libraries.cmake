@@ -1,0 +1,43 @@
+# The two shared libraries, and a static one of each for tests that reach inside.
+
+set(TOOLBOX_ROOMS toolbox_memory toolbox_corefoundation toolbox_text toolbox_files toolbox_system toolbox_movies)
+set(LIBRARY_ROOMS aac2wav_foundation aac2wav_strings aac2wav_converter)
+
+set(toolbox_objects)
+foreach(room IN LISTS TOOLBOX_ROOMS)
+    list(APPEND toolbox_objects $<TARGET_OBJECTS:${room}>)
+endforeach()
+set(library_objects)
+foreach(room IN LISTS LIBRARY_ROOMS)
+    list(APPEND library_objects $<TARGET_OBJECTS:${room}>)
+endforeach()
+
+add_library(toolbox SHARED ${toolbox_objects})
+add_library(mirtal::toolbox ALIAS toolbox)
+set_target_properties(toolbox PROPERTIES OUTPUT_NAME mirtal_toolbox SOVERSION 1 VERSION ${PROJECT_VERSION}
+    EXPORT_NAME toolbox INSTALL_RPATH "$ORIGIN")
+target_include_directories(toolbox INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/mirtal>)
+target_link_libraries(toolbox PRIVATE mirtal_settings ${TOOLBOX_LIBRARIES})
+target_compile_features(toolbox INTERFACE cxx_std_17)
+
+add_library(aac2wav_library SHARED ${library_objects})
+add_library(mirtal::aac2wav ALIAS aac2wav_library)
+# The name that System.loadLibrary("com_mirtal_AAC2WAV") looks for: no version in it.
+set_target_properties(aac2wav_library PROPERTIES OUTPUT_NAME com_mirtal_AAC2WAV EXPORT_NAME aac2wav
+    BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
+foreach(room foundation strings converter)
+    target_include_directories(aac2wav_library INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/${room}/include>)
+endforeach()
+target_include_directories(aac2wav_library INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/mirtal>)
+target_link_libraries(aac2wav_library PUBLIC toolbox PRIVATE mirtal_settings)
+target_compile_features(aac2wav_library INTERFACE cxx_std_17)
+
+if(MIRTAL_BUILD_TESTS OR MIRTAL_BUILD_FUZZERS OR MIRTAL_BUILD_BENCHMARKS)
+    add_library(toolbox_inside STATIC EXCLUDE_FROM_ALL ${toolbox_objects})
+    target_link_libraries(toolbox_inside PUBLIC mirtal_settings toolbox_headers ${TOOLBOX_LIBRARIES})
+    target_include_directories(toolbox_inside PUBLIC ${PROJECT_SOURCE_DIR}/platform)
+    add_library(aac2wav_inside STATIC EXCLUDE_FROM_ALL ${library_objects})
+    target_link_libraries(aac2wav_inside PUBLIC mirtal_settings toolbox_headers aac2wav_foundation_headers
+        aac2wav_strings_headers aac2wav_converter_headers)
+endif()

@@ -1,0 +1,49 @@
+// One movie opened for conversion: its sound rendered a segment at a time into little-endian 16-bit stereo.
+// This is the engine's common ground: the push conversions, the pull reader and the command line stand on it.
+// Belongs to one thread at a time; two exporters are independent.
+#pragma once
+
+#include <foundation/MirtalExport.h>
+#include <toolbox/Movies.h>
+
+class MIRTAL_EXPORT SegmentExporter {
+  public:
+    // Samples in the export handle or the silence buffer: good until the next Export.
+    struct Segment {
+        void* data;
+        SInt32 byteCount;
+        SInt32 frameCount;  // how far the export has come: may be 0, or more or less than asked for
+        bool isSilence;     // nothing was rendered; the silence buffer stands in
+    };
+
+    // Throws LException: "nilP" when the movie, the exporter or a buffer cannot be had, else the failing call's status.
+    explicit SegmentExporter(char const* inPath);
+    ~SegmentExporter();
+    SegmentExporter(SegmentExporter const&) = delete;
+    SegmentExporter& operator=(SegmentExporter const&) = delete;
+
+    Movie GetMovie() const { return mMovie; }                      // borrowed
+    SInt32 SampleRate() const { return mRate; }                    // frames per second
+    SInt32 SegmentFrames() const { return mSegmentFrames; }        // one second
+    void* Silence() const { return mSilence; }                     // SilenceByteCount() zero bytes
+    SInt32 SilenceByteCount() const { return mRate * 4; }
+
+    // The export handle is made by the caller's choice of moment, as the release order has it last.
+    void MakeExportHandle();
+
+    // Renders inFrameCount frames (> 0) from inFirstFrame on. Throws LException with the exporter's status, or -50 when
+    // the block is no sound resource of the expected form.
+    Segment Export(SInt64 inFirstFrame, SInt32 inFrameCount);
+
+  private:
+    void Prepare(char const* inPath);
+    void Release();
+
+    Movie mMovie = nullptr;
+    Ptr mSilence = nullptr;
+    MovieExportComponent mExporter = nullptr;
+    Handle mDescription = nullptr;
+    Handle mExportHandle = nullptr;
+    SInt32 mRate = 0;
+    SInt32 mSegmentFrames = 0;
+};

@@ -1,0 +1,43 @@
+// Core Foundation objects: reference-counted, created with one count that the creator owns.
+// Names tell ownership: what a function with Create or Copy in its name returns, the caller releases; what a
+// function with Get returns is borrowed. Counts are atomic, so an object may be retained and released on any
+// thread; reading an immutable object needs no lock.
+#pragma once
+
+#include <toolbox/MacTypes.h>
+#include <toolbox/ToolboxExport.h>
+
+TOOLBOX_EXTERN_C_BEGIN
+
+typedef const void* CFTypeRef;
+typedef unsigned long CFTypeID;
+typedef unsigned long CFOptionFlags;
+typedef long CFIndex;  // a count or position; never negative where it is a result, but for kCFNotFound
+enum { kCFNotFound = -1 };
+
+typedef SInt32 CFComparisonResult;
+enum { kCFCompareLessThan = -1, kCFCompareEqualTo = 0, kCFCompareGreaterThan = 1 };
+
+typedef struct CFRange {
+    CFIndex location;
+    CFIndex length;
+} CFRange;
+
+static inline CFRange CFRangeMake(CFIndex inLocation, CFIndex inLength) {
+    CFRange range = {inLocation, inLength};
+    return range;
+}
+
+// Only the default allocator exists; null stands for it too.
+typedef const struct OpaqueCFAllocator* CFAllocatorRef;
+#define kCFAllocatorDefault ((CFAllocatorRef)0)
+
+// Adds a count and returns its argument, which must not be null.
+TOOLBOX_EXPORT CFTypeRef CFRetain(CFTypeRef inObject);
+// Takes one count away; the last destroys the object. The argument must not be null.
+TOOLBOX_EXPORT void CFRelease(CFTypeRef inObject);
+// The present count. A constant string is never destroyed and answers a count that does not change.
+TOOLBOX_EXPORT CFIndex CFGetRetainCount(CFTypeRef inObject);
+TOOLBOX_EXPORT CFTypeID CFGetTypeID(CFTypeRef inObject);
+
+TOOLBOX_EXTERN_C_END

@@ -1,0 +1,13 @@
+// Fixed-point arithmetic.
+#pragma once
+
+#include <toolbox/MacTypes.h>
+#include <toolbox/ToolboxExport.h>
+
+TOOLBOX_EXTERN_C_BEGIN
+
+// inNumerator / inDenominator as 16.16, rounded to nearest. A zero denominator, or a quotient that does not fit,
+// gives the largest or smallest Fixed by the sign of the numerator.
+TOOLBOX_EXPORT Fixed FixRatio(SInt16 inNumerator, SInt16 inDenominator);
+
+TOOLBOX_EXTERN_C_END

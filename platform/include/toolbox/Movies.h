@@ -1,0 +1,83 @@
+// The movie toolbox: movies of tracks of media, opened from files, and their sound exported.
+//
+// Any file that a movie importer can read opens as a movie: MPEG-4 and QuickTime files, raw AAC, and what the
+// general importer reads. A movie is used by one thread at a time; movies on different threads are independent.
+// Times are in the movie's own time scale, units per second.
+#pragma once
+
+#include <toolbox/Components.h>
+#include <toolbox/MacMemory.h>
+#include <toolbox/MacTypes.h>
+#include <toolbox/ToolboxExport.h>
+
+TOOLBOX_EXTERN_C_BEGIN
+
+typedef struct OpaqueMovie* Movie;
+typedef struct OpaqueTrack* Track;  // borrowed from its movie
+typedef struct OpaqueMedia* Media;  // borrowed from its track
+typedef struct OpaqueMediaHandler* MediaHandler;
+typedef SInt32 TimeValue;  // units of a time scale
+typedef SInt32 TimeScale;  // units per second
+typedef ComponentInstance MovieExportComponent;
+
+#ifdef __cplusplus
+constexpr OSType SoundMediaType = FourChars("soun");
+constexpr OSType VideoMediaType = FourChars("vide");
+constexpr OSType rAliasType = FourChars("alis");
+#endif
+
+enum {
+    newMovieActive = 1,
+    newMovieDontResolveDataRefs = 2,
+    newMovieDontAskUnresolvedDataRefs = 4
+};
+
+// Counted: each EnterMovies is balanced by one ExitMovies. Opening a movie works without.
+TOOLBOX_EXPORT OSErr EnterMovies(void);
+TOOLBOX_EXPORT void ExitMovies(void);
+
+// Opens what the data reference names. The only data reference type known is "alis", an alias record.
+//   outMovie   null on failure; else the caller disposes of it
+//   ioResID    set to 0; may be null
+// cantFindHandler when no importer reads the file, couldNotResolveDataRef when the alias names nothing, invalidMovie
+// when the file is of a known kind but damaged beyond reading, memFullErr, or a file status.
+TOOLBOX_EXPORT OSErr NewMovieFromDataRef(Movie* outMovie, SInt16 inFlags, SInt16* ioResID, Handle inDataRef,
+                                         OSType inDataRefType);
+TOOLBOX_EXPORT void DisposeMovie(Movie inMovie);
+
+// The presented length of the longest track, in the movie's time scale, rounded to nearest. Pinned at the largest
+// TimeValue.
+TOOLBOX_EXPORT TimeValue GetMovieDuration(Movie inMovie);
+TOOLBOX_EXPORT TimeScale GetMovieTimeScale(Movie inMovie);
+// Ignored unless inTimeScale > 0.
+TOOLBOX_EXPORT void SetMovieTimeScale(Movie inMovie, TimeScale inTimeScale);
+
+// Tracks of sound and picture in file order, index from 1. Chapters, cover pictures and time codes are none.
+TOOLBOX_EXPORT SInt32 GetMovieTrackCount(Movie inMovie);
+TOOLBOX_EXPORT Track GetMovieIndTrack(Movie inMovie, SInt32 inIndex);
+TOOLBOX_EXPORT Media GetTrackMedia(Track inTrack);
+TOOLBOX_EXPORT MediaHandler GetMediaHandler(Media inMedia);
+// outMediaType, outCreatorName and outCreatorManufacturer may be null.
+TOOLBOX_EXPORT void GetMediaHandlerDescription(Media inMedia, OSType* outMediaType, StringPtr outCreatorName,
+                                               OSType* outCreatorManufacturer);
+
+// Sample descriptions, index from 1. Those of sound are 36 bytes, big-endian (SoundDescription). The rate is that of
+// the decoded sound, halved until it fits 16 bits.
+TOOLBOX_EXPORT SInt32 GetMediaSampleDescriptionCount(Media inMedia);
+TOOLBOX_EXPORT void GetMediaSampleDescription(Media inMedia, SInt32 inIndex, Handle ioDescription);
+
+// The sound exporter ("spit", "snd "): 16-bit signed big-endian stereo ("twos") at the description's rate.
+// paramErr for a media type other than "soun" or a null description, badFormat for another output format.
+TOOLBOX_EXPORT ComponentResult MovieExportSetSampleDescription(MovieExportComponent inExporter, Handle inDescription,
+                                                               OSType inMediaType);
+// Renders inDuration units from inStart, in the movie's time scale, into ioHandle as a sound resource of format 1 with
+// one buffer command: 84 bytes of header, then the frames. Fewer frames at the end of the sound, none where there is
+// no sound. A packet that cannot be read or decoded becomes silence of its own length.
+//   ioHandle  resized; must not be locked
+//   inTrack   null: the movie's first sound track
+// The same frames have the same bytes however they are asked for.
+// noCodecErr when the sound's decoder is missing, badFormat when the sound is encrypted, memFullErr, paramErr.
+TOOLBOX_EXPORT ComponentResult MovieExportToHandle(MovieExportComponent inExporter, Handle ioHandle, Movie inMovie,
+                                                   Track inTrack, TimeValue inStart, TimeValue inDuration);
+
+TOOLBOX_EXTERN_C_END

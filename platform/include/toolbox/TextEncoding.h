@@ -1,0 +1,26 @@
+// The encodings of byte strings, and the best fit of a Unicode string to one.
+#pragma once
+
+#include <toolbox/CFString.h>
+#include <toolbox/MacTypes.h>
+#include <toolbox/ToolboxExport.h>
+
+TOOLBOX_EXTERN_C_BEGIN
+
+// The encoding in which the running application keeps byte strings.
+TOOLBOX_EXPORT TextEncoding GetApplicationTextEncoding(void);
+
+// Puts the text of inString, in the encoding that fits it best, into outText (no terminator): the application's
+// encoding first, then the Mac encodings.
+//   inTextMaxLength  bytes that outText holds
+//   outTextLength    bytes written
+//   outEncoding      the encoding chosen
+// Fails, writing no length, when no encoding holds the whole text or it does not fit.
+TOOLBOX_EXPORT OSStatus GetTextAndEncodingFromCFString(CFStringRef inString, UInt8* outText,
+                                                       ByteCount inTextMaxLength, ByteCount* outTextLength,
+                                                       TextEncoding* outEncoding);
+
+// C string to Pascal string, cut at 255 bytes; the two may be the same memory.
+TOOLBOX_EXPORT void c2pstrcpy(StringPtr outPascal, const char* inText);
+
+TOOLBOX_EXTERN_C_END
