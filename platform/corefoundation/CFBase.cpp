@@ -1,0 +1,1 @@
+#include <toolbox/MacTypes.h>
