@@ -1,0 +1,46 @@
+# Shared by the scripts beside it: what the build needs, and how to get it. Messages go to standard error, because
+# standard output may be a WAV stream.
+
+ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# What the libraries and the command line are built with.
+BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libavcodec-dev libavformat-dev libicu-dev libcli11-dev
+    nlohmann-json3-dev)
+# What the tests need beyond that. The second line is for the 32-bit big-endian run.
+TEST_PACKAGES=(libgtest-dev libgmock-dev libbenchmark-dev ffmpeg python3 mandoc
+    g++-powerpc-linux-gnu qemu-user)
+
+say() { printf '%s\n' "$*" >&2; }
+
+die() {
+    say "$(basename "$0"): $*"
+    exit 1
+}
+
+# Installs those of the named Debian packages that are missing.
+ensure_packages() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query --show --showformat='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    command -v apt-get >/dev/null || die "these packages are missing, and there is no apt-get: ${missing[*]}"
+    [ "$(id -u)" = 0 ] || die "these packages are missing; as root, run: apt-get install ${missing[*]}"
+    say "Installing ${missing[*]}"
+    apt-get update -qq >&2 || die "apt-get update failed"
+    DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2 ||
+        die "apt-get install failed"
+}
+
+# run_quietly LABEL LOG COMMAND...: one line when it works, the log when it does not.
+run_quietly() {
+    local label=$1 log=$2
+    shift 2
+    say "$label"
+    mkdir -p "$(dirname "$log")"
+    if ! "$@" >"$log" 2>&1; then
+        tail -n 60 "$log" >&2
+        die "that failed; the whole log is $log"
+    fi
+}
