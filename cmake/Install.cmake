@@ -15,6 +15,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/mirtalConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/mirtalConfig.cmake ${PROJECT_BINARY_DIR}/mirtalConfigVersion.cmake
     DESTINATION ${MIRTAL_PACKAGE_DIR})
 
+# The prefix is found from where the file lies, so that an installed tree can be moved.
+file(RELATIVE_PATH MIRTAL_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/mirtal-toolbox.pc.in mirtal-toolbox.pc @ONLY)
 configure_file(cmake/mirtal-aac2wav.pc.in mirtal-aac2wav.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/mirtal-toolbox.pc ${PROJECT_BINARY_DIR}/mirtal-aac2wav.pc

@@ -1,0 +1,67 @@
+#!/usr/bin/env python3
+"""What the two libraries export: all that their public headers declare, and nothing else.
+
+Usage: exported_symbols.py ROOT TOOLBOX_LIBRARY AAC2WAV_LIBRARY
+"""
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+ROOT, TOOLBOX, LIBRARY = Path(sys.argv[1]), sys.argv[2], sys.argv[3]
+
+# What compilers and their instrumentation export from any shared library.
+ALWAYS = re.compile(r"^(_init|_fini|__bss_start|_edata|_end|__asan\w*|__odr_asan\w*|__sancov\w*|__gcov\w*|__llvm\w*)$"
+                    r"|^(std::|typeinfo|vtable|guard variable for std|operator (new|delete)|__gnu_cxx)")
+
+
+def exported(library):
+    output = subprocess.run(["nm", "-D", "--defined-only", "-C", library], capture_output=True, text=True,
+                            check=True).stdout
+    names = {line.split(None, 2)[2] for line in output.splitlines() if len(line.split(None, 2)) == 3}
+    return {name for name in names if not ALWAYS.search(name)}
+
+
+def declared(folder, marker):
+    """Names that a marked declaration introduces: functions, objects, classes."""
+    functions, classes = set(), set()
+    for header in sorted(folder.rglob("*.h")):
+        text = re.sub(r"//[^\n]*", "", header.read_text())
+        classes.update(re.findall(r"(?:class|struct)\s+" + marker + r"\s+(\w+)", text))
+        # Up to the parenthesis or semicolon, the last word before it is the name.
+        for tail in re.findall(r"(?<!define )" + marker + r"\s+(?!class|struct)([^;{]*)", text):
+            match = re.match(r"(?:extern\s+\"C\"\s+)?[\w\s:*&<>,\"]*?[\s*&](operator\s*[^\s(]+|\w+)\s*(?:\(|$)", " " + tail)
+            if match:
+                functions.add(match.group(1).replace("operator ", "operator"))
+    return functions, classes
+
+
+def base_name(name):
+    name = re.sub(r"\(.*", "", name).replace("[abi:cxx11]", "")
+    return re.sub(r"^.*(?:\s|\))(?=\S+$)", "", name) if not name.startswith("operator") else name
+
+
+def check(label, library, folders, marker):
+    functions, classes = set(), set()
+    for folder in folders:
+        some_functions, some_classes = declared(ROOT / folder, marker)
+        functions |= some_functions
+        classes |= some_classes
+    names = exported(library)
+    shown = {base_name(name) for name in names}
+    problems = [f"{label}: {name} is declared for export and is not there" for name in sorted(functions - shown)]
+    for name in sorted(names):
+        base = base_name(name)
+        if base not in functions and base.split("::")[0] not in classes:
+            problems.append(f"{label}: {name} is exported and no public header declares it")
+    if not functions:
+        problems.append(f"{label}: no declaration found at all")
+    print(f"{label}: {len(names)} exported, {len(functions)} functions and {len(classes)} classes declared")
+    return problems
+
+
+found = check("toolbox", TOOLBOX, ["platform/include"], "TOOLBOX_EXPORT")
+rooms = [f"{room}/include" for room in ("foundation", "strings", "converter") if (ROOT / room / "include").is_dir()]
+found += check("aac2wav", LIBRARY, rooms, "MIRTAL_EXPORT")
+print("\n".join(found))
+sys.exit(1 if found else 0)
