@@ -7,8 +7,10 @@
 
 namespace toolbox::files {
 
-// An open descriptor for reading (close-on-exec) that the caller closes; -1 with a File Manager status on failure.
-// outPath: the item's path at this moment, for messages.
+// An open descriptor for reading (close-on-exec) that the caller closes; -1 with a File Manager status on
+// failure. outPath: the item's path at this moment, for messages; empty when it cannot be found. Only a file
+// is opened: notAFileErr for a folder; errFSForkNotFound for a pipe, socket or device, which has no data fork
+// and is left untouched. May throw std::bad_alloc, with nothing left open.
 OSStatus OpenForReading(const FSRef& inItem, int& outDescriptor, std::string& outPath);
 
 }  // namespace toolbox::files

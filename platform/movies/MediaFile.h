@@ -1,5 +1,6 @@
 // An open media file: random reads by position, shared by the movie and every reader of its packets.
-// Reading is safe on several threads at once.
+// Reading is safe on several threads at once. The file's end is where it was at opening: a file that grows
+// meanwhile keeps its first length, one that is cut short ends earlier.
 #pragma once
 
 #include <toolbox/Files.h>
@@ -13,20 +14,24 @@ namespace toolbox::movies {
 
 class MediaFile {
   public:
-    // Takes the item's open file; see files/FileAccess.h. A status of the File Manager on failure.
+    // outFile is null on failure: a status as files::OpenForReading answers, or memFullErr. Never throws.
     static OSStatus Open(const FSRef& inItem, std::shared_ptr<const MediaFile>& outFile);
 
-    MediaFile(int inDescriptor, std::int64_t inSizeBytes, std::string inPath);
+    // Takes over inDescriptor, which it closes.
+    MediaFile(int inDescriptor, std::int64_t inSizeBytes, std::string inPath) noexcept;
     ~MediaFile();
     MediaFile(const MediaFile&) = delete;
     MediaFile& operator=(const MediaFile&) = delete;
 
     std::int64_t SizeBytes() const { return mSizeBytes; }
+    // Where the file was at opening, for messages.
     const std::string& Path() const { return mPath; }
 
-    // Reads up to inByteCount bytes at inOffset. *outRead tells how many there were: fewer only at the end of the
-    // file. ioErr when the device fails.
-    OSStatus ReadAt(std::int64_t inOffset, void* outBytes, std::size_t inByteCount, std::size_t* outRead) const;
+    // Reads up to inByteCount bytes at inOffset. *outRead tells how many there were, also on failure: fewer
+    // with noErr only at the end of the file. ioErr when the device fails, paramErr (nothing read) for a
+    // negative offset.
+    OSStatus ReadAt(std::int64_t inOffset, void* outBytes, std::size_t inByteCount,
+                    std::size_t* outRead) const;
 
   private:
     int mDescriptor;

@@ -12,7 +12,9 @@ enum {
     eofErr = -39,              // the file ends before the bytes asked for
     tmfoErr = -42,             // too many open files
     fnfErr = -43,              // no such file or folder
+    wPrErr = -44,              // the volume is read only
     fBsyErr = -47,             // the file is in use
+    dupFNErr = -48,            // the name is taken
     paramErr = -50,            // a bad argument, or data of an unexpected form
     permErr = -54,             // the permissions forbid it
     wrPermErr = -61,           // read only
@@ -23,9 +25,13 @@ enum {
     memPurErr = -112,          // the block is locked and cannot be emptied
     memLockedErr = -117,       // the block is locked and cannot move
     dirNFErr = -120,           // no such folder on the way to the item
+    notAFileErr = -1302,       // a file was needed, and this is a folder
+    diffVolErr = -1303,        // the items are on different volumes
     afpAccessDenied = -5000,   // the user may not do it
     errFSBadFSRef = -1401,     // the reference names no item that can still be found
     errFSNotAFolder = -1407,   // a folder was needed
+    errFSForkNotFound = -1409, // the item has no such fork; a pipe, socket or device has none
+    pathTooLongErr = -2110,    // the path does not fit in the room for it
     couldNotResolveDataRef = -2000,
     badImageDescription = -2001,
     badPublicMovieAtom = -2002,

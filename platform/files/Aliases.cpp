@@ -1,0 +1,98 @@
+#include <toolbox/Aliases.h>
+#include <toolbox/MacMemory.h>
+
+#include "AliasRecord.h"
+#include "Catalogue.h"
+
+#include <cstring>
+#include <new>
+
+using namespace toolbox::files;
+
+namespace {
+
+OSStatus MakeAlias(const FSRef& inTarget, AliasHandle* outAlias) {
+    FoundItem item;
+    OSStatus status = FindByRef(inTarget, item);
+    if (status != noErr) return status;
+    std::vector<UInt8> record;
+    status = EncodeAlias({0, item.status, item.path}, record);
+    if (status != noErr) return status;
+    Handle handle = nullptr;
+    status = PtrToHand(record.data(), &handle, static_cast<Size>(record.size()));
+    if (status == noErr) *outAlias = reinterpret_cast<AliasHandle>(handle);
+    return status;
+}
+
+// Looks where the item was, then for something like it there, then for the item in other places.
+OSStatus FindTarget(const AliasContents& inAlias, FoundItem& outItem) {
+    const OSStatus pathStatus = FindByPath(inAlias.path.c_str(), outItem);
+    if (pathStatus == noErr && outItem.status.kind == inAlias.target.kind) return noErr;
+    if (pathStatus == noErr && outItem.status.identity.IsSameItem(inAlias.target.identity)) return noErr;
+
+    if (FindByIdentity(inAlias.target.identity, outItem) == noErr) return noErr;
+    const std::size_t slash = inAlias.path.rfind('/');
+    FoundItem renamed;
+    if (FindInFolder(inAlias.path.substr(0, slash + 1), inAlias.target.identity, renamed) == noErr) {
+        return FindByPath(renamed.path.c_str(), outItem);
+    }
+    return pathStatus == noErr || pathStatus == dirNFErr ? static_cast<OSStatus>(fnfErr) : pathStatus;
+}
+
+// Puts a new record in the place of the first inOldBytes of the handle.
+bool ReplaceRecord(Handle ioAlias, std::size_t inOldBytes, const std::vector<UInt8>& inRecord) {
+    const std::size_t oldSize = static_cast<std::size_t>(GetHandleSize(ioAlias));
+    const std::size_t newSize = oldSize - inOldBytes + inRecord.size();
+    if (newSize > oldSize) {
+        SetHandleSize(ioAlias, static_cast<Size>(newSize));
+        if (MemError() != noErr) return false;
+    }
+    std::memmove(*ioAlias + inRecord.size(), *ioAlias + inOldBytes, oldSize - inOldBytes);
+    std::memcpy(*ioAlias, inRecord.data(), inRecord.size());
+    if (newSize < oldSize) SetHandleSize(ioAlias, static_cast<Size>(newSize));
+    return true;
+}
+
+OSStatus ResolveAlias(Handle ioAlias, FSRef* outTarget, Boolean* outWasChanged) {
+    AliasContents alias;
+    std::size_t recordBytes = 0;
+    const Size handleBytes = GetHandleSize(ioAlias);
+    if (handleBytes <= 0) return paramErr;
+    OSStatus status = DecodeAlias(reinterpret_cast<const UInt8*>(*ioAlias),
+                                  static_cast<std::size_t>(handleBytes), alias, recordBytes);
+    if (status != noErr) return status;
+    FoundItem item;
+    status = FindTarget(alias, item);
+    if (status != noErr) return status;
+
+    if (item.path != alias.path || !item.status.identity.IsSameItem(alias.target.identity)) {
+        std::vector<UInt8> record;
+        *outWasChanged = EncodeAlias({alias.userType, item.status, item.path}, record) == noErr &&
+                         ReplaceRecord(ioAlias, recordBytes, record);
+    }
+    *outTarget = MakeRef(item);
+    return noErr;
+}
+
+}  // namespace
+
+OSErr FSNewAliasMinimal(const FSRef* inTarget, AliasHandle* outAlias) {
+    if (outAlias == nullptr) return paramErr;
+    *outAlias = nullptr;
+    if (inTarget == nullptr) return paramErr;
+    try {
+        return static_cast<OSErr>(MakeAlias(*inTarget, outAlias));
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}
+
+OSErr FSResolveAlias(const FSRef*, AliasHandle inAlias, FSRef* outTarget, Boolean* outWasChanged) {
+    if (inAlias == nullptr || outTarget == nullptr || outWasChanged == nullptr) return paramErr;
+    *outWasChanged = 0;
+    try {
+        return static_cast<OSErr>(ResolveAlias(reinterpret_cast<Handle>(inAlias), outTarget, outWasChanged));
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}

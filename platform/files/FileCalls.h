@@ -1,0 +1,31 @@
+// The calls by which the File Manager reaches the system, and the one place where an errno becomes a status.
+#pragma once
+
+#include <toolbox/MacErrors.h>
+#include <toolbox/MacTypes.h>
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <cstddef>
+
+namespace toolbox::files {
+
+// Each behaves as the system's own function of the same purpose: -1 or null with errno set on failure.
+struct FileCalls {
+    char* (*canonicalPath)(const char* inPath, char* outBuffer);  // realpath
+    int (*statAt)(int inFolder, const char* inPath, int inFlags, unsigned inMask, struct statx* outStatus);
+    int (*openFile)(const char* inPath, int inFlags);
+    int (*closeFile)(int inDescriptor);
+    ssize_t (*readAt)(int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffsetBytes);
+    DIR* (*openFolder)(const char* inPath);
+    struct dirent* (*readFolder)(DIR* inFolder);
+    int (*closeFolder)(DIR* inFolder);
+};
+
+const FileCalls& Calls();
+
+// The status that answers for a failed call; noErr for 0, ioErr for what has no meaning of its own here.
+OSStatus StatusOfErrno(int inErrno);
+
+}  // namespace toolbox::files
