@@ -1,6 +1,6 @@
-// The engine one level below its swallowing entries: the same conversions, over a movie that the caller holds, with
-// every failure thrown. For callers that tell their users what went wrong, and what damage was met on the way
-// (GetMovieSoundReport on the exporter's movie).
+// The engine one level below its swallowing entries: the same conversions, over a movie that the caller
+// holds, with every failure thrown. For callers that tell their users what went wrong, and what damage was
+// met on the way (GetMovieSoundReport on the exporter's movie).
 #pragma once
 
 #include <converter/AACToWAV.h>
@@ -10,9 +10,17 @@
 struct WAVHeader {
     unsigned char bytes[44];
 };
-MIRTAL_EXPORT WAVHeader MakeWAVHeader(SInt32 inSampleRate, UInt32 inFrameCount);
+MIRTAL_EXPORT WAVHeader MakeWAVHeader(SInt32 inSampleRateHz, UInt32 inFrameCount);
 
-// Whole stream. Throws LException from the exporter; whatever inCallback throws passes through.
+// The whole stream, header first. Throws LException as SegmentExporter::Export does; whatever inCallback
+// throws passes through. An exporter serves one conversion.
 MIRTAL_EXPORT void ConvertWhole(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback);
-MIRTAL_EXPORT void ConvertWindow(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback, Int64 inStart,
-                                 Int64 inDuration);
+
+// A window of the stream.
+//   inStart     byte of the stream to begin at; below 0 counts as 0. Inside the samples it is rounded down to
+//   a frame. inDuration  <= 0: to the end. Else the window announces and renders min(inDuration - 11, the
+//   movie's length)
+//               frames (not bytes), or none where that is negative, and inDuration - inStart bounds what is
+//               delivered of the header. All frame and length arithmetic is 32-bit and wraps.
+MIRTAL_EXPORT void ConvertWindow(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback,
+                                 Int64 inStart, Int64 inDuration);

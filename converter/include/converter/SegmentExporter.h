@@ -16,27 +16,33 @@ class MIRTAL_EXPORT SegmentExporter {
         bool isSilence;     // nothing was rendered; the silence buffer stands in
     };
 
-    // Throws LException: "nilP" when the movie, the exporter or a buffer cannot be had, else the failing call's status.
+    // Throws LException: "nilP" when the movie, the exporter or a buffer cannot be had, else the failing
+    // call's status.
     explicit SegmentExporter(char const* inPath);
     ~SegmentExporter();
     SegmentExporter(SegmentExporter const&) = delete;
     SegmentExporter& operator=(SegmentExporter const&) = delete;
 
-    Movie GetMovie() const { return mMovie; }                      // borrowed
-    SInt32 SampleRate() const { return mRate; }                    // frames per second
-    SInt32 SegmentFrames() const { return mSegmentFrames; }        // one second
-    void* Silence() const { return mSilence; }                     // SilenceByteCount() zero bytes
+    Movie GetMovie() const { return mMovie; }                // borrowed; its time scale is SampleRate()
+    SInt32 SampleRate() const { return mRate; }              // frames per second
+    SInt32 SegmentFrames() const { return mSegmentFrames; }  // one second
+    void* Silence() const { return mSilence; }               // SilenceByteCount() zero bytes
     SInt32 SilenceByteCount() const { return mRate * 4; }
 
-    // The export handle is made by the caller's choice of moment, as the release order has it last.
+    // Makes the handle that Export renders into; once, before the first Export. It is no part of the
+    // constructor because the conversions ask for the movie's length first. That it could not be had shows in
+    // Export.
     void MakeExportHandle();
 
-    // Renders inFrameCount frames (> 0) from inFirstFrame on. Throws LException with the exporter's status, or -50 when
-    // the block is no sound resource of the expected form.
+    // Renders inFrameCount frames from inFirstFrame on. A stretch that renders empty is silence of the length
+    // asked for, at most a second. Throws LException with the exporter's status, or -50 when the block is no
+    // sound resource of the expected form or claims more samples than it holds.
     Segment Export(SInt64 inFirstFrame, SInt32 inFrameCount);
 
   private:
     void Prepare(char const* inPath);
+    void SetOutputFormat();
+    void Render(SInt64 inFirstFrame, SInt32 inFrameCount);
     void Release();
 
     Movie mMovie = nullptr;

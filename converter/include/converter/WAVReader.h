@@ -1,5 +1,11 @@
-// The WAV stream as a file-like thing to read from: any byte range, pulled when wanted, the same bytes however asked for.
-// Lengths are 64-bit and exact. Belongs to one thread at a time.
+// The WAV stream as a file-like thing to read from: any byte range, pulled when wanted, the same bytes
+// however asked for.
+//
+// Lengths are 64-bit and exact. Frame n of the stream is frame n of the movie; what the exporter does not
+// render is silence. So the bytes are those of the whole-file conversion wherever that one's 32-bit lengths
+// hold, as long as frames have the same bytes however they are asked for and only the end of the sound
+// renders empty. Belongs to one thread at a time. Reading allocates nothing once the first segments are
+// rendered.
 #pragma once
 
 #include <converter/SegmentExporter.h>
@@ -9,26 +15,42 @@
 
 class MIRTAL_EXPORT WAVReader {
   public:
-    enum class Header { kRIFF, kRF64 };
+    enum class Header {
+        kRIFF,  // 44 bytes; the size fields hold the low 32 bits above 4 GiB
+        kRF64   // 80 bytes: 64-bit sizes in a "ds64" chunk (EBU Tech 3306)
+    };
 
-    // Throws as SegmentExporter's constructor does. kRF64 gives the 64-bit header; kRIFF's size fields wrap above 4 GiB.
+    // Throws as SegmentExporter's constructor does.
     explicit WAVReader(char const* inPath, Header inHeader = Header::kRIFF);
 
     SInt64 ByteCount() const { return mHeaderByteCount + mFrameCount * 4; }
     SInt64 FrameCount() const { return mFrameCount; }
-    SegmentExporter& Exporter() { return mExporter; }
+    SegmentExporter& Exporter() {
+        return mExporter;
+    }  // for its movie and rate; to Export from it spoils the reader
 
-    // Copies bytes from stream position inPosition (>= 0) on. Returns how many: inByteCount, fewer only at the end, 0
-    // beyond it. Throws LException when the sound cannot be rendered; reading may go on elsewhere.
+    // Copies bytes from stream position inPosition (>= 0) on. Returns how many: inByteCount, fewer only at
+    // the end, 0 beyond it and for a negative position. Reading on decodes each segment once; reading
+    // elsewhere renders from the frame asked for. Throws LException as SegmentExporter::Export does, -50 also
+    // for a block that is not 16-bit stereo; outBytes is then unspecified, and reading may go on elsewhere.
     std::size_t Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount);
 
   private:
+    static constexpr std::size_t kRIFFHeaderByteCount = 44;
+    static constexpr std::size_t kRF64HeaderByteCount = 80;
+
+    void MakeHeader(Header inHeader);
+    std::size_t ReadHeader(SInt64 inPosition, unsigned char* outBytes, std::size_t inByteCount) const;
+    std::size_t ReadSound(SInt64 inSoundOffset, unsigned char* outBytes, std::size_t inByteCount);
+    void RenderFrom(SInt64 inFrame);
+    bool Holds(SInt64 inFrame) const;
+
     SegmentExporter mExporter;
-    SInt64 mFrameCount;
-    SInt32 mHeaderByteCount;
-    unsigned char mHeader[80];
+    SInt64 mFrameCount = 0;
+    SInt32 mHeaderByteCount = 0;
+    unsigned char mHeader[kRF64HeaderByteCount];
     // The segment in hand: frames [mSegmentFirst, mSegmentFirst + mSegmentFrames).
     SInt64 mSegmentFirst = 0;
     SInt32 mSegmentFrames = 0;
-    const unsigned char* mSegmentData = nullptr;
+    unsigned char const* mSegmentData = nullptr;
 };

@@ -1,0 +1,99 @@
+#include "SoundRecords.h"
+
+#include <converter/AACToWAV.h>
+#include <converter/Conversion.h>
+#include <foundation/LException.h>
+#include <toolbox/Aliases.h>
+#include <toolbox/Files.h>
+
+#include <memory>
+#include <type_traits>
+
+namespace {
+
+constexpr long kRateWithoutSoundHz = 44100;
+
+struct MovieDisposer {
+    void operator()(Movie inMovie) const { DisposeMovie(inMovie); }
+};
+using OwnedMovie = std::unique_ptr<std::remove_pointer_t<Movie>, MovieDisposer>;
+
+}  // namespace
+
+Movie MovieFromPath(char const* inPath) {
+    FSRef file;
+    if (FSPathMakeRef(reinterpret_cast<UInt8 const*>(inPath), &file, nullptr) != noErr) return nullptr;
+    AliasHandle alias = nullptr;
+    if (FSNewAliasMinimal(&file, &alias) != noErr) return nullptr;
+    auto const dataReference = reinterpret_cast<Handle>(alias);
+    Movie movie = nullptr;
+    SInt16 resourceId = 0;
+    OSErr const status = NewMovieFromDataRef(&movie, newMovieDontAskUnresolvedDataRefs, &resourceId,
+                                             dataReference, rAliasType);
+    DisposeHandle(dataReference);
+    return status == noErr ? movie : nullptr;
+}
+
+Handle GetIndMediaSampleDescription(Media inMedia, long inIndex) {
+    constexpr Size kLeastByteCount = 16;
+    long const count = GetMediaSampleDescriptionCount(inMedia);
+    if (inIndex < 1 || inIndex > count) return nullptr;
+    Handle const description = NewHandle(0);
+    GetMediaSampleDescription(inMedia, static_cast<SInt32>(inIndex), description);
+    if (GetHandleSize(description) >= kLeastByteCount) return description;
+    DisposeHandle(description);
+    return nullptr;
+}
+
+Handle GetMovieSoundDescription(Movie inMovie) {
+    SInt32 const trackCount = GetMovieTrackCount(inMovie);
+    for (SInt32 index = 1; index <= trackCount; ++index) {
+        Media const media = GetTrackMedia(GetMovieIndTrack(inMovie, index));
+        GetMediaHandler(media);
+        OSType mediaType = 0;
+        GetMediaHandlerDescription(media, &mediaType, nullptr, nullptr);
+        if (mediaType == SoundMediaType) return GetIndMediaSampleDescription(media, 1);
+    }
+    return nullptr;
+}
+
+long GetMovieSampleRate(Movie inMovie) {
+    Handle const description = GetMovieSoundDescription(inMovie);
+    if (description == nullptr) return kRateWithoutSoundHz;
+    long rateHz = kRateWithoutSoundHz;
+    if (GetHandleSize(description) >= sounddescription::kByteCount)
+        rateHz = static_cast<long>(GetBig32(*description + sounddescription::kSampleRateOffset) >> 16);
+    DisposeHandle(description);
+    return rateHz;
+}
+
+Int64 getConvertedLength(char const* inPath) {
+    Int64 byteCount(0);
+    OwnedMovie const movie(MovieFromPath(inPath));
+    try {
+        if (movie == nullptr) LException::Throw(FourChars("nilP"));
+        SetMovieTimeScale(movie.get(), static_cast<TimeScale>(GetMovieSampleRate(movie.get())));
+        auto const frameCount = static_cast<UInt32>(GetMovieDuration(movie.get()));
+        // Not widened before the multiplication: the length wraps as the header's own fields do.
+        byteCount = Int64(static_cast<unsigned long>(frameCount * 4 + sizeof(WAVHeader)));
+    } catch (LException const&) {
+    }
+    return byteCount;
+}
+
+void convert_AAC_to_WAV(char const* inPath, void* inContext, DataCallback inCallback) {
+    try {
+        SegmentExporter exporter(inPath);
+        ConvertWhole(exporter, inContext, inCallback);
+    } catch (LException const&) {
+    }
+}
+
+void convert_AAC_to_WAV(char const* inPath, void* inContext, DataCallback inCallback, Int64 inStart,
+                        Int64 inDuration) {
+    try {
+        SegmentExporter exporter(inPath);
+        ConvertWindow(exporter, inContext, inCallback, inStart, inDuration);
+    } catch (LException const&) {
+    }
+}

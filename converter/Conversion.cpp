@@ -1,0 +1,132 @@
+#include "LittleEndianWriter.h"
+
+#include <converter/Conversion.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr SInt32 kHeaderByteCount = sizeof(WAVHeader);
+constexpr UInt32 kFrameByteCount = 4;
+
+UInt32 StreamByteCount(SInt32 inFrameCount) {
+    return static_cast<UInt32>(inFrameCount) * kFrameByteCount + kHeaderByteCount;
+}
+
+SInt32 WrappingSum(SInt32 inLeft, SInt32 inRight) {
+    return static_cast<SInt32>(static_cast<UInt32>(inLeft) + static_cast<UInt32>(inRight));
+}
+
+SInt32 Low32(Int64 const& inValue) {
+    return static_cast<SInt32>(inValue.Lo32());
+}
+
+// One conversion under way: where it is in the stream, and where the stream ends.
+class StreamDelivery {
+  public:
+    StreamDelivery(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback, SInt32 inFrameCount,
+                   Int64 const& inPosition)
+        : mExporter(ioExporter),
+          mContext(inContext),
+          mCallback(inCallback),
+          mFrameCount(inFrameCount),
+          mTotal(static_cast<unsigned long>(StreamByteCount(inFrameCount))),
+          mPosition(inPosition) {}
+
+    void Deliver(void* inData, SInt32 inByteCount) {
+        mCallback(mContext, inData, inByteCount);
+        mPosition += Int64(static_cast<int>(inByteCount));
+    }
+
+    void DeliverSound(SInt32 inFirstFrame) {
+        SInt32 nextFrame = inFirstFrame;
+        while (nextFrame < mFrameCount) {
+            SInt32 const askedFrames = std::min(mExporter.SegmentFrames(), mFrameCount - nextFrame);
+            SegmentExporter::Segment const segment = mExporter.Export(nextFrame, askedFrames);
+            if (segment.frameCount == 0) break;
+            Deliver(segment.data, CutAtEnd(segment.byteCount));
+            nextFrame = WrappingSum(nextFrame, segment.frameCount);
+        }
+    }
+
+    // The stream has the length it announced, whatever was rendered.
+    void DeliverPadding() {
+        SInt32 const silenceByteCount = mExporter.SilenceByteCount();
+        // A rate of 0 has no silence to pad with.
+        while (silenceByteCount > 0 && mPosition < mTotal)
+            Deliver(mExporter.Silence(), CutAtEnd(silenceByteCount));
+    }
+
+  private:
+    // Negative where the position is past the end already.
+    SInt32 CutAtEnd(SInt32 inByteCount) const {
+        return mPosition + Int64(static_cast<int>(inByteCount)) > mTotal ? Low32(mTotal - mPosition)
+                                                                         : inByteCount;
+    }
+
+    SegmentExporter& mExporter;
+    void* const mContext;
+    DataCallback const mCallback;
+    SInt32 const mFrameCount;
+    Int64 const mTotal;
+    Int64 mPosition;
+};
+
+// Frames that a window of inDuration > 0 announces. The 11 is taken from the duration as it stands, not from
+// a quarter of it: callers know the window by this rule.
+SInt32 WindowFrameCount(Int64 const& inDuration, SInt32 inMovieFrameCount) {
+    SInt32 const frameCount = std::max<SInt32>(Low32(inDuration - Int64(11)), 0);
+    return std::min(frameCount, inMovieFrameCount);
+}
+
+}  // namespace
+
+WAVHeader MakeWAVHeader(SInt32 inSampleRateHz, UInt32 inFrameCount) {
+    WAVHeader header;
+    LittleEndianWriter writer(header.bytes);
+    UInt32 const dataByteCount = inFrameCount * kFrameByteCount;
+    writer.Tag("RIFF");
+    writer.Put32(dataByteCount + kHeaderByteCount - 8);
+    writer.Tag("WAVE");
+    PutFormatChunk(writer, inSampleRateHz);
+    writer.Tag("data");
+    writer.Put32(dataByteCount);
+    return header;
+}
+
+void ConvertWhole(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback) {
+    SInt32 const frameCount = GetMovieDuration(ioExporter.GetMovie());
+    ioExporter.MakeExportHandle();
+    StreamDelivery delivery(ioExporter, inContext, inCallback, frameCount, Int64(0));
+    WAVHeader header = MakeWAVHeader(ioExporter.SampleRate(), static_cast<UInt32>(frameCount));
+    delivery.Deliver(header.bytes, kHeaderByteCount);
+    delivery.DeliverSound(0);
+    delivery.DeliverPadding();
+}
+
+void ConvertWindow(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback, Int64 inStart,
+                   Int64 inDuration) {
+    SInt32 frameCount = GetMovieDuration(ioExporter.GetMovie());
+    if (inDuration > Int64(0))
+        frameCount = WindowFrameCount(inDuration, frameCount);
+    else
+        // Frames plus header, not bytes: it only bounds what is delivered of the header.
+        inDuration = Int64(static_cast<int>(WrappingSum(frameCount, kHeaderByteCount)));
+    ioExporter.MakeExportHandle();
+
+    if (inStart < Int64(0)) inStart = Int64(0);
+    StreamDelivery delivery(ioExporter, inContext, inCallback, frameCount, inStart);
+    SInt32 firstFrame = 0;
+    if (inStart < Int64(kHeaderByteCount)) {
+        WAVHeader header = MakeWAVHeader(ioExporter.SampleRate(), static_cast<UInt32>(frameCount));
+        SInt32 const headerOffset = Low32(inStart);
+        SInt32 headerByteCount = Low32(inDuration - inStart);
+        if (inStart + Int64(headerByteCount) > Int64(kHeaderByteCount))
+            headerByteCount = kHeaderByteCount - headerOffset;
+        delivery.Deliver(header.bytes + headerOffset, headerByteCount);
+    } else {
+        firstFrame = static_cast<SInt32>((static_cast<UInt32>(inStart.ULo32()) - kHeaderByteCount) >> 2);
+    }
+    delivery.DeliverSound(firstFrame);
+    delivery.DeliverPadding();
+}

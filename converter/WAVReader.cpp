@@ -1,0 +1,103 @@
+#include "LittleEndianWriter.h"
+
+#include <converter/Conversion.h>
+#include <converter/WAVReader.h>
+#include <foundation/LException.h>
+#include <toolbox/SoundReport.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr SInt32 kFrameByteCount = 4;
+
+void PutRF64Header(unsigned char* outHeader, SInt32 inSampleRateHz, UInt64 inFrameCount,
+                   UInt64 inHeaderByteCount) {
+    constexpr UInt32 kSeeDs64 = 0xFFFFFFFF;
+    UInt64 const dataByteCount = inFrameCount * kFrameByteCount;
+    LittleEndianWriter writer(outHeader);
+    writer.Tag("RF64");
+    writer.Put32(kSeeDs64);
+    writer.Tag("WAVE");
+    writer.Tag("ds64");
+    writer.Put32(28);
+    writer.Put64(dataByteCount + inHeaderByteCount - 8);
+    writer.Put64(dataByteCount);
+    writer.Put64(inFrameCount);
+    writer.Put32(0);  // no table of other chunks' sizes
+    PutFormatChunk(writer, inSampleRateHz);
+    writer.Tag("data");
+    writer.Put32(kSeeDs64);
+}
+
+}  // namespace
+
+WAVReader::WAVReader(char const* inPath, Header inHeader) : mExporter(inPath) {
+    auto const rate = static_cast<UInt32>(mExporter.SampleRate());
+    mFrameCount = std::max<SInt64>(GetMovieDuration64(mExporter.GetMovie(), rate), 0);
+    mExporter.MakeExportHandle();
+    MakeHeader(inHeader);
+}
+
+void WAVReader::MakeHeader(Header inHeader) {
+    if (inHeader == Header::kRF64) {
+        mHeaderByteCount = kRF64HeaderByteCount;
+        PutRF64Header(mHeader, mExporter.SampleRate(), static_cast<UInt64>(mFrameCount),
+                      kRF64HeaderByteCount);
+        return;
+    }
+    static_assert(sizeof(WAVHeader) == kRIFFHeaderByteCount);
+    mHeaderByteCount = kRIFFHeaderByteCount;
+    WAVHeader const header = MakeWAVHeader(mExporter.SampleRate(), static_cast<UInt32>(mFrameCount));
+    std::memcpy(mHeader, header.bytes, sizeof header.bytes);
+}
+
+std::size_t WAVReader::Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount) {
+    if (inPosition < 0 || inPosition >= ByteCount()) return 0;
+    auto* const bytes = static_cast<unsigned char*>(outBytes);
+    auto const left = static_cast<UInt64>(ByteCount() - inPosition);
+    auto const wanted = static_cast<std::size_t>(std::min<UInt64>(inByteCount, left));
+
+    std::size_t copied = ReadHeader(inPosition, bytes, wanted);
+    while (copied < wanted) {
+        SInt64 const soundOffset = inPosition + static_cast<SInt64>(copied) - mHeaderByteCount;
+        copied += ReadSound(soundOffset, bytes + copied, wanted - copied);
+    }
+    return wanted;
+}
+
+std::size_t WAVReader::ReadHeader(SInt64 inPosition, unsigned char* outBytes, std::size_t inByteCount) const {
+    if (inPosition >= mHeaderByteCount) return 0;
+    auto const byteCount = std::min(inByteCount, static_cast<std::size_t>(mHeaderByteCount - inPosition));
+    std::memcpy(outBytes, mHeader + inPosition, byteCount);
+    return byteCount;
+}
+
+std::size_t WAVReader::ReadSound(SInt64 inSoundOffset, unsigned char* outBytes, std::size_t inByteCount) {
+    SInt64 const frame = inSoundOffset / kFrameByteCount;
+    if (!Holds(frame)) RenderFrom(frame);
+    auto const offset = static_cast<std::size_t>(inSoundOffset - mSegmentFirst * kFrameByteCount);
+    auto const segmentByteCount = static_cast<std::size_t>(mSegmentFrames) * kFrameByteCount;
+    auto const byteCount = std::min(inByteCount, segmentByteCount - offset);
+    std::memcpy(outBytes, mSegmentData + offset, byteCount);
+    return byteCount;
+}
+
+bool WAVReader::Holds(SInt64 inFrame) const {
+    return inFrame >= mSegmentFirst && inFrame - mSegmentFirst < mSegmentFrames;
+}
+
+void WAVReader::RenderFrom(SInt64 inFrame) {
+    mSegmentFrames = 0;
+    auto const askedFrames =
+        static_cast<SInt32>(std::min<SInt64>(mExporter.SegmentFrames(), mFrameCount - inFrame));
+    SegmentExporter::Segment const segment = mExporter.Export(inFrame, askedFrames);
+    // A stream position is a frame, so each frame must have its four bytes; and none would never get there.
+    if (segment.frameCount <= 0 ||
+        static_cast<SInt64>(segment.frameCount) * kFrameByteCount != segment.byteCount)
+        LException::Throw(paramErr);
+    mSegmentFirst = inFrame;
+    mSegmentFrames = segment.frameCount;
+    mSegmentData = static_cast<unsigned char const*>(segment.data);
+}

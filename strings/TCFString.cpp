@@ -1,0 +1,178 @@
+#include <strings/TCFString.h>
+#include <strings/TruncatingCopies.h>
+#include <toolbox/TextEncoding.h>
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+
+static_assert(sizeof(TCFString) == sizeof(CFStringRef));
+
+namespace {
+
+constexpr char kCannotDisplayText[] = "<CANNOT DISPLAY>";
+constexpr unsigned char kCannotDisplayPascalText[] = "\x10<CANNOT DISPLAY>";
+
+constexpr CFIndex kScratchByteCount = 1024;  // terminator included
+constexpr long kMaxPascalLength = 255;
+
+// The default encoding first, then the system's. The buffer's contents are unspecified after a failure.
+bool GetCString(CFStringRef inString, char* outBuffer, CFIndex inBufferByteCount) {
+    return CFStringGetCString(inString, outBuffer, inBufferByteCount, TCFString::DefaultEncoding()) ||
+           CFStringGetCString(inString, outBuffer, inBufferByteCount, CFStringGetSystemEncoding());
+}
+
+bool GetBestFit(CFStringRef inString, unsigned char* outText, long inMaxLength, ByteCount& outLength) {
+    TextEncoding encoding = 0;
+    auto const capacity = static_cast<ByteCount>(std::max(inMaxLength, 0L));
+    return GetTextAndEncodingFromCFString(inString, outText, capacity, &outLength, &encoding) == noErr;
+}
+
+}  // namespace
+
+// The order of these two definitions is the order of construction.
+TCFString const TCFString::Empty;
+TCFString const TCFString::kCannotDisplayCFString(kCannotDisplayPascalText, TCFString::DefaultEncoding());
+
+char const* const TCFString::kCannotDisplayCString = kCannotDisplayText;
+unsigned char const* const TCFString::kCannotDisplayString = kCannotDisplayPascalText;
+
+TCFString::TCFString() : TCFString(EmptyCFString()) {}
+
+TCFString::TCFString(const TCFString& inOther) : mString(inOther.Retain()) {}
+
+TCFString::TCFString(CFStringRef inString) : mString(inString) {
+    if (mString != nullptr) CFRetain(mString);
+    EnsureNonNullRef();
+}
+
+TCFString::TCFString(const char* inText, CFStringEncoding inEncoding)
+    : mString(CFStringCreateWithCString(kCFAllocatorDefault, inText, inEncoding)) {
+    EnsureNonNullRef();
+}
+
+TCFString::TCFString(const unsigned char* inPascalText, CFStringEncoding inEncoding)
+    : mString(CFStringCreateWithPascalString(kCFAllocatorDefault, inPascalText, inEncoding)) {
+    EnsureNonNullRef();
+}
+
+TCFString::TCFString(const HFSUniStr255& inName)
+    : mString(CFStringCreateWithCharacters(kCFAllocatorDefault, inName.unicode,
+                                           std::min<CFIndex>(inName.length, std::size(inName.unicode)))) {
+    EnsureNonNullRef();
+}
+
+TCFString::~TCFString() {
+    CFRelease(mString);
+}
+
+TCFString& TCFString::operator=(const TCFString& inOther) {
+    if (mString == inOther.mString) return *this;
+    CFStringRef const old = mString;
+    mString = inOther.Retain();
+    CFRelease(old);
+    return *this;
+}
+
+void TCFString::Adopt(CFStringRef inString) {
+    if (inString == mString) return;
+    CFRelease(mString);
+    mString = inString != nullptr ? inString : Empty.Retain();
+}
+
+void TCFString::EnsureNonNullRef() {
+    if (mString == nullptr) mString = static_cast<CFStringRef>(CFRetain(EmptyCFString()));
+}
+
+CFStringRef TCFString::EmptyCFString() {
+    return CFSTR("");
+}
+
+CFStringRef TCFString::Retain() const {
+    return static_cast<CFStringRef>(CFRetain(mString));
+}
+
+long TCFString::Length() const {
+    return CFStringGetLength(mString);
+}
+
+bool TCFString::IsEmpty() const {
+    return Length() == 0;
+}
+
+UniChar TCFString::Char(long inIndex) const {
+    return CFStringGetCharacterAtIndex(mString, inIndex);
+}
+
+CFRange TCFString::CheckRange(const CFRange& inRange) const {
+    CFIndex const stringLength = Length();
+    CFIndex location = inRange.location;
+    CFIndex length = inRange.length;
+    if (location < 0) {
+        // Widened by what lay before the string, not shortened; a sum that does not fit is cut below anyway.
+        constexpr CFIndex kLongest = std::numeric_limits<CFIndex>::max();
+        length = length > kLongest + location ? kLongest : length - location;
+        location = 0;
+    } else if (location >= stringLength) {
+        location = stringLength > 0 ? stringLength - 1 : 0;
+        length = 0;
+    }
+    return CFRangeMake(location, std::clamp<CFIndex>(length, 0, stringLength - location));
+}
+
+TCFString TCFString::Substring(long inLocation, long inLength) const {
+    TCFString result;
+    result.Adopt(
+        CFStringCreateWithSubstring(kCFAllocatorDefault, mString, CFRangeMake(inLocation, inLength)));
+    return result;
+}
+
+CFComparisonResult TCFString::CompareTo(const TCFString& inOther, CFStringCompareFlags inFlags) const {
+    return CFStringCompare(mString, inOther.mString, inFlags);
+}
+
+CFStringEncoding TCFString::DefaultEncoding() {
+    static CFStringEncoding const sDefaultEncoding = GetApplicationTextEncoding();
+    return sDefaultEncoding;
+}
+
+char* TCFString::CString(long inMaxLength, char* outBuffer) const {
+    outBuffer[0] = '\0';
+    if (IsEmpty() || GetCString(mString, outBuffer, inMaxLength + 1)) return outBuffer;
+    char scratch[kScratchByteCount];
+    char const* text = GetCString(mString, scratch, kScratchByteCount) ? scratch : kCannotDisplayCString;
+    // The scratch text is shorter than any limit that a short cannot hold.
+    long const limit = std::min<long>(inMaxLength, std::numeric_limits<short>::max());
+    truncating::CStrNCopy(text, outBuffer, static_cast<short>(std::max(limit, 0L)));
+    return outBuffer;
+}
+
+unsigned char* TCFString::PString(unsigned char* outBuffer, long inMaxLength) const {
+    outBuffer[0] = 0;
+    if (IsEmpty()) return outBuffer;
+    ByteCount length = 0;
+    if (GetBestFit(mString, outBuffer + 1, inMaxLength, length)) {
+        outBuffer[0] = static_cast<unsigned char>(length);
+        return outBuffer;
+    }
+    if (CFStringGetPascalString(mString, outBuffer, inMaxLength + 1, CFStringGetSystemEncoding()))
+        return outBuffer;
+    if (inMaxLength < kMaxPascalLength) {
+        Str255 scratch;
+        if (CFStringGetPascalString(mString, scratch, sizeof scratch, CFStringGetSystemEncoding())) {
+            truncating::PStrNCopy(scratch, outBuffer, static_cast<short>(inMaxLength));
+            return outBuffer;
+        }
+    }
+    char scratch[kScratchByteCount];
+    c2pstrcpy(outBuffer, CString(std::min<long>(inMaxLength, kScratchByteCount - 1), scratch));
+    return outBuffer;
+}
+
+bool operator==(const TCFString& inLeft, const TCFString& inRight) {
+    return inLeft.StringRef() == inRight.StringRef() || inLeft.CompareTo(inRight, 0) == kCFCompareEqualTo;
+}
+
+bool operator!=(const TCFString& inLeft, const TCFString& inRight) {
+    return inLeft.StringRef() != inRight.StringRef() && inLeft.CompareTo(inRight, 0) != kCFCompareEqualTo;
+}
