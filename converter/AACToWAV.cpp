@@ -1,8 +1,8 @@
 #include "SoundRecords.h"
+#include "StreamFormat.h"
 
 #include <converter/AACToWAV.h>
 #include <converter/Conversion.h>
-#include <foundation/LException.h>
 #include <toolbox/Aliases.h>
 #include <toolbox/Files.h>
 
@@ -71,11 +71,9 @@ Int64 getConvertedLength(char const* inPath) {
     Int64 byteCount(0);
     OwnedMovie const movie(MovieFromPath(inPath));
     try {
-        if (movie == nullptr) LException::Throw(FourChars("nilP"));
-        SetMovieTimeScale(movie.get(), static_cast<TimeScale>(GetMovieSampleRate(movie.get())));
-        auto const frameCount = static_cast<UInt32>(GetMovieDuration(movie.get()));
-        // Not widened before the multiplication: the length wraps as the header's own fields do.
-        byteCount = Int64(static_cast<unsigned long>(frameCount * 4 + sizeof(WAVHeader)));
+        Movie const measured = Required(movie.get());
+        SetMovieTimeScale(measured, static_cast<TimeScale>(GetMovieSampleRate(measured)));
+        byteCount = Int64(static_cast<unsigned long>(StreamByteCount(GetMovieDuration(measured))));
     } catch (LException const&) {
     }
     return byteCount;

@@ -1,4 +1,5 @@
 #include "LittleEndianWriter.h"
+#include "StreamFormat.h"
 
 #include <converter/Conversion.h>
 
@@ -6,12 +7,7 @@
 
 namespace {
 
-constexpr SInt32 kHeaderByteCount = sizeof(WAVHeader);
-constexpr UInt32 kFrameByteCount = 4;
-
-UInt32 StreamByteCount(SInt32 inFrameCount) {
-    return static_cast<UInt32>(inFrameCount) * kFrameByteCount + kHeaderByteCount;
-}
+static_assert(sizeof(WAVHeader) == kStreamHeaderByteCount);
 
 SInt32 WrappingSum(SInt32 inLeft, SInt32 inRight) {
     return static_cast<SInt32>(static_cast<UInt32>(inLeft) + static_cast<UInt32>(inRight));
@@ -86,7 +82,7 @@ WAVHeader MakeWAVHeader(SInt32 inSampleRateHz, UInt32 inFrameCount) {
     LittleEndianWriter writer(header.bytes);
     UInt32 const dataByteCount = inFrameCount * kFrameByteCount;
     writer.Tag("RIFF");
-    writer.Put32(dataByteCount + kHeaderByteCount - 8);
+    writer.Put32(dataByteCount + kStreamHeaderByteCount - 8);
     writer.Tag("WAVE");
     PutFormatChunk(writer, inSampleRateHz);
     writer.Tag("data");
@@ -99,7 +95,7 @@ void ConvertWhole(SegmentExporter& ioExporter, void* inContext, DataCallback inC
     ioExporter.MakeExportHandle();
     StreamDelivery delivery(ioExporter, inContext, inCallback, frameCount, Int64(0));
     WAVHeader header = MakeWAVHeader(ioExporter.SampleRate(), static_cast<UInt32>(frameCount));
-    delivery.Deliver(header.bytes, kHeaderByteCount);
+    delivery.Deliver(header.bytes, kStreamHeaderByteCount);
     delivery.DeliverSound(0);
     delivery.DeliverPadding();
 }
@@ -111,21 +107,22 @@ void ConvertWindow(SegmentExporter& ioExporter, void* inContext, DataCallback in
         frameCount = WindowFrameCount(inDuration, frameCount);
     else
         // Frames plus header, not bytes: it only bounds what is delivered of the header.
-        inDuration = Int64(static_cast<int>(WrappingSum(frameCount, kHeaderByteCount)));
+        inDuration = Int64(static_cast<int>(WrappingSum(frameCount, kStreamHeaderByteCount)));
     ioExporter.MakeExportHandle();
 
     if (inStart < Int64(0)) inStart = Int64(0);
     StreamDelivery delivery(ioExporter, inContext, inCallback, frameCount, inStart);
     SInt32 firstFrame = 0;
-    if (inStart < Int64(kHeaderByteCount)) {
+    if (inStart < Int64(kStreamHeaderByteCount)) {
         WAVHeader header = MakeWAVHeader(ioExporter.SampleRate(), static_cast<UInt32>(frameCount));
         SInt32 const headerOffset = Low32(inStart);
         SInt32 headerByteCount = Low32(inDuration - inStart);
-        if (inStart + Int64(headerByteCount) > Int64(kHeaderByteCount))
-            headerByteCount = kHeaderByteCount - headerOffset;
+        if (inStart + Int64(headerByteCount) > Int64(kStreamHeaderByteCount))
+            headerByteCount = kStreamHeaderByteCount - headerOffset;
         delivery.Deliver(header.bytes + headerOffset, headerByteCount);
     } else {
-        firstFrame = static_cast<SInt32>((static_cast<UInt32>(inStart.ULo32()) - kHeaderByteCount) >> 2);
+        firstFrame =
+            static_cast<SInt32>((static_cast<UInt32>(inStart.ULo32()) - kStreamHeaderByteCount) >> 2);
     }
     delivery.DeliverSound(firstFrame);
     delivery.DeliverPadding();

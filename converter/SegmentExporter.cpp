@@ -1,9 +1,9 @@
 #include "SoundRecords.h"
+#include "StreamFormat.h"
 
 #include <converter/AACToWAV.h>
 #include <converter/SegmentExporter.h>
 #include <foundation/ByteOrder.h>
-#include <foundation/LException.h>
 #include <toolbox/FixMath.h>
 #include <toolbox/SoundReport.h>
 
@@ -11,15 +11,6 @@
 #include <limits>
 
 namespace {
-
-constexpr long kNilPointerCode = FourChars("nilP");
-constexpr SInt32 kFrameByteCount = 4;
-
-template <typename Pointer>
-Pointer Required(Pointer inPointer) {
-    if (inPointer == nullptr) LException::Throw(kNilPointerCode);
-    return inPointer;
-}
 
 void RequireSuccess(ComponentResult inStatus) {
     if (inStatus != noErr) LException::Throw(inStatus);
@@ -74,7 +65,7 @@ void SegmentExporter::Release() {
 }
 
 void SegmentExporter::MakeExportHandle() {
-    mExportHandle = NewHandleClear(4);
+    if (mExportHandle == nullptr) mExportHandle = NewHandleClear(4);
 }
 
 void SegmentExporter::Render(SInt64 inFirstFrame, SInt32 inFrameCount) {

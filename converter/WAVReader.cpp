@@ -1,16 +1,18 @@
 #include "LittleEndianWriter.h"
+#include "StreamFormat.h"
 
 #include <converter/Conversion.h>
 #include <converter/WAVReader.h>
-#include <foundation/LException.h>
 #include <toolbox/SoundReport.h>
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace {
 
-constexpr SInt32 kFrameByteCount = 4;
+// So many that the stream's length still fits 64 bits.
+constexpr SInt64 kMaxFrameCount = (std::numeric_limits<SInt64>::max() - 80) / kFrameByteCount;
 
 void PutRF64Header(unsigned char* outHeader, SInt32 inSampleRateHz, UInt64 inFrameCount,
                    UInt64 inHeaderByteCount) {
@@ -35,7 +37,7 @@ void PutRF64Header(unsigned char* outHeader, SInt32 inSampleRateHz, UInt64 inFra
 
 WAVReader::WAVReader(char const* inPath, Header inHeader) : mExporter(inPath) {
     auto const rate = static_cast<UInt32>(mExporter.SampleRate());
-    mFrameCount = std::max<SInt64>(GetMovieDuration64(mExporter.GetMovie(), rate), 0);
+    mFrameCount = std::clamp<SInt64>(GetMovieDuration64(mExporter.GetMovie(), rate), 0, kMaxFrameCount);
     mExporter.MakeExportHandle();
     MakeHeader(inHeader);
 }
@@ -47,8 +49,7 @@ void WAVReader::MakeHeader(Header inHeader) {
                       kRF64HeaderByteCount);
         return;
     }
-    static_assert(sizeof(WAVHeader) == kRIFFHeaderByteCount);
-    mHeaderByteCount = kRIFFHeaderByteCount;
+    mHeaderByteCount = kStreamHeaderByteCount;
     WAVHeader const header = MakeWAVHeader(mExporter.SampleRate(), static_cast<UInt32>(mFrameCount));
     std::memcpy(mHeader, header.bytes, sizeof header.bytes);
 }

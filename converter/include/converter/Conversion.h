@@ -13,7 +13,7 @@ struct WAVHeader {
 MIRTAL_EXPORT WAVHeader MakeWAVHeader(SInt32 inSampleRateHz, UInt32 inFrameCount);
 
 // The whole stream, header first. Throws LException as SegmentExporter::Export does; whatever inCallback
-// throws passes through. An exporter serves one conversion.
+// throws passes through.
 MIRTAL_EXPORT void ConvertWhole(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback);
 
 // A window of the stream.

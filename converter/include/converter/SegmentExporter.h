@@ -29,9 +29,9 @@ class MIRTAL_EXPORT SegmentExporter {
     void* Silence() const { return mSilence; }               // SilenceByteCount() zero bytes
     SInt32 SilenceByteCount() const { return mRate * 4; }
 
-    // Makes the handle that Export renders into; once, before the first Export. It is no part of the
-    // constructor because the conversions ask for the movie's length first. That it could not be had shows in
-    // Export.
+    // Makes the handle that Export renders into, before the first Export; a second call does nothing. It is
+    // no part of the constructor because the conversions ask for the movie's length first. That it could not
+    // be had shows in Export.
     void MakeExportHandle();
 
     // Renders inFrameCount frames from inFirstFrame on. A stretch that renders empty is silence of the length

@@ -36,7 +36,6 @@ class MIRTAL_EXPORT WAVReader {
     std::size_t Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount);
 
   private:
-    static constexpr std::size_t kRIFFHeaderByteCount = 44;
     static constexpr std::size_t kRF64HeaderByteCount = 80;
 
     void MakeHeader(Header inHeader);
