@@ -20,11 +20,6 @@ constexpr UInt64 Swapped(UInt64 inValue) {
            Swapped(static_cast<UInt32>(inValue >> 32));
 }
 
-// a b c d -> b a d c
-constexpr UInt32 SwappedHalves(UInt32 inWord) {
-    return (inWord & 0x00FF00FF) << 8 | (inWord >> 8 & 0x00FF00FF);
-}
-
 template <typename Unit>
 Unit Load(void const* inAddress) {
     Unit unit;
@@ -37,7 +32,6 @@ void Store(void* outAddress, Unit inUnit) {
     std::memcpy(outAddress, &inUnit, sizeof inUnit);
 }
 
-// inSource may be outDestination.
 template <typename Unit, Unit (*Permute)(Unit)>
 void MoveUnits(void const* inSource, void* outDestination, unsigned long inUnitCount) {
     auto const* source = static_cast<unsigned char const*>(inSource);
@@ -46,6 +40,7 @@ void MoveUnits(void const* inSource, void* outDestination, unsigned long inUnitC
         Store(destination + i * sizeof(Unit), Permute(Load<Unit>(source + i * sizeof(Unit))));
 }
 
+// MoveUnits onto itself would do, but the compiler could not know that no load meets an earlier store.
 template <typename Unit, Unit (*Permute)(Unit)>
 void PermuteUnits(void* ioData, unsigned long inUnitCount) {
     auto* data = static_cast<unsigned char*>(ioData);
@@ -57,17 +52,10 @@ unsigned long UnitCount(long inByteCount, long inUnitByteCount) {
     return inByteCount <= 0 ? 0 : static_cast<unsigned long>(inByteCount / inUnitByteCount);
 }
 
-bool HasHalfWord(long inByteCount) {
-    return inByteCount > 0 && (inByteCount & 2) != 0;
-}
-
 }  // namespace
 
 void SwapBytesShort(void* ioData, long inByteCount) {
-    unsigned long const wordCount = UnitCount(inByteCount, 4);
-    PermuteUnits<UInt32, SwappedHalves>(ioData, wordCount);
-    if (HasHalfWord(inByteCount))
-        PermuteUnits<UInt16, Swapped>(static_cast<unsigned char*>(ioData) + wordCount * 4, 1);
+    PermuteUnits<UInt16, Swapped>(ioData, UnitCount(inByteCount, 2));
 }
 
 void SwapBytesLong(void* ioData, long inByteCount) {
@@ -91,16 +79,12 @@ void SwapBytes64(void* ioData, long inByteCount) {
 }
 
 void SwapSectors(char* ioData, long inSectorCount) {
-    constexpr unsigned long kWordsPerSector = 588;
-    PermuteUnits<UInt32, SwappedHalves>(ioData, static_cast<unsigned long>(inSectorCount) * kWordsPerSector);
+    constexpr unsigned long kSamplesPerSector = 1176;
+    PermuteUnits<UInt16, Swapped>(ioData, static_cast<unsigned long>(inSectorCount) * kSamplesPerSector);
 }
 
 void BlockMoveDataSwappedShort(void const* inSrc, void* outDst, long inByteCount) {
-    unsigned long const wordCount = UnitCount(inByteCount, 4);
-    MoveUnits<UInt32, SwappedHalves>(inSrc, outDst, wordCount);
-    if (HasHalfWord(inByteCount))
-        MoveUnits<UInt16, Swapped>(static_cast<unsigned char const*>(inSrc) + wordCount * 4,
-                                   static_cast<unsigned char*>(outDst) + wordCount * 4, 1);
+    MoveUnits<UInt16, Swapped>(inSrc, outDst, UnitCount(inByteCount, 2));
 }
 
 void BlockMoveDataSwappedLong(void const* inSrc, void* outDst, long inByteCount) {
