@@ -1,0 +1,39 @@
+// A line that tells how far the work has come, on standard error while that is a terminal.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace tool {
+
+class Progress {
+  public:
+    // inTotal and inPerSecond in the units that Advance counts: all of them, and those of one second of
+    // sound.
+    Progress(std::string inName, std::int64_t inTotal, std::int64_t inPerSecond, bool inQuiet);
+    ~Progress();  // wipes the line
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void Advance(std::int64_t inCount);
+
+  private:
+    void Show(double inElapsedSeconds);
+
+    using Clock = std::chrono::steady_clock;
+    std::string mName;
+    std::int64_t mTotal;
+    std::int64_t mPerSecond;
+    std::int64_t mDone = 0;
+    bool mIsShown;
+    bool mHasLine = false;
+    Clock::time_point mStart;
+    Clock::time_point mNext;
+};
+
+// For the line: "43%  2840x  0:02 left". inElapsedSeconds > 0.
+std::string ProgressText(std::int64_t inDone, std::int64_t inTotal, std::int64_t inPerSecond,
+                         double inElapsedSeconds);
+
+}  // namespace tool

@@ -1,0 +1,66 @@
+#include "Signals.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <initializer_list>
+
+namespace tool {
+namespace {
+
+volatile std::sig_atomic_t sPending = 0;
+bool sDiesOfBrokenPipe = false;
+
+void TakeNote(int inSignal) {
+    sPending = inSignal;
+}
+
+bool IsIgnored(int inSignal) {
+    struct sigaction action {};
+    return sigaction(inSignal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+void SetHandler(int inSignal, void (*inHandler)(int)) {
+    struct sigaction action {};
+    action.sa_handler = inHandler;
+    sigemptyset(&action.sa_mask);
+    // No SA_RESTART: a write that waits for a reader is to return.
+    sigaction(inSignal, &action, nullptr);
+}
+
+}  // namespace
+
+void WatchSignals() {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        if (!IsIgnored(signal)) {
+            SetHandler(signal, TakeNote);
+        }
+    }
+    sDiesOfBrokenPipe = !IsIgnored(SIGPIPE);
+    SetHandler(SIGPIPE, SIG_IGN);
+    SetHandler(SIGXFSZ, SIG_IGN);
+}
+
+void CheckSignals() {
+    if (sPending != 0) {
+        throw Interrupted{static_cast<int>(sPending)};
+    }
+}
+
+void ThrowBrokenPipe() {
+    if (sDiesOfBrokenPipe) {
+        throw Interrupted{SIGPIPE};
+    }
+}
+
+void DieBySignal(int inSignal) {
+    SetHandler(inSignal, SIG_DFL);
+    sigset_t mask;
+    sigemptyset(&mask);
+    sigaddset(&mask, inSignal);
+    sigprocmask(SIG_UNBLOCK, &mask, nullptr);
+    raise(inSignal);
+    _exit(128 + inSignal);
+}
+
+}  // namespace tool

@@ -1,0 +1,26 @@
+// Stopping in good order. A handler only takes note; the work looks at the note wherever it waits or
+// delivers, unwinds by the Interrupted exception, and main dies of the same signal, as those who wait for the
+// process expect.
+#pragma once
+
+namespace tool {
+
+struct Interrupted {
+    int signal;
+};
+
+// Takes note of SIGINT, SIGTERM and SIGHUP, each unless it was ignored when the process started. SIGPIPE and
+// SIGXFSZ become errors of write(), so that what is unfinished can be removed.
+void WatchSignals();
+
+// Throws Interrupted when one of the signals has come.
+void CheckSignals();
+
+// What a broken pipe on standard output means: Interrupted with SIGPIPE, unless the process was started with
+// SIGPIPE ignored; then it returns.
+void ThrowBrokenPipe();
+
+// Ends the process by the signal's default action.
+[[noreturn]] void DieBySignal(int inSignal);
+
+}  // namespace tool

@@ -1,0 +1,12 @@
+# Completion of aac2wav for fish.
+complete -c aac2wav -l start -x -d 'Begin at this byte of the stream'
+complete -c aac2wav -l duration -x -d 'Bound the window; 0 or less is to the end'
+complete -c aac2wav -l length -d 'Print the length of the stream in bytes'
+complete -c aac2wav -l probe -d 'Decode everything and describe it'
+complete -c aac2wav -l json -d 'With --probe, print JSON'
+complete -c aac2wav -l rf64 -d 'Write a header that counts beyond 4 GiB'
+complete -c aac2wav -l keep-going -d 'Damage in an input is no failure'
+complete -c aac2wav -l force -d 'Replace an output that is no WAV file'
+complete -c aac2wav -s q -l quiet -d 'Print errors only'
+complete -c aac2wav -s V -l version -d 'Print the version'
+complete -c aac2wav -s h -l help -d 'Print a summary of the options'
