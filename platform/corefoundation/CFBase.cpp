@@ -1,1 +1,80 @@
-#include <toolbox/MacTypes.h>
+#include <toolbox/CFBase.h>
+#include <toolbox/CFString.h>
+
+#include "Object.h"
+
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+namespace toolbox::corefoundation {
+
+namespace {
+
+std::atomic<SInt64> sLiveObjects{0};
+
+int StartWithSuccess() {
+    return 0;
+}
+
+bool IsConstant(const Object* inObject) {
+    return inObject->type == &kCFStringTypeMarker;
+}
+
+const TypeInfo* TypeOf(const Object* inObject) {
+    return static_cast<const TypeInfo*>(inObject->type);
+}
+
+void Destroy(Object* inObject) {
+    const TypeInfo* type = TypeOf(inObject);
+    if (type->finish != nullptr) type->finish(inObject);
+    sSystemCalls.release(inObject);
+    sLiveObjects.fetch_sub(1, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+SystemCalls sSystemCalls = {std::malloc, std::free, StartWithSuccess};
+
+void* NewObject(const TypeInfo& inType, std::size_t inByteCount) {
+    void* memory = sSystemCalls.allocate(inByteCount);
+    if (memory == nullptr) return nullptr;
+    new (memory) Object{&inType, 1};
+    sLiveObjects.fetch_add(1, std::memory_order_relaxed);
+    return memory;
+}
+
+SInt64 CountLiveObjects() {
+    return sLiveObjects.load(std::memory_order_relaxed);
+}
+
+}  // namespace toolbox::corefoundation
+
+using namespace toolbox::corefoundation;
+
+CFTypeRef CFRetain(CFTypeRef inObject) {
+    auto* object = static_cast<Object*>(const_cast<void*>(inObject));
+    if (!IsConstant(object)) object->retainCount.fetch_add(1, std::memory_order_relaxed);
+    return inObject;
+}
+
+void CFRelease(CFTypeRef inObject) {
+    auto* object = static_cast<Object*>(const_cast<void*>(inObject));
+    if (IsConstant(object)) return;
+    // A count of one is the caller's own: nobody else can add to it, so nothing needs to be written.
+    if (object->retainCount.load(std::memory_order_acquire) == 1 ||
+        object->retainCount.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        Destroy(object);
+    }
+}
+
+CFIndex CFGetRetainCount(CFTypeRef inObject) {
+    const auto* object = static_cast<const Object*>(inObject);
+    if (IsConstant(object)) return std::numeric_limits<CFIndex>::max();
+    return static_cast<CFIndex>(object->retainCount.load(std::memory_order_relaxed));
+}
+
+CFTypeID CFGetTypeID(CFTypeRef inObject) {
+    const auto* object = static_cast<const Object*>(inObject);
+    return IsConstant(object) ? kStringTypeID : TypeOf(object)->id;
+}

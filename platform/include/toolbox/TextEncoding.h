@@ -7,20 +7,27 @@
 
 TOOLBOX_EXTERN_C_BEGIN
 
+enum {
+    kTECUnmappableElementErr = -8754,   // text that the encoding cannot hold
+    kTECOutputBufferFullStatus = -8785  // more text than there is room for
+};
+
 // The encoding in which the running application keeps byte strings.
 TOOLBOX_EXPORT TextEncoding GetApplicationTextEncoding(void);
 
-// Puts the text of inString, in the encoding that fits it best, into outText (no terminator): the application's
-// encoding first, then the Mac encodings.
+// Puts the text of inString, in the encoding that fits it best, into outText (no terminator): the
+// application's encoding first, then the Mac encodings.
 //   inTextMaxLength  bytes that outText holds
 //   outTextLength    bytes written
-//   outEncoding      the encoding chosen
-// Fails, writing no length, when no encoding holds the whole text or it does not fit.
+//   outEncoding      the encoding chosen; may be null
+// An encoding is chosen when it holds the whole text in the room there is. When none does, length and
+// encoding are left alone and outText is unspecified: kTECOutputBufferFullStatus when one would hold it in
+// more room, kTECUnmappableElementErr otherwise. paramErr for another null argument.
 TOOLBOX_EXPORT OSStatus GetTextAndEncodingFromCFString(CFStringRef inString, UInt8* outText,
                                                        ByteCount inTextMaxLength, ByteCount* outTextLength,
                                                        TextEncoding* outEncoding);
 
-// C string to Pascal string, cut at 255 bytes; the two may be the same memory.
+// C string to Pascal string, cut at 255 bytes; the two may overlap. Null text is empty.
 TOOLBOX_EXPORT void c2pstrcpy(StringPtr outPascal, const char* inText);
 
 TOOLBOX_EXTERN_C_END

@@ -1,0 +1,58 @@
+// Text in bytes to UTF-16 and back, strictly: what has no counterpart fails.
+#pragma once
+
+#include <toolbox/CFString.h>
+
+namespace toolbox::corefoundation {
+
+// One encoding. Coders are static and may be used on any thread.
+class Coder {
+  public:
+    static constexpr int kMaxBytesPerCodePoint = 4;
+
+    // Whether the bytes below 0x80 are ASCII, each a character of its own.
+    bool HoldsASCII() const { return mHoldsASCII; }
+
+    // UTF-16 units that the bytes decode to, or kCFNotFound when they are not text in the encoding.
+    virtual CFIndex CountUnits(const UInt8* inBytes, CFIndex inByteCount) const = 0;
+    // Decodes bytes that CountUnits has accepted.
+    virtual void Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits) const = 0;
+    // Writes a code point, or a surrogate that has no partner; returns the bytes written, 0 when it cannot be
+    // held.
+    virtual int EncodeCodePoint(UInt32 inCodePoint, UInt8* outBytes) const = 0;
+
+  protected:
+    constexpr explicit Coder(bool inHoldsASCII) : mHoldsASCII(inHoldsASCII) {}
+    ~Coder() = default;
+
+  private:
+    bool mHoldsASCII;
+};
+
+// Null when the encoding is not known or its tables cannot be had.
+const Coder* FindCoder(CFStringEncoding inEncoding);
+// The encodings of one byte for each character.
+const Coder* FindSingleByteCoder(CFStringEncoding inEncoding);
+
+CFIndex CountLeadingASCII(const UInt8* inBytes, CFIndex inByteCount);
+
+struct Encoded {
+    CFIndex unitCount;  // units taken
+    CFIndex byteCount;  // bytes written for them
+};
+
+// Encodes until the end, the first character that the encoding cannot hold, or the first that does not fit.
+//   inLossByte  stands in for each character that cannot be held, unless 0
+//   outBytes    null: bytes are counted only
+Encoded Encode(const Coder& inCoder, const UniChar* inUnits, CFIndex inUnitCount, UInt8 inLossByte,
+               UInt8* outBytes, CFIndex inCapacity);
+
+// The encoding that bytes from outside are in, and how many of them are a byte order mark. Only UTF-8 and
+// those encodings that leave the order open have one; without it, these are big-endian.
+CFStringEncoding ReadByteOrderMark(CFStringEncoding inEncoding, const UInt8* inBytes, CFIndex inByteCount,
+                                   CFIndex* outMarkByteCount);
+// Writes the mark that text of this encoding begins with outside, in the host's order: bytes written (0 when
+// it takes none), or kCFNotFound when it does not fit. outBytes may be null.
+CFIndex WriteByteOrderMark(CFStringEncoding inEncoding, UInt8* outBytes, CFIndex inCapacity);
+
+}  // namespace toolbox::corefoundation

@@ -1,0 +1,38 @@
+// What every Core Foundation object begins with, and the calls that the manager makes of the system.
+#pragma once
+
+#include <toolbox/CFBase.h>
+
+#include <atomic>
+#include <cstddef>
+
+namespace toolbox::corefoundation {
+
+// One static instance for each type of object.
+struct TypeInfo {
+    CFTypeID id;
+    void (*finish)(void* ioObject);  // releases what the object holds; null when it holds nothing
+};
+
+enum : CFTypeID { kStringTypeID = 1 };
+
+struct Object {
+    const void* type;  // a TypeInfo, or &kCFStringTypeMarker for a constant string, which is never counted
+    std::atomic<SInt64> retainCount;
+};
+
+// Every call that the manager makes of the system.
+struct SystemCalls {
+    void* (*allocate)(std::size_t inByteCount);
+    void (*release)(void* inBlock);
+    int (*startStatus)();  // the status that a call of ICU starts from: success, lest the call does nothing
+};
+extern SystemCalls sSystemCalls;
+
+// Memory for an object of inByteCount bytes, its Object filled in with one count, the rest unspecified; or
+// null.
+void* NewObject(const TypeInfo& inType, std::size_t inByteCount);
+
+SInt64 CountLiveObjects();
+
+}  // namespace toolbox::corefoundation

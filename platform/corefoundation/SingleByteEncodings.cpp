@@ -1,0 +1,136 @@
+// Encodings of one byte for each character, ASCII below 0x80. Their tables are read from ICU's converters
+// once, which then are out of the way: no converter to open, share or lock.
+#include "Encodings.h"
+#include "Object.h"
+
+#include <unicode/ucnv.h>
+
+#include <algorithm>
+#include <mutex>
+
+namespace toolbox::corefoundation {
+
+namespace {
+
+constexpr UniChar kUnassigned = 0xFFFF;
+constexpr int kUpperCount = 128;
+
+// ICU has no converter for it.
+constexpr UniChar kNextStepUpper[kUpperCount] = {
+    0x00A0, 0x00C0, 0x00C1, 0x00C2, 0x00C3, 0x00C4, 0x00C5,      0x00C7,     0x00C8, 0x00C9, 0x00CA, 0x00CB,
+    0x00CC, 0x00CD, 0x00CE, 0x00CF, 0x00D0, 0x00D1, 0x00D2,      0x00D3,     0x00D4, 0x00D5, 0x00D6, 0x00D9,
+    0x00DA, 0x00DB, 0x00DC, 0x00DD, 0x00DE, 0x00B5, 0x00D7,      0x00F7,     0x00A9, 0x00A1, 0x00A2, 0x00A3,
+    0x2044, 0x00A5, 0x0192, 0x00A7, 0x00A4, 0x2019, 0x201C,      0x00AB,     0x2039, 0x203A, 0xFB01, 0xFB02,
+    0x00AE, 0x2013, 0x2020, 0x2021, 0x00B7, 0x00A6, 0x00B6,      0x2022,     0x201A, 0x201E, 0x201D, 0x00BB,
+    0x2026, 0x2030, 0x00AC, 0x00BF, 0x00B9, 0x02CB, 0x00B4,      0x02C6,     0x02DC, 0x00AF, 0x02D8, 0x02D9,
+    0x00A8, 0x00B2, 0x02DA, 0x00B8, 0x00B3, 0x02DD, 0x02DB,      0x02C7,     0x2014, 0x00B1, 0x00BC, 0x00BD,
+    0x00BE, 0x00E0, 0x00E1, 0x00E2, 0x00E3, 0x00E4, 0x00E5,      0x00E7,     0x00E8, 0x00E9, 0x00EA, 0x00EB,
+    0x00EC, 0x00C6, 0x00ED, 0x00AA, 0x00EE, 0x00EF, 0x00F0,      0x00F1,     0x0141, 0x00D8, 0x0152, 0x00BA,
+    0x00F2, 0x00F3, 0x00F4, 0x00F5, 0x00F6, 0x00E6, 0x00F9,      0x00FA,     0x00FB, 0x0131, 0x00FC, 0x00FD,
+    0x0142, 0x00F8, 0x0153, 0x00DF, 0x00FE, 0x00FF, kUnassigned, kUnassigned};
+
+// The characters of the bytes from 0x80 on. False when ICU cannot tell now.
+bool ReadUpperHalf(const char* inConverterName, UniChar* outUpper) {
+    auto status = static_cast<UErrorCode>(sSystemCalls.startStatus());
+    UConverter* converter = ucnv_open(inConverterName, &status);
+    ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    for (int i = 0; U_SUCCESS(status) && i < kUpperCount; ++i) {
+        const char byte = static_cast<char>(0x80 + i);
+        UChar units[4];
+        UErrorCode byteStatus = U_ZERO_ERROR;
+        const bool isOne = ucnv_toUChars(converter, units, 4, &byte, 1, &byteStatus) == 1;
+        outUpper[i] = isOne && U_SUCCESS(byteStatus) ? static_cast<UniChar>(units[0]) : kUnassigned;
+    }
+    ucnv_close(converter);
+    return U_SUCCESS(status);
+}
+
+class SingleByteCoder final : public Coder {
+  public:
+    constexpr SingleByteCoder(CFStringEncoding inEncoding, const char* inConverterName,
+                              const UniChar* inUpper)
+        : Coder(true), mEncoding(inEncoding), mConverterName(inConverterName), mKnownUpper(inUpper) {}
+
+    CFStringEncoding Encoding() const { return mEncoding; }
+
+    // Makes the tables unless they are there. Tried again after a failure.
+    bool Prepare() {
+        if (mIsReady.load(std::memory_order_acquire)) return true;
+        const std::lock_guard lock(mMutex);
+        if (mIsReady.load(std::memory_order_relaxed)) return true;
+        if (mKnownUpper != nullptr) {
+            std::copy_n(mKnownUpper, kUpperCount, mUpper);
+        } else if (!ReadUpperHalf(mConverterName, mUpper)) {
+            return false;
+        }
+        SortByUnit();
+        mIsReady.store(true, std::memory_order_release);
+        return true;
+    }
+
+    CFIndex CountUnits(const UInt8* inBytes, CFIndex inByteCount) const override {
+        const bool isText = std::none_of(inBytes, inBytes + inByteCount,
+                                         [this](UInt8 inByte) { return UnitOf(inByte) == kUnassigned; });
+        return isText ? inByteCount : CFIndex{kCFNotFound};
+    }
+
+    void Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits) const override {
+        std::transform(inBytes, inBytes + inByteCount, outUnits,
+                       [this](UInt8 inByte) { return UnitOf(inByte); });
+    }
+
+    int EncodeCodePoint(UInt32 inCodePoint, UInt8* outBytes) const override {
+        const Pair* end = mByUnit + mAssignedCount;
+        const Pair* found =
+            std::lower_bound(mByUnit, end, inCodePoint,
+                             [](const Pair& inPair, UInt32 inUnit) { return inPair.unit < inUnit; });
+        if (found == end || found->unit != inCodePoint) return 0;
+        outBytes[0] = found->byte;
+        return 1;
+    }
+
+  private:
+    struct Pair {
+        UniChar unit;
+        UInt8 byte;
+    };
+
+    UniChar UnitOf(UInt8 inByte) const { return inByte < 0x80 ? UniChar{inByte} : mUpper[inByte - 0x80]; }
+
+    void SortByUnit() {
+        mAssignedCount = 0;
+        for (int i = 0; i < kUpperCount; ++i) {
+            if (mUpper[i] != kUnassigned)
+                mByUnit[mAssignedCount++] = {mUpper[i], static_cast<UInt8>(0x80 + i)};
+        }
+        std::sort(mByUnit, mByUnit + mAssignedCount,
+                  [](const Pair& inLeft, const Pair& inRight) { return inLeft.unit < inRight.unit; });
+    }
+
+    CFStringEncoding mEncoding;
+    const char* mConverterName;
+    const UniChar* mKnownUpper;
+    std::mutex mMutex;
+    std::atomic<bool> mIsReady{false};
+    UniChar mUpper[kUpperCount]{};
+    Pair mByUnit[kUpperCount]{};
+    int mAssignedCount = 0;
+};
+
+constinit SingleByteCoder sCoders[] = {
+    {kCFStringEncodingMacRoman, "macintosh", nullptr},
+    {kCFStringEncodingISOLatin1, "ISO-8859-1", nullptr},
+    {kCFStringEncodingWindowsLatin1, "windows-1252", nullptr},
+    {kCFStringEncodingNextStepLatin, nullptr, kNextStepUpper},
+};
+
+}  // namespace
+
+const Coder* FindSingleByteCoder(CFStringEncoding inEncoding) {
+    for (SingleByteCoder& coder : sCoders) {
+        if (coder.Encoding() == inEncoding) return coder.Prepare() ? &coder : nullptr;
+    }
+    return nullptr;
+}
+
+}  // namespace toolbox::corefoundation

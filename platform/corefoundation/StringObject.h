@@ -1,0 +1,34 @@
+// How a string lies in memory: the image that CFSTR lays out, with the characters right behind it when it was
+// made at run time.
+#pragma once
+
+#include <toolbox/CFString.h>
+
+#include "Object.h"
+
+#include <cstddef>
+
+namespace toolbox::corefoundation {
+
+struct StringObject {
+    Object base;
+    CFIndex length;  // UTF-16 units
+    const UniChar* characters;
+};
+static_assert(sizeof(StringObject) == sizeof(CFConstantString) &&
+              offsetof(StringObject, length) == offsetof(CFConstantString, length) &&
+              offsetof(StringObject, characters) == offsetof(CFConstantString, characters));
+
+inline const StringObject& ObjectOf(CFStringRef inString) {
+    return *reinterpret_cast<const StringObject*>(inString);
+}
+
+inline CFStringRef RefOf(const StringObject* inString) {
+    return reinterpret_cast<CFStringRef>(inString);
+}
+
+// A string of inLength units (>= 0), to be filled in through outCharacters before anyone sees it. Null when
+// memory is short.
+StringObject* NewString(CFIndex inLength, UniChar** outCharacters);
+
+}  // namespace toolbox::corefoundation
