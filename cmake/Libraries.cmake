@@ -2,6 +2,9 @@
 
 set(TOOLBOX_ROOMS toolbox_memory toolbox_corefoundation toolbox_text toolbox_files toolbox_system toolbox_movies)
 set(LIBRARY_ROOMS aac2wav_foundation aac2wav_strings aac2wav_converter)
+if(MIRTAL_JAVA)
+    list(APPEND LIBRARY_ROOMS aac2wav_java)
+endif()
 
 set(toolbox_objects)
 foreach(room IN LISTS TOOLBOX_ROOMS)

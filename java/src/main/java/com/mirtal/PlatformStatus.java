@@ -1,0 +1,29 @@
+package com.mirtal;
+
+/** The platform's status codes that mean something of their own to Java. */
+final class PlatformStatus {
+    static final int NO_VOLUME = -35;
+    static final int BAD_NAME = -37;
+    static final int END_OF_FILE = -39;
+    static final int NO_FILE = -43;
+    static final int BAD_PARAMETER = -50;
+    static final int NO_PERMISSION = -54;
+    static final int NO_MEMORY = -108;
+    static final int NO_FOLDER = -120;
+    static final int BAD_FORMAT = -206;
+    static final int BAD_DESCRIPTION = -2001;
+    static final int BAD_MOVIE_ATOM = -2002;
+    static final int NO_IMPORTER = -2003;
+    static final int NO_HANDLER = -2004;
+    static final int NO_MEDIA_HANDLER = -2006;
+    static final int INVALID_MEDIA = -2008;
+    static final int INVALID_TRACK = -2009;
+    static final int INVALID_MOVIE = -2010;
+    static final int INVALID_DURATION = -2014;
+    static final int INVALID_TIME = -2015;
+    static final int NO_SOUND = -2062;
+    static final int ACCESS_DENIED = -5000;
+    static final int NO_CODEC = -8961;
+
+    private PlatformStatus() {}
+}
