@@ -1,0 +1,102 @@
+#include "SampleConversion.h"
+
+#include <bit>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace toolbox::movies {
+
+namespace {
+
+void StoreBigEndian(std::int16_t inSample, std::uint8_t* outBytes) {
+    auto bits = static_cast<std::uint16_t>(inSample);
+    if constexpr (std::endian::native == std::endian::little) {
+        bits = static_cast<std::uint16_t>(bits << 8 | bits >> 8);
+    }
+    std::memcpy(outBytes, &bits, sizeof bits);
+}
+
+// Adding 1.5 * 2^23 leaves no bits for a fraction: the addition itself rounds, halves to even, and the
+// integer is in the low bits. Unlike lrintf this is arithmetic that compilers turn into vector code.
+std::int16_t RoundSample(float inSample) {
+    constexpr float kRounder = 12582912.0F;
+    float scaled = inSample * 32768.0F;
+    if (!(scaled >= -32768.0F)) scaled = -32768.0F;  // also what is not a number
+    if (scaled > 32767.0F) scaled = 32767.0F;
+    const auto bits = std::bit_cast<std::int32_t>(scaled + kRounder);
+    return static_cast<std::int16_t>(bits - std::bit_cast<std::int32_t>(kRounder));
+}
+
+#if defined(__SSE2__)
+// Eight samples, rounded and clipped. Only the upper clip is needed beforehand: too small a value, and what
+// is not a number, converts to the most negative integer, which packing saturates.
+__m128i RoundEight(const float* inSamples) {
+    const __m128 scale = _mm_set1_ps(32768.0F);
+    const __m128 largest = _mm_set1_ps(32767.0F);
+    const __m128 low = _mm_min_ps(largest, _mm_mul_ps(_mm_loadu_ps(inSamples), scale));
+    const __m128 high = _mm_min_ps(largest, _mm_mul_ps(_mm_loadu_ps(inSamples + 4), scale));
+    return _mm_packs_epi32(_mm_cvtps_epi32(low), _mm_cvtps_epi32(high));
+}
+
+__m128i SwapBytes(__m128i inShorts) {
+    return _mm_or_si128(_mm_slli_epi16(inShorts, 8), _mm_srli_epi16(inShorts, 8));
+}
+
+void StoreEight(__m128i inLeft, __m128i inRight, std::uint8_t* outBytes) {
+    auto* vectors = reinterpret_cast<__m128i*>(outBytes);
+    _mm_storeu_si128(vectors, _mm_unpacklo_epi16(inLeft, inRight));
+    _mm_storeu_si128(vectors + 1, _mm_unpackhi_epi16(inLeft, inRight));
+}
+
+// Returns how many frames were stored: all but the last few.
+std::size_t StoreByEights(const float* inLeft, const float* inRight, std::size_t inFrameCount,
+                          std::uint8_t* outBytes) {
+    const std::size_t frameCount = inFrameCount - inFrameCount % 8;
+    if (inLeft == inRight) {
+        for (std::size_t frame = 0; frame < frameCount; frame += 8) {
+            const __m128i both = SwapBytes(RoundEight(inLeft + frame));
+            StoreEight(both, both, outBytes + frame * kBytesPerStoredFrame);
+        }
+        return frameCount;
+    }
+    for (std::size_t frame = 0; frame < frameCount; frame += 8) {
+        StoreEight(SwapBytes(RoundEight(inLeft + frame)), SwapBytes(RoundEight(inRight + frame)),
+                   outBytes + frame * kBytesPerStoredFrame);
+    }
+    return frameCount;
+}
+#else
+std::size_t StoreByEights(const float*, const float*, std::size_t, std::uint8_t*) {
+    return 0;
+}
+#endif
+
+}  // namespace
+
+void StoreFloatFramesPortably(const float* inLeft, const float* inRight, std::size_t inFrameCount,
+                              std::uint8_t* outBytes) {
+    for (std::size_t frame = 0; frame < inFrameCount; ++frame) {
+        StoreBigEndian(RoundSample(inLeft[frame]), outBytes + frame * kBytesPerStoredFrame);
+        StoreBigEndian(RoundSample(inRight[frame]), outBytes + frame * kBytesPerStoredFrame + 2);
+    }
+}
+
+void StoreFloatFrames(const float* inLeft, const float* inRight, std::size_t inFrameCount,
+                      std::uint8_t* outBytes) {
+    const std::size_t stored = StoreByEights(inLeft, inRight, inFrameCount, outBytes);
+    StoreFloatFramesPortably(inLeft + stored, inRight + stored, inFrameCount - stored,
+                             outBytes + stored * kBytesPerStoredFrame);
+}
+
+void StoreShortFrames(const std::int16_t* inLeft, const std::int16_t* inRight, std::size_t inFrameCount,
+                      std::uint8_t* outBytes) {
+    for (std::size_t frame = 0; frame < inFrameCount; ++frame) {
+        StoreBigEndian(inLeft[frame], outBytes + frame * kBytesPerStoredFrame);
+        StoreBigEndian(inRight[frame], outBytes + frame * kBytesPerStoredFrame + 2);
+    }
+}
+
+}  // namespace toolbox::movies

@@ -1,0 +1,114 @@
+#include "SoundDecoder.h"
+
+#include <toolbox/MacErrors.h>
+
+#include <climits>
+#include <cstring>
+#include <new>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
+namespace toolbox::movies {
+
+namespace {
+
+// Added to the level of each message of a decoder, it is past every level that a host can choose: damaged
+// sound is counted, not told on somebody's terminal. The host's own use of the logging stays as it is.
+constexpr int kSilentLogOffset = 1000;
+
+SoundDecoder::Outcome OutcomeOf(int inError) {
+    if (inError >= 0 || inError == AVERROR(EAGAIN) || inError == AVERROR_EOF)
+        return SoundDecoder::Outcome::kNothing;
+    return inError == AVERROR(ENOMEM) ? SoundDecoder::Outcome::kOutOfMemory : SoundDecoder::Outcome::kDamaged;
+}
+
+// noErr, or memFullErr.
+OSStatus CopyConfig(const SoundFormat& inFormat, AVCodecContext& outContext) {
+    const std::size_t sizeBytes = inFormat.decoderConfig.size();
+    if (sizeBytes == 0) return noErr;
+    if (sizeBytes > INT_MAX - AV_INPUT_BUFFER_PADDING_SIZE) return memFullErr;
+    outContext.extradata = static_cast<std::uint8_t*>(av_mallocz(sizeBytes + AV_INPUT_BUFFER_PADDING_SIZE));
+    if (outContext.extradata == nullptr) return memFullErr;
+    std::memcpy(outContext.extradata, inFormat.decoderConfig.data(), sizeBytes);
+    outContext.extradata_size = static_cast<int>(sizeBytes);
+    return noErr;
+}
+
+}  // namespace
+
+void SoundDecoder::Deleter::operator()(AVCodecContext* inContext) const {
+    avcodec_free_context(&inContext);
+}
+void SoundDecoder::Deleter::operator()(AVFrame* inFrame) const {
+    av_frame_free(&inFrame);
+}
+void SoundDecoder::Deleter::operator()(AVPacket* inPacket) const {
+    av_packet_free(&inPacket);
+}
+
+SoundDecoder::SoundDecoder() : mFrame(av_frame_alloc()), mPacket(av_packet_alloc()) {
+    if (mFrame == nullptr || mPacket == nullptr) throw std::bad_alloc();
+}
+
+SoundDecoder::~SoundDecoder() = default;
+
+OSStatus SoundDecoder::Open(const SoundFormat& inFormat) {
+    mContext.reset();
+    if (inFormat.decodable != noErr) return inFormat.decodable;
+    const AVCodec* codec = avcodec_find_decoder(static_cast<AVCodecID>(inFormat.codecID));
+    if (codec == nullptr || codec->type != AVMEDIA_TYPE_AUDIO) return noCodecErr;
+
+    std::unique_ptr<AVCodecContext, Deleter> context(avcodec_alloc_context3(codec));
+    if (context == nullptr) return memFullErr;
+    context->log_level_offset = kSilentLogOffset;
+    context->thread_count = 1;
+    // The container alone says what to trim; a decoder that trims by an encoder's signature would do it
+    // twice.
+    context->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
+    context->sample_rate = inFormat.sampleRateHz <= INT_MAX ? static_cast<int>(inFormat.sampleRateHz) : 0;
+    if (inFormat.channelCount > 0) av_channel_layout_default(&context->ch_layout, inFormat.channelCount);
+    context->bits_per_coded_sample = inFormat.bitsPerSample;
+    context->block_align = inFormat.blockAlign;
+    const OSStatus status = CopyConfig(inFormat, *context);
+    if (status != noErr) return status;
+
+    const int error = avcodec_open2(context.get(), codec, nullptr);
+    if (error < 0) return error == AVERROR(ENOMEM) ? memFullErr : noCodecErr;
+    mContext = std::move(context);
+    return noErr;
+}
+
+bool SoundDecoder::HasDelay() const {
+    return mContext != nullptr && (mContext->codec->capabilities & AV_CODEC_CAP_DELAY) != 0;
+}
+
+SoundDecoder::Outcome SoundDecoder::Send(const PacketBytes& inPacket) {
+    // To the decoder a packet of no bytes means the end.
+    if (inPacket.sizeBytes == 0 || inPacket.sizeBytes > INT_MAX) return Outcome::kDamaged;
+    mPacket->data = const_cast<std::uint8_t*>(inPacket.data);  // the decoder only reads
+    mPacket->size = static_cast<int>(inPacket.sizeBytes);
+    mPacket->buf = inPacket.owner;
+    const int error = avcodec_send_packet(mContext.get(), mPacket.get());
+    // The decoder has taken its own reference; this one was borrowed.
+    mPacket->buf = nullptr;
+    mPacket->data = nullptr;
+    mPacket->size = 0;
+    return error == AVERROR(EAGAIN) ? Outcome::kDamaged : OutcomeOf(error);
+}
+
+SoundDecoder::Outcome SoundDecoder::SendEnd() {
+    return OutcomeOf(avcodec_send_packet(mContext.get(), nullptr));
+}
+
+SoundDecoder::Outcome SoundDecoder::Receive() {
+    const int error = avcodec_receive_frame(mContext.get(), mFrame.get());
+    return error >= 0 ? Outcome::kSound : OutcomeOf(error);
+}
+
+OSStatus CheckDecodable(const SoundFormat& inFormat) {
+    return SoundDecoder().Open(inFormat);
+}
+
+}  // namespace toolbox::movies

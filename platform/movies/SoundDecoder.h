@@ -1,0 +1,52 @@
+// One decoder at work on consecutive packets of one format.
+#pragma once
+
+#include "SoundTrack.h"
+
+#include <memory>
+
+struct AVCodecContext;
+struct AVFrame;
+struct AVPacket;
+
+namespace toolbox::movies {
+
+class SoundDecoder {
+  public:
+    SoundDecoder();  // throws std::bad_alloc
+    ~SoundDecoder();
+    SoundDecoder(const SoundDecoder&) = delete;
+    SoundDecoder& operator=(const SoundDecoder&) = delete;
+
+    // Starts afresh: nothing that was decoded before shows in what follows. noCodecErr when the format cannot
+    // be decoded, memFullErr.
+    OSStatus Open(const SoundFormat& inFormat);
+    // Whether sound comes out later than its packet went in, the rest of it only after the end.
+    bool HasDelay() const;
+
+    enum class Outcome { kSound, kNothing, kDamaged, kOutOfMemory };
+    // Hands over a packet, when Receive has answered kNothing or kDamaged for the previous one. kNothing when
+    // it was taken; kDamaged when it is not decodable, though it may have begun to sound.
+    Outcome Send(const PacketBytes& inPacket);
+    // No more packets; what is left of the sound follows.
+    Outcome SendEnd();
+    // The next stretch of sound; kNothing when the decoder wants the next packet, or is at its end.
+    Outcome Receive();
+    // What Receive gave, until its next call.
+    const AVFrame& Frame() const { return *mFrame; }
+
+  private:
+    struct Deleter {
+        void operator()(AVCodecContext* inContext) const;
+        void operator()(AVFrame* inFrame) const;
+        void operator()(AVPacket* inPacket) const;
+    };
+    std::unique_ptr<AVCodecContext, Deleter> mContext;
+    std::unique_ptr<AVFrame, Deleter> mFrame;
+    std::unique_ptr<AVPacket, Deleter> mPacket;
+};
+
+// Whether sound of this format can be exported: noErr, badFormat (encrypted), noCodecErr, memFullErr.
+OSStatus CheckDecodable(const SoundFormat& inFormat);
+
+}  // namespace toolbox::movies
