@@ -1,0 +1,234 @@
+// What remains when the system refuses memory: every allocation of a scenario fails once, and once from there
+// on.
+#include <toolbox/MacMemory.h>
+
+#include <memory/MacMemory_test_access.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+// The fault to come: negative when none is due.
+int sCallsUntilFault = -1;
+bool sFailsForever = false;
+int sFaultsDelivered = 0;
+
+bool Fails() {
+    if (sCallsUntilFault < 0) return false;
+    if (sCallsUntilFault > 0 && --sCallsUntilFault > 0) return false;
+    if (!sFailsForever) sCallsUntilFault = -1;
+    ++sFaultsDelivered;
+    return true;
+}
+
+class FaultScope {
+  public:
+    FaultScope(int inFailingCall, bool inForever) {
+        auto& calls = toolbox::memory::HeapCallsForTesting();
+        calls.allocate = [](std::size_t inCount) { return Fails() ? nullptr : std::malloc(inCount); };
+        calls.allocateZeroed = [](std::size_t inCount, std::size_t inSize) {
+            return Fails() ? nullptr : std::calloc(inCount, inSize);
+        };
+        calls.resize = [](void* ioBlock, std::size_t inCount) {
+            return Fails() ? nullptr : std::realloc(ioBlock, inCount);
+        };
+        sCallsUntilFault = inFailingCall;
+        sFailsForever = inForever;
+        sFaultsDelivered = 0;
+    }
+    ~FaultScope() {
+        sCallsUntilFault = -1;
+        toolbox::memory::HeapCallsForTesting() = mSaved;
+    }
+
+  private:
+    toolbox::memory::HeapCalls mSaved = toolbox::memory::HeapCallsForTesting();
+};
+
+// Runs a scenario with call 1, 2, 3, ... failing, until a run meets no fault. The scenario answers noErr or
+// the error it met, and leaves nothing behind. Returns how many places could fail.
+template <typename Scenario>
+int FailEveryCall(bool inForever, OSErr inExpected, Scenario inScenario) {
+    const UInt64 handles = GetLiveHandleCount();
+    const UInt64 ptrs = GetLivePtrCount();
+    const UInt64 bytes = GetMemoryInUse();
+    for (int failing = 1;; ++failing) {
+        OSErr error = noErr;
+        {
+            const FaultScope fault(failing, inForever);
+            error = inScenario();
+        }
+        EXPECT_EQ(handles, GetLiveHandleCount()) << "call " << failing;
+        EXPECT_EQ(ptrs, GetLivePtrCount()) << "call " << failing;
+        EXPECT_EQ(bytes, GetMemoryInUse()) << "call " << failing;
+        if (sFaultsDelivered == 0) {
+            EXPECT_EQ(noErr, error);
+            return failing - 1;
+        }
+        EXPECT_EQ(inExpected, error) << "call " << failing;
+    }
+}
+
+OSErr DisposeAfter(Handle inHandle, OSErr inError) {
+    DisposeHandle(inHandle);
+    return inError;
+}
+
+OSErr MakeHandle() {
+    Handle handle = NewHandle(100);
+    const OSErr error = MemError();
+    EXPECT_EQ(error == noErr, handle != nullptr);
+    return DisposeAfter(handle, error);
+}
+
+}  // namespace
+
+TEST(MemoryFaults, NewHandle) {
+    for (const bool forever : {false, true}) {
+        EXPECT_GE(FailEveryCall(forever, memFullErr, MakeHandle), 1);
+        EXPECT_GE(FailEveryCall(forever, memFullErr,
+                                [] {
+                                    Handle handle = NewHandleClear(100);
+                                    const OSErr error = MemError();
+                                    EXPECT_EQ(error == noErr, handle != nullptr);
+                                    return DisposeAfter(handle, error);
+                                }),
+                  1);
+        EXPECT_GE(FailEveryCall(forever, memFullErr,
+                                [] {
+                                    OSErr error = noErr;
+                                    Handle handle = TempNewHandle(100, &error);
+                                    return DisposeAfter(handle, error);
+                                }),
+                  1);
+    }
+}
+
+TEST(MemoryFaults, MasterPointers) {
+    // More than can be at hand, also when the test is repeated, so that new ones must be made.
+    static UInt32 sWanted = 100'000;
+    sWanted += 2000;
+    EXPECT_GE(FailEveryCall(false, memFullErr,
+                            [] {
+                                MoreMasterPointers(sWanted);
+                                return MemError();
+                            }),
+              1);
+}
+
+TEST(MemoryFaults, NewEmptyHandleWithoutMasterPointers) {
+    constexpr std::size_t kMoreThanAreAtHand = 1'000'000;
+    std::vector<Handle> handles;
+    handles.reserve(kMoreThanAreAtHand);
+    {
+        const FaultScope fault(1, true);
+        while (handles.size() < kMoreThanAreAtHand) {
+            Handle handle = NewEmptyHandle();
+            if (handle == nullptr) break;
+            handles.push_back(handle);
+        }
+        EXPECT_EQ(memFullErr, MemError());
+        EXPECT_EQ(1, sFaultsDelivered);
+    }
+    Handle handle = NewEmptyHandle();
+    EXPECT_NE(nullptr, handle) << "once there is memory again";
+    DisposeHandle(handle);
+    for (Handle made : handles)
+        DisposeHandle(made);
+}
+
+TEST(MemoryFaults, GrowingLeavesTheBlockAsItWas) {
+    for (const bool moves : {false, true}) {
+        toolbox::memory::SetMovesAtEveryResize(moves);
+        Handle handle = nullptr;
+        ASSERT_EQ(noErr, PtrToHand("abc", &handle, 3));
+        const Ptr block = *handle;
+        {
+            const FaultScope fault(1, true);
+            SetHandleSize(handle, 1000);
+            EXPECT_EQ(memFullErr, MemError());
+            EXPECT_EQ(memFullErr, PtrAndHand("def", handle, 3));
+            EXPECT_EQ(memFullErr, PtrToXHand("defghi", handle, 6));
+            SetHandleSize(handle, 2);
+            EXPECT_EQ(noErr, MemError()) << "shrinking needs no memory, even when blocks should move";
+            SetHandleSize(handle, 3);
+        }
+        EXPECT_EQ(block, *handle);
+        EXPECT_EQ(3, GetHandleSize(handle));
+        EXPECT_EQ(0, std::memcmp(*handle, "abc", 3));
+        DisposeHandle(handle);
+    }
+    toolbox::memory::SetMovesAtEveryResize(false);
+}
+
+TEST(MemoryFaults, AppendingDoesWithoutSpareRoom) {
+    Handle handle = nullptr;
+    ASSERT_EQ(noErr, PtrToHand("abc", &handle, 3));
+    {
+        const FaultScope fault(1, false);
+        EXPECT_EQ(noErr, PtrAndHand("def", handle, 3));
+        EXPECT_EQ(1, sFaultsDelivered);
+    }
+    EXPECT_EQ("abcdef", std::string(*handle, 6));
+    DisposeHandle(handle);
+}
+
+TEST(MemoryFaults, Copies) {
+    Handle source = nullptr;
+    ASSERT_EQ(noErr, PtrToHand("abc", &source, 3));
+    for (const bool forever : {false, true}) {
+        EXPECT_GE(FailEveryCall(forever, memFullErr,
+                                [source] {
+                                    Handle copy = source;
+                                    const OSErr error = HandToHand(&copy);
+                                    EXPECT_EQ(error == noErr, copy != source);
+                                    if (copy != source) DisposeHandle(copy);
+                                    return error;
+                                }),
+                  1);
+        EXPECT_GE(FailEveryCall(forever, memFullErr,
+                                [] {
+                                    Handle copy = nullptr;
+                                    const OSErr error = PtrToHand("abc", &copy, 3);
+                                    EXPECT_EQ(error == noErr, copy != nullptr);
+                                    return DisposeAfter(copy, error);
+                                }),
+                  1);
+    }
+    DisposeHandle(source);
+}
+
+TEST(MemoryFaults, ReallocateLeavesTheHandleEmptied) {
+    Handle handle = NewHandle(10);
+    {
+        const FaultScope fault(1, false);
+        ReallocateHandle(handle, 20);
+        EXPECT_EQ(memFullErr, MemError());
+    }
+    EXPECT_EQ(nullptr, *handle);
+    ReallocateHandle(handle, 20);
+    EXPECT_EQ(noErr, MemError());
+    EXPECT_EQ(20, GetHandleSize(handle));
+    DisposeHandle(handle);
+}
+
+TEST(MemoryFaults, NewPtr) {
+    for (const bool forever : {false, true}) {
+        for (const auto make : {NewPtr, NewPtrClear}) {
+            EXPECT_GE(FailEveryCall(forever, memFullErr,
+                                    [make] {
+                                        Ptr pointer = make(100);
+                                        const OSErr error = MemError();
+                                        EXPECT_EQ(error == noErr, pointer != nullptr);
+                                        DisposePtr(pointer);
+                                        return error;
+                                    }),
+                      1);
+        }
+    }
+}
