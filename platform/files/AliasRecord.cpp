@@ -13,9 +13,8 @@ constexpr std::size_t kKindOffset = 8;
 constexpr std::size_t kDeviceOffset = 12;
 constexpr std::size_t kInodeOffset = 20;
 constexpr std::size_t kBirthOffset = 28;
-constexpr std::size_t kItemSizeOffset = 36;
-constexpr std::size_t kPathSizeOffset = 44;
-constexpr std::size_t kPathOffset = 48;
+constexpr std::size_t kPathSizeOffset = 36;
+constexpr std::size_t kPathOffset = 40;
 constexpr std::size_t kMaxRecordBytes = UINT16_MAX;
 constexpr UInt64 kVersion = 1;
 
@@ -42,11 +41,10 @@ OSStatus EncodeAlias(const AliasContents& inContents, std::vector<UInt8>& outRec
     Put<4>(bytes, 0, inContents.userType);
     Put<2>(bytes, kSizeOffset, outRecord.size());
     Put<2>(bytes, kVersionOffset, kVersion);
-    Put<2>(bytes, kKindOffset, static_cast<UInt64>(inContents.target.kind));
-    Put<8>(bytes, kDeviceOffset, inContents.target.identity.device);
-    Put<8>(bytes, kInodeOffset, inContents.target.identity.inode);
-    Put<8>(bytes, kBirthOffset, static_cast<UInt64>(inContents.target.identity.birthNanos));
-    Put<8>(bytes, kItemSizeOffset, static_cast<UInt64>(inContents.target.sizeBytes));
+    Put<2>(bytes, kKindOffset, static_cast<UInt64>(inContents.kind));
+    Put<8>(bytes, kDeviceOffset, inContents.identity.device);
+    Put<8>(bytes, kInodeOffset, inContents.identity.inode);
+    Put<8>(bytes, kBirthOffset, static_cast<UInt64>(inContents.identity.birthNanos));
     Put<4>(bytes, kPathSizeOffset, inContents.path.size());
     std::copy(inContents.path.begin(), inContents.path.end(), bytes + kPathOffset);
     return noErr;
@@ -66,11 +64,10 @@ OSStatus DecodeAlias(const UInt8* inBytes, std::size_t inByteCount, AliasContent
     if (path[0] != '/' || std::memchr(path, 0, recordBytes - kPathOffset) != nullptr) return paramErr;
 
     outContents.userType = static_cast<OSType>(Get<4>(inBytes, 0));
-    outContents.target.kind = static_cast<ItemKind>(kind);
-    outContents.target.identity.device = Get<8>(inBytes, kDeviceOffset);
-    outContents.target.identity.inode = Get<8>(inBytes, kInodeOffset);
-    outContents.target.identity.birthNanos = static_cast<std::int64_t>(Get<8>(inBytes, kBirthOffset));
-    outContents.target.sizeBytes = static_cast<std::int64_t>(Get<8>(inBytes, kItemSizeOffset));
+    outContents.kind = static_cast<ItemKind>(kind);
+    outContents.identity.device = Get<8>(inBytes, kDeviceOffset);
+    outContents.identity.inode = Get<8>(inBytes, kInodeOffset);
+    outContents.identity.birthNanos = static_cast<std::int64_t>(Get<8>(inBytes, kBirthOffset));
     outContents.path.assign(reinterpret_cast<const char*>(path), recordBytes - kPathOffset);
     outRecordBytes = recordBytes;
     return noErr;

@@ -10,9 +10,8 @@
 //       12      8  device
 //       20      8  inode
 //       28      8  birth in nanoseconds since 1970, 0 when not known
-//       36      8  bytes in the item when the record was made
-//       44      4  bytes of path
-//       48         the absolute path, any bytes but NUL
+//       36      4  bytes of path
+//       40         the absolute path, any bytes but NUL
 #pragma once
 
 #include "Catalogue.h"
@@ -27,7 +26,8 @@ namespace toolbox::files {
 
 struct AliasContents {
     OSType userType = 0;
-    ItemStatus target;
+    ItemKind kind = ItemKind::kFile;
+    ItemIdentity identity;
     std::string path;
 };
 

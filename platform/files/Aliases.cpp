@@ -16,7 +16,7 @@ OSStatus MakeAlias(const FSRef& inTarget, AliasHandle* outAlias) {
     OSStatus status = FindByRef(inTarget, item);
     if (status != noErr) return status;
     std::vector<UInt8> record;
-    status = EncodeAlias({0, item.status, item.path}, record);
+    status = EncodeAlias({0, item.status.kind, item.status.identity, item.path}, record);
     if (status != noErr) return status;
     Handle handle = nullptr;
     status = PtrToHand(record.data(), &handle, static_cast<Size>(record.size()));
@@ -27,13 +27,12 @@ OSStatus MakeAlias(const FSRef& inTarget, AliasHandle* outAlias) {
 // Looks where the item was, then for something like it there, then for the item in other places.
 OSStatus FindTarget(const AliasContents& inAlias, FoundItem& outItem) {
     const OSStatus pathStatus = FindByPath(inAlias.path.c_str(), outItem);
-    if (pathStatus == noErr && outItem.status.kind == inAlias.target.kind) return noErr;
-    if (pathStatus == noErr && outItem.status.identity.IsSameItem(inAlias.target.identity)) return noErr;
+    if (pathStatus == noErr && outItem.status.kind == inAlias.kind) return noErr;
 
-    if (FindByIdentity(inAlias.target.identity, outItem) == noErr) return noErr;
+    if (FindByIdentity(inAlias.identity, outItem) == noErr) return noErr;
     const std::size_t slash = inAlias.path.rfind('/');
     FoundItem renamed;
-    if (FindInFolder(inAlias.path.substr(0, slash + 1), inAlias.target.identity, renamed) == noErr) {
+    if (FindInFolder(inAlias.path.substr(0, slash + 1), inAlias.identity, renamed) == noErr) {
         return FindByPath(renamed.path.c_str(), outItem);
     }
     return pathStatus == noErr || pathStatus == dirNFErr ? static_cast<OSStatus>(fnfErr) : pathStatus;
@@ -65,9 +64,10 @@ OSStatus ResolveAlias(Handle ioAlias, FSRef* outTarget, Boolean* outWasChanged) 
     status = FindTarget(alias, item);
     if (status != noErr) return status;
 
-    if (item.path != alias.path || !item.status.identity.IsSameItem(alias.target.identity)) {
+    if (item.path != alias.path || !item.status.identity.IsSameItem(alias.identity)) {
         std::vector<UInt8> record;
-        *outWasChanged = EncodeAlias({alias.userType, item.status, item.path}, record) == noErr &&
+        *outWasChanged = EncodeAlias({alias.userType, item.status.kind, item.status.identity, item.path},
+                                     record) == noErr &&
                          ReplaceRecord(ioAlias, recordBytes, record);
     }
     *outTarget = MakeRef(item);

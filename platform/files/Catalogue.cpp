@@ -49,7 +49,7 @@ OSStatus StatusOfMissing(const std::string& inPath, int inErrno) {
     const std::size_t slash = inPath.find_last_of('/', nameEnd);
     if (slash == std::string::npos || slash == 0) return fnfErr;
     ItemStatus folder;
-    return GetPathStatus(inPath.substr(0, slash + 1).c_str(), folder) == ENOENT ? dirNFErr : fnfErr;
+    return GetPathStatus(inPath.substr(0, slash + 1).c_str(), folder) == 0 ? fnfErr : dirNFErr;
 }
 
 // Puts the status of every item on a canonical path, from "/" down, into outSteps. 0 or an errno.
@@ -153,7 +153,8 @@ OSStatus FindInFolder(const std::string& inFolderPath, const ItemIdentity& inIte
         if (entry->d_ino != inItem.inode) continue;
         const std::string_view name = entry->d_name;
         if (name == "." || name == "..") continue;
-        if (LookAt(PathInFolder(inFolderPath, name), inItem, outItem) == 0) return noErr;
+        const int error = LookAt(PathInFolder(inFolderPath, name), inItem, outItem);
+        if (!IsMissing(error)) return StatusOfErrno(error);
     }
 }
 

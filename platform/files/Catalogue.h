@@ -32,7 +32,7 @@ OSStatus FindInFolder(const std::string& inFolderPath, const ItemIdentity& inIte
 FSRef MakeRef(const FoundItem& inItem);
 // False when the bytes are no reference.
 bool ReadRef(const FSRef& inRef, ItemIdentity& outItem);
-// FindByIdentity for a reference; errFSBadFSRef when it is none, or none of this process.
+// FindByIdentity for a reference; errFSBadFSRef when it is none.
 OSStatus FindByRef(const FSRef& inRef, FoundItem& outItem);
 
 }  // namespace toolbox::files

@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <cerrno>
+#include <utility>
 
 namespace toolbox::files {
 
@@ -19,14 +20,14 @@ OSStatus StatusOfKind(ItemKind inKind) {
 }
 
 // Opens the item where it was found; fnfErr when something else is there meanwhile.
-OSStatus OpenFound(const FoundItem& inItem, int& outDescriptor) {
+OSStatus OpenFound(const std::string& inPath, const ItemIdentity& inItem, int& outDescriptor) {
     // Without O_NONBLOCK a pipe that took the path just now would hold us until somebody writes to it.
     const int descriptor =
-        Calls().openFile(inItem.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW);
+        Calls().openFile(inPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW);
     if (descriptor < 0) return errno == ELOOP ? static_cast<OSStatus>(fnfErr) : StatusOfErrno(errno);
     ItemStatus opened;
     const int error = GetDescriptorStatus(descriptor, opened);
-    if (error == 0 && opened.identity.IsSameItem(inItem.status.identity)) {
+    if (error == 0 && opened.identity.IsSameItem(inItem)) {
         outDescriptor = descriptor;
         return noErr;
     }
@@ -38,15 +39,15 @@ OSStatus OpenFound(const FoundItem& inItem, int& outDescriptor) {
 
 OSStatus OpenForReading(const FSRef& inItem, int& outDescriptor, std::string& outPath) {
     outDescriptor = -1;
-    outPath.clear();
     OSStatus status = fnfErr;
     for (int round = 0; round < kRounds && status == fnfErr; ++round) {
+        outPath.clear();
         FoundItem found;
         status = FindByRef(inItem, found);
         if (status != noErr) return status;
-        outPath = found.path;
+        outPath = std::move(found.path);
         status = StatusOfKind(found.status.kind);
-        if (status == noErr) status = OpenFound(found, outDescriptor);
+        if (status == noErr) status = OpenFound(outPath, found.status.identity, outDescriptor);
     }
     return status;
 }

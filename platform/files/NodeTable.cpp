@@ -48,7 +48,7 @@ NodeID NodeTable::Record(const std::vector<PathStep>& inPath) {
     std::uint64_t parentDevice = 0;
     for (const PathStep& step : inPath) {
         // A folder mounted somewhere beneath itself: the short way leads there as well.
-        const Index known = FindItem(step.identity);
+        const Index known = FindKey(KeyOf(step.identity));
         const auto earlier = std::find(chain.begin(), chain.end(), known);
         if (known != kNone && earlier != chain.end()) {
             chain.erase(earlier + 1, chain.end());

@@ -1,21 +1,35 @@
 // The Alias Manager: records that find an item again after it was renamed or moved, or the program restarted.
+// A record is a handle that its maker disposes of; it is used by one thread at a time.
 #pragma once
 
 #include <toolbox/Files.h>
 
 TOOLBOX_EXTERN_C_BEGIN
 
-// An alias record; opaque beyond its header, big-endian, of the size of its handle.
+// The start of an alias record; the rest is opaque. All of it is big-endian bytes, on every host. A record may be
+// stored and read back by a later run of the program, and the application may keep bytes of its own behind it in the
+// handle.
 typedef struct AliasRecord {
-    OSType userType;   // the application's own
+    OSType userType;   // the application's own; 0 in a new record
     UInt16 aliasSize;  // bytes of the whole record
 } AliasRecord;
 typedef AliasRecord* AliasPtr;
 typedef AliasPtr* AliasHandle;
 
-// A new alias with only what is needed to find inTarget again. The caller disposes of it as a handle; null on failure.
+// A new alias with only what is needed to find inTarget again. The caller disposes of it as a handle; *outAlias is null
+// on failure.
+// fnfErr when the item is gone, errFSBadFSRef when inTarget is no reference, pathTooLongErr when the item's path does
+// not fit in a record, memFullErr, paramErr for a null argument, or another status of the File Manager.
 TOOLBOX_EXPORT OSErr FSNewAliasMinimal(const FSRef* inTarget, AliasHandle* outAlias);
-// Finds the item. fnfErr when it cannot be found; *outWasChanged tells that the record was brought up to date.
+
+// Finds the item: where it was; else another of its kind that is there now; else the item itself where this process
+// knows it to be, or under a new name in the folder where it was.
+//   inFromFile     ignored, records hold absolute paths; may be null
+//   inAlias        brought up to date when the item is not the same or not where it was. It may then be resized; one
+//                  that cannot be (locked, or memory is short) stays as it was.
+//   outTarget      untouched on failure
+//   outWasChanged  whether inAlias was brought up to date; false on failure
+// fnfErr when it cannot be found; paramErr for a null argument or bytes that are no alias record.
 TOOLBOX_EXPORT OSErr FSResolveAlias(const FSRef* inFromFile, AliasHandle inAlias, FSRef* outTarget,
                                     Boolean* outWasChanged);
 

@@ -28,7 +28,7 @@ enum {
     notAFileErr = -1302,       // a file was needed, and this is a folder
     diffVolErr = -1303,        // the items are on different volumes
     afpAccessDenied = -5000,   // the user may not do it
-    errFSBadFSRef = -1401,     // the reference names no item that can still be found
+    errFSBadFSRef = -1401,     // the bytes are no reference
     errFSNotAFolder = -1407,   // a folder was needed
     errFSForkNotFound = -1409, // the item has no such fork; a pipe, socket or device has none
     pathTooLongErr = -2110,    // the path does not fit in the room for it
