@@ -1,0 +1,78 @@
+#include "Calls.h"
+
+#include "Movies.h"
+#include "Text.h"
+
+#include <algorithm>
+
+namespace fakes {
+
+namespace {
+
+struct State {
+    std::vector<std::string> log;
+    std::vector<std::string> misuses;
+    int callsUntilFailure = 0;
+    bool delivered = false;
+};
+
+// Made on first use and never destroyed: load-time constants call the doubles before main and after it.
+State& TheState() {
+    static State& sState = *new State;
+    return sState;
+}
+
+std::string NameOf(std::string const& inCall) {
+    return inCall.substr(0, inCall.find('('));
+}
+
+}  // namespace
+
+void StartScenario() {
+    TheState() = State();
+    ForgetMovies();
+    ForgetTextScript();
+}
+
+void FailCall(int inCall) {
+    TheState().callsUntilFailure = inCall;
+    TheState().delivered = false;
+}
+
+bool FailureDelivered() {
+    return TheState().delivered;
+}
+
+std::vector<std::string> const& CallLog() {
+    return TheState().log;
+}
+
+std::vector<std::string> CallsOf(std::vector<std::string> const& inNames) {
+    std::vector<std::string> calls;
+    for (std::string const& call : CallLog())
+        if (std::find(inNames.begin(), inNames.end(), NameOf(call)) != inNames.end())
+            calls.push_back(NameOf(call));
+    return calls;
+}
+
+std::vector<std::string> const& Misuses() {
+    return TheState().misuses;
+}
+
+void Log(std::string const& inCall) {
+    TheState().log.push_back(inCall);
+}
+
+bool LogAndFail(std::string const& inCall) {
+    Log(inCall);
+    State& state = TheState();
+    if (state.callsUntilFailure == 0 || --state.callsUntilFailure != 0) return false;
+    state.delivered = true;
+    return true;
+}
+
+void ReportMisuse(std::string const& inWhat) {
+    TheState().misuses.push_back(inWhat);
+}
+
+}  // namespace fakes

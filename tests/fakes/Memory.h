@@ -1,0 +1,20 @@
+// A memory manager that counts what is live and moves a block whenever it is resized.
+#pragma once
+
+#include <toolbox/MacMemory.h>
+
+#include <vector>
+
+namespace fakes {
+
+int LiveHandles();
+int LivePtrs();
+
+// As the toolbox's own functions, for other doubles: not logged, never failing.
+Handle MakeHandle(std::vector<unsigned char> const& inBytes);
+void SetHandleBytes(Handle ioHandle,
+                    std::vector<unsigned char> const& inBytes);  // a null handle is left alone
+std::vector<unsigned char> HandleBytes(Handle inHandle);
+bool IsLocked(Handle inHandle);
+
+}  // namespace fakes

@@ -1,0 +1,318 @@
+#include <gtest/gtest.h>
+#include <strings/TCFString.h>
+
+#include <algorithm>
+#include <limits>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "fakes/Calls.h"
+#include "fakes/Text.h"
+
+namespace {
+
+static_assert(std::is_standard_layout_v<TCFString> && !std::is_polymorphic_v<TCFString>);
+static_assert(sizeof(TCFString) == sizeof(CFStringRef));
+
+class TCFStringTest : public ::testing::Test {
+  protected:
+    TCFStringTest() { fakes::StartScenario(); }
+    ~TCFStringTest() override {
+        EXPECT_EQ(mLiveStrings, fakes::LiveStrings());
+        EXPECT_TRUE(fakes::Misuses().empty());
+    }
+
+  private:
+    int mLiveStrings = fakes::LiveStrings();
+};
+
+TCFString ASCII(char const* inText) {
+    return TCFString(inText, kCFStringEncodingASCII);
+}
+CFIndex Count(TCFString const& inString) {
+    return CFGetRetainCount(inString.StringRef());
+}
+CFStringRef NewString(char const* inText) {
+    return CFStringCreateWithCString(kCFAllocatorDefault, inText, kCFStringEncodingASCII);
+}
+bool IsTheEmptyString(TCFString const& inString) {
+    return inString.StringRef() == TCFString::EmptyCFString() && inString.IsEmpty();
+}
+
+TEST_F(TCFStringTest, LoadTimeConstants) {
+    EXPECT_TRUE(IsTheEmptyString(TCFString::Empty));
+    EXPECT_EQ(0, TCFString::Empty.Length());
+    EXPECT_STREQ("<CANNOT DISPLAY>", TCFString::kCannotDisplayCString);
+    EXPECT_EQ(16, TCFString::kCannotDisplayString[0]);
+    EXPECT_EQ("<CANNOT DISPLAY>",
+              std::string(reinterpret_cast<char const*>(TCFString::kCannotDisplayString + 1), 16));
+    EXPECT_EQ(TCFString::kCannotDisplayCFString, ASCII("<CANNOT DISPLAY>"));
+}
+
+TEST_F(TCFStringTest, DefaultEncodingIsAskedOnceInAProcess) {
+    EXPECT_EQ(kCFStringEncodingUTF8, TCFString::DefaultEncoding());
+    EXPECT_EQ(kCFStringEncodingUTF8, TCFString::DefaultEncoding());
+    EXPECT_EQ(1, fakes::ApplicationEncodingAskedCount());
+}
+
+TEST_F(TCFStringTest, DefaultIsTheSharedEmptyString) {
+    TCFString const first, second;
+    EXPECT_TRUE(IsTheEmptyString(first));
+    EXPECT_EQ(first.StringRef(), second.StringRef());
+    EXPECT_TRUE(first == second);
+    EXPECT_FALSE(first != second);
+    EXPECT_TRUE(fakes::CallsOf({"CFStringCompare"}).empty());
+}
+
+TEST_F(TCFStringTest, CopyIsTheSameObjectRetained) {
+    TCFString const source = ASCII("abc");
+    CFIndex const count = Count(source);
+    {
+        TCFString const copy(source);
+        EXPECT_EQ(source.StringRef(), copy.StringRef());
+        EXPECT_EQ(count + 1, Count(source));
+    }
+    EXPECT_EQ(count, Count(source));
+}
+
+TEST_F(TCFStringTest, ConstructorRetainsAReference) {
+    CFStringRef const reference = NewString("abc");
+    {
+        TCFString const string(reference);
+        EXPECT_EQ(reference, string.StringRef());
+        EXPECT_EQ(2, CFGetRetainCount(reference));
+    }
+    EXPECT_EQ(1, CFGetRetainCount(reference));
+    CFRelease(reference);
+}
+
+TEST_F(TCFStringTest, NullReferenceIsEmpty) {
+    TCFString const string(nullptr);
+    EXPECT_TRUE(string.IsEmpty());
+    EXPECT_NE(nullptr, string.StringRef());
+    EXPECT_TRUE(IsTheEmptyString(string));
+}
+
+TEST_F(TCFStringTest, FromACString) {
+    TCFString const roman("caf\x8E", kCFStringEncodingMacRoman);
+    EXPECT_EQ(4, roman.Length());
+    EXPECT_EQ(0x00E9, roman.Char(3));
+    TCFString const utf8("caf\xC3\xA9", kCFStringEncodingUTF8);
+    EXPECT_TRUE(roman == utf8);
+    EXPECT_EQ(1, Count(roman));
+}
+
+TEST_F(TCFStringTest, FromACStringThatTheEncodingCannotConvert) {
+    EXPECT_TRUE(IsTheEmptyString(TCFString("\xFF", kCFStringEncodingASCII)));
+    EXPECT_TRUE(IsTheEmptyString(TCFString("\xC3", kCFStringEncodingUTF8)));
+    EXPECT_TRUE(IsTheEmptyString(TCFString(static_cast<char const*>(nullptr), kCFStringEncodingASCII)));
+}
+
+TEST_F(TCFStringTest, FromAPascalString) {
+    auto const* const text = reinterpret_cast<unsigned char const*>("\3abcdef");
+    EXPECT_TRUE(TCFString(text, kCFStringEncodingASCII) == ASCII("abc"));
+    auto const* const bad = reinterpret_cast<unsigned char const*>("\2a\xFF");
+    EXPECT_TRUE(IsTheEmptyString(TCFString(bad, kCFStringEncodingASCII)));
+    auto const* const empty = reinterpret_cast<unsigned char const*>("\0");
+    EXPECT_TRUE(TCFString(empty, kCFStringEncodingASCII).IsEmpty());
+}
+
+TEST_F(TCFStringTest, FromAFileName) {
+    HFSUniStr255 name;
+    name.length = 2;
+    name.unicode[0] = 'h';
+    name.unicode[1] = 0xD800;
+    TCFString const string(name);
+    EXPECT_EQ(2, string.Length());
+    EXPECT_EQ(0xD800, string.Char(1));
+    name.length = 0;
+    EXPECT_TRUE(TCFString(name).IsEmpty());
+    std::fill(std::begin(name.unicode), std::end(name.unicode), static_cast<UniChar>('x'));
+    name.length = 255;
+    EXPECT_EQ(255, TCFString(name).Length());
+    name.length = 0xFFFF;
+    EXPECT_EQ(255, TCFString(name).Length()) << "a record never holds more";
+}
+
+TEST_F(TCFStringTest, FailedCreationsAreEmpty) {
+    HFSUniStr255 name = {};
+    name.length = 1;
+    auto const* const pascal = reinterpret_cast<unsigned char const*>("\1a");
+    TCFString const source = ASCII("abc");
+    fakes::FailCall(1);
+    EXPECT_TRUE(IsTheEmptyString(ASCII("abc")));
+    fakes::FailCall(1);
+    EXPECT_TRUE(IsTheEmptyString(TCFString(pascal, kCFStringEncodingASCII)));
+    fakes::FailCall(1);
+    EXPECT_TRUE(IsTheEmptyString(TCFString(name)));
+    fakes::FailCall(1);
+    EXPECT_TRUE(IsTheEmptyString(source.Substring(0, 1)));
+    EXPECT_TRUE(fakes::FailureDelivered());
+}
+
+TEST_F(TCFStringTest, AssignmentRetainsTheNewAndReleasesTheOld) {
+    TCFString target = ASCII("old");
+    TCFString const old(target);
+    TCFString const source = ASCII("new");
+    EXPECT_EQ(&target, &(target = source));
+    EXPECT_EQ(source.StringRef(), target.StringRef());
+    EXPECT_EQ(2, Count(source));
+    EXPECT_EQ(1, Count(old));
+}
+
+TEST_F(TCFStringTest, AssignmentToItselfOrACopyChangesNoCount) {
+    TCFString string = ASCII("abc");
+    TCFString const& itself = string;
+    string = itself;
+    EXPECT_EQ(1, Count(string));
+    TCFString const copy(string);
+    string = copy;
+    EXPECT_EQ(2, Count(string));
+}
+
+TEST_F(TCFStringTest, AssignmentOfEmpty) {
+    TCFString string = ASCII("abc");
+    string = TCFString::Empty;
+    EXPECT_TRUE(IsTheEmptyString(string));
+}
+
+TEST_F(TCFStringTest, AdoptTakesOverTheReference) {
+    CFStringRef const reference = NewString("abc");
+    TCFString string = ASCII("old");
+    TCFString const old(string);
+    string.Adopt(reference);
+    EXPECT_EQ(reference, string.StringRef());
+    EXPECT_EQ(1, CFGetRetainCount(reference));
+    EXPECT_EQ(1, Count(old));
+}
+
+TEST_F(TCFStringTest, AdoptOfTheReferenceHeldDoesNothing) {
+    TCFString string = ASCII("abc");
+    CFRetain(string.StringRef());
+    string.Adopt(string.StringRef());
+    EXPECT_EQ(2, Count(string)) << "neither retained nor released";
+    CFRelease(string.StringRef());
+}
+
+TEST_F(TCFStringTest, AdoptOfNullIsTheEmptyString) {
+    TCFString string = ASCII("abc");
+    string.Adopt(nullptr);
+    EXPECT_TRUE(IsTheEmptyString(string));
+    EXPECT_EQ(TCFString::Empty.StringRef(), string.StringRef());
+}
+
+TEST_F(TCFStringTest, EnsureNonNullRefKeepsAString) {
+    TCFString string = ASCII("abc");
+    string.EnsureNonNullRef();
+    EXPECT_TRUE(string == ASCII("abc"));
+    EXPECT_EQ(1, Count(string));
+}
+
+TEST_F(TCFStringTest, RetainGivesTheCallerACount) {
+    TCFString const string = ASCII("abc");
+    CFStringRef const reference = string.Retain();
+    EXPECT_EQ(string.StringRef(), reference);
+    EXPECT_EQ(2, Count(string));
+    CFRelease(reference);
+    EXPECT_EQ(1, Count(string));
+}
+
+TEST_F(TCFStringTest, LengthAndCharacters) {
+    TCFString const string("a\xE2\x82\xAC", kCFStringEncodingUTF8);
+    EXPECT_EQ(2, string.Length());
+    EXPECT_FALSE(string.IsEmpty());
+    EXPECT_EQ('a', string.Char(0));
+    EXPECT_EQ(0x20AC, string.Char(1));
+}
+
+TEST_F(TCFStringTest, Substring) {
+    TCFString const string = ASCII("0123456789");
+    EXPECT_TRUE(string.Substring(2, 3) == ASCII("234"));
+    EXPECT_TRUE(string.Substring(0, 10) == string);
+    EXPECT_TRUE(string.Substring(10, 0).IsEmpty());
+    EXPECT_EQ(1, Count(string.Substring(1, 1)));
+}
+
+TEST_F(TCFStringTest, Comparison) {
+    EXPECT_EQ(kCFCompareLessThan, ASCII("abc").CompareTo(ASCII("abd"), 0));
+    EXPECT_EQ(kCFCompareEqualTo, ASCII("abc").CompareTo(ASCII("abc"), 0));
+    EXPECT_EQ(kCFCompareGreaterThan, ASCII("abc").CompareTo(ASCII("abB"), 0));
+    EXPECT_EQ(kCFCompareEqualTo, ASCII("abc").CompareTo(ASCII("ABC"), kCFCompareCaseInsensitive));
+}
+
+TEST_F(TCFStringTest, EqualityIsExact) {
+    EXPECT_FALSE(ASCII("abc") == ASCII("ABC"));
+    EXPECT_TRUE(ASCII("abc") != ASCII("ABC"));
+    EXPECT_TRUE(ASCII("abc") == ASCII("abc"));
+    EXPECT_FALSE(ASCII("abc") != ASCII("abc"));
+    EXPECT_FALSE(ASCII("abc") == TCFString::Empty);
+}
+
+TEST_F(TCFStringTest, IdenticalStringsAreEqualWithoutComparing) {
+    TCFString const string = ASCII("abc");
+    TCFString const copy(string);
+    EXPECT_TRUE(string == copy);
+    EXPECT_FALSE(string != copy);
+    EXPECT_TRUE(fakes::CallsOf({"CFStringCompare"}).empty());
+    EXPECT_TRUE(string == ASCII("abc"));
+    EXPECT_EQ(1u, fakes::CallsOf({"CFStringCompare"}).size());
+}
+
+std::pair<long, long> Checked(TCFString const& inString, long inLocation, long inLength) {
+    CFRange const range = inString.CheckRange(CFRangeMake(inLocation, inLength));
+    return {range.location, range.length};
+}
+
+TEST_F(TCFStringTest, CheckRangeOnTenUnits) {
+    TCFString const string = ASCII("0123456789");
+    using Range = std::pair<long, long>;
+    EXPECT_EQ(Range(0, 7), Checked(string, -2, 5)) << "widened, not shortened";
+    EXPECT_EQ(Range(0, 10), Checked(string, -20, 5));
+    EXPECT_EQ(Range(9, 0), Checked(string, 12, 3));
+    EXPECT_EQ(Range(9, 0), Checked(string, 10, 3));
+    EXPECT_EQ(Range(4, 0), Checked(string, 4, -1));
+    EXPECT_EQ(Range(8, 2), Checked(string, 8, 5));
+    EXPECT_EQ(Range(9, 1), Checked(string, 9, 1));
+    EXPECT_EQ(Range(0, 10), Checked(string, 0, 10));
+    EXPECT_EQ(Range(0, 0), Checked(string, -2, -5));
+    EXPECT_EQ(Range(0, 1), Checked(string, -2, -1));
+    EXPECT_EQ(Range(3, 4), Checked(string, 3, 4));
+}
+
+TEST_F(TCFStringTest, CheckRangeLeavesItsArgument) {
+    CFRange const range = CFRangeMake(-1, 100);
+    TCFString::Empty.CheckRange(range);
+    EXPECT_EQ(-1, range.location);
+    EXPECT_EQ(100, range.length);
+}
+
+TEST_F(TCFStringTest, CheckRangeOnTheEmptyString) {
+    using Range = std::pair<long, long>;
+    EXPECT_EQ(Range(0, 0), Checked(TCFString::Empty, 3, 2));
+    EXPECT_EQ(Range(0, 0), Checked(TCFString::Empty, 0, 0));
+    EXPECT_EQ(Range(0, 0), Checked(TCFString::Empty, -3, 2));
+}
+
+TEST_F(TCFStringTest, CheckRangeIsAlwaysInside) {
+    constexpr long kMax = std::numeric_limits<long>::max();
+    constexpr long kMin = std::numeric_limits<long>::min();
+    std::mt19937 random(17);
+    auto const pick = [&random] {
+        constexpr long kEdges[] = {kMin, kMin + 1, -11, -10, -1, 0, 1, 5, 9, 10, 11, kMax - 1, kMax};
+        return kEdges[random() % std::size(kEdges)];
+    };
+    TCFString const strings[] = {TCFString::Empty, ASCII("x"), ASCII("01234"), ASCII("0123456789")};
+    for (int i = 0; i < 5000; ++i) {
+        TCFString const& string = strings[random() % std::size(strings)];
+        long const location = pick(), length = pick();
+        CFRange const range = string.CheckRange(CFRangeMake(location, length));
+        EXPECT_GE(range.location, 0) << location << " " << length;
+        EXPECT_GE(range.length, 0) << location << " " << length;
+        EXPECT_LE(range.location, string.Length()) << location << " " << length;
+        EXPECT_LE(range.length, string.Length() - range.location) << location << " " << length;
+    }
+}
+
+}  // namespace
