@@ -98,7 +98,7 @@ Failure FailureOf(const LException& inException, const std::string& inPath) {
 
 bool TellDamage(const MovieSoundReport& inReport, const std::string& inPath, bool inQuiet) {
     if (inReport.skippedByteCount > 0 && !inQuiet) {
-        Say(inPath, "warning: skipped " + Count(inReport.skippedByteCount, "byte") + " that are no sound");
+        Say(inPath, "warning: " + Count(inReport.skippedByteCount, "byte") + " without sound skipped");
     }
     if (inReport.damagedPacketCount == 0) {
         return false;

@@ -1,0 +1,226 @@
+#include "Command.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <linux/capability.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+namespace tools_test {
+namespace {
+
+constexpr std::chrono::seconds kPatience{120};
+
+// False at the end of the stream. A terminal whose other side is gone answers with an error.
+bool ReadSome(int inDescriptor, std::string& ioText) {
+    char bytes[65536];
+    const ssize_t count = read(inDescriptor, bytes, sizeof bytes);
+    if (count > 0) {
+        ioText.append(bytes, static_cast<std::size_t>(count));
+    }
+    return count > 0 || (count < 0 && errno == EINTR);
+}
+
+void CloseIfOpen(int& ioDescriptor) {
+    if (ioDescriptor >= 0) {
+        close(ioDescriptor);
+        ioDescriptor = -1;
+    }
+}
+
+}  // namespace
+
+TemporaryFolder::TemporaryFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "aac2wav-test-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) {
+        ADD_FAILURE() << "no temporary folder";
+    }
+    mPath = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(mPath, ignored);
+}
+
+std::vector<std::string> TemporaryFolder::Names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(mPath)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string Fixture(const std::string& inName) {
+    return std::string(MIRTAL_FIXTURES) + '/' + inName;
+}
+
+std::string ReadFile(const std::string& inPath) {
+    std::ifstream file(inPath, std::ios::binary);
+    EXPECT_TRUE(file.good()) << inPath;
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+void WriteFile(const std::string& inPath, const std::string& inBytes) {
+    std::ofstream file(inPath, std::ios::binary);
+    file << inBytes;
+    EXPECT_TRUE(file.flush().good()) << inPath;
+}
+
+Command::~Command() {
+    if (mProcess > 0 && !mIsWaitedFor) {
+        kill(mProcess, SIGKILL);
+        waitpid(mProcess, nullptr, 0);
+    }
+    CloseIfOpen(mOut);
+    CloseIfOpen(mErr);
+}
+
+int Command::OpenStream(Stream inStream, int& outReadEnd) {
+    int ends[2] = {-1, -1};
+    if (inStream == Stream::kClosed) {
+        return -1;
+    }
+    if (inStream == Stream::kTerminal) {
+        EXPECT_EQ(0, openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr));
+    } else {
+        EXPECT_EQ(0, pipe(ends));
+    }
+    if (inStream == Stream::kClosedPipe) {
+        CloseIfOpen(ends[0]);
+    } else {
+        fcntl(ends[0], F_SETFD, FD_CLOEXEC);
+    }
+    outReadEnd = ends[0];
+    return ends[1];
+}
+
+void Command::Become(int inOut, int inErr) {
+    const int in = open("/dev/null", O_RDONLY);
+    dup2(in, STDIN_FILENO);
+    inErr >= 0 ? dup2(inErr, STDERR_FILENO) : close(STDERR_FILENO);
+    inOut >= 0 ? dup2(inOut, STDOUT_FILENO) : close(STDOUT_FILENO);
+    for (int descriptor = STDERR_FILENO + 1; descriptor < 64; ++descriptor) {
+        close(descriptor);
+    }
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ}) {
+        signal(number, SIG_DFL);
+    }
+    for (const int number : ignoredSignals) {
+        signal(number, SIG_IGN);
+    }
+    if (fileSizeLimitBytes >= 0) {
+        const rlimit limit{static_cast<rlim_t>(fileSizeLimitBytes), static_cast<rlim_t>(fileSizeLimitBytes)};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    if (obeysPermissions) {
+        // Without these, root meets the same permissions as everybody; for others the calls fail, and need
+        // not work.
+        prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0);
+        prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0);
+    }
+    for (std::string& variable : environment) {
+        putenv(variable.data());
+    }
+    if (!folder.empty() && chdir(folder.c_str()) != 0) {
+        _exit(126);
+    }
+    std::vector<char*> argumentPointers{const_cast<char*>("aac2wav")};
+    for (std::string& argument : arguments) {
+        argumentPointers.push_back(argument.data());
+    }
+    argumentPointers.push_back(nullptr);
+    execv(AAC2WAV_COMMAND, argumentPointers.data());
+    _exit(127);
+}
+
+void Command::Start() {
+    int outEnd = -1;
+    if (outPath.empty()) {
+        outEnd = OpenStream(out, mOut);
+    } else {
+        outEnd = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+        ASSERT_GE(outEnd, 0) << outPath;
+    }
+    int errEnd = OpenStream(err, mErr);
+    mProcess = fork();
+    ASSERT_GE(mProcess, 0);
+    if (mProcess == 0) {
+        Become(outEnd, errEnd);
+    }
+    CloseIfOpen(outEnd);
+    CloseIfOpen(errEnd);
+}
+
+bool Command::IsRunning() {
+    if (!mIsWaitedFor) {
+        mIsWaitedFor = waitpid(mProcess, &mStatus, WNOHANG) == mProcess;
+    }
+    return !mIsWaitedFor;
+}
+
+int Command::WaitingByteCount() const {
+    int count = 0;
+    EXPECT_EQ(0, ioctl(mOut, FIONREAD, &count));
+    return count;
+}
+
+void Command::Signal(int inSignal) const {
+    EXPECT_EQ(0, kill(mProcess, inSignal));
+}
+
+Outcome Command::Wait() {
+    Outcome outcome;
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    while (mOut >= 0 || mErr >= 0) {
+        pollfd streams[2] = {{mOut, POLLIN, 0}, {mErr, POLLIN, 0}};
+        const int ready = poll(streams, 2, 1000);
+        if (std::chrono::steady_clock::now() > deadline) {
+            ADD_FAILURE() << "the command does not end";
+            kill(mProcess, SIGKILL);
+            break;
+        }
+        if (ready > 0 && streams[0].revents != 0 && !ReadSome(mOut, outcome.out)) {
+            CloseIfOpen(mOut);
+        }
+        if (ready > 0 && streams[1].revents != 0 && !ReadSome(mErr, outcome.err)) {
+            CloseIfOpen(mErr);
+        }
+    }
+    if (!mIsWaitedFor) {
+        EXPECT_EQ(mProcess, waitpid(mProcess, &mStatus, 0));
+        mIsWaitedFor = true;
+    }
+    if (WIFEXITED(mStatus)) {
+        outcome.exitCode = WEXITSTATUS(mStatus);
+    } else {
+        outcome.signal = WTERMSIG(mStatus);
+    }
+    return outcome;
+}
+
+Outcome Command::Run() {
+    Start();
+    return Wait();
+}
+
+Outcome RunTool(std::vector<std::string> inArguments) {
+    return Command(std::move(inArguments)).Run();
+}
+
+}  // namespace tools_test

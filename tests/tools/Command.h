@@ -1,0 +1,88 @@
+// Runs the command line as its users do: arguments, standard streams, terminal, limits and signals of a
+// test's choice.
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tools_test {
+
+// A folder of the test's own, removed with it.
+class TemporaryFolder {
+  public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::string Path(const std::string& inName = "") const { return (mPath / inName).string(); }
+    // Everything in it, hidden or not, sorted.
+    std::vector<std::string> Names() const;
+
+  private:
+    std::filesystem::path mPath;
+};
+
+std::string Fixture(const std::string& inName);
+std::string ReadFile(const std::string& inPath);
+void WriteFile(const std::string& inPath, const std::string& inBytes);
+
+struct Outcome {
+    int exitCode = -1;  // -1 when a signal ended it
+    int signal = 0;
+    std::string out;
+    std::string err;
+};
+
+class Command {
+  public:
+    enum class Stream {
+        kCaptured,
+        kUnread,      // a pipe that the test does not read until Wait
+        kClosedPipe,  // a pipe without reader
+        kTerminal,    // captured
+        kClosed,      // no descriptor at all
+    };
+
+    explicit Command(std::vector<std::string> inArguments) : arguments(std::move(inArguments)) {}
+    ~Command();
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+
+    std::vector<std::string> arguments;
+    std::string folder;                    // to run in, when not empty
+    std::vector<std::string> environment;  // "NAME=value", added
+    Stream out = Stream::kCaptured;
+    std::string outPath;  // standard output goes to this file instead
+    Stream err = Stream::kCaptured;
+    long fileSizeLimitBytes = -1;
+    std::vector<int> ignoredSignals;
+    bool obeysPermissions = false;  // also when the tests are run by root
+
+    void Start();
+    bool IsRunning();
+    // Bytes that wait in the pipe of standard output.
+    int WaitingByteCount() const;
+    void Signal(int inSignal) const;
+    // Reads what is left and waits; after two minutes the command is killed and a failure noted.
+    Outcome Wait();
+    Outcome Run();
+
+  private:
+    [[noreturn]] void Become(int inOut, int inErr);
+    int OpenStream(Stream inStream, int& outReadEnd);
+
+    pid_t mProcess = -1;
+    int mOut = -1;
+    int mErr = -1;
+    bool mIsWaitedFor = false;
+    int mStatus = 0;
+};
+
+// aac2wav with these arguments.
+Outcome RunTool(std::vector<std::string> inArguments);
+
+}  // namespace tools_test

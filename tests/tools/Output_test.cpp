@@ -1,0 +1,187 @@
+#include "Output.h"
+
+#include "Command.h"
+#include "Failure.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+namespace {
+
+using tool::Failure;
+using tool::Output;
+using tools_test::ReadFile;
+using tools_test::TemporaryFolder;
+using tools_test::WriteFile;
+
+constexpr char kWAV[] = "RIFF\0\0\0\0WAVEfmt ";
+
+int Refusal(const std::string& inPath, Output::Replace inReplace = Output::Replace::kSoundOnly) {
+    try {
+        const Output output(inPath, inReplace);
+    } catch (const Failure& failure) {
+        EXPECT_EQ(inPath, failure.Subject());
+        return failure.ExitCode();
+    }
+    return EX_OK;
+}
+
+mode_t ModeOf(const std::string& inPath) {
+    struct stat item {};
+    EXPECT_EQ(0, stat(inPath.c_str(), &item));
+    return item.st_mode & 0777;
+}
+
+TEST(Output, AppearsOnlyWhenCommitted) {
+    const TemporaryFolder folder;
+    const std::string path = folder.Path("out.wav");
+    {
+        Output output(path, Output::Replace::kSoundOnly);
+        output.Write("abc", 3);
+        output.Write("", 0);
+        output.Write("de", 2);
+        EXPECT_EQ(5, output.ByteCount());
+        EXPECT_FALSE(std::filesystem::exists(path));
+        output.Commit();
+        EXPECT_EQ("abcde", ReadFile(path));
+    }
+    EXPECT_EQ(std::vector<std::string>{"out.wav"}, folder.Names());
+}
+
+TEST(Output, LeavesNothingWithoutCommit) {
+    const TemporaryFolder folder;
+    {
+        Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+        output.Write("abc", 3);
+        EXPECT_EQ(1u, folder.Names().size());
+    }
+    EXPECT_TRUE(folder.Names().empty());
+}
+
+TEST(Output, OldFileStaysWithoutCommit) {
+    const TemporaryFolder folder;
+    const std::string old(kWAV, sizeof kWAV);
+    WriteFile(folder.Path("out.wav"), old);
+    {
+        Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+        output.Write("abc", 3);
+    }
+    EXPECT_EQ(old, ReadFile(folder.Path("out.wav")));
+    EXPECT_EQ(1u, folder.Names().size());
+}
+
+TEST(Output, ReplacesAWAVFileAndKeepsItsPermissions) {
+    const TemporaryFolder folder;
+    const std::string path = folder.Path("out.wav");
+    WriteFile(path, std::string(kWAV, sizeof kWAV));
+    std::filesystem::permissions(path, std::filesystem::perms(0640));
+    Output output(path, Output::Replace::kSoundOnly);
+    output.Write("abc", 3);
+    output.Commit();
+    EXPECT_EQ("abc", ReadFile(path));
+    EXPECT_EQ(mode_t{0640}, ModeOf(path));
+}
+
+TEST(Output, ReplacesAnRF64AndAnEmptyFile) {
+    const TemporaryFolder folder;
+    std::string old(kWAV, sizeof kWAV);
+    old.replace(0, 4, "RF64");
+    WriteFile(folder.Path("a"), old);
+    WriteFile(folder.Path("b"), "");
+    EXPECT_EQ(EX_OK, Refusal(folder.Path("a")));
+    EXPECT_EQ(EX_OK, Refusal(folder.Path("b")));
+}
+
+TEST(Output, RefusesToReplaceAnythingElse) {
+    const TemporaryFolder folder;
+    const std::string path = folder.Path("thesis.txt");
+    for (const std::string& content :
+         {std::string("x"), std::string("RIFF\0\0\0\0WAV", 11), std::string("RIFF\0\0\0\0AVI LIST", 16),
+          std::string("some words in it")}) {
+        WriteFile(path, content);
+        EXPECT_EQ(EX_CANTCREAT, Refusal(path)) << content;
+        EXPECT_EQ(content, ReadFile(path));
+    }
+    EXPECT_EQ(EX_OK, Refusal(path, Output::Replace::kAnything));
+    EXPECT_EQ(EX_CANTCREAT, Refusal(folder.Path(), Output::Replace::kAnything));
+}
+
+TEST(Output, NewFileHasThePermissionsOfTheUmask) {
+    const TemporaryFolder folder;
+    const mode_t old = umask(027);
+    Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+    output.Commit();
+    umask(old);
+    EXPECT_EQ(mode_t{0640}, ModeOf(folder.Path("out.wav")));
+}
+
+TEST(Output, FollowsALink) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder.Path("there"));
+    WriteFile(folder.Path("there/old.wav"), "");
+    std::filesystem::create_symlink("there/old.wav", folder.Path("link.wav"));
+    Output output(folder.Path("link.wav"), Output::Replace::kSoundOnly);
+    output.Write("abc", 3);
+    output.Commit();
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("link.wav")));
+    EXPECT_EQ("abc", ReadFile(folder.Path("there/old.wav")));
+}
+
+TEST(Output, ADanglingLinkIsReplaced) {
+    const TemporaryFolder folder;
+    std::filesystem::create_symlink("nowhere", folder.Path("link.wav"));
+    Output output(folder.Path("link.wav"), Output::Replace::kSoundOnly);
+    output.Write("abc", 3);
+    output.Commit();
+    EXPECT_EQ("abc", ReadFile(folder.Path("link.wav")));
+}
+
+TEST(Output, ADeviceIsWrittenDirectly) {
+    Output null("/dev/null", Output::Replace::kSoundOnly);
+    null.Write("abc", 3);
+    null.Commit();
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+
+    Output full("/dev/full", Output::Replace::kSoundOnly);
+    try {
+        full.Write("abc", 3);
+        ADD_FAILURE() << "a full device took bytes";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(EX_IOERR, failure.ExitCode());
+        EXPECT_EQ("/dev/full", failure.Subject());
+    }
+}
+
+TEST(Output, RefusesAFolderAndAMissingFolder) {
+    const TemporaryFolder folder;
+    WriteFile(folder.Path("file"), "");
+    EXPECT_EQ(EX_CANTCREAT, Refusal(folder.Path()));
+    EXPECT_EQ(EX_CANTCREAT, Refusal(folder.Path("missing/out.wav")));
+    EXPECT_EQ(EX_CANTCREAT, Refusal(folder.Path("missing/")));
+    EXPECT_EQ(EX_CANTCREAT, Refusal(folder.Path("file/out.wav")));
+    EXPECT_EQ(std::vector<std::string>{"file"}, folder.Names());
+}
+
+TEST(Output, TakesTheLongestName) {
+    const TemporaryFolder folder;
+    const std::string name(255, 'n');
+    Output output(folder.Path(name), Output::Replace::kSoundOnly);
+    output.Commit();
+    EXPECT_EQ(std::vector<std::string>{name}, folder.Names());
+}
+
+TEST(Output, TellsAFailedRename) {
+    const TemporaryFolder folder;
+    Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+    std::filesystem::create_directory(folder.Path("out.wav"));
+    try {
+        output.Commit();
+        ADD_FAILURE() << "a folder was replaced";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(EX_CANTCREAT, failure.ExitCode());
+    }
+}
+
+}  // namespace

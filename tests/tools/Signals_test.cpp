@@ -1,0 +1,160 @@
+// Being stopped in the middle: at once, by the signal, and with nothing left behind.
+#include "Command.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sysexits.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+namespace {
+
+using namespace tools_test;
+using namespace std::chrono_literals;
+
+constexpr int kPipeByteCount = 65536;
+
+// The command waits in write() once its pipe is full.
+void WaitUntilBlocked(Command& ioCommand) {
+    for (int patience = 0; patience < 60000 && ioCommand.WaitingByteCount() < kPipeByteCount; ++patience) {
+        std::this_thread::sleep_for(1ms);
+    }
+    ASSERT_EQ(kPipeByteCount, ioCommand.WaitingByteCount());
+    std::this_thread::sleep_for(20ms);
+    ASSERT_TRUE(ioCommand.IsRunning());
+}
+
+// Some of the stream is written under the temporary name.
+void WaitUntilWriting(Command& ioCommand, const TemporaryFolder& inFolder) {
+    while (ioCommand.IsRunning()) {
+        for (const std::string& name : inFolder.Names()) {
+            std::error_code isGone;
+            if (name.rfind(".aac2wav-", 0) == 0 &&
+                std::filesystem::file_size(inFolder.Path(name), isGone) > 100000 && !isGone) {
+                return;
+            }
+        }
+    }
+    FAIL() << "it ended before it could be stopped";
+}
+
+class Stopping : public testing::TestWithParam<int> {};
+
+TEST_P(Stopping, LeavesNoFileBehind) {
+    const TemporaryFolder folder;
+    Command command({Fixture("long.m4a"), folder.Path("out.wav")});
+    command.Start();
+    WaitUntilWriting(command, folder);
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("out.wav")));
+    command.Signal(GetParam());
+    const Outcome outcome = command.Wait();
+    EXPECT_EQ(GetParam(), outcome.signal);
+    EXPECT_EQ("", outcome.err);
+    EXPECT_TRUE(folder.Names().empty());
+}
+
+TEST_P(Stopping, KeepsTheOldFile) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(EX_OK, RunTool({Fixture("tone-8000-mono.m4a"), folder.Path("out.wav")}).exitCode);
+    const std::string before = ReadFile(folder.Path("out.wav"));
+    Command command({Fixture("long.m4a"), folder.Path("out.wav")});
+    command.Start();
+    WaitUntilWriting(command, folder);
+    command.Signal(GetParam());
+    EXPECT_EQ(GetParam(), command.Wait().signal);
+    EXPECT_EQ(before, ReadFile(folder.Path("out.wav")));
+    EXPECT_EQ(1u, folder.Names().size());
+}
+
+TEST_P(Stopping, EndsAWriteThatWaitsForItsReader) {
+    Command command({Fixture("long.m4a"), "-"});
+    command.out = Command::Stream::kUnread;
+    command.Start();
+    WaitUntilBlocked(command);
+    command.Signal(GetParam());
+    for (int patience = 0; patience < 5000 && command.IsRunning(); ++patience) {
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_FALSE(command.IsRunning());
+    EXPECT_EQ(GetParam(), command.Wait().signal);
+}
+
+TEST_P(Stopping, DoesNotGoOnWithTheNextInput) {
+    const TemporaryFolder folder;
+    Command command({Fixture("long.m4a"), Fixture("tone-44100-stereo.m4a"), folder.Path()});
+    command.Start();
+    WaitUntilWriting(command, folder);
+    command.Signal(GetParam());
+    EXPECT_EQ(GetParam(), command.Wait().signal);
+    EXPECT_TRUE(folder.Names().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, Stopping, testing::Values(SIGINT, SIGTERM, SIGHUP),
+                         [](const auto& info) { return std::string(sigabbrev_np(info.param)); });
+
+TEST(Signals, ASignalIgnoredAtTheStartStaysIgnored) {
+    Command command({Fixture("tone-44100-stereo.m4a"), "-"});
+    command.out = Command::Stream::kUnread;
+    command.ignoredSignals = {SIGHUP, SIGINT};
+    command.Start();
+    WaitUntilBlocked(command);
+    command.Signal(SIGHUP);
+    command.Signal(SIGINT);
+    const Outcome outcome = command.Wait();
+    EXPECT_EQ(EX_OK, outcome.exitCode);
+    EXPECT_EQ(176444u, outcome.out.size());
+}
+
+TEST(Signals, OpeningAPipeWithoutReaderCanBeStopped) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(0, mkfifo(folder.Path("pipe").c_str(), 0600));
+    Command command({Fixture("tone-44100-stereo.m4a"), folder.Path("pipe")});
+    command.Start();
+    std::this_thread::sleep_for(300ms);
+    ASSERT_TRUE(command.IsRunning());
+    command.Signal(SIGTERM);
+    EXPECT_EQ(SIGTERM, command.Wait().signal);
+    EXPECT_TRUE(std::filesystem::is_fifo(folder.Path("pipe")));
+}
+
+TEST(Signals, ProbingCanBeStopped) {
+    Command command({"--probe", Fixture("huge-8000-mono.aac")});
+    command.Start();
+    std::this_thread::sleep_for(300ms);
+    ASSERT_TRUE(command.IsRunning());
+    command.Signal(SIGINT);
+    const Outcome outcome = command.Wait();
+    EXPECT_EQ(SIGINT, outcome.signal);
+    EXPECT_EQ("", outcome.out);
+}
+
+TEST(BrokenPipe, EndsSilentlyBySIGPIPE) {
+    Command command({Fixture("tone-44100-stereo.m4a"), "-"});
+    command.out = Command::Stream::kClosedPipe;
+    const Outcome outcome = command.Run();
+    EXPECT_EQ(SIGPIPE, outcome.signal);
+    EXPECT_EQ("", outcome.err);
+}
+
+TEST(BrokenPipe, IsAnErrorWhereSIGPIPEIsIgnored) {
+    Command command({Fixture("tone-44100-stereo.m4a"), "-"});
+    command.out = Command::Stream::kClosedPipe;
+    command.ignoredSignals = {SIGPIPE};
+    const Outcome outcome = command.Run();
+    EXPECT_EQ(EX_IOERR, outcome.exitCode);
+    EXPECT_EQ("aac2wav: standard output: Broken pipe\n", outcome.err);
+}
+
+TEST(BrokenPipe, OfMessagesDoesNotSpoilTheFile) {
+    const TemporaryFolder folder;
+    Command command({Fixture("truncated.m4a"), folder.Path("out.wav")});
+    command.err = Command::Stream::kClosedPipe;
+    EXPECT_EQ(EX_DATAERR, command.Run().exitCode);
+    EXPECT_EQ(176444u, std::filesystem::file_size(folder.Path("out.wav")));
+    EXPECT_EQ(1u, folder.Names().size());
+}
+
+}  // namespace

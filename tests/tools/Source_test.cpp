@@ -1,0 +1,75 @@
+#include "Source.h"
+
+#include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
+
+#include <cstring>
+
+namespace {
+
+using tool::Failure;
+
+Failure FailureOfCode(long inCode) {
+    return tool::FailureOf(LException(inCode, TCFString()), "song.m4a");
+}
+
+TEST(FailureOf, TellsMemoryFromSound) {
+    EXPECT_EQ(EX_OSERR, FailureOfCode(memFullErr).ExitCode());
+    EXPECT_EQ(EX_OSERR, FailureOfCode(static_cast<long>(FourChars("nilP"))).ExitCode());
+    EXPECT_STREQ("out of memory", FailureOfCode(memFullErr).what());
+    const Failure failure = FailureOfCode(paramErr);
+    EXPECT_EQ(EX_DATAERR, failure.ExitCode());
+    EXPECT_STREQ("cannot be decoded (status -50)", failure.what());
+    EXPECT_EQ("song.m4a", failure.Subject());
+}
+
+std::string Refusal(OSStatus inStatus, const char* inFormatName) {
+    MovieSoundReport report{};
+    report.decodable = inStatus;
+    std::strcpy(report.formatName, inFormatName);
+    try {
+        tool::RequireDecodable(report, "song.m4a");
+    } catch (const Failure& failure) {
+        EXPECT_EQ(EX_DATAERR, failure.ExitCode());
+        EXPECT_EQ("song.m4a", failure.Subject());
+        return failure.what();
+    }
+    return "";
+}
+
+TEST(RequireDecodable, TellsWhy) {
+    EXPECT_EQ("", Refusal(noErr, "AAC LC"));
+    EXPECT_EQ("the sound is encrypted (AAC LC)", Refusal(badFormat, "AAC LC"));
+    EXPECT_EQ("there is no decoder for USAC", Refusal(noCodecErr, "USAC"));
+    EXPECT_EQ("there is no decoder for its format", Refusal(noCodecErr, ""));
+    EXPECT_EQ("cannot be decoded (status -36)", Refusal(ioErr, "AAC LC"));
+}
+
+std::string Damage(std::uint64_t inPackets, SInt64 inFrames, std::uint64_t inSkippedBytes,
+                   UInt32 inRateHz = 44100) {
+    MovieSoundReport report{};
+    report.sampleRateHz = inRateHz;
+    report.damagedPacketCount = inPackets;
+    report.silencedFrameCount = inFrames;
+    report.skippedByteCount = inSkippedBytes;
+    EXPECT_EQ(inPackets > 0, tool::TellDamage(report, "song.m4a", true));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(inPackets > 0, tool::TellDamage(report, "song.m4a", false));
+    return testing::internal::GetCapturedStderr();
+}
+
+TEST(TellDamage, CountsPacketsAndMilliseconds) {
+    EXPECT_EQ("", Damage(0, 0, 0));
+    EXPECT_EQ("aac2wav: song.m4a: warning: 1 damaged packet, 23 ms of sound replaced by silence\n",
+              Damage(1, 1024, 0));
+    EXPECT_EQ("aac2wav: song.m4a: warning: 2 damaged packets, 100 ms of sound replaced by silence\n",
+              Damage(2, 4410, 0));
+    EXPECT_EQ("aac2wav: song.m4a: warning: 5 damaged packets, 0 ms of sound replaced by silence\n",
+              Damage(5, 9, 0, 0));
+}
+
+TEST(TellDamage, SkippedBytesAreToldButLoseNoSound) {
+    EXPECT_EQ("aac2wav: song.m4a: warning: 1 byte without sound skipped\n", Damage(0, 0, 1));
+}
+
+}  // namespace
