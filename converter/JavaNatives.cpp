@@ -50,10 +50,19 @@ Int64 FromJava(jlong inValue) {
 void putDataCallback(void* inContext, void* inData, long inLength) {
     auto* context = static_cast<JavaCallbackContext*>(inContext);
     JNIEnv* env = context->env;
+    // The chunks go on coming whatever the method throws. Of several exceptions the runtime would keep the
+    // last; it is the first that tells what went wrong.
+    jthrowable first = env->ExceptionOccurred();
     env->SetByteArrayRegion(context->buffer, 0, static_cast<jsize>(inLength),
                             static_cast<const jbyte*>(inData));
     env->CallNonvirtualVoidMethod(context->object, context->objectClass, context->method, context->buffer,
                                   static_cast<jint>(inLength));
+    if (first != nullptr) {
+        env->Throw(first);
+        env->DeleteLocalRef(first);
+    }
+    // The answer changes nothing, but a runtime that checks its natives wants it asked.
+    env->ExceptionCheck();
 }
 
 extern "C" {

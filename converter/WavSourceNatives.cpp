@@ -66,21 +66,26 @@ auto Guarded(JNIEnv* inEnv, Body inBody) -> decltype(inBody()) {
     return decltype(inBody())();
 }
 
+struct Refusal {
+    OSStatus status;  // noErr when the toolbox does open the file
+    std::string detail;
+};
+
 // What the toolbox says to a file that the reader could not open: the reader itself only tells that it got no
-// movie. 0 when the toolbox does open it.
-OSStatus AskWhyNotOpened(const char* inPath) {
+// movie.
+Refusal AskWhyNotOpened(const char* inPath) {
     FSRef file;
     if (OSStatus status = FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath), &file, nullptr))
-        return status;
+        return {status, ""};
     AliasHandle alias = nullptr;
-    if (OSErr status = FSNewAliasMinimal(&file, &alias)) return status;
+    if (OSErr status = FSNewAliasMinimal(&file, &alias)) return {status, ""};
     Movie movie = nullptr;
     SInt16 resourceID = 0;
     const OSErr status = NewMovieFromDataRef(&movie, newMovieDontAskUnresolvedDataRefs, &resourceID,
                                              reinterpret_cast<Handle>(alias), rAliasType);
     DisposeHandle(reinterpret_cast<Handle>(alias));
     if (movie != nullptr) DisposeMovie(movie);
-    return status;
+    return {status, GetMovieOpenErrorText()};
 }
 
 std::string ToPath(JNIEnv* inEnv, jbyteArray inPath) {
@@ -97,9 +102,10 @@ jlong JNICALL Open(JNIEnv* inEnv, jclass, jbyteArray inPath, jboolean inRF64) {
         try {
             return ToHandle(std::make_unique<Source>(path.c_str(), header).release());
         } catch (LException const& failure) {
-            const OSStatus reason = AskWhyNotOpened(path.c_str());
-            const std::string detail = reason == noErr ? "" : GetMovieOpenErrorText();
-            Raise(inEnv, reason == noErr ? static_cast<OSStatus>(failure.GetErrorCode()) : reason, detail);
+            const Refusal refusal = AskWhyNotOpened(path.c_str());
+            const bool isRefused = refusal.status != noErr;
+            Raise(inEnv, isRefused ? refusal.status : static_cast<OSStatus>(failure.GetErrorCode()),
+                  refusal.detail);
             return 0;
         }
     });

@@ -11,5 +11,5 @@
 //   inContext  the JavaCallbackContext of a running native entry
 //   inData     inLength bytes
 //   inLength   not checked against the array: a longer chunk raises ArrayIndexOutOfBoundsException
-// A Java exception that is pending, or that the method raises, is left pending.
+// What the method throws is left pending and stops nothing; of several exceptions the first stays.
 MIRTAL_EXPORT void putDataCallback(void* inContext, void* inData, long inLength);

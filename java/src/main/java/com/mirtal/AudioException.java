@@ -40,12 +40,13 @@ public class AudioException extends IOException {
     }
 
     /** The exception for a platform status. A detail that is not empty takes the place of the general reason. */
-    static AudioException of(String path, int code, String detail) {
+    static AudioException of(String path, int code, String fullDetail) {
+        String detail = withoutPath(path, fullDetail);
         return switch (code) {
             case PlatformStatus.NO_FILE, PlatformStatus.NO_FOLDER, PlatformStatus.NO_VOLUME, PlatformStatus.BAD_NAME ->
-                new AudioFileNotFoundException(path, code, either(detail, "no such file"));
+                new AudioFileNotFoundException(path, code, "no such file");
             case PlatformStatus.NO_PERMISSION, PlatformStatus.ACCESS_DENIED ->
-                new AudioAccessDeniedException(path, code, either(detail, "reading it is not allowed"));
+                new AudioAccessDeniedException(path, code, "reading it is not allowed");
             case PlatformStatus.NO_IMPORTER, PlatformStatus.NO_HANDLER, PlatformStatus.NO_MEDIA_HANDLER ->
                 new UnsupportedAudioException(path, code, either(detail, "not a known kind of sound file"));
             case PlatformStatus.NO_SOUND ->
@@ -61,6 +62,13 @@ public class AudioException extends IOException {
             case PlatformStatus.NO_MEMORY -> new AudioException(path, code, either(detail, "not enough memory"));
             default -> new AudioException(path, code, either(detail, "it cannot be read"));
         };
+    }
+
+    /** The platform begins with the name of the file, as it knows it; the message has it as it was given. */
+    private static String withoutPath(String path, String detail) {
+        String nameAndColon = path.substring(path.lastIndexOf('/') + 1) + ": ";
+        int at = detail.indexOf(nameAndColon);
+        return at < 0 ? detail : detail.substring(at + nameAndColon.length());
     }
 
     private static String either(String detail, String general) {

@@ -49,7 +49,10 @@ final class LoadReport {
             return "the file system that holds " + file + " is mounted noexec; name another folder by the system property "
                     + NativeLibrary.PATH_PROPERTY + " or the environment variable XDG_CACHE_HOME";
         }
-        if (message.contains("libmirtal_toolbox")) {
+        if (message.contains("undefined symbol")) {
+            return "the library and the libraries that it was loaded with are not of one build";
+        }
+        if (message.contains("libmirtal_toolbox") && message.contains("cannot open shared object file")) {
             return "the toolbox library has to lie beside the library, and does not";
         }
         if (message.contains("wrong ELF class") || message.contains("cannot open shared object file: Exec format")

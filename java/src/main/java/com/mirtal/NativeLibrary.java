@@ -63,7 +63,7 @@ final class NativeLibrary {
     }
 
     private boolean loadFromLibraryPath() {
-        String place = "java.library.path=" + System.getProperty("java.library.path");
+        String place = "java.library.path";
         try {
             System.loadLibrary(NAME);
             return true;
