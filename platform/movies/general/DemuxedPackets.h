@@ -1,0 +1,14 @@
+// The packets of a file's first sound stream, as libavformat gives them, one after the other.
+#pragma once
+
+#include "Component.h"
+
+#include <memory>
+
+namespace toolbox::movies::general {
+
+// Readers read on from packet to packet; going back opens the file anew and reads from its beginning.
+std::shared_ptr<const PacketStore> NewDemuxedPackets(std::shared_ptr<const ByteSource> inSource,
+                                                     std::uint32_t inPacketCount);
+
+}  // namespace toolbox::movies::general

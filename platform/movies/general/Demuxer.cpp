@@ -1,0 +1,188 @@
+#include "Demuxer.h"
+
+#include "Log.h"
+
+#include <toolbox/MacErrors.h>
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+
+namespace toolbox::movies::general {
+
+namespace {
+
+constexpr int kReadBufferBytes = 128 * 1024;
+
+// Formats that hold sound in the file itself. What only points elsewhere (playlists, session descriptions,
+// numbered images) or would guess at headerless samples is not among them.
+constexpr const char* kDemuxers =
+    "aiff,amr,amrnb,amrwb,ape,asf,au,avi,caf,dsf,dts,ac3,eac3,flac,flv,iff,iss,loas,matroska,mov,mp3,mpc,"
+    "mpc8,mpeg,"
+    "mpegts,ogg,oma,qcp,rm,shn,sox,tak,truehd,tta,voc,w64,wav,webm,wv";
+
+// Two frames of a stream at the very beginning give this much; one chance match less.
+constexpr int kLeastProbeScore = 5;
+
+int RefuseOpening(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
+    return AVERROR(EACCES);
+}
+
+}  // namespace
+
+bool Demuxer::IsPicture(const AVStream& inStream) {
+    return inStream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
+           (inStream.disposition & (AV_DISPOSITION_ATTACHED_PIC | AV_DISPOSITION_TIMED_THUMBNAILS)) == 0;
+}
+
+int Demuxer::ReadBytes(void* inDemuxer, std::uint8_t* outBytes, int inCount) {
+    Demuxer& self = *static_cast<Demuxer*>(inDemuxer);
+    std::size_t read = 0;
+    const OSStatus status =
+        self.mSource->ReadAt(self.mPosition, outBytes, static_cast<std::size_t>(inCount), &read);
+    if (status != noErr) {
+        self.mReadStatus = status;
+        return AVERROR(EIO);
+    }
+    self.mPosition += static_cast<std::int64_t>(read);
+    return read == 0 ? AVERROR_EOF : static_cast<int>(read);
+}
+
+std::int64_t Demuxer::Seek(void* inDemuxer, std::int64_t inOffset, int inWhence) {
+    Demuxer& self = *static_cast<Demuxer*>(inDemuxer);
+    const std::int64_t size = self.mSource->SizeBytes();
+    std::int64_t base = 0;
+    switch (inWhence & ~AVSEEK_FORCE) {
+        case AVSEEK_SIZE:
+            return size;
+        case SEEK_SET:
+            break;
+        case SEEK_CUR:
+            base = self.mPosition;
+            break;
+        case SEEK_END:
+            base = size;
+            break;
+        default:
+            return AVERROR(EINVAL);
+    }
+    std::int64_t target = 0;
+    if (__builtin_add_overflow(base, inOffset, &target) || target < 0) {
+        return AVERROR(EINVAL);
+    }
+    self.mPosition = target;
+    return target;
+}
+
+OSStatus Demuxer::OpenInput(std::string& outProblem) {
+    auto* buffer = static_cast<unsigned char*>(av_malloc(kReadBufferBytes));
+    if (buffer == nullptr) {
+        return memFullErr;
+    }
+    mBytes = avio_alloc_context(buffer, kReadBufferBytes, 0, this, &ReadBytes, nullptr, &Seek);
+    if (mBytes == nullptr) {
+        av_free(buffer);
+        return memFullErr;
+    }
+    mFormat = avformat_alloc_context();
+    if (mFormat == nullptr) {
+        return memFullErr;
+    }
+    mFormat->pb = mBytes;
+    mFormat->flags |= AVFMT_FLAG_CUSTOM_IO;
+    mFormat->io_open = &RefuseOpening;
+    AVDictionary* options = nullptr;
+    // No protocol is called "none": the list allows nothing.
+    if (av_dict_set(&options, "protocol_whitelist", "none", 0) < 0 ||
+        av_dict_set(&options, "format_whitelist", kDemuxers, 0) < 0) {
+        av_dict_free(&options);
+        return memFullErr;
+    }
+    const int opened = avformat_open_input(&mFormat, "", nullptr, &options);  // frees the context on failure
+    av_dict_free(&options);
+    if (opened == AVERROR(ENOMEM)) {
+        return memFullErr;
+    }
+    if (mReadStatus != noErr) {
+        return mReadStatus;
+    }
+    if (opened == AVERROR_INVALIDDATA && mFormat == nullptr && LogScope::LastError().empty()) {
+        return cantFindHandler;
+    }
+    if (opened < 0) {
+        // What is not on the list of formats fails with EINVAL, as does what no demuxer knows with
+        // INVALIDDATA.
+        if (opened == AVERROR(EINVAL)) {
+            return cantFindHandler;
+        }
+        outProblem = LogScope::Describe(opened);
+        return invalidMovie;
+    }
+    return mFormat->probe_score < kLeastProbeScore ? cantFindHandler : noErr;
+}
+
+OSStatus Demuxer::Open(std::shared_ptr<const ByteSource> inSource, std::unique_ptr<Demuxer>& outDemuxer,
+                       std::string& outProblem) {
+    std::unique_ptr<Demuxer> demuxer(new Demuxer(std::move(inSource)));
+    const OSStatus status = demuxer->OpenInput(outProblem);
+    if (status != noErr) {
+        return status;
+    }
+    demuxer->SortStreams();
+    outDemuxer = std::move(demuxer);
+    return noErr;
+}
+
+Demuxer::~Demuxer() {
+    avformat_close_input(&mFormat);
+    if (mBytes != nullptr) {
+        av_freep(&mBytes->buffer);
+        avio_context_free(&mBytes);
+    }
+}
+
+// Streams that have come to light since: the first of sound is kept, pictures as wanted, everything else
+// discarded.
+void Demuxer::SortStreams() {
+    for (; mSortedStreamCount < mFormat->nb_streams; ++mSortedStreamCount) {
+        AVStream& stream = *mFormat->streams[mSortedStreamCount];
+        if (mSound == nullptr && stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
+            mSound = &stream;
+        } else if (!IsPicture(stream) || mDiscardsPictures) {
+            stream.discard = AVDISCARD_ALL;
+        }
+    }
+}
+
+void Demuxer::DiscardPictures() {
+    mDiscardsPictures = true;
+    for (unsigned index = 0; index < mFormat->nb_streams; ++index) {
+        if (mFormat->streams[index] != mSound) {
+            mFormat->streams[index]->discard = AVDISCARD_ALL;
+        }
+    }
+}
+
+OSStatus Demuxer::Next(AVPacket& outPacket) {
+    for (;;) {
+        const int read = av_read_frame(mFormat, &outPacket);
+        if (read == AVERROR(ENOMEM)) {
+            return memFullErr;
+        }
+        if (read < 0) {
+            return mReadStatus != noErr ? mReadStatus : OSStatus{eofErr};
+        }
+        SortStreams();
+        const AVStream* stream = mFormat->streams[outPacket.stream_index];
+        if (stream->discard != AVDISCARD_ALL && (stream == mSound || IsPicture(*stream))) {
+            return noErr;
+        }
+        av_packet_unref(&outPacket);
+    }
+}
+
+}  // namespace toolbox::movies::general

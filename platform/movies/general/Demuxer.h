@@ -1,0 +1,58 @@
+// A media file opened with libavformat, read from its beginning to its end.
+// Nothing but the file itself is ever read: no network, no other file that it names, no playlist.
+#pragma once
+
+#include "Component.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+
+struct AVFormatContext;
+struct AVIOContext;
+struct AVPacket;
+struct AVStream;
+
+namespace toolbox::movies::general {
+
+class Demuxer {
+  public:
+    // cantFindHandler when no demuxer of ours knows the file; invalidMovie when one does and cannot read it;
+    // ioErr.
+    static OSStatus Open(std::shared_ptr<const ByteSource> inSource, std::unique_ptr<Demuxer>& outDemuxer,
+                         std::string& outProblem);
+    ~Demuxer();
+    Demuxer(const Demuxer&) = delete;
+    Demuxer& operator=(const Demuxer&) = delete;
+
+    AVFormatContext& Format() { return *mFormat; }
+    // The first stream of sound, or null: in some formats streams come to light only while packets are read.
+    AVStream* Sound() const { return mSound; }
+    // Whether a stream is moving pictures, and not the cover of the sound.
+    static bool IsPicture(const AVStream& inStream);
+    // From now on, packets of pictures are left out.
+    void DiscardPictures();
+
+    // The next packet of the sound stream or, unless discarded, of a stream of pictures. The caller unrefs
+    // it. eofErr at the end, which includes content that cannot be read any further; ioErr; memFullErr.
+    OSStatus Next(AVPacket& outPacket);
+
+  private:
+    explicit Demuxer(std::shared_ptr<const ByteSource> inSource) : mSource(std::move(inSource)) {}
+    OSStatus OpenInput(std::string& outProblem);
+    void SortStreams();
+    static int ReadBytes(void* inDemuxer, std::uint8_t* outBytes, int inCount);
+    static std::int64_t Seek(void* inDemuxer, std::int64_t inOffset, int inWhence);
+
+    std::shared_ptr<const ByteSource> mSource;
+    std::int64_t mPosition = 0;
+    OSStatus mReadStatus = 0;
+    AVIOContext* mBytes = nullptr;
+    AVFormatContext* mFormat = nullptr;
+    AVStream* mSound = nullptr;
+    unsigned mSortedStreamCount = 0;
+    bool mDiscardsPictures = false;
+};
+
+}  // namespace toolbox::movies::general

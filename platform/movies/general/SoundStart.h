@@ -1,0 +1,22 @@
+// What a sound stream is, learned from its parameters and by decoding until it first sounds.
+#pragma once
+
+#include "Component.h"
+#include "Demuxer.h"
+
+#include <memory>
+#include <string>
+
+namespace toolbox::movies::general {
+
+struct SoundStart {
+    SoundFormat format;
+    std::uint32_t decodedFrames = 0;  // in the first packet that gave any; 0 when there is no decoder
+};
+
+// Reads on from where the demuxer is. The decoder is given what a SoundFormat says and no more, as it will be
+// when the sound is rendered. noSoundTrackInMovieErr: no stream of sound; invalidMovie: a decoder there is,
+// but none of the first packets decodes.
+OSStatus LearnSoundStart(Demuxer& ioDemuxer, SoundStart& outStart, std::string& outProblem);
+
+}  // namespace toolbox::movies::general
