@@ -62,7 +62,7 @@ const general::Interface* Component() {
     const std::lock_guard<std::mutex> lock(sMutex);
     char path[PATH_MAX];
     if (sInterface == nullptr && sCalls.ownPath(path, sizeof path)) {
-        const char* slash = std::strrchr(path, '/');
+        char* slash = std::strrchr(path, '/');
         const std::string folder = slash == nullptr ? std::string(".") : std::string(path, slash);
         for (const char* place : kFolders) {
             sInterface = OpenComponentAt(folder + place + kComponentName);
