@@ -33,6 +33,8 @@ class PacketTable {
                    std::uint32_t inPacketCount);
 
     std::uint32_t Count() const { return mCount; }
+    // Where the last packet ends; 0 in an empty table.
+    std::int64_t EndBytes() const { return mEndBytes; }
     std::size_t RunCount() const { return mRuns.size(); }
 
     struct Place {
@@ -75,7 +77,7 @@ class PacketTable {
     std::vector<std::uint32_t> mLargeSizes;  // all of them, from the first that does not
     std::uint32_t mGapBytes;
     std::uint32_t mCount = 0;
-    std::int64_t mEndBytes = 0;  // of the last packet
+    std::int64_t mEndBytes = 0;
 };
 
 // Readers of the packets of a table. A reader answers, beside what PacketReader says, paramErr for a packet

@@ -1,0 +1,173 @@
+#include "MPEG4Tracks.h"
+
+#include "MPEG4Edits.h"
+#include "MPEG4SampleTable.h"
+
+#include <toolbox/MacErrors.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace toolbox::movies {
+namespace {
+
+constexpr std::size_t kMostTracks = 1024;
+constexpr std::int64_t kUnlistedPackets = std::int64_t{1} << 20;
+constexpr std::int64_t kSmallestUnlistedBytes = 16;
+constexpr OSType kSoundMedia = BoxType("soun");
+constexpr OSType kVideoMedia = BoxType("vide");
+
+// Time fields are 32 bits wide in version 0 and 64 bits in version 1: the first number behind two of them.
+std::uint32_t NumberAfterTimes(BoxFile& ioFile, const Box& inBox) {
+    if (inBox.ContentSizeBytes() < 16) return 0;
+    const std::uint8_t* const bytes = ioFile.At(
+        inBox.contentBytes, static_cast<std::size_t>(std::min<std::int64_t>(inBox.ContentSizeBytes(), 24)));
+    if (bytes == nullptr) return 0;
+    if (bytes[0] != 1) return BigEndian32(bytes + 12);
+    return inBox.ContentSizeBytes() < 24 ? 0 : BigEndian32(bytes + 20);
+}
+
+OSType HandlerOf(BoxFile& ioFile, const Box& inMedia) {
+    const Box handler = FindBox(ioFile, inMedia, BoxType("hdlr"));
+    const std::uint8_t* const bytes =
+        handler.ContentSizeBytes() < 12 ? nullptr : ioFile.At(handler.contentBytes, 12);
+    return bytes == nullptr ? 0 : BigEndian32(bytes + 8);
+}
+
+void ReadTrackHeader(BoxFile& ioFile, const Box& inHeader, MPEG4Track& ioTrack) {
+    const std::uint8_t* const bytes =
+        inHeader.ContentSizeBytes() < 4 ? nullptr : ioFile.At(inHeader.contentBytes, 4);
+    if (bytes == nullptr) return;
+    ioTrack.isEnabled = (bytes[3] & 1U) != 0;
+    ioTrack.id = NumberAfterTimes(ioFile, inHeader);
+}
+
+// The tracks that a track takes its chapters from.
+void CollectChapterTracks(BoxFile& ioFile, const Box& inReferences, std::vector<std::uint32_t>& ioIDs) {
+    const Box chapters = FindBox(ioFile, inReferences, BoxType("chap"));
+    if (!chapters.Exists()) return;
+    TableReader table(ioFile, chapters, chapters.contentBytes, std::numeric_limits<std::uint32_t>::max(), 4);
+    while (const std::uint8_t* const entry = table.NextEntry()) {
+        if (ioIDs.size() >= kMostTracks) return;
+        ioIDs.push_back(BigEndian32(entry));
+    }
+}
+
+bool IsStillImage(OSType inDataFormat) {
+    constexpr OSType kStills[] = {BoxType("jpeg"), BoxType("png "), BoxType("tiff"), BoxType("gif "),
+                                  BoxType("BMP ")};
+    return std::find(std::begin(kStills), std::end(kStills), inDataFormat) != std::end(kStills);
+}
+
+class HeaderReader {
+  public:
+    HeaderReader(BoxFile& ioFile, MPEG4Header& outHeader) : mFile(ioFile), mHeader(outHeader) {}
+
+    OSStatus Read(const Box& inMovie, std::string& outProblem) {
+        bool hasHeader = false;
+        BoxWalk walk(mFile, inMovie);
+        for (Box box; walk.Next(box);) {
+            if (box.type == BoxType("cmov")) return cantFindHandler;  // a compressed header
+            if (box.type == BoxType("mvhd")) {
+                mHeader.timeScale = NumberAfterTimes(mFile, box);
+                hasHeader = true;
+            } else if (box.type == BoxType("trak") && mHeader.tracks.size() < kMostTracks) {
+                ReadTrack(box);
+            }
+        }
+        if (mFile.Status() != noErr) return mFile.Status();
+        if (!hasHeader || !IsSane(mHeader.timeScale))
+            return Damaged("the movie header is damaged", outProblem);
+        DropAttachedPictures();
+        DropDisabled(kSoundMedia);
+        DropDisabled(kVideoMedia);
+        return CheckSound(outProblem);
+    }
+
+  private:
+    static bool IsSane(std::uint32_t inTimeScale) {
+        return inTimeScale != 0 && inTimeScale <= std::uint32_t{std::numeric_limits<std::int32_t>::max()};
+    }
+
+    static OSStatus Damaged(const char* inText, std::string& outProblem) {
+        outProblem = inText;
+        return invalidMovie;
+    }
+
+    void ReadTrack(const Box& inTrack) {
+        MPEG4Track track;
+        Box media;
+        BoxWalk walk(mFile, inTrack);
+        for (Box box; walk.Next(box);) {
+            if (box.type == BoxType("tkhd")) ReadTrackHeader(mFile, box, track);
+            if (box.type == BoxType("tref")) CollectChapterTracks(mFile, box, mChapterTracks);
+            if (box.type == BoxType("edts"))
+                track.edits = ReadEditList(mFile, FindBox(mFile, box, BoxType("elst")));
+            if (box.type == BoxType("mdia")) media = box;
+        }
+        track.mediaType = media.Exists() ? HandlerOf(mFile, media) : 0;
+        if (track.mediaType != kSoundMedia && track.mediaType != kVideoMedia) return;
+        track.media.timeScale = NumberAfterTimes(mFile, FindBox(mFile, media, BoxType("mdhd")));
+        const Box information = FindBox(mFile, media, BoxType("minf"));
+        if (information.Exists()) track.sampleTable = FindBox(mFile, information, BoxType("stbl"));
+        track.media.unlistedPacketsLeft = kUnlistedPackets + mFile.SizeBytes() / kSmallestUnlistedBytes;
+        if (track.IsSound() && track.sampleTable.Exists())
+            track.descriptions =
+                ReadSoundDescriptions(mFile, FindBox(mFile, track.sampleTable, BoxType("stsd")));
+        mHeader.tracks.push_back(std::move(track));
+    }
+
+    bool IsAttachedPicture(const MPEG4Track& inTrack) {
+        if (inTrack.IsSound()) return false;
+        if (std::find(mChapterTracks.begin(), mChapterTracks.end(), inTrack.id) != mChapterTracks.end())
+            return true;
+        if (!inTrack.sampleTable.Exists()) return false;
+        const Box descriptions = FindBox(mFile, inTrack.sampleTable, BoxType("stsd"));
+        if (!descriptions.Exists() || !IsStillImage(FirstDataFormat(mFile, descriptions))) return false;
+        return !inTrack.isEnabled || ClaimedPacketCount(mFile, inTrack.sampleTable) <= 1;
+    }
+
+    void DropAttachedPictures() {
+        std::erase_if(mHeader.tracks,
+                      [this](const MPEG4Track& inTrack) { return IsAttachedPicture(inTrack); });
+    }
+
+    void DropDisabled(OSType inMediaType) {
+        const bool isOneEnabled = std::any_of(
+            mHeader.tracks.begin(), mHeader.tracks.end(), [inMediaType](const MPEG4Track& inTrack) {
+                return inTrack.mediaType == inMediaType && inTrack.isEnabled;
+            });
+        if (!isOneEnabled) return;
+        std::erase_if(mHeader.tracks, [inMediaType](const MPEG4Track& inTrack) {
+            return inTrack.mediaType == inMediaType && !inTrack.isEnabled;
+        });
+    }
+
+    OSStatus CheckSound(std::string& outProblem) const {
+        if (mFile.Status() != noErr) return mFile.Status();
+        bool isFirst = true;
+        for (const MPEG4Track& track : mHeader.tracks) {
+            if (!track.IsSound()) continue;
+            if (track.descriptions.empty())
+                return Damaged("the description of the sound is damaged", outProblem);
+            if (isFirst && !track.descriptions.front().isOurs) return cantFindHandler;
+            if (!IsSane(track.media.timeScale))
+                return Damaged("the time scale of the sound is damaged", outProblem);
+            isFirst = false;
+        }
+        return noErr;
+    }
+
+    BoxFile& mFile;
+    MPEG4Header& mHeader;
+    std::vector<std::uint32_t> mChapterTracks;
+};
+
+}  // namespace
+
+OSStatus ReadMovieHeader(BoxFile& ioFile, const Box& inMovie, MPEG4Header& outHeader,
+                         std::string& outProblem) {
+    return HeaderReader(ioFile, outHeader).Read(inMovie, outProblem);
+}
+
+}  // namespace toolbox::movies
