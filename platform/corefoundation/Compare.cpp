@@ -5,10 +5,12 @@
 
 #include <unicode/uchar.h>
 #include <unicode/ucol.h>
+#include <unicode/uloc.h>
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <mutex>
 
@@ -160,6 +162,13 @@ CFComparisonResult CompareWithNumbers(Units inLeft, Units inRight) {
     return ResultOf(SInt64{inLeft.count - left} - SInt64{inRight.count - right});
 }
 
+// The locale of the process. One without customs (C, POSIX) has an order of its own only by code, which is no
+// order for people: the common order of all locales stands in for it.
+const char* CollationLocale() {
+    const char* locale = uloc_getDefault();
+    return std::strstr(locale, "POSIX") != nullptr ? "" : locale;
+}
+
 // Collators of the locale that the process starts with, made when first needed and shared from then on: one
 // that nobody changes any more may be used on any thread.
 const UCollator* FindCollator(CFStringCompareFlags inFlags) {
@@ -171,7 +180,7 @@ const UCollator* FindCollator(CFStringCompareFlags inFlags) {
     UCollator*& collator = sCollators[(ignoresCase ? 1 : 0) + (isNumeric ? 2 : 0)];
     if (collator != nullptr) return collator;
     UErrorCode status = StartStatus();
-    UCollator* made = ucol_open(nullptr, &status);
+    UCollator* made = ucol_open(CollationLocale(), &status);
     ucol_setAttribute(made, UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
     if (ignoresCase) ucol_setAttribute(made, UCOL_STRENGTH, UCOL_SECONDARY, &status);
     if (isNumeric) ucol_setAttribute(made, UCOL_NUMERIC_COLLATION, UCOL_ON, &status);

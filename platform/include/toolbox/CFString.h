@@ -89,9 +89,10 @@ TOOLBOX_EXPORT CFIndex CFStringGetBytes(CFStringRef inString, CFRange inRange, C
                                         UInt8* outBuffer, CFIndex inBufferSize, CFIndex* outUsedByteCount);
 
 // Without flags, by the values of the UTF-16 units. Case is ignored by full case folding. Numbers are runs of
-// decimal digits, leading zeros ignored. The locale is the one of the first localized comparison; its order
-// always finds canonically equivalent text equal. Backwards and anchored have no meaning here. When memory is
-// too short for what the flags ask, the result is that of no flags.
+// decimal digits, leading zeros ignored; among other characters they come where 0 is. The locale is the
+// process's at the first localized comparison (in the C locale, the order common to all); its order always
+// finds canonically equivalent text equal. Backwards and anchored have no meaning here. When memory is too
+// short for what the flags ask, the result is that of no flags.
 TOOLBOX_EXPORT CFComparisonResult CFStringCompare(CFStringRef inString1, CFStringRef inString2,
                                                   CFStringCompareFlags inFlags);
 

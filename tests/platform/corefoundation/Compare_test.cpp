@@ -1,0 +1,224 @@
+#include <toolbox/CFString.h>
+
+#include "CFSupport.h"
+
+#include <corefoundation/CF_test_access.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+using namespace std::string_literals;
+
+namespace {
+
+constexpr CFStringCompareFlags kCase = kCFCompareCaseInsensitive;
+constexpr CFStringCompareFlags kNonliteral = kCFCompareNonliteral;
+constexpr CFStringCompareFlags kNumerically = kCFCompareNumerically;
+constexpr CFStringCompareFlags kLocalized = kCFCompareLocalized;
+
+// The order expected is the common one of all locales.
+class PlainLocale : public testing::Environment {
+  public:
+    void SetUp() override { setenv("LC_ALL", "C", 1); }
+};
+const testing::Environment* const sPlainLocale = testing::AddGlobalTestEnvironment(new PlainLocale);
+
+// Both ways round, which must agree.
+CFComparisonResult Compare(std::u16string_view inLeft, std::u16string_view inRight,
+                           CFStringCompareFlags inFlags = 0) {
+    const OwnedString left = StringOf(inLeft);
+    const OwnedString right = StringOf(inRight);
+    const CFComparisonResult result = CFStringCompare(left.get(), right.get(), inFlags);
+    EXPECT_EQ(-result, CFStringCompare(right.get(), left.get(), inFlags));
+    EXPECT_TRUE(result == -1 || result == 0 || result == 1) << result;
+    EXPECT_EQ(kCFCompareEqualTo, CFStringCompare(left.get(), StringOf(inLeft).get(), inFlags));
+    return result;
+}
+
+}  // namespace
+
+TEST(Compare, Literally) {
+    EXPECT_EQ(0, Compare(u"", u""));
+    EXPECT_EQ(0, Compare(u"abc", u"abc"));
+    EXPECT_EQ(-1, Compare(u"", u"a"));
+    EXPECT_EQ(-1, Compare(u"ab", u"abc"));
+    EXPECT_EQ(-1, Compare(u"abc", u"abd"));
+    EXPECT_EQ(-1, Compare(u"ABC", u"abc")) << "case counts";
+    EXPECT_EQ(-1, Compare(u"Z", u"a"));
+    EXPECT_EQ(-1, Compare(u"a\0a"s, u"a\0b"s));
+    EXPECT_EQ(-1, Compare(u"a", u"a\0"s));
+    EXPECT_EQ(-1, Compare(u"e\u0301", u"\u00E9")) << "equivalent text is different text";
+    EXPECT_EQ(-1, Compare(u"\U0001D11E", u"\uFF61")) << "by unit, not by code point";
+    EXPECT_EQ(1, Compare(u"10", u"1"));
+    EXPECT_EQ(-1, Compare(u"10", u"9"));
+}
+
+TEST(Compare, IdenticalObject) {
+    const OwnedString string = StringOf(u"\xD800");
+    for (const CFStringCompareFlags flags :
+         {CFStringCompareFlags{0}, kCase, kLocalized, kNumerically | kNonliteral}) {
+        EXPECT_EQ(kCFCompareEqualTo, CFStringCompare(string.get(), string.get(), flags));
+    }
+}
+
+TEST(Compare, ConstantWithMade) {
+    EXPECT_EQ(kCFCompareEqualTo, CFStringCompare(CFSTR("abc"), StringOf(u"abc").get(), 0));
+    EXPECT_EQ(kCFCompareEqualTo, CFStringCompare(CFSTR("abc"), StringOf(u"ABC").get(), kCase));
+}
+
+TEST(Compare, WithoutCase) {
+    EXPECT_EQ(0, Compare(u"abc", u"ABC", kCase));
+    EXPECT_EQ(0, Compare(u"", u"", kCase));
+    EXPECT_EQ(-1, Compare(u"", u"A", kCase));
+    EXPECT_EQ(-1, Compare(u"abc", u"ABD", kCase));
+    EXPECT_EQ(-1, Compare(u"ABC", u"abd", kCase));
+    EXPECT_EQ(-1, Compare(u"_", u"A", kCase)) << "letters count as small ones";
+    EXPECT_EQ(0, Compare(u"\u00C4\u03A3\u0416", u"\u00E4\u03C3\u0436", kCase));
+    EXPECT_EQ(0, Compare(u"stra\u00DFe", u"STRASSE", kCase)) << "full folding";
+    EXPECT_EQ(0, Compare(u"\U00010400", u"\U00010428", kCase)) << "beyond 16 bits";
+    EXPECT_NE(0, Compare(u"e\u0301", u"\u00C9", kCase));
+}
+
+TEST(Compare, CanonicallyEquivalent) {
+    EXPECT_EQ(0, Compare(u"caf\u00E9", u"cafe\u0301", kNonliteral));
+    EXPECT_EQ(0, Compare(u"\u1E69", u"s\u0307\u0323", kNonliteral)) << "marks in another order";
+    EXPECT_EQ(0, Compare(u"\u212B", u"A\u030A", kNonliteral));
+    EXPECT_NE(0, Compare(u"\uFB01", u"fi", kNonliteral)) << "compatible only";
+    EXPECT_NE(0, Compare(u"caf\u00C9", u"cafe\u0301", kNonliteral));
+    EXPECT_EQ(0, Compare(u"caf\u00C9", u"cafe\u0301", kNonliteral | kCase));
+    EXPECT_EQ(-1, Compare(u"a", u"b", kNonliteral));
+}
+
+TEST(Compare, Numerically) {
+    EXPECT_EQ(-1, Compare(u"Foo2.txt", u"Foo7.txt", kNumerically));
+    EXPECT_EQ(-1, Compare(u"Foo7.txt", u"Foo25.txt", kNumerically));
+    EXPECT_EQ(-1, Compare(u"Foo2.txt", u"Foo25.txt", kNumerically));
+    EXPECT_EQ(0, Compare(u"Foo007", u"Foo7", kNumerically)) << "by value";
+    EXPECT_EQ(-1, Compare(u"Foo007a", u"Foo7b", kNumerically));
+    EXPECT_EQ(0, Compare(u"0", u"000", kNumerically));
+    EXPECT_EQ(-1, Compare(u"0", u"1", kNumerically));
+    EXPECT_EQ(-1, Compare(u"99999999999999999999999", u"100000000000000000000000", kNumerically))
+        << "of any length";
+    EXPECT_EQ(-1, Compare(u"a", u"a1", kNumerically));
+    EXPECT_EQ(-1, Compare(u"a1", u"ab", kNumerically));
+    EXPECT_EQ(-1, Compare(u"a!", u"a1", kNumerically));
+    EXPECT_EQ(-1, Compare(u"1.9", u"1.10", kNumerically));
+    EXPECT_EQ(-1, Compare(u"\u0662", u"10", kNumerically)) << "digits of other scripts";
+    EXPECT_EQ(0, Compare(u"", u"", kNumerically));
+    EXPECT_EQ(-1, Compare(u"FOO2", u"foo10", kNumerically | kCase));
+    EXPECT_EQ(1, Compare(u"foo2", u"FOO10", kNumerically));
+    EXPECT_EQ(0, Compare(u"\u00E92", u"e\u030102", kNumerically | kNonliteral));
+    EXPECT_EQ(0, Compare(u"\u00C92", u"e\u030102", kNumerically | kNonliteral | kCase));
+}
+
+TEST(Compare, NumericallyIsAnOrder) {
+    const std::u16string texts[] = {u"",   u"!",   u"0",   u"00", u"1",  u"1!",     u"1a",      u"2",  u"10",
+                                    u"9a", u"10a", u"a",   u"a!", u"a0", u"a1",     u"a1b2",    u"a2", u"a10",
+                                    u"aa", u"~",   u"a~1", u"A1", u"/",  u"\u0661", u"\uFF12a", u"a/"};
+    std::vector<OwnedString> strings;
+    for (const std::u16string& text : texts)
+        strings.push_back(StringOf(text));
+    const auto compare = [](const OwnedString& inLeft, const OwnedString& inRight) {
+        return CFStringCompare(inLeft.get(), inRight.get(), kNumerically);
+    };
+    for (const OwnedString& a : strings) {
+        for (const OwnedString& b : strings) {
+            for (const OwnedString& c : strings) {
+                if (compare(a, b) <= 0 && compare(b, c) <= 0) {
+                    EXPECT_LE(compare(a, c), 0);
+                }
+                if (compare(a, b) == 0) {
+                    EXPECT_EQ(compare(a, c), compare(b, c));
+                }
+            }
+        }
+    }
+}
+
+// Longer than what is kept without asking for memory.
+TEST(Compare, LongText) {
+    for (const std::size_t length : {127U, 128U, 129U, 5000U}) {
+        const std::u16string lower(length, u'\u00E9');
+        const std::u16string upper(length, u'\u00C9');
+        EXPECT_EQ(0, Compare(lower + u"01", upper + u"1", kNumerically | kCase | kNonliteral)) << length;
+        EXPECT_EQ(-1, Compare(lower + u"1", upper + u"02", kNumerically | kCase)) << length;
+        EXPECT_EQ(0, Compare(lower, upper, kCase | kNonliteral)) << length;
+    }
+}
+
+TEST(Compare, Localized) {
+    EXPECT_EQ(-1, Compare(u"a", u"B", kLocalized));
+    EXPECT_EQ(-1, Compare(u"a", u"A", kLocalized)) << "small letters first";
+    EXPECT_EQ(0, Compare(u"a", u"A", kLocalized | kCase));
+    EXPECT_EQ(-1, Compare(u"e", u"\u00E9", kLocalized));
+    EXPECT_EQ(-1, Compare(u"e", u"\u00E9", kLocalized | kCase)) << "accents count without case, too";
+    EXPECT_EQ(-1, Compare(u"\u00E9", u"f", kLocalized));
+    EXPECT_EQ(0, Compare(u"\u00E9", u"e\u0301", kLocalized));
+    EXPECT_EQ(1, Compare(u"Foo2", u"Foo10", kLocalized));
+    EXPECT_EQ(-1, Compare(u"Foo2", u"Foo10", kLocalized | kNumerically));
+    EXPECT_EQ(-1, Compare(u"foo2", u"FOO10", kLocalized | kNumerically | kCase));
+    EXPECT_EQ(0, Compare(u"FOO2", u"foo2", kLocalized | kNumerically | kCase));
+}
+
+TEST(Compare, BackwardsAndAnchoredMeanNothing) {
+    for (const CFStringCompareFlags flags :
+         {CFStringCompareFlags{kCFCompareBackwards}, CFStringCompareFlags{kCFCompareAnchored},
+          CFStringCompareFlags{kCFCompareBackwards | kCFCompareAnchored}}) {
+        EXPECT_EQ(-1, Compare(u"ab", u"ba", flags));
+        EXPECT_EQ(-1, Compare(u"ABC", u"abc", flags));
+        EXPECT_EQ(0, Compare(u"ABC", u"abc", flags | kCase));
+    }
+}
+
+// Each allocation fails in turn; the answer is then that of no flags, and nothing stays behind.
+TEST(Compare, NoMemory) {
+    static int sUntilFault;
+    static int sLive;
+    static bool sDelivered;
+    const std::u16string lower(500, u'\u00E9');
+    const std::u16string upper(500, u'\u00C9');
+    const OwnedString left = StringOf(lower + u"02");
+    const OwnedString right = StringOf(upper + u"2");
+    auto& calls = toolbox::corefoundation::SystemCallsForTesting();
+    const auto saved = calls;
+    calls.allocate = [](std::size_t inByteCount) -> void* {
+        if (--sUntilFault == 0) {
+            sDelivered = true;
+            return nullptr;
+        }
+        ++sLive;
+        return std::malloc(inByteCount);
+    };
+    calls.release = [](void* inBlock) {
+        --sLive;
+        std::free(inBlock);
+    };
+    int failing = 1;
+    for (;; ++failing) {
+        sUntilFault = failing;
+        sLive = 0;
+        sDelivered = false;
+        const CFComparisonResult result =
+            CFStringCompare(left.get(), right.get(), kNumerically | kCase | kNonliteral);
+        EXPECT_EQ(0, sLive) << failing;
+        EXPECT_EQ(sDelivered ? kCFCompareGreaterThan : kCFCompareEqualTo, result) << failing;
+        if (!sDelivered) break;
+    }
+    calls = saved;
+    EXPECT_EQ(5, failing) << "folding and decomposing either text";
+}
+
+TEST(Compare, WithoutHelp) {
+    auto& calls = toolbox::corefoundation::SystemCallsForTesting();
+    const auto saved = calls;
+    calls.startStatus = [] { return 7; };  // memory is short
+    for (const CFStringCompareFlags flags :
+         {kCase, kNonliteral, kCase | kNonliteral, kNumerically | kCase, kNumerically | kNonliteral}) {
+        EXPECT_EQ(-1, CFStringCompare(CFSTR("ABC"), CFSTR("abc"), flags)) << flags;
+        EXPECT_EQ(1, CFStringCompare(CFSTR("abc"), CFSTR("ABC"), flags)) << flags;
+    }
+    calls = saved;
+}
