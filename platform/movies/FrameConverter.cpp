@@ -1,5 +1,7 @@
 #include "FrameConverter.h"
 
+#include "LogOffset.h"
+
 #include <toolbox/MacErrors.h>
 
 #include <algorithm>
@@ -14,10 +16,6 @@ extern "C" {
 namespace toolbox::movies {
 
 namespace {
-
-// Past every log level that a host can choose: sound that cannot be converted is counted, not told on a
-// terminal.
-constexpr int kSilentLogOffset = 1000;
 
 // The layout to mix from. One channel, or two, stay what they are whatever they are called; a count without a
 // name has its usual layout.

@@ -1,5 +1,7 @@
 #include "Resampler.h"
 
+#include "LogOffset.h"
+
 #include <toolbox/MacErrors.h>
 
 #include <algorithm>
@@ -35,7 +37,7 @@ OSStatus Resampler::Restart() {
     AVChannelLayout stereo = AV_CHANNEL_LAYOUT_STEREO;
     SwrContext* swr = nullptr;
     int error = swr_alloc_set_opts2(&swr, &stereo, AV_SAMPLE_FMT_FLTP, static_cast<int>(mToHz), &stereo,
-                                    AV_SAMPLE_FMT_FLTP, static_cast<int>(mFromHz), 0, nullptr);
+                                    AV_SAMPLE_FMT_FLTP, static_cast<int>(mFromHz), kSilentLogOffset, nullptr);
     mSwr.reset(swr);
     if (error >= 0) error = swr_init(swr);
     if (error < 0) {

@@ -1,5 +1,7 @@
 #include "SoundDecoder.h"
 
+#include "LogOffset.h"
+
 #include <toolbox/MacErrors.h>
 
 #include <climits>
@@ -13,10 +15,6 @@ extern "C" {
 namespace toolbox::movies {
 
 namespace {
-
-// Added to the level of each message of a decoder, it is past every level that a host can choose: damaged
-// sound is counted, not told on somebody's terminal. The host's own use of the logging stays as it is.
-constexpr int kSilentLogOffset = 1000;
 
 SoundDecoder::Outcome OutcomeOf(int inError) {
     if (inError >= 0 || inError == AVERROR(EAGAIN) || inError == AVERROR_EOF)

@@ -47,11 +47,11 @@ class MemoryReader final : public PacketReader {
     std::vector<std::uint8_t> mPadded;
 };
 
-AVCodecContext* OpenDecoder(const SoundFormat& inFormat) {
+AVCodecContext* OpenDecoder(const SoundFormat& inFormat, Trimming inTrimming) {
     const AVCodec* codec = avcodec_find_decoder(static_cast<AVCodecID>(inFormat.codecID));
     AVCodecContext* context = avcodec_alloc_context3(codec);
-    context->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
-    context->log_level_offset = 1000;
+    if (inTrimming == Trimming::kNone) context->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
+    context->log_level_offset = 128;
     context->sample_rate = static_cast<int>(inFormat.sampleRateHz);
     av_channel_layout_default(&context->ch_layout, inFormat.channelCount);
     context->bits_per_coded_sample = inFormat.bitsPerSample;
@@ -71,7 +71,7 @@ void AppendConverted(const AVFrame& inFrame, std::vector<std::int16_t>& ioSample
     av_channel_layout_default(&to, inFrame.ch_layout.nb_channels > 2 ? 2 : inFrame.ch_layout.nb_channels);
     SwrContext* swr = nullptr;
     swr_alloc_set_opts2(&swr, &to, AV_SAMPLE_FMT_S16, inFrame.sample_rate, &from,
-                        static_cast<AVSampleFormat>(inFrame.format), inFrame.sample_rate, 0, nullptr);
+                        static_cast<AVSampleFormat>(inFrame.format), inFrame.sample_rate, 128, nullptr);
     if (swr_init(swr) < 0) throw std::runtime_error("no conversion");
     std::vector<std::int16_t> samples(static_cast<std::size_t>(inFrame.nb_samples * to.nb_channels));
     auto* out = reinterpret_cast<std::uint8_t*>(samples.data());
@@ -86,7 +86,9 @@ void AppendConverted(const AVFrame& inFrame, std::vector<std::int16_t>& ioSample
 
 }  // namespace
 
-std::unique_ptr<PacketReader> MemoryPackets::NewReader() const { return std::make_unique<MemoryReader>(*this); }
+std::unique_ptr<PacketReader> MemoryPackets::NewReader() const {
+    return std::make_unique<MemoryReader>(*this);
+}
 
 MemorySound NewSound(SoundFormat inFormat, Packets inPackets, std::uint32_t inFramesPerPacket) {
     MemorySound sound;
@@ -116,17 +118,23 @@ MemorySound NewSound(const EncodedSound& inEncoded) {
     return NewSound(format, inEncoded.packets, 1024);
 }
 
-MemorySound NewSound(const SoundToEncode& inSound) { return NewSound(EncodeAAC(inSound)); }
+MemorySound NewSound(const SoundToEncode& inSound) {
+    return NewSound(EncodeAAC(inSound));
+}
 
-void SetEdits(SoundTrack& ioTrack, std::vector<Edit> inEdits) { ioTrack.edits = std::move(inEdits); }
+void SetEdits(SoundTrack& ioTrack, std::vector<Edit> inEdits) {
+    ioTrack.edits = std::move(inEdits);
+}
 
-std::vector<std::int16_t> DecodeBarely(const SoundFormat& inFormat, const Packets& inPackets) {
+std::vector<std::int16_t> DecodeBarely(const SoundFormat& inFormat, const Packets& inPackets,
+                                       Trimming inTrimming) {
     std::vector<std::int16_t> samples;
-    AVCodecContext* context = OpenDecoder(inFormat);
+    AVCodecContext* context = OpenDecoder(inFormat, inTrimming);
     AVPacket* packet = av_packet_alloc();
     AVFrame* frame = av_frame_alloc();
     const auto receive = [&] {
-        while (avcodec_receive_frame(context, frame) >= 0) AppendConverted(*frame, samples);
+        while (avcodec_receive_frame(context, frame) >= 0)
+            AppendConverted(*frame, samples);
     };
     for (const std::vector<std::uint8_t>& bytes : inPackets) {
         if (av_new_packet(packet, static_cast<int>(bytes.size())) < 0) throw std::bad_alloc();

@@ -38,13 +38,17 @@ struct MemorySound {
 MemorySound NewSound(const SoundToEncode& inSound);
 MemorySound NewSound(const EncodedSound& inEncoded);
 // One span of packets in a format of libavcodec's, so many frames each.
-MemorySound NewSound(toolbox::movies::SoundFormat inFormat, Packets inPackets, std::uint32_t inFramesPerPacket);
+MemorySound NewSound(toolbox::movies::SoundFormat inFormat, Packets inPackets,
+                     std::uint32_t inFramesPerPacket);
 // Presents so many frames from a place in the media.
 void SetEdits(toolbox::movies::SoundTrack& ioTrack, std::vector<toolbox::movies::Edit> inEdits);
 
-// The packets through one decoder, without trimming, as native 16-bit stereo: left and right alternating. The
-// conversion is libswresample's; mono goes to both channels at full level.
-std::vector<std::int16_t> DecodeBarely(const toolbox::movies::SoundFormat& inFormat, const Packets& inPackets);
+enum class Trimming { kNone, kDecoders };
+
+// The packets through one decoder, by default without its own trimming, as native 16-bit stereo: left and
+// right alternating. The conversion is libswresample's; mono goes to both channels at full level.
+std::vector<std::int16_t> DecodeBarely(const toolbox::movies::SoundFormat& inFormat, const Packets& inPackets,
+                                       Trimming inTrimming = Trimming::kNone);
 
 // A sound resource's samples as native numbers.
 std::vector<std::int16_t> FromBigEndian(const std::uint8_t* inBytes, std::size_t inSampleCount);
