@@ -24,18 +24,29 @@ OSStatus MakeAlias(const FSRef& inTarget, AliasHandle* outAlias) {
     return status;
 }
 
+// The item under another name in the folder where it was.
+OSStatus FindRenamed(const AliasContents& inAlias, FoundItem& outItem) {
+    FoundItem renamed;
+    const std::string folderPath = inAlias.path.substr(0, inAlias.path.rfind('/') + 1);
+    OSStatus status = FindInFolder(folderPath, inAlias.identity, renamed);
+    if (status == noErr) status = FindByPath(renamed.path.c_str(), outItem);
+    if (status != noErr) return status;
+    return outItem.status.identity.IsSameItem(inAlias.identity) ? noErr : fnfErr;
+}
+
 // Looks where the item was, then for something like it there, then for the item in other places.
 OSStatus FindTarget(const AliasContents& inAlias, FoundItem& outItem) {
     const OSStatus pathStatus = FindByPath(inAlias.path.c_str(), outItem);
     if (pathStatus == noErr && outItem.status.kind == inAlias.kind) return noErr;
 
-    if (FindByIdentity(inAlias.identity, outItem) == noErr) return noErr;
-    const std::size_t slash = inAlias.path.rfind('/');
-    FoundItem renamed;
-    if (FindInFolder(inAlias.path.substr(0, slash + 1), inAlias.identity, renamed) == noErr) {
-        return FindByPath(renamed.path.c_str(), outItem);
+    const OSStatus nodeStatus = FindByIdentity(inAlias.identity, outItem);
+    if (nodeStatus == noErr) return noErr;
+    const OSStatus folderStatus = FindRenamed(inAlias, outItem);
+    if (folderStatus == noErr) return noErr;
+    for (const OSStatus status : {pathStatus, nodeStatus, folderStatus}) {
+        if (status != noErr && status != fnfErr && status != dirNFErr) return status;
     }
-    return pathStatus == noErr || pathStatus == dirNFErr ? static_cast<OSStatus>(fnfErr) : pathStatus;
+    return fnfErr;
 }
 
 // Puts a new record in the place of the first inOldBytes of the handle.

@@ -52,7 +52,8 @@ OSStatus StatusOfMissing(const std::string& inPath, int inErrno) {
     return GetPathStatus(inPath.substr(0, slash + 1).c_str(), folder) == 0 ? fnfErr : dirNFErr;
 }
 
-// Puts the status of every item on a canonical path, from "/" down, into outSteps. 0 or an errno.
+// Puts the items of a canonical path, from "/" down, into outSteps. 0 or an errno; ENOENT when the path is
+// canonical no more.
 int WalkPath(const std::string& inPath, std::vector<PathStep>& outSteps, ItemStatus& outLast) {
     outSteps.clear();
     std::string prefix = "/";
@@ -60,6 +61,7 @@ int WalkPath(const std::string& inPath, std::vector<PathStep>& outSteps, ItemSta
     for (std::string_view name;;) {
         const int error = GetPathStatus(prefix.c_str(), outLast);
         if (error != 0) return error;
+        if (outLast.kind == ItemKind::kLink) return ENOENT;  // took the place of what was there
         outSteps.push_back({outLast.identity, outLast.kind == ItemKind::kFolder, name});
         if (nameStart >= inPath.size()) return 0;
         const std::size_t nameEnd = std::min(inPath.find('/', nameStart), inPath.size());
@@ -87,7 +89,7 @@ int RecordPath(const std::string& inPath, FoundItem& outItem) {
     return error;
 }
 
-// Looks at one path for the item. 0 and an errno as GetPathStatus; ENOENT when something else is there.
+// Looks at one path for the item. 0 or an errno; ENOENT when something else is there.
 int LookAt(const std::string& inPath, const ItemIdentity& inItem, FoundItem& outItem) {
     const int error = GetPathStatus(inPath.c_str(), outItem.status);
     if (error != 0) return error;
@@ -150,6 +152,7 @@ OSStatus FindInFolder(const std::string& inFolderPath, const ItemIdentity& inIte
         errno = 0;
         const struct dirent* entry = Calls().readFolder(folder);
         if (entry == nullptr) return errno == 0 ? static_cast<OSStatus>(fnfErr) : StatusOfErrno(errno);
+        // Of a folder on which a volume is mounted this is the inode beneath; but that one cannot be renamed.
         if (entry->d_ino != inItem.inode) continue;
         const std::string_view name = entry->d_name;
         if (name == "." || name == "..") continue;

@@ -14,7 +14,7 @@ namespace toolbox::files {
 struct FoundItem {
     ItemStatus status;
     NodeID nodeID = 0;
-    std::string path;  // absolute, without links; true at the moment of finding
+    std::string path;  // absolute; true at the moment of finding
 };
 
 // The item at inPath, links followed, recorded in the node table. A relative path starts at the current

@@ -22,7 +22,7 @@ FileCalls sCalls = {::realpath, ::statx, OpenFile, ::close, ::pread, ::opendir, 
 const FileCalls& Calls() {
     return sCalls;
 }
-FileCalls& CallsForTest() {
+FileCalls& CallsForTesting() {
     return sCalls;
 }
 

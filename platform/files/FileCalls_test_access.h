@@ -7,6 +7,6 @@
 namespace toolbox::files {
 
 // The table that Calls() answers.
-FileCalls& CallsForTest();
+FileCalls& CallsForTesting();
 
 }  // namespace toolbox::files

@@ -2,9 +2,10 @@
 //
 // A node is an item (device and inode), with its parent's node and its leaf name as a hint where to look for
 // it. The hint is the latest path by which the item was found; whoever uses it verifies what lies there.
-// Nodes are kept for the life of the process, about 100 bytes each, and one item has one node whatever its
-// paths: a second reference to an item adds nothing. Safe on any thread; makes no system call. Functions that
-// record may throw std::bad_alloc and then leave the table consistent, with some of the chain recorded.
+// Nodes are kept for the life of the process, some 110 bytes each and the name if it is long, and one item
+// has one node whatever its paths: a second reference to an item adds nothing. Safe on any thread; makes no
+// system call. Functions that record may throw std::bad_alloc and then leave the table consistent, with some
+// of the chain recorded.
 #pragma once
 
 #include "ItemStatus.h"

@@ -1,10 +1,10 @@
 // The File Manager: items of the catalogue, named by references.
 //
-// Every function may be called on any thread. Paths are POSIX paths, NUL-terminated; they are bytes, UTF-8 where the
-// names are text, and names that are not text work as well.
-// Beside the statuses that a function names, each may answer: afpAccessDenied and permErr when the user may not look
-// there, bdNamErr when a name or path is longer than the system takes or links go in circles, tmfoErr when the process
-// has too many files open, memFullErr, ioErr when the device fails, paramErr for a null argument that may not be null.
+// Every function may be called on any thread. Paths are POSIX paths, NUL-terminated; they are bytes, UTF-8
+// where the names are text, and names that are not text work as well. Beside the statuses that a function
+// names, each may answer: afpAccessDenied and permErr when the user may not look there, bdNamErr when a name
+// or path is longer than the system takes or links go in circles, tmfoErr when the process has too many files
+// open, memFullErr, ioErr when the device fails, paramErr for a null argument that may not be null.
 #pragma once
 
 #include <toolbox/MacErrors.h>
@@ -13,10 +13,10 @@
 
 TOOLBOX_EXTERN_C_BEGIN
 
-// Names an item that exists. It names the item itself, not its path: it stays good when the item is moved by the
-// toolbox, when anyone renames the item or a folder above it, and when a path to its new place is made a reference
-// again. It is not passed on to a new item of the same path. Opaque; may be copied; holds for this process only. Two
-// references to one item are equal bytes.
+// Names an item that exists. It names the item itself, not its path: it stays good when anyone renames
+// the item or a folder above it. An item that another program moved to another folder is found again once a
+// reference was made to its new path. A reference does not pass on to a new item of the same path. Opaque;
+// may be copied; holds for this process only. Two references to one item are equal bytes.
 typedef struct FSRef {
     UInt8 hidden[80];
 } FSRef;
@@ -28,17 +28,18 @@ typedef struct HFSUniStr255 {
 } HFSUniStr255;
 
 // A reference to the item at inPath, which may end with slashes when it is a folder. Links are followed, so a
-// reference never names a link. A relative path starts at the current folder. A path at which nothing is may be
-// modified UTF-8, as Java hands it out, and is tried again with its surrogate pairs joined.
+// reference never names a link. A relative path starts at the current folder. A path at which nothing is may
+// be modified UTF-8, as Java hands it out, and is tried again with its surrogate pairs joined.
 //   outRef          untouched on failure
 //   outIsDirectory  may be null; untouched on failure
 // fnfErr when nothing is there, dirNFErr when a folder on the way is missing or is no folder.
 TOOLBOX_EXPORT OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory);
 
-// The item's path now: absolute and without links. Of an item with several paths, the one found last.
+// The item's path now, absolute. Of an item with several paths, the one found last.
 //   outPath         untouched on failure
 //   inMaxPathSize   bytes that outPath holds, the terminating NUL included
-// pathTooLongErr when they are too few, fnfErr when the item is gone, errFSBadFSRef when inRef is no reference.
+// pathTooLongErr when they are too few, fnfErr when the item is gone, errFSBadFSRef when inRef is no
+// reference.
 TOOLBOX_EXPORT OSStatus FSRefMakePath(const FSRef* inRef, UInt8* outPath, UInt32 inMaxPathSize);
 
 TOOLBOX_EXTERN_C_END

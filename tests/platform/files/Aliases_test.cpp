@@ -293,6 +293,22 @@ TEST(FSResolveAlias, BlocksThatMove) {
     toolbox::memory::SetMovesAtEveryResize(false);
 }
 
+// What kept the search from ending is told, not that nothing was found.
+TEST(FSResolveAlias, SearchThatFails) {
+    const TemporaryFolder folder;
+    const std::string path = folder.MakeFile("a");
+    const Alias alias(path);
+    fs::rename(path, folder / "b");
+    const toolbox::files::FileCalls real = toolbox::files::Calls();
+    toolbox::files::CallsForTesting().openFolder = [](const char*) -> DIR* {
+        errno = EMFILE;
+        return nullptr;
+    };
+    EXPECT_EQ("status -42", alias.Resolve());
+    toolbox::files::CallsForTesting() = real;
+    EXPECT_EQ(folder / "b changed", alias.Resolve());
+}
+
 TEST(FSResolveAlias, NullArguments) {
     const TemporaryFolder folder;
     const Alias alias(folder.Path());

@@ -15,13 +15,13 @@ class FailingCalls {
     enum Extent { kOnce, kForever };
 
     FailingCalls(int inFailingCall, int inErrno, Extent inExtent = kOnce)
-        : mReal(toolbox::files::CallsForTest()) {
+        : mReal(toolbox::files::CallsForTesting()) {
         sFailingCall = inFailingCall;
         sErrno = inErrno;
         sExtent = inExtent;
         sCallCount = 0;
         sReal = mReal;
-        toolbox::files::CallsForTest() = {
+        toolbox::files::CallsForTesting() = {
             [](const char* inPath, char* outBuffer) -> char* {
                 return Fails() ? nullptr : sReal.canonicalPath(inPath, outBuffer);
             },
@@ -46,7 +46,7 @@ class FailingCalls {
 };
 }  // namespace test_files
 ~FailingCalls() {
-    toolbox::files::CallsForTest() = mReal;
+    toolbox::files::CallsForTesting() = mReal;
 }
 FailingCalls(const FailingCalls&) = delete;
 FailingCalls& operator=(const FailingCalls&) = delete;

@@ -160,13 +160,13 @@ OSStatus OpenWhile(const FSRef& inRef, void (*inMeanwhile)(), int& outDescriptor
     const toolbox::files::FileCalls real = toolbox::files::Calls();
     sOpenCount = 0;
     sMeanwhile = inMeanwhile;
-    toolbox::files::CallsForTest().openFile = [](const char* inPath, int inFlags) {
+    toolbox::files::CallsForTesting().openFile = [](const char* inPath, int inFlags) {
         ++sOpenCount;
         sMeanwhile();
         return open(inPath, inFlags);
     };
     const OSStatus status = OpenForReading(inRef, outDescriptor, outPath);
-    toolbox::files::CallsForTest() = real;
+    toolbox::files::CallsForTesting() = real;
     return status;
 }
 

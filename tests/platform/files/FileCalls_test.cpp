@@ -31,7 +31,7 @@ TEST(StatusOfErrno, EveryFailureIsNegative) {
 }
 
 TEST(FileCalls, TestsReplaceTheTableInUse) {
-    EXPECT_EQ(&toolbox::files::Calls(), &toolbox::files::CallsForTest());
+    EXPECT_EQ(&toolbox::files::Calls(), &toolbox::files::CallsForTesting());
 }
 
 }  // namespace

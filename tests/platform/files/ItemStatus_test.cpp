@@ -78,11 +78,11 @@ TEST(GetDescriptorStatus, SameAsThePath) {
 TEST(GetPathStatus, FileSystemWithoutBirth) {
     const TemporaryFolder folder;
     const std::string path = folder.MakeFile("a");
-    const FileCalls real = CallsForTest();
+    const FileCalls real = CallsForTesting();
     static int (*sRealStat)(int, const char*, int, unsigned, struct statx*);
     sRealStat = real.statAt;
-    CallsForTest().statAt = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
-                               struct statx* outStatus) {
+    CallsForTesting().statAt = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                  struct statx* outStatus) {
         return sRealStat(inFolder, inPath, inFlags, inMask & ~STATX_BTIME, outStatus) != 0
                    ? -1
                    : (outStatus->stx_mask &= ~STATX_BTIME, 0);
@@ -90,7 +90,7 @@ TEST(GetPathStatus, FileSystemWithoutBirth) {
     ItemStatus status;
     status.identity.birthNanos = 5;
     EXPECT_EQ(0, GetPathStatus(path.c_str(), status));
-    CallsForTest() = real;
+    CallsForTesting() = real;
     EXPECT_EQ(0, status.identity.birthNanos);
 }
 

@@ -177,9 +177,9 @@ ssize_t ReadThreeTimes(int inDescriptor, void* outBytes, std::size_t, off_t inOf
 std::string ReadWith(const MediaFile& inFile, decltype(toolbox::files::FileCalls::readAt) inReader) {
     const toolbox::files::FileCalls real = toolbox::files::Calls();
     sCallCount = 0;
-    toolbox::files::CallsForTest().readAt = inReader;
+    toolbox::files::CallsForTesting().readAt = inReader;
     const std::string bytes = Read(inFile, 2, 6);
-    toolbox::files::CallsForTest() = real;
+    toolbox::files::CallsForTesting() = real;
     return bytes;
 }
 
