@@ -29,6 +29,8 @@ class StreamDelivery {
           mTotal(static_cast<unsigned long>(StreamByteCount(inFrameCount))),
           mPosition(inPosition) {}
 
+    bool IsBeforeEnd(Int64 const& inPosition) const { return inPosition < mTotal; }
+
     void Deliver(void* inData, SInt32 inByteCount) {
         mCallback(mContext, inData, inByteCount);
         mPosition += Int64(static_cast<int>(inByteCount));
@@ -120,9 +122,11 @@ void ConvertWindow(SegmentExporter& ioExporter, void* inContext, DataCallback in
         if (inStart + Int64(headerByteCount) > Int64(kStreamHeaderByteCount))
             headerByteCount = kStreamHeaderByteCount - headerOffset;
         delivery.Deliver(header.bytes + headerOffset, headerByteCount);
+    } else if (delivery.IsBeforeEnd(inStart)) {
+        auto const soundOffset = static_cast<UInt32>(inStart.ULo32()) - kStreamHeaderByteCount;
+        firstFrame = static_cast<SInt32>(soundOffset / kFrameByteCount);
     } else {
-        firstFrame =
-            static_cast<SInt32>((static_cast<UInt32>(inStart.ULo32()) - kStreamHeaderByteCount) >> 2);
+        return;
     }
     delivery.DeliverSound(firstFrame);
     delivery.DeliverPadding();

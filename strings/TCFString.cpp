@@ -88,6 +88,10 @@ CFStringRef TCFString::EmptyCFString() {
     return CFSTR("");
 }
 
+CFStringRef TCFString::StringRef() const {
+    return mString;
+}
+
 CFStringRef TCFString::Retain() const {
     return static_cast<CFStringRef>(CFRetain(mString));
 }

@@ -9,6 +9,9 @@ namespace fakes {
 
 namespace {
 
+// So many that a scenario does not make the log grow: tests may count allocations.
+constexpr std::size_t kLogCapacity = 1 << 14;
+
 struct State {
     std::vector<std::string> log;
     std::vector<std::string> misuses;
@@ -30,6 +33,7 @@ std::string NameOf(std::string const& inCall) {
 
 void StartScenario() {
     TheState() = State();
+    TheState().log.reserve(kLogCapacity);
     ForgetMovies();
     ForgetTextScript();
 }

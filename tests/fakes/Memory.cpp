@@ -109,8 +109,8 @@ Handle NewHandleClear(Size inByteCount) {
 }
 
 void DisposeHandle(Handle inHandle) {
-    Log("DisposeHandle()");
     Block* const block = Find(inHandle, "DisposeHandle");
+    Log(CallText("DisposeHandle", block != nullptr ? block->byteCount : 0));
     if (block == nullptr) return;
     Handles().erase(inHandle);
     std::free(block->master);

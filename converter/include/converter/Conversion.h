@@ -18,9 +18,10 @@ MIRTAL_EXPORT void ConvertWhole(SegmentExporter& ioExporter, void* inContext, Da
 
 // A window of the stream.
 //   inStart     byte of the stream to begin at; below 0 counts as 0. Inside the samples it is rounded down to
-//   a frame. inDuration  <= 0: to the end. Else the window announces and renders min(inDuration - 11, the
-//   movie's length)
-//               frames (not bytes), or none where that is negative, and inDuration - inStart bounds what is
-//               delivered of the header. All frame and length arithmetic is 32-bit and wraps.
+//               a frame; at the end or beyond, nothing is delivered.
+//   inDuration  <= 0: to the end. Else the window announces and renders min(inDuration - 11, the movie's
+//               length) frames (not bytes), or none where that is negative, and inDuration - inStart bounds
+//               what is delivered of the header.
+// All frame and length arithmetic is 32-bit and wraps.
 MIRTAL_EXPORT void ConvertWindow(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback,
                                  Int64 inStart, Int64 inDuration);

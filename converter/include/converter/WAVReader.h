@@ -4,8 +4,8 @@
 // Lengths are 64-bit and exact. Frame n of the stream is frame n of the movie; what the exporter does not
 // render is silence. So the bytes are those of the whole-file conversion wherever that one's 32-bit lengths
 // hold, as long as frames have the same bytes however they are asked for and only the end of the sound
-// renders empty. Belongs to one thread at a time. Reading allocates nothing once the first segments are
-// rendered.
+// renders empty. Reading allocates nothing once the first segments are rendered.
+// Belongs to one thread at a time.
 #pragma once
 
 #include <converter/SegmentExporter.h>
@@ -25,9 +25,8 @@ class MIRTAL_EXPORT WAVReader {
 
     SInt64 ByteCount() const { return mHeaderByteCount + mFrameCount * 4; }
     SInt64 FrameCount() const { return mFrameCount; }
-    SegmentExporter& Exporter() {
-        return mExporter;
-    }  // for its movie and rate; to Export from it spoils the reader
+    // For its movie and rate: an Export by anyone else spoils what the reader holds.
+    SegmentExporter& Exporter() { return mExporter; }
 
     // Copies bytes from stream position inPosition (>= 0) on. Returns how many: inByteCount, fewer only at
     // the end, 0 beyond it and for a negative position. Reading on decodes each segment once; reading

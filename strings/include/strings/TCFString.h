@@ -36,8 +36,8 @@ class MIRTAL_EXPORT TCFString {
     void EnsureNonNullRef();
     static CFStringRef EmptyCFString();  // borrowed
 
-    CFStringRef StringRef() const { return mString; }  // borrowed; good while this object holds it
-    CFStringRef Retain() const;                        // the caller releases it
+    CFStringRef StringRef() const;  // borrowed; good while this object holds it
+    CFStringRef Retain() const;     // the caller releases it
     long Length() const;
     bool IsEmpty() const;
     UniChar Char(long inIndex) const;  // inIndex must be within the string

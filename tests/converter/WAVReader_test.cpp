@@ -1,0 +1,302 @@
+#include <converter/WAVReader.h>
+#include <foundation/LException.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <new>
+#include <random>
+
+#include "converter/EngineTest.h"
+
+namespace {
+long sAllocationCount = 0;
+}
+
+// Counts every allocation of this program.
+void* operator new(std::size_t inByteCount) {
+    ++sAllocationCount;
+    if (void* const bytes = std::malloc(inByteCount)) return bytes;
+    throw std::bad_alloc();
+}
+void operator delete(void* inBytes) noexcept {
+    std::free(inBytes);
+}
+void operator delete(void* inBytes, std::size_t) noexcept {
+    std::free(inBytes);
+}
+
+namespace {
+
+using fakes::Rendered;
+using fakes::RenderTone;
+using fakes::ScriptedMovie;
+using fakes::SoundBlock;
+using fakes::ToneBytes;
+using fakes::ToneMovie;
+using ::testing::ElementsAre;
+
+UInt64 Little64(Bytes const& inBytes, std::size_t inOffset) {
+    return Little32(inBytes, inOffset) | static_cast<UInt64>(Little32(inBytes, inOffset + 4)) << 32;
+}
+
+// Exactly as many bytes as asked for, so that a sanitizer sees any written past them.
+Bytes ReadBytes(WAVReader& ioReader, SInt64 inPosition, std::size_t inByteCount) {
+    Bytes bytes(inByteCount, 0xEE);
+    bytes.resize(ioReader.Read(inPosition, bytes.data(), inByteCount));
+    return bytes;
+}
+
+Bytes ReadAllBy(WAVReader& ioReader, std::size_t inPieceByteCount) {
+    Bytes all;
+    for (;;) {
+        Bytes const piece = ReadBytes(ioReader, static_cast<SInt64>(all.size()), inPieceByteCount);
+        if (piece.empty()) return all;
+        all.insert(all.end(), piece.begin(), piece.end());
+    }
+}
+
+std::vector<std::string> Exports() {
+    std::vector<std::string> exports;
+    for (std::string const& call : fakes::CallLog())
+        if (call.find("MovieExportToHandle") == 0) exports.push_back(call);
+    return exports;
+}
+
+class WAVReaderTest : public EngineTest {};
+
+TEST_F(WAVReaderTest, TheWholeStreamInPiecesOfAnySize) {
+    fakes::AddMovie("file", ToneMovie(100, 250));
+    Bytes const stream = Whole("file").Stream();
+    for (std::size_t piece : {1u, 3u, 4u, 43u, 44u, 45u, 399u, 400u, 401u, 1043u, 1044u, 5000u}) {
+        WAVReader reader("file");
+        EXPECT_EQ(stream, ReadAllBy(reader, piece)) << piece;
+    }
+}
+
+TEST_F(WAVReaderTest, Lengths) {
+    for (SInt64 frameCount : {0, 1, 100, 250}) {
+        fakes::AddMovie("file", ToneMovie(100, frameCount));
+        WAVReader const reader("file");
+        EXPECT_EQ(frameCount, reader.FrameCount());
+        EXPECT_EQ(44 + frameCount * 4, reader.ByteCount());
+        EXPECT_EQ(80 + frameCount * 4, WAVReader("file", WAVReader::Header::kRF64).ByteCount());
+    }
+}
+
+TEST_F(WAVReaderTest, ReadingOnDecodesEachSegmentOnce) {
+    fakes::AddMovie("file", ToneMovie(100, 250));
+    WAVReader reader("file");
+    ReadAllBy(reader, 7);
+    EXPECT_THAT(Exports(), ElementsAre("MovieExportToHandle(0, 100)", "MovieExportToHandle(100, 100)",
+                                       "MovieExportToHandle(200, 50)"));
+}
+
+TEST_F(WAVReaderTest, ReadingTheHeaderRendersNothing) {
+    fakes::AddMovie("file", ToneMovie(100, 250));
+    WAVReader reader("file");
+    EXPECT_EQ(ExpectedHeader(100, 250), ReadBytes(reader, 0, 44));
+    EXPECT_TRUE(Exports().empty());
+}
+
+TEST_F(WAVReaderTest, SeekingRendersFromTheFrameAskedFor) {
+    fakes::AddMovie("file", ToneMovie(100, 250));
+    WAVReader reader("file");
+    EXPECT_EQ(Slice(ToneBytes(130, 2, false), 1, 6), ReadBytes(reader, 44 + 521, 5));
+    EXPECT_EQ(ToneBytes(229, 1, false), ReadBytes(reader, 44 + 229 * 4, 4)) << "still in hand";
+    EXPECT_EQ(ToneBytes(129, 1, false), ReadBytes(reader, 44 + 129 * 4, 4)) << "not any more";
+    EXPECT_THAT(Exports(), ElementsAre("MovieExportToHandle(130, 100)", "MovieExportToHandle(129, 100)"));
+}
+
+TEST_F(WAVReaderTest, AnyRangeHasTheBytesOfTheWhole) {
+    constexpr SInt64 kRendered[] = {0, 1, 149, 200, 250};
+    for (SInt64 const rendered : kRendered) {
+        fakes::StartScenario();
+        ScriptedMovie script = ToneMovie(100, 250);
+        script.render = [rendered](SInt64 inFirst, SInt64 inCount) {
+            return RenderTone(inFirst, inCount, rendered);
+        };
+        fakes::AddMovie("file", script);
+        Bytes const stream = Whole("file").Stream();
+        WAVReader reader("file");
+        std::mt19937 random(99);
+        for (int i = 0; i < 500; ++i) {
+            std::size_t const first = random() % stream.size();
+            std::size_t const count = random() % (stream.size() - first + 1);
+            ASSERT_EQ(Slice(stream, first, first + count),
+                      ReadBytes(reader, static_cast<SInt64>(first), count))
+                << rendered << ": " << first << " + " << count;
+        }
+    }
+}
+
+TEST_F(WAVReaderTest, EndsOfTheStream) {
+    fakes::AddMovie("file", ToneMovie(100, 250));
+    WAVReader reader("file");
+    EXPECT_EQ(4u, ReadBytes(reader, 1040, 100).size());
+    EXPECT_EQ(1u, ReadBytes(reader, 1043, 1).size());
+    EXPECT_EQ(0u, ReadBytes(reader, 1044, 1).size());
+    EXPECT_EQ(0u, ReadBytes(reader, std::numeric_limits<SInt64>::max(), 1).size());
+    EXPECT_EQ(0u, ReadBytes(reader, -1, 10).size());
+    EXPECT_EQ(0u, ReadBytes(reader, std::numeric_limits<SInt64>::min(), 10).size());
+    EXPECT_EQ(0u, ReadBytes(reader, 0, 0).size());
+    EXPECT_EQ(0u, reader.Read(0, nullptr, 0));
+}
+
+TEST_F(WAVReaderTest, ShortBlocksInTheMiddle) {
+    ScriptedMovie script = ToneMovie(100, 250);
+    script.render = [](SInt64 inFirst, SInt64 inCount) {
+        return RenderTone(inFirst, std::min<SInt64>(inCount, 30), 250);
+    };
+    fakes::AddMovie("file", script);
+    WAVReader reader("file");
+    EXPECT_EQ(ExpectedStream(100, 250), ReadBytes(reader, 0, 1044));
+}
+
+TEST_F(WAVReaderTest, BlocksLongerThanAskedForAreCutAtTheEnd) {
+    ScriptedMovie script = ToneMovie(100, 150);
+    script.render = [](SInt64 inFirst, SInt64) { return RenderTone(inFirst, 120, 1000); };
+    fakes::AddMovie("file", script);
+    WAVReader reader("file");
+    EXPECT_EQ(ExpectedStream(100, 150), ReadBytes(reader, 0, 5000));
+    EXPECT_EQ(2u, Exports().size());
+}
+
+TEST_F(WAVReaderTest, RF64Header) {
+    fakes::AddMovie("file", ToneMovie(48000, 3));
+    WAVReader reader("file", WAVReader::Header::kRF64);
+    Bytes const bytes = ReadBytes(reader, 0, 1000);
+    ASSERT_EQ(92u, bytes.size());
+    Bytes const expected = {'R', 'F', '6',  '4',  0xFF, 0xFF, 0xFF, 0xFF, 'W',  'A',  'V',  'E', 'd', 's',
+                            '6', '4',  //
+                            28,  0,   0,    0,    84,   0,    0,    0,    0,    0,    0,    0,   12,  0,
+                            0,   0,   0,    0,    0,    0,    3,    0,    0,    0,    0,    0,   0,   0,  //
+                            0,   0,   0,    0,    'f',  'm',  't',  ' ',  16,   0,    0,    0,   1,   0,
+                            2,   0,   0x80, 0xBB, 0,    0,    0,    0xEE, 2,    0,  //
+                            4,   0,   16,   0,    'd',  'a',  't',  'a',  0xFF, 0xFF, 0xFF, 0xFF};
+    EXPECT_EQ(expected, Slice(bytes, 0, 80));
+    EXPECT_EQ(ToneBytes(0, 3, false), Slice(bytes, 80, 92));
+}
+
+TEST_F(WAVReaderTest, MoviesBeyond32Bits) {
+    constexpr SInt64 kFrames = 0x180000000LL;
+    fakes::AddMovie("file", ToneMovie(100, kFrames));
+    WAVReader reader("file");
+    EXPECT_EQ(kFrames, reader.FrameCount());
+    EXPECT_EQ(kFrames * 4 + 44, reader.ByteCount());
+    Bytes const header = ReadBytes(reader, 0, 44);
+    EXPECT_EQ(36u, Little32(header, 4)) << "the low 32 bits";
+    EXPECT_EQ(0u, Little32(header, 40));
+    constexpr SInt64 kFirstFrames[] = {0, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x100000000, kFrames - 10};
+    for (SInt64 const frame : kFirstFrames)
+        EXPECT_EQ(ToneBytes(frame, 10, false), ReadBytes(reader, 44 + frame * 4, 40)) << frame;
+    EXPECT_EQ(6u, ReadBytes(reader, reader.ByteCount() - 6, 40).size());
+    EXPECT_THAT(Exports(), ElementsAre("MovieExportToHandle(0, 100)", "MovieExportToHandle(2147483647, 100)",
+                                       "MovieExportToHandle64(4294967295, 100)",
+                                       "MovieExportToHandle64(6442450934, 10)"));
+
+    WAVReader rf64("file", WAVReader::Header::kRF64);
+    Bytes const wideHeader = ReadBytes(rf64, 0, 80);
+    EXPECT_EQ(static_cast<UInt64>(kFrames) * 4 + 72, Little64(wideHeader, 20));
+    EXPECT_EQ(static_cast<UInt64>(kFrames) * 4, Little64(wideHeader, 28));
+    EXPECT_EQ(static_cast<UInt64>(kFrames), Little64(wideHeader, 36));
+}
+
+TEST_F(WAVReaderTest, AbsurdDurationsKeepTheLengthIn64Bits) {
+    fakes::AddMovie("file", ToneMovie(100, std::numeric_limits<SInt64>::max()));
+    WAVReader const reader("file", WAVReader::Header::kRF64);
+    EXPECT_GT(reader.ByteCount(), 0x7FFFFFFFFFFFFF00LL);
+    fakes::AddMovie("file", ToneMovie(100, -5));
+    EXPECT_EQ(44, WAVReader("file").ByteCount());
+}
+
+TEST_F(WAVReaderTest, BlocksThatAreNot16BitStereo) {
+    for (Bytes const& block :
+         {SoundBlock(100, Bytes(400, 1), 1), SoundBlock(100, Bytes(800, 1), 4),
+          SoundBlock(0x40000001, Bytes(400, 1)), SoundBlock(101, Bytes(400, 1)), Bytes(20, 0)}) {
+        ScriptedMovie script = ToneMovie(100, 250);
+        script.render = [block](SInt64, SInt64) { return Rendered{0, block}; };
+        fakes::AddMovie("file", script);
+        WAVReader reader("file");
+        try {
+            ReadBytes(reader, 0, 1044);
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (LException const& exception) {
+            EXPECT_EQ(-50, exception.GetErrorCode());
+        }
+    }
+}
+
+TEST_F(WAVReaderTest, ReadingGoesOnElsewhereAfterAFailure) {
+    ScriptedMovie script = ToneMovie(100, 250);
+    script.render = [](SInt64 inFirst, SInt64 inCount) {
+        return inFirst == 100 ? Rendered{-36, {}} : RenderTone(inFirst, inCount, 250);
+    };
+    fakes::AddMovie("file", script);
+    WAVReader reader("file");
+    EXPECT_EQ(ToneBytes(0, 100, false), ReadBytes(reader, 44, 400));
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        try {
+            ReadBytes(reader, 444, 4);
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (LException const& exception) {
+            EXPECT_EQ(-36, exception.GetErrorCode());
+        }
+    }
+    EXPECT_EQ(ToneBytes(101, 100, false), ReadBytes(reader, 448, 400));
+    EXPECT_EQ(ToneBytes(0, 100, false), ReadBytes(reader, 44, 400));
+}
+
+TEST_F(WAVReaderTest, EveryFailureIsThrownAndReleasesAll) {
+    Bytes const stream = ExpectedStream(44100, 60000);
+    for (int failing = 1;; ++failing) {
+        fakes::StartScenario();
+        fakes::AddMovie("file", ToneMovie(44100, 60000));
+        fakes::FailCall(failing);
+        long code = 0;
+        Bytes bytes;
+        try {
+            WAVReader reader("file");
+            bytes = ReadBytes(reader, 0, stream.size());
+        } catch (LException const& exception) {
+            code = exception.GetErrorCode();
+        }
+        ExpectNothingLive();
+        if (!fakes::FailureDelivered()) {
+            EXPECT_EQ(12, failing);
+            EXPECT_EQ(stream, bytes);
+            break;
+        }
+        // Only the description's handle may fail harmlessly: its absence means this very rate.
+        EXPECT_EQ(failing == 4, code == 0) << failing;
+        EXPECT_EQ(failing == 4, bytes == stream) << failing;
+    }
+}
+
+// The doubles allocate; what they do for the same calls, made directly, is what a read may cost.
+TEST_F(WAVReaderTest, ReadingOnAllocatesNothing) {
+    fakes::AddMovie("file", ToneMovie(100, 1000));
+    WAVReader reader("file");
+    Bytes buffer(1000);
+    reader.Read(0, buffer.data(), 44 + 400);
+
+    long const before = sAllocationCount;
+    for (SInt64 position = 444; position < 2444; position += 100)
+        reader.Read(position, buffer.data(), 100);
+    long const byReader = sAllocationCount - before;
+
+    Handle const handle = NewHandle(484);
+    long const beforeDirect = sAllocationCount;
+    for (SInt32 first = 100; first < 600; first += 100) {
+        HUnlock(handle);
+        MovieExportToHandle(nullptr, handle, reader.Exporter().GetMovie(), nullptr, first, 100);
+        HLock(handle);
+    }
+    long const byDoubles = sAllocationCount - beforeDirect;
+    DisposeHandle(handle);
+
+    EXPECT_GT(byDoubles, 0) << "the count sees allocations";
+    EXPECT_EQ(byDoubles, byReader);
+}
+
+}  // namespace
