@@ -6,6 +6,7 @@
 
 extern "C" {
 #include <libavformat/avformat.h>
+#include <libavutil/avstring.h>
 }
 
 #include <algorithm>
@@ -88,6 +89,21 @@ OSStatus Demuxer::OpenInput(std::string& outProblem) {
         av_free(buffer);
         return memFullErr;
     }
+    const AVInputFormat* format = nullptr;
+    const int score = av_probe_input_buffer2(mBytes, &format, "", nullptr, 0, 0);
+    if (mReadStatus != noErr) {
+        return mReadStatus;
+    }
+    if (score == AVERROR(ENOMEM)) {
+        return memFullErr;
+    }
+    if (score < kLeastProbeScore || av_match_list(format->name, kDemuxers, ',') <= 0) {
+        return cantFindHandler;
+    }
+    return OpenAs(*format, outProblem);
+}
+
+OSStatus Demuxer::OpenAs(const AVInputFormat& inFormat, std::string& outProblem) {
     mFormat = avformat_alloc_context();
     if (mFormat == nullptr) {
         return memFullErr;
@@ -95,34 +111,24 @@ OSStatus Demuxer::OpenInput(std::string& outProblem) {
     mFormat->pb = mBytes;
     mFormat->flags |= AVFMT_FLAG_CUSTOM_IO;
     mFormat->io_open = &RefuseOpening;
-    AVDictionary* options = nullptr;
     // No protocol is called "none": the list allows nothing.
+    AVDictionary* options = nullptr;
     if (av_dict_set(&options, "protocol_whitelist", "none", 0) < 0 ||
         av_dict_set(&options, "format_whitelist", kDemuxers, 0) < 0) {
         av_dict_free(&options);
         return memFullErr;
     }
-    const int opened = avformat_open_input(&mFormat, "", nullptr, &options);  // frees the context on failure
+    const int opened =
+        avformat_open_input(&mFormat, "", &inFormat, &options);  // frees the context on failure
     av_dict_free(&options);
+    if (opened >= 0) {
+        return noErr;
+    }
     if (opened == AVERROR(ENOMEM)) {
         return memFullErr;
     }
-    if (mReadStatus != noErr) {
-        return mReadStatus;
-    }
-    if (opened == AVERROR_INVALIDDATA && mFormat == nullptr && LogScope::LastError().empty()) {
-        return cantFindHandler;
-    }
-    if (opened < 0) {
-        // What is not on the list of formats fails with EINVAL, as does what no demuxer knows with
-        // INVALIDDATA.
-        if (opened == AVERROR(EINVAL)) {
-            return cantFindHandler;
-        }
-        outProblem = LogScope::Describe(opened);
-        return invalidMovie;
-    }
-    return mFormat->probe_score < kLeastProbeScore ? cantFindHandler : noErr;
+    outProblem = LogScope::Describe(opened);
+    return mReadStatus != noErr ? mReadStatus : OSStatus{invalidMovie};
 }
 
 OSStatus Demuxer::Open(std::shared_ptr<const ByteSource> inSource, std::unique_ptr<Demuxer>& outDemuxer,

@@ -11,6 +11,7 @@
 
 struct AVFormatContext;
 struct AVIOContext;
+struct AVInputFormat;
 struct AVPacket;
 struct AVStream;
 
@@ -41,6 +42,7 @@ class Demuxer {
   private:
     explicit Demuxer(std::shared_ptr<const ByteSource> inSource) : mSource(std::move(inSource)) {}
     OSStatus OpenInput(std::string& outProblem);
+    OSStatus OpenAs(const AVInputFormat& inFormat, std::string& outProblem);
     void SortStreams();
     static int ReadBytes(void* inDemuxer, std::uint8_t* outBytes, int inCount);
     static std::int64_t Seek(void* inDemuxer, std::int64_t inOffset, int inWhence);

@@ -90,6 +90,7 @@ class Survey {
     OSStatus AddSound(const AVPacket& inPacket);
     std::int64_t FramesOf(const AVPacket& inPacket);
     void AddTrim(const AVPacket& inPacket, std::int64_t inFrames);
+    std::int64_t CountedTooMuch(const AVPacket& inFirst, std::int64_t inFrames) const;
     void AddRest();
     void DescribeSound(ImportedMovie& outMovie);
     void DescribePictures(ImportedMovie& outMovie);
@@ -104,6 +105,7 @@ class Survey {
     PacketSpan mSpan;
     KeptRanges mKept;
     std::int64_t mLastFrames = 0;
+    std::int64_t mCountedTooMuch = 0;
     Pictures mPictures;
 };
 
@@ -159,7 +161,22 @@ void Survey::AddTrim(const AVPacket& inPacket, std::int64_t inFrames) {
     if (mSpan.packetCount == 0 && skip == 0) {
         skip = mDemuxer->Sound()->codecpar->initial_padding;
     }
-    mKept.Add(inFrames, skip, discard);
+    if (mSpan.packetCount == 0) {
+        mCountedTooMuch = CountedTooMuch(inPacket, inFrames);
+    }
+    mKept.Add(inFrames, skip, discard - mCountedTooMuch);
+}
+
+// libavformat lets the first packet of a short Ogg Vorbis stream take time, though it gives no sound, and
+// finds that much too much padding at the end.
+std::int64_t Survey::CountedTooMuch(const AVPacket& inFirst, std::int64_t inFrames) const {
+    const AVStream& stream = *mDemuxer->Sound();
+    const bool countsFrames = stream.time_base.num == 1 && stream.time_base.den > 0 &&
+                              static_cast<std::uint32_t>(stream.time_base.den) == mStart.format.sampleRateHz;
+    if (stream.codecpar->codec_id != AV_CODEC_ID_VORBIS || !countsFrames || inFirst.pts != 0) {
+        return 0;
+    }
+    return std::max<std::int64_t>(inFirst.duration - inFrames, 0);
 }
 
 OSStatus Survey::AddSound(const AVPacket& inPacket) {
