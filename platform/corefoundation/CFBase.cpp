@@ -21,13 +21,7 @@ bool IsConstant(const Object* inObject) {
     return inObject->type == &kCFStringTypeMarker;
 }
 
-const TypeInfo* TypeOf(const Object* inObject) {
-    return static_cast<const TypeInfo*>(inObject->type);
-}
-
 void Destroy(Object* inObject) {
-    const TypeInfo* type = TypeOf(inObject);
-    if (type->finish != nullptr) type->finish(inObject);
     sSystemCalls.release(inObject);
     sLiveObjects.fetch_sub(1, std::memory_order_relaxed);
 }
@@ -76,5 +70,5 @@ CFIndex CFGetRetainCount(CFTypeRef inObject) {
 
 CFTypeID CFGetTypeID(CFTypeRef inObject) {
     const auto* object = static_cast<const Object*>(inObject);
-    return IsConstant(object) ? kStringTypeID : TypeOf(object)->id;
+    return IsConstant(object) ? kStringTypeID : static_cast<const TypeInfo*>(object->type)->id;
 }

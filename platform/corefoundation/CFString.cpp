@@ -13,7 +13,7 @@ namespace toolbox::corefoundation {
 
 namespace {
 
-constexpr TypeInfo kStringType = {kStringTypeID, nullptr};
+constexpr TypeInfo kStringType = {kStringTypeID};
 constexpr CFIndex kMaxLength =
     (std::numeric_limits<CFIndex>::max() - CFIndex{sizeof(StringObject)}) / CFIndex{sizeof(UniChar)};
 

@@ -169,7 +169,7 @@ const char* CollationLocale() {
     return std::strstr(locale, "POSIX") != nullptr ? "" : locale;
 }
 
-// Collators of the locale that the process starts with, made when first needed and shared from then on: one
+// Collators of the locale, made when first needed and shared from then on: one
 // that nobody changes any more may be used on any thread.
 const UCollator* FindCollator(CFStringCompareFlags inFlags) {
     static std::mutex sMutex;

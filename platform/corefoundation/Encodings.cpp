@@ -3,6 +3,7 @@
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -136,6 +137,14 @@ constexpr UTF16Coder<false> kUTF16LE;
 constexpr UTF32Coder<true> kUTF32BE;
 constexpr UTF32Coder<false> kUTF32LE;
 
+CFIndex EncodeLeadingASCII(const UniChar* inUnits, CFIndex inMaxCount, UInt8* outBytes) {
+    CFIndex count = 0;
+    for (; count < inMaxCount && inUnits[count] < 0x80; ++count) {
+        if (outBytes != nullptr) outBytes[count] = static_cast<UInt8>(inUnits[count]);
+    }
+    return count;
+}
+
 int UnitByteCount(CFStringEncoding inEncoding) {
     if (inEncoding == kCFStringEncodingUnicode) return 2;
     return inEncoding == kCFStringEncodingUTF32 ? 4 : 0;
@@ -182,7 +191,9 @@ CFIndex CountLeadingASCII(const UInt8* inBytes, CFIndex inByteCount) {
 Encoded Encode(const Coder& inCoder, const UniChar* inUnits, CFIndex inUnitCount, UInt8 inLossByte,
                UInt8* outBytes, CFIndex inCapacity) {
     const bool holdsASCII = inCoder.HoldsASCII();
-    Encoded done{0, 0};
+    const CFIndex asciiCount =
+        holdsASCII ? EncodeLeadingASCII(inUnits, std::min(inUnitCount, inCapacity), outBytes) : 0;
+    Encoded done{asciiCount, asciiCount};
     while (done.unitCount < inUnitCount) {
         UInt8 bytes[Coder::kMaxBytesPerCodePoint];
         CFIndex next = done.unitCount;

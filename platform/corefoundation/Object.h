@@ -11,7 +11,6 @@ namespace toolbox::corefoundation {
 // One static instance for each type of object.
 struct TypeInfo {
     CFTypeID id;
-    void (*finish)(void* ioObject);  // releases what the object holds; null when it holds nothing
 };
 
 enum : CFTypeID { kStringTypeID = 1 };

@@ -12,7 +12,6 @@ namespace {
 
 std::atomic<UInt64> sBytesInUse{0};
 std::atomic<UInt64> sLimitBytes{0};
-std::atomic<UInt64> sLiveHandles{0};
 std::atomic<UInt64> sLivePtrs{0};
 thread_local OSErr sError = noErr;
 
@@ -66,10 +65,6 @@ void DisposeBlock(void* inBlock, Size inByteCount) {
     Discharge(inByteCount);
 }
 
-void CountHandle(int inChange) {
-    sLiveHandles.fetch_add(static_cast<UInt64>(static_cast<SInt64>(inChange)), std::memory_order_relaxed);
-}
-
 void CountPtr(int inChange) {
     sLivePtrs.fetch_add(static_cast<UInt64>(static_cast<SInt64>(inChange)), std::memory_order_relaxed);
 }
@@ -105,10 +100,6 @@ void SetMemoryLimit(UInt64 inByteCount) {
 
 UInt64 GetMemoryInUse() {
     return sBytesInUse.load(std::memory_order_relaxed);
-}
-
-UInt64 GetLiveHandleCount() {
-    return sLiveHandles.load(std::memory_order_relaxed);
 }
 
 UInt64 GetLivePtrCount() {

@@ -33,7 +33,6 @@ void Discharge(Size inByteCount);
 void* NewBlock(Size inByteCount, std::size_t inPrefixBytes, bool inIsZeroed);
 void DisposeBlock(void* inBlock, Size inByteCount);
 
-void CountHandle(int inChange);
 void CountPtr(int inChange);
 
 }  // namespace toolbox::memory

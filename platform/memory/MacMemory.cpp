@@ -120,11 +120,11 @@ OSErr Resize(MasterPointer& ioMaster, Size inByteCount, Size inWantedCapacity) {
     return noErr;
 }
 
-// Where inSource lies in the block, or -1.
+// Where inSource lies in the block's memory, or -1.
 Size OffsetInBlock(const MasterPointer& inMaster, const void* inSource) {
     const auto source = reinterpret_cast<std::uintptr_t>(inSource);
     const auto block = reinterpret_cast<std::uintptr_t>(inMaster.block);
-    if (source < block || source - block >= static_cast<std::uintptr_t>(inMaster.sizeBytes)) return -1;
+    if (source < block || source - block >= static_cast<std::uintptr_t>(inMaster.capacityBytes)) return -1;
     return static_cast<Size>(source - block);
 }
 
@@ -191,7 +191,6 @@ Handle NewEmptyHandle() {
     MasterPointer* master = NewMasterPointer();
     SetError(master == nullptr ? memFullErr : noErr);
     if (master == nullptr) return nullptr;
-    CountHandle(1);
     return HandleOf(master);
 }
 
@@ -204,7 +203,6 @@ void DisposeHandle(Handle inHandle) {
     if (master == nullptr) return;
     DisposeBlockOf(*master);
     DisposeMasterPointer(master);
-    CountHandle(-1);
 }
 
 Size GetHandleSize(Handle inHandle) {
@@ -269,6 +267,10 @@ void HSetRBit(Handle inHandle) {
 }
 void HClrRBit(Handle inHandle) {
     ChangeState(inHandle, kHandleResourceBit, 0);
+}
+
+UInt64 GetLiveHandleCount() {
+    return CountLiveMasterPointers();
 }
 
 SInt8 HGetState(Handle inHandle) {

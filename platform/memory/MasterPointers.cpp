@@ -20,6 +20,7 @@ std::mutex sMutex;
 Chunk* sChunks = nullptr;
 MasterPointer* sFree = nullptr;
 UInt32 sFreeCount = 0;
+UInt64 sLiveCount = 0;
 
 // With sMutex held.
 bool AddChunk() {
@@ -44,6 +45,7 @@ MasterPointer* NewMasterPointer() {
     MasterPointer* master = sFree;
     sFree = master->nextFree;
     --sFreeCount;
+    ++sLiveCount;
     master->sizeBytes = 0;
     master->capacityBytes = 0;
     master->state = 0;
@@ -58,6 +60,12 @@ void DisposeMasterPointer(MasterPointer* inMaster) {
     inMaster->nextFree = sFree;
     sFree = inMaster;
     ++sFreeCount;
+    --sLiveCount;
+}
+
+UInt64 CountLiveMasterPointers() {
+    const std::lock_guard lock(sMutex);
+    return sLiveCount;
 }
 
 bool ReserveMasterPointers(UInt32 inCount) {

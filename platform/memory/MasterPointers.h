@@ -24,6 +24,7 @@ static_assert(std::is_standard_layout_v<MasterPointer>);
 // A live, empty master pointer, or null when memory is short.
 MasterPointer* NewMasterPointer();
 void DisposeMasterPointer(MasterPointer* inMaster);
+UInt64 CountLiveMasterPointers();
 // Sees to it that at least inCount are at hand. False when memory is short.
 bool ReserveMasterPointers(UInt32 inCount);
 // The master pointer of the block at inBlock, or null. Looks at them all.

@@ -6,8 +6,8 @@
 
 TOOLBOX_EXTERN_C_BEGIN
 
-// inNumerator / inDenominator as 16.16, rounded to nearest. A zero denominator, or a quotient that does not fit,
-// gives the largest or smallest Fixed by the sign of the numerator.
+// inNumerator / inDenominator as 16.16, rounded to nearest. A zero denominator gives the smallest Fixed for a
+// negative numerator, else the largest. -32768 / -1, the one quotient that does not fit, gives the largest.
 TOOLBOX_EXPORT Fixed FixRatio(SInt16 inNumerator, SInt16 inDenominator);
 
 TOOLBOX_EXTERN_C_END

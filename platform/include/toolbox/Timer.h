@@ -6,7 +6,8 @@
 
 TOOLBOX_EXTERN_C_BEGIN
 
-// Microseconds since an unspecified start, never going backwards.
+// Microseconds since an unspecified start, never going backwards. On any thread; the argument must not be
+// null.
 TOOLBOX_EXPORT void Microseconds(UnsignedWide* outMicroseconds);
 
 TOOLBOX_EXTERN_C_END

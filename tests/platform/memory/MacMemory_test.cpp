@@ -362,6 +362,11 @@ TEST_F(HandleTest, CopiesFromInsideTheDestination) {
         EXPECT_EQ("bcdef", TextOf(handle));
         EXPECT_EQ(paramErr, PtrToXHand(*handle + 1, handle, 5));
         EXPECT_EQ(paramErr, PtrAndHand(*handle + 4, handle, 2));
+        SetHandleSize(handle, 3);
+        EXPECT_EQ(paramErr, PtrAndHand(*handle + 3, handle, 2)) << "memory that it shrank out of";
+        EXPECT_EQ(paramErr, PtrToXHand(*handle + 3, handle, 2));
+        SetHandleSize(handle, 5);
+        std::memcpy(*handle, "bcdef", 5);
         EXPECT_EQ("bcdef", TextOf(handle));
         DisposeHandle(handle);
     }
