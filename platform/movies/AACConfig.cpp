@@ -260,6 +260,8 @@ bool ParseAudioSpecificConfig(const std::uint8_t* inBytes, std::size_t inByteCou
     BitReader bits(inBytes, inByteCount);
     outConfig = AACConfig();
     outConfig.objectType = ReadObjectType(bits);
+    // libavcodec has tables for the rates with an index, and for no others.
+    if (BitReader(bits).Bits(4) == kEscapeIndex) outConfig.decodable = noCodecErr;
     outConfig.coreRateHz = outConfig.outputRateHz = ReadRate(bits);
     const std::uint32_t channelConfig = bits.Bits(4);
     outConfig.channelCount = ChannelsOfConfig(channelConfig);

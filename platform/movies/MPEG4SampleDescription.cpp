@@ -198,6 +198,31 @@ void DescribeByDescriptor(BoxFile& ioFile, const SoundEntry& inEntry, const Box&
     DescribeByObjectType(inEntry, decoder, ioDescription);
 }
 
+// Channels of an audio coding mode, with the low frequency one.
+std::uint16_t ChannelsOfMode(std::uint32_t inMode, std::uint32_t inHasLowFrequency) {
+    constexpr std::uint16_t kChannels[] = {2, 1, 2, 3, 3, 4, 4, 5};
+    return static_cast<std::uint16_t>(kChannels[inMode & 7] + inHasLowFrequency);
+}
+
+void DescribeAC3(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& ioDescription) {
+    SetCodec(AV_CODEC_ID_AC3, "AC-3", 1536, DecoderMemory::kUnbounded, ioDescription);
+    // Rate 2 bits, stream id 5, stream mode 3, coding mode 3, low frequency 1, ...
+    const auto bytes = CopyBytes(ioFile, inConfig.contentBytes, inConfig.endBytes);
+    if (bytes.size() < 3) return;
+    const std::uint32_t fields = BigEndian16(bytes.data());
+    ioDescription.format.channelCount = ChannelsOfMode(fields >> 3, fields >> 2 & 1);
+}
+
+void DescribeEAC3(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& ioDescription) {
+    SetCodec(AV_CODEC_ID_EAC3, "E-AC-3", 1536, DecoderMemory::kUnbounded, ioDescription);
+    // Bit rate 13 bits, substreams 3; of the first: rate 2, stream id 5, 2 others, stream mode 3, coding mode
+    // 3, low frequency 1, ... What dependent substreams add is told by the decoder.
+    const auto bytes = CopyBytes(ioFile, inConfig.contentBytes, inConfig.endBytes);
+    if (bytes.size() < 5) return;
+    const std::uint32_t fields = BigEndian16(&bytes[2]);
+    ioDescription.format.channelCount = ChannelsOfMode(fields >> 1, fields & 1);
+}
+
 void DescribeALAC(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& ioDescription) {
     constexpr std::size_t kConfigBytes = 36;  // the box as a whole, as the decoder wants it
     SetCodec(AV_CODEC_ID_ALAC, "ALAC", 0, DecoderMemory::kNone, ioDescription);
@@ -266,9 +291,9 @@ void DescribeCodec(BoxFile& ioFile, const SoundEntry& inEntry, OSType inDataForm
         case kWaveMP3:
             return DescribeMP3(inEntry, ioDescription);
         case BoxType("ac-3"):
-            return SetCodec(AV_CODEC_ID_AC3, "AC-3", 1536, DecoderMemory::kUnbounded, ioDescription);
+            return DescribeAC3(ioFile, inBoxes.dac3, ioDescription);
         case BoxType("ec-3"):
-            return SetCodec(AV_CODEC_ID_EAC3, "E-AC-3", 1536, DecoderMemory::kUnbounded, ioDescription);
+            return DescribeEAC3(ioFile, inBoxes.dec3, ioDescription);
         case BoxType("alac"):
             return DescribeALAC(ioFile, inBoxes.alac, ioDescription);
         case BoxType("Opus"):

@@ -339,7 +339,7 @@ Bytes WriteMP4(const MP4File& inFile) {
 }
 
 Bytes GaplessTagBox(const std::string& inText) {
-    const Bytes item = Box("----", Join({FullBox("mean", 0, 0, Text("com.apple.iTunes")),
+    const Bytes item = Box("----", Join({FullBox("mean", 0, 0, Text("com.example.player")),
                                          FullBox("name", 0, 0, Text("iTunSMPB")),
                                          Box("data", Join({U32(1), U32(0), Text(inText)}))}));
     const Bytes other = Box("----", Join({FullBox("name", 0, 0, Text("other")),
