@@ -1,0 +1,41 @@
+#include "ScriptedImporters.h"
+
+#include <toolbox/MacErrors.h>
+
+namespace mirtal::fakes {
+
+ImporterScript& Importers() {
+    thread_local ImporterScript sScript;
+    return sScript;
+}
+
+namespace {
+
+OSStatus Play(const char* inName, const Import& inImport, toolbox::movies::ImportedMovie& outMovie,
+              std::string& outProblem) {
+    Importers().asked.emplace_back(inName);
+    return inImport ? inImport(outMovie, outProblem) : cantFindHandler;
+}
+
+}  // namespace
+
+}  // namespace mirtal::fakes
+
+namespace toolbox::movies {
+
+OSStatus ImportMPEG4(const std::shared_ptr<const MediaFile>&, ImportedMovie& outMovie,
+                     std::string& outProblem) {
+    return mirtal::fakes::Play("mpeg4", mirtal::fakes::Importers().mpeg4, outMovie, outProblem);
+}
+
+OSStatus ImportADTS(const std::shared_ptr<const MediaFile>&, ImportedMovie& outMovie,
+                    std::string& outProblem) {
+    return mirtal::fakes::Play("adts", mirtal::fakes::Importers().adts, outMovie, outProblem);
+}
+
+OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>&, ImportedMovie& outMovie,
+                       std::string& outProblem) {
+    return mirtal::fakes::Play("general", mirtal::fakes::Importers().general, outMovie, outProblem);
+}
+
+}  // namespace toolbox::movies
