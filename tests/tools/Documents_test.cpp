@@ -101,7 +101,9 @@ TEST(Documents, BashCompletes) {
     };
     EXPECT_EQ("--probe ", complete("--pr"));
     EXPECT_EQ("--start ", complete("--s"));
-    EXPECT_EQ("/etc/passwd ", complete("/etc/passw"));
+    const TemporaryFolder folder;
+    WriteFile(folder.Path("song one.m4a"), "");
+    EXPECT_EQ(folder.Path("song one.m4a") + ' ', complete(folder.Path("so")));
 }
 
 }  // namespace

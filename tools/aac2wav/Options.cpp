@@ -9,8 +9,11 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <charconv>
+#include <limits>
 #include <map>
 #include <set>
+#include <system_error>
 #include <utility>
 
 namespace tool {
@@ -91,6 +94,17 @@ void RefuseCollisions(const std::vector<Job>& inJobs) {
     }
 }
 
+// All of the text as a number. The parser's own reading would pin what is too large, and take nothing for 0.
+std::int64_t ReadNumber(const char* inOption, const std::string& inText, std::int64_t inLeast) {
+    std::int64_t number = 0;
+    const char* const end = inText.data() + inText.size();
+    const auto [stop, error] = std::from_chars(inText.data(), end, number);
+    if (error != std::errc() || stop != end || number < inLeast) {
+        throw Failure(EX_USAGE, {}, std::string(inOption) + ": no number of bytes: " + inText);
+    }
+    return number;
+}
+
 void CheckCombination(const Options& inOptions, std::size_t inNameCount) {
     const bool isConversion = inOptions.task == Task::kConvert;
     if (inOptions.hasWindow && (!isConversion || inOptions.isRF64)) {
@@ -134,12 +148,12 @@ bool ReadOptions(int inArgumentCount, const char* const* inArguments, Options& o
     app.add_option("IN [OUT]", names, "Files to convert; with two or more names, the last is the output")
         ->type_name("")
         ->required();
-    CLI::Option* start = app.add_option("--start", outOptions.startBytes, "Begin at this byte of the stream")
-                             ->type_name("BYTES")
-                             ->check(CLI::NonNegativeNumber);
-    CLI::Option* duration =
-        app.add_option("--duration", outOptions.durationBytes, "Bound the window; 0 or less: to the end")
-            ->type_name("BYTES");
+    std::string start;
+    std::string duration;
+    CLI::Option* startOption =
+        app.add_option("--start", start, "Begin at this byte of the stream")->type_name("BYTES");
+    CLI::Option* durationOption =
+        app.add_option("--duration", duration, "Bound the window; 0 or less: to the end")->type_name("BYTES");
     CLI::Option* length =
         app.add_flag("--length", isLength, "Print the stream's length in bytes; decode nothing");
     app.add_flag("--probe", isProbe, "Decode everything and describe it; write nothing")->excludes(length);
@@ -164,7 +178,15 @@ bool ReadOptions(int inArgumentCount, const char* const* inArguments, Options& o
     }
 
     outOptions.task = isLength ? Task::kLength : isProbe ? Task::kProbe : Task::kConvert;
-    outOptions.hasWindow = start->count() > 0 || duration->count() > 0;
+    if (startOption->count() > 0) {
+        outOptions.startBytes = ReadNumber("--start", start, 0);
+        outOptions.hasWindow = true;
+    }
+    if (durationOption->count() > 0) {
+        outOptions.durationBytes =
+            ReadNumber("--duration", duration, std::numeric_limits<std::int64_t>::min());
+        outOptions.hasWindow = true;
+    }
     CheckCombination(outOptions, names.size());
     if (std::any_of(names.begin(), names.end(), [](const std::string& name) { return name.empty(); })) {
         throw Failure(EX_USAGE, {}, "a file name is empty");
