@@ -77,7 +77,10 @@ inline UInt32 Little32(Bytes const& inBytes, std::size_t inOffset) {
 // The header as the format's table has it, written here once more by hand.
 inline Bytes ExpectedHeader(UInt32 inRateHz, UInt32 inFrameCount) {
     Bytes header;
-    auto const tag = [&header](char const* inTag) { header.insert(header.end(), inTag, inTag + 4); };
+    auto const tag = [&header](char const* inTag) {
+        for (int i = 0; i < 4; ++i)
+            header.push_back(static_cast<unsigned char>(inTag[i]));
+    };
     auto const number = [&header](UInt32 inValue, int inByteCount) {
         for (int i = 0; i < inByteCount; ++i)
             header.push_back(static_cast<unsigned char>(inValue >> (8 * i)));

@@ -3,28 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
+#include <limits>
 #include <random>
 
+#include "converter/AllocationCount.h"
 #include "converter/EngineTest.h"
-
-namespace {
-long sAllocationCount = 0;
-}
-
-// Counts every allocation of this program.
-void* operator new(std::size_t inByteCount) {
-    ++sAllocationCount;
-    if (void* const bytes = std::malloc(inByteCount)) return bytes;
-    throw std::bad_alloc();
-}
-void operator delete(void* inBytes) noexcept {
-    std::free(inBytes);
-}
-void operator delete(void* inBytes, std::size_t) noexcept {
-    std::free(inBytes);
-}
 
 namespace {
 
@@ -280,19 +263,19 @@ TEST_F(WAVReaderTest, ReadingOnAllocatesNothing) {
     Bytes buffer(1000);
     reader.Read(0, buffer.data(), 44 + 400);
 
-    long const before = sAllocationCount;
+    long const before = AllocationCount();
     for (SInt64 position = 444; position < 2444; position += 100)
         reader.Read(position, buffer.data(), 100);
-    long const byReader = sAllocationCount - before;
+    long const byReader = AllocationCount() - before;
 
     Handle const handle = NewHandle(484);
-    long const beforeDirect = sAllocationCount;
+    long const beforeDirect = AllocationCount();
     for (SInt32 first = 100; first < 600; first += 100) {
         HUnlock(handle);
         MovieExportToHandle(nullptr, handle, reader.Exporter().GetMovie(), nullptr, first, 100);
         HLock(handle);
     }
-    long const byDoubles = sAllocationCount - beforeDirect;
+    long const byDoubles = AllocationCount() - beforeDirect;
     DisposeHandle(handle);
 
     EXPECT_GT(byDoubles, 0) << "the count sees allocations";

@@ -33,9 +33,10 @@ void ReportMisuse(std::string const& inWhat);
 template <typename... Arguments>
 std::string CallText(char const* inName, Arguments... inArguments) {
     std::string text(inName);
-    char const* separator = "(";
-    ((text += separator + std::to_string(inArguments), separator = ", "), ...);
-    return text + (sizeof...(inArguments) == 0 ? "()" : ")");
+    text += '(';
+    char const* separator = "";
+    ((text.append(separator).append(std::to_string(inArguments)), separator = ", "), ...);
+    return text += ')';
 }
 
 }  // namespace fakes

@@ -39,7 +39,7 @@ Ptr Allocate(Size inByteCount, int inFill) {
 Block* Find(Handle inHandle, char const* inCaller) {
     auto const found = Handles().find(inHandle);
     if (found != Handles().end()) return found->second;
-    if (inHandle != nullptr) ReportMisuse(std::string(inCaller) + " of a handle that is not live");
+    if (inHandle != nullptr) ReportMisuse(std::string(inCaller).append(" of a handle that is not live"));
     return nullptr;
 }
 

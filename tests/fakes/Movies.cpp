@@ -52,15 +52,18 @@ std::set<ComponentInstance>& Exporters() {
     return sExporters;
 }
 
-std::string FourCharText(OSType inType) {
-    std::string text;
+// A call's text with a four-character code as one more argument.
+std::string WithCode(std::string ioCall, OSType inCode) {
+    ioCall.pop_back();
+    if (ioCall.back() != '(') ioCall += ", ";
     for (int shift = 24; shift >= 0; shift -= 8)
-        text += static_cast<char>(inType >> shift);
-    return text;
+        ioCall += static_cast<char>(inCode >> shift);
+    return ioCall += ')';
 }
 
 void CheckLive(Movie inMovie, char const* inCaller) {
-    if (Movies().count(inMovie) == 0) ReportMisuse(std::string(inCaller) + " of a movie that is not live");
+    if (Movies().count(inMovie) == 0)
+        ReportMisuse(std::string(inCaller).append(" of a movie that is not live"));
 }
 
 ComponentResult ExportTo(Handle ioHandle, Movie inMovie, SInt64 inStart, SInt64 inDuration) {
@@ -126,8 +129,7 @@ OSErr FSNewAliasMinimal(const FSRef* inTarget, AliasHandle* outAlias) {
 OSErr NewMovieFromDataRef(Movie* outMovie, SInt16 inFlags, SInt16* ioResID, Handle inDataRef,
                           OSType inDataRefType) {
     *outMovie = nullptr;
-    if (LogAndFail("NewMovieFromDataRef(" + std::to_string(inFlags) + ", " + std::to_string(*ioResID) + ", " +
-                   FourCharText(inDataRefType) + ")"))
+    if (LogAndFail(WithCode(CallText("NewMovieFromDataRef", inFlags, *ioResID), inDataRefType)))
         return invalidMovie;
     UInt32 index = 0;
     std::memcpy(&index, HandleBytes(inDataRef).data(), sizeof index);
@@ -210,8 +212,7 @@ void GetMediaSampleDescription(Media inMedia, SInt32 inIndex, Handle ioDescripti
 }
 
 ComponentInstance OpenDefaultComponent(OSType inType, OSType inSubType) {
-    if (LogAndFail("OpenDefaultComponent(" + FourCharText(inType) + ", " + FourCharText(inSubType) + ")"))
-        return nullptr;
+    if (LogAndFail(WithCode(WithCode("OpenDefaultComponent()", inType), inSubType))) return nullptr;
     auto* const exporter = new OpaqueComponentInstance;
     Exporters().insert(exporter);
     return exporter;
@@ -228,7 +229,7 @@ OSErr CloseComponent(ComponentInstance inInstance) {
 
 ComponentResult MovieExportSetSampleDescription(MovieExportComponent, Handle inDescription,
                                                 OSType inMediaType) {
-    if (LogAndFail("MovieExportSetSampleDescription(" + FourCharText(inMediaType) + ")")) return badFormat;
+    if (LogAndFail(WithCode("MovieExportSetSampleDescription()", inMediaType))) return badFormat;
     TheState().outputFormat = HandleBytes(inDescription);
     return noErr;
 }

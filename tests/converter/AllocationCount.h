@@ -1,0 +1,4 @@
+// How often this program has allocated with operator new.
+#pragma once
+
+long AllocationCount();
