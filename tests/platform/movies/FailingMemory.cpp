@@ -1,0 +1,148 @@
+#include "FailingMemory.h"
+
+#include <dlfcn.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <new>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libswresample/swresample.h>
+}
+
+#define REPLACES_LIBRARY extern "C" __attribute__((visibility("default")))
+
+namespace {
+
+thread_local int tRemaining = -1;  // allocations until the one that fails; negative: none does
+thread_local bool tIsForever = false;
+thread_local bool tIsDelivered = false;
+thread_local std::uint64_t tNewCount = 0;
+thread_local std::uint64_t tAlignedCount = 0;
+
+thread_local int tLibraryDepth = 0;  // > 0: a library call of ours is under way
+
+bool IsToFail() {
+    if (tRemaining < 0 || tLibraryDepth > 0) return false;
+    if (tRemaining > 0) {
+        --tRemaining;
+        return false;
+    }
+    tIsDelivered = true;
+    if (!tIsForever) tRemaining = -1;
+    return true;
+}
+
+// The library's own function, with what it allocates left alone.
+template <typename Function, typename... Arguments>
+auto CallLibrary(Function*, const char* inName, Arguments... inArguments) {
+    auto* const function = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, inName));
+    ++tLibraryDepth;
+    auto result = function(inArguments...);
+    --tLibraryDepth;
+    return result;
+}
+
+}  // namespace
+
+namespace test_movies {
+
+FailingMemory::FailingMemory(int inFailingAllocation, Mode inMode) {
+    tIsForever = inMode == Mode::kForever;
+    tIsDelivered = false;
+    tRemaining = inFailingAllocation - 1;
+}
+
+FailingMemory::~FailingMemory() {
+    tRemaining = -1;
+}
+
+bool FailingMemory::Delivered() const {
+    return tIsDelivered;
+}
+
+std::uint64_t NewCount() {
+    return tNewCount;
+}
+std::uint64_t AlignedCount() {
+    return tAlignedCount;
+}
+
+}  // namespace test_movies
+
+void* operator new(std::size_t inByteCount) {
+    ++tNewCount;
+    if (IsToFail()) throw std::bad_alloc();
+    if (void* const block = std::malloc(inByteCount == 0 ? 1 : inByteCount)) return block;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* inBlock) noexcept {
+    std::free(inBlock);
+}
+void operator delete(void* inBlock, std::size_t) noexcept {
+    std::free(inBlock);
+}
+
+REPLACES_LIBRARY int posix_memalign(void** outBlock, std::size_t inAlignment,
+                                    std::size_t inByteCount) noexcept {
+    ++tAlignedCount;
+    void* const block =
+        std::aligned_alloc(inAlignment, (inByteCount + inAlignment - 1) / inAlignment * inAlignment);
+    if (block == nullptr) return ENOMEM;
+    *outBlock = block;
+    return 0;
+}
+
+REPLACES_LIBRARY AVFrame* av_frame_alloc() {
+    return IsToFail() ? nullptr : CallLibrary(av_frame_alloc, "av_frame_alloc");
+}
+
+REPLACES_LIBRARY AVPacket* av_packet_alloc() {
+    return IsToFail() ? nullptr : CallLibrary(av_packet_alloc, "av_packet_alloc");
+}
+
+REPLACES_LIBRARY AVCodecContext* avcodec_alloc_context3(const AVCodec* inCodec) {
+    return IsToFail() ? nullptr : CallLibrary(avcodec_alloc_context3, "avcodec_alloc_context3", inCodec);
+}
+
+REPLACES_LIBRARY void* av_mallocz(std::size_t inByteCount) {
+    return IsToFail() ? nullptr : CallLibrary(av_mallocz, "av_mallocz", inByteCount);
+}
+
+REPLACES_LIBRARY int avcodec_open2(AVCodecContext* inContext, const AVCodec* inCodec,
+                                   AVDictionary** ioOptions) {
+    return IsToFail() ? AVERROR(ENOMEM)
+                      : CallLibrary(avcodec_open2, "avcodec_open2", inContext, inCodec, ioOptions);
+}
+
+REPLACES_LIBRARY int avcodec_send_packet(AVCodecContext* inContext, const AVPacket* inPacket) {
+    return IsToFail() ? AVERROR(ENOMEM)
+                      : CallLibrary(avcodec_send_packet, "avcodec_send_packet", inContext, inPacket);
+}
+
+REPLACES_LIBRARY int avcodec_receive_frame(AVCodecContext* inContext, AVFrame* outFrame) {
+    return IsToFail() ? AVERROR(ENOMEM)
+                      : CallLibrary(avcodec_receive_frame, "avcodec_receive_frame", inContext, outFrame);
+}
+
+REPLACES_LIBRARY int swr_init(SwrContext* inContext) {
+    return IsToFail() ? AVERROR(ENOMEM) : CallLibrary(swr_init, "swr_init", inContext);
+}
+
+REPLACES_LIBRARY int swr_alloc_set_opts2(SwrContext** outContext, AVChannelLayout* outLayout,
+                                         AVSampleFormat outFormat, int outRateHz, AVChannelLayout* inLayout,
+                                         AVSampleFormat inFormat, int inRateHz, int inLogOffset,
+                                         void* inLogContext) {
+    if (IsToFail()) return AVERROR(ENOMEM);
+    return CallLibrary(swr_alloc_set_opts2, "swr_alloc_set_opts2", outContext, outLayout, outFormat,
+                       outRateHz, inLayout, inFormat, inRateHz, inLogOffset, inLogContext);
+}
+
+REPLACES_LIBRARY int swr_convert(SwrContext* inContext, std::uint8_t** outPlanes, int outFrameCount,
+                                 const std::uint8_t** inPlanes, int inFrameCount) {
+    if (IsToFail()) return AVERROR(ENOMEM);
+    return CallLibrary(swr_convert, "swr_convert", inContext, outPlanes, outFrameCount, inPlanes,
+                       inFrameCount);
+}
