@@ -18,7 +18,7 @@ endforeach()
 add_library(toolbox SHARED ${toolbox_objects})
 add_library(mirtal::toolbox ALIAS toolbox)
 set_target_properties(toolbox PROPERTIES OUTPUT_NAME mirtal_toolbox SOVERSION 1 VERSION ${PROJECT_VERSION}
-    EXPORT_NAME toolbox INSTALL_RPATH "$ORIGIN")
+    EXPORT_NAME toolbox INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
 target_include_directories(toolbox INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform/include>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/mirtal>)
 target_link_libraries(toolbox PRIVATE mirtal_settings ${TOOLBOX_LIBRARIES})
@@ -28,7 +28,7 @@ add_library(aac2wav_library SHARED ${library_objects})
 add_library(mirtal::aac2wav ALIAS aac2wav_library)
 # The name that System.loadLibrary("com_mirtal_AAC2WAV") looks for: no version in it.
 set_target_properties(aac2wav_library PROPERTIES OUTPUT_NAME com_mirtal_AAC2WAV EXPORT_NAME aac2wav
-    BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
+    INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
 foreach(room foundation strings converter)
     target_include_directories(aac2wav_library INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/${room}/include>)
 endforeach()
