@@ -3,6 +3,8 @@ package com.mirtal;
 import java.nio.file.DirectoryStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
 
 /** Run by itself: the lengths of the files given, or of all files of a folder. */
 public final class LengthProgram {
@@ -32,7 +34,7 @@ public final class LengthProgram {
 
     /** Code units as {@code \}{@code u1234}: in some locales, arguments themselves cannot carry them. */
     private static String unescaped(String text) {
-        return java.util.regex.Pattern.compile("\\\\u([0-9a-f]{4})").matcher(text)
-                .replaceAll(unit -> String.valueOf((char) Integer.parseInt(unit.group(1), 16)));
+        return Pattern.compile("\\\\u([0-9a-f]{4})").matcher(text).replaceAll(
+                unit -> Matcher.quoteReplacement(String.valueOf((char) Integer.parseInt(unit.group(1), 16))));
     }
 }

@@ -2,7 +2,6 @@ package com.mirtal;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
-import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
 import java.util.Map;
@@ -69,16 +68,6 @@ class PathNamesTest {
             ChildJava.Result result = child(locale).run("com.mirtal.LengthProgram", "--folder", folder.toString());
             assertEquals("176444\n".repeat(NAMES.size() + 1), result.output(), locale);
         }
-    }
-
-    @Test
-    void normalFormsFindEachOther() throws Exception {
-        Files.copy(TestMedia.TONE, Files.createDirectory(folder.resolve("forms")).resolve("x.m4a"));
-        make();
-        String composed = folder + "/" + escaped("f\u00fcr.m4a");
-        String decomposed = folder + "/" + escaped("fu\u0308r.m4a");
-        ChildJava.Result result = child("C").run("com.mirtal.LengthProgram", composed, decomposed);
-        assertEquals(LENGTHS.repeat(2), result.output());
     }
 
     @Test
