@@ -17,7 +17,7 @@ class EditConverter {
         const std::int64_t restFrames =
             mediaStart == Edit::kEmpty ? 0 : std::max<std::int64_t>(mClocks.mediaFrames - mediaStart, 0);
         if (inEdit.lengthUnits == 0 && !inTakesRest) return true;
-        if (inEdit.lengthUnits > static_cast<std::uint64_t>(kLongestMedia)) return false;
+        if (inEdit.lengthUnits > static_cast<std::uint64_t>(kLongestMedia - mUnits)) return false;
         const auto lengthUnits = static_cast<std::int64_t>(inEdit.lengthUnits);
         std::int64_t frameCount = restFrames;
         if (inEdit.lengthUnits != 0 && (mediaStart == Edit::kEmpty || !MeansTheEnd(lengthUnits, restFrames)))
@@ -46,9 +46,9 @@ class EditConverter {
     }
 
     std::int64_t FramesOf(std::int64_t inLengthUnits) {
-        mUnits += std::min(inLengthUnits, kLongestMedia - std::min(mUnits, kLongestMedia));
+        mUnits += inLengthUnits;
         const std::int64_t endFrames = ScaleRounded(mUnits, mClocks.rateHz, mClocks.movieTimeScale);
-        return std::min(endFrames, kLongestMedia) - (mPositionFrames - mSynchronFrames);
+        return endFrames - (mPositionFrames - mSynchronFrames);
     }
 
     void SynchroniseAt(std::int64_t inFrames) {
