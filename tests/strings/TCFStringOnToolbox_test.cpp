@@ -1,0 +1,132 @@
+// The string core over the real Core Foundation.
+#include <gtest/gtest.h>
+#include <strings/TCFString.h>
+
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+TCFString ASCII(std::string const& inText) {
+    return TCFString(inText.c_str(), kCFStringEncodingASCII);
+}
+TCFString UTF8(std::string const& inText) {
+    return TCFString(inText.c_str(), kCFStringEncodingUTF8);
+}
+CFIndex Count(TCFString const& inString) {
+    return CFGetRetainCount(inString.StringRef());
+}
+
+std::string AsCString(TCFString const& inString, long inMaxLength) {
+    std::vector<char> buffer(static_cast<std::size_t>(inMaxLength) + 1, '#');
+    return inString.CString(inMaxLength, buffer.data());
+}
+
+std::string AsPString(TCFString const& inString, long inMaxLength) {
+    std::vector<unsigned char> buffer(static_cast<std::size_t>(inMaxLength) + 1, '#');
+    inString.PString(buffer.data(), inMaxLength);
+    EXPECT_LE(buffer[0], inMaxLength);
+    return {reinterpret_cast<char const*>(buffer.data() + 1), buffer[0]};
+}
+
+TCFString Unencodable() {
+    HFSUniStr255 name = {};
+    name.length = 2;
+    name.unicode[0] = 'x';
+    name.unicode[1] = 0xD800;
+    return TCFString(name);
+}
+
+TEST(TCFStringOnToolboxTest, LoadTimeConstants) {
+    EXPECT_TRUE(TCFString::Empty.IsEmpty());
+    EXPECT_EQ(TCFString::EmptyCFString(), TCFString::Empty.StringRef());
+    EXPECT_TRUE(TCFString::kCannotDisplayCFString == ASCII("<CANNOT DISPLAY>"));
+}
+
+TEST(TCFStringOnToolboxTest, WhatCannotBeCreatedIsEmpty) {
+    EXPECT_TRUE(TCFString(nullptr).IsEmpty());
+    EXPECT_NE(nullptr, TCFString(nullptr).StringRef());
+    EXPECT_TRUE(ASCII("\xFF").IsEmpty());
+    EXPECT_NE(nullptr, ASCII("\xFF").StringRef());
+    EXPECT_TRUE(UTF8("\xC3").IsEmpty());
+    EXPECT_TRUE(TCFString(static_cast<char const*>(nullptr), kCFStringEncodingUTF8).IsEmpty());
+    TCFString adopted = ASCII("abc");
+    adopted.Adopt(nullptr);
+    EXPECT_TRUE(adopted.IsEmpty());
+    EXPECT_NE(nullptr, adopted.StringRef());
+}
+
+TEST(TCFStringOnToolboxTest, CountsFollowOwnership) {
+    TCFString string = ASCII("abc");
+    EXPECT_EQ(1, Count(string));
+    {
+        TCFString const copy(string);
+        string = copy;
+        EXPECT_EQ(2, Count(string));
+    }
+    TCFString& itself = string;
+    string = itself;
+    EXPECT_EQ(1, Count(string));
+    CFRetain(string.StringRef());
+    string.Adopt(string.StringRef());
+    EXPECT_EQ(2, Count(string));
+    CFRelease(string.StringRef());
+}
+
+TEST(TCFStringOnToolboxTest, Encodings) {
+    TCFString const roman("caf\x8E", kCFStringEncodingMacRoman);
+    EXPECT_TRUE(roman == UTF8("caf\xC3\xA9"));
+    EXPECT_EQ(2, UTF8("\xF0\x9D\x84\x9E").Length()) << "a surrogate pair";
+    auto const* const pascal = reinterpret_cast<unsigned char const*>("\3abcdef");
+    EXPECT_TRUE(TCFString(pascal, kCFStringEncodingASCII) == ASCII("abc"));
+}
+
+TEST(TCFStringOnToolboxTest, ComparisonAndSubstring) {
+    EXPECT_FALSE(ASCII("abc") == ASCII("ABC"));
+    EXPECT_TRUE(ASCII("abc") != ASCII("ABC"));
+    EXPECT_EQ(kCFCompareEqualTo, ASCII("abc").CompareTo(ASCII("ABC"), kCFCompareCaseInsensitive));
+    EXPECT_EQ(kCFCompareLessThan, ASCII("abc").CompareTo(ASCII("abd"), 0));
+    TCFString const string = ASCII("0123456789");
+    CFRange const range = string.CheckRange(CFRangeMake(-2, 5));
+    EXPECT_TRUE(string.Substring(range.location, range.length) == ASCII("0123456"));
+    EXPECT_TRUE(string.Substring(10, 0).IsEmpty());
+}
+
+TEST(TCFStringOnToolboxTest, CString) {
+    EXPECT_EQ("caf\xC3\xA9", AsCString(UTF8("caf\xC3\xA9"), 5));
+    EXPECT_EQ("0123", AsCString(ASCII("0123456789"), 4));
+    EXPECT_EQ("", AsCString(TCFString::Empty, 0));
+    EXPECT_EQ("<CANNOT DISPLAY>", AsCString(Unencodable(), 100));
+    EXPECT_EQ("<CAN", AsCString(Unencodable(), 4));
+    EXPECT_EQ("zzzz", AsCString(ASCII(std::string(1023, 'z')), 4));
+    EXPECT_EQ("<CAN", AsCString(ASCII(std::string(1024, 'z')), 4));
+}
+
+TEST(TCFStringOnToolboxTest, PString) {
+    EXPECT_EQ("abc", AsPString(ASCII("abc"), 255));
+    EXPECT_EQ("ab", AsPString(ASCII("abc"), 2));
+    EXPECT_EQ("", AsPString(TCFString::Empty, 255));
+    EXPECT_EQ(std::string(255, 'z'), AsPString(ASCII(std::string(300, 'z')), 255));
+    EXPECT_EQ(std::string(10, 'z'), AsPString(ASCII(std::string(300, 'z')), 10));
+    EXPECT_EQ("<CANNOT DISPLAY>", AsPString(Unencodable(), 255));
+}
+
+TEST(TCFStringOnToolboxTest, ReadersOnManyThreads) {
+    TCFString const shared = ASCII("shared");
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&shared] {
+            for (int k = 0; k < 2000; ++k) {
+                TCFString const copy(shared);
+                if (copy != shared || TCFString::DefaultEncoding() != TCFString::DefaultEncoding())
+                    ADD_FAILURE() << "copies differ";
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(1, Count(shared));
+}
+
+}  // namespace
