@@ -17,6 +17,10 @@ SInt32 Low32(Int64 const& inValue) {
     return static_cast<SInt32>(inValue.Lo32());
 }
 
+SInt32 WrappingDifference(SInt32 inLeft, SInt32 inRight) {
+    return static_cast<SInt32>(static_cast<UInt32>(inLeft) - static_cast<UInt32>(inRight));
+}
+
 // One conversion under way: where it is in the stream, and where the stream ends.
 class StreamDelivery {
   public:
@@ -39,7 +43,8 @@ class StreamDelivery {
     void DeliverSound(SInt32 inFirstFrame) {
         SInt32 nextFrame = inFirstFrame;
         while (nextFrame < mFrameCount) {
-            SInt32 const askedFrames = std::min(mExporter.SegmentFrames(), mFrameCount - nextFrame);
+            SInt32 const askedFrames =
+                std::min(mExporter.SegmentFrames(), WrappingDifference(mFrameCount, nextFrame));
             SegmentExporter::Segment const segment = mExporter.Export(nextFrame, askedFrames);
             if (segment.frameCount == 0) break;
             Deliver(segment.data, CutAtEnd(segment.byteCount));

@@ -89,7 +89,7 @@ SegmentExporter::Segment SegmentExporter::Export(SInt64 inFirstFrame, SInt32 inF
 
     UInt32 const byteCount = sound.FrameCount() * sound.ChannelCount() * sound.SampleByteCount();
     if (byteCount == 0) {
-        SInt32 const silentFrames = std::min(inFrameCount, mRate);
+        SInt32 const silentFrames = std::clamp(inFrameCount, 0, mRate);
         return {mSilence, silentFrames * kFrameByteCount, silentFrames, true};
     }
     if (byteCount > static_cast<UInt32>(handleByteCount - SoundResource::kHeaderByteCount))

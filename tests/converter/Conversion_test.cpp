@@ -157,6 +157,20 @@ TEST_F(WholeTest, LengthsWrapIn32Bits) {
     EXPECT_EQ(ExpectedHeader(44100, 0x40000001), recorder.chunks[0].bytes);
 }
 
+// A frame count whose product with the frame's size wraps to something small takes the position back below
+// zero.
+TEST_F(WholeTest, AFrameCountBeyond31BitsWraps) {
+    ScriptedMovie script = ToneMovie(100, 10);
+    int exports = 0;
+    script.render = [&exports](SInt64, SInt64) {
+        return ++exports == 1 ? Rendered{0, SoundBlock(0x80000001, Bytes(4, 1))}
+                              : Rendered{0, SoundBlock(0, {})};
+    };
+    fakes::AddMovie("file", script);
+    Recorder const recorder = Whole("file");
+    EXPECT_THAT(recorder.Lengths(), ElementsAre(44, 4, 36));
+}
+
 TEST_F(WholeTest, ARateOfZeroEnds) {
     ScriptedMovie script = ToneMovie(100, 250);
     script.tracks[0].sampleDescriptions[0] = fakes::SoundDescriptionBytes(0);
