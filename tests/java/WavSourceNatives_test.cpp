@@ -1,0 +1,408 @@
+// The natives of com.mirtal.NativeReader over a scripted Java runtime and a scripted reader: what can go
+// wrong beneath them, and what of it reaches Java. The rest is tested from Java.
+#include <converter/WAVReader.h>
+#include <foundation/LException.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <jni.h>
+#include <toolbox/Aliases.h>
+#include <toolbox/Files.h>
+#include <toolbox/SoundReport.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstring>
+#include <map>
+#include <new>
+#include <string>
+#include <vector>
+
+extern "C" jint JNI_OnLoad(JavaVM*, void*);
+extern "C" void JNI_OnUnload(JavaVM*, void*);
+
+namespace {
+
+struct ByteArray {
+    std::string bytes;
+};
+
+struct Script {
+    // What the runtime has and has been told.
+    bool hasReaderClass = true;
+    bool hasRaise = true;
+    bool canRegister = true;
+    bool canMakeArrays = true;
+    int globalReferences = 0;
+    std::map<std::string, void*> natives;
+    bool pending = false;
+    std::string raised;  // "status detail", or "OutOfMemoryError"
+    // What the reader does.
+    enum { kWorks, kRefuses, kNumber, kOutOfMemory } opening = kWorks, reading = kWorks;
+    int liveReaders = 0;
+    std::string sound = "0123456789";
+    OSStatus pathStatus = noErr;
+    OSErr aliasStatus = noErr;
+    OSErr movieStatus = noErr;
+    OSErr reportStatus = noErr;
+    int liveHandles = 0;
+    int liveMovies = 0;
+};
+Script* sScript = nullptr;
+
+void Throw(int inWhat) {
+    if (inWhat == Script::kRefuses) LException::Throw(0x6E696C50);
+    if (inWhat == Script::kNumber) throw 42;
+    if (inWhat == Script::kOutOfMemory) throw std::bad_alloc();
+}
+
+// ---- the Java runtime
+
+char sReaderClass, sMemoryClass, sRaise;
+
+ByteArray* Bytes(jbyteArray inArray) {
+    return reinterpret_cast<ByteArray*>(inArray);
+}
+
+jclass FindClass(JNIEnv*, const char* inName) {
+    if (std::strcmp(inName, "java/lang/OutOfMemoryError") == 0)
+        return reinterpret_cast<jclass>(&sMemoryClass);
+    EXPECT_STREQ("com/mirtal/NativeReader", inName);
+    sScript->pending = !sScript->hasReaderClass;
+    return sScript->hasReaderClass ? reinterpret_cast<jclass>(&sReaderClass) : nullptr;
+}
+jobject NewGlobal(JNIEnv*, jobject inObject) {
+    ++sScript->globalReferences;
+    return inObject;
+}
+void DeleteGlobal(JNIEnv*, jobject) {
+    --sScript->globalReferences;
+}
+void DeleteLocal(JNIEnv*, jobject) {}
+jmethodID GetStatic(JNIEnv*, jclass, const char* inName, const char* inSignature) {
+    EXPECT_STREQ("raise", inName);
+    EXPECT_STREQ("(I[B)V", inSignature);
+    sScript->pending = !sScript->hasRaise;
+    return sScript->hasRaise ? reinterpret_cast<jmethodID>(&sRaise) : nullptr;
+}
+jint Register(JNIEnv*, jclass, const JNINativeMethod* inMethods, jint inCount) {
+    if (!sScript->canRegister) {
+        sScript->pending = true;
+        return JNI_ERR;
+    }
+    for (int i = 0; i < inCount; ++i) {
+        sScript->natives[std::string(inMethods[i].name) + inMethods[i].signature] = inMethods[i].fnPtr;
+    }
+    return JNI_OK;
+}
+void Clear(JNIEnv*) {
+    sScript->pending = false;
+}
+jbyteArray NewBytes(JNIEnv*, jsize inLength) {
+    if (!sScript->canMakeArrays) {
+        sScript->pending = true;
+        return nullptr;
+    }
+    return reinterpret_cast<jbyteArray>(new ByteArray{std::string(inLength, '\0')});
+}
+jsize Length(JNIEnv*, jarray inArray) {
+    return static_cast<jsize>(reinterpret_cast<ByteArray*>(inArray)->bytes.size());
+}
+void GetRegion(JNIEnv*, jbyteArray inArray, jsize inStart, jsize inLength, jbyte* outBytes) {
+    Bytes(inArray)->bytes.copy(reinterpret_cast<char*>(outBytes), inLength, inStart);
+}
+void SetRegion(JNIEnv*, jbyteArray inArray, jsize inStart, jsize inLength, const jbyte* inBytes) {
+    EXPECT_LE(static_cast<std::size_t>(inStart + inLength), Bytes(inArray)->bytes.size());
+    Bytes(inArray)->bytes.replace(inStart, inLength, reinterpret_cast<const char*>(inBytes), inLength);
+}
+void SetLongs(JNIEnv*, jlongArray inArray, jsize inStart, jsize inLength, const jlong* inNumbers) {
+    std::copy_n(inNumbers, inLength, reinterpret_cast<jlong*>(inArray) + inStart);
+}
+void CallStatic(JNIEnv*, jclass, jmethodID, va_list inArguments) {
+    va_list arguments;
+    va_copy(arguments, inArguments);
+    const jint status = va_arg(arguments, jint);
+    ByteArray* detail = Bytes(va_arg(arguments, jbyteArray));
+    va_end(arguments);
+    sScript->raised = std::to_string(status) + " " + detail->bytes;
+    sScript->pending = true;
+    delete detail;
+}
+jint ThrowNew(JNIEnv*, jclass inClass, const char*) {
+    EXPECT_EQ(reinterpret_cast<jclass>(&sMemoryClass), inClass);
+    sScript->raised = "OutOfMemoryError";
+    sScript->pending = true;
+    return JNI_OK;
+}
+
+JNINativeInterface_ Table() {
+    JNINativeInterface_ table{};
+    table.FindClass = FindClass;
+    table.NewGlobalRef = NewGlobal;
+    table.DeleteGlobalRef = DeleteGlobal;
+    table.DeleteLocalRef = DeleteLocal;
+    table.GetStaticMethodID = GetStatic;
+    table.RegisterNatives = Register;
+    table.ExceptionClear = Clear;
+    table.NewByteArray = NewBytes;
+    table.GetArrayLength = Length;
+    table.GetByteArrayRegion = GetRegion;
+    table.SetByteArrayRegion = SetRegion;
+    table.SetLongArrayRegion = SetLongs;
+    table.CallStaticVoidMethodV = CallStatic;
+    table.ThrowNew = ThrowNew;
+    return table;
+}
+JNINativeInterface_ sTable = Table();
+JNIEnv sEnv{&sTable};
+
+jint GetEnv(JavaVM*, void** outEnv, jint inVersion) {
+    if (inVersion != JNI_VERSION_1_8) return JNI_EVERSION;
+    *outEnv = &sEnv;
+    return JNI_OK;
+}
+jint GetNoEnv(JavaVM*, void**, jint) {
+    return JNI_EVERSION;
+}
+
+}  // namespace
+
+// ---- the reader
+
+SegmentExporter::SegmentExporter(char const*) {
+    Throw(sScript->opening);
+}
+SegmentExporter::~SegmentExporter() = default;
+WAVReader::WAVReader(char const* inPath, Header inHeader) : mExporter(inPath) {
+    ++sScript->liveReaders;
+    mHeaderByteCount = inHeader == Header::kRF64 ? 80 : 44;
+    mFrameCount = 1000;
+}
+std::size_t WAVReader::Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount) {
+    Throw(sScript->reading);
+    const std::string& sound = sScript->sound;
+    return inPosition >= static_cast<SInt64>(sound.size())
+               ? 0
+               : sound.copy(static_cast<char*>(outBytes), inByteCount, static_cast<std::size_t>(inPosition));
+}
+
+// ---- the toolbox
+
+OSStatus FSPathMakeRef(const UInt8*, FSRef*, Boolean*) {
+    return sScript->pathStatus;
+}
+OSErr FSNewAliasMinimal(const FSRef*, AliasHandle* outAlias) {
+    static AliasPtr sRecord = nullptr;
+    if (sScript->aliasStatus == noErr) ++sScript->liveHandles;
+    *outAlias = sScript->aliasStatus == noErr ? &sRecord : nullptr;
+    return sScript->aliasStatus;
+}
+OSErr NewMovieFromDataRef(Movie* outMovie, SInt16, SInt16*, Handle, OSType) {
+    static char sMovie;
+    if (sScript->movieStatus == noErr) ++sScript->liveMovies;
+    *outMovie = sScript->movieStatus == noErr ? reinterpret_cast<Movie>(&sMovie) : nullptr;
+    return sScript->movieStatus;
+}
+void DisposeMovie(Movie) {
+    --sScript->liveMovies;
+}
+void DisposeHandle(Handle) {
+    --sScript->liveHandles;
+}
+const char* GetMovieOpenErrorText() {
+    return sScript->movieStatus == noErr ? "" : "why";
+}
+OSErr GetMovieSoundReport(Movie, MovieSoundReport* outReport) {
+    outReport->decodable = noCodecErr;
+    outReport->sampleRateHz = 44100;
+    outReport->channelCount = 2;
+    outReport->packetCount = 45;
+    outReport->damagedPacketCount = 3;
+    outReport->silencedFrameCount = 3072;
+    outReport->skippedByteCount = 7;
+    std::strcpy(outReport->formatName, "AAC LC");
+    std::strcpy(outReport->containerName, "MPEG-4");
+    return sScript->reportStatus;
+}
+
+namespace {
+
+class WavSourceNatives : public testing::Test {
+  protected:
+    WavSourceNatives() {
+        sScript = &mScript;
+        mInterface.GetEnv = GetEnv;
+    }
+    ~WavSourceNatives() override {
+        EXPECT_EQ(0, mScript.liveHandles);
+        EXPECT_EQ(0, mScript.liveMovies);
+        sScript = nullptr;
+    }
+
+    template <class Function>
+    Function Native(const char* inName) {
+        return reinterpret_cast<Function>(mScript.natives.at(inName));
+    }
+    jlong Open(bool inRF64 = false) {
+        ByteArray path{"song.m4a"};
+        return Native<jlong (*)(JNIEnv*, jclass, jbyteArray, jboolean)>("open([BZ)J")(
+            &sEnv, nullptr, reinterpret_cast<jbyteArray>(&path), inRF64);
+    }
+    void Close(jlong inHandle) {
+        Native<void (*)(JNIEnv*, jclass, jlong)>("close(J)V")(&sEnv, nullptr, inHandle);
+    }
+    jint Read(jlong inHandle, jlong inPosition, ByteArray& outBytes, jint inOffset, jint inByteCount) {
+        return Native<jint (*)(JNIEnv*, jclass, jlong, jlong, jbyteArray, jint, jint)>("read(JJ[BII)I")(
+            &sEnv, nullptr, inHandle, inPosition, reinterpret_cast<jbyteArray>(&outBytes), inOffset,
+            inByteCount);
+    }
+
+    Script mScript;
+    JNIInvokeInterface_ mInterface{};
+    JavaVM mVM{&mInterface};
+};
+
+TEST_F(WavSourceNatives, LoadingBindsTheReaderAndUnloadingLetsGo) {
+    EXPECT_EQ(JNI_VERSION_1_8, JNI_OnLoad(&mVM, nullptr));
+    EXPECT_EQ(8u, mScript.natives.size());
+    EXPECT_EQ(2, mScript.globalReferences);
+    JNI_OnUnload(&mVM, nullptr);
+    EXPECT_EQ(0, mScript.globalReferences);
+}
+
+TEST_F(WavSourceNatives, LoadingSucceedsWhereTheReaderIsMissingOrAnother) {
+    for (bool Script::*part : {&Script::hasReaderClass, &Script::hasRaise, &Script::canRegister}) {
+        mScript = Script();
+        mScript.*part = false;
+        EXPECT_EQ(JNI_VERSION_1_8, JNI_OnLoad(&mVM, nullptr));
+        EXPECT_FALSE(mScript.pending);
+        EXPECT_EQ(0, mScript.globalReferences);
+        EXPECT_TRUE(mScript.natives.empty());
+    }
+    mInterface.GetEnv = GetNoEnv;
+    EXPECT_EQ(JNI_ERR, JNI_OnLoad(&mVM, nullptr));
+    JNI_OnUnload(&mVM, nullptr);
+}
+
+TEST_F(WavSourceNatives, OpensAndCloses) {
+    JNI_OnLoad(&mVM, nullptr);
+    using Number = jlong (*)(JNIEnv*, jclass, jlong);
+    for (bool isLong : {false, true}) {
+        const jlong handle = Open(isLong);
+        ASSERT_NE(0, handle);
+        EXPECT_EQ(1000, Native<Number>("frameCount(J)J")(&sEnv, nullptr, handle));
+        EXPECT_EQ((isLong ? 80 : 44) + 4000, Native<Number>("byteCount(J)J")(&sEnv, nullptr, handle));
+        Close(handle);
+    }
+    EXPECT_EQ(2, mScript.liveReaders);
+    EXPECT_FALSE(mScript.pending);
+}
+
+TEST_F(WavSourceNatives, RefusalTellsTheToolboxsReason) {
+    JNI_OnLoad(&mVM, nullptr);
+    mScript.opening = Script::kRefuses;
+    EXPECT_EQ(0, Open());
+    EXPECT_EQ("1852402768 ", mScript.raised) << "the toolbox has no objection: the reader's own code";
+    mScript.movieStatus = cantFindHandler;
+    EXPECT_EQ(0, Open());
+    EXPECT_EQ("-2003 why", mScript.raised);
+    mScript.aliasStatus = memFullErr;
+    EXPECT_EQ(0, Open());
+    EXPECT_EQ("-108 ", mScript.raised);
+    mScript.pathStatus = fnfErr;
+    EXPECT_EQ(0, Open());
+    EXPECT_EQ("-43 ", mScript.raised);
+}
+
+TEST_F(WavSourceNatives, NoExceptionUnwindsIntoTheRuntime) {
+    JNI_OnLoad(&mVM, nullptr);
+    mScript.opening = Script::kOutOfMemory;
+    EXPECT_EQ(0, Open());
+    EXPECT_EQ("OutOfMemoryError", mScript.raised);
+    mScript.opening = Script::kNumber;
+    EXPECT_EQ(0, Open());
+    EXPECT_EQ("-50 an unexpected failure in the native library", mScript.raised);
+
+    mScript.opening = Script::kWorks;
+    const jlong handle = Open();
+    ByteArray bytes{std::string(10, '.')};
+    mScript.reading = Script::kRefuses;
+    EXPECT_EQ(0, Read(handle, 0, bytes, 0, 10));
+    EXPECT_EQ("1852402768 ", mScript.raised);
+    mScript.reading = Script::kOutOfMemory;
+    EXPECT_EQ(0, Read(handle, 0, bytes, 0, 10));
+    EXPECT_EQ("OutOfMemoryError", mScript.raised);
+    EXPECT_EQ("..........", bytes.bytes);
+    Close(handle);
+}
+
+TEST_F(WavSourceNatives, ExhaustedJavaHeapLeavesItsOwnError) {
+    JNI_OnLoad(&mVM, nullptr);
+    mScript.opening = Script::kRefuses;
+    mScript.canMakeArrays = false;
+    EXPECT_EQ(0, Open());
+    EXPECT_TRUE(mScript.pending);
+    EXPECT_EQ("", mScript.raised);
+}
+
+TEST_F(WavSourceNatives, ReadsInPiecesOfAnySize) {
+    JNI_OnLoad(&mVM, nullptr);
+    const jlong handle = Open();
+    for (std::size_t length : {0, 1, 16383, 16384, 16385, 50000}) {
+        mScript.sound.assign(length, 'x');
+        for (std::size_t i = 0; i < length; ++i)
+            mScript.sound[i] = static_cast<char>(i * 31);
+        ByteArray bytes{std::string(60000, '.')};
+        EXPECT_EQ(static_cast<jint>(length), Read(handle, 0, bytes, 100, 59000));
+        EXPECT_EQ(std::string(100, '.') + mScript.sound + std::string(59900 - length, '.'), bytes.bytes);
+    }
+    Close(handle);
+}
+
+TEST_F(WavSourceNatives, BoundsAreCheckedAgain) {
+    JNI_OnLoad(&mVM, nullptr);
+    const jlong handle = Open();
+    ByteArray bytes{std::string(10, '.')};
+    struct Row {
+        jlong position;
+        jint offset, byteCount;
+    };
+    for (const Row& row : {Row{-1, 0, 1}, Row{0, -1, 1}, Row{0, 0, -1}, Row{0, 11, 0}, Row{0, 0, 11},
+                           Row{0, 10, 1}, Row{0, 1, INT32_MAX}, Row{0, INT32_MAX, INT32_MAX}}) {
+        mScript.raised.clear();
+        EXPECT_EQ(0, Read(handle, row.position, bytes, row.offset, row.byteCount));
+        EXPECT_EQ("-50 ", mScript.raised);
+    }
+    mScript.raised.clear();
+    EXPECT_EQ(0, Read(handle, 0, bytes, 10, 0));
+    EXPECT_EQ("", mScript.raised);
+    EXPECT_EQ("..........", bytes.bytes);
+    Close(handle);
+}
+
+TEST_F(WavSourceNatives, Describes) {
+    JNI_OnLoad(&mVM, nullptr);
+    const jlong handle = Open();
+    jlong numbers[8] = {0, 0, 0, 0, 0, 0, 0, 99};
+    const auto describe = Native<void (*)(JNIEnv*, jclass, jlong, jlongArray)>("describe(J[J)V");
+    describe(&sEnv, nullptr, handle, reinterpret_cast<jlongArray>(numbers));
+    EXPECT_THAT(numbers, testing::ElementsAre(noCodecErr, 44100, 2, 45, 3, 3072, 7, 99));
+
+    const auto name = Native<jbyteArray (*)(JNIEnv*, jclass, jlong, jboolean)>("name(JZ)[B");
+    for (bool isContainer : {false, true}) {
+        ByteArray* text = Bytes(name(&sEnv, nullptr, handle, isContainer));
+        EXPECT_EQ(isContainer ? "MPEG-4" : "AAC LC", text->bytes);
+        delete text;
+    }
+    mScript.reportStatus = paramErr;
+    EXPECT_EQ(nullptr, name(&sEnv, nullptr, handle, false));
+    EXPECT_EQ("-50 ", mScript.raised);
+    mScript.raised.clear();
+    describe(&sEnv, nullptr, handle, reinterpret_cast<jlongArray>(numbers));
+    EXPECT_EQ("-50 ", mScript.raised);
+    mScript.reportStatus = noErr;
+    mScript.canMakeArrays = false;
+    EXPECT_EQ(nullptr, name(&sEnv, nullptr, handle, false));
+    Close(handle);
+}
+
+}  // namespace
