@@ -77,7 +77,7 @@ class HeaderReader {
         }
         if (mFile.Status() != noErr) return mFile.Status();
         if (!hasHeader || !IsSane(mHeader.timeScale))
-            return Damaged("the movie header is damaged", outProblem);
+            return Damaged("the movie header has no time scale", outProblem);
         DropAttachedPictures();
         DropDisabled(kSoundMedia);
         DropDisabled(kVideoMedia);
