@@ -53,10 +53,6 @@ LogScope::~LogScope() {
     --sScopeDepth;
 }
 
-const std::string& LogScope::LastError() {
-    return sLastError;
-}
-
 std::string LogScope::Describe(int inError) {
     if (!sLastError.empty()) {
         return sLastError;

@@ -17,9 +17,8 @@ class LogScope {
     LogScope(const LogScope&) = delete;
     LogScope& operator=(const LogScope&) = delete;
 
-    // The last error since the outermost scope of this thread began; "" when there was none.
-    static const std::string& LastError();
-    // That, or what libavutil has to say to an error code.
+    // The last error since the outermost scope of this thread began or, when there was none, what libavutil
+    // has to say to an error code.
     static std::string Describe(int inError);
 };
 

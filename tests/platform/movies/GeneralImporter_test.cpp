@@ -308,21 +308,6 @@ TEST(GeneralImporter, SilentFilmsHaveNoSound) {
     EXPECT_EQ(FourChars("vide"), imported.movie.tracks[0].mediaType);
 }
 
-TEST(GeneralImporter, FileThatNamesAnotherIsNotFollowed) {
-    // A movie whose samples lie in another file: only the movie's header is ours to read.
-    const std::string bytes = MakeFile(48000, 4800, "-c:a pcm_s16be", "mov");
-    const std::size_t at = bytes.find("url ");
-    ASSERT_NE(std::string::npos, at);
-    std::string external = bytes;
-    external[at + 7] = 0;  // not self-contained any more
-    const Imported imported = Import(external);
-    if (imported.status == noErr) {
-        EXPECT_EQ(4800, imported.Sound().FrameCount());
-    } else {
-        EXPECT_EQ(invalidMovie, imported.status);
-    }
-}
-
 TEST(GeneralImporter, CorruptFilesNeverBreakIt) {
     const std::string whole[] = {
         MakeFile(44100, 9000, "-c:a libmp3lame", "mp3"), MakeFile(44100, 9000, "-c:a libvorbis", "ogg"),
