@@ -55,7 +55,7 @@ void WAVReader::MakeHeader(Header inHeader) {
 }
 
 std::size_t WAVReader::Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount) {
-    if (inPosition < 0 || inPosition >= ByteCount()) return 0;
+    if (inPosition < 0 || inPosition >= ByteCount() || inByteCount == 0) return 0;
     auto* const bytes = static_cast<unsigned char*>(outBytes);
     auto const left = static_cast<UInt64>(ByteCount() - inPosition);
     auto const wanted = static_cast<std::size_t>(std::min<UInt64>(inByteCount, left));

@@ -48,7 +48,8 @@ Bytes SoundBlock(UInt32 inFrameCount, Bytes const& inSamples, UInt32 inChannelCo
 }
 
 UInt16 ToneSample(SInt64 inFrame, int inChannel) {
-    return static_cast<UInt16>((inFrame * 2654435761LL + inChannel * 40503) >> 5);
+    return static_cast<UInt16>(
+        (static_cast<UInt64>(inFrame) * 2654435761u + static_cast<UInt64>(inChannel) * 40503u) >> 5);
 }
 
 Bytes ToneBytes(SInt64 inFirstFrame, SInt64 inFrameCount, bool inIsBigEndian) {
