@@ -11,12 +11,12 @@ namespace toolbox::movies {
 
 namespace {
 
-void StoreBigEndian(std::int16_t inSample, std::uint8_t* outBytes) {
-    auto bits = static_cast<std::uint16_t>(inSample);
-    if constexpr (std::endian::native == std::endian::little) {
-        bits = static_cast<std::uint16_t>(bits << 8 | bits >> 8);
-    }
-    std::memcpy(outBytes, &bits, sizeof bits);
+// A frame's four bytes as a number whose memory image they are.
+std::uint32_t StoredFrame(std::int16_t inLeft, std::int16_t inRight) {
+    const std::uint32_t left = static_cast<std::uint16_t>(inLeft);
+    const std::uint32_t right = static_cast<std::uint16_t>(inRight);
+    if constexpr (std::endian::native == std::endian::big) return left << 16 | right;
+    return left >> 8 | (left & 0xFF) << 8 | (right >> 8) << 16 | (right & 0xFF) << 24;
 }
 
 // Adding 1.5 * 2^23 leaves no bits for a fraction: the addition itself rounds, halves to even, and the
@@ -24,8 +24,8 @@ void StoreBigEndian(std::int16_t inSample, std::uint8_t* outBytes) {
 std::int16_t RoundSample(float inSample) {
     constexpr float kRounder = 12582912.0F;
     float scaled = inSample * 32768.0F;
-    if (!(scaled >= -32768.0F)) scaled = -32768.0F;  // also what is not a number
-    if (scaled > 32767.0F) scaled = 32767.0F;
+    scaled = scaled >= -32768.0F ? scaled : -32768.0F;  // also what is not a number
+    scaled = scaled < 32767.0F ? scaled : 32767.0F;
     const auto bits = std::bit_cast<std::int32_t>(scaled + kRounder);
     return static_cast<std::int16_t>(bits - std::bit_cast<std::int32_t>(kRounder));
 }
@@ -79,8 +79,8 @@ std::size_t StoreByEights(const float*, const float*, std::size_t, std::uint8_t*
 void StoreFloatFramesPortably(const float* inLeft, const float* inRight, std::size_t inFrameCount,
                               std::uint8_t* outBytes) {
     for (std::size_t frame = 0; frame < inFrameCount; ++frame) {
-        StoreBigEndian(RoundSample(inLeft[frame]), outBytes + frame * kBytesPerStoredFrame);
-        StoreBigEndian(RoundSample(inRight[frame]), outBytes + frame * kBytesPerStoredFrame + 2);
+        const std::uint32_t stored = StoredFrame(RoundSample(inLeft[frame]), RoundSample(inRight[frame]));
+        std::memcpy(outBytes + frame * kBytesPerStoredFrame, &stored, sizeof stored);
     }
 }
 
@@ -94,8 +94,8 @@ void StoreFloatFrames(const float* inLeft, const float* inRight, std::size_t inF
 void StoreShortFrames(const std::int16_t* inLeft, const std::int16_t* inRight, std::size_t inFrameCount,
                       std::uint8_t* outBytes) {
     for (std::size_t frame = 0; frame < inFrameCount; ++frame) {
-        StoreBigEndian(inLeft[frame], outBytes + frame * kBytesPerStoredFrame);
-        StoreBigEndian(inRight[frame], outBytes + frame * kBytesPerStoredFrame + 2);
+        const std::uint32_t stored = StoredFrame(inLeft[frame], inRight[frame]);
+        std::memcpy(outBytes + frame * kBytesPerStoredFrame, &stored, sizeof stored);
     }
 }
 
