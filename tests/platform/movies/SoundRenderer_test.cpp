@@ -408,6 +408,21 @@ TEST_F(Damage, ALaterFormatThatCannotBeDecodedIsSilent) {
     EXPECT_EQ(second.frameCount, rendering.Damage().SilencedFrameCount());
 }
 
+TEST(SoundRenderer, APacketOfSeveralBlocksGivesAllTheirFrames) {
+    const EncodedSound& encoded = Encoded(FiveSeconds());
+    const auto format = NewSound(encoded).track->formats[0];
+    Packets pairs;
+    for (std::size_t i = 0; i + 1 < encoded.packets.size(); i += 2) {
+        pairs.push_back(encoded.packets[i]);
+        pairs.back().insert(pairs.back().end(), encoded.packets[i + 1].begin(), encoded.packets[i + 1].end());
+    }
+    Rendering rendering(NewSound(format, pairs, 2048));
+    const Samples bare = DecodeBarely(format, encoded.packets);
+    EXPECT_EQ(Cut(bare, 0, rendering.FrameCount()), rendering.Whole());
+    EXPECT_EQ(0U, rendering.Damage().PacketCount());
+    ExpectPurity(rendering, 20);
+}
+
 // Bits, the most significant of each byte first.
 class BitWriter {
   public:
