@@ -69,7 +69,7 @@ class PacketSizes {
         mTable = TableReader(ioFile, inBox, inFirstBytes, entryCount, isHalfByte ? 1 : mBits / 8);
         const std::uint64_t told = std::uint64_t{mTable.CountLeft()} * (isHalfByte ? 2 : 1);
         mCount = static_cast<std::uint32_t>(std::min<std::uint64_t>(mCount, told));
-        mBuffer.resize(std::min(kBufferedSizes, mCount + 1));
+        mBuffer.resize(std::min(mCount, kBufferedSizes - 1) + 1);  // one more: half bytes come in pairs
     }
 
     bool Refill() {
