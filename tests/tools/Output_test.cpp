@@ -2,10 +2,13 @@
 
 #include "Command.h"
 #include "Failure.h"
+#include "Signals.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 
 namespace {
@@ -170,6 +173,25 @@ TEST(Output, TakesTheLongestName) {
     Output output(folder.Path(name), Output::Replace::kSoundOnly);
     output.Commit();
     EXPECT_EQ(std::vector<std::string>{name}, folder.Names());
+}
+
+// The first signal is only noted; when the work is too busy to look, a second one ends it, and the file goes
+// as well.
+TEST(Output, ASecondSignalRemovesTheUnfinishedFile) {
+    const TemporaryFolder folder;
+    const auto stop = [&folder](int inSignalCount) {
+        tool::WatchSignals();
+        Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+        output.Write("abc", 3);
+        for (int count = 0; count < inSignalCount; ++count) {
+            std::raise(SIGTERM);
+        }
+        _exit(7);
+    };
+    EXPECT_EXIT(stop(2), testing::KilledBySignal(SIGTERM), "");
+    EXPECT_TRUE(folder.Names().empty());
+    EXPECT_EXIT(stop(1), testing::ExitedWithCode(7), "");
+    EXPECT_EQ(1u, folder.Names().size());
 }
 
 TEST(Output, TellsAFailedRename) {

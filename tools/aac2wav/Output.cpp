@@ -94,6 +94,7 @@ Output::~Output() {
         ::close(mDescriptor);
     }
     if (!mTemporaryPath.empty()) {
+        SetUnfinishedFile(nullptr);
         ::unlink(mTemporaryPath.c_str());
     }
 }
@@ -130,6 +131,7 @@ void Output::OpenBeside(Replace inReplace) {
         throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
     }
     mTemporaryPath = name.data();
+    SetUnfinishedFile(mTemporaryPath.c_str());
     // Some file systems know no permissions; the file is then as they make it.
     [[maybe_unused]] const int result = ::fchmod(mDescriptor, isOld ? old.st_mode & 0777 : NewFileMode());
 }
@@ -152,6 +154,7 @@ void Output::Commit() {
     if (::rename(mTemporaryPath.c_str(), mTarget.c_str()) != 0) {
         throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
     }
+    SetUnfinishedFile(nullptr);
     mTemporaryPath.clear();
 }
 

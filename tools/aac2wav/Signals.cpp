@@ -2,7 +2,10 @@
 
 #include <unistd.h>
 
+#include <atomic>
+#include <climits>
 #include <csignal>
+#include <cstring>
 #include <initializer_list>
 
 namespace tool {
@@ -10,8 +13,17 @@ namespace {
 
 volatile std::sig_atomic_t sPending = 0;
 bool sDiesOfBrokenPipe = false;
+// Its first character is written last, so that a handler never reads half a path.
+char sUnfinishedPath[PATH_MAX];
 
+// Calls nothing but what a handler may.
 void TakeNote(int inSignal) {
+    if (sPending != 0) {
+        if (sUnfinishedPath[0] != '\0') {
+            ::unlink(sUnfinishedPath);
+        }
+        DieBySignal(inSignal);
+    }
     sPending = inSignal;
 }
 
@@ -29,6 +41,18 @@ void SetHandler(int inSignal, void (*inHandler)(int)) {
 }
 
 }  // namespace
+
+void SetUnfinishedFile(const char* inPath) {
+    sUnfinishedPath[0] = '\0';
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    const std::size_t length = inPath == nullptr ? 0 : std::strlen(inPath);
+    if (length == 0 || length >= sizeof sUnfinishedPath) {
+        return;
+    }
+    std::memcpy(sUnfinishedPath + 1, inPath + 1, length);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    sUnfinishedPath[0] = inPath[0];
+}
 
 void WatchSignals() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {

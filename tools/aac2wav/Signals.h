@@ -9,6 +9,10 @@ struct Interrupted {
     int signal;
 };
 
+// The file to remove when a second signal comes before the first was looked at: a decoder that has to go far
+// back can be busy for long. Null when there is none.
+void SetUnfinishedFile(const char* inPath);
+
 // Takes note of SIGINT, SIGTERM and SIGHUP, each unless it was ignored when the process started. SIGPIPE and
 // SIGXFSZ become errors of write(), so that what is unfinished can be removed.
 void WatchSignals();
