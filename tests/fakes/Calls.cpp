@@ -1,6 +1,7 @@
 #include "Calls.h"
 
 #include "Movies.h"
+#include "Script.h"
 #include "Text.h"
 
 #include <algorithm>
@@ -35,6 +36,7 @@ void StartScenario() {
     TheState() = State();
     TheState().log.reserve(kLogCapacity);
     ForgetMovies();
+    ForgetScripts();
     ForgetTextScript();
 }
 
