@@ -158,13 +158,17 @@ std::vector<ChunkRun> ReadChunkRuns(BoxFile& ioFile, const Box& inParent) {
     TableReader table = OpenTable(ioFile, FindBox(ioFile, inParent, BoxType("stsc")), 12);
     std::uint32_t count = 0;
     while (const std::uint8_t* entries = table.NextEntries(table.CountLeft(), &count)) {
-        runs.reserve(runs.size() + count);
         for (std::uint32_t i = 0; i < count; ++i, entries += 12) {
             const std::uint32_t chunk = BigEndian32(entries);
             const std::uint32_t description = BigEndian32(entries + 8);
             // What does not come later than the run before has no chunks of its own.
             if (chunk == 0 || (!runs.empty() && chunk - 1 <= runs.back().firstChunk)) continue;
-            runs.push_back({chunk - 1, BigEndian32(entries + 4), description == 0 ? 0 : description - 1});
+            const ChunkRun run = {chunk - 1, BigEndian32(entries + 4),
+                                  description == 0 ? 0 : description - 1};
+            // Some writers give every chunk an entry, though it says what the one before said.
+            const bool isNews = runs.empty() || run.packetsPerChunk != runs.back().packetsPerChunk ||
+                                run.description != runs.back().description;
+            if (isNews) runs.push_back(run);
         }
     }
     return runs;
