@@ -56,13 +56,13 @@ OSStatus Import(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& o
         const OSStatus status = component.import(inFile, movie, problem);
         if (status == cantFindHandler) continue;
         if (status != noErr) {
-            SetErrorText(inFile->Path() + ": " + (problem.empty() ? "the file cannot be read" : problem));
+            SetErrorText(problem.empty() ? "the file cannot be read" : problem);
             return status;
         }
         outMovie = std::move(movie);
         return noErr;
     }
-    SetErrorText(inFile->Path() + ": not a file with sound or picture that is known");
+    SetErrorText("not a file with sound or picture that is known");
     return cantFindHandler;
 }
 

@@ -52,7 +52,7 @@ SoundDecoder::SoundDecoder() : mFrame(av_frame_alloc()), mPacket(av_packet_alloc
 
 SoundDecoder::~SoundDecoder() = default;
 
-OSStatus SoundDecoder::Open(const SoundFormat& inFormat) {
+OSStatus SoundDecoder::Open(const SoundFormat& inFormat, Trimming inTrimming) {
     mContext.reset();
     if (inFormat.decodable != noErr) return inFormat.decodable;
     const AVCodec* codec = avcodec_find_decoder(static_cast<AVCodecID>(inFormat.codecID));
@@ -62,9 +62,7 @@ OSStatus SoundDecoder::Open(const SoundFormat& inFormat) {
     if (context == nullptr) return memFullErr;
     context->log_level_offset = kSilentLogOffset;
     context->thread_count = 1;
-    // The container alone says what to trim; a decoder that trims by an encoder's signature would do it
-    // twice.
-    context->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
+    if (inTrimming == Trimming::kKeepsAll) context->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
     context->sample_rate = inFormat.sampleRateHz <= INT_MAX ? static_cast<int>(inFormat.sampleRateHz) : 0;
     if (inFormat.channelCount > 0) av_channel_layout_default(&context->ch_layout, inFormat.channelCount);
     context->bits_per_coded_sample = inFormat.bitsPerSample;

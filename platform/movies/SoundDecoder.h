@@ -18,9 +18,14 @@ class SoundDecoder {
     SoundDecoder(const SoundDecoder&) = delete;
     SoundDecoder& operator=(const SoundDecoder&) = delete;
 
+    // Whether the decoder may drop sound by its own judgement. The container alone says what to trim, but
+    // keeping an AAC decoder from it costs four allocations a packet, for a case that one encoder's old files
+    // make: whoever may allow it looks at what is missing and decodes again with kKeepsAll.
+    enum class Trimming { kKeepsAll, kMayTrim };
+
     // Starts afresh: nothing that was decoded before shows in what follows. noCodecErr when the format cannot
     // be decoded, memFullErr.
-    OSStatus Open(const SoundFormat& inFormat);
+    OSStatus Open(const SoundFormat& inFormat, Trimming inTrimming = Trimming::kKeepsAll);
     // Whether sound comes out later than its packet went in, the rest of it only after the end.
     bool HasDelay() const;
 

@@ -8,6 +8,7 @@
 #include <limits>
 
 extern "C" {
+#include <libavcodec/codec_id.h>
 #include <libavutil/frame.h>
 #include <libavutil/samplefmt.h>
 }
@@ -41,6 +42,9 @@ SpanReader::SpanReader(const SoundTrack& inTrack, const PacketSpan& inSpan, Pack
       mTrackRateHz(inTrack.SampleRateHz()),
       mCellPackets(PacketsIn(inCellSeconds, mFormat, inSpan)),
       mMemory(mFormat.memory),
+      mTrimming(mFormat.codecID == AV_CODEC_ID_AAC && mFormat.nominalPacketFrames > 0
+                    ? SoundDecoder::Trimming::kMayTrim
+                    : SoundDecoder::Trimming::kKeepsAll),
       mConverter(mFormat.sampleRateHz, inForm) {}
 
 OSStatus SpanReader::Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) {
@@ -105,7 +109,7 @@ OSStatus SpanReader::SeekTo(std::int64_t inFrame) {
 
 OSStatus SpanReader::StartAt(std::uint32_t inPacket) {
     mIsPlaced = false;
-    const OSStatus status = mDecoder.Open(mFormat);
+    const OSStatus status = mDecoder.Open(mFormat, mTrimming);
     if (status == memFullErr) return status;
     mCanDecode = status == noErr;
     // Without the format that is described there is nothing to export. A stretch in another is only silent.
@@ -261,16 +265,35 @@ OSStatus SpanReader::ReceiveSound() {
         case SoundDecoder::Outcome::kOutOfMemory:
             return memFullErr;
         case SoundDecoder::Outcome::kSound:
+            if (MayBeTrimmed()) return DecodeAgainUntrimmed();
             mHasFrame = true;
             return noErr;
         case SoundDecoder::Outcome::kDamaged:
             mIsDamaged = true;
             break;
         case SoundDecoder::Outcome::kNothing:
+            if (!mHasSounded && MayBeTrimmed()) return DecodeAgainUntrimmed();
             break;
     }
     mIsReceiving = false;
     return mIsDrained ? noErr : FinishPacket();
+}
+
+// Whether the decoder gave less than a packet of its format holds.
+bool SpanReader::MayBeTrimmed() const {
+    if (mTrimming == SoundDecoder::Trimming::kKeepsAll) return false;
+    const AVFrame& frame = mDecoder.Frame();
+    const std::int64_t rateHz = std::max(frame.sample_rate, 1);
+    return static_cast<std::int64_t>(frame.nb_samples) * mFormat.sampleRateHz <
+           static_cast<std::int64_t>(mFormat.nominalPacketFrames) * rateHz;
+}
+
+// From here on this reader's decoders keep all they decode; the one at work starts over, as it would have
+// begun.
+OSStatus SpanReader::DecodeAgainUntrimmed() {
+    mTrimming = SoundDecoder::Trimming::kKeepsAll;
+    mIsPlaced = false;
+    return SeekTo(mPosition);
 }
 
 OSStatus SpanReader::PlaceFrame() {

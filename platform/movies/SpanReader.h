@@ -51,6 +51,8 @@ class SpanReader final : public FrameSource {
     OSStatus Step();
     OSStatus SendNextPacket();
     OSStatus ReceiveSound();
+    bool MayBeTrimmed() const;
+    OSStatus DecodeAgainUntrimmed();
     OSStatus PlaceFrame();
     OSStatus FinishPacket();
     OSStatus FinishDamagedPacket();
@@ -71,6 +73,7 @@ class SpanReader final : public FrameSource {
     std::int64_t mTrackRateHz;
     std::uint32_t mCellPackets;
     DecoderMemory mMemory;
+    SoundDecoder::Trimming mTrimming;
 
     SoundDecoder mDecoder;
     FrameConverter mConverter;
