@@ -35,15 +35,8 @@ void RequireReadableFile(const std::string& inPath) {
     ::close(descriptor);
 }
 
-// The toolbox names the file in full before its reason; a message has its name already.
-std::string WithoutPath(const std::string& inReason, const std::string& inPath) {
-    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(inPath.c_str(), nullptr), &std::free);
-    const std::string start = (real ? std::string(real.get()) : inPath) + ": ";
-    return inReason.compare(0, start.size(), start) == 0 ? inReason.substr(start.size()) : inReason;
-}
-
 Failure OpenFailure(const LException& inException, const std::string& inPath) {
-    const std::string reason = WithoutPath(GetMovieOpenErrorText(), inPath);
+    const std::string reason = GetMovieOpenErrorText();
     return reason.empty() ? FailureOf(inException, inPath) : Failure(EX_DATAERR, inPath, reason);
 }
 

@@ -39,7 +39,8 @@ TOOLBOX_EXPORT SInt64 GetMovieDuration64(Movie inMovie, UInt32 inRateHz);
 TOOLBOX_EXPORT ComponentResult MovieExportToHandle64(MovieExportComponent inExporter, Handle ioHandle, Movie inMovie,
                                                      Track inTrack, SInt64 inStart, SInt64 inDuration);
 
-// Why the last NewMovieFromDataRef on this thread failed, for people; "" when it did not.
+// Why the last NewMovieFromDataRef on this thread failed, for people, one line without the file's name; "" when it
+// did not. Good until this thread opens another movie.
 TOOLBOX_EXPORT const char* GetMovieOpenErrorText(void);
 
 TOOLBOX_EXTERN_C_END
