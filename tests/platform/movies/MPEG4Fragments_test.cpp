@@ -33,17 +33,6 @@ const SoundTrack& SoundOf(const ImportResult& inResult) {
     return inResult.Sound() == nullptr ? kNone : *inResult.Sound();
 }
 
-void ExpectNumbered(const SoundTrack& inSound, std::uint32_t inCount) {
-    ASSERT_EQ(inCount, inSound.packets->PacketCount());
-    const auto reader = inSound.packets->NewReader();
-    for (std::uint32_t i = 0; i < inCount; ++i) {
-        PacketBytes bytes;
-        ASSERT_EQ(noErr, reader->Read(i, bytes)) << i;
-        ASSERT_EQ(100u, bytes.sizeBytes);
-        ASSERT_EQ(i, std::uint32_t{bytes.data[0]} << 8 | bytes.data[1]);
-    }
-}
-
 TEST(MPEG4Fragments, TwoFragments) {
     const ImportResult result = Import(FragmentedMovie());
     EXPECT_EQ(10240, SoundOf(result).FrameCount());
