@@ -1,6 +1,7 @@
 # The two shared libraries, and a static one of each for tests that reach inside.
 
-set(TOOLBOX_ROOMS toolbox_memory toolbox_corefoundation toolbox_text toolbox_files toolbox_system toolbox_movies)
+set(TOOLBOX_ROOMS toolbox_memory toolbox_corefoundation toolbox_text toolbox_files toolbox_resources
+    toolbox_interface toolbox_system toolbox_movies)
 set(LIBRARY_ROOMS aac2wav_foundation aac2wav_strings aac2wav_converter)
 if(MIRTAL_JAVA)
     list(APPEND LIBRARY_ROOMS aac2wav_java)

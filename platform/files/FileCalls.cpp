@@ -3,6 +3,7 @@
 #include "FileCalls_test_access.h"
 
 #include <fcntl.h>
+#include <stdio.h>
 #include <unistd.h>
 #include <cerrno>
 #include <cstdlib>
@@ -15,7 +16,13 @@ int OpenFile(const char* inPath, int inFlags) {
     return ::open(inPath, inFlags);
 }
 
-FileCalls sCalls = {::realpath, ::statx, OpenFile, ::close, ::pread, ::opendir, ::readdir, ::closedir};
+int CreateFile(const char* inPath, int inFlags, mode_t inMode) {
+    return ::open(inPath, inFlags, inMode);
+}
+
+FileCalls sCalls = {::realpath, ::statx,    OpenFile,   ::close,  ::pread,           ::opendir,
+                    ::readdir,  ::closedir, CreateFile, ::pwrite, ::posix_fallocate, ::ftruncate,
+                    ::fchmod,   ::fsync,    ::rename,   ::unlink};
 
 }  // namespace
 

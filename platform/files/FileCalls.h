@@ -11,7 +11,8 @@
 
 namespace toolbox::files {
 
-// Each behaves as the system's own function of the same purpose: -1 or null with errno set on failure.
+// Each behaves as the system's own function of the same purpose: -1 or null with errno set on failure, where
+// nothing else is said.
 struct FileCalls {
     char* (*canonicalPath)(const char* inPath, char* outBuffer);  // realpath
     int (*statAt)(int inFolder, const char* inPath, int inFlags, unsigned inMask, struct statx* outStatus);
@@ -21,6 +22,15 @@ struct FileCalls {
     DIR* (*openFolder)(const char* inPath);
     struct dirent* (*readFolder)(DIR* inFolder);
     int (*closeFolder)(DIR* inFolder);
+    int (*createFile)(const char* inPath, int inFlags, mode_t inMode);  // open
+    ssize_t (*writeAt)(int inDescriptor, const void* inBytes, std::size_t inByteCount, off_t inOffsetBytes);
+    int (*reserve)(int inDescriptor, off_t inOffsetBytes,
+                   off_t inByteCount);  // posix_fallocate: answers an errno
+    int (*setLength)(int inDescriptor, off_t inByteCount);
+    int (*setMode)(int inDescriptor, mode_t inMode);
+    int (*syncFile)(int inDescriptor);
+    int (*renameItem)(const char* inOldPath, const char* inNewPath);
+    int (*removeFile)(const char* inPath);  // unlink
 };
 
 const FileCalls& Calls();

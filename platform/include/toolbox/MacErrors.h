@@ -49,6 +49,12 @@ enum {
     badComponentInstance = (int)0x80008001,
     badComponentSelector = (int)0x80008002,
     couldntGetRequiredComponent = -9405,
+    resNotFound = -192,        // no such resource
+    resFNotFound = -193,       // no such open resource file
+    addResFailed = -194,       // it cannot be made a resource
+    rmvResFailed = -196,       // the resource cannot be removed
+    resAttrErr = -198,         // an attribute of the resource forbids it
+    mapReadErr = -199,         // the file's resource map makes no sense
     badFormat = -206,          // sound in a form that cannot be played
     noCodecErr = -8961         // the decoder that the description asks for is missing
 };

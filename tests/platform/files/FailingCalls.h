@@ -21,55 +21,83 @@ class FailingCalls {
         sExtent = inExtent;
         sCallCount = 0;
         sReal = mReal;
-        toolbox::files::CallsForTesting() = {
-            [](const char* inPath, char* outBuffer) -> char* {
-                return Fails() ? nullptr : sReal.canonicalPath(inPath, outBuffer);
-            },
-            [](int inFolder, const char* inPath, int inFlags, unsigned inMask, struct statx* outStatus) {
-                return Fails() ? -1 : sReal.statAt(inFolder, inPath, inFlags, inMask, outStatus);
-            },
-            [](const char* inPath, int inFlags) { return Fails() ? -1 : sReal.openFile(inPath, inFlags); },
-            [](int inDescriptor) {
-                const int result = sReal.closeFile(inDescriptor);
-                return Fails() ? -1 : result;
-            },
-            [](int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset) -> ssize_t {
-                return Fails() ? -1 : sReal.readAt(inDescriptor, outBytes, inByteCount, inOffset);
-            },
-            [](const char* inPath) -> DIR* { return Fails() ? nullptr : sReal.openFolder(inPath); },
-            [](DIR * inFolder) -> struct dirent* {return Fails() ? nullptr : sReal.readFolder(inFolder);
+        ReplaceReading(toolbox::files::CallsForTesting());
+        ReplaceWriting(toolbox::files::CallsForTesting());
     }
-    , [](DIR* inFolder) {
-        const int result = sReal.closeFolder(inFolder);
-        return Fails() ? -1 : result;
+    ~FailingCalls() { toolbox::files::CallsForTesting() = mReal; }
+    FailingCalls(const FailingCalls&) = delete;
+    FailingCalls& operator=(const FailingCalls&) = delete;
+
+    bool Delivered() const { return sCallCount >= sFailingCall; }
+
+  private:
+    static void ReplaceReading(toolbox::files::FileCalls& outCalls) {
+        outCalls.canonicalPath = [](const char* inPath, char* outBuffer) -> char* {
+            return Fails() ? nullptr : sReal.canonicalPath(inPath, outBuffer);
+        };
+        outCalls.statAt = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                             struct statx* outStatus) {
+            return Fails() ? -1 : sReal.statAt(inFolder, inPath, inFlags, inMask, outStatus);
+        };
+        outCalls.openFile = [](const char* inPath, int inFlags) {
+            return Fails() ? -1 : sReal.openFile(inPath, inFlags);
+        };
+        outCalls.closeFile = [](int inDescriptor) {
+            const int result = sReal.closeFile(inDescriptor);
+            return Fails() ? -1 : result;
+        };
+        outCalls.readAt = [](int inDescriptor, void* outBytes, std::size_t inByteCount,
+                             off_t inOffset) -> ssize_t {
+            return Fails() ? -1 : sReal.readAt(inDescriptor, outBytes, inByteCount, inOffset);
+        };
+        outCalls.openFolder = [](const char* inPath) -> DIR* {
+            return Fails() ? nullptr : sReal.openFolder(inPath);
+        };
+        outCalls.readFolder = [](DIR * inFolder) -> struct dirent* {
+            if (Fails()) return nullptr;
+            return sReal.readFolder(inFolder);
+        };
+        outCalls.closeFolder = [](DIR* inFolder) {
+            const int result = sReal.closeFolder(inFolder);
+            return Fails() ? -1 : result;
+        };
     }
+    static void ReplaceWriting(toolbox::files::FileCalls& outCalls) {
+        outCalls.createFile = [](const char* inPath, int inFlags, mode_t inMode) {
+            return Fails() ? -1 : sReal.createFile(inPath, inFlags, inMode);
+        };
+        outCalls.writeAt = [](int inDescriptor, const void* inBytes, std::size_t inByteCount,
+                              off_t inOffset) -> ssize_t {
+            return Fails() ? -1 : sReal.writeAt(inDescriptor, inBytes, inByteCount, inOffset);
+        };
+        outCalls.reserve = [](int inDescriptor, off_t inOffset, off_t inByteCount) {
+            return Fails() ? errno : sReal.reserve(inDescriptor, inOffset, inByteCount);
+        };
+        outCalls.setLength = [](int inDescriptor, off_t inByteCount) {
+            return Fails() ? -1 : sReal.setLength(inDescriptor, inByteCount);
+        };
+        outCalls.setMode = [](int inDescriptor, mode_t inMode) {
+            return Fails() ? -1 : sReal.setMode(inDescriptor, inMode);
+        };
+        outCalls.syncFile = [](int inDescriptor) { return Fails() ? -1 : sReal.syncFile(inDescriptor); };
+        outCalls.renameItem = [](const char* inOldPath, const char* inNewPath) {
+            return Fails() ? -1 : sReal.renameItem(inOldPath, inNewPath);
+        };
+        outCalls.removeFile = [](const char* inPath) { return Fails() ? -1 : sReal.removeFile(inPath); };
+    }
+    static bool Fails() {
+        ++sCallCount;
+        const bool fails = sExtent == kOnce ? sCallCount == sFailingCall : sCallCount >= sFailingCall;
+        if (fails) errno = sErrno;
+        return fails;
+    }
+
+    static inline int sFailingCall;
+    static inline int sErrno;
+    static inline Extent sExtent;
+    static inline int sCallCount;
+    static inline toolbox::files::FileCalls sReal;
+    toolbox::files::FileCalls mReal;
 };
-}  // namespace test_files
-~FailingCalls() {
-    toolbox::files::CallsForTesting() = mReal;
-}
-FailingCalls(const FailingCalls&) = delete;
-FailingCalls& operator=(const FailingCalls&) = delete;
-
-bool Delivered() const {
-    return sCallCount >= sFailingCall;
-}
-
-private:
-static bool Fails() {
-    ++sCallCount;
-    const bool fails = sExtent == kOnce ? sCallCount == sFailingCall : sCallCount >= sFailingCall;
-    if (fails) errno = sErrno;
-    return fails;
-}
-
-static inline int sFailingCall;
-static inline int sErrno;
-static inline Extent sExtent;
-static inline int sCallCount;
-static inline toolbox::files::FileCalls sReal;
-toolbox::files::FileCalls mReal;
-}
-;
 
 }  // namespace test_files

@@ -1,0 +1,49 @@
+// The AppleDouble format, version 2: what a file has beside its data fork, in a companion file.
+//
+//   offset  bytes  (every number is big-endian)
+//        0      4  0x00051607
+//        4      4  version, 0x00020000
+//        8     16  filler
+//       24      2  number of entries
+//       26     12  each entry: id, offset in the file, length
+//                  then the entries' bytes
+#pragma once
+
+#include <toolbox/MacTypes.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace toolbox::files {
+
+struct AppleDoubleEntry {
+    enum : UInt32 { kResourceFork = 2, kFinderInfo = 9 };
+
+    UInt32 id = 0;
+    UInt32 offsetBytes = 0;
+    UInt32 lengthBytes = 0;
+};
+
+struct AppleDoublePart {
+    UInt32 id = 0;
+    std::vector<UInt8> bytes;
+};
+
+constexpr std::size_t kAppleDoubleHeaderBytes = 26;
+constexpr std::size_t kAppleDoubleEntryBytes = 12;
+
+// Bytes of the header with its entries, from the first kAppleDoubleHeaderBytes; 0 when they begin no
+// companion file.
+std::size_t AppleDoubleHeaderSize(const UInt8* inBytes);
+
+// Reads the entries of a header of inByteCount bytes, in a file of inFileBytes bytes. False when it
+// contradicts itself: an entry outside the file or over the header, an id 0 or one that comes twice.
+bool DecodeAppleDouble(const UInt8* inBytes, std::size_t inByteCount, UInt64 inFileBytes,
+                       std::vector<AppleDoubleEntry>& outEntries);
+
+// A companion file of these parts, in this order but for the resource fork, which comes last: what other
+// systems keep in the Finder information may tell offsets in the file, and a fork that grows must not move
+// it. False when it is longer than the format can tell.
+bool EncodeAppleDouble(const std::vector<AppleDoublePart>& inParts, std::vector<UInt8>& outBytes);
+
+}  // namespace toolbox::files

@@ -1,0 +1,74 @@
+#include "AlertResources.h"
+
+namespace toolbox::interface {
+
+namespace {
+
+constexpr std::size_t kAlertBytes = 12;
+constexpr std::size_t kItemListOffset = 8;
+constexpr std::size_t kStagesOffset = 10;
+constexpr std::size_t kCountBytes = 2;
+constexpr std::size_t kBoundsOffset = 4;
+constexpr std::size_t kKindOffset = 12;
+constexpr std::size_t kLengthOffset = 13;
+constexpr std::size_t kItemBytes = 14;
+constexpr UInt8 kDisabled = 0x80;
+constexpr UInt8 kButtonKind = 4;
+constexpr UInt8 kStaticTextKind = 8;
+
+UInt16 Word(std::span<const UInt8> inBytes, std::size_t inOffset) {
+    return static_cast<UInt16>(inBytes[inOffset] << 8 | inBytes[inOffset + 1]);
+}
+
+SInt16 Coordinate(std::span<const UInt8> inItem, std::size_t inIndex) {
+    return static_cast<SInt16>(Word(inItem, kBoundsOffset + 2 * inIndex));
+}
+
+AlertItem::Kind KindOf(UInt8 inKind) {
+    switch (inKind & ~kDisabled) {
+        case kButtonKind:
+            return AlertItem::kButton;
+        case kStaticTextKind:
+            return AlertItem::kStaticText;
+        default:
+            return AlertItem::kOther;
+    }
+}
+
+}  // namespace
+
+bool DecodeAlert(std::span<const UInt8> inBytes, AlertTemplate& outAlert) {
+    if (inBytes.size() < kAlertBytes) return false;
+    outAlert.itemListID = static_cast<SInt16>(Word(inBytes, kItemListOffset));
+    UInt16 stages = Word(inBytes, kStagesOffset);
+    for (AlertStage& stage : outAlert.stages) {
+        stage = {static_cast<SInt16>((stages & 8) != 0 ? 2 : 1), (stages & 4) != 0};
+        stages = static_cast<UInt16>(stages >> 4);
+    }
+    return true;
+}
+
+bool DecodeItems(std::span<const UInt8> inBytes, std::vector<AlertItem>& outItems) {
+    outItems.clear();
+    if (inBytes.size() < kCountBytes) return false;
+    const std::size_t count = (Word(inBytes, 0) + std::size_t{1}) & 0xFFFF;
+    std::span<const UInt8> rest = inBytes.subspan(kCountBytes);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (rest.size() < kItemBytes) return false;
+        const std::size_t length = rest[kLengthOffset];
+        if (length > rest.size() - kItemBytes) return false;
+        AlertItem item;
+        item.kind = KindOf(rest[kKindOffset]);
+        item.isEnabled = (rest[kKindOffset] & kDisabled) == 0;
+        item.bounds = {Coordinate(rest, 0), Coordinate(rest, 1), Coordinate(rest, 2), Coordinate(rest, 3)};
+        if (item.kind != AlertItem::kOther)
+            item.text.assign(reinterpret_cast<const char*>(rest.data() + kItemBytes), length);
+        outItems.push_back(std::move(item));
+        // The last item need not be padded.
+        const std::size_t padded = kItemBytes + length + length % 2;
+        rest = rest.subspan(padded < rest.size() ? padded : rest.size());
+    }
+    return true;
+}
+
+}  // namespace toolbox::interface

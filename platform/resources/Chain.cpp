@@ -1,0 +1,223 @@
+#include "Chain.h"
+
+#include "Application.h"
+
+#include <toolbox/MacErrors.h>
+#include <toolbox/MacMemory.h>
+#include <toolbox/Resources.h>
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+namespace toolbox::resources {
+
+namespace {
+
+constexpr SInt16 kFirstRefNum = 2;
+
+thread_local OSErr sResError = noErr;
+
+// Whether a block that was a resource's still is one. An emptied block tells no state.
+bool IsStillResource(Handle inHandle) {
+    const SInt8 state = HGetState(inHandle);
+    if (MemError() == nilHandleErr) return true;
+    return MemError() == noErr && (state & kHandleResourceBit) != 0;
+}
+
+}  // namespace
+
+std::mutex& ChainMutex() {
+    static std::mutex sMutex;
+    return sMutex;
+}
+
+void SetResError(OSStatus inStatus) {
+    sResError = static_cast<OSErr>(inStatus);
+}
+
+// Never destroyed: resources may be asked for while the program ends.
+Chain& Chain::Shared() {
+    static Chain& sChain = *new Chain;
+    return sChain;
+}
+
+void Chain::OpenApplicationFile() {
+    if (mHasLookedForApplication) return;
+    mHasLookedForApplication = true;
+    std::unique_ptr<ResourceFile> file = OpenResourcesOfApplication();
+    if (file == nullptr) return;
+    SInt16 refNum = 0;
+    Add(std::move(file), refNum);
+}
+
+SInt16 Chain::FreeRefNum() {
+    for (SInt32 tries = std::numeric_limits<SInt16>::max(); tries > 0; --tries) {
+        mLastRefNum = mLastRefNum == std::numeric_limits<SInt16>::max()
+                          ? kFirstRefNum
+                          : static_cast<SInt16>(mLastRefNum + 1);
+        if (File(mLastRefNum) == nullptr) return mLastRefNum;
+    }
+    return 0;
+}
+
+OSStatus Chain::Add(std::unique_ptr<ResourceFile> inFile, SInt16& outRefNum) {
+    const SInt16 refNum = FreeRefNum();
+    if (refNum == 0) return tmfoErr;
+    ResourceFile& file = *inFile;
+    mLinks.push_back({refNum, std::move(inFile)});
+    mCurrent = outRefNum = refNum;
+    if (mLoads) Preload(file);
+    return noErr;
+}
+
+// What cannot be read now is met with its status when it is asked for.
+void Chain::Preload(ResourceFile& ioFile) {
+    for (const auto& resource : ioFile.Resources()) {
+        Handle handle = nullptr;
+        if ((resource->reference.attributes & resPreload) != 0) Provide(*resource, true, handle);
+    }
+}
+
+OSStatus Chain::CloseLink(std::size_t inIndex) {
+    ResourceFile& file = *mLinks[inIndex].file;
+    OSStatus status = memFullErr;
+    try {
+        status = file.Write(nullptr);
+    } catch (const std::bad_alloc&) {
+        // Closed all the same: whoever closes a file cannot try again.
+    }
+    for (const auto& resource : file.Resources())
+        if (resource->handle != nullptr) Release(*resource);
+    const bool wasCurrent = mLinks[inIndex].refNum == mCurrent;
+    mLinks.erase(mLinks.begin() + static_cast<std::ptrdiff_t>(inIndex));
+    if (!wasCurrent) return status;
+    // The file opened before it, or else what is left.
+    const std::size_t next = inIndex > 0 ? inIndex - 1 : 0;
+    mCurrent = mLinks.empty() ? SInt16{0} : mLinks[next].refNum;
+    return status;
+}
+
+OSStatus Chain::Close(SInt16 inRefNum) {
+    for (std::size_t i = 0; i < mLinks.size(); ++i)
+        if (mLinks[i].refNum == inRefNum) return CloseLink(i);
+    return resFNotFound;
+}
+
+OSStatus Chain::CloseAll() {
+    OSStatus first = noErr;
+    while (!mLinks.empty()) {
+        const OSStatus status = CloseLink(mLinks.size() - 1);
+        if (first == noErr) first = status;
+    }
+    return first;
+}
+
+ResourceFile* Chain::File(SInt16 inRefNum) const {
+    for (const Link& link : mLinks)
+        if (link.refNum == inRefNum) return link.file.get();
+    return nullptr;
+}
+
+SInt16 Chain::RefNumOf(const ResourceFile* inFile) const {
+    for (const Link& link : mLinks)
+        if (link.file.get() == inFile) return link.refNum;
+    return 0;
+}
+
+SInt16 Chain::RefNumOfFork(const FSRef& inFile, files::Fork inFork) const {
+    for (const Link& link : mLinks)
+        if (!link.file->IsReadOnly() && link.file->IsFork(inFile, inFork)) return link.refNum;
+    return 0;
+}
+
+std::vector<ResourceFile*> Chain::From(std::size_t inEnd, Depth inDepth) const {
+    std::vector<ResourceFile*> files;
+    for (std::size_t i = inEnd; i > 0; --i) {
+        files.push_back(mLinks[i - 1].file.get());
+        if (inDepth == Depth::kOneDeep) break;
+    }
+    return files;
+}
+
+std::vector<ResourceFile*> Chain::Searched(Depth inDepth) const {
+    std::size_t end = mLinks.size();
+    while (end > 0 && mLinks[end - 1].refNum != mCurrent)
+        --end;
+    return From(end, inDepth);
+}
+
+std::vector<ResourceFile*> Chain::Counted(Depth inDepth) const {
+    return inDepth == Depth::kOneDeep ? Searched(inDepth) : From(mLinks.size(), inDepth);
+}
+
+Resource* Chain::Find(Handle inHandle) {
+    const auto found = inHandle == nullptr ? mByHandle.end() : mByHandle.find(inHandle);
+    if (found == mByHandle.end()) return nullptr;
+    Resource* resource = found->second;
+    if (IsStillResource(inHandle)) return resource;
+    mByHandle.erase(found);
+    resource->handle = nullptr;
+    return nullptr;
+}
+
+void Chain::Adopt(Resource& ioResource, Handle inHandle) {
+    const auto [found, isNew] = mByHandle.try_emplace(inHandle, &ioResource);
+    // The handle of another resource, disposed of behind our back and handed out again.
+    if (!isNew && found->second != &ioResource) found->second->handle = nullptr;
+    found->second = &ioResource;
+    ioResource.handle = inHandle;
+}
+
+OSStatus Chain::Provide(Resource& ioResource, bool inLoads, Handle& outHandle) {
+    if (ioResource.handle != nullptr && Find(ioResource.handle) != &ioResource) ioResource.handle = nullptr;
+    const bool isNew = ioResource.handle == nullptr;
+    if (isNew) {
+        Handle handle = NewEmptyHandle();
+        if (handle == nullptr) return MemError();
+        try {
+            Adopt(ioResource, handle);
+        } catch (const std::bad_alloc&) {
+            DisposeHandle(handle);
+            throw;
+        }
+    }
+    if (inLoads && *ioResource.handle == nullptr) {
+        const OSStatus status = ioResource.file->Load(ioResource);
+        if (status != noErr) {
+            if (isNew) Release(ioResource);
+            return status;
+        }
+    }
+    outHandle = ioResource.handle;
+    return noErr;
+}
+
+void Chain::LetGo(Resource& ioResource) {
+    HClrRBit(ioResource.handle);
+    mByHandle.erase(ioResource.handle);
+    ioResource.handle = nullptr;
+}
+
+void Chain::Release(Resource& ioResource) {
+    Handle handle = ioResource.handle;
+    if (Find(handle) != &ioResource) return;
+    mByHandle.erase(handle);
+    ioResource.handle = nullptr;
+    DisposeHandle(handle);
+}
+
+void CloseAllFiles() {
+    try {
+        const std::lock_guard lock(ChainMutex());
+        SetResError(Chain::Shared().CloseAll());
+    } catch (const std::bad_alloc&) {
+        SetResError(memFullErr);
+    }
+}
+
+}  // namespace toolbox::resources
+
+OSErr ResError() {
+    return toolbox::resources::sResError;
+}

@@ -1,0 +1,178 @@
+#include "ResourceFile.h"
+
+#include "files/BigEndian.h"
+
+#include <toolbox/MacErrors.h>
+#include <toolbox/MacMemory.h>
+#include <toolbox/Resources.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace toolbox::resources {
+
+namespace {
+
+// Attributes of a map that lie in the file; the others tell its state in memory.
+constexpr UInt16 kStoredFileAttributes = static_cast<UInt16>(~(mapReadOnly | mapChanged));
+
+bool HasChanged(const Resource& inResource) {
+    return (inResource.reference.attributes & resChanged) != 0;
+}
+
+// Bits of the handle as the attributes ask for them.
+void SetHandleState(const Resource& inResource) {
+    HSetRBit(inResource.handle);
+    if ((inResource.reference.attributes & resPurgeable) != 0) HPurge(inResource.handle);
+    if ((inResource.reference.attributes & resLocked) != 0) HLock(inResource.handle);
+}
+
+// A fork that ends before what its header tells of makes no sense.
+OSStatus Malformed(OSStatus inStatus) {
+    return inStatus == eofErr ? OSStatus{mapReadErr} : inStatus;
+}
+
+}  // namespace
+
+OSStatus ResourceFile::Open(const FSRef& inFile, files::Fork inFork, bool inIsReadOnly,
+                            std::unique_ptr<ResourceFile>& outFile) {
+    std::unique_ptr<ResourceFile> file(new ResourceFile(inFile, inFork, inIsReadOnly));
+    OSStatus status = files::Open(inFile, inFork, file->mFork);
+    if (status == errFSForkNotFound) status = eofErr;
+    if (status == noErr && file->mFork.SizeBytes() == 0) status = eofErr;
+    if (status == noErr) status = file->Read();
+    if (status == noErr) outFile = std::move(file);
+    return status;
+}
+
+OSStatus ResourceFile::Read() {
+    UInt8 header[kForkHeaderBytes];
+    OSStatus status = mFork.Read(0, header, sizeof header);
+    if (status != noErr) return Malformed(status);
+    if (!DecodeHeader(header, mFork.SizeBytes(), mHeader)) return mapReadErr;
+    std::vector<UInt8> map(std::min(mHeader.mapBytes, kMostMapBytes));
+    status = mFork.Read(mHeader.mapOffset, map.data(), map.size());
+    if (status != noErr) return Malformed(status);
+    std::vector<Reference> references;
+    if (!DecodeMap(map, mAttributes, references)) return mapReadErr;
+    mAttributes &= kStoredFileAttributes;
+    mResources.reserve(references.size());
+    for (Reference& reference : references) {
+        reference.attributes &= static_cast<UInt8>(~resChanged);
+        mResources.push_back(std::make_unique<Resource>(Resource{std::move(reference), true, nullptr, this}));
+    }
+    return noErr;
+}
+
+bool ResourceFile::IsFork(const FSRef& inFile, files::Fork inFork) const {
+    return mKind == inFork && std::memcmp(mFile.hidden, inFile.hidden, sizeof mFile.hidden) == 0;
+}
+
+UInt16 ResourceFile::Attributes() const {
+    return static_cast<UInt16>(mAttributes | (mIsReadOnly ? mapReadOnly : 0) |
+                               (mIsMapChanged ? mapChanged : 0));
+}
+
+void ResourceFile::SetAttributes(UInt16 inAttributes) {
+    mAttributes = static_cast<UInt16>((mAttributes & ~mapCompact) | (inAttributes & mapCompact));
+    mIsMapChanged = (inAttributes & mapChanged) != 0;
+}
+
+OSStatus ResourceFile::ReadSize(const Resource& inResource, UInt32& outBytes) const {
+    const UInt32 offset = inResource.reference.dataOffset;
+    if (offset > mHeader.dataBytes || mHeader.dataBytes - offset < kLengthBytes) return mapReadErr;
+    UInt8 length[kLengthBytes];
+    const OSStatus status = mFork.Read(UInt64{mHeader.dataOffset} + offset, length, sizeof length);
+    if (status != noErr) return Malformed(status);
+    outBytes = files::Load32(length);
+    const bool isInside = outBytes <= mHeader.dataBytes - offset - kLengthBytes;
+    return isInside && outBytes <= std::numeric_limits<Size>::max() ? noErr : mapReadErr;
+}
+
+OSStatus ResourceFile::ReadData(const Resource& inResource, void* outBytes, UInt32 inByteCount) const {
+    const UInt64 offset = UInt64{mHeader.dataOffset} + inResource.reference.dataOffset + kLengthBytes;
+    return Malformed(mFork.Read(offset, outBytes, inByteCount));
+}
+
+OSStatus ResourceFile::Load(Resource& ioResource) {
+    UInt32 byteCount = 0;
+    OSStatus status = ioResource.isStored ? ReadSize(ioResource, byteCount) : OSStatus{noErr};
+    if (status != noErr) return status;
+    ReallocateHandle(ioResource.handle, static_cast<Size>(byteCount));
+    if (MemError() != noErr) return MemError();
+    if (ioResource.isStored) status = ReadData(ioResource, *ioResource.handle, byteCount);
+    if (status != noErr) {
+        EmptyHandle(ioResource.handle);
+        return status;
+    }
+    SetHandleState(ioResource);
+    return noErr;
+}
+
+bool ResourceFile::IsChanged() const {
+    return mIsMapChanged || std::any_of(mResources.begin(), mResources.end(),
+                                        [](const auto& inResource) { return HasChanged(*inResource); });
+}
+
+OSStatus ResourceFile::CollectData(const Resource& inResource, bool inIsFromHandle,
+                                   std::vector<UInt8>& outBytes) const {
+    if (inIsFromHandle) {
+        outBytes.assign(*inResource.handle, *inResource.handle + GetHandleSize(inResource.handle));
+        return noErr;
+    }
+    UInt32 byteCount = 0;
+    const OSStatus status = ReadSize(inResource, byteCount);
+    if (status != noErr) return status;
+    outBytes.resize(byteCount);
+    return ReadData(inResource, outBytes.data(), byteCount);
+}
+
+OSStatus ResourceFile::Collect(const Resource* inOnly, std::vector<Image>& outImages,
+                               std::vector<Resource*>& outWritten) const {
+    for (const auto& resource : mResources) {
+        const bool isMeant = inOnly == nullptr || inOnly == resource.get();
+        const bool hasData = resource->handle != nullptr && *resource->handle != nullptr;
+        // What was changed and then emptied is lost; the file's own data, or none, is what there is.
+        const bool isFromHandle = isMeant && HasChanged(*resource) && hasData;
+        if (!isFromHandle && !resource->isStored && !isMeant) continue;
+        Image image = {resource->reference, {}};
+        image.reference.attributes &= static_cast<UInt8>(~resChanged);
+        if (isFromHandle || resource->isStored) {
+            const OSStatus status = CollectData(*resource, isFromHandle, image.bytes);
+            if (status != noErr) return status;
+        }
+        outImages.push_back(std::move(image));
+        outWritten.push_back(resource.get());
+    }
+    return noErr;
+}
+
+OSStatus ResourceFile::Write(const Resource* inOnly) {
+    if (inOnly == nullptr ? !IsChanged() : !HasChanged(*inOnly)) return noErr;
+    if (mIsReadOnly) return wPrErr;
+    std::vector<Image> images;
+    std::vector<Resource*> written;
+    OSStatus status = Collect(inOnly, images, written);
+    if (status != noErr) return status;
+    std::vector<UInt8> bytes;
+    if (!EncodeFork(images, mAttributes, bytes)) return dskFulErr;
+    ForkHeader header;
+    if (!DecodeHeader(bytes.data(), bytes.size(), header)) return mapReadErr;
+    status = files::WriteFork(mFile, mKind, bytes);
+    if (status != noErr) return status;
+    // The bytes that the offsets meant are gone; should the new ones not open, there are none to read.
+    mFork = files::OpenFork();
+    mHeader = header;
+    for (std::size_t i = 0; i < written.size(); ++i) {
+        written[i]->reference.dataOffset = images[i].reference.dataOffset;
+        written[i]->isStored = true;
+        if (inOnly == nullptr || inOnly == written[i])
+            written[i]->reference.attributes &= static_cast<UInt8>(~resChanged);
+    }
+    // Others' changes of data alone are not the map's.
+    if (inOnly == nullptr) mIsMapChanged = false;
+    return files::Open(mFile, mKind, mFork);
+}
+
+}  // namespace toolbox::resources

@@ -1,0 +1,205 @@
+#include "resources/Chain.h"
+
+#include <thread>
+
+#include "ResourcesTest.h"
+#include "files/Forks.h"
+#include "platform/files/FailingCalls.h"
+
+namespace {
+
+using namespace test_resources;
+
+constexpr UniChar kForkName[] = {'R', 'E', 'S', 'O', 'U', 'R', 'C', 'E', '_', 'F', 'O', 'R', 'K'};
+
+TEST_F(ResourcesTest, NothingOpen) {
+    EXPECT_EQ(0, CurResFile());
+    EXPECT_EQ(nullptr, GetResource(kText, 1));
+    EXPECT_EQ(noErr, ResError());
+    EXPECT_EQ(0, CountTypes());
+    UseResFile(0);
+    EXPECT_EQ(noErr, ResError());
+    for (const SInt16 refNum : {SInt16{1}, SInt16{-1}, SInt16{0}}) {
+        CloseResFile(refNum);
+        EXPECT_EQ(resFNotFound, ResError());
+        UpdateResFile(refNum);
+        EXPECT_EQ(resFNotFound, ResError());
+        EXPECT_EQ(0, GetResFileAttrs(refNum));
+        EXPECT_EQ(resFNotFound, ResError());
+    }
+    UseResFile(99);
+    EXPECT_EQ(resFNotFound, ResError());
+}
+
+TEST_F(ResourcesTest, SearchGoesFromTheCurrentFileDown) {
+    const SInt16 first = Open(MakeFile("1", {ImageOf(kText, 1, "first"), ImageOf(kText, 9, "nine")}));
+    const SInt16 second = Open(MakeFile("2", {ImageOf(kText, 1, "second")}));
+    const SInt16 third = Open(MakeFile("3", {ImageOf(kText, 1, "third")}));
+    EXPECT_EQ(third, CurResFile());
+    EXPECT_EQ("third", TextOf(GetResource(kText, 1)));
+    UseResFile(second);
+    EXPECT_EQ("second", TextOf(GetResource(kText, 1)));
+    EXPECT_EQ("nine", TextOf(GetResource(kText, 9)));
+    EXPECT_EQ(first, HomeResFile(GetResource(kText, 9)));
+    EXPECT_EQ(nullptr, Get1Resource(kText, 9));
+    EXPECT_EQ(resNotFound, ResError());
+    UseResFile(0);
+    EXPECT_EQ(nullptr, GetResource(kText, 1)) << "the system's file";
+}
+
+TEST_F(ResourcesTest, ClosingTheCurrentFile) {
+    const SInt16 first = Open(MakeFile("1", {}));
+    const SInt16 second = Open(MakeFile("2", {}));
+    const SInt16 third = Open(MakeFile("3", {}));
+    UseResFile(second);
+    CloseResFile(second);
+    EXPECT_EQ(first, CurResFile());
+    CloseResFile(first);
+    EXPECT_EQ(third, CurResFile());
+    CloseResFile(third);
+    EXPECT_EQ(0, CurResFile());
+}
+
+TEST_F(ResourcesTest, ClosingGivesUpTheHandles) {
+    const UInt64 before = GetLiveHandleCount();
+    const SInt16 refNum =
+        Open(MakeFile("f", {ImageOf(kText, 1, "a"), ImageOf(kText, 2, "b", "", resLocked)}));
+    GetResource(kText, 1);
+    GetResource(kText, 2);
+    EXPECT_EQ(before + 2, GetLiveHandleCount());
+    CloseResFile(refNum);
+    EXPECT_EQ(before, GetLiveHandleCount());
+}
+
+TEST_F(ResourcesTest, ForksThatAreNoResourceFile) {
+    EXPECT_EQ(-1, Open(MakeFileOf("empty", std::vector<UInt8>())));
+    EXPECT_EQ(eofErr, ResError());
+    EXPECT_EQ(-1, Open(MakeFileOf("short", std::vector<UInt8>(15))));
+    EXPECT_EQ(mapReadErr, ResError());
+    EXPECT_EQ(-1, Open(MakeFileOf("text", std::vector<UInt8>(1000, 'x'))));
+    EXPECT_EQ(mapReadErr, ResError());
+    EXPECT_EQ(-1, Open(MakeFileOf("zeroes", std::vector<UInt8>(1000))));
+    EXPECT_EQ(mapReadErr, ResError());
+    const FSRef folder = RefOf(mFolder.Path());
+    EXPECT_EQ(-1, Open(folder));
+    EXPECT_EQ(notAFileErr, ResError());
+    const FSRef none = {};
+    EXPECT_EQ(-1, Open(none));
+    EXPECT_EQ(errFSBadFSRef, ResError());
+}
+
+TEST_F(ResourcesTest, OpeningWithBadArguments) {
+    const FSRef file = MakeFile("f", {});
+    SInt16 refNum = 5;
+    EXPECT_EQ(paramErr, FSOpenResourceFile(nullptr, 0, nullptr, fsRdPerm, &refNum));
+    EXPECT_EQ(-1, refNum);
+    EXPECT_EQ(paramErr, FSOpenResourceFile(&file, 0, nullptr, 4, &refNum));
+    EXPECT_EQ(paramErr, FSOpenResourceFile(&file, 0, nullptr, -1, &refNum));
+    const UniChar other[] = {'X'};
+    EXPECT_EQ(errFSForkNotFound, FSOpenResourceFile(&file, 1, other, fsRdPerm, &refNum));
+    EXPECT_EQ(errFSForkNotFound, FSOpenResourceFile(&file, 13, nullptr, fsRdPerm, &refNum));
+    EXPECT_EQ(noErr, FSOpenResourceFile(&file, 0, nullptr, fsRdPerm, nullptr));
+    EXPECT_EQ(-1, FSOpenResFile(nullptr, fsRdPerm));
+    EXPECT_EQ(paramErr, ResError());
+}
+
+TEST_F(ResourcesTest, OpenTwice) {
+    const FSRef file = MakeFile("f", {ImageOf(kText, 1, "one")});
+    const SInt16 first = Open(file);
+    const SInt16 other = Open(MakeFile("other", {}));
+    EXPECT_EQ(first, Open(file)) << "open for changes already";
+    EXPECT_EQ(other, CurResFile());
+    const SInt16 reading = Open(file, fsRdPerm);
+    EXPECT_NE(first, reading);
+    EXPECT_EQ(mapReadOnly, GetResFileAttrs(reading));
+    EXPECT_NE(reading, Open(file, fsRdPerm));
+}
+
+TEST_F(ResourcesTest, ReferenceNumbersAreNotReusedAtOnce) {
+    const FSRef file = MakeFile("f", {ImageOf(kText, 1, "one")});
+    const SInt16 first = Open(file);
+    CloseResFile(first);
+    const SInt16 second = Open(file);
+    EXPECT_NE(first, second);
+    for (int i = 0; i < 32'800; ++i) {
+        const SInt16 refNum = Open(file, fsRdPerm);
+        ASSERT_GT(refNum, 1) << i;
+        ASSERT_NE(second, refNum) << i;
+        CloseResFile(refNum);
+    }
+}
+
+TEST_F(ResourcesTest, ResourceForkOfAFile) {
+    const FSRef file = RefOf(mFolder.MakeFile("file", "its data"));
+    EXPECT_EQ(-1, FSOpenResFile(&file, fsRdWrPerm));
+    EXPECT_EQ(eofErr, ResError());
+    EXPECT_EQ(noErr, FSCreateResourceFork(&file, 13, kForkName, 0));
+    EXPECT_EQ(dupFNErr, FSCreateResourceFork(&file, 13, kForkName, 0));
+    EXPECT_EQ(dupFNErr, FSCreateResourceFork(&file, 0, nullptr, 0)) << "the data";
+    const SInt16 refNum = FSOpenResFile(&file, fsRdWrPerm);
+    ASSERT_GT(refNum, 0);
+    EXPECT_EQ(0, CountTypes());
+    AddResource(NewText("in the companion"), kText, 1, nullptr);
+    CloseResFile(refNum);
+    EXPECT_EQ(noErr, ResError());
+    SInt16 again = 0;
+    ASSERT_EQ(noErr, FSOpenResourceFile(&file, 13, kForkName, fsRdPerm, &again));
+    EXPECT_EQ("in the companion", TextOf(GetResource(kText, 1)));
+}
+
+TEST_F(ResourcesTest, CreatingWithBadArguments) {
+    const FSRef file = RefOf(mFolder.MakeFile("file", ""));
+    EXPECT_EQ(paramErr, FSCreateResourceFork(nullptr, 0, nullptr, 0));
+    EXPECT_EQ(paramErr, FSCreateResourceFork(&file, 0, nullptr, 1));
+    EXPECT_EQ(errFSForkNotFound, FSCreateResourceFork(&file, 12, kForkName, 0));
+    const FSRef folder = RefOf(mFolder.Path());
+    EXPECT_EQ(notAFileErr, FSCreateResourceFork(&folder, 13, kForkName, 0));
+    EXPECT_EQ(noErr, FSCreateResourceFork(&file, 0, nullptr, 0)) << "an empty data fork";
+    EXPECT_GT(Open(file), 0);
+}
+
+TEST_F(ResourcesTest, ResErrorIsEachThreadsOwn) {
+    CloseResFile(99);
+    std::thread([] {
+        EXPECT_EQ(noErr, ResError());
+        UseResFile(0);
+    }).join();
+    EXPECT_EQ(resFNotFound, ResError());
+}
+
+TEST_F(ResourcesTest, ManyThreadsAtOnce) {
+    ASSERT_GT(Open(MakeFile("f", {ImageOf(kText, 1, "one"), ImageOf(kText, 2, "two")})), 0);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([] {
+            for (int round = 0; round < 500; ++round) {
+                if (GetResource(kText, 1) == nullptr) ADD_FAILURE() << ResError();
+                const Handle plain = NewText("p");
+                GetResAttrs(plain);
+                EXPECT_EQ(resNotFound, ResError());
+                DisposeHandle(plain);
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+TEST_F(ResourcesTest, EveryCallFailsWhileAFileIsOpened) {
+    const FSRef file = MakeFile("f", {ImageOf(kText, 1, "one", "", resPreload)});
+    for (int failing = 1;; ++failing) {
+        const std::size_t descriptors = test_files::OpenDescriptorCount();
+        const test_files::FailingCalls calls(failing, EIO);
+        SInt16 refNum = 0;
+        const OSErr error = FSOpenResourceFile(&file, 0, nullptr, fsRdWrPerm, &refNum);
+        CloseResFile(refNum);
+        EXPECT_EQ(descriptors, test_files::OpenDescriptorCount());
+        if (!calls.Delivered()) {
+            EXPECT_EQ(noErr, error);
+            EXPECT_GT(failing, 5);
+            break;
+        }
+        ASSERT_LT(failing, 100);
+    }
+}
+
+}  // namespace

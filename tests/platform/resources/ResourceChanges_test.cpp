@@ -1,0 +1,288 @@
+#include <cerrno>
+
+#include "ResourcesTest.h"
+#include "platform/files/FailingCalls.h"
+
+namespace {
+
+using namespace test_resources;
+
+class ChangesTest : public ResourcesTest {
+  protected:
+    FSRef mFile = MakeFile("f", {ImageOf(kText, 1, "one", "first"), ImageOf(kText, 2, "two"),
+                                 ImageOf(kOther, 3, "protected", "", resProtected)});
+    SInt16 mRefNum = Open(mFile);
+
+    void Reopen() {
+        CloseResFile(mRefNum);
+        EXPECT_EQ(noErr, ResError());
+        mRefNum = Open(mFile);
+    }
+};
+
+TEST_F(ChangesTest, Added) {
+    const Handle added = NewText("added");
+    AddResource(added, kText, 3, PascalText("third"));
+    EXPECT_EQ(noErr, ResError());
+    EXPECT_NE(0, HGetState(added) & kHandleResourceBit);
+    EXPECT_EQ(resChanged, GetResAttrs(added));
+    EXPECT_EQ(added, GetResource(kText, 3));
+    EXPECT_EQ(added, GetIndResource(kText, 3)) << "beside those of its type";
+    EXPECT_EQ(5, GetResourceSizeOnDisk(added));
+    EXPECT_EQ(mRefNum, HomeResFile(added));
+    EXPECT_NE(0, GetResFileAttrs(mRefNum) & mapChanged);
+    Reopen();
+    EXPECT_EQ("added", TextOf(GetNamedResource(kText, PascalText("third"))));
+    EXPECT_EQ("one", TextOf(GetNamedResource(kText, PascalText("first"))));
+    EXPECT_EQ("protected", TextOf(GetResource(kOther, 3)));
+    EXPECT_EQ(resProtected, GetResAttrs(GetResource(kOther, 3)));
+    EXPECT_EQ(0, GetResAttrs(GetResource(kText, 3)));
+}
+
+TEST_F(ChangesTest, WhatCannotBeAdded) {
+    AddResource(nullptr, kText, 3, nullptr);
+    EXPECT_EQ(addResFailed, ResError());
+    AddResource(GetResource(kText, 1), kText, 3, nullptr);
+    EXPECT_EQ(addResFailed, ResError());
+    const Handle empty = NewEmptyHandle();
+    AddResource(empty, kText, 3, nullptr);
+    EXPECT_EQ(addResFailed, ResError());
+    const Handle plain = NewText("x");
+    UseResFile(0);
+    AddResource(plain, kText, 3, nullptr);
+    EXPECT_EQ(addResFailed, ResError());
+    EXPECT_EQ(0, HGetState(plain));
+    CloseResFile(mRefNum);
+    mRefNum = Open(mFile, fsRdPerm);
+    AddResource(plain, kText, 3, nullptr);
+    EXPECT_EQ(wPrErr, ResError());
+    EXPECT_EQ(0, HGetState(plain));
+    EXPECT_EQ(2, CountResources(kText));
+    DisposeHandle(plain);
+    DisposeHandle(empty);
+}
+
+TEST_F(ChangesTest, SameTypeAndIDTwice) {
+    AddResource(NewText("other"), kText, 1, nullptr);
+    EXPECT_EQ(noErr, ResError());
+    EXPECT_EQ(3, Count1Resources(kText));
+    Reopen();
+    EXPECT_EQ(3, Count1Resources(kText));
+    EXPECT_EQ("one", TextOf(GetResource(kText, 1))) << "the first";
+}
+
+TEST_F(ChangesTest, Changed) {
+    const Handle handle = GetResource(kText, 1);
+    PtrToXHand("rewritten", handle, 9);
+    ReleaseResource(GetResource(kText, 2));
+    Reopen();
+    EXPECT_EQ("one", TextOf(GetResource(kText, 1))) << "nobody told that it was changed";
+    const Handle again = GetResource(kText, 1);
+    PtrToXHand("rewritten", again, 9);
+    ChangedResource(again);
+    EXPECT_EQ(noErr, ResError());
+    EXPECT_EQ(resChanged, GetResAttrs(again));
+    ReleaseResource(again);
+    EXPECT_EQ(noErr, ResError());
+    EXPECT_EQ(again, GetResource(kText, 1)) << "a changed one keeps its handle";
+    DetachResource(again);
+    EXPECT_EQ(resAttrErr, ResError());
+    UpdateResFile(mRefNum);
+    EXPECT_EQ(noErr, ResError());
+    EXPECT_EQ(0, GetResAttrs(again));
+    EXPECT_EQ(0, GetResFileAttrs(mRefNum));
+    EXPECT_EQ(9, GetResourceSizeOnDisk(again));
+    EXPECT_EQ("two", TextOf(GetResource(kText, 2))) << "read from the new file";
+    Reopen();
+    EXPECT_EQ("rewritten", TextOf(GetResource(kText, 1)));
+    EXPECT_EQ("two", TextOf(GetResource(kText, 2)));
+}
+
+TEST_F(ChangesTest, ProtectedStays) {
+    const Handle handle = GetResource(kOther, 3);
+    ChangedResource(handle);
+    EXPECT_EQ(resAttrErr, ResError());
+    SetResInfo(handle, 4, PascalText("x"));
+    EXPECT_EQ(resAttrErr, ResError());
+    RemoveResource(handle);
+    EXPECT_EQ(rmvResFailed, ResError());
+    SetResAttrs(handle, resPurgeable | resChanged);
+    EXPECT_EQ(noErr, ResError());
+    EXPECT_EQ(resPurgeable, GetResAttrs(handle)) << "resChanged is not for the caller to set";
+    SetResInfo(handle, 4, PascalText("x"));
+    EXPECT_EQ(noErr, ResError());
+    Reopen();
+    EXPECT_EQ(resPurgeable, GetResAttrs(GetNamedResource(kOther, PascalText("x"))));
+}
+
+TEST_F(ChangesTest, Info) {
+    const Handle handle = GetResource(kText, 1);
+    SetResInfo(handle, 10, nullptr);
+    EXPECT_EQ(noErr, ResError());
+    Reopen();
+    EXPECT_EQ("one", TextOf(GetResource(kText, 10)));
+    EXPECT_EQ("one", TextOf(GetNamedResource(kText, PascalText("first"))));
+    SetResInfo(GetResource(kText, 10), 10, PascalText(""));
+    Reopen();
+    EXPECT_EQ(nullptr, GetNamedResource(kText, PascalText("first")));
+    EXPECT_EQ("one", TextOf(GetResource(kText, 10)));
+}
+
+TEST_F(ChangesTest, Removed) {
+    const Handle handle = GetResource(kText, 1);
+    RemoveResource(handle);
+    EXPECT_EQ(noErr, ResError());
+    EXPECT_EQ("one", TextOf(handle)) << "the caller's now";
+    EXPECT_EQ(0, HGetState(handle));
+    DisposeHandle(handle);
+    EXPECT_EQ(nullptr, GetResource(kText, 1));
+    EXPECT_EQ(resNotFound, ResError());
+    Reopen();
+    EXPECT_EQ(nullptr, GetResource(kText, 1));
+    EXPECT_EQ("two", TextOf(GetResource(kText, 2)));
+}
+
+TEST_F(ChangesTest, RemovedFromAnotherFile) {
+    const Handle handle = GetResource(kText, 1);
+    Open(MakeFile("other", {}));
+    RemoveResource(handle);
+    EXPECT_EQ(rmvResFailed, ResError());
+    EXPECT_EQ(handle, GetResource(kText, 1));
+}
+
+TEST_F(ChangesTest, LastOfItsType) {
+    const Handle handle = GetResource(kText, 1);
+    const Handle second = GetResource(kText, 2);
+    RemoveResource(handle);
+    RemoveResource(second);
+    DisposeHandle(handle);
+    DisposeHandle(second);
+    Reopen();
+    EXPECT_EQ(1, Count1Types());
+    EXPECT_EQ(nullptr, GetResource(kText, 1));
+    EXPECT_EQ(noErr, ResError());
+}
+
+TEST_F(ChangesTest, WriteResourceWritesOne) {
+    const Handle one = GetResource(kText, 1);
+    const Handle two = GetResource(kText, 2);
+    const Handle added = NewText("added");
+    AddResource(added, kText, 3, nullptr);
+    PtrToXHand("ONE!", one, 4);
+    PtrToXHand("TWO!", two, 4);
+    ChangedResource(one);
+    ChangedResource(two);
+    WriteResource(one);
+    EXPECT_EQ(noErr, ResError());
+    EXPECT_EQ(0, GetResAttrs(one));
+    EXPECT_EQ(resChanged, GetResAttrs(two));
+    const SInt16 reader = Open(mFile, fsRdPerm);
+    EXPECT_EQ("ONE!", TextOf(Get1Resource(kText, 1)));
+    EXPECT_EQ("two", TextOf(Get1Resource(kText, 2)));
+    EXPECT_EQ(nullptr, Get1Resource(kText, 3));
+    CloseResFile(reader);
+    UseResFile(mRefNum);
+    WriteResource(one);
+    EXPECT_EQ(noErr, ResError()) << "nothing to write";
+    Reopen();
+    EXPECT_EQ("TWO!", TextOf(GetResource(kText, 2)));
+    EXPECT_EQ("added", TextOf(GetResource(kText, 3)));
+}
+
+TEST_F(ChangesTest, ReadOnlyFile) {
+    CloseResFile(mRefNum);
+    mRefNum = Open(mFile, fsRdPerm);
+    const Handle handle = GetResource(kText, 1);
+    ChangedResource(handle);
+    EXPECT_EQ(wPrErr, ResError());
+    SetResInfo(handle, 5, nullptr);
+    EXPECT_EQ(wPrErr, ResError());
+    RemoveResource(handle);
+    EXPECT_EQ(rmvResFailed, ResError());
+    SetResAttrs(handle, resPurgeable);
+    EXPECT_EQ(noErr, ResError());
+    EXPECT_EQ(resPurgeable, GetResAttrs(handle));
+    UpdateResFile(mRefNum);
+    EXPECT_EQ(noErr, ResError()) << "nothing has changed";
+    SetResFileAttrs(mRefNum, mapChanged);
+    UpdateResFile(mRefNum);
+    EXPECT_EQ(wPrErr, ResError());
+    CloseResFile(mRefNum);
+    EXPECT_EQ(wPrErr, ResError());
+    EXPECT_EQ(0, CurResFile()) << "closed all the same";
+}
+
+TEST_F(ChangesTest, FileAttributes) {
+    SetResFileAttrs(mRefNum, mapCompact | mapReadOnly | mapChanged | 1);
+    EXPECT_EQ(mapCompact | mapChanged, GetResFileAttrs(mRefNum));
+    Reopen();
+    EXPECT_EQ(mapCompact, GetResFileAttrs(mRefNum));
+    SetResInfo(GetResource(kText, 1), 50, nullptr);
+    SetResFileAttrs(mRefNum, 0);
+    Reopen();
+    EXPECT_EQ(mapCompact, GetResFileAttrs(mRefNum)) << "a map said to be unchanged is not written";
+    EXPECT_EQ("one", TextOf(GetResource(kText, 1)));
+}
+
+TEST_F(ChangesTest, ChangedAndThenEmptied) {
+    const Handle handle = GetResource(kText, 1);
+    ChangedResource(handle);
+    EmptyHandle(handle);
+    AddResource(NewText("gone"), kText, 7, nullptr);
+    EmptyHandle(GetResource(kText, 7));
+    Reopen();
+    EXPECT_EQ("one", TextOf(GetResource(kText, 1)));
+    EXPECT_EQ("", TextOf(GetResource(kText, 7)));
+}
+
+TEST_F(ChangesTest, TooMuchForTheFormat) {
+    AddResource(NewText(std::string(0x1000000, 'x')), kText, 7, nullptr);
+    AddResource(NewText("after it"), kText, 8, nullptr);
+    UpdateResFile(mRefNum);
+    EXPECT_EQ(dskFulErr, ResError());
+    EXPECT_EQ("after it", TextOf(GetResource(kText, 8)));
+    CloseResFile(mRefNum);
+    EXPECT_EQ(dskFulErr, ResError());
+    mRefNum = Open(mFile);
+    EXPECT_EQ("one", TextOf(GetResource(kText, 1))) << "the file is as it was";
+}
+
+TEST_F(ChangesTest, EveryCallFailsWhileAForkIsWritten) {
+    const FSRef file = RefOf(mFolder.MakeFile("forked", "data"));
+    const UniChar name[] = {'R', 'E', 'S', 'O', 'U', 'R', 'C', 'E', '_', 'F', 'O', 'R', 'K'};
+    ASSERT_EQ(noErr, FSCreateResourceFork(&file, 13, name, 0));
+    SInt16 refNum = FSOpenResFile(&file, fsRdWrPerm);
+    AddResource(NewText("old"), kText, 1, nullptr);
+    CloseResFile(refNum);
+    for (int failing = 1;; ++failing) {
+        refNum = FSOpenResFile(&file, fsRdWrPerm);
+        const Handle handle = GetResource(kText, 1);
+        ASSERT_NE(nullptr, handle) << failing;
+        PtrToXHand("new", handle, 3);
+        ChangedResource(handle);
+        bool wasDelivered = false;
+        OSErr error = noErr;
+        {
+            const test_files::FailingCalls calls(failing, EIO, test_files::FailingCalls::kForever);
+            CloseResFile(refNum);
+            error = ResError();
+            wasDelivered = calls.Delivered();
+        }
+        refNum = FSOpenResFile(&file, fsRdWrPerm);
+        ASSERT_GT(refNum, 0) << failing;
+        const std::string text = TextOf(GetResource(kText, 1));
+        EXPECT_TRUE(text == "new" || (text == "old" && error != noErr)) << failing << text;
+        PtrToXHand("old", GetResource(kText, 1), 3);
+        ChangedResource(GetResource(kText, 1));
+        CloseResFile(refNum);
+        ASSERT_EQ(noErr, ResError());
+        if (!wasDelivered) {
+            EXPECT_EQ(noErr, error);
+            EXPECT_GT(failing, 10);
+            break;
+        }
+        ASSERT_LT(failing, 100);
+    }
+}
+
+}  // namespace
