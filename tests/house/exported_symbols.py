@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""What the two libraries export: all that their public headers declare, and nothing else.
+"""What the two libraries export: all that their public headers declare, and nothing else; under plain names what has C
+linkage, and under the link names that declarations give.
 
 Usage: exported_symbols.py ROOT TOOLBOX_LIBRARY AAC2WAV_LIBRARY
 """
@@ -12,7 +13,7 @@ ROOT, TOOLBOX, LIBRARY = Path(sys.argv[1]), sys.argv[2], sys.argv[3]
 
 # What compilers and their instrumentation export from any shared library.
 ALWAYS = re.compile(r"^(_init|_fini|__bss_start|_edata|_end|__asan\w*|__odr_asan\w*|__sancov\w*|__gcov\w*|__llvm\w*)$"
-                    r"|^(std::|typeinfo|vtable|guard variable for std|operator (new|delete)|__gnu_cxx)"
+                    r"|^((\w+ )*std::|typeinfo|vtable|guard variable for std|operator (new|delete)|__gnu_cxx)"
                     # The Java runtime finds these by name; tests/java looks after them.
                     r"|^(Java_com_mirtal_\w+|JNI_On(Load|Unload))$")
 
@@ -35,7 +36,22 @@ def declared(folder, marker):
             match = re.match(r"(?:extern\s+\"C\"\s+)?[\w\s:*&<>,\"]*?[\s*&](operator\s*[^\s(]+|\w+)\s*(?:\(|$)", " " + tail)
             if match:
                 functions.add(match.group(1).replace("operator ", "operator"))
-    return functions, classes
+    return functions - classes, classes
+
+
+def linked_as(folders, marker):
+    """The symbols that must be there literally: of declarations with C linkage, and link names spelled out."""
+    symbols = set()
+    for folder in folders:
+        for header in sorted(folder.rglob("*.h")):
+            text = re.sub(r"//[^\n]*", "", header.read_text())
+            symbols.update(re.findall(r"__asm__\(\"(\w+)\"\)", text))
+            blocks = re.findall(r"extern \"C\" \{(.*?)^(?:\}|#ifdef)", text, re.DOTALL | re.MULTILINE)
+            blocks += re.findall(r"_EXTERN_C_BEGIN\n(.*?)^\w+_EXTERN_C_END", text, re.DOTALL | re.MULTILINE)
+            blocks += re.findall(r"extern \"C\" (?!\{)([^;]*;)", text)
+            for block in blocks:
+                symbols.update(re.findall(marker + r"\s[^;()]*?(\w+)\s*\(", block))
+    return symbols
 
 
 def base_name(name):
@@ -56,9 +72,15 @@ def check(label, library, folders, marker):
         base = base_name(name)
         if base not in functions and base.split("::")[0] not in classes:
             problems.append(f"{label}: {name} is exported and no public header declares it")
+    plain = set(subprocess.run(["nm", "-D", "--defined-only", "-j", library], capture_output=True, text=True,
+                               check=True).stdout.split())
+    literal = linked_as([ROOT / folder for folder in folders], marker)
+    for symbol in sorted(literal - plain):
+        problems.append(f"{label}: there is no symbol {symbol}, which the declaration asks for")
     if not functions:
         problems.append(f"{label}: no declaration found at all")
-    print(f"{label}: {len(names)} exported, {len(functions)} functions and {len(classes)} classes declared")
+    print(f"{label}: {len(names)} exported, {len(functions)} functions and {len(classes)} classes declared, "
+          f"{len(literal)} symbols by name")
     return problems
 
 

@@ -1,0 +1,18 @@
+#include <strings/ByteBlocks.h>
+
+#include <cstddef>
+#include <cstring>
+
+// Weak: a program that links both libraries statically has the toolbox's functions of these names, too, and
+// either will do.
+__attribute__((weak)) void BlockMoveData(const void* inSource, void* outDestination, Size inByteCount) {
+    if (inByteCount > 0) std::memmove(outDestination, inSource, static_cast<std::size_t>(inByteCount));
+}
+
+__attribute__((weak)) void BlockZero(void* outDestination, Size inByteCount) {
+    if (inByteCount > 0) std::memset(outDestination, 0, static_cast<std::size_t>(inByteCount));
+}
+
+Boolean PMemEqual(const void* inLeft, const void* inRight, long inByteCount) {
+    return inByteCount <= 0 || std::memcmp(inLeft, inRight, static_cast<std::size_t>(inByteCount)) == 0;
+}

@@ -1,0 +1,114 @@
+#include <strings/PascalStrings.h>
+
+#include <toolbox/Script.h>
+#include <toolbox/TextUtils.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+#include "CharacterBytes.h"
+#include "PascalText.h"
+
+namespace {
+
+constexpr int kLongest = 255;
+
+void Append(unsigned char* ioText, const unsigned char* inBytes, std::size_t inByteCount) {
+    std::size_t const count = std::min<std::size_t>(inByteCount, kLongest - ioText[0]);
+    std::memmove(ioText + 1 + ioText[0], inBytes, count);
+    ioText[0] = static_cast<unsigned char>(ioText[0] + count);
+}
+
+}  // namespace
+
+unsigned char StrLength(const unsigned char* inText) {
+    return inText[0];
+}
+
+Boolean PStrEqual(const unsigned char* inLeft, const unsigned char* inRight) {
+    return TextOf(inLeft) == TextOf(inRight);
+}
+
+Boolean PStrNEqual(const unsigned char* inLeft, const unsigned char* inRight, unsigned char inCount) {
+    if (inLeft[0] < inCount || inRight[0] < inCount) return false;
+    return std::memcmp(inLeft + 1, inRight + 1, inCount) == 0;
+}
+
+Boolean PStrContains(const unsigned char* inText, const unsigned char* inPart) {
+    return TextOf(inText).find(TextOf(inPart)) != std::string_view::npos;
+}
+
+Boolean PStrContainsChar(const unsigned char* inText, unsigned char inChar) {
+    return std::memchr(inText + 1, inChar, inText[0]) != nullptr;
+}
+
+Boolean PStrEndsWith(const unsigned char* inText, const unsigned char* inTail) {
+    return TextOf(inText).ends_with(TextOf(inTail));
+}
+
+void PStrCopy(const unsigned char* inSource, unsigned char* outDestination) {
+    std::memmove(outDestination, inSource, std::size_t{inSource[0]} + 1);
+}
+
+void PStrNCopy(const unsigned char* inSource, unsigned char* outDestination, short inMaxLength) {
+    std::size_t length = inSource[0];
+    if (inSource[0] >= inMaxLength) {
+        length = static_cast<std::size_t>(std::max<short>(inMaxLength, 0));
+        auto const* const text = reinterpret_cast<const char*>(inSource) + 1;
+        if (length != 0 && IsSecondByte(text, inMaxLength, smCurrentScript)) --length;
+    }
+    if (inSource != outDestination) std::memmove(outDestination, inSource, length + 1);
+    outDestination[0] = static_cast<unsigned char>(length);
+}
+
+void PStrCat(unsigned char* ioText, const unsigned char* inTail) {
+    Append(ioText, inTail + 1, inTail[0]);
+}
+
+void PAddChar(unsigned char* ioText, unsigned char inChar) {
+    Append(ioText, &inChar, 1);
+}
+
+void PAddBlank(unsigned char* ioText) {
+    PAddChar(ioText, ' ');
+}
+
+void PAddNum(unsigned char* ioText, long inNumber) {
+    Str255 number;
+    NumToString(static_cast<SInt32>(inNumber), number);
+    PStrCat(ioText, number);
+}
+
+void PStrStripLeadingBlanks(const unsigned char* inSource, unsigned char* outDestination) {
+    int const length = inSource[0];
+    int blankCount = 0;
+    while (blankCount < length - 1 && inSource[blankCount + 1] == ' ')
+        ++blankCount;
+    if (inSource + blankCount == outDestination) return;
+    int const keptCount = length - blankCount;
+    std::memmove(outDestination + 1, inSource + 1 + blankCount, static_cast<std::size_t>(keptCount));
+    outDestination[0] = static_cast<unsigned char>(keptCount);
+}
+
+void PLowerText(unsigned char* ioText, short inByteCount) {
+    for (short i = 0; i < inByteCount; ++i)
+        if (ioText[i] >= 'A' && ioText[i] <= 'Z') ioText[i] = static_cast<unsigned char>(ioText[i] + 32);
+}
+
+void PLowerString(unsigned char* ioText) {
+    PLowerText(ioText + 1, ioText[0]);
+}
+
+void PStrUppercase(unsigned char* ioText) {
+    UppercaseText(reinterpret_cast<char*>(ioText) + 1, ioText[0], smSystemScript);
+}
+
+double PStr2Double(const unsigned char* inText) {
+    char text[kLongest + 1];
+    std::memcpy(text, inText + 1, inText[0]);
+    text[inText[0]] = '\0';
+    double number = 0;
+    return std::sscanf(text, "%lf", &number) == 1 ? number : 0;
+}

@@ -1,0 +1,67 @@
+#include <gtest/gtest.h>
+#include <strings/ByteBlocks.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Into and out of a block of 64 bytes at every place, overlapping or not.
+TEST(ByteBlocks, MovesWhateverTheOverlap) {
+    std::vector<unsigned char> original(64);
+    for (std::size_t i = 0; i < original.size(); ++i)
+        original[i] = static_cast<unsigned char>(i);
+    for (std::size_t from = 0; from < 24; ++from)
+        for (std::size_t to = 0; to < 24; ++to)
+            for (std::size_t count = 0; count <= 40; ++count) {
+                std::vector<unsigned char> moved = original;
+                BlockMoveData(moved.data() + from, moved.data() + to, static_cast<Size>(count));
+                for (std::size_t i = 0; i < moved.size(); ++i) {
+                    bool const isMoved = i >= to && i < to + count;
+                    ASSERT_EQ(original[isMoved ? i - to + from : i], moved[i])
+                        << from << ' ' << to << ' ' << count << ' ' << i;
+                }
+            }
+}
+
+TEST(ByteBlocks, MovesNothingForNoCount) {
+    char block[] = "abcdef";
+    BlockMoveData(block, block + 3, 0);
+    BlockMoveData(block, block + 3, -2);
+    BlockMoveData(nullptr, nullptr, 0);
+    EXPECT_STREQ("abcdef", block);
+}
+
+TEST(ByteBlocks, ZeroesExactlyTheCount) {
+    for (Size count = -2; count <= 100; ++count) {
+        std::string block(104, 'x');
+        BlockZero(block.data() + 2, count);
+        std::size_t const zeroed = static_cast<std::size_t>(count < 0 ? 0 : count);
+        EXPECT_EQ("xx" + std::string(zeroed, '\0') + std::string(102 - zeroed, 'x'), block);
+    }
+    BlockZero(nullptr, 0);
+}
+
+TEST(ByteBlocks, EqualUpToTheCount) {
+    EXPECT_EQ(1, PMemEqual("abc", "abc", 3));
+    EXPECT_EQ(0, PMemEqual("abc", "abd", 3));
+    EXPECT_EQ(1, PMemEqual("abc", "abd", 2));
+    EXPECT_EQ(0, PMemEqual("Abc", "abc", 3));
+    EXPECT_EQ(0, PMemEqual("a\0b", "a\0c", 3));
+    EXPECT_EQ(1, PMemEqual("a", "b", 0));
+    EXPECT_EQ(1, PMemEqual("a", "b", -1));
+    EXPECT_EQ(1, PMemEqual(nullptr, nullptr, 0));
+}
+
+TEST(ByteBlocks, UnequalAtEveryPlace) {
+    std::string const left(70, 'q');
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        std::string right = left;
+        right[i] = '\xF1';
+        EXPECT_EQ(0, PMemEqual(left.data(), right.data(), 70));
+        EXPECT_EQ(1, PMemEqual(left.data(), right.data(), static_cast<long>(i)));
+    }
+}
+
+}  // namespace

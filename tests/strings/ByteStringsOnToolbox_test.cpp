@@ -1,0 +1,81 @@
+// What byte strings say of scripts, over the real Script Manager.
+#include <gtest/gtest.h>
+#include <strings/ByteBlocks.h>
+#include <strings/CStrings.h>
+#include <strings/CharacterBytes.h>
+#include <strings/PascalStrings.h>
+
+#include <string>
+
+#include "PascalBuffer.h"
+
+namespace {
+
+using P = PascalBuffer;
+
+class ByteStringsOnToolboxTest : public ::testing::Test {
+  protected:
+    ~ByteStringsOnToolboxTest() override { SetScript(smCurrentScript); }
+
+    static void SetScript(ScriptCode inScript) {
+        ASSERT_TRUE(SetCurrentScript(inScript));
+        InterruptSafeCharacterByteType("a", 0, smUninterp);
+    }
+};
+
+TEST_F(ByteStringsOnToolboxTest, ByteTypesAsTheToolboxHasThem) {
+    for (int script = smCurrentScript; script <= smUninterp; ++script)
+        for (int first = 0; first < 256; ++first)
+            for (int second : {0x20, 0x41, 0x82, 0xA0, 0xC3, 0xE3, 0xFE}) {
+                char const text[] = {static_cast<char>(first), static_cast<char>(second), 'a'};
+                for (short offset = 0; offset < 3; ++offset)
+                    ASSERT_EQ(CharacterByteType(text, offset, static_cast<ScriptCode>(script)),
+                              InterruptSafeCharacterByteType(text, offset, static_cast<ScriptCode>(script)))
+                        << script << ' ' << first << ' ' << second << ' ' << offset;
+            }
+}
+
+TEST_F(ByteStringsOnToolboxTest, CutCopiesInADoubleByteScript) {
+    SetScript(smJapanese);
+    P copy;
+    PStrNCopy(P("abc\x82\xA0zzzzz"), copy, 4);
+    EXPECT_EQ("abc", copy.Text());
+    char text[16];
+    CStrNCopy("abc\x82\xA0zzzzz", text, 4);
+    EXPECT_STREQ("abc", text);
+}
+
+TEST_F(ByteStringsOnToolboxTest, CutCopiesOfTheApplicationsText) {
+    SetScript(smCurrentScript);
+    P copy;
+    PStrNCopy(P("caf\xC3\xA9s"), copy, 4);
+    EXPECT_EQ("caf", copy.Text());
+    PStrNCopy(P("caf\xC3\xA9s"), copy, 5);
+    EXPECT_EQ("caf\xC3\xA9", copy.Text());
+}
+
+TEST_F(ByteStringsOnToolboxTest, CaseOfTheApplicationsText) {
+    P text("caf\xC3\xA9");
+    PStrUppercase(text);
+    EXPECT_EQ("CAF\xC3\x89", text.Text());
+    PLowerString(text);
+    EXPECT_EQ("caf\xC3\x89", text.Text());
+    EXPECT_EQ(1, PStrHasSuffix(P("a.\xC3\xA9t\xC3\xA9"), P(".\xC3\x89T\xC3\x89")));
+}
+
+TEST_F(ByteStringsOnToolboxTest, Numbers) {
+    P text;
+    PAddNum(text, -2147483647L - 1);
+    EXPECT_EQ("-2147483648", text.Text());
+}
+
+// Both libraries have them; linked into one program, either serves.
+TEST_F(ByteStringsOnToolboxTest, BlocksMoveAndClear) {
+    char block[] = "abcdef";
+    BlockMoveData(block, block + 1, 4);
+    EXPECT_STREQ("aabcdf", block);
+    BlockZero(block + 1, 2);
+    EXPECT_EQ(std::string("a\0\0cdf", 6), std::string(block, 6));
+}
+
+}  // namespace
