@@ -1,6 +1,9 @@
 #include "Calls.h"
 
+#include "Alerts.h"
+#include "Memory.h"
 #include "Movies.h"
+#include "Resources.h"
 #include "Script.h"
 #include "Text.h"
 
@@ -35,7 +38,10 @@ std::string NameOf(std::string const& inCall) {
 void StartScenario() {
     TheState() = State();
     TheState().log.reserve(kLogCapacity);
+    ForgetAlerts();
+    ForgetMemoryScript();
     ForgetMovies();
+    ForgetResources();
     ForgetScripts();
     ForgetTextScript();
 }

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <set>
+#include <string>
 
 namespace fakes {
 
@@ -16,15 +16,26 @@ struct Block {
     Ptr master = nullptr;  // first: a handle is the address of its master pointer
     Size byteCount = 0;
     bool isLocked = false;
+    SInt8 otherState = 0;  // state bits but for the lock
 };
+
+OSErr sMemError = noErr;
+OSErr sErrorOfFailure = memFullErr;
+
+// Logs a call that can fail, and keeps its result.
+bool LogAndFailMemory(std::string const& inCall) {
+    bool const fails = LogAndFail(inCall);
+    sMemError = fails ? sErrorOfFailure : OSErr{noErr};
+    return fails;
+}
 
 std::map<Handle, Block*>& Handles() {
     static auto& sHandles = *new std::map<Handle, Block*>;
     return sHandles;
 }
 
-std::set<Ptr>& Ptrs() {
-    static auto& sPtrs = *new std::set<Ptr>;
+std::map<Ptr, Size>& Ptrs() {
+    static auto& sPtrs = *new std::map<Ptr, Size>;
     return sPtrs;
 }
 
@@ -60,7 +71,22 @@ void Resize(Block& ioBlock, Size inByteCount) {
     ioBlock.byteCount = inByteCount;
 }
 
+Ptr NewFixed(Size inByteCount, int inFill) {
+    Ptr const bytes = Allocate(inByteCount, inFill);
+    Ptrs()[bytes] = inByteCount;
+    return bytes;
+}
+
 }  // namespace
+
+void SetErrorOfFailure(OSErr inError) {
+    sErrorOfFailure = inError;
+}
+
+void ForgetMemoryScript() {
+    sMemError = noErr;
+    sErrorOfFailure = memFullErr;
+}
 
 int LiveHandles() {
     return static_cast<int>(Handles().size());
@@ -85,6 +111,14 @@ void SetHandleBytes(Handle ioHandle, std::vector<unsigned char> const& inBytes) 
     std::copy(inBytes.begin(), inBytes.end(), block->master);
 }
 
+void DiscardHandle(Handle inHandle) {
+    Block* const block = Find(inHandle, "disposing");
+    if (block == nullptr) return;
+    Handles().erase(inHandle);
+    std::free(block->master);
+    delete block;
+}
+
 std::vector<unsigned char> HandleBytes(Handle inHandle) {
     Block const* const block = Find(inHandle, "reading");
     if (block == nullptr) return {};
@@ -101,20 +135,17 @@ bool IsLocked(Handle inHandle) {
 using namespace fakes;
 
 Handle NewHandle(Size inByteCount) {
-    return LogAndFail(CallText("NewHandle", inByteCount)) ? nullptr : NewBlock(inByteCount, kGarbage);
+    return LogAndFailMemory(CallText("NewHandle", inByteCount)) ? nullptr : NewBlock(inByteCount, kGarbage);
 }
 
 Handle NewHandleClear(Size inByteCount) {
-    return LogAndFail(CallText("NewHandleClear", inByteCount)) ? nullptr : NewBlock(inByteCount, 0);
+    return LogAndFailMemory(CallText("NewHandleClear", inByteCount)) ? nullptr : NewBlock(inByteCount, 0);
 }
 
 void DisposeHandle(Handle inHandle) {
     Block* const block = Find(inHandle, "DisposeHandle");
     Log(CallText("DisposeHandle", block != nullptr ? block->byteCount : 0));
-    if (block == nullptr) return;
-    Handles().erase(inHandle);
-    std::free(block->master);
-    delete block;
+    if (block != nullptr) DiscardHandle(inHandle);
 }
 
 Size GetHandleSize(Handle inHandle) {
@@ -132,11 +163,55 @@ void HUnlock(Handle inHandle) {
     if (Block* const block = Find(inHandle, "HUnlock")) block->isLocked = false;
 }
 
+Handle TempNewHandle(Size inByteCount, OSErr* outResult) {
+    bool const fails = LogAndFailMemory(CallText("TempNewHandle", inByteCount));
+    *outResult = MemError();
+    return fails ? nullptr : NewBlock(inByteCount, kGarbage);
+}
+
+OSErr HandToHand(Handle* ioHandle) {
+    if (LogAndFailMemory("HandToHand()")) return MemError();
+    *ioHandle = MakeHandle(HandleBytes(*ioHandle));
+    return noErr;
+}
+
+SInt8 HGetState(Handle inHandle) {
+    if (LogAndFailMemory("HGetState()")) return 0;
+    Block const* const block = Find(inHandle, "HGetState");
+    if (block == nullptr) return sMemError = nilHandleErr, SInt8{0};
+    return static_cast<SInt8>(block->otherState | (block->isLocked ? kHandleLockedBit : 0));
+}
+
+void HSetState(Handle inHandle, SInt8 inState) {
+    Log(CallText("HSetState", static_cast<UInt8>(inState)));
+    Block* const block = Find(inHandle, "HSetState");
+    if (block == nullptr) return;
+    block->isLocked = (inState & kHandleLockedBit) != 0;
+    block->otherState = static_cast<SInt8>(inState & ~kHandleLockedBit);
+}
+
+void MoreMasterPointers(UInt32 inCount) {
+    Log(CallText("MoreMasterPointers", inCount));
+}
+
+OSErr MemError(void) {
+    return sMemError;
+}
+
+Ptr NewPtr(Size inByteCount) {
+    return LogAndFailMemory(CallText("NewPtr", inByteCount)) ? nullptr : NewFixed(inByteCount, kGarbage);
+}
+
 Ptr NewPtrClear(Size inByteCount) {
-    if (LogAndFail(CallText("NewPtrClear", inByteCount))) return nullptr;
-    Ptr const bytes = Allocate(inByteCount, 0);
-    Ptrs().insert(bytes);
-    return bytes;
+    return LogAndFailMemory(CallText("NewPtrClear", inByteCount)) ? nullptr : NewFixed(inByteCount, 0);
+}
+
+Size GetPtrSize(Ptr inPtr) {
+    if (LogAndFailMemory("GetPtrSize()")) return 0;
+    auto const found = Ptrs().find(inPtr);
+    if (found != Ptrs().end()) return found->second;
+    ReportMisuse("GetPtrSize of a block that is not live");
+    return 0;
 }
 
 void DisposePtr(Ptr inPtr) {

@@ -10,11 +10,16 @@ namespace fakes {
 int LiveHandles();
 int LivePtrs();
 
+// What MemError answers after a call that shall fail; memFullErr until it is set.
+void SetErrorOfFailure(OSErr inError);
+void ForgetMemoryScript();
+
 // As the toolbox's own functions, for other doubles: not logged, never failing.
 Handle MakeHandle(std::vector<unsigned char> const& inBytes);
 void SetHandleBytes(Handle ioHandle,
                     std::vector<unsigned char> const& inBytes);  // a null handle is left alone
 std::vector<unsigned char> HandleBytes(Handle inHandle);
+void DiscardHandle(Handle inHandle);
 bool IsLocked(Handle inHandle);
 
 }  // namespace fakes
