@@ -3,10 +3,12 @@
 #include <cstddef>
 #include <cstring>
 
+#include "MoveBytes.h"
+
 // Weak: a program that links both libraries statically has the toolbox's functions of these names, too, and
 // either will do.
 __attribute__((weak)) void BlockMoveData(const void* inSource, void* outDestination, Size inByteCount) {
-    if (inByteCount > 0) std::memmove(outDestination, inSource, static_cast<std::size_t>(inByteCount));
+    if (inByteCount > 0) MoveBytes(outDestination, inSource, static_cast<std::size_t>(inByteCount));
 }
 
 __attribute__((weak)) void BlockZero(void* outDestination, Size inByteCount) {

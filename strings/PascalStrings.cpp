@@ -1,5 +1,6 @@
 #include <strings/PascalStrings.h>
 
+#include <toolbox/Resources.h>
 #include <toolbox/Script.h>
 #include <toolbox/TextUtils.h>
 
@@ -9,6 +10,7 @@
 #include <cstring>
 
 #include "CharacterBytes.h"
+#include "MoveBytes.h"
 #include "PascalText.h"
 
 namespace {
@@ -17,8 +19,9 @@ constexpr int kLongest = 255;
 
 void Append(unsigned char* ioText, const unsigned char* inBytes, std::size_t inByteCount) {
     std::size_t const count = std::min<std::size_t>(inByteCount, kLongest - ioText[0]);
-    std::memmove(ioText + 1 + ioText[0], inBytes, count);
+    unsigned char* const end = ioText + 1 + ioText[0];
     ioText[0] = static_cast<unsigned char>(ioText[0] + count);
+    MoveBytes(end, inBytes, count);  // last: a jump, no call
 }
 
 }  // namespace
@@ -49,7 +52,7 @@ Boolean PStrEndsWith(const unsigned char* inText, const unsigned char* inTail) {
 }
 
 void PStrCopy(const unsigned char* inSource, unsigned char* outDestination) {
-    std::memmove(outDestination, inSource, std::size_t{inSource[0]} + 1);
+    MoveBytes(outDestination, inSource, std::size_t{inSource[0]} + 1);
 }
 
 void PStrNCopy(const unsigned char* inSource, unsigned char* outDestination, short inMaxLength) {
@@ -79,6 +82,12 @@ void PAddNum(unsigned char* ioText, long inNumber) {
     Str255 number;
     NumToString(static_cast<SInt32>(inNumber), number);
     PStrCat(ioText, number);
+}
+
+void PAddIndString(unsigned char* ioText, short inListID, short inIndex) {
+    Str255 string;
+    GetIndString(string, inListID, inIndex);
+    PStrCat(ioText, string);
 }
 
 void PStrStripLeadingBlanks(const unsigned char* inSource, unsigned char* outDestination) {

@@ -56,6 +56,7 @@ def linked_as(folders, marker):
 
 def base_name(name):
     name = re.sub(r"\(.*", "", name).replace("[abi:cxx11]", "")
+    name = re.sub(r"::operator .*", "::operator", name)  # a conversion: the type's name may have blanks
     return re.sub(r"^.*(?:\s|\))(?=\S+$)", "", name) if not name.startswith("operator") else name
 
 

@@ -8,6 +8,7 @@
 
 #include "PascalBuffer.h"
 #include "fakes/Calls.h"
+#include "fakes/Resources.h"
 #include "fakes/Script.h"
 #include "strings/NaiveByteStrings.h"
 
@@ -270,6 +271,21 @@ TEST_F(PascalStringsTest, AddNumTakesTheLow32Bits) {
     EXPECT_EQ("5", text.Text());
     PAddNum(text, static_cast<long>(0xFFFF'FFFFLL));
     EXPECT_EQ("5-1", text.Text());
+}
+
+TEST_F(PascalStringsTest, AddIndString) {
+    fakes::ScriptResource(FourChars("STR#"), 128, "", std::string("\0\2\5first\6second", 15));
+    P text("the ");
+    PAddIndString(text, 128, 2);
+    PAddIndString(text, 128, 1);
+    EXPECT_EQ("the secondfirst", text.Text());
+    for (short const index : {short{0}, short{3}, short{-1}})
+        PAddIndString(text, 128, index);
+    PAddIndString(text, 129, 1);
+    EXPECT_EQ("the secondfirst", text.Text());
+    P almost(Filler(252));
+    PAddIndString(almost, 128, 2);
+    EXPECT_EQ(Filler(252) + "sec", almost.Text());
 }
 
 TEST_F(PascalStringsTest, Lower) {

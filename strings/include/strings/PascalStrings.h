@@ -36,6 +36,9 @@ MIRTAL_EXPORT void PAddChar(unsigned char* ioText, unsigned char inChar);
 MIRTAL_EXPORT void PAddBlank(unsigned char* ioText);
 MIRTAL_EXPORT void PAddNum(unsigned char* ioText, long inNumber);  // decimal, of its low 32 bits, signed
 
+// String inIndex, from 1, of the application's list "STR#" inListID; nothing when there is none.
+MIRTAL_EXPORT void PAddIndString(unsigned char* ioText, short inListID, short inIndex);
+
 // Puts a parameter's text in place of every "^0", "^1", "^2" and "^3". A null parameter is empty. Texts put
 // in are not searched; a caret before anything else, or at the end, stays. Of "^^0" the first two characters
 // are a pair, and the digit stays.

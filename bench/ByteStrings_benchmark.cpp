@@ -1,0 +1,126 @@
+// Pascal strings and blocks beside the C library's functions that do the same work: each pair at the same
+// size, in the library as it is installed. Under other load compare the least times of several repetitions.
+#include <benchmark/benchmark.h>
+#include <foundation/Blocks.h>
+#include <strings/ByteBlocks.h>
+#include <strings/PascalStrings.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+struct Strings {
+    explicit Strings(benchmark::State& inState) {
+        source[0] = static_cast<unsigned char>(inState.range(0));
+        std::memset(source + 1, 'x', 255);
+    }
+    alignas(64) unsigned char source[256];
+    alignas(64) unsigned char destination[256] = {};
+};
+
+void CopyWithMemcpy(benchmark::State& ioState) {
+    Strings strings(ioState);
+    for (auto _ : ioState) {
+        std::size_t byteCount = strings.source[0] + 1u;
+        benchmark::DoNotOptimize(
+            byteCount);  // lest the compiler, which knows the most, does without the call
+        std::memcpy(strings.destination, strings.source, byteCount);
+        benchmark::ClobberMemory();
+    }
+}
+
+void CopyWithPStrCopy(benchmark::State& ioState) {
+    Strings strings(ioState);
+    for (auto _ : ioState) {
+        PStrCopy(strings.source, strings.destination);
+        benchmark::ClobberMemory();
+    }
+}
+
+void CatWithMemcpy(benchmark::State& ioState) {
+    Strings strings(ioState);
+    for (auto _ : ioState) {
+        unsigned char* const text = strings.destination;
+        text[0] = 3;
+        benchmark::ClobberMemory();
+        std::size_t count = std::min<std::size_t>(strings.source[0], 255u - text[0]);
+        benchmark::DoNotOptimize(count);
+        std::memcpy(text + 1 + text[0], strings.source + 1, count);
+        text[0] = static_cast<unsigned char>(text[0] + count);
+        benchmark::ClobberMemory();
+    }
+}
+
+void CatWithPStrCat(benchmark::State& ioState) {
+    Strings strings(ioState);
+    for (auto _ : ioState) {
+        strings.destination[0] = 3;
+        benchmark::ClobberMemory();
+        PStrCat(strings.destination, strings.source);
+        benchmark::ClobberMemory();
+    }
+}
+
+struct Blocks {
+    explicit Blocks(benchmark::State& inState)
+        : byteCount(inState.range(0)), left(static_cast<std::size_t>(byteCount), 'x'), right(left) {}
+    std::int64_t byteCount;
+    std::vector<unsigned char> left, right;
+};
+
+void MoveWithMemcpy(benchmark::State& ioState) {
+    Blocks blocks(ioState);
+    for (auto _ : ioState) {
+        std::memcpy(blocks.right.data(), blocks.left.data(), static_cast<std::size_t>(blocks.byteCount));
+        benchmark::ClobberMemory();
+    }
+}
+
+void MoveWithBlockMoveData(benchmark::State& ioState) {
+    Blocks blocks(ioState);
+    for (auto _ : ioState) {
+        BlockMoveData(blocks.left.data(), blocks.right.data(), static_cast<Size>(blocks.byteCount));
+        benchmark::ClobberMemory();
+    }
+}
+
+void CompareWithMemcmp(benchmark::State& ioState) {
+    Blocks blocks(ioState);
+    for (auto _ : ioState)
+        benchmark::DoNotOptimize(
+            std::memcmp(blocks.left.data(), blocks.right.data(), static_cast<std::size_t>(blocks.byteCount)));
+}
+
+void CompareWithBlockCompare(benchmark::State& ioState) {
+    Blocks blocks(ioState);
+    for (auto _ : ioState)
+        benchmark::DoNotOptimize(BlockCompare(blocks.left.data(), blocks.right.data(),
+                                              static_cast<unsigned long>(blocks.byteCount)));
+}
+
+double Least(std::vector<double> const& inTimes) {
+    return *std::min_element(inTimes.begin(), inTimes.end());
+}
+
+void OnStrings(benchmark::internal::Benchmark* inBenchmark) {
+    inBenchmark->ComputeStatistics("min", Least)->DenseRange(0, 12, 3)->Arg(31)->Arg(63)->Arg(127)->Arg(252);
+}
+
+void OnBlocks(benchmark::internal::Benchmark* inBenchmark) {
+    inBenchmark->ComputeStatistics("min", Least)->Arg(4)->RangeMultiplier(8)->Range(16, 1 << 20);
+}
+
+BENCHMARK(CopyWithMemcpy)->Apply(OnStrings);
+BENCHMARK(CopyWithPStrCopy)->Apply(OnStrings);
+BENCHMARK(CatWithMemcpy)->Apply(OnStrings);
+BENCHMARK(CatWithPStrCat)->Apply(OnStrings);
+BENCHMARK(MoveWithMemcpy)->Apply(OnBlocks);
+BENCHMARK(MoveWithBlockMoveData)->Apply(OnBlocks);
+BENCHMARK(CompareWithMemcmp)->Apply(OnBlocks);
+BENCHMARK(CompareWithBlockCompare)->Apply(OnBlocks);
+
+}  // namespace
+
+BENCHMARK_MAIN();
