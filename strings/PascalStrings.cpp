@@ -17,13 +17,6 @@ namespace {
 
 constexpr int kLongest = 255;
 
-void Append(unsigned char* ioText, const unsigned char* inBytes, std::size_t inByteCount) {
-    std::size_t const count = std::min<std::size_t>(inByteCount, kLongest - ioText[0]);
-    unsigned char* const end = ioText + 1 + ioText[0];
-    ioText[0] = static_cast<unsigned char>(ioText[0] + count);
-    MoveBytes(end, inBytes, count);  // last: a jump, no call
-}
-
 }  // namespace
 
 unsigned char StrLength(const unsigned char* inText) {
@@ -67,11 +60,16 @@ void PStrNCopy(const unsigned char* inSource, unsigned char* outDestination, sho
 }
 
 void PStrCat(unsigned char* ioText, const unsigned char* inTail) {
-    Append(ioText, inTail + 1, inTail[0]);
+    std::size_t const count = std::min<std::size_t>(inTail[0], kLongest - ioText[0]);
+    unsigned char* const end = ioText + 1 + ioText[0];
+    ioText[0] = static_cast<unsigned char>(ioText[0] + count);
+    MoveBytes(end, inTail + 1, count);  // last: a jump, no call
 }
 
 void PAddChar(unsigned char* ioText, unsigned char inChar) {
-    Append(ioText, &inChar, 1);
+    if (ioText[0] == kLongest) return;
+    ++ioText[0];
+    ioText[ioText[0]] = inChar;
 }
 
 void PAddBlank(unsigned char* ioText) {
