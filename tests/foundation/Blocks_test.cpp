@@ -50,22 +50,42 @@ TEST(Blocks, OrderOfTwoLengths) {
     EXPECT_EQ(0, BlockCompare("", "", 0UL, 0UL));
 }
 
-// Every length and place of the difference around the stretches that are compared at once, against a plain
-// loop.
+long CompareByALoop(unsigned char const* inLeft, unsigned char const* inRight, unsigned long inByteCount) {
+    for (unsigned long i = 0; i < inByteCount; ++i)
+        if (inLeft[i] != inRight[i]) return long{inLeft[i]} - long{inRight[i]};
+    return 0;
+}
+
+// Every length around the stretches that are compared at once, against a plain loop, at odd addresses.
 TEST(Blocks, AgainstAPlainLoop) {
     std::mt19937 random(7);
-    for (unsigned long length = 0; length < 1100; ++length) {
-        std::vector<unsigned char> left(length);
+    for (unsigned long length = 0; length < 9000; length += length < 700 || length % 512 > 500 ? 1 : 97) {
+        std::vector<unsigned char> left(length + 1);
         for (unsigned char& byte : left)
             byte = static_cast<unsigned char>(random());
         std::vector<unsigned char> right = left;
-        for (unsigned changes = random() % 3; changes > 0 && length > 0; --changes)
-            right[random() % length] = static_cast<unsigned char>(random());
-        long expected = 0;
-        for (unsigned long i = 0; i < length && expected == 0; ++i)
-            expected = long{left[i]} - long{right[i]};
-        EXPECT_EQ(expected, BlockCompare(left.data(), right.data(), length)) << length;
-        EXPECT_EQ(expected == 0, BlocksAreEqual(left.data(), right.data(), length)) << length;
+        for (unsigned changes = static_cast<unsigned>(random() % 3); changes > 0 && length > 0; --changes)
+            right[1 + random() % length] = static_cast<unsigned char>(random());
+        unsigned char const* const one = left.data() + 1;
+        unsigned char const* const other = right.data() + 1;
+        long const expected = CompareByALoop(one, other, length);
+        EXPECT_EQ(expected, BlockCompare(one, other, length)) << length;
+        EXPECT_EQ(-expected, BlockCompare(other, one, length)) << length;
+        EXPECT_EQ(expected == 0, BlocksAreEqual(one, other, length)) << length;
+    }
+}
+
+// Every place of a single difference, and of a second one behind it that must not count.
+TEST(Blocks, FirstDifferenceCounts) {
+    for (unsigned long const length : {1u, 7u, 8u, 9u, 31u, 32u, 33u, 100u, 600u}) {
+        std::vector<unsigned char> const left(length, 0x80);
+        for (unsigned long at = 0; at < length; ++at) {
+            std::vector<unsigned char> right = left;
+            right[length - 1] = 0;
+            right[at] = 0x90;
+            EXPECT_EQ(-0x10, BlockCompare(left.data(), right.data(), length)) << length << " " << at;
+            EXPECT_EQ(0, BlockCompare(left.data(), right.data(), at));
+        }
     }
 }
 
