@@ -1,0 +1,106 @@
+// Resource forks and companions of hostile making: opened, every resource read, changed and written again.
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <toolbox/Files.h>
+#include <toolbox/Resources.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "files/AppleDouble.h"
+#include "resources/ResourceFork.h"
+#include "resources/Resources_test_access.h"
+
+namespace {
+
+using namespace toolbox::resources;
+
+void Require(bool inHolds) {
+    if (!inHolds) std::abort();
+}
+
+// Where each input is put; in memory where the system has such a folder.
+const std::string& Path() {
+    static const std::string sPath = [] {
+        const char* folder = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+        return std::string(folder) + "/resource-fork-fuzzer-" + std::to_string(getpid());
+    }();
+    return sPath;
+}
+
+FSRef FileOf(const UInt8* inBytes, std::size_t inCount) {
+    const int descriptor = open(Path().c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    Require(descriptor >= 0 && write(descriptor, inBytes, inCount) == static_cast<ssize_t>(inCount));
+    close(descriptor);
+    FSRef file = {};
+    Require(FSPathMakeRef(reinterpret_cast<const UInt8*>(Path().c_str()), &file, nullptr) == noErr);
+    return file;
+}
+
+// Reads all there is, and marks it as changed.
+unsigned UseAll() {
+    unsigned sum = 0;
+    const SInt16 typeCount = Count1Types();
+    for (SInt16 i = 1; i <= typeCount; ++i) {
+        ResType type = 0;
+        Get1IndType(&type, i);
+        const SInt16 count = Count1Resources(type);
+        for (SInt16 j = 1; j <= count && j <= 50; ++j) {
+            const Handle resource = Get1IndResource(type, j);
+            if (resource == nullptr) continue;
+            for (Size at = 0; at < GetHandleSize(resource); ++at)
+                sum += static_cast<UInt8>((*resource)[at]);
+            ChangedResource(resource);
+        }
+    }
+    Str255 string;
+    GetIndString(string, 128, 1);
+    return sum + string[0];
+}
+
+// A map that was read is a map that can be written, and is the same when it is read again.
+void CheckMap(const UInt8* inBytes, std::size_t inCount) {
+    UInt16 attributes = 0;
+    std::vector<Reference> references;
+    if (!DecodeMap({inBytes, inCount}, attributes, references)) return;
+    std::vector<Image> images;
+    for (Reference& reference : references)
+        images.push_back({std::move(reference), {}});
+    std::vector<UInt8> fork;
+    if (!EncodeFork(images, attributes, fork)) return;
+    ForkHeader header;
+    std::vector<Reference> again;
+    Require(DecodeHeader(fork.data(), fork.size(), header));
+    Require(DecodeMap(std::span(fork).subspan(header.mapOffset, header.mapBytes), attributes, again));
+    Require(again.size() == images.size());
+}
+
+void CheckCompanion(const UInt8* inBytes, std::size_t inCount) {
+    std::vector<toolbox::files::AppleDoubleEntry> entries;
+    if (!toolbox::files::DecodeAppleDouble(inBytes, inCount, inCount, entries)) return;
+    for (const auto& entry : entries)
+        Require(entry.offsetBytes <= inCount && entry.lengthBytes <= inCount - entry.offsetBytes);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const UInt8* inBytes, std::size_t inCount) {
+    static const bool sIsAlone = [] {
+        StartWithApplication([] { return std::string(); });
+        std::atexit([] { unlink(Path().c_str()); });
+        return true;
+    }();
+    Require(sIsAlone);
+    CheckMap(inBytes, inCount);
+    CheckCompanion(inBytes, inCount);
+    const FSRef file = FileOf(inBytes, inCount);
+    SInt16 refNum = -1;
+    if (FSOpenResourceFile(&file, 0, nullptr, fsRdWrPerm, &refNum) != noErr) return 0;
+    const unsigned sum = UseAll();
+    CloseResFile(refNum);
+    Require(GetLiveHandleCount() == 0);
+    return sum == 0xFFFFFFFF ? -1 : 0;
+}
