@@ -241,6 +241,14 @@ TEST_F(RezPackTest, TellsWhatIsWrong) {
     EXPECT_EQ(0, Run("--help").exitCode);
 }
 
+TEST_F(RezPackTest, ExampleOfTheManual) {
+    const std::string manual = Contents(REZ_PACK_SOURCES "/rez-pack.1");
+    const std::size_t begin = manual.find(".nf\n") + 4;
+    const std::string example = manual.substr(begin, manual.find(".fi\n") - begin);
+    ASSERT_EQ(0, Run("make " + mFolder.MakeFile("alerts.json", example) + " " + mOut).exitCode) << example;
+    EXPECT_EQ(2U, ReadResources(mOut, Where::kDataFork).size());
+}
+
 TEST_F(RezPackTest, RemovesAFileThatCannotBeFilled) {
     std::string names = R"({"resources": [)";
     for (int i = 0; i < 300; ++i)
