@@ -53,6 +53,7 @@ void Run(benchmark::State& ioState, Store inStore, bool inIsMono) {
 
 BENCHMARK_CAPTURE(Run, stereo, toolbox::movies::StoreFloatFrames, false)->Arg(1024)->Arg(44100);
 BENCHMARK_CAPTURE(Run, mono, toolbox::movies::StoreFloatFrames, true)->Arg(1024);
+BENCHMARK_CAPTURE(Run, sse2_stereo, toolbox::movies::StoreFloatFramesAnywhere, false)->Arg(1024);
 BENCHMARK_CAPTURE(Run, portable_stereo, toolbox::movies::StoreFloatFramesPortably, false)->Arg(1024);
 BENCHMARK_CAPTURE(Run, lrintf_stereo, StoreWithLrintf, false)->Arg(1024);
 

@@ -18,7 +18,10 @@ void StoreFloatFrames(const float* inLeft, const float* inRight, std::size_t inF
 void StoreShortFrames(const std::int16_t* inLeft, const std::int16_t* inRight, std::size_t inFrameCount,
                       std::uint8_t* outBytes);
 
-// What StoreFloatFrames does where no vector instructions are known; the same bits.
+// What StoreFloatFrames does on every processor of this architecture, and where no vector instructions are
+// known; the same bits.
+void StoreFloatFramesAnywhere(const float* inLeft, const float* inRight, std::size_t inFrameCount,
+                              std::uint8_t* outBytes);
 void StoreFloatFramesPortably(const float* inLeft, const float* inRight, std::size_t inFrameCount,
                               std::uint8_t* outBytes);
 

@@ -10,6 +10,7 @@
 namespace {
 
 using toolbox::movies::StoreFloatFrames;
+using toolbox::movies::StoreFloatFramesAnywhere;
 using toolbox::movies::StoreFloatFramesPortably;
 using toolbox::movies::StoreShortFrames;
 
@@ -103,7 +104,9 @@ TEST_P(FloatConversion, EveryLengthAndAlignmentStaysInside) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Both, FloatConversion, testing::Values(StoreFloatFrames, StoreFloatFramesPortably));
+INSTANTIATE_TEST_SUITE_P(Every, FloatConversion,
+                         testing::Values(StoreFloatFrames, StoreFloatFramesAnywhere,
+                                         StoreFloatFramesPortably));
 
 TEST(ShortConversion, StoresBigEndianPairs) {
     const std::int16_t left[] = {0x1234, -1, 0};
