@@ -67,6 +67,8 @@ def check(label, library, folders, marker):
         functions |= some_functions
         classes |= some_classes
     names = exported(library)
+    if "JNI_OnLoad" not in subprocess.run(["nm", "-D", library], capture_output=True, text=True, check=True).stdout:
+        functions.discard("putDataCallback")  # a library that was built without a JDK
     shown = {base_name(name) for name in names}
     problems = [f"{label}: {name} is declared for export and is not there" for name in sorted(functions - shown)]
     for name in sorted(names):
