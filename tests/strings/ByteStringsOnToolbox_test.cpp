@@ -5,7 +5,10 @@
 #include <strings/CharacterBytes.h>
 #include <strings/PascalStrings.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "PascalBuffer.h"
 
@@ -61,6 +64,24 @@ TEST_F(ByteStringsOnToolboxTest, CaseOfTheApplicationsText) {
     PLowerString(text);
     EXPECT_EQ("caf\xC3\x89", text.Text());
     EXPECT_EQ(1, PStrHasSuffix(P("a.\xC3\xA9t\xC3\xA9"), P(".\xC3\x89T\xC3\x89")));
+}
+
+// The table is filled by whoever comes first; with one code asked for, all get right answers.
+TEST_F(ByteStringsOnToolboxTest, ThreadsOnOneScript) {
+    for (int round = 0; round < 50; ++round) {
+        SetScript(smJapanese);
+        std::atomic<int> wrongCount = 0;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&wrongCount] {
+                P copy;
+                PStrNCopy(P("abc\x82\xA0zzzzz"), copy, 4);
+                if (copy.Text() != "abc") ++wrongCount;
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_EQ(0, wrongCount);
+    }
 }
 
 TEST_F(ByteStringsOnToolboxTest, Numbers) {
