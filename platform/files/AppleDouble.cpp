@@ -50,10 +50,9 @@ bool DecodeAppleDouble(const UInt8* inBytes, std::size_t inByteCount, UInt64 inF
 
 bool EncodeAppleDouble(const std::vector<AppleDoublePart>& inParts, std::vector<UInt8>& outBytes) {
     std::vector<const AppleDoublePart*> parts;
-    for (const AppleDoublePart& part : inParts)
-        parts.push_back(&part);
-    std::stable_partition(parts.begin(), parts.end(),
-                          [](const auto* inPart) { return inPart->id != AppleDoubleEntry::kResourceFork; });
+    for (const bool isLast : {false, true})
+        for (const AppleDoublePart& part : inParts)
+            if ((part.id == AppleDoubleEntry::kResourceFork) == isLast) parts.push_back(&part);
     UInt64 totalBytes = kAppleDoubleHeaderBytes + kAppleDoubleEntryBytes * parts.size();
     for (const AppleDoublePart* part : parts)
         totalBytes += part->bytes.size();

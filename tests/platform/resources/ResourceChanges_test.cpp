@@ -2,6 +2,7 @@
 
 #include "ResourcesTest.h"
 #include "platform/files/FailingCalls.h"
+#include "platform/files/FailingNew.h"
 
 namespace {
 
@@ -283,6 +284,57 @@ TEST_F(ChangesTest, EveryCallFailsWhileAForkIsWritten) {
         }
         ASSERT_LT(failing, 100);
     }
+}
+
+// Memory of C++ objects ends at the n-th allocation, for every n, from opening to the end of writing.
+TEST_F(ChangesTest, EveryAllocationFails) {
+    CloseResFile(mRefNum);
+    for (int failing = 1;; ++failing) {
+        const UInt64 handles = GetLiveHandleCount();
+        const std::size_t descriptors = test_files::OpenDescriptorCount();
+        const FSRef file =
+            MakeFile("g", {ImageOf(kText, 1, "one", "a name that is too long to lie in the string")});
+        const Handle added = NewText("added");
+        SInt16 refNum = -1;
+        bool wasDelivered = false;
+        OSErr opened = noErr;
+        OSErr wasAdded = noErr;
+        OSErr updated = noErr;
+        {
+            const test_files::FailingNew memory(failing);
+            opened = FSOpenResourceFile(&file, 0, nullptr, fsRdWrPerm, &refNum);
+            GetResource(kText, 1);
+            AddResource(added, kText, 2, nullptr);
+            wasAdded = ResError();
+            UpdateResFile(refNum);
+            updated = ResError();
+            wasDelivered = memory.Delivered();
+        }
+        if (wasAdded != noErr) {
+            EXPECT_EQ(0, HGetState(added)) << "a plain handle still";
+            DisposeHandle(added);
+        }
+        if (opened == noErr) {
+            EXPECT_EQ("one", TextOf(GetResource(kText, 1))) << failing;
+            CloseResFile(refNum);
+            EXPECT_EQ(noErr, ResError()) << failing;
+        }
+        EXPECT_EQ(handles, GetLiveHandleCount()) << failing;
+        EXPECT_EQ(descriptors, test_files::OpenDescriptorCount()) << failing;
+        refNum = Open(file, fsRdPerm);
+        EXPECT_EQ("one", TextOf(GetResource(kText, 1))) << failing;
+        EXPECT_EQ(wasAdded == noErr ? 2 : 1, Count1Resources(kText)) << failing;
+        CloseResFile(refNum);
+        if (!wasDelivered) {
+            EXPECT_EQ(noErr, updated);
+            EXPECT_GT(failing, 20);
+            break;
+        }
+        EXPECT_TRUE(wasAdded != noErr || updated != noErr) << failing;
+        EXPECT_TRUE(opened == noErr || opened == memFullErr) << failing << " " << opened;
+        ASSERT_LT(failing, 1000);
+    }
+    mRefNum = -1;
 }
 
 }  // namespace
