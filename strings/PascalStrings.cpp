@@ -53,7 +53,7 @@ void PStrNCopy(const unsigned char* inSource, unsigned char* outDestination, sho
     if (inSource[0] >= inMaxLength) {
         length = static_cast<std::size_t>(std::max<short>(inMaxLength, 0));
         auto const* const text = reinterpret_cast<const char*>(inSource) + 1;
-        if (length != 0 && IsSecondByte(text, inMaxLength, smCurrentScript)) --length;
+        if (IsSecondByte(text, inMaxLength, smCurrentScript)) --length;
     }
     if (inSource != outDestination) std::memmove(outDestination, inSource, length + 1);
     outDestination[0] = static_cast<unsigned char>(length);
