@@ -84,7 +84,7 @@ TEST_F(StHandleBlockTest, SizesThatCannotBeTold) {
     if (sizeof(long) == 4) return;  // every long is a size there
     long const size = static_cast<long>(0x100000010LL);
     fakes::FailCall(1);
-    EXPECT_EQ(memFullErr, CodeOf([size] { StHandleBlock const block(size, true, false); }));
+    EXPECT_EQ(memFullErr, CodeOf([] { StHandleBlock const block(size, true, false); }));
     EXPECT_EQ("NewHandle(-1)", fakes::CallLog().back());
 }
 
