@@ -12,7 +12,9 @@ import java.nio.file.Path;
 final class FilePaths {
     private FilePaths() {}
 
-    /** UTF-8, always: the runtime's own idea of file name encoding depends on the locale it was started in. */
+    /**
+     * UTF-8, always: the runtime's own idea of file name encoding depends on the locale it was started in.
+     */
     static byte[] bytesOf(String path) throws AudioFileNotFoundException {
         try {
             ByteBuffer encoded = StandardCharsets.UTF_8.newEncoder().encode(CharBuffer.wrap(path));
@@ -20,18 +22,19 @@ final class FilePaths {
             encoded.get(bytes);
             return requireNoNul(path, bytes);
         } catch (CharacterCodingException unpairedSurrogate) {
-            throw new AudioFileNotFoundException(path, PlatformStatus.BAD_NAME, "the name is not valid Unicode");
+            throw new AudioFileNotFoundException(
+                path, PlatformStatus.BAD_NAME, "the name is not valid Unicode");
         }
     }
 
     /**
-     * The bytes that a path of the default file system stands for. Its text may have lost some of them, when the name is
-     * not valid in the runtime's encoding; its URI has them all.
+     * The bytes that a path of the default file system stands for. Its text may have lost some of them, when
+     * the name is not valid in the runtime's encoding; its URI has them all.
      */
     static byte[] bytesOf(Path path) throws AudioFileNotFoundException {
         if (path.getFileSystem() != FileSystems.getDefault()) {
-            throw new AudioFileNotFoundException(path.toString(), PlatformStatus.NO_FILE,
-                    "it is not in the default file system");
+            throw new AudioFileNotFoundException(
+                path.toString(), PlatformStatus.NO_FILE, "it is not in the default file system");
         }
         return requireNoNul(path.toString(), percentDecoded(path.toUri().getRawPath()));
     }
@@ -54,7 +57,8 @@ final class FilePaths {
     private static byte[] requireNoNul(String path, byte[] bytes) throws AudioFileNotFoundException {
         for (byte value : bytes) {
             if (value == 0) {
-                throw new AudioFileNotFoundException(path, PlatformStatus.BAD_NAME, "the name has a NUL in it");
+                throw new AudioFileNotFoundException(
+                    path, PlatformStatus.BAD_NAME, "the name has a NUL in it");
             }
         }
         return bytes;

@@ -10,8 +10,8 @@ import java.util.List;
 /**
  * Finds and loads the native library, once for each class loader that has these classes.
  *
- * <p>Places, in order: the file or folder that {@value #PATH_PROPERTY} names, {@code java.library.path}, the copy in the
- * jar. One that fails is noted and the next is tried.
+ * <p>Places, in order: the file or folder that {@value #PATH_PROPERTY} names, {@code java.library.path}, the
+ * copy in the jar. One that fails is noted and the next is tried.
  */
 final class NativeLibrary {
     static final String PATH_PROPERTY = "com.mirtal.library.path";
@@ -125,9 +125,9 @@ final class NativeLibrary {
     }
 
     /**
-     * The Java runtime lets one class loader have a library file. Another one gets a copy: not a link, which the dynamic
-     * linker would know as the same file, and hand out the same library with the first loader's classes bound. The
-     * toolbox library beneath is found by its name, loaded already, and shared.
+     * The Java runtime lets one class loader have a library file. Another one gets a copy: not a link, which
+     * the dynamic linker would know as the same file, and hand out the same library with the first loader's
+     * classes bound. The toolbox library beneath is found by its name, loaded already, and shared.
      */
     private boolean loadCopy(String place, Path file) {
         for (Path parent : List.of(Path.of(System.getProperty("java.io.tmpdir")), file.getParent())) {

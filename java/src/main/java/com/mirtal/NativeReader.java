@@ -4,11 +4,12 @@ import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 
 /**
- * The native reader of one file: owns it, and lets one thread at a time use it. Closing waits for a read in progress;
- * whoever comes later finds it closed.
+ * The native reader of one file: owns it, and lets one thread at a time use it. Closing waits for a read in
+ * progress; whoever comes later finds it closed.
  *
- * <p>It is the state that a {@link WavSource} leaves to its cleaner, so it must not refer to one. The native methods are
- * bound when the library is loaded, which initialises this class: it must not load the library itself.
+ * <p>It is the state that a {@link WavSource} leaves to its cleaner, so it must not refer to one. The native
+ * methods are bound when the library is loaded, which initialises this class: it must not load the library
+ * itself.
  */
 final class NativeReader implements Runnable {
     // Places in the array that describe() fills.
@@ -51,7 +52,7 @@ final class NativeReader implements Runnable {
                 frameCount = frameCount(handle);
                 streamRateHz = sampleRate(handle);
                 format = new SoundFormat(text(name(handle, false)), text(name(handle, true)),
-                        (int) numbers[SAMPLE_RATE], (int) numbers[CHANNEL_COUNT]);
+                    (int) numbers[SAMPLE_RATE], (int) numbers[CHANNEL_COUNT]);
                 usable = true;
             } finally {
                 if (!usable) {
@@ -76,13 +77,9 @@ final class NativeReader implements Runnable {
     }
 
     /** What is damaged; of a closed reader, what was when it was closed. */
-    synchronized Damage damage() {
-        return handle == 0 ? damageAtClose : currentDamage();
-    }
+    synchronized Damage damage() { return handle == 0 ? damageAtClose : currentDamage(); }
 
-    synchronized boolean isClosed() {
-        return handle == 0;
-    }
+    synchronized boolean isClosed() { return handle == 0; }
 
     /** Closes; does nothing the second time. */
     @Override
@@ -98,8 +95,8 @@ final class NativeReader implements Runnable {
     private Damage currentDamage() {
         try {
             long[] numbers = describe();
-            return new Damage(numbers[PACKET_COUNT], numbers[DAMAGED_PACKET_COUNT], numbers[SILENCED_FRAME_COUNT],
-                    numbers[SKIPPED_BYTE_COUNT]);
+            return new Damage(numbers[PACKET_COUNT], numbers[DAMAGED_PACKET_COUNT],
+                numbers[SILENCED_FRAME_COUNT], numbers[SKIPPED_BYTE_COUNT]);
         } catch (PlatformFailure failure) {
             throw new IllegalStateException(failure);
         }
@@ -111,9 +108,7 @@ final class NativeReader implements Runnable {
         return numbers;
     }
 
-    private static String text(byte[] bytes) {
-        return new String(bytes, StandardCharsets.UTF_8);
-    }
+    private static String text(byte[] bytes) { return new String(bytes, StandardCharsets.UTF_8); }
 
     /** Called by the native methods to throw. */
     private static void raise(int code, byte[] detail) throws PlatformFailure {
@@ -131,7 +126,7 @@ final class NativeReader implements Runnable {
     private static native int sampleRate(long handle);
 
     private static native int read(long handle, long position, byte[] bytes, int offset, int length)
-            throws PlatformFailure;
+        throws PlatformFailure;
 
     private static native void describe(long handle, long[] numbers) throws PlatformFailure;
 

@@ -3,7 +3,6 @@ package com.mirtal;
 /** Hears how far a stream has been written. */
 @FunctionalInterface
 public interface ProgressListener {
-
     /**
      * Called on the writing thread after each part was written. It may call {@link WavSource#cancel}.
      *

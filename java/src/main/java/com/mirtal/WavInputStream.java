@@ -7,13 +7,16 @@ import java.io.OutputStream;
 import java.util.Objects;
 
 /**
- * A byte range of a WAV stream. Reading pulls: the sound is decoded on the reading thread, as it is wanted. Skipping
- * costs nothing. It needs no buffering around it unless it is read byte by byte.
+ * A byte range of a WAV stream. Reading pulls: the sound is decoded on the reading thread, as it is wanted.
+ * Skipping costs nothing. It needs no buffering around it unless it is read byte by byte.
  *
  * <p>It belongs to one thread at a time. Other streams on the same source are independent of it.
  */
 public final class WavInputStream extends InputStream {
-    /** Between two pieces the stream looks whether it should stop: a piece is at most a few hundred milliseconds. */
+    /**
+     * Between two pieces the stream looks whether it should stop: a piece is at most a few hundred
+     * milliseconds.
+     */
     private static final int PIECE_BYTE_COUNT = 64 * 1024;
 
     private final WavSource source;
@@ -41,7 +44,8 @@ public final class WavInputStream extends InputStream {
     /**
      * Reads until the array's part is full or the range is at its end.
      *
-     * @throws InterruptedIOException when the source is cancelled or the thread interrupted before the first byte. After
+     * @throws InterruptedIOException when the source is cancelled or the thread interrupted before the first
+     *     byte. After
      *                                some bytes, those are returned, and the next call throws.
      */
     @Override

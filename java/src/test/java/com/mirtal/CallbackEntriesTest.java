@@ -24,8 +24,7 @@ class CallbackEntriesTest {
     private static final int HEADER = 44;
     private static final int SECOND = 44100 * 4;
 
-    @TempDir
-    Path folder;
+    @TempDir Path folder;
 
     @Test
     void lengthOfASecondIsKnown() {
@@ -36,7 +35,8 @@ class CallbackEntriesTest {
     void lengthIsThatOfTheStream() throws Exception {
         for (Path file : TestMedia.all()) {
             byte[] stream = new TestMedia.WholeCollector().convert(file);
-            assertEquals(stream.length, new TestMedia.Collector().get_StreamLength(file.toString()), file.toString());
+            assertEquals(
+                stream.length, new TestMedia.Collector().get_StreamLength(file.toString()), file.toString());
         }
     }
 
@@ -58,11 +58,11 @@ class CallbackEntriesTest {
 
     @Test
     void windowIsThatOfTheCommandLine() throws Exception {
-        long[][] windows = {{10, 20}, {46, 0}, {0, 5}, {11, 11}, {44, 0}, {47, 1000}, {100_000, 200_000}, {176_443, 0},
-            {176_444, 0}, {9_000_000, 0}, {25, 30}, {0, 4096}};
+        long[][] windows = {{10, 20}, {46, 0}, {0, 5}, {11, 11}, {44, 0}, {47, 1000}, {100_000, 200_000},
+            {176_443, 0}, {176_444, 0}, {9_000_000, 0}, {25, 30}, {0, 4096}};
         for (long[] window : windows) {
-            byte[] expected = TestMedia.convertedByCommandLine(TestMedia.TONE, "--start=" + window[0],
-                    "--duration=" + window[1]);
+            byte[] expected = TestMedia.convertedByCommandLine(
+                TestMedia.TONE, "--start=" + window[0], "--duration=" + window[1]);
             byte[] stream = new TestMedia.Collector().convert(TestMedia.TONE, window[0], window[1]);
             assertArrayEquals(expected, stream, Arrays.toString(window));
         }
@@ -74,7 +74,7 @@ class CallbackEntriesTest {
         assertArrayEquals(whole, new TestMedia.Collector().convert(TestMedia.TONE, -1, 0));
         assertArrayEquals(whole, new TestMedia.Collector().convert(TestMedia.TONE, Long.MIN_VALUE, 0));
         assertArrayEquals(new TestMedia.Collector().convert(TestMedia.TONE, 0, 1000),
-                new TestMedia.Collector().convert(TestMedia.TONE, -1000, 1000));
+            new TestMedia.Collector().convert(TestMedia.TONE, -1000, 1000));
     }
 
     @Test
@@ -105,7 +105,8 @@ class CallbackEntriesTest {
         byte[] whole = new TestMedia.Collector().convert(TestMedia.TONE, 0, 0);
         byte[] window = new TestMedia.Collector().convert(TestMedia.TONE, HEADER + 4 * 1000 + 2, 0);
         assertEquals(whole.length - HEADER - 4 * 1000 - 2, window.length);
-        assertArrayEquals(Arrays.copyOfRange(whole, HEADER + 4 * 1000, HEADER + 4 * 1000 + window.length), window);
+        assertArrayEquals(
+            Arrays.copyOfRange(whole, HEADER + 4 * 1000, HEADER + 4 * 1000 + window.length), window);
     }
 
     @Test
@@ -193,38 +194,50 @@ class CallbackEntriesTest {
         }
     }
 
-    /** These leave the natives with an exception pending, which a runtime that checks them reports; so in another one. */
+    /**
+     * These leave the natives with an exception pending, which a runtime that checks them reports; so in
+     * another one.
+     */
     @Test
     void exceptionsOfTheCallbackSurface() throws Exception {
         ChildJava child = ChildJava.withJar();
         ChildJava.Result result = child.environment(java.util.Map.of("XDG_CACHE_HOME", folder.toString()))
-                .run("com.mirtal.ThrowingCallbacks");
+                                      .run("com.mirtal.ThrowingCallbacks");
         assertEquals("all as expected\n", result.output());
         assertEquals(0, result.exitCode());
     }
 
-    /** The Java runtime fails as it does on a null method id: nothing of ours stands in its way, and nothing returns. */
+    /**
+     * The Java runtime fails as it does on a null method id: nothing of ours stands in its way, and nothing
+     * returns.
+     */
     @Test
     void classWithoutTheCallbackFailsInTheRuntime() throws Exception {
         Path classes = Path.of(System.getProperty("mirtal.callbackless.classes"));
         for (String which : List.of("windowed", "whole")) {
-            ChildJava child = ChildJava.withClassPath(classes.toString())
+            ChildJava child =
+                ChildJava.withClassPath(classes.toString())
                     .option("-Djava.library.path=" + TestMedia.property("com.mirtal.library.path"))
                     .option("-XX:ErrorFile=" + folder.resolve("error.log"));
             ChildJava.Result result = child.run("com.mirtal.Callbackless", which, TestMedia.TONE.toString());
             assertNotEquals(0, result.exitCode(), result.output());
             assertFalse(result.output().contains("returned"), result.output());
             boolean isNoSuchMethod = result.output().contains("NoSuchMethodError");
-            boolean isFatal = result.output().contains("A fatal error has been detected by the Java Runtime Environment");
+            boolean isFatal =
+                result.output().contains("A fatal error has been detected by the Java Runtime Environment");
             assertTrue(isNoSuchMethod || isFatal, result.output());
         }
     }
 
-    /** Such a class, and no other of the jar, is all that a program with classes of its own has: a length is told. */
+    /**
+     * Such a class, and no other of the jar, is all that a program with classes of its own has: a length is
+     * told.
+     */
     @Test
     void classesOfAnotherMakerAreServed() throws Exception {
         ChildJava child = ChildJava.withClassPath(System.getProperty("mirtal.callbackless.classes"))
-                .option("-Djava.library.path=" + TestMedia.property("com.mirtal.library.path")).option("-Xcheck:jni");
+                              .option("-Djava.library.path=" + TestMedia.property("com.mirtal.library.path"))
+                              .option("-Xcheck:jni");
         ChildJava.Result result = child.run("com.mirtal.Callbackless", "length", TestMedia.TONE.toString());
         assertEquals("176444\n", result.output());
         assertEquals(0, result.exitCode());

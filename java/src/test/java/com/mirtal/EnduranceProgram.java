@@ -17,8 +17,8 @@ import java.util.regex.Pattern;
 import javax.management.ObjectName;
 
 /**
- * Run by itself: converts again and again, and prints after each round what the process holds: resident kilobytes, file
- * descriptors, global references of natives.
+ * Run by itself: converts again and again, and prints after each round what the process holds: resident
+ * kilobytes, file descriptors, global references of natives.
  */
 public final class EnduranceProgram {
     private EnduranceProgram() {}
@@ -35,7 +35,8 @@ public final class EnduranceProgram {
 
     /** All at once on eight threads, each stream compared. */
     private static void together(int rounds, int conversions) throws Exception {
-        List<Path> files = List.of(TestMedia.file("sweep-44100-stereo.m4a"), TestMedia.file("tone-48000-stereo.aac"),
+        List<Path> files =
+            List.of(TestMedia.file("sweep-44100-stereo.m4a"), TestMedia.file("tone-48000-stereo.aac"),
                 TestMedia.file("tone-48000-5_1.m4a"), TestMedia.file("noise-44100-stereo.m4a"));
         List<byte[]> expected = new ArrayList<>();
         for (Path file : files) {
@@ -48,7 +49,9 @@ public final class EnduranceProgram {
                 Path file = files.get(i % files.size());
                 byte[] whole = expected.get(i % files.size());
                 boolean isModern = i % 3 == 0;
-                work.add(() -> Arrays.equals(whole, isModern ? modern(file) : new TestMedia.WholeCollector().convert(file)));
+                work.add(()
+                             -> Arrays.equals(whole,
+                                 isModern ? modern(file) : new TestMedia.WholeCollector().convert(file)));
             }
             for (Future<Boolean> isRight : threads.invokeAll(work)) {
                 if (!isRight.get()) {
@@ -98,11 +101,12 @@ public final class EnduranceProgram {
 
     private static void printHoldings() throws Exception {
         System.gc();
-        Matcher resident = Pattern.compile("VmRSS:\\s*(\\d+) kB").matcher(Files.readString(Path.of("/proc/self/status")));
+        Matcher resident =
+            Pattern.compile("VmRSS:\\s*(\\d+) kB").matcher(Files.readString(Path.of("/proc/self/status")));
         resident.find();
         String threads = (String) ManagementFactory.getPlatformMBeanServer().invoke(
-                new ObjectName("com.sun.management:type=DiagnosticCommand"), "threadPrint",
-                new Object[] {new String[0]}, new String[] {String[].class.getName()});
+            new ObjectName("com.sun.management:type=DiagnosticCommand"), "threadPrint",
+            new Object[] {new String[0]}, new String[] {String[].class.getName()});
         Matcher references = Pattern.compile("JNI global refs: (\\d+)").matcher(threads);
         references.find();
         try (var descriptors = Files.list(Path.of("/proc/self/fd"))) {

@@ -24,8 +24,8 @@ public final class LengthProgram {
         for (String argument : arguments) {
             String path = unescaped(argument);
             try (WavSource source = WavSource.open(path)) {
-                System.out.println(source.length() + " " + new TestMedia.Collector().get_StreamLength(path) + " "
-                        + new TestMedia.WholeCollector().convert_AAC2WAV(path));
+                System.out.println(source.length() + " " + new TestMedia.Collector().get_StreamLength(path)
+                    + " " + new TestMedia.WholeCollector().convert_AAC2WAV(path));
             } catch (AudioException refused) {
                 System.out.println(refused.platformCode());
             }
@@ -34,7 +34,9 @@ public final class LengthProgram {
 
     /** Code units as {@code \}{@code u1234}: in some locales, arguments themselves cannot carry them. */
     private static String unescaped(String text) {
-        return Pattern.compile("\\\\u([0-9a-f]{4})").matcher(text).replaceAll(
+        return Pattern.compile("\\\\u([0-9a-f]{4})")
+            .matcher(text)
+            .replaceAll(
                 unit -> Matcher.quoteReplacement(String.valueOf((char) Integer.parseInt(unit.group(1), 16))));
     }
 }

@@ -30,8 +30,8 @@ public final class LoadingProgram {
             for (int thread = 0; thread < threadCount; thread++) {
                 Callable<Long> use = () -> {
                     start.await();
-                    try (AutoCloseable opened =
-                            (AutoCloseable) source.getMethod("open", String.class).invoke(null, arguments[2])) {
+                    try (AutoCloseable opened = (AutoCloseable) source.getMethod("open", String.class)
+                                                    .invoke(null, arguments[2])) {
                         var stream = (java.io.InputStream) source.getMethod("openStream").invoke(opened);
                         return (long) stream.readAllBytes().length;
                     }
@@ -62,8 +62,9 @@ public final class LoadingProgram {
         System.gc();
         URL[] jar = {Path.of(System.getProperty("mirtal.jar")).toUri().toURL()};
         try (URLClassLoader loader = new URLClassLoader(jar, ClassLoader.getPlatformClassLoader());
-                AutoCloseable source = (AutoCloseable) loader.loadClass("com.mirtal.WavSource")
-                        .getMethod("open", String.class).invoke(null, path)) {
+             AutoCloseable source = (AutoCloseable) loader.loadClass("com.mirtal.WavSource")
+                                        .getMethod("open", String.class)
+                                        .invoke(null, path)) {
             System.out.println("reloaded " + source.getClass().getMethod("length").invoke(source));
         }
     }

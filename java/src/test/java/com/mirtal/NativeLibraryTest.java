@@ -22,8 +22,7 @@ class NativeLibraryTest {
     private static final String TOOLBOX = "libmirtal_toolbox.so.1";
     private static final String LENGTHS = "176444 176444 0\n";
 
-    @TempDir
-    Path folder;
+    @TempDir Path folder;
 
     private Path cache;
     private Path temporary;
@@ -35,8 +34,9 @@ class NativeLibraryTest {
     }
 
     private ChildJava child() {
-        return ChildJava.withJar().environment(Map.of("XDG_CACHE_HOME", cache.toString()))
-                .option("-Djava.io.tmpdir=" + temporary);
+        return ChildJava.withJar()
+            .environment(Map.of("XDG_CACHE_HOME", cache.toString()))
+            .option("-Djava.io.tmpdir=" + temporary);
     }
 
     private static ChildJava.Result length(ChildJava child) throws Exception {
@@ -81,16 +81,19 @@ class NativeLibraryTest {
         assertLoads(child());
         assertEquals(first, unpacked());
         assertEquals(made, Files.getLastModifiedTime(first.resolve(LIBRARY)));
-        assertEquals("rwx------", PosixFilePermissions.toString(Files.getPosixFilePermissions(cache.resolve("mirtal"))));
+        assertEquals("rwx------",
+            PosixFilePermissions.toString(Files.getPosixFilePermissions(cache.resolve("mirtal"))));
         try (Stream<Path> left = Files.list(temporary)) {
-            assertEquals(List.of(), left.filter(path -> !path.getFileName().toString().startsWith("hsperf")).toList());
+            assertEquals(
+                List.of(), left.filter(path -> !path.getFileName().toString().startsWith("hsperf")).toList());
         }
     }
 
     /** The general importer is found beside the unpacked toolbox. */
     @Test
     void jarBringsTheGeneralImporter() throws Exception {
-        ChildJava.Result result = child().run("com.mirtal.LengthProgram", TestMedia.file("tone.flac").toString());
+        ChildJava.Result result =
+            child().run("com.mirtal.LengthProgram", TestMedia.file("tone.flac").toString());
         assertEquals(LENGTHS, result.output());
     }
 
@@ -101,8 +104,8 @@ class NativeLibraryTest {
         child.builder.environment().remove("XDG_CACHE_HOME");
         assertLoads(child);
         assertTrue(Files.isDirectory(home.resolve(".cache/mirtal")));
-        ChildJava relative = child().environment(Map.of("XDG_CACHE_HOME", "not/absolute"))
-                .option("-Duser.home=" + home);
+        ChildJava relative =
+            child().environment(Map.of("XDG_CACHE_HOME", "not/absolute")).option("-Duser.home=" + home);
         assertLoads(relative);
     }
 
@@ -137,7 +140,8 @@ class NativeLibraryTest {
     void brokenOverrideFallsBack() throws Exception {
         Path broken = Files.createDirectory(folder.resolve("broken"));
         Files.write(broken.resolve(LIBRARY), "no library".getBytes());
-        for (String override : List.of("/nowhere", broken.toString(), broken.resolve(LIBRARY).toString(), "")) {
+        for (String override :
+            List.of("/nowhere", broken.toString(), broken.resolve(LIBRARY).toString(), "")) {
             assertLoadsInTheEnd(child().option("-Dcom.mirtal.library.path=" + override));
         }
         assertLoadsInTheEnd(child().option("-Djava.library.path=" + broken));
@@ -148,7 +152,8 @@ class NativeLibraryTest {
         Files.write(cache, "a file where the folder should be".getBytes());
         assertLoads(child());
         try (Stream<Path> left = Files.list(temporary)) {
-            assertEquals(List.of(), left.filter(path -> path.getFileName().toString().startsWith("mirtal")).toList());
+            assertEquals(
+                List.of(), left.filter(path -> path.getFileName().toString().startsWith("mirtal")).toList());
         }
         // A folder that nobody may write into, for whoever runs the tests.
         assertLoads(child().environment(Map.of("XDG_CACHE_HOME", "/proc/self")));
@@ -159,10 +164,13 @@ class NativeLibraryTest {
         Path broken = Files.createDirectory(folder.resolve("broken"));
         Files.write(broken.resolve(LIBRARY), "no library".getBytes());
         Files.write(cache, new byte[0]);
-        ChildJava.Result result = length(child().option("-Dcom.mirtal.library.path=" + broken)
-                .option("-Djava.library.path=/nowhere").option("-Djava.io.tmpdir=/proc/self"));
+        ChildJava.Result result = length(child()
+                                             .option("-Dcom.mirtal.library.path=" + broken)
+                                             .option("-Djava.library.path=/nowhere")
+                                             .option("-Djava.io.tmpdir=/proc/self"));
         assertNotEquals(0, result.exitCode());
-        for (String part : List.of("UnsatisfiedLinkError: The native library com_mirtal_AAC2WAV cannot be loaded",
+        for (String part :
+            List.of("UnsatisfiedLinkError: The native library com_mirtal_AAC2WAV cannot be loaded",
                 "system property com.mirtal.library.path=" + broken, "java.library.path: ",
                 "the copy in the jar, unpacked to " + cache, "the copy in the jar, unpacked to /proc/self",
                 "Likely cause: " + broken.resolve(LIBRARY) + " is not a library, or only a part of one")) {
@@ -172,22 +180,26 @@ class NativeLibraryTest {
 
     @Test
     void jarWithoutACopySaysSo() throws Exception {
-        ChildJava child = ChildJava.withClassPath(System.getProperty("mirtal.classes") + java.io.File.pathSeparator
-                + System.getProperty("mirtal.test.classes"));
+        ChildJava child = ChildJava.withClassPath(System.getProperty("mirtal.classes")
+            + java.io.File.pathSeparator + System.getProperty("mirtal.test.classes"));
         ChildJava.Result result = length(child);
         assertTrue(result.output().contains("the copy in the jar: it has none for linux-"), result.output());
-        assertTrue(result.output().contains("Likely cause: the library was never installed here."), result.output());
+        assertTrue(
+            result.output().contains("Likely cause: the library was never installed here."), result.output());
     }
 
     @Test
     void missingToolboxIsTheCause() throws Exception {
         Path own = copyOfTheLibraries(folder.resolve("alone"));
         Files.delete(own.resolve(TOOLBOX));
-        ChildJava child = ChildJava.withClassPath(System.getProperty("mirtal.classes") + java.io.File.pathSeparator
-                + System.getProperty("mirtal.test.classes")).option("-Dcom.mirtal.library.path=" + own);
+        ChildJava child = ChildJava
+                              .withClassPath(System.getProperty("mirtal.classes") + java.io.File.pathSeparator
+                                  + System.getProperty("mirtal.test.classes"))
+                              .option("-Dcom.mirtal.library.path=" + own);
         ChildJava.Result result = length(child);
-        assertTrue(result.output().contains("Likely cause: the toolbox library has to lie beside the library"),
-                result.output());
+        assertTrue(
+            result.output().contains("Likely cause: the toolbox library has to lie beside the library"),
+            result.output());
     }
 
     /** In a mount namespace of its own, where both places that the jar unpacks to are mounted noexec. */
@@ -196,16 +208,17 @@ class NativeLibraryTest {
         Files.createDirectory(cache);
         ChildJava both = child();
         both.before.addAll(List.of("unshare", "--map-root-user", "--mount", "sh", "-c",
-                "mount -t tmpfs -o noexec none " + cache + " && mount -t tmpfs -o noexec none " + temporary
-                        + " && exec \"$@\"", "sh"));
+            "mount -t tmpfs -o noexec none " + cache + " && mount -t tmpfs -o noexec none " + temporary
+                + " && exec \"$@\"",
+            "sh"));
         ChildJava.Result result = length(both);
         assertTrue(result.output().contains("is mounted noexec; name another folder by the system property"),
-                result.output());
+            result.output());
         assertNotEquals(0, result.exitCode());
 
         ChildJava one = child();
         one.before.addAll(List.of("unshare", "--map-root-user", "--mount", "sh", "-c",
-                "mount -t tmpfs -o noexec none " + cache + " && exec \"$@\"", "sh"));
+            "mount -t tmpfs -o noexec none " + cache + " && exec \"$@\"", "sh"));
         assertLoads(one);
     }
 
@@ -213,7 +226,8 @@ class NativeLibraryTest {
     void fourClassLoadersAndThirtyTwoThreads() throws Exception {
         String[] arguments = {"4", "8", TestMedia.TONE.toString()};
         String expected = 32L * 176444 + "\nno temporary files\n";
-        assertEquals(expected, child().option("-XX:-UsePerfData").run("com.mirtal.LoadingProgram", arguments).output());
+        assertEquals(expected,
+            child().option("-XX:-UsePerfData").run("com.mirtal.LoadingProgram", arguments).output());
         Path own = copyOfTheLibraries(folder.resolve("own"));
         for (String place : List.of("-Djava.library.path=" + own, "-Dcom.mirtal.library.path=" + own)) {
             ChildJava child = child().option("-XX:-UsePerfData").option(place);
@@ -223,7 +237,10 @@ class NativeLibraryTest {
 
     @Test
     void everyClassLoaderMayLoadAgain() throws Exception {
-        ChildJava.Result result = child().option("-XX:-UsePerfData").option("-Xcheck:jni")
+        ChildJava.Result result =
+            child()
+                .option("-XX:-UsePerfData")
+                .option("-Xcheck:jni")
                 .run("com.mirtal.LoadingProgram", "3", "2", TestMedia.TONE.toString(), "reload");
         assertEquals("reloaded 176444\n" + 6L * 176444 + "\nno temporary files\n", result.output());
     }
@@ -245,9 +262,12 @@ class NativeLibraryTest {
     void moduleWorksAsOne() throws Exception {
         ChildJava child = child();
         child.options.clear();
-        child.option("-p").option(TestMedia.property("mirtal.jar").toString())
-                .option("--patch-module").option("com.mirtal=" + System.getProperty("mirtal.test.classes"))
-                .option("-Djava.io.tmpdir=" + temporary).option("-m");
+        child.option("-p")
+            .option(TestMedia.property("mirtal.jar").toString())
+            .option("--patch-module")
+            .option("com.mirtal=" + System.getProperty("mirtal.test.classes"))
+            .option("-Djava.io.tmpdir=" + temporary)
+            .option("-m");
         ChildJava.Result result = child.run("com.mirtal/com.mirtal.LengthProgram", TestMedia.TONE.toString());
         assertEquals(LENGTHS, result.output());
     }

@@ -26,8 +26,7 @@ import org.junit.jupiter.api.io.TempDir;
 
 /** AAC through {@code AudioSystem}, which finds the reader by itself. */
 class SampledTest {
-    @TempDir
-    Path folder;
+    @TempDir Path folder;
 
     private static byte[] soundOf(Path file) throws Exception {
         byte[] stream = TestMedia.convertedByCommandLine(file);
@@ -36,7 +35,8 @@ class SampledTest {
 
     @Test
     void readsFilesOfBothKinds() throws Exception {
-        for (String name : new String[] {"tone-44100-stereo.m4a", "tone-22050-mono.m4a", "tone.mov", "tone-48000-stereo.aac"}) {
+        for (String name : new String[] {
+                 "tone-44100-stereo.m4a", "tone-22050-mono.m4a", "tone.mov", "tone-48000-stereo.aac"}) {
             Path file = TestMedia.file(name);
             byte[] expected = soundOf(file);
             try (AudioInputStream sound = AudioSystem.getAudioInputStream(file.toFile())) {
@@ -48,7 +48,7 @@ class SampledTest {
                 assertArrayEquals(expected, sound.readAllBytes(), name);
             }
             try (InputStream stream = new BufferedInputStream(new FileInputStream(file.toFile()));
-                    AudioInputStream sound = AudioSystem.getAudioInputStream(stream)) {
+                 AudioInputStream sound = AudioSystem.getAudioInputStream(stream)) {
                 assertEquals(expected.length / 4, sound.getFrameLength(), name);
                 assertArrayEquals(expected, sound.readAllBytes(), name);
             }
@@ -57,7 +57,8 @@ class SampledTest {
 
     @Test
     void readsFromOtherPlaces() throws Exception {
-        var server = com.sun.net.httpserver.HttpServer.create(new java.net.InetSocketAddress("127.0.0.1", 0), 0);
+        var server =
+            com.sun.net.httpserver.HttpServer.create(new java.net.InetSocketAddress("127.0.0.1", 0), 0);
         server.createContext("/", exchange -> {
             byte[] file = Files.readAllBytes(TestMedia.TONE);
             exchange.sendResponseHeaders(200, file.length);
@@ -80,7 +81,7 @@ class SampledTest {
     void spoolIsGoneAtOnce() throws Exception {
         Path temporary = Path.of(System.getProperty("java.io.tmpdir"));
         try (InputStream stream = new BufferedInputStream(new FileInputStream(TestMedia.TONE.toFile()));
-                AudioInputStream sound = AudioSystem.getAudioInputStream(stream)) {
+             AudioInputStream sound = AudioSystem.getAudioInputStream(stream)) {
             try (var left = Files.newDirectoryStream(temporary, "mirtal-*.spool")) {
                 assertTrue(!left.iterator().hasNext(), "no spool in " + temporary);
             }
@@ -98,8 +99,10 @@ class SampledTest {
         assertEquals(1_000_000L, format.properties().get("duration"));
         assertTrue(format.getFormat().matches(new AudioFormat(44100, 16, 2, true, false)));
         assertEquals(format.getFrameLength(),
-                AudioSystem.getAudioFileFormat(TestMedia.TONE.toUri().toURL()).getFrameLength());
-        assertEquals("AAC", AudioSystem.getAudioFileFormat(TestMedia.file("tone-8000-stereo.aac").toFile()).getType()
+            AudioSystem.getAudioFileFormat(TestMedia.TONE.toUri().toURL()).getFrameLength());
+        assertEquals("AAC",
+            AudioSystem.getAudioFileFormat(TestMedia.file("tone-8000-stereo.aac").toFile())
+                .getType()
                 .toString());
     }
 
@@ -117,7 +120,7 @@ class SampledTest {
     void soundConvertsFurther() throws Exception {
         AudioFormat mono = new AudioFormat(44100, 16, 1, true, false);
         try (AudioInputStream sound = AudioSystem.getAudioInputStream(TestMedia.TONE.toFile());
-                AudioInputStream converted = AudioSystem.getAudioInputStream(mono, sound)) {
+             AudioInputStream converted = AudioSystem.getAudioInputStream(mono, sound)) {
             assertEquals(44100 * 2, converted.readAllBytes().length);
         }
     }
@@ -125,14 +128,16 @@ class SampledTest {
     /** Java's own reader gives the WAV's own format: eight bits stay eight. */
     @Test
     void whatJavaReadsIsStillReadByJava() throws Exception {
-        try (AudioInputStream sound = AudioSystem.getAudioInputStream(TestMedia.file("tone-8.wav").toFile())) {
+        try (
+            AudioInputStream sound = AudioSystem.getAudioInputStream(TestMedia.file("tone-8.wav").toFile())) {
             assertEquals(8, sound.getFormat().getSampleSizeInBits());
         }
         try (AudioInputStream sound = AudioSystem.getAudioInputStream(TestMedia.file("tone.aiff").toFile())) {
             assertTrue(sound.getFormat().isBigEndian());
         }
-        try (InputStream stream = new BufferedInputStream(new FileInputStream(TestMedia.file("tone-8.wav").toFile()));
-                AudioInputStream sound = AudioSystem.getAudioInputStream(stream)) {
+        try (InputStream stream =
+                 new BufferedInputStream(new FileInputStream(TestMedia.file("tone-8.wav").toFile()));
+             AudioInputStream sound = AudioSystem.getAudioInputStream(stream)) {
             assertEquals(8, sound.getFormat().getSampleSizeInBits());
         }
     }
@@ -140,16 +145,20 @@ class SampledTest {
     @Test
     void noMatchResetsTheStreamAndSaysOnlyThat() throws Exception {
         AACAudioFileReader reader = new AACAudioFileReader();
-        for (String name : new String[] {"tone-16.wav", "tone.aiff", "tone.flac", "tone.mp3", "words.m4a", "empty.m4a"}) {
+        for (String name :
+            new String[] {"tone-16.wav", "tone.aiff", "tone.flac", "tone.mp3", "words.m4a", "empty.m4a"}) {
             Path file = TestMedia.file(name);
             byte[] content = Files.readAllBytes(file);
             InputStream stream = new BufferedInputStream(new ByteArrayInputStream(content), 16);
             assertThrows(UnsupportedAudioFileException.class, () -> reader.getAudioInputStream(stream), name);
             assertThrows(UnsupportedAudioFileException.class, () -> reader.getAudioFileFormat(stream), name);
             assertArrayEquals(content, stream.readAllBytes(), name);
-            assertThrows(UnsupportedAudioFileException.class, () -> reader.getAudioInputStream(file.toFile()), name);
-            assertThrows(UnsupportedAudioFileException.class, () -> reader.getAudioFileFormat(file.toFile()), name);
-            assertThrows(UnsupportedAudioFileException.class, () -> reader.getAudioInputStream(file.toUri().toURL()), name);
+            assertThrows(
+                UnsupportedAudioFileException.class, () -> reader.getAudioInputStream(file.toFile()), name);
+            assertThrows(
+                UnsupportedAudioFileException.class, () -> reader.getAudioFileFormat(file.toFile()), name);
+            assertThrows(UnsupportedAudioFileException.class,
+                () -> reader.getAudioInputStream(file.toUri().toURL()), name);
         }
     }
 
@@ -157,16 +166,20 @@ class SampledTest {
     void soundThatCannotBeDecodedIsUnsupported() {
         for (String name : new String[] {"encrypted.mp4", "video-only.mp4", "no-tables.m4a"}) {
             File file = TestMedia.file(name).toFile();
-            assertThrows(UnsupportedAudioFileException.class, () -> AudioSystem.getAudioInputStream(file), name);
-            assertThrows(UnsupportedAudioFileException.class, () -> AudioSystem.getAudioFileFormat(file), name);
+            assertThrows(
+                UnsupportedAudioFileException.class, () -> AudioSystem.getAudioInputStream(file), name);
+            assertThrows(
+                UnsupportedAudioFileException.class, () -> AudioSystem.getAudioFileFormat(file), name);
         }
     }
 
     /** Its bytes are used up, so no other reader may try: the reason is told as it is. */
     @Test
     void streamThatCannotBeDecodedTellsWhy() throws Exception {
-        try (InputStream stream = new BufferedInputStream(new FileInputStream(TestMedia.file("encrypted.mp4").toFile()))) {
-            AudioException refused = assertThrows(AudioException.class, () -> AudioSystem.getAudioInputStream(stream));
+        try (InputStream stream =
+                 new BufferedInputStream(new FileInputStream(TestMedia.file("encrypted.mp4").toFile()))) {
+            AudioException refused =
+                assertThrows(AudioException.class, () -> AudioSystem.getAudioInputStream(stream));
             assertEquals(-206, refused.platformCode());
         }
     }

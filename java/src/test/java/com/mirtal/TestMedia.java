@@ -19,7 +19,7 @@ final class TestMedia {
 
     /** Files that are no sound, or not to be opened. */
     private static final List<String> REFUSED =
-            List.of("words.m4a", "empty.m4a", "no-tables.m4a", "encrypted.mp4", "README.md");
+        List.of("words.m4a", "empty.m4a", "no-tables.m4a", "encrypted.mp4", "README.md");
 
     /** Too long to be converted as a whole in a test of many files. */
     private static final List<String> LARGE = List.of("long.m4a", "huge-8000-mono.aac");
@@ -34,20 +34,20 @@ final class TestMedia {
         return Path.of(value);
     }
 
-    static Path file(String name) {
-        return property("mirtal.fixtures").resolve(name);
-    }
+    static Path file(String name) { return property("mirtal.fixtures").resolve(name); }
 
     /** Every file that can be converted and is not large. */
     static List<Path> all() throws IOException {
         try (Stream<Path> files = Files.list(property("mirtal.fixtures"))) {
             List<Path> media = files.filter(Files::isRegularFile)
-                    .filter(file -> !file.getFileName().toString().startsWith("."))
-                    .filter(file -> !REFUSED.contains(file.getFileName().toString()))
-                    .filter(file -> !LARGE.contains(file.getFileName().toString()))
-                    .sorted().toList();
+                                   .filter(file -> !file.getFileName().toString().startsWith("."))
+                                   .filter(file -> !REFUSED.contains(file.getFileName().toString()))
+                                   .filter(file -> !LARGE.contains(file.getFileName().toString()))
+                                   .sorted()
+                                   .toList();
             if (media.size() < 60) {
-                throw new IllegalStateException("only " + media.size() + " media files: they are not all made");
+                throw new IllegalStateException(
+                    "only " + media.size() + " media files: they are not all made");
             }
             return media;
         }
@@ -55,8 +55,8 @@ final class TestMedia {
 
     /** The whole stream, as the command line makes it. */
     static byte[] convertedByCommandLine(Path file, String... options) throws Exception {
-        List<String> command = new ArrayList<>(
-                List.of(property("mirtal.aac2wav").toString(), "--quiet", "--keep-going"));
+        List<String> command =
+            new ArrayList<>(List.of(property("mirtal.aac2wav").toString(), "--quiet", "--keep-going"));
         command.addAll(Arrays.asList(options));
         command.addAll(List.of(file.toString(), "-"));
         Process process = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.INHERIT).start();

@@ -42,7 +42,8 @@ final class ThrowingCallbacks {
         };
         Throwable surfaced = caught(() -> converter.convert_AAC2WAV(path));
         require(surfaced instanceof IllegalStateException, "it surfaces as it was thrown");
-        require("call 1".equals(surfaced.getMessage()), "of several, the first, not " + surfaced.getMessage());
+        require(
+            "call 1".equals(surfaced.getMessage()), "of several, the first, not " + surfaced.getMessage());
         require(calls[0] == 4, "and the conversion goes on to its end, not " + calls[0]);
     }
 
@@ -57,7 +58,10 @@ final class ThrowingCallbacks {
         require(caught(() -> converter.convert_AAC2WAV(path)) == thrown, "errors surface too");
     }
 
-    /** A window whose duration ends before its start begins with a part of less than nothing, handed on unchecked. */
+    /**
+     * A window whose duration ends before its start begins with a part of less than nothing, handed on
+     * unchecked.
+     */
     private static void getsALengthBelowZero(String path) {
         int[] lengths = new int[2];
         int[] calls = {0};

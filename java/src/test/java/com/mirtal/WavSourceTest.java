@@ -28,8 +28,7 @@ import org.junit.jupiter.api.io.TempDir;
 
 @Timeout(120)
 class WavSourceTest {
-    @TempDir
-    Path folder;
+    @TempDir Path folder;
 
     @Test
     void describesTheFile() throws Exception {
@@ -50,7 +49,8 @@ class WavSourceTest {
             try (WavSource source = WavSource.open(file.toString())) {
                 byte[] stream = source.openStream().readAllBytes();
                 assertEquals(source.length(), stream.length, file.toString());
-                assertEquals(source.headerLength() + 4 * source.frameCount(), source.length(), file.toString());
+                assertEquals(
+                    source.headerLength() + 4 * source.frameCount(), source.length(), file.toString());
                 assertArrayEquals(TestMedia.convertedByCommandLine(file), stream, file.toString());
             }
         }
@@ -132,9 +132,10 @@ class WavSourceTest {
             WavInputStream left = source.openStream();
             WavInputStream right = source.openStream(300_000, source.length() - 1);
             for (int i = 0; i < 20; i++) {
-                assertArrayEquals(Arrays.copyOfRange(whole, i * 1000, i * 1000 + 1000), left.readNBytes(1000));
+                assertArrayEquals(
+                    Arrays.copyOfRange(whole, i * 1000, i * 1000 + 1000), left.readNBytes(1000));
                 assertArrayEquals(Arrays.copyOfRange(whole, 300_000 + i * 1000, 301_000 + i * 1000),
-                        right.readNBytes(1000));
+                    right.readNBytes(1000));
             }
             left.close();
             assertThrows(IOException.class, left::read);
@@ -151,7 +152,8 @@ class WavSourceTest {
             assertThrows(IndexOutOfBoundsException.class, () -> source.openStream(0, Long.MAX_VALUE));
             assertThrows(IndexOutOfBoundsException.class, () -> source.openStream(5, 3));
             assertThrows(IndexOutOfBoundsException.class, () -> source.openStream(length + 1, length));
-            assertThrows(IndexOutOfBoundsException.class, () -> source.openStream(Long.MIN_VALUE, Long.MIN_VALUE));
+            assertThrows(
+                IndexOutOfBoundsException.class, () -> source.openStream(Long.MIN_VALUE, Long.MIN_VALUE));
             assertEquals(-1, source.openStream(5, 4).read());
             assertEquals(-1, source.openStream(0, -1).read());
             assertEquals(-1, source.openStream(length, length - 1).read());
@@ -162,7 +164,7 @@ class WavSourceTest {
     @Test
     void audioStreamHasTheExactLength() throws Exception {
         try (WavSource source = WavSource.open(TestMedia.file("odd-44100-stereo.m4a"));
-                AudioInputStream sound = source.openAudioStream()) {
+             AudioInputStream sound = source.openAudioStream()) {
             assertEquals(54321, sound.getFrameLength());
             byte[] whole = source.openStream().readAllBytes();
             assertArrayEquals(Arrays.copyOfRange(whole, 44, whole.length), sound.readAllBytes());
@@ -241,7 +243,8 @@ class WavSourceTest {
             writing.await();
             writer.interrupt();
             writer.join();
-            assertEquals("interrupted", assertInstanceOf(InterruptedIOException.class, thrown.get()).getMessage());
+            assertEquals(
+                "interrupted", assertInstanceOf(InterruptedIOException.class, thrown.get()).getMessage());
             assertTrue(isSet[0]);
             assertTrue(source.openStream().read() >= 0, "other threads read on");
         }
@@ -317,13 +320,15 @@ class WavSourceTest {
 
     private static long openDescriptors() throws IOException {
         try (var descriptors = Files.list(Path.of("/proc/self/fd"))) {
-            return descriptors.filter(file -> {
-                try {
-                    return Files.readSymbolicLink(file).toString().endsWith(".m4a");
-                } catch (IOException gone) {
-                    return false;
-                }
-            }).count();
+            return descriptors
+                .filter(file -> {
+                    try {
+                        return Files.readSymbolicLink(file).toString().endsWith(".m4a");
+                    } catch (IOException gone) {
+                        return false;
+                    }
+                })
+                .count();
         }
     }
 
@@ -349,26 +354,28 @@ class WavSourceTest {
     void refusalsHaveTypesAndCodes() throws Exception {
         Path missing = folder.resolve("missing.m4a");
         AudioFileNotFoundException gone =
-                assertThrows(AudioFileNotFoundException.class, () -> WavSource.open(missing));
+            assertThrows(AudioFileNotFoundException.class, () -> WavSource.open(missing));
         assertEquals(-43, gone.platformCode());
         assertEquals(missing.toString(), gone.path());
         assertEquals(missing + ": no such file (platform status -43)", gone.getMessage());
-        assertEquals(-120, assertThrows(AudioFileNotFoundException.class,
-                () -> WavSource.open(folder.resolve("none/song.m4a"))).platformCode());
+        assertEquals(-120,
+            assertThrows(
+                AudioFileNotFoundException.class, () -> WavSource.open(folder.resolve("none/song.m4a")))
+                .platformCode());
         assertThrows(AudioFileNotFoundException.class, () -> WavSource.open(""));
         assertThrows(AudioFileNotFoundException.class, () -> WavSource.open(TestMedia.TONE + "\0.txt"));
         assertThrows(AudioFileNotFoundException.class, () -> WavSource.open("\uD800.m4a"));
         assertThrows(AudioException.class, () -> WavSource.open(folder));
 
         UnsupportedAudioException words =
-                assertThrows(UnsupportedAudioException.class, () -> WavSource.open(TestMedia.file("words.m4a")));
+            assertThrows(UnsupportedAudioException.class, () -> WavSource.open(TestMedia.file("words.m4a")));
         assertEquals(-2003, words.platformCode());
         assertThrows(UnsupportedAudioException.class, () -> WavSource.open(TestMedia.file("empty.m4a")));
-        UnsupportedAudioException encrypted =
-                assertThrows(UnsupportedAudioException.class, () -> WavSource.open(TestMedia.file("encrypted.mp4")));
+        UnsupportedAudioException encrypted = assertThrows(
+            UnsupportedAudioException.class, () -> WavSource.open(TestMedia.file("encrypted.mp4")));
         assertEquals(-206, encrypted.platformCode());
         DamagedAudioException headless =
-                assertThrows(DamagedAudioException.class, () -> WavSource.open(TestMedia.file("no-tables.m4a")));
+            assertThrows(DamagedAudioException.class, () -> WavSource.open(TestMedia.file("no-tables.m4a")));
         assertEquals(-2010, headless.platformCode());
         assertThrows(NullPointerException.class, () -> WavSource.open((String) null));
         assertThrows(NullPointerException.class, () -> WavSource.open((Path) null));
@@ -386,8 +393,10 @@ class WavSourceTest {
 
     @Test
     void codesOfFourCharactersAreShownAsSuch() {
-        assertEquals("x: it cannot be read (platform status \"nilP\")", AudioException.of("x", 0x6E696C50, "").getMessage());
-        assertEquals("x: it cannot be read (platform status -36)", AudioException.of("x", -36, "").getMessage());
+        assertEquals("x: it cannot be read (platform status \"nilP\")",
+            AudioException.of("x", 0x6E696C50, "").getMessage());
+        assertEquals(
+            "x: it cannot be read (platform status -36)", AudioException.of("x", -36, "").getMessage());
     }
 
     @Test
@@ -405,6 +414,6 @@ class WavSourceTest {
             assertInstanceOf(DamagedAudioException.class, AudioException.of("x", code, ""));
         }
         assertEquals("a/x.m4a: the tables end early (platform status -2010)",
-                AudioException.of("a/x.m4a", -2010, "/home/a/x.m4a: the tables end early").getMessage());
+            AudioException.of("a/x.m4a", -2010, "/home/a/x.m4a: the tables end early").getMessage());
     }
 }

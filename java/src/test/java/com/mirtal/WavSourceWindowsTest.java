@@ -15,9 +15,10 @@ class WavSourceWindowsTest {
 
     @TestFactory
     Iterable<DynamicTest> everyRangeIsASliceOfTheWhole() throws Exception {
-        return TestMedia.all().stream()
-                .map(file -> DynamicTest.dynamicTest(file.getFileName().toString(), () -> compareRanges(file)))
-                .toList();
+        return TestMedia.all()
+            .stream()
+            .map(file -> DynamicTest.dynamicTest(file.getFileName().toString(), () -> compareRanges(file)))
+            .toList();
     }
 
     private static void compareRanges(Path file) throws Exception {

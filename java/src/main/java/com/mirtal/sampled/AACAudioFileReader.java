@@ -23,15 +23,14 @@ import javax.sound.sampled.UnsupportedAudioFileException;
 import javax.sound.sampled.spi.AudioFileReader;
 
 /**
- * Reads files of the MPEG-4 family and raw AAC for {@code AudioSystem}. The streams it gives are decoded sound, with the
- * exact frame length; closing one closes its file. There is no encoded form in between, so no format converter is needed
- * to get at the sound, and Java's own convert it further.
+ * Reads files of the MPEG-4 family and raw AAC for {@code AudioSystem}. The streams it gives are decoded
+ * sound, with the exact frame length; closing one closes its file. There is no encoded form in between, so no
+ * format converter is needed to get at the sound, and Java's own convert it further.
  *
- * <p>What is neither is left alone: the stream is reset, and {@link UnsupportedAudioFileException} thrown, as it is for
- * a file of these kinds whose sound cannot be decoded.
+ * <p>What is neither is left alone: the stream is reset, and {@link UnsupportedAudioFileException} thrown, as
+ * it is for a file of these kinds whose sound cannot be decoded.
  */
 public final class AACAudioFileReader extends AudioFileReader {
-
     /** Made by {@code AudioSystem}. */
     public AACAudioFileReader() {}
 
@@ -40,7 +39,8 @@ public final class AACAudioFileReader extends AudioFileReader {
         AudioFileFormat.Type type = typeOf(file);
         try (WavSource source = open(file)) {
             long microseconds = Math.round(source.frameCount() * 1e6 / source.audioFormat().getFrameRate());
-            return new FileFormat(type, file.length(), source.audioFormat(), source.frameCount(), microseconds);
+            return new FileFormat(
+                type, file.length(), source.audioFormat(), source.frameCount(), microseconds);
         }
     }
 
@@ -75,30 +75,34 @@ public final class AACAudioFileReader extends AudioFileReader {
     /**
      * {@inheritDoc}
      *
-     * <p>The stream is left where it was. What follows the first bytes decides the rate and the length, so both are
+     * <p>The stream is left where it was. What follows the first bytes decides the rate and the length, so
+     * both are
      * {@code NOT_SPECIFIED}; the sound that {@link #getAudioInputStream(InputStream)} gives has them.
      */
     @Override
-    public AudioFileFormat getAudioFileFormat(InputStream stream) throws UnsupportedAudioFileException, IOException {
+    public AudioFileFormat getAudioFileFormat(InputStream stream)
+        throws UnsupportedAudioFileException, IOException {
         AudioFileFormat.Type type = typeOf(stream);
-        AudioFormat format = new AudioFormat(AudioFormat.Encoding.PCM_SIGNED, AudioSystem.NOT_SPECIFIED, 16, 2, 4,
-                AudioSystem.NOT_SPECIFIED, false);
+        AudioFormat format = new AudioFormat(AudioFormat.Encoding.PCM_SIGNED, AudioSystem.NOT_SPECIFIED, 16,
+            2, 4, AudioSystem.NOT_SPECIFIED, false);
         return new AudioFileFormat(type, format, AudioSystem.NOT_SPECIFIED);
     }
 
     /**
      * {@inheritDoc}
      *
-     * <p>Decoding needs the whole file, and not in its order. So the stream is read to its end, into a temporary file
-     * that has no name any more when this returns. The stream must support mark and reset.
+     * <p>Decoding needs the whole file, and not in its order. So the stream is read to its end, into a
+     * temporary file that has no name any more when this returns. The stream must support mark and reset.
      */
     @Override
-    public AudioInputStream getAudioInputStream(InputStream stream) throws UnsupportedAudioFileException, IOException {
+    public AudioInputStream getAudioInputStream(InputStream stream)
+        throws UnsupportedAudioFileException, IOException {
         typeOf(stream);
         Path spool = Files.createTempFile("mirtal-", ".spool");
         try {
             Files.copy(stream, spool, StandardCopyOption.REPLACE_EXISTING);
-            // Past the first bytes the stream cannot be reset for another reader: what fails now is told as it is.
+            // Past the first bytes the stream cannot be reset for another reader: what fails now is told as
+            // it is.
             return soundOf(linked(() -> WavSource.open(spool)));
         } finally {
             Files.delete(spool);
@@ -111,7 +115,8 @@ public final class AACAudioFileReader extends AudioFileReader {
         }
     }
 
-    private static AudioFileFormat.Type typeOf(InputStream stream) throws UnsupportedAudioFileException, IOException {
+    private static AudioFileFormat.Type typeOf(InputStream stream)
+        throws UnsupportedAudioFileException, IOException {
         if (!stream.markSupported()) {
             throw new UnsupportedAudioFileException("the stream cannot be looked into: it supports no mark");
         }
@@ -125,7 +130,8 @@ public final class AACAudioFileReader extends AudioFileReader {
         return require(Signature.recognise(start));
     }
 
-    private static AudioFileFormat.Type require(AudioFileFormat.Type type) throws UnsupportedAudioFileException {
+    private static AudioFileFormat.Type require(AudioFileFormat.Type type)
+        throws UnsupportedAudioFileException {
         if (type == null) {
             throw new UnsupportedAudioFileException("neither MPEG-4 nor AAC");
         }
@@ -141,8 +147,8 @@ public final class AACAudioFileReader extends AudioFileReader {
             source.close();
             throw new UnsupportedAudioFileException(file + ": no sound in the file");
         } catch (UnsupportedAudioException | DamagedAudioException notForUs) {
-            throw (UnsupportedAudioFileException) new UnsupportedAudioFileException(notForUs.getMessage())
-                    .initCause(notForUs);
+            throw(UnsupportedAudioFileException) new UnsupportedAudioFileException(notForUs.getMessage())
+                .initCause(notForUs);
         }
     }
 

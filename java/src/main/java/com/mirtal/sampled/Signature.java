@@ -5,24 +5,31 @@ import java.util.Set;
 import javax.sound.sampled.AudioFileFormat;
 
 /**
- * Tells by the first bytes whether a file is of the MPEG-4 family or raw AAC. Nothing else is claimed: what Java reads
- * itself, and what other readers are installed for, is left to them.
+ * Tells by the first bytes whether a file is of the MPEG-4 family or raw AAC. Nothing else is claimed: what
+ * Java reads itself, and what other readers are installed for, is left to them.
  */
 final class Signature {
-    /** As many bytes of a file as are looked at: room for a tag with a small picture and two of the largest frames. */
+    /**
+     * As many bytes of a file as are looked at: room for a tag with a small picture and two of the largest
+     * frames.
+     */
     static final int LOOK_BYTE_COUNT = 64 * 1024;
 
     static final AudioFileFormat.Type MPEG4 = new AudioFileFormat.Type("MPEG-4", "m4a");
     static final AudioFileFormat.Type AAC = new AudioFileFormat.Type("AAC", "aac");
 
-    private static final Set<String> FIRST_ATOMS = Set.of("ftyp", "moov", "mdat", "wide", "free", "skip", "pnot");
+    private static final Set<String> FIRST_ATOMS =
+        Set.of("ftyp", "moov", "mdat", "wide", "free", "skip", "pnot");
     private static final int TAG_HEADER_BYTE_COUNT = 10;
     private static final int FRAME_HEADER_BYTE_COUNT = 7;
     private static final int RATE_COUNT = 13;
 
     private Signature() {}
 
-    /** The type of a file that starts with these bytes, which may be all it has; null when it is of neither kind. */
+    /**
+     * The type of a file that starts with these bytes, which may be all it has; null when it is of neither
+     * kind.
+     */
     static AudioFileFormat.Type recognise(byte[] start) {
         if (isMPEG4(start)) {
             return MPEG4;
@@ -34,7 +41,8 @@ final class Signature {
         if (start.length < 8) {
             return false;
         }
-        long size = (start[0] & 0xFFL) << 24 | (start[1] & 0xFF) << 16 | (start[2] & 0xFF) << 8 | start[3] & 0xFF;
+        long size =
+            (start[0] & 0xFFL) << 24 | (start[1] & 0xFF) << 16 | (start[2] & 0xFF) << 8 | start[3] & 0xFF;
         // 0: to the end of the file; 1: a 64-bit size follows.
         boolean isSize = size >= 8 || size <= 1;
         return isSize && FIRST_ATOMS.contains(new String(start, 4, 4, StandardCharsets.ISO_8859_1));
@@ -46,12 +54,16 @@ final class Signature {
             return 0;
         }
         // Seven bits in each byte of the size.
-        int content = (start[6] & 0x7F) << 21 | (start[7] & 0x7F) << 14 | (start[8] & 0x7F) << 7 | start[9] & 0x7F;
+        int content =
+            (start[6] & 0x7F) << 21 | (start[7] & 0x7F) << 14 | (start[8] & 0x7F) << 7 | start[9] & 0x7F;
         int footer = (start[5] & 0x10) != 0 ? TAG_HEADER_BYTE_COUNT : 0;
         return TAG_HEADER_BYTE_COUNT + content + footer;
     }
 
-    /** Two frame headers in a row, or one frame that is the whole file: twelve set bits alone are found in anything. */
+    /**
+     * Two frame headers in a row, or one frame that is the whole file: twelve set bits alone are found in
+     * anything.
+     */
     private static boolean isAAC(byte[] start, int at) {
         int frame = frameByteCount(start, at);
         if (frame == 0) {

@@ -23,12 +23,17 @@ final class DevTools implements AutoCloseable {
     private int lastId;
 
     DevTools(String address, Path profile) throws Exception {
-        browser = new ProcessBuilder(List.of("chromium", "--headless=new", "--no-sandbox", "--disable-gpu", "--mute-audio",
-                "--disable-dev-shm-usage", "--autoplay-policy=no-user-gesture-required", "--remote-debugging-port=0",
-                "--user-data-dir=" + profile, address)).redirectErrorStream(true)
-                .redirectOutput(profile.resolve("log").toFile()).start();
+        browser = new ProcessBuilder(
+            List.of("chromium", "--headless=new", "--no-sandbox", "--disable-gpu", "--mute-audio",
+                "--disable-dev-shm-usage", "--autoplay-policy=no-user-gesture-required",
+                "--remote-debugging-port=0", "--user-data-dir=" + profile, address))
+                      .redirectErrorStream(true)
+                      .redirectOutput(profile.resolve("log").toFile())
+                      .start();
         HttpClient client = HttpClient.newHttpClient();
-        socket = client.newWebSocketBuilder().buildAsync(URI.create(pageSocket(client, profile)), new Listener()).join();
+        socket = client.newWebSocketBuilder()
+                     .buildAsync(URI.create(pageSocket(client, profile)), new Listener())
+                     .join();
     }
 
     /** The browser writes its port to a file when it is up. */
@@ -37,10 +42,16 @@ final class DevTools implements AutoCloseable {
         for (int i = 0; i < 300; i++) {
             if (Files.exists(portFile) && !Files.readString(portFile).isEmpty()) {
                 String port = Files.readAllLines(portFile).get(0);
-                String pages = client.send(HttpRequest.newBuilder(URI.create("http://127.0.0.1:" + port + "/json")).build(),
-                        HttpResponse.BodyHandlers.ofString()).body();
-                Matcher page = Pattern.compile("\"type\": \"page\".*?\"webSocketDebuggerUrl\": \"([^\"]+)\"", Pattern.DOTALL)
-                        .matcher(pages);
+                String pages =
+                    client
+                        .send(
+                            HttpRequest.newBuilder(URI.create("http://127.0.0.1:" + port + "/json")).build(),
+                            HttpResponse.BodyHandlers.ofString())
+                        .body();
+                Matcher page = Pattern
+                                   .compile("\"type\": \"page\".*?\"webSocketDebuggerUrl\": \"([^\"]+)\"",
+                                       Pattern.DOTALL)
+                                   .matcher(pages);
                 if (page.find()) {
                     return page.group(1);
                 }
@@ -48,22 +59,29 @@ final class DevTools implements AutoCloseable {
             Thread.sleep(100);
         }
         close();
-        throw new IllegalStateException("the browser does not start: " + Files.readString(profile.resolve("log")));
+        throw new IllegalStateException(
+            "the browser does not start: " + Files.readString(profile.resolve("log")));
     }
 
-    /** Runs a script, waits for its promise, and gives its value, which is to be text without quotes in it. */
+    /**
+     * Runs a script, waits for its promise, and gives its value, which is to be text without quotes in it.
+     */
     String run(String script) throws Exception {
         int id = ++lastId;
         String quoted = script.replace("\\", "\\\\").replace("\"", "\\\"").replace("\n", "\\n");
-        socket.sendText("{\"id\":" + id + ",\"method\":\"Runtime.evaluate\",\"params\":{\"expression\":\"" + quoted
-                + "\",\"awaitPromise\":true,\"returnByValue\":true}}", true).join();
+        socket
+            .sendText("{\"id\":" + id + ",\"method\":\"Runtime.evaluate\",\"params\":{\"expression\":\""
+                    + quoted + "\",\"awaitPromise\":true,\"returnByValue\":true}}",
+                true)
+            .join();
         while (true) {
             String message = messages.poll(40, TimeUnit.SECONDS);
             if (message == null) {
                 throw new IllegalStateException("no answer to: " + script);
             }
             if (message.contains("\"id\":" + id + ",")) {
-                Matcher value = Pattern.compile("\"type\":\"string\",\"value\":\"([^\"]*)\"").matcher(message);
+                Matcher value =
+                    Pattern.compile("\"type\":\"string\",\"value\":\"([^\"]*)\"").matcher(message);
                 if (message.contains("exceptionDetails") || !value.find()) {
                     throw new IllegalStateException(message);
                 }

@@ -30,8 +30,7 @@ class MediaServerTest {
     private static final String SONG = "audio/song.m4a.wav";
     private static final int LENGTH = 176444;
 
-    @TempDir
-    Path folder;
+    @TempDir Path folder;
 
     private final HttpClient client = HttpClient.newBuilder().version(HttpClient.Version.HTTP_1_1).build();
     private MediaServer server;
@@ -41,7 +40,8 @@ class MediaServerTest {
     void serve() throws Exception {
         Path fixtures = Path.of(System.getProperty("mirtal.fixtures"));
         Files.copy(fixtures.resolve("tone-44100-stereo.m4a"), folder.resolve("song.m4a"));
-        Files.copy(fixtures.resolve("tone-44100-stereo.m4a"), folder.resolve("f\u00fcr <Elise> & \"co\".M4A"));
+        Files.copy(
+            fixtures.resolve("tone-44100-stereo.m4a"), folder.resolve("f\u00fcr <Elise> & \"co\".M4A"));
         Files.copy(fixtures.resolve("words.m4a"), folder.resolve("words.m4a"));
         Files.createSymbolicLink(folder.resolve("long.m4a"), fixtures.resolve("long.m4a"));
         Files.writeString(folder.resolve("secret.txt"), "secret");
@@ -59,7 +59,7 @@ class MediaServerTest {
 
     private HttpResponse<byte[]> send(String method, String path, String... headers) throws Exception {
         HttpRequest.Builder request = HttpRequest.newBuilder(URI.create(server.address() + path))
-                .method(method, HttpRequest.BodyPublishers.noBody());
+                                          .method(method, HttpRequest.BodyPublishers.noBody());
         if (headers.length > 0) {
             request.headers(headers);
         }
@@ -135,7 +135,8 @@ class MediaServerTest {
 
     @Test
     void rangeBehindTheEnd() throws Exception {
-        for (String range : List.of("bytes=176444-", "bytes=176444-200000", "bytes=-0", "bytes=99999999999999999999-")) {
+        for (String range :
+            List.of("bytes=176444-", "bytes=176444-200000", "bytes=-0", "bytes=99999999999999999999-")) {
             HttpResponse<byte[]> response = send("GET", SONG, "Range", range);
             assertEquals(416, response.statusCode(), range);
             assertEquals("bytes */" + LENGTH, header(response, "Content-Range"), range);
@@ -145,7 +146,8 @@ class MediaServerTest {
     /** A server may leave any range out of account, and must where it makes no sense. */
     @Test
     void otherRangesGiveTheWhole() throws Exception {
-        for (String range : List.of("bytes=0-9,20-29", "bytes=5-3", "bytes=-", "bytes=a-b", "frames=0-9", "bytes 0-9")) {
+        for (String range :
+            List.of("bytes=0-9,20-29", "bytes=5-3", "bytes=-", "bytes=a-b", "frames=0-9", "bytes 0-9")) {
             assertWhole(send("GET", SONG, "Range", range));
         }
     }
@@ -172,15 +174,17 @@ class MediaServerTest {
         assertWhole(send("GET", SONG, "Range", "bytes=5-9", "If-Range", "W/" + tag));
         assertWhole(send("GET", SONG, "Range", "bytes=5-9", "If-Range", "Sat, 01 Jan 2000 00:00:00 GMT"));
 
-        Files.setLastModifiedTime(folder.resolve("song.m4a"), FileTime.from(Instant.parse("2001-02-03T04:05:06Z")));
+        Files.setLastModifiedTime(
+            folder.resolve("song.m4a"), FileTime.from(Instant.parse("2001-02-03T04:05:06Z")));
         assertWhole(send("GET", SONG, "If-None-Match", tag));
         assertEquals("Sat, 03 Feb 2001 04:05:06 GMT", header(send("HEAD", SONG), "Last-Modified"));
     }
 
     @Test
     void whatIsNotThere() throws Exception {
-        for (String path : List.of("audio/none.m4a.wav", "audio/secret.txt.wav", "audio/secret.txt", "audio/", "audio",
-                "audio/../secret.txt.wav", "audio/%2e%2e%2fsecret.txt.wav", "audio/album.m4a.wav", "favicon.ico")) {
+        for (String path : List.of("audio/none.m4a.wav", "audio/secret.txt.wav", "audio/secret.txt", "audio/",
+                 "audio", "audio/../secret.txt.wav", "audio/%2e%2e%2fsecret.txt.wav", "audio/album.m4a.wav",
+                 "favicon.ico")) {
             assertEquals(404, send("GET", path).statusCode(), path);
         }
         assertEquals(500, send("GET", "audio/words.m4a.wav").statusCode());
@@ -191,8 +195,8 @@ class MediaServerTest {
 
     @Test
     void disconnectEndsTheTransfer() throws Exception {
-        HttpResponse<InputStream> response = client.send(
-                HttpRequest.newBuilder(URI.create(server.address() + "audio/long.m4a.wav")).build(),
+        HttpResponse<InputStream> response =
+            client.send(HttpRequest.newBuilder(URI.create(server.address() + "audio/long.m4a.wav")).build(),
                 HttpResponse.BodyHandlers.ofInputStream());
         response.body().readNBytes(100_000);
         assertEquals(1, server.transferCount());
@@ -218,8 +222,8 @@ class MediaServerTest {
 
     @Test
     void closingEndsTransfers() throws Exception {
-        HttpResponse<InputStream> response = client.send(
-                HttpRequest.newBuilder(URI.create(server.address() + "audio/long.m4a.wav")).build(),
+        HttpResponse<InputStream> response =
+            client.send(HttpRequest.newBuilder(URI.create(server.address() + "audio/long.m4a.wav")).build(),
                 HttpResponse.BodyHandlers.ofInputStream());
         response.body().read();
         server.close();
@@ -228,7 +232,8 @@ class MediaServerTest {
     }
 
     private String curl(String... arguments) throws Exception {
-        var command = new java.util.ArrayList<>(List.of("curl", "--silent", "--show-error", "--max-time", "30"));
+        var command =
+            new java.util.ArrayList<>(List.of("curl", "--silent", "--show-error", "--max-time", "30"));
         command.addAll(Arrays.asList(arguments));
         ProcessBuilder builder = new ProcessBuilder(command).redirectErrorStream(true);
         // A sanitizer that this runtime was started under is none of curl's.
@@ -251,9 +256,11 @@ class MediaServerTest {
         curl("--continue-at", "-", "--output", out.toString(), song);
         assertArrayEquals(whole, Files.readAllBytes(out));
 
-        assertEquals("206 5", curl("--range", "0-4", "--output", out.toString(), "--write-out",
-                "%{http_code} %{size_download}", song));
-        assertEquals("416", curl("--range", "999999999-", "--output", out.toString(), "--write-out", "%{http_code}", song));
+        assertEquals("206 5",
+            curl("--range", "0-4", "--output", out.toString(), "--write-out", "%{http_code} %{size_download}",
+                song));
+        assertEquals("416",
+            curl("--range", "999999999-", "--output", out.toString(), "--write-out", "%{http_code}", song));
         String head = curl("--head", song);
         assertTrue(head.contains("Content-length: 176444") || head.contains("Content-Length: 176444"), head);
     }

@@ -9,8 +9,8 @@ import org.junit.jupiter.api.Test;
 
 class SignatureTest {
     /** A frame of 16 bytes at 44100 Hz, without a checksum. */
-    private static final byte[] FRAME = {(byte) 0xFF, (byte) 0xF1, 0x50, (byte) 0x80, 0x02, 0x1F, (byte) 0xFC,
-        0, 0, 0, 0, 0, 0, 0, 0, 0};
+    private static final byte[] FRAME = {
+        (byte) 0xFF, (byte) 0xF1, 0x50, (byte) 0x80, 0x02, 0x1F, (byte) 0xFC, 0, 0, 0, 0, 0, 0, 0, 0, 0};
 
     @Test
     void atomsOfTheFamily() {
@@ -44,7 +44,8 @@ class SignatureTest {
         assertEquals(Signature.AAC, Signature.recognise(FRAME), "one frame, and nothing else");
         assertNull(Signature.recognise(Arrays.copyOf(FRAME, 15)), "less than one");
         assertNull(Signature.recognise(Arrays.copyOf(FRAME, 30)), "and something else");
-        assertEquals(Signature.AAC, Signature.recognise(Arrays.copyOf(times(FRAME, 2), 23)), "the second header is enough");
+        assertEquals(Signature.AAC, Signature.recognise(Arrays.copyOf(times(FRAME, 2), 23)),
+            "the second header is enough");
         assertNull(Signature.recognise(Arrays.copyOf(times(FRAME, 2), 22)));
     }
 
@@ -59,7 +60,8 @@ class SignatureTest {
 
     @Test
     void tagBeforeTheFrames() {
-        byte[] tag = text("ID3\4\0\0\0\0\1\2" + "x".repeat(130));
+        byte[] tag = text("ID3\4\0\0\0\0\1\2"
+            + "x".repeat(130));
         assertEquals(Signature.AAC, Signature.recognise(joined(tag, times(FRAME, 2))));
         tag[5] = 0x10;
         assertEquals(Signature.AAC, Signature.recognise(joined(tag, new byte[10], times(FRAME, 2))));
@@ -78,13 +80,11 @@ class SignatureTest {
     }
 
     private static byte[] atom(int size, String kind) {
-        return joined(new byte[] {(byte) (size >> 24), (byte) (size >> 16), (byte) (size >> 8), (byte) size}, text(kind),
-                new byte[16]);
+        return joined(new byte[] {(byte) (size >> 24), (byte) (size >> 16), (byte) (size >> 8), (byte) size},
+            text(kind), new byte[16]);
     }
 
-    private static byte[] text(String text) {
-        return text.getBytes(StandardCharsets.ISO_8859_1);
-    }
+    private static byte[] text(String text) { return text.getBytes(StandardCharsets.ISO_8859_1); }
 
     private static byte[] times(byte[] bytes, int count) {
         byte[][] all = new byte[count][];
