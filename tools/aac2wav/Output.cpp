@@ -18,6 +18,7 @@ namespace tool {
 namespace {
 
 constexpr char kTemporaryName[] = ".aac2wav-XXXXXX";
+constexpr int kPipeByteCount = 1 << 20;  // what an unprivileged process may ask for
 
 // The file that a path leads to; the path itself where nothing is there yet.
 std::string FollowLinks(const std::string& inPath) {
@@ -105,6 +106,9 @@ void Output::OpenStandardOutput() {
     }
     mPath = "standard output";
     mDescriptor = STDOUT_FILENO;
+    // A pipe that holds several seconds of sound saves most changes between us and its reader. What is no
+    // pipe, or may not grow, stays as it is.
+    [[maybe_unused]] const int result = ::fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kPipeByteCount);
 }
 
 void Output::OpenDirectly() {
