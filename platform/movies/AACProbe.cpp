@@ -1,5 +1,7 @@
 #include "AACProbe.h"
 
+#include "LogOffset.h"
+
 #include <toolbox/MacErrors.h>
 
 #include <algorithm>
@@ -38,6 +40,7 @@ Decoder OpenDecoder(const SoundFormat& inFormat) {
     if (decoder->extradata == nullptr) return nullptr;
     if (configBytes != 0) std::memcpy(decoder->extradata, inFormat.decoderConfig.data(), configBytes);
     decoder->extradata_size = static_cast<int>(configBytes);
+    decoder->log_level_offset = kSilentLogOffset;
     decoder->thread_count = 1;
     decoder->flags2 |=
         AV_CODEC_FLAG2_SKIP_MANUAL;  // else one encoder's signature drops the first packet's sound
