@@ -132,8 +132,8 @@ Bytes Claimant(bool inIsConstantSize) {
     return WriteMP4(file);
 }
 
-// What a conversion of inPath costs, in a child of its own: a second of processor time and inMostBytes of new
-// address space end it.
+// At most 100 ms and 20 MB, the length asked for and the file converted, in a child of its own whose peak
+// memory nothing else has raised.
 void ExpectCheap(const std::string& inPath) {
     const pid_t child = fork();
     ASSERT_GE(child, 0);
