@@ -214,7 +214,6 @@ std::uint64_t BareAllocations(const toolbox::movies::SoundFormat& inFormat, cons
     context->extradata_size = static_cast<int>(config.size());
     config.resize(config.size() + AV_INPUT_BUFFER_PADDING_SIZE);
     context->extradata = config.data();
-    context->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
     EXPECT_EQ(0, avcodec_open2(context, nullptr, nullptr));
     AVPacket* packet = av_packet_alloc();
     AVFrame* frame = av_frame_alloc();
