@@ -12,7 +12,7 @@ from pathlib import Path
 ROOT, TOOLBOX, LIBRARY = Path(sys.argv[1]), sys.argv[2], sys.argv[3]
 
 # What compilers and their instrumentation export from any shared library.
-ALWAYS = re.compile(r"^(_init|_fini|__bss_start|_edata|_end|__asan\w*|__odr_asan\w*|__sancov\w*|__gcov\w*|__llvm\w*)$"
+ALWAYS = re.compile(r"^(_init|_fini|__bss_start|_edata|_end|__asan\w*|__odr_asan[.\w]*|__sancov\w*|__gcov\w*|__llvm\w*)$"
                     r"|^((\w+ )*std::|typeinfo|vtable|guard variable for std|operator (new|delete)|__gnu_cxx)"
                     # The Java runtime finds these by name; tests/java looks after them.
                     r"|^(Java_com_mirtal_\w+|JNI_On(Load|Unload))$")
