@@ -11,8 +11,8 @@
 #include <toolbox/Movies.h>
 
 // Takes the next inLength bytes of the stream, good for the duration of the call; inContext is passed
-// through. Chunks come in order. A window whose arithmetic goes below zero passes a length of zero or less:
-// there is nothing to take.
+// through. Chunks come in order. Where the 32-bit arithmetic goes below zero, in a window that ends
+// before it starts or a stream beyond 4 GiB, the length is zero or less: there is nothing to take.
 typedef void (*DataCallback)(void* inContext, void* inData, long inLength);
 
 // The movie at a POSIX path, or null. The caller disposes of it.
