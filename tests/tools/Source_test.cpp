@@ -1,9 +1,12 @@
 #include "Source.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <toolbox/MacErrors.h>
+#include <unistd.h>
 
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -21,6 +24,23 @@ TEST(FailureOf, TellsMemoryFromSound) {
     EXPECT_EQ(EX_DATAERR, failure.ExitCode());
     EXPECT_STREQ("cannot be decoded (status -50)", failure.what());
     EXPECT_EQ("song.m4a", failure.Subject());
+}
+
+// The reason told was that of the file before, or "out of memory".
+TEST(OpenExporter, TellsOfAFileInNoFolder) {
+    EXPECT_THROW(tool::OpenExporter("/proc/self/exe"), Failure);
+    const int descriptor = memfd_create("sound", MFD_CLOEXEC);
+    ASSERT_LE(0, descriptor);
+    const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+    try {
+        tool::OpenExporter(path);
+        ADD_FAILURE() << "it opened";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(EX_NOINPUT, failure.ExitCode());
+        EXPECT_EQ(path, failure.Subject());
+        EXPECT_STREQ("is in no folder", failure.what());
+    }
+    close(descriptor);
 }
 
 std::string Refusal(OSStatus inStatus, const char* inFormatName) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <toolbox/Files.h>
 #include <toolbox/MacErrors.h>
 #include <unistd.h>
 
@@ -36,6 +37,12 @@ void RequireReadableFile(const std::string& inPath) {
 }
 
 Failure OpenFailure(const LException& inException, const std::string& inPath) {
+    // A file of no folder, one in memory, can be opened by its path and has no place in the catalogue. No
+    // movie was asked for then, and the toolbox's text is another file's.
+    FSRef item;
+    if (FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath.c_str()), &item, nullptr) != noErr) {
+        return Failure(EX_NOINPUT, inPath, "is in no folder");
+    }
     const std::string reason = GetMovieOpenErrorText();
     return reason.empty() ? FailureOf(inException, inPath) : Failure(EX_DATAERR, inPath, reason);
 }
