@@ -44,8 +44,20 @@ enum {
     invalidDataRef = -2012,
     noSoundTrackInMovieErr = -2062,
     noSourceTreeFound = -2018,
+    movieToolboxUninitialized = -2020,  // EnterMovies was not called
     invalidDuration = -2014,
     invalidTime = -2015,
+    cannotFindAtomErr = -2101,          // the container has no such atom
+    notLeafAtomErr = -2102,             // the atom has children where data is asked for
+    atomIndexInvalidErr = -2104,
+    duplicateAtomTypeAndIDErr = -2105,  // a sibling has the type and id
+    invalidAtomErr = -2106,             // no atom starts there, or its bytes make no sense
+    invalidAtomContainerErr = -2107,    // the bytes are no atom container
+    invalidAtomTypeErr = -2108,
+    cannotBeLeafAtomErr = -2109,        // the atom has data, so it cannot have children
+    kQTPropertyNotSupportedErr = -2195,  // no property of that class and id, or not here
+    kQTPropertyBadValueSizeErr = -2196,  // the value has another size
+    kQTPropertyReadOnlyErr = -2197,      // the property cannot be set
     badComponentInstance = (int)0x80008001,
     badComponentSelector = (int)0x80008002,
     couldntGetRequiredComponent = -9405,
@@ -56,5 +68,6 @@ enum {
     resAttrErr = -198,         // an attribute of the resource forbids it
     mapReadErr = -199,         // the file's resource map makes no sense
     badFormat = -206,          // sound in a form that cannot be played
+    badFileFormat = -208,      // a file whose contents make no sense
     noCodecErr = -8961         // the decoder that the description asks for is missing
 };

@@ -26,7 +26,7 @@ typedef UInt32 UnsignedFixed;
 
 typedef char* Ptr;
 typedef Ptr* Handle;                                      // address of a master pointer; see MacMemory.h
-typedef size_t ByteCount;                                 // bytes
+typedef unsigned long ByteCount;                          // bytes
 typedef SInt32 Size;                                      // bytes; negative is never legal
 typedef unsigned char Str255[256];                        // a length byte and up to 255 bytes of text
 typedef unsigned char* StringPtr;

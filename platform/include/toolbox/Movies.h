@@ -28,9 +28,17 @@ constexpr OSType rAliasType = FourChars("alis");
 
 enum { newMovieActive = 1, newMovieDontResolveDataRefs = 2, newMovieDontAskUnresolvedDataRefs = 4 };
 
-// Counted: each EnterMovies is balanced by one ExitMovies. Opening a movie works without.
+// Counted: each EnterMovies is balanced by one ExitMovies; one too many is ignored. Opening a movie works
+// without. The first EnterMovies, and the first after the last ExitMovies, begins without a sticky error and
+// chooses the sound architecture (toolbox/SoundArchitecture.h). Always noErr. Any thread may call these.
 TOOLBOX_EXPORT OSErr EnterMovies(void);
 TOOLBOX_EXPORT void ExitMovies(void);
+
+// The first failure, on any thread, of opening a movie, of an access key, or of reading the access keys in
+// EnterMovies, since it was last cleared; noErr when there was none. While the toolbox is not entered:
+// movieToolboxUninitialized, which clearing does not change.
+TOOLBOX_EXPORT OSErr GetMoviesStickyError(void);
+TOOLBOX_EXPORT void ClearMoviesStickyError(void);
 
 // Opens what the data reference names. The only data reference type known is "alis", an alias record; another
 // gives invalidDataRef. The alias is only read, and the flags change nothing: nobody is ever asked.
