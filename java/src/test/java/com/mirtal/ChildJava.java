@@ -27,7 +27,8 @@ final class ChildJava {
     static ChildJava withClassPath(String classPath) {
         ChildJava child = new ChildJava();
         child.options.addAll(List.of("-XX:-CreateCoredumpOnCrash", "-Xshare:auto", "-cp", classPath));
-        for (String name : List.of("mirtal.fixtures", "mirtal.aac2wav", "mirtal.jar", "mirtal.test.classes")) {
+        for (String name : List.of("mirtal.fixtures", "mirtal.aac2wav", "mirtal.heap.in.use", "mirtal.jar",
+                 "mirtal.test.classes")) {
             child.options.add("-D" + name + "=" + System.getProperty(name));
         }
         return child;

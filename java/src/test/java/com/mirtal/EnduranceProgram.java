@@ -17,13 +17,17 @@ import java.util.regex.Pattern;
 import javax.management.ObjectName;
 
 /**
- * Run by itself: converts again and again, and prints after each round what the process holds: resident
- * kilobytes, file descriptors, global references of natives.
+ * Run by itself: converts again and again, and prints after each round what the process holds: bytes of native
+ * memory, file descriptors, global references of natives.
  */
 public final class EnduranceProgram {
     private EnduranceProgram() {}
 
+    /** What malloc has handed out and not taken back, over all its arenas. */
+    private static native long heapBytesInUse();
+
     public static void main(String[] arguments) throws Exception {
+        System.load(System.getProperty("mirtal.heap.in.use"));
         int rounds = Integer.parseInt(arguments[1]);
         int conversions = Integer.parseInt(arguments[2]);
         if (arguments[0].equals("together")) {
@@ -101,16 +105,13 @@ public final class EnduranceProgram {
 
     private static void printHoldings() throws Exception {
         System.gc();
-        Matcher resident =
-            Pattern.compile("VmRSS:\\s*(\\d+) kB").matcher(Files.readString(Path.of("/proc/self/status")));
-        resident.find();
         String threads = (String) ManagementFactory.getPlatformMBeanServer().invoke(
             new ObjectName("com.sun.management:type=DiagnosticCommand"), "threadPrint",
             new Object[] {new String[0]}, new String[] {String[].class.getName()});
         Matcher references = Pattern.compile("JNI global refs: (\\d+)").matcher(threads);
         references.find();
         try (var descriptors = Files.list(Path.of("/proc/self/fd"))) {
-            System.out.println(resident.group(1) + " " + descriptors.count() + " " + references.group(1));
+            System.out.println(heapBytesInUse() + " " + descriptors.count() + " " + references.group(1));
         }
     }
 }
