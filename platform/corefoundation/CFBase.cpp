@@ -22,6 +22,8 @@ bool IsConstant(const Object* inObject) {
 }
 
 void Destroy(Object* inObject) {
+    const auto finish = static_cast<const TypeInfo*>(inObject->type)->finish;
+    if (finish != nullptr) finish(inObject);
     sSystemCalls.release(inObject);
     sLiveObjects.fetch_sub(1, std::memory_order_relaxed);
 }

@@ -8,12 +8,24 @@
 
 namespace toolbox::corefoundation {
 
+struct Object;
+
 // One static instance for each type of object.
 struct TypeInfo {
     CFTypeID id;
+    void (*finish)(Object* inObject) = nullptr;  // gives back what the object holds; null: it holds nothing
 };
 
-enum : CFTypeID { kStringTypeID = 1 };
+enum : CFTypeID {
+    kStringTypeID = 1,
+    kBooleanTypeID = 2,
+    kNumberTypeID = 3,
+    kDataTypeID = 4,
+    kArrayTypeID = 5,
+    kDictionaryTypeID = 6,
+    kURLTypeID = 7,
+    kBundleTypeID = 8
+};
 
 struct Object {
     const void* type;  // a TypeInfo, or &kCFStringTypeMarker for a constant string, which is never counted

@@ -31,6 +31,7 @@ static inline CFRange CFRangeMake(CFIndex inLocation, CFIndex inLength) {
 // Only the default allocator exists; null stands for it too.
 typedef const struct OpaqueCFAllocator* CFAllocatorRef;
 #define kCFAllocatorDefault ((CFAllocatorRef)0)
+#define kCFAllocatorSystemDefault ((CFAllocatorRef)0)
 
 // Adds a count and returns its argument, which must not be null.
 TOOLBOX_EXPORT CFTypeRef CFRetain(CFTypeRef inObject);

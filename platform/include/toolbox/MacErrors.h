@@ -61,6 +61,7 @@ enum {
     badComponentInstance = (int)0x80008001,
     badComponentSelector = (int)0x80008002,
     couldntGetRequiredComponent = -9405,
+    coreFoundationUnknownErr = -4960,  // a step of Core Foundation failed; it does not tell why
     resNotFound = -192,        // no such resource
     resFNotFound = -193,       // no such open resource file
     addResFailed = -194,       // it cannot be made a resource
