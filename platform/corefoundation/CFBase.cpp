@@ -2,8 +2,13 @@
 #include <toolbox/CFString.h>
 
 #include "Object.h"
+#include "StringObject.h"
 
+#include <sys/random.h>
+
+#include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <limits>
 #include <new>
 
@@ -30,7 +35,7 @@ void Destroy(Object* inObject) {
 
 }  // namespace
 
-SystemCalls sSystemCalls = {std::malloc, std::free, StartWithSuccess};
+SystemCalls sSystemCalls = {std::malloc, std::free, StartWithSuccess, getrandom};
 
 void* NewObject(const TypeInfo& inType, std::size_t inByteCount) {
     void* memory = sSystemCalls.allocate(inByteCount);
@@ -38,6 +43,11 @@ void* NewObject(const TypeInfo& inType, std::size_t inByteCount) {
     new (memory) Object{&inType, 1};
     sLiveObjects.fetch_add(1, std::memory_order_relaxed);
     return memory;
+}
+
+const TypeInfo& TypeOf(CFTypeRef inObject) {
+    const auto* object = static_cast<const Object*>(inObject);
+    return IsConstant(object) ? kStringType : *static_cast<const TypeInfo*>(object->type);
 }
 
 SInt64 CountLiveObjects() {
@@ -71,6 +81,25 @@ CFIndex CFGetRetainCount(CFTypeRef inObject) {
 }
 
 CFTypeID CFGetTypeID(CFTypeRef inObject) {
-    const auto* object = static_cast<const Object*>(inObject);
-    return IsConstant(object) ? kStringTypeID : static_cast<const TypeInfo*>(object->type)->id;
+    return TypeOf(inObject).id;
+}
+
+Boolean CFEqual(CFTypeRef inObject1, CFTypeRef inObject2) {
+    if (inObject1 == inObject2) return true;
+    const TypeInfo& type = TypeOf(inObject1);
+    return type.equal != nullptr && type.id == TypeOf(inObject2).id && type.equal(inObject1, inObject2);
+}
+
+CFHashCode CFHash(CFTypeRef inObject) {
+    const TypeInfo& type = TypeOf(inObject);
+    return type.hash != nullptr ? type.hash(inObject) : std::hash<CFTypeRef>()(inObject);
+}
+
+CFStringRef CFCopyDescription(CFTypeRef inObject) {
+    if (inObject == nullptr) return nullptr;
+    const TypeInfo& type = TypeOf(inObject);
+    if (type.copyDescription != nullptr) return type.copyDescription(inObject);
+    char text[96];
+    std::snprintf(text, sizeof text, "<%s %p>", type.name, inObject);
+    return CFStringCreateWithCString(nullptr, text, kCFStringEncodingASCII);
 }

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <limits>
+#include <string_view>
 
 const char kCFStringTypeMarker = 0;
 
@@ -13,17 +15,8 @@ namespace toolbox::corefoundation {
 
 namespace {
 
-constexpr TypeInfo kStringType = {kStringTypeID};
 constexpr CFIndex kMaxLength =
     (std::numeric_limits<CFIndex>::max() - CFIndex{sizeof(StringObject)}) / CFIndex{sizeof(UniChar)};
-
-CFStringRef NewStringOf(const UniChar* inCharacters, CFIndex inLength) {
-    UniChar* characters = nullptr;
-    StringObject* string = NewString(inLength, &characters);
-    if (string == nullptr) return nullptr;
-    std::memcpy(characters, inCharacters, static_cast<std::size_t>(inLength) * sizeof(UniChar));
-    return RefOf(string);
-}
 
 CFStringRef NewStringOf(const Coder* inCoder, const UInt8* inBytes, CFIndex inByteCount) {
     if (inCoder == nullptr) return nullptr;
@@ -40,9 +33,24 @@ CFStringRef NewStringOf(const Coder* inCoder, const UInt8* inBytes, CFIndex inBy
     return RefOf(string);
 }
 
-bool IsInside(const StringObject& inString, CFRange inRange) {
-    return inRange.location >= 0 && inRange.length >= 0 && inRange.location <= inString.length &&
-           inRange.length <= inString.length - inRange.location;
+bool HoldsSameUnits(CFTypeRef inOne, CFTypeRef inOther) {
+    return CFStringCompare(static_cast<CFStringRef>(inOne), static_cast<CFStringRef>(inOther), 0) ==
+           kCFCompareEqualTo;
+}
+
+CFHashCode HashUnits(CFTypeRef inString) {
+    const StringObject& string = ObjectOf(static_cast<CFStringRef>(inString));
+    return std::hash<std::u16string_view>()(
+        {reinterpret_cast<const char16_t*>(string.characters), static_cast<std::size_t>(string.length)});
+}
+
+CFStringRef CopyText(CFTypeRef inString) {
+    return CFStringCreateCopy(nullptr, static_cast<CFStringRef>(inString));
+}
+
+// A mutable string's units lie in a block of their own, which its characters point to.
+void ReleaseUnits(Object* inString) {
+    sSystemCalls.release(const_cast<UniChar*>(reinterpret_cast<StringObject*>(inString)->characters));
 }
 
 // The coder of an encoding that C and Pascal strings can be in: one of 8-bit units.
@@ -62,6 +70,10 @@ CFIndex EncodeWhole(CFStringRef inString, CFStringEncoding inEncoding, UInt8* ou
 
 }  // namespace
 
+const TypeInfo kStringType = {kStringTypeID, nullptr, "CFString", HoldsSameUnits, HashUnits, CopyText};
+const TypeInfo kMutableStringType = {kStringTypeID,  ReleaseUnits, "CFString",
+                                     HoldsSameUnits, HashUnits,    CopyText};
+
 StringObject* NewString(CFIndex inLength, UniChar** outCharacters) {
     if (inLength > kMaxLength) return nullptr;
     const std::size_t byteCount = sizeof(StringObject) + static_cast<std::size_t>(inLength) * sizeof(UniChar);
@@ -71,6 +83,17 @@ StringObject* NewString(CFIndex inLength, UniChar** outCharacters) {
     string->length = inLength;
     string->characters = *outCharacters;
     return string;
+}
+
+CFStringRef NewStringOf(const UniChar* inCharacters, CFIndex inLength) {
+    UniChar* characters = nullptr;
+    StringObject* string = NewString(inLength, &characters);
+    if (string == nullptr) return nullptr;
+    // Nothing may lie at no address: an empty mutable string has no units yet.
+    if (inLength != 0) {
+        std::memcpy(characters, inCharacters, static_cast<std::size_t>(inLength) * sizeof(UniChar));
+    }
+    return RefOf(string);
 }
 
 }  // namespace toolbox::corefoundation
@@ -112,12 +135,14 @@ CFStringRef CFStringCreateWithSubstring(CFAllocatorRef, CFStringRef inString, CF
     if (inString == nullptr) return nullptr;
     const StringObject& string = ObjectOf(inString);
     if (!IsInside(string, inRange)) return nullptr;
-    if (inRange.length == string.length) return static_cast<CFStringRef>(CFRetain(inString));
+    if (inRange.length == string.length) return CFStringCreateCopy(nullptr, inString);
     return NewStringOf(string.characters + inRange.location, inRange.length);
 }
 
 CFStringRef CFStringCreateCopy(CFAllocatorRef, CFStringRef inString) {
-    return inString == nullptr ? nullptr : static_cast<CFStringRef>(CFRetain(inString));
+    if (inString == nullptr) return nullptr;
+    if (!IsMutable(inString)) return static_cast<CFStringRef>(CFRetain(inString));
+    return NewStringOf(ObjectOf(inString).characters, ObjectOf(inString).length);
 }
 
 CFIndex CFStringGetLength(CFStringRef inString) {

@@ -14,6 +14,10 @@ struct Object;
 struct TypeInfo {
     CFTypeID id;
     void (*finish)(Object* inObject) = nullptr;  // gives back what the object holds; null: it holds nothing
+    const char* name = "object";                 // ASCII, for descriptions
+    bool (*equal)(CFTypeRef inOne, CFTypeRef inOther) = nullptr;   // both of this type; null: one object only
+    CFHashCode (*hash)(CFTypeRef inObject) = nullptr;              // must be there when equal is
+    CFStringRef (*copyDescription)(CFTypeRef inObject) = nullptr;  // null: name and address
 };
 
 enum : CFTypeID {
@@ -24,7 +28,11 @@ enum : CFTypeID {
     kArrayTypeID = 5,
     kDictionaryTypeID = 6,
     kURLTypeID = 7,
-    kBundleTypeID = 8
+    kBundleTypeID = 8,
+    kLocaleTypeID = 9,
+    kDateTypeID = 10,
+    kDateFormatterTypeID = 11,
+    kUUIDTypeID = 12
 };
 
 struct Object {
@@ -37,12 +45,15 @@ struct SystemCalls {
     void* (*allocate)(std::size_t inByteCount);
     void (*release)(void* inBlock);
     int (*startStatus)();  // the status that a call of ICU starts from: success, lest the call does nothing
+    long (*getRandom)(void* outBytes, std::size_t inByteCount, unsigned inFlags);
 };
 extern SystemCalls sSystemCalls;
 
 // Memory for an object of inByteCount bytes, its Object filled in with one count, the rest unspecified; or
 // null.
 void* NewObject(const TypeInfo& inType, std::size_t inByteCount);
+
+const TypeInfo& TypeOf(CFTypeRef inObject);
 
 SInt64 CountLiveObjects();
 

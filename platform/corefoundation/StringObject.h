@@ -19,6 +19,10 @@ static_assert(sizeof(StringObject) == sizeof(CFConstantString) &&
               offsetof(StringObject, length) == offsetof(CFConstantString, length) &&
               offsetof(StringObject, characters) == offsetof(CFConstantString, characters));
 
+// Of strings made at run time that do not change, and of those that do.
+extern const TypeInfo kStringType;
+extern const TypeInfo kMutableStringType;
+
 inline const StringObject& ObjectOf(CFStringRef inString) {
     return *reinterpret_cast<const StringObject*>(inString);
 }
@@ -27,8 +31,19 @@ inline CFStringRef RefOf(const StringObject* inString) {
     return reinterpret_cast<CFStringRef>(inString);
 }
 
+inline bool IsMutable(CFStringRef inString) {
+    return ObjectOf(inString).base.type == &kMutableStringType;
+}
+
+inline bool IsInside(const StringObject& inString, CFRange inRange) {
+    return inRange.location >= 0 && inRange.length >= 0 && inRange.location <= inString.length &&
+           inRange.length <= inString.length - inRange.location;
+}
+
 // A string of inLength units (>= 0), to be filled in through outCharacters before anyone sees it. Null when
 // memory is short.
 StringObject* NewString(CFIndex inLength, UniChar** outCharacters);
+// A string of these units; null when memory is short.
+CFStringRef NewStringOf(const UniChar* inCharacters, CFIndex inLength);
 
 }  // namespace toolbox::corefoundation

@@ -12,6 +12,7 @@ TOOLBOX_EXTERN_C_BEGIN
 typedef const void* CFTypeRef;
 typedef unsigned long CFTypeID;
 typedef unsigned long CFOptionFlags;
+typedef unsigned long CFHashCode;
 typedef long CFIndex;  // a count or position; never negative where it is a result, but for kCFNotFound
 enum { kCFNotFound = -1 };
 
@@ -28,6 +29,12 @@ static inline CFRange CFRangeMake(CFIndex inLocation, CFIndex inLength) {
     return range;
 }
 
+// Declared here because several managers name them.
+typedef const struct OpaqueCFString* CFStringRef;
+typedef struct OpaqueCFString* CFMutableStringRef;  // a CFStringRef too
+typedef const struct OpaqueCFDictionary* CFDictionaryRef;
+typedef const struct OpaqueCFLocale* CFLocaleRef;
+
 // Only the default allocator exists; null stands for it too.
 typedef const struct OpaqueCFAllocator* CFAllocatorRef;
 #define kCFAllocatorDefault ((CFAllocatorRef)0)
@@ -40,5 +47,13 @@ TOOLBOX_EXPORT void CFRelease(CFTypeRef inObject);
 // The present count. A constant string is never destroyed and answers a count that does not change.
 TOOLBOX_EXPORT CFIndex CFGetRetainCount(CFTypeRef inObject);
 TOOLBOX_EXPORT CFTypeID CFGetTypeID(CFTypeRef inObject);
+
+// Whether two objects are of one type and hold the same: strings the same UTF-16 units, dates the same time,
+// and so on. Objects of which nothing else is said are equal only to themselves. Equal objects hash alike.
+TOOLBOX_EXPORT Boolean CFEqual(CFTypeRef inObject1, CFTypeRef inObject2);
+TOOLBOX_EXPORT CFHashCode CFHash(CFTypeRef inObject);
+// What people who look for mistakes want to see of an object; of a string, its text. Null when the object is
+// null or memory is short.
+TOOLBOX_EXPORT CFStringRef CFCopyDescription(CFTypeRef inObject);
 
 TOOLBOX_EXTERN_C_END

@@ -1,4 +1,5 @@
-// Core Foundation strings: UTF-16 text, immutable.
+// Core Foundation strings: UTF-16 text. What can be changed of it is in CFMutableString.h, search in
+// CFStringFind.h, formats in CFStringFormat.h; this header brings them along.
 // Lengths and positions count UTF-16 code units. Conversions are strict: text that an encoding cannot hold,
 // or bytes that are not text in it, fail rather than lose anything.
 #pragma once
@@ -7,7 +8,6 @@
 
 TOOLBOX_EXTERN_C_BEGIN
 
-typedef const struct OpaqueCFString* CFStringRef;
 typedef UInt32 CFStringEncoding;
 typedef CFOptionFlags CFStringCompareFlags;
 
@@ -32,9 +32,12 @@ enum {
     kCFCompareCaseInsensitive = 1,
     kCFCompareBackwards = 4,
     kCFCompareAnchored = 8,
-    kCFCompareNonliteral = 16,  // canonically equivalent text is equal
-    kCFCompareLocalized = 32,   // by the current locale's collation
-    kCFCompareNumerically = 64  // runs of digits by value: "Foo2" before "Foo25"
+    kCFCompareNonliteral = 16,             // canonically equivalent text is equal
+    kCFCompareLocalized = 32,              // by the current locale's collation
+    kCFCompareNumerically = 64,            // runs of digits by value: "Foo2" before "Foo25"
+    kCFCompareDiacriticInsensitive = 128,  // marks that do not advance, as accents, are passed over
+    kCFCompareWidthInsensitive = 256,      // full-width and half-width forms as the ordinary ones
+    kCFCompareForcedOrdering = 512         // text that is equal and not the same is ordered by units
 };
 
 TOOLBOX_EXPORT CFTypeID CFStringGetTypeID(void);
@@ -58,7 +61,7 @@ TOOLBOX_EXPORT CFStringRef CFStringCreateWithCharacters(CFAllocatorRef inAllocat
 // Null also when the range is not inside the string.
 TOOLBOX_EXPORT CFStringRef CFStringCreateWithSubstring(CFAllocatorRef inAllocator, CFStringRef inString,
                                                        CFRange inRange);
-// The same object with a count more: strings do not change.
+// The same object with a count more; of a mutable string, a new one that does not change with it.
 TOOLBOX_EXPORT CFStringRef CFStringCreateCopy(CFAllocatorRef inAllocator, CFStringRef inString);
 
 // From here on a null string is the caller's mistake, and not caught.
@@ -95,6 +98,9 @@ TOOLBOX_EXPORT CFIndex CFStringGetBytes(CFStringRef inString, CFRange inRange, C
 // short for what the flags ask, the result is that of no flags.
 TOOLBOX_EXPORT CFComparisonResult CFStringCompare(CFStringRef inString1, CFStringRef inString2,
                                                   CFStringCompareFlags inFlags);
+// The part of inString1 in inRange, cut to what there is of it, with the whole of inString2.
+TOOLBOX_EXPORT CFComparisonResult CFStringCompareWithOptions(CFStringRef inString1, CFStringRef inString2,
+                                                             CFRange inRange, CFStringCompareFlags inFlags);
 
 // Mac Roman.
 TOOLBOX_EXPORT CFStringEncoding CFStringGetSystemEncoding(void);
@@ -120,3 +126,7 @@ extern "C" TOOLBOX_EXPORT const char kCFStringTypeMarker;
         return reinterpret_cast<CFStringRef>(&kString);                                                      \
     }())
 #endif
+
+#include <toolbox/CFMutableString.h>
+#include <toolbox/CFStringFind.h>
+#include <toolbox/CFStringFormat.h>
