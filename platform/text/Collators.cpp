@@ -1,0 +1,82 @@
+#include "Collators.h"
+
+#include "TextCalls.h"
+
+#include <toolbox/MacErrors.h>
+
+#include <unicode/ucol.h>
+#include <unicode/uloc.h>
+
+#include <atomic>
+#include <cstring>
+#include <mutex>
+
+namespace toolbox::text {
+
+namespace {
+
+constexpr int kLevelCount = 5;
+constexpr int kRulesCount = 4;
+
+// A locale without customs (C, POSIX) has an order by code only, which is none for people: the order common
+// to all locales stands in for it.
+const char* CollationLocale() {
+    const char* const locale = uloc_getDefault();
+    return std::strstr(locale, "POSIX") != nullptr ? "" : locale;
+}
+
+UColAttributeValue StrengthOf(CollationLevel inLevel) {
+    switch (inLevel) {
+        case CollationLevel::kBase:
+        case CollationLevel::kBaseAndCase:
+            return UCOL_PRIMARY;
+        case CollationLevel::kAccents:
+        case CollationLevel::kCase:
+            return UCOL_SECONDARY;
+        case CollationLevel::kForms:
+            break;
+    }
+    return UCOL_TERTIARY;
+}
+
+// Null when it cannot be had.
+UCollator* MakeCollator(CollationRules inRules, CollationLevel inLevel, UErrorCode& ioStatus) {
+    UCollator* const collator = ucol_open(CollationLocale(), &ioStatus);
+    const bool looksAtCase = inLevel == CollationLevel::kBaseAndCase || inLevel == CollationLevel::kCase;
+    const struct {
+        UColAttribute attribute;
+        UColAttributeValue value;
+    } settings[] = {
+        {UCOL_NORMALIZATION_MODE, UCOL_ON},
+        {UCOL_STRENGTH, StrengthOf(inLevel)},
+        {UCOL_CASE_LEVEL, looksAtCase ? UCOL_ON : UCOL_OFF},
+        {UCOL_NUMERIC_COLLATION, inRules.areNumbersValues ? UCOL_ON : UCOL_OFF},
+        {UCOL_ALTERNATE_HANDLING, inRules.isPunctuationIgnored ? UCOL_SHIFTED : UCOL_NON_IGNORABLE},
+    };
+    for (const auto& setting : settings)
+        ucol_setAttribute(collator, setting.attribute, setting.value, &ioStatus);
+    if (U_SUCCESS(ioStatus)) return collator;
+    ucol_close(collator);
+    return nullptr;
+}
+
+}  // namespace
+
+OSStatus FindCollator(CollationRules inRules, CollationLevel inLevel, const UCollator*& outCollator) {
+    static std::mutex sMutex;
+    static std::atomic<UCollator*> sCollators[kRulesCount][kLevelCount] = {};
+    const int rules = (inRules.areNumbersValues ? 1 : 0) + (inRules.isPunctuationIgnored ? 2 : 0);
+    std::atomic<UCollator*>& collator = sCollators[rules][static_cast<int>(inLevel)];
+    outCollator = collator.load(std::memory_order_acquire);
+    if (outCollator != nullptr) return noErr;
+    const std::lock_guard lock(sMutex);
+    outCollator = collator.load(std::memory_order_relaxed);
+    if (outCollator != nullptr) return noErr;
+    auto status = static_cast<UErrorCode>(sTextCalls.startStatus());
+    UCollator* const made = MakeCollator(inRules, inLevel, status);
+    collator.store(made, std::memory_order_release);
+    outCollator = made;
+    return StatusOf(status);
+}
+
+}  // namespace toolbox::text

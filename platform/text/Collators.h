@@ -1,0 +1,27 @@
+// ICU's collators, each made once and shared from then on: one that nobody changes may be used on any thread.
+#pragma once
+
+#include <toolbox/MacTypes.h>
+
+struct UCollator;
+
+namespace toolbox::text {
+
+// How far a collator looks. Each level includes those before it, but for case, which each has its own.
+enum class CollationLevel {
+    kBase,         // base characters
+    kAccents,      // and accents
+    kBaseAndCase,  // base characters, then the case of letters
+    kCase,         // base characters, accents, then the case of letters
+    kForms         // base characters, accents, then case and variant forms together
+};
+
+struct CollationRules {
+    bool areNumbersValues;      // runs of digits by value
+    bool isPunctuationIgnored;  // spaces and punctuation as if not there
+};
+
+// noErr and a collator that is never closed, or why there is none now; a failure is tried again.
+OSStatus FindCollator(CollationRules inRules, CollationLevel inLevel, const UCollator*& outCollator);
+
+}  // namespace toolbox::text

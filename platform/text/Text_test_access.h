@@ -1,0 +1,13 @@
+// For tests only: the text manager's calls of the system, and the application that it looks at.
+#pragma once
+
+#include "TextCalls.h"
+
+namespace toolbox::text {
+
+// The calls in use. Replace entries only while no other thread uses the manager.
+inline TextCalls& TextCallsForTesting() {
+    return sTextCalls;
+}
+
+}  // namespace toolbox::text
