@@ -8,7 +8,7 @@ TOOLBOX_EXTERN_C_BEGIN
 typedef const struct OpaqueCFBoolean* CFBooleanRef;
 typedef const struct OpaqueCFNumber* CFNumberRef;
 
-// Constants: never counted, never destroyed.
+// Constants: retained or released, they are never destroyed.
 TOOLBOX_EXPORT extern const CFBooleanRef kCFBooleanTrue;
 TOOLBOX_EXPORT extern const CFBooleanRef kCFBooleanFalse;
 
