@@ -56,7 +56,7 @@ void ReleaseUnits(Object* inString) {
 // The coder of an encoding that C and Pascal strings can be in: one of 8-bit units.
 const Coder* FindByteCoder(CFStringEncoding inEncoding) {
     const Coder* coder = FindCoder(inEncoding);
-    return coder != nullptr && coder->HoldsASCII() ? coder : nullptr;
+    return coder != nullptr && coder->HasByteUnits() ? coder : nullptr;
 }
 
 // The whole string into outBytes, or kCFNotFound.

@@ -16,7 +16,7 @@ constexpr UInt32 kByteOrderMark = 0xFEFF;
 
 class ASCIICoder final : public Coder {
   public:
-    constexpr ASCIICoder() : Coder(true) {}
+    constexpr ASCIICoder() : Coder(Form::kASCIIAndMore) {}
     // Leading ASCII has been dealt with: whatever is left is not.
     CFIndex CountUnits(const UInt8*, CFIndex) const override { return kCFNotFound; }
     void Decode(const UInt8*, CFIndex, UniChar*) const override {}
@@ -25,7 +25,7 @@ class ASCIICoder final : public Coder {
 
 class UTF8Coder final : public Coder {
   public:
-    constexpr UTF8Coder() : Coder(true) {}
+    constexpr UTF8Coder() : Coder(Form::kASCIIAndMore) {}
 
     CFIndex CountUnits(const UInt8* inBytes, CFIndex inByteCount) const override {
         CFIndex unitCount = 0;
@@ -77,7 +77,7 @@ void StoreUnit(UInt32 inValue, int inByteCount, UInt8* outBytes) {
 template <bool kIsBigEndian>
 class UTF16Coder final : public Coder {
   public:
-    constexpr UTF16Coder() : Coder(false) {}
+    constexpr UTF16Coder() : Coder(Form::kWideUnits) {}
 
     CFIndex CountUnits(const UInt8*, CFIndex inByteCount) const override {
         return inByteCount % 2 == 0 ? inByteCount / 2 : CFIndex{kCFNotFound};
@@ -102,7 +102,7 @@ class UTF16Coder final : public Coder {
 template <bool kIsBigEndian>
 class UTF32Coder final : public Coder {
   public:
-    constexpr UTF32Coder() : Coder(false) {}
+    constexpr UTF32Coder() : Coder(Form::kWideUnits) {}
 
     CFIndex CountUnits(const UInt8* inBytes, CFIndex inByteCount) const override {
         if (inByteCount % 4 != 0) return kCFNotFound;

@@ -11,7 +11,9 @@ class Coder {
     static constexpr int kMaxBytesPerCodePoint = 4;
 
     // Whether the bytes below 0x80 are ASCII, each a character of its own.
-    bool HoldsASCII() const { return mHoldsASCII; }
+    bool HoldsASCII() const { return mForm == Form::kASCIIAndMore; }
+    // Whether text is a row of bytes, with no zero byte but for the character 0.
+    bool HasByteUnits() const { return mForm != Form::kWideUnits; }
 
     // UTF-16 units that the bytes decode to, or kCFNotFound when they are not text in the encoding.
     virtual CFIndex CountUnits(const UInt8* inBytes, CFIndex inByteCount) const = 0;
@@ -22,11 +24,12 @@ class Coder {
     virtual int EncodeCodePoint(UInt32 inCodePoint, UInt8* outBytes) const = 0;
 
   protected:
-    constexpr explicit Coder(bool inHoldsASCII) : mHoldsASCII(inHoldsASCII) {}
+    enum class Form { kASCIIAndMore, kBytes, kWideUnits };
+    constexpr explicit Coder(Form inForm) : mForm(inForm) {}
     ~Coder() = default;
 
   private:
-    bool mHoldsASCII;
+    Form mForm;
 };
 
 // Null when the encoding is not known or its tables cannot be had.

@@ -49,7 +49,7 @@ class SingleByteCoder final : public Coder {
   public:
     constexpr SingleByteCoder(CFStringEncoding inEncoding, const char* inConverterName,
                               const UniChar* inUpper)
-        : Coder(true), mEncoding(inEncoding), mConverterName(inConverterName), mKnownUpper(inUpper) {}
+        : Coder(Form::kASCIIAndMore), mEncoding(inEncoding), mConverterName(inConverterName), mKnownUpper(inUpper) {}
 
     CFStringEncoding Encoding() const { return mEncoding; }
 
