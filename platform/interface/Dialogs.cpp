@@ -4,6 +4,7 @@
 #include "AlertText.h"
 #include "Terminal.h"
 
+#include <toolbox/Interaction.h>
 #include <toolbox/MacMemory.h>
 #include <toolbox/Resources.h>
 
@@ -96,7 +97,7 @@ DialogItemIndex ShowOnTerminal(const Alert& inAlert, const ParamTexts& inTexts) 
     static std::mutex& sTerminal = *new std::mutex;
     const std::lock_guard lock(sTerminal);
     ShowText(LinesOf(inAlert, inTexts));
-    return HasTerminal() ? Ask(inAlert) : DialogItemIndex{1};
+    return HasTerminal() && IsUserInteractionAllowed() != 0 ? Ask(inAlert) : DialogItemIndex{1};
 }
 
 DialogItemIndex CallHandler(AlertHandler inHandler, void* inContext, SInt16 inAlertID,

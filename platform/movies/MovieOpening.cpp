@@ -3,6 +3,7 @@
 #include "ComponentRegistry.h"
 #include "MediaFile.h"
 #include "MovieObjects.h"
+#include "MovieToolbox.h"
 
 #include <toolbox/Aliases.h>
 #include <toolbox/Movies.h>
@@ -85,7 +86,8 @@ OSErr NewMovieFromDataRef(Movie* outMovie, SInt16 /*inFlags*/, SInt16* ioResID, 
     if (ioResID != nullptr) *ioResID = 0;
     if (outMovie == nullptr || inDataRef == nullptr || inDataRefType != rAliasType) {
         SetErrorText("a movie is opened from an alias record");
-        return outMovie == nullptr || inDataRef == nullptr ? paramErr : invalidDataRef;
+        return toolbox::movies::NoteMoviesError(outMovie == nullptr || inDataRef == nullptr ? paramErr
+                                                                                            : invalidDataRef);
     }
     SetErrorText("");
     OSStatus status = memFullErr;
@@ -97,7 +99,7 @@ OSErr NewMovieFromDataRef(Movie* outMovie, SInt16 /*inFlags*/, SInt16* ioResID, 
         status = memFullErr;
     }
     if (status == memFullErr) SetErrorText("not enough memory");
-    return static_cast<OSErr>(status);
+    return toolbox::movies::NoteMoviesError(static_cast<OSErr>(status));
 }
 
 const char* GetMovieOpenErrorText() {

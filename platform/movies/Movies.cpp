@@ -22,7 +22,6 @@ namespace {
 using toolbox::movies::Duration;
 using toolbox::movies::ImportedTrack;
 
-std::atomic<std::int32_t> sEnterCount = 0;
 std::atomic<std::int64_t> sLiveMovies = 0;
 
 constexpr OSType kManufacturer = FourChars("mrtl");
@@ -75,17 +74,6 @@ std::int64_t LiveMovieCount() {
 }
 
 }  // namespace toolbox::movies
-
-OSErr EnterMovies() {
-    ++sEnterCount;
-    return noErr;
-}
-
-void ExitMovies() {
-    std::int32_t count = sEnterCount;
-    while (count > 0 && !sEnterCount.compare_exchange_weak(count, count - 1)) {
-    }
-}
 
 void DisposeMovie(Movie inMovie) {
     delete inMovie;

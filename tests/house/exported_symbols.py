@@ -1,15 +1,15 @@
 #!/usr/bin/env python3
-"""What the two libraries export: all that their public headers declare, and nothing else; under plain names what has C
-linkage, and under the link names that declarations give.
+"""What the two libraries and QuickTime.framework export: all that their public headers declare, and nothing else; under
+plain names what has C linkage, and under the link names that declarations give.
 
-Usage: exported_symbols.py ROOT TOOLBOX_LIBRARY AAC2WAV_LIBRARY
+Usage: exported_symbols.py ROOT TOOLBOX_LIBRARY AAC2WAV_LIBRARY FRAMEWORK_EXECUTABLE
 """
 import re
 import subprocess
 import sys
 from pathlib import Path
 
-ROOT, TOOLBOX, LIBRARY = Path(sys.argv[1]), sys.argv[2], sys.argv[3]
+ROOT, TOOLBOX, LIBRARY, FRAMEWORK = Path(sys.argv[1]), sys.argv[2], sys.argv[3], sys.argv[4]
 
 # What compilers and their instrumentation export from any shared library.
 ALWAYS = re.compile(r"^(_init|_fini|__bss_start|_edata|_end|__asan\w*|__odr_asan[.\w]*|__sancov\w*|__gcov\w*|__llvm\w*)$"
@@ -88,6 +88,7 @@ def check(label, library, folders, marker):
 
 
 found = check("toolbox", TOOLBOX, ["platform/include"], "TOOLBOX_EXPORT")
+found += check("framework", FRAMEWORK, ["platform/include"], "TOOLBOX_FRAMEWORK_EXPORT")
 rooms = [f"{room}/include" for room in ("foundation", "strings", "converter") if (ROOT / room / "include").is_dir()]
 found += check("aac2wav", LIBRARY, rooms, "MIRTAL_EXPORT")
 print("\n".join(found))
