@@ -1,6 +1,8 @@
 #include "Calls.h"
 
+#include "AccessKeys.h"
 #include "Alerts.h"
+#include "Frameworks.h"
 #include "Memory.h"
 #include "Movies.h"
 #include "Resources.h"
@@ -38,7 +40,9 @@ std::string NameOf(std::string const& inCall) {
 void StartScenario() {
     TheState() = State();
     TheState().log.reserve(kLogCapacity);
+    ForgetAccessKeys();
     ForgetAlerts();
+    ForgetFrameworks();
     ForgetMemoryScript();
     ForgetMovies();
     ForgetResources();

@@ -1,6 +1,7 @@
 #include "Text.h"
 
 #include "Calls.h"
+#include "Frameworks.h"
 
 #include <toolbox/TextEncoding.h>
 
@@ -176,6 +177,10 @@ void ForgetTextScript() {
     TheScript() = Script();
 }
 
+std::string TextOf(CFStringRef inString) {
+    return EncodeUTF8(Characters(inString)).value_or("?");
+}
+
 }  // namespace fakes
 
 using namespace fakes;
@@ -187,6 +192,7 @@ CFTypeRef CFRetain(CFTypeRef inObject) {
 }
 
 void CFRelease(CFTypeRef inObject) {
+    if (ReleaseFrameworkObject(inObject)) return;
     if (Image(inObject).retainCount == kConstantCount) return;
     if (Strings().count(inObject) == 0) return ReportMisuse("CFRelease of a string that is not live");
     auto* const string = static_cast<CountedString*>(const_cast<void*>(inObject));

@@ -29,4 +29,7 @@ void RefusePascalStringsIn(CFStringEncoding inEncoding);
 
 void ForgetTextScript();
 
+// For other doubles, not logged: the text as UTF-8, or "?" where it has none.
+std::string TextOf(CFStringRef inString);
+
 }  // namespace fakes

@@ -25,8 +25,8 @@ ROOMS = {
     "platform": {"toolbox"},
     "foundation": {"toolbox", "foundation", "strings"},
     "strings": {"toolbox", "foundation", "strings"},
-    "quicktime": {"toolbox", "foundation", "strings", "quicktime"},
-    "files": {"toolbox", "foundation", "strings", "quicktime", "files"},
+    "quicktime": {"toolbox", "foundation", "strings", "files", "quicktime"},
+    "files": {"toolbox", "foundation", "strings", "files"},
     "converter": {"toolbox", "foundation", "strings", "quicktime", "converter"},
 }
 PUBLIC = {"toolbox", "foundation", "strings", "quicktime", "files", "converter"}

@@ -1,0 +1,41 @@
+#include <files/UBundle.h>
+#include <toolbox/CFURL.h>
+#include <toolbox/Folders.h>
+#include <toolbox/MacErrors.h>
+
+#include <memory>
+#include <type_traits>
+
+namespace {
+
+struct ReleaseObject {
+    void operator()(CFTypeRef inObject) const { CFRelease(inObject); }
+};
+using OwnedURL = std::unique_ptr<std::remove_pointer_t<CFURLRef>, ReleaseObject>;
+
+// The bundle in the folder, with its executable loaded; null when any of it fails.
+CFBundleRef CreateLoadedBundle(FSRef const& inFolder, CFStringRef inName) {
+    OwnedURL const folderURL(CFURLCreateFromFSRef(kCFAllocatorSystemDefault, &inFolder));
+    if (folderURL == nullptr) return nullptr;
+    OwnedURL const bundleURL(
+        CFURLCreateCopyAppendingPathComponent(kCFAllocatorSystemDefault, folderURL.get(), inName, false));
+    if (bundleURL == nullptr) return nullptr;
+    CFBundleRef const bundle = CFBundleCreate(kCFAllocatorSystemDefault, bundleURL.get());
+    if (bundle == nullptr || CFBundleLoadExecutable(bundle)) return bundle;
+    CFRelease(bundle);
+    return nullptr;
+}
+
+}  // namespace
+
+OSStatus UBundle::LoadFrameworkBundle(CFStringRef inFrameworkName, CFBundleRef* outBundle,
+                                      bool inPrivateFramework) {
+    *outBundle = nullptr;
+    FSRef folder;
+    OSStatus const status =
+        FSFindFolder(kOnSystemDisk, inPrivateFramework ? kPrivateFrameworksFolderType : kFrameworksFolderType,
+                     kCreateFolder, &folder);
+    if (status != noErr) return status;
+    *outBundle = CreateLoadedBundle(folder, inFrameworkName);
+    return *outBundle != nullptr ? noErr : coreFoundationUnknownErr;
+}

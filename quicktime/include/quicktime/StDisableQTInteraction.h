@@ -1,0 +1,15 @@
+// The user is not asked while this scope lasts, where the movie toolbox can be kept from it.
+#pragma once
+
+#include <foundation/MirtalExport.h>
+
+class MIRTAL_EXPORT StDisableQTInteraction {
+  public:
+    StDisableQTInteraction();
+    ~StDisableQTInteraction();
+    StDisableQTInteraction(StDisableQTInteraction const&) = delete;
+    StDisableQTInteraction& operator=(StDisableQTInteraction const&) = delete;
+
+  private:
+    long mToken;
+};

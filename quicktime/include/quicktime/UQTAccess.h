@@ -1,0 +1,31 @@
+// The movie toolbox's settings that outlive a movie: its access keys, whether it was entered, and the
+// architecture that sound is played by.
+//
+// An access key is a text registered under a type, for this process or for the whole system. Types are cut at
+// 255 bytes; keys are the bytes before their NUL. Neither may be null. For one thread at a time; nothing here
+// throws.
+#pragma once
+
+#include <foundation/MirtalExport.h>
+#include <toolbox/MacTypes.h>
+
+class MIRTAL_EXPORT UQTAccess {
+  public:
+    // The toolbox's own status.
+    static OSErr Register(char const* inKeyType, char const* inKey, bool inSystemWide);
+    static OSErr Unregister(char const* inKeyType, char const* inKey, bool inSystemWide);
+    // Case does not count, in the way of strncasecmp. False also when the toolbox cannot tell.
+    static bool IsRegistered(char const* inKeyType, char const* inKey, bool inSystemWide);
+
+    // False only if the toolbox's sticky error says that it was not entered.
+    static bool IsMovieToolboxInitialized();
+
+    // The process property 'qges', 'snda', a 32-bit value; 0 on failure. The status of
+    // UQTProperties::GetProcessProperty.
+    static OSStatus GetSoundManagerArchitecture(unsigned long& outArchitecture);
+    // From Core Audio to the Sound Manager, system-wide: the access keys of the type "SoundArchitecture" are
+    // changed where they need to be, and the toolbox is then left and entered again, so that it takes notice.
+    // Sets the environment variable QuickTimeSafety to OFF, and enters the toolbox if that was not done; it
+    // stays entered. The first status that is a failure ends it, with what was done until then left as it is.
+    static OSStatus SetSoundManagerArchitecture();
+};

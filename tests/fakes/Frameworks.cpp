@@ -1,0 +1,181 @@
+#include "Frameworks.h"
+
+#include "Calls.h"
+#include "Text.h"
+
+#include <toolbox/CFURL.h>
+#include <toolbox/Folders.h>
+#include <toolbox/MacErrors.h>
+
+#include <cstring>
+#include <set>
+
+namespace fakes {
+
+namespace {
+
+struct URL {
+    std::string path;
+};
+
+struct Bundle {
+    ScriptedFramework framework;
+    bool isLoaded = false;
+};
+
+struct State {
+    std::map<std::string, ScriptedFramework> frameworks;  // by path
+    OSErr errorOfFolders = fnfErr;
+    std::set<void const*> urls;
+    std::set<void const*> bundles;
+};
+
+// Made on first use and never destroyed: what is released at the end of the program comes here too.
+State& TheState() {
+    static State& sState = *new State;
+    return sState;
+}
+
+constexpr char const* kPublicFolder = "fram";
+constexpr char const* kPrivateFolder = "pfrm";
+
+std::string PathOf(std::string const& inName, bool inIsPrivate) {
+    return std::string(inIsPrivate ? kPrivateFolder : kPublicFolder).append("/").append(inName);
+}
+
+std::string CodeText(OSType inCode) {
+    std::string text;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        text += static_cast<char>(inCode >> shift);
+    return text;
+}
+
+CFURLRef MakeURL(std::string const& inPath) {
+    auto* const url = new URL{inPath};
+    TheState().urls.insert(url);
+    return reinterpret_cast<CFURLRef>(url);
+}
+
+URL const* FindURL(CFURLRef inURL, char const* inCaller) {
+    if (TheState().urls.count(inURL) != 0) return reinterpret_cast<URL const*>(inURL);
+    ReportMisuse(std::string(inCaller).append(" of a URL that is not live"));
+    return nullptr;
+}
+
+Bundle* FindBundle(CFBundleRef inBundle, char const* inCaller) {
+    if (TheState().bundles.count(inBundle) != 0) return reinterpret_cast<Bundle*>(inBundle);
+    ReportMisuse(std::string(inCaller).append(" of a bundle that is not live"));
+    return nullptr;
+}
+
+void CheckAllocator(CFAllocatorRef inAllocator) {
+    if (inAllocator != kCFAllocatorSystemDefault) ReportMisuse("an allocator that does not exist");
+}
+
+}  // namespace
+
+void PutFramework(std::string const& inName, ScriptedFramework const& inFramework, bool inIsPrivate) {
+    TheState().frameworks[PathOf(inName, inIsPrivate)] = inFramework;
+}
+
+void RemoveFramework(std::string const& inName, bool inIsPrivate) {
+    TheState().frameworks.erase(PathOf(inName, inIsPrivate));
+}
+
+void ForgetFrameworks() {
+    TheState().frameworks.clear();
+    TheState().errorOfFolders = fnfErr;
+}
+
+void SetErrorOfFolders(OSErr inError) {
+    TheState().errorOfFolders = inError;
+}
+
+int LiveURLs() {
+    return static_cast<int>(TheState().urls.size());
+}
+
+int LiveBundles() {
+    return static_cast<int>(TheState().bundles.size());
+}
+
+void ForgetLiveBundles() {
+    for (void const* const bundle : TheState().bundles)
+        delete static_cast<Bundle const*>(bundle);
+    TheState().bundles.clear();
+}
+
+bool ReleaseFrameworkObject(CFTypeRef inObject) {
+    State& state = TheState();
+    if (state.urls.erase(inObject) != 0) {
+        Log("CFRelease(" + static_cast<URL const*>(inObject)->path + ")");
+        delete static_cast<URL const*>(inObject);
+        return true;
+    }
+    if (state.bundles.erase(inObject) != 0) {
+        Log("CFRelease(bundle)");
+        delete static_cast<Bundle const*>(inObject);
+        return true;
+    }
+    return false;
+}
+
+}  // namespace fakes
+
+using namespace fakes;
+
+OSErr FSFindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, FSRef* outFolder) {
+    std::string const code = CodeText(inType);
+    if (LogAndFail("FSFindFolder(" + std::to_string(inWhere) + ", " + code + ", " +
+                   std::to_string(inCreateFolder) + ")"))
+        return TheState().errorOfFolders;
+    std::memset(outFolder, 0, sizeof *outFolder);
+    std::memcpy(outFolder->hidden, code.c_str(), code.size() + 1);
+    return noErr;
+}
+
+CFURLRef CFURLCreateFromFSRef(CFAllocatorRef inAllocator, const FSRef* inRef) {
+    CheckAllocator(inAllocator);
+    std::string const path(reinterpret_cast<char const*>(inRef->hidden));
+    return LogAndFail("CFURLCreateFromFSRef(" + path + ")") ? nullptr : MakeURL(path);
+}
+
+CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef inAllocator, CFURLRef inURL,
+                                               CFStringRef inComponent, Boolean inIsDirectory) {
+    CheckAllocator(inAllocator);
+    std::string const name = TextOf(inComponent);
+    bool const fails = LogAndFail("CFURLCreateCopyAppendingPathComponent(" + name + ", " +
+                                  std::to_string(inIsDirectory) + ")");
+    URL const* const url = FindURL(inURL, "CFURLCreateCopyAppendingPathComponent");
+    return fails || url == nullptr ? nullptr : MakeURL(url->path + "/" + name);
+}
+
+CFBundleRef CFBundleCreate(CFAllocatorRef inAllocator, CFURLRef inURL) {
+    CheckAllocator(inAllocator);
+    URL const* const url = FindURL(inURL, "CFBundleCreate");
+    if (LogAndFail("CFBundleCreate(" + (url != nullptr ? url->path : "") + ")") || url == nullptr)
+        return nullptr;
+    auto const found = TheState().frameworks.find(url->path);
+    if (found == TheState().frameworks.end()) return nullptr;
+    auto* const bundle = new Bundle{found->second};
+    TheState().bundles.insert(bundle);
+    return reinterpret_cast<CFBundleRef>(bundle);
+}
+
+Boolean CFBundleLoadExecutable(CFBundleRef inBundle) {
+    bool const fails = LogAndFail("CFBundleLoadExecutable()");
+    Bundle* const bundle = FindBundle(inBundle, "CFBundleLoadExecutable");
+    if (fails || bundle == nullptr) return false;
+    bundle->isLoaded = bundle->framework.loads;
+    return bundle->isLoaded;
+}
+
+void* CFBundleGetFunctionPointerForName(CFBundleRef inBundle, CFStringRef inName) {
+    std::string const name = TextOf(inName);
+    Log("CFBundleGetFunctionPointerForName(" + name + ")");
+    Bundle const* const bundle = FindBundle(inBundle, "CFBundleGetFunctionPointerForName");
+    if (bundle == nullptr) return nullptr;
+    if (!bundle->isLoaded) ReportMisuse("a function of a bundle that is not loaded");
+    auto const found = bundle->framework.functions.find(name);
+    return found != bundle->framework.functions.end() ? found->second : nullptr;
+}
