@@ -1,14 +1,14 @@
 #include "Text.h"
 
-#include "Calls.h"
-#include "Frameworks.h"
-
 #include <toolbox/TextEncoding.h>
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
 #include <set>
+
+#include "Calls.h"
+#include "CountedString.h"
+#include "Frameworks.h"
 
 extern "C" const char kCFStringTypeMarker = 0;
 
@@ -17,12 +17,6 @@ namespace fakes {
 namespace {
 
 constexpr SInt64 kConstantCount = -1;
-
-// Begins as a constant string does, so that both are read alike.
-struct CountedString {
-    CFConstantString image;
-    std::u16string characters;
-};
 
 struct Script {
     BestFit bestFit = BestFit::kMacRoman;
@@ -49,20 +43,6 @@ CFConstantString const& Image(CFTypeRef inString) {
     auto const& image = *static_cast<CFConstantString const*>(inString);
     if (image.typeMarker != &kCFStringTypeMarker) ReportMisuse("an object that is no string");
     return image;
-}
-
-std::u16string_view Characters(CFStringRef inString) {
-    CFConstantString const& image = Image(inString);
-    return {image.characters, static_cast<std::size_t>(image.length)};
-}
-
-CFStringRef MakeString(std::optional<std::u16string> const& inCharacters) {
-    if (!inCharacters) return nullptr;
-    auto* const string = new CountedString{{}, *inCharacters};
-    string->image = {&kCFStringTypeMarker, 1, static_cast<CFIndex>(string->characters.size()),
-                     string->characters.data()};
-    Strings().insert(string);
-    return reinterpret_cast<CFStringRef>(string);
 }
 
 struct RomanCharacter {
@@ -101,22 +81,6 @@ std::optional<std::u16string> DecodeUTF8(std::string_view inBytes) {
     return characters;
 }
 
-std::optional<std::u16string> Decode(std::string_view inBytes, CFStringEncoding inEncoding) {
-    if (inEncoding == kCFStringEncodingUTF8) return DecodeUTF8(inBytes);
-    std::u16string characters;
-    for (char const byte : inBytes) {
-        auto const value = static_cast<unsigned char>(byte);
-        std::optional<char16_t> character;
-        if (value < 0x80)
-            character = value;
-        else if (inEncoding == kCFStringEncodingMacRoman)
-            character = RomanToUnicode(value);
-        if (!character) return std::nullopt;
-        characters += *character;
-    }
-    return characters;
-}
-
 std::optional<std::string> EncodeUTF8(std::u16string_view inCharacters) {
     std::string bytes;
     for (char16_t const c : inCharacters) {
@@ -147,11 +111,50 @@ std::optional<std::string> Encode(std::u16string_view inCharacters, CFStringEnco
     return bytes;
 }
 
+}  // namespace
+
+std::u16string_view Characters(CFStringRef inString) {
+    CFConstantString const& image = Image(inString);
+    return {image.characters, static_cast<std::size_t>(image.length)};
+}
+
+CFStringRef MakeString(std::optional<std::u16string> const& inCharacters) {
+    if (!inCharacters) return nullptr;
+    auto* const string = new CountedString{{}, *inCharacters};
+    string->image = {&kCFStringTypeMarker, 1, static_cast<CFIndex>(string->characters.size()),
+                     string->characters.data()};
+    Strings().insert(string);
+    return reinterpret_cast<CFStringRef>(string);
+}
+
+void SetCharacters(CFMutableStringRef ioString, std::u16string const& inCharacters) {
+    void* const object = const_cast<struct OpaqueCFString*>(ioString);
+    if (Strings().count(object) == 0) return ReportMisuse("a change of a string that is not live");
+    auto& string = *static_cast<CountedString*>(object);
+    string.characters = inCharacters;
+    string.image.length = static_cast<CFIndex>(inCharacters.size());
+    string.image.characters = string.characters.data();
+}
+
+std::optional<std::u16string> Decode(std::string_view inBytes, CFStringEncoding inEncoding) {
+    if (inEncoding == kCFStringEncodingUTF8) return DecodeUTF8(inBytes);
+    std::u16string characters;
+    for (char const byte : inBytes) {
+        auto const value = static_cast<unsigned char>(byte);
+        std::optional<char16_t> character;
+        if (value < 0x80)
+            character = value;
+        else if (inEncoding == kCFStringEncodingMacRoman)
+            character = RomanToUnicode(value);
+        if (!character) return std::nullopt;
+        characters += *character;
+    }
+    return characters;
+}
+
 char16_t Folded(char16_t inCharacter) {
     return inCharacter >= 'A' && inCharacter <= 'Z' ? static_cast<char16_t>(inCharacter + 32) : inCharacter;
 }
-
-}  // namespace
 
 int LiveStrings() {
     return static_cast<int>(Strings().size());
@@ -241,8 +244,11 @@ Boolean CFStringGetCString(CFStringRef inString, char* outBuffer, CFIndex inBuff
     auto const bytes = Encode(Characters(inString), inEncoding);
     if (TheScript().refusedCStrings.count(inEncoding) != 0 || !bytes ||
         inBufferSize <= static_cast<CFIndex>(bytes->size())) {
-        // A buffer after a failure is unspecified: spoil what there is of it.
-        if (inBufferSize > 0) std::memset(outBuffer, '?', static_cast<std::size_t>(inBufferSize));
+        // A buffer after a failure is unspecified: spoil what there is of it, but leave it a string.
+        if (inBufferSize < 1) return 0;
+        auto const last = static_cast<std::size_t>(inBufferSize - 1);
+        std::memset(outBuffer, '?', last);
+        outBuffer[last] = '\0';
         return 0;
     }
     std::memcpy(outBuffer, bytes->c_str(), bytes->size() + 1);

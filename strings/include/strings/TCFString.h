@@ -1,13 +1,19 @@
 // Unicode text as a value: one reference to an immutable Core Foundation string, never null.
 //
-// Copies share the string and cost a reference count. What cannot be created is the empty string; nothing
-// here throws. Lengths and positions count UTF-16 code units. Any number of threads may read one object; it
-// must not be assigned or adopted into meanwhile.
+// Copies share the string and cost a reference count. What cannot be created is the empty string, and but for
+// Res nothing here throws. Operations leave the string as it is and return another; one that finds nothing to
+// do returns a copy. Lengths and positions count UTF-16 code units. Any number of threads may read one
+// object; it must not be assigned or adopted into meanwhile.
+//
+// Rooms in buffers for byte strings count neither terminator nor length byte: a buffer holds one more.
 #pragma once
 
+#include <foundation/Int64.h>
 #include <foundation/MirtalExport.h>
 #include <toolbox/CFString.h>
 #include <toolbox/Files.h>
+
+#include <string>
 
 class MIRTAL_EXPORT TCFString {
   public:
@@ -54,11 +60,52 @@ class MIRTAL_EXPORT TCFString {
     // The application's text encoding, asked once in the life of the process.
     static CFStringEncoding DefaultEncoding();
 
-    // The text as bytes in the default encoding, else the system's, cut at inMaxLength bytes; "<CANNOT
-    // DISPLAY>" cut the same way when neither holds it. Returns outBuffer, which holds inMaxLength + 1 bytes.
+    // Conversions to bytes.
+
+    // In the default encoding, else the system's, cut at inMaxLength bytes; "<CANNOT DISPLAY>" cut the same
+    // way when neither holds the text, or when its bytes are more than 1023 as well as inMaxLength. Returns
+    // outBuffer.
     char* CString(long inMaxLength, char* outBuffer) const;
     // The same as a Pascal string in the encoding that fits best; inMaxLength is at most 255.
     unsigned char* PString(unsigned char* outBuffer, long inMaxLength) const;
+    // The whole text in that encoding. False, with an empty string in outBuffer, when it does not fit or the
+    // encoding cannot hold it.
+    bool CStringWithEncoding(long inMaxLength, char* outBuffer, CFStringEncoding inEncoding) const;
+    bool PStringWithEncoding(unsigned char* outBuffer, long inMaxLength, CFStringEncoding inEncoding) const;
+    // False, leaving outText as it was, when the encoding cannot hold the text or memory is short. Text from
+    // a NUL on is left out.
+    bool StdStringWithEncoding(std::string& outText, CFStringEncoding inEncoding) const;
+    // The whole text, or the empty string when it does not fit or holds half of a surrogate pair. Returns
+    // outBuffer.
+    char* UTF8(long inMaxLength, char* outBuffer) const;
+    // Bytes of the UTF-8 form up to its first NUL; 0 when there is no such form, or memory is short.
+    long UTF8Length() const;
+
+    // The first inCount units, which must be within the string, without a terminator. Returns outUnits.
+    UniChar* Unicode(long inCount, UniChar* outUnits) const;
+    // The first 255 units. Returns outName.
+    HFSUniStr255& HFSUniStr(HFSUniStr255& outName) const;
+
+    // Strings made from something else.
+
+    // With inIsExternalRepresentation the bytes may begin with a byte order mark, which is dropped.
+    static TCFString WithBytes(const unsigned char* inBytes, long inByteCount, CFStringEncoding inEncoding,
+                               bool inIsExternalRepresentation);
+    // A string of the application's resources, in the default encoding: "STR " inResID for an inIndex below
+    // 0, else entry inIndex (from 1) of the list "STR#" inResID. What is not empty is read once and kept for
+    // the life of the process. A missing list or entry is empty; a missing "STR " throws LException "nilP".
+    // One thread at a time.
+    static TCFString Res(short inResID, short inIndex);
+
+    // Numbers, as strtol, strtoll and strtod read the first 255 bytes of CString: a number beyond the type is
+    // the nearest that the type has. Base 0 goes by the prefixes of C.
+    //   outIsGood  whether the number is all there is to the end, blanks included; the empty string is a good
+    //              0; may be null
+
+    long ToLong(long inBase, unsigned char* outIsGood) const;
+    Int64 ToLongLong(long inBase, unsigned char* outIsGood) const;
+    // Without its fraction; a number beyond 64 bits is the nearest of 64 bits, and what is no number is 0.
+    double ToDouble(unsigned char* outIsGood) const;
 
   private:
     CFStringRef mString;
