@@ -4,7 +4,9 @@
 #include "FileCalls.h"
 
 #include <fcntl.h>
+#include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <utility>
 
 namespace toolbox::files {
@@ -35,6 +37,25 @@ OSStatus OpenFound(const std::string& inPath, const ItemIdentity& inItem, int& o
     return error != 0 ? StatusOfErrno(error) : static_cast<OSStatus>(fnfErr);
 }
 
+// Up to inByteCount bytes from the file's start; at its end, fewer.
+OSStatus ReadFromStart(int inDescriptor, std::size_t inByteCount, std::string& outContents) {
+    constexpr std::size_t kBlockBytes = 65536;
+    outContents.clear();
+    while (outContents.size() < inByteCount) {
+        const std::size_t byteCount = outContents.size();
+        outContents.resize(byteCount + std::min(kBlockBytes, inByteCount - byteCount));
+        ssize_t readCount = 0;
+        do {
+            readCount = Calls().readAt(inDescriptor, outContents.data() + byteCount,
+                                       outContents.size() - byteCount, static_cast<off_t>(byteCount));
+        } while (readCount < 0 && errno == EINTR);
+        if (readCount < 0) return StatusOfErrno(errno);
+        outContents.resize(byteCount + static_cast<std::size_t>(readCount));
+        if (readCount == 0) break;
+    }
+    return noErr;
+}
+
 }  // namespace
 
 OSStatus OpenForReading(const FSRef& inItem, int& outDescriptor, std::string& outPath) {
@@ -50,6 +71,18 @@ OSStatus OpenForReading(const FSRef& inItem, int& outDescriptor, std::string& ou
         if (status == noErr) status = OpenFound(outPath, found.status.identity, outDescriptor);
     }
     return status;
+}
+
+OSStatus ReadSmallFile(const FSRef& inItem, std::size_t inMaxByteCount, std::string& outContents) {
+    int descriptor = -1;
+    std::string path;
+    const OSStatus openStatus = OpenForReading(inItem, descriptor, path);
+    if (openStatus != noErr) return openStatus;
+    const auto close = [](const int* inDescriptor) { Calls().closeFile(*inDescriptor); };
+    const std::unique_ptr<int, decltype(close)> closer(&descriptor, close);
+    const OSStatus status = ReadFromStart(descriptor, inMaxByteCount + 1, outContents);
+    return status == noErr && outContents.size() > inMaxByteCount ? static_cast<OSStatus>(fileBoundsErr)
+                                                                  : status;
 }
 
 }  // namespace toolbox::files

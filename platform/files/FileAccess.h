@@ -13,4 +13,8 @@ namespace toolbox::files {
 // and is left untouched. May throw std::bad_alloc, with nothing left open.
 OSStatus OpenForReading(const FSRef& inItem, int& outDescriptor, std::string& outPath);
 
+// The whole contents of a file. fileBoundsErr when there are more than inMaxByteCount. outContents is
+// unspecified on failure. May throw std::bad_alloc, with nothing left open.
+OSStatus ReadSmallFile(const FSRef& inItem, std::size_t inMaxByteCount, std::string& outContents);
+
 }  // namespace toolbox::files

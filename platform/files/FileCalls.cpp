@@ -2,11 +2,17 @@
 
 #include "FileCalls_test_access.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <limits.h>
+#include <link.h>
+#include <pwd.h>
 #include <stdio.h>
 #include <unistd.h>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <vector>
 
 namespace toolbox::files {
 
@@ -20,9 +26,49 @@ int CreateFile(const char* inPath, int inFlags, mode_t inMode) {
     return ::open(inPath, inFlags, inMode);
 }
 
-FileCalls sCalls = {::realpath, ::statx,    OpenFile,   ::close,  ::pread,           ::opendir,
-                    ::readdir,  ::closedir, CreateFile, ::pwrite, ::posix_fallocate, ::ftruncate,
-                    ::fchmod,   ::fsync,    ::rename,   ::unlink};
+const char* ReadVariable(const char* inName) {
+    return std::getenv(inName);
+}
+
+int CopyAbsolutePath(const char* inPath, char* outPath, std::size_t inCapacity) {
+    if (inPath == nullptr || inPath[0] != '/') return ENOENT;
+    if (std::strlen(inPath) >= inCapacity) return ENAMETOOLONG;
+    std::strcpy(outPath, inPath);
+    return 0;
+}
+
+int FindHome(char* outPath, std::size_t inCapacity) {
+    std::vector<char> text(1024);
+    for (;;) {
+        struct passwd entry = {};
+        struct passwd* found = nullptr;
+        const int error = ::getpwuid_r(::getuid(), &entry, text.data(), text.size(), &found);
+        if (error == ERANGE && text.size() < 1024 * 1024) {
+            text.resize(text.size() * 2);
+            continue;
+        }
+        if (error != 0) return error;
+        return found == nullptr ? ENOENT : CopyAbsolutePath(found->pw_dir, outPath, inCapacity);
+    }
+}
+
+int FindLibrary(char* outPath, std::size_t inCapacity) {
+    Dl_info info = {};
+    struct link_map* library = nullptr;
+    if (::dladdr1(reinterpret_cast<const void*>(&FindLibrary), &info, reinterpret_cast<void**>(&library),
+                  RTLD_DL_LINKMAP) == 0 ||
+        library == nullptr)
+        return ENOENT;
+    // The program itself has no name there.
+    const char* name = library->l_name[0] == 0 ? "/proc/self/exe" : library->l_name;
+    char path[PATH_MAX];
+    if (::realpath(name, path) == nullptr) return errno;
+    return CopyAbsolutePath(path, outPath, inCapacity);
+}
+
+FileCalls sCalls = {::realpath, ::statx,    OpenFile, ::close,           ::pread,     ::opendir,  ::readdir,
+                    ::closedir, CreateFile, ::pwrite, ::posix_fallocate, ::ftruncate, ::fchmod,   ::fsync,
+                    ::rename,   ::unlink,   ::mkdir,  ReadVariable,      FindHome,    FindLibrary};
 
 }  // namespace
 

@@ -31,6 +31,11 @@ struct FileCalls {
     int (*syncFile)(int inDescriptor);
     int (*renameItem)(const char* inOldPath, const char* inNewPath);
     int (*removeFile)(const char* inPath);  // unlink
+    int (*makeFolder)(const char* inPath, mode_t inMode);
+    const char* (*readVariable)(const char* inName);  // getenv
+    // Both store a path that is absolute, and answer an errno: ENOENT when there is none.
+    int (*findHome)(char* outPath, std::size_t inCapacity);     // of the user database
+    int (*findLibrary)(char* outPath, std::size_t inCapacity);  // of what holds this code
 };
 
 const FileCalls& Calls();

@@ -26,6 +26,7 @@ enum {
     memLockedErr = -117,       // the block is locked and cannot move
     dirNFErr = -120,           // no such folder on the way to the item
     notAFileErr = -1302,       // a file was needed, and this is a folder
+    fileBoundsErr = -1309,     // the file is longer than what can be dealt with
     diffVolErr = -1303,        // the items are on different volumes
     afpAccessDenied = -5000,   // the user may not do it
     errFSBadFSRef = -1401,     // the bytes are no reference
@@ -68,6 +69,8 @@ enum {
     rmvResFailed = -196,       // the resource cannot be removed
     resAttrErr = -198,         // an attribute of the resource forbids it
     mapReadErr = -199,         // the file's resource map makes no sense
+    procNotFound = -600,       // no such process
+    cDepthErr = -157,          // pixels of a depth that is not there
     badFormat = -206,          // sound in a form that cannot be played
     badFileFormat = -208,      // a file whose contents make no sense
     noCodecErr = -8961         // the decoder that the description asks for is missing

@@ -57,6 +57,12 @@ class FailingCalls {
             if (Fails()) return nullptr;
             return sReal.readFolder(inFolder);
         };
+        outCalls.findHome = [](char* outPath, std::size_t inCapacity) {
+            return Fails() ? errno : sReal.findHome(outPath, inCapacity);
+        };
+        outCalls.findLibrary = [](char* outPath, std::size_t inCapacity) {
+            return Fails() ? errno : sReal.findLibrary(outPath, inCapacity);
+        };
         outCalls.closeFolder = [](DIR* inFolder) {
             const int result = sReal.closeFolder(inFolder);
             return Fails() ? -1 : result;
@@ -84,6 +90,9 @@ class FailingCalls {
             return Fails() ? -1 : sReal.renameItem(inOldPath, inNewPath);
         };
         outCalls.removeFile = [](const char* inPath) { return Fails() ? -1 : sReal.removeFile(inPath); };
+        outCalls.makeFolder = [](const char* inPath, mode_t inMode) {
+            return Fails() ? -1 : sReal.makeFolder(inPath, inMode);
+        };
     }
     static bool Fails() {
         ++sCallCount;

@@ -1,0 +1,24 @@
+// The user's folders as the XDG specifications place them. Paths are absolute and need not exist.
+// Safe on any thread that does not run while the environment is changed. Functions may throw std::bad_alloc.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace toolbox::files {
+
+// $HOME if that is an absolute path, else what the user database tells; empty when nobody tells.
+std::string HomePath();
+
+// A base folder: the variable's value if that is an absolute path, else this path in the home folder. Empty
+// when the home folder is not known.
+std::string BaseFolderPath(const char* inVariable, std::string_view inPathInHome);
+
+// A user directory, for example "DESKTOP": what user-dirs.dirs tells of it, else the folder of that name in
+// the home folder. Empty when the home folder is not known.
+std::string UserFolderPath(std::string_view inKind, std::string_view inNameInHome);
+
+// What the contents of a user-dirs.dirs tell of a kind; empty when nothing that makes sense.
+std::string FindUserFolder(std::string_view inContents, std::string_view inKind, std::string_view inHomePath);
+
+}  // namespace toolbox::files
