@@ -61,7 +61,8 @@ bool DecodeLine(std::string_view inLine, AccessKey& outKey) {
 }
 
 bool IsSame(const AccessKey& inOne, const AccessKey& inOther) {
-    return IsSameKeyText(inOne.type, inOther.type) && IsSameKeyText(inOne.key, inOther.key);
+    // Keys differ sooner than types do.
+    return IsSameKeyText(inOne.key, inOther.key) && IsSameKeyText(inOne.type, inOther.type);
 }
 
 }  // namespace
@@ -80,7 +81,7 @@ void AccessKeyList::Remove(const AccessKey& inKey) {
     std::erase_if(mKeys, [&](const AccessKey& inHeld) { return IsSame(inHeld, inKey); });
 }
 
-std::vector<std::string_view> AccessKeyList::KeysOf(std::string_view inType) const {
+std::vector<std::string_view> AccessKeyList::KeysOf(std::string_view inType) const& {
     std::vector<std::string_view> keys;
     for (const AccessKey& held : mKeys)
         if (IsSameKeyText(held.type, inType)) keys.push_back(held.key);

@@ -16,14 +16,15 @@ struct AccessKey {
 
 class AccessKeyList {
   public:
-    static constexpr std::size_t kMostKeys = 10000;
+    static constexpr std::size_t kMostKeys = 5000;
 
     bool Contains(const AccessKey& inKey) const;
     void Add(AccessKey inKey) { mKeys.push_back(std::move(inKey)); }  // throws std::bad_alloc
     void Remove(const AccessKey& inKey);
     std::size_t Count() const { return mKeys.size(); }
     // The keys of a type; good until the list is changed. Throws std::bad_alloc.
-    std::vector<std::string_view> KeysOf(std::string_view inType) const;
+    std::vector<std::string_view> KeysOf(std::string_view inType) const&;
+    std::vector<std::string_view> KeysOf(std::string_view inType) const&& = delete;
 
     std::string Encode() const;  // throws std::bad_alloc
     // False, with the list unspecified, when inText is nothing that Encode gives, letter case of hexadecimal

@@ -33,7 +33,8 @@ constexpr QTAtomType kAccessKeyAtomType = FourChars("acky");
 #endif
 
 // The whole block of inKey is the key; the block is only read. A key that is registered already, or
-// unregistered already, is left so: noErr. dskFulErr when the file would become larger than 1 MB.
+// unregistered already, is left so: noErr. A scope has room for 5,000 keys, and the file for 1 MB: dskFulErr,
+// or memFullErr for keys of this process.
 TOOLBOX_EXPORT OSErr QTRegisterAccessKey(ConstStr255Param inType, SInt32 inFlags, Handle inKey);
 TOOLBOX_EXPORT OSErr QTUnregisterAccessKey(ConstStr255Param inType, SInt32 inFlags, Handle inKey);
 
