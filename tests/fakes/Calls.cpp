@@ -2,6 +2,7 @@
 
 #include "AccessKeys.h"
 #include "Alerts.h"
+#include "Collation.h"
 #include "Frameworks.h"
 #include "Memory.h"
 #include "Movies.h"
@@ -42,6 +43,7 @@ void StartScenario() {
     TheState().log.reserve(kLogCapacity);
     ForgetAccessKeys();
     ForgetAlerts();
+    ForgetCollation();
     ForgetFrameworks();
     ForgetMemoryScript();
     ForgetMovies();

@@ -1,6 +1,7 @@
 #include <foundation/Blocks.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -87,6 +88,29 @@ TEST(Blocks, FirstDifferenceCounts) {
             EXPECT_EQ(0, BlockCompare(left.data(), right.data(), at));
         }
     }
+}
+
+// Every alignment and length around whole words: those bytes and no others.
+TEST(Blocks, ClearMem) {
+    for (unsigned long start = 0; start < 8; ++start) {
+        for (long length = 0; length < 70; ++length) {
+            alignas(8) unsigned char bytes[80];
+            std::memset(bytes, 0xAA, sizeof bytes);
+            ClearMem(bytes + start, length);
+            for (unsigned long i = 0; i < sizeof bytes; ++i) {
+                bool const isInside = i >= start && i < start + static_cast<unsigned long>(length);
+                ASSERT_EQ(isInside ? 0 : 0xAA, bytes[i]) << start << " " << length << " " << i;
+            }
+        }
+    }
+}
+
+TEST(Blocks, ClearMemOfNothing) {
+    unsigned char byte = 7;
+    ClearMem(&byte, -4);
+    ClearMem(&byte, -1);
+    ClearMem(nullptr, 0);
+    EXPECT_EQ(7, byte);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Blocks of bytes compared, and handles made ready. BlockMoveData, which moves them, is in
+// Blocks of bytes cleared and compared, and handles made ready. BlockMoveData, which moves them, is in
 // strings/ByteBlocks.h.
 #pragma once
 
@@ -6,6 +6,9 @@
 
 // Makes ready 64 master pointers for each of inMasterBlocks. A negative number makes none.
 MIRTAL_EXPORT void InitializeHeap(short inMasterBlocks);
+
+// Zeroes inByteCount bytes, of which none or less are none.
+extern "C" MIRTAL_EXPORT void ClearMem(void* outData, long inByteCount);
 
 // Whether the first inByteCount bytes are equal; those of nothing are.
 MIRTAL_EXPORT bool BlocksAreEqual(void const* inLeft, void const* inRight, unsigned long inByteCount);
