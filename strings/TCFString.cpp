@@ -24,7 +24,7 @@ bool GetCString(CFStringRef inString, char* outBuffer, CFIndex inBufferByteCount
 
 bool GetBestFit(CFStringRef inString, unsigned char* outText, long inMaxLength, ByteCount& outLength) {
     TextEncoding encoding = 0;
-    auto const capacity = static_cast<ByteCount>(std::max(inMaxLength, 0L));
+    auto const capacity = static_cast<ByteCount>(inMaxLength);
     return GetTextAndEncodingFromCFString(inString, outText, capacity, &outLength, &encoding) == noErr;
 }
 
@@ -34,8 +34,8 @@ bool GetBestFit(CFStringRef inString, unsigned char* outText, long inMaxLength, 
 TCFString const TCFString::Empty;
 TCFString const TCFString::kCannotDisplayCFString(kCannotDisplayPascalText, TCFString::DefaultEncoding());
 
-char const* const TCFString::kCannotDisplayCString = kCannotDisplayText;
-unsigned char const* const TCFString::kCannotDisplayString = kCannotDisplayPascalText;
+constinit char const* const TCFString::kCannotDisplayCString = kCannotDisplayText;
+constinit unsigned char const* const TCFString::kCannotDisplayString = kCannotDisplayPascalText;
 
 TCFString::TCFString() : TCFString(EmptyCFString()) {}
 
@@ -77,7 +77,8 @@ TCFString& TCFString::operator=(const TCFString& inOther) {
 void TCFString::Adopt(CFStringRef inString) {
     if (inString == mString) return;
     CFRelease(mString);
-    mString = inString != nullptr ? inString : Empty.Retain();
+    mString = inString;
+    EnsureNonNullRef();
 }
 
 void TCFString::EnsureNonNullRef() {
@@ -154,22 +155,24 @@ char* TCFString::CString(long inMaxLength, char* outBuffer) const {
 unsigned char* TCFString::PString(unsigned char* outBuffer, long inMaxLength) const {
     outBuffer[0] = 0;
     if (IsEmpty()) return outBuffer;
+    // More than a length byte can tell is no use, and less than nothing is nothing.
+    long const maxLength = std::clamp(inMaxLength, 0L, kMaxPascalLength);
     ByteCount length = 0;
-    if (GetBestFit(mString, outBuffer + 1, inMaxLength, length)) {
+    if (GetBestFit(mString, outBuffer + 1, maxLength, length)) {
         outBuffer[0] = static_cast<unsigned char>(length);
         return outBuffer;
     }
-    if (CFStringGetPascalString(mString, outBuffer, inMaxLength + 1, CFStringGetSystemEncoding()))
+    if (CFStringGetPascalString(mString, outBuffer, maxLength + 1, CFStringGetSystemEncoding()))
         return outBuffer;
-    if (inMaxLength < kMaxPascalLength) {
+    if (maxLength < kMaxPascalLength) {
         Str255 scratch;
         if (CFStringGetPascalString(mString, scratch, sizeof scratch, CFStringGetSystemEncoding())) {
-            truncating::PStrNCopy(scratch, outBuffer, static_cast<short>(inMaxLength));
+            truncating::PStrNCopy(scratch, outBuffer, static_cast<short>(maxLength));
             return outBuffer;
         }
     }
-    char scratch[kScratchByteCount];
-    c2pstrcpy(outBuffer, CString(std::min<long>(inMaxLength, kScratchByteCount - 1), scratch));
+    char scratch[kMaxPascalLength + 1];
+    c2pstrcpy(outBuffer, CString(maxLength, scratch));
     return outBuffer;
 }
 

@@ -216,6 +216,18 @@ TEST_F(PStringTest, BeyondTheScratchNothingIsShown) {
 
 TEST_F(PStringTest, NoRoom) {
     EXPECT_EQ("", AsPString(UTF8("abc"), 0));
+    unsigned char bytes[] = {'#', '#'};
+    UTF8("abc").PString(bytes, -1);
+    EXPECT_EQ(0, bytes[0]) << "less than nothing is nothing";
+    EXPECT_EQ('#', bytes[1]);
+}
+
+TEST_F(PStringTest, MoreRoomThanALengthByteTells) {
+    std::vector<unsigned char> buffer(1001, '#');
+    UTF8(std::string(300, 'z')).PString(buffer.data(), 1000);
+    EXPECT_EQ(255, buffer[0]);
+    EXPECT_EQ('z', buffer[255]);
+    EXPECT_EQ('#', buffer[256]);
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include <thread>
 #include <vector>
 
+#include "corefoundation/CF_test_access.h"
+
 namespace {
 
 TCFString ASCII(std::string const& inText) {
@@ -73,6 +75,45 @@ TEST(TCFStringOnToolboxTest, CountsFollowOwnership) {
     string.Adopt(string.StringRef());
     EXPECT_EQ(2, Count(string));
     CFRelease(string.StringRef());
+}
+
+// No memory for anything that Core Foundation makes, as long as this lives.
+class NoMemory {
+  public:
+    NoMemory() {
+        toolbox::corefoundation::SystemCallsForTesting().allocate = [](std::size_t) -> void* {
+            return nullptr;
+        };
+    }
+    ~NoMemory() { toolbox::corefoundation::SystemCallsForTesting().allocate = mAllocate; }
+
+  private:
+    void* (*mAllocate)(std::size_t) = toolbox::corefoundation::SystemCallsForTesting().allocate;
+};
+
+TEST(TCFStringOnToolboxTest, CopiesAndAssignmentsMakeNothing) {
+    TCFString const first = ASCII("first"), second = ASCII("second");
+    SInt64 const objects = toolbox::corefoundation::LiveObjectsForTesting();
+    NoMemory const noMemory;
+    TCFString string(first);
+    EXPECT_TRUE(string == first);
+    string = second;
+    EXPECT_TRUE(string == second);
+    EXPECT_EQ(1, Count(first));
+    EXPECT_EQ(2, Count(second));
+    EXPECT_EQ(objects, toolbox::corefoundation::LiveObjectsForTesting());
+}
+
+TEST(TCFStringOnToolboxTest, WithoutMemoryWhatIsMadeIsEmpty) {
+    TCFString const string = ASCII("0123456789");
+    HFSUniStr255 name = {};
+    name.length = 1;
+    NoMemory const noMemory;
+    EXPECT_TRUE(ASCII("a").IsEmpty());
+    EXPECT_TRUE(TCFString(reinterpret_cast<unsigned char const*>("\1a"), kCFStringEncodingASCII).IsEmpty());
+    EXPECT_TRUE(TCFString(name).IsEmpty());
+    EXPECT_TRUE(string.Substring(2, 3).IsEmpty());
+    EXPECT_EQ("0123", AsCString(string, 4)) << "conversions to bytes need none";
 }
 
 TEST(TCFStringOnToolboxTest, Encodings) {
