@@ -36,6 +36,9 @@ OSStatus CopyConfig(const SoundFormat& inFormat, AVCodecContext& outContext) {
 
 }  // namespace
 
+void SoundDecoder::Deleter::operator()(AVBufferRef* inBuffer) const {
+    av_buffer_unref(&inBuffer);
+}
 void SoundDecoder::Deleter::operator()(AVCodecContext* inContext) const {
     avcodec_free_context(&inContext);
 }
@@ -54,6 +57,7 @@ SoundDecoder::~SoundDecoder() = default;
 
 OSStatus SoundDecoder::Open(const SoundFormat& inFormat, Trimming inTrimming) {
     mContext.reset();
+    mPlanes.reset();
     if (inFormat.decodable != noErr) return inFormat.decodable;
     const AVCodec* codec = avcodec_find_decoder(static_cast<AVCodecID>(inFormat.codecID));
     if (codec == nullptr || codec->type != AVMEDIA_TYPE_AUDIO) return noCodecErr;
@@ -70,10 +74,38 @@ OSStatus SoundDecoder::Open(const SoundFormat& inFormat, Trimming inTrimming) {
     const OSStatus status = CopyConfig(inFormat, *context);
     if (status != noErr) return status;
 
+    if ((codec->capabilities & AV_CODEC_CAP_DR1) != 0) {
+        context->opaque = this;
+        context->get_buffer2 = ProvidePlanes;
+    }
     const int error = avcodec_open2(context.get(), codec, nullptr);
     if (error < 0) return error == AVERROR(ENOMEM) ? memFullErr : noCodecErr;
     mContext = std::move(context);
     return noErr;
+}
+
+int SoundDecoder::ProvidePlanes(AVCodecContext* inContext, AVFrame* ioFrame, int inFlags) {
+    const int channelCount = ioFrame->ch_layout.nb_channels;
+    const auto format = static_cast<AVSampleFormat>(ioFrame->format);
+    int planeBytes = 0;
+    const int sizeBytes =
+        av_samples_get_buffer_size(&planeBytes, channelCount, ioFrame->nb_samples, format, 0);
+    if (sizeBytes < 0 || av_sample_fmt_is_planar(format) == 0 || channelCount > AV_NUM_DATA_POINTERS)
+        return avcodec_default_get_buffer2(inContext, ioFrame, inFlags);
+
+    auto& planes = static_cast<SoundDecoder*>(inContext->opaque)->mPlanes;
+    const auto neededBytes = static_cast<std::size_t>(sizeBytes);
+    const bool isFree = planes != nullptr && av_buffer_is_writable(planes.get()) != 0;
+    // A decoder may leave a channel unwritten: silence, not what lay in memory.
+    if (!isFree || planes->size < neededBytes) planes.reset(av_buffer_allocz(neededBytes));
+    if (planes == nullptr) return AVERROR(ENOMEM);
+    ioFrame->buf[0] = av_buffer_ref(planes.get());
+    if (ioFrame->buf[0] == nullptr) return AVERROR(ENOMEM);
+    ioFrame->extended_data = ioFrame->data;
+    ioFrame->linesize[0] = planeBytes;
+    for (int channel = 0; channel < channelCount; ++channel)
+        ioFrame->data[channel] = planes->data + static_cast<std::ptrdiff_t>(channel) * planeBytes;
+    return 0;
 }
 
 bool SoundDecoder::HasDelay() const {

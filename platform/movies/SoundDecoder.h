@@ -5,6 +5,7 @@
 
 #include <memory>
 
+struct AVBufferRef;
 struct AVCodecContext;
 struct AVFrame;
 struct AVPacket;
@@ -42,10 +43,17 @@ class SoundDecoder {
 
   private:
     struct Deleter {
+        void operator()(AVBufferRef* inBuffer) const;
         void operator()(AVCodecContext* inContext) const;
         void operator()(AVFrame* inFrame) const;
         void operator()(AVPacket* inPacket) const;
     };
+    // What libavcodec calls for the planes of a frame.
+    static int ProvidePlanes(AVCodecContext* inContext, AVFrame* ioFrame, int inFlags);
+
+    // The planes of one frame. It is used again for the next, which libavcodec's own pool does at the price
+    // of two more references and four locks a frame.
+    std::unique_ptr<AVBufferRef, Deleter> mPlanes;
     std::unique_ptr<AVCodecContext, Deleter> mContext;
     std::unique_ptr<AVFrame, Deleter> mFrame;
     std::unique_ptr<AVPacket, Deleter> mPacket;

@@ -259,7 +259,10 @@ TEST(SteadyState, RenderingAllocatesNothingBesidesTheDecoder) {
     const std::uint64_t decodersCount = AlignedCount() - alignedCount;
     EXPECT_EQ(0U, ownCount);
     EXPECT_LT(0U, decodersCount);
-    EXPECT_EQ(BareAllocations(format, *store, kFirst), decodersCount);
+    // A frame's planes are one buffer here, and one for each channel in the bare loop: one reference fewer a
+    // packet.
+    const auto packetCount = static_cast<std::uint64_t>(encoded.packets.size()) - kFirst;
+    EXPECT_GE(BareAllocations(format, *store, kFirst), decodersCount + packetCount);
 }
 
 }  // namespace
