@@ -17,6 +17,7 @@ constexpr UInt32 kByteOrderMark = 0xFEFF;
 class ASCIICoder final : public Coder {
   public:
     constexpr ASCIICoder() : Coder(Form::kASCIIAndMore) {}
+    int MaxBytesPerUnit() const override { return 1; }
     // Leading ASCII has been dealt with: whatever is left is not.
     CFIndex CountUnits(const UInt8*, CFIndex) const override { return kCFNotFound; }
     void Decode(const UInt8*, CFIndex, UniChar*) const override {}
@@ -26,6 +27,7 @@ class ASCIICoder final : public Coder {
 class UTF8Coder final : public Coder {
   public:
     constexpr UTF8Coder() : Coder(Form::kASCIIAndMore) {}
+    int MaxBytesPerUnit() const override { return 3; }
 
     CFIndex CountUnits(const UInt8* inBytes, CFIndex inByteCount) const override {
         CFIndex unitCount = 0;
@@ -78,6 +80,7 @@ template <bool kIsBigEndian>
 class UTF16Coder final : public Coder {
   public:
     constexpr UTF16Coder() : Coder(Form::kWideUnits) {}
+    int MaxBytesPerUnit() const override { return 2; }
 
     CFIndex CountUnits(const UInt8*, CFIndex inByteCount) const override {
         return inByteCount % 2 == 0 ? inByteCount / 2 : CFIndex{kCFNotFound};
@@ -103,6 +106,7 @@ template <bool kIsBigEndian>
 class UTF32Coder final : public Coder {
   public:
     constexpr UTF32Coder() : Coder(Form::kWideUnits) {}
+    int MaxBytesPerUnit() const override { return 4; }
 
     CFIndex CountUnits(const UInt8* inBytes, CFIndex inByteCount) const override {
         if (inByteCount % 4 != 0) return kCFNotFound;
@@ -145,6 +149,24 @@ CFIndex EncodeLeadingASCII(const UniChar* inUnits, CFIndex inMaxCount, UInt8* ou
     return count;
 }
 
+// The character at ioAt, which moves behind it; returns the bytes written, 0 when it cannot be held.
+int EncodeNext(const Coder& inCoder, const UniChar* inUnits, CFIndex inUnitCount, CFIndex& ioAt,
+               UInt8* outBytes) {
+    if (inUnits[ioAt] < 0x80 && inCoder.HoldsASCII()) {
+        outBytes[0] = static_cast<UInt8>(inUnits[ioAt++]);
+        return 1;
+    }
+    if (!inCoder.HoldsASCII() && inCoder.HasByteUnits()) {
+        int byteCount = 0;
+        const CFIndex taken = inCoder.EncodeSequence(inUnits + ioAt, inUnitCount - ioAt, outBytes, byteCount);
+        ioAt += taken;
+        if (taken != 0) return byteCount;
+    }
+    UInt32 codePoint;
+    U16_NEXT(inUnits, ioAt, inUnitCount, codePoint);
+    return inCoder.EncodeCodePoint(codePoint, outBytes);
+}
+
 int UnitByteCount(CFStringEncoding inEncoding) {
     if (inEncoding == kCFStringEncodingUnicode) return 2;
     return inEncoding == kCFStringEncodingUTF32 ? 4 : 0;
@@ -171,8 +193,10 @@ const Coder* FindCoder(CFStringEncoding inEncoding) {
         case kCFStringEncodingUTF32:
             return FindCoder(kHostIsBigEndian ? kCFStringEncodingUTF32BE : kCFStringEncodingUTF32LE);
         default:
-            return FindSingleByteCoder(inEncoding);
+            break;
     }
+    const Coder* const coder = FindSingleByteCoder(inEncoding);
+    return coder != nullptr ? coder : FindDoubleByteCoder(inEncoding);
 }
 
 CFIndex CountLeadingASCII(const UInt8* inBytes, CFIndex inByteCount) {
@@ -197,14 +221,7 @@ Encoded Encode(const Coder& inCoder, const UniChar* inUnits, CFIndex inUnitCount
     while (done.unitCount < inUnitCount) {
         UInt8 bytes[Coder::kMaxBytesPerCodePoint];
         CFIndex next = done.unitCount;
-        UInt32 codePoint;
-        U16_NEXT(inUnits, next, inUnitCount, codePoint);
-        int byteCount = 1;
-        if (holdsASCII && codePoint < 0x80) {
-            bytes[0] = static_cast<UInt8>(codePoint);
-        } else {
-            byteCount = inCoder.EncodeCodePoint(codePoint, bytes);
-        }
+        int byteCount = EncodeNext(inCoder, inUnits, inUnitCount, next, bytes);
         if (byteCount == 0) {
             if (inLossByte == 0) break;
             bytes[0] = inLossByte;

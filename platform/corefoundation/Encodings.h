@@ -22,6 +22,15 @@ class Coder {
     // Writes a code point, or a surrogate that has no partner; returns the bytes written, 0 when it cannot be
     // held.
     virtual int EncodeCodePoint(UInt32 inCodePoint, UInt8* outBytes) const = 0;
+    // The same for units that are one character together; returns how many, 0 when they are none. inUnitCount
+    // is not 0. Only of encodings that hold bytes but not ASCII.
+    virtual CFIndex EncodeSequence(const UniChar* /*inUnits*/, CFIndex /*inUnitCount*/, UInt8* /*outBytes*/,
+                                   int& /*outByteCount*/) const {
+        return 0;
+    }
+
+    // The most bytes that a UTF-16 unit of text takes.
+    virtual int MaxBytesPerUnit() const = 0;
 
   protected:
     enum class Form { kASCIIAndMore, kBytes, kWideUnits };
@@ -36,6 +45,8 @@ class Coder {
 const Coder* FindCoder(CFStringEncoding inEncoding);
 // The encodings of one byte for each character.
 const Coder* FindSingleByteCoder(CFStringEncoding inEncoding);
+// The encodings of one or two.
+const Coder* FindDoubleByteCoder(CFStringEncoding inEncoding);
 
 CFIndex CountLeadingASCII(const UInt8* inBytes, CFIndex inByteCount);
 

@@ -3,10 +3,13 @@
 #include "Encodings.h"
 #include "Object.h"
 
+#include <toolbox/CFStringEncodings.h>
+
 #include <unicode/ucnv.h>
 
 #include <algorithm>
 #include <mutex>
+#include <span>
 
 namespace toolbox::corefoundation {
 
@@ -29,6 +32,21 @@ constexpr UniChar kNextStepUpper[kUpperCount] = {
     0x00F2, 0x00F3, 0x00F4, 0x00F5, 0x00F6, 0x00E6, 0x00F9,      0x00FA,     0x00FB, 0x0131, 0x00FC, 0x00FD,
     0x0142, 0x00F8, 0x0153, 0x00DF, 0x00FE, 0x00FF, kUnassigned, kUnassigned};
 
+// How the encodings that ICU does not know differ from Mac Roman, by their published mappings.
+struct Change {
+    UInt8 byte;
+    UniChar unit;
+};
+constexpr Change kCroatianChanges[] = {
+    {0xA9, 0x0160}, {0xAE, 0x017D}, {0xB4, 0x2206}, {0xB9, 0x0161}, {0xBE, 0x017E}, {0xC6, 0x0106},
+    {0xC8, 0x010C}, {0xD0, 0x0110}, {0xD1, 0x2014}, {0xD8, 0xF8FF}, {0xD9, 0x00A9}, {0xDE, 0x00C6},
+    {0xDF, 0x00BB}, {0xE0, 0x2013}, {0xE6, 0x0107}, {0xE8, 0x010D}, {0xF0, 0x0111}, {0xF9, 0x03C0},
+    {0xFA, 0x00CB}, {0xFD, 0x00CA}, {0xFE, 0x00E6}};
+constexpr Change kIcelandicChanges[] = {{0xA0, 0x00DD}, {0xDC, 0x00D0}, {0xDD, 0x00F0},
+                                        {0xDE, 0x00DE}, {0xDF, 0x00FE}, {0xE0, 0x00FD}};
+constexpr Change kRomanianChanges[] = {{0xAE, 0x0102}, {0xAF, 0x0218}, {0xBE, 0x0103},
+                                       {0xBF, 0x0219}, {0xDE, 0x021A}, {0xDF, 0x021B}};
+
 // The characters of the bytes from 0x80 on. False when ICU cannot tell now.
 bool ReadUpperHalf(const char* inConverterName, UniChar* outUpper) {
     auto status = static_cast<UErrorCode>(sSystemCalls.startStatus());
@@ -48,10 +66,16 @@ bool ReadUpperHalf(const char* inConverterName, UniChar* outUpper) {
 class SingleByteCoder final : public Coder {
   public:
     constexpr SingleByteCoder(CFStringEncoding inEncoding, const char* inConverterName,
-                              const UniChar* inUpper)
-        : Coder(Form::kASCIIAndMore), mEncoding(inEncoding), mConverterName(inConverterName), mKnownUpper(inUpper) {}
+                              std::span<const Change> inChanges = {})
+        : Coder(Form::kASCIIAndMore),
+          mEncoding(inEncoding),
+          mConverterName(inConverterName),
+          mChanges(inChanges) {}
+    constexpr SingleByteCoder(CFStringEncoding inEncoding, const UniChar (&inUpper)[kUpperCount])
+        : Coder(Form::kASCIIAndMore), mEncoding(inEncoding), mKnownUpper(inUpper) {}
 
     CFStringEncoding Encoding() const { return mEncoding; }
+    int MaxBytesPerUnit() const override { return 1; }
 
     // Makes the tables unless they are there. Tried again after a failure.
     bool Prepare() {
@@ -63,6 +87,8 @@ class SingleByteCoder final : public Coder {
         } else if (!ReadUpperHalf(mConverterName, mUpper)) {
             return false;
         }
+        for (const Change& change : mChanges)
+            mUpper[change.byte - 0x80] = change.unit;
         SortByUnit();
         mIsReady.store(true, std::memory_order_release);
         return true;
@@ -108,8 +134,9 @@ class SingleByteCoder final : public Coder {
     }
 
     CFStringEncoding mEncoding;
-    const char* mConverterName;
-    const UniChar* mKnownUpper;
+    const char* mConverterName = nullptr;
+    const UniChar* mKnownUpper = nullptr;
+    std::span<const Change> mChanges;
     std::mutex mMutex;
     std::atomic<bool> mIsReady{false};
     UniChar mUpper[kUpperCount]{};
@@ -117,11 +144,42 @@ class SingleByteCoder final : public Coder {
     int mAssignedCount = 0;
 };
 
+// Those most asked for come first.
 constinit SingleByteCoder sCoders[] = {
-    {kCFStringEncodingMacRoman, "macintosh", nullptr},
-    {kCFStringEncodingISOLatin1, "ISO-8859-1", nullptr},
-    {kCFStringEncodingWindowsLatin1, "windows-1252", nullptr},
-    {kCFStringEncodingNextStepLatin, nullptr, kNextStepUpper},
+    {kCFStringEncodingMacRoman, "macintosh"},
+    {kCFStringEncodingISOLatin1, "ISO-8859-1"},
+    {kCFStringEncodingWindowsLatin1, "windows-1252"},
+    {kCFStringEncodingMacGreek, "x-mac-greek"},
+    {kCFStringEncodingMacCyrillic, "x-mac-cyrillic"},
+    {kCFStringEncodingMacUkrainian, "x-mac-cyrillic"},
+    {kCFStringEncodingMacCentralEurRoman, "x-mac-ce"},
+    {kCFStringEncodingMacTurkish, "x-mac-turkish"},
+    {kCFStringEncodingMacCroatian, "macintosh", kCroatianChanges},
+    {kCFStringEncodingMacIcelandic, "macintosh", kIcelandicChanges},
+    {kCFStringEncodingMacRomanian, "macintosh", kRomanianChanges},
+    {kCFStringEncodingISOLatin2, "ISO-8859-2"},
+    {kCFStringEncodingISOLatin3, "ISO-8859-3"},
+    {kCFStringEncodingISOLatin4, "ISO-8859-4"},
+    {kCFStringEncodingISOLatinCyrillic, "ISO-8859-5"},
+    {kCFStringEncodingISOLatinArabic, "ISO-8859-6"},
+    {kCFStringEncodingISOLatinGreek, "ISO-8859-7"},
+    {kCFStringEncodingISOLatinHebrew, "ISO-8859-8"},
+    {kCFStringEncodingISOLatin5, "ISO-8859-9"},
+    {kCFStringEncodingISOLatin6, "ISO-8859-10"},
+    {kCFStringEncodingISOLatinThai, "ISO-8859-11"},
+    {kCFStringEncodingISOLatin7, "ISO-8859-13"},
+    {kCFStringEncodingISOLatin8, "ISO-8859-14"},
+    {kCFStringEncodingISOLatin9, "ISO-8859-15"},
+    {kCFStringEncodingWindowsLatin2, "windows-1250"},
+    {kCFStringEncodingWindowsCyrillic, "windows-1251"},
+    {kCFStringEncodingWindowsGreek, "windows-1253"},
+    {kCFStringEncodingWindowsLatin5, "windows-1254"},
+    {kCFStringEncodingWindowsHebrew, "windows-1255"},
+    {kCFStringEncodingWindowsArabic, "windows-1256"},
+    {kCFStringEncodingWindowsBalticRim, "windows-1257"},
+    {kCFStringEncodingWindowsVietnamese, "windows-1258"},
+    {kCFStringEncodingDOSThai, "windows-874-2000"},
+    {kCFStringEncodingNextStepLatin, kNextStepUpper},
 };
 
 }  // namespace
