@@ -1,9 +1,11 @@
-// The common ground of handles and pointers: the allocator they stand on, what they hold together, and the
-// result of each thread's last call.
+// The common ground of handles and pointers: the allocator they stand on.
 #pragma once
 
 #include <toolbox/MacMemory.h>
 
+#include "Accounts.h"
+
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 
@@ -22,17 +24,19 @@ extern HeapCalls sHeapCalls;
 // While set, every resize of a block that is not locked moves it.
 extern std::atomic<bool> sMovesAtEveryResize;
 
-void SetError(OSErr inError);
-
-// Enters inByteCount bytes into the account of live blocks, unless that would pass the limit.
-bool Charge(Size inByteCount);
-void Discharge(Size inByteCount);
-
 // Charged memory for inByteCount bytes, or null. Never less than one byte is allocated, so that a block of
 // none has an address of its own. inPrefixBytes come before it and are not charged.
-void* NewBlock(Size inByteCount, std::size_t inPrefixBytes, bool inIsZeroed);
-void DisposeBlock(void* inBlock, Size inByteCount);
+inline void* NewBlock(Account& ioAccount, Size inByteCount, std::size_t inPrefixBytes, bool inIsZeroed) {
+    if (inByteCount < 0 || !Charge(ioAccount, inByteCount)) return nullptr;
+    const std::size_t count = std::max<std::size_t>(static_cast<std::size_t>(inByteCount), 1) + inPrefixBytes;
+    void* block = inIsZeroed ? sHeapCalls.allocateZeroed(1, count) : sHeapCalls.allocate(count);
+    if (block == nullptr) Discharge(ioAccount, inByteCount);
+    return block;
+}
 
-void CountPtr(int inChange);
+inline void DisposeBlock(Account& ioAccount, void* inBlock, Size inByteCount) {
+    sHeapCalls.release(inBlock);
+    Discharge(ioAccount, inByteCount);
+}
 
 }  // namespace toolbox::memory

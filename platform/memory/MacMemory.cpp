@@ -24,38 +24,40 @@ bool IsLocked(const MasterPointer& inMaster) {
 }
 
 // The master pointer of a handle that is in use, or null with the error set.
-MasterPointer* MasterOf(Handle inHandle) {
+MasterPointer* MasterOf(ThreadState& ioThread, Handle inHandle) {
     if (inHandle == nullptr) {
-        SetError(nilHandleErr);
+        ioThread.error = nilHandleErr;
         return nullptr;
     }
     auto* master = reinterpret_cast<MasterPointer*>(inHandle);
     if (master->tag != MasterPointer::kLive) {
-        SetError(memWZErr);
+        ioThread.error = memWZErr;
         return nullptr;
     }
-    SetError(noErr);
+    ioThread.error = noErr;
     return master;
 }
 
 // The same, of a handle that has a block.
 MasterPointer* MasterOfBlock(Handle inHandle) {
-    MasterPointer* master = MasterOf(inHandle);
+    ThreadState& thread = CurrentThread();
+    MasterPointer* master = MasterOf(thread, inHandle);
     if (master == nullptr || master->block != nullptr) return master;
-    SetError(nilHandleErr);
+    thread.error = nilHandleErr;
     return nullptr;
 }
 
-void DisposeBlockOf(MasterPointer& ioMaster) {
+[[gnu::always_inline]] inline void DisposeBlockOf(Account& ioAccount, MasterPointer& ioMaster) {
     if (ioMaster.block == nullptr) return;
-    DisposeBlock(ioMaster.block, ioMaster.sizeBytes);
+    DisposeBlock(ioAccount, ioMaster.block, ioMaster.sizeBytes);
     SetBlock(ioMaster, nullptr);
     ioMaster.sizeBytes = 0;
     ioMaster.capacityBytes = 0;
 }
 
-bool GiveBlock(MasterPointer& ioMaster, Size inByteCount, bool inIsZeroed) {
-    void* block = NewBlock(inByteCount, 0, inIsZeroed);
+[[gnu::always_inline]] inline bool GiveBlock(Account& ioAccount, MasterPointer& ioMaster, Size inByteCount,
+                                             bool inIsZeroed) {
+    void* block = NewBlock(ioAccount, inByteCount, 0, inIsZeroed);
     if (block == nullptr) return false;
     SetBlock(ioMaster, static_cast<Ptr>(block));
     ioMaster.sizeBytes = inByteCount;
@@ -63,12 +65,16 @@ bool GiveBlock(MasterPointer& ioMaster, Size inByteCount, bool inIsZeroed) {
     return true;
 }
 
-Handle NewHandleOf(Size inByteCount, bool inIsZeroed) {
-    Handle handle = NewEmptyHandle();
-    if (handle == nullptr) return nullptr;
-    if (GiveBlock(*reinterpret_cast<MasterPointer*>(handle), inByteCount, inIsZeroed)) return handle;
-    DisposeHandle(handle);
-    SetError(memFullErr);
+[[gnu::always_inline]] inline Handle NewHandleOf(Size inByteCount, bool inIsZeroed) noexcept {
+    ThreadState& thread = CurrentThread();
+    thread.error = noErr;
+    const AccountHold account(thread);
+    MasterPointer* master = NewMasterPointer(*account);
+    if (master != nullptr) {
+        if (GiveBlock(*account, *master, inByteCount, inIsZeroed)) return HandleOf(master);
+        DisposeMasterPointer(*account, master);
+    }
+    thread.error = memFullErr;
     return nullptr;
 }
 
@@ -108,14 +114,15 @@ OSErr MakeRoom(MasterPointer& ioMaster, Size inByteCount, Size inWantedCapacity)
 
 OSErr Resize(MasterPointer& ioMaster, Size inByteCount, Size inWantedCapacity) {
     if (inByteCount < 0) return memFullErr;
+    const AccountHold account(CurrentThread());
     const Size before = ioMaster.sizeBytes;
-    if (inByteCount > before && !Charge(inByteCount - before)) return memFullErr;
+    if (inByteCount > before && !Charge(*account, inByteCount - before)) return memFullErr;
     const OSErr error = MakeRoom(ioMaster, inByteCount, inWantedCapacity);
     if (error != noErr) {
-        if (inByteCount > before) Discharge(inByteCount - before);
+        if (inByteCount > before) Discharge(*account, inByteCount - before);
         return error;
     }
-    if (inByteCount < before) Discharge(before - inByteCount);
+    if (inByteCount < before) Discharge(*account, before - inByteCount);
     ioMaster.sizeBytes = inByteCount;
     return noErr;
 }
@@ -188,21 +195,23 @@ Handle NewHandleClear(Size inByteCount) {
 }
 
 Handle NewEmptyHandle() {
-    MasterPointer* master = NewMasterPointer();
-    SetError(master == nullptr ? memFullErr : noErr);
-    if (master == nullptr) return nullptr;
-    return HandleOf(master);
+    ThreadState& thread = CurrentThread();
+    MasterPointer* master = NewMasterPointer(*AccountHold(thread));
+    thread.error = master == nullptr ? memFullErr : noErr;
+    return master == nullptr ? nullptr : HandleOf(master);
 }
 
 void DisposeHandle(Handle inHandle) {
+    ThreadState& thread = CurrentThread();
     if (inHandle == nullptr) {
-        SetError(noErr);
+        thread.error = noErr;
         return;
     }
-    MasterPointer* master = MasterOf(inHandle);
+    MasterPointer* master = MasterOf(thread, inHandle);
     if (master == nullptr) return;
-    DisposeBlockOf(*master);
-    DisposeMasterPointer(master);
+    const AccountHold account(thread);
+    DisposeBlockOf(*account, *master);
+    DisposeMasterPointer(*account, master);
 }
 
 Size GetHandleSize(Handle inHandle) {
@@ -216,25 +225,28 @@ void SetHandleSize(Handle inHandle, Size inByteCount) {
 }
 
 void ReallocateHandle(Handle inHandle, Size inByteCount) {
-    MasterPointer* master = MasterOf(inHandle);
+    ThreadState& thread = CurrentThread();
+    MasterPointer* master = MasterOf(thread, inHandle);
     if (master == nullptr) return;
     if (IsLocked(*master)) {
-        SetError(memLockedErr);
+        thread.error = memLockedErr;
         return;
     }
-    DisposeBlockOf(*master);
+    const AccountHold account(thread);
+    DisposeBlockOf(*account, *master);
     master->state &= static_cast<UInt8>(~kHandlePurgeableBit);
-    SetError(GiveBlock(*master, inByteCount, false) ? noErr : memFullErr);
+    thread.error = GiveBlock(*account, *master, inByteCount, false) ? noErr : memFullErr;
 }
 
 void EmptyHandle(Handle inHandle) {
-    MasterPointer* master = MasterOf(inHandle);
+    ThreadState& thread = CurrentThread();
+    MasterPointer* master = MasterOf(thread, inHandle);
     if (master == nullptr) return;
     if (IsLocked(*master)) {
-        SetError(memPurErr);
+        thread.error = memPurErr;
         return;
     }
-    DisposeBlockOf(*master);
+    DisposeBlockOf(*AccountHold(thread), *master);
 }
 
 Handle RecoverHandle(Ptr inBlock) {
@@ -267,10 +279,6 @@ void HSetRBit(Handle inHandle) {
 }
 void HClrRBit(Handle inHandle) {
     ChangeState(inHandle, kHandleResourceBit, 0);
-}
-
-UInt64 GetLiveHandleCount() {
-    return CountLiveMasterPointers();
 }
 
 SInt8 HGetState(Handle inHandle) {

@@ -2,7 +2,6 @@
 
 #include "Heap.h"
 
-#include <atomic>
 #include <mutex>
 
 namespace toolbox::memory {
@@ -20,7 +19,6 @@ std::mutex sMutex;
 Chunk* sChunks = nullptr;
 MasterPointer* sFree = nullptr;
 UInt32 sFreeCount = 0;
-UInt64 sLiveCount = 0;
 
 // With sMutex held.
 bool AddChunk() {
@@ -37,35 +35,29 @@ bool AddChunk() {
     return true;
 }
 
+void MoveFirst(MasterPointer*& ioFrom, UInt32& ioFromCount, MasterPointer*& ioTo, UInt32& ioToCount) {
+    MasterPointer* master = ioFrom;
+    ioFrom = master->nextFree;
+    --ioFromCount;
+    master->nextFree = ioTo;
+    ioTo = master;
+    ++ioToCount;
+}
+
 }  // namespace
 
-MasterPointer* NewMasterPointer() {
+bool FetchFreeMasters(Account& ioAccount) noexcept {
     const std::lock_guard lock(sMutex);
-    if (sFree == nullptr && !AddChunk()) return nullptr;
-    MasterPointer* master = sFree;
-    sFree = master->nextFree;
-    --sFreeCount;
-    ++sLiveCount;
-    master->sizeBytes = 0;
-    master->capacityBytes = 0;
-    master->state = 0;
-    master->tag = MasterPointer::kLive;
-    return master;
+    if (sFree == nullptr && !AddChunk()) return false;
+    while (sFree != nullptr && ioAccount.freeMasterCount < kMostFreeMasters / 2)
+        MoveFirst(sFree, sFreeCount, ioAccount.freeMasters, ioAccount.freeMasterCount);
+    return true;
 }
 
-void DisposeMasterPointer(MasterPointer* inMaster) {
-    SetBlock(*inMaster, nullptr);
+void ReturnFreeMasters(Account& ioAccount, UInt32 inKeptCount) noexcept {
     const std::lock_guard lock(sMutex);
-    inMaster->tag = MasterPointer::kFree;
-    inMaster->nextFree = sFree;
-    sFree = inMaster;
-    ++sFreeCount;
-    --sLiveCount;
-}
-
-UInt64 CountLiveMasterPointers() {
-    const std::lock_guard lock(sMutex);
-    return sLiveCount;
+    while (ioAccount.freeMasterCount > inKeptCount)
+        MoveFirst(ioAccount.freeMasters, ioAccount.freeMasterCount, sFree, sFreeCount);
 }
 
 bool ReserveMasterPointers(UInt32 inCount) {
@@ -85,10 +77,6 @@ MasterPointer* FindMasterPointer(Ptr inBlock) {
         }
     }
     return nullptr;
-}
-
-void SetBlock(MasterPointer& ioMaster, Ptr inBlock) {
-    std::atomic_ref(ioMaster.block).store(inBlock, std::memory_order_relaxed);
 }
 
 }  // namespace toolbox::memory

@@ -4,6 +4,9 @@
 
 #include <toolbox/MacTypes.h>
 
+#include "Accounts.h"
+
+#include <atomic>
 #include <type_traits>
 
 namespace toolbox::memory {
@@ -21,15 +24,45 @@ struct MasterPointer {
 };
 static_assert(std::is_standard_layout_v<MasterPointer>);
 
-// A live, empty master pointer, or null when memory is short.
-MasterPointer* NewMasterPointer();
-void DisposeMasterPointer(MasterPointer* inMaster);
-UInt64 CountLiveMasterPointers();
-// Sees to it that at least inCount are at hand. False when memory is short.
+// A thread has at most so many free ones at hand, and takes and returns half as many at a time.
+constexpr UInt32 kMostFreeMasters = 64;
+
+// Takes free ones into an account that has none. False when memory is short.
+bool FetchFreeMasters(Account& ioAccount) noexcept;
+// Returns free ones until the account has inKeptCount (or fewer, if it had fewer).
+void ReturnFreeMasters(Account& ioAccount, UInt32 inKeptCount) noexcept;
+// Sees to it that at least inCount are free beside those that threads have at hand. False when memory is
+// short.
 bool ReserveMasterPointers(UInt32 inCount);
 // The master pointer of the block at inBlock, or null. Looks at them all.
 MasterPointer* FindMasterPointer(Ptr inBlock);
+
 // Other threads may be looking for a block while its owner moves it.
-void SetBlock(MasterPointer& ioMaster, Ptr inBlock);
+inline void SetBlock(MasterPointer& ioMaster, Ptr inBlock) {
+    std::atomic_ref(ioMaster.block).store(inBlock, std::memory_order_relaxed);
+}
+
+// A live, empty master pointer, or null when memory is short.
+inline MasterPointer* NewMasterPointer(Account& ioAccount) {
+    if (ioAccount.freeMasters == nullptr && !FetchFreeMasters(ioAccount)) return nullptr;
+    MasterPointer* master = ioAccount.freeMasters;
+    ioAccount.freeMasters = master->nextFree;
+    --ioAccount.freeMasterCount;
+    Enter(ioAccount.handleCount, 1);
+    master->tag = MasterPointer::kLive;
+    return master;
+}
+
+// Takes one that has no block any more.
+inline void DisposeMasterPointer(Account& ioAccount, MasterPointer* inMaster) {
+    inMaster->tag = MasterPointer::kFree;
+    inMaster->state = 0;
+    inMaster->nextFree = ioAccount.freeMasters;
+    ioAccount.freeMasters = inMaster;
+    ++ioAccount.freeMasterCount;
+    Enter(ioAccount.handleCount, -1);
+    if (ioAccount.freeMasterCount > kMostFreeMasters) [[unlikely]]
+        ReturnFreeMasters(ioAccount, kMostFreeMasters / 2);
+}
 
 }  // namespace toolbox::memory

@@ -19,23 +19,24 @@ struct PtrHeader {
 static_assert(sizeof(PtrHeader) == 16, "keeps the block as aligned as its memory");
 
 Ptr NewPtrOf(Size inByteCount, bool inIsZeroed) {
-    auto* header = static_cast<PtrHeader*>(NewBlock(inByteCount, sizeof(PtrHeader), inIsZeroed));
-    SetError(header == nullptr ? memFullErr : noErr);
+    ThreadState& thread = CurrentThread();
+    const AccountHold account(thread);
+    auto* header = static_cast<PtrHeader*>(NewBlock(*account, inByteCount, sizeof(PtrHeader), inIsZeroed));
+    thread.error = header == nullptr ? memFullErr : noErr;
     if (header == nullptr) return nullptr;
     *header = {PtrHeader::kLive, inByteCount, inByteCount};
-    CountPtr(1);
+    Enter((*account).ptrCount, 1);
     return reinterpret_cast<Ptr>(header + 1);
 }
 
 // The header of a pointer, or null with the error set.
-PtrHeader* HeaderOf(Ptr inPtr) {
-    if (inPtr == nullptr) {
-        SetError(memWZErr);
-        return nullptr;
-    }
+PtrHeader* HeaderOf(ThreadState& ioThread, Ptr inPtr) {
+    ioThread.error = memWZErr;
+    if (inPtr == nullptr) return nullptr;
     auto* header = reinterpret_cast<PtrHeader*>(inPtr) - 1;
-    SetError(header->tag == PtrHeader::kLive ? noErr : memWZErr);
-    return header->tag == PtrHeader::kLive ? header : nullptr;
+    if (header->tag != PtrHeader::kLive) return nullptr;
+    ioThread.error = noErr;
+    return header;
 }
 
 }  // namespace
@@ -53,35 +54,39 @@ Ptr NewPtrClear(Size inByteCount) {
 }
 
 void DisposePtr(Ptr inPtr) {
+    ThreadState& thread = CurrentThread();
     if (inPtr == nullptr) {
-        SetError(noErr);
+        thread.error = noErr;
         return;
     }
-    PtrHeader* header = HeaderOf(inPtr);
+    PtrHeader* header = HeaderOf(thread, inPtr);
     if (header == nullptr) return;
     header->tag = 0;
-    DisposeBlock(header, header->sizeBytes);
-    CountPtr(-1);
+    const AccountHold account(thread);
+    DisposeBlock(*account, header, header->sizeBytes);
+    Enter((*account).ptrCount, -1);
 }
 
 Size GetPtrSize(Ptr inPtr) {
-    const PtrHeader* header = HeaderOf(inPtr);
+    const PtrHeader* header = HeaderOf(CurrentThread(), inPtr);
     return header == nullptr ? 0 : header->sizeBytes;
 }
 
 void SetPtrSize(Ptr inPtr, Size inByteCount) {
-    PtrHeader* header = HeaderOf(inPtr);
+    ThreadState& thread = CurrentThread();
+    PtrHeader* header = HeaderOf(thread, inPtr);
     if (header == nullptr) return;
     if (inByteCount < 0 || inByteCount > header->capacityBytes) {
-        SetError(memFullErr);
+        thread.error = memFullErr;
         return;
     }
+    const AccountHold account(thread);
     const Size before = header->sizeBytes;
-    if (inByteCount > before && !Charge(inByteCount - before)) {
-        SetError(memFullErr);
+    if (inByteCount > before && !Charge(*account, inByteCount - before)) {
+        thread.error = memFullErr;
         return;
     }
-    if (inByteCount < before) Discharge(before - inByteCount);
+    if (inByteCount < before) Discharge(*account, before - inByteCount);
     header->sizeBytes = inByteCount;
 }
 

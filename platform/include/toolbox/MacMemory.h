@@ -63,10 +63,12 @@ TOOLBOX_EXPORT void HSetState(Handle inHandle, SInt8 inState);
 // Copies. Each returns what it leaves in MemError(): beside the common results, memFullErr, and paramErr for
 // a null address where one is needed. A source may lie inside the destination's block; one that runs past its
 // end: paramErr. Resizing follows the rules of SetHandleSize.
+// clang-format off
 //   PtrToHand    a new handle over a copy of the bytes; *outHandle is null on failure
-//   HandToHand   *ioHandle becomes a new handle over a copy of its block, state bits clear; unchanged on
-//   failure PtrToXHand   the block becomes a copy of the bytes PtrAndHand, HandAndHand   the bytes, or the
-//   source's block, are appended; both handles may be the same
+//   HandToHand   *ioHandle becomes a new handle over a copy of its block, state bits clear; unchanged on failure
+//   PtrToXHand   the block becomes a copy of the bytes
+//   PtrAndHand, HandAndHand   the bytes, or the source's block, are appended; both handles may be the same
+// clang-format on
 TOOLBOX_EXPORT OSErr PtrToHand(const void* inSource, Handle* outHandle, Size inByteCount);
 TOOLBOX_EXPORT OSErr HandToHand(Handle* ioHandle);
 TOOLBOX_EXPORT OSErr PtrToXHand(const void* inSource, Handle inDestination, Size inByteCount);
@@ -102,9 +104,13 @@ TOOLBOX_EXPORT void BlockMoveData(const void* inSource, void* outDestination, Si
 TOOLBOX_EXPORT void BlockZero(void* outDestination, Size inByteCount);
 
 // Host settings and observations, beside the historic interface.
-// Bytes that all live blocks together may hold; an allocation past it fails with memFullErr. 0, the default:
-// no limit but the system's. Set before other threads allocate.
+// Bytes that all live blocks together may hold; an allocation past it fails with memFullErr. It is exact,
+// whichever threads make and dispose of the blocks; only a block that is disposed of at that very moment may
+// count still. 0, the default: no limit but the system's. Set before other threads allocate. Under a limit
+// threads that allocate wait for one another.
 TOOLBOX_EXPORT void SetMemoryLimit(UInt64 inByteCount);
+// What lives, on all threads together. Exact while no other thread makes or disposes of blocks; of what
+// others are at, a figure may have one half.
 TOOLBOX_EXPORT UInt64 GetMemoryInUse(void);  // bytes in live blocks
 TOOLBOX_EXPORT UInt64 GetLiveHandleCount(void);
 TOOLBOX_EXPORT UInt64 GetLivePtrCount(void);

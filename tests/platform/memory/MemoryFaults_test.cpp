@@ -3,12 +3,15 @@
 #include <toolbox/MacMemory.h>
 
 #include <memory/MacMemory_test_access.h>
+#include <memory/MasterPointers.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <latch>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -79,6 +82,20 @@ OSErr DisposeAfter(Handle inHandle, OSErr inError) {
     return inError;
 }
 
+// Handles over all master pointers that can be had while the system refuses memory.
+std::vector<Handle> TakeAllMastersRefusing() {
+    constexpr std::size_t kMoreThanAreAtHand = 1'000'000;
+    std::vector<Handle> handles;
+    handles.reserve(kMoreThanAreAtHand);
+    const FaultScope fault(1, true);
+    while (handles.size() < kMoreThanAreAtHand) {
+        Handle handle = NewEmptyHandle();
+        if (handle == nullptr) break;
+        handles.push_back(handle);
+    }
+    return handles;
+}
+
 OSErr MakeHandle() {
     Handle handle = NewHandle(100);
     const OSErr error = MemError();
@@ -122,24 +139,50 @@ TEST(MemoryFaults, MasterPointers) {
 }
 
 TEST(MemoryFaults, NewEmptyHandleWithoutMasterPointers) {
-    constexpr std::size_t kMoreThanAreAtHand = 1'000'000;
-    std::vector<Handle> handles;
-    handles.reserve(kMoreThanAreAtHand);
-    {
-        const FaultScope fault(1, true);
-        while (handles.size() < kMoreThanAreAtHand) {
-            Handle handle = NewEmptyHandle();
-            if (handle == nullptr) break;
-            handles.push_back(handle);
-        }
-        EXPECT_EQ(memFullErr, MemError());
-        EXPECT_EQ(1, sFaultsDelivered);
-    }
+    const std::vector<Handle> handles = TakeAllMastersRefusing();
+    EXPECT_EQ(memFullErr, MemError());
+    EXPECT_EQ(1, sFaultsDelivered);
     Handle handle = NewEmptyHandle();
     EXPECT_NE(nullptr, handle) << "once there is memory again";
     DisposeHandle(handle);
     for (Handle made : handles)
         DisposeHandle(made);
+}
+
+// What a thread that comes to its end, or that disposes of many handles, has at hand serves the others.
+TEST(MemoryFaults, MasterPointersOfOtherThreads) {
+    constexpr std::size_t kFew = 40;
+    constexpr std::size_t kMany = 1000;
+    MoreMasterPointers(2 * kMany);
+    std::vector<Handle> taken = TakeAllMastersRefusing();
+    const auto disposeOf = [&](std::size_t inCount) {
+        for (std::size_t i = 0; i < inCount; ++i) {
+            DisposeHandle(taken.back());
+            taken.pop_back();
+        }
+    };
+    ASSERT_GT(taken.size(), kFew + kMany);
+
+    std::thread([&] { disposeOf(kFew); }).join();
+    std::vector<Handle> again = TakeAllMastersRefusing();
+    EXPECT_EQ(kFew, again.size());
+
+    std::latch disposed(1), seen(1);
+    std::thread busy([&] {
+        disposeOf(kMany);
+        disposed.count_down();
+        seen.wait();
+    });
+    disposed.wait();
+    std::vector<Handle> spare = TakeAllMastersRefusing();
+    seen.count_down();
+    busy.join();
+    EXPECT_GE(spare.size(), kMany - toolbox::memory::kMostFreeMasters);
+    EXPECT_LT(spare.size(), kMany) << "some stay at hand";
+
+    for (const auto* handles : {&taken, &again, &spare})
+        for (Handle handle : *handles)
+            DisposeHandle(handle);
 }
 
 TEST(MemoryFaults, GrowingLeavesTheBlockAsItWas) {
