@@ -1,10 +1,12 @@
 // How much a whole export takes over decoding alone.
 //
 //     decode-floor FILE [ROUNDS]
+//     decode-floor --once FILE
 //
 // The packets of FILE's sound, found by the importers, go through a bare decoder loop that throws the sound
 // away; then the same file is exported a second at a time. Both in turn, ROUNDS times (default 15); the
-// fastest of each counts.
+// fastest of each counts. With --once the packets are decoded as they are read, once: for comparing the whole
+// process with others.
 
 #include <movies/MovieObjects.h>
 #include <toolbox/Aliases.h>
@@ -14,6 +16,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <limits>
 #include <vector>
@@ -52,40 +55,69 @@ Movie Open(const char* inPath) {
     return movie;
 }
 
-AVCodecContext* OpenDecoder(const SoundFormat& inFormat) {
-    const AVCodec* codec = avcodec_find_decoder(static_cast<AVCodecID>(inFormat.codecID));
-    AVCodecContext* context = avcodec_alloc_context3(codec);
-    if (codec == nullptr || context == nullptr) Fail("no decoder");
-    context->thread_count = 1;
-    context->extradata =
-        static_cast<std::uint8_t*>(av_mallocz(inFormat.decoderConfig.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    std::copy(inFormat.decoderConfig.begin(), inFormat.decoderConfig.end(), context->extradata);
-    context->extradata_size = static_cast<int>(inFormat.decoderConfig.size());
-    if (avcodec_open2(context, codec, nullptr) < 0) Fail("the decoder does not open");
-    return context;
+// libavcodec's own loop: a packet in, its frames thrown away.
+class BareDecoder {
+  public:
+    explicit BareDecoder(const SoundFormat& inFormat)
+        : mContext(avcodec_alloc_context3(avcodec_find_decoder(static_cast<AVCodecID>(inFormat.codecID)))) {
+        if (mContext == nullptr || mContext->codec == nullptr) Fail("no decoder");
+        mContext->thread_count = 1;
+        const std::size_t configBytes = inFormat.decoderConfig.size();
+        mContext->extradata =
+            static_cast<std::uint8_t*>(av_mallocz(configBytes + AV_INPUT_BUFFER_PADDING_SIZE));
+        std::copy(inFormat.decoderConfig.begin(), inFormat.decoderConfig.end(), mContext->extradata);
+        mContext->extradata_size = static_cast<int>(configBytes);
+        if (avcodec_open2(mContext, mContext->codec, nullptr) < 0) Fail("the decoder does not open");
+    }
+    ~BareDecoder() {
+        av_frame_free(&mFrame);
+        av_packet_free(&mPacket);
+        avcodec_free_context(&mContext);
+    }
+    BareDecoder(const BareDecoder&) = delete;
+    BareDecoder& operator=(const BareDecoder&) = delete;
+
+    // Returns the frames decoded. A buffer that the bytes lie in spares the decoder a copy.
+    std::int64_t Decode(const std::uint8_t* inBytes, std::size_t inByteCount, AVBufferRef* inBuffer) {
+        mPacket->data = const_cast<std::uint8_t*>(inBytes);  // the decoder only reads
+        mPacket->size = static_cast<int>(inByteCount);
+        mPacket->buf = inBuffer;
+        avcodec_send_packet(mContext, mPacket);
+        mPacket->buf = nullptr;
+        std::int64_t frameCount = 0;
+        while (avcodec_receive_frame(mContext, mFrame) >= 0)
+            frameCount += mFrame->nb_samples;
+        return frameCount;
+    }
+
+  private:
+    AVCodecContext* mContext;
+    AVPacket* mPacket = av_packet_alloc();
+    AVFrame* mFrame = av_frame_alloc();
+};
+
+// The packets are read beforehand, so that reading costs nothing here.
+std::int64_t DecodeBarely(const SoundFormat& inFormat,
+                          const std::vector<std::vector<std::uint8_t>>& inPackets) {
+    BareDecoder decoder(inFormat);
+    AVBufferRef* block = av_buffer_alloc(1);  // that all packets pretend to lie in
+    std::int64_t frameCount = 0;
+    for (const std::vector<std::uint8_t>& bytes : inPackets)
+        frameCount += decoder.Decode(bytes.data(), bytes.size() - AV_INPUT_BUFFER_PADDING_SIZE, block);
+    av_buffer_unref(&block);
+    return frameCount;
 }
 
-// Returns the frames decoded. The packets are read beforehand, so that reading costs nothing here.
-std::int64_t DecodeBarely(const SoundFormat& inFormat, std::vector<std::vector<std::uint8_t>>& ioPackets) {
-    AVCodecContext* context = OpenDecoder(inFormat);
-    AVPacket* packet = av_packet_alloc();
-    AVFrame* frame = av_frame_alloc();
-    // One block that all packets pretend to lie in spares the decoder a copy, as reading by blocks does.
-    AVBufferRef* block = av_buffer_alloc(1);
+// The least that any process has to do that decodes the file.
+std::int64_t DecodeAsRead(const SoundTrack& inSound) {
+    BareDecoder decoder(inSound.formats.front());
+    const auto reader = inSound.packets->NewReader();
     std::int64_t frameCount = 0;
-    for (std::vector<std::uint8_t>& bytes : ioPackets) {
-        packet->data = bytes.data();
-        packet->size = static_cast<int>(bytes.size()) - AV_INPUT_BUFFER_PADDING_SIZE;
-        packet->buf = block;
-        avcodec_send_packet(context, packet);
-        packet->buf = nullptr;
-        while (avcodec_receive_frame(context, frame) >= 0)
-            frameCount += frame->nb_samples;
+    for (std::uint32_t number = 0; number < inSound.packets->PacketCount(); ++number) {
+        PacketBytes bytes;
+        if (reader->Read(number, bytes) != noErr || bytes.sizeBytes == 0) continue;
+        frameCount += decoder.Decode(bytes.data, bytes.sizeBytes, bytes.owner);
     }
-    av_buffer_unref(&block);
-    av_frame_free(&frame);
-    av_packet_free(&packet);
-    avcodec_free_context(&context);
     return frameCount;
 }
 
@@ -123,28 +155,27 @@ std::vector<std::vector<std::uint8_t>> ReadPackets(const SoundTrack& inSound) {
     return packets;
 }
 
-}  // namespace
-
-int main(int inArgumentCount, char** inArguments) {
-    if (inArgumentCount < 2) Fail("usage: decode-floor FILE [ROUNDS]");
-    const int rounds = inArgumentCount > 2 ? std::max(1, std::atoi(inArguments[2])) : 15;
-    av_log_set_level(AV_LOG_QUIET);
-    const Movie movie = Open(inArguments[1]);
-    const OpaqueTrack* track = movie->FirstSoundTrack();
+const SoundTrack& SoundOf(Movie inMovie) {
+    const OpaqueTrack* track = inMovie->FirstSoundTrack();
     if (track == nullptr) Fail("no sound");
-    const SoundTrack& sound = *track->media.sound;
-    std::vector<std::vector<std::uint8_t>> packets = ReadPackets(sound);
+    return *track->media.sound;
+}
+
+void Compare(const char* inPath, int inRounds) {
+    const Movie movie = Open(inPath);
+    const SoundTrack& sound = SoundOf(movie);
+    const std::vector<std::vector<std::uint8_t>> packets = ReadPackets(sound);
 
     double decodeMillis = std::numeric_limits<double>::max();
     double exportMillis = std::numeric_limits<double>::max();
     std::int64_t decodedFrames = 0;
     std::int64_t exportedFrames = 0;
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < inRounds; ++round) {
         double start = Milliseconds();
         decodedFrames = DecodeBarely(sound.formats.front(), packets);
         decodeMillis = std::min(decodeMillis, Milliseconds() - start);
         start = Milliseconds();
-        exportedFrames = Export(inArguments[1]);
+        exportedFrames = Export(inPath);
         exportMillis = std::min(exportMillis, Milliseconds() - start);
     }
     const double seconds = static_cast<double>(decodedFrames) / sound.SampleRateHz();
@@ -154,5 +185,20 @@ int main(int inArgumentCount, char** inArguments) {
                 seconds * 1000 / exportMillis, static_cast<long long>(exportedFrames));
     std::printf("over decoding   %9.2f %%\n", (exportMillis / decodeMillis - 1) * 100);
     DisposeMovie(movie);
+}
+
+}  // namespace
+
+int main(int inArgumentCount, char** inArguments) {
+    av_log_set_level(AV_LOG_QUIET);
+    if (inArgumentCount == 3 && std::strcmp(inArguments[1], "--once") == 0) {
+        const Movie movie = Open(inArguments[2]);
+        std::printf("%lld frames\n", static_cast<long long>(DecodeAsRead(SoundOf(movie))));
+        DisposeMovie(movie);
+    } else if (inArgumentCount == 2 || inArgumentCount == 3) {
+        Compare(inArguments[1], inArgumentCount > 2 ? std::max(1, std::atoi(inArguments[2])) : 15);
+    } else {
+        Fail("usage: decode-floor FILE [ROUNDS], or decode-floor --once FILE");
+    }
     return 0;
 }
