@@ -1,6 +1,7 @@
 #include <toolbox/CFString.h>
 
 #include "Encodings.h"
+#include "MutableString.h"
 #include "StringObject.h"
 
 #include <algorithm>
@@ -14,9 +15,6 @@ const char kCFStringTypeMarker = 0;
 namespace toolbox::corefoundation {
 
 namespace {
-
-constexpr CFIndex kMaxLength =
-    (std::numeric_limits<CFIndex>::max() - CFIndex{sizeof(StringObject)}) / CFIndex{sizeof(UniChar)};
 
 CFStringRef NewStringOf(const Coder* inCoder, const UInt8* inBytes, CFIndex inByteCount) {
     if (inCoder == nullptr) return nullptr;
@@ -48,11 +46,6 @@ CFStringRef CopyText(CFTypeRef inString) {
     return CFStringCreateCopy(nullptr, static_cast<CFStringRef>(inString));
 }
 
-// A mutable string's units lie in a block of their own, which its characters point to.
-void ReleaseUnits(Object* inString) {
-    sSystemCalls.release(const_cast<UniChar*>(reinterpret_cast<StringObject*>(inString)->characters));
-}
-
 // The coder of an encoding that C and Pascal strings can be in: one of 8-bit units.
 const Coder* FindByteCoder(CFStringEncoding inEncoding) {
     const Coder* coder = FindCoder(inEncoding);
@@ -71,11 +64,11 @@ CFIndex EncodeWhole(CFStringRef inString, CFStringEncoding inEncoding, UInt8* ou
 }  // namespace
 
 const TypeInfo kStringType = {kStringTypeID, nullptr, "CFString", HoldsSameUnits, HashUnits, CopyText};
-const TypeInfo kMutableStringType = {kStringTypeID,  ReleaseUnits, "CFString",
-                                     HoldsSameUnits, HashUnits,    CopyText};
+const TypeInfo kMutableStringType = {
+    kStringTypeID, ReleaseUnitsOfMutable, "CFString", HoldsSameUnits, HashUnits, CopyText};
 
 StringObject* NewString(CFIndex inLength, UniChar** outCharacters) {
-    if (inLength > kMaxLength) return nullptr;
+    if (inLength > kMaxStringLength) return nullptr;
     const std::size_t byteCount = sizeof(StringObject) + static_cast<std::size_t>(inLength) * sizeof(UniChar);
     auto* string = static_cast<StringObject*>(NewObject(kStringType, byteCount));
     if (string == nullptr) return nullptr;
@@ -89,10 +82,7 @@ CFStringRef NewStringOf(const UniChar* inCharacters, CFIndex inLength) {
     UniChar* characters = nullptr;
     StringObject* string = NewString(inLength, &characters);
     if (string == nullptr) return nullptr;
-    // Nothing may lie at no address: an empty mutable string has no units yet.
-    if (inLength != 0) {
-        std::memcpy(characters, inCharacters, static_cast<std::size_t>(inLength) * sizeof(UniChar));
-    }
+    std::memcpy(characters, inCharacters, static_cast<std::size_t>(inLength) * sizeof(UniChar));
     return RefOf(string);
 }
 

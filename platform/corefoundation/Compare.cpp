@@ -1,7 +1,9 @@
 // Order of strings: by code unit, or with case, canonical equivalence, numbers or a locale considered.
 #include <toolbox/CFString.h>
 
+#include "Folding.h"
 #include "StringObject.h"
+#include "UnicodeText.h"
 
 #include <unicode/uchar.h>
 #include <unicode/ucol.h>
@@ -11,12 +13,16 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 #include <mutex>
 
 namespace toolbox::corefoundation {
 
 namespace {
+
+struct Text {
+    const UniChar* units;
+    CFIndex length;
+};
 
 // Text for ICU, whose lengths are 32-bit.
 struct Units {
@@ -24,8 +30,8 @@ struct Units {
     int32_t count;
 };
 
-UErrorCode StartStatus() {
-    return static_cast<UErrorCode>(sSystemCalls.startStatus());
+Units UnitsOf(Text inText) {
+    return {ICUUnits(inText.units), static_cast<int32_t>(inText.length)};
 }
 
 CFComparisonResult ResultOf(SInt64 inDifference) {
@@ -34,87 +40,12 @@ CFComparisonResult ResultOf(SInt64 inDifference) {
                               : kCFCompareEqualTo;
 }
 
-CFComparisonResult CompareLiterally(const StringObject& inLeft, const StringObject& inRight) {
+CFComparisonResult CompareLiterally(Text inLeft, Text inRight) {
     const CFIndex common = std::min(inLeft.length, inRight.length);
-    const auto [left, right] =
-        std::mismatch(inLeft.characters, inLeft.characters + common, inRight.characters);
-    if (left != inLeft.characters + common) return ResultOf(SInt64{*left} - SInt64{*right});
+    const auto [left, right] = std::mismatch(inLeft.units, inLeft.units + common, inRight.units);
+    if (left != inLeft.units + common) return ResultOf(SInt64{*left} - SInt64{*right});
     return ResultOf(inLeft.length - inRight.length);
 }
-
-// A copy of text, changed: in place for short text, else in memory of its own.
-class ChangedUnits {
-  public:
-    ChangedUnits() = default;
-    ~ChangedUnits() {
-        if (mHeap != nullptr) sSystemCalls.release(mHeap);
-    }
-    ChangedUnits(const ChangedUnits&) = delete;
-    ChangedUnits& operator=(const ChangedUnits&) = delete;
-
-    // inChange(units, capacity, status) writes the text and returns its length, as ICU's functions do.
-    template <typename Change>
-    bool Make(Change inChange) {
-        UErrorCode status = StartStatus();
-        mCount = inChange(mInline, kInlineCount, &status);
-        if (status != U_BUFFER_OVERFLOW_ERROR) return U_SUCCESS(status);
-        mHeap = static_cast<UChar*>(sSystemCalls.allocate(static_cast<std::size_t>(mCount) * sizeof(UChar)));
-        if (mHeap == nullptr) return false;
-        status = StartStatus();
-        inChange(mHeap, mCount, &status);
-        return U_SUCCESS(status);
-    }
-
-    Units Get() const { return {mHeap != nullptr ? mHeap : mInline, mCount}; }
-
-  private:
-    static constexpr int32_t kInlineCount = 128;
-    UChar mInline[kInlineCount];
-    UChar* mHeap = nullptr;
-    int32_t mCount = 0;
-};
-
-// Text with case folded and canonically decomposed, as far as the flags ask for it.
-class PreparedText {
-  public:
-    bool Prepare(Units inText, CFStringCompareFlags inFlags) {
-        mText = inText;
-        return ((inFlags & kCFCompareCaseInsensitive) == 0 || Fold()) &&
-               ((inFlags & kCFCompareNonliteral) == 0 || Decompose());
-    }
-    Units Get() const { return mText; }
-
-  private:
-    bool Fold() {
-        const Units text = mText;
-        if (!mFolded.Make([text](UChar* outUnits, int32_t inCapacity, UErrorCode* ioStatus) {
-                return u_strFoldCase(outUnits, inCapacity, text.units, text.count, U_FOLD_CASE_DEFAULT,
-                                     ioStatus);
-            })) {
-            return false;
-        }
-        mText = mFolded.Get();
-        return true;
-    }
-
-    bool Decompose() {
-        UErrorCode status = StartStatus();
-        const UNormalizer2* normalizer = unorm2_getNFDInstance(&status);
-        if (U_FAILURE(status)) return false;
-        const Units text = mText;
-        if (!mDecomposed.Make([text, normalizer](UChar* outUnits, int32_t inCapacity, UErrorCode* ioStatus) {
-                return unorm2_normalize(normalizer, text.units, text.count, outUnits, inCapacity, ioStatus);
-            })) {
-            return false;
-        }
-        mText = mDecomposed.Get();
-        return true;
-    }
-
-    Units mText{};
-    ChangedUnits mFolded;
-    ChangedUnits mDecomposed;
-};
 
 bool IsDigit(UChar inUnit) {
     return u_charDigitValue(inUnit) >= 0;
@@ -169,20 +100,30 @@ const char* CollationLocale() {
     return std::strstr(locale, "POSIX") != nullptr ? "" : locale;
 }
 
+void SetStrength(UCollator* ioCollator, bool inIgnoresCase, bool inIgnoresMarks, UErrorCode* ioStatus) {
+    if (inIgnoresMarks) {
+        ucol_setAttribute(ioCollator, UCOL_STRENGTH, UCOL_PRIMARY, ioStatus);
+        if (!inIgnoresCase) ucol_setAttribute(ioCollator, UCOL_CASE_LEVEL, UCOL_ON, ioStatus);
+    } else if (inIgnoresCase) {
+        ucol_setAttribute(ioCollator, UCOL_STRENGTH, UCOL_SECONDARY, ioStatus);
+    }
+}
+
 // Collators of the locale, made when first needed and shared from then on: one
 // that nobody changes any more may be used on any thread.
 const UCollator* FindCollator(CFStringCompareFlags inFlags) {
     static std::mutex sMutex;
-    static UCollator* sCollators[4] = {};
+    static UCollator* sCollators[8] = {};
     const bool ignoresCase = (inFlags & kCFCompareCaseInsensitive) != 0;
+    const bool ignoresMarks = (inFlags & kCFCompareDiacriticInsensitive) != 0;
     const bool isNumeric = (inFlags & kCFCompareNumerically) != 0;
     const std::lock_guard lock(sMutex);
-    UCollator*& collator = sCollators[(ignoresCase ? 1 : 0) + (isNumeric ? 2 : 0)];
+    UCollator*& collator = sCollators[(ignoresCase ? 1 : 0) + (isNumeric ? 2 : 0) + (ignoresMarks ? 4 : 0)];
     if (collator != nullptr) return collator;
     UErrorCode status = StartStatus();
     UCollator* made = ucol_open(CollationLocale(), &status);
     ucol_setAttribute(made, UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
-    if (ignoresCase) ucol_setAttribute(made, UCOL_STRENGTH, UCOL_SECONDARY, &status);
+    SetStrength(made, ignoresCase, ignoresMarks, &status);
     if (isNumeric) ucol_setAttribute(made, UCOL_NUMERIC_COLLATION, UCOL_ON, &status);
     if (U_SUCCESS(status)) {
         collator = made;
@@ -192,23 +133,54 @@ const UCollator* FindCollator(CFStringCompareFlags inFlags) {
     return collator;
 }
 
-// False when it cannot be told for want of memory.
-bool CompareByFlags(Units inLeft, Units inRight, CFStringCompareFlags inFlags,
-                    CFComparisonResult& outResult) {
-    if ((inFlags & kCFCompareLocalized) != 0) {
-        const UCollator* collator = FindCollator(inFlags);
-        if (collator == nullptr) return false;
-        outResult =
-            ResultOf(ucol_strcoll(collator, inLeft.units, inLeft.count, inRight.units, inRight.count));
-        return true;
+// Text as far as it has to be changed before it is compared.
+class PreparedText {
+  public:
+    bool Prepare(Text inText, CFStringCompareFlags inFlags) {
+        mText = inText;
+        if ((inFlags & kFoldingFlags) == 0) return true;
+        if (!FoldText(inText.units, CFRangeMake(0, inText.length), inFlags, false, mFolded)) return false;
+        mText = {mFolded.units.Data(), mFolded.units.Count()};
+        return FitsICU(mText.length);
     }
-    if ((inFlags & kCFCompareNumerically) != 0) {
-        PreparedText left;
-        PreparedText right;
-        if (!left.Prepare(inLeft, inFlags) || !right.Prepare(inRight, inFlags)) return false;
-        outResult = CompareWithNumbers(left.Get(), right.Get());
-        return true;
+    Text Get() const { return mText; }
+
+  private:
+    Text mText{};
+    FoldedText mFolded;
+};
+
+// Each of these is false when it cannot be told for want of memory.
+
+bool CompareByLocale(Text inLeft, Text inRight, CFStringCompareFlags inFlags, CFComparisonResult& outResult) {
+    const UCollator* collator = FindCollator(inFlags);
+    if (collator == nullptr) return false;
+    // What else is ignored, the collator ignores; a width is of the same weight to it as a case.
+    PreparedText left;
+    PreparedText right;
+    if (!left.Prepare(inLeft, inFlags & kCFCompareWidthInsensitive) ||
+        !right.Prepare(inRight, inFlags & kCFCompareWidthInsensitive)) {
+        return false;
     }
+    const Units leftUnits = UnitsOf(left.Get());
+    const Units rightUnits = UnitsOf(right.Get());
+    outResult = ResultOf(
+        ucol_strcoll(collator, leftUnits.units, leftUnits.count, rightUnits.units, rightUnits.count));
+    return true;
+}
+
+bool CompareFolded(Text inLeft, Text inRight, CFStringCompareFlags inFlags, CFComparisonResult& outResult) {
+    PreparedText left;
+    PreparedText right;
+    if (!left.Prepare(inLeft, inFlags) || !right.Prepare(inRight, inFlags)) return false;
+    outResult = (inFlags & kCFCompareNumerically) != 0
+                    ? CompareWithNumbers(UnitsOf(left.Get()), UnitsOf(right.Get()))
+                    : CompareLiterally(left.Get(), right.Get());
+    return true;
+}
+
+// Without a copy of either text.
+bool CompareByCase(Units inLeft, Units inRight, CFStringCompareFlags inFlags, CFComparisonResult& outResult) {
     const bool ignoresCase = (inFlags & kCFCompareCaseInsensitive) != 0;
     UErrorCode status = StartStatus();
     const int32_t order = (inFlags & kCFCompareNonliteral) != 0
@@ -220,6 +192,25 @@ bool CompareByFlags(Units inLeft, Units inRight, CFStringCompareFlags inFlags,
     return U_SUCCESS(status);
 }
 
+bool CompareByFlags(Text inLeft, Text inRight, CFStringCompareFlags inFlags, CFComparisonResult& outResult) {
+    constexpr CFStringCompareFlags kByFolding =
+        kCFCompareNumerically | kCFCompareDiacriticInsensitive | kCFCompareWidthInsensitive;
+    if ((inFlags & kCFCompareLocalized) != 0) return CompareByLocale(inLeft, inRight, inFlags, outResult);
+    if ((inFlags & kByFolding) != 0) return CompareFolded(inLeft, inRight, inFlags, outResult);
+    return CompareByCase(UnitsOf(inLeft), UnitsOf(inRight), inFlags, outResult);
+}
+
+CFComparisonResult Compare(Text inLeft, Text inRight, CFStringCompareFlags inFlags) {
+    constexpr CFStringCompareFlags kByMeaning = kFoldingFlags | kCFCompareLocalized | kCFCompareNumerically;
+    CFComparisonResult result = kCFCompareEqualTo;
+    const bool isLiteral = (inFlags & kByMeaning) == 0 || !FitsICU(inLeft.length) ||
+                           !FitsICU(inRight.length) || !CompareByFlags(inLeft, inRight, inFlags, result);
+    if (isLiteral || (result == kCFCompareEqualTo && (inFlags & kCFCompareForcedOrdering) != 0)) {
+        return CompareLiterally(inLeft, inRight);
+    }
+    return result;
+}
+
 }  // namespace
 
 }  // namespace toolbox::corefoundation
@@ -228,19 +219,17 @@ using namespace toolbox::corefoundation;
 
 CFComparisonResult CFStringCompare(CFStringRef inString1, CFStringRef inString2,
                                    CFStringCompareFlags inFlags) {
-    constexpr CFStringCompareFlags kByMeaning =
-        kCFCompareCaseInsensitive | kCFCompareNonliteral | kCFCompareLocalized | kCFCompareNumerically;
-    constexpr CFIndex kMaxUnits = std::numeric_limits<int32_t>::max();
     if (inString1 == inString2) return kCFCompareEqualTo;
     const StringObject& left = ObjectOf(inString1);
     const StringObject& right = ObjectOf(inString2);
-    CFComparisonResult result = kCFCompareEqualTo;
-    if ((inFlags & kByMeaning) != 0 && left.length <= kMaxUnits && right.length <= kMaxUnits) {
-        const Units leftUnits = {reinterpret_cast<const UChar*>(left.characters),
-                                 static_cast<int32_t>(left.length)};
-        const Units rightUnits = {reinterpret_cast<const UChar*>(right.characters),
-                                  static_cast<int32_t>(right.length)};
-        if (CompareByFlags(leftUnits, rightUnits, inFlags, result)) return result;
-    }
-    return CompareLiterally(left, right);
+    return Compare({left.characters, left.length}, {right.characters, right.length}, inFlags);
+}
+
+CFComparisonResult CFStringCompareWithOptions(CFStringRef inString1, CFStringRef inString2, CFRange inRange,
+                                              CFStringCompareFlags inFlags) {
+    const StringObject& left = ObjectOf(inString1);
+    const StringObject& right = ObjectOf(inString2);
+    const CFIndex start = std::clamp<CFIndex>(inRange.location, 0, left.length);
+    const CFIndex length = std::clamp<CFIndex>(inRange.length, 0, left.length - start);
+    return Compare({left.characters + start, length}, {right.characters, right.length}, inFlags);
 }

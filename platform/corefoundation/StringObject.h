@@ -7,6 +7,7 @@
 #include "Object.h"
 
 #include <cstddef>
+#include <limits>
 
 namespace toolbox::corefoundation {
 
@@ -18,6 +19,10 @@ struct StringObject {
 static_assert(sizeof(StringObject) == sizeof(CFConstantString) &&
               offsetof(StringObject, length) == offsetof(CFConstantString, length) &&
               offsetof(StringObject, characters) == offsetof(CFConstantString, characters));
+
+// UTF-16 units, as many as memory could ever hold.
+constexpr CFIndex kMaxStringLength =
+    (std::numeric_limits<CFIndex>::max() - CFIndex{sizeof(StringObject)}) / CFIndex{sizeof(UniChar)};
 
 // Of strings made at run time that do not change, and of those that do.
 extern const TypeInfo kStringType;

@@ -65,9 +65,4 @@ TOOLBOX_EXPORT void CFStringUppercase(CFMutableStringRef ioString, CFLocaleRef i
 TOOLBOX_EXPORT void CFStringCapitalize(CFMutableStringRef ioString, CFLocaleRef inLocale);
 // An unknown form changes nothing.
 TOOLBOX_EXPORT void CFStringNormalize(CFMutableStringRef ioString, CFStringNormalizationForm inForm);
-// The text as a comparison with these flags sees it: of the flags kCFCompareCaseInsensitive,
-// kCFCompareDiacriticInsensitive and kCFCompareWidthInsensitive; others have no meaning here.
-TOOLBOX_EXPORT void CFStringFold(CFMutableStringRef ioString, CFStringCompareFlags inFlags,
-                                 CFLocaleRef inLocale);
-
 TOOLBOX_EXTERN_C_END

@@ -36,9 +36,4 @@ TOOLBOX_EXPORT CFRange CFStringFind(CFStringRef inString, CFStringRef inFind, CF
 TOOLBOX_EXPORT Boolean CFStringHasPrefix(CFStringRef inString, CFStringRef inPrefix);
 TOOLBOX_EXPORT Boolean CFStringHasSuffix(CFStringRef inString, CFStringRef inSuffix);
 
-// The composed character (a base with its marks, a syllable, a surrogate pair, an emoji sequence) that the
-// unit at inIndex belongs to. Location kCFNotFound and length 0 when the index is not inside the string or
-// memory is short.
-TOOLBOX_EXPORT CFRange CFStringGetRangeOfComposedCharactersAtIndex(CFStringRef inString, CFIndex inIndex);
-
 TOOLBOX_EXTERN_C_END

@@ -89,3 +89,18 @@ TEST(CFBase, MadeOnManyThreadsAtOnce) {
         thread.join();
     EXPECT_EQ(before, LiveObjectsForTesting());
 }
+
+TEST(CFBase, Equality) {
+    const OwnedString string = StringOf(u"abc");
+    const OwnedString same = StringOf(u"abc");
+    const OwnedMutable changing = MutableOf(u"abc");
+    EXPECT_TRUE(CFEqual(string.get(), string.get()));
+    EXPECT_TRUE(CFEqual(string.get(), same.get()));
+    EXPECT_TRUE(CFEqual(string.get(), changing.get()));
+    EXPECT_TRUE(CFEqual(CFSTR("abc"), string.get()));
+    EXPECT_FALSE(CFEqual(string.get(), CFSTR("abC")));
+    EXPECT_FALSE(CFEqual(CFSTR("\u00E9"), CFSTR("e\u0301"))) << "not the same units";
+    EXPECT_EQ(CFHash(string.get()), CFHash(changing.get()));
+    EXPECT_EQ(CFHash(string.get()), CFHash(CFSTR("abc")));
+    EXPECT_NE(CFHash(string.get()), CFHash(CFSTR("abd")));
+}

@@ -10,9 +10,12 @@
 #include <type_traits>
 
 struct CFReleaser {
-    void operator()(CFStringRef inString) const { CFRelease(inString); }
+    void operator()(CFTypeRef inObject) const { CFRelease(inObject); }
 };
-using OwnedString = std::unique_ptr<std::remove_pointer_t<CFStringRef>, CFReleaser>;
+template <typename Ref>
+using Owned = std::unique_ptr<std::remove_pointer_t<Ref>, CFReleaser>;
+using OwnedString = Owned<CFStringRef>;
+using OwnedMutable = Owned<CFMutableStringRef>;
 
 inline OwnedString StringOf(std::u16string_view inText) {
     return OwnedString(CFStringCreateWithCharacters(kCFAllocatorDefault,
@@ -27,6 +30,10 @@ inline OwnedString StringOf(std::string_view inBytes, CFStringEncoding inEncodin
                                 static_cast<CFIndex>(inBytes.size()), inEncoding, inIsExternal));
 }
 
+inline OwnedMutable MutableOf(std::u16string_view inText, CFIndex inMaxLength = 0) {
+    return OwnedMutable(CFStringCreateMutableCopy(kCFAllocatorDefault, inMaxLength, StringOf(inText).get()));
+}
+
 inline std::u16string TextOf(CFStringRef inString) {
     std::u16string text(static_cast<std::size_t>(CFStringGetLength(inString)), u'?');
     CFStringGetCharacters(inString, CFRangeMake(0, CFStringGetLength(inString)),
@@ -34,5 +41,8 @@ inline std::u16string TextOf(CFStringRef inString) {
     return text;
 }
 inline std::u16string TextOf(const OwnedString& inString) {
+    return TextOf(inString.get());
+}
+inline std::u16string TextOf(const OwnedMutable& inString) {
     return TextOf(inString.get());
 }

@@ -1,0 +1,66 @@
+// The system's calls made to fail, one after the other.
+#pragma once
+
+#include <corefoundation/CF_test_access.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace faults {
+
+inline int sUntilFault = 0;
+inline int sLiveBlocks = 0;
+inline bool sDelivered = false;
+
+inline bool IsDue() {
+    if (--sUntilFault != 0) return false;
+    sDelivered = true;
+    return true;
+}
+
+// While it lives, the n-th allocation or call of ICU fails.
+class Scope {
+  public:
+    explicit Scope(int inFailingCall) {
+        sUntilFault = inFailingCall;
+        sLiveBlocks = 0;
+        sDelivered = false;
+        auto& calls = toolbox::corefoundation::SystemCallsForTesting();
+        calls.allocate = [](std::size_t inByteCount) -> void* {
+            if (IsDue()) return nullptr;
+            ++sLiveBlocks;
+            return std::malloc(inByteCount);
+        };
+        calls.release = [](void* inBlock) {
+            if (inBlock != nullptr) --sLiveBlocks;
+            std::free(inBlock);
+        };
+        calls.startStatus = [] { return IsDue() ? 7 : 0; };
+    }
+    ~Scope() { toolbox::corefoundation::SystemCallsForTesting() = mSaved; }
+    Scope(const Scope&) = delete;
+    Scope& operator=(const Scope&) = delete;
+
+  private:
+    toolbox::corefoundation::SystemCalls mSaved = toolbox::corefoundation::SystemCallsForTesting();
+};
+
+// Runs inBody with its first call failing, then its second, and so on until none fails. It tells whether all
+// went well, which must be so just when nothing failed, and gives back all that it made. Returns how many
+// calls there were to fail.
+template <typename Body>
+int FailEachCall(Body inBody) {
+    EXPECT_TRUE(inBody()) << "without a fault";
+    for (int failing = 1;; ++failing) {
+        const SInt64 objects = toolbox::corefoundation::LiveObjectsForTesting();
+        const Scope scope(failing);
+        const bool wentWell = inBody();
+        EXPECT_EQ(!sDelivered, wentWell) << "call " << failing;
+        EXPECT_EQ(0, sLiveBlocks) << "call " << failing;
+        EXPECT_EQ(objects, toolbox::corefoundation::LiveObjectsForTesting()) << "call " << failing;
+        if (!sDelivered) return failing - 1;
+    }
+}
+
+}  // namespace faults
