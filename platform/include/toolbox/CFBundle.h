@@ -2,20 +2,22 @@
 //
 // Three layouts are known, and looked for in this order:
 //
-//   layout     information                                  executable
-//   Contents/  Contents/Info.plist, Contents/PkgInfo         Contents/Linux/NAME, Contents/MacOS/NAME
-//   versions   Versions/Current/Resources/Info.plist         Versions/Current/NAME
-//   flat       Info.plist or Resources/Info.plist, PkgInfo   NAME
+//   layout            information             type and creator     executable
+//   Contents          Info.plist              PkgInfo              Linux/NAME, else MacOS/NAME
+//   Versions/Current  Resources/Info.plist    Resources/PkgInfo    NAME
+//   flat              Info.plist, else in Resources; PkgInfo the same; NAME
 //
 // NAME is CFBundleExecutable of the information, else the folder's name without its extension. A folder is a
-// bundle if it has one of the first two layouts, information or PkgInfo in the third, or a name that ends in
-// .app, .bundle, .component, .framework or .plugin.
+// bundle if it has an Info.plist or PkgInfo where its layout tells, or a name that ends in .app, .bundle,
+// .component, .framework or .plugin; a plain folder is none.
 //
 // What a bundle uses must lie inside its folder: links are followed, and what is outside through one, as well
-// as links that lead nowhere, count as missing. Information that is no property list, that is over 1 MB or
-// too deep counts as empty.
+// as links that lead nowhere, count as missing. Information counts as empty when it is no property list with
+// a dictionary at its top, XML or binary, or goes past what one may ask of its reader: 1 MB, 16 MB unpacked,
+// 4096 dictionaries and arrays, 256 of them within each other. Dates are CFDate; values without a type here
+// are left out.
 //
-// Executables are ELF shared objects of the running machine. They are loaded when asked for, and stay mapped
+// Executables are ELF shared objects for the running machine. They are loaded when asked for, and stay mapped
 // as long as any bundle that loaded them has a count left. What is read of a bundle is read when it is made.
 //
 // Every function may be called on any thread. A null bundle is the caller's mistake, and not caught.
@@ -58,7 +60,7 @@ TOOLBOX_EXPORT UInt32 CFBundleGetVersionNumber(CFBundleRef inBundle);
 TOOLBOX_EXPORT void CFBundleGetPackageInfo(CFBundleRef inBundle, UInt32* outPackageType, UInt32* outCreator);
 
 // Maps the executable, unless this bundle has. False when there is none or it cannot be loaded: no ELF shared
-// object, of another machine, with symbols that nobody defines. May be tried again.
+// object, one cut short, of another machine, with symbols that nobody defines. May be tried again.
 TOOLBOX_EXPORT Boolean CFBundleLoadExecutable(CFBundleRef inBundle);
 TOOLBOX_EXPORT Boolean CFBundleIsExecutableLoaded(CFBundleRef inBundle);
 

@@ -25,11 +25,12 @@
 // variables have the defaults that the XDG base directory specification gives; one that is not an absolute
 // path counts as unset. The home folder is $HOME, else what the user database tells.
 //
-// kOnSystemDisk and kOnAppropriateDisk mean the user's folder, else the system's. A volume's reference number
-// means the same, but for two types whose folder is on that volume: "temp" is the first of $TMPDIR, /tmp and
-// /var/tmp that lies there, else the volume's ".TemporaryItems-UID"; "trsh" is the user's trash if it lies
-// there, else the volume's own as the XDG trash specification places it (".Trash/UID/files" where an
-// administrator made ".Trash", else ".Trash-UID/files").
+// kOnSystemDisk, kOnAppropriateDisk and 0 mean the user's folder, else the system's. A volume's reference
+// number means the same, but for two types whose folder is on that volume: "temp" is the first of $TMPDIR,
+// /tmp and /var/tmp that lies there, else the volume's ".TemporaryItems-UID"; "trsh" is the user's trash if
+// it lies there, else the volume's own as the XDG trash specification places it (".Trash/UID/files" where an
+// administrator made ".Trash", else ".Trash-UID/files"). A volume's own folder must be the user's, and no
+// link.
 //
 // Every function may be called on any thread that does not run while the environment is changed.
 #pragma once
