@@ -1,5 +1,8 @@
 #include <toolbox/TextEncoding.h>
 
+#include "ApplicationEncoding.h"
+
+#include <toolbox/CFStringEncodings.h>
 #include <toolbox/MacErrors.h>
 
 #include <algorithm>
@@ -10,8 +13,12 @@ namespace toolbox::text {
 
 namespace {
 
-// The encodings to try after the application's own, in this order.
-constexpr TextEncoding kMacEncodings[] = {kCFStringEncodingMacRoman};
+// The encodings to try after the application's own, in this order: Japanese, which has Greek and Cyrillic
+// letters in two bytes each, after those that have them in one.
+constexpr TextEncoding kMacEncodings[] = {
+    kCFStringEncodingMacRoman,     kCFStringEncodingMacCentralEurRoman, kCFStringEncodingMacGreek,
+    kCFStringEncodingMacCyrillic,  kCFStringEncodingMacTurkish,         kCFStringEncodingMacCroatian,
+    kCFStringEncodingMacIcelandic, kCFStringEncodingMacRomanian,        kCFStringEncodingMacJapanese};
 
 // noErr with the bytes written in outLength, or why the encoding will not do.
 OSStatus EncodeWhole(CFStringRef inString, TextEncoding inEncoding, UInt8* outText, CFIndex inMaxLength,
@@ -33,7 +40,7 @@ OSStatus EncodeWhole(CFStringRef inString, TextEncoding inEncoding, UInt8* outTe
 using namespace toolbox::text;
 
 TextEncoding GetApplicationTextEncoding() {
-    return kCFStringEncodingUTF8;
+    return ApplicationEncoding();
 }
 
 OSStatus GetTextAndEncodingFromCFString(CFStringRef inString, UInt8* outText, ByteCount inTextMaxLength,

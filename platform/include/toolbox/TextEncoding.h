@@ -12,11 +12,13 @@ enum {
     kTECOutputBufferFullStatus = -8785  // more text than there is room for
 };
 
-// The encoding in which the running application keeps byte strings.
+// The encoding in which the running application keeps byte strings: by the region of its `vers` resource with
+// id 1 (Roman, Japanese, ...), looked up at the first call; UTF-8 when it has none, or the region's encoding
+// is none that strings can be converted to.
 TOOLBOX_EXPORT TextEncoding GetApplicationTextEncoding(void);
 
 // Puts the text of inString, in the encoding that fits it best, into outText (no terminator): the
-// application's encoding first, then the Mac encodings.
+// application's encoding first, then the Mac encodings, Roman first among them.
 //   inTextMaxLength  bytes that outText holds
 //   outTextLength    bytes written
 //   outEncoding      the encoding chosen; may be null

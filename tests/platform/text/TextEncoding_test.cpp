@@ -1,3 +1,4 @@
+#include <toolbox/CFStringEncodings.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/TextEncoding.h>
 
@@ -61,6 +62,34 @@ TEST(TextEncoding, ApplicationEncodingFirst) {
 
 TEST(TextEncoding, MacEncodingWhenItFitsBetter) {
     EXPECT_EQ((Fitted{noErr, "caf\x8E", kCFStringEncodingMacRoman}), Fit(CFSTR("caf\u00E9"), 4));
+}
+
+TEST(TextEncoding, FirstMacEncodingThatHoldsIt) {
+    const struct {
+        CFStringRef text;
+        const char* bytes;
+        TextEncoding encoding;
+    } rows[] = {
+        {CFSTR("\u010De\u0159"),
+         "\x8B"
+         "e\xDE",
+         kCFStringEncodingMacCentralEurRoman},
+        {CFSTR("\u03B1\u03C9"), "\xE1\xF6", kCFStringEncodingMacGreek},
+        {CFSTR("\u0434\u0430"), "\xE4\xE0", kCFStringEncodingMacCyrillic},
+        {CFSTR("\u011F\u0131"), "\xDB\xDD", kCFStringEncodingMacTurkish},
+        {CFSTR("\u0111\u0107"), "\xF0\xE6", kCFStringEncodingMacCroatian},
+        {CFSTR("\u00FE\u00F0"), "\xDF\xDD", kCFStringEncodingMacIcelandic},
+        {CFSTR("\u0219i"), "\xBFi", kCFStringEncodingMacRomanian},
+        {CFSTR("\u65E5\u672C"), "\x93\xFA\x96\x7B", kCFStringEncodingMacJapanese},
+        {CFSTR("\u03B1\u3042"), "\x83\xBF\x82\xA0", kCFStringEncodingMacJapanese},
+    };
+    for (const auto& row : rows) {
+        const std::string bytes = row.bytes;
+        EXPECT_EQ((Fitted{noErr, bytes, row.encoding}), Fit(row.text, bytes.size()));
+    }
+    EXPECT_EQ((Fitted{kTECOutputBufferFullStatus, "", 0}), Fit(CFSTR("\u65E5\u672C"), 3));
+    EXPECT_EQ((Fitted{kTECOutputBufferFullStatus, "", 0}), Fit(CFSTR("\uAC00"), 2))
+        << "no Mac encoding holds it";
 }
 
 TEST(TextEncoding, TooLong) {

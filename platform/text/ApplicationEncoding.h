@@ -1,0 +1,13 @@
+// What the running application says about its text.
+#pragma once
+
+#include <toolbox/CFString.h>
+
+namespace toolbox::text {
+
+// Looked up at the first call and kept; any thread may be the first.
+CFStringEncoding ApplicationEncoding();
+// The next call looks it up again.
+void ForgetApplicationEncoding();
+
+}  // namespace toolbox::text
