@@ -30,6 +30,68 @@ enum {
     smUninterp = 32  // the last
 };
 
+// What can be asked of a script.
+enum {
+    smScriptEnabled = 4,  // 1 when there is such a script
+    smScriptRight = 6,    // the direction of lines: -1 from right to left, else 0
+    smScriptJust = 8,     // the side to which lines are aligned: -1 right, else 0
+    smScriptLang = 28     // the language, a code below
+};
+
+// Languages.
+enum {
+    langEnglish = 0,
+    langFrench = 1,
+    langGerman = 2,
+    langItalian = 3,
+    langDutch = 4,
+    langSwedish = 5,
+    langSpanish = 6,
+    langDanish = 7,
+    langPortuguese = 8,
+    langNorwegian = 9,
+    langHebrew = 10,
+    langJapanese = 11,
+    langArabic = 12,
+    langFinnish = 13,
+    langGreek = 14,
+    langIcelandic = 15,
+    langMaltese = 16,
+    langTurkish = 17,
+    langCroatian = 18,
+    langTradChinese = 19,
+    langUrdu = 20,
+    langHindi = 21,
+    langThai = 22,
+    langKorean = 23,
+    langLithuanian = 24,
+    langPolish = 25,
+    langHungarian = 26,
+    langEstonian = 27,
+    langLatvian = 28,
+    langFaroese = 30,
+    langPersian = 31,
+    langRussian = 32,
+    langSimpChinese = 33,
+    langIrishGaelic = 35,
+    langAlbanian = 36,
+    langRomanian = 37,
+    langCzech = 38,
+    langSlovak = 39,
+    langSlovenian = 40,
+    langYiddish = 41,
+    langSerbian = 42,
+    langMacedonian = 43,
+    langBulgarian = 44,
+    langUkrainian = 45
+};
+
+// A fact about a script; 0 for what is not known. The language of smSystemScript is the one that the
+// process's environment asks for (LC_ALL, else LC_MESSAGES, else LANG), English when it asks for none of the
+// above; smCurrentScript's is the same. Another script has the same language if it writes it, else the one
+// for which it was made. The environment must not be changed meanwhile.
+TOOLBOX_EXPORT SInt32 GetScriptVariable(SInt16 inScript, SInt16 inSelector);
+
 // What a byte of text is.
 enum {
     smFirstByte = -1,  // the first of a double-byte character
