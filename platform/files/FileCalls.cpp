@@ -66,9 +66,10 @@ int FindLibrary(char* outPath, std::size_t inCapacity) {
     return CopyAbsolutePath(path, outPath, inCapacity);
 }
 
-FileCalls sCalls = {::realpath, ::statx,    OpenFile, ::close,           ::pread,     ::opendir,  ::readdir,
-                    ::closedir, CreateFile, ::pwrite, ::posix_fallocate, ::ftruncate, ::fchmod,   ::fsync,
-                    ::rename,   ::unlink,   ::mkdir,  ReadVariable,      FindHome,    FindLibrary};
+FileCalls sCalls = {::realpath, ::statx,    OpenFile,     ::close,  ::pread,           ::opendir,
+                    ::readdir,  ::closedir, CreateFile,   ::pwrite, ::posix_fallocate, ::ftruncate,
+                    ::fchmod,   ::fsync,    ::rename,     ::unlink, ::chmod,           ::faccessat,
+                    ::statvfs,  ::mkdir,    ReadVariable, FindHome, FindLibrary};
 
 }  // namespace
 

@@ -6,6 +6,7 @@
 
 #include <dirent.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/types.h>
 #include <cstddef>
 
@@ -30,7 +31,10 @@ struct FileCalls {
     int (*setMode)(int inDescriptor, mode_t inMode);
     int (*syncFile)(int inDescriptor);
     int (*renameItem)(const char* inOldPath, const char* inNewPath);
-    int (*removeFile)(const char* inPath);  // unlink
+    int (*removeFile)(const char* inPath);                                            // unlink
+    int (*changeMode)(const char* inPath, mode_t inMode);                             // chmod
+    int (*checkAccess)(int inFolder, const char* inPath, int inAccess, int inFlags);  // faccessat
+    int (*statVolume)(const char* inPath, struct statvfs* outStatus);
     int (*makeFolder)(const char* inPath, mode_t inMode);
     const char* (*readVariable)(const char* inName);  // getenv
     // Both store a path that is absolute, and answer an errno: ENOENT when there is none.

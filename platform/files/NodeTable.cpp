@@ -103,11 +103,24 @@ NodeID NodeTable::ChooseID(const ItemIdentity& inItem, bool inIsVolumeRoot) {
     return allotted;
 }
 
-bool NodeTable::IsTaken(std::uint64_t inDevice, NodeID inID) const {
+NodeTable::Index NodeTable::FindIndexOfID(std::uint64_t inDevice, NodeID inID) const {
     const Key key{inDevice, inID};
-    if (mByAllottedID.contains(key)) return true;
+    const auto allotted = mByAllottedID.find(key);
+    if (allotted != mByAllottedID.end()) return allotted->second;
     const Index sameInode = FindKey(key);
-    return sameInode != kNone && mNodes[sameInode].nodeID == inID;
+    return sameInode != kNone && mNodes[sameInode].nodeID == inID ? sameInode : kNone;
+}
+
+bool NodeTable::IsTaken(std::uint64_t inDevice, NodeID inID) const {
+    return FindIndexOfID(inDevice, inID) != kNone;
+}
+
+bool NodeTable::FindID(std::uint64_t inDevice, NodeID inID, ItemIdentity& outItem) const {
+    const std::lock_guard lock(mMutex);
+    const Index index = FindIndexOfID(inDevice, inID);
+    if (index == kNone) return false;
+    outItem = mNodes[index].identity;
+    return true;
 }
 
 void NodeTable::Rename(const ItemIdentity& inItem, std::string_view inName) {

@@ -64,6 +64,9 @@ class NodeTable {
     bool GetFacts(const ItemIdentity& inItem, NodeFacts& outFacts) const;
     bool GetPath(const ItemIdentity& inItem, std::string& outPath) const;
 
+    // The item with a node id; false when it has no node.
+    bool FindID(std::uint64_t inDevice, NodeID inID, ItemIdentity& outItem) const;
+
     std::size_t Count() const;
 
   private:
@@ -109,6 +112,7 @@ class NodeTable {
     Index RecordStep(const PathStep& inStep, Index inParent, bool inIsVolumeRoot);
     Index AddNode(const PathStep& inStep, Index inParent, bool inIsVolumeRoot);
     NodeID ChooseID(const ItemIdentity& inItem, bool inIsVolumeRoot);
+    Index FindIndexOfID(std::uint64_t inDevice, NodeID inID) const;
     bool IsTaken(std::uint64_t inDevice, NodeID inID) const;
 
     mutable std::mutex mMutex;

@@ -63,6 +63,9 @@ class FailingCalls {
         outCalls.findLibrary = [](char* outPath, std::size_t inCapacity) {
             return Fails() ? errno : sReal.findLibrary(outPath, inCapacity);
         };
+        outCalls.statVolume = [](const char* inPath, struct statvfs* outStatus) {
+            return Fails() ? -1 : sReal.statVolume(inPath, outStatus);
+        };
         outCalls.closeFolder = [](DIR* inFolder) {
             const int result = sReal.closeFolder(inFolder);
             return Fails() ? -1 : result;
@@ -90,6 +93,9 @@ class FailingCalls {
             return Fails() ? -1 : sReal.renameItem(inOldPath, inNewPath);
         };
         outCalls.removeFile = [](const char* inPath) { return Fails() ? -1 : sReal.removeFile(inPath); };
+        outCalls.changeMode = [](const char* inPath, mode_t inMode) {
+            return Fails() ? -1 : sReal.changeMode(inPath, inMode);
+        };
         outCalls.makeFolder = [](const char* inPath, mode_t inMode) {
             return Fails() ? -1 : sReal.makeFolder(inPath, inMode);
         };

@@ -1,0 +1,38 @@
+// Names of the catalogue, which are Unicode, and names on disk, which are bytes.
+//
+// "/" in the one is ":" in the other. Bytes on disk that are not UTF-8 stand in a catalogue name as U+F700
+// and the byte, one by one, and so do the bytes of characters that would be taken for such. Every name on
+// disk comes back as it was. Functions may throw std::bad_alloc.
+#pragma once
+
+#include <toolbox/Files.h>
+#include <toolbox/MacTypes.h>
+
+#include <string>
+#include <string_view>
+
+namespace toolbox::files {
+
+std::u16string CatalogueName(std::string_view inDiskName);
+
+// False for a name that no item can have: an empty one, "." and "..", one with a NUL, or a surrogate without
+// its partner.
+bool DiskName(std::u16string_view inCatalogueName, std::string& outDiskName);
+
+// Whether two names are the same but for case and the form of composed characters.
+bool IsSameName(std::u16string_view inLeft, std::u16string_view inRight);
+
+// The name as a Pascal string of an FSSpec: one that fits as it is, else one that tells the node; see
+// toolbox/FileSpecs.h.
+//   inMaxByteCount  of text, 15 or more
+constexpr std::size_t kMaxSpecNameBytes = 31;
+void SpecName(std::u16string_view inCatalogueName, UInt32 inNodeID, StringPtr outName,
+              std::size_t inMaxByteCount = kMaxSpecNameBytes);
+
+// The other way, for one that fits. False when it is no text in the application's encoding.
+bool NameOfSpec(ConstStr255Param inName, std::u16string& outCatalogueName);
+
+// The node that a name tells; 0 for one that tells none.
+UInt32 NodeOfSpecName(ConstStr255Param inName);
+
+}  // namespace toolbox::files
