@@ -1,0 +1,161 @@
+#include <toolbox/Processes.h>
+
+#include <toolbox/CatalogInfo.h>
+#include <toolbox/Files.h>
+#include <toolbox/Timer.h>
+
+#include <limits.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <string_view>
+
+#include "SystemCalls.h"
+
+namespace toolbox::system {
+
+namespace {
+
+constexpr std::size_t kMaxNameBytes = 31;
+constexpr UInt64 kTicksPerSecond = 60;
+constexpr UInt64 kNanosPerSecond = 1'000'000'000;
+
+// Its place among the words of /proc/self/stat behind the program's name, counted from 0.
+constexpr int kStartTimeWord = 19;
+constexpr int kResidentPagesWord = 1;  // of /proc/self/statm
+
+UInt32 Clamped(UInt64 inNumber) {
+    return static_cast<UInt32>(std::min<UInt64>(inNumber, std::numeric_limits<UInt32>::max()));
+}
+
+// 0 for what is no number, or not there.
+UInt64 NumberAt(std::string_view inText, int inWord) {
+    for (; inWord > 0; --inWord) {
+        const std::size_t space = inText.find(' ');
+        if (space == std::string_view::npos) return 0;
+        inText.remove_prefix(space + 1);
+    }
+    UInt64 number = 0;
+    std::from_chars(inText.data(), inText.data() + inText.size(), number);
+    return number;
+}
+
+UInt64 Setting(int inSetting) {
+    return static_cast<UInt64>(std::max(sSystemCalls.readSetting(inSetting), 0L));
+}
+
+template <std::size_t Capacity>
+std::string_view ReadText(const char* inPath, char (&outBytes)[Capacity]) {
+    const ssize_t count = sSystemCalls.readFile(inPath, outBytes, Capacity);
+    return {outBytes, static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
+}
+
+UInt64 NanosOnClock(clockid_t inClock) {
+    timespec now = {};
+    if (sSystemCalls.readClock(inClock, &now) != 0) return 0;
+    return static_cast<UInt64>(now.tv_sec) * kNanosPerSecond + static_cast<UInt64>(now.tv_nsec);
+}
+
+UInt64 TicksOfNanos(UInt64 inNanos) {
+    return inNanos / kNanosPerSecond * kTicksPerSecond +
+           inNanos % kNanosPerSecond * kTicksPerSecond / kNanosPerSecond;
+}
+
+// The kernel tells the start on a clock that runs while the machine sleeps; ours does not.
+UInt32 LaunchDate() {
+    char bytes[1024];
+    const std::string_view text = ReadText("/proc/self/stat", bytes);
+    const std::size_t nameEnd = text.rfind(") ");  // the name may have blanks and parentheses
+    const UInt64 unitsPerSecond = Setting(_SC_CLK_TCK);
+    if (nameEnd == std::string_view::npos || unitsPerSecond == 0) return TickCount();
+    const UInt64 startUnits = NumberAt(text.substr(nameEnd + 2), kStartTimeWord);
+    const UInt64 startTicks = startUnits * kTicksPerSecond / unitsPerSecond;
+    const UInt64 nowTicks = TicksOfNanos(NanosOnClock(CLOCK_BOOTTIME));
+    return TickCount() - static_cast<UInt32>(nowTicks > startTicks ? nowTicks - startTicks : 0);
+}
+
+UInt32 BytesInUse() {
+    char bytes[256];
+    return Clamped(NumberAt(ReadText("/proc/self/statm", bytes), kResidentPagesWord) * Setting(_SC_PAGESIZE));
+}
+
+UInt32 BytesFree() {
+    struct sysinfo info = {};
+    if (sSystemCalls.readSystemInfo(&info) != 0) return 0;
+    return Clamped(static_cast<UInt64>(info.freeram) * info.mem_unit);
+}
+
+// Empty when it cannot be told.
+std::string_view ExecutablePath(char (&outPath)[PATH_MAX]) {
+    const ssize_t length = sSystemCalls.readLink("/proc/self/exe", outPath, PATH_MAX - 1);
+    if (length <= 0) return {};
+    outPath[length] = '\0';
+    return {outPath, static_cast<std::size_t>(length)};
+}
+
+OSErr FindProgram(std::string_view inPath, FSSpec& outFile) {
+    if (inPath.empty()) return fnfErr;
+    FSRef program;
+    const OSStatus status = FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath.data()), &program, nullptr);
+    if (status != noErr) return static_cast<OSErr>(status);
+    return FSGetCatalogInfo(&program, kFSCatInfoNone, nullptr, nullptr, &outFile, nullptr);
+}
+
+void CopyName(std::string_view inPath, StringPtr outName) {
+    const std::string_view name = inPath.substr(inPath.rfind('/') + 1);
+    std::size_t count = std::min(name.size(), kMaxNameBytes);
+    // Not in the middle of a character of UTF-8.
+    while (count > 0 && count < name.size() && (name[count] & 0xC0) == 0x80)
+        --count;
+    outName[0] = static_cast<unsigned char>(count);
+    std::copy_n(name.begin(), count, outName + 1);
+}
+
+// Beyond the numbers that stand for something else.
+UInt32 SerialNumber() {
+    constexpr UInt32 kFirst = 0x10000;
+    return kFirst + static_cast<UInt32>(getpid());
+}
+
+bool IsThisProcess(const ProcessSerialNumber& inNumber) {
+    if (inNumber.highLongOfPSN != 0) return false;
+    return inNumber.lowLongOfPSN == kCurrentProcess || inNumber.lowLongOfPSN == SerialNumber();
+}
+
+}  // namespace
+
+}  // namespace toolbox::system
+
+using namespace toolbox::system;
+
+OSErr GetCurrentProcess(ProcessSerialNumber* outNumber) {
+    if (outNumber == nullptr) return paramErr;
+    *outNumber = {0, SerialNumber()};
+    return noErr;
+}
+
+OSErr GetProcessInformation(const ProcessSerialNumber* inNumber, ProcessInfoRec* ioInfo) {
+    if (inNumber == nullptr || ioInfo == nullptr || ioInfo->processInfoLength != kProcessInfoLength)
+        return paramErr;
+    if (!IsThisProcess(*inNumber)) return procNotFound;
+    char bytes[PATH_MAX];
+    const std::string_view path = ExecutablePath(bytes);
+    if (ioInfo->processAppSpec != nullptr) {
+        const OSErr error = FindProgram(path, *ioInfo->processAppSpec);
+        if (error != noErr) return error;
+    }
+    if (ioInfo->processName != nullptr) CopyName(path, ioInfo->processName);
+    GetCurrentProcess(&ioInfo->processNumber);
+    ioInfo->processType = FourChars("APPL");
+    ioInfo->processSignature = FourChars("\?\?\?\?");
+    ioInfo->processMode = 0;
+    ioInfo->processLocation = nullptr;
+    ioInfo->processSize = BytesInUse();
+    ioInfo->processFreeMem = BytesFree();
+    ioInfo->processLauncher = {0, kNoProcess};
+    ioInfo->processLaunchDate = LaunchDate();
+    ioInfo->processActiveTime = static_cast<UInt32>(TicksOfNanos(NanosOnClock(CLOCK_PROCESS_CPUTIME_ID)));
+    return noErr;
+}

@@ -1,0 +1,160 @@
+#include <toolbox/Processes.h>
+
+#include <gtest/gtest.h>
+#include <toolbox/Files.h>
+#include <toolbox/Timer.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include "system/System_test_access.h"
+
+namespace {
+
+using toolbox::system::SystemCallsForTesting;
+
+constexpr ProcessSerialNumber kCurrent = {0, kCurrentProcess};
+
+std::string sExecutable;
+std::string sStat;
+
+class ProcessInformationTest : public testing::Test {
+  protected:
+    ProcessInformationTest() {
+        mInfo.processInfoLength = kProcessInfoLength;
+        mInfo.processName = mName;
+        mInfo.processAppSpec = &mFile;
+    }
+    ~ProcessInformationTest() override { SystemCallsForTesting() = mSaved; }
+
+    static void SetExecutable(const std::string& inPath) {
+        sExecutable = inPath;
+        SystemCallsForTesting().readLink = [](const char*, char* outTarget, std::size_t inCapacity) {
+            const std::size_t count = std::min(sExecutable.size(), inCapacity);
+            std::memcpy(outTarget, sExecutable.data(), count);
+            return static_cast<ssize_t>(count);
+        };
+    }
+    std::string Name() const { return {reinterpret_cast<const char*>(mName) + 1, mName[0]}; }
+
+    ProcessInfoRec mInfo = {};
+    Str255 mName = "\7nothing";
+    FSSpec mFile = {};
+    toolbox::system::SystemCalls mSaved = SystemCallsForTesting();
+};
+
+TEST_F(ProcessInformationTest, ThisProcess) {
+    ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
+    EXPECT_EQ("platform_system_test", Name());
+    FSRef file = {};
+    ASSERT_EQ(noErr, FSpMakeFSRef(&mFile, &file));
+    UInt8 path[PATH_MAX];
+    ASSERT_EQ(noErr, FSRefMakePath(&file, path, sizeof path));
+    EXPECT_EQ(std::filesystem::canonical("/proc/self/exe").string(), reinterpret_cast<char*>(path));
+    EXPECT_EQ(FourChars("APPL"), mInfo.processType);
+    EXPECT_EQ(FourChars("\?\?\?\?"), mInfo.processSignature);
+    EXPECT_EQ(0U, mInfo.processMode);
+    EXPECT_EQ(nullptr, mInfo.processLocation);
+    EXPECT_EQ(0U, mInfo.processLauncher.lowLongOfPSN);
+    EXPECT_GT(mInfo.processSize, 1U << 20);
+    EXPECT_GT(mInfo.processFreeMem, 0U);
+    EXPECT_LE(mInfo.processLaunchDate, TickCount());
+    EXPECT_GT(mInfo.processLaunchDate, 0U);
+}
+
+TEST_F(ProcessInformationTest, BySerialNumber) {
+    ProcessSerialNumber number = {9, 9};
+    ASSERT_EQ(noErr, GetCurrentProcess(&number));
+    EXPECT_EQ(noErr, GetProcessInformation(&number, &mInfo));
+    EXPECT_EQ(number.lowLongOfPSN, mInfo.processNumber.lowLongOfPSN);
+    EXPECT_EQ(number.highLongOfPSN, mInfo.processNumber.highLongOfPSN);
+    EXPECT_EQ(paramErr, GetCurrentProcess(nullptr));
+}
+
+TEST_F(ProcessInformationTest, NothingWanted) {
+    mInfo.processName = nullptr;
+    mInfo.processAppSpec = nullptr;
+    EXPECT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
+    SetExecutable("");
+    EXPECT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo)) << "the file is not asked for";
+}
+
+TEST_F(ProcessInformationTest, OtherProcesses) {
+    for (const ProcessSerialNumber number :
+         {ProcessSerialNumber{0, kNoProcess}, ProcessSerialNumber{0, kSystemProcess},
+          ProcessSerialNumber{1, kCurrentProcess}, ProcessSerialNumber{0, 0xFFFFFFFF},
+          ProcessSerialNumber{0, static_cast<UInt32>(getpid())}}) {
+        EXPECT_EQ(procNotFound, GetProcessInformation(&number, &mInfo)) << number.lowLongOfPSN;
+    }
+    EXPECT_EQ("nothing", Name());
+}
+
+TEST_F(ProcessInformationTest, BadArguments) {
+    EXPECT_EQ(paramErr, GetProcessInformation(nullptr, &mInfo));
+    EXPECT_EQ(paramErr, GetProcessInformation(&kCurrent, nullptr));
+    mInfo.processInfoLength = 59;
+    EXPECT_EQ(paramErr, GetProcessInformation(&kCurrent, &mInfo));
+    mInfo.processInfoLength = 0;
+    EXPECT_EQ(paramErr, GetProcessInformation(&kCurrent, &mInfo));
+}
+
+TEST_F(ProcessInformationTest, TheFileIsGone) {
+    SetExecutable("/nowhere/program (deleted)");
+    EXPECT_EQ(dirNFErr, GetProcessInformation(&kCurrent, &mInfo));
+    EXPECT_EQ("nothing", Name());
+    SystemCallsForTesting().readLink = [](const char*, char*, std::size_t) -> ssize_t {
+        return errno = EACCES, -1;
+    };
+    EXPECT_EQ(fnfErr, GetProcessInformation(&kCurrent, &mInfo));
+}
+
+TEST_F(ProcessInformationTest, LongNamesAreCut) {
+    mInfo.processAppSpec = nullptr;
+    SetExecutable("/bin/" + std::string(40, 'n'));
+    ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
+    EXPECT_EQ(std::string(31, 'n'), Name());
+    SetExecutable("/bin/" + std::string(30, 'n') + "\xC3\xA9");
+    ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
+    EXPECT_EQ(std::string(30, 'n'), Name()) << "no half character";
+    SetExecutable("/bin/" + std::string(29, 'n') + "\xC3\xA9");
+    ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
+    EXPECT_EQ(31, mName[0]);
+}
+
+// The start is told by a clock that runs while the machine sleeps: here it slept for 900 of 1000 seconds.
+TEST_F(ProcessInformationTest, LaunchDate) {
+    mInfo.processAppSpec = nullptr;
+    sStat = "17 (odd) name) S 1 17 17 0 -1 4194304 1 0 0 0 0 0 0 0 20 0 1 0 99000 5 6";
+    SystemCallsForTesting().readFile = [](const char* inPath, char* outBytes, std::size_t) -> ssize_t {
+        if (std::string_view(inPath) != "/proc/self/stat") return errno = ENOENT, -1;
+        std::memcpy(outBytes, sStat.data(), sStat.size());
+        return static_cast<ssize_t>(sStat.size());
+    };
+    SystemCallsForTesting().readSetting = [](int) { return 100L; };
+    SystemCallsForTesting().readClock = [](clockid_t inClock, timespec* outTime) {
+        *outTime = {inClock == CLOCK_BOOTTIME ? 1000 : inClock == CLOCK_MONOTONIC ? 100 : 2, 500'000'000};
+        return 0;
+    };
+    ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
+    EXPECT_EQ((100 * 60 + 30) - (10 * 60 + 30), static_cast<int>(mInfo.processLaunchDate));
+    EXPECT_EQ(150U, mInfo.processActiveTime);
+    EXPECT_EQ(0U, mInfo.processSize) << "not told";
+    sStat = "17 (cut off";
+    ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
+    EXPECT_EQ(6030U, mInfo.processLaunchDate) << "now, when it is not told";
+}
+
+TEST_F(ProcessInformationTest, TheSystemDoesNotTell) {
+    mInfo.processAppSpec = nullptr;
+    SystemCallsForTesting().readSystemInfo = [](struct sysinfo*) { return -1; };
+    SystemCallsForTesting().readSetting = [](int) { return -1L; };
+    ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
+    EXPECT_EQ(0U, mInfo.processFreeMem);
+    EXPECT_EQ(0U, mInfo.processSize);
+}
+
+}  // namespace
