@@ -1,5 +1,8 @@
 #include "AlertResources.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace toolbox::interface {
 
 namespace {
@@ -14,7 +17,10 @@ constexpr std::size_t kLengthOffset = 13;
 constexpr std::size_t kItemBytes = 14;
 constexpr UInt8 kDisabled = 0x80;
 constexpr UInt8 kButtonKind = 4;
+constexpr UInt8 kCheckBoxKind = 5;
+constexpr UInt8 kRadioButtonKind = 6;
 constexpr UInt8 kStaticTextKind = 8;
+constexpr UInt8 kEditTextKind = 16;
 
 UInt16 Word(std::span<const UInt8> inBytes, std::size_t inOffset) {
     return static_cast<UInt16>(inBytes[inOffset] << 8 | inBytes[inOffset + 1]);
@@ -33,6 +39,12 @@ AlertItem::Kind KindOf(UInt8 inKind) {
         default:
             return AlertItem::kOther;
     }
+}
+
+// Of what else there is, the list holds a resource's id or nothing.
+bool HasText(UInt8 inType) {
+    constexpr UInt8 kTypes[] = {kButtonKind, kCheckBoxKind, kRadioButtonKind, kStaticTextKind, kEditTextKind};
+    return std::find(std::begin(kTypes), std::end(kTypes), inType) != std::end(kTypes);
 }
 
 }  // namespace
@@ -59,9 +71,10 @@ bool DecodeItems(std::span<const UInt8> inBytes, std::vector<AlertItem>& outItem
         if (length > rest.size() - kItemBytes) return false;
         AlertItem item;
         item.kind = KindOf(rest[kKindOffset]);
+        item.type = static_cast<UInt8>(rest[kKindOffset] & ~kDisabled);
         item.isEnabled = (rest[kKindOffset] & kDisabled) == 0;
         item.bounds = {Coordinate(rest, 0), Coordinate(rest, 1), Coordinate(rest, 2), Coordinate(rest, 3)};
-        if (item.kind != AlertItem::kOther)
+        if (HasText(item.type))
             item.text.assign(reinterpret_cast<const char*>(rest.data() + kItemBytes), length);
         outItems.push_back(std::move(item));
         // The last item need not be padded.

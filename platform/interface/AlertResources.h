@@ -30,9 +30,10 @@ struct AlertItem {
     enum Kind { kButton, kStaticText, kOther };
 
     Kind kind = kOther;
+    UInt8 type = 0;  // as in the list, without the mark of disabled ones
     bool isEnabled = true;
     Rect bounds = {};
-    std::string text;  // bytes; of a button or static text
+    std::string text;  // bytes; of a control or text
 };
 
 // False when the bytes end too soon.

@@ -1,4 +1,4 @@
-// ALRT and DITL resources, byte by byte.
+// ALRT, DLOG and DITL resources, byte by byte.
 #pragma once
 
 #include <toolbox/MacTypes.h>
@@ -22,9 +22,27 @@ inline Bytes AlertBytes(int inItemListID, int inStages = 0x4444) {
     return bytes;
 }
 
+inline Bytes DialogBytes(int inTop, int inLeft, int inBottom, int inRight, int inItemListID,
+                         bool inIsVisible = true) {
+    Bytes bytes;
+    for (const int word :
+         {inTop, inLeft, inBottom, inRight, 1, inIsVisible ? 0x0100 : 0, 0, 0, 0, inItemListID})
+        AddWord(bytes, word);
+    bytes.insert(bytes.end(), {5, 'T', 'i', 't', 'l', 'e'});
+    return bytes;
+}
+
 class ItemList {
   public:
-    enum : UInt8 { kButton = 4, kCheckBox = 5, kStaticText = 8, kEditText = 16, kIcon = 32, kDisabled = 128 };
+    enum : UInt8 {
+        kButton = 4,
+        kCheckBox = 5,
+        kRadio = 6,
+        kStaticText = 8,
+        kEditText = 16,
+        kIcon = 32,
+        kDisabled = 128
+    };
 
     ItemList& Add(UInt8 inKind, int inTop, int inLeft, std::string_view inText) {
         ++mCount;

@@ -1,0 +1,25 @@
+#include "DialogResources.h"
+
+namespace toolbox::interface {
+
+namespace {
+
+constexpr std::size_t kDialogBytes = 20;
+constexpr std::size_t kVisibleOffset = 10;
+constexpr std::size_t kItemListOffset = 18;
+
+SInt16 Word(std::span<const UInt8> inBytes, std::size_t inOffset) {
+    return static_cast<SInt16>(inBytes[inOffset] << 8 | inBytes[inOffset + 1]);
+}
+
+}  // namespace
+
+bool DecodeDialog(std::span<const UInt8> inBytes, DialogTemplate& outDialog) {
+    if (inBytes.size() < kDialogBytes) return false;
+    outDialog.bounds = {Word(inBytes, 0), Word(inBytes, 2), Word(inBytes, 4), Word(inBytes, 6)};
+    outDialog.isVisible = inBytes[kVisibleOffset] != 0;
+    outDialog.itemListID = Word(inBytes, kItemListOffset);
+    return true;
+}
+
+}  // namespace toolbox::interface

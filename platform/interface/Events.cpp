@@ -1,0 +1,74 @@
+#include <toolbox/Events.h>
+
+#include <toolbox/Timer.h>
+
+#include <deque>
+#include <mutex>
+#include <new>
+
+namespace toolbox::interface {
+
+namespace {
+
+constexpr std::size_t kMaxEvents = 20;
+constexpr EventKind kLastKind = 15;  // of those that a mask has a bit for
+
+struct Queue {
+    std::mutex mutex;
+    std::deque<EventRecord> events;
+};
+
+// Never destroyed: someone may look while the program ends.
+Queue& TheQueue() {
+    static Queue& sQueue = *new Queue;
+    return sQueue;
+}
+
+EventRecord EventOf(EventKind inKind, UInt32 inMessage) {
+    return {inKind, inMessage, TickCount(), {0, 0}, 0};
+}
+
+bool FindEvent(EventMask inMask, bool inTakesItOut, EventRecord& outEvent) {
+    Queue& queue = TheQueue();
+    const std::lock_guard lock(queue.mutex);
+    for (auto event = queue.events.begin(); event != queue.events.end(); ++event) {
+        if ((inMask >> event->what & 1) == 0) continue;
+        outEvent = *event;
+        if (inTakesItOut) queue.events.erase(event);
+        return true;
+    }
+    return false;
+}
+
+Boolean NextEvent(EventMask inMask, bool inTakesItOut, EventRecord* outEvent) {
+    if (FindEvent(inMask, inTakesItOut, *outEvent)) return true;
+    *outEvent = EventOf(nullEvent, 0);
+    return false;
+}
+
+}  // namespace
+
+}  // namespace toolbox::interface
+
+using namespace toolbox::interface;
+
+OSErr PostEvent(EventKind inKind, UInt32 inMessage) {
+    if (inKind == nullEvent || inKind > kLastKind) return evtNotEnb;
+    try {
+        Queue& queue = TheQueue();
+        const std::lock_guard lock(queue.mutex);
+        queue.events.push_back(EventOf(inKind, inMessage));
+        if (queue.events.size() > kMaxEvents) queue.events.pop_front();
+        return noErr;
+    } catch (const std::bad_alloc&) {
+        return evtNotEnb;
+    }
+}
+
+Boolean EventAvail(EventMask inMask, EventRecord* outEvent) {
+    return NextEvent(inMask, false, outEvent);
+}
+
+Boolean GetNextEvent(EventMask inMask, EventRecord* outEvent) {
+    return NextEvent(inMask, true, outEvent);
+}
