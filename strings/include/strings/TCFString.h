@@ -10,6 +10,7 @@
 
 #include <foundation/Int64.h>
 #include <foundation/MirtalExport.h>
+#include <toolbox/CFDateFormatter.h>
 #include <toolbox/CFString.h>
 #include <toolbox/Files.h>
 
@@ -31,6 +32,8 @@ class MIRTAL_EXPORT TCFString {
     TCFString(const char* inText, CFStringEncoding inEncoding);
     TCFString(const unsigned char* inPascalText, CFStringEncoding inEncoding);
     TCFString(const HFSUniStr255& inName);
+    // A moment, in seconds from Core Foundation's reference date, as the current locale writes it.
+    TCFString(double inAbsoluteTime, CFDateFormatterStyle inDateStyle, CFDateFormatterStyle inTimeStyle);
     ~TCFString();
 
     TCFString& operator=(const TCFString& inOther);
@@ -85,17 +88,50 @@ class MIRTAL_EXPORT TCFString {
     UniChar* Unicode(long inCount, UniChar* outUnits) const;
     // The first 255 units. Returns outName.
     HFSUniStr255& HFSUniStr(HFSUniStr255& outName) const;
+    // A name for a file: "_" for every ":". Of text longer than inMaxLength (> 0) the front and the suffix
+    // stay, or the front alone when there is no suffix or it is not shorter than inMaxLength.
+    TCFString HFSName(long inMaxLength) const;
 
     // Strings made from something else.
 
     // With inIsExternalRepresentation the bytes may begin with a byte order mark, which is dropped.
     static TCFString WithBytes(const unsigned char* inBytes, long inByteCount, CFStringEncoding inEncoding,
                                bool inIsExternalRepresentation);
+    // What CFStringCreateWithFormat makes of the format and the arguments; "%@" is an object.
+    static TCFString CFPrintf(CFStringRef inFormat, ...);
+    static TCFString Int(const unsigned long& inNumber);  // decimal
     // A string of the application's resources, in the default encoding: "STR " inResID for an inIndex below
     // 0, else entry inIndex (from 1) of the list "STR#" inResID. What is not empty is read once and kept for
     // the life of the process. A missing list or entry is empty; a missing "STR " throws LException "nilP".
     // One thread at a time.
     static TCFString Res(short inResID, short inIndex);
+
+    // Searching. Without flags units compare by value. The empty string is found nowhere.
+
+    bool HasPrefix(const TCFString& inPrefix, bool inIgnoreCase) const;  // every string has the empty prefix
+    bool HasSuffix(const TCFString& inSuffix) const;                     // without regard to case
+    // The first occurrence, or with kCFCompareBackwards the last; location -1 when there is none.
+    CFRange Find(const TCFString& inString, CFStringCompareFlags inFlags) const;
+    // The same inside inRange, brought inside the string; length -1, too, when there is none.
+    CFRange FindInRange(CFRange inRange, const TCFString& inString, CFStringCompareFlags inFlags) const;
+
+    // Replacing. A range is brought inside the string (CheckRange), so one past the end lies before the last
+    // unit; but with one whose location or length is negative nothing is replaced.
+
+    TCFString Replace(const CFRange& inRange, const TCFString& inWith) const;
+    TCFString ReplaceSubstring(const TCFString& inFind, const TCFString& inWith,
+                               CFStringCompareFlags inFlags) const;  // what Find finds
+    TCFString FindAndReplace(const TCFString& inFind, const TCFString& inWith, CFRange inRange,
+                             CFStringCompareFlags inFlags) const;  // every occurrence inside inRange
+    // Puts each parameter in place of the first "^0", "^1", "^2" or "^3", one parameter after the other, so
+    // that what was put in is searched too. The mark of an empty parameter stays.
+    TCFString PlugParams(const TCFString& inParam0, const TCFString& inParam1, const TCFString& inParam2,
+                         const TCFString& inParam3) const;
+
+    // The suffix of a file's name: from the last dot on, 12 units at most with the dot; else empty.
+    TCFString Suffix() const;
+    // The string without its suffix. A dot with a space anywhere behind it begins none here.
+    TCFString RemoveSuffix() const;
 
     // Numbers, as strtol, strtoll and strtod read the first 255 bytes of CString: a number beyond the type is
     // the nearest that the type has. Base 0 goes by the prefixes of C.
@@ -107,6 +143,16 @@ class MIRTAL_EXPORT TCFString {
     // Without its fraction; a number beyond 64 bits is the nearest of 64 bits, and what is no number is 0.
     double ToDouble(unsigned char* outIsGood) const;
 
+    // Case by the rules common to all languages; lengths may change.
+    TCFString Capitalize() const;
+    TCFString Uppercase() const;
+    TCFString Lowercase() const;
+    TCFString Normalize(CFStringNormalizationForm inForm) const;
+
+    // The order in which the Finder lists names, of the first 255 units: -1, 0 or 1. Without inStrict, names
+    // that differ in the weakest degree only are equal.
+    SInt32 FinderCompareTo(const TCFString& inOther, unsigned char inStrict) const;
+
   private:
     CFStringRef mString;
 };
@@ -114,3 +160,5 @@ class MIRTAL_EXPORT TCFString {
 // Exact: units compare by value, case counts. The identical string is equal without looking at it.
 MIRTAL_EXPORT bool operator==(const TCFString& inLeft, const TCFString& inRight);
 MIRTAL_EXPORT bool operator!=(const TCFString& inLeft, const TCFString& inRight);
+
+MIRTAL_EXPORT TCFString operator+(const TCFString& inLeft, const TCFString& inRight);

@@ -1,0 +1,45 @@
+// Strings that are written: by a format, from a number, from a moment.
+#include <strings/TCFString.h>
+
+#include <cstdarg>
+
+namespace {
+
+CFStringRef CreateMoment(double inAbsoluteTime, CFDateFormatterStyle inDateStyle,
+                         CFDateFormatterStyle inTimeStyle) {
+    CFLocaleRef const locale = CFLocaleCopyCurrent();
+    if (locale == nullptr) return nullptr;
+    CFDateFormatterRef const formatter =
+        CFDateFormatterCreate(kCFAllocatorDefault, locale, inDateStyle, inTimeStyle);
+    CFRelease(locale);
+    if (formatter == nullptr) return nullptr;
+    CFStringRef const moment =
+        CFDateFormatterCreateStringWithAbsoluteTime(kCFAllocatorDefault, formatter, inAbsoluteTime);
+    CFRelease(formatter);
+    return moment;
+}
+
+}  // namespace
+
+TCFString::TCFString(double inAbsoluteTime, CFDateFormatterStyle inDateStyle,
+                     CFDateFormatterStyle inTimeStyle)
+    : mString(CreateMoment(inAbsoluteTime, inDateStyle, inTimeStyle)) {
+    EnsureNonNullRef();
+}
+
+TCFString TCFString::CFPrintf(CFStringRef inFormat, ...) {
+    TCFString result;
+    std::va_list arguments;
+    va_start(arguments, inFormat);
+    result.Adopt(CFStringCreateWithFormatAndArguments(kCFAllocatorDefault, nullptr, inFormat, arguments));
+    va_end(arguments);
+    return result;
+}
+
+TCFString TCFString::Int(const unsigned long& inNumber) {
+    return CFPrintf(CFSTR("%lu"), inNumber);
+}
+
+TCFString operator+(const TCFString& inLeft, const TCFString& inRight) {
+    return TCFString::CFPrintf(CFSTR("%@%@"), inLeft.StringRef(), inRight.StringRef());
+}

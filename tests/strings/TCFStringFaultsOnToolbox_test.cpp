@@ -1,0 +1,165 @@
+// Every operation over the real Core Foundation, with each of its allocations failing once.
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "StringTest.h"
+#include "corefoundation/CF_test_access.h"
+
+namespace {
+
+using toolbox::corefoundation::LiveObjectsForTesting;
+using toolbox::corefoundation::SystemCallsForTesting;
+
+// The inCall-th allocation of Core Foundation fails, from 1; no other.
+class FailingAllocation {
+  public:
+    explicit FailingAllocation(int inCall) {
+        sLeft = inCall;
+        SystemCallsForTesting().allocate = [](std::size_t inByteCount) -> void* {
+            return --sLeft == 0 ? nullptr : sAllocate(inByteCount);
+        };
+    }
+    ~FailingAllocation() { SystemCallsForTesting().allocate = sAllocate; }
+    static bool WasDelivered() { return sLeft <= 0; }
+
+  private:
+    static inline int sLeft = 0;
+    static inline auto* const sAllocate = SystemCallsForTesting().allocate;
+};
+
+using Operation = std::function<TCFString(TCFString const&)>;
+
+struct Row {
+    char const* name;
+    char16_t const* result;
+    // What there is when memory is short: nothing, or the string as it was. Of several steps a later one may
+    // go on with that.
+    std::vector<std::u16string> fallbacks;
+    Operation apply;
+};
+
+constexpr char16_t kText[] = u"a:Very long name.txt";
+
+std::vector<Row> Rows() {
+    static TCFString const sA = Units(u"a"), sB = Units(u"b"), sMark = Units(u"^0"), sEmpty;
+    std::u16string const empty, same = kText, mark = u"^0";
+    return {
+        {"concatenation",
+         u"a:Very long name.txta",
+         {empty},
+         [](TCFString const& inString) { return inString + sA; }},
+        {"substring", u"Very", {empty}, [](TCFString const& inString) { return inString.Substring(2, 4); }},
+        {"suffix", u".txt", {empty}, [](TCFString const& inString) { return inString.Suffix(); }},
+        {"name",
+         u"a:Very long name",
+         {empty},
+         [](TCFString const& inString) { return inString.RemoveSuffix(); }},
+        {"cut",
+         u"a_Very.txt",
+         {u"a_Very lon", u".txt", empty, u"a:Very.txt"},
+         [](TCFString const& inString) { return inString.HFSName(10); }},
+        {"replace",
+         u"b:Very long name.txt",
+         {same},
+         [](TCFString const& inString) { return inString.Replace(CFRangeMake(0, 1), sB); }},
+        {"replace longer",
+         u"0123456789012345678901234567890123456789",
+         {same},
+         [](TCFString const& inString) {
+             static TCFString const sLong = Units(u"0123456789012345678901234567890123456789");
+             return inString.Replace(CFRangeMake(0, 100), sLong);
+         }},
+        {"find and replace",
+         u"^0:Very long n^0me.txt",
+         {same},
+         [](TCFString const& inString) {
+             return inString.FindAndReplace(sA, sMark, CFRangeMake(0, inString.Length()), 0);
+         }},
+        {"capitals",
+         u"A:VERY LONG NAME.TXT",
+         {empty, same},
+         [](TCFString const& inString) { return inString.Uppercase(); }},
+        {"small letters",
+         u"a:very long name.txt",
+         {empty, same},
+         [](TCFString const& inString) { return inString.Lowercase(); }},
+        {"title",
+         u"A:Very Long Name.txt",
+         {empty, same},
+         [](TCFString const& inString) { return inString.Capitalize(); }},
+        {"normal form",
+         u"a:Very long name.txt",
+         {empty},
+         [](TCFString const& inString) { return inString.Normalize(kCFStringNormalizationFormKD); }},
+        {"parameters",
+         u"a:Very long name.txt",
+         {mark},
+         [](TCFString const& inString) { return sMark.PlugParams(inString, sEmpty, sEmpty, sEmpty); }},
+    };
+}
+
+TEST(FaultsOnToolboxTest, EveryAllocationOfEveryOperation) {
+    TCFString const string = Units(kText);
+    for (Row const& row : Rows()) {
+        UnitsOf(row.apply(string));  // what is made once and kept is made now
+        SInt64 const objects = LiveObjectsForTesting();
+        for (int call = 1;; ++call) {
+            SCOPED_TRACE(std::string(row.name) + ", allocation " + std::to_string(call));
+            std::u16string result;
+            bool wasDelivered = false;
+            {
+                FailingAllocation const failing(call);
+                result = UnitsOf(row.apply(string));
+                wasDelivered = failing.WasDelivered();
+            }
+            EXPECT_EQ(objects, LiveObjectsForTesting());
+            if (!wasDelivered) {
+                EXPECT_EQ(row.result, result);
+                EXPECT_GT(call, 1) << "else nothing failed";
+                break;
+            }
+            bool isKnown = result == row.result;
+            for (std::u16string const& fallback : row.fallbacks)
+                isKnown = isKnown || result == fallback;
+            EXPECT_TRUE(isKnown) << "something else came of it, of " << result.size() << " units";
+            ASSERT_LT(call, 100);
+        }
+        EXPECT_EQ(kText, UnitsOf(string));
+    }
+}
+
+TEST(FaultsOnToolboxTest, EveryAllocationOfAMoment) {
+    auto const moment = [] {
+        return UnitsOf(TCFString(0.0, kCFDateFormatterFullStyle, kCFDateFormatterFullStyle));
+    };
+    std::u16string const whole = moment();
+    SInt64 const objects = LiveObjectsForTesting();
+    for (int call = 1;; ++call) {
+        FailingAllocation const failing(call);
+        std::u16string const result = moment();
+        EXPECT_EQ(objects, LiveObjectsForTesting());
+        if (!failing.WasDelivered()) break;
+        EXPECT_TRUE(result.empty() || result == whole) << call;
+        ASSERT_LT(call, 100);
+    }
+}
+
+TEST(FaultsOnToolboxTest, OperationsOnManyThreads) {
+    TCFString const shared = Units(kText);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&shared] {
+            for (int k = 0; k < 500; ++k) {
+                TCFString const name = shared.RemoveSuffix() + shared.Suffix();
+                if (name != shared || UnitsOf(shared.HFSName(10)) != u"a_Very.txt" ||
+                    shared.FinderCompareTo(name, true) != 0)
+                    ADD_FAILURE() << "wrong on one of several threads";
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(1, CFGetRetainCount(shared.StringRef()));
+}
+
+}  // namespace
