@@ -4,8 +4,8 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS toolbox aac2wav_library EXPORT mirtalTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT Development)
-install(DIRECTORY platform/include/ foundation/include/ strings/include/ converter/include/
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mirtal FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY platform/include/ foundation/include/ strings/include/ files/include/ quicktime/include/
+    converter/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mirtal FILES_MATCHING PATTERN "*.h")
 
 set(MIRTAL_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/mirtal)
 install(EXPORT mirtalTargets NAMESPACE mirtal:: DESTINATION ${MIRTAL_PACKAGE_DIR})

@@ -2,7 +2,7 @@
 
 set(TOOLBOX_ROOMS toolbox_memory toolbox_corefoundation toolbox_text toolbox_files toolbox_resources
     toolbox_interface toolbox_system toolbox_movies)
-set(LIBRARY_ROOMS aac2wav_foundation aac2wav_strings aac2wav_converter)
+set(LIBRARY_ROOMS aac2wav_foundation aac2wav_strings aac2wav_files aac2wav_quicktime aac2wav_converter)
 if(MIRTAL_JAVA)
     list(APPEND LIBRARY_ROOMS aac2wav_java)
 endif()
@@ -30,7 +30,7 @@ add_library(mirtal::aac2wav ALIAS aac2wav_library)
 # The name that System.loadLibrary("com_mirtal_AAC2WAV") looks for: no version in it.
 set_target_properties(aac2wav_library PROPERTIES OUTPUT_NAME com_mirtal_AAC2WAV EXPORT_NAME aac2wav
     INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
-foreach(room foundation strings converter)
+foreach(room foundation strings files quicktime converter)
     target_include_directories(aac2wav_library INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/${room}/include>)
 endforeach()
 target_include_directories(aac2wav_library INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/mirtal>)
@@ -43,5 +43,5 @@ if(MIRTAL_BUILD_TESTS OR MIRTAL_BUILD_FUZZERS OR MIRTAL_BUILD_BENCHMARKS)
     target_include_directories(toolbox_inside PUBLIC ${PROJECT_SOURCE_DIR}/platform)
     add_library(aac2wav_inside STATIC EXCLUDE_FROM_ALL ${library_objects})
     target_link_libraries(aac2wav_inside PUBLIC mirtal_settings toolbox_headers aac2wav_foundation_headers
-        aac2wav_strings_headers aac2wav_converter_headers)
+        aac2wav_strings_headers aac2wav_files_headers aac2wav_quicktime_headers aac2wav_converter_headers)
 endif()

@@ -18,6 +18,9 @@ QTSetProcessPropertyProcPtr _QTSetProcessProperty;
 
 namespace {
 
+// Held for the life of the process, so that what was found stays mapped.
+CFBundleRef sQuickTime;
+
 template <typename Function>
 void Resolve(CFBundleRef inBundle, CFStringRef inName, Function& outFunction) {
     outFunction = reinterpret_cast<Function>(CFBundleGetFunctionPointerForName(inBundle, inName));
@@ -28,20 +31,18 @@ void Resolve(CFBundleRef inBundle, CFStringRef inName, Function& outFunction) {
 OSStatus LoadWeakQTSymbols() {
     if (qtInited) return noErr;
 
-    // Never released once it was loaded: the functions live in it.
-    CFBundleRef bundle = nullptr;
-    OSStatus const status = UBundle::LoadFrameworkBundle(CFSTR("QuickTime.framework"), &bundle, false);
+    OSStatus const status = UBundle::LoadFrameworkBundle(CFSTR("QuickTime.framework"), &sQuickTime, false);
     if (status != noErr) return status;
 
-    Resolve(bundle, CFSTR("QTBeginUserInteractionSuppression"), _QTBeginUserInteractionSuppression);
-    Resolve(bundle, CFSTR("QTEndUserInteractionSuppression"), _QTEndUserInteractionSuppression);
-    Resolve(bundle, CFSTR("QTIsUserInteractionAllowed"), _QTIsUserInteractionAllowed);
-    Resolve(bundle, CFSTR("QTGetMoviePropertyInfo"), _QTGetMoviePropertyInfo);
-    Resolve(bundle, CFSTR("QTGetMovieProperty"), _QTGetMovieProperty);
-    Resolve(bundle, CFSTR("QTSetMovieProperty"), _QTSetMovieProperty);
-    Resolve(bundle, CFSTR("QTGetProcessPropertyInfo"), _QTGetProcessPropertyInfo);
-    Resolve(bundle, CFSTR("QTGetProcessProperty"), _QTGetProcessProperty);
-    Resolve(bundle, CFSTR("QTSetProcessProperty"), _QTSetProcessProperty);
+    Resolve(sQuickTime, CFSTR("QTBeginUserInteractionSuppression"), _QTBeginUserInteractionSuppression);
+    Resolve(sQuickTime, CFSTR("QTEndUserInteractionSuppression"), _QTEndUserInteractionSuppression);
+    Resolve(sQuickTime, CFSTR("QTIsUserInteractionAllowed"), _QTIsUserInteractionAllowed);
+    Resolve(sQuickTime, CFSTR("QTGetMoviePropertyInfo"), _QTGetMoviePropertyInfo);
+    Resolve(sQuickTime, CFSTR("QTGetMovieProperty"), _QTGetMovieProperty);
+    Resolve(sQuickTime, CFSTR("QTSetMovieProperty"), _QTSetMovieProperty);
+    Resolve(sQuickTime, CFSTR("QTGetProcessPropertyInfo"), _QTGetProcessPropertyInfo);
+    Resolve(sQuickTime, CFSTR("QTGetProcessProperty"), _QTGetProcessProperty);
+    Resolve(sQuickTime, CFSTR("QTSetProcessProperty"), _QTSetProcessProperty);
     qtInited = true;
     return noErr;
 }

@@ -89,7 +89,7 @@ def check(label, library, folders, marker):
 
 found = check("toolbox", TOOLBOX, ["platform/include"], "TOOLBOX_EXPORT")
 found += check("framework", FRAMEWORK, ["platform/include"], "TOOLBOX_FRAMEWORK_EXPORT")
-rooms = [f"{room}/include" for room in ("foundation", "strings", "converter") if (ROOT / room / "include").is_dir()]
+rooms = [f"{room}/include" for room in ("foundation", "strings", "files", "quicktime", "converter") if (ROOT / room / "include").is_dir()]
 found += check("aac2wav", LIBRARY, rooms, "MIRTAL_EXPORT")
 print("\n".join(found))
 sys.exit(1 if found else 0)
