@@ -227,4 +227,67 @@ TEST(OpenForReading, ALinkTakesThePathMeanwhile) {
     close(descriptor);
 }
 
+TEST(ReadSmallFile, ReadsAll) {
+    const TemporaryFolder folder;
+    std::string contents = "old";
+    EXPECT_EQ(noErr, toolbox::files::ReadSmallFile(RefOf(folder.MakeFile("empty", "")), 10, contents));
+    EXPECT_EQ("", contents);
+    EXPECT_EQ(noErr,
+              toolbox::files::ReadSmallFile(RefOf(folder.MakeFile("ten", "0123456789")), 10, contents));
+    EXPECT_EQ("0123456789", contents);
+    const std::string large(200'000, 'x');
+    EXPECT_EQ(noErr,
+              toolbox::files::ReadSmallFile(RefOf(folder.MakeFile("large", large)), 1'000'000, contents));
+    EXPECT_EQ(large, contents);
+}
+
+TEST(ReadSmallFile, RefusesWhatIsTooLarge) {
+    const TemporaryFolder folder;
+    std::string contents;
+    EXPECT_EQ(fileBoundsErr,
+              toolbox::files::ReadSmallFile(RefOf(folder.MakeFile("a", "0123456789")), 9, contents));
+    EXPECT_EQ(fileBoundsErr, toolbox::files::ReadSmallFile(RefOf(folder.MakeFile("a", "0")), 0, contents));
+    EXPECT_EQ(notAFileErr, toolbox::files::ReadSmallFile(RefOf(folder.MakeFolder("b")), 9, contents));
+}
+
+TEST(ReadSmallFile, EveryFailingCallIsTold) {
+    const TemporaryFolder folder;
+    const FSRef ref = RefOf(folder.MakeFile("a", std::string(100'000, 'x')));
+    const std::size_t descriptorsBefore = test_files::OpenDescriptorCount();
+    int failureCount = 0;
+    for (int n = 1;; ++n) {
+        std::string contents;
+        const FailingCalls calls(n, EIO);
+        const OSStatus status = toolbox::files::ReadSmallFile(ref, 200'000, contents);
+        ASSERT_EQ(descriptorsBefore, test_files::OpenDescriptorCount()) << n;
+        if (!calls.Delivered()) {
+            EXPECT_EQ(noErr, status);
+            break;
+        }
+        failureCount += status == ioErr;
+    }
+    EXPECT_GE(failureCount, 5);
+}
+
+TEST(ReadSmallFile, InterruptedReadsGoOn) {
+    const TemporaryFolder folder;
+    const FSRef ref = RefOf(folder.MakeFile("a", "0123456789"));
+    auto& calls = toolbox::files::CallsForTesting();
+    static auto sReadAt = calls.readAt;
+    static int sCallCount;
+    sReadAt = calls.readAt;
+    sCallCount = 0;
+    // Every second call is interrupted, the others give a byte or two.
+    calls.readAt = [](int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset) -> ssize_t {
+        errno = EINTR;
+        if (++sCallCount % 2 == 1) return -1;
+        return sReadAt(inDescriptor, outBytes, inByteCount < 2 ? inByteCount : 2, inOffset);
+    };
+    std::string contents;
+    const OSStatus status = toolbox::files::ReadSmallFile(ref, 100, contents);
+    calls.readAt = sReadAt;
+    EXPECT_EQ(noErr, status);
+    EXPECT_EQ("0123456789", contents);
+}
+
 }  // namespace
