@@ -2,12 +2,15 @@
 
 #include "AccessKeys.h"
 #include "Alerts.h"
+#include "Catalogue.h"
 #include "Collation.h"
+#include "Drawing.h"
 #include "Frameworks.h"
 #include "Memory.h"
 #include "Movies.h"
 #include "Resources.h"
 #include "Script.h"
+#include "System.h"
 #include "Text.h"
 
 #include <algorithm>
@@ -43,12 +46,15 @@ void StartScenario() {
     TheState().log.reserve(kLogCapacity);
     ForgetAccessKeys();
     ForgetAlerts();
+    ForgetCatalogue();
     ForgetCollation();
+    ForgetDrawing();
     ForgetFrameworks();
     ForgetMemoryScript();
     ForgetMovies();
     ForgetResources();
     ForgetScripts();
+    ForgetSystem();
     ForgetTextScript();
 }
 

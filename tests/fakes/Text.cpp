@@ -9,6 +9,7 @@
 #include "Calls.h"
 #include "CountedString.h"
 #include "Frameworks.h"
+#include "System.h"
 
 extern "C" const char kCFStringTypeMarker = 0;
 
@@ -20,6 +21,7 @@ constexpr SInt64 kConstantCount = -1;
 
 struct Script {
     BestFit bestFit = BestFit::kMacRoman;
+    TextEncoding applicationEncoding = kCFStringEncodingUTF8;
     std::set<CFStringEncoding> refusedCStrings;
     std::set<CFStringEncoding> refusedPascalStrings;
 };
@@ -168,6 +170,10 @@ void SetBestFit(BestFit inBestFit) {
     TheScript().bestFit = inBestFit;
 }
 
+void SetApplicationEncoding(TextEncoding inEncoding) {
+    TheScript().applicationEncoding = inEncoding;
+}
+
 void RefuseCStringsIn(CFStringEncoding inEncoding) {
     TheScript().refusedCStrings.insert(inEncoding);
 }
@@ -195,7 +201,7 @@ CFTypeRef CFRetain(CFTypeRef inObject) {
 }
 
 void CFRelease(CFTypeRef inObject) {
-    if (ReleaseFrameworkObject(inObject)) return;
+    if (ReleaseFrameworkObject(inObject) || ReleaseIdentifier(inObject)) return;
     if (Image(inObject).retainCount == kConstantCount) return;
     if (Strings().count(inObject) == 0) return ReportMisuse("CFRelease of a string that is not live");
     auto* const string = static_cast<CountedString*>(const_cast<void*>(inObject));
@@ -288,7 +294,7 @@ CFStringEncoding CFStringGetSystemEncoding(void) {
 
 TextEncoding GetApplicationTextEncoding(void) {
     ++AskedCount();
-    return kCFStringEncodingUTF8;
+    return TheScript().applicationEncoding;
 }
 
 OSStatus GetTextAndEncodingFromCFString(CFStringRef inString, UInt8* outText, ByteCount inTextMaxLength,

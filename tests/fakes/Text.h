@@ -15,6 +15,7 @@ int LiveStrings();
 // What GetApplicationTextEncoding answers: UTF-8, from the load of the program on. The system encoding is Mac
 // Roman.
 int ApplicationEncodingAskedCount();
+void SetApplicationEncoding(TextEncoding inEncoding);
 
 enum class BestFit {
     kMacRoman,  // what fits and Mac Roman holds

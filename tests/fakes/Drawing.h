@@ -1,0 +1,24 @@
+// A drawing port that logs what is drawn, and a dialog with one item.
+#pragma once
+
+#include <toolbox/Controls.h>
+#include <toolbox/DialogWindows.h>
+#include <toolbox/QuickDraw.h>
+
+namespace fakes {
+
+// The dialog, and the port that is the current one when a scenario begins. Port 1 is that, port 2 the
+// dialog's.
+DialogRef TheDialog();
+GrafPtr CurrentPort();
+PenState const& Pen();
+
+// The item that GetDialogItem answers, whatever its number is.
+void SetDialogItem(DialogItemType inType, Handle inItem, Rect const& inBox);
+
+// The face last set; -1 before.
+int Face();
+
+void ForgetDrawing();
+
+}  // namespace fakes
