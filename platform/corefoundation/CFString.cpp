@@ -27,8 +27,11 @@ CFStringRef NewStringOf(const Coder* inCoder, const UInt8* inBytes, CFIndex inBy
     StringObject* string = NewString(asciiCount + restLength, &characters);
     if (string == nullptr) return nullptr;
     std::copy_n(inBytes, asciiCount, characters);
-    if (restCount != 0) inCoder->Decode(rest, restCount, characters + asciiCount);
-    return RefOf(string);
+    if (restCount == 0 || inCoder->Decode(rest, restCount, characters + asciiCount, restLength)) {
+        return RefOf(string);
+    }
+    CFRelease(RefOf(string));
+    return nullptr;
 }
 
 bool HoldsSameUnits(CFTypeRef inOne, CFTypeRef inOther) {

@@ -53,7 +53,7 @@ class DoubleByteCoder final : public Coder {
         return unitCount;
     }
 
-    void Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits) const override {
+    bool Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits, CFIndex) const override {
         for (CFIndex at = 0; at < inByteCount;) {
             const UInt16 code = NextCode(inBytes, inByteCount, at);
             const UniChar unit = UnitOf(code);
@@ -64,6 +64,7 @@ class DoubleByteCoder final : public Coder {
                 *outUnits++ = unit;
             }
         }
+        return true;
     }
 
     int EncodeCodePoint(UInt32 inCodePoint, UInt8* outBytes) const override {

@@ -1,5 +1,7 @@
 #include "Encodings.h"
 
+#include "UTF8.h"
+
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
@@ -20,7 +22,7 @@ class ASCIICoder final : public Coder {
     int MaxBytesPerUnit() const override { return 1; }
     // Leading ASCII has been dealt with: whatever is left is not.
     CFIndex CountUnits(const UInt8*, CFIndex) const override { return kCFNotFound; }
-    void Decode(const UInt8*, CFIndex, UniChar*) const override {}
+    bool Decode(const UInt8*, CFIndex, UniChar*, CFIndex) const override { return false; }
     int EncodeCodePoint(UInt32, UInt8*) const override { return 0; }
 };
 
@@ -30,23 +32,17 @@ class UTF8Coder final : public Coder {
     int MaxBytesPerUnit() const override { return 3; }
 
     CFIndex CountUnits(const UInt8* inBytes, CFIndex inByteCount) const override {
-        CFIndex unitCount = 0;
-        for (CFIndex i = 0; i < inByteCount;) {
-            UChar32 codePoint;
-            U8_NEXT(inBytes, i, inByteCount, codePoint);
-            if (codePoint < 0) return kCFNotFound;
-            unitCount += U16_LENGTH(codePoint);
-        }
-        return unitCount;
+        return CountUTF8Units(inBytes, inByteCount);
     }
 
-    void Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits) const override {
-        CFIndex unitCount = 0;
-        for (CFIndex i = 0; i < inByteCount;) {
-            UChar32 codePoint;
-            U8_NEXT_UNSAFE(inBytes, i, codePoint);
-            U16_APPEND_UNSAFE(outUnits, unitCount, codePoint);
-        }
+    bool Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits,
+                CFIndex inUnitCount) const override {
+        return DecodeUTF8(inBytes, inByteCount, outUnits, inUnitCount);
+    }
+
+    Encoded EncodeRun(const UniChar* inUnits, CFIndex inUnitCount, UInt8* outBytes,
+                      CFIndex inCapacity) const override {
+        return EncodeUTF8(inUnits, inUnitCount, outBytes, inCapacity);
     }
 
     int EncodeCodePoint(UInt32 inCodePoint, UInt8* outBytes) const override {
@@ -86,10 +82,11 @@ class UTF16Coder final : public Coder {
         return inByteCount % 2 == 0 ? inByteCount / 2 : CFIndex{kCFNotFound};
     }
 
-    void Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits) const override {
-        for (CFIndex i = 0; i < inByteCount / 2; ++i) {
+    bool Decode(const UInt8* inBytes, CFIndex, UniChar* outUnits, CFIndex inUnitCount) const override {
+        for (CFIndex i = 0; i < inUnitCount; ++i) {
             outUnits[i] = static_cast<UniChar>(LoadUnit<kIsBigEndian>(inBytes + 2 * i, 2));
         }
+        return true;
     }
 
     int EncodeCodePoint(UInt32 inCodePoint, UInt8* outBytes) const override {
@@ -119,12 +116,13 @@ class UTF32Coder final : public Coder {
         return unitCount;
     }
 
-    void Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits) const override {
+    bool Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits, CFIndex) const override {
         CFIndex unitCount = 0;
         for (CFIndex i = 0; i < inByteCount; i += 4) {
             const UInt32 codePoint = LoadUnit<kIsBigEndian>(inBytes + i, 4);
             U16_APPEND_UNSAFE(outUnits, unitCount, codePoint);
         }
+        return true;
     }
 
     int EncodeCodePoint(UInt32 inCodePoint, UInt8* outBytes) const override {
@@ -219,6 +217,11 @@ Encoded Encode(const Coder& inCoder, const UniChar* inUnits, CFIndex inUnitCount
         holdsASCII ? EncodeLeadingASCII(inUnits, std::min(inUnitCount, inCapacity), outBytes) : 0;
     Encoded done{asciiCount, asciiCount};
     while (done.unitCount < inUnitCount) {
+        const Encoded run = inCoder.EncodeRun(inUnits + done.unitCount, inUnitCount - done.unitCount,
+                                              outBytes == nullptr ? nullptr : outBytes + done.byteCount,
+                                              inCapacity - done.byteCount);
+        done = {done.unitCount + run.unitCount, done.byteCount + run.byteCount};
+        if (done.unitCount == inUnitCount) break;
         UInt8 bytes[Coder::kMaxBytesPerCodePoint];
         CFIndex next = done.unitCount;
         int byteCount = EncodeNext(inCoder, inUnits, inUnitCount, next, bytes);

@@ -5,6 +5,11 @@
 
 namespace toolbox::corefoundation {
 
+struct Encoded {
+    CFIndex unitCount;  // units taken
+    CFIndex byteCount;  // bytes written for them
+};
+
 // One encoding. Coders are static and may be used on any thread.
 class Coder {
   public:
@@ -15,10 +20,13 @@ class Coder {
     // Whether text is a row of bytes, with no zero byte but for the character 0.
     bool HasByteUnits() const { return mForm != Form::kWideUnits; }
 
-    // UTF-16 units that the bytes decode to, or kCFNotFound when they are not text in the encoding.
+    // UTF-16 units that the bytes decode to, or kCFNotFound when they are seen not to be text in the
+    // encoding.
     virtual CFIndex CountUnits(const UInt8* inBytes, CFIndex inByteCount) const = 0;
-    // Decodes bytes that CountUnits has accepted.
-    virtual void Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits) const = 0;
+    // Decodes bytes of which CountUnits has said inUnitCount. False when they turn out not to be text; what
+    // was written is then unspecified, and inside that count.
+    [[nodiscard]] virtual bool Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits,
+                                      CFIndex inUnitCount) const = 0;
     // Writes a code point, or a surrogate that has no partner; returns the bytes written, 0 when it cannot be
     // held.
     virtual int EncodeCodePoint(UInt32 inCodePoint, UInt8* outBytes) const = 0;
@@ -27,6 +35,13 @@ class Coder {
     virtual CFIndex EncodeSequence(const UniChar* /*inUnits*/, CFIndex /*inUnitCount*/, UInt8* /*outBytes*/,
                                    int& /*outByteCount*/) const {
         return 0;
+    }
+
+    // As many characters as the coder can write in one run, which may be none: the others one by one.
+    //   outBytes  null: bytes are counted only
+    virtual Encoded EncodeRun(const UniChar* /*inUnits*/, CFIndex /*inUnitCount*/, UInt8* /*outBytes*/,
+                              CFIndex /*inCapacity*/) const {
+        return {0, 0};
     }
 
     // The most bytes that a UTF-16 unit of text takes.
@@ -49,11 +64,6 @@ const Coder* FindSingleByteCoder(CFStringEncoding inEncoding);
 const Coder* FindDoubleByteCoder(CFStringEncoding inEncoding);
 
 CFIndex CountLeadingASCII(const UInt8* inBytes, CFIndex inByteCount);
-
-struct Encoded {
-    CFIndex unitCount;  // units taken
-    CFIndex byteCount;  // bytes written for them
-};
 
 // Encodes until the end, the first character that the encoding cannot hold, or the first that does not fit.
 //   inLossByte  stands in for each character that cannot be held, unless 0

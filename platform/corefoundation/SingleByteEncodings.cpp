@@ -100,9 +100,10 @@ class SingleByteCoder final : public Coder {
         return isText ? inByteCount : CFIndex{kCFNotFound};
     }
 
-    void Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits) const override {
+    bool Decode(const UInt8* inBytes, CFIndex inByteCount, UniChar* outUnits, CFIndex) const override {
         std::transform(inBytes, inBytes + inByteCount, outUnits,
                        [this](UInt8 inByte) { return UnitOf(inByte); });
+        return true;
     }
 
     int EncodeCodePoint(UInt32 inCodePoint, UInt8* outBytes) const override {
