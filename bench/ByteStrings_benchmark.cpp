@@ -6,6 +6,8 @@
 #include <strings/PascalStrings.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -63,17 +65,23 @@ void CatWithPStrCat(benchmark::State& ioState) {
     }
 }
 
+// Equal blocks, at addresses that are the same for every case and tell nothing in its time.
 struct Blocks {
-    explicit Blocks(benchmark::State& inState)
-        : byteCount(inState.range(0)), left(static_cast<std::size_t>(byteCount), 'x'), right(left) {}
+    explicit Blocks(benchmark::State& inState) : byteCount(inState.range(0)) {
+        std::memset(sBytes, 'x', sizeof sBytes);
+    }
+    static constexpr std::size_t kMostBytes = 1 << 20;
+    alignas(64) static inline unsigned char sBytes[2 * kMostBytes + 256];
+
     std::int64_t byteCount;
-    std::vector<unsigned char> left, right;
+    unsigned char* left = sBytes;
+    unsigned char* right = sBytes + kMostBytes + 256;
 };
 
 void MoveWithMemcpy(benchmark::State& ioState) {
     Blocks blocks(ioState);
     for (auto _ : ioState) {
-        std::memcpy(blocks.right.data(), blocks.left.data(), static_cast<std::size_t>(blocks.byteCount));
+        std::memcpy(blocks.right, blocks.left, static_cast<std::size_t>(blocks.byteCount));
         benchmark::ClobberMemory();
     }
 }
@@ -81,23 +89,25 @@ void MoveWithMemcpy(benchmark::State& ioState) {
 void MoveWithBlockMoveData(benchmark::State& ioState) {
     Blocks blocks(ioState);
     for (auto _ : ioState) {
-        BlockMoveData(blocks.left.data(), blocks.right.data(), static_cast<Size>(blocks.byteCount));
+        BlockMoveData(blocks.left, blocks.right, static_cast<Size>(blocks.byteCount));
         benchmark::ClobberMemory();
     }
 }
 
 void CompareWithMemcmp(benchmark::State& ioState) {
     Blocks blocks(ioState);
-    for (auto _ : ioState)
-        benchmark::DoNotOptimize(
-            std::memcmp(blocks.left.data(), blocks.right.data(), static_cast<std::size_t>(blocks.byteCount)));
+    for (auto _ : ioState) {
+        auto byteCount = static_cast<std::size_t>(blocks.byteCount);
+        benchmark::DoNotOptimize(byteCount);
+        benchmark::DoNotOptimize(std::memcmp(blocks.left, blocks.right, byteCount));
+    }
 }
 
 void CompareWithBlockCompare(benchmark::State& ioState) {
     Blocks blocks(ioState);
     for (auto _ : ioState)
-        benchmark::DoNotOptimize(BlockCompare(blocks.left.data(), blocks.right.data(),
-                                              static_cast<unsigned long>(blocks.byteCount)));
+        benchmark::DoNotOptimize(
+            BlockCompare(blocks.left, blocks.right, static_cast<unsigned long>(blocks.byteCount)));
 }
 
 double Least(std::vector<double> const& inTimes) {
@@ -109,7 +119,13 @@ void OnStrings(benchmark::internal::Benchmark* inBenchmark) {
 }
 
 void OnBlocks(benchmark::internal::Benchmark* inBenchmark) {
-    inBenchmark->ComputeStatistics("min", Least)->Arg(4)->RangeMultiplier(8)->Range(16, 1 << 20);
+    inBenchmark->ComputeStatistics("min", Least)
+        ->Arg(4)
+        ->Arg(32)
+        ->Arg(128)
+        ->Arg(255)
+        ->RangeMultiplier(8)
+        ->Range(16, 1 << 20);
 }
 
 BENCHMARK(CopyWithMemcpy)->Apply(OnStrings);

@@ -1,18 +1,15 @@
-// Handles beside malloc, blocks compared beside memcmp, and one named resource among many. Under other load
-// compare the least times of several repetitions.
+// Handles beside malloc, and one named resource among many. Under other load compare the least times of
+// several repetitions.
 #include <benchmark/benchmark.h>
-#include <foundation/Blocks.h>
 #include <toolbox/Files.h>
 #include <toolbox/MacMemory.h>
 #include <toolbox/Resources.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -32,29 +29,6 @@ void AllocateAHandle(benchmark::State& ioState) {
         benchmark::DoNotOptimize(handle);
         DisposeHandle(handle);
     }
-}
-
-// Equal blocks: every byte is looked at.
-struct Blocks {
-    explicit Blocks(benchmark::State& inState)
-        : left(static_cast<std::size_t>(inState.range(0)), 'x'), right(left) {}
-    std::vector<char> left;
-    std::vector<char> right;
-};
-
-void CompareWithMemcmp(benchmark::State& ioState) {
-    Blocks blocks(ioState);
-    for (auto _ : ioState) {
-        std::size_t count = blocks.left.size();
-        benchmark::DoNotOptimize(count);
-        benchmark::DoNotOptimize(std::memcmp(blocks.left.data(), blocks.right.data(), count));
-    }
-}
-
-void CompareBlocks(benchmark::State& ioState) {
-    Blocks blocks(ioState);
-    for (auto _ : ioState)
-        benchmark::DoNotOptimize(BlockCompare(blocks.left.data(), blocks.right.data(), blocks.left.size()));
 }
 
 // A resource file in a folder of its own, with as many resources of 1000 bytes, each with a name of its own.
@@ -131,8 +105,6 @@ void OpenAndFindOne(benchmark::State& ioState) {
 
 BENCHMARK(AllocateWithMalloc)->Arg(16)->Arg(1000)->Arg(176484);
 BENCHMARK(AllocateAHandle)->Arg(16)->Arg(1000)->Arg(176484);
-BENCHMARK(CompareWithMemcmp)->Arg(16)->Arg(255)->Arg(4096)->Arg(1 << 20);
-BENCHMARK(CompareBlocks)->Arg(16)->Arg(255)->Arg(4096)->Arg(1 << 20);
 BENCHMARK(FindANamedResource)->Arg(10)->Arg(10'000);
 BENCHMARK(OpenAndFindOne)->Arg(10)->Arg(10'000);
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
@@ -78,14 +79,17 @@ TEST(Blocks, AgainstAPlainLoop) {
 
 // Every place of a single difference, and of a second one behind it that must not count.
 TEST(Blocks, FirstDifferenceCounts) {
-    for (unsigned long const length : {1u, 7u, 8u, 9u, 31u, 32u, 33u, 100u, 600u}) {
+    std::vector<unsigned long> lengths(140);
+    std::iota(lengths.begin(), lengths.end(), 1);
+    lengths.insert(lengths.end(), {255, 256, 257, 600, 4096, 4097});
+    for (unsigned long const length : lengths) {
         std::vector<unsigned char> const left(length, 0x80);
         for (unsigned long at = 0; at < length; ++at) {
             std::vector<unsigned char> right = left;
             right[length - 1] = 0;
             right[at] = 0x90;
-            EXPECT_EQ(-0x10, BlockCompare(left.data(), right.data(), length)) << length << " " << at;
-            EXPECT_EQ(0, BlockCompare(left.data(), right.data(), at));
+            ASSERT_EQ(-0x10, BlockCompare(left.data(), right.data(), length)) << length << " " << at;
+            ASSERT_EQ(0, BlockCompare(left.data(), right.data(), at)) << length << " " << at;
         }
     }
 }
