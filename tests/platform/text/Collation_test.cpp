@@ -13,6 +13,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -181,6 +182,20 @@ TEST(Collation, ACollatorThatCannotBeHadIsTriedAgain) {
         EXPECT_EQ(memFullErr, StatusOf(u"a", u"b", kFinder, outcome));
     }
     EXPECT_EQ((Outcome{-4, false}), Compare(u"a", u"b"));
+}
+
+TEST(Collation, FirstUseOnSeveralThreads) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([] {
+            // Down to the last level of each set of collators.
+            for (const UCCollateOptions options :
+                 {UCCollateOptions{0}, kFinder, kFinderWithCase, UCCollateOptions{0x30000}})
+                EXPECT_EQ(1, std::abs(Compare(u"\u3042", u"\u30A2", options).order));
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 TEST(Collation, Same) {
