@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -221,4 +222,77 @@ TEST(Compare, WithoutHelp) {
         EXPECT_EQ(1, CFStringCompare(CFSTR("abc"), CFSTR("ABC"), flags)) << flags;
     }
     calls = saved;
+}
+
+TEST(Compare, WithoutMarks) {
+    constexpr CFStringCompareFlags kMarks = kCFCompareDiacriticInsensitive;
+    EXPECT_EQ(0, Compare(u"caf\u00E9", u"cafe", kMarks));
+    EXPECT_EQ(0, Compare(u"cafe\u0301", u"caf\u00E8", kMarks));
+    EXPECT_EQ(-1, Compare(u"Caf\u00E9", u"cafe", kMarks));
+    EXPECT_EQ(0, Compare(u"CAF\u00C9", u"cafe", kMarks | kCase));
+    EXPECT_EQ(-1, Compare(u"\u00E9a", u"eb", kMarks));
+    EXPECT_EQ(1, Compare(u"\u00E9a", u"eb")) << "with them";
+    EXPECT_EQ(0, Compare(u"\u0301", u"", kMarks));
+    EXPECT_EQ(0, Compare(u"\u1FB3", u"\u03B1", kMarks | kCase)) << "the iota beneath is a mark";
+    EXPECT_EQ(-1, Compare(u"\u00F8", u"\u0153", kMarks)) << "a stroke is part of the letter";
+    EXPECT_EQ(-1, Compare(u"\u00E9"
+                          u"2",
+                          u"e10", kMarks | kNumerically));
+}
+
+TEST(Compare, WithoutWidth) {
+    constexpr CFStringCompareFlags kWidth = kCFCompareWidthInsensitive;
+    EXPECT_EQ(0, Compare(u"\uFF21\uFF42\uFF11", u"Ab1", kWidth));
+    EXPECT_EQ(1, Compare(u"\uFF21", u"A"));
+    EXPECT_EQ(-1, Compare(u"\uFF21", u"a", kWidth));
+    EXPECT_EQ(0, Compare(u"\uFF21", u"a", kWidth | kCase));
+    EXPECT_EQ(0, Compare(u"\uFF76\uFF9E", u"\u30AC", kWidth | kNonliteral));
+    EXPECT_EQ(-1, Compare(u"\uFF76\uFF9E", u"\u30AC", kWidth)) << "two characters";
+    EXPECT_EQ(-1, Compare(u"x\uFF12", u"x10", kWidth | kNumerically));
+    EXPECT_EQ(0, Compare(u"\uFFE0", u"\u00A2", kWidth));
+}
+
+TEST(Compare, LocalizedIgnoresTheSame) {
+    EXPECT_EQ(-1, Compare(u"cafe", u"caf\u00E9", kLocalized));
+    EXPECT_EQ(0, Compare(u"cafe", u"caf\u00E9", kLocalized | kCFCompareDiacriticInsensitive));
+    EXPECT_EQ(-1, Compare(u"cafe", u"Caf\u00E9", kLocalized | kCFCompareDiacriticInsensitive));
+    EXPECT_EQ(0, Compare(u"cafe", u"Caf\u00E9", kLocalized | kCase | kCFCompareDiacriticInsensitive));
+    EXPECT_EQ(-1, Compare(u"A", u"\uFF21", kLocalized));
+    EXPECT_EQ(0, Compare(u"A", u"\uFF21", kLocalized | kCFCompareWidthInsensitive));
+    EXPECT_EQ(-1, Compare(u"a", u"\uFF21", kLocalized | kCFCompareWidthInsensitive)) << "the case is left";
+    EXPECT_EQ(0, Compare(u"e2",
+                         u"\u00C9"
+                         u"02",
+                         kLocalized | kCase | kNumerically | kCFCompareDiacriticInsensitive));
+}
+
+TEST(Compare, ForcedOrdering) {
+    constexpr CFStringCompareFlags kForced = kCFCompareForcedOrdering;
+    EXPECT_EQ(-1, Compare(u"ABC", u"abc", kCase | kForced));
+    EXPECT_EQ(-1, Compare(u"abc", u"ABD", kCase | kForced)) << "only where all else is equal";
+    EXPECT_EQ(-1, Compare(u"02", u"2", kNumerically | kForced));
+    EXPECT_EQ(-1, Compare(u"e\u0301", u"\u00E9", kNonliteral | kForced));
+    EXPECT_EQ(-1, Compare(u"e\u0301", u"\u00E9", kLocalized | kForced));
+    EXPECT_EQ(0, Compare(u"abc", u"abc", kCase | kForced));
+    EXPECT_EQ(-1, Compare(u"abc", u"abd", kForced));
+}
+
+TEST(Compare, PartOfAString) {
+    const OwnedString string = StringOf(u"xxABCxx");
+    const auto compare = [&string](CFStringRef inOther, CFIndex inLocation, CFIndex inLength,
+                                   CFStringCompareFlags inFlags) {
+        return CFStringCompareWithOptions(string.get(), inOther, CFRangeMake(inLocation, inLength), inFlags);
+    };
+    EXPECT_EQ(0, compare(CFSTR("ABC"), 2, 3, 0));
+    EXPECT_EQ(0, compare(CFSTR("abc"), 2, 3, kCase));
+    EXPECT_EQ(-1, compare(CFSTR("abc"), 2, 3, 0));
+    EXPECT_EQ(1, compare(CFSTR("AB"), 2, 3, 0));
+    EXPECT_EQ(0, compare(string.get(), 0, 7, 0));
+    EXPECT_EQ(-1, compare(string.get(), 0, 6, 0));
+    EXPECT_EQ(0, compare(CFSTR(""), 7, 0, kNonliteral));
+    EXPECT_EQ(0, compare(CFSTR("xx"), 5, 99, 0)) << "cut to what there is";
+    EXPECT_EQ(0, compare(CFSTR("xx"), 5, std::numeric_limits<CFIndex>::max(), 0));
+    EXPECT_EQ(0, compare(CFSTR(""), 99, 1, 0));
+    EXPECT_EQ(0, compare(CFSTR(""), 2, -1, 0));
+    EXPECT_EQ(0, compare(CFSTR("xx"), -5, 2, 0));
 }
