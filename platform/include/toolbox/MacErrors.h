@@ -48,7 +48,6 @@ enum {
     movieToolboxUninitialized = -2020,  // EnterMovies was not called
     invalidDuration = -2014,
     invalidTime = -2015,
-    cannotFindAtomErr = -2101,          // the container has no such atom
     notLeafAtomErr = -2102,             // the atom has children where data is asked for
     atomIndexInvalidErr = -2104,
     duplicateAtomTypeAndIDErr = -2105,  // a sibling has the type and id
