@@ -28,7 +28,7 @@ OSStatus Get(char const* inName, OSType inClass, OSType inID, ByteCount inSize, 
     sScript.inSize = inSize;
     sScript.out[0] = outValue;
     sScript.out[1] = outSizeUsed;
-    if (outValue != nullptr && sScript.touchesOutputs)
+    if (outValue != nullptr)
         std::memcpy(outValue, &sScript.value, std::min<ByteCount>(inSize, sizeof sScript.value));
     if (outSizeUsed != nullptr) *outSizeUsed = sScript.size;
     return sScript.status;

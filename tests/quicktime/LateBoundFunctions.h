@@ -38,7 +38,6 @@ struct LateBoundScript {
     OSType type = 0;   // and its information
     ByteCount size = 0;
     UInt32 flags = 0;
-    bool touchesOutputs = true;
     // Arguments of the last call.
     Movie movie = nullptr;
     OSType propertyClass = 0;

@@ -120,6 +120,35 @@ TEST(QuickTimeOnToolbox, PropertyOfTheProcess) {
     }
 }
 
+TEST(QuickTimeOnToolbox, NullsReachTheToolbox) {
+    EXPECT_EQ(invalidMovie,
+              UQTProperties::GetMoviePropertyInfo(nullptr, kMoviePropertyClassTime, kMoviePropertyDuration,
+                                                  nullptr, nullptr, nullptr));
+    EXPECT_EQ(invalidMovie, UQTProperties::GetMovieProperty(nullptr, kMoviePropertyClassTime,
+                                                            kMoviePropertyDuration, 8, nullptr, nullptr));
+    EXPECT_EQ(invalidMovie, UQTProperties::SetMovieProperty(nullptr, kMoviePropertyClassTime,
+                                                            kMoviePropertyTimeScale, 4, nullptr));
+    EXPECT_EQ(noErr, UQTProperties::GetProcessPropertyInfo(FourChars("qges"), FourChars("snda"), nullptr,
+                                                           nullptr, nullptr));
+    EXPECT_EQ(paramErr,
+              UQTProperties::GetProcessProperty(FourChars("qges"), FourChars("snda"), 4, nullptr, nullptr));
+    EXPECT_EQ(paramErr, UQTProperties::SetProcessProperty(FourChars("qges"), FourChars("snda"), 4, nullptr));
+}
+
+TEST(QuickTimeOnToolbox, RefusalsAreTheToolboxs) {
+    UInt32 value = 0x12345678;
+    ByteCount size = 77;
+    EXPECT_EQ(kQTPropertyBadValueSizeErr,
+              UQTProperties::GetProcessProperty(FourChars("qges"), FourChars("snda"), 3, &value, &size));
+    EXPECT_EQ(kQTPropertyBadValueSizeErr,
+              UQTProperties::SetProcessProperty(FourChars("qges"), FourChars("snda"), 8, &value));
+    EXPECT_EQ(paramErr, UQTProperties::SetProcessProperty(FourChars("qges"), FourChars("snda"), 4, &value));
+    EXPECT_EQ(kQTPropertyNotSupportedErr,
+              UQTProperties::GetProcessProperty(FourChars("qges"), FourChars("none"), 4, &value, &size));
+    EXPECT_EQ(0x12345678U, value);
+    EXPECT_EQ(77U, size);
+}
+
 // System-wide keys in a folder of the test's own.
 class AccessOnToolboxTest : public ::testing::Test {
   protected:
