@@ -16,7 +16,8 @@ constexpr std::size_t kMaxContainerDepth = 256;
 constexpr std::size_t kMaxUnpackedBytes = 16 * 1024 * 1024;  // of all values, each with some for itself
 
 // Whether reading the bytes stays inside those limits, but for the depth of XML; they need not be a property
-// list. What says false to a binary one is also one that makes no sense.
+// list. False also for a binary one that makes no sense, and for keys that would end its reader: those that
+// are no text, or have NUL in it.
 bool IsModestPropertyList(std::string_view inBytes);
 
 // A dictionary, array, string, number, truth value, date or data. Null when the bytes are no property list,

@@ -103,7 +103,8 @@ class BinaryWalk {
             case kSet:
                 return VisitAll(offset, count, inDepth);
             case kDictionary:
-                return count <= kMaxUnpackedBytes && VisitAll(offset, count * 2, inDepth);
+                return count <= kMaxUnpackedBytes && VisitAll(offset, count * 2, inDepth) &&
+                       AreAllKeys(offset, count);
             default:
                 return false;
         }
@@ -128,6 +129,25 @@ class BinaryWalk {
         return true;
     }
 
+    // The library's reader aborts at a key that is something else or holds NUL. The objects were visited.
+    bool AreAllKeys(UInt64 inOffset, UInt64 inCount) const {
+        for (UInt64 i = 0; i < inCount; ++i)
+            if (!IsKey(NumberAt(inOffset + i * mRefBytes, mRefBytes))) return false;
+        return true;
+    }
+
+    bool IsKey(UInt64 inObject) const {
+        UInt64 offset = NumberAt(mOffsetTable + inObject * mOffsetBytes, mOffsetBytes);
+        const std::size_t marker = ByteAt(offset++);
+        UInt64 count = marker & 15;
+        if (marker >> 4 != kASCII && marker >> 4 != kUTF16) return false;
+        if (count == 15 && !ReadCount(offset, count)) return false;
+        const std::size_t unitBytes = marker >> 4 == kUTF16 ? 2 : 1;
+        for (UInt64 i = 0; i < count; ++i)
+            if (NumberAt(offset + i * unitBytes, unitBytes) == 0) return false;
+        return true;
+    }
+
     std::string_view mBytes;
     std::size_t mOffsetBytes = 0;
     std::size_t mRefBytes = 0;
@@ -143,6 +163,7 @@ class BinaryWalk {
 bool IsModestPropertyList(std::string_view inBytes) {
     if (inBytes.size() > kMaxPropertyListBytes) return false;
     if (inBytes.starts_with(kBinaryMark)) return BinaryWalk(inBytes).StaysInside();
+    if (inBytes.find('\0') != std::string_view::npos) return false;
     return CountOf("<dict", inBytes) + CountOf("<array", inBytes) <= kMaxContainers;
 }
 

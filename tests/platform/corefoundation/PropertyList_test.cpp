@@ -235,6 +235,26 @@ TEST_F(PropertyList, BinaryReferencesOutside) {
     EXPECT_EQ(nullptr, Read(BinaryOfObjects({"\xF0"})).ref);
 }
 
+TEST_F(PropertyList, KeysThatAreNoText) {
+    for (const std::string& key : {std::string("\x52"
+                                               "a\0",
+                                               3),
+                                   std::string("\x61\0\0", 3), std::string("\x51\0", 2)})
+        EXPECT_EQ(nullptr, Read(BinaryOfObjects({"\xD1\x01\x02", key, "\x09"})).ref);
+    EXPECT_EQ(nullptr, Read(XMLList(std::string("<dict><key>a\0b</key><true/></dict>", 34))).ref);
+    EXPECT_EQ(nullptr, Read(XMLList("<dict><key>a&#0;b</key><true/></dict>")).ref);
+    for (const char* key : {"\x10\x07", "\x09", "\x41x", "\xA0", "\xD0"})
+        EXPECT_EQ(nullptr, Read(BinaryOfObjects({"\xD1\x01\x02", key, "\x09"})).ref);
+    EXPECT_NE(nullptr, Read(BinaryOfObjects({"\xD1\x01\x02",
+                                             "\x51"
+                                             "a",
+                                             "\x09"}))
+                           .ref);
+    for (const char* key : {"<integer>1</integer>", "<true/>", "<string>a</string>", "<dict/>", "<array/>",
+                            "<data/>", "<date/>", "<real>1</real>", "<key/>"})
+        Read(XMLList("<dict>" + std::string(key) + "<true/></dict>"));
+}
+
 TEST_F(PropertyList, DepthHasALimit) {
     const auto nested = [](std::size_t inDepth) {
         return XMLList(Repeated("<array>", inDepth) + Repeated("</array>", inDepth));
