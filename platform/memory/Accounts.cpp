@@ -34,7 +34,7 @@ Account* KeepOne() {
 }
 
 // Gives a thread's account back when the thread ends. Destructors of the thread that run later still find
-// the shared one.
+// the shared one. Until the thread has ended the system keeps the library in memory, even when it is closed.
 struct AccountReturn {
     AccountReturn() = default;
     ~AccountReturn() {
