@@ -66,6 +66,26 @@ TEST(NodeTable, PathAndIdsFollowTheInodes) {
     EXPECT_EQ(kRootID, FactsOf(table, Folder(200, "")).parentID);
 }
 
+TEST(NodeTable, ItemsByTheirIds) {
+    NodeTable table;
+    table.Record({Root(), Folder(200, "music"), File(0x123456789AU, "large")});
+    table.Record({Root(), Folder(200, "other disk", kOtherDisk)});
+    ItemIdentity found;
+    ASSERT_TRUE(table.FindID(kDisk, 200, found));
+    EXPECT_EQ(kDisk, found.device);
+    EXPECT_EQ(200u, found.inode);
+    ASSERT_TRUE(table.FindID(kDisk, kRootID, found));
+    EXPECT_EQ(2u, found.inode);
+    ASSERT_TRUE(table.FindID(kOtherDisk, kRootID, found)) << "a volume's root";
+    EXPECT_EQ(200u, found.inode);
+    const NodeID allotted = FactsOf(table, File(0x123456789AU, "")).nodeID;
+    ASSERT_TRUE(table.FindID(kDisk, allotted, found));
+    EXPECT_EQ(0x123456789AU, found.inode);
+    EXPECT_FALSE(table.FindID(kOtherDisk, 200, found)) << "that is its inode, not its id";
+    EXPECT_FALSE(table.FindID(kDisk, 201, found));
+    EXPECT_FALSE(table.FindID(99, kRootID, found));
+}
+
 TEST(NodeTable, RecordingAgainAddsNothing) {
     NodeTable table;
     const std::vector<PathStep> path = {Root(), Folder(200, "music"), File(300, "a.m4a")};
