@@ -17,7 +17,7 @@ struct Range {
     }
 };
 
-enum : unsigned long { kCaseInsensitive = 1, kBackwards = 4, kAnchored = 8 };
+constexpr unsigned long kCaseInsensitive = 1, kBackwards = 4, kAnchored = 8;
 
 inline long LengthOf(Text const& inText) {
     return static_cast<long>(inText.size());
