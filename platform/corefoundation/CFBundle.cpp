@@ -38,7 +38,7 @@ void FinishBundle(Object* inObject) {
     void* const code = state->code.load(std::memory_order_acquire);
     if (code != nullptr) CallsOfLoading().closeObject(code);
 }
-constexpr TypeInfo kBundleType = {kBundleTypeID, FinishBundle};
+constexpr TypeInfo kBundleType = {kBundleTypeID, FinishBundle, "CFBundle"};
 
 CFBundleRef NewBundle(CFURLRef inURL) {
     std::string path;

@@ -4,14 +4,14 @@
 
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <limits>
 
 namespace toolbox::corefoundation {
 
 namespace {
 
-constexpr TypeInfo kBooleanType = {kBooleanTypeID};
-constexpr TypeInfo kNumberType = {kNumberTypeID};
+constexpr TypeInfo kBooleanType = {kBooleanTypeID, nullptr, "CFBoolean"};
 
 // So many that no program gives them all back.
 constexpr SInt64 kEndlessCount = std::numeric_limits<SInt64>::max() / 2;
@@ -82,6 +82,20 @@ bool IsExactly(SInt64 inInteger, double inReal) {
     return inReal < 0x1p63 && inReal >= -0x1p63 && static_cast<SInt64>(inReal) == inInteger &&
            std::trunc(inReal) == inReal;
 }
+
+bool IsSameNumber(CFTypeRef inNumber1, CFTypeRef inNumber2) {
+    const NumberObject& first = ObjectOf(static_cast<CFNumberRef>(inNumber1));
+    const NumberObject& second = ObjectOf(static_cast<CFNumberRef>(inNumber2));
+    if (first.isFloat)
+        return second.isFloat ? first.real == second.real : IsExactly(second.integer, first.real);
+    return second.isFloat ? IsExactly(first.integer, second.real) : first.integer == second.integer;
+}
+
+CFHashCode HashOfNumber(CFTypeRef inNumber) {
+    const NumberObject& number = ObjectOf(static_cast<CFNumberRef>(inNumber));
+    return std::hash<SInt64>()(number.isFloat ? IntegerOf(number.real) : number.integer);
+}
+constexpr TypeInfo kNumberType = {kNumberTypeID, nullptr, "CFNumber", IsSameNumber, HashOfNumber};
 
 template <class Integer>
 bool StoreInteger(const NumberObject& inNumber, void* outValue) {

@@ -23,7 +23,19 @@ struct URLObject {
 void FinishURL(Object* inObject) {
     CFRelease(reinterpret_cast<URLObject*>(inObject)->text);
 }
-constexpr TypeInfo kURLType = {kURLTypeID, FinishURL};
+CFStringRef TextOf(CFTypeRef inURL) {
+    return CFURLGetString(static_cast<CFURLRef>(inURL));
+}
+bool IsEqual(CFTypeRef inURL1, CFTypeRef inURL2) {
+    return CFEqual(TextOf(inURL1), TextOf(inURL2));
+}
+CFHashCode HashOf(CFTypeRef inURL) {
+    return CFHash(TextOf(inURL));
+}
+CFStringRef CopyDescription(CFTypeRef inURL) {
+    return CFStringCreateCopy(kCFAllocatorDefault, TextOf(inURL));
+}
+constexpr TypeInfo kURLType = {kURLTypeID, FinishURL, "CFURL", IsEqual, HashOf, CopyDescription};
 
 // Null when memory is short.
 Owned<CFURLRef> NewURL(std::string_view inText) {

@@ -3,8 +3,9 @@
 #include "Object.h"
 
 #include <algorithm>
+#include <functional>
 #include <limits>
-#include <new>
+#include <string_view>
 
 namespace toolbox::corefoundation {
 
@@ -44,9 +45,46 @@ void FinishDictionary(Object* inObject) {
     ReleaseAll(ContentsOf<CFTypeRef>(dictionary), 2 * dictionary->count);
 }
 
-constexpr TypeInfo kDataType = {kDataTypeID};
-constexpr TypeInfo kArrayType = {kArrayTypeID, FinishArray};
-constexpr TypeInfo kDictionaryType = {kDictionaryTypeID, FinishDictionary};
+bool IsSameData(CFTypeRef inData1, CFTypeRef inData2) {
+    const auto* first = static_cast<const DataObject*>(inData1);
+    const auto* second = static_cast<const DataObject*>(inData2);
+    const auto* bytes = ContentsOf<const UInt8>(first);
+    return first->byteCount == second->byteCount &&
+           std::equal(bytes, bytes + first->byteCount, ContentsOf<const UInt8>(second));
+}
+CFHashCode HashOfData(CFTypeRef inData) {
+    const auto* data = static_cast<const DataObject*>(inData);
+    return std::hash<std::string_view>()(
+        {ContentsOf<const char>(data), static_cast<std::size_t>(data->byteCount)});
+}
+
+bool AreEqual(const CFTypeRef* inObjects1, const CFTypeRef* inObjects2, CFIndex inCount) {
+    return std::equal(inObjects1, inObjects1 + inCount, inObjects2,
+                      [](CFTypeRef inOne, CFTypeRef inOther) { return CFEqual(inOne, inOther) != 0; });
+}
+bool IsSameArray(CFTypeRef inArray1, CFTypeRef inArray2) {
+    const auto* first = static_cast<const ArrayObject*>(inArray1);
+    const auto* second = static_cast<const ArrayObject*>(inArray2);
+    return first->count == second->count &&
+           AreEqual(ContentsOf<const CFTypeRef>(first), ContentsOf<const CFTypeRef>(second), first->count);
+}
+CFHashCode HashOfArray(CFTypeRef inArray) {
+    return static_cast<CFHashCode>(static_cast<const ArrayObject*>(inArray)->count);
+}
+bool IsSameDictionary(CFTypeRef inDictionary1, CFTypeRef inDictionary2) {
+    const auto* first = static_cast<const DictionaryObject*>(inDictionary1);
+    const auto* second = static_cast<const DictionaryObject*>(inDictionary2);
+    return first->count == second->count && AreEqual(ContentsOf<const CFTypeRef>(first),
+                                                     ContentsOf<const CFTypeRef>(second), 2 * first->count);
+}
+CFHashCode HashOfDictionary(CFTypeRef inDictionary) {
+    return static_cast<CFHashCode>(static_cast<const DictionaryObject*>(inDictionary)->count);
+}
+
+constexpr TypeInfo kDataType = {kDataTypeID, nullptr, "CFData", IsSameData, HashOfData};
+constexpr TypeInfo kArrayType = {kArrayTypeID, FinishArray, "CFArray", IsSameArray, HashOfArray};
+constexpr TypeInfo kDictionaryType = {kDictionaryTypeID, FinishDictionary, "CFDictionary", IsSameDictionary,
+                                      HashOfDictionary};
 
 template <class Holder>
 Holder* NewHolder(const TypeInfo& inType, std::size_t inCount, std::size_t inByteCountEach) {

@@ -4,7 +4,8 @@
 // a slash is a folder's. Paths are bytes to the file system: those that are not UTF-8 are escaped like others
 // and reach it unchanged, but have no string.
 //
-// URLs may be used on any thread. A null URL is the caller's mistake, and not caught.
+// URLs are equal when their text is. They may be used on any thread. A null URL is the caller's mistake, and
+// not caught.
 #pragma once
 
 #include <toolbox/CFString.h>

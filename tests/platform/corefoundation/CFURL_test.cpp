@@ -304,6 +304,15 @@ TEST_F(CFURL, FailsCleanlyWithoutMemory) {
     EXPECT_TRUE(isWhole);
 }
 
+TEST_F(CFURL, EqualByText) {
+    const OwnedURL url = URLOfPath("/a b");
+    EXPECT_TRUE(CFEqual(url, URLOfText("file:///a%20b")));
+    EXPECT_EQ(CFHash(url), CFHash(URLOfText("file:///a%20b")));
+    EXPECT_FALSE(CFEqual(url, URLOfPath("/a b", true)));
+    EXPECT_FALSE(CFEqual(url, CFURLGetString(url)));
+    EXPECT_EQ("file:///a%20b", TakeUTF8(CFCopyDescription(url)));
+}
+
 TEST_F(CFURL, UsedOnManyThreads) {
     const OwnedURL url = URLOfPath("/shared/by/many");
     std::vector<std::thread> threads;

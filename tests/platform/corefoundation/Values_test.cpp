@@ -42,7 +42,8 @@ toolbox::corefoundation::Owned<CFTypeRef> OwnedValue(CFTypeRef inValue) {
     return toolbox::corefoundation::Owned<CFTypeRef>(CFRetain(inValue));
 }
 Entry EntryOf(CFStringRef inKey, CFTypeRef inValue) {
-    return {toolbox::corefoundation::Owned<CFStringRef>(inKey), OwnedValue(inValue)};
+    return {toolbox::corefoundation::Owned<CFStringRef>(static_cast<CFStringRef>(CFRetain(inKey))),
+            OwnedValue(inValue)};
 }
 
 }  // namespace
@@ -110,6 +111,51 @@ TEST(CFNumber, UnknownTypes) {
     EXPECT_EQ(nullptr, CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, nullptr));
     const auto number = NumberOf<SInt64>(kCFNumberSInt64Type, 5);
     EXPECT_EQ((Got<SInt64>{false, 77}), Get<SInt64>(number, 7));
+}
+
+TEST(CFNumber, EqualByValue) {
+    const auto one = NumberOf<SInt8>(kCFNumberSInt8Type, 1);
+    const auto whole = NumberOf<double>(kCFNumberFloat64Type, 1);
+    const auto half = NumberOf<double>(kCFNumberFloat64Type, 1.5);
+    const auto highest = NumberOf<SInt64>(kCFNumberSInt64Type, INT64_MAX);
+    const auto above = NumberOf<double>(kCFNumberFloat64Type, 0x1p63);
+    EXPECT_TRUE(CFEqual(one, NumberOf<SInt64>(kCFNumberSInt64Type, 1)));
+    EXPECT_TRUE(CFEqual(one, whole));
+    EXPECT_TRUE(CFEqual(whole, one));
+    EXPECT_EQ(CFHash(one), CFHash(whole));
+    EXPECT_TRUE(CFEqual(half, NumberOf<float>(kCFNumberFloat32Type, 1.5F)));
+    EXPECT_FALSE(CFEqual(one, half));
+    EXPECT_FALSE(CFEqual(highest, above));
+    EXPECT_FALSE(CFEqual(one, kCFBooleanTrue));
+}
+
+TEST(Values, EqualByContents) {
+    const UInt8 bytes[] = {1, 2, 3};
+    const auto data = NewData(bytes);
+    EXPECT_TRUE(CFEqual(data.Get(), NewData(bytes).Get()));
+    EXPECT_EQ(CFHash(data.Get()), CFHash(NewData(bytes).Get()));
+    EXPECT_FALSE(CFEqual(data.Get(), NewData({bytes, 2}).Get()));
+    EXPECT_FALSE(CFEqual(data.Get(), NewData({bytes + 1, 2}).Get()));
+    const auto arrayOf = [](SInt64 inFirst, SInt64 inSecond) {
+        toolbox::corefoundation::Owned<CFTypeRef> values[] = {
+            OwnedValue(NumberOf<SInt64>(kCFNumberSInt64Type, inFirst)),
+            OwnedValue(NumberOf<SInt64>(kCFNumberSInt64Type, inSecond))};
+        return NewArray(values);
+    };
+    EXPECT_TRUE(CFEqual(arrayOf(1, 2).Get(), arrayOf(1, 2).Get()));
+    EXPECT_EQ(CFHash(arrayOf(1, 2).Get()), CFHash(arrayOf(1, 2).Get()));
+    EXPECT_FALSE(CFEqual(arrayOf(1, 2).Get(), arrayOf(2, 1).Get()));
+    EXPECT_FALSE(CFEqual(arrayOf(1, 2).Get(), NewArray({}).Get()));
+    const auto dictionaryOf = [](CFStringRef inKey, CFTypeRef inValue) {
+        Entry entries[] = {EntryOf(inKey, inValue)};
+        return NewDictionary(entries);
+    };
+    const auto dictionary = dictionaryOf(CFSTR("a"), kCFBooleanTrue);
+    EXPECT_TRUE(CFEqual(dictionary.Get(), dictionaryOf(StringOf(u"a").get(), kCFBooleanTrue).Get()));
+    EXPECT_EQ(CFHash(dictionary.Get()), CFHash(dictionaryOf(CFSTR("a"), kCFBooleanTrue).Get()));
+    EXPECT_FALSE(CFEqual(dictionary.Get(), dictionaryOf(CFSTR("b"), kCFBooleanTrue).Get()));
+    EXPECT_FALSE(CFEqual(dictionary.Get(), dictionaryOf(CFSTR("a"), kCFBooleanFalse).Get()));
+    EXPECT_FALSE(CFEqual(dictionary.Get(), NewDictionary({}).Get()));
 }
 
 TEST(CFBoolean, AreConstants) {
