@@ -45,7 +45,10 @@ OSStatus FindAt(const Place& inPlace, FoundItem& outFolder) {
     if (status == dirNFErr) return fnfErr;
     if (status != noErr) return status;
     if (outFolder.status.kind != ItemKind::kFolder) return errFSNotAFolder;
-    return !inPlace.isVolumesOwn || IsUsersOwn(inPlace.path) ? static_cast<OSStatus>(noErr) : afpAccessDenied;
+    // Nor is a folder the user's that a link on the way leads to: the path is canonical up to the volume's
+    // root.
+    const bool isUsers = outFolder.path == inPlace.path && IsUsersOwn(inPlace.path);
+    return !inPlace.isVolumesOwn || isUsers ? static_cast<OSStatus>(noErr) : afpAccessDenied;
 }
 
 OSStatus MakeAt(const Request& inRequest, const Place& inPlace, FoundItem& outFolder) {

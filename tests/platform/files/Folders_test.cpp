@@ -370,6 +370,10 @@ TEST_F(Folders, OnAnotherVolume) {
     std::filesystem::remove(items);
     std::filesystem::create_directory_symlink(mHome.MakeFolder("mounted/others"), items);
     EXPECT_EQ(Status(afpAccessDenied), Find(volume, kTemporaryFolderType, true));
+    std::filesystem::remove_all(root + "/.Trash");
+    mHome.MakeFolder("mounted/others/files");
+    std::filesystem::create_directory_symlink("others", trash);
+    EXPECT_EQ(Status(afpAccessDenied), Find(volume, kTrashFolderType, true)) << "a link on the way";
 }
 
 TEST_F(Folders, FindFolderAnswersVolumeAndFolder) {
