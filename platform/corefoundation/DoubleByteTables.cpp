@@ -115,7 +115,7 @@ void DoubleByteTables::SetRoundTrip(UInt16 inCode, UniChar inUnit) {
 }
 
 void DoubleByteTables::Apply(const DoubleByteChanges& inChanges) {
-    // What the codes stood for is forgotten first, lest it goes when another code has got it already.
+    // All that the codes stood for is forgotten before any is set: a character may move from one to another.
     for (const CodeRun& run : inChanges.runs) {
         for (UInt16 i = 0; i < run.count; ++i) {
             const auto code = static_cast<UInt16>(run.firstCode + i);

@@ -9,6 +9,8 @@
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
 
+#include <algorithm>
+#include <limits>
 #include <new>
 
 namespace toolbox::text {
@@ -22,7 +24,8 @@ UErrorCode StartStatus() {
 // inChange(units, capacity, status) writes the text and returns its length, as ICU's functions do.
 template <typename Change>
 OSStatus Rewrite(std::u16string& ioText, Change inChange) {
-    std::u16string changed(ioText.size() + ioText.size() / 2 + 16, u'\0');
+    constexpr std::size_t kMost = std::numeric_limits<int32_t>::max();
+    std::u16string changed(std::min(ioText.size() + ioText.size() / 2 + 16, kMost), u'\0');
     UErrorCode status = StartStatus();
     int32_t count = inChange(changed.data(), static_cast<int32_t>(changed.size()), &status);
     if (status == U_BUFFER_OVERFLOW_ERROR) {

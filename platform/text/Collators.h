@@ -7,13 +7,13 @@ struct UCollator;
 
 namespace toolbox::text {
 
-// How far a collator looks. Each level includes those before it, but for case, which each has its own.
+// How far a collator looks.
 enum class CollationLevel {
     kBase,         // base characters
-    kAccents,      // and accents
+    kAccents,      // base characters, then accents
     kBaseAndCase,  // base characters, then the case of letters
-    kCase,         // base characters, accents, then the case of letters
-    kForms         // base characters, accents, then case and variant forms together
+    kCase,         // base characters, accents, the case of letters
+    kForms         // base characters, accents, case and variant forms together
 };
 
 struct CollationRules {

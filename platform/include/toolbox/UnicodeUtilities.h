@@ -30,15 +30,13 @@ enum {
 // all).
 //   outEquivalent  whether the texts differ in nothing but what the options make insignificant; may be null
 //   outOrder       negative when inText1 comes first, positive when inText2 does, 0 for the same units; may
-//   be
-//                  null when outEquivalent is not
+//                  be null when outEquivalent is not
 // The order's magnitude grows with the strength of the difference:
 //   4  base characters: letters, digits or the values of numbers, significant punctuation
 //   3  accents, and what is ordered like one (the German sharp s and ss)
 //   2  case, where it is significant
-//   1  less than that: variant forms (hiragana and katakana, a circled digit, a leading zero), characters
-//   that
-//      are invisible, and whatever the options make insignificant
+//   1  less than that: variant forms (hiragana and katakana, letters as symbols), leading zeros, invisible
+//      characters, and whatever the options make insignificant
 // The sign is an order of all texts, in which equivalent ones stand together: what is significant decides
 // first, from the strongest difference down. Capitals come after small letters.
 // paramErr for null text of more than no units, for both results null, and for 2^31 units or more; memFullErr
