@@ -111,10 +111,9 @@ OSStatus MakeSpec(const FoundItem& inItem, FSSpec& outSpec) {
     SInt16 volume = 0;
     const OSStatus status = GetVolumeNumber(inItem, volume);
     if (status != noErr) return status;
-    outSpec = {};
-    outSpec.vRefNum = volume;
-    outSpec.parID = static_cast<SInt32>(facts.parentID);
-    SpecName(NameInCatalogue(inItem), facts.nodeID, outSpec.name);
+    FSSpec spec = {volume, static_cast<SInt32>(facts.parentID), {}};
+    SpecName(NameInCatalogue(inItem), facts.nodeID, spec.name);
+    outSpec = spec;
     return noErr;
 }
 

@@ -2,7 +2,6 @@
 
 #include <toolbox/Controls.h>
 #include <toolbox/MacMemory.h>
-#include <toolbox/Resources.h>
 
 #include <algorithm>
 #include <memory>
@@ -13,6 +12,7 @@
 #include "ControlRecord.h"
 #include "DialogResources.h"
 #include "Port.h"
+#include "ResourceBytes.h"
 
 namespace toolbox::interface {
 
@@ -54,14 +54,6 @@ Item* FindItem(DialogRef inDialog, SInt16 inItem) {
     std::vector<Item>& items = DialogOf(inDialog)->items;
     if (inItem < 1 || static_cast<std::size_t>(inItem) > items.size()) return nullptr;
     return &items[static_cast<std::size_t>(inItem) - 1];
-}
-
-// A copy of the resource's bytes; none when it is missing.
-std::vector<UInt8> BytesOfResource(ResType inType, SInt16 inID) {
-    const Handle resource = GetResource(inType, inID);
-    if (resource == nullptr || *resource == nullptr) return {};
-    const auto* const bytes = reinterpret_cast<const UInt8*>(*resource);
-    return {bytes, bytes + GetHandleSize(resource)};
 }
 
 OwnedHandle NewBlock(const void* inBytes, std::size_t inByteCount) {

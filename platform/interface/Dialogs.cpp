@@ -2,11 +2,10 @@
 
 #include "AlertResources.h"
 #include "AlertText.h"
+#include "ResourceBytes.h"
 #include "Terminal.h"
 
 #include <toolbox/Interaction.h>
-#include <toolbox/MacMemory.h>
-#include <toolbox/Resources.h>
 
 #include <algorithm>
 #include <charconv>
@@ -42,14 +41,6 @@ struct Alert {
     AlertStage stage;
     std::vector<AlertItem> items;
 };
-
-// A copy of the resource's bytes; none when it is missing. A handle that was in memory before stays there.
-std::vector<UInt8> BytesOfResource(ResType inType, SInt16 inID) {
-    const Handle resource = GetResource(inType, inID);
-    if (resource == nullptr || *resource == nullptr) return {};
-    const auto* bytes = reinterpret_cast<const UInt8*>(*resource);
-    return {bytes, bytes + GetHandleSize(resource)};
-}
 
 Alert LoadAlert(SInt16 inAlertID, int inStage) {
     Alert alert;

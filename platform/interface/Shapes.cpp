@@ -48,7 +48,7 @@ class RoundBox {
         if (across == 0 || down == 0) return true;
         const long long width = static_cast<long long>(mOvalWidth) * mOvalWidth;
         const long long height = static_cast<long long>(mOvalHeight) * mOvalHeight;
-        // Up to 2^32 each: the products fit in 63 bits, and so does their sum.
+        // Less than 2^30 each: the products are less than 2^60.
         return across * across * height + down * down * width <= width * height;
     }
     const Box& Outside() const { return mBox; }

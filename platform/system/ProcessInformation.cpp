@@ -12,6 +12,7 @@
 #include <limits>
 #include <string_view>
 
+#include "Clocks.h"
 #include "SystemCalls.h"
 
 namespace toolbox::system {
@@ -19,8 +20,6 @@ namespace toolbox::system {
 namespace {
 
 constexpr std::size_t kMaxNameBytes = 31;
-constexpr UInt64 kTicksPerSecond = 60;
-constexpr UInt64 kNanosPerSecond = 1'000'000'000;
 
 // Its place among the words of /proc/self/stat behind the program's name, counted from 0.
 constexpr int kStartTimeWord = 19;
@@ -50,17 +49,6 @@ template <std::size_t Capacity>
 std::string_view ReadText(const char* inPath, char (&outBytes)[Capacity]) {
     const ssize_t count = sSystemCalls.readFile(inPath, outBytes, Capacity);
     return {outBytes, static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
-}
-
-UInt64 NanosOnClock(clockid_t inClock) {
-    timespec now = {};
-    if (sSystemCalls.readClock(inClock, &now) != 0) return 0;
-    return static_cast<UInt64>(now.tv_sec) * kNanosPerSecond + static_cast<UInt64>(now.tv_nsec);
-}
-
-UInt64 TicksOfNanos(UInt64 inNanos) {
-    return inNanos / kNanosPerSecond * kTicksPerSecond +
-           inNanos % kNanosPerSecond * kTicksPerSecond / kNanosPerSecond;
 }
 
 // The kernel tells the start on a clock that runs while the machine sleeps; ours does not.

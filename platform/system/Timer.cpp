@@ -1,5 +1,6 @@
 #include <toolbox/Timer.h>
 
+#include "Clocks.h"
 #include "SystemCalls.h"
 
 namespace toolbox::system {
@@ -8,39 +9,41 @@ namespace {
 
 constexpr UInt64 kNanosPerSecond = 1'000'000'000;
 constexpr UInt64 kNanosPerMicrosecond = 1'000;
-constexpr UInt64 kTicksPerSecond = 60;
 
-timespec Now() {
-    timespec now = {};
-    sSystemCalls.readClock(CLOCK_MONOTONIC, &now);  // cannot fail: the clock is always there
-    return now;
+UInt64 NanosUp() {
+    return NanosOnClock(CLOCK_MONOTONIC);
 }
 
 UnsignedWide WideOf(UInt64 inNumber) {
     return {static_cast<UInt32>(inNumber >> 32), static_cast<UInt32>(inNumber)};
 }
 
-UInt64 NanosOf(const timespec& inTime) {
-    return static_cast<UInt64>(inTime.tv_sec) * kNanosPerSecond + static_cast<UInt64>(inTime.tv_nsec);
+}  // namespace
+
+UInt64 NanosOnClock(clockid_t inClock) {
+    timespec now = {};
+    if (sSystemCalls.readClock(inClock, &now) != 0) return 0;
+    return static_cast<UInt64>(now.tv_sec) * kNanosPerSecond + static_cast<UInt64>(now.tv_nsec);
 }
 
-}  // namespace
+// Seconds and their parts by themselves, so that no product overflows.
+UInt64 TicksOfNanos(UInt64 inNanos) {
+    return inNanos / kNanosPerSecond * kTicksPerSecond +
+           inNanos % kNanosPerSecond * kTicksPerSecond / kNanosPerSecond;
+}
 
 }  // namespace toolbox::system
 
 using namespace toolbox::system;
 
 AbsoluteTime UpTime() {
-    return WideOf(NanosOf(Now()));
+    return WideOf(NanosUp());
 }
 
 void Microseconds(UnsignedWide* outMicroseconds) {
-    *outMicroseconds = WideOf(NanosOf(Now()) / kNanosPerMicrosecond);
+    *outMicroseconds = WideOf(NanosUp() / kNanosPerMicrosecond);
 }
 
 UInt32 TickCount() {
-    // Seconds and their parts by themselves, so that no product overflows.
-    const timespec now = Now();
-    const UInt64 ticksOfSecond = static_cast<UInt64>(now.tv_nsec) * kTicksPerSecond / kNanosPerSecond;
-    return static_cast<UInt32>(static_cast<UInt64>(now.tv_sec) * kTicksPerSecond + ticksOfSecond);
+    return static_cast<UInt32>(TicksOfNanos(NanosUp()));
 }

@@ -44,7 +44,7 @@ typedef struct FSPermissionInfo {
     UInt32 reserved2;
 } FSPermissionInfo;
 
-// 144 bytes. Fields without a bit above are not filled yet.
+// 144 bytes. Fields without a bit above are not filled.
 typedef struct FSCatalogInfo {
     UInt16 nodeFlags;
     SInt16 volume;

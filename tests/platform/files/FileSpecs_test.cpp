@@ -212,7 +212,7 @@ TEST_F(FileSpecsTest, MemoryFails) {
     const std::size_t descriptors = OpenDescriptorCount();
     for (int failing = 1;; ++failing) {
         FSRef ref = {};
-        FSSpec again = {};
+        FSSpec again = {7, 7, "\1x"};
         OSErr error = noErr;
         bool delivered = false;
         {
@@ -223,6 +223,7 @@ TEST_F(FileSpecsTest, MemoryFails) {
         }
         EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
         EXPECT_EQ(delivered ? memFullErr : noErr, error) << failing;
+        EXPECT_EQ(delivered ? 7 : spec.vRefNum, again.vRefNum) << failing << ": untouched on failure";
         if (!delivered) break;
     }
 }
