@@ -1,5 +1,5 @@
-// The ring around a default button as it looks. Each picture is left as a PNG file in the folder where the
-// test runs, for a person to look at, and compared pixel by pixel after it was read back.
+// The ring around a default button as it looks. Each picture is left as a PNG file in the folder of the build
+// tree that belongs to the test, for a person to look at, and compared pixel by pixel after it was read back.
 #include <foundation/DialogItems.h>
 #include <gtest/gtest.h>
 #include <png.h>
@@ -71,7 +71,7 @@ class DialogItemsOnToolboxTest : public test_interface::DialogTest {
 
     // What the dialog shows, by way of a file.
     Picture Shown(const std::string& inName) const {
-        const std::string path = inName + ".png";
+        const std::string path = std::string(MIRTAL_PICTURES "/") + inName + ".png";
         WritePNG(path, PictureOf(GetDialogPort(mDialog)));
         return ReadPNG(path);
     }
