@@ -64,7 +64,8 @@ TOOLBOX_EXPORT OSErr QTGetAtomTypeAndID(QTAtomContainer inContainer, QTAtom inAt
 TOOLBOX_EXPORT OSErr QTGetAtomDataPtr(QTAtomContainer inContainer, QTAtom inAtom, SInt32* outByteCount,
                                       Ptr* outData);
 
-// Keeps the block where it is. Locks are counted, up to 65535 (memLockedErr); one unlock too many is ignored.
+// Keeps the block where it is. Locks are counted in its bytes, up to 65535 (memLockedErr); one unlock too
+// many is ignored.
 TOOLBOX_EXPORT OSErr QTLockContainer(QTAtomContainer inContainer);
 TOOLBOX_EXPORT OSErr QTUnlockContainer(QTAtomContainer inContainer);
 
