@@ -35,9 +35,19 @@ void* operator new(std::size_t inByteCount) {
     if (void* const block = std::malloc(inByteCount == 0 ? 1 : inByteCount)) return block;
     throw std::bad_alloc();
 }
+void* operator new(std::size_t inByteCount, const std::nothrow_t&) noexcept {
+    try {
+        return operator new(inByteCount);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 void operator delete(void* inBlock) noexcept {
     std::free(inBlock);
 }
 void operator delete(void* inBlock, std::size_t) noexcept {
+    std::free(inBlock);
+}
+void operator delete(void* inBlock, const std::nothrow_t&) noexcept {
     std::free(inBlock);
 }
