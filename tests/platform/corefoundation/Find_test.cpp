@@ -52,6 +52,9 @@ struct Replacement {
     CFIndex count;
     bool operator==(const Replacement&) const = default;
 };
+void PrintTo(const Replacement& inReplacement, std::ostream* outStream) {
+    *outStream << inReplacement.count << " " << testing::PrintToString(inReplacement.text);
+}
 
 Replacement ReplacedIn(std::u16string_view inText, std::u16string_view inFind, std::u16string_view inWith,
                        CFRange inRange, CFStringCompareFlags inFlags = 0) {
@@ -343,6 +346,52 @@ TEST(Find, AsTryingEveryPartDoes) {
         }
     }
     EXPECT_GT(foundCount, 3'000) << "else little was tried";
+}
+
+// One found after the other, in what remains.
+TEST(FindAndReplace, AsFindingOneAfterTheOther) {
+    constexpr char16_t kAlphabet[] = {u'a',   u'A', u'b',   0x00E9, u'e',  0x0301,
+                                      0x00DF, u's', 0xD801, 0xDC00, 0xFF21};
+    std::mt19937 random(13);
+    const auto below = [&random](std::size_t inLimit) {
+        return std::uniform_int_distribution<std::size_t>(0, inLimit - 1)(random);
+    };
+    const auto text = [&](std::size_t inLength) {
+        std::u16string made(inLength, u' ');
+        for (char16_t& unit : made)
+            unit = kAlphabet[below(std::size(kAlphabet))];
+        return made;
+    };
+    CFIndex replacedCount = 0;
+    for (int round = 0; round < 20'000; ++round) {
+        const std::u16string in = text(below(12));
+        const std::u16string find = text(below(8) == 0 ? 0 : 1 + below(4) / 3);
+        const std::u16string with = text(below(4));
+        const CFStringCompareFlags flags = below(2) * kCase | below(2) * kNonliteral | below(2) * kAnchored |
+                                           below(2) * kMarks | below(2) * kWidth;
+        const auto start = static_cast<CFIndex>(below(in.size() + 1) / 3);
+        const CFIndex end =
+            start + static_cast<CFIndex>(below(in.size() - static_cast<std::size_t>(start) + 1));
+        std::u16string expected;
+        CFIndex position = start;
+        CFIndex copied = 0;
+        CFIndex count = 0;
+        CFRange found = {0, 0};
+        while (CFStringFindWithOptions(StringOf(in).get(), StringOf(find).get(),
+                                       CFRangeMake(position, end - position), flags, &found)) {
+            expected.append(in, static_cast<std::size_t>(copied),
+                            static_cast<std::size_t>(found.location - copied));
+            expected += with;
+            position = copied = found.location + found.length;
+            ++count;
+        }
+        expected.append(in, static_cast<std::size_t>(copied));
+        ASSERT_EQ((Replacement{expected, count}),
+                  ReplacedIn(in, find, with, CFRangeMake(start, end - start), flags))
+            << testing::PrintToString(in) << " " << testing::PrintToString(find) << " flags " << flags;
+        replacedCount += count;
+    }
+    EXPECT_GT(replacedCount, 1'000) << "else little was tried";
 }
 
 TEST(Find, WithoutMemory) {

@@ -19,6 +19,12 @@ TEST(Headers, StringsFromC) {
     EXPECT_EQ(-1, CompareRangesFromC("abc", 1, 1));
 }
 
+TEST(Headers, FormatsFromC) {
+    char buffer[16];
+    EXPECT_TRUE(FormatFromC("caf\x8E", -7, buffer, sizeof buffer));
+    EXPECT_STREQ("CAF\xC3\x89: -7", buffer);
+}
+
 TEST(Headers, RateFromC) {
     EXPECT_EQ(0xAC440000U, RateFromC(44100));
 }

@@ -36,6 +36,17 @@ int CompareRangesFromC(const char* inText, long inLocation, long inLength) {
     return result;
 }
 
+int FormatFromC(const char* inText, int inNumber, char* outText, int inSize) {
+    CFStringRef format = CFStringCreateWithCString(kCFAllocatorDefault, "%s: %d", kCFStringEncodingASCII);
+    CFMutableStringRef string = CFStringCreateMutable(kCFAllocatorDefault, 0);
+    CFStringAppendFormat(string, NULL, format, inText, inNumber);
+    CFStringUppercase(string, NULL);
+    const Boolean isDone = CFStringGetCString(string, outText, inSize, kCFStringEncodingUTF8);
+    CFRelease(string);
+    CFRelease(format);
+    return isDone;
+}
+
 unsigned RateFromC(int inRateHz) {
     return (unsigned)FixRatio((SInt16)inRateHz, 1);
 }
