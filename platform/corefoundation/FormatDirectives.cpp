@@ -139,6 +139,11 @@ class Parser {
         ioDirective.conversion = Peek();
         if (!IsOneOf(ioDirective.conversion, "@dDiuUoOxXfFeEgGaAcCsSPp%")) return false;
         ++mPosition;
+        const bool isInteger = IsOneOf(ioDirective.conversion, "dDiuUoOxX");
+        // As the C library has it; else the argument would be taken for an int.
+        if (isInteger && ioDirective.length == LengthModifier::kLongDouble) {
+            ioDirective.length = LengthModifier::kLong;
+        }
         if (ioDirective.length == LengthModifier::kLong) {
             if (ioDirective.conversion == 'c') ioDirective.conversion = 'C';
             if (ioDirective.conversion == 's') ioDirective.conversion = 'S';

@@ -5,7 +5,7 @@
 //   too precision    of numbers as in C; of text the most units, never half a surrogate pair; * and *n$ too,
 //   a
 //                negative one is none
-//   length       hh h (none) l ll q z t j of integers, L of floating-point numbers
+//   length       hh h (none) l ll q L z t j of integers, L of floating-point numbers
 // Conversions:
 //   %@           an object: a string's text, else what CFCopyDescription gives
 //   %d %D %i     signed decimal;  %u %U unsigned;  %o %O octal;  %x %X hexadecimal
