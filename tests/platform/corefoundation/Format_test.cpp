@@ -96,7 +96,7 @@ TEST(Format, Integers) {
               Formatted("%ld %lld", LONG_MIN, std::numeric_limits<long long>::max()));
     EXPECT_EQ(u"-1 -2 -3 -4 ffffffffffffffff", Formatted("%qd %jd %zd %td %lx", -1LL, std::intmax_t{-2},
                                                          ssize_t{-3}, std::ptrdiff_t{-4}, -1L));
-    EXPECT_EQ(u"-5000000000 2.5", Formatted("%Ld %lf", -5000000000LL, 2.5)) << "as in C";
+    EXPECT_EQ(u"-5000000000 2.500000", Formatted("%Ld %lf", -5000000000LL, 2.5)) << "as in C";
     EXPECT_EQ(u"-1 255 -1 65535", Formatted("%hhd %hhu %hd %hu", 0x1FF, 0x1FF, 0x1FFFF, 0x1FFFF));
     EXPECT_EQ(u"377 ffff 44", Formatted("%hho %hx %hhd", -1, -1, 300));
 }
