@@ -34,6 +34,7 @@ typedef struct UTCDateTime {
     UInt32 lowSeconds;
     UInt16 fraction;  // of a second, in 65536ths
 } UTCDateTime;
+#pragma pack(pop)
 
 typedef struct FSPermissionInfo {
     UInt32 userID;
@@ -69,7 +70,6 @@ typedef struct FSCatalogInfo {
     UInt32 valence;
     TextEncoding textEncodingHint;
 } FSCatalogInfo;
-#pragma pack(pop)
 
 // Each result may be null; all are untouched on failure, and so are the parts of outInfo that are not asked
 // for. Data sizes of a folder are 0.

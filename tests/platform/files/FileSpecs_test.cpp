@@ -30,7 +30,7 @@ TEST_F(FileSpecsTest, ThereAndBack) {
         const std::string path = mFolder.MakeFile(name);
         const FSSpec spec = SpecOf(path);
         EXPECT_EQ(path, PathOfSpec(spec));
-        EXPECT_EQ(Here("").parID, spec.parID);
+        EXPECT_EQ(+Here("").parID, +spec.parID);
         EXPECT_EQ(Here("").vRefNum, spec.vRefNum);
         EXPECT_LT(spec.vRefNum, 0);
     }
@@ -86,12 +86,12 @@ TEST_F(FileSpecsTest, Folders) {
     FSSpec spec = {};
     EXPECT_EQ(noErr, FSMakeFSSpec(info.volume, byID.parID, nullptr, &spec));
     EXPECT_EQ("folder", NameOf(spec));
-    EXPECT_EQ(Here("").parID, spec.parID);
+    EXPECT_EQ(+Here("").parID, +spec.parID);
 }
 
 TEST_F(FileSpecsTest, RootFolder) {
     const FSSpec root = SpecOf("/");
-    EXPECT_EQ(fsRtParID, root.parID);
+    EXPECT_EQ(fsRtParID, +root.parID);
     EXPECT_EQ("/", NameOf(root));
     EXPECT_EQ("/", PathOfSpec(root));
     for (const SInt32 id : {SInt32{fsRtDirID}, SInt32{0}}) {
@@ -113,7 +113,7 @@ TEST_F(FileSpecsTest, ItemThatMayBeMade) {
     FSSpec spec = {};
     EXPECT_EQ(fnfErr, Make("new", spec));
     EXPECT_EQ("new", NameOf(spec));
-    EXPECT_EQ(Here("").parID, spec.parID);
+    EXPECT_EQ(+Here("").parID, +spec.parID);
     EXPECT_EQ(Here("").vRefNum, spec.vRefNum);
     EXPECT_EQ("status -43", PathOfSpec(spec));
     mFolder.MakeFile("new");
@@ -123,7 +123,7 @@ TEST_F(FileSpecsTest, ItemThatMayBeMade) {
 TEST_F(FileSpecsTest, ZeroBecomesWhatItMeans) {
     FSSpec spec = {};
     EXPECT_EQ(fnfErr, FSMakeFSSpec(0, 0, PascalName("no such item here"), &spec));
-    EXPECT_EQ(fsRtDirID, spec.parID);
+    EXPECT_EQ(fsRtDirID, +spec.parID);
     EXPECT_EQ(SpecOf("/").vRefNum, spec.vRefNum);
 }
 

@@ -61,8 +61,8 @@ TEST_F(VolumeParametersTest, OfAnItem) {
     EXPECT_EQ(noErr, mError);
     EXPECT_EQ(0x4244, mBlock.volumeParam.ioVSigWord);
     EXPECT_GT(mBlock.volumeParam.ioVNmAlBlks, 0);
-    EXPECT_GT(mBlock.volumeParam.ioVAlBlkSiz, 0U);
-    EXPECT_EQ(mBlock.volumeParam.ioVAlBlkSiz, mBlock.volumeParam.ioVClpSiz);
+    EXPECT_GT(+mBlock.volumeParam.ioVAlBlkSiz, 0U);
+    EXPECT_EQ(+mBlock.volumeParam.ioVAlBlkSiz, +mBlock.volumeParam.ioVClpSiz);
 }
 
 TEST_F(VolumeParametersTest, TheFirst) {
@@ -123,7 +123,7 @@ TEST_F(VolumeParametersTest, Blocks) {
         sStatus.f_blocks = row.blocks;
         sStatus.f_bavail = row.freeBlocks;
         const HVolumeParam& block = Get(0);
-        EXPECT_EQ(row.expectedBytes, block.ioVAlBlkSiz) << row.blocks;
+        EXPECT_EQ(row.expectedBytes, +block.ioVAlBlkSiz) << row.blocks;
         EXPECT_EQ(row.expectedBlocks, block.ioVNmAlBlks) << row.blocks;
         EXPECT_EQ(row.expectedFree, block.ioVFrBlk) << row.blocks;
     }
@@ -133,9 +133,9 @@ TEST_F(VolumeParametersTest, ItemCount) {
     ScriptStatus();
     sStatus.f_files = 70;
     sStatus.f_ffree = 30;
-    EXPECT_EQ(40U, Get(0).ioVFilCnt);
+    EXPECT_EQ(40U, +Get(0).ioVFilCnt);
     sStatus.f_files = 1UL << 40;
-    EXPECT_EQ(0xFFFFFFFF, Get(0).ioVFilCnt);
+    EXPECT_EQ(0xFFFFFFFF, +Get(0).ioVFilCnt);
 }
 
 TEST_F(VolumeParametersTest, NoSuchVolume) {
