@@ -49,7 +49,8 @@ CFStringEncoding ApplicationEncoding() try {
     const CFStringEncoding known = sEncoding.load(std::memory_order_relaxed);
     if (known != kNotLookedUp) return known;
     SInt16 region = 0;
-    const CFStringEncoding encoding = ReadRegion(region) ? EncodingOfRegion(region) : kCFStringEncodingUTF8;
+    CFStringEncoding encoding = kCFStringEncodingUTF8;
+    if (ReadRegion(region)) encoding = EncodingOfRegion(region);
     sEncoding.store(encoding, std::memory_order_relaxed);
     return encoding;
 } catch (const std::bad_alloc&) {

@@ -57,6 +57,7 @@ class ItemList {
     }
     Bytes Get() const {
         Bytes bytes;
+        bytes.reserve(2 + mItems.size());
         AddWord(bytes, mCount - 1);
         bytes.insert(bytes.end(), mItems.begin(), mItems.end());
         return bytes;

@@ -156,7 +156,8 @@ TEST(Regions, EachHasTheEncodingOfItsScript) {
     }
     for (int region = -32768; region <= 32767; ++region) {
         const auto found = encodingOf.find(region);
-        const CFStringEncoding expected = found == encodingOf.end() ? kCFStringEncodingUTF8 : found->second;
+        const CFStringEncoding expected =
+            found == encodingOf.end() ? CFStringEncoding{kCFStringEncodingUTF8} : found->second;
         ASSERT_EQ(expected, toolbox::text::EncodingOfRegion(static_cast<SInt16>(region))) << region;
     }
 }
