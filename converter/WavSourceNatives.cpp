@@ -14,13 +14,14 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 
 namespace {
 
-// Set in JNI_OnLoad, before any native method can be called, and constant from then on.
+// Set in JNI_OnLoad, before any native method can be called, and constant from then on. There is no reference
+// to NativeReader, which every native method is given: it would keep the class and its class loader for ever.
 struct JavaSide {
-    jclass reader = nullptr;  // com.mirtal.NativeReader
-    jmethodID raise = nullptr;
+    jmethodID raise = nullptr;  // of com.mirtal.NativeReader
     jclass outOfMemory = nullptr;
 };
 JavaSide sJava;
@@ -42,26 +43,26 @@ Source& FromHandle(jlong inHandle) {
 }
 
 // NativeReader.raise throws: on return, an exception is pending.
-void Raise(JNIEnv* inEnv, OSStatus inStatus, const std::string& inDetail) {
+void Raise(JNIEnv* inEnv, jclass inReader, OSStatus inStatus, std::string_view inDetail) {
     const auto byteCount = static_cast<jsize>(inDetail.size());
     jbyteArray detail = inEnv->NewByteArray(byteCount);
     if (detail == nullptr) return;
     inEnv->SetByteArrayRegion(detail, 0, byteCount, reinterpret_cast<const jbyte*>(inDetail.data()));
-    inEnv->CallStaticVoidMethod(sJava.reader, sJava.raise, static_cast<jint>(inStatus), detail);
+    inEnv->CallStaticVoidMethod(inReader, sJava.raise, static_cast<jint>(inStatus), detail);
 }
 
 // The one place where C++ exceptions become Java ones. None may unwind through the frames of the Java
 // runtime.
 template <class Body>
-auto Guarded(JNIEnv* inEnv, Body inBody) -> decltype(inBody()) {
+auto Guarded(JNIEnv* inEnv, jclass inReader, Body inBody) -> decltype(inBody()) {
     try {
         return inBody();
     } catch (LException const& failure) {
-        Raise(inEnv, static_cast<OSStatus>(failure.GetErrorCode()), "");
+        Raise(inEnv, inReader, static_cast<OSStatus>(failure.GetErrorCode()), "");
     } catch (std::bad_alloc const&) {
         inEnv->ThrowNew(sJava.outOfMemory, "no native memory left");
     } catch (...) {
-        Raise(inEnv, paramErr, "an unexpected failure in the native library");
+        Raise(inEnv, inReader, paramErr, "an unexpected failure in the native library");
     }
     return decltype(inBody())();
 }
@@ -95,8 +96,8 @@ std::string ToPath(JNIEnv* inEnv, jbyteArray inPath) {
     return path;
 }
 
-jlong JNICALL Open(JNIEnv* inEnv, jclass, jbyteArray inPath, jboolean inRF64) {
-    return Guarded(inEnv, [&]() -> jlong {
+jlong JNICALL Open(JNIEnv* inEnv, jclass inReader, jbyteArray inPath, jboolean inRF64) {
+    return Guarded(inEnv, inReader, [&]() -> jlong {
         const std::string path = ToPath(inEnv, inPath);
         const auto header = inRF64 ? WAVReader::Header::kRF64 : WAVReader::Header::kRIFF;
         try {
@@ -104,7 +105,7 @@ jlong JNICALL Open(JNIEnv* inEnv, jclass, jbyteArray inPath, jboolean inRF64) {
         } catch (LException const& failure) {
             const Refusal refusal = AskWhyNotOpened(path.c_str());
             const bool isRefused = refusal.status != noErr;
-            Raise(inEnv, isRefused ? refusal.status : static_cast<OSStatus>(failure.GetErrorCode()),
+            Raise(inEnv, inReader, isRefused ? refusal.status : static_cast<OSStatus>(failure.GetErrorCode()),
                   refusal.detail);
             return 0;
         }
@@ -127,9 +128,9 @@ jint JNICALL SampleRate(JNIEnv*, jclass, jlong inHandle) {
     return FromHandle(inHandle).reader.Exporter().SampleRate();
 }
 
-jint JNICALL Read(JNIEnv* inEnv, jclass, jlong inHandle, jlong inPosition, jbyteArray outBytes, jint inOffset,
-                  jint inByteCount) {
-    return Guarded(inEnv, [&]() -> jint {
+jint JNICALL Read(JNIEnv* inEnv, jclass inReader, jlong inHandle, jlong inPosition, jbyteArray outBytes,
+                  jint inOffset, jint inByteCount) {
+    return Guarded(inEnv, inReader, [&]() -> jint {
         const jsize room = inEnv->GetArrayLength(outBytes);
         if (inPosition < 0 || inOffset < 0 || inByteCount < 0 || inOffset > room ||
             room - inOffset < inByteCount) {
@@ -158,8 +159,8 @@ MovieSoundReport Report(jlong inHandle) {
 }
 
 // The order is that of the constants in NativeReader.
-void JNICALL Describe(JNIEnv* inEnv, jclass, jlong inHandle, jlongArray outNumbers) {
-    Guarded(inEnv, [&] {
+void JNICALL Describe(JNIEnv* inEnv, jclass inReader, jlong inHandle, jlongArray outNumbers) {
+    Guarded(inEnv, inReader, [&] {
         const MovieSoundReport report = Report(inHandle);
         const jlong numbers[] = {report.decodable,
                                  static_cast<jlong>(report.sampleRateHz),
@@ -172,8 +173,8 @@ void JNICALL Describe(JNIEnv* inEnv, jclass, jlong inHandle, jlongArray outNumbe
     });
 }
 
-jbyteArray JNICALL Name(JNIEnv* inEnv, jclass, jlong inHandle, jboolean inOfContainer) {
-    return Guarded(inEnv, [&]() -> jbyteArray {
+jbyteArray JNICALL Name(JNIEnv* inEnv, jclass inReader, jlong inHandle, jboolean inOfContainer) {
+    return Guarded(inEnv, inReader, [&]() -> jbyteArray {
         const MovieSoundReport report = Report(inHandle);
         const std::string name = inOfContainer ? report.containerName : report.formatName;
         jbyteArray bytes = inEnv->NewByteArray(static_cast<jsize>(name.size()));
@@ -189,34 +190,34 @@ JNINativeMethod Method(const char* inName, const char* inSignature, Function inF
     return {const_cast<char*>(inName), const_cast<char*>(inSignature), reinterpret_cast<void*>(inFunction)};
 }
 
-jclass GlobalClass(JNIEnv* inEnv, const char* inName) {
-    jclass local = inEnv->FindClass(inName);
-    if (local == nullptr) return nullptr;
-    auto* global = static_cast<jclass>(inEnv->NewGlobalRef(local));
-    inEnv->DeleteLocalRef(local);
-    return global;
-}
-
 void ReleaseClasses(JNIEnv* inEnv) {
-    if (sJava.reader != nullptr) inEnv->DeleteGlobalRef(sJava.reader);
     if (sJava.outOfMemory != nullptr) inEnv->DeleteGlobalRef(sJava.outOfMemory);
     sJava = {};
 }
 
-bool BindReader(JNIEnv* inEnv) {
-    sJava.reader = GlobalClass(inEnv, "com/mirtal/NativeReader");
-    if (sJava.reader == nullptr) return false;
-    sJava.outOfMemory = GlobalClass(inEnv, "java/lang/OutOfMemoryError");
+bool FindClasses(JNIEnv* inEnv, jclass inReader) {
+    jclass outOfMemory = inEnv->FindClass("java/lang/OutOfMemoryError");
+    if (outOfMemory == nullptr) return false;
+    sJava.outOfMemory = static_cast<jclass>(inEnv->NewGlobalRef(outOfMemory));
     if (sJava.outOfMemory == nullptr) return false;
-    sJava.raise = inEnv->GetStaticMethodID(sJava.reader, "raise", "(I[B)V");
-    if (sJava.raise == nullptr) return false;
+    sJava.raise = inEnv->GetStaticMethodID(inReader, "raise", "(I[B)V");
+    return sJava.raise != nullptr;
+}
+
+bool BindReader(JNIEnv* inEnv) {
+    jclass reader = inEnv->FindClass("com/mirtal/NativeReader");
+    if (reader == nullptr || !FindClasses(inEnv, reader)) return false;
     const JNINativeMethod methods[] = {
         Method("open", "([BZ)J", Open),           Method("close", "(J)V", Close),
         Method("byteCount", "(J)J", ByteCount),   Method("frameCount", "(J)J", FrameCount),
         Method("sampleRate", "(J)I", SampleRate), Method("read", "(JJ[BII)I", Read),
         Method("describe", "(J[J)V", Describe),   Method("name", "(JZ)[B", Name),
     };
-    return inEnv->RegisterNatives(sJava.reader, methods, static_cast<jint>(std::size(methods))) == JNI_OK;
+    if (inEnv->RegisterNatives(reader, methods, static_cast<jint>(std::size(methods))) == JNI_OK) return true;
+    // A reader of another release may have some of the methods, and those are bound by now.
+    inEnv->ExceptionClear();
+    inEnv->UnregisterNatives(reader);
+    return false;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 package com.mirtal;
 
 import java.io.File;
+import java.lang.ref.WeakReference;
 import java.net.URL;
 import java.net.URLClassLoader;
 import java.nio.file.Path;
@@ -55,11 +56,17 @@ public final class LoadingProgram {
 
     /** After the first class loaders are gone, and the library with them, another one loads it anew. */
     private static void reload(List<URLClassLoader> loaders, String path) throws Exception {
+        List<WeakReference<URLClassLoader>> gone = new ArrayList<>();
         for (URLClassLoader loader : loaders) {
             loader.close();
+            gone.add(new WeakReference<>(loader));
         }
         loaders.clear();
-        System.gc();
+        for (int i = 0; i < 250 && !gone.stream().allMatch(loader -> loader.refersTo(null)); i++) {
+            System.gc();
+            Thread.sleep(20);
+        }
+        System.out.println(gone.stream().filter(loader -> loader.refersTo(null)).count() + " loaders gone");
         URL[] jar = {Path.of(System.getProperty("mirtal.jar")).toUri().toURL()};
         try (URLClassLoader loader = new URLClassLoader(jar, ClassLoader.getPlatformClassLoader());
              AutoCloseable source = (AutoCloseable) loader.loadClass("com.mirtal.WavSource")

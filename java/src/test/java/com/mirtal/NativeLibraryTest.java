@@ -242,7 +242,8 @@ class NativeLibraryTest {
                 .option("-XX:-UsePerfData")
                 .option("-Xcheck:jni")
                 .run("com.mirtal.LoadingProgram", "3", "2", TestMedia.TONE.toString(), "reload");
-        assertEquals("reloaded 176444\n" + 6L * 176444 + "\nno temporary files\n", result.output());
+        assertEquals(
+            "3 loaders gone\nreloaded 176444\n" + 6L * 176444 + "\nno temporary files\n", result.output());
     }
 
     @Test
