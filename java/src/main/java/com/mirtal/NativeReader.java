@@ -87,9 +87,12 @@ final class NativeReader implements Runnable {
         if (handle == 0) {
             return;
         }
-        damageAtClose = currentDamage();
-        close(handle);
-        handle = 0;
+        try {
+            damageAtClose = currentDamage();
+        } finally {
+            close(handle);
+            handle = 0;
+        }
     }
 
     private Damage currentDamage() {
