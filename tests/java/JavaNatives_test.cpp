@@ -216,6 +216,20 @@ TEST_F(JavaNatives, OnlyTheFirstConversionEntersTheMovieToolbox) {
         testing::ExitedWithCode(0), "");
 }
 
+TEST_F(JavaNatives, AWindowMayBeTheFirstConversion) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            EXPECT_EQ(0, Window(0, 0));
+            EXPECT_THAT(mScript.calls,
+                        ElementsAre("GetStringUTFChars", "GetObjectClass", "GetMethodID sendBuffer ([BI)V",
+                                    "NewByteArray 262144", "EnterMovies", "window song.m4a 0 0",
+                                    "SetByteArrayRegion 4", "call 4", "ReleaseStringUTFChars"));
+            std::exit(HasFailure() ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
 TEST_F(JavaNatives, WindowPassesItsNumbersOnBut) {
     struct Row {
         jlong start, duration;
