@@ -246,6 +246,20 @@ TEST_F(WindowTest, StartAt46ExportsFromFrameZero) {
     EXPECT_THAT(recorder.Lengths(), ElementsAre(400, 400, 198));
 }
 
+TEST_F(WindowTest, StartsBeyond2GiBAreUnsigned) {
+    ScriptedMovie script = ToneMovie(100, 0);
+    script.duration = 0x3FFFFFF0;
+    script.render = [](SInt64, SInt64) { return Rendered{-36, {}}; };
+    fakes::AddMovie("file", script);
+    EXPECT_TRUE(Window("file", 0x80000000LL + 44, 0).chunks.empty());
+    EXPECT_TRUE(Window("file", 0xFFFFFFE8LL, 0).chunks.empty());
+    std::vector<std::string> exports;
+    for (std::string const& call : fakes::CallLog())
+        if (call.find("MovieExportToHandle") == 0) exports.push_back(call);
+    EXPECT_THAT(exports,
+                ElementsAre("MovieExportToHandle(536870912, 100)", "MovieExportToHandle(1073741807, 1)"));
+}
+
 TEST_F(WindowTest, StartsInsideTheHeader) {
     fakes::AddMovie("file", ToneMovie(100, 250));
     Bytes const stream = ExpectedStream(100, 250);
@@ -298,6 +312,25 @@ TEST_F(WindowTest, RemainingMayBeNegativeIn32Bits) {
         ADD_FAILURE() << "nothing was delivered";
     } catch (long length) {
         EXPECT_EQ(-0x70000000L, length);
+    }
+}
+
+// Without a duration the bound is frames plus 44 in 32 bits, which very long movies wrap.
+TEST_F(WindowTest, TheBoundOfTheHeaderWraps) {
+    struct {
+        TimeValue movieFrames;
+        long length;
+    } const cases[] = {{0x7FFFFFD3, 44}, {0x7FFFFFD4, -0x80000000L}, {0x7FFFFFFF, -0x7FFFFFD5L}};
+    for (auto const& each : cases) {
+        ScriptedMovie script = ToneMovie(100, 0);
+        script.duration = each.movieFrames;
+        fakes::AddMovie("file", script);
+        try {
+            convert_AAC_to_WAV("file", nullptr, ThrowLength, Int64(0), Int64(0));
+            ADD_FAILURE() << "nothing was delivered";
+        } catch (long length) {
+            EXPECT_EQ(each.length, length) << each.movieFrames;
+        }
     }
 }
 

@@ -57,6 +57,16 @@ TEST_F(SegmentExporterTest, WhatItTells) {
                                       static_cast<unsigned char*>(exporter.Silence()) + 192000));
 }
 
+// A movie does not take a time scale of 0 and keeps the one it has.
+TEST_F(SegmentExporterTest, ASegmentIsOneSecondOfTheMoviesTimeScale) {
+    ScriptedMovie script = ToneMovie(0, 10);
+    script.timeScale = 100;
+    fakes::AddMovie("file", script);
+    SegmentExporter const exporter("file");
+    EXPECT_EQ(0, exporter.SampleRate());
+    EXPECT_EQ(100, exporter.SegmentFrames());
+}
+
 TEST_F(SegmentExporterTest, OutputFormat) {
     struct {
         UInt32 rateHz;
@@ -179,9 +189,11 @@ TEST_F(SegmentExporterTest, ByteCountIsThe32BitProduct) {
         UInt32 frameCount, channelCount;
         UInt16 sampleBits;
         SInt32 byteCount;
-    } const cases[] = {{2, 2, 16, 8}, {2, 1, 16, 4}, {2, 1, 23, 4}, {1, 2, 24, 6}, {0x40000001, 2, 16, 4}};
+    } const cases[] = {{2, 2, 16, 8},          {2, 1, 16, 4},        {2, 1, 23, 4},       {1, 2, 24, 6},
+                       {0x40000001, 2, 16, 4}, {1, 1, 0x8000, 4096}, {1, 1, 0xFFFF, 8191}};
     for (auto const& each : cases) {
-        AddMovieRendering({0, SoundBlock(each.frameCount, Bytes(8, 1), each.channelCount, each.sampleBits)});
+        Bytes const samples(8192, 1);
+        AddMovieRendering({0, SoundBlock(each.frameCount, samples, each.channelCount, each.sampleBits)});
         SegmentExporter exporter("file");
         SegmentExporter::Segment const segment = ExportOf(exporter);
         EXPECT_EQ(each.byteCount, segment.byteCount);
