@@ -139,6 +139,7 @@ TEST(TCFStringOnToolboxTest, CString) {
     EXPECT_EQ("caf\xC3\xA9", AsCString(UTF8("caf\xC3\xA9"), 5));
     EXPECT_EQ("0123", AsCString(ASCII("0123456789"), 4));
     EXPECT_EQ("", AsCString(TCFString::Empty, 0));
+    EXPECT_EQ("", AsCString(ASCII("0123456789"), 0)) << "terminated, though nothing fits";
     EXPECT_EQ("<CANNOT DISPLAY>", AsCString(Unencodable(), 100));
     EXPECT_EQ("<CAN", AsCString(Unencodable(), 4));
     EXPECT_EQ("zzzz", AsCString(ASCII(std::string(1023, 'z')), 4));
