@@ -1,8 +1,11 @@
 // Numbers read from TCFString.
 #include <strings/TCFString.h>
 
+#include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -29,6 +32,37 @@ auto ParseInBase(TCFString const& inString, long inBase, unsigned char* outIsGoo
     });
 }
 
+bool IsSpace(char inChar) {
+    return inChar == ' ' || (inChar >= '\t' && inChar <= '\r');
+}
+
+// The end of a number without a sign; null when there is none.
+char const* ReadUnsigned(char const* inText, std::chars_format inFormat, double& outNumber) {
+    if (*inText == '-') return nullptr;
+    auto const [end, error] = std::from_chars(inText, inText + std::strlen(inText), outNumber, inFormat);
+    if (error == std::errc::invalid_argument) return nullptr;
+    // In so few bytes it takes an exponent to leave the range, and a minus can be that of the exponent only.
+    if (error == std::errc::result_out_of_range)
+        outNumber = std::find(inText, end, '-') == end ? std::numeric_limits<double>::infinity() : 0.0;
+    return end;
+}
+
+// As std::strtod in the locale "C". That function itself goes by the locale that the host has set, in which
+// the point of "3.75" may be none; a Java program sets the user's.
+double ReadDouble(char const* inText, char** outEnd) {
+    char const* at = inText;
+    while (IsSpace(*at))
+        ++at;
+    bool const isNegative = *at == '-';
+    if (isNegative || *at == '+') ++at;
+    bool const isHex = at[0] == '0' && (at[1] == 'x' || at[1] == 'X');
+    double number = 0.0;
+    char const* end = isHex ? ReadUnsigned(at + 2, std::chars_format::hex, number) : nullptr;
+    if (end == nullptr) end = ReadUnsigned(at, std::chars_format::general, number);
+    *outEnd = const_cast<char*>(end == nullptr ? inText : end);
+    return isNegative ? -number : number;
+}
+
 SInt64 Truncated(double inNumber) {
     constexpr double kTwoTo63 = 9223372036854775808.0;
     if (std::isnan(inNumber)) return 0;
@@ -48,5 +82,5 @@ Int64 TCFString::ToLongLong(long inBase, unsigned char* outIsGood) const {
 }
 
 double TCFString::ToDouble(unsigned char* outIsGood) const {
-    return static_cast<double>(Truncated(Parse(*this, outIsGood, std::strtod)));
+    return static_cast<double>(Truncated(Parse(*this, outIsGood, ReadDouble)));
 }

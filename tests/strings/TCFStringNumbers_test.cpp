@@ -1,5 +1,9 @@
 #include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <random>
+#include <string>
+#include <vector>
 
 #include "OnDoubles.h"
 
@@ -132,6 +136,44 @@ TEST_F(TCFStringNumbersTest, ToDoubleIsGoodToTheEndOnly) {
     EXPECT_EQ(Parsed<double>(0.0, kGood), DoubleOf(u""));
     EXPECT_EQ(Parsed<double>(0.0, kBad), DoubleOf(u"x"));
     EXPECT_EQ(Parsed<double>(1.0, kBad), DoubleOf(u"1,5"));
+}
+
+TEST_F(TCFStringNumbersTest, ToDoubleBeyondTheTypesRange) {
+    EXPECT_EQ(Parsed<double>(9223372036854775807.0, kGood), DoubleOf(u"1e400"));
+    EXPECT_EQ(Parsed<double>(-9223372036854775808.0, kGood), DoubleOf(u"-1e+400"));
+    EXPECT_EQ(Parsed<double>(0.0, kGood), DoubleOf(u"1e-400"));
+    EXPECT_EQ(Parsed<double>(0.0, kGood), DoubleOf(u"-1e-400"));
+    EXPECT_EQ(Parsed<double>(9223372036854775807.0, kGood), DoubleOf(u"0x1p5000"));
+    EXPECT_EQ(Parsed<double>(0.0, kGood), DoubleOf(u"0x1p-5000"));
+    EXPECT_EQ(Parsed<double>(9223372036854775807.0, kGood), DoubleOf(std::u16string(255, u'9')));
+    EXPECT_EQ(Parsed<double>(0.0, kGood), DoubleOf(u"0." + std::u16string(252, u'0') + u"1"));
+}
+
+// The tests' program has the locale "C", where strtod is what is promised.
+TEST_F(TCFStringNumbersTest, ToDoubleReadsAsFarAsStrtod) {
+    std::vector<std::string> texts = {"+1",   "--1", "+-1",    "-+1",   "-",        "+",
+                                      ".",    "-.5", "5.",     "1e",    "1e+",      "1e-x",
+                                      "0x",   "0x.", "0x.8p1", "0x-1",  "0X1",      "0x1p",
+                                      "-0x1", "INF", "inFin",  "nan()", "infinity", "nan(1_a)"};
+    constexpr char kCharacters[] = "0011259..+-eExXpPinfaA \t";
+    std::mt19937 random(11);
+    for (int i = 0; i < 20000; ++i) {
+        std::string& text = texts.emplace_back(random() % 9 + 1, '\0');
+        for (char& character : text)
+            character = kCharacters[random() % (sizeof kCharacters - 1)];
+    }
+    int goodCount = 0;
+    for (std::string const& text : texts) {
+        char* end = nullptr;
+        double const number = std::trunc(std::strtod(text.c_str(), &end));
+        auto const [read, isGood] = DoubleOf(std::u16string(text.begin(), text.end()));
+        EXPECT_EQ(*end == '\0' ? kGood : kBad, isGood) << text;
+        if (std::abs(number) < 9e18) {
+            EXPECT_EQ(number, read) << text;
+        }
+        goodCount += isGood;
+    }
+    EXPECT_GT(goodCount, 500) << "else this compares little";
 }
 
 TEST_F(TCFStringNumbersTest, ToDoubleBeyond64Bits) {

@@ -1,9 +1,11 @@
 // The operations over the real Core Foundation, against a second implementation on random text.
+#include <cstdlib>
 #include <random>
 #include <vector>
 
 #include "NaiveStrings.h"
 #include "StringTest.h"
+#include "platform/corefoundation/CommaLocale.h"
 
 namespace {
 
@@ -139,6 +141,18 @@ TEST(OperationsOnToolboxTest, PlugParamsAgainstNaive) {
                   UnitsOf(Units(text).PlugParams(Units(params[0]), Units(params[1]), Units(params[2]),
                                                  Units(params[3]))));
     }
+}
+
+TEST(OperationsOnToolboxTest, NumbersHaveAPointInEveryLocale) {
+    CommaLocale const locale;
+    ASSERT_EQ(3.75, std::strtod("3,75", nullptr)) << "else this shows nothing";
+    unsigned char isGood = 0;
+    EXPECT_EQ(3.0, Units(u"3.75").ToDouble(&isGood));
+    EXPECT_EQ(1, isGood);
+    EXPECT_EQ(3.0, Units(u"3,75").ToDouble(&isGood));
+    EXPECT_EQ(0, isGood);
+    EXPECT_EQ(1, Units(u"1.234").ToLong(10, &isGood));
+    EXPECT_EQ(0, isGood);
 }
 
 TEST(OperationsOnToolboxTest, CaseBeyondOneUnit) {

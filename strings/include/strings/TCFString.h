@@ -133,8 +133,9 @@ class MIRTAL_EXPORT TCFString {
     // The string without its suffix. A dot with a space anywhere behind it begins none here.
     TCFString RemoveSuffix() const;
 
-    // Numbers, as strtol, strtoll and strtod read the first 255 bytes of CString: a number beyond the type is
-    // the nearest that the type has. Base 0 goes by the prefixes of C; a base that is none reads nothing.
+    // Numbers, as strtol, strtoll and strtod in the locale "C" read the first 255 bytes of CString: a number
+    // beyond the type is the nearest that the type has. Base 0 goes by the prefixes of C; a base that is none
+    // reads nothing.
     //   outIsGood  whether the number is all there is to the end, blanks included; the empty string is a good
     //              0; may be null
 

@@ -3,6 +3,7 @@
 #include <toolbox/CFUUID.h>
 
 #include "CFSupport.h"
+#include "CommaLocale.h"
 #include "Faults.h"
 
 #include <gtest/gtest.h>
@@ -10,12 +11,8 @@
 
 #include <cinttypes>
 #include <climits>
-#include <clocale>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <limits>
 #include <random>
 #include <string>
@@ -135,24 +132,11 @@ TEST(Format, NumbersAsInC) {
     }
 }
 
-// In a locale made for it, with a comma for a point and points between the thousands.
 TEST(Format, NumbersHaveAPointInEveryLocale) {
-    const std::filesystem::path folder =
-        std::filesystem::path(testing::TempDir()) / ("format_locale." + std::to_string(getpid()));
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder / "source") << "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \".\"\n"
-                                        "grouping 3\nEND LC_NUMERIC\n";
-    // It warns of all that the locale lacks, and its status says so.
-    const std::string make = "cd " + folder.string() + " && localedef -c -i ./source ./comma 2>warnings";
-    [[maybe_unused]] const int status = std::system(make.c_str());
-    setenv("LOCPATH", folder.c_str(), 1);
-    ASSERT_NE(nullptr, std::setlocale(LC_NUMERIC, "comma")) << "localedef made none";
+    const CommaLocale locale;
     EXPECT_EQ(u"1,5 1.234.567", Printed("%.1f %'d", 1.5, 1234567));
     EXPECT_EQ(u"1.5 1234567", Formatted("%.1f %'d", 1.5, 1234567));
     EXPECT_EQ(u"1,5", Printed("%.1f", 1.5)) << "the program's locale is as before";
-    std::setlocale(LC_NUMERIC, "C");
-    unsetenv("LOCPATH");
-    std::filesystem::remove_all(folder);
 }
 
 TEST(Format, Characters) {
