@@ -106,6 +106,10 @@ TEST(ConvertUTF8toUnicode, Table) {
         {"a\xE3\x81", paramErr, u""},
         {"\xC3\xC3\xA9", paramErr, u""},
         {"\xC3\x28", paramErr, u""},
+        {"\xC3\x7F", paramErr, u""},  // on either side of the bytes that follow
+        {"\xC3\xC0", paramErr, u""},
+        {"\xE3\x81\x7F", paramErr, u""},
+        {"\xE3\x81\xC0", paramErr, u""},
         {"\xE3\x81\x28", paramErr, u""},
         {"\xE3\x28\x81", paramErr, u""},
     };

@@ -103,6 +103,7 @@ TEST_F(CStringTest, TooLongForTheDefaultEncodingMayFitTheSystems) {
 TEST_F(CStringTest, TooLongIsCut) {
     EXPECT_EQ("0123", AsCString(UTF8("0123456789"), 4));
     EXPECT_THAT(Conversions(), ElementsAre(Get(5, kUTF8), Get(5, kRoman), Get(1024, kUTF8)));
+    EXPECT_EQ("abcde", AsCString(UTF8("abcdefgh"), 5));
 }
 
 TEST_F(CStringTest, TooLongIsCutInTheSystemEncodingWhenTheDefaultFails) {

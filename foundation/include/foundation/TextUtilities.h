@@ -21,9 +21,8 @@ MIRTAL_EXPORT TextEncoding GuessTextEncoding(const UniChar* inText, unsigned lon
 
 // A POSIX name in UTF-8 as a name of the catalogue, where ":" and "/" trade places: every ":" becomes "/".
 // Characters of up to three bytes are known, overlong forms and single surrogates among them.
-//   inCapacityBytes  bytes, not units, that outText holds. ASCII is stored without regard to it: there must
-//   be
-//                    room for a unit for each byte of inText.
+//   inCapacityBytes  bytes, not units, that outText holds. ASCII is stored without regard to it: outText must
+//                    have room for a unit for each byte of inText
 //   outCount         units stored; 0 on failure
 // paramErr for bytes that are no such character, memFullErr when a character of several bytes finds no room.
 MIRTAL_EXPORT OSStatus ConvertUTF8toUnicode(const unsigned char* inText, unsigned long inCapacityBytes,

@@ -5,6 +5,7 @@
 #include "Faults.h"
 
 #include <gtest/gtest.h>
+#include <unicode/uloc.h>
 
 #include <string>
 
@@ -59,6 +60,18 @@ TEST(Mapping, Capitalize) {
     EXPECT_EQ(u"Ijssel", Mapped(CFStringCapitalize, u"ijssel"));
     EXPECT_EQ(u"IJssel", Mapped(CFStringCapitalize, u"ijssel", CFSTR("nl")));
     EXPECT_EQ(u"", Mapped(CFStringCapitalize, u""));
+}
+
+// A program's tables of names must not depend on who runs it.
+TEST(Mapping, NoLocaleIsNoLanguageWhateverTheProcessHas) {
+    const std::string before = uloc_getDefault();
+    UErrorCode status = U_ZERO_ERROR;
+    uloc_setDefault("tr_TR", &status);
+    EXPECT_EQ(u"I", Mapped(CFStringUppercase, u"i"));
+    EXPECT_EQ(u"i", Mapped(CFStringLowercase, u"I"));
+    EXPECT_EQ(u"In", Mapped(CFStringCapitalize, u"iN"));
+    uloc_setDefault(before.c_str(), &status);
+    EXPECT_TRUE(U_SUCCESS(status));
 }
 
 TEST(Mapping, NormalForms) {
