@@ -45,8 +45,7 @@ public final class WavInputStream extends InputStream {
      * Reads until the array's part is full or the range is at its end.
      *
      * @throws InterruptedIOException when the source is cancelled or the thread interrupted before the first
-     *     byte. After
-     *                                some bytes, those are returned, and the next call throws.
+     *     byte. After some bytes, those are returned, and the next call throws.
      */
     @Override
     public int read(byte[] bytes, int offset, int length) throws IOException {

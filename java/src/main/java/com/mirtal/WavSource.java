@@ -183,8 +183,7 @@ public final class WavSource implements AutoCloseable {
 
     /**
      * Ends all reading from this source, from any thread and for good: reads in progress and those to come
-     * throw
-     * {@link InterruptedIOException}. The source still wants to be closed.
+     * throw {@link InterruptedIOException}. The source still wants to be closed.
      */
     public void cancel() { cancelled = true; }
 
