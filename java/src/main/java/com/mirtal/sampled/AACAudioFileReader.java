@@ -76,7 +76,8 @@ public final class AACAudioFileReader extends AudioFileReader {
      * {@inheritDoc}
      *
      * <p>The stream is left where it was. What follows the first bytes decides the rate and the length, so
-     * both are {@code NOT_SPECIFIED}; the sound that {@link #getAudioInputStream(InputStream)} gives has them.
+     * both are {@code NOT_SPECIFIED}; the sound that {@link #getAudioInputStream(InputStream)} gives has
+     * them.
      */
     @Override
     public AudioFileFormat getAudioFileFormat(InputStream stream)
