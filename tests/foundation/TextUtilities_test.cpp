@@ -131,6 +131,27 @@ TEST(ConvertUTF8toUnicode, EveryLeadByte) {
     }
 }
 
+TEST(ConvertUTF8toUnicode, EveryPairOfBytesBeforeAThird) {
+    for (unsigned lead = 1; lead <= 0xFF; ++lead) {
+        for (unsigned next = 0; next <= 0xFF; ++next) {
+            const char text[] = {static_cast<char>(lead), static_cast<char>(next), '\x81', '\0'};
+            const Converted result = Convert(text);
+            const bool isThree = lead >= 0xE0 && lead <= 0xEF && next >= 0x80 && next <= 0xBF;
+            const bool isOneAndTwo = lead < 0x80 && next >= 0xC0 && next <= 0xDF;
+            const bool isOne = lead < 0x80 && next == 0;
+            ASSERT_EQ(isThree || isOneAndTwo || isOne ? noErr : paramErr, result.status)
+                << lead << ' ' << next;
+            ASSERT_EQ(isThree || isOne ? 1 : isOneAndTwo ? 2 : 0, result.count) << lead << ' ' << next;
+            if (isThree) {
+                ASSERT_EQ((lead & 0x0F) << 12 | (next & 0x3F) << 6 | 0x01, unsigned{result.units[0]});
+            }
+            if (isOneAndTwo) {
+                ASSERT_EQ((next & 0x1F) << 6 | 0x01, unsigned{result.units[1]});
+            }
+        }
+    }
+}
+
 TEST(ConvertUTF8toUnicode, Capacity) {
     const char* const kTwoCharacters = "\xC3\xA9\xC3\xA8";
     EXPECT_EQ(memFullErr, Convert(kTwoCharacters, 0).status);
