@@ -320,7 +320,7 @@ TEST_F(WindowTest, TheBoundOfTheHeaderWraps) {
     struct {
         TimeValue movieFrames;
         long length;
-    } const cases[] = {{0x7FFFFFD3, 44}, {0x7FFFFFD4, -0x80000000L}, {0x7FFFFFFF, -0x7FFFFFD5L}};
+    } const cases[] = {{0x7FFFFFD3, 44}, {0x7FFFFFD4, -0x7FFFFFFFL - 1}, {0x7FFFFFFF, -0x7FFFFFD5L}};
     for (auto const& each : cases) {
         ScriptedMovie script = ToneMovie(100, 0);
         script.duration = each.movieFrames;
