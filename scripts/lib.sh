@@ -7,7 +7,7 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libavcodec-dev libavformat-dev libicu-dev libplist-dev libcli11-dev
     nlohmann-json3-dev)
 # What the tests need beyond that. The second line is for the 32-bit big-endian run, the third for Java.
-TEST_PACKAGES=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev ffmpeg python3 mandoc perl locales
+TEST_PACKAGES=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev ffmpeg python3 git mandoc perl locales
     g++-powerpc-linux-gnu qemu-user
     openjdk-17-jdk-headless junit5 chromium curl)
 
