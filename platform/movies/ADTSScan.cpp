@@ -4,6 +4,7 @@
 #include "FileWindow.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -256,14 +257,25 @@ void Scanner::TakeFastFrames() {
     std::int64_t offset = mHeldOffset;
     ADTSHeader current = *mHeld;
     ADTSHeader next;
+    // The table takes packets together that have only its gap between them.
+    std::array<std::uint32_t, 512> sizes;
+    const std::size_t most = mFrames.packets.GapBytes() == current.headerBytes ? sizes.size() : 1;
+    std::uint32_t count = 0;
+    std::int64_t first = offset + current.headerBytes;
     while (held >= ADTSHeader::kBytesNeeded && ParseADTSHeader(bytes, next) && next.Agrees(current) &&
            !next.hasChecksum && next.blockCount == 1 && next.frameBytes <= held) {
-        mFrames.packets.Append(offset + current.headerBytes, current.frameBytes - current.headerBytes);
+        sizes[count++] = current.frameBytes - current.headerBytes;
         offset += current.frameBytes;
+        if (count == most) {
+            mFrames.packets.AppendRun(first, sizes.data(), count);
+            first = offset + next.headerBytes;
+            count = 0;
+        }
         bytes += next.frameBytes;
         held -= next.frameBytes;
         current = next;
     }
+    mFrames.packets.AppendRun(first, sizes.data(), count);
     mHeld = current;
     mHeldOffset = offset;
     mPosition = offset + current.frameBytes;

@@ -22,6 +22,9 @@ class PacketTable {
     // the packet, say.
     explicit PacketTable(std::uint32_t inGapBytes = 0) : mGapBytes(inGapBytes) {}
 
+    // Between a packet and the next of a run.
+    std::uint32_t GapBytes() const { return mGapBytes; }
+
     void Reserve(std::uint32_t inPacketCount);
 
     // Adds a packet. Any offset and size are taken, negative and impossible ones too: whether the packet is

@@ -42,6 +42,8 @@ class FileWindow {
     OSStatus Status() const { return mStatus; }
 
   private:
+    static constexpr std::int64_t kPageBytes = 4096;
+
     bool Holds(std::int64_t inOffset, std::size_t inCount) const {
         return inOffset >= mStart && inOffset - mStart <= static_cast<std::int64_t>(mHeld) &&
                inCount <= mHeld - static_cast<std::size_t>(inOffset - mStart);
@@ -51,14 +53,18 @@ class FileWindow {
             static_cast<std::int64_t>(inCount) > FileSizeBytes() - inOffset) {
             return false;
         }
-        mStart = inOffset;
+        // From the beginning of a page the system copies faster, which is most of what a scan takes.
+        const auto inPage = static_cast<std::size_t>(inOffset % kPageBytes);
+        mStart = inCount <= mCapacity - std::min(inPage, mCapacity)
+                     ? inOffset - static_cast<std::int64_t>(inPage)
+                     : inOffset;
         mHeld = 0;
-        const OSStatus status = mFile.ReadAt(inOffset, mBytes.get(), mCapacity, &mHeld);
+        const OSStatus status = mFile.ReadAt(mStart, mBytes.get(), mCapacity, &mHeld);
         if (status != noErr) {
             mHeld = 0;
             mStatus = status;
         }
-        return inCount <= mHeld;
+        return Holds(inOffset, inCount);
     }
 
     const MediaFile& mFile;

@@ -106,6 +106,24 @@ TEST(ADTSScan, ManyFramesOverSeveralWindows) {
     EXPECT_EQ(expected, Scan(writer).Packets());
 }
 
+// The table takes short frames by the hundred, unless the first frame's header is not as long as theirs.
+TEST(ADTSScan, ManyFramesInOneWindow) {
+    for (const bool hasChecksumFirst : {false, true}) {
+        for (const int count : {511, 512, 513, 514, 1024, 1025, 1026, 3000}) {
+            ADTSWriter writer;
+            Places expected;
+            for (int i = 0; i < count; ++i) {
+                const bool hasChecksum = hasChecksumFirst && i == 0;
+                const auto payloadBytes = static_cast<std::uint32_t>(10 + i % 37);
+                expected.emplace_back(static_cast<std::int64_t>(writer.Size()) + (hasChecksum ? 9 : 7),
+                                      payloadBytes);
+                writer.Dummy(payloadBytes, hasChecksum ? WithChecksum() : ADTSFrameToWrite());
+            }
+            EXPECT_EQ(expected, Scan(writer).Packets()) << count << hasChecksumFirst;
+        }
+    }
+}
+
 TEST(ADTSScan, ID3v2TagsInFront) {
     const Scanned scanned = Scan(ADTSWriter().ID3v2(300).ID3v2(10, true).Dummy(20).Dummy(30));
     EXPECT_THAT(scanned.Packets(), ElementsAre(Pair(347, 20), Pair(374, 30)));
