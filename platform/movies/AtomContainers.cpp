@@ -117,6 +117,24 @@ OSErr Insert(QTAtomContainer inContainer, QTAtom inParent, NewChild inChild, std
     return noErr;
 }
 
+// The first child of the type for which inMatches(child, its index among those of the type, from 1) says so;
+// 0 when there is none. Indexes that a SInt16 does not hold are its largest.
+template <typename Matches>
+QTAtom FindChild(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inType, Matches inMatches) {
+    constexpr SInt16 kLargestIndex = std::numeric_limits<SInt16>::max();
+    const AtomTree tree = TreeOf(inContainer);
+    AtomHeader parent;
+    if (tree.Find(inParent, parent) != noErr) return 0;
+    SInt16 index = 0;
+    AtomChildren children(tree, parent);
+    for (AtomHeader child; children.Next(child);) {
+        if (child.type != inType) continue;
+        if (index < kLargestIndex) ++index;
+        if (inMatches(child, index)) return static_cast<QTAtom>(child.offsetBytes);
+    }
+    return 0;
+}
+
 }  // namespace
 
 OSErr QTNewAtomContainer(QTAtomContainer* outContainer) {
@@ -150,49 +168,32 @@ OSErr QTInsertChild(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inT
 }
 
 SInt16 QTCountChildrenOfType(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inType) {
-    const AtomTree tree = TreeOf(inContainer);
-    AtomHeader parent;
-    if (tree.Find(inParent, parent) != noErr) return 0;
     SInt16 count = 0;
-    AtomChildren children(tree, parent);
-    for (AtomHeader child; children.Next(child);)
-        if (child.type == inType && count < std::numeric_limits<SInt16>::max()) ++count;
+    FindChild(inContainer, inParent, inType, [&count](const AtomHeader&, SInt16 inIndex) {
+        count = inIndex;
+        return false;
+    });
     return count;
 }
 
 QTAtom QTFindChildByIndex(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inType, SInt16 inIndex,
                           QTAtomID* outID) {
     if (outID != nullptr) *outID = 0;
-    const AtomTree tree = TreeOf(inContainer);
-    AtomHeader parent;
-    if (tree.Find(inParent, parent) != noErr) return 0;
-    SInt32 index = 0;
-    AtomChildren children(tree, parent);
-    for (AtomHeader child; children.Next(child);) {
-        if (child.type != inType || ++index != inIndex) continue;
-        if (outID != nullptr) *outID = child.id;
-        return static_cast<QTAtom>(child.offsetBytes);
-    }
-    return 0;
+    return FindChild(inContainer, inParent, inType, [=](const AtomHeader& inChild, SInt16 inChildsIndex) {
+        if (inChildsIndex != inIndex) return false;
+        if (outID != nullptr) *outID = inChild.id;
+        return true;
+    });
 }
 
 QTAtom QTFindChildByID(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inType, QTAtomID inID,
                        SInt16* outIndex) {
     if (outIndex != nullptr) *outIndex = 0;
-    const AtomTree tree = TreeOf(inContainer);
-    AtomHeader parent;
-    if (tree.Find(inParent, parent) != noErr) return 0;
-    SInt32 index = 0;
-    AtomChildren children(tree, parent);
-    for (AtomHeader child; children.Next(child);) {
-        if (child.type != inType) continue;
-        ++index;
-        if (child.id != inID) continue;
-        if (outIndex != nullptr)
-            *outIndex = static_cast<SInt16>(std::min<SInt32>(index, std::numeric_limits<SInt16>::max()));
-        return static_cast<QTAtom>(child.offsetBytes);
-    }
-    return 0;
+    return FindChild(inContainer, inParent, inType, [=](const AtomHeader& inChild, SInt16 inChildsIndex) {
+        if (inChild.id != inID) return false;
+        if (outIndex != nullptr) *outIndex = inChildsIndex;
+        return true;
+    });
 }
 
 OSErr QTGetAtomTypeAndID(QTAtomContainer inContainer, QTAtom inAtom, QTAtomType* outType, QTAtomID* outID) {
