@@ -8,43 +8,42 @@ namespace {
 
 constexpr UInt16 kPermissionBits = 07777;
 
-OSErr HasExtendedInterfaces(bool& outHas) {
-    SInt32 response = 0;
-    const OSErr error = Gestalt(gestaltFSAttr, &response);
-    outHas = error == noErr && (response >> gestaltHasHFSPlusAPIs & 1) != 0;
-    return error;
-}
+struct Permissions {
+    bool areKept = false;  // by this system's files
+    FSRef ref = {};
+    FSCatalogInfo info = {};
+};
 
-OSErr ReadPermissions(const FSSpec* inItem, FSRef& outRef, FSCatalogInfo& outInfo) {
-    const OSErr error = FSpMakeFSRef(inItem, &outRef);
+// Reads them where there are any.
+OSErr Read(const FSSpec* inItem, Permissions& outPermissions) {
+    SInt32 response = 0;
+    OSErr error = Gestalt(gestaltFSAttr, &response);
     if (error != noErr) return error;
-    return FSGetCatalogInfo(&outRef, kFSCatInfoPermissions, &outInfo, nullptr, nullptr, nullptr);
+    outPermissions.areKept = (response >> gestaltHasHFSPlusAPIs & 1) != 0;
+    if (!outPermissions.areKept) return noErr;
+    error = FSpMakeFSRef(inItem, &outPermissions.ref);
+    if (error != noErr) return error;
+    return FSGetCatalogInfo(&outPermissions.ref, kFSCatInfoPermissions, &outPermissions.info, nullptr,
+                            nullptr, nullptr);
 }
 
 }  // namespace
 
 OSErr GetClassicPermissions(const FSSpec* inItem, UInt16* outMode) {
     if (inItem == nullptr || outMode == nullptr) return paramErr;
-    bool has = false;
-    OSErr error = HasExtendedInterfaces(has);
-    if (error != noErr || !has) return error;
-    FSRef ref = {};
-    FSCatalogInfo info = {};
-    error = ReadPermissions(inItem, ref, info);
-    if (error == noErr) *outMode = info.permissions.mode;
+    Permissions permissions;
+    const OSErr error = Read(inItem, permissions);
+    if (error == noErr && permissions.areKept) *outMode = permissions.info.permissions.mode;
     return error;
 }
 
 OSErr SetClassicPermissions(const FSSpec* inItem, UInt16 inMode) {
     if (inItem == nullptr) return paramErr;
-    bool has = false;
-    OSErr error = HasExtendedInterfaces(has);
-    if (error != noErr || !has) return error;
-    FSRef ref = {};
-    FSCatalogInfo info = {};
-    error = ReadPermissions(inItem, ref, info);
-    if (error != noErr) return error;
-    if ((info.permissions.mode & kPermissionBits) == inMode) return noErr;
-    info.permissions.mode = inMode;
-    return FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info);
+    Permissions permissions;
+    const OSErr error = Read(inItem, permissions);
+    if (error != noErr || !permissions.areKept) return error;
+    UInt16& mode = permissions.info.permissions.mode;
+    if ((mode & kPermissionBits) == inMode) return noErr;
+    mode = inMode;
+    return FSSetCatalogInfo(&permissions.ref, kFSCatInfoPermissions, &permissions.info);
 }
