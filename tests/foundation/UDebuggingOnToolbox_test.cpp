@@ -2,11 +2,10 @@
 #include <foundation/LException.h>
 #include <foundation/UDebugging.h>
 #include <gtest/gtest.h>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <string>
+
+#include "platform/interface/PseudoTerminal.h"
 
 namespace {
 
@@ -22,19 +21,8 @@ struct Session {
 
 // Runs a report in a process with a terminal, into which the item is typed.
 Session Report(int (*inReport)(), const std::string& inTyped) {
-    int master = -1;
-    const pid_t child = forkpty(&master, nullptr, nullptr, nullptr);
-    if (child == 0) _exit(inReport());
-    EXPECT_GT(child, 0);
-    EXPECT_EQ(static_cast<ssize_t>(inTyped.size()), write(master, inTyped.data(), inTyped.size()));
     Session session;
-    char bytes[256];
-    for (ssize_t count; (count = read(master, bytes, sizeof bytes)) > 0;)
-        session.shown.append(bytes, static_cast<std::size_t>(count));
-    close(master);
-    int status = 0;
-    EXPECT_EQ(child, waitpid(child, &status, 0));
-    if (WIFEXITED(status)) session.exitCode = WEXITSTATUS(status);
+    session.shown = test_interface::AtTerminal(inTyped, inReport, session.exitCode);
     return session;
 }
 

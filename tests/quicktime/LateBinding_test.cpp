@@ -10,21 +10,12 @@
 #include <string>
 #include <vector>
 
+#include "LateBoundNames.h"
 #include "platform/files/TemporaryFolder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr char const* kNames[] = {"QTBeginUserInteractionSuppression",
-                                  "QTEndUserInteractionSuppression",
-                                  "QTIsUserInteractionAllowed",
-                                  "QTGetMoviePropertyInfo",
-                                  "QTGetMovieProperty",
-                                  "QTSetMovieProperty",
-                                  "QTGetProcessPropertyInfo",
-                                  "QTGetProcessProperty",
-                                  "QTSetProcessProperty"};
 
 // "bin" with the program and "lib" with the libraries, or nothing where they are inside it.
 class Tree {
@@ -119,10 +110,10 @@ TEST_P(LateBindingTest, Complete) {
 
 TEST_P(LateBindingTest, LacksOneFunction) {
     for (std::size_t missing = 0; missing < 9; ++missing) {
-        mTree.PutFramework(std::string("lacks-") + kNames[missing]);
+        mTree.PutFramework(std::string("lacks-") + kLateBoundNames[missing]);
         std::vector<bool> found = kAll;
         found[missing] = false;
-        EXPECT_EQ(Expected(found, true), mTree.Run()) << kNames[missing];
+        EXPECT_EQ(Expected(found, true), mTree.Run()) << kLateBoundNames[missing];
     }
 }
 

@@ -11,23 +11,13 @@
 #include <string>
 #include <vector>
 
+#include "LateBoundNames.h"
 #include "fakes/AccessKeys.h"
 #include "fakes/Calls.h"
 #include "fakes/Frameworks.h"
 #include "fakes/Memory.h"
 
 using Calls = std::vector<std::string>;
-
-// In the order in which they are looked up.
-inline constexpr char const* kLateBoundNames[] = {"QTBeginUserInteractionSuppression",
-                                                  "QTEndUserInteractionSuppression",
-                                                  "QTIsUserInteractionAllowed",
-                                                  "QTGetMoviePropertyInfo",
-                                                  "QTGetMovieProperty",
-                                                  "QTSetMovieProperty",
-                                                  "QTGetProcessPropertyInfo",
-                                                  "QTGetProcessProperty",
-                                                  "QTSetProcessProperty"};
 
 // What the functions were given and what they answer. Their calls are logged as the toolbox's are.
 struct LateBoundScript {

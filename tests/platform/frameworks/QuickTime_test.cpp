@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <pty.h>
-#include <sys/wait.h>
 #include <toolbox/AccessKeys.h>
 #include <toolbox/Aliases.h>
 #include <toolbox/Dialogs.h>
 #include <toolbox/Interaction.h>
 #include <toolbox/SoundArchitecture.h>
 #include <toolbox/SoundReport.h>
-#include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
@@ -18,6 +15,7 @@
 #include <limits>
 #include <string>
 
+#include "../interface/PseudoTerminal.h"
 #include "../movies/StateFolder.h"
 #include "FrameworkFunctions.h"
 
@@ -121,23 +119,15 @@ TEST_F(QuickTimeFramework, SuppressesInteractionOfTheToolbox) {
 }
 
 TEST_F(QuickTimeFramework, SuppressedAlertAsksNobody) {
-    int master = -1;
-    const pid_t child = forkpty(&master, nullptr, nullptr, nullptr);
-    if (child == 0) {
+    const auto showAlerts = [this] {
         const long token = mFramework.begin();
         const int suppressed = StopAlert(251, nullptr);
         mFramework.end(token);
-        _exit(suppressed == 1 && StopAlert(252, nullptr) == 6 ? 0 : 1);
-    }
-    EXPECT_EQ(2, write(master, "6\n", 2));
-    std::string shown;
-    char bytes[256];
-    for (ssize_t count; (count = read(master, bytes, sizeof bytes)) > 0;)
-        shown.append(bytes, static_cast<std::size_t>(count));
-    close(master);
-    int status = 0;
-    EXPECT_EQ(child, waitpid(child, &status, 0));
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << shown;
+        return suppressed == 1 && StopAlert(252, nullptr) == 6 ? 0 : 1;
+    };
+    int result = -1;
+    const std::string shown = test_interface::AtTerminal("6\n", showAlerts, result);
+    EXPECT_EQ(0, result) << shown;
     EXPECT_EQ(shown.find("Item ["), shown.rfind("Item [")) << "asked once: " << shown;
 }
 

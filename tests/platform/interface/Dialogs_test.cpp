@@ -1,13 +1,11 @@
 #include <toolbox/Dialogs.h>
 
-#include <pty.h>
-#include <sys/wait.h>
 #include <toolbox/Resources.h>
-#include <unistd.h>
 
 #include <thread>
 
 #include "AlertBytes.h"
+#include "PseudoTerminal.h"
 #include "interface/Terminal_test_access.h"
 #include "platform/resources/ResourcesTest.h"
 
@@ -45,23 +43,8 @@ class DialogsTest : public test_resources::ResourcesTest {
     // Shows the alert in a process of its own, with a pseudo-terminal into which inTyped is typed. Answers
     // what the terminal showed, and the item in outItem.
     static std::string OnTerminal(std::string_view inTyped, int& outItem, SInt16 inAlertID = 251) {
-        int master = -1;
-        const pid_t child = forkpty(&master, nullptr, nullptr, nullptr);
-        if (child == 0) {
-            _exit(StopAlert(inAlertID, nullptr) & 0xFF);
-        }
-        EXPECT_GT(child, 0);
-        EXPECT_EQ(static_cast<ssize_t>(inTyped.size()), write(master, inTyped.data(), inTyped.size()));
-        std::string shown;
-        char bytes[256];
-        for (ssize_t count; (count = read(master, bytes, sizeof bytes)) > 0;)
-            shown.append(bytes, static_cast<std::size_t>(count));
-        close(master);
-        int status = 0;
-        EXPECT_EQ(child, waitpid(child, &status, 0));
-        EXPECT_TRUE(WIFEXITED(status));
-        outItem = WEXITSTATUS(status);
-        return shown;
+        return AtTerminal(
+            inTyped, [inAlertID] { return StopAlert(inAlertID, nullptr); }, outItem);
     }
 };
 

@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <pty.h>
-#include <sys/wait.h>
 #include <toolbox/Dialogs.h>
-#include <unistd.h>
 
 #include <limits>
 #include <string>
@@ -13,6 +10,7 @@
 #include <vector>
 
 #include "../files/FailingNew.h"
+#include "PseudoTerminal.h"
 
 namespace {
 
@@ -99,27 +97,16 @@ TEST(Interaction, ManyThreads) {
 // Shows an alert in a process of its own, at a terminal where "6" is typed. Answers what was shown and, in
 // outItem, the answer.
 std::string AlertAtTerminal(bool inIsSuppressed, int& outItem) {
-    int master = -1;
-    const pid_t child = forkpty(&master, nullptr, nullptr, nullptr);
-    if (child == 0) {
+    const auto showAlert = [inIsSuppressed] {
         const unsigned char text[] = "\4What";
         const unsigned char empty[] = "";
         ParamText(text, empty, empty, empty);
         const long token = inIsSuppressed ? BeginUserInteractionSuppression() : 0;
         const int item = StopAlert(251, nullptr);
         EndUserInteractionSuppression(token);
-        _exit(item & 0xFF);
-    }
-    EXPECT_EQ(2, write(master, "6\n", 2));
-    std::string shown;
-    char bytes[256];
-    for (ssize_t count; (count = read(master, bytes, sizeof bytes)) > 0;)
-        shown.append(bytes, static_cast<std::size_t>(count));
-    close(master);
-    int status = 0;
-    EXPECT_EQ(child, waitpid(child, &status, 0));
-    outItem = WEXITSTATUS(status);
-    return shown;
+        return item;
+    };
+    return test_interface::AtTerminal("6\n", showAlert, outItem);
 }
 
 TEST(Interaction, SuppressedAlertIsShownAndAsksNobody) {
