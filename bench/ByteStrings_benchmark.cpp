@@ -94,21 +94,27 @@ void MoveWithBlockMoveData(benchmark::State& ioState) {
     }
 }
 
-void CompareWithMemcmp(benchmark::State& ioState) {
-    Blocks blocks(ioState);
+// Blocks of range(0) bytes that differ in the one at range(1), unless that is behind them.
+struct ComparedBlocks : Blocks {
+    explicit ComparedBlocks(benchmark::State& inState) : Blocks(inState) { right[inState.range(1)] = 'y'; }
+};
+
+template <auto Compare>
+void CompareWith(benchmark::State& ioState) {
+    ComparedBlocks blocks(ioState);
     for (auto _ : ioState) {
         auto byteCount = static_cast<std::size_t>(blocks.byteCount);
         benchmark::DoNotOptimize(byteCount);
-        benchmark::DoNotOptimize(std::memcmp(blocks.left, blocks.right, byteCount));
+        benchmark::DoNotOptimize(Compare(blocks.left, blocks.right, byteCount));
     }
 }
 
-void CompareWithBlockCompare(benchmark::State& ioState) {
-    Blocks blocks(ioState);
-    for (auto _ : ioState)
-        benchmark::DoNotOptimize(
-            BlockCompare(blocks.left, blocks.right, static_cast<unsigned long>(blocks.byteCount)));
-}
+constexpr auto kMemcmp = [](const void* inLeft, const void* inRight, std::size_t inByteCount) {
+    return std::memcmp(inLeft, inRight, inByteCount);
+};
+constexpr auto kBlockCompare = [](const void* inLeft, const void* inRight, std::size_t inByteCount) {
+    return BlockCompare(inLeft, inRight, inByteCount);
+};
 
 double Least(std::vector<double> const& inTimes) {
     return *std::min_element(inTimes.begin(), inTimes.end());
@@ -128,14 +134,22 @@ void OnBlocks(benchmark::internal::Benchmark* inBenchmark) {
         ->Range(16, 1 << 20);
 }
 
+// Equal, and different in the first byte, in the middle and in the last.
+void OnComparedBlocks(benchmark::internal::Benchmark* inBenchmark) {
+    inBenchmark->ComputeStatistics("min", Least)->ArgNames({"bytes", "different"});
+    for (std::int64_t const byteCount : {4, 16, 32, 64, 128, 255, 512, 4096, 32768, 1 << 20})
+        for (std::int64_t const place : {byteCount, std::int64_t{0}, byteCount / 2, byteCount - 1})
+            inBenchmark->Args({byteCount, place});
+}
+
 BENCHMARK(CopyWithMemcpy)->Apply(OnStrings);
 BENCHMARK(CopyWithPStrCopy)->Apply(OnStrings);
 BENCHMARK(CatWithMemcpy)->Apply(OnStrings);
 BENCHMARK(CatWithPStrCat)->Apply(OnStrings);
 BENCHMARK(MoveWithMemcpy)->Apply(OnBlocks);
 BENCHMARK(MoveWithBlockMoveData)->Apply(OnBlocks);
-BENCHMARK(CompareWithMemcmp)->Apply(OnBlocks);
-BENCHMARK(CompareWithBlockCompare)->Apply(OnBlocks);
+BENCHMARK(CompareWith<kMemcmp>)->Name("CompareWithMemcmp")->Apply(OnComparedBlocks);
+BENCHMARK(CompareWith<kBlockCompare>)->Name("CompareWithBlockCompare")->Apply(OnComparedBlocks);
 
 }  // namespace
 

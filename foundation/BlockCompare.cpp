@@ -1,101 +1,61 @@
-// Blocks compared as fast as the C library compares them. Its memcmp tells only which of two blocks is the
-// greater, not the difference of the first bytes that differ; so it serves for long blocks alone, to find out
-// whether and about where they differ. Short ones are compared here: each length has one way through that
-// looks at both ends of the blocks, which overlap in the middle, and for most blocks that are equal takes no
-// jump.
+// Blocks in the order of their bytes. The C library's memcmp tells which of two blocks is the greater, but
+// not the difference of the first bytes that differ, so the comparing is done here. Blocks of up to 64 bytes
+// have one way through for each length that looks at both ends, which overlap in the middle, and for most
+// blocks that are equal takes no jump.
 #include <foundation/Blocks.h>
-#include <toolbox/MacTypes.h>
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
+#include "BlockDifference.h"
+#include "LongBlocks.h"
 
 namespace {
 
-using Bytes = unsigned char const*;
-
-// Up to here comparing is faster than a call of memcmp.
-constexpr unsigned long kShortBytes = 128;
-// The stretches that memcmp is asked for: long enough to make up for the calls; and shorter ones, that narrow
-// the stretch down that differs.
-constexpr unsigned long kLongStretchBytes = 4096;
-constexpr unsigned long kStretchBytes = 256;
-
-template <typename Word>
-Word Load(Bytes inBytes) {
-    Word word;
-    std::memcpy(&word, inBytes, sizeof word);
-    return word;
+// What follows when blocks differ is kept out of the way through, which else would have registers to save.
+[[gnu::noinline]] long DifferenceOfBytes(Bytes inLeft, Bytes inRight) {
+    return DifferenceAt(inLeft, inRight, 0);
 }
 
 template <typename Word>
-Word DifferentBits(Bytes inLeft, Bytes inRight) {
-    return Load<Word>(inLeft) ^ Load<Word>(inRight);
+[[gnu::noinline]] long DifferenceOfWords(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
+    unsigned long const last = inByteCount - sizeof(Word);
+    if (Word const changed = ChangedBits<Word>(inLeft, inRight); changed != 0)
+        return DifferenceAt(inLeft, inRight, FirstByteOf(changed));
+    return DifferenceAt(inLeft, inRight,
+                        last + FirstByteOf(ChangedBits<Word>(inLeft + last, inRight + last)));
 }
 
-// How 16 bytes of each block compare, in the form that takes the fewest instructions to make and to join.
-#ifdef __SSE2__
-using Comparison = __m128i;
-
-Comparison Compare16(Bytes inLeft, Bytes inRight) {
-    return _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<__m128i const*>(inLeft)),
-                          _mm_loadu_si128(reinterpret_cast<__m128i const*>(inRight)));
+// Blocks of at least a Word, and at most two.
+template <typename Word>
+long CompareWords(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
+    unsigned long const last = inByteCount - sizeof(Word);
+    if ((ChangedBits<Word>(inLeft, inRight) | ChangedBits<Word>(inLeft + last, inRight + last)) == 0)
+        [[likely]]
+        return 0;
+    return DifferenceOfWords<Word>(inLeft, inRight, inByteCount);
 }
 
-Comparison Join(Comparison inOne, Comparison inOther) {
-    return _mm_and_si128(inOne, inOther);
-}
-
-bool AreEqual(Comparison inComparison) {
-    return _mm_movemask_epi8(inComparison) == 0xFFFF;
-}
-#else
-using Comparison = UInt64;
-
-Comparison Compare16(Bytes inLeft, Bytes inRight) {
-    return DifferentBits<UInt64>(inLeft, inRight) | DifferentBits<UInt64>(inLeft + 8, inRight + 8);
-}
-
-Comparison Join(Comparison inOne, Comparison inOther) {
-    return inOne | inOther;
-}
-
-bool AreEqual(Comparison inComparison) {
-    return inComparison == 0;
-}
-#endif
-
-Comparison Compare32(Bytes inLeft, Bytes inRight) {
-    return Join(Compare16(inLeft, inRight), Compare16(inLeft + 16, inRight + 16));
-}
-
-Comparison Compare64(Bytes inLeft, Bytes inRight) {
-    return Join(Compare32(inLeft, inRight), Compare32(inLeft + 32, inRight + 32));
-}
-
-// The difference of the first bytes in memory that differ in two words that do.
-long DifferenceOf(UInt64 inLeft, UInt64 inRight) {
-    UInt64 const changed = inLeft ^ inRight;
-    int const shift = std::endian::native == std::endian::little ? std::countr_zero(changed) & ~7
-                                                                 : 56 - (std::countl_zero(changed) & ~7);
-    return static_cast<long>(inLeft >> shift & 0xFF) - static_cast<long>(inRight >> shift & 0xFF);
-}
-
-// Of blocks that differ, and soon. Out of the way of those that do not.
-[[gnu::noinline, gnu::cold]] long FindDifference(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    unsigned long at = 0;
-    for (; inByteCount - at >= sizeof(UInt64); at += sizeof(UInt64)) {
-        auto const left = Load<UInt64>(inLeft + at);
-        auto const right = Load<UInt64>(inRight + at);
-        if (left != right) return DifferenceOf(left, right);
+template <unsigned kPieces>
+[[gnu::noinline]] long DifferenceOfPieces(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
+    constexpr unsigned long kEndBytes = kPieces * 16;
+    for (unsigned long const end : {0UL, inByteCount - kEndBytes}) {
+        for (unsigned long at = end; at < end + kEndBytes; at += 16) {
+            unsigned const place = FirstDifferent(Compare16(inLeft + at, inRight + at));
+            if (place < 16) return DifferenceAt(inLeft, inRight, at + place);
+        }
     }
-    for (; at < inByteCount; ++at)
-        if (inLeft[at] != inRight[at]) return long{inLeft[at]} - long{inRight[at]};
     return 0;
+}
+
+// Blocks of at least kPieces of 16 bytes, and at most twice as many.
+template <unsigned kPieces>
+long ComparePieces(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
+    unsigned long const last = inByteCount - kPieces * 16;
+    if (AreEqual(Join(Compare16s<kPieces>(inLeft, inRight),
+                      Compare16s<kPieces>(inLeft + last, inRight + last)))) [[likely]]
+        return 0;
+    return DifferenceOfPieces<kPieces>(inLeft, inRight, inByteCount);
 }
 
 // Goes past stretches that are equal; what is left begins with the one that is not, if there is any.
@@ -109,38 +69,20 @@ void SkipEqual(Bytes& ioLeft, Bytes& ioRight, unsigned long& ioByteCount, unsign
     }
 }
 
-[[gnu::noinline]] long CompareStretches(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    SkipEqual(inLeft, inRight, inByteCount, kLongStretchBytes);
-    SkipEqual(inLeft, inRight, inByteCount, kStretchBytes);
-    return FindDifference(inLeft, inRight, inByteCount);
-}
-
-[[gnu::noinline]] long CompareLong(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    if (inByteCount <= kLongStretchBytes && std::memcmp(inLeft, inRight, inByteCount) == 0) [[likely]]
-        return 0;
-    return CompareStretches(inLeft, inRight, inByteCount);
-}
-
-// Blocks of at least a Word, and at most two.
-template <typename Word>
-long CompareEnds(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    unsigned long const last = inByteCount - sizeof(Word);
-    if ((DifferentBits<Word>(inLeft, inRight) | DifferentBits<Word>(inLeft + last, inRight + last)) == 0)
-        [[likely]]
-        return 0;
-    return FindDifference(inLeft, inRight, inByteCount);
-}
-
-// The same, in multiples of 16 bytes.
-template <Comparison Compare(Bytes, Bytes), unsigned long kByteCount>
-long CompareEnds(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    unsigned long const last = inByteCount - kByteCount;
-    if (AreEqual(Join(Compare(inLeft, inRight), Compare(inLeft + last, inRight + last)))) [[likely]]
-        return 0;
-    return FindDifference(inLeft, inRight, inByteCount);
-}
-
 }  // namespace
+
+// Most blocks that differ do so at once. For the others memcmp finds the place: in stretches long enough to
+// make up for the calls, then in shorter ones.
+long CompareStretches(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
+    if (unsigned const place = FirstDifferent(Compare16(inLeft, inRight)); place < 16)
+        return DifferenceAt(inLeft, inRight, place);
+    SkipEqual(inLeft, inRight, inByteCount, 4096);
+    SkipEqual(inLeft, inRight, inByteCount, 256);
+    for (; inByteCount >= 16; inByteCount -= 16, inLeft += 16, inRight += 16)
+        if (unsigned const place = FirstDifferent(Compare16(inLeft, inRight)); place < 16)
+            return DifferenceAt(inLeft, inRight, place);
+    return BlockCompare(inLeft, inRight, inByteCount);
+}
 
 bool BlocksAreEqual(void const* inLeft, void const* inRight, unsigned long inByteCount) {
     return inByteCount == 0 || std::memcmp(inLeft, inRight, inByteCount) == 0;
@@ -151,18 +93,16 @@ long BlockCompare(void const* inLeft, void const* inRight, unsigned long inByteC
     auto const right = static_cast<Bytes>(inRight);
     if (inByteCount <= 16) [[likely]] {
         if (inByteCount >= 8) [[likely]]
-            return CompareEnds<UInt64>(left, right, inByteCount);
+            return CompareWords<UInt64>(left, right, inByteCount);
         if (inByteCount >= 4) [[likely]]
-            return CompareEnds<UInt32>(left, right, inByteCount);
-        if (inByteCount >= 2) return CompareEnds<UInt16>(left, right, inByteCount);
-        return inByteCount == 0 ? 0 : long{*left} - long{*right};
+            return CompareWords<UInt32>(left, right, inByteCount);
+        if (inByteCount >= 2) return CompareWords<UInt16>(left, right, inByteCount);
+        return inByteCount == 0 ? 0 : DifferenceOfBytes(left, right);
     }
     if (inByteCount <= 32) [[likely]]
-        return CompareEnds<Compare16, 16>(left, right, inByteCount);
+        return ComparePieces<1>(left, right, inByteCount);
     if (inByteCount <= 64) [[likely]]
-        return CompareEnds<Compare32, 32>(left, right, inByteCount);
-    if (inByteCount <= kShortBytes) [[likely]]
-        return CompareEnds<Compare64, 64>(left, right, inByteCount);
+        return ComparePieces<2>(left, right, inByteCount);
     return CompareLong(left, right, inByteCount);
 }
 

@@ -44,7 +44,10 @@ Boolean PStrEndsWith(const unsigned char* inText, const unsigned char* inTail) {
     return TextOf(inText).ends_with(TextOf(inTail));
 }
 
-void PStrCopy(const unsigned char* inSource, unsigned char* outDestination) {
+// The exported one, beside the one in callers.
+extern "C" MIRTAL_EXPORT void PStrCopyByName(const unsigned char* inSource,
+                                             unsigned char* outDestination) __asm__("PStrCopy");
+void PStrCopyByName(const unsigned char* inSource, unsigned char* outDestination) {
     MoveBytes(outDestination, inSource, std::size_t{inSource[0]} + 1);
 }
 

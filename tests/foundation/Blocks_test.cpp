@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "fakes/Calls.h"
+#include "foundation/LongBlocks.h"
 
 namespace {
 
@@ -74,6 +75,9 @@ TEST(Blocks, AgainstAPlainLoop) {
         EXPECT_EQ(expected, BlockCompare(one, other, length)) << length;
         EXPECT_EQ(-expected, BlockCompare(other, one, length)) << length;
         EXPECT_EQ(expected == 0, BlocksAreEqual(one, other, length)) << length;
+        if (length > 64) {
+            EXPECT_EQ(expected, CompareStretches(one, other, length)) << length;
+        }
     }
 }
 
@@ -81,7 +85,7 @@ TEST(Blocks, AgainstAPlainLoop) {
 TEST(Blocks, FirstDifferenceCounts) {
     std::vector<unsigned long> lengths(140);
     std::iota(lengths.begin(), lengths.end(), 1);
-    lengths.insert(lengths.end(), {255, 256, 257, 600, 4096, 4097});
+    lengths.insert(lengths.end(), {255, 256, 257, 384, 385, 600, 4096, 4097, 4106});
     for (unsigned long const length : lengths) {
         std::vector<unsigned char> const left(length, 0x80);
         for (unsigned long at = 0; at < length; ++at) {
@@ -90,6 +94,9 @@ TEST(Blocks, FirstDifferenceCounts) {
             right[at] = 0x90;
             ASSERT_EQ(-0x10, BlockCompare(left.data(), right.data(), length)) << length << " " << at;
             ASSERT_EQ(0, BlockCompare(left.data(), right.data(), at)) << length << " " << at;
+            if (length > 64) {
+                ASSERT_EQ(-0x10, CompareStretches(left.data(), right.data(), length)) << length << " " << at;
+            }
         }
     }
 }

@@ -7,16 +7,28 @@
 
 namespace {
 
-// Into and out of a block of 64 bytes at every place, overlapping or not.
-TEST(ByteBlocks, MovesWhateverTheOverlap) {
-    std::vector<unsigned char> original(64);
+// The move in the caller's own code, and the exported one.
+using BlockMover = void (*)(const void*, void*, Size);
+BlockMover const volatile kMovers[] = {[](const void* inSource, void* outDestination, Size inByteCount) {
+                                           BlockMoveData(inSource, outDestination, inByteCount);
+                                       },
+                                       BlockMoveData};
+
+class ByteBlocksMoved : public ::testing::TestWithParam<int> {
+  protected:
+    BlockMover move = kMovers[GetParam()];
+};
+
+// Into and out of a block of 256 bytes at every place, overlapping or not.
+TEST_P(ByteBlocksMoved, WhateverTheOverlap) {
+    std::vector<unsigned char> original(256);
     for (std::size_t i = 0; i < original.size(); ++i)
         original[i] = static_cast<unsigned char>(i);
     for (std::size_t from = 0; from < 24; ++from)
         for (std::size_t to = 0; to < 24; ++to)
-            for (std::size_t count = 0; count <= 40; ++count) {
+            for (std::size_t count = 0; count <= 200; count += count < 70 ? 1 : 13) {
                 std::vector<unsigned char> moved = original;
-                BlockMoveData(moved.data() + from, moved.data() + to, static_cast<Size>(count));
+                move(moved.data() + from, moved.data() + to, static_cast<Size>(count));
                 for (std::size_t i = 0; i < moved.size(); ++i) {
                     bool const isMoved = i >= to && i < to + count;
                     ASSERT_EQ(original[isMoved ? i - to + from : i], moved[i])
@@ -25,13 +37,17 @@ TEST(ByteBlocks, MovesWhateverTheOverlap) {
             }
 }
 
-TEST(ByteBlocks, MovesNothingForNoCount) {
+TEST_P(ByteBlocksMoved, NothingForNoCount) {
     char block[] = "abcdef";
-    BlockMoveData(block, block + 3, 0);
-    BlockMoveData(block, block + 3, -2);
-    BlockMoveData(nullptr, nullptr, 0);
+    move(block, block + 3, 0);
+    move(block, block + 3, -2);
+    move(nullptr, nullptr, 0);
     EXPECT_STREQ("abcdef", block);
 }
+
+INSTANTIATE_TEST_SUITE_P(EitherWay, ByteBlocksMoved, ::testing::Values(0, 1), [](auto const& inInfo) {
+    return std::string(inInfo.param == 0 ? "InTheCaller" : "ByName");
+});
 
 TEST(ByteBlocks, ZeroesExactlyTheCount) {
     for (Size count = -2; count <= 100; ++count) {

@@ -113,32 +113,47 @@ TEST_F(PascalStringsTest, EndsWith) {
     EXPECT_EQ(1, PStrEndsWith(P(Filler(255)), P(Filler(255))));
 }
 
-TEST_F(PascalStringsTest, CopyOfEveryLength) {
+// The copying in the caller's own code, and the exported one.
+using Copier = void (*)(const unsigned char*, unsigned char*);
+Copier const volatile kCopiers[] = {
+    [](const unsigned char* inSource, unsigned char* outDestination) { PStrCopy(inSource, outDestination); },
+    PStrCopy};
+
+class PascalStringsCopied : public PascalStringsTest, public ::testing::WithParamInterface<int> {
+  protected:
+    Copier copyString = kCopiers[GetParam()];
+};
+
+TEST_P(PascalStringsCopied, AtEveryLength) {
     for (std::size_t length = 0; length <= 255; ++length) {
         std::string const text = Filler(length);
         P copy;
-        PStrCopy(P(text), copy);
+        copyString(P(text), copy);
         EXPECT_EQ(text, copy.Text());
         EXPECT_TRUE(copy.IsUntouchedFrom(length + 1)) << length;
-        PStrCopy(copy, copy);
+        copyString(copy, copy);
         EXPECT_EQ(text, copy.Text());
     }
 }
 
-TEST_F(PascalStringsTest, CopyOverlaps) {
+TEST_P(PascalStringsCopied, Overlapping) {
     for (std::size_t length = 0; length <= 100; ++length)
         for (std::size_t const shift : {1, 2, 7, 8, 9, 16, 31, 64}) {
             std::string const text = Filler(length);
             P buffer(text);
-            PStrCopy(buffer, static_cast<unsigned char*>(buffer) + shift);
+            copyString(buffer, static_cast<unsigned char*>(buffer) + shift);
             P moved;
             std::memcpy(static_cast<unsigned char*>(moved), static_cast<unsigned char*>(buffer) + shift,
                         length + 1);
             EXPECT_EQ(text, moved.Text()) << length << ' ' << shift;
-            PStrCopy(static_cast<unsigned char*>(buffer) + shift, buffer);
+            copyString(static_cast<unsigned char*>(buffer) + shift, buffer);
             EXPECT_EQ(text, buffer.Text()) << length << ' ' << shift;
         }
 }
+
+INSTANTIATE_TEST_SUITE_P(EitherWay, PascalStringsCopied, ::testing::Values(0, 1), [](auto const& inInfo) {
+    return std::string(inInfo.param == 0 ? "InTheCaller" : "ByName");
+});
 
 TEST_F(PascalStringsTest, CutCopyOfEveryLengthAndLimit) {
     for (std::size_t length = 0; length <= 255; ++length)

@@ -32,7 +32,7 @@ typedef struct FSSpec {
 #pragma pack(pop)
 typedef FSSpec* FSSpecPtr;
 
-// Makes the specification of an item that exists, or that may be made in a folder that does.
+// Makes the FSSpec of an item that exists, or that may be made in a folder that does.
 //   inVRefNum  a volume, or 0 for the first one
 //   inDirID    a folder of it; 0 stands for the root folder
 //   inName     one name, without a path; null or empty names the folder, which then becomes a name in the

@@ -12,6 +12,7 @@
 // purgeable are emptied by EmptyHandle only, never behind their owner's back.
 #pragma once
 
+#include <string.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/MacTypes.h>
 #include <toolbox/ToolboxExport.h>
@@ -100,7 +101,10 @@ TOOLBOX_EXPORT OSErr MemError(void);
 
 // Move or clear inByteCount bytes; nothing when it is 0 or less. Source and destination may overlap.
 TOOLBOX_EXPORT void BlockMove(const void* inSource, void* outDestination, Size inByteCount);
-TOOLBOX_EXPORT void BlockMoveData(const void* inSource, void* outDestination, Size inByteCount);
+TOOLBOX_EXPORT TOOLBOX_INLINE void BlockMoveData(const void* inSource, void* outDestination,
+                                                 Size inByteCount) {
+    if (inByteCount > 0) memmove(outDestination, inSource, (size_t)inByteCount);
+}
 TOOLBOX_EXPORT void BlockZero(void* outDestination, Size inByteCount);
 
 // Host settings and observations, beside the historic interface.

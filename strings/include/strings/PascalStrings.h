@@ -7,7 +7,9 @@
 #pragma once
 
 #include <foundation/MirtalExport.h>
+#include <string.h>
 #include <toolbox/MacTypes.h>
+#include <toolbox/ToolboxExport.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -24,7 +26,9 @@ MIRTAL_EXPORT Boolean PStrContains(const unsigned char* inText, const unsigned c
 MIRTAL_EXPORT Boolean PStrContainsChar(const unsigned char* inText, unsigned char inChar);
 MIRTAL_EXPORT Boolean PStrEndsWith(const unsigned char* inText, const unsigned char* inTail);
 
-MIRTAL_EXPORT void PStrCopy(const unsigned char* inSource, unsigned char* outDestination);
+MIRTAL_EXPORT TOOLBOX_INLINE void PStrCopy(const unsigned char* inSource, unsigned char* outDestination) {
+    memmove(outDestination, inSource, inSource[0] + 1u);
+}
 // A copy cut at inMaxLength bytes, or one less where that would split a double-byte character. (The C++
 // function of this name, see TruncatingCopies.h, splits them.) outDestination may be inSource.
 //   inMaxLength  outDestination holds one byte more; less than 0 is 0

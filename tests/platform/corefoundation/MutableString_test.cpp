@@ -281,11 +281,10 @@ TEST(MutableString, AsTheStandardStringDoes) {
 }
 
 TEST(MutableString, ChangesThatFindNoMemory) {
-    const std::u16string text(300, u'x');
     EXPECT_EQ(2, faults::FailEachCall([] {
                   return OwnedMutable(CFStringCreateMutableCopy(nullptr, 0, CFSTR("a"))) != nullptr;
               }));
-    EXPECT_EQ(4, faults::FailEachCall([&text] {
+    EXPECT_EQ(4, faults::FailEachCall([] {
                   const OwnedMutable string(CFStringCreateMutable(nullptr, 0));
                   if (string == nullptr) return false;
                   CFStringAppendCharacters(string.get(), reinterpret_cast<const UniChar*>(u"ab"), 2);

@@ -83,6 +83,11 @@ TEST(Block, MovesOverlapping) {
     EXPECT_STREQ("ababcd", bytes);
     BlockMoveData(bytes + 2, bytes, 4);
     EXPECT_STREQ("abcdcd", bytes);
+    void (*const volatile byName)(const void*, void*, Size) = BlockMoveData;
+    byName(bytes, bytes + 1, 5);
+    EXPECT_STREQ("aabcdc", bytes);
+    byName("xyz", bytes, -2);
+    EXPECT_STREQ("aabcdc", bytes);
 }
 
 TEST(Block, NothingToMove) {

@@ -1,0 +1,71 @@
+#include "LongBlocks.h"
+
+#ifdef __x86_64__
+#include <immintrin.h>
+
+#define MIRTAL_AVX2 [[gnu::target("avx2")]]
+
+namespace {
+
+struct Comparison64 {
+    __m256i halves[2];
+};
+
+MIRTAL_AVX2 inline __m256i WideCompare32(Bytes inLeft, Bytes inRight) {
+    return _mm256_cmpeq_epi8(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(inLeft)),
+                             _mm256_loadu_si256(reinterpret_cast<__m256i const*>(inRight)));
+}
+
+MIRTAL_AVX2 inline Comparison64 WideCompare64(Bytes inLeft, Bytes inRight) {
+    return {{WideCompare32(inLeft, inRight), WideCompare32(inLeft + 32, inRight + 32)}};
+}
+
+MIRTAL_AVX2 inline bool AreBothEqual(Comparison64 const& inOne, Comparison64 const& inOther) {
+    __m256i const equal = _mm256_and_si256(_mm256_and_si256(inOne.halves[0], inOne.halves[1]),
+                                           _mm256_and_si256(inOther.halves[0], inOther.halves[1]));
+    return _mm256_movemask_epi8(equal) == -1;
+}
+
+// 64 when none differs.
+MIRTAL_AVX2 inline unsigned FirstDifferent64(Comparison64 const& inComparison) {
+    UInt64 const low = static_cast<UInt32>(_mm256_movemask_epi8(inComparison.halves[0]));
+    UInt64 const high = static_cast<UInt32>(_mm256_movemask_epi8(inComparison.halves[1]));
+    return static_cast<unsigned>(std::countr_one(low | high << 32));
+}
+
+// Blocks of 64 bytes, and those at inLast, which may overlap them.
+MIRTAL_AVX2 inline long CompareEnds(Bytes inLeft, Bytes inRight, unsigned long inLast) {
+    Comparison64 const first = WideCompare64(inLeft, inRight);
+    Comparison64 const last = WideCompare64(inLeft + inLast, inRight + inLast);
+    if (AreBothEqual(first, last)) [[likely]]
+        return 0;
+    unsigned const place = FirstDifferent64(first);
+    return DifferenceAt(inLeft, inRight, place < 64 ? place : inLast + FirstDifferent64(last));
+}
+
+MIRTAL_AVX2 long CompareWide(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
+    if (inByteCount <= 128) return CompareEnds(inLeft, inRight, inByteCount - 64);
+    Bytes const lastLeft = inLeft + (inByteCount - 128);
+    Bytes const lastRight = inRight + (inByteCount - 128);
+#pragma GCC unroll 2
+    do {
+        if (long const difference = CompareEnds(inLeft, inRight, 64); difference != 0) [[unlikely]]
+            return difference;
+        inLeft += 128;
+        inRight += 128;
+    } while (inLeft < lastLeft);
+    return CompareEnds(lastLeft, lastRight, 64);
+}
+
+}  // namespace
+
+long CompareLong(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
+    if (__builtin_cpu_supports("avx2")) [[likely]]
+        return CompareWide(inLeft, inRight, inByteCount);
+    return CompareStretches(inLeft, inRight, inByteCount);
+}
+#else
+long CompareLong(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
+    return CompareStretches(inLeft, inRight, inByteCount);
+}
+#endif
