@@ -8,9 +8,6 @@
 #include <toolbox/MacMemory.h>
 #include <toolbox/SoundReport.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -18,6 +15,8 @@
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include "InputFile.h"
 
 namespace {
 
@@ -33,24 +32,6 @@ void Check(bool inHolds, int inLine = __builtin_LINE()) {
     std::fprintf(stderr, "%s:%d: does not hold\n", __FILE__, inLine);
     std::abort();
 }
-
-// One file, written anew for each input: a conversion opens by path.
-class InputFile {
-  public:
-    InputFile() : mPath("/dev/shm/mirtal-fuzz-" + std::to_string(getpid())) {}
-    ~InputFile() { unlink(mPath.c_str()); }
-    const char* Path() const { return mPath.c_str(); }
-
-    void Fill(const std::uint8_t* inBytes, std::size_t inByteCount) const {
-        const int descriptor = open(mPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        Check(descriptor >= 0);
-        Check(write(descriptor, inBytes, inByteCount) == static_cast<ssize_t>(inByteCount));
-        close(descriptor);
-    }
-
-  private:
-    std::string mPath;
-};
 
 struct Enough {};
 

@@ -1,15 +1,13 @@
 // Resource forks and companions of hostile making: opened, every resource read, changed and written again.
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <toolbox/Files.h>
 #include <toolbox/Resources.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "InputFile.h"
 #include "files/AppleDouble.h"
 #include "resources/ResourceFork.h"
 #include "resources/Resources_test_access.h"
@@ -20,24 +18,6 @@ using namespace toolbox::resources;
 
 void Require(bool inHolds) {
     if (!inHolds) std::abort();
-}
-
-// Where each input is put; in memory where the system has such a folder.
-const std::string& Path() {
-    static const std::string sPath = [] {
-        const char* folder = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
-        return std::string(folder) + "/resource-fork-fuzzer-" + std::to_string(getpid());
-    }();
-    return sPath;
-}
-
-FSRef FileOf(const UInt8* inBytes, std::size_t inCount) {
-    const int descriptor = open(Path().c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    Require(descriptor >= 0 && write(descriptor, inBytes, inCount) == static_cast<ssize_t>(inCount));
-    close(descriptor);
-    FSRef file = {};
-    Require(FSPathMakeRef(reinterpret_cast<const UInt8*>(Path().c_str()), &file, nullptr) == noErr);
-    return file;
 }
 
 // Reads all there is, and marks it as changed.
@@ -90,13 +70,15 @@ void CheckCompanion(const UInt8* inBytes, std::size_t inCount) {
 extern "C" int LLVMFuzzerTestOneInput(const UInt8* inBytes, std::size_t inCount) {
     static const bool sIsAlone = [] {
         StartWithApplication([] { return std::string(); });
-        std::atexit([] { unlink(Path().c_str()); });
         return true;
     }();
     Require(sIsAlone);
     CheckMap(inBytes, inCount);
     CheckCompanion(inBytes, inCount);
-    const FSRef file = FileOf(inBytes, inCount);
+    static const InputFile sFile;
+    sFile.Fill(inBytes, inCount);
+    FSRef file = {};
+    Require(FSPathMakeRef(reinterpret_cast<const UInt8*>(sFile.Path()), &file, nullptr) == noErr);
     SInt16 refNum = -1;
     if (FSOpenResourceFile(&file, 0, nullptr, fsRdWrPerm, &refNum) != noErr) return 0;
     const unsigned sum = UseAll();
