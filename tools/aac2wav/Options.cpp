@@ -17,6 +17,9 @@
 #include <utility>
 
 namespace tool {
+
+const char kCommandName[] = "aac2wav";
+
 namespace {
 
 constexpr char kDescription[] =

@@ -1,5 +1,7 @@
 #include "Files.h"
 
+#include "Failure.h"
+
 #include <fcntl.h>
 #include <toolbox/Files.h>
 #include <toolbox/Resources.h>
@@ -8,9 +10,40 @@
 #include <cerrno>
 #include <string_view>
 
+const char tool::kCommandName[] = "rez-pack";
+
 namespace rez_pack {
 
 namespace {
+
+struct Explanation {
+    OSStatus status;
+    int exitCode;
+    const char* reason;
+};
+
+constexpr Explanation kExplanations[] = {
+    {fnfErr, EX_NOINPUT, "No such file or directory"},
+    {dirNFErr, EX_NOINPUT, "No such file or directory"},
+    {notAFileErr, EX_NOINPUT, "is a folder"},
+    {permErr, EX_NOINPUT, "Permission denied"},
+    {afpAccessDenied, EX_NOINPUT, "Permission denied"},
+    {wrPermErr, EX_CANTCREAT, "may only be read"},
+    {wPrErr, EX_CANTCREAT, "may only be read"},
+    {mapReadErr, EX_DATAERR, "is no resource file"},
+    {eofErr, EX_DATAERR, "is no resource file"},
+    {dskFulErr, EX_IOERR, "no space left, on the volume or among what a resource file can hold"},
+    {fBsyErr, EX_IOERR, "is in use"},
+    {memFullErr, EX_OSERR, "out of memory"},
+};
+
+// Of a toolbox status that ends the work.
+tool::Failure FailureOf(const std::string& inPath, OSStatus inStatus) {
+    for (const Explanation& explanation : kExplanations)
+        if (explanation.status == inStatus)
+            return tool::Failure(explanation.exitCode, inPath, explanation.reason);
+    return tool::Failure(EX_IOERR, inPath, "status " + std::to_string(inStatus));
+}
 
 constexpr std::u16string_view kResourceFork = u"RESOURCE_FORK";
 
@@ -40,7 +73,7 @@ class OpenFile {
     OpenFile& operator=(const OpenFile&) = delete;
 
     void Check(OSErr inError) const {
-        if (inError != noErr) throw FileError(mPath, inError);
+        if (inError != noErr) throw FailureOf(mPath, inError);
     }
     void Update() const {
         UpdateResFile(mRefNum);
@@ -55,7 +88,7 @@ class OpenFile {
 FSRef RefOf(const std::string& inPath) {
     FSRef file = {};
     const OSStatus status = FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath.c_str()), &file, nullptr);
-    if (status != noErr) throw FileError(inPath, status);
+    if (status != noErr) throw FailureOf(inPath, status);
     return file;
 }
 
@@ -110,6 +143,8 @@ void Add(const OpenFile& inFile, const Record& inRecord) {
 // Whether the file was not there before.
 bool MakeFile(const std::string& inPath) {
     const int descriptor = open(inPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (descriptor < 0 && errno != EEXIST)
+        throw tool::Failure(EX_CANTCREAT, inPath, tool::SystemReason(errno));
     if (descriptor >= 0) close(descriptor);
     return descriptor >= 0;
 }
@@ -118,7 +153,7 @@ void Write(const std::string& inPath, Where inWhere, const std::vector<Record>& 
     const FSRef ref = RefOf(inPath);
     const ForkName fork(inWhere);
     const OSErr error = FSCreateResourceFork(&ref, fork.length, fork.characters, 0);
-    if (error != noErr && error != dupFNErr) throw FileError(inPath, error);
+    if (error != noErr && error != dupFNErr) throw FailureOf(inPath, error);
     const OpenFile file(inPath, ref, inWhere, fsRdWrPerm);
     RemoveAll(file);
     for (const Record& record : inRecords)
@@ -140,7 +175,7 @@ void WriteResources(const std::string& inPath, Where inWhere, const std::vector<
     const bool isNew = inWhere == Where::kDataFork && MakeFile(inPath);
     try {
         Write(inPath, inWhere, inRecords);
-    } catch (const FileError&) {
+    } catch (const tool::Failure&) {
         if (isNew) unlink(inPath.c_str());
         throw;
     }

@@ -87,6 +87,12 @@ JSON DescriptionOf(const Record& inRecord, CFStringEncoding inEncoding) {
 
 }  // namespace
 
+std::string ReasonOf(const JSON::exception& inError) {
+    const std::string_view words = inError.what();
+    const std::size_t kindEnd = words.find("] ");
+    return std::string(kindEnd == std::string_view::npos ? words : words.substr(kindEnd + 2));
+}
+
 std::vector<Record> RecordsOf(const JSON& inDescription, CFStringEncoding inEncoding) {
     if (!inDescription.is_object() || !inDescription.contains("resources") ||
         !inDescription["resources"].is_array())
@@ -99,7 +105,7 @@ std::vector<Record> RecordsOf(const JSON& inDescription, CFStringEncoding inEnco
         } catch (const DescriptionError& error) {
             throw DescriptionError(which + error.what());
         } catch (const JSON::exception& error) {
-            throw DescriptionError(which + error.what());
+            throw DescriptionError(which + ReasonOf(error));
         }
     }
     return records;

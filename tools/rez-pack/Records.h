@@ -41,6 +41,9 @@ class DescriptionError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// The library's words, without the name of the error's kind in front.
+std::string ReasonOf(const JSON::exception& inError);
+
 // The records that a description tells of, text in the encoding. Throws DescriptionError.
 std::vector<Record> RecordsOf(const JSON& inDescription, CFStringEncoding inEncoding);
 

@@ -162,7 +162,7 @@ class RezPackTest : public testing::Test {
         std::string text;  // both streams
     };
     static Outcome Run(const std::string& inArguments) {
-        FILE* pipe = popen((REZ_PACK_COMMAND " "s + inArguments + " 2>&1").c_str(), "r");
+        FILE* pipe = popen((REZ_PACK_COMMAND " 2>&1 "s + inArguments).c_str(), "r");
         std::string text;
         char bytes[4096];
         for (std::size_t count; (count = fread(bytes, 1, sizeof bytes, pipe)) > 0;)
@@ -218,27 +218,76 @@ TEST_F(RezPackTest, Encoding) {
 TEST_F(RezPackTest, LeavesOtherFilesAlone) {
     const std::string file = mFolder.MakeFile("text", "no resource file at all");
     const Outcome outcome = Run("make " + mDescription + " " + file);
-    EXPECT_EQ(74, outcome.exitCode);
-    EXPECT_NE(std::string::npos, outcome.text.find("rez-pack: " + file)) << outcome.text;
+    EXPECT_EQ(65, outcome.exitCode);
+    EXPECT_EQ("rez-pack: " + file + ": is no resource file\n", outcome.text);
     EXPECT_EQ("no resource file at all", Contents(file));
 }
 
-TEST_F(RezPackTest, TellsWhatIsWrong) {
-    const Outcome bad = Run("make " + mFolder.MakeFile("bad.json", "{") + " " + mOut);
-    EXPECT_EQ(65, bad.exitCode);
-    const Outcome kind =
-        Run("make " +
-            mFolder.MakeFile("kind.json", R"({"resources": [{"type": "STR ", "id": 1, "string": 5}]})") +
-            " " + mOut);
-    EXPECT_EQ(65, kind.exitCode);
-    EXPECT_EQ("rez-pack: resource 1: a text is needed, not 5\n", kind.text);
+TEST_F(RezPackTest, TellsWhatIsWrongWithADescription) {
+    for (const auto& [text, reason] : {
+             std::pair(R"({"resources": [{"type": "STR ", "id": 1, "string": 5}]})"s,
+                       "resource 1: a text is needed, not 5"s),
+             std::pair(R"({"resources": [{"type": "STR ", "id": 1}]})"s,
+                       "resource 1: key 'string' not found"s),
+             std::pair("7"s, "the description is not an object with a list \"resources\""s),
+             std::pair("{"s,
+                       "parse error at line 1, column 2: syntax error while parsing object key - unexpected "
+                       "end of input; expected string literal"s),
+         }) {
+        const std::string file = mFolder.MakeFile("bad.json", text);
+        const Outcome outcome = Run("make " + file + " " + mOut);
+        EXPECT_EQ(65, outcome.exitCode);
+        EXPECT_EQ("rez-pack: " + file + ": " + reason + "\n", outcome.text);
+    }
     EXPECT_FALSE(std::filesystem::exists(mOut));
-    EXPECT_EQ(74, Run("make " + mFolder.Path() + "/none.json " + mOut).exitCode);
-    EXPECT_EQ(74, Run("show " + mOut).exitCode);
-    EXPECT_EQ(74, Run("show " + mDescription + " > /dev/full").exitCode);
-    for (const char* arguments : {"", "make", "show", "show --encoding klingon x", "pack a b"})
-        EXPECT_EQ(64, Run(arguments).exitCode) << arguments;
-    EXPECT_EQ(0, Run("--help").exitCode);
+}
+
+TEST_F(RezPackTest, TellsWhatIsWrongWithAFile) {
+    const std::string none = mFolder / "none", folder = mFolder.MakeFolder("folder"),
+                      empty = mFolder.MakeFile("empty", "");
+    struct {
+        std::string arguments;
+        int exitCode;
+        std::string message;
+    } const cases[] = {
+        {"make " + none + " " + mOut, 66, none + ": No such file or directory"},
+        {"make " + folder + " " + mOut, 66, folder + ": Is a directory"},
+        {"make " + mDescription + " " + none + "/out", 73, none + "/out: No such file or directory"},
+        {"make " + mDescription + " " + folder, 66, folder + ": is a folder"},
+        {"make --fork " + mDescription + " " + none, 66, none + ": No such file or directory"},
+        {"show " + none, 66, none + ": No such file or directory"},
+        {"show " + folder, 66, folder + ": is a folder"},
+        {"show " + empty, 65, empty + ": is no resource file"},
+        {"show " + mDescription, 65, mDescription + ": is no resource file"},
+    };
+    for (const auto& [arguments, exitCode, message] : cases) {
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(exitCode, outcome.exitCode) << arguments;
+        EXPECT_EQ("rez-pack: " + message + "\n", outcome.text) << arguments;
+    }
+    EXPECT_FALSE(std::filesystem::exists(mOut));
+}
+
+TEST_F(RezPackTest, TellsOfAFullDevice) {
+    ASSERT_EQ(0, Run("make " + mDescription + " " + mOut).exitCode);
+    const Outcome outcome = Run("show " + mOut + " >/dev/full");
+    EXPECT_EQ(74, outcome.exitCode);
+    EXPECT_EQ("rez-pack: standard output: No space left on device\n", outcome.text);
+}
+
+TEST_F(RezPackTest, Arguments) {
+    for (const char* arguments : {"", "make", "show", "show --encoding klingon x", "pack a b"}) {
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(64, outcome.exitCode) << arguments;
+        EXPECT_TRUE(outcome.text.starts_with("rez-pack: ")) << outcome.text;
+        EXPECT_TRUE(outcome.text.ends_with(" (see rez-pack --help)\n")) << outcome.text;
+    }
+    EXPECT_TRUE(Run("--version").text.starts_with("rez-pack 1."));
+    for (const char* arguments : {"--help", "make --help", "show --help"}) {
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(0, outcome.exitCode) << arguments;
+        EXPECT_NE(std::string::npos, outcome.text.find("Usage: rez-pack")) << outcome.text;
+    }
 }
 
 TEST_F(RezPackTest, ExampleOfTheManual) {
@@ -249,13 +298,21 @@ TEST_F(RezPackTest, ExampleOfTheManual) {
     EXPECT_EQ(2U, ReadResources(mOut, Where::kDataFork).size());
 }
 
-TEST_F(RezPackTest, RemovesAFileThatCannotBeFilled) {
+TEST_F(RezPackTest, LosesNothingThatCannotBeReplaced) {
     std::string names = R"({"resources": [)";
     for (int i = 0; i < 300; ++i)
         names += (i == 0 ? "" : ",") + R"({"type": "abcd", "id": )"s + std::to_string(i) +
                  R"(, "data": "", "name": ")" + std::string(255, 'n') + "\"}";
-    EXPECT_EQ(74, Run("make " + mFolder.MakeFile("long.json", names + "]}") + " " + mOut).exitCode);
+    const std::string longOnes = mFolder.MakeFile("long.json", names + "]}");
+    const Outcome outcome = Run("make " + longOnes + " " + mOut);
+    EXPECT_EQ(74, outcome.exitCode);
+    EXPECT_EQ("rez-pack: " + mOut + ": no space left, on the volume or among what a resource file can hold\n",
+              outcome.text);
     EXPECT_FALSE(std::filesystem::exists(mOut));
+    ASSERT_EQ(0, Run("make " + mDescription + " " + mOut).exitCode);
+    const std::string before = Contents(mOut);
+    EXPECT_EQ(74, Run("make " + longOnes + " " + mOut).exitCode);
+    EXPECT_EQ(before, Contents(mOut)) << "what was there stays";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What ends the work on one input: a reason for people and a code of <sysexits.h>.
+// What ends a command's work on one file: a reason for people and a code of <sysexits.h>.
 #pragma once
 
 #include <sysexits.h>
@@ -25,7 +25,10 @@ class Failure : public std::runtime_error {
 // The system's words for an errno.
 std::string SystemReason(int inErrno);
 
-// "aac2wav: subject: text", one line on standard error whatever the file's name holds.
+// Each command's own.
+extern const char kCommandName[];
+
+// "command: subject: text", one line on standard error whatever the file's name holds.
 void Say(const std::string& inSubject, const std::string& inText);
 
 }  // namespace tool

@@ -11,7 +11,7 @@ std::string SystemReason(int inErrno) {
 }
 
 void Say(const std::string& inSubject, const std::string& inText) {
-    std::string line = "aac2wav: ";
+    std::string line = std::string(kCommandName) + ": ";
     if (!inSubject.empty()) {
         line += inSubject + ": ";
     }
