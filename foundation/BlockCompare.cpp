@@ -38,7 +38,7 @@ long CompareWords(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
 
 template <unsigned kPieces>
 [[gnu::noinline]] long DifferenceOfPieces(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    constexpr unsigned long kEndBytes = kPieces * 16;
+    constexpr unsigned long kEndBytes = kPieces * 16UL;
     for (unsigned long const end : {0UL, inByteCount - kEndBytes}) {
         for (unsigned long at = end; at < end + kEndBytes; at += 16) {
             unsigned const place = FirstDifferent(Compare16(inLeft + at, inRight + at));
@@ -51,7 +51,7 @@ template <unsigned kPieces>
 // Blocks of at least kPieces of 16 bytes, and at most twice as many.
 template <unsigned kPieces>
 long ComparePieces(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    unsigned long const last = inByteCount - kPieces * 16;
+    unsigned long const last = inByteCount - kPieces * 16UL;
     if (AreEqual(Join(Compare16s<kPieces>(inLeft, inRight),
                       Compare16s<kPieces>(inLeft + last, inRight + last)))) [[likely]]
         return 0;

@@ -43,7 +43,9 @@ MIRTAL_AVX2 inline long CompareEnds(Bytes inLeft, Bytes inRight, unsigned long i
     return DifferenceAt(inLeft, inRight, place < 64 ? place : inLast + FirstDifferent64(last));
 }
 
-MIRTAL_AVX2 long CompareWide(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
+}  // namespace
+
+MIRTAL_AVX2 long CompareVectors(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
     if (inByteCount <= 128) return CompareEnds(inLeft, inRight, inByteCount - 64);
     Bytes const lastLeft = inLeft + (inByteCount - 128);
     Bytes const lastRight = inRight + (inByteCount - 128);
@@ -55,17 +57,5 @@ MIRTAL_AVX2 long CompareWide(Bytes inLeft, Bytes inRight, unsigned long inByteCo
         inRight += 128;
     } while (inLeft < lastLeft);
     return CompareEnds(lastLeft, lastRight, 64);
-}
-
-}  // namespace
-
-long CompareLong(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    if (__builtin_cpu_supports("avx2")) [[likely]]
-        return CompareWide(inLeft, inRight, inByteCount);
-    return CompareStretches(inLeft, inRight, inByteCount);
-}
-#else
-long CompareLong(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    return CompareStretches(inLeft, inRight, inByteCount);
 }
 #endif

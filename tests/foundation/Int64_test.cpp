@@ -150,12 +150,13 @@ TEST(Int64Test, CarryAndBorrowCrossTheWords) {
 
 TEST(Int64Test, OperatorsOnItself) {
     Int64 value(0x80000000LL);
-    value += value;
+    Int64 const& itself = value;
+    value += itself;
     EXPECT_EQ(0x100000000LL, value.LongLong());
-    value *= value;
+    value *= itself;
     EXPECT_EQ(0, value.LongLong());
     value = Int64(9);
-    value -= value;
+    value -= itself;
     EXPECT_EQ(0, value.LongLong());
 }
 
