@@ -81,6 +81,7 @@ void Chain::Preload(ResourceFile& ioFile) {
 
 OSStatus Chain::CloseLink(std::size_t inIndex) {
     ResourceFile& file = *mLinks[inIndex].file;
+    TakeOffLostHandles(file);
     OSStatus status = memFullErr;
     try {
         status = file.Write(nullptr);
@@ -205,6 +206,12 @@ void Chain::Release(Resource& ioResource) {
     mByHandle.erase(handle);
     ioResource.handle = nullptr;
     DisposeHandle(handle);
+}
+
+void Chain::TakeOffLostHandles(ResourceFile& ioFile) {
+    for (const auto& resource : ioFile.Resources())
+        if (resource->handle != nullptr && Find(resource->handle) != resource.get())
+            resource->handle = nullptr;
 }
 
 void CloseAllFiles() {

@@ -50,6 +50,9 @@ class Chain {
     void LetGo(Resource& ioResource);
     // The handle is disposed of.
     void Release(Resource& ioResource);
+    // Takes handles that were disposed of by others off the file's resources: to be called before it is
+    // written, as such a handle may be another block's by then. What was changed in them is lost.
+    void TakeOffLostHandles(ResourceFile& ioFile);
 
   private:
     struct Link {

@@ -100,5 +100,8 @@ void RemoveResource(Handle inResource) {
 }
 
 void WriteResource(Handle inResource) {
-    RunOn(inResource, [](Chain&, Resource& ioResource) { return ioResource.file->Write(&ioResource); });
+    RunOn(inResource, [](Chain& ioChain, Resource& ioResource) {
+        ioChain.TakeOffLostHandles(*ioResource.file);
+        return ioResource.file->Write(&ioResource);
+    });
 }

@@ -32,7 +32,7 @@ OSStatus CreateFork(const FSRef& inFile, Fork inFork) {
     std::vector<Image> none;
     std::vector<UInt8> bytes;
     if (!EncodeFork(none, 0, bytes)) return paramErr;
-    return toolbox::files::WriteFork(inFile, inFork, bytes);
+    return toolbox::files::WriteFork(inFile, inFork, bytes, HeadOfFork());
 }
 
 OSStatus OpenFile(Chain& ioChain, const FSRef& inFile, Fork inFork, SInt8 inPermission, SInt16& outRefNum) {
@@ -61,7 +61,7 @@ template <typename Function>
 OSStatus RunOnFile(SInt16 inRefNum, Function inFunction) {
     return Run([&](Chain& ioChain) -> OSStatus {
         ResourceFile* file = ioChain.File(inRefNum);
-        return file == nullptr ? OSStatus{resFNotFound} : inFunction(*file);
+        return file == nullptr ? OSStatus{resFNotFound} : inFunction(ioChain, *file);
     });
 }
 
@@ -123,7 +123,7 @@ SInt16 HomeResFile(Handle inResource) {
 
 SInt16 GetResFileAttrs(SInt16 inRefNum) {
     SInt16 attributes = 0;
-    RunOnFile(inRefNum, [&](ResourceFile& inFile) -> OSStatus {
+    RunOnFile(inRefNum, [&](Chain&, ResourceFile& inFile) -> OSStatus {
         attributes = static_cast<SInt16>(inFile.Attributes());
         return noErr;
     });
@@ -131,12 +131,15 @@ SInt16 GetResFileAttrs(SInt16 inRefNum) {
 }
 
 void SetResFileAttrs(SInt16 inRefNum, SInt16 inAttributes) {
-    RunOnFile(inRefNum, [&](ResourceFile& ioFile) -> OSStatus {
+    RunOnFile(inRefNum, [&](Chain&, ResourceFile& ioFile) -> OSStatus {
         ioFile.SetAttributes(static_cast<UInt16>(inAttributes));
         return noErr;
     });
 }
 
 void UpdateResFile(SInt16 inRefNum) {
-    RunOnFile(inRefNum, [](ResourceFile& ioFile) { return ioFile.Write(nullptr); });
+    RunOnFile(inRefNum, [](Chain& ioChain, ResourceFile& ioFile) {
+        ioChain.TakeOffLostHandles(ioFile);
+        return ioFile.Write(nullptr);
+    });
 }

@@ -236,6 +236,49 @@ TEST_F(ChangesTest, ChangedAndThenEmptied) {
     EXPECT_EQ("", TextOf(GetResource(kText, 7)));
 }
 
+// A program that disposes of a resource's handle is wrong; the block that comes in its place must not be
+// written as the resource.
+TEST_F(ChangesTest, ChangedAndThenDisposedOf) {
+    for (const bool isClosed : {false, true}) {
+        const Handle changed = GetResource(kText, 1);
+        ChangedResource(changed);
+        const Handle added = NewText("gone");
+        AddResource(added, kText, isClosed ? 8 : 7, nullptr);
+        DisposeHandle(added);
+        DisposeHandle(changed);
+        const Handle first = NewText("another's");
+        const Handle second = NewText("another's too");
+        ASSERT_TRUE((first == changed && second == added) || (first == added && second == changed))
+            << "the blocks are expected to be reused";
+        if (!isClosed) UpdateResFile(mRefNum);
+        EXPECT_EQ(noErr, ResError());
+        Reopen();
+        EXPECT_EQ("one", TextOf(GetResource(kText, 1)));
+        EXPECT_EQ("", TextOf(GetResource(kText, isClosed ? 8 : 7)));
+        EXPECT_EQ("another's", TextOf(first));
+        EXPECT_EQ("another's too", TextOf(second));
+        DisposeHandle(first);
+        DisposeHandle(second);
+    }
+}
+
+TEST_F(ChangesTest, OneIsWrittenWhileAnotherWasDisposedOf) {
+    const Handle added = NewText("gone");
+    AddResource(added, kText, 7, nullptr);
+    const Handle written = GetResource(kText, 1);
+    ChangedResource(written);
+    DisposeHandle(added);
+    const Handle plain = NewText("another's");
+    ASSERT_EQ(added, plain) << "the block is expected to be reused";
+    WriteResource(written);
+    EXPECT_EQ(noErr, ResError());
+    UpdateResFile(mRefNum);
+    Reopen();
+    EXPECT_EQ("", TextOf(GetResource(kText, 7)));
+    EXPECT_EQ("another's", TextOf(plain));
+    DisposeHandle(plain);
+}
+
 TEST_F(ChangesTest, TooMuchForTheFormat) {
     AddResource(NewText(std::string(0x1000000, 'x')), kText, 7, nullptr);
     AddResource(NewText("after it"), kText, 8, nullptr);
