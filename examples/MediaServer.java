@@ -221,7 +221,9 @@ public final class MediaServer implements AutoCloseable {
         try (WavInputStream sound = source.openStream(first, last); OutputStream body = exchange.getResponseBody()) {
             sound.transferTo(body);
         } catch (IOException disconnected) {
-            return;  // the player has gone, or has seeked: nobody waits for the rest
+            // The player has gone, or has seeked: nobody waits for the rest. The server lets go of the connection
+            // only when it hears of it.
+            throw new IOException("the transfer ended early", disconnected);
         } finally {
             transfers.remove(source);
         }

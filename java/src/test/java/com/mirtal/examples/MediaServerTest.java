@@ -14,6 +14,7 @@ import java.net.http.HttpRequest;
 import java.net.http.HttpResponse;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
+import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.nio.file.attribute.FileTime;
 import java.time.Instant;
@@ -211,6 +212,37 @@ class MediaServerTest {
         }
         waitForTransfers(0);
         assertWhole(send("GET", SONG));
+    }
+
+    /** In this process, of the server and of the tests. */
+    private static long socketCount() throws Exception {
+        long count = 0;
+        try (var descriptors = Files.newDirectoryStream(Path.of("/proc/self/fd"))) {
+            for (Path descriptor : descriptors) {
+                try {
+                    count += Files.readSymbolicLink(descriptor).toString().startsWith("socket:") ? 1 : 0;
+                } catch (NoSuchFileException closedMeanwhile) {
+                    continue;
+                }
+            }
+        }
+        return count;
+    }
+
+    @Test
+    void disconnectingLeavesNoSocketOpen() throws Exception {
+        URI address = URI.create(server.address());
+        long before = socketCount();
+        for (int round = 0; round < 20; round++) {
+            try (Socket socket = new Socket(address.getHost(), address.getPort())) {
+                socket.getOutputStream().write("GET /audio/long.m4a.wav HTTP/1.1\r\nHost: x\r\n\r\n".getBytes());
+                socket.getInputStream().readNBytes(1000);
+            }
+        }
+        for (int i = 0; i < 500 && socketCount() > before; i++) {
+            Thread.sleep(10);
+        }
+        assertEquals(before, socketCount());
     }
 
     private void waitForTransfers(int count) throws Exception {
