@@ -41,6 +41,19 @@ void RunShielded(Conversion inConversion) {
     }
 }
 
+// No exception may be pending while the runtime is asked for more: it is put aside here. Of several the first
+// is kept, as it tells what went wrong.
+void PutExceptionAside(JNIEnv* inEnv, jthrowable& ioFirst) {
+    jthrowable thrown = inEnv->ExceptionOccurred();
+    if (thrown == nullptr) return;
+    inEnv->ExceptionClear();
+    if (ioFirst == nullptr) {
+        ioFirst = thrown;
+    } else {
+        inEnv->DeleteLocalRef(thrown);
+    }
+}
+
 Int64 FromJava(jlong inValue) {
     return Int64(static_cast<long long>(inValue));
 }
@@ -50,19 +63,18 @@ Int64 FromJava(jlong inValue) {
 void putDataCallback(void* inContext, void* inData, long inLength) {
     auto* context = static_cast<JavaCallbackContext*>(inContext);
     JNIEnv* env = context->env;
-    // The chunks go on coming whatever the method throws. Of several exceptions the runtime would keep the
-    // last; it is the first that tells what went wrong.
-    jthrowable first = env->ExceptionOccurred();
+    // The chunks go on coming whatever the method throws; it surfaces when the native method returns.
+    jthrowable first = nullptr;
+    PutExceptionAside(env, first);
     env->SetByteArrayRegion(context->buffer, 0, static_cast<jsize>(inLength),
                             static_cast<const jbyte*>(inData));
+    PutExceptionAside(env, first);
     env->CallNonvirtualVoidMethod(context->object, context->objectClass, context->method, context->buffer,
                                   static_cast<jint>(inLength));
-    if (first != nullptr) {
-        env->Throw(first);
-        env->DeleteLocalRef(first);
-    }
-    // The answer changes nothing, but a runtime that checks its natives wants it asked.
-    env->ExceptionCheck();
+    PutExceptionAside(env, first);
+    if (first == nullptr) return;
+    env->Throw(first);
+    env->DeleteLocalRef(first);
 }
 
 extern "C" {

@@ -39,11 +39,14 @@ const auto kBuffer = Ref<jbyteArray>(4);
 const auto kMethod = Ref<jmethodID>(5);
 const auto kOldException = Ref<jthrowable>(6);
 const auto kNewException = Ref<jthrowable>(7);
+const auto kRegionException = Ref<jthrowable>(8);
 
 struct Script {
     std::vector<std::string> calls;
     bool hasMethod = true;
     bool methodThrows = false;
+    bool regionThrows = false;
+    int localReferences = 0;  // to exceptions
     jthrowable pending = nullptr;
     std::vector<std::string> chunks;
     enum { kNothing, kOutOfMemory, kNumber } engineThrows = kNothing;
@@ -86,12 +89,15 @@ jbyteArray NewBytes(JNIEnv*, jsize inLength) {
 void SetRegion(JNIEnv*, jbyteArray inArray, jsize inStart, jsize inLength, const jbyte* inBytes) {
     EXPECT_EQ(kBuffer, inArray);
     EXPECT_EQ(0, inStart);
+    EXPECT_EQ(nullptr, sScript->pending);
     sScript->chunks.emplace_back(reinterpret_cast<const char*>(inBytes), inLength > 0 ? inLength : 0);
     Note("SetByteArrayRegion " + std::to_string(inLength));
+    if (sScript->regionThrows) sScript->pending = kRegionException;
 }
 void CallMethod(JNIEnv*, jobject inObject, jclass inClass, jmethodID inMethod, va_list inArguments) {
     EXPECT_EQ(kObject, inObject);
     EXPECT_EQ(kClass, inClass);
+    EXPECT_EQ(nullptr, sScript->pending);
     EXPECT_EQ(sScript->hasMethod ? kMethod : nullptr, inMethod);
     va_list arguments;
     va_copy(arguments, inArguments);
@@ -102,17 +108,19 @@ void CallMethod(JNIEnv*, jobject inObject, jclass inClass, jmethodID inMethod, v
     if (sScript->methodThrows) sScript->pending = kNewException;
 }
 jthrowable Occurred(JNIEnv*) {
+    if (sScript->pending != nullptr) ++sScript->localReferences;
     return sScript->pending;
 }
-jboolean Check(JNIEnv*) {
-    return sScript->pending != nullptr;
+void Clear(JNIEnv*) {
+    sScript->pending = nullptr;
 }
 jint ThrowAgain(JNIEnv*, jthrowable inException) {
+    EXPECT_EQ(nullptr, sScript->pending);
     sScript->pending = inException;
     return 0;
 }
-void DeleteRef(JNIEnv*, jobject inObject) {
-    EXPECT_EQ(kOldException, inObject);
+void DeleteRef(JNIEnv*, jobject) {
+    --sScript->localReferences;
 }
 
 JNINativeInterface_ Table() {
@@ -125,7 +133,7 @@ JNINativeInterface_ Table() {
     table.SetByteArrayRegion = SetRegion;
     table.CallNonvirtualVoidMethodV = CallMethod;
     table.ExceptionOccurred = Occurred;
-    table.ExceptionCheck = Check;
+    table.ExceptionClear = Clear;
     table.Throw = ThrowAgain;
     table.DeleteLocalRef = DeleteRef;
     return table;
@@ -284,7 +292,23 @@ TEST_F(JavaNatives, FirstExceptionStaysAndStopsNothing) {
     mScript.pending = kOldException;
     putDataCallback(&context, chunk, 4);
     EXPECT_EQ(kOldException, mScript.pending);
-    EXPECT_EQ(2u, mScript.chunks.size());
+
+    mScript.methodThrows = false;
+    putDataCallback(&context, chunk, 4);
+    EXPECT_EQ(kOldException, mScript.pending);
+    EXPECT_EQ(3u, mScript.chunks.size());
+    EXPECT_EQ(0, mScript.localReferences);
+}
+
+TEST_F(JavaNatives, TheMethodIsCalledThoughTheCopyThrew) {
+    JavaCallbackContext context{&mEnv, kObject, kBuffer, kClass, kMethod};
+    char chunk[] = "RIFF";
+    mScript.regionThrows = true;
+    mScript.methodThrows = true;
+    putDataCallback(&context, chunk, -3);
+    EXPECT_THAT(mScript.calls, ElementsAre("SetByteArrayRegion -3", "call -3"));
+    EXPECT_EQ(kRegionException, mScript.pending);
+    EXPECT_EQ(0, mScript.localReferences);
 }
 
 TEST_F(JavaNatives, NoExceptionUnwindsIntoTheRuntime) {

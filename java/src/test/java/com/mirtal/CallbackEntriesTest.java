@@ -194,13 +194,10 @@ class CallbackEntriesTest {
         }
     }
 
-    /**
-     * These leave the natives with an exception pending, which a runtime that checks them reports; so in
-     * another one.
-     */
+    /** In a runtime of its own, whose every word is read: it would warn of natives that go on with one pending. */
     @Test
     void exceptionsOfTheCallbackSurface() throws Exception {
-        ChildJava child = ChildJava.withJar();
+        ChildJava child = ChildJava.withJar().option("-Xcheck:jni");
         ChildJava.Result result = child.environment(java.util.Map.of("XDG_CACHE_HOME", folder.toString()))
                                       .run("com.mirtal.ThrowingCallbacks");
         assertEquals("all as expected\n", result.output());
