@@ -41,7 +41,7 @@ public class AudioException extends IOException {
 
     /** The exception for a platform status. A detail that is not empty takes the place of the general reason. */
     static AudioException of(String path, int code, String fullDetail) {
-        String detail = withoutPath(path, fullDetail);
+        String detail = withoutStatus(code, withoutPath(path, fullDetail));
         return switch (code) {
             case PlatformStatus.NO_FILE, PlatformStatus.NO_FOLDER, PlatformStatus.NO_VOLUME, PlatformStatus.BAD_NAME ->
                 new AudioFileNotFoundException(path, code, "no such file");
@@ -59,6 +59,8 @@ public class AudioException extends IOException {
                     PlatformStatus.INVALID_MEDIA, PlatformStatus.INVALID_TRACK, PlatformStatus.INVALID_DURATION,
                     PlatformStatus.INVALID_TIME, PlatformStatus.END_OF_FILE, PlatformStatus.BAD_PARAMETER ->
                 new DamagedAudioException(path, code, either(detail, "damaged beyond reading"));
+            case PlatformStatus.NOT_A_FILE -> new AudioException(path, code, "is a folder");
+            case PlatformStatus.NO_FORK -> new AudioException(path, code, "is no regular file");
             case PlatformStatus.NO_MEMORY -> new AudioException(path, code, either(detail, "not enough memory"));
             default -> new AudioException(path, code, either(detail, "it cannot be read"));
         };
@@ -69,6 +71,12 @@ public class AudioException extends IOException {
         String nameAndColon = path.substring(path.lastIndexOf('/') + 1) + ": ";
         int at = detail.indexOf(nameAndColon);
         return at < 0 ? detail : detail.substring(at + nameAndColon.length());
+    }
+
+    /** The platform may end with the status, as the message does. */
+    private static String withoutStatus(int code, String detail) {
+        String status = " (status " + code + ")";
+        return detail.endsWith(status) ? detail.substring(0, detail.length() - status.length()) : detail;
     }
 
     private static String either(String detail, String general) {

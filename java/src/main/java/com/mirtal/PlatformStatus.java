@@ -11,6 +11,8 @@ final class PlatformStatus {
     static final int NO_MEMORY = -108;
     static final int NO_FOLDER = -120;
     static final int BAD_FORMAT = -206;
+    static final int NOT_A_FILE = -1302;
+    static final int NO_FORK = -1409;
     static final int BAD_DESCRIPTION = -2001;
     static final int BAD_MOVIE_ATOM = -2002;
     static final int NO_IMPORTER = -2003;

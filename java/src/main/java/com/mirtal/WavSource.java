@@ -56,7 +56,7 @@ public final class WavSource implements AutoCloseable {
      * @throws UnsatisfiedLinkError       when the native library cannot be loaded
      */
     public static WavSource open(String path) throws AudioException {
-        return open(path, FilePaths.bytesOf(path));
+        return open(Objects.requireNonNull(path, "path"), FilePaths.bytesOf(path));
     }
 
     /**
@@ -68,7 +68,7 @@ public final class WavSource implements AutoCloseable {
      * @throws AudioException as {@link #open(String)} does
      */
     public static WavSource open(Path path) throws AudioException {
-        return open(path.toString(), FilePaths.bytesOf(path));
+        return open(Objects.requireNonNull(path, "path").toString(), FilePaths.bytesOf(path));
     }
 
     private static WavSource open(String path, byte[] pathUTF8) throws AudioException {

@@ -365,7 +365,10 @@ class WavSourceTest {
         assertThrows(AudioFileNotFoundException.class, () -> WavSource.open(""));
         assertThrows(AudioFileNotFoundException.class, () -> WavSource.open(TestMedia.TONE + "\0.txt"));
         assertThrows(AudioFileNotFoundException.class, () -> WavSource.open("\uD800.m4a"));
-        assertThrows(AudioException.class, () -> WavSource.open(folder));
+        AudioException noFile = assertThrows(AudioException.class, () -> WavSource.open(folder));
+        assertEquals(folder + ": is a folder (platform status -1302)", noFile.getMessage());
+        AudioException device = assertThrows(AudioException.class, () -> WavSource.open("/dev/null"));
+        assertEquals("/dev/null: is no regular file (platform status -1409)", device.getMessage());
 
         UnsupportedAudioException words =
             assertThrows(UnsupportedAudioException.class, () -> WavSource.open(TestMedia.file("words.m4a")));
@@ -377,8 +380,10 @@ class WavSourceTest {
         DamagedAudioException headless =
             assertThrows(DamagedAudioException.class, () -> WavSource.open(TestMedia.file("no-tables.m4a")));
         assertEquals(-2010, headless.platformCode());
-        assertThrows(NullPointerException.class, () -> WavSource.open((String) null));
-        assertThrows(NullPointerException.class, () -> WavSource.open((Path) null));
+        assertEquals("path",
+            assertThrows(NullPointerException.class, () -> WavSource.open((String) null)).getMessage());
+        assertEquals("path",
+            assertThrows(NullPointerException.class, () -> WavSource.open((Path) null)).getMessage());
     }
 
     @Test
@@ -397,6 +402,14 @@ class WavSourceTest {
             AudioException.of("x", 0x6E696C50, "").getMessage());
         assertEquals(
             "x: it cannot be read (platform status -36)", AudioException.of("x", -36, "").getMessage());
+    }
+
+    @Test
+    void statusIsToldOnce() {
+        assertEquals("a/x: the file cannot be opened (platform status -36)",
+            AudioException.of("a/x", -36, "x: the file cannot be opened (status -36)").getMessage());
+        assertEquals("x: of another (status -3) (platform status -36)",
+            AudioException.of("x", -36, "of another (status -3)").getMessage());
     }
 
     @Test
