@@ -8,6 +8,7 @@
 #include <link.h>
 #include <pwd.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <unistd.h>
 #include <cerrno>
 #include <cstdlib>
@@ -66,10 +67,11 @@ int FindLibrary(char* outPath, std::size_t inCapacity) {
     return CopyAbsolutePath(path, outPath, inCapacity);
 }
 
-FileCalls sCalls = {::realpath, ::statx,    OpenFile,     ::close,  ::pread,           ::opendir,
-                    ::readdir,  ::closedir, CreateFile,   ::pwrite, ::posix_fallocate, ::ftruncate,
-                    ::fchmod,   ::fsync,    ::rename,     ::unlink, ::chmod,           ::faccessat,
-                    ::statvfs,  ::mkdir,    ReadVariable, FindHome, FindLibrary};
+FileCalls sCalls = {::realpath,        ::statx,     OpenFile,     ::close,    ::pread,
+                    ::opendir,         ::readdir,   ::closedir,   CreateFile, ::pwrite,
+                    ::posix_fallocate, ::ftruncate, ::fchmod,     ::fchown,   ::flock,
+                    ::fsync,           ::rename,    ::unlink,     ::chmod,    ::faccessat,
+                    ::statvfs,         ::mkdir,     ReadVariable, FindHome,   FindLibrary};
 
 }  // namespace
 

@@ -29,6 +29,8 @@ struct FileCalls {
                    off_t inByteCount);  // posix_fallocate: answers an errno
     int (*setLength)(int inDescriptor, off_t inByteCount);
     int (*setMode)(int inDescriptor, mode_t inMode);
+    int (*setOwner)(int inDescriptor, uid_t inUser, gid_t inGroup);  // fchown
+    int (*lockFile)(int inDescriptor, int inOperation);              // flock
     int (*syncFile)(int inDescriptor);
     int (*renameItem)(const char* inOldPath, const char* inNewPath);
     int (*removeFile)(const char* inPath);                                            // unlink

@@ -98,7 +98,8 @@ OSStatus WriteResourceFork(const std::string& inItemPath, const std::vector<UInt
     return ReplaceFile(CompanionPath(inItemPath), file);
 }
 
-OSStatus WriteDataFork(const FoundItem& inItem, const std::vector<UInt8>& inBytes) {
+OSStatus WriteDataFork(const FoundItem& inItem, const std::vector<UInt8>& inBytes,
+                       const MovableHead& inHead) {
     const int descriptor =
         Calls().openFile(inItem.path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW);
     if (descriptor < 0) return StatusOfErrno(errno);
@@ -106,7 +107,7 @@ OSStatus WriteDataFork(const FoundItem& inItem, const std::vector<UInt8>& inByte
     const int error = GetDescriptorStatus(descriptor, opened);
     OSStatus status = StatusOfErrno(error);
     if (error == 0 && !opened.identity.IsSameItem(inItem.status.identity)) status = fnfErr;
-    if (status == noErr) status = OverwriteFile(descriptor, inBytes);
+    if (status == noErr) status = OverwriteFile(descriptor, inBytes, inHead);
     if (Calls().closeFile(descriptor) != 0 && status == noErr) status = StatusOfErrno(errno);
     return status;
 }
@@ -120,12 +121,14 @@ OpenFork::~OpenFork() {
 OpenFork::OpenFork(OpenFork&& ioOther) noexcept
     : mDescriptor(std::exchange(ioOther.mDescriptor, -1)),
       mOffsetBytes(ioOther.mOffsetBytes),
-      mSizeBytes(ioOther.mSizeBytes) {}
+      mSizeBytes(ioOther.mSizeBytes),
+      mChangeNanos(ioOther.mChangeNanos) {}
 
 OpenFork& OpenFork::operator=(OpenFork&& ioOther) noexcept {
     std::swap(mDescriptor, ioOther.mDescriptor);
     std::swap(mOffsetBytes, ioOther.mOffsetBytes);
     std::swap(mSizeBytes, ioOther.mSizeBytes);
+    std::swap(mChangeNanos, ioOther.mChangeNanos);
     return *this;
 }
 
@@ -137,7 +140,13 @@ OSStatus OpenFork::Adopt(int inDescriptor) {
     if (error != 0) return StatusOfErrno(error);
     if (status.kind != ItemKind::kFile) return errFSForkNotFound;
     mSizeBytes = static_cast<UInt64>(status.sizeBytes);
+    mChangeNanos = status.changeNanos;
     return noErr;
+}
+
+bool OpenFork::HasChanged() const {
+    ItemStatus status;
+    return IsOpen() && GetDescriptorStatus(mDescriptor, status) == 0 && status.changeNanos != mChangeNanos;
 }
 
 void OpenFork::Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes) {
@@ -167,13 +176,15 @@ OSStatus Open(const FSRef& inFile, Fork inFork, OpenFork& outFork) {
     return status;
 }
 
-OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& inBytes) {
+OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& inBytes,
+                   const MovableHead& inHead) {
     FoundItem item;
     const OSStatus status = FindByRef(inFile, item);
     if (status != noErr) return status;
     if (item.status.kind == ItemKind::kFolder) return notAFileErr;
     if (item.status.kind != ItemKind::kFile) return errFSForkNotFound;
-    return inFork == Fork::kData ? WriteDataFork(item, inBytes) : WriteResourceFork(item.path, inBytes);
+    return inFork == Fork::kData ? WriteDataFork(item, inBytes, inHead)
+                                 : WriteResourceFork(item.path, inBytes);
 }
 
 std::string CompanionPath(const std::string& inPath) {

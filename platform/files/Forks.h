@@ -3,9 +3,12 @@
 // with nothing left open.
 #pragma once
 
+#include "Replace.h"
+
 #include <toolbox/Files.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -30,11 +33,15 @@ class OpenFork {
     UInt64 SizeBytes() const { return mSizeBytes; }
     // Exactly inByteCount bytes; eofErr when the fork ends before. Bytes after a failure are unspecified.
     OSStatus Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const;
+    // Whether the file was written or cut since it was opened, as far as its times tell. False while
+    // they cannot be had.
+    bool HasChanged() const;
 
   private:
     int mDescriptor = -1;
     UInt64 mOffsetBytes = 0;  // in the file
     UInt64 mSizeBytes = 0;
+    std::int64_t mChangeNanos = 0;
 };
 
 // errFSForkNotFound when there is no resource fork, ioErr when the companion is no AppleDouble file. outFork
@@ -44,7 +51,8 @@ OSStatus Open(const FSRef& inFile, Fork inFork, OpenFork& outFork);
 // Makes inBytes the fork. A data fork is overwritten (Replace.h); a companion is replaced, with all else that
 // it holds, or made. notAFileErr and errFSForkNotFound as for OpenForReading; ioErr when there is a companion
 // that is no AppleDouble file, which stays as it is.
-OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& inBytes);
+OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& inBytes,
+                   const MovableHead& inHead = {});
 
 // The path of the companion of the item at inPath.
 std::string CompanionPath(const std::string& inPath);

@@ -19,6 +19,12 @@ ItemKind KindOfMode(unsigned inMode) {
     return ItemKind::kOther;
 }
 
+// Wraps for times centuries from now: only equality matters.
+std::int64_t NanosOf(const struct statx_timestamp& inTime) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(inTime.tv_sec) * kNanosPerSecond +
+                                     inTime.tv_nsec);
+}
+
 int GetStatus(int inFolder, const char* inPath, int inFlags, ItemStatus& outStatus) {
     struct statx status = {};
     if (Calls().statAt(inFolder, inPath, inFlags, STATX_BASIC_STATS | STATX_BTIME, &status) != 0)
@@ -26,11 +32,8 @@ int GetStatus(int inFolder, const char* inPath, int inFlags, ItemStatus& outStat
     outStatus.identity.device = makedev(status.stx_dev_major, status.stx_dev_minor);
     outStatus.identity.inode = status.stx_ino;
     outStatus.identity.birthNanos = 0;
-    if ((status.stx_mask & STATX_BTIME) != 0) {
-        // Wraps for births centuries from now: only equality matters.
-        outStatus.identity.birthNanos = static_cast<std::int64_t>(
-            static_cast<std::uint64_t>(status.stx_btime.tv_sec) * kNanosPerSecond + status.stx_btime.tv_nsec);
-    }
+    if ((status.stx_mask & STATX_BTIME) != 0) outStatus.identity.birthNanos = NanosOf(status.stx_btime);
+    outStatus.changeNanos = NanosOf(status.stx_mtime);
     outStatus.kind = KindOfMode(status.stx_mode);
     outStatus.sizeBytes = static_cast<std::int64_t>(status.stx_size);
     return 0;

@@ -32,6 +32,7 @@ struct ItemStatus {
     ItemIdentity identity;
     ItemKind kind = ItemKind::kOther;
     std::int64_t sizeBytes = 0;
+    std::int64_t changeNanos = 0;  // when contents were last changed, since 1970
 };
 
 // Both answer 0 or an errno. A link at the end of the path is not followed.

@@ -46,11 +46,16 @@ OSStatus ResourceFile::Open(const FSRef& inFile, files::Fork inFork, bool inIsRe
     return status;
 }
 
-OSStatus ResourceFile::Read() {
+OSStatus ResourceFile::ReadHeader() {
     UInt8 header[kForkHeaderBytes];
-    OSStatus status = mFork.Read(0, header, sizeof header);
+    const OSStatus status = mFork.Read(0, header, sizeof header);
     if (status != noErr) return Malformed(status);
-    if (!DecodeHeader(header, mFork.SizeBytes(), mHeader)) return mapReadErr;
+    return DecodeHeader(header, mFork.SizeBytes(), mHeader) ? OSStatus{noErr} : OSStatus{mapReadErr};
+}
+
+OSStatus ResourceFile::Read() {
+    OSStatus status = ReadHeader();
+    if (status != noErr) return status;
     std::vector<UInt8> map(std::min(mHeader.mapBytes, kMostMapBytes));
     status = mFork.Read(mHeader.mapOffset, map.data(), map.size());
     if (status != noErr) return Malformed(status);
@@ -81,6 +86,7 @@ void ResourceFile::SetAttributes(UInt16 inAttributes) {
 
 OSStatus ResourceFile::ReadSize(const Resource& inResource, UInt32& outBytes) const {
     const UInt32 offset = inResource.reference.dataOffset;
+    if (mFork.HasChanged()) return mapReadErr;
     if (offset > mHeader.dataBytes || mHeader.dataBytes - offset < kLengthBytes) return mapReadErr;
     UInt8 length[kLengthBytes];
     const OSStatus status = mFork.Read(UInt64{mHeader.dataOffset} + offset, length, sizeof length);
@@ -151,19 +157,18 @@ OSStatus ResourceFile::Collect(const Resource* inOnly, std::vector<Image>& outIm
 OSStatus ResourceFile::Write(const Resource* inOnly) {
     if (inOnly == nullptr ? !IsChanged() : !HasChanged(*inOnly)) return noErr;
     if (mIsReadOnly) return wPrErr;
+    // What lies at the offsets may be others' bytes now.
+    if (mFork.HasChanged()) return fBsyErr;
     std::vector<Image> images;
     std::vector<Resource*> written;
     OSStatus status = Collect(inOnly, images, written);
     if (status != noErr) return status;
     std::vector<UInt8> bytes;
     if (!EncodeFork(images, mAttributes, bytes)) return dskFulErr;
-    ForkHeader header;
-    if (!DecodeHeader(bytes.data(), bytes.size(), header)) return mapReadErr;
-    status = files::WriteFork(mFile, mKind, bytes);
+    status = files::WriteFork(mFile, mKind, bytes, HeadOfFork());
     if (status != noErr) return status;
     // The bytes that the offsets meant are gone; should the new ones not open, there are none to read.
     mFork = files::OpenFork();
-    mHeader = header;
     for (std::size_t i = 0; i < written.size(); ++i) {
         written[i]->reference.dataOffset = images[i].reference.dataOffset;
         written[i]->isStored = true;
@@ -172,7 +177,8 @@ OSStatus ResourceFile::Write(const Resource* inOnly) {
     }
     // Others' changes of data alone are not the map's.
     if (inOnly == nullptr) mIsMapChanged = false;
-    return files::Open(mFile, mKind, mFork);
+    status = files::Open(mFile, mKind, mFork);
+    return status == noErr ? ReadHeader() : status;
 }
 
 }  // namespace toolbox::resources

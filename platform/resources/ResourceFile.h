@@ -40,7 +40,8 @@ class ResourceFile {
     void SetAttributes(UInt16 inAttributes);
     void MarkMapChanged() { mIsMapChanged = true; }
 
-    // The stored length and bytes. mapReadErr when they are not inside the file's data.
+    // The stored length and bytes. mapReadErr when they are not inside the file's data, and when somebody
+    // else has written the file meanwhile.
     OSStatus ReadSize(const Resource& inResource, UInt32& outBytes) const;
     OSStatus ReadData(const Resource& inResource, void* outBytes, UInt32 inByteCount) const;
 
@@ -48,13 +49,15 @@ class ResourceFile {
     OSStatus Load(Resource& ioResource);
 
     // Writes the map and the changed data, or of the data only inOnly's, unless that is null. Data of others
-    // that changed stays as the file has it; one that it has no data of stays out of it.
+    // that changed stays as the file has it; one that it has no data of stays out of it. fBsyErr when
+    // somebody else has written the file meanwhile.
     OSStatus Write(const Resource* inOnly);
 
   private:
     ResourceFile(const FSRef& inFile, files::Fork inFork, bool inIsReadOnly)
         : mFile(inFile), mKind(inFork), mIsReadOnly(inIsReadOnly) {}
     OSStatus Read();
+    OSStatus ReadHeader();
     OSStatus Collect(const Resource* inOnly, std::vector<Image>& outImages,
                      std::vector<Resource*>& outWritten) const;
     OSStatus CollectData(const Resource& inResource, bool inIsFromHandle, std::vector<UInt8>& outBytes) const;

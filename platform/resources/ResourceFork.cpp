@@ -155,6 +155,13 @@ bool AppendData(std::vector<Image>& ioImages, std::vector<UInt8>& ioFork) {
 
 }  // namespace
 
+files::MovableHead HeadOfFork() {
+    return {kForkHeaderBytes, [](UInt8* ioHead, UInt32 inDistanceBytes) {
+                for (UInt8* offset : {ioHead, ioHead + 4})
+                    files::Store32(offset, files::Load32(offset) + inDistanceBytes);
+            }};
+}
+
 bool DecodeHeader(const UInt8* inBytes, UInt64 inForkBytes, ForkHeader& outHeader) {
     outHeader = {Load32(inBytes), Load32(inBytes + 4), Load32(inBytes + 8), Load32(inBytes + 12)};
     return IsInside(outHeader.dataOffset, outHeader.dataBytes, inForkBytes) &&

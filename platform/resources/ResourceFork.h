@@ -16,6 +16,8 @@
 // Every number is big-endian. Nothing is promised about the order of the lists.
 #pragma once
 
+#include "files/Replace.h"
+
 #include <toolbox/MacTypes.h>
 
 #include <cstddef>
@@ -49,6 +51,9 @@ struct Reference {
 
 // Reads kForkHeaderBytes bytes. False when data or map are not inside a fork of inForkBytes bytes.
 bool DecodeHeader(const UInt8* inBytes, UInt64 inForkBytes, ForkHeader& outHeader);
+
+// By which a fork is overwritten without a moment in which it is none.
+files::MovableHead HeadOfFork();
 
 // Reads a map, in the order of its lists: all of a type follow each other. False when it contradicts itself.
 // Offsets in the data are not looked at.

@@ -74,9 +74,11 @@ TOOLBOX_EXPORT SInt16 HomeResFile(Handle inResource);
 TOOLBOX_EXPORT SInt16 GetResFileAttrs(SInt16 inRefNum);
 // Only mapCompact and mapChanged can be set; clearing mapChanged keeps changes of the map from being written.
 TOOLBOX_EXPORT void SetResFileAttrs(SInt16 inRefNum, SInt16 inAttributes);
-// Writes what has changed. The file is replaced whole, so that it holds either all changes or none. wPrErr
+// Writes what has changed. The file holds either all changes or none, at every moment, whatever ends the
+// program or the machine; for that it takes room for the old and twice the new while it is written. wPrErr
 // when it was opened for reading only and something has changed; dskFulErr too when the changes do not fit
-// the format, which ends at 16 MB of data and some thousands of names.
+// the format, which ends at 16 MB of data and some thousands of names; fBsyErr when somebody else has written
+// the file since it was opened here, or is writing it. (Data that is asked for then is mapReadErr.)
 TOOLBOX_EXPORT void UpdateResFile(SInt16 inRefNum);
 
 // Finding. Handles are null on failure. While SetResLoad(false) is in force, for all threads, resources that

@@ -88,6 +88,12 @@ class FailingCalls {
         outCalls.setMode = [](int inDescriptor, mode_t inMode) {
             return Fails() ? -1 : sReal.setMode(inDescriptor, inMode);
         };
+        outCalls.setOwner = [](int inDescriptor, uid_t inUser, gid_t inGroup) {
+            return Fails() ? -1 : sReal.setOwner(inDescriptor, inUser, inGroup);
+        };
+        outCalls.lockFile = [](int inDescriptor, int inOperation) {
+            return Fails() ? -1 : sReal.lockFile(inDescriptor, inOperation);
+        };
         outCalls.syncFile = [](int inDescriptor) { return Fails() ? -1 : sReal.syncFile(inDescriptor); };
         outCalls.renameItem = [](const char* inOldPath, const char* inNewPath) {
             return Fails() ? -1 : sReal.renameItem(inOldPath, inNewPath);
