@@ -5,11 +5,21 @@
 #include "Signals.h"
 
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <cstring>
 #include <filesystem>
+#include <initializer_list>
+#include <utility>
 
 namespace {
 
@@ -19,6 +29,11 @@ using tools_test::ReadFile;
 using tools_test::TemporaryFolder;
 using tools_test::WriteFile;
 
+#ifdef SYS_link
+constexpr int kLinkCall = SYS_link;
+#else
+constexpr int kLinkCall = SYS_linkat;
+#endif
 constexpr char kWAV[] = "RIFF\0\0\0\0WAVEfmt ";
 
 int Refusal(const std::string& inPath, Output::Replace inReplace = Output::Replace::kSoundOnly) {
@@ -29,6 +44,27 @@ int Refusal(const std::string& inPath, Output::Replace inReplace = Output::Repla
         return failure.ExitCode();
     }
     return EX_OK;
+}
+
+std::string RefusalText(const std::string& inPath, Output::Replace inReplace) {
+    try {
+        const Output output(inPath, inReplace);
+    } catch (const Failure& failure) {
+        EXPECT_EQ(EX_CANTCREAT, failure.ExitCode());
+        EXPECT_EQ(inPath, failure.Subject());
+        return failure.what();
+    }
+    return "";
+}
+
+std::string CommitRefusal(Output& ioOutput) {
+    try {
+        ioOutput.Commit();
+    } catch (const Failure& failure) {
+        EXPECT_EQ(EX_CANTCREAT, failure.ExitCode());
+        return failure.what();
+    }
+    return "";
 }
 
 mode_t ModeOf(const std::string& inPath) {
@@ -132,13 +168,110 @@ TEST(Output, FollowsALink) {
     EXPECT_EQ("abc", ReadFile(folder.Path("there/old.wav")));
 }
 
-TEST(Output, ADanglingLinkIsReplaced) {
+TEST(Output, FollowsALinkToWhereNothingIsYet) {
     const TemporaryFolder folder;
-    std::filesystem::create_symlink("nowhere", folder.Path("link.wav"));
+    std::filesystem::create_directory(folder.Path("there"));
+    std::filesystem::create_symlink("there/next.wav", folder.Path("link.wav"));
+    std::filesystem::create_symlink(folder.Path("there/new.wav"), folder.Path("there/next.wav"));
     Output output(folder.Path("link.wav"), Output::Replace::kSoundOnly);
     output.Write("abc", 3);
     output.Commit();
-    EXPECT_EQ("abc", ReadFile(folder.Path("link.wav")));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("link.wav")));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("there/next.wav")));
+    EXPECT_EQ("abc", ReadFile(folder.Path("there/new.wav")));
+    EXPECT_EQ((std::vector<std::string>{"link.wav", "there"}), folder.Names());
+}
+
+TEST(Output, RefusesALinkThatLeadsNowhere) {
+    const TemporaryFolder folder;
+    std::filesystem::create_symlink("b", folder.Path("a"));
+    std::filesystem::create_symlink("a", folder.Path("b"));
+    std::filesystem::create_symlink("missing/out.wav", folder.Path("c"));
+    for (const auto replace : {Output::Replace::kSoundOnly, Output::Replace::kAnything}) {
+        EXPECT_EQ("Too many levels of symbolic links", RefusalText(folder.Path("a"), replace));
+        EXPECT_EQ("No such file or directory", RefusalText(folder.Path("c"), replace));
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("a")));
+    EXPECT_EQ((std::vector<std::string>{"a", "b", "c"}), folder.Names());
+}
+
+TEST(Output, TellsWhyItCannotLookAtAnOldFile) {
+    const TemporaryFolder folder;
+    const std::string path = folder.Path("out.wav");
+    WriteFile(path, std::string(kWAV, sizeof kWAV));
+    rlimit old{};
+    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &old));
+    const rlimit none{0, old.rlim_max};
+    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &none));
+    const std::string reason = RefusalText(path, Output::Replace::kSoundOnly);
+    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &old));
+    EXPECT_EQ("Too many open files", reason);
+    EXPECT_EQ("File name too long",
+              RefusalText(folder.Path(std::string(256, 'n')), Output::Replace::kAnything));
+}
+
+void ExpectAppearedFileStays() {
+    const TemporaryFolder folder;
+    const std::string path = folder.Path("out.wav");
+    Output output(path, Output::Replace::kSoundOnly);
+    output.Write("abc", 3);
+    WriteFile(path, "another's");
+    EXPECT_EQ("appeared meanwhile; --force replaces it", CommitRefusal(output));
+    EXPECT_EQ("another's", ReadFile(path));
+}
+
+void ExpectNewFileIsMade() {
+    const TemporaryFolder folder;
+    Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+    output.Write("abc", 3);
+    output.Commit();
+    EXPECT_EQ("abc", ReadFile(folder.Path("out.wav")));
+    EXPECT_EQ(1u, folder.Names().size());
+}
+
+TEST(Output, DoesNotReplaceWhatAppearedMeanwhile) {
+    ExpectAppearedFileStays();
+}
+
+TEST(Output, ReplacesWhatAppearedMeanwhileWhenToldTo) {
+    const TemporaryFolder folder;
+    const std::string path = folder.Path("out.wav");
+    Output output(path, Output::Replace::kAnything);
+    output.Write("abc", 3);
+    WriteFile(path, "another's");
+    output.Commit();
+    EXPECT_EQ("abc", ReadFile(path));
+}
+
+// From here on, the calls fail in this process with these errors.
+void Refuse(std::initializer_list<std::pair<int, int>> inCallsAndErrors) {
+    std::vector<sock_filter> program{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+    for (const auto& [call, error] : inCallsAndErrors) {
+        program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(call), 0, 1));
+        program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(error)));
+    }
+    program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
+    ASSERT_EQ(0, prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0));
+    ASSERT_EQ(0, prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter)) << std::strerror(errno);
+}
+
+// A file system that knows no move on condition; then one that makes no links either.
+TEST(Output, GetsItsNameOnAnyFileSystem) {
+    const auto byLink = [] {
+        Refuse({{SYS_renameat2, EINVAL}});
+        ExpectNewFileIsMade();
+        ExpectAppearedFileStays();
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    const auto byPlainMove = [] {
+        Refuse({{SYS_renameat2, EINVAL}, {kLinkCall, EPERM}});
+        ExpectNewFileIsMade();
+        ExpectAppearedFileStays();
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(byLink(), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(byPlainMove(), testing::ExitedWithCode(0), "");
 }
 
 TEST(Output, ADeviceIsWrittenDirectly) {
