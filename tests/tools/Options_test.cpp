@@ -165,4 +165,23 @@ TEST(ReadOptions, NoTwoInputsMakeOneOutput) {
     EXPECT_EQ(EX_USAGE, Refusal({"song.m4a", "song.aac", folder.Path()}));
 }
 
+// The name of a file that begins with a dash is what an unknown option often is.
+TEST(Options, TellsWhichArgumentIsNoOption) {
+    const auto subject = [](std::vector<std::string> inArguments) {
+        try {
+            Read(std::move(inArguments));
+        } catch (const Failure& failure) {
+            EXPECT_EQ("no such option (a file of that name: ./" + failure.Subject() + ")", failure.what());
+            return failure.Subject();
+        }
+        return std::string("nothing refused");
+    };
+    EXPECT_EQ("-x.m4a", subject({"-x.m4a"}));
+    EXPECT_EQ("-x.m4a", subject({"a.m4a", "-x.m4a", "b"}));
+    EXPECT_EQ("-qx.m4a", subject({"-qx.m4a", "b"}));
+    EXPECT_EQ("-quiet song.m4a", subject({"-quiet song.m4a"}));
+    EXPECT_EQ("--nonsense", subject({"--nonsense", "a"}));
+    EXPECT_EQ("--nonsense=3", subject({"--nonsense=3", "a"}));
+}
+
 }  // namespace

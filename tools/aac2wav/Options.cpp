@@ -13,6 +13,7 @@
 #include <limits>
 #include <map>
 #include <set>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -108,6 +109,36 @@ std::int64_t ReadNumber(const char* inOption, const std::string& inText, std::in
     return number;
 }
 
+// The argument that an unknown option was found in: the parser takes -qx apart and tells only -x.
+std::string ArgumentOf(const std::string& inOption, int inArgumentCount, const char* const* inArguments) {
+    std::string whole = inOption;
+    for (int at = inArgumentCount - 1; at > 0; --at) {
+        const std::string argument = inArguments[at];
+        if (argument == inOption) {
+            return argument;
+        }
+        const std::string_view letters = std::string_view(inOption).substr(1);
+        const bool isEnd =
+            argument.size() > letters.size() &&
+            argument.compare(argument.size() - letters.size(), std::string::npos, letters) == 0;
+        if (isEnd && argument[0] == '-' && argument[1] != '-') {
+            whole = argument;
+        }
+    }
+    return whole;
+}
+
+Failure UsageFailure(const CLI::App& inApp, const CLI::ParseError& inError, int inArgumentCount,
+                     const char* const* inArguments) {
+    for (const std::string& rest : inApp.remaining()) {
+        if (rest.size() > 1 && rest[0] == '-') {
+            const std::string argument = ArgumentOf(rest, inArgumentCount, inArguments);
+            return Failure(EX_USAGE, argument, "no such option (a file of that name: ./" + argument + ")");
+        }
+    }
+    return Failure(EX_USAGE, {}, std::string(inError.what()) + " (see aac2wav --help)");
+}
+
 void CheckCombination(const Options& inOptions, std::size_t inNameCount) {
     const bool isConversion = inOptions.task == Task::kConvert;
     if (inOptions.hasWindow && (!isConversion || inOptions.isRF64)) {
@@ -177,7 +208,7 @@ bool ReadOptions(int inArgumentCount, const char* const* inArguments, Options& o
         WriteAll(STDOUT_FILENO, line.data(), line.size(), "standard output");
         return false;
     } catch (const CLI::ParseError& error) {
-        throw Failure(EX_USAGE, {}, std::string(error.what()) + " (see aac2wav --help)");
+        throw UsageFailure(app, error, inArgumentCount, inArguments);
     }
 
     outOptions.task = isLength ? Task::kLength : isProbe ? Task::kProbe : Task::kConvert;
