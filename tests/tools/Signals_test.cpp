@@ -95,7 +95,10 @@ std::string NameOf(const testing::TestParamInfo<int>& inInfo) {
     return sigabbrev_np(inInfo.param);
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, Stopping, testing::Values(SIGINT, SIGTERM, SIGHUP), NameOf);
+INSTANTIATE_TEST_SUITE_P(Signals, Stopping,
+                         testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGXCPU, SIGUSR1, SIGUSR2,
+                                         SIGPOLL, SIGVTALRM, SIGPROF, SIGPWR, SIGSTKFLT),
+                         NameOf);
 
 TEST(Signals, ASignalIgnoredAtTheStartStaysIgnored) {
     // The last seconds of half an hour: more than a pipe holds.

@@ -6,7 +6,6 @@
 #include <climits>
 #include <csignal>
 #include <cstring>
-#include <initializer_list>
 
 namespace tool {
 namespace {
@@ -27,9 +26,12 @@ void TakeNote(int inSignal) {
     sPending = inSignal;
 }
 
-bool IsIgnored(int inSignal) {
+constexpr int kEndings[] = {SIGINT,  SIGTERM, SIGHUP,    SIGQUIT, SIGALRM, SIGXCPU,  SIGUSR1,
+                            SIGUSR2, SIGPOLL, SIGVTALRM, SIGPROF, SIGPWR,  SIGSTKFLT};
+
+bool HasAction(int inSignal, void (*inHandler)(int)) {
     struct sigaction action {};
-    return sigaction(inSignal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+    return sigaction(inSignal, nullptr, &action) == 0 && action.sa_handler == inHandler;
 }
 
 void SetHandler(int inSignal, void (*inHandler)(int)) {
@@ -55,12 +57,12 @@ void SetUnfinishedFile(const char* inPath) {
 }
 
 void WatchSignals() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        if (!IsIgnored(signal)) {
+    for (const int signal : kEndings) {
+        if (HasAction(signal, SIG_DFL)) {
             SetHandler(signal, TakeNote);
         }
     }
-    sDiesOfBrokenPipe = !IsIgnored(SIGPIPE);
+    sDiesOfBrokenPipe = !HasAction(SIGPIPE, SIG_IGN);
     SetHandler(SIGPIPE, SIG_IGN);
     SetHandler(SIGXFSZ, SIG_IGN);
 }

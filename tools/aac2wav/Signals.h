@@ -13,8 +13,9 @@ struct Interrupted {
 // back can be busy for long. Null when there is none.
 void SetUnfinishedFile(const char* inPath);
 
-// Takes note of SIGINT, SIGTERM and SIGHUP, each unless it was ignored when the process started. SIGPIPE and
-// SIGXFSZ become errors of write(), so that what is unfinished can be removed.
+// Takes note of every signal that ends a process unless it tells of a crash; of each only if its action was
+// the default one when the process started, for it may be ignored, or a profiler's. SIGPIPE and SIGXFSZ
+// become errors of write(), so that what is unfinished can be removed.
 void WatchSignals();
 
 // Throws Interrupted when one of the signals has come.
