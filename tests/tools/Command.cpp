@@ -97,7 +97,9 @@ int Command::OpenStream(Stream inStream, int& outReadEnd) {
         return -1;
     }
     if (inStream == Stream::kTerminal) {
-        EXPECT_EQ(0, openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr));
+        winsize size{};
+        size.ws_col = terminalColumnCount;
+        EXPECT_EQ(0, openpty(&ends[0], &ends[1], nullptr, nullptr, &size));
     } else {
         EXPECT_EQ(0, pipe(ends));
     }
@@ -128,6 +130,9 @@ void Command::Become(int inOut, int inErr) {
         const rlimit limit{static_cast<rlim_t>(fileSizeLimitBytes), static_cast<rlim_t>(fileSizeLimitBytes)};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
+    // Some signals would leave an image of the process.
+    const rlimit noImage{0, 0};
+    setrlimit(RLIMIT_CORE, &noImage);
     if (obeysPermissions) {
         // Without these, root meets the same permissions as everybody; for others the calls fail, and need
         // not work.

@@ -58,6 +58,7 @@ class Command {
     Stream out = Stream::kCaptured;
     std::string outPath;  // standard output goes to this file instead
     Stream err = Stream::kCaptured;
+    unsigned short terminalColumnCount = 0;  // 0: the terminal does not tell
     long fileSizeLimitBytes = -1;
     std::vector<int> ignoredSignals;
     bool obeysPermissions = false;  // also when the tests are run by root

@@ -4,6 +4,7 @@
 
 namespace {
 
+using tool::ProgressLine;
 using tool::ProgressText;
 
 TEST(ProgressText, TellsPercentSpeedAndTimeLeft) {
@@ -27,6 +28,35 @@ TEST(ProgressText, NothingToDoIsDone) {
 TEST(ProgressText, FitsBeyond32Bits) {
     EXPECT_EQ(" 50%  8589934592x  0:01 left",
               ProgressText(std::int64_t{1} << 33, std::int64_t{1} << 34, 1, 1));
+}
+
+TEST(ProgressLine, IsWholeWhereItFits) {
+    EXPECT_EQ("song.m4a   50%", ProgressLine("song.m4a", " 50%", 0));
+    EXPECT_EQ("song.m4a   50%", ProgressLine("song.m4a", " 50%", 80));
+    EXPECT_EQ("song.m4a   50%", ProgressLine("song.m4a", " 50%", 15));
+}
+
+TEST(ProgressLine, ShortensTheNameSoThatTheLastColumnStaysFree) {
+    EXPECT_EQ("song....   50%", ProgressLine("song.m4ab", " 50%", 15));
+    EXPECT_EQ("song....   50%", ProgressLine(std::string(5000, 'x').replace(0, 5, "song."), " 50%", 15));
+    EXPECT_EQ("s...   50%", ProgressLine("song.m4a", " 50%", 11));
+}
+
+TEST(ProgressLine, LeavesOutTheNameWhereNothingOfItWouldRemain) {
+    EXPECT_EQ(" 50%", ProgressLine("song.m4a", " 50%", 10));
+    EXPECT_EQ(" 50%", ProgressLine("song.m4a", " 50%", 5));
+    EXPECT_EQ(" 5", ProgressLine("song.m4a", " 50%", 3));
+    EXPECT_EQ("", ProgressLine("song.m4a", " 50%", 1));
+}
+
+TEST(ProgressLine, CutsNoCharacterInTwo) {
+    // Two bytes and one column each; then three bytes and two columns.
+    EXPECT_EQ("\u00FC\u00FC...  x", ProgressLine("\u00FC\u00FC\u00FC\u00FC\u00FC\u00FC", "x", 9));
+    EXPECT_EQ("\u97F3...  x", ProgressLine("\u97F3\u697D\u697D\u697D", "x", 10));
+    EXPECT_EQ("\u97F3\u697D...  x", ProgressLine("\u97F3\u697D\u697D\u697D", "x", 11));
+    // No UTF-8: a column for each byte.
+    EXPECT_EQ("\xFC\xE4...  x", ProgressLine("\xFC\xE4\xF6\xFC\xE4\xF6", "x", 9));
+    EXPECT_EQ("ab\xE4  x", ProgressLine("ab\xE4", "x", 9));
 }
 
 }  // namespace

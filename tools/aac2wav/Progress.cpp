@@ -1,10 +1,13 @@
 #include "Progress.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
+#include <string_view>
 
 namespace tool {
 namespace {
@@ -25,7 +28,64 @@ std::string ShortName(const std::string& inPath) {
     return name;
 }
 
+// 0 when the terminal does not tell. Asked each time: a window changes its size.
+std::size_t ColumnCount() {
+    winsize size{};
+    return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+// Bytes of the UTF-8 character at the start; 1 for what is none.
+std::size_t CharacterByteCount(std::string_view inText) {
+    const auto lead = static_cast<unsigned char>(inText[0]);
+    const std::size_t count = lead < 0xC2 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 1;
+    if (count > inText.size()) {
+        return 1;
+    }
+    const auto isContinuation = [](unsigned char byte) { return (byte & 0xC0) == 0x80; };
+    return std::all_of(inText.begin() + 1, inText.begin() + count, isContinuation) ? count : 1;
+}
+
+// The characters that may take two columns all have three bytes or more. Some of those take one: the name is
+// then cut a little early.
+std::size_t WidthOf(std::size_t inCharacterByteCount) {
+    return inCharacterByteCount < 3 ? 1 : 2;
+}
+
+// Bytes of as many characters as surely fit.
+std::size_t FittingByteCount(std::string_view inText, std::size_t inColumnCount) {
+    std::size_t at = 0;
+    while (at < inText.size()) {
+        const std::size_t byteCount = CharacterByteCount(inText.substr(at));
+        if (WidthOf(byteCount) > inColumnCount) {
+            break;
+        }
+        inColumnCount -= WidthOf(byteCount);
+        at += byteCount;
+    }
+    return at;
+}
+
 }  // namespace
+
+std::string ProgressLine(const std::string& inName, const std::string& inText, std::size_t inColumnCount) {
+    constexpr char kGap[] = "  ";
+    constexpr char kEllipsis[] = "...";
+    constexpr std::size_t kLeastNameColumns = 4;
+    if (inColumnCount == 0) {
+        return inName + kGap + inText;
+    }
+    const std::size_t room = inColumnCount - 1;  // in the last column, some terminals go on to the next line
+    const std::size_t textColumns = inText.size() + std::strlen(kGap);
+    if (room < textColumns + kLeastNameColumns) {
+        return inText.substr(0, room);
+    }
+    const std::size_t nameColumns = room - textColumns;
+    if (FittingByteCount(inName, nameColumns) == inName.size()) {
+        return inName + kGap + inText;
+    }
+    const std::size_t kept = FittingByteCount(inName, nameColumns - std::strlen(kEllipsis));
+    return inName.substr(0, kept) + kEllipsis + kGap + inText;
+}
 
 std::string ProgressText(std::int64_t inDone, std::int64_t inTotal, std::int64_t inPerSecond,
                          double inElapsedSeconds) {
@@ -73,7 +133,8 @@ void Progress::Advance(std::int64_t inCount) {
 }
 
 void Progress::Show(double inElapsedSeconds) {
-    Tell(kWipeLine + mName + "  " + ProgressText(mDone, mTotal, mPerSecond, inElapsedSeconds));
+    const std::string text = ProgressText(mDone, mTotal, mPerSecond, inElapsedSeconds);
+    Tell(kWipeLine + ProgressLine(mName, text, ColumnCount()));
     mHasLine = true;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -35,5 +36,9 @@ class Progress {
 // For the line: "43%  2840x  0:02 left". inElapsedSeconds > 0.
 std::string ProgressText(std::int64_t inDone, std::int64_t inTotal, std::int64_t inPerSecond,
                          double inElapsedSeconds);
+
+// Name and text so that they stay on one line of inColumnCount columns: the name is shortened, and left out
+// where nothing of it would remain. With 0, nothing is.
+std::string ProgressLine(const std::string& inName, const std::string& inText, std::size_t inColumnCount);
 
 }  // namespace tool
