@@ -1,15 +1,15 @@
 #include "ResourceBytes.h"
 
-#include <toolbox/MacMemory.h>
-#include <toolbox/Resources.h>
+#include "resources/Chain.h"
 
 namespace toolbox::interface {
 
 std::vector<UInt8> BytesOfResource(ResType inType, SInt16 inID) {
-    const Handle resource = GetResource(inType, inID);
-    if (resource == nullptr || *resource == nullptr) return {};
-    const auto* const bytes = reinterpret_cast<const UInt8*>(*resource);
-    return {bytes, bytes + GetHandleSize(resource)};
+    std::vector<UInt8> bytes;
+    resources::WithData(inType, inID, [&](const UInt8* inBytes, std::size_t inByteCount) {
+        bytes.assign(inBytes, inBytes + inByteCount);
+    });
+    return bytes;
 }
 
 }  // namespace toolbox::interface

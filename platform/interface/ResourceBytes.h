@@ -7,8 +7,8 @@
 
 namespace toolbox::interface {
 
-// A copy of the resource's bytes; none when it is missing. A handle that was in memory before stays there. May
-// throw std::bad_alloc.
+// A copy of the resource's bytes, taken while no other thread can release it; none when it is missing, or for
+// want of memory. Its handle stays in memory.
 std::vector<UInt8> BytesOfResource(ResType inType, SInt16 inID);
 
 }  // namespace toolbox::interface

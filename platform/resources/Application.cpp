@@ -18,23 +18,27 @@ std::string ExecutablePath() {
                                                 : std::string(path, static_cast<std::size_t>(length));
 }
 
-std::unique_ptr<ResourceFile> OpenAt(const std::string& inPath, files::Fork inFork) {
+OSStatus OpenAt(const std::string& inPath, files::Fork inFork, std::unique_ptr<ResourceFile>& outFile) {
     files::FoundItem item;
-    std::unique_ptr<ResourceFile> file;
-    if (files::FindByPath(inPath.c_str(), item) != noErr) return nullptr;
-    ResourceFile::Open(files::MakeRef(item), inFork, false, file);
-    return file;
+    const OSStatus status = files::FindByPath(inPath.c_str(), item);
+    return status == noErr ? ResourceFile::Open(files::MakeRef(item), inFork, false, outFile) : status;
+}
+
+bool MayBeOverLater(OSStatus inStatus) {
+    return inStatus == tmfoErr || inStatus == memFullErr || inStatus == fBsyErr;
 }
 
 }  // namespace
 
 std::string (*sExecutablePath)() = ExecutablePath;
 
-std::unique_ptr<ResourceFile> OpenResourcesOfApplication() {
+OSStatus OpenResourcesOfApplication(std::unique_ptr<ResourceFile>& outFile) {
     const std::string path = sExecutablePath();
-    if (path.empty()) return nullptr;
-    std::unique_ptr<ResourceFile> file = OpenAt(path, files::Fork::kResource);
-    return file != nullptr ? std::move(file) : OpenAt(path + ".rsrc", files::Fork::kData);
+    if (path.empty()) return noErr;
+    OSStatus status = OpenAt(path, files::Fork::kResource, outFile);
+    if (status != noErr && !MayBeOverLater(status))
+        status = OpenAt(path + ".rsrc", files::Fork::kData, outFile);
+    return MayBeOverLater(status) ? status : OSStatus{noErr};
 }
 
 }  // namespace toolbox::resources

@@ -11,7 +11,8 @@ namespace toolbox::resources {
 // The path of the running executable; empty when the system does not tell.
 extern std::string (*sExecutablePath)();
 
-// The application's resource file, or null.
-std::unique_ptr<ResourceFile> OpenResourcesOfApplication();
+// The application's resource file; noErr and null when there is none that can be read. Else tmfoErr,
+// memFullErr or fBsyErr: what prevented it may be over later.
+OSStatus OpenResourcesOfApplication(std::unique_ptr<ResourceFile>& outFile);
 
 }  // namespace toolbox::resources

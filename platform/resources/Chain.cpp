@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <unordered_set>
 
 namespace toolbox::resources {
 
@@ -44,11 +45,20 @@ Chain& Chain::Shared() {
 
 void Chain::OpenApplicationFile() {
     if (mHasLookedForApplication) return;
+    std::unique_ptr<ResourceFile> file;
+    if (OpenResourcesOfApplication(file) != noErr) return;
+    if (file != nullptr) {
+        const SInt16 refNum = FreeRefNum();
+        if (refNum == 0) return;
+        ResourceFile& added = *file;
+        const bool isFirst = mLinks.empty();
+        // Behind what was opened while it could not be.
+        mLinks.insert(mLinks.begin(), Link{refNum, std::move(file)});
+        mAllTypes.reset();
+        if (isFirst) mCurrent = refNum;
+        if (mLoads) Preload(added);
+    }
     mHasLookedForApplication = true;
-    std::unique_ptr<ResourceFile> file = OpenResourcesOfApplication();
-    if (file == nullptr) return;
-    SInt16 refNum = 0;
-    Add(std::move(file), refNum);
 }
 
 SInt16 Chain::FreeRefNum() {
@@ -66,16 +76,32 @@ OSStatus Chain::Add(std::unique_ptr<ResourceFile> inFile, SInt16& outRefNum) {
     if (refNum == 0) return tmfoErr;
     ResourceFile& file = *inFile;
     mLinks.push_back({refNum, std::move(inFile)});
+    mAllTypes.reset();
     mCurrent = outRefNum = refNum;
     if (mLoads) Preload(file);
     return noErr;
 }
 
-// What cannot be read now is met with its status when it is asked for.
+// What cannot be read now is met with its status when it is asked for. References to the same data could ask
+// for many times the file's size: data that lie apart take no more bytes than there are up to the end of the
+// last of them, and what goes beyond that waits until it is asked for.
 void Chain::Preload(ResourceFile& ioFile) {
+    UInt64 endBytes = 0;
+    UInt64 readBytes = 0;
     for (const auto& resource : ioFile.Resources()) {
-        Handle handle = nullptr;
-        if ((resource->reference.attributes & resPreload) != 0) Provide(*resource, true, handle);
+        UInt32 byteCount = 0;
+        if ((resource->reference.attributes & resPreload) == 0) continue;
+        if (ioFile.ReadSize(*resource, byteCount) != noErr) continue;
+        const UInt64 storedBytes = UInt64{kLengthBytes} + byteCount;
+        endBytes = std::max(endBytes, resource->reference.dataOffset + storedBytes);
+        if (storedBytes > endBytes - readBytes) continue;
+        readBytes += storedBytes;
+        try {
+            Handle handle = nullptr;
+            Provide(*resource, true, handle);
+        } catch (const std::bad_alloc&) {
+            // As above: the file is in the chain already.
+        }
     }
 }
 
@@ -91,6 +117,8 @@ OSStatus Chain::CloseLink(std::size_t inIndex) {
     for (const auto& resource : file.Resources())
         if (resource->handle != nullptr) Release(*resource);
     const bool wasCurrent = mLinks[inIndex].refNum == mCurrent;
+    mTypes.erase(&file);
+    mAllTypes.reset();
     mLinks.erase(mLinks.begin() + static_cast<std::ptrdiff_t>(inIndex));
     if (!wasCurrent) return status;
     // The file opened before it, or else what is left.
@@ -150,6 +178,36 @@ std::vector<ResourceFile*> Chain::Searched(Depth inDepth) const {
 
 std::vector<ResourceFile*> Chain::Counted(Depth inDepth) const {
     return inDepth == Depth::kOneDeep ? Searched(inDepth) : From(mLinks.size(), inDepth);
+}
+
+FileTypes& Chain::TypesOf(ResourceFile& inFile) {
+    return mTypes.try_emplace(&inFile, inFile).first->second;
+}
+
+const std::vector<ResType>& Chain::Types(Depth inDepth) {
+    static const std::vector<ResType>& sNone = *new std::vector<ResType>;
+    if (inDepth == Depth::kOneDeep) return Current() == nullptr ? sNone : TypesOf(*Current()).Order();
+    if (!mAllTypes) {
+        std::vector<ResType> types;
+        std::unordered_set<ResType> seen;
+        for (ResourceFile* file : Counted(inDepth))
+            for (const ResType type : TypesOf(*file).Order())
+                if (seen.insert(type).second) types.push_back(type);
+        mAllTypes = std::move(types);
+    }
+    return *mAllTypes;
+}
+
+void Chain::Added(Resource& ioResource) noexcept {
+    mAllTypes.reset();
+    const auto found = mTypes.find(ioResource.file);
+    if (found != mTypes.end()) found->second.Added(ioResource);
+}
+
+void Chain::Removed(const Resource& inResource) noexcept {
+    mAllTypes.reset();
+    const auto found = mTypes.find(inResource.file);
+    if (found != mTypes.end()) found->second.Removed(inResource.reference.type, inResource);
 }
 
 Resource* Chain::Find(Handle inHandle) {

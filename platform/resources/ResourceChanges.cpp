@@ -46,6 +46,7 @@ OSStatus Add(Chain& ioChain, Handle inData, ResType inType, SInt16 inID, ConstSt
     file->Resources().reserve(file->Resources().size() + 1);
     ioChain.Adopt(added, inData);
     file->Resources().insert(PlaceOf(file->Resources(), inType), std::move(resource));
+    ioChain.Added(added);
     HSetRBit(inData);
     MarkChanged(added);
     return noErr;
@@ -56,6 +57,7 @@ OSStatus Remove(Chain& ioChain, Resource& ioResource) {
     if (&file != ioChain.Current() || Has(ioResource, resProtected) || file.IsReadOnly()) return rmvResFailed;
     ioChain.LetGo(ioResource);
     file.MarkMapChanged();
+    ioChain.Removed(ioResource);
     std::erase_if(file.Resources(), [&](const auto& inOne) { return inOne.get() == &ioResource; });
     return noErr;
 }

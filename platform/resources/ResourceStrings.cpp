@@ -1,7 +1,11 @@
 // Strings kept as resources.
 #include <toolbox/Resources.h>
 
+#include "Chain.h"
+
 #include <algorithm>
+
+using namespace toolbox::resources;
 
 namespace {
 
@@ -28,9 +32,8 @@ Handle GetString(SInt16 inID) {
 
 void GetIndString(unsigned char* outString, SInt16 inListID, SInt16 inIndex) {
     outString[0] = 0;
-    const Handle list = GetResource(kListType, inListID);
-    if (list == nullptr || *list == nullptr) return;
-    const auto* bytes = reinterpret_cast<const unsigned char*>(*list);
-    const unsigned char* string = StringAt(bytes, static_cast<std::size_t>(GetHandleSize(list)), inIndex);
-    if (string != nullptr) std::copy_n(string, string[0] + 1, outString);
+    WithData(kListType, inListID, [&](const UInt8* inBytes, std::size_t inByteCount) {
+        const unsigned char* string = StringAt(inBytes, inByteCount, inIndex);
+        if (string != nullptr) std::copy_n(string, string[0] + 1, outString);
+    });
 }

@@ -26,22 +26,10 @@ bool IsSameName(std::string_view inLeft, std::string_view inRight) {
                       [](char inOne, char inOther) { return Folded(inOne) == Folded(inOther); });
 }
 
-// The handle of the first resource of a type that passes; with the type nowhere in the files, noErr and null.
 template <typename Predicate>
 Handle FindFirst(ResType inType, Depth inDepth, Predicate inIsMeant) {
     Handle handle = nullptr;
-    Run([&](Chain& ioChain) -> OSStatus {
-        OSStatus missing = noErr;
-        for (ResourceFile* file : ioChain.Searched(inDepth)) {
-            for (const auto& resource : file->Resources()) {
-                if (resource->reference.type != inType) continue;
-                if (inIsMeant(resource->reference))
-                    return ioChain.Provide(*resource, ioChain.Loads(), handle);
-                missing = resNotFound;
-            }
-        }
-        return missing;
-    });
+    Run([&](Chain& ioChain) { return ioChain.FindFirst(inType, inDepth, inIsMeant, handle); });
     return handle;
 }
 
@@ -60,12 +48,12 @@ Handle FindByName(ResType inType, ConstStr255Param inName, Depth inDepth) {
 Handle FindByIndex(ResType inType, SInt16 inIndex, Depth inDepth) {
     Handle handle = nullptr;
     Run([&](Chain& ioChain) -> OSStatus {
-        SInt32 left = inIndex;
+        if (inIndex < 1) return resNotFound;
+        auto left = static_cast<std::size_t>(inIndex) - 1;
         for (ResourceFile* file : ioChain.Counted(inDepth)) {
-            for (const auto& resource : file->Resources()) {
-                if (resource->reference.type == inType && --left == 0)
-                    return ioChain.Provide(*resource, ioChain.Loads(), handle);
-            }
+            const std::vector<Resource*>& resources = ioChain.TypesOf(*file).OfType(inType);
+            if (left < resources.size()) return ioChain.Provide(*resources[left], ioChain.Loads(), handle);
+            left -= resources.size();
         }
         return resNotFound;
     });
@@ -79,45 +67,28 @@ SInt16 Counted(std::size_t inCount) {
 
 SInt16 CountOfType(ResType inType, Depth inDepth) {
     std::size_t count = 0;
-    Run([&](Chain& inChain) -> OSStatus {
-        for (ResourceFile* file : inChain.Counted(inDepth))
-            for (const auto& resource : file->Resources())
-                count += resource->reference.type == inType;
+    Run([&](Chain& ioChain) -> OSStatus {
+        for (ResourceFile* file : ioChain.Counted(inDepth))
+            count += ioChain.TypesOf(*file).OfType(inType).size();
         return noErr;
     });
     return Counted(count);
 }
 
-// Each type once, in the order of its first resource.
-std::vector<ResType> TypesOf(const Chain& inChain, Depth inDepth) {
-    std::vector<ResType> types;
-    for (ResourceFile* file : inChain.Counted(inDepth)) {
-        ResType last = 0;
-        for (const auto& resource : file->Resources()) {
-            const ResType type = resource->reference.type;
-            // Neighbours are of one type mostly.
-            if (type == last && !types.empty()) continue;
-            last = type;
-            if (std::find(types.begin(), types.end(), type) == types.end()) types.push_back(type);
-        }
-    }
-    return types;
-}
-
 SInt16 TypeCount(Depth inDepth) {
     std::size_t count = 0;
-    Run([&](Chain& inChain) -> OSStatus {
-        count = TypesOf(inChain, inDepth).size();
+    Run([&](Chain& ioChain) -> OSStatus {
+        count = ioChain.Types(inDepth).size();
         return noErr;
     });
     return Counted(count);
 }
 
 void TypeAt(ResType* outType, SInt16 inIndex, Depth inDepth) {
-    Run([&](Chain& inChain) -> OSStatus {
+    Run([&](Chain& ioChain) -> OSStatus {
         if (outType == nullptr) return paramErr;
         *outType = 0;
-        const std::vector<ResType> types = TypesOf(inChain, inDepth);
+        const std::vector<ResType>& types = ioChain.Types(inDepth);
         if (inIndex < 1 || static_cast<std::size_t>(inIndex) > types.size()) return resNotFound;
         *outType = types[static_cast<std::size_t>(inIndex) - 1];
         return noErr;

@@ -26,7 +26,8 @@ std::atomic<CFStringEncoding> sEncoding{kNotLookedUp};
 
 // The region of the application's `vers` resource. False when it has none that can be read.
 bool ReadRegion(SInt16& outRegion) {
-    const std::unique_ptr<resources::ResourceFile> file = resources::OpenResourcesOfApplication();
+    std::unique_ptr<resources::ResourceFile> file;
+    resources::OpenResourcesOfApplication(file);
     if (file == nullptr) return false;
     const auto& all = file->Resources();
     const auto found = std::find_if(all.begin(), all.end(), [](const auto& inResource) {

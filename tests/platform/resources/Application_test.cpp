@@ -1,7 +1,11 @@
 #include "resources/Application.h"
 
+#include <cerrno>
+
 #include "ResourcesTest.h"
 #include "files/Forks.h"
+#include "platform/files/FailingCalls.h"
+#include "platform/files/FailingNew.h"
 
 namespace {
 
@@ -49,6 +53,68 @@ TEST_F(ApplicationTest, FileThatCannotBeReadCountsAsAbsent) {
     MakeFileOf("application.rsrc", std::vector<UInt8>(100, 'x'));
     EXPECT_EQ(0, CurResFile());
     EXPECT_EQ(noErr, ResError());
+}
+
+// What there were no descriptors for once is not absent for good.
+TEST_F(ApplicationTest, OpenedLaterWhenThereWereNoDescriptors) {
+    MakeFile("application.rsrc", {ImageOf(kText, 1, "beside"), ImageOf(kText, 2, "two")});
+    const FSRef other = MakeFile("other", {ImageOf(kText, 1, "other")});
+    for (int failing = 1;; ++failing) {
+        toolbox::resources::StartWithApplication([] { return sApplication; });
+        bool wasDelivered = false;
+        {
+            const test_files::FailingCalls calls(failing, EMFILE);
+            CurResFile();
+            wasDelivered = calls.Delivered();
+        }
+        const SInt16 refNum = Open(other);
+        EXPECT_EQ(refNum, CurResFile()) << failing;
+        EXPECT_EQ("other", TextOf(GetResource(kText, 1))) << failing;
+        EXPECT_EQ("two", TextOf(GetResource(kText, 2))) << failing;
+        EXPECT_EQ(3, CountResources(kText)) << "once: " << failing;
+        CloseResFile(refNum);
+        EXPECT_EQ("beside", TextOf(GetResource(kText, 1))) << failing;
+        if (!wasDelivered) {
+            EXPECT_GT(failing, 5);
+            break;
+        }
+        ASSERT_LT(failing, 100);
+    }
+}
+
+TEST_F(ApplicationTest, OpenedLaterWhenThereWasNoMemory) {
+    MakeFile("application.rsrc", {ImageOf(kText, 1, "beside", "", resPreload)});
+    for (int failing = 1;; ++failing) {
+        toolbox::resources::StartWithApplication([] { return sApplication; });
+        bool wasDelivered = false;
+        {
+            const test_files::FailingNew memory(failing);
+            CountTypes();
+            wasDelivered = memory.Delivered();
+        }
+        EXPECT_EQ("beside", TextOf(GetResource(kText, 1))) << failing;
+        EXPECT_EQ(1, CountResources(kText)) << failing;
+        if (!wasDelivered) {
+            EXPECT_GT(failing, 5);
+            break;
+        }
+        ASSERT_LT(failing, 200);
+    }
+}
+
+TEST_F(ApplicationTest, OpenedLaterWhileOthersAreOpen) {
+    MakeFile("application.rsrc", {ImageOf(kText, 1, "beside")});
+    const FSRef other = MakeFile("other", {ImageOf(kText, 1, "other")});
+    SInt16 refNum = 0;
+    {
+        // The first call looks for the application.
+        const test_files::FailingCalls calls(1, EMFILE);
+        refNum = Open(other);
+        ASSERT_TRUE(calls.Delivered());
+    }
+    EXPECT_EQ(refNum, CurResFile());
+    EXPECT_EQ("other", TextOf(GetIndResource(kText, 1)));
+    EXPECT_EQ("beside", TextOf(GetIndResource(kText, 2)));
 }
 
 TEST(Application, ThisOne) {

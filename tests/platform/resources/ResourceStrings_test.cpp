@@ -1,4 +1,8 @@
+#include <atomic>
+#include <thread>
+
 #include "ResourcesTest.h"
+#include "interface/ResourceBytes.h"
 
 namespace {
 
@@ -47,6 +51,37 @@ TEST_F(StringsTest, ListCutOff) {
         EXPECT_EQ(size >= 16 ? "three" : "", At(1, 3)) << size;
         CloseResFile(refNum);
     }
+}
+
+// The list may go, and its memory be another's, while others take a string out of it.
+TEST_F(StringsTest, WhileAnotherThreadReleasesTheList) {
+    const std::string text(200, 's');
+    std::string list = "\0\100"s;
+    for (int i = 0; i < 64; ++i)
+        list += static_cast<char>(text.size()) + text;
+    Open(MakeFile("f", {ImageOf(kList, 1, list)}));
+    std::atomic<int> readers{2};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 2000; ++round) {
+                if (At(1, 64) != text) ADD_FAILURE() << round;
+                const std::vector<UInt8> bytes = toolbox::interface::BytesOfResource(kList, 1);
+                if (!std::equal(bytes.begin(), bytes.end(), list.begin(), list.end(),
+                                [](UInt8 inOne, char inOther) { return inOne == UInt8(inOther); }))
+                    ADD_FAILURE() << round;
+            }
+            --readers;
+        });
+    threads.emplace_back([&] {
+        while (readers > 0) {
+            ReleaseResource(GetResource(kList, 1));
+            const Handle other = NewText(std::string(list.size(), 'o'));
+            DisposeHandle(other);
+        }
+    });
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 TEST_F(StringsTest, ListWithoutLoading) {

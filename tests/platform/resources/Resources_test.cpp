@@ -1,5 +1,8 @@
 #include <toolbox/Resources.h>
 
+#include <algorithm>
+#include <chrono>
+
 #include "ResourcesTest.h"
 #include "files/BigEndian.h"
 #include "files/FileCalls_test_access.h"
@@ -83,6 +86,144 @@ TEST_F(ResourcesTest, Types) {
     EXPECT_EQ(resNotFound, ResError());
     GetIndType(nullptr, 1);
     EXPECT_EQ(paramErr, ResError());
+}
+
+std::vector<ResType> TypesByIndex(SInt16 (*inCount)(), void (*inGet)(ResType*, SInt16)) {
+    std::vector<ResType> types(static_cast<std::size_t>(inCount()));
+    for (std::size_t i = 0; i < types.size(); ++i)
+        inGet(&types[i], static_cast<SInt16>(i + 1));
+    return types;
+}
+
+using Types = std::vector<ResType>;
+constexpr ResType kNew = FourChars("newt");
+
+// What is known of the types follows every change of files and resources.
+TEST_F(ResourcesTest, TypesFollowTheFiles) {
+    const SInt16 old = Open(MakeFile("old", {ImageOf(kText, 1, "")}));
+    EXPECT_EQ(Types{kText}, TypesByIndex(CountTypes, GetIndType));
+    EXPECT_EQ(1, CountResources(kText));
+    const SInt16 recent = Open(MakeFile("new", {ImageOf(kOther, 5, "")}));
+    EXPECT_EQ((Types{kOther, kText}), TypesByIndex(CountTypes, GetIndType));
+    EXPECT_EQ(Types{kOther}, TypesByIndex(Count1Types, Get1IndType));
+    EXPECT_EQ(0, Count1Resources(kText));
+    UseResFile(old);
+    EXPECT_EQ(Types{kText}, TypesByIndex(Count1Types, Get1IndType));
+    EXPECT_EQ(1, Count1Resources(kText));
+    UseResFile(0);
+    EXPECT_EQ(Types(), TypesByIndex(Count1Types, Get1IndType));
+    EXPECT_EQ(0, Count1Resources(kText));
+    CloseResFile(recent);
+    EXPECT_EQ(Types{kText}, TypesByIndex(CountTypes, GetIndType));
+    EXPECT_EQ(0, CountResources(kOther));
+    CloseResFile(old);
+    EXPECT_EQ(Types(), TypesByIndex(CountTypes, GetIndType));
+}
+
+TEST_F(ResourcesTest, TypesFollowTheResources) {
+    Open(MakeFile("f", {ImageOf(kText, 1, "one"), ImageOf(kOther, 5, "other")}));
+    EXPECT_EQ(1, Count1Resources(kText));
+    EXPECT_EQ(2, CountTypes());
+    AddResource(NewText("new"), kNew, 1, nullptr);
+    AddResource(NewText("two"), kText, 2, nullptr);
+    EXPECT_EQ((Types{kText, kOther, kNew}), TypesByIndex(CountTypes, GetIndType));
+    EXPECT_EQ((Types{kText, kOther, kNew}), TypesByIndex(Count1Types, Get1IndType));
+    EXPECT_EQ(2, Count1Resources(kText));
+    EXPECT_EQ(1, Count1Resources(kNew));
+    EXPECT_EQ("two", TextOf(Get1IndResource(kText, 2)));
+    const Handle first = Get1IndResource(kText, 1);
+    RemoveResource(first);
+    DisposeHandle(first);
+    EXPECT_EQ("two", TextOf(Get1IndResource(kText, 1)));
+    EXPECT_EQ(1, CountResources(kText));
+    const Handle second = Get1IndResource(kText, 1);
+    RemoveResource(second);
+    DisposeHandle(second);
+    EXPECT_EQ(nullptr, Get1IndResource(kText, 1));
+    EXPECT_EQ(0, CountResources(kText));
+    EXPECT_EQ((Types{kOther, kNew}), TypesByIndex(CountTypes, GetIndType));
+    AddResource(NewText("last"), kText, 3, nullptr);
+    EXPECT_EQ((Types{kOther, kNew, kText}), TypesByIndex(Count1Types, Get1IndType));
+    EXPECT_EQ("last", TextOf(GetIndResource(kText, 1)));
+}
+
+// Two lists of one type, with another type between: the second moves in front when the first one's only
+// resource goes.
+TEST_F(ResourcesTest, TypeInTwoLists) {
+    std::vector<UInt8> fork =
+        ForkOf({ImageOf(kText, 1, "one"), ImageOf(kOther, 2, "two"), ImageOf(kNew, 3, "three")});
+    const std::size_t map = toolbox::files::Load32(fork.data() + 4);
+    toolbox::files::Store32(fork.data() + map + 28 + 2 + 2 * 8, kText);
+    Open(MakeFileOf("f", fork));
+    EXPECT_EQ((Types{kText, kOther}), TypesByIndex(Count1Types, Get1IndType));
+    EXPECT_EQ("three", TextOf(Get1IndResource(kText, 2)));
+    const Handle first = Get1IndResource(kText, 1);
+    RemoveResource(first);
+    DisposeHandle(first);
+    EXPECT_EQ((Types{kOther, kText}), TypesByIndex(Count1Types, Get1IndType));
+    EXPECT_EQ("three", TextOf(Get1IndResource(kText, 1)));
+}
+
+// A fork with as many types as a map can tell of, each with one reference, which is the first type's entry
+// itself: the ids lie in its type's first half.
+std::vector<UInt8> ForkOfManyTypes(std::size_t inTypeCount) {
+    using toolbox::files::Store16;
+    using toolbox::files::Store32;
+    constexpr std::size_t kMap = 16;
+    const std::size_t mapBytes = 28 + 2 + 12 * (inTypeCount + 1);
+    std::vector<UInt8> fork(kMap + mapBytes);
+    Store32(fork.data(), kMap);
+    Store32(fork.data() + 4, kMap);
+    Store32(fork.data() + 12, static_cast<UInt32>(mapBytes));
+    UInt8* const types = fork.data() + kMap + 28;
+    Store16(fork.data() + kMap + 24, 28);
+    Store16(types, static_cast<UInt16>(inTypeCount - 1));
+    for (std::size_t i = 0; i < inTypeCount; ++i) {
+        UInt8* const entry = types + 2 + 8 * i;
+        Store32(entry, static_cast<UInt32>(i) << 16 | 0xFFFF);
+        Store16(entry + 6, 2);
+    }
+    return fork;
+}
+
+// Far from what it takes, and as far from what it takes when each call goes through all of them.
+class Deadline {
+  public:
+    bool IsOver() const { return std::chrono::steady_clock::now() > mEnd; }
+
+  private:
+    std::chrono::steady_clock::time_point mEnd = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+};
+
+TEST_F(ResourcesTest, EachOfAllTypes) {
+    constexpr std::size_t kTypeCount = 65'535;
+    ASSERT_GT(Open(MakeFileOf("f", ForkOfManyTypes(kTypeCount))), 0);
+    EXPECT_EQ(32'767, CountTypes()) << "the greatest that it can tell";
+    const Deadline deadline;
+    for (SInt32 index = 1; index <= 32'767; ++index) {
+        ResType type = 0;
+        GetIndType(&type, static_cast<SInt16>(index));
+        ASSERT_EQ(static_cast<UInt32>(index - 1) << 16 | 0xFFFF, type);
+        Get1IndType(&type, static_cast<SInt16>(index));
+        ASSERT_EQ(static_cast<UInt32>(index - 1) << 16 | 0xFFFF, type);
+        ASSERT_FALSE(deadline.IsOver()) << index;
+    }
+}
+
+TEST_F(ResourcesTest, EachOfManyResources) {
+    std::vector<Image> images;
+    for (SInt32 id = 0; id < 65'535; ++id)
+        images.push_back(ImageOf(kText, static_cast<SInt16>(id), ""));
+    ASSERT_GT(Open(MakeFile("f", images)), 0);
+    SetResLoad(false);
+    const Deadline deadline;
+    for (int round = 0; round < 3; ++round) {
+        for (SInt16 index = 1; index < 32'767; ++index) {
+            ASSERT_NE(nullptr, GetIndResource(kText, index));
+            ASSERT_EQ(32'767, Count1Resources(kText));
+            ASSERT_FALSE(deadline.IsOver()) << index;
+        }
+    }
 }
 
 TEST_F(ResourcesTest, UniqueIDs) {
@@ -223,6 +364,52 @@ TEST_F(ResourcesTest, Preloaded) {
     SetResLoad(false);
     Open(file);
     EXPECT_EQ(before, GetLiveHandleCount());
+}
+
+// Of references to the same data, no more are read at once than the data would be if it were each one's own.
+TEST_F(ResourcesTest, PreloadedOverAndOver) {
+    using toolbox::files::Load32;
+    using toolbox::files::Store32;
+    constexpr std::size_t kDataBytes = 1'000'000;
+    constexpr std::size_t kReferenceCount = 500;
+    std::vector<Image> images = {ImageOf(kText, 0, std::string(kDataBytes, 'x'), "", resPreload)};
+    for (std::size_t i = 1; i < kReferenceCount; ++i)
+        images.push_back(ImageOf(kText, static_cast<SInt16>(i), "", "", resPreload));
+    std::vector<UInt8> fork = ForkOf(images);
+    const std::size_t references = Load32(fork.data() + 4) + 28 + 2 + 8;
+    for (std::size_t i = 0; i < kReferenceCount; ++i)
+        Store32(fork.data() + references + 12 * i + 4, UInt32{resPreload} << 24);
+    const FSRef file = MakeFileOf("f", fork);
+    const UInt64 before = GetMemoryInUse();
+    Open(file);
+    EXPECT_GE(GetMemoryInUse() - before, kDataBytes);
+    EXPECT_LT(GetMemoryInUse() - before, 2 * kDataBytes);
+    SetMemoryLimit(GetMemoryInUse() + 2 * kDataBytes);
+    EXPECT_EQ(std::string(kDataBytes, 'x'), TextOf(GetResource(kText, kReferenceCount - 1)));
+    SetMemoryLimit(0);
+}
+
+// In whatever order the data lies, all is read when each has its own.
+TEST_F(ResourcesTest, PreloadedInAnyOrder) {
+    using toolbox::files::Load32;
+    using toolbox::files::Store32;
+    constexpr std::size_t kCount = 5;
+    std::vector<Image> images;
+    for (std::size_t i = 0; i < kCount; ++i)
+        images.push_back(ImageOf(kText, static_cast<SInt16>(i), std::string(i, 'x'), "", resPreload));
+    for (const bool isBackwards : {false, true}) {
+        std::vector<UInt8> fork = ForkOf(images);
+        UInt8* const references = fork.data() + Load32(fork.data() + 4) + 28 + 2 + 8;
+        if (isBackwards)
+            for (std::size_t i = 0; i < kCount / 2; ++i)
+                std::swap_ranges(references + 12 * i, references + 12 * i + 12,
+                                 references + 12 * (kCount - 1 - i));
+        const FSRef file = MakeFileOf("f", fork);
+        const UInt64 before = GetLiveHandleCount();
+        const SInt16 refNum = Open(file);
+        EXPECT_EQ(before + kCount, GetLiveHandleCount()) << isBackwards;
+        CloseResFile(refNum);
+    }
 }
 
 TEST_F(ResourcesTest, DataThatIsNotThere) {
