@@ -4,6 +4,7 @@
 
 #include <toolbox/MacErrors.h>
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <utility>
@@ -69,16 +70,6 @@ void AddText(Bytes& ioBytes, const std::string& inText) {
     ioBytes.insert(ioBytes.end(), inText.begin(), inText.end());
 }
 
-int Number(const JSON& inValue, int inLeast, int inMost) {
-    if (!inValue.is_number_integer())
-        throw DescriptionError("a whole number is needed, not " + inValue.dump());
-    const auto number = inValue.get<std::int64_t>();
-    if (number < inLeast || number > inMost)
-        throw DescriptionError(inValue.dump() + " is not from " + std::to_string(inLeast) + " to " +
-                               std::to_string(inMost));
-    return static_cast<int>(number);
-}
-
 int Short(const JSON& inValue) {
     return Number(inValue, std::numeric_limits<SInt16>::min(), std::numeric_limits<SInt16>::max());
 }
@@ -137,6 +128,7 @@ Bytes EncodeAlert(const JSON& inDescription) {
     int word = 0;
     for (std::size_t i = 0; i < 4; ++i) {
         const JSON& stage = stages[i];
+        CheckMembers(stage, {"default", "shown", "sound"}, "of a stage");
         const int bits = (Number(stage.at("default"), 1, 2) - 1) << 3 |
                          int{stage.at("shown").get<bool>()} << 2 | Number(stage.at("sound"), 0, 3);
         word |= bits << (4 * i);
@@ -160,7 +152,7 @@ bool DecodeAlert(Reader& ioReader, JSON& ioDescription) {
 const ItemKind& KindOfName(const JSON& inName) {
     for (const ItemKind& kind : kItemKinds)
         if (inName == kind.name) return kind;
-    throw DescriptionError("there is no kind of item " + inName.dump());
+    throw DescriptionError("there is no kind of item " + Quoted(inName));
 }
 
 Bytes EncodeItemList(const JSON& inDescription, CFStringEncoding inEncoding) {
@@ -169,6 +161,8 @@ Bytes EncodeItemList(const JSON& inDescription, CFStringEncoding inEncoding) {
     AddWord(bytes, static_cast<int>(items.size()) - 1);
     for (const JSON& item : items) {
         const ItemKind& kind = KindOfName(item.at("kind"));
+        CheckMembers(item, {"kind", "bounds", "enabled", kind.isText ? "text" : "resource"},
+                     "of such an item");
         bytes.insert(bytes.end(), 4, 0);
         AddBounds(bytes, item.at("bounds"));
         bytes.push_back(static_cast<UInt8>(kind.code | (item.value("enabled", true) ? 0 : kDisabled)));
@@ -226,16 +220,48 @@ bool Decode(ResType inType, Reader& ioReader, CFStringEncoding inEncoding, JSON&
 
 }  // namespace
 
+void CheckMembers(const JSON& inObject, const std::vector<std::string_view>& inKnown, const char* inPlace) {
+    for (const auto& [name, value] : inObject.items())
+        if (std::find(inKnown.begin(), inKnown.end(), name) == inKnown.end())
+            throw DescriptionError("there is no member " + Quoted(name) + " " + inPlace);
+}
+
+int Number(const JSON& inValue, int inLeast, int inMost) {
+    if (!inValue.is_number_integer())
+        throw DescriptionError("a whole number is needed, not " + Quoted(inValue));
+    const auto number = inValue.get<std::int64_t>();
+    // Numbers without a sign go further than those with one.
+    const bool isTooGreat =
+        inValue.is_number_unsigned() && inValue.get<std::uint64_t>() > std::numeric_limits<SInt32>::max();
+    if (isTooGreat || number < inLeast || number > inMost)
+        throw DescriptionError(Quoted(inValue) + " is not from " + std::to_string(inLeast) + " to " +
+                               std::to_string(inMost));
+    return static_cast<int>(number);
+}
+
 std::string ShortText(const JSON& inText, CFStringEncoding inEncoding) {
-    if (!inText.is_string()) throw DescriptionError("a text is needed, not " + inText.dump());
+    if (!inText.is_string()) throw DescriptionError("a text is needed, not " + Quoted(inText));
     const auto text = Recoded(inText.get<std::string>(), kCFStringEncodingUTF8, inEncoding);
-    if (!text) throw DescriptionError("the encoding has no room for " + inText.dump());
+    if (!text) throw DescriptionError("the encoding has no room for " + Quoted(inText));
     if (text->size() > 255) throw DescriptionError("a text is longer than 255 bytes");
     return *text;
 }
 
 bool HasForm(ResType inType) {
     return inType == kString || inType == kStringList || inType == kAlert || inType == kItemList;
+}
+
+std::vector<std::string_view> MembersOfForm(ResType inType) {
+    switch (inType) {
+        case kString:
+            return {"string"};
+        case kStringList:
+            return {"strings"};
+        case kAlert:
+            return {"bounds", "items", "stages"};
+        default:
+            return {"items"};
+    }
 }
 
 Bytes EncodeForm(ResType inType, const JSON& inDescription, CFStringEncoding inEncoding) {

@@ -6,6 +6,7 @@
 #include <toolbox/Resources.h>
 
 #include <array>
+#include <map>
 #include <utility>
 
 namespace rez_pack {
@@ -18,10 +19,35 @@ constexpr std::array<std::pair<const char*, UInt8>, 5> kAttributes = {{{"sysHeap
                                                                        {"protected", resProtected},
                                                                        {"preload", resPreload}}};
 
+constexpr UInt8 NamedAttributes() {
+    UInt8 all = 0;
+    for (const auto& [name, bit] : kAttributes)
+        all |= bit;
+    return all;
+}
+
+// resChanged tells a state in memory, and is never in a file.
+constexpr UInt8 kOtherAttributes = static_cast<UInt8>(~(NamedAttributes() | resChanged));
+
+constexpr int kDeepest = 100;
+constexpr std::size_t kMostQuotedBytes = 60;
+constexpr std::size_t kMostReasonBytes = 200;
+// What can be counted, and so shown again.
+constexpr int kMostOfType = 32767;
+
+// Whole characters of UTF-8.
+std::string Shortened(std::string_view inText, std::size_t inMostBytes) {
+    if (inText.size() <= inMostBytes) return std::string(inText);
+    std::size_t end = inMostBytes;
+    while (end > 0 && (static_cast<UInt8>(inText[end]) & 0xC0) == 0x80)
+        --end;
+    return std::string(inText.substr(0, end)) + "...";
+}
+
 UInt8 AttributeOf(const JSON& inName) {
     for (const auto& [name, bit] : kAttributes)
         if (inName == name) return bit;
-    throw DescriptionError("there is no attribute " + inName.dump());
+    throw DescriptionError("there is no attribute " + Quoted(inName));
 }
 
 int Nibble(char inDigit) {
@@ -49,36 +75,88 @@ std::string HexOf(const Bytes& inBytes) {
     return text;
 }
 
+UInt8 AttributesOf(const JSON& inDescription) {
+    UInt8 attributes = 0;
+    for (const JSON& attribute : inDescription.value("attributes", JSON::array()))
+        attributes |= AttributeOf(attribute);
+    const int others = Number(inDescription.value("otherAttributes", JSON(0)), 0, 0xFF);
+    if ((others & ~kOtherAttributes) != 0)
+        throw DescriptionError("otherAttributes has bits that have names, or are not kept in files");
+    return static_cast<UInt8>(attributes | others);
+}
+
+std::string NameOf(const JSON& inDescription, CFStringEncoding inEncoding) {
+    if (!inDescription.contains("nameData"))
+        return ShortText(inDescription.value("name", JSON("")), inEncoding);
+    if (inDescription.contains("name")) throw DescriptionError("name and nameData are both there");
+    const Bytes bytes = BytesOfHex(inDescription["nameData"].get<std::string>());
+    if (bytes.size() > 255) throw DescriptionError("a name is longer than 255 bytes");
+    return {bytes.begin(), bytes.end()};
+}
+
+Bytes DataOf(ResType inType, const JSON& inDescription, CFStringEncoding inEncoding) {
+    std::vector<std::string_view> members = {"type",     "id",         "name",
+                                             "nameData", "attributes", "otherAttributes"};
+    if (!HasForm(inType) || inDescription.contains("data")) {
+        members.push_back("data");
+        CheckMembers(inDescription, members, "beside data");
+        return BytesOfHex(inDescription.at("data").get<std::string>());
+    }
+    const std::vector<std::string_view> form = MembersOfForm(inType);
+    members.insert(members.end(), form.begin(), form.end());
+    CheckMembers(inDescription, members, "of such a resource");
+    return EncodeForm(inType, inDescription, inEncoding);
+}
+
 Record RecordOf(const JSON& inDescription, CFStringEncoding inEncoding) {
     Record record;
     const auto type = TypeOfText(inDescription.at("type").get<std::string>());
     if (!type) throw DescriptionError("a type is four characters of Mac Roman");
     record.type = *type;
-    const JSON& id = inDescription.at("id");
-    if (!id.is_number_integer() || id.get<std::int64_t>() != static_cast<SInt16>(id.get<std::int64_t>()))
-        throw DescriptionError("an id is a whole number from -32768 to 32767");
-    record.id = id.get<SInt16>();
-    record.name = ShortText(inDescription.value("name", JSON("")), inEncoding);
-    for (const JSON& attribute : inDescription.value("attributes", JSON::array()))
-        record.attributes |= AttributeOf(attribute);
-    const bool isHex = !HasForm(record.type) || inDescription.contains("data");
-    record.data = isHex ? BytesOfHex(inDescription.at("data").get<std::string>())
-                        : EncodeForm(record.type, inDescription, inEncoding);
+    record.id = static_cast<SInt16>(Number(inDescription.at("id"), -32768, 32767));
+    record.name = NameOf(inDescription, inEncoding);
+    record.attributes = AttributesOf(inDescription);
+    record.data = DataOf(record.type, inDescription, inEncoding);
     return record;
 }
+
+// Refuses what the records so far leave no room for.
+class Takings {
+  public:
+    void Take(const Record& inRecord) {
+        const int number = ++mCount;
+        const std::string type = Quoted(TextOfType(inRecord.type));
+        const auto [found, isNew] = mNumbers.try_emplace({inRecord.type, inRecord.id}, number);
+        if (!isNew)
+            throw DescriptionError("resources " + std::to_string(found->second) + " and " +
+                                   std::to_string(number) + " are both of type " + type + " and id " +
+                                   std::to_string(inRecord.id));
+        if (++mOfType[inRecord.type] > kMostOfType)
+            throw DescriptionError("there are more than " + std::to_string(kMostOfType) +
+                                   " resources of type " + type);
+    }
+
+  private:
+    int mCount = 0;
+    std::map<std::pair<ResType, SInt16>, int> mNumbers;
+    std::map<ResType, int> mOfType;
+};
 
 JSON DescriptionOf(const Record& inRecord, CFStringEncoding inEncoding) {
     JSON description = {{"type", TextOfType(inRecord.type)}, {"id", inRecord.id}};
     if (!inRecord.name.empty()) {
         const auto name = Recoded(inRecord.name, inEncoding, kCFStringEncodingUTF8);
-        // A name in another encoding cannot be told in JSON but as what its bytes are in Mac Roman.
-        description["name"] =
-            name ? *name : *Recoded(inRecord.name, kCFStringEncodingMacRoman, kCFStringEncodingUTF8);
+        if (name && Recoded(*name, kCFStringEncodingUTF8, inEncoding) == inRecord.name)
+            description["name"] = *name;
+        else
+            description["nameData"] = HexOf({inRecord.name.begin(), inRecord.name.end()});
     }
     JSON attributes = JSON::array();
     for (const auto& [name, bit] : kAttributes)
         if ((inRecord.attributes & bit) != 0) attributes.push_back(name);
     if (!attributes.empty()) description["attributes"] = attributes;
+    const int others = inRecord.attributes & kOtherAttributes;
+    if (others != 0) description["otherAttributes"] = others;
     const bool isTold =
         HasForm(inRecord.type) && DecodeForm(inRecord.type, inRecord.data, inEncoding, description);
     if (!isTold) description["data"] = HexOf(inRecord.data);
@@ -87,10 +165,21 @@ JSON DescriptionOf(const Record& inRecord, CFStringEncoding inEncoding) {
 
 }  // namespace
 
+JSON Parsed(const std::string& inText) {
+    return JSON::parse(inText, [](int inDepth, JSON::parse_event_t, JSON&) {
+        if (inDepth >= kDeepest) throw DescriptionError("nested too deeply");
+        return true;
+    });
+}
+
+std::string Quoted(const JSON& inValue) {
+    return Shortened(inValue.dump(-1, ' ', false, JSON::error_handler_t::replace), kMostQuotedBytes);
+}
+
 std::string ReasonOf(const JSON::exception& inError) {
     const std::string_view words = inError.what();
     const std::size_t kindEnd = words.find("] ");
-    return std::string(kindEnd == std::string_view::npos ? words : words.substr(kindEnd + 2));
+    return Shortened(kindEnd == std::string_view::npos ? words : words.substr(kindEnd + 2), kMostReasonBytes);
 }
 
 std::vector<Record> RecordsOf(const JSON& inDescription, CFStringEncoding inEncoding) {
@@ -98,6 +187,7 @@ std::vector<Record> RecordsOf(const JSON& inDescription, CFStringEncoding inEnco
         !inDescription["resources"].is_array())
         throw DescriptionError("the description is not an object with a list \"resources\"");
     std::vector<Record> records;
+    Takings takings;
     for (const JSON& resource : inDescription["resources"]) {
         const std::string which = "resource " + std::to_string(records.size() + 1) + ": ";
         try {
@@ -107,6 +197,7 @@ std::vector<Record> RecordsOf(const JSON& inDescription, CFStringEncoding inEnco
         } catch (const JSON::exception& error) {
             throw DescriptionError(which + ReasonOf(error));
         }
+        takings.Take(records.back());
     }
     return records;
 }

@@ -11,7 +11,9 @@
 //
 // Bounds are top, left, bottom, right. Of the stages the first comes first. "name", "attributes" and an
 // item's "enabled" (true) may be left out. Any type may be given as "data", in hexadecimal; what is not
-// exactly one of the forms above is shown so.
+// exactly one of the forms above is shown so. A name that is not text in the encoding is "nameData", in
+// hexadecimal, and bits of the attributes that have no name are the number "otherAttributes". Members of
+// other names are refused.
 #pragma once
 
 #include <toolbox/CFString.h>
@@ -41,10 +43,18 @@ class DescriptionError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The library's words, without the name of the error's kind in front.
+// The description in inText, which is not nested deeper than any that means something: what walks through it
+// may call itself. Throws a JSON exception or DescriptionError.
+JSON Parsed(const std::string& inText);
+
+// A value for a message, cut off when it is long.
+std::string Quoted(const JSON& inValue);
+
+// The library's words, without the name of the error's kind in front, cut off when they quote much.
 std::string ReasonOf(const JSON::exception& inError);
 
-// The records that a description tells of, text in the encoding. Throws DescriptionError.
+// The records that a description tells of, text in the encoding; no two of one type and id. Throws
+// DescriptionError.
 std::vector<Record> RecordsOf(const JSON& inDescription, CFStringEncoding inEncoding);
 
 JSON DescriptionOf(const std::vector<Record>& inRecords, CFStringEncoding inEncoding);

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -43,7 +44,7 @@ void Make(const Options& inOptions) {
     const std::string text = ContentsOf(inOptions.description);
     std::vector<Record> records;
     try {
-        records = RecordsOf(JSON::parse(text), inOptions.Encoding());
+        records = RecordsOf(Parsed(text), inOptions.Encoding());
     } catch (const JSON::exception& error) {
         throw tool::Failure(EX_DATAERR, inOptions.description, ReasonOf(error));
     } catch (const DescriptionError& error) {
@@ -100,6 +101,8 @@ void Run(int inArgumentCount, char** inArguments) {
 }  // namespace
 
 int main(int inArgumentCount, char** inArguments) {
+    // A limit on the size of files becomes an error of write().
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         Run(inArgumentCount, inArguments);
         return EX_OK;

@@ -1,7 +1,10 @@
 // The resource packer: descriptions and bytes, and the command as its users run it.
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <toolbox/Resources.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -9,9 +12,11 @@
 #include <iterator>
 #include <random>
 
+#include "Failure.h"
 #include "Files.h"
 #include "Forms.h"
 #include "Records.h"
+#include "platform/files/FailingNew.h"
 #include "platform/files/TemporaryFolder.h"
 
 namespace {
@@ -36,12 +41,13 @@ std::string TextOf(const Bytes& inBytes) {
     return {inBytes.begin(), inBytes.end()};
 }
 
-std::vector<Record> Parsed(const std::string& inText, CFStringEncoding inEncoding = kCFStringEncodingUTF8) {
-    return RecordsOf(JSON::parse(inText), inEncoding);
+std::vector<Record> RecordsIn(const std::string& inText,
+                              CFStringEncoding inEncoding = kCFStringEncodingUTF8) {
+    return RecordsOf(Parsed(inText), inEncoding);
 }
 
 TEST(RezPackRecords, DescriptionAsBytes) {
-    const std::vector<Record> records = Parsed(kAlertDescription);
+    const std::vector<Record> records = RecordsIn(kAlertDescription);
     ASSERT_EQ(5U, records.size());
     EXPECT_EQ(FourChars("STR "), records[0].type);
     EXPECT_EQ(128, records[0].id);
@@ -66,13 +72,13 @@ TEST(RezPackRecords, DescriptionAsBytes) {
 
 TEST(RezPackRecords, ComesBackAsDescribed) {
     EXPECT_EQ(JSON::parse(kAlertDescription),
-              DescriptionOf(Parsed(kAlertDescription), kCFStringEncodingUTF8));
+              DescriptionOf(RecordsIn(kAlertDescription), kCFStringEncodingUTF8));
 }
 
 TEST(RezPackRecords, MacRoman) {
     const std::vector<Record> records =
-        Parsed(R"({"resources": [{"type": "STR ", "id": 1, "name": "é", "string": "ü"}]})",
-               kCFStringEncodingMacRoman);
+        RecordsIn(R"({"resources": [{"type": "STR ", "id": 1, "name": "é", "string": "ü"}]})",
+                  kCFStringEncodingMacRoman);
     EXPECT_EQ("\1\x9F", TextOf(records[0].data));
     EXPECT_EQ("\x8E", records[0].name);
     const JSON shown = DescriptionOf(records, kCFStringEncodingMacRoman);
@@ -134,6 +140,15 @@ TEST(RezPackRecords, DescriptionsThatCannotBeFollowed) {
           R"({"type": "abcd", "id": 1, "data": "0"})"s,
           R"({"type": "abcd", "id": 1, "data": "0G"})"s,
           R"({"type": "abcd", "id": 1, "data": "", "attributes": ["changed"]})"s,
+          R"({"type": "abcd", "id": -32769, "data": ""})"s,
+          R"({"type": "abcd", "id": 9223372036854775808, "data": ""})"s,
+          R"({"type": "abcd", "id": 18446744073709551615, "data": ""})"s,
+          R"({"type": "abcd", "id": 1, "data": "", "name": "a", "nameData": "41"})"s,
+          R"({"type": "abcd", "id": 1, "data": "", "nameData": "4"})"s,
+          R"({"type": "abcd", "id": 1, "data": "", "nameData": ")" + longText + longText + "\"}",
+          R"({"type": "abcd", "id": 1, "data": "", "otherAttributes": 4})"s,
+          R"({"type": "abcd", "id": 1, "data": "", "otherAttributes": 2})"s,
+          R"({"type": "abcd", "id": 1, "data": "", "otherAttributes": 256})"s,
           R"({"type": "STR ", "id": 1})"s,
           R"({"type": "STR ", "id": 1, "string": 5})"s,
           R"({"type": "STR ", "id": 1, "string": ")" + longText + "\"}",
@@ -144,15 +159,105 @@ TEST(RezPackRecords, DescriptionsThatCannotBeFollowed) {
           R"({"type": "DITL", "id": 1, "items": [{"kind": "knob", "bounds": [0,0,0,0]}]})"s,
           R"({"type": "DITL", "id": 1, "items": [{"kind": "icon", "bounds": [0,0,0,0]}]})"s,
           R"({"type": "DITL", "id": 1, "items": [{"kind": "button", "bounds": [0,0,0,99999]}]})"s,
+          R"({"type": "DITL", "id": 1, "items": [
+              {"kind": "button", "bounds": [0,0,0,18446744073709551615]}]})"s,
           "7"s,
           "[]"s}) {
-        EXPECT_THROW(Parsed(R"({"resources": [)" + resource + "]}"), DescriptionError) << resource;
+        EXPECT_THROW(RecordsIn(R"({"resources": [)" + resource + "]}"), DescriptionError) << resource;
     }
     for (const char* whole : {"7", "[]", "{}", R"({"resources": 5})"})
-        EXPECT_THROW(Parsed(whole), DescriptionError) << whole;
+        EXPECT_THROW(RecordsIn(whole), DescriptionError) << whole;
     EXPECT_THROW(
-        Parsed(R"({"resources": [{"type": "STR ", "id": 1, "string": "本"}]})", kCFStringEncodingMacRoman),
+        RecordsIn(R"({"resources": [{"type": "STR ", "id": 1, "string": "本"}]})", kCFStringEncodingMacRoman),
         DescriptionError);
+}
+
+TEST(RezPackRecords, NamesAndAttributesComeBackWhateverTheyAre) {
+    for (const std::string& name : {""s, "text"s, "\xFF\x80"s, "\x8E"s, std::string(255, '\xC2'), "a\0b"s}) {
+        for (const CFStringEncoding encoding : {kCFStringEncodingUTF8, kCFStringEncodingMacRoman}) {
+            for (int attributes = 0; attributes < 256; ++attributes) {
+                Record record;
+                record.type = FourChars("abcd");
+                record.name = name;
+                record.attributes = static_cast<UInt8>(attributes & ~resChanged);
+                const std::string shown = DescriptionOf({record}, encoding).dump();
+                const std::vector<Record> again = RecordsIn(shown, encoding);
+                ASSERT_EQ(1U, again.size());
+                ASSERT_EQ(record.name, again[0].name) << shown;
+                ASSERT_EQ(record.attributes, again[0].attributes) << shown;
+            }
+        }
+    }
+}
+
+std::string MessageOf(const std::string& inText) {
+    try {
+        RecordsIn(inText);
+    } catch (const DescriptionError& error) {
+        return error.what();
+    } catch (const JSON::exception& error) {
+        return ReasonOf(error);
+    }
+    return "none";
+}
+
+TEST(RezPackRecords, MembersThatNobodyReads) {
+    const auto messageOf = [](const std::string& inResource) {
+        return MessageOf(R"({"resources": [)" + inResource + "]}");
+    };
+    EXPECT_EQ("resource 1: there is no member \"nam\" of such a resource",
+              messageOf(R"({"type": "STR ", "id": 1, "string": "a", "nam": "b"})"));
+    EXPECT_EQ("resource 1: there is no member \"attribute\" beside data",
+              messageOf(R"({"type": "abcd", "id": 1, "data": "", "attribute": []})"));
+    EXPECT_EQ("resource 1: there is no member \"string\" beside data",
+              messageOf(R"({"type": "STR ", "id": 1, "string": "a", "data": "0161"})"));
+    EXPECT_EQ("resource 1: there is no member \"strings\" of such a resource",
+              messageOf(R"({"type": "STR ", "id": 1, "string": "a", "strings": []})"));
+    const std::string stage = R"({"default": 1, "shown": true, "sound": 0, "sounds": 1})";
+    EXPECT_EQ("resource 1: there is no member \"sounds\" of a stage",
+              messageOf(R"({"type": "ALRT", "id": 1, "bounds": [0,0,0,0], "items": 1, "stages": [)" + stage +
+                        "," + stage + "," + stage + "," + stage + "]}"));
+    for (const auto& [kind, member] :
+         {std::pair("button", R"("resource": 1)"), std::pair("icon", R"("text": "")"),
+          std::pair("button", R"("enable": true)")}) {
+        const std::string message = messageOf(R"({"type": "DITL", "id": 1, "items": [{"kind": ")"s + kind +
+                                              R"(", "bounds": [0,0,0,0], )" + member + "}]}");
+        const std::string name(member, std::string_view(member).find(':'));
+        EXPECT_EQ("resource 1: there is no member " + name + " of such an item", message);
+    }
+}
+
+TEST(RezPackRecords, TwoOfOneTypeAndID) {
+    const std::string one = R"({"type": "STR ", "id": 7, "string": "a"})",
+                      other = R"({"type": "STR#", "id": 7, "strings": []})";
+    EXPECT_EQ("none", MessageOf(R"({"resources": [)" + one + "," + other + "]}"));
+    EXPECT_EQ("resources 1 and 3 are both of type \"STR \" and id 7",
+              MessageOf(R"({"resources": [)" + one + "," + other + "," + one + "]}"));
+}
+
+TEST(RezPackRecords, NestedDeeply) {
+    const auto nested = [](std::size_t inDepth) {
+        return R"({"resources": [{"type": "STR ", "id": 1, "string": )" + std::string(inDepth, '[') +
+               std::string(inDepth, ']') + "}]}";
+    };
+    EXPECT_TRUE(MessageOf(nested(20)).starts_with("resource 1: a text is needed, not [[["));
+    for (const std::size_t depth : {98U, 200000U})
+        EXPECT_EQ("nested too deeply", MessageOf(nested(depth)));
+    EXPECT_TRUE(MessageOf(nested(97)).starts_with("resource 1: a text is needed")) << "and three around it";
+    EXPECT_EQ("nested too deeply", MessageOf(std::string(101, '['))) << "before it is found unfinished";
+}
+
+TEST(RezPackRecords, LongValuesAreCutOffInMessages) {
+    const std::string value = R"({"type": "STR ", "id": 1, "string": [")";
+    EXPECT_EQ("resource 1: a text is needed, not [\"" + std::string(58, 'x') + "...",
+              MessageOf(R"({"resources": [)" + value + std::string(100000, 'x') + "\"]}]}"));
+    std::string wide;
+    for (int i = 0; i < 1000; ++i)
+        wide += "本";
+    const std::string message = MessageOf(R"({"resources": [)" + value + wide + "\"]}]}");
+    EXPECT_EQ("resource 1: a text is needed, not [\"" + wide.substr(0, 57) + "...", message)
+        << "after a whole character";
+    EXPECT_GT(300U, MessageOf("\"" + std::string(100000, 'x')).size()) << "the parser's own";
 }
 
 class RezPackTest : public testing::Test {
@@ -161,8 +266,9 @@ class RezPackTest : public testing::Test {
         int exitCode;
         std::string text;  // both streams
     };
-    static Outcome Run(const std::string& inArguments) {
-        FILE* pipe = popen((REZ_PACK_COMMAND " 2>&1 "s + inArguments).c_str(), "r");
+    // inBefore: commands of the shell that the command is run by.
+    static Outcome Run(const std::string& inArguments, const std::string& inBefore = {}) {
+        FILE* pipe = popen((inBefore + " " REZ_PACK_COMMAND " 2>&1 " + inArguments).c_str(), "r");
         std::string text;
         char bytes[4096];
         for (std::size_t count; (count = fread(bytes, 1, sizeof bytes, pipe)) > 0;)
@@ -244,7 +350,10 @@ TEST_F(RezPackTest, TellsWhatIsWrongWithADescription) {
 
 TEST_F(RezPackTest, TellsWhatIsWrongWithAFile) {
     const std::string none = mFolder / "none", folder = mFolder.MakeFolder("folder"),
-                      empty = mFolder.MakeFile("empty", "");
+                      empty = mFolder.MakeFile("empty", ""), pipe = mFolder / "pipe", loop = mFolder / "loop";
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0666));
+    std::filesystem::create_symlink("loop", loop);
+    const std::string loopReason = ": its path is too long, or links go in circles";
     struct {
         std::string arguments;
         int exitCode;
@@ -253,8 +362,15 @@ TEST_F(RezPackTest, TellsWhatIsWrongWithAFile) {
         {"make " + none + " " + mOut, 66, none + ": No such file or directory"},
         {"make " + folder + " " + mOut, 66, folder + ": Is a directory"},
         {"make " + mDescription + " " + none + "/out", 73, none + "/out: No such file or directory"},
-        {"make " + mDescription + " " + folder, 66, folder + ": is a folder"},
-        {"make --fork " + mDescription + " " + none, 66, none + ": No such file or directory"},
+        {"make " + mDescription + " " + folder, 73, folder + ": is a folder"},
+        {"make --fork " + mDescription + " " + none, 73, none + ": No such file or directory"},
+        {"make --fork " + mDescription + " " + folder, 73, folder + ": is a folder"},
+        {"make " + mDescription + " " + pipe, 73, pipe + ": is no regular file"},
+        {"make --fork " + mDescription + " " + pipe, 73, pipe + ": is no regular file"},
+        {"make " + mDescription + " /dev/full", 73, "/dev/full: is no regular file"},
+        {"make " + mDescription + " " + loop, 73, loop + loopReason},
+        {"show " + loop, 66, loop + loopReason},
+        {"show " + pipe, 65, pipe + ": is no resource file"},
         {"show " + none, 66, none + ": No such file or directory"},
         {"show " + folder, 66, folder + ": is a folder"},
         {"show " + empty, 65, empty + ": is no resource file"},
@@ -313,6 +429,182 @@ TEST_F(RezPackTest, LosesNothingThatCannotBeReplaced) {
     const std::string before = Contents(mOut);
     EXPECT_EQ(74, Run("make " + longOnes + " " + mOut).exitCode);
     EXPECT_EQ(before, Contents(mOut)) << "what was there stays";
+}
+
+TEST_F(RezPackTest, AFileThatMayOnlyBeRead) {
+    ASSERT_EQ(0, Run("make " + mDescription + " " + mOut).exitCode);
+    const std::string before = Contents(mOut);
+    const std::vector<Record> records = RecordsIn(kAlertDescription);
+    ASSERT_EQ(0, chmod(mFolder.Path().c_str(), 0755));
+    ASSERT_EQ(0, chmod(mOut.c_str(), 0444));
+    const uid_t user = geteuid();
+    constexpr uid_t kNobody = 65534;
+    // Nothing is forbidden to the superuser.
+    ASSERT_EQ(0, user == 0 ? seteuid(kNobody) : 0);
+    std::vector<std::string> reasons;
+    std::vector<int> exitCodes;
+    try {
+        WriteResources(mOut, Where::kDataFork, records);
+    } catch (const tool::Failure& failure) {
+        reasons.emplace_back(failure.what());
+        exitCodes.push_back(failure.ExitCode());
+    }
+    ASSERT_EQ(0, user == 0 ? seteuid(user) : 0);
+    EXPECT_EQ(std::vector<std::string>{"Permission denied"}, reasons);
+    EXPECT_EQ(std::vector<int>{73}, exitCodes);
+    EXPECT_EQ(before, Contents(mOut));
+}
+
+TEST_F(RezPackTest, ReplacesWhatCannotBeRead) {
+    ASSERT_EQ(0, Run("make " + mDescription + " " + mOut).exitCode);
+    std::fstream file(mOut, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(256).write("\x7F\xFF\xFF\xFF", 4);  // the length of the first data
+    file.close();
+    ASSERT_EQ(65, Run("show " + mOut).exitCode);
+    EXPECT_EQ(0, Run("make " + mDescription + " " + mOut).exitCode);
+    EXPECT_EQ(JSON::parse(kAlertDescription), JSON::parse(Run("show " + mOut).text));
+}
+
+// Whatever allocation fails, a file has the new resources or what it had.
+TEST_F(RezPackTest, MemoryThatIsShort) {
+    const std::vector<Record> oldOnes =
+        RecordsIn(R"({"resources": [{"type": "abcd", "id": 1, "data": "01"}]})");
+    const std::vector<Record> records = RecordsIn(kAlertDescription);
+    const std::string empty = mFolder.MakeFile("empty", ""), whole = mFolder / "whole",
+                      program = mFolder.MakeFile("program", ""), companion = mFolder / "._program";
+    WriteResources(whole, Where::kDataFork, records);
+    const std::string wanted = Contents(whole);
+    WriteResources(mOut, Where::kDataFork, oldOnes);
+    const std::string before = Contents(mOut);
+    // Whether it was written.
+    const auto write = [&](const std::string& inPath, Where inWhere, int inFailing, bool& ioIsShort) {
+        const test_files::FailingNew failing(inFailing);
+        bool isWritten = false;
+        try {
+            WriteResources(inPath, inWhere, records);
+            isWritten = true;
+        } catch (const tool::Failure&) {
+        } catch (const std::bad_alloc&) {
+        }
+        ioIsShort = ioIsShort || failing.Delivered();
+        return isWritten;
+    };
+    const std::string made = mFolder / "made";
+    int failureCount = 0;
+    bool isShort = true;
+    for (int failing = 1; isShort; ++failing) {
+        isShort = false;
+        const bool isReplaced = write(mOut, Where::kDataFork, failing, isShort);
+        ASSERT_EQ(isReplaced ? records.size() : oldOnes.size(), ReadResources(mOut, Where::kDataFork).size())
+            << failing;
+        ASSERT_EQ(isReplaced, before != Contents(mOut)) << failing;
+        const bool isMade = write(made, Where::kDataFork, failing, isShort);
+        ASSERT_EQ(isMade, std::filesystem::exists(made)) << failing;
+        if (isMade) {
+            ASSERT_EQ(wanted.size(), Contents(made).size()) << failing;
+        }
+        const bool isFilled = write(empty, Where::kDataFork, failing, isShort);
+        ASSERT_EQ(isFilled, !Contents(empty).empty()) << failing;
+        const bool hasFork = write(program, Where::kResourceFork, failing, isShort);
+        ASSERT_EQ(hasFork, std::filesystem::exists(companion)) << failing;
+        failureCount += !isReplaced + !isMade + !isFilled + !hasFork;
+        if (isReplaced) WriteResources(mOut, Where::kDataFork, oldOnes);
+        for (const std::string& path : {made, companion})
+            std::filesystem::remove(path);
+        std::filesystem::resize_file(empty, 0);
+    }
+    EXPECT_LT(100, failureCount);
+}
+
+TEST_F(RezPackTest, ALimitOnTheSizeOfFiles) {
+    const std::string big =
+        mFolder.MakeFile("big.json", R"({"resources": [{"type": "abcd", "id": 1, "data": ")" +
+                                         std::string(200000, '0') + "\"}]}");
+    const std::string program = mFolder.MakeFile("program", "its data");
+    const std::string empty = mFolder.MakeFile("empty", "");
+    const std::string reason = ": reading or writing failed, or it would be longer than files may be\n";
+    ASSERT_EQ(0, Run("make " + mDescription + " " + mOut).exitCode);
+    const std::string before = Contents(mOut), made = mFolder / "made";
+    for (const auto& [arguments, path] : {std::pair(" ", mOut), std::pair(" ", made), std::pair(" ", empty),
+                                          std::pair(" --fork ", program)}) {
+        const Outcome outcome = Run("make" + (arguments + big) + " " + path, "ulimit -f 16;");
+        EXPECT_EQ(74, outcome.exitCode) << path;
+        EXPECT_EQ("rez-pack: " + path + reason, outcome.text);
+    }
+    EXPECT_EQ(before, Contents(mOut));
+    EXPECT_FALSE(std::filesystem::exists(made));
+    EXPECT_EQ("", Contents(empty));
+    EXPECT_FALSE(std::filesystem::exists(mFolder / "._program"));
+}
+
+// The moment of each signal is another one, and most are while the file is being written.
+TEST_F(RezPackTest, SignalsInTheMiddleOfWriting) {
+    std::vector<Record> sets[2];
+    for (int i = 0; i < 2; ++i) {
+        for (SInt16 id = 1; id <= 64; ++id) {
+            Record record;
+            record.type = FourChars("abcd");
+            record.id = id;
+            record.data.assign(40000, static_cast<UInt8>(i + 1));
+            sets[i].push_back(record);
+        }
+    }
+    const std::string made = mFolder / "made";
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        for (int round = 0; round < 8; ++round) {
+            int ready[2] = {};
+            ASSERT_EQ(0, pipe(ready));
+            WriteResources(mOut, Where::kDataFork, sets[0]);
+            const pid_t child = fork();
+            if (child == 0) {
+                for (int i = 1;; ++i) {
+                    WriteResources(mOut, Where::kDataFork, sets[i % 2]);
+                    unlink(made.c_str());
+                    WriteResources(made, Where::kDataFork, sets[i % 2]);
+                    if (i == 1 && write(ready[1], "", 1) != 1) _exit(1);
+                }
+            }
+            char byte = 0;
+            ASSERT_EQ(1, read(ready[0], &byte, 1));
+            usleep(static_cast<useconds_t>(round * 1700));
+            ASSERT_EQ(0, kill(child, signal));
+            int status = 0;
+            ASSERT_EQ(child, waitpid(child, &status, 0));
+            EXPECT_EQ(signal, WIFSIGNALED(status) ? WTERMSIG(status) : -1);
+            close(ready[0]);
+            close(ready[1]);
+            for (const std::string& path : {mOut, made}) {
+                if (path == made && !std::filesystem::exists(made)) continue;
+                const std::vector<Record> records = ReadResources(path, Where::kDataFork);
+                ASSERT_EQ(64U, records.size()) << path;
+                for (const Record& record : records)
+                    ASSERT_EQ(records[0].data, record.data) << path;
+            }
+        }
+    }
+}
+
+TEST_F(RezPackTest, AsManyOfATypeAsCanBeCounted) {
+    JSON resources = JSON::array();
+    for (int id = 0; id < 32767; ++id)
+        resources.push_back({{"type", "abcd"}, {"id", id}, {"data", ""}});
+    const std::string most = mFolder.MakeFile("most.json", JSON{{"resources", resources}}.dump());
+    EXPECT_EQ(0, Run("make " + most + " " + mOut).exitCode);
+    const Outcome shown = Run("show " + mOut, "timeout 300");
+    ASSERT_EQ(0, shown.exitCode);
+    EXPECT_EQ(resources, JSON::parse(shown.text)["resources"]);
+    EXPECT_EQ(0, Run("make " + mDescription + " " + mOut).exitCode) << "all of them go";
+    EXPECT_EQ(JSON::parse(kAlertDescription), JSON::parse(Run("show " + mOut).text));
+    resources.push_back({{"type", "abcd"}, {"id", -1}, {"data", ""}});
+    EXPECT_EQ("there are more than 32767 resources of type \"abcd\"",
+              MessageOf(JSON{{"resources", resources}}.dump()));
+}
+
+TEST_F(RezPackTest, NothingInAMessageCommandsTheTerminal) {
+    const Outcome outcome =
+        Run("show '" + (mFolder / "a\x1B[2J\xC2\x9B\x7F\xC2\x80\xC2\x9F\xC2\xA0é\n") + "'");
+    EXPECT_EQ("rez-pack: " + (mFolder / "a?[2J????\xC2\xA0é?") + ": No such file or directory\n",
+              outcome.text);
 }
 
 }  // namespace
