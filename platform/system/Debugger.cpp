@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <string_view>
 
 namespace toolbox::system {
@@ -29,8 +30,18 @@ bool IsTraced() {
            text[field + kField.size()] != '0';
 }
 
+// A tracer sees the signal though it is ignored. A debugger stops at it; another, that only looks on, hands
+// it back, and would end the program if it were not ignored then. The action is the process's: a second
+// thread must not take what the first has put there for the program's own.
 int Trap() {
-    return raise(SIGTRAP);
+    static std::mutex& sTrapping = *new std::mutex;
+    const std::lock_guard lock(sTrapping);
+    struct sigaction ignored = {};
+    struct sigaction saved = {};
+    ignored.sa_handler = SIG_IGN;
+    if (sigaction(SIGTRAP, &ignored, &saved) != 0) return -1;
+    raise(SIGTRAP);
+    return sigaction(SIGTRAP, &saved, nullptr);
 }
 
 // Allocates nothing: the heap may be what is being debugged.

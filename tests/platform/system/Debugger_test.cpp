@@ -1,6 +1,7 @@
 #include <toolbox/Debugger.h>
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -99,6 +100,39 @@ int AskInAProcess(bool (*inIsTraced)(), bool inIsToBeTraced) {
 TEST_F(DebuggerTest, TheSystemTellsWhetherOneIsAttached) {
     EXPECT_EQ(1, AskInAProcess(mSaved.isTraced, true));
     EXPECT_EQ(0, AskInAProcess(mSaved.isTraced, false));
+}
+
+// Traces a process that traps, and lets it go on with the signal, or without it, at each stop. Counts the
+// stops at SIGTRAP; answers the status that the process ended with.
+int TrapUnderATracer(int (*inTrap)(), bool inHandsBack, int& outStops) {
+    outStops = 0;
+    const pid_t child = fork();
+    if (child == 0) {
+        // Anything but the default shows whether it is put back.
+        signal(SIGTRAP, [](int) { _exit(98); });
+        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(99);
+        inTrap();
+        struct sigaction now = {};
+        sigaction(SIGTRAP, nullptr, &now);
+        _exit(now.sa_handler != SIG_IGN && now.sa_handler != SIG_DFL ? 42 : 97);
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) == child && WIFSTOPPED(status)) {
+        const int signalNumber = WSTOPSIG(status);
+        outStops += signalNumber == SIGTRAP;
+        ptrace(PTRACE_CONT, child, nullptr, inHandsBack ? signalNumber : 0);
+    }
+    return status;
+}
+
+TEST_F(DebuggerTest, EveryTracerSeesTheTrapAndTheProgramGoesOn) {
+    for (const bool handsBack : {false, true}) {
+        int stops = 0;
+        const int status = TrapUnderATracer(mSaved.trap, handsBack, stops);
+        EXPECT_EQ(1, stops) << handsBack;
+        EXPECT_TRUE(WIFEXITED(status)) << handsBack;
+        EXPECT_EQ(42, WEXITSTATUS(status)) << handsBack;
+    }
 }
 
 }  // namespace
