@@ -8,9 +8,11 @@
 #include <toolbox/Interaction.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <mutex>
 #include <new>
+#include <type_traits>
 
 using namespace toolbox::interface;
 
@@ -21,18 +23,30 @@ constexpr ResType kItemListType = FourChars("DITL");
 constexpr DialogItemIndex kNotShown = -1;
 constexpr int kLastStage = 3;
 
+using Texts = std::array<std::array<unsigned char, 256>, 4>;  // Pascal strings
+
+// What this thread has given since its last alert: another thread's texts must not come between. Nothing that
+// needs to be destroyed, as an alert may come while the thread ends.
+struct OwnTexts {
+    bool areGiven;
+    Texts texts;
+};
+thread_local OwnTexts sOwn;
+
 struct State {
     std::mutex mutex;
-    ParamTexts texts;
+    Texts texts = {};  // given last, by any thread
     AlertHandler handler = nullptr;
     void* handlerContext = nullptr;
     SInt16 lastAlertID = 0;
     int stage = -1;  // of the last alert; -1 before the first
 };
 
-// Never destroyed: an alert may come while the program ends.
+// An alert may come while the program ends.
+static_assert(std::is_trivially_destructible_v<State>);
+
 State& TheState() {
-    static State& sState = *new State;
+    static State sState;
     return sState;
 }
 
@@ -91,16 +105,20 @@ DialogItemIndex ShowOnTerminal(const Alert& inAlert, const ParamTexts& inTexts) 
     return HasTerminal() && IsUserInteractionAllowed() != 0 ? Ask(inAlert) : DialogItemIndex{1};
 }
 
-DialogItemIndex CallHandler(AlertHandler inHandler, void* inContext, SInt16 inAlertID,
-                            const ParamTexts& inTexts, DialogItemIndex inDefaultItem) {
-    Str255 texts[4];
+DialogItemIndex CallHandler(AlertHandler inHandler, void* inContext, SInt16 inAlertID, const Texts& inTexts,
+                            DialogItemIndex inDefaultItem) {
     ConstStr255Param pointers[4];
-    for (std::size_t i = 0; i < inTexts.size(); ++i) {
-        texts[i][0] = static_cast<unsigned char>(inTexts[i].size());
-        std::copy(inTexts[i].begin(), inTexts[i].end(), texts[i] + 1);
-        pointers[i] = texts[i];
-    }
+    std::transform(inTexts.begin(), inTexts.end(), pointers,
+                   [](const auto& inText) { return inText.data(); });
     return inHandler(inContext, inAlertID, pointers, inDefaultItem);
+}
+
+ParamTexts StringsOf(const Texts& inTexts) {
+    ParamTexts strings;
+    std::transform(inTexts.begin(), inTexts.end(), strings.begin(), [](const auto& inText) {
+        return std::string(reinterpret_cast<const char*>(inText.data() + 1), inText[0]);
+    });
+    return strings;
 }
 
 DialogItemIndex Stop(SInt16 inAlertID) {
@@ -110,7 +128,8 @@ DialogItemIndex Stop(SInt16 inAlertID) {
     state.stage = isRepeated ? std::min(state.stage + 1, kLastStage) : 0;
     state.lastAlertID = inAlertID;
     const int stage = state.stage;
-    const ParamTexts texts = state.texts;
+    const Texts texts = sOwn.areGiven ? sOwn.texts : state.texts;
+    sOwn.areGiven = false;
     const AlertHandler handler = state.handler;
     void* const context = state.handlerContext;
     lock.unlock();
@@ -118,22 +137,22 @@ DialogItemIndex Stop(SInt16 inAlertID) {
     const Alert alert = LoadAlert(inAlertID, stage);
     if (!alert.stage.isShown) return kNotShown;
     if (handler != nullptr) return CallHandler(handler, context, inAlertID, texts, alert.stage.defaultItem);
-    return ShowOnTerminal(alert, texts);
+    return ShowOnTerminal(alert, StringsOf(texts));
 }
 
 }  // namespace
 
 void ParamText(ConstStr255Param inText0, ConstStr255Param inText1, ConstStr255Param inText2,
                ConstStr255Param inText3) {
-    try {
-        State& state = TheState();
-        const std::lock_guard lock(state.mutex);
-        const ConstStr255Param texts[] = {inText0, inText1, inText2, inText3};
-        for (std::size_t i = 0; i < state.texts.size(); ++i)
-            if (texts[i] != nullptr)
-                state.texts[i].assign(reinterpret_cast<const char*>(texts[i] + 1), texts[i][0]);
-    } catch (const std::bad_alloc&) {
-        // The texts from here on stay what they were.
+    State& state = TheState();
+    const std::lock_guard lock(state.mutex);
+    if (!sOwn.areGiven) sOwn.texts = state.texts;
+    sOwn.areGiven = true;
+    const ConstStr255Param texts[] = {inText0, inText1, inText2, inText3};
+    for (std::size_t i = 0; i < state.texts.size(); ++i) {
+        if (texts[i] == nullptr) continue;
+        std::copy_n(texts[i], texts[i][0] + 1, sOwn.texts[i].begin());
+        state.texts[i] = sOwn.texts[i];
     }
 }
 

@@ -2,8 +2,12 @@
 #include <foundation/LException.h>
 #include <foundation/UDebugging.h>
 #include <gtest/gtest.h>
+#include <toolbox/Dialogs.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "platform/interface/PseudoTerminal.h"
 
@@ -82,6 +86,71 @@ TEST(UDebuggingOnToolbox, ItemsOfTheSignalAlert) {
     EXPECT_TRUE(Shows(session, "Status Code = -43\r\nfile.cpp\r\nextra\r\n12\r\n")) << session.shown;
     EXPECT_EQ(kWentOn + kSilenced, Report(Signal, "6\n").exitCode);
     EXPECT_EQ(0, Report(Signal, "4\n").exitCode);
+}
+
+std::string TextOf(ConstStr255Param inText) {
+    return {reinterpret_cast<const char*>(inText + 1), inText[0]};
+}
+
+// Answers alerts while it lives.
+class Answering {
+  public:
+    Answering(AlertHandler inHandler, void* inContext) { SetAlertHandler(inHandler, inContext); }
+    ~Answering() { SetAlertHandler(nullptr, nullptr); }
+};
+
+// What this thread reports.
+thread_local std::string sExpected;
+
+TEST(UDebuggingOnToolbox, EachThreadsReportHasItsOwnTexts) {
+    struct Heard {
+        std::atomic<int> alerts{0};
+        std::atomic<int> mixed{0};
+    } heard;
+    const Answering answering(
+        [](void* inContext, SInt16, const ConstStr255Param* inTexts, DialogItemIndex) -> DialogItemIndex {
+            auto& heardHere = *static_cast<Heard*>(inContext);
+            ++heardHere.alerts;
+            for (int i = 0; i < 4; ++i)
+                heardHere.mixed += TextOf(inTexts[i]) != sExpected;
+            return 1;
+        },
+        &heard);
+    constexpr int kThreadCount = 3;
+    constexpr int kRounds = 20'000;
+    std::atomic<int> started{0};
+    std::vector<std::thread> threads;
+    for (long number = 1; number <= kThreadCount; ++number)
+        threads.emplace_back([number, &started] {
+            const std::string text = std::to_string(number);
+            sExpected = text;
+            ++started;
+            while (started < kThreadCount)
+                std::this_thread::yield();
+            for (int round = 0; round < kRounds; ++round)
+                UDebugging::AlertSignalAt(text.c_str(), text.c_str(), text.c_str(), number);
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(kThreadCount * kRounds, heard.alerts);
+    EXPECT_EQ(0, heard.mixed);
+}
+
+// A program that answers on another thread, which meets a fault of its own meanwhile, and reports one itself.
+TEST(UDebuggingOnToolbox, WhatAnswersMayReport) {
+    std::vector<std::string> reports;
+    const Answering answering(
+        [](void* inContext, SInt16 inAlertID, const ConstStr255Param* inTexts,
+           DialogItemIndex) -> DialogItemIndex {
+            static_cast<std::vector<std::string>*>(inContext)->push_back(TextOf(inTexts[0]));
+            if (inAlertID != 251) return 1;
+            UDebugging::AlertSignalAt("same thread", "f", "x", 1);
+            std::thread([] { UDebugging::AlertSignalAt("other thread", "f", "x", 1); }).join();
+            return 1;
+        },
+        &reports);
+    UDebugging::AlertThrowAt(kExtra, "f", "x", 1);
+    EXPECT_EQ((std::vector<std::string>{"extra", "same thread", "other thread"}), reports);
 }
 
 }  // namespace

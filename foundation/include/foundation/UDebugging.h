@@ -4,6 +4,9 @@
 // failed, the source file, a further text, the line. Its items: 4 quits the application, 5 breaks into the
 // debugger, 6 silences further reports of the kind, any other goes on. Or it is a message to the debugger.
 //
+// Threads may report at the same time: each alert has its own texts. No lock is held while it is shown, so
+// that what answers it may report too, or wait for a thread that does.
+//
 // inFile and the NUL-terminated texts are cut at 255 bytes; no text may be null. Numbers are 32-bit values.
 #pragma once
 

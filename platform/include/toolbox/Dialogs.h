@@ -21,7 +21,8 @@ typedef SInt16 DialogItemIndex;
 // Sees an alert's events. A terminal has none, so it is never called; callers pass null.
 typedef Boolean (*ModalFilterUPP)(void* inDialog, void* ioEvent, DialogItemIndex* outItem);
 
-// The texts for ^0 to ^3, copied, process-wide. A null text leaves the one before.
+// The texts for ^0 to ^3, copied, process-wide. A null text leaves the one before. The next alert of the same
+// thread has them whatever other threads give meanwhile; any other has those that were given last.
 TOOLBOX_EXPORT void ParamText(ConstStr255Param inText0, ConstStr255Param inText1, ConstStr255Param inText2,
                               ConstStr255Param inText3);
 

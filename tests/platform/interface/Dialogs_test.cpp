@@ -192,6 +192,56 @@ TEST_F(WithoutTerminal, HandlerAnswersInstead) {
     EXPECT_EQ(1, StopAlert(251, nullptr)) << "the handler took itself away";
 }
 
+DialogItemIndex Hear(void* inContext, SInt16, const ConstStr255Param* inTexts, DialogItemIndex) {
+    auto& heard = *static_cast<Heard*>(inContext);
+    for (int i = 0; i < 4; ++i)
+        heard.texts[i] = test_resources::TextOf(inTexts[i]);
+    return 1;
+}
+
+TEST_F(WithoutTerminal, AnotherThreadsTextsDoNotComeBetween) {
+    Heard heard;
+    SetAlertHandler(Hear, &heard);
+    ParamText(PascalText("mine"), nullptr, PascalText("mine too"), nullptr);
+    std::thread([] { ParamText(PascalText("other"), PascalText("other"), nullptr, nullptr); }).join();
+    ParamText(nullptr, nullptr, PascalText("and this"), nullptr);
+    StopAlert(251, nullptr);
+    EXPECT_EQ("mine", heard.texts[0]);
+    EXPECT_EQ("file.cpp", heard.texts[1]);
+    EXPECT_EQ("and this", heard.texts[2]);
+    EXPECT_EQ("17", heard.texts[3]);
+}
+
+TEST_F(WithoutTerminal, TextsGivenForAnotherThread) {
+    Heard heard;
+    SetAlertHandler(Hear, &heard);
+    StopAlert(251, nullptr);
+    EXPECT_EQ("-108", heard.texts[0]);
+    std::thread([] { ParamText(PascalText("other"), nullptr, nullptr, nullptr); }).join();
+    StopAlert(251, nullptr);
+    EXPECT_EQ("other", heard.texts[0]) << "this thread has given none since its alert";
+    EXPECT_EQ("file.cpp", heard.texts[1]);
+    std::thread([] { StopAlert(251, nullptr); }).join();
+    EXPECT_EQ("other", heard.texts[0]);
+    ParamText(nullptr, PascalText("file"), nullptr, nullptr);
+    StopAlert(251, nullptr);
+    EXPECT_EQ("other", heard.texts[0]);
+    EXPECT_EQ("file", heard.texts[1]);
+}
+
+TEST_F(WithoutTerminal, LongestTexts) {
+    Heard heard;
+    SetAlertHandler(Hear, &heard);
+    const std::string longest(255, 'x');
+    ParamText(PascalText(longest), PascalText(longest), PascalText(longest), PascalText(longest));
+    StopAlert(251, nullptr);
+    for (const std::string& text : heard.texts)
+        EXPECT_EQ(longest, text);
+    ParamText(PascalText(""), nullptr, nullptr, nullptr);
+    StopAlert(251, nullptr);
+    EXPECT_EQ("", heard.texts[0]);
+}
+
 TEST_F(WithoutTerminal, ManyThreadsAtOnce) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
