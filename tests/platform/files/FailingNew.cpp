@@ -7,14 +7,16 @@ namespace {
 
 // Allocations until the first that fails; negative: none does.
 thread_local int sRemaining = -1;
+thread_local int sRemainingAfter = -1;
 thread_local bool sDelivered = false;
 
 }  // namespace
 
 namespace test_files {
 
-FailingNew::FailingNew(int inFailingAllocation) {
+FailingNew::FailingNew(int inFailingAllocation, Extent inExtent) {
     sDelivered = false;
+    sRemainingAfter = inExtent == kOnce ? -1 : 0;
     sRemaining = inFailingAllocation - 1;
 }
 FailingNew::~FailingNew() {
@@ -29,6 +31,7 @@ bool FailingNew::Delivered() const {
 void* operator new(std::size_t inByteCount) {
     if (sRemaining == 0) {
         sDelivered = true;
+        sRemaining = sRemainingAfter;
         throw std::bad_alloc();
     }
     if (sRemaining > 0) --sRemaining;

@@ -4,10 +4,13 @@
 
 namespace test_files {
 
-// While it lives, the n-th allocation of this thread and all after it throw std::bad_alloc.
+// While it lives, the n-th allocation of this thread throws std::bad_alloc, and all after it unless it is to
+// be one alone.
 class FailingNew {
   public:
-    explicit FailingNew(int inFailingAllocation);
+    enum Extent { kOnce, kForever };
+
+    explicit FailingNew(int inFailingAllocation, Extent inExtent = kForever);
     ~FailingNew();
     FailingNew(const FailingNew&) = delete;
     FailingNew& operator=(const FailingNew&) = delete;

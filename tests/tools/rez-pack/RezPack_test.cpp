@@ -12,16 +12,17 @@
 #include <iterator>
 
 #include "Descriptions.h"
-#include "FailingAllocation.h"
 #include "Failure.h"
 #include "Files.h"
 #include "Records.h"
+#include "platform/files/FailingNew.h"
 #include "platform/files/TemporaryFolder.h"
 
 namespace {
 
 using namespace rez_pack;
 using namespace test_rez_pack;
+using test_files::FailingNew;
 using test_files::TemporaryFolder;
 using namespace std::string_literals;
 
@@ -242,9 +243,9 @@ TEST_F(RezPackTest, MemoryThatIsShort) {
     WriteResources(mOut, Where::kDataFork, oldOnes);
     const std::string before = Contents(mOut);
     // Whether it was written.
-    const auto write = [&](const std::string& inPath, Where inWhere, int inFailing, bool inAreOthers,
-                           bool& ioIsShort) {
-        const FailingAllocation failing(inFailing, inAreOthers);
+    const auto write = [&](const std::string& inPath, Where inWhere, int inFailing,
+                           FailingNew::Extent inExtent, bool& ioIsShort) {
+        const FailingNew failing(inFailing, inExtent);
         bool isWritten = false;
         try {
             WriteResources(inPath, inWhere, records);
@@ -257,23 +258,23 @@ TEST_F(RezPackTest, MemoryThatIsShort) {
     };
     const std::string made = mFolder / "made";
     int failureCount = 0;
-    for (const bool areOthers : {false, true}) {
+    for (const auto extent : {FailingNew::kOnce, FailingNew::kForever}) {
         bool isShort = true;
         for (int failing = 1; isShort; ++failing) {
             isShort = false;
-            const bool isReplaced = write(mOut, Where::kDataFork, failing, areOthers, isShort);
+            const bool isReplaced = write(mOut, Where::kDataFork, failing, extent, isShort);
             ASSERT_EQ(isReplaced ? records.size() : oldOnes.size(),
                       ReadResources(mOut, Where::kDataFork).size())
                 << failing;
             ASSERT_EQ(isReplaced, before != Contents(mOut)) << failing;
-            const bool isMade = write(made, Where::kDataFork, failing, areOthers, isShort);
+            const bool isMade = write(made, Where::kDataFork, failing, extent, isShort);
             ASSERT_EQ(isMade, std::filesystem::exists(made)) << failing;
             if (isMade) {
                 ASSERT_EQ(wanted.size(), Contents(made).size()) << failing;
             }
-            const bool isFilled = write(empty, Where::kDataFork, failing, areOthers, isShort);
+            const bool isFilled = write(empty, Where::kDataFork, failing, extent, isShort);
             ASSERT_EQ(isFilled, !Contents(empty).empty()) << failing;
-            const bool hasFork = write(program, Where::kResourceFork, failing, areOthers, isShort);
+            const bool hasFork = write(program, Where::kResourceFork, failing, extent, isShort);
             ASSERT_EQ(hasFork, std::filesystem::exists(companion)) << failing;
             failureCount += !isReplaced + !isMade + !isFilled + !hasFork;
             if (isReplaced) WriteResources(mOut, Where::kDataFork, oldOnes);
