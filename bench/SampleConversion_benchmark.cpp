@@ -1,6 +1,6 @@
 // Decoded planes to the bytes of a sound resource. The argument is the number of frames, 1024 for a packet.
 
-#include <movies/SampleConversion.h>
+#include <render/SampleConversion.h>
 
 #include <benchmark/benchmark.h>
 

@@ -8,7 +8,7 @@
 // fastest of each counts. With --once the packets are decoded as they are read, once: for comparing the whole
 // process with others.
 
-#include <movies/MovieObjects.h>
+#include <movies/front/MovieObjects.h>
 #include <toolbox/Aliases.h>
 #include <toolbox/Movies.h>
 #include <toolbox/SoundReport.h>

@@ -1,7 +1,9 @@
 # The two shared libraries, and a static one of each for tests that reach inside.
 
-set(TOOLBOX_ROOMS toolbox_memory toolbox_corefoundation toolbox_text toolbox_files toolbox_resources
-    toolbox_interface toolbox_system toolbox_movies)
+set(TOOLBOX_ROOMS toolbox_os toolbox_memory toolbox_formats toolbox_corefoundation toolbox_text toolbox_places
+    toolbox_catalogue toolbox_forks toolbox_folders toolbox_aliases toolbox_resources toolbox_bundles toolbox_system
+    toolbox_interface toolbox_atoms toolbox_keys toolbox_movies_track toolbox_movies_decoder toolbox_movies_aac
+    toolbox_movies_mpeg4 toolbox_movies_render toolbox_movies_front)
 set(LIBRARY_ROOMS aac2wav_foundation aac2wav_strings aac2wav_files aac2wav_quicktime aac2wav_converter)
 if(MIRTAL_JAVA)
     list(APPEND LIBRARY_ROOMS aac2wav_java)
@@ -41,6 +43,8 @@ if(MIRTAL_BUILD_TESTS OR MIRTAL_BUILD_FUZZERS OR MIRTAL_BUILD_BENCHMARKS)
     add_library(toolbox_inside STATIC EXCLUDE_FROM_ALL ${toolbox_objects})
     target_link_libraries(toolbox_inside PUBLIC mirtal_settings toolbox_headers ${TOOLBOX_LIBRARIES})
     target_include_directories(toolbox_inside PUBLIC ${PROJECT_SOURCE_DIR}/platform)
+    list(TRANSFORM TOOLBOX_ROOMS APPEND _inside OUTPUT_VARIABLE rooms_inside)
+    target_link_libraries(toolbox_inside PUBLIC ${rooms_inside} toolbox_movies_general_inside)
     add_library(aac2wav_inside STATIC EXCLUDE_FROM_ALL ${library_objects})
     target_link_libraries(aac2wav_inside PUBLIC mirtal_settings toolbox_headers aac2wav_foundation_headers
         aac2wav_strings_headers aac2wav_files_headers aac2wav_quicktime_headers aac2wav_converter_headers)

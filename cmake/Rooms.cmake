@@ -19,16 +19,23 @@ if(MIRTAL_COVERAGE)
     target_link_options(mirtal_settings INTERFACE --coverage)
 endif()
 
-# mirtal_room(NAME SOURCES ... [INCLUDES rooms whose headers it sees] [LIBRARIES third-party targets])
-# Makes object library NAME. A room's own public headers are the INTERFACE library NAME_headers, made beforehand with
-# mirtal_room_headers.
+# mirtal_room_headers(NAME DIRECTORY): a library room's public headers, as the INTERFACE library NAME_headers.
 function(mirtal_room_headers NAME DIRECTORY)
     add_library(${NAME}_headers INTERFACE)
     target_include_directories(${NAME}_headers INTERFACE ${DIRECTORY})
 endfunction()
 
+# mirtal_room(NAME SOURCES ... [SEES rooms of the platform] [INCLUDES other header targets] [LIBRARIES third-party targets])
+# Makes object library NAME. What a room of the platform opens to others lies in its folder inside/; they name the room
+# in SEES, and then see that folder and nothing else of it.
 function(mirtal_room NAME)
-    cmake_parse_arguments(ROOM "" "" "SOURCES;INCLUDES;LIBRARIES" ${ARGN})
+    cmake_parse_arguments(ROOM "" "" "SOURCES;SEES;INCLUDES;LIBRARIES" ${ARGN})
     add_library(${NAME} OBJECT ${ROOM_SOURCES})
-    target_link_libraries(${NAME} PRIVATE mirtal_settings ${ROOM_INCLUDES} ${ROOM_LIBRARIES})
+    add_library(${NAME}_inside INTERFACE)
+    if(IS_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/inside)
+        target_include_directories(${NAME}_inside INTERFACE ${CMAKE_CURRENT_SOURCE_DIR}/inside)
+    endif()
+    list(TRANSFORM ROOM_SEES APPEND _inside)
+    target_link_libraries(${NAME} PRIVATE mirtal_settings toolbox_headers ${NAME}_inside ${ROOM_SEES} ${ROOM_INCLUDES}
+        ${ROOM_LIBRARIES})
 endfunction()

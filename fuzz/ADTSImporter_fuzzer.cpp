@@ -1,5 +1,5 @@
 // Raw AAC files of hostile making: importing them, and reading every packet that they claim.
-#include "movies/MovieImporter.h"
+#include "track/MovieImporter.h"
 
 #include <sys/mman.h>
 #include <toolbox/MacErrors.h>

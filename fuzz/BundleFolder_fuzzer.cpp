@@ -13,7 +13,7 @@
 #include <string>
 
 #include "corefoundation/CF_test_access.h"
-#include "corefoundation/PropertyList.h"
+#include "bundles/PropertyList.h"
 
 namespace {
 

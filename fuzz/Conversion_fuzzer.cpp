@@ -3,7 +3,7 @@
 #include <converter/AACToWAV.h>
 #include <converter/WAVReader.h>
 #include <foundation/LException.h>
-#include <movies/Movies_test_access.h>
+#include <movies/front/Movies_test_access.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/MacMemory.h>
 #include <toolbox/SoundReport.h>

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "InputFile.h"
-#include "resources/ResourceFork.h"
+#include "formats/ResourceFork.h"
 #include "resources/Resources_test_access.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // The gapless tag's text, and what is made of its numbers.
-#include <movies/MPEG4Gapless.h>
+#include <movies/mpeg4/MPEG4Gapless.h>
 
 #include <cstdint>
 #include <cstdlib>

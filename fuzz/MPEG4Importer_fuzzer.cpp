@@ -1,6 +1,6 @@
 // Whole files through the MPEG-4 importer: whatever it accepts must hold together, and its packets must be
 // readable or fail with a status.
-#include <movies/MovieImporter.h>
+#include <track/MovieImporter.h>
 #include <toolbox/MacErrors.h>
 
 #include <sys/mman.h>

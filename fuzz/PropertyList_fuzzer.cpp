@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "corefoundation/CF_test_access.h"
-#include "corefoundation/PropertyList.h"
+#include "bundles/PropertyList.h"
 
 namespace {
 

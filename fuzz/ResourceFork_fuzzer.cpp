@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "InputFile.h"
-#include "files/AppleDouble.h"
-#include "resources/ResourceFork.h"
+#include "formats/AppleDouble.h"
+#include "formats/ResourceFork.h"
 #include "resources/Resources_test_access.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include <toolbox/CFBase.h>
 #include <toolbox/CFString.h>
 
-#include "Object.h"
+#include "corefoundation/Object.h"
 #include "StringObject.h"
 
 #include <sys/random.h>

@@ -1,6 +1,6 @@
 #include <toolbox/CFNumber.h>
 
-#include "Object.h"
+#include "corefoundation/Object.h"
 
 #include <cmath>
 #include <cstring>

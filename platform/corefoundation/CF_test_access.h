@@ -1,7 +1,7 @@
 // For tests only: Core Foundation's calls of the system, and how many objects are alive.
 #pragma once
 
-#include "Object.h"
+#include "corefoundation/Object.h"
 
 namespace toolbox::corefoundation {
 

@@ -1,6 +1,6 @@
 #include <toolbox/CFDate.h>
 
-#include "Object.h"
+#include "corefoundation/Object.h"
 
 #include <time.h>
 

@@ -1,6 +1,6 @@
 #include "DoubleByteTables.h"
 
-#include "Object.h"
+#include "corefoundation/Object.h"
 
 #include <unicode/ucnv.h>
 

@@ -1,7 +1,7 @@
 // Encodings of one byte for each character, ASCII below 0x80. Their tables are read from ICU's converters
 // once, which then are out of the way: no converter to open, share or lock.
 #include "Encodings.h"
-#include "Object.h"
+#include "corefoundation/Object.h"
 
 #include <toolbox/CFStringEncodings.h>
 

@@ -4,7 +4,7 @@
 
 #include <toolbox/CFString.h>
 
-#include "Object.h"
+#include "corefoundation/Object.h"
 
 #include <cstddef>
 #include <limits>

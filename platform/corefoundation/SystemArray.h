@@ -1,7 +1,7 @@
 // A growing array of plain values in memory of the manager's table of calls.
 #pragma once
 
-#include "Object.h"
+#include "corefoundation/Object.h"
 
 #include <algorithm>
 #include <cstring>

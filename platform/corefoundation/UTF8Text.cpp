@@ -1,4 +1,4 @@
-#include "UTF8Text.h"
+#include "corefoundation/UTF8Text.h"
 
 namespace toolbox::corefoundation {
 

@@ -1,6 +1,6 @@
-#include "Values.h"
+#include "corefoundation/Values.h"
 
-#include "Object.h"
+#include "corefoundation/Object.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,6 +1,6 @@
-#include "Application.h"
+#include "resources/Application.h"
 
-#include "files/Catalogue.h"
+#include "catalogue/Catalogue.h"
 
 #include <toolbox/MacErrors.h>
 

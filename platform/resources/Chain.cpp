@@ -1,6 +1,6 @@
-#include "Chain.h"
+#include "resources/Chain.h"
 
-#include "Application.h"
+#include "resources/Application.h"
 
 #include <toolbox/MacErrors.h>
 #include <toolbox/MacMemory.h>

@@ -1,4 +1,4 @@
-#include "ChainTypes.h"
+#include "resources/ChainTypes.h"
 
 #include <new>
 #include <unordered_set>

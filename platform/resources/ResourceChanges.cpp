@@ -1,5 +1,5 @@
 // Resources added, changed and removed.
-#include "Chain.h"
+#include "resources/Chain.h"
 
 #include <toolbox/MacMemory.h>
 #include <toolbox/Resources.h>

@@ -1,6 +1,6 @@
-#include "ResourceFile.h"
+#include "resources/ResourceFile.h"
 
-#include "files/BigEndian.h"
+#include "os/BigEndian.h"
 
 #include <toolbox/MacErrors.h>
 #include <toolbox/MacMemory.h>
@@ -91,7 +91,7 @@ OSStatus ResourceFile::ReadSize(const Resource& inResource, UInt32& outBytes) co
     UInt8 length[kLengthBytes];
     const OSStatus status = mFork.Read(UInt64{mHeader.dataOffset} + offset, length, sizeof length);
     if (status != noErr) return Malformed(status);
-    outBytes = files::Load32(length);
+    outBytes = os::Load32(length);
     const bool isInside = outBytes <= mHeader.dataBytes - offset - kLengthBytes;
     return isInside && outBytes <= std::numeric_limits<Size>::max() ? noErr : mapReadErr;
 }

@@ -1,7 +1,7 @@
 // Resource files: made, opened, made current, updated, closed.
-#include "Chain.h"
+#include "resources/Chain.h"
 
-#include "files/Catalogue.h"
+#include "catalogue/Catalogue.h"
 
 #include <toolbox/Resources.h>
 

@@ -1,7 +1,7 @@
 // Strings kept as resources.
 #include <toolbox/Resources.h>
 
-#include "Chain.h"
+#include "resources/Chain.h"
 
 #include <algorithm>
 

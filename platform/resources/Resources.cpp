@@ -1,7 +1,7 @@
 // Resources found, counted and read.
 #include <toolbox/Resources.h>
 
-#include "Chain.h"
+#include "resources/Chain.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,8 +1,8 @@
 // For tests only: an application of the test's choice.
 #pragma once
 
-#include "Application.h"
-#include "Chain.h"
+#include "resources/Application.h"
+#include "resources/Chain.h"
 
 namespace toolbox::resources {
 

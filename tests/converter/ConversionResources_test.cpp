@@ -2,12 +2,12 @@
 #include "MediaFolder.h"
 
 #include <corefoundation/CF_test_access.h>
-#include <movies/Movies_test_access.h>
+#include <movies/front/Movies_test_access.h>
 #include <toolbox/MacMemory.h>
 
 #include <malloc.h>
 
-#include "platform/files/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 using namespace media;
 

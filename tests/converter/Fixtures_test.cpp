@@ -4,7 +4,7 @@
 
 #include <converter/Conversion.h>
 #include <converter/WAVReader.h>
-#include <movies/Movies_test_access.h>
+#include <movies/front/Movies_test_access.h>
 #include <toolbox/MacMemory.h>
 
 #include <cstring>

@@ -16,7 +16,7 @@
 #include <random>
 
 #include "fakes/MP4Writer.h"
-#include "platform/files/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 using namespace media;
 

@@ -1,7 +1,7 @@
 // A media file whose bytes are in memory.
 #pragma once
 
-#include <movies/MediaFile.h>
+#include <track/MediaFile.h>
 
 #include <memory>
 #include <string>

@@ -3,7 +3,7 @@
 
 #include "AACEncoder.h"
 
-#include <movies/SoundTrack.h>
+#include <track/SoundTrack.h>
 
 #include <cstdint>
 #include <memory>

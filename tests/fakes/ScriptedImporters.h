@@ -1,7 +1,7 @@
 // Doubles of the three movie importers: linked instead of the real ones, they do what the test says.
 #pragma once
 
-#include <movies/MovieImporter.h>
+#include <track/MovieImporter.h>
 
 #include <functional>
 #include <string>

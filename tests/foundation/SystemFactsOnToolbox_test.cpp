@@ -16,7 +16,7 @@
 #include <string_view>
 
 #include "foundation/SystemStatics.h"
-#include "platform/files/CatalogTest.h"
+#include "platform/catalogue/CatalogTest.h"
 
 namespace {
 

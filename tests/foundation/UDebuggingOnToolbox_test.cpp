@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/interface/PseudoTerminal.h"
+#include "support/PseudoTerminal.h"
 
 namespace {
 

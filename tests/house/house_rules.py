@@ -14,7 +14,7 @@ ROOT = Path(sys.argv[1])
 FOREIGN = [
     (re.compile(r"^lib(av\w+|sw\w+)/"), ["platform/movies/", "tests/", "bench/", "fuzz/"]),
     (re.compile(r"^unicode/"), ["platform/corefoundation/", "platform/text/", "tests/", "bench/"]),
-    (re.compile(r"^plist/"), ["platform/corefoundation/", "tests/"]),
+    (re.compile(r"^plist/"), ["platform/bundles/", "tests/"]),
     (re.compile(r"^(unistd|fcntl|dirent|dlfcn|pthread|poll|termios|signal|spawn|sys/.*)\.?h?$"),
      ["platform/", "tools/", "tests/", "bench/", "fuzz/"]),
     (re.compile(r"^filesystem$"), ["platform/", "tools/", "tests/", "bench/", "fuzz/"]),

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "LateBoundNames.h"
-#include "platform/files/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 namespace {
 

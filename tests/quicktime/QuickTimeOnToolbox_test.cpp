@@ -19,7 +19,7 @@
 #include <iterator>
 #include <string>
 
-#include "platform/files/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "Component.h"
+#include "general/Component.h"
 
 #include "Log.h"
 #include "Survey.h"

@@ -1,7 +1,7 @@
 // The packets of a file's first sound stream, as libavformat gives them, one after the other.
 #pragma once
 
-#include "Component.h"
+#include "general/Component.h"
 
 #include <memory>
 

@@ -2,7 +2,7 @@
 // Nothing but the file itself is ever read: no network, no other file that it names, no playlist.
 #pragma once
 
-#include "Component.h"
+#include "general/Component.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,7 +1,7 @@
 // What is left of a track's media when codecs' delay and padding are trimmed: the edits of its presentation.
 #pragma once
 
-#include "Component.h"
+#include "general/Component.h"
 
 #include <cstdint>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "SoundStart.h"
 
-#include "../SoundDecoder.h"
+#include "decoder/SoundDecoder.h"
 #include "OwnedPacket.h"
 
 #include <toolbox/MacErrors.h>

@@ -1,7 +1,7 @@
 // What a sound stream is, learned from its parameters and by decoding until it first sounds.
 #pragma once
 
-#include "Component.h"
+#include "general/Component.h"
 #include "Demuxer.h"
 
 #include <memory>

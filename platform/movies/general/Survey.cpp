@@ -1,6 +1,6 @@
 #include "Survey.h"
 
-#include "../SoundDecoder.h"
+#include "decoder/SoundDecoder.h"
 #include "DemuxedPackets.h"
 #include "Demuxer.h"
 #include "KeptRanges.h"

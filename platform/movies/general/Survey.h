@@ -1,7 +1,7 @@
 // Reads a file once from beginning to end and tells what movie it is.
 #pragma once
 
-#include "Component.h"
+#include "general/Component.h"
 
 #include <memory>
 #include <string>

@@ -1,7 +1,7 @@
 // Numbers, truth values, data, arrays and dictionaries.
-#include "BundleMaker.h"
+#include "platform/bundles/BundleMaker.h"
 
-#include "../files/FailingNew.h"
+#include "support/FailingNew.h"
 
 #include <corefoundation/CF_test_access.h>
 #include <corefoundation/Values.h>

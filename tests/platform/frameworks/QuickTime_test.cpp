@@ -15,8 +15,8 @@
 #include <limits>
 #include <string>
 
-#include "../interface/PseudoTerminal.h"
-#include "../movies/StateFolder.h"
+#include "support/PseudoTerminal.h"
+#include "platform/keys/StateFolder.h"
 #include "FrameworkFunctions.h"
 
 namespace {

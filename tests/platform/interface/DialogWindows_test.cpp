@@ -5,7 +5,7 @@
 #include <string>
 
 #include "DialogTest.h"
-#include "platform/files/FailingNew.h"
+#include "support/FailingNew.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "AlertBytes.h"
-#include "PseudoTerminal.h"
+#include "support/PseudoTerminal.h"
 #include "interface/Terminal_test_access.h"
 #include "platform/resources/ResourcesTest.h"
 

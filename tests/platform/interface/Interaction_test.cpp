@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "../files/FailingNew.h"
-#include "PseudoTerminal.h"
+#include "support/FailingNew.h"
+#include "support/PseudoTerminal.h"
 
 namespace {
 

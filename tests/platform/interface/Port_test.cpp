@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "Pictures.h"
-#include "platform/files/FailingNew.h"
+#include "support/FailingNew.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <cerrno>
 
 #include "ResourcesTest.h"
-#include "files/Forks.h"
-#include "platform/files/FailingCalls.h"
-#include "platform/files/FailingNew.h"
+#include "forks/Forks.h"
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <thread>
 
 #include "ResourcesTest.h"
-#include "files/Forks.h"
-#include "platform/files/FailingCalls.h"
+#include "forks/Forks.h"
+#include "support/FailingCalls.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <cerrno>
 
 #include "ResourcesTest.h"
-#include "platform/files/FailingCalls.h"
-#include "platform/files/FailingNew.h"
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
 
 namespace {
 

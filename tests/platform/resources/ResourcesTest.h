@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/files/TemporaryFolder.h"
-#include "resources/ResourceFork.h"
+#include "support/TemporaryFolder.h"
+#include "formats/ResourceFork.h"
 #include "resources/Resources_test_access.h"
 
 namespace test_resources {

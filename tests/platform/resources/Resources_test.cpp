@@ -4,8 +4,8 @@
 #include <chrono>
 
 #include "ResourcesTest.h"
-#include "files/BigEndian.h"
-#include "files/FileCalls_test_access.h"
+#include "os/BigEndian.h"
+#include "os/FileCalls_test_access.h"
 #include "memory/MacMemory_test_access.h"
 
 namespace {
@@ -152,8 +152,8 @@ TEST_F(ResourcesTest, TypesFollowTheResources) {
 TEST_F(ResourcesTest, TypeInTwoLists) {
     std::vector<UInt8> fork =
         ForkOf({ImageOf(kText, 1, "one"), ImageOf(kOther, 2, "two"), ImageOf(kNew, 3, "three")});
-    const std::size_t map = toolbox::files::Load32(fork.data() + 4);
-    toolbox::files::Store32(fork.data() + map + 28 + 2 + 2 * 8, kText);
+    const std::size_t map = toolbox::os::Load32(fork.data() + 4);
+    toolbox::os::Store32(fork.data() + map + 28 + 2 + 2 * 8, kText);
     Open(MakeFileOf("f", fork));
     EXPECT_EQ((Types{kText, kOther}), TypesByIndex(Count1Types, Get1IndType));
     EXPECT_EQ("three", TextOf(Get1IndResource(kText, 2)));
@@ -167,8 +167,8 @@ TEST_F(ResourcesTest, TypeInTwoLists) {
 // A fork with as many types as a map can tell of, each with one reference, which is the first type's entry
 // itself: the ids lie in its type's first half.
 std::vector<UInt8> ForkOfManyTypes(std::size_t inTypeCount) {
-    using toolbox::files::Store16;
-    using toolbox::files::Store32;
+    using toolbox::os::Store16;
+    using toolbox::os::Store32;
     constexpr std::size_t kMap = 16;
     const std::size_t mapBytes = 28 + 2 + 12 * (inTypeCount + 1);
     std::vector<UInt8> fork(kMap + mapBytes);
@@ -368,8 +368,8 @@ TEST_F(ResourcesTest, Preloaded) {
 
 // Of references to the same data, no more are read at once than the data would be if it were each one's own.
 TEST_F(ResourcesTest, PreloadedOverAndOver) {
-    using toolbox::files::Load32;
-    using toolbox::files::Store32;
+    using toolbox::os::Load32;
+    using toolbox::os::Store32;
     constexpr std::size_t kDataBytes = 1'000'000;
     constexpr std::size_t kReferenceCount = 500;
     std::vector<Image> images = {ImageOf(kText, 0, std::string(kDataBytes, 'x'), "", resPreload)};
@@ -391,8 +391,8 @@ TEST_F(ResourcesTest, PreloadedOverAndOver) {
 
 // In whatever order the data lies, all is read when each has its own.
 TEST_F(ResourcesTest, PreloadedInAnyOrder) {
-    using toolbox::files::Load32;
-    using toolbox::files::Store32;
+    using toolbox::os::Load32;
+    using toolbox::os::Store32;
     constexpr std::size_t kCount = 5;
     std::vector<Image> images;
     for (std::size_t i = 0; i < kCount; ++i)
@@ -413,7 +413,7 @@ TEST_F(ResourcesTest, PreloadedInAnyOrder) {
 }
 
 TEST_F(ResourcesTest, DataThatIsNotThere) {
-    using toolbox::files::Store32;
+    using toolbox::os::Store32;
     for (const UInt32 length : {4U, 0xFFFFFFFFU, 0x7FFFFFFFU, 0x80000000U}) {
         std::vector<UInt8> fork = ForkOf({ImageOf(kText, 1, "one"), ImageOf(kText, 2, "two")});
         Store32(fork.data() + 256 + 7, length);
@@ -436,7 +436,7 @@ TEST_F(ResourcesTest, DataThatIsNotThere) {
 TEST_F(ResourcesTest, DataOffsetOutside) {
     std::vector<UInt8> fork = ForkOf({ImageOf(kText, 1, "one")});
     for (const UInt32 offset : {4U, 7U, 0xFFFFFFU}) {
-        toolbox::files::Store32(fork.data() + fork.size() - 8, offset);
+        toolbox::os::Store32(fork.data() + fork.size() - 8, offset);
         const SInt16 refNum = Open(MakeFileOf("f", fork));
         EXPECT_EQ(nullptr, GetResource(kText, 1));
         EXPECT_EQ(mapReadErr, ResError());
@@ -455,7 +455,7 @@ TEST_F(ResourcesTest, OneNameAmongTenThousand) {
     const FSRef file = MakeFileOf("f", fork);
     static std::size_t sBytesRead;
     sBytesRead = 0;
-    auto& calls = toolbox::files::CallsForTesting();
+    auto& calls = toolbox::os::CallsForTesting();
     const auto saved = calls;
     calls.readAt = [](int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset) {
         sBytesRead += inByteCount;
@@ -464,7 +464,7 @@ TEST_F(ResourcesTest, OneNameAmongTenThousand) {
     ASSERT_GT(Open(file), 0);
     EXPECT_EQ("here", TextOf(GetNamedResource(kText, PascalText("N7654"))));
     calls = saved;
-    const UInt32 mapBytes = toolbox::files::Load32(fork.data() + 12);
+    const UInt32 mapBytes = toolbox::os::Load32(fork.data() + 12);
     EXPECT_EQ(16U + mapBytes + 4 + 4, sBytesRead);
 }
 

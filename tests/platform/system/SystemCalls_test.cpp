@@ -7,7 +7,7 @@
 #include <fstream>
 #include <string_view>
 
-#include "platform/files/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <toolbox/CFStringEncodings.h>
 #include <toolbox/TextEncoding.h>
 
-#include "platform/files/FailingNew.h"
-#include "platform/files/TemporaryFolder.h"
+#include "support/FailingNew.h"
+#include "support/TemporaryFolder.h"
 #include "platform/resources/ResourcesTest.h"
 
 #include <text/Regions.h>

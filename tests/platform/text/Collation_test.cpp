@@ -3,7 +3,7 @@
 
 #include <text/Text_test_access.h>
 
-#include "../files/FailingNew.h"
+#include "support/FailingNew.h"
 
 #include <gtest/gtest.h>
 

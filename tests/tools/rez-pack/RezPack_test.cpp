@@ -15,8 +15,8 @@
 #include "Failure.h"
 #include "Files.h"
 #include "Records.h"
-#include "platform/files/FailingNew.h"
-#include "platform/files/TemporaryFolder.h"
+#include "support/FailingNew.h"
+#include "support/TemporaryFolder.h"
 
 namespace {
 

@@ -1,0 +1,72 @@
+#include "ELFObject.h"
+
+#include "catalogue/FileAccess.h"
+#include "os/FileCalls.h"
+#include "os/ItemStatus.h"
+
+#include <elf.h>
+#include <link.h>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace toolbox::corefoundation {
+
+namespace {
+
+constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
+
+class File {
+  public:
+    explicit File(const FSRef& inFile) {
+        std::string path;
+        os::ItemStatus status;
+        if (files::OpenForReading(inFile, mDescriptor, path) != noErr) return;
+        if (os::GetDescriptorStatus(mDescriptor, status) == 0)
+            mByteCount = static_cast<UInt64>(status.sizeBytes);
+    }
+    ~File() {
+        if (mDescriptor >= 0) os::Calls().closeFile(mDescriptor);
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    bool Has(UInt64 inOffset, UInt64 inByteCount) const {
+        return inOffset <= mByteCount && inByteCount <= mByteCount - inOffset;
+    }
+    // False when not all of the bytes can be had.
+    bool Read(UInt64 inOffset, void* outBytes, std::size_t inByteCount) const {
+        if (!Has(inOffset, inByteCount)) return false;
+        ssize_t readCount = 0;
+        do {
+            readCount =
+                os::Calls().readAt(mDescriptor, outBytes, inByteCount, static_cast<off_t>(inOffset));
+        } while (readCount < 0 && errno == EINTR);
+        return readCount >= 0 && static_cast<std::size_t>(readCount) == inByteCount;
+    }
+
+  private:
+    int mDescriptor = -1;
+    UInt64 mByteCount = 0;
+};
+
+}  // namespace
+
+bool IsWholeELFObject(const FSRef& inFile) {
+    const File file(inFile);
+    ElfW(Ehdr) header;
+    if (!file.Read(0, &header, sizeof(header)) || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
+        header.e_ident[EI_CLASS] != kClass || header.e_type != ET_DYN ||
+        header.e_phentsize != sizeof(ElfW(Phdr)))
+        return false;
+    std::vector<ElfW(Phdr)> segments(header.e_phnum);
+    if (segments.empty() || !file.Read(header.e_phoff, segments.data(), segments.size() * sizeof(ElfW(Phdr))))
+        return false;
+    for (const ElfW(Phdr) & segment : segments)
+        if (segment.p_type == PT_LOAD && !file.Has(segment.p_offset, segment.p_filesz)) return false;
+    return true;
+}
+
+}  // namespace toolbox::corefoundation

@@ -1,0 +1,184 @@
+#include "catalogue/Catalogue.h"
+
+#include "os/FileCalls.h"
+#include "places/ModifiedUTF8.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace toolbox::files {
+
+namespace {
+
+// How often a walk starts again because names changed while it was under way.
+constexpr int kRounds = 3;
+
+// What a reference holds; the rest of its bytes is zero, so references to one item are equal bytes.
+struct RefContents {
+    UInt32 magic;
+    NodeID nodeID;
+    os::ItemIdentity identity;
+};
+static_assert(sizeof(RefContents) == 32 && sizeof(RefContents) <= sizeof(FSRef));
+constexpr UInt32 kRefMagic = FourChars("fsrf");
+
+struct FreeDeleter {
+    void operator()(char* inText) const { std::free(inText); }
+};
+
+bool IsMissing(int inErrno) {
+    return inErrno == ENOENT || inErrno == ENOTDIR || inErrno == ESTALE;
+}
+
+std::string PathInFolder(const std::string& inFolderPath, std::string_view inName) {
+    std::string path = inFolderPath;
+    if (path.back() != '/') path += '/';
+    return path.append(inName);
+}
+
+// Tells a missing item from a missing folder on the way to it.
+OSStatus StatusOfMissing(const std::string& inPath, int inErrno) {
+    if (inErrno != ENOENT) return os::StatusOfErrno(inErrno);
+    const std::size_t nameEnd = inPath.find_last_not_of('/');
+    if (nameEnd == std::string::npos) return fnfErr;
+    const std::size_t slash = inPath.find_last_of('/', nameEnd);
+    if (slash == std::string::npos || slash == 0) return fnfErr;
+    os::ItemStatus folder;
+    return os::GetPathStatus(inPath.substr(0, slash + 1).c_str(), folder) == 0 ? fnfErr : dirNFErr;
+}
+
+// Puts the items of a canonical path, from "/" down, into outSteps. 0 or an errno; ENOENT when the path is
+// canonical no more.
+int WalkPath(const std::string& inPath, std::vector<PathStep>& outSteps, os::ItemStatus& outLast) {
+    outSteps.clear();
+    std::string prefix = "/";
+    std::size_t nameStart = 1;
+    for (std::string_view name;;) {
+        const int error = os::GetPathStatus(prefix.c_str(), outLast);
+        if (error != 0) return error;
+        if (outLast.kind == os::ItemKind::kLink) return ENOENT;  // took the place of what was there
+        outSteps.push_back({outLast.identity, outLast.kind == os::ItemKind::kFolder, name});
+        if (nameStart >= inPath.size()) return 0;
+        const std::size_t nameEnd = std::min(inPath.find('/', nameStart), inPath.size());
+        name = std::string_view(inPath).substr(nameStart, nameEnd - nameStart);
+        prefix.assign(inPath, 0, nameEnd);
+        nameStart = nameEnd + 1;
+    }
+}
+
+// 0 or an errno.
+int RecordPath(const std::string& inPath, FoundItem& outItem) {
+    int error = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        const std::unique_ptr<char, FreeDeleter> canonical(os::Calls().canonicalPath(inPath.c_str(), nullptr));
+        if (canonical == nullptr) return errno;
+        outItem.path = canonical.get();
+        std::vector<PathStep> steps;
+        error = WalkPath(outItem.path, steps, outItem.status);
+        if (error == 0) {
+            outItem.nodeID = NodeTable::Shared().Record(steps);
+            return 0;
+        }
+        if (!IsMissing(error)) return error;
+    }
+    return error;
+}
+
+// Looks at one path for the item. 0 or an errno; ENOENT when something else is there.
+int LookAt(const std::string& inPath, const os::ItemIdentity& inItem, FoundItem& outItem) {
+    const int error = os::GetPathStatus(inPath.c_str(), outItem.status);
+    if (error != 0) return error;
+    if (!outItem.status.identity.IsSameItem(inItem)) return ENOENT;
+    outItem.path = inPath;
+    return 0;
+}
+
+OSStatus FindNode(const os::ItemIdentity& inItem, FoundItem& outItem) {
+    NodeTable& table = NodeTable::Shared();
+    NodeFacts facts;
+    std::string hint;
+    if (!table.GetFacts(inItem, facts) || !table.GetPath(inItem, hint)) return fnfErr;
+    outItem.nodeID = facts.nodeID;
+    int error = LookAt(hint, inItem, outItem);
+    if (!IsMissing(error)) return os::StatusOfErrno(error);
+    if (!facts.hasParent) return fnfErr;
+
+    FoundItem folder;
+    const OSStatus folderStatus = FindNode(facts.parent, folder);
+    if (folderStatus != noErr) return folderStatus;
+    error = LookAt(PathInFolder(folder.path, facts.name), inItem, outItem);
+    if (!IsMissing(error)) return os::StatusOfErrno(error);
+    const OSStatus status = FindInFolder(folder.path, inItem, outItem);
+    if (status != noErr) return status;
+    table.Rename(inItem, std::string_view(outItem.path).substr(outItem.path.rfind('/') + 1));
+    outItem.nodeID = facts.nodeID;
+    return noErr;
+}
+
+}  // namespace
+
+OSStatus FindByPath(const char* inPath, FoundItem& outItem) {
+    const std::string path = inPath;
+    const int error = RecordPath(path, outItem);
+    if (error == 0) return noErr;
+    // Six bytes for a character that takes four on disk may also be what makes a name too long.
+    if (IsMissing(error) || error == ENAMETOOLONG) {
+        const std::string joined = JoinSurrogatePairs(path);
+        if (joined.size() != path.size()) {
+            const int joinedError = RecordPath(joined, outItem);
+            return joinedError == 0 ? noErr : StatusOfMissing(joined, joinedError);
+        }
+    }
+    return StatusOfMissing(path, error);
+}
+
+OSStatus FindByIdentity(const os::ItemIdentity& inItem, FoundItem& outItem) {
+    OSStatus status = fnfErr;
+    for (int round = 0; round < kRounds && status == fnfErr; ++round)
+        status = FindNode(inItem, outItem);
+    return status;
+}
+
+OSStatus FindInFolder(const std::string& inFolderPath, const os::ItemIdentity& inItem, FoundItem& outItem) {
+    DIR* folder = os::Calls().openFolder(inFolderPath.c_str());
+    if (folder == nullptr) return IsMissing(errno) ? fnfErr : os::StatusOfErrno(errno);
+    const std::unique_ptr<DIR, int (*)(DIR*)> closer(folder, os::Calls().closeFolder);
+    for (;;) {
+        errno = 0;
+        const struct dirent* entry = os::Calls().readFolder(folder);
+        if (entry == nullptr) return errno == 0 ? static_cast<OSStatus>(fnfErr) : os::StatusOfErrno(errno);
+        // Of a folder on which a volume is mounted this is the inode beneath; but that one cannot be renamed.
+        if (entry->d_ino != inItem.inode) continue;
+        const std::string_view name = entry->d_name;
+        if (name == "." || name == "..") continue;
+        const int error = LookAt(PathInFolder(inFolderPath, name), inItem, outItem);
+        if (!IsMissing(error)) return os::StatusOfErrno(error);
+    }
+}
+
+FSRef MakeRef(const FoundItem& inItem) {
+    const RefContents contents = {kRefMagic, inItem.nodeID, inItem.status.identity};
+    FSRef ref = {};
+    std::memcpy(ref.hidden, &contents, sizeof(contents));
+    return ref;
+}
+
+bool ReadRef(const FSRef& inRef, os::ItemIdentity& outItem) {
+    RefContents contents;
+    std::memcpy(&contents, inRef.hidden, sizeof(contents));
+    outItem = contents.identity;
+    return contents.magic == kRefMagic;
+}
+
+OSStatus FindByRef(const FSRef& inRef, FoundItem& outItem) {
+    os::ItemIdentity identity;
+    if (!ReadRef(inRef, identity)) return errFSBadFSRef;
+    return FindByIdentity(identity, outItem);
+}
+
+}  // namespace toolbox::files

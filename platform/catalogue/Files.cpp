@@ -1,0 +1,48 @@
+#include <toolbox/Files.h>
+
+#include "catalogue/Catalogue.h"
+
+#include <cstring>
+#include <new>
+
+using namespace toolbox::files;
+
+namespace {
+
+OSStatus MakeRefOfPath(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory) {
+    FoundItem item;
+    const OSStatus status = FindByPath(reinterpret_cast<const char*>(inPath), item);
+    if (status != noErr) return status;
+    *outRef = MakeRef(item);
+    if (outIsDirectory != nullptr) *outIsDirectory = item.status.kind == toolbox::os::ItemKind::kFolder;
+    return noErr;
+}
+
+OSStatus MakePathOfRef(const FSRef& inRef, UInt8* outPath, UInt32 inMaxPathSize) {
+    FoundItem item;
+    const OSStatus status = FindByRef(inRef, item);
+    if (status != noErr) return status;
+    if (item.path.size() >= inMaxPathSize) return pathTooLongErr;
+    std::memcpy(outPath, item.path.c_str(), item.path.size() + 1);
+    return noErr;
+}
+
+}  // namespace
+
+OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory) {
+    if (inPath == nullptr || outRef == nullptr) return paramErr;
+    try {
+        return MakeRefOfPath(inPath, outRef, outIsDirectory);
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}
+
+OSStatus FSRefMakePath(const FSRef* inRef, UInt8* outPath, UInt32 inMaxPathSize) {
+    if (inRef == nullptr || outPath == nullptr) return paramErr;
+    try {
+        return MakePathOfRef(*inRef, outPath, inMaxPathSize);
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}

@@ -1,0 +1,38 @@
+// Finding items: from a path to the item, and from the item to the path where it is now.
+// Safe on any thread. Functions may throw std::bad_alloc.
+#pragma once
+
+#include "os/ItemStatus.h"
+#include "places/NodeTable.h"
+
+#include <toolbox/Files.h>
+
+#include <string>
+
+namespace toolbox::files {
+
+struct FoundItem {
+    os::ItemStatus status;
+    NodeID nodeID = 0;
+    std::string path;  // absolute; true at the moment of finding
+};
+
+// The item at inPath, links followed, recorded in the node table. A relative path starts at the current
+// folder. A path at which nothing is may be Java's modified UTF-8 and is tried again as such. outItem is
+// unspecified on failure.
+OSStatus FindByPath(const char* inPath, FoundItem& outItem);
+
+// The item itself, which must have a node, wherever it is now: at the path where it was last seen, or renamed
+// within its folder, or with a folder above it renamed. fnfErr when it is gone.
+OSStatus FindByIdentity(const os::ItemIdentity& inItem, FoundItem& outItem);
+
+// Looks for an item among those of a folder. fnfErr when it is not there.
+OSStatus FindInFolder(const std::string& inFolderPath, const os::ItemIdentity& inItem, FoundItem& outItem);
+
+FSRef MakeRef(const FoundItem& inItem);
+// False when the bytes are no reference.
+bool ReadRef(const FSRef& inRef, os::ItemIdentity& outItem);
+// FindByIdentity for a reference; errFSBadFSRef when it is none.
+OSStatus FindByRef(const FSRef& inRef, FoundItem& outItem);
+
+}  // namespace toolbox::files

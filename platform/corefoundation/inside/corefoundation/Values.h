@@ -1,0 +1,26 @@
+// The values of property lists, as they are made. All answer null when memory is short.
+#pragma once
+
+#include <toolbox/CFArray.h>
+#include <toolbox/CFData.h>
+#include <toolbox/CFDictionary.h>
+#include <toolbox/CFNumber.h>
+
+#include "corefoundation/Owned.h"
+
+#include <span>
+
+namespace toolbox::corefoundation {
+
+struct Entry {
+    Owned<CFStringRef> key;
+    Owned<CFTypeRef> value;
+};
+
+Owned<CFDataRef> NewData(std::span<const UInt8> inBytes);
+// Take over the values, of which none is null; on failure they stay where they are.
+Owned<CFArrayRef> NewArray(std::span<Owned<CFTypeRef>> ioValues);
+// Sorts the entries. Of several with one key, the first counts.
+Owned<CFDictionaryRef> NewDictionary(std::span<Entry> ioEntries);
+
+}  // namespace toolbox::corefoundation

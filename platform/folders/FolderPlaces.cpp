@@ -1,0 +1,151 @@
+#include "FolderPlaces.h"
+
+#include "catalogue/Catalogue.h"
+#include "os/FileCalls.h"
+#include "UserFolders.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <unistd.h>
+#include <string_view>
+
+namespace toolbox::files {
+
+namespace {
+
+struct FixedFolder {
+    Domain domain;
+    OSType type;
+    const char* path;
+};
+constexpr FixedFolder kFixedFolders[] = {
+    {Domain::kLocal, kDomainTopLevelFolderType, "/usr/local"},
+    {Domain::kLocal, kApplicationSupportFolderType, "/usr/local/share"},
+    {Domain::kLocal, kPreferencesFolderType, "/etc/xdg"},
+    {Domain::kLocal, kCachedDataFolderType, "/var/cache"},
+    {Domain::kLocal, kLogsFolderType, "/var/log"},
+    {Domain::kLocal, kFontsFolderType, "/usr/local/share/fonts"},
+    {Domain::kSystem, kDomainTopLevelFolderType, "/usr"},
+    {Domain::kSystem, kApplicationSupportFolderType, "/usr/share"},
+    {Domain::kSystem, kFontsFolderType, "/usr/share/fonts"},
+};
+
+struct UserFolder {
+    OSType type;
+    const char* kind;
+    const char* nameInHome;
+};
+constexpr UserFolder kUserFolders[] = {
+    {kDesktopFolderType, "DESKTOP", "Desktop"},      {kDocumentsFolderType, "DOCUMENTS", "Documents"},
+    {kDownloadsFolderType, "DOWNLOAD", "Downloads"}, {kMovieDocumentsFolderType, "VIDEOS", "Videos"},
+    {kMusicDocumentsFolderType, "MUSIC", "Music"},   {kPictureDocumentsFolderType, "PICTURES", "Pictures"},
+    {kPublicFolderType, "PUBLICSHARE", "Public"},
+};
+
+struct BaseFolder {
+    OSType type;
+    const char* variable;
+    const char* pathInHome;
+    const char* pathInFolder;
+};
+constexpr BaseFolder kBaseFolders[] = {
+    {kApplicationSupportFolderType, "XDG_DATA_HOME", ".local/share", ""},
+    {kPreferencesFolderType, "XDG_CONFIG_HOME", ".config", ""},
+    {kCachedDataFolderType, "XDG_CACHE_HOME", ".cache", ""},
+    {kLogsFolderType, "XDG_STATE_HOME", ".local/state", ""},
+    {kFontsFolderType, "XDG_DATA_HOME", ".local/share", "/fonts"},
+    {kTrashFolderType, "XDG_DATA_HOME", ".local/share", "/Trash/files"},
+};
+
+std::string UserDomainPath(OSType inType) {
+    if (inType == kDomainTopLevelFolderType || inType == kCurrentUserFolderType) return HomePath();
+    for (const UserFolder& folder : kUserFolders)
+        if (folder.type == inType) return UserFolderPath(folder.kind, folder.nameInHome);
+    for (const BaseFolder& folder : kBaseFolders) {
+        if (folder.type != inType) continue;
+        const std::string base = BaseFolderPath(folder.variable, folder.pathInHome);
+        return base.empty() ? base : base + folder.pathInFolder;
+    }
+    return {};
+}
+
+std::string TemporaryPath() {
+    const char* path = os::Calls().readVariable("TMPDIR");
+    return path != nullptr && path[0] == '/' ? path : "/tmp";
+}
+
+// A folder beside the toolbox's library.
+std::string PathBesideLibrary(std::string_view inName) {
+    char library[PATH_MAX];
+    if (os::Calls().findLibrary(library, sizeof(library)) != 0) return {};
+    std::string folder = library;
+    folder.erase(folder.rfind('/'));
+    constexpr std::string_view kPrograms = "/bin";
+    if (folder.ends_with(kPrograms))
+        folder.replace(folder.size() - kPrograms.size(), kPrograms.size(), "/lib");
+    return folder.append("/mirtal/").append(inName);
+}
+
+// The device of a path, or of the nearest folder above it that there is; false when none can be seen.
+bool GetDeviceAround(std::string inPath, std::uint64_t& outDevice) {
+    for (;;) {
+        FoundItem item;
+        if (FindByPath(inPath.c_str(), item) == noErr) {
+            outDevice = item.status.identity.device;
+            return true;
+        }
+        const std::size_t slash = inPath.rfind('/');
+        if (inPath == "/" || slash == std::string::npos) return false;
+        inPath.erase(slash == 0 ? 1 : slash);
+    }
+}
+
+bool IsOn(const Volume& inVolume, const std::string& inPath) {
+    std::uint64_t device = 0;
+    return !inPath.empty() && GetDeviceAround(inPath, device) && device == inVolume.device;
+}
+
+std::string PathInRoot(const Volume& inVolume, std::string_view inName) {
+    std::string path = inVolume.rootPath;
+    if (!path.ends_with('/')) path += '/';
+    return path.append(inName);
+}
+
+// Whether an administrator made a folder that all users may put theirs into, and nobody may take those away.
+bool IsSharedTrash(const std::string& inPath) {
+    struct statx status = {};
+    return os::Calls().statAt(AT_FDCWD, inPath.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status) == 0 &&
+           S_ISDIR(status.stx_mode) && (status.stx_mode & S_ISVTX) != 0;
+}
+
+}  // namespace
+
+std::string DomainFolderPath(Domain inDomain, OSType inType) {
+    if (inType == kTemporaryFolderType) return TemporaryPath();
+    if (inDomain == Domain::kUser) return UserDomainPath(inType);
+    for (const FixedFolder& folder : kFixedFolders)
+        if (folder.domain == inDomain && folder.type == inType) return folder.path;
+    if (inDomain != Domain::kSystem) return {};
+    if (inType == kFrameworksFolderType) return PathBesideLibrary("Frameworks");
+    if (inType == kPrivateFrameworksFolderType) return PathBesideLibrary("PrivateFrameworks");
+    return {};
+}
+
+std::vector<Place> TemporaryPlacesOn(const Volume& inVolume) {
+    for (const std::string& path : {TemporaryPath(), std::string("/tmp"), std::string("/var/tmp")})
+        if (IsOn(inVolume, path)) return {{path}};
+    return {{PathInRoot(inVolume, ".TemporaryItems-" + std::to_string(::getuid())), true}};
+}
+
+std::vector<Place> TrashPlacesOn(const Volume& inVolume) {
+    const std::string users = DomainFolderPath(Domain::kUser, kTrashFolderType);
+    if (IsOn(inVolume, users)) return {{users}};
+    const std::string userID = std::to_string(::getuid());
+    std::vector<Place> places;
+    const std::string shared = PathInRoot(inVolume, ".Trash");
+    if (IsSharedTrash(shared)) places.push_back({shared + '/' + userID + "/files", true});
+    places.push_back({PathInRoot(inVolume, ".Trash-" + userID + "/files"), true});
+    return places;
+}
+
+}  // namespace toolbox::files

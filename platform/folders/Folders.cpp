@@ -1,0 +1,165 @@
+#include <toolbox/Folders.h>
+
+#include "catalogue/Catalogue.h"
+#include "os/FileCalls.h"
+#include "FolderPlaces.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <cerrno>
+#include <new>
+
+namespace toolbox::files {
+
+namespace {
+
+constexpr mode_t kForTheUserAlone = 0700;
+constexpr mode_t kForEverybody = 0755;
+
+struct Request {
+    OSType type;
+    std::vector<Place> places;  // the one to prefer first
+    mode_t mode;
+};
+
+// 0 or an errno. The folder, with those above it; one that is there already is as good.
+int MakeFolders(const std::string& inPath, mode_t inMode) {
+    if (os::Calls().makeFolder(inPath.c_str(), inMode) == 0 || errno == EEXIST) return 0;
+    const int error = errno;
+    const std::size_t slash = inPath.rfind('/');
+    if (error != ENOENT || slash == 0 || slash == std::string::npos) return error;
+    const int parentError = MakeFolders(inPath.substr(0, slash), inMode);
+    if (parentError != 0) return parentError;
+    return os::Calls().makeFolder(inPath.c_str(), inMode) == 0 || errno == EEXIST ? 0 : errno;
+}
+
+// On a volume that others write to as well, a link or somebody else's folder is not the user's folder.
+bool IsUsersOwn(const std::string& inPath) {
+    struct statx status = {};
+    return os::Calls().statAt(AT_FDCWD, inPath.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status) == 0 &&
+           S_ISDIR(status.stx_mode) && status.stx_uid == ::getuid();
+}
+
+OSStatus FindAt(const Place& inPlace, FoundItem& outFolder) {
+    const OSStatus status = FindByPath(inPlace.path.c_str(), outFolder);
+    if (status == dirNFErr) return fnfErr;
+    if (status != noErr) return status;
+    if (outFolder.status.kind != os::ItemKind::kFolder) return errFSNotAFolder;
+    // Nor is a folder the user's that a link on the way leads to: the path is canonical up to the volume's
+    // root.
+    const bool isUsers = outFolder.path == inPlace.path && IsUsersOwn(inPlace.path);
+    return !inPlace.isVolumesOwn || isUsers ? static_cast<OSStatus>(noErr) : afpAccessDenied;
+}
+
+OSStatus MakeAt(const Request& inRequest, const Place& inPlace, FoundItem& outFolder) {
+    int error = MakeFolders(inPlace.path, inRequest.mode);
+    if (error == 0 && inRequest.type == kTrashFolderType) {
+        const std::string trash = inPlace.path.substr(0, inPlace.path.rfind('/'));
+        error = MakeFolders(trash + "/info", inRequest.mode);
+    }
+    return error != 0 ? os::StatusOfErrno(error) : FindAt(inPlace, outFolder);
+}
+
+OSStatus FindOrMake(const Request& inRequest, bool inMakes, FoundItem& outFolder) {
+    OSStatus status = fnfErr;
+    for (const Place& place : inRequest.places) {
+        status = FindAt(place, outFolder);
+        if (status == noErr) return noErr;
+    }
+    if (!inMakes || status != fnfErr) return status;
+    for (const Place& place : inRequest.places) {
+        status = MakeAt(inRequest, place, outFolder);
+        if (status == noErr) return noErr;
+    }
+    return status;
+}
+
+void AddDomain(Domain inDomain, Request& ioRequest) {
+    std::string path = DomainFolderPath(inDomain, ioRequest.type);
+    if (path.empty()) return;
+    ioRequest.places.push_back({std::move(path)});
+    ioRequest.mode = inDomain == Domain::kUser ? kForTheUserAlone : kForEverybody;
+}
+
+void AddUsersOrSystems(Request& ioRequest) {
+    AddDomain(Domain::kUser, ioRequest);
+    if (ioRequest.places.empty()) AddDomain(Domain::kSystem, ioRequest);
+}
+
+OSStatus AddVolume(SInt16 inNumber, Request& ioRequest) {
+    Volume volume;
+    const OSStatus status = GetVolume(inNumber, volume);
+    if (status != noErr) return status;
+    ioRequest.mode = kForTheUserAlone;
+    if (ioRequest.type == kTemporaryFolderType) {
+        ioRequest.places = TemporaryPlacesOn(volume);
+    } else if (ioRequest.type == kTrashFolderType) {
+        ioRequest.places = TrashPlacesOn(volume);
+    } else {
+        AddUsersOrSystems(ioRequest);
+    }
+    return noErr;
+}
+
+OSStatus AddPlaces(SInt16 inWhere, Request& ioRequest) {
+    switch (inWhere) {
+        case kOnSystemDisk:
+        case kOnAppropriateDisk:
+        case 0:
+            AddUsersOrSystems(ioRequest);
+            return noErr;
+        case kUserDomain:
+            AddDomain(Domain::kUser, ioRequest);
+            return noErr;
+        case kLocalDomain:
+            AddDomain(Domain::kLocal, ioRequest);
+            return noErr;
+        case kSystemDomain:
+            AddDomain(Domain::kSystem, ioRequest);
+            return noErr;
+        case kNetworkDomain:
+            return noErr;
+        default:
+            return AddVolume(inWhere, ioRequest);
+    }
+}
+
+OSStatus Find(SInt16 inWhere, OSType inType, bool inMakes, FoundItem& outFolder) {
+    Request request = {inType, {}, kForTheUserAlone};
+    const OSStatus status = AddPlaces(inWhere, request);
+    return status == noErr ? FindOrMake(request, inMakes, outFolder) : status;
+}
+
+}  // namespace
+
+}  // namespace toolbox::files
+
+using namespace toolbox::files;
+
+OSErr FSFindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, FSRef* outFolder) {
+    if (outFolder == nullptr) return paramErr;
+    try {
+        FoundItem folder;
+        const OSStatus status = Find(inWhere, inType, inCreateFolder != 0, folder);
+        if (status == noErr) *outFolder = MakeRef(folder);
+        return static_cast<OSErr>(status);
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}
+
+OSErr FindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, SInt16* outVolume,
+                 UInt32* outFolderID) {
+    try {
+        FoundItem folder;
+        SInt16 volume = 0;
+        OSStatus status = Find(inWhere, inType, inCreateFolder != 0, folder);
+        if (status == noErr) status = GetVolumeNumber(folder, volume);
+        if (status != noErr) return static_cast<OSErr>(status);
+        if (outVolume != nullptr) *outVolume = volume;
+        if (outFolderID != nullptr) *outFolderID = folder.nodeID;
+        return noErr;
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}

@@ -1,0 +1,104 @@
+#include "UserFolders.h"
+
+#include "catalogue/Catalogue.h"
+#include "catalogue/FileAccess.h"
+#include "os/FileCalls.h"
+
+#include <limits.h>
+#include <algorithm>
+
+namespace toolbox::files {
+
+namespace {
+
+constexpr std::size_t kMaxSettingsBytes = 65536;
+
+std::string WithoutSlashAtEnd(std::string inPath) {
+    while (inPath.size() > 1 && inPath.back() == '/')
+        inPath.pop_back();
+    return inPath;
+}
+
+// The variable's value if it is an absolute path.
+std::string PathInVariable(const char* inVariable) {
+    const char* value = os::Calls().readVariable(inVariable);
+    return value != nullptr && value[0] == '/' ? WithoutSlashAtEnd(value) : std::string();
+}
+
+// A value in double quotes, in which a backslash makes the next character an ordinary one.
+std::string Unquoted(std::string_view inText) {
+    if (!inText.starts_with('"')) return {};
+    std::string value;
+    for (std::size_t i = 1; i < inText.size() && inText[i] != '"'; ++i) {
+        if (inText[i] == '\\' && i + 1 < inText.size()) ++i;
+        value += inText[i];
+    }
+    return value;
+}
+
+std::string_view WithoutBlanksBefore(std::string_view inText) {
+    inText.remove_prefix(std::min(inText.find_first_not_of(" \t"), inText.size()));
+    return inText;
+}
+
+// A line's value if it sets the variable; empty when it does not.
+std::string ReadSetting(std::string_view inLine, std::string_view inVariable, std::string_view inHomePath) {
+    inLine = WithoutBlanksBefore(inLine);
+    if (!inLine.starts_with(inVariable)) return {};
+    inLine = WithoutBlanksBefore(inLine.substr(inVariable.size()));
+    if (!inLine.starts_with('=')) return {};
+    const std::string value = Unquoted(WithoutBlanksBefore(inLine.substr(1)));
+    constexpr std::string_view kHome = "$HOME";
+    if (value == kHome || value.starts_with("$HOME/"))
+        return WithoutSlashAtEnd(std::string(inHomePath) + value.substr(kHome.size()));
+    return value.starts_with('/') ? WithoutSlashAtEnd(value) : std::string();
+}
+
+std::string ReadUserSettings() {
+    const std::string folder = BaseFolderPath("XDG_CONFIG_HOME", ".config");
+    std::string contents;
+    FoundItem file;
+    if (FindByPath((folder + "/user-dirs.dirs").c_str(), file) != noErr ||
+        ReadSmallFile(MakeRef(file), kMaxSettingsBytes, contents) != noErr)
+        return {};
+    return contents;
+}
+
+}  // namespace
+
+std::string HomePath() {
+    std::string path = PathInVariable("HOME");
+    if (!path.empty()) return path;
+    char home[PATH_MAX];
+    if (os::Calls().findHome(home, sizeof(home)) != 0) return {};
+    return WithoutSlashAtEnd(home);
+}
+
+std::string BaseFolderPath(const char* inVariable, std::string_view inPathInHome) {
+    std::string path = PathInVariable(inVariable);
+    if (!path.empty()) return path;
+    const std::string home = HomePath();
+    return home.empty() ? home : home + '/' + std::string(inPathInHome);
+}
+
+std::string UserFolderPath(std::string_view inKind, std::string_view inNameInHome) {
+    const std::string home = HomePath();
+    if (home.empty()) return {};
+    const std::string path = FindUserFolder(ReadUserSettings(), inKind, home);
+    return path.empty() ? home + '/' + std::string(inNameInHome) : path;
+}
+
+std::string FindUserFolder(std::string_view inContents, std::string_view inKind,
+                           std::string_view inHomePath) {
+    const std::string variable = "XDG_" + std::string(inKind) + "_DIR";
+    std::string path;
+    while (!inContents.empty()) {
+        const std::size_t lineEnd = std::min(inContents.find('\n'), inContents.size());
+        const std::string found = ReadSetting(inContents.substr(0, lineEnd), variable, inHomePath);
+        if (!found.empty()) path = found;  // as a shell would, the last one
+        inContents.remove_prefix(std::min(lineEnd + 1, inContents.size()));
+    }
+    return path;
+}
+
+}  // namespace toolbox::files

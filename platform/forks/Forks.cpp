@@ -1,0 +1,195 @@
+#include "forks/Forks.h"
+
+#include "formats/AppleDouble.h"
+#include "catalogue/Catalogue.h"
+#include "catalogue/FileAccess.h"
+#include "os/FileCalls.h"
+#include "os/Replace.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace toolbox::files {
+
+namespace {
+
+constexpr std::size_t kFinderInfoBytes = 32;
+
+// A file that is too short to be what it should.
+OSStatus Malformed(OSStatus inStatus) {
+    return inStatus == eofErr ? OSStatus{ioErr} : inStatus;
+}
+
+OSStatus ReadEntries(const OpenFork& inCompanion, std::vector<AppleDoubleEntry>& outEntries) {
+    std::vector<UInt8> header(kAppleDoubleHeaderBytes);
+    OSStatus status = inCompanion.Read(0, header.data(), header.size());
+    if (status != noErr) return Malformed(status);
+    header.resize(std::max(AppleDoubleHeaderSize(header.data()), kAppleDoubleHeaderBytes));
+    status = inCompanion.Read(0, header.data(), header.size());
+    if (status != noErr) return Malformed(status);
+    const bool isGood = DecodeAppleDouble(header.data(), header.size(), inCompanion.SizeBytes(), outEntries);
+    return isGood ? noErr : ioErr;
+}
+
+// fnfErr when the item has none.
+OSStatus OpenCompanion(const std::string& inItemPath, OpenFork& outCompanion) {
+    const int descriptor = os::Calls().openFile(CompanionPath(inItemPath).c_str(),
+                                            O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW);
+    if (descriptor >= 0) return outCompanion.Adopt(descriptor);
+    // A name that has no room for the prefix has no companion either.
+    return errno == ELOOP || errno == ENAMETOOLONG ? OSStatus{fnfErr} : os::StatusOfErrno(errno);
+}
+
+OSStatus OpenResourceFork(const FSRef& inFile, OpenFork& outFork) {
+    FoundItem item;
+    OSStatus status = FindByRef(inFile, item);
+    if (status != noErr) return status;
+    status = OpenCompanion(item.path, outFork);
+    if (status == fnfErr) return errFSForkNotFound;
+    std::vector<AppleDoubleEntry> entries;
+    if (status == noErr) status = ReadEntries(outFork, entries);
+    if (status != noErr) return status;
+    for (const AppleDoubleEntry& entry : entries) {
+        if (entry.id != AppleDoubleEntry::kResourceFork) continue;
+        outFork.Narrow(entry.offsetBytes, entry.lengthBytes);
+        return noErr;
+    }
+    return errFSForkNotFound;
+}
+
+OSStatus OpenDataFork(const FSRef& inFile, OpenFork& outFork) {
+    int descriptor = -1;
+    std::string path;
+    const OSStatus status = OpenForReading(inFile, descriptor, path);
+    return status == noErr ? outFork.Adopt(descriptor) : status;
+}
+
+// The parts of a companion but for the resource fork.
+OSStatus ReadOtherParts(const OpenFork& inCompanion, std::vector<AppleDoublePart>& outParts) {
+    std::vector<AppleDoubleEntry> entries;
+    OSStatus status = ReadEntries(inCompanion, entries);
+    for (const AppleDoubleEntry& entry : entries) {
+        if (entry.id == AppleDoubleEntry::kResourceFork) continue;
+        AppleDoublePart part = {entry.id, std::vector<UInt8>(entry.lengthBytes)};
+        status = inCompanion.Read(entry.offsetBytes, part.bytes.data(), part.bytes.size());
+        if (status != noErr) break;
+        outParts.push_back(std::move(part));
+    }
+    return status;
+}
+
+OSStatus WriteResourceFork(const std::string& inItemPath, const std::vector<UInt8>& inBytes) {
+    std::vector<AppleDoublePart> parts;
+    OpenFork companion;
+    OSStatus status = OpenCompanion(inItemPath, companion);
+    if (status == noErr) {
+        status = ReadOtherParts(companion, parts);
+    } else if (status == fnfErr) {
+        parts.push_back({AppleDoubleEntry::kFinderInfo, std::vector<UInt8>(kFinderInfoBytes)});
+        status = noErr;
+    }
+    if (status != noErr) return status;
+    parts.push_back({AppleDoubleEntry::kResourceFork, inBytes});
+    std::vector<UInt8> file;
+    if (!EncodeAppleDouble(parts, file)) return dskFulErr;
+    return os::ReplaceFile(CompanionPath(inItemPath), file);
+}
+
+OSStatus WriteDataFork(const FoundItem& inItem, const std::vector<UInt8>& inBytes,
+                       const os::MovableHead& inHead) {
+    const int descriptor =
+        os::Calls().openFile(inItem.path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW);
+    if (descriptor < 0) return os::StatusOfErrno(errno);
+    os::ItemStatus opened;
+    const int error = os::GetDescriptorStatus(descriptor, opened);
+    OSStatus status = os::StatusOfErrno(error);
+    if (error == 0 && !opened.identity.IsSameItem(inItem.status.identity)) status = fnfErr;
+    if (status == noErr) status = os::OverwriteFile(descriptor, inBytes, inHead);
+    if (os::Calls().closeFile(descriptor) != 0 && status == noErr) status = os::StatusOfErrno(errno);
+    return status;
+}
+
+}  // namespace
+
+OpenFork::~OpenFork() {
+    if (mDescriptor >= 0) os::Calls().closeFile(mDescriptor);
+}
+
+OpenFork::OpenFork(OpenFork&& ioOther) noexcept
+    : mDescriptor(std::exchange(ioOther.mDescriptor, -1)),
+      mOffsetBytes(ioOther.mOffsetBytes),
+      mSizeBytes(ioOther.mSizeBytes),
+      mChangeNanos(ioOther.mChangeNanos) {}
+
+OpenFork& OpenFork::operator=(OpenFork&& ioOther) noexcept {
+    std::swap(mDescriptor, ioOther.mDescriptor);
+    std::swap(mOffsetBytes, ioOther.mOffsetBytes);
+    std::swap(mSizeBytes, ioOther.mSizeBytes);
+    std::swap(mChangeNanos, ioOther.mChangeNanos);
+    return *this;
+}
+
+OSStatus OpenFork::Adopt(int inDescriptor) {
+    *this = OpenFork();
+    mDescriptor = inDescriptor;
+    os::ItemStatus status;
+    const int error = os::GetDescriptorStatus(mDescriptor, status);
+    if (error != 0) return os::StatusOfErrno(error);
+    if (status.kind != os::ItemKind::kFile) return errFSForkNotFound;
+    mSizeBytes = static_cast<UInt64>(status.sizeBytes);
+    mChangeNanos = status.changeNanos;
+    return noErr;
+}
+
+bool OpenFork::HasChanged() const {
+    os::ItemStatus status;
+    return IsOpen() && os::GetDescriptorStatus(mDescriptor, status) == 0 && status.changeNanos != mChangeNanos;
+}
+
+void OpenFork::Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes) {
+    mOffsetBytes += inOffsetBytes;
+    mSizeBytes = inSizeBytes;
+}
+
+OSStatus OpenFork::Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const {
+    if (inOffsetBytes > mSizeBytes || inByteCount > mSizeBytes - inOffsetBytes) return eofErr;
+    auto* bytes = static_cast<UInt8*>(outBytes);
+    for (std::size_t done = 0; done < inByteCount;) {
+        const auto offset = static_cast<off_t>(mOffsetBytes + inOffsetBytes + done);
+        const ssize_t count = os::Calls().readAt(mDescriptor, bytes + done, inByteCount - done, offset);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return os::StatusOfErrno(errno);
+        if (count == 0) return eofErr;  // cut off since it was opened
+        done += static_cast<std::size_t>(count);
+    }
+    return noErr;
+}
+
+OSStatus Open(const FSRef& inFile, Fork inFork, OpenFork& outFork) {
+    OpenFork fork;
+    const OSStatus status =
+        inFork == Fork::kData ? OpenDataFork(inFile, fork) : OpenResourceFork(inFile, fork);
+    if (status == noErr) outFork = std::move(fork);
+    return status;
+}
+
+OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& inBytes,
+                   const os::MovableHead& inHead) {
+    FoundItem item;
+    const OSStatus status = FindByRef(inFile, item);
+    if (status != noErr) return status;
+    if (item.status.kind == os::ItemKind::kFolder) return notAFileErr;
+    if (item.status.kind != os::ItemKind::kFile) return errFSForkNotFound;
+    return inFork == Fork::kData ? WriteDataFork(item, inBytes, inHead)
+                                 : WriteResourceFork(item.path, inBytes);
+}
+
+std::string CompanionPath(const std::string& inPath) {
+    const std::size_t leaf = inPath.rfind('/') + 1;
+    return inPath.substr(0, leaf) + "._" + inPath.substr(leaf);
+}
+
+}  // namespace toolbox::files

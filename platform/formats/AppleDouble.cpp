@@ -1,0 +1,78 @@
+#include "formats/AppleDouble.h"
+
+#include "os/BigEndian.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace toolbox::files {
+
+namespace {
+
+constexpr UInt32 kMagic = 0x00051607;
+constexpr UInt32 kVersion = 0x00020000;
+constexpr std::size_t kVersionOffset = 4;
+constexpr std::size_t kCountOffset = 24;
+
+// Sorted rather than compared each with each: a small file can have 65,535 entries.
+bool HaveDistinctIDs(const std::vector<AppleDoubleEntry>& inEntries) {
+    std::vector<UInt32> ids;
+    for (const AppleDoubleEntry& entry : inEntries)
+        ids.push_back(entry.id);
+    std::sort(ids.begin(), ids.end());
+    return std::adjacent_find(ids.begin(), ids.end()) == ids.end();
+}
+
+}  // namespace
+
+std::size_t AppleDoubleHeaderSize(const UInt8* inBytes) {
+    if (os::Load32(inBytes) != kMagic || os::Load32(inBytes + kVersionOffset) != kVersion) return 0;
+    return kAppleDoubleHeaderBytes + kAppleDoubleEntryBytes * os::Load16(inBytes + kCountOffset);
+}
+
+bool DecodeAppleDouble(const UInt8* inBytes, std::size_t inByteCount, UInt64 inFileBytes,
+                       std::vector<AppleDoubleEntry>& outEntries) {
+    outEntries.clear();
+    if (inByteCount < kAppleDoubleHeaderBytes) return false;
+    const std::size_t headerBytes = AppleDoubleHeaderSize(inBytes);
+    if (headerBytes == 0 || headerBytes > inByteCount || headerBytes > inFileBytes) return false;
+    for (std::size_t at = kAppleDoubleHeaderBytes; at < headerBytes; at += kAppleDoubleEntryBytes) {
+        const AppleDoubleEntry entry = {os::Load32(inBytes + at), os::Load32(inBytes + at + 4),
+                                        os::Load32(inBytes + at + 8)};
+        const bool isOutside =
+            entry.offsetBytes > inFileBytes || entry.lengthBytes > inFileBytes - entry.offsetBytes;
+        const bool isOverHeader = entry.lengthBytes > 0 && entry.offsetBytes < headerBytes;
+        if (entry.id == 0 || isOutside || isOverHeader) return false;
+        outEntries.push_back(entry);
+    }
+    return HaveDistinctIDs(outEntries);
+}
+
+bool EncodeAppleDouble(const std::vector<AppleDoublePart>& inParts, std::vector<UInt8>& outBytes) {
+    std::vector<const AppleDoublePart*> parts;
+    for (const bool isLast : {false, true})
+        for (const AppleDoublePart& part : inParts)
+            if ((part.id == AppleDoubleEntry::kResourceFork) == isLast) parts.push_back(&part);
+    UInt64 totalBytes = kAppleDoubleHeaderBytes + kAppleDoubleEntryBytes * parts.size();
+    for (const AppleDoublePart* part : parts)
+        totalBytes += part->bytes.size();
+    if (parts.size() > std::numeric_limits<UInt16>::max() || totalBytes > std::numeric_limits<UInt32>::max())
+        return false;
+
+    outBytes.assign(kAppleDoubleHeaderBytes + kAppleDoubleEntryBytes * parts.size(), 0);
+    outBytes.reserve(static_cast<std::size_t>(totalBytes));
+    os::Store32(outBytes.data(), kMagic);
+    os::Store32(outBytes.data() + kVersionOffset, kVersion);
+    os::Store16(outBytes.data() + kCountOffset, static_cast<UInt16>(parts.size()));
+    std::size_t at = kAppleDoubleHeaderBytes;
+    for (const AppleDoublePart* part : parts) {
+        os::Store32(outBytes.data() + at, part->id);
+        os::Store32(outBytes.data() + at + 4, static_cast<UInt32>(outBytes.size()));
+        os::Store32(outBytes.data() + at + 8, static_cast<UInt32>(part->bytes.size()));
+        outBytes.insert(outBytes.end(), part->bytes.begin(), part->bytes.end());
+        at += kAppleDoubleEntryBytes;
+    }
+    return true;
+}
+
+}  // namespace toolbox::files

@@ -1,0 +1,111 @@
+// Finds, opens and calls the general importer's component.
+#include "GeneralImporter_test_access.h"
+#include "track/MovieImporter.h"
+#include "general/Component.h"
+
+#include <dlfcn.h>
+#include <toolbox/MacErrors.h>
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+namespace toolbox::movies {
+
+namespace {
+
+constexpr const char* kComponentName = "libmirtal-general-importer.so";
+
+// Beside the toolbox's library; or, of a program in bin/ that carries the toolbox inside itself, beside its
+// lib/.
+constexpr const char* kFolders[] = {"/mirtal-components/", "/../lib/mirtal-components/"};
+
+bool OwnPath(char* outPath, unsigned long inSize) {
+    Dl_info info = {};
+    if (dladdr(reinterpret_cast<const void*>(&OwnPath), &info) == 0 || info.dli_fname == nullptr) {
+        return false;
+    }
+    char resolved[PATH_MAX];
+    if (realpath(info.dli_fname, resolved) == nullptr || std::strlen(resolved) >= inSize) {
+        return false;
+    }
+    std::strcpy(outPath, resolved);
+    return true;
+}
+
+void* OpenObject(const char* inPath) {
+    return dlopen(inPath, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+}
+
+constexpr GeneralImporterCalls kRealCalls = {&OwnPath, &OpenObject, &dlsym};
+GeneralImporterCalls sCalls = kRealCalls;
+
+std::mutex sMutex;  // guards the opening
+const general::Interface* sInterface = nullptr;
+
+const general::Interface* OpenComponentAt(const std::string& inPath) {
+    void* object = sCalls.open(inPath.c_str());
+    if (object == nullptr) {
+        return nullptr;
+    }
+    const auto function =
+        reinterpret_cast<general::InterfaceFunction>(sCalls.symbol(object, general::kInterfaceFunctionName));
+    const general::Interface* found = function == nullptr ? nullptr : function(general::kInterfaceVersion);
+    return found != nullptr && found->version == general::kInterfaceVersion ? found : nullptr;
+}
+
+// The component stays open: movies that came from it hold its code. Null when it is not installed, which is
+// looked up again each time.
+const general::Interface* Component() {
+    const std::lock_guard<std::mutex> lock(sMutex);
+    char path[PATH_MAX];
+    if (sInterface == nullptr && sCalls.ownPath(path, sizeof path)) {
+        char* slash = std::strrchr(path, '/');
+        const std::string folder = slash == nullptr ? std::string(".") : std::string(path, slash);
+        for (const char* place : kFolders) {
+            sInterface = OpenComponentAt(folder + place + kComponentName);
+            if (sInterface != nullptr) {
+                break;
+            }
+        }
+    }
+    return sInterface;
+}
+
+class FileSource final : public general::ByteSource {
+  public:
+    explicit FileSource(std::shared_ptr<const MediaFile> inFile) : mFile(std::move(inFile)) {}
+    std::int64_t SizeBytes() const override { return mFile->SizeBytes(); }
+    OSStatus ReadAt(std::int64_t inOffset, void* outBytes, std::size_t inByteCount,
+                    std::size_t* outRead) const override {
+        return mFile->ReadAt(inOffset, outBytes, inByteCount, outRead);
+    }
+
+  private:
+    std::shared_ptr<const MediaFile> mFile;
+};
+
+}  // namespace
+
+OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
+                       std::string& outProblem) {
+    const general::Interface* component = Component();
+    if (component == nullptr) {
+        return cantFindHandler;
+    }
+    return component->import(std::make_shared<const FileSource>(inFile), outMovie, outProblem);
+}
+
+void ReplaceGeneralImporterCalls(const GeneralImporterCalls& inCalls) {
+    const std::lock_guard<std::mutex> lock(sMutex);
+    sCalls = inCalls;
+    sInterface = nullptr;
+}
+
+GeneralImporterCalls RealGeneralImporterCalls() {
+    return kRealCalls;
+}
+
+}  // namespace toolbox::movies

@@ -1,0 +1,97 @@
+// The sound of one span: packets decoded one after the other, each giving exactly the frames that it
+// presents.
+//
+// Which decoder decodes a packet, and from where on, depends on the packet alone, so a frame is the same
+// whichever way reading came to it:
+//   kNone       a fresh decoder wherever reading starts
+//   kOnePacket  the span is laid out in cells of so many whole packets; each has a fresh decoder, which first
+//   sees the
+//               packet before the cell. Reading that goes on from cell to cell changes decoders all the same.
+//               (Fresh, not flushed: a noise generator's state survives a flush.)
+//   kUnbounded  one decoder from the span's first packet on
+// Reading on costs nothing extra; reading elsewhere decodes from the beginning of the cell, or of the span.
+#pragma once
+
+#include "track/DamageLog.h"
+#include "render/FrameConverter.h"
+#include "render/FrameSource.h"
+#include "track/PacketTimeline.h"
+#include "decoder/SoundDecoder.h"
+#include "track/SoundTrack.h"
+
+namespace toolbox::movies {
+
+class SpanReader final : public FrameSource {
+  public:
+    // All are borrowed. inCellSeconds: how long a cell is, rounded up to whole packets.
+    SpanReader(const SoundTrack& inTrack, const PacketSpan& inSpan, PacketReader& inPackets,
+               DamageLog& inDamage, SampleForm inForm, std::uint32_t inCellSeconds);
+
+    // Span frames. What the first format's decoder answers when it cannot be had, memFullErr.
+    OSStatus Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) override;
+
+  private:
+    enum class PieceKind { kSilence, kFloats, kShorts };
+    // Frames ready to be handed out.
+    struct Piece {
+        PieceKind kind = PieceKind::kSilence;
+        std::int64_t frameCount = 0;
+        const void* left = nullptr;
+        const void* right = nullptr;
+    };
+
+    std::uint32_t CellStart(std::uint32_t inPacket) const;
+    std::uint32_t CellEnd(std::uint32_t inPacket) const;
+    std::uint32_t StartFor(std::int64_t inFrame) const;
+    OSStatus SeekTo(std::int64_t inFrame);
+    OSStatus StartAt(std::uint32_t inPacket);
+    OSStatus PreRoll(std::uint32_t inPacket);
+
+    OSStatus NextPiece();
+    OSStatus Step();
+    OSStatus SendNextPacket();
+    OSStatus ReceiveSound();
+    bool MayBeTrimmed() const;
+    OSStatus DecodeAgainUntrimmed();
+    OSStatus PlaceFrame();
+    OSStatus FinishPacket();
+    OSStatus FinishDamagedPacket();
+    OSStatus FinishCell();
+    OSStatus Settle(std::int64_t inFramesToCome);
+    bool IsLagging() const;
+    bool IsCommonForm() const;
+    void GiveSilence(std::int64_t inFrameCount);
+    void Hand(FrameSink& ioSink, std::int64_t inFrameCount);
+    void Advance(std::int64_t inFrameCount);
+
+    const SoundFormat& mFormat;
+    const PacketSpan& mSpan;
+    PacketReader& mPackets;
+    DamageLog& mDamage;
+    SampleForm mForm;
+    PacketTimeline mTimeline;
+    std::int64_t mTrackRateHz;
+    std::uint32_t mCellPackets;
+    DecoderMemory mMemory;
+    SoundDecoder::Trimming mTrimming;
+
+    SoundDecoder mDecoder;
+    FrameConverter mConverter;
+    bool mIsPlaced = false;  // what follows is valid
+    bool mCanDecode = false;
+    std::int64_t mPosition = 0;  // the span frame that mPiece starts with
+    Piece mPiece;
+    std::uint32_t mNextPacket = 0;   // to be sent
+    std::uint32_t mCellEnd = 0;      // the packet where this decoder's work ends
+    std::int64_t mOwedFrames = 0;    // presented by packets sent, not yet given as pieces
+    std::int64_t mSilenceOwed = 0;   // of these, to be given as silence once the converter is empty
+    std::int64_t mPacketFrames = 0;  // presented by the last packet sent
+    bool mIsFirstPacket = false;     // that this decoder saw
+    bool mIsReceiving = false;       // the decoder may have more of the last packet
+    bool mHasFrame = false;          // the decoder's frame waits to be placed
+    bool mHasSounded = false;        // the last packet gave a frame
+    bool mIsDamaged = false;         // the last packet, wholly or in part
+    bool mIsDrained = false;         // the decoder was told that no packet follows
+};
+
+}  // namespace toolbox::movies

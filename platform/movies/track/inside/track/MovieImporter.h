@@ -1,0 +1,27 @@
+// The interface of movie importers. They are components of type "eat "; two are built in, the general one is a
+// loadable component that is opened only when both decline.
+#pragma once
+
+#include "track/MediaFile.h"
+#include "track/SoundTrack.h"
+
+#include <memory>
+#include <string>
+
+namespace toolbox::movies {
+
+// Reads the movie that a file holds.
+//   outMovie    complete on success, unspecified on failure
+//   outProblem  for people, why not; untouched when declining
+// cantFindHandler declines: the file is not of this importer's kind. invalidMovie: it is, but damaged beyond reading.
+// Content never throws; std::bad_alloc may pass and is turned into memFullErr by the caller.
+using ImportFunction = OSStatus (*)(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
+                                    std::string& outProblem);
+
+OSStatus ImportMPEG4(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie, std::string& outProblem);
+OSStatus ImportADTS(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie, std::string& outProblem);
+// Loads the general importer's component on first use; cantFindHandler when it is not installed.
+OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
+                       std::string& outProblem);
+
+}  // namespace toolbox::movies

@@ -1,0 +1,34 @@
+// Files written whole: replaced by new ones, or overwritten.
+#pragma once
+
+#include <toolbox/MacTypes.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace toolbox::os {
+
+// Makes inBytes the contents of the file at inPath, which need not exist: whoever opens it sees the old
+// contents or the new, also after the machine has failed on the way. An existing file's permissions stay. On
+// failure the old contents stay, and nothing is left behind.
+OSStatus ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes);
+
+// The first bytes of contents that tell where the others lie, so that these can lie elsewhere for a while.
+struct MovableHead {
+    // Few, so that the system writes them at once; 0: nothing can be moved.
+    static constexpr std::size_t kMostBytes = 64;
+    std::size_t byteCount = 0;
+    // Makes them tell of the others inDistanceBytes further on.
+    void (*move)(UInt8* ioHead, UInt32 inDistanceBytes) = nullptr;
+};
+
+// Makes inBytes the contents of the file open for writing as inDescriptor, which stays the same file for all
+// who have a reference or link to it. Nothing has changed when there is no room, or when somebody else is
+// overwriting it (fBsyErr). With a head the file holds the old contents or the new at every moment, also
+// after the machine has failed on the way; for that time it is longer by both, and it may stay so, with the
+// head moved. Without one, or beyond 4 GiB, contents are neither the old nor the new when the device fails on
+// the way.
+OSStatus OverwriteFile(int inDescriptor, const std::vector<UInt8>& inBytes, const MovableHead& inHead = {});
+
+}  // namespace toolbox::os

@@ -1,0 +1,172 @@
+#include "places/NodeTable.h"
+
+#include <algorithm>
+
+namespace toolbox::files {
+
+namespace {
+
+// Allotted ids start far above the inodes of most volumes, so that they seldom take one away.
+constexpr NodeID kFirstAllottedID = 0x80000000;
+constexpr std::size_t kInitialBuckets = 64;
+
+}  // namespace
+
+NodeTable& NodeTable::Shared() {
+    // Never destroyed: references are used by other objects' destructors at exit.
+    static NodeTable& table = *new NodeTable;
+    return table;
+}
+
+NodeTable::NodeTable()
+    : mByIdentity(kInitialBuckets, IndexHash{&mNodes}, IndexEqual{&mNodes}),
+      mNextAllottedID(kFirstAllottedID) {}
+
+std::size_t NodeTable::KeyHash::operator()(const Key& inKey) const noexcept {
+    std::uint64_t hash = inKey.number * 0x9E3779B97F4A7C15u + inKey.device;
+    hash ^= hash >> 32;
+    return static_cast<std::size_t>(hash * 0xD6E8FEB86659FD93u);
+}
+
+NodeTable::Index NodeTable::FindKey(const Key& inKey) const {
+    const auto found = mByIdentity.find(inKey);
+    return found == mByIdentity.end() ? kNone : *found;
+}
+
+NodeTable::Index NodeTable::FindItem(const os::ItemIdentity& inItem) const {
+    const Index index = FindKey(KeyOf(inItem));
+    return index != kNone && mNodes[index].identity.IsSameItem(inItem) ? index : kNone;
+}
+
+// Hints never form a circle: the steps recorded together are a path down from the root and no item is twice
+// among them, so every node recorded leads to the root afterwards, and so does every other node, whose hints
+// end in them or are as they were.
+NodeID NodeTable::Record(const std::vector<PathStep>& inPath) {
+    const std::lock_guard lock(mMutex);
+    std::vector<Index> chain;
+    chain.reserve(inPath.size());
+    std::uint64_t parentDevice = 0;
+    for (const PathStep& step : inPath) {
+        // A folder mounted somewhere beneath itself: the short way leads there as well.
+        const Index known = FindKey(KeyOf(step.identity));
+        const auto earlier = std::find(chain.begin(), chain.end(), known);
+        if (known != kNone && earlier != chain.end()) {
+            chain.erase(earlier + 1, chain.end());
+        } else {
+            const Index parent = chain.empty() ? kNone : chain.back();
+            const bool isVolumeRoot =
+                step.isFolder && (chain.empty() || step.identity.device != parentDevice);
+            chain.push_back(RecordStep(step, parent, isVolumeRoot));
+        }
+        parentDevice = step.identity.device;
+    }
+    return mNodes[chain.back()].nodeID;
+}
+
+NodeTable::Index NodeTable::RecordStep(const PathStep& inStep, Index inParent, bool inIsVolumeRoot) {
+    const Index index = FindKey(KeyOf(inStep.identity));
+    if (index == kNone) return AddNode(inStep, inParent, inIsVolumeRoot);
+    Node& node = mNodes[index];
+    if (node.name != inStep.name) node.name.assign(inStep.name);
+    node.parent = inParent;
+    if (inStep.identity.birthNanos != 0) node.identity.birthNanos = inStep.identity.birthNanos;
+    return index;
+}
+
+NodeTable::Index NodeTable::AddNode(const PathStep& inStep, Index inParent, bool inIsVolumeRoot) {
+    const Index index = static_cast<Index>(mNodes.size());
+    const NodeID nodeID = ChooseID(inStep.identity, inIsVolumeRoot);
+    const bool isAllotted = nodeID != inStep.identity.inode;
+    const Key idKey{inStep.identity.device, nodeID};
+    mNodes.push_back({inStep.identity, nodeID, inParent, std::string(inStep.name)});
+    try {
+        if (isAllotted) mByAllottedID.emplace(idKey, index);
+        mByIdentity.insert(index);
+    } catch (...) {
+        if (isAllotted) mByAllottedID.erase(idKey);
+        mNodes.pop_back();
+        throw;
+    }
+    return index;
+}
+
+NodeID NodeTable::ChooseID(const os::ItemIdentity& inItem, bool inIsVolumeRoot) {
+    if (inIsVolumeRoot && !IsTaken(inItem.device, kRootID)) return kRootID;
+    if (inItem.inode >= kFirstOrdinaryID && inItem.inode <= UINT32_MAX) {
+        const NodeID sameAsInode = static_cast<NodeID>(inItem.inode);
+        if (!IsTaken(inItem.device, sameAsInode)) return sameAsInode;
+    }
+    while (IsTaken(inItem.device, mNextAllottedID))
+        mNextAllottedID = std::max(mNextAllottedID + 1, kFirstOrdinaryID);
+    const NodeID allotted = mNextAllottedID;
+    mNextAllottedID = std::max(mNextAllottedID + 1, kFirstOrdinaryID);
+    return allotted;
+}
+
+NodeTable::Index NodeTable::FindIndexOfID(std::uint64_t inDevice, NodeID inID) const {
+    const Key key{inDevice, inID};
+    const auto allotted = mByAllottedID.find(key);
+    if (allotted != mByAllottedID.end()) return allotted->second;
+    const Index sameInode = FindKey(key);
+    return sameInode != kNone && mNodes[sameInode].nodeID == inID ? sameInode : kNone;
+}
+
+bool NodeTable::IsTaken(std::uint64_t inDevice, NodeID inID) const {
+    return FindIndexOfID(inDevice, inID) != kNone;
+}
+
+bool NodeTable::FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& outItem) const {
+    const std::lock_guard lock(mMutex);
+    const Index index = FindIndexOfID(inDevice, inID);
+    if (index == kNone) return false;
+    outItem = mNodes[index].identity;
+    return true;
+}
+
+void NodeTable::Rename(const os::ItemIdentity& inItem, std::string_view inName) {
+    const std::lock_guard lock(mMutex);
+    const Index index = FindItem(inItem);
+    if (index != kNone) mNodes[index].name.assign(inName);
+}
+
+bool NodeTable::GetFacts(const os::ItemIdentity& inItem, NodeFacts& outFacts) const {
+    const std::lock_guard lock(mMutex);
+    const Index index = FindItem(inItem);
+    if (index == kNone) return false;
+    const Node& node = mNodes[index];
+    outFacts.nodeID = node.nodeID;
+    outFacts.name = node.name;
+    outFacts.hasParent = node.parent != kNone;
+    outFacts.parent = outFacts.hasParent ? mNodes[node.parent].identity : os::ItemIdentity();
+    outFacts.parentID =
+        node.nodeID == kRootID || !outFacts.hasParent ? kRootParentID : mNodes[node.parent].nodeID;
+    return true;
+}
+
+bool NodeTable::GetPath(const os::ItemIdentity& inItem, std::string& outPath) const {
+    const std::lock_guard lock(mMutex);
+    const Index item = FindItem(inItem);
+    if (item == kNone) return false;
+    std::size_t byteCount = 0;
+    for (Index at = item; mNodes[at].parent != kNone; at = mNodes[at].parent)
+        byteCount += 1 + mNodes[at].name.size();
+    if (byteCount == 0) {
+        outPath = "/";
+        return true;
+    }
+    outPath.assign(byteCount, '/');
+    for (Index at = item; mNodes[at].parent != kNone; at = mNodes[at].parent) {
+        const std::string& name = mNodes[at].name;
+        byteCount -= name.size();
+        outPath.replace(byteCount, name.size(), name);
+        byteCount -= 1;
+    }
+    return true;
+}
+
+std::size_t NodeTable::Count() const {
+    const std::lock_guard lock(mMutex);
+    return mNodes.size();
+}
+
+}  // namespace toolbox::files

@@ -1,0 +1,251 @@
+#include <toolbox/CatalogInfo.h>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include "CatalogTest.h"
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
+
+namespace {
+
+using namespace test_files;
+
+constexpr FSCatalogInfoBitmap kAll = kFSCatInfoNodeFlags | kFSCatInfoVolume | kFSCatInfoParentDirID |
+                                     kFSCatInfoNodeID | kFSCatInfoContentMod | kFSCatInfoAttrMod |
+                                     kFSCatInfoAccessDate | kFSCatInfoPermissions | kFSCatInfoDataSizes;
+
+struct stat StatusOf(const std::string& inPath) {
+    struct stat status = {};
+    EXPECT_EQ(0, stat(inPath.c_str(), &status));
+    return status;
+}
+
+std::u16string TextOf(const HFSUniStr255& inName) {
+    return std::u16string(inName.unicode, inName.unicode + inName.length);
+}
+
+UInt64 SecondsOf(const UTCDateTime& inDate) {
+    return UInt64{inDate.highSeconds} << 32 | inDate.lowSeconds;
+}
+
+class CatalogInfoTest : public CatalogTest {
+  protected:
+    static OSErr SetMode(const std::string& inPath, UInt16 inMode) {
+        const FSRef ref = RefOf(inPath);
+        FSCatalogInfo info = {};
+        info.permissions.mode = inMode;
+        return FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info);
+    }
+};
+
+TEST_F(CatalogInfoTest, FileAndFolder) {
+    const std::string file = mFolder.MakeFile("file", "12345");
+    const FSCatalogInfo info = InfoOf(file, kAll);
+    const FSCatalogInfo folder = InfoOf(mFolder.Path(), kAll);
+    EXPECT_EQ(0, info.nodeFlags);
+    EXPECT_EQ(kFSNodeIsDirectoryMask, folder.nodeFlags);
+    EXPECT_EQ(folder.nodeID, info.parentDirID);
+    EXPECT_NE(folder.nodeID, info.nodeID);
+    EXPECT_EQ(folder.volume, info.volume);
+    EXPECT_LT(info.volume, 0);
+    EXPECT_EQ(5U, info.dataLogicalSize);
+    EXPECT_EQ(static_cast<UInt64>(StatusOf(file).st_blocks) * 512, info.dataPhysicalSize);
+    EXPECT_EQ(0U, folder.dataLogicalSize);
+    EXPECT_EQ(0U, folder.dataPhysicalSize);
+}
+
+TEST_F(CatalogInfoTest, RootFolder) {
+    const FSCatalogInfo info = InfoOf("/", kAll);
+    EXPECT_EQ(2U, info.nodeID);
+    EXPECT_EQ(1U, info.parentDirID);
+    const FSRef root = RefOf("/");
+    FSRef parent;
+    std::memset(&parent, 0xEE, sizeof parent);
+    HFSUniStr255 name;
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&root, kFSCatInfoNone, nullptr, &name, nullptr, &parent));
+    EXPECT_EQ(FSRef().hidden[0], parent.hidden[0]);
+    for (const UInt8 byte : parent.hidden)
+        EXPECT_EQ(0, byte);
+    EXPECT_EQ(u"/", TextOf(name));
+}
+
+TEST_F(CatalogInfoTest, NameAndParent) {
+    const std::string path = mFolder.MakeFile("a:b \xC3\xA9 \xFF");
+    const FSRef ref = RefOf(path);
+    HFSUniStr255 name;
+    FSRef parent = {};
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &name, nullptr, &parent));
+    EXPECT_EQ(u"a/b \u00E9 \uF7FF", TextOf(name));
+    EXPECT_EQ(mFolder.Path(), PathOf(parent));
+    std::filesystem::rename(path, mFolder / "other");
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &name, nullptr, nullptr));
+    EXPECT_EQ(u"other", TextOf(name));
+}
+
+TEST_F(CatalogInfoTest, LongestName) {
+    const FSRef ref = RefOf(mFolder.MakeFile(std::string(255, 'n')));
+    HFSUniStr255 name;
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &name, nullptr, nullptr));
+    EXPECT_EQ(std::u16string(255, u'n'), TextOf(name));
+}
+
+TEST_F(CatalogInfoTest, Permissions) {
+    const std::string path = mFolder.MakeFile("file");
+    ASSERT_EQ(0, chmod(path.c_str(), 04751));
+    FSCatalogInfo info = InfoOf(path, kFSCatInfoPermissions);
+    EXPECT_EQ(0104751, info.permissions.mode) << "with the bits of the kind";
+    EXPECT_EQ(getuid(), info.permissions.userID);
+    EXPECT_EQ(StatusOf(path).st_gid, info.permissions.groupID);
+    EXPECT_EQ(7, info.permissions.userAccess);
+    ASSERT_EQ(0, chmod(path.c_str(), 0644));
+    info = InfoOf(path, kFSCatInfoPermissions);
+    EXPECT_EQ(6, info.permissions.userAccess);
+    EXPECT_EQ(040000, InfoOf(mFolder.Path(), kFSCatInfoPermissions).permissions.mode & 0170000);
+}
+
+TEST_F(CatalogInfoTest, Dates) {
+    const std::string path = mFolder.MakeFile("file");
+    const timespec times[] = {{0, 500'000'000}, {1'000'000'000, 250'000'000}};
+    ASSERT_EQ(0, utimensat(AT_FDCWD, path.c_str(), times, 0));
+    const FSCatalogInfo info = InfoOf(path, kFSCatInfoContentMod | kFSCatInfoAccessDate | kFSCatInfoAttrMod);
+    EXPECT_EQ(2'082'844'800U, SecondsOf(info.accessDate));
+    EXPECT_EQ(0x8000, info.accessDate.fraction);
+    EXPECT_EQ(3'082'844'800U, SecondsOf(info.contentModDate));
+    EXPECT_EQ(0x4000, info.contentModDate.fraction);
+    EXPECT_EQ(2'082'844'800U + static_cast<UInt64>(StatusOf(path).st_ctime),
+              SecondsOf(info.attributeModDate));
+    const timespec late[] = {{0, 0}, {5'000'000'000, 0}};
+    ASSERT_EQ(0, utimensat(AT_FDCWD, path.c_str(), late, 0));
+    // What the file system keeps of it; most keep it all.
+    EXPECT_EQ(2'082'844'800U + static_cast<UInt64>(StatusOf(path).st_mtime),
+              SecondsOf(InfoOf(path, kFSCatInfoContentMod).contentModDate));
+}
+
+TEST_F(CatalogInfoTest, OnlyWhatIsAskedFor) {
+    const FSRef ref = RefOf(mFolder.MakeFile("file"));
+    FSCatalogInfo untouched;
+    std::memset(&untouched, 0xEE, sizeof untouched);
+    FSCatalogInfo info = untouched;
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, &info, nullptr, nullptr, nullptr));
+    EXPECT_EQ(0, std::memcmp(&untouched, &info, sizeof info));
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr));
+    EXPECT_NE(untouched.nodeID, info.nodeID);
+    info.nodeID = untouched.nodeID;
+    EXPECT_EQ(0, std::memcmp(&untouched, &info, sizeof info));
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, nullptr, nullptr));
+}
+
+TEST_F(CatalogInfoTest, SetPermissions) {
+    const std::string path = mFolder.MakeFile("file");
+    EXPECT_EQ(noErr, SetMode(path, 0600));
+    EXPECT_EQ(0100600U, StatusOf(path).st_mode);
+    EXPECT_EQ(noErr, SetMode(path, 0040755)) << "the kind stays";
+    EXPECT_EQ(0100755U, StatusOf(path).st_mode);
+    EXPECT_EQ(noErr, SetMode(mFolder.MakeFolder("folder"), 01777));
+    EXPECT_EQ(0041777U, StatusOf(mFolder / "folder").st_mode);
+}
+
+TEST_F(CatalogInfoTest, SetNothing) {
+    const std::string path = mFolder.MakeFile("file");
+    const FSRef ref = RefOf(path);
+    const mode_t before = StatusOf(path).st_mode;
+    const FSCatalogInfo info = {};
+    EXPECT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoNone, &info));
+    EXPECT_EQ(before, StatusOf(path).st_mode);
+}
+
+TEST_F(CatalogInfoTest, AnotherUsersItem) {
+    const std::string path = mFolder.MakeFile("file");
+    const toolbox::os::FileCalls saved = toolbox::os::CallsForTesting();
+    toolbox::os::CallsForTesting().changeMode = [](const char*, mode_t) { return errno = EPERM, -1; };
+    EXPECT_EQ(permErr, SetMode(path, 0600));
+    toolbox::os::CallsForTesting() = saved;
+}
+
+TEST_F(CatalogInfoTest, BadArguments) {
+    const std::string path = mFolder.MakeFile("file");
+    const FSRef ref = RefOf(path);
+    FSCatalogInfo info = {};
+    EXPECT_EQ(paramErr, FSGetCatalogInfo(nullptr, kFSCatInfoNone, &info, nullptr, nullptr, nullptr));
+    EXPECT_EQ(paramErr, FSGetCatalogInfo(&ref, kFSCatInfoNodeID, nullptr, nullptr, nullptr, nullptr));
+    for (int bit = 0; bit < 32; ++bit) {
+        const FSCatalogInfoBitmap which = FSCatalogInfoBitmap{1} << bit;
+        EXPECT_EQ((which & kAll) != 0 ? noErr : paramErr,
+                  FSGetCatalogInfo(&ref, which, &info, nullptr, nullptr, nullptr))
+            << bit;
+        if (which == kFSCatInfoPermissions) continue;
+        EXPECT_EQ(paramErr, FSSetCatalogInfo(&ref, which, &info)) << bit;
+    }
+    EXPECT_EQ(paramErr, FSSetCatalogInfo(nullptr, kFSCatInfoPermissions, &info));
+    EXPECT_EQ(paramErr, FSSetCatalogInfo(&ref, kFSCatInfoPermissions, nullptr));
+    FSRef none = {};
+    EXPECT_EQ(errFSBadFSRef, FSGetCatalogInfo(&none, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr));
+    EXPECT_EQ(errFSBadFSRef, FSSetCatalogInfo(&none, kFSCatInfoPermissions, &info));
+    std::filesystem::remove(path);
+    EXPECT_EQ(fnfErr, FSGetCatalogInfo(&ref, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr));
+    EXPECT_EQ(fnfErr, FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info));
+}
+
+// What is untouched on failure.
+struct Outputs {
+    FSCatalogInfo info;
+    HFSUniStr255 name;
+    FSSpec spec;
+    FSRef parent;
+};
+
+Outputs Untouched() {
+    Outputs outputs;
+    std::memset(&outputs, 0xEE, sizeof outputs);
+    return outputs;
+}
+
+OSErr GetAll(const FSRef& inRef, Outputs& outOutputs) {
+    return FSGetCatalogInfo(&inRef, kAll, &outOutputs.info, &outOutputs.name, &outOutputs.spec,
+                            &outOutputs.parent);
+}
+
+TEST_F(CatalogInfoTest, EveryCallFails) {
+    const FSRef ref = RefOf(mFolder.MakeFile("file"));
+    const Outputs untouched = Untouched();
+    for (int failing = 1;; ++failing) {
+        Outputs outputs = untouched;
+        const FailingCalls failure(failing, EIO, FailingCalls::kForever);
+        const OSErr error = GetAll(ref, outputs);
+        if (!failure.Delivered()) {
+            EXPECT_EQ(noErr, error);
+            break;
+        }
+        // A folder above that does not answer ends the search for the volume's topmost one.
+        if (error == noErr) continue;
+        EXPECT_EQ(ioErr, error) << failing;
+        EXPECT_EQ(0, std::memcmp(&untouched, &outputs, sizeof outputs)) << failing;
+    }
+}
+
+TEST_F(CatalogInfoTest, MemoryFails) {
+    const FSRef ref = RefOf(mFolder.MakeFile(std::string(100, 'n')));
+    const Outputs untouched = Untouched();
+    for (int failing = 1;; ++failing) {
+        Outputs outputs = untouched;
+        OSErr error = noErr;
+        bool delivered = false;
+        {
+            const FailingNew failure(failing);
+            error = GetAll(ref, outputs);
+            delivered = failure.Delivered();
+        }
+        EXPECT_EQ(delivered ? memFullErr : noErr, error) << failing;
+        if (!delivered) break;
+        EXPECT_EQ(0, std::memcmp(&untouched, &outputs, sizeof outputs)) << failing;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,231 @@
+#include <toolbox/FileSpecs.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include "CatalogTest.h"
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
+
+namespace {
+
+using namespace test_files;
+
+class FileSpecsTest : public CatalogTest {
+  protected:
+    // Both volume and folder of the test's own folder.
+    OSErr Make(std::string_view inName, FSSpec& outSpec) const {
+        const FSSpec here = Here("");
+        return FSMakeFSSpec(here.vRefNum, here.parID, PascalName(inName), &outSpec);
+    }
+};
+
+TEST_F(FileSpecsTest, ThereAndBack) {
+    const std::string names[] = {"plain.txt", "caf\xC3\xA9", "\xF0\x9F\x98\x80",  "a b",
+                                 "x:y",       "#1A",         std::string(31, 'n')};
+    for (const std::string& name : names) {
+        const std::string path = mFolder.MakeFile(name);
+        const FSSpec spec = SpecOf(path);
+        EXPECT_EQ(path, PathOfSpec(spec));
+        EXPECT_EQ(+Here("").parID, +spec.parID);
+        EXPECT_EQ(Here("").vRefNum, spec.vRefNum);
+        EXPECT_LT(spec.vRefNum, 0);
+    }
+    EXPECT_EQ("x/y", NameOf(SpecOf(mFolder / "x:y")));
+}
+
+TEST_F(FileSpecsTest, NamesThatDoNotFit) {
+    const std::string names[] = {std::string(32, 'n'), std::string(200, 'n') + ".jpeg",
+                                 std::string(200, 'n') + ".html",
+                                 std::string(80, 'n') + "\xC3\xA9" + std::string(80, 'n'),
+                                 "not\xFF" + std::string(1, '\xFE') + "utf-8"};
+    for (const std::string& name : names) {
+        const std::string path = mFolder.MakeFile(name);
+        const FSSpec spec = SpecOf(path);
+        EXPECT_LE(spec.name[0], 31);
+        EXPECT_EQ(path, PathOfSpec(spec));
+        FSSpec again = {};
+        EXPECT_EQ(noErr, FSMakeFSSpec(spec.vRefNum, spec.parID, spec.name, &again));
+        EXPECT_EQ(0, std::memcmp(&spec, &again, sizeof spec));
+    }
+}
+
+TEST_F(FileSpecsTest, ANodesNameIsGoodWhileTheItemIsThere) {
+    const std::string path = mFolder.MakeFile(std::string(40, 'n') + ".txt");
+    const FSSpec spec = SpecOf(path);
+    std::filesystem::rename(path, mFolder / (std::string(41, 'n') + ".txt"));
+    EXPECT_EQ(mFolder / (std::string(41, 'n') + ".txt"), PathOfSpec(spec)) << "begins and ends as before";
+    const std::string folder = mFolder.MakeFolder("folder");
+    std::filesystem::rename(mFolder / (std::string(41, 'n') + ".txt"),
+                            folder + "/" + std::string(41, 'n') + ".txt");
+    EXPECT_EQ("status -43", PathOfSpec(spec)) << "moved";
+    FSSpec other = spec;
+    ++other.name[other.name[0] - 4];  // another node
+    EXPECT_EQ("status -43", PathOfSpec(other));
+}
+
+TEST_F(FileSpecsTest, SearchWithoutRegardToCaseAndForm) {
+    const std::string path = mFolder.MakeFile("Caf\xC3\xA9.TXT");
+    EXPECT_EQ(path, PathOfSpec(Here("cAFE\xCC\x81.txt")));
+    const std::string exact = mFolder.MakeFile("caf\xC3\xA9.txt");
+    EXPECT_EQ(exact, PathOfSpec(Here("caf\xC3\xA9.txt"))) << "the exact one first";
+    FSSpec spec = {};
+    EXPECT_EQ(noErr, Make("CAFE\xCC\x81.TXT", spec));
+    EXPECT_TRUE(NameOf(spec) == "Caf\xC3\xA9.TXT" || NameOf(spec) == "caf\xC3\xA9.txt") << "as on disk";
+}
+
+TEST_F(FileSpecsTest, Folders) {
+    const std::string path = mFolder.MakeFolder("folder");
+    EXPECT_EQ("folder", NameOf(SpecOf(path)));
+    const FSCatalogInfo info = InfoOf(path, kFSCatInfoNodeID | kFSCatInfoVolume);
+    const FSSpec byID = {info.volume, static_cast<SInt32>(info.nodeID), {}};
+    EXPECT_EQ(path, PathOfSpec(byID));
+    FSSpec spec = {};
+    EXPECT_EQ(noErr, FSMakeFSSpec(info.volume, byID.parID, nullptr, &spec));
+    EXPECT_EQ("folder", NameOf(spec));
+    EXPECT_EQ(+Here("").parID, +spec.parID);
+}
+
+TEST_F(FileSpecsTest, RootFolder) {
+    const FSSpec root = SpecOf("/");
+    EXPECT_EQ(fsRtParID, +root.parID);
+    EXPECT_EQ("/", NameOf(root));
+    EXPECT_EQ("/", PathOfSpec(root));
+    for (const SInt32 id : {SInt32{fsRtDirID}, SInt32{0}}) {
+        const FSSpec byID = {0, id, {}};
+        EXPECT_EQ("/", PathOfSpec(byID)) << "volume 0 is the first one";
+    }
+    const FSSpec wrongName = {root.vRefNum, fsRtParID, "\3usr"};
+    EXPECT_EQ("status -43", PathOfSpec(wrongName));
+    const FSSpec noName = {root.vRefNum, fsRtParID, {}};
+    EXPECT_EQ("status -120", PathOfSpec(noName));
+    FSSpec spec = {};
+    EXPECT_EQ(noErr, FSMakeFSSpec(0, 0, nullptr, &spec));
+    EXPECT_EQ(0, std::memcmp(&root, &spec, sizeof spec));
+    EXPECT_EQ(noErr, FSMakeFSSpec(root.vRefNum, fsRtParID, root.name, &spec));
+    EXPECT_EQ(fnfErr, FSMakeFSSpec(root.vRefNum, fsRtParID, wrongName.name, &spec));
+}
+
+TEST_F(FileSpecsTest, ItemThatMayBeMade) {
+    FSSpec spec = {};
+    EXPECT_EQ(fnfErr, Make("new", spec));
+    EXPECT_EQ("new", NameOf(spec));
+    EXPECT_EQ(+Here("").parID, +spec.parID);
+    EXPECT_EQ(Here("").vRefNum, spec.vRefNum);
+    EXPECT_EQ("status -43", PathOfSpec(spec));
+    mFolder.MakeFile("new");
+    EXPECT_EQ(mFolder / "new", PathOfSpec(spec));
+}
+
+TEST_F(FileSpecsTest, ZeroBecomesWhatItMeans) {
+    FSSpec spec = {};
+    EXPECT_EQ(fnfErr, FSMakeFSSpec(0, 0, PascalName("no such item here"), &spec));
+    EXPECT_EQ(fsRtDirID, +spec.parID);
+    EXPECT_EQ(SpecOf("/").vRefNum, spec.vRefNum);
+}
+
+TEST_F(FileSpecsTest, NoVolumeOrFolder) {
+    const FSSpec here = Here("");
+    FSSpec spec = {7, 7, "\1x"};
+    const FSSpec untouched = spec;
+    EXPECT_EQ(nsvErr, FSMakeFSSpec(-30000, here.parID, PascalName("n"), &spec));
+    EXPECT_EQ(nsvErr, FSMakeFSSpec(1, here.parID, PascalName("n"), &spec));
+    EXPECT_EQ(dirNFErr, FSMakeFSSpec(here.vRefNum, 15, PascalName("n"), &spec));
+    const std::string file = mFolder.MakeFile("file");
+    const auto fileID = static_cast<SInt32>(InfoOf(file, kFSCatInfoNodeID).nodeID);
+    EXPECT_EQ(dirNFErr, FSMakeFSSpec(here.vRefNum, fileID, PascalName("n"), &spec)) << "no folder";
+    const std::string folder = mFolder.MakeFolder("folder");
+    const auto folderID = static_cast<SInt32>(InfoOf(folder, kFSCatInfoNodeID).nodeID);
+    std::filesystem::remove(folder);
+    EXPECT_EQ(dirNFErr, FSMakeFSSpec(here.vRefNum, folderID, PascalName("n"), &spec)) << "gone";
+    EXPECT_EQ(0, std::memcmp(&untouched, &spec, sizeof spec));
+}
+
+TEST_F(FileSpecsTest, BadNames) {
+    FSSpec spec = {7, 7, "\1x"};
+    const FSSpec untouched = spec;
+    const std::string names[] = {std::string(32, 'n'),
+                                 std::string(63, 'n'),
+                                 std::string(255, 'n'),
+                                 ".",
+                                 "..",
+                                 std::string("a\0b", 3),
+                                 std::string("\xFF"),
+                                 "a\xC3"};
+    for (const std::string& name : names)
+        EXPECT_EQ(bdNamErr, Make(name, spec)) << name;
+    EXPECT_EQ(0, std::memcmp(&untouched, &spec, sizeof spec));
+    FSSpec tooLong = Here(std::string(32, 'n'));
+    EXPECT_EQ("status -37", PathOfSpec(tooLong));
+    tooLong.name[0] = 255;
+    EXPECT_EQ("status -37", PathOfSpec(tooLong)) << "more than the record holds";
+    EXPECT_EQ(fnfErr, Make("a:b", spec)) << "a name with \"/\" on disk cannot be, one with \":\" can";
+}
+
+TEST_F(FileSpecsTest, Links) {
+    const std::string path = mFolder.MakeFile("file");
+    std::filesystem::create_symlink(path, mFolder / "link");
+    EXPECT_EQ(path, PathOfSpec(Here("link")));
+    std::filesystem::create_symlink(mFolder / "none", mFolder / "dangling");
+    EXPECT_EQ("status -43", PathOfSpec(Here("dangling")));
+}
+
+TEST_F(FileSpecsTest, NullArguments) {
+    FSRef ref = {};
+    const FSSpec spec = Here("");
+    EXPECT_EQ(paramErr, FSpMakeFSRef(nullptr, &ref));
+    EXPECT_EQ(paramErr, FSpMakeFSRef(&spec, nullptr));
+    EXPECT_EQ(paramErr, FSMakeFSSpec(0, 0, nullptr, nullptr));
+}
+
+TEST_F(FileSpecsTest, EveryCallFails) {
+    const std::string name = std::string(40, 'n') + ".txt";
+    const FSSpec spec = SpecOf(mFolder.MakeFile(name));
+    const std::size_t descriptors = OpenDescriptorCount();
+    for (int failing = 1;; ++failing) {
+        FSRef ref = {};
+        FSSpec again = {};
+        OSErr refError = noErr;
+        bool delivered = false;
+        {
+            const FailingCalls failure(failing, EIO, FailingCalls::kForever);
+            refError = FSpMakeFSRef(&spec, &ref);
+            FSMakeFSSpec(spec.vRefNum, spec.parID, spec.name, &again);
+            delivered = failure.Delivered();
+        }
+        EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
+        // A folder that does not answer after a name was not found in it counts as missing.
+        EXPECT_TRUE(refError == noErr || refError == ioErr || refError == dirNFErr)
+            << failing << ": " << refError;
+        if (!delivered) {
+            EXPECT_EQ(noErr, refError);
+            break;
+        }
+    }
+}
+
+TEST_F(FileSpecsTest, MemoryFails) {
+    const FSSpec spec = SpecOf(mFolder.MakeFile(std::string(40, 'n') + ".txt"));
+    const std::size_t descriptors = OpenDescriptorCount();
+    for (int failing = 1;; ++failing) {
+        FSRef ref = {};
+        FSSpec again = {7, 7, "\1x"};
+        OSErr error = noErr;
+        bool delivered = false;
+        {
+            const FailingNew failure(failing);
+            error = FSpMakeFSRef(&spec, &ref);
+            if (error == noErr) error = FSMakeFSSpec(spec.vRefNum, spec.parID, spec.name, &again);
+            delivered = failure.Delivered();
+        }
+        EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
+        EXPECT_EQ(delivered ? memFullErr : noErr, error) << failing;
+        EXPECT_EQ(delivered ? 7 : spec.vRefNum, again.vRefNum) << failing << ": untouched on failure";
+        if (!delivered) break;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,154 @@
+#include "catalogue/MountedVolumes.h"
+
+#include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
+#include "support/TemporaryFolder.h"
+#include "catalogue/Volumes.h"
+
+namespace {
+
+using namespace toolbox::files;
+using namespace toolbox::os;
+using test_files::FailingCalls;
+using Folders = std::vector<std::string>;
+
+TEST(MountFolders, Table) {
+    EXPECT_EQ(Folders(), MountFolders(""));
+    EXPECT_EQ((Folders{"/", "/proc", "/with space\\and\ttab\n"}),
+              MountFolders("22 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
+                           "23 22 0:5 / /proc rw - proc proc rw\n"
+                           "24 22 8:2 / /with\\040space\\134and\\011tab\\012 rw - ext4 /dev/sda2 rw"));
+}
+
+TEST(MountFolders, WhatMakesNoSense) {
+    EXPECT_EQ(Folders(), MountFolders("\n\n1 2 3 4\nwords but no folder here\n"));
+    EXPECT_EQ((Folders{"/\\04", "/\\999", "/\\"}),
+              MountFolders("1 2 3 4 /\\04\n1 2 3 4 /\\999\n1 2 3 4 /\\"));
+}
+
+class MountedVolumesTest : public testing::Test {
+  protected:
+    ~MountedVolumesTest() override { CallsForTesting() = mSaved; }
+
+    FileCalls mSaved = CallsForTesting();
+};
+
+TEST_F(MountedVolumesTest, TheFirstIsTheRootFolders) {
+    std::vector<SInt16> volumes;
+    ASSERT_EQ(noErr, ListVolumes(volumes));
+    ASSERT_FALSE(volumes.empty());
+    EXPECT_EQ(kBootVolume, volumes[0]);
+    std::vector<SInt16> sorted = volumes;
+    std::sort(sorted.begin(), sorted.end());
+    EXPECT_EQ(sorted.end(), std::adjacent_find(sorted.begin(), sorted.end())) << "none is twice";
+    for (const SInt16 number : volumes) {
+        Volume volume;
+        EXPECT_EQ(noErr, GetVolume(number, volume)) << number;
+        EXPECT_NE("/proc", volume.rootPath);
+        EXPECT_NE("/sys", volume.rootPath);
+        VolumeFacts facts;
+        EXPECT_EQ(noErr, GetVolumeFacts(number, facts)) << volume.rootPath;
+        EXPECT_GT(facts.blockCount, 0U) << volume.rootPath;
+        EXPECT_LE(facts.freeBlockCount, facts.blockCount);
+    }
+}
+
+TEST_F(MountedVolumesTest, Facts) {
+    CallsForTesting().statVolume = [](const char* inPath, struct statvfs* outStatus) {
+        EXPECT_STREQ("/", inPath);
+        *outStatus = {};
+        outStatus->f_frsize = 4096;
+        outStatus->f_blocks = 1000;
+        outStatus->f_bfree = 900;
+        outStatus->f_bavail = 800;
+        outStatus->f_files = 70;
+        outStatus->f_ffree = 30;
+        outStatus->f_flag = ST_RDONLY;
+        return 0;
+    };
+    VolumeFacts facts;
+    ASSERT_EQ(noErr, GetVolumeFacts(0, facts));
+    EXPECT_EQ(4096U, facts.blockBytes);
+    EXPECT_EQ(1000U, facts.blockCount);
+    EXPECT_EQ(800U, facts.freeBlockCount) << "what is kept for the administrator does not count";
+    EXPECT_EQ(40U, facts.itemCount);
+    EXPECT_TRUE(facts.isReadOnly);
+}
+
+std::string sAskedDevice;
+
+TEST_F(MountedVolumesTest, ReadOnlyDevice) {
+    for (const char* const contents : {"1\n", "0\n", ""}) {
+        test_files::TemporaryFolder folder;
+        static std::string sFile;
+        sFile = folder.MakeFile("ro", contents);
+        CallsForTesting().openFile = [](const char* inPath, int inFlags) {
+            sAskedDevice = inPath;
+            return open(sFile.c_str(), inFlags);
+        };
+        VolumeFacts facts;
+        ASSERT_EQ(noErr, GetVolumeFacts(0, facts));
+        EXPECT_EQ(contents[0] == '1', facts.isDeviceReadOnly);
+        EXPECT_EQ(0U, sAskedDevice.find("/sys/dev/block/"));
+    }
+}
+
+TEST_F(MountedVolumesTest, NoSuchVolume) {
+    VolumeFacts facts;
+    EXPECT_EQ(nsvErr, GetVolumeFacts(1, facts));
+    EXPECT_EQ(nsvErr, GetVolumeFacts(-31000, facts));
+}
+
+TEST_F(MountedVolumesTest, EveryCallFails) {
+    const std::size_t descriptors = test_files::OpenDescriptorCount();
+    for (int failing = 1;; ++failing) {
+        std::vector<SInt16> volumes;
+        VolumeFacts facts;
+        bool delivered = false;
+        OSStatus status = noErr;
+        OSStatus factsStatus = noErr;
+        {
+            const FailingCalls failure(failing, EIO, FailingCalls::kForever);
+            status = ListVolumes(volumes);
+            factsStatus = GetVolumeFacts(0, facts);
+            delivered = failure.Delivered();
+        }
+        EXPECT_TRUE(status == noErr || status == ioErr) << failing;
+        EXPECT_TRUE(factsStatus == noErr || factsStatus == ioErr) << failing;
+        EXPECT_EQ(descriptors, test_files::OpenDescriptorCount()) << failing;
+        if (!delivered) {
+            EXPECT_EQ(noErr, status);
+            EXPECT_EQ(noErr, factsStatus);
+            break;
+        }
+    }
+}
+
+TEST_F(MountedVolumesTest, ReadsAreRepeated) {
+    static int sReads;
+    sReads = 0;
+    CallsForTesting().readAt = [](int inDescriptor, void* outBytes, std::size_t inByteCount,
+                                  off_t inOffset) -> ssize_t {
+        if (++sReads % 2 == 1) return errno = EINTR, -1;
+        return pread(inDescriptor, outBytes, std::min<std::size_t>(inByteCount, 100), inOffset);
+    };
+    std::vector<SInt16> some;
+    ASSERT_EQ(noErr, ListVolumes(some));
+    CallsForTesting() = mSaved;
+    std::vector<SInt16> all;
+    ASSERT_EQ(noErr, ListVolumes(all));
+    EXPECT_EQ(all, some);
+}
+
+}  // namespace

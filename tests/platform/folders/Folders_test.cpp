@@ -1,0 +1,469 @@
+#include <toolbox/Folders.h>
+
+#include "catalogue/Catalogue.h"
+#include "folders/FolderPlaces.h"
+
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
+#include "support/TemporaryFolder.h"
+#include "support/Variables.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+using namespace toolbox::files;
+using namespace toolbox::os;
+using test_files::FailingCalls;
+using test_files::FailingNew;
+using test_files::TemporaryFolder;
+using test_files::Variables;
+
+namespace {
+
+std::string PathOf(const FSRef& inRef) {
+    char path[4096];
+    const OSStatus status = FSRefMakePath(&inRef, reinterpret_cast<UInt8*>(path), sizeof(path));
+    return status == noErr ? path : "status " + std::to_string(status);
+}
+
+// The folder's path, or the status as text.
+std::string Find(SInt16 inWhere, OSType inType, bool inMakes = false) {
+    FSRef ref = {};
+    const OSErr status = FSFindFolder(inWhere, inType, inMakes, &ref);
+    return status == noErr ? PathOf(ref) : "status " + std::to_string(status);
+}
+std::string Status(OSStatus inStatus) {
+    return "status " + std::to_string(inStatus);
+}
+
+mode_t ModeOf(const std::string& inPath) {
+    struct stat status = {};
+    EXPECT_EQ(0, ::stat(inPath.c_str(), &status));
+    return status.st_mode & 07777;
+}
+
+std::string FolderOfThisProgram() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
+}
+
+// A volume that is a folder of the test's: places are told by device alone.
+Volume VolumeAt(const std::string& inRootPath) {
+    FoundItem item;
+    EXPECT_EQ(noErr, FindByPath(inRootPath.c_str(), item));
+    return {item.status.identity.device + 1, inRootPath};
+}
+
+std::vector<std::string> PathsOf(const std::vector<Place>& inPlaces) {
+    std::vector<std::string> paths;
+    for (const Place& place : inPlaces)
+        paths.push_back(place.path);
+    return paths;
+}
+
+struct Row {
+    OSType type;
+    const char* path;  // in the home folder
+};
+constexpr Row kUserRows[] = {
+    {kDesktopFolderType, "Desktop"},
+    {kDocumentsFolderType, "Documents"},
+    {kDownloadsFolderType, "Downloads"},
+    {kMovieDocumentsFolderType, "Videos"},
+    {kPictureDocumentsFolderType, "Pictures"},
+    {kPublicFolderType, "Public"},
+    {kMusicDocumentsFolderType, "Music"},
+    {kApplicationSupportFolderType, ".local/share"},
+    {kPreferencesFolderType, ".config"},
+    {kCachedDataFolderType, ".cache"},
+    {kLogsFolderType, ".local/state"},
+    {kFontsFolderType, ".local/share/fonts"},
+    {kTrashFolderType, ".local/share/Trash/files"},
+};
+
+}  // namespace
+
+class Folders : public testing::Test {
+  protected:
+    const TemporaryFolder mHome;
+    Variables mVariables{{"HOME", mHome.Path()}};
+};
+
+TEST_F(Folders, CodesAreFourCharacters) {
+    EXPECT_EQ(FourChars("dtop"), UInt32{kDomainTopLevelFolderType});
+    EXPECT_EQ(FourChars("cusr"), UInt32{kCurrentUserFolderType});
+    EXPECT_EQ(FourChars("desk"), UInt32{kDesktopFolderType});
+    EXPECT_EQ(FourChars("docs"), UInt32{kDocumentsFolderType});
+    EXPECT_EQ(FourChars("down"), UInt32{kDownloadsFolderType});
+    EXPECT_EQ(FourChars("mdoc"), UInt32{kMovieDocumentsFolderType});
+    EXPECT_EQ(FourChars("pdoc"), UInt32{kPictureDocumentsFolderType});
+    EXPECT_EQ(FourChars("pubb"), UInt32{kPublicFolderType});
+    EXPECT_EQ(FourChars("asup"), UInt32{kApplicationSupportFolderType});
+    EXPECT_EQ(FourChars("pref"), UInt32{kPreferencesFolderType});
+    EXPECT_EQ(FourChars("cach"), UInt32{kCachedDataFolderType});
+    EXPECT_EQ(FourChars("logs"), UInt32{kLogsFolderType});
+    EXPECT_EQ(FourChars("font"), UInt32{kFontsFolderType});
+    EXPECT_EQ(FourChars("trsh"), UInt32{kTrashFolderType});
+    EXPECT_EQ(FourChars("temp"), UInt32{kTemporaryFolderType});
+    EXPECT_EQ(FourChars("fram"), UInt32{kFrameworksFolderType});
+    EXPECT_EQ(FourChars("pfrm"), UInt32{kPrivateFrameworksFolderType});
+    EXPECT_EQ(0xB5646F63U, kMusicDocumentsFolderType);
+}
+
+TEST_F(Folders, OfTheUserAreMadeOnRequest) {
+    for (const Row& row : kUserRows) {
+        EXPECT_EQ(Status(fnfErr), Find(kUserDomain, row.type)) << row.path;
+        EXPECT_FALSE(std::filesystem::exists(mHome / row.path)) << row.path;
+        EXPECT_EQ(mHome / row.path, Find(kUserDomain, row.type, true));
+        EXPECT_EQ(0700U, ModeOf(mHome / row.path)) << row.path;
+        EXPECT_EQ(mHome / row.path, Find(kUserDomain, row.type)) << "found again";
+        EXPECT_EQ(mHome / row.path, Find(kUserDomain, row.type, true)) << "made again";
+        std::filesystem::remove_all(mHome / row.path);
+    }
+}
+
+TEST_F(Folders, Home) {
+    for (const bool makes : {false, true}) {
+        EXPECT_EQ(mHome.Path(), Find(kUserDomain, kDomainTopLevelFolderType, makes));
+        EXPECT_EQ(mHome.Path(), Find(kUserDomain, kCurrentUserFolderType, makes));
+    }
+    EXPECT_EQ(mHome.Path(), Find(kOnSystemDisk, kDomainTopLevelFolderType));
+}
+
+TEST_F(Folders, VariablesAndSettings) {
+    mVariables["XDG_DATA_HOME"] = mHome / "data";
+    mVariables["XDG_CONFIG_HOME"] = mHome / "config";
+    mVariables["XDG_CACHE_HOME"] = mHome / "cache";
+    mVariables["XDG_STATE_HOME"] = mHome / "state";
+    EXPECT_EQ(mHome / "data", Find(kUserDomain, kApplicationSupportFolderType, true));
+    EXPECT_EQ(mHome / "data/fonts", Find(kUserDomain, kFontsFolderType, true));
+    EXPECT_EQ(mHome / "data/Trash/files", Find(kUserDomain, kTrashFolderType, true));
+    EXPECT_EQ(mHome / "config", Find(kUserDomain, kPreferencesFolderType, true));
+    EXPECT_EQ(mHome / "cache", Find(kUserDomain, kCachedDataFolderType, true));
+    EXPECT_EQ(mHome / "state", Find(kUserDomain, kLogsFolderType, true));
+    mHome.MakeFile(
+        "config/user-dirs.dirs",
+        "XDG_DESKTOP_DIR=\"$HOME/1\"\nXDG_DOCUMENTS_DIR=\"$HOME/2\"\nXDG_DOWNLOAD_DIR=\"$HOME/3\"\n"
+        "XDG_VIDEOS_DIR=\"$HOME/4\"\nXDG_MUSIC_DIR=\"$HOME/5\"\nXDG_PICTURES_DIR=\"$HOME/6\"\n"
+        "XDG_PUBLICSHARE_DIR=\"$HOME/7\"\n");
+    EXPECT_EQ(mHome / "1", Find(kUserDomain, kDesktopFolderType, true));
+    EXPECT_EQ(mHome / "2", Find(kUserDomain, kDocumentsFolderType, true));
+    EXPECT_EQ(mHome / "3", Find(kUserDomain, kDownloadsFolderType, true));
+    EXPECT_EQ(mHome / "4", Find(kUserDomain, kMovieDocumentsFolderType, true));
+    EXPECT_EQ(mHome / "5", Find(kUserDomain, kMusicDocumentsFolderType, true));
+    EXPECT_EQ(mHome / "6", Find(kUserDomain, kPictureDocumentsFolderType, true));
+    EXPECT_EQ(mHome / "7", Find(kUserDomain, kPublicFolderType, true));
+}
+
+TEST_F(Folders, ALinkLeadsToTheFolder) {
+    mHome.MakeFolder("elsewhere");
+    std::filesystem::create_directory_symlink("elsewhere", mHome / "Desktop");
+    EXPECT_EQ(mHome / "elsewhere", Find(kUserDomain, kDesktopFolderType));
+}
+
+TEST_F(Folders, WhenSomethingElseHasThePlace) {
+    mHome.MakeFile("Desktop");
+    std::filesystem::create_symlink("nowhere", mHome / "Music");
+    mHome.MakeFile(".local");
+    for (const bool makes : {false, true})
+        EXPECT_EQ(Status(errFSNotAFolder), Find(kUserDomain, kDesktopFolderType, makes));
+    EXPECT_EQ(Status(fnfErr), Find(kUserDomain, kMusicDocumentsFolderType));
+    EXPECT_EQ(Status(fnfErr), Find(kUserDomain, kMusicDocumentsFolderType, true));
+    EXPECT_EQ(Status(dirNFErr), Find(kUserDomain, kApplicationSupportFolderType, true));
+}
+
+TEST_F(Folders, TheTrashHasItsTwoFolders) {
+    EXPECT_EQ(mHome / ".local/share/Trash/files", Find(kOnAppropriateDisk, kTrashFolderType, true));
+    EXPECT_EQ(0700U, ModeOf(mHome / ".local/share/Trash/info"));
+}
+
+TEST_F(Folders, OfOtherDomains) {
+    struct DomainRow {
+        SInt16 domain;
+        OSType type;
+        const char* path;
+    };
+    const DomainRow rows[] = {
+        {kLocalDomain, kDomainTopLevelFolderType, "/usr/local"},
+        {kLocalDomain, kApplicationSupportFolderType, "/usr/local/share"},
+        {kLocalDomain, kPreferencesFolderType, "/etc/xdg"},
+        {kLocalDomain, kCachedDataFolderType, "/var/cache"},
+        {kLocalDomain, kLogsFolderType, "/var/log"},
+        {kLocalDomain, kFontsFolderType, "/usr/local/share/fonts"},
+        {kSystemDomain, kDomainTopLevelFolderType, "/usr"},
+        {kSystemDomain, kApplicationSupportFolderType, "/usr/share"},
+        {kSystemDomain, kFontsFolderType, "/usr/share/fonts"},
+    };
+    for (const DomainRow& row : rows) {
+        std::error_code error;
+        const auto path = std::filesystem::canonical(row.path, error);
+        EXPECT_EQ(error ? Status(fnfErr) : path.string(), Find(row.domain, row.type)) << row.path;
+    }
+}
+
+TEST_F(Folders, DomainsThatHaveNone) {
+    for (const Row& row : kUserRows) {
+        EXPECT_EQ(Status(fnfErr), Find(kNetworkDomain, row.type, true)) << row.path;
+    }
+    for (const SInt16 domain : {kLocalDomain, kSystemDomain}) {
+        EXPECT_EQ(Status(fnfErr), Find(domain, kDesktopFolderType, true));
+        EXPECT_EQ(Status(fnfErr), Find(domain, kTrashFolderType, true));
+        EXPECT_EQ(Status(fnfErr), Find(domain, kCurrentUserFolderType, true));
+    }
+    EXPECT_EQ(Status(fnfErr), Find(kSystemDomain, kPreferencesFolderType, true));
+    EXPECT_EQ(Status(fnfErr), Find(kUserDomain, kFrameworksFolderType, true));
+    EXPECT_EQ(Status(fnfErr), Find(kLocalDomain, kPrivateFrameworksFolderType, true));
+    EXPECT_EQ(Status(fnfErr), Find(kUserDomain, FourChars("none"), true));
+    EXPECT_EQ(Status(fnfErr), Find(kOnSystemDisk, FourChars("none"), true));
+    EXPECT_EQ(Status(nsvErr), Find(-31000, kDesktopFolderType, true));
+    EXPECT_EQ(Status(nsvErr), Find(1, kDesktopFolderType, true));
+    EXPECT_EQ(Status(nsvErr), Find(-32762, kDesktopFolderType, true));
+}
+
+TEST_F(Folders, WithoutAHome) {
+    mVariables["HOME"] = "";
+    auto& calls = CallsForTesting();
+    const auto realFindHome = calls.findHome;
+    calls.findHome = [](char*, std::size_t) { return ENOENT; };
+    for (const Row& row : kUserRows)
+        EXPECT_EQ(Status(fnfErr), Find(kUserDomain, row.type, true)) << row.path;
+    EXPECT_EQ(Status(fnfErr), Find(kUserDomain, kDomainTopLevelFolderType));
+    calls.findHome = realFindHome;
+}
+
+TEST_F(Folders, OnTheSystemDiskMeansTheUsersOrTheSystems) {
+    const std::string desktop = mHome.MakeFolder("Desktop");
+    for (const SInt16 where : {SInt16{kOnSystemDisk}, SInt16{kOnAppropriateDisk}, SInt16{0}, kBootVolume}) {
+        EXPECT_EQ(desktop, Find(where, kDesktopFolderType)) << where;
+        EXPECT_EQ(Find(kSystemDomain, kFrameworksFolderType), Find(where, kFrameworksFolderType)) << where;
+        EXPECT_EQ(Status(fnfErr), Find(where, kApplicationSupportFolderType)) << "the user's comes first";
+    }
+}
+
+TEST_F(Folders, FrameworksLieBesideTheLibrary) {
+    // This program carries the toolbox inside itself, in bin/.
+    const std::filesystem::path bin = FolderOfThisProgram();
+    ASSERT_EQ("bin", bin.filename());
+    const std::string lib = (bin.parent_path() / "lib").string();
+    EXPECT_EQ(lib + "/mirtal/Frameworks", Find(kOnSystemDisk, kFrameworksFolderType));
+    EXPECT_EQ(lib + "/mirtal/PrivateFrameworks", Find(kOnSystemDisk, kPrivateFrameworksFolderType));
+    EXPECT_EQ(lib + "/mirtal/Frameworks", Find(kSystemDomain, kFrameworksFolderType, true));
+}
+
+TEST_F(Folders, FrameworksMoveWithTheLibrary) {
+    static std::string sLibrary;
+    auto& calls = CallsForTesting();
+    const auto realFindLibrary = calls.findLibrary;
+    calls.findLibrary = [](char* outPath, std::size_t inCapacity) {
+        if (sLibrary.empty() || sLibrary.size() >= inCapacity) return ENOENT;
+        std::strcpy(outPath, sLibrary.c_str());
+        return 0;
+    };
+    sLibrary = mHome / "x/lib/x86_64-linux-gnu/libmirtal_toolbox.so.1";
+    const std::string folder = mHome / "x/lib/x86_64-linux-gnu/mirtal";
+    EXPECT_EQ(Status(fnfErr), Find(kOnSystemDisk, kFrameworksFolderType));
+    EXPECT_EQ(folder + "/Frameworks", Find(kOnSystemDisk, kFrameworksFolderType, true));
+    EXPECT_EQ(folder + "/PrivateFrameworks", Find(kOnSystemDisk, kPrivateFrameworksFolderType, true));
+    EXPECT_EQ(0700U, ModeOf(folder + "/Frameworks") & 0700U);
+    sLibrary = mHome / "y/cabin/program";
+    EXPECT_EQ(mHome / "y/cabin/mirtal/Frameworks", Find(kOnSystemDisk, kFrameworksFolderType, true));
+    sLibrary.clear();
+    EXPECT_EQ(Status(fnfErr), Find(kOnSystemDisk, kFrameworksFolderType, true));
+    calls.findLibrary = realFindLibrary;
+}
+
+TEST_F(Folders, Temporary) {
+    EXPECT_EQ(std::filesystem::canonical("/tmp").string(), Find(kOnSystemDisk, kTemporaryFolderType));
+    mVariables["TMPDIR"] = "relative";
+    EXPECT_EQ(std::filesystem::canonical("/tmp").string(), Find(kOnSystemDisk, kTemporaryFolderType));
+    mVariables["TMPDIR"] = mHome / "t";
+    EXPECT_EQ(Status(fnfErr), Find(kOnSystemDisk, kTemporaryFolderType));
+    EXPECT_EQ(mHome / "t", Find(kUserDomain, kTemporaryFolderType, true));
+    EXPECT_EQ(mHome / "t", Find(kLocalDomain, kTemporaryFolderType));
+    EXPECT_EQ(mHome / "t", Find(kSystemDomain, kTemporaryFolderType));
+}
+
+TEST_F(Folders, TemporaryOnAVolume) {
+    FoundItem home;
+    ASSERT_EQ(noErr, FindByPath(mHome.Path().c_str(), home));
+    const Volume same = {home.status.identity.device, "/"};
+    mVariables["TMPDIR"] = mHome / "t";
+    EXPECT_EQ(std::vector{mHome / "t"}, PathsOf(TemporaryPlacesOn(same)));
+    mVariables["TMPDIR"] = "/proc/none";
+    EXPECT_EQ(std::vector<std::string>{"/tmp"}, PathsOf(TemporaryPlacesOn(same)));
+    const std::string own = ".TemporaryItems-" + std::to_string(::getuid());
+    EXPECT_EQ(std::vector{mHome / own}, PathsOf(TemporaryPlacesOn(VolumeAt(mHome.Path()))));
+    EXPECT_EQ(std::vector{"/" + own}, PathsOf(TemporaryPlacesOn(VolumeAt("/"))));
+}
+
+TEST_F(Folders, TrashOnAVolume) {
+    FoundItem home;
+    ASSERT_EQ(noErr, FindByPath(mHome.Path().c_str(), home));
+    EXPECT_EQ(std::vector{mHome / ".local/share/Trash/files"},
+              PathsOf(TrashPlacesOn({home.status.identity.device, "/"})))
+        << "the volume that the user's trash will be on";
+    const std::string user = std::to_string(::getuid());
+    const std::vector own = {mHome / ".Trash-" + user + "/files"};
+    const Volume other = VolumeAt(mHome.Path());
+    EXPECT_EQ(own, PathsOf(TrashPlacesOn(other)));
+    mHome.MakeFolder(".Trash");
+    EXPECT_EQ(own, PathsOf(TrashPlacesOn(other))) << "users could take each other's away";
+    ASSERT_EQ(0, ::chmod((mHome / ".Trash").c_str(), 01777));
+    EXPECT_EQ((std::vector{mHome / ".Trash/" + user + "/files", own[0]}), PathsOf(TrashPlacesOn(other)));
+    std::filesystem::rename(mHome / ".Trash", mHome / "moved");
+    std::filesystem::create_directory_symlink("moved", mHome / ".Trash");
+    EXPECT_EQ(own, PathsOf(TrashPlacesOn(other))) << "a link";
+}
+
+// While it lives, a folder seems to be where another device is mounted.
+class MountedFolder {
+  public:
+    explicit MountedFolder(const std::string& inRootPath) : mReal(CallsForTesting().statAt) {
+        sReal = mReal;
+        sPath = inRootPath;
+        CallsForTesting().statAt = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                      struct statx* outStatus) {
+            const int result = sReal(inFolder, inPath, inFlags, inMask, outStatus);
+            if ((std::string(inPath) + '/').starts_with(sPath + '/')) outStatus->stx_dev_minor += 1000;
+            return result;
+        };
+    }
+    ~MountedFolder() { CallsForTesting().statAt = mReal; }
+
+  private:
+    using StatAt = decltype(FileCalls::statAt);
+    static inline StatAt sReal;
+    static inline std::string sPath;
+    StatAt mReal;
+};
+
+TEST_F(Folders, OnAnotherVolume) {
+    const std::string root = mHome.MakeFolder("mounted");
+    const std::string user = std::to_string(::getuid());
+    const std::string items = root + "/.TemporaryItems-" + user;
+    const std::string trash = root + "/.Trash-" + user;
+    const MountedFolder mounted(root);
+    FoundItem item;
+    SInt16 volume = 0;
+    ASSERT_EQ(noErr, FindByPath(root.c_str(), item));
+    ASSERT_EQ(noErr, GetVolumeNumber(item, volume));
+    EXPECT_EQ(Status(fnfErr), Find(volume, kTemporaryFolderType));
+    EXPECT_EQ(items, Find(volume, kTemporaryFolderType, true));
+    EXPECT_EQ(0700U, ModeOf(items));
+    EXPECT_EQ(Status(fnfErr), Find(volume, kTrashFolderType));
+    EXPECT_EQ(trash + "/files", Find(volume, kTrashFolderType, true));
+    EXPECT_TRUE(std::filesystem::is_directory(trash + "/info"));
+    const std::string desktop = mHome.MakeFolder("Desktop");
+    EXPECT_EQ(desktop, Find(volume, kDesktopFolderType)) << "the user's, wherever it is";
+    SInt16 foundVolume = 0;
+    EXPECT_EQ(noErr, FindFolder(volume, kTemporaryFolderType, kDontCreateFolder, &foundVolume, nullptr));
+    EXPECT_EQ(volume, foundVolume);
+    // The trash that an administrator made comes first, once it is there or to be made.
+    std::filesystem::remove_all(trash);
+    mHome.MakeFolder("mounted/.Trash");
+    ASSERT_EQ(0, ::chmod((root + "/.Trash").c_str(), 01777));
+    EXPECT_EQ(root + "/.Trash/" + user + "/files", Find(volume, kTrashFolderType, true));
+    // What somebody else put there is not used.
+    std::filesystem::remove(items);
+    std::filesystem::create_directory_symlink(mHome.MakeFolder("mounted/others"), items);
+    EXPECT_EQ(Status(afpAccessDenied), Find(volume, kTemporaryFolderType, true));
+    std::filesystem::remove_all(root + "/.Trash");
+    mHome.MakeFolder("mounted/others/files");
+    std::filesystem::create_directory_symlink("others", trash);
+    EXPECT_EQ(Status(afpAccessDenied), Find(volume, kTrashFolderType, true)) << "a link on the way";
+}
+
+TEST_F(Folders, FindFolderAnswersVolumeAndFolder) {
+    const std::string desktop = mHome.MakeFolder("Desktop");
+    FoundItem item;
+    ASSERT_EQ(noErr, FindByPath(desktop.c_str(), item));
+    SInt16 number = 0;
+    ASSERT_EQ(noErr, GetVolumeNumber(item, number));
+    SInt16 volume = 0;
+    UInt32 folderID = 0;
+    EXPECT_EQ(noErr, FindFolder(kUserDomain, kDesktopFolderType, kDontCreateFolder, &volume, &folderID));
+    EXPECT_EQ(number, volume);
+    EXPECT_EQ(item.nodeID, folderID);
+    EXPECT_EQ(noErr, FindFolder(kUserDomain, kDesktopFolderType, kDontCreateFolder, nullptr, nullptr));
+    volume = 77;
+    folderID = 77;
+    EXPECT_EQ(fnfErr,
+              FindFolder(kUserDomain, kMusicDocumentsFolderType, kDontCreateFolder, &volume, &folderID));
+    EXPECT_EQ(77, volume);
+    EXPECT_EQ(77U, folderID);
+}
+
+TEST_F(Folders, OutputIsUntouchedOnFailure) {
+    FSRef ref;
+    std::memset(&ref, 0x55, sizeof(ref));
+    const FSRef before = ref;
+    EXPECT_EQ(fnfErr, FSFindFolder(kUserDomain, kDesktopFolderType, kDontCreateFolder, &ref));
+    EXPECT_EQ(0, std::memcmp(&before, &ref, sizeof(ref)));
+    EXPECT_EQ(paramErr, FSFindFolder(kUserDomain, kDesktopFolderType, kDontCreateFolder, nullptr));
+}
+
+TEST_F(Folders, EveryFailingCallIsTold) {
+    const std::size_t descriptorsBefore = test_files::OpenDescriptorCount();
+    const OSErr expected[] = {noErr, ioErr};
+    for (const OSType type : {OSType{kTrashFolderType}, OSType{kDesktopFolderType}}) {
+        int failureCount = 0;
+        for (int n = 1;; ++n) {
+            std::filesystem::remove_all(mHome / ".local");
+            std::filesystem::remove_all(mHome / "Desktop");
+            SInt16 volume = 0;
+            UInt32 folderID = 0;
+            const FailingCalls calls(n, EIO);
+            const OSErr status = FindFolder(kUserDomain, type, kCreateFolder, &volume, &folderID);
+            if (!calls.Delivered()) {
+                EXPECT_EQ(noErr, status);
+                break;
+            }
+            // Settings that cannot be read count as missing; nothing else is passed over.
+            EXPECT_THAT(expected, testing::Contains(status)) << n;
+            EXPECT_EQ(status == noErr, volume != 0) << n;
+            failureCount += status == ioErr;
+            ASSERT_EQ(descriptorsBefore, test_files::OpenDescriptorCount()) << n;
+        }
+        EXPECT_GE(failureCount, 5);
+    }
+}
+
+TEST_F(Folders, FullDisksAndReadOnlyVolumes) {
+    for (const auto& [error, expected] :
+         {std::pair{ENOSPC, dskFulErr}, {EROFS, wPrErr}, {EACCES, afpAccessDenied}}) {
+        auto& calls = CallsForTesting();
+        const auto real = calls.makeFolder;
+        static int sError;
+        sError = error;
+        calls.makeFolder = [](const char*, mode_t) {
+            errno = sError;
+            return -1;
+        };
+        EXPECT_EQ(Status(expected), Find(kUserDomain, kDesktopFolderType, true));
+        calls.makeFolder = real;
+    }
+}
+
+TEST_F(Folders, FailsCleanlyWithoutMemory) {
+    mHome.MakeFolder("Desktop");
+    mHome.MakeFolder(".config");
+    mHome.MakeFile(".config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"$HOME/Desktop\"\n");
+    FSRef ref = {};
+    int failureCount = 0;
+    for (int n = 1;; ++n, ++failureCount) {
+        OSErr status = noErr;
+        bool isDelivered = false;
+        {
+            const FailingNew memory(n);
+            status = FSFindFolder(kUserDomain, kDesktopFolderType, kCreateFolder, &ref);
+            isDelivered = memory.Delivered();
+        }
+        EXPECT_EQ(isDelivered ? memFullErr : noErr, status) << n;
+        if (!isDelivered) break;
+    }
+    EXPECT_GT(failureCount, 5);
+}

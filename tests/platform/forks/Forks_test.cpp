@@ -1,0 +1,350 @@
+#include "forks/Forks.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <toolbox/MacErrors.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "support/FailingCalls.h"
+#include "support/TemporaryFolder.h"
+#include "formats/AppleDouble.h"
+#include "os/Replace.h"
+
+namespace {
+
+using namespace toolbox::files;
+using namespace toolbox::os;
+using test_files::FailingCalls;
+using test_files::TemporaryFolder;
+using Bytes = std::vector<UInt8>;
+
+Bytes BytesOf(std::string_view inText) {
+    return {inText.begin(), inText.end()};
+}
+
+std::string Contents(const std::string& inPath) {
+    std::ifstream file(inPath, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+FSRef RefOf(const std::string& inPath) {
+    FSRef ref = {};
+    EXPECT_EQ(noErr, FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath.c_str()), &ref, nullptr));
+    return ref;
+}
+
+OSStatus ReadFork(const FSRef& inFile, Fork inFork, std::string& outText) {
+    OpenFork fork;
+    OSStatus status = Open(inFile, inFork, fork);
+    outText.resize(status == noErr ? fork.SizeBytes() : 0);
+    return status == noErr ? fork.Read(0, outText.data(), outText.size()) : status;
+}
+
+class ForksTest : public testing::Test {
+  protected:
+    ~ForksTest() override { EXPECT_EQ(mDescriptors, test_files::OpenDescriptorCount()); }
+
+    void MakeCompanion(const std::vector<AppleDoublePart>& inParts) {
+        Bytes file;
+        ASSERT_TRUE(EncodeAppleDouble(inParts, file));
+        mFolder.MakeFile("._file", {reinterpret_cast<const char*>(file.data()), file.size()});
+    }
+    std::size_t ItemCount() const {
+        const std::filesystem::directory_iterator items(mFolder.Path());
+        return static_cast<std::size_t>(std::distance(begin(items), end(items)));
+    }
+
+    TemporaryFolder mFolder;
+    std::string mPath = mFolder.MakeFile("file", "the data");
+    FSRef mRef = RefOf(mPath);
+    std::string mText;
+
+  private:
+    std::size_t mDescriptors = test_files::OpenDescriptorCount();
+};
+
+TEST_F(ForksTest, CompanionPath) {
+    EXPECT_EQ("/a/._b", CompanionPath("/a/b"));
+    EXPECT_EQ("/._b", CompanionPath("/b"));
+}
+
+TEST_F(ForksTest, DataForkIsTheFile) {
+    EXPECT_EQ(noErr, ReadFork(mRef, Fork::kData, mText));
+    EXPECT_EQ("the data", mText);
+}
+
+TEST_F(ForksTest, ReadingStaysInside) {
+    OpenFork fork;
+    ASSERT_EQ(noErr, Open(mRef, Fork::kData, fork));
+    char bytes[8];
+    EXPECT_EQ(noErr, fork.Read(4, bytes, 4));
+    EXPECT_EQ("data", std::string(bytes, 4));
+    EXPECT_EQ(noErr, fork.Read(8, bytes, 0));
+    EXPECT_EQ(eofErr, fork.Read(8, bytes, 1));
+    EXPECT_EQ(eofErr, fork.Read(9, bytes, 0));
+    EXPECT_EQ(eofErr, fork.Read(UINT64_MAX, bytes, 2));
+    EXPECT_EQ(eofErr, fork.Read(1, bytes, SIZE_MAX));
+    std::filesystem::resize_file(mPath, 2);
+    EXPECT_EQ(eofErr, fork.Read(0, bytes, 4)) << "cut off meanwhile";
+}
+
+TEST_F(ForksTest, ResourceForkIsAnEntryOfTheCompanion) {
+    EXPECT_EQ(errFSForkNotFound, ReadFork(mRef, Fork::kResource, mText));
+    MakeCompanion(
+        {{AppleDoubleEntry::kFinderInfo, Bytes(32)}, {AppleDoubleEntry::kResourceFork, BytesOf("rsrc")}});
+    EXPECT_EQ(noErr, ReadFork(mRef, Fork::kResource, mText));
+    EXPECT_EQ("rsrc", mText);
+    OpenFork fork;
+    ASSERT_EQ(noErr, Open(mRef, Fork::kResource, fork));
+    char byte;
+    EXPECT_EQ(eofErr, fork.Read(4, &byte, 1));
+}
+
+TEST_F(ForksTest, CompanionWithoutTheEntry) {
+    MakeCompanion({{AppleDoubleEntry::kFinderInfo, Bytes(32)}});
+    EXPECT_EQ(errFSForkNotFound, ReadFork(mRef, Fork::kResource, mText));
+}
+
+TEST_F(ForksTest, CompanionThatIsNone) {
+    mFolder.MakeFile("._file", "something else altogether, and long enough");
+    EXPECT_EQ(ioErr, ReadFork(mRef, Fork::kResource, mText));
+    EXPECT_EQ(ioErr, WriteFork(mRef, Fork::kResource, BytesOf("rsrc")));
+    EXPECT_EQ("something else altogether, and long enough", Contents(mFolder / "._file"));
+    mFolder.MakeFile("._file", "short");
+    EXPECT_EQ(ioErr, ReadFork(mRef, Fork::kResource, mText));
+    std::filesystem::remove(mFolder / "._file");
+    mFolder.MakeFolder("._file");
+    EXPECT_EQ(errFSForkNotFound, ReadFork(mRef, Fork::kResource, mText));
+}
+
+TEST_F(ForksTest, CompanionThatIsALinkIsNotFollowed) {
+    MakeCompanion({{AppleDoubleEntry::kResourceFork, BytesOf("rsrc")}});
+    std::filesystem::rename(mFolder / "._file", mFolder / "elsewhere");
+    std::filesystem::create_symlink(mFolder / "elsewhere", mFolder / "._file");
+    EXPECT_EQ(errFSForkNotFound, ReadFork(mRef, Fork::kResource, mText));
+}
+
+TEST_F(ForksTest, WritingMakesACompanion) {
+    EXPECT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("first")));
+    EXPECT_EQ(noErr, ReadFork(mRef, Fork::kResource, mText));
+    EXPECT_EQ("first", mText);
+    EXPECT_EQ(50U + 32 + 5, Contents(mFolder / "._file").size())
+        << "with Finder information, as others write it";
+    EXPECT_EQ("the data", Contents(mPath));
+    EXPECT_EQ(2U, ItemCount());
+}
+
+TEST_F(ForksTest, WritingKeepsTheOtherEntries) {
+    MakeCompanion({{AppleDoubleEntry::kResourceFork, BytesOf("old")},
+                   {4, BytesOf("comment")},
+                   {AppleDoubleEntry::kFinderInfo, BytesOf("finder")}});
+    EXPECT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("newer")));
+    const std::string file = Contents(mFolder / "._file");
+    EXPECT_EQ("commentfindernewer", file.substr(kAppleDoubleHeaderBytes + 3 * kAppleDoubleEntryBytes));
+    EXPECT_EQ(noErr, ReadFork(mRef, Fork::kResource, mText));
+    EXPECT_EQ("newer", mText);
+}
+
+TEST_F(ForksTest, WritingKeepsPermissions) {
+    ASSERT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("first")));
+    ASSERT_EQ(0, chmod((mFolder / "._file").c_str(), 0640));
+    ASSERT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("second")));
+    EXPECT_EQ(std::filesystem::perms(0640), std::filesystem::status(mFolder / "._file").permissions());
+}
+
+TEST_F(ForksTest, DataForkStaysTheSameFile) {
+    std::filesystem::create_hard_link(mPath, mFolder / "link");
+    for (const std::string text : {"longer than it was", "short", "", "again"}) {
+        EXPECT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf(text)));
+        EXPECT_EQ(noErr, ReadFork(mRef, Fork::kData, mText));
+        EXPECT_EQ(text, mText);
+        EXPECT_EQ(text, Contents(mFolder / "link"));
+    }
+}
+
+TEST_F(ForksTest, ItemsThatAreNoFile) {
+    const FSRef folder = RefOf(mFolder.Path());
+    for (const Fork fork : {Fork::kData, Fork::kResource})
+        EXPECT_EQ(notAFileErr, WriteFork(folder, fork, BytesOf("x")));
+    std::filesystem::remove(mPath);
+    EXPECT_EQ(fnfErr, ReadFork(mRef, Fork::kData, mText));
+    EXPECT_EQ(fnfErr, WriteFork(mRef, Fork::kResource, BytesOf("x")));
+}
+
+TEST_F(ForksTest, NameWithoutRoomForThePrefix) {
+    const FSRef file = RefOf(mFolder.MakeFile(std::string(255, 'n')));
+    EXPECT_EQ(errFSForkNotFound, ReadFork(file, Fork::kResource, mText));
+    EXPECT_EQ(bdNamErr, WriteFork(file, Fork::kResource, BytesOf("x")));
+    EXPECT_EQ(2U, ItemCount());
+}
+
+// Whatever call fails, once or from there on, the fork is the old one or the new one, and nothing is left
+// behind.
+TEST_F(ForksTest, EveryCallFailsWhileACompanionIsReplaced) {
+    for (const auto extent : {FailingCalls::kOnce, FailingCalls::kForever}) {
+        for (int failing = 1;; ++failing) {
+            ASSERT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("old")));
+            bool wasDelivered = false;
+            OSStatus status = noErr;
+            {
+                const FailingCalls calls(failing, ENOSPC, extent);
+                status = WriteFork(mRef, Fork::kResource, BytesOf("new"));
+                wasDelivered = calls.Delivered();
+            }
+            ASSERT_EQ(noErr, ReadFork(mRef, Fork::kResource, mText)) << failing;
+            EXPECT_EQ(status == noErr ? "new" : "old", mText) << failing;
+            // When even removing fails, what was begun has to stay.
+            if (extent == FailingCalls::kOnce) {
+                EXPECT_EQ(2U, ItemCount()) << failing;
+            }
+            if (!wasDelivered) {
+                EXPECT_EQ(noErr, status);
+                EXPECT_GT(failing, 10) << "open, write, set mode, sync, close and rename at least";
+                break;
+            }
+            ASSERT_LT(failing, 100);
+        }
+    }
+}
+
+TEST_F(ForksTest, EveryCallFailsWhileADataForkIsOverwritten) {
+    int successes = 0;
+    for (int failing = 1;; ++failing) {
+        ASSERT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf("old")));
+        const FailingCalls calls(failing, ENOSPC);
+        const OSStatus status = WriteFork(mRef, Fork::kData, BytesOf("longer"));
+        const std::string contents = Contents(mPath);
+        if (!calls.Delivered()) {
+            EXPECT_EQ(noErr, status);
+            EXPECT_EQ("longer", contents);
+            break;
+        }
+        // Where locks are unknown it goes without.
+        EXPECT_TRUE(status != noErr || contents == "longer") << failing;
+        // No room is told before a byte is changed; the rest are the device's failures.
+        EXPECT_TRUE(contents == "old" || contents == "longer" || contents == std::string("old\0\0\0", 6))
+            << failing;
+        successes += contents == "old";
+        ASSERT_LT(failing, 100);
+    }
+    EXPECT_GT(successes, 3);
+}
+
+// Contents that begin with the place of their text, as one digit.
+constexpr toolbox::os::MovableHead kDigitHead = {
+    1,
+    [](UInt8* ioHead, UInt32 inDistanceBytes) { *ioHead = static_cast<UInt8>(*ioHead + inDistanceBytes); }};
+
+std::string TextOfMovable(const std::string& inPath) {
+    const std::string contents = Contents(inPath);
+    const auto place = static_cast<std::size_t>(contents.empty() ? 0 : contents[0] - '0');
+    return place > contents.size() ? "nothing" : contents.substr(place, 3);
+}
+
+// Wherever it stops for good, the file has one text or the other.
+TEST_F(ForksTest, EveryCallFailsWhileMovableContentsAreOverwritten) {
+    for (const auto extent : {FailingCalls::kOnce, FailingCalls::kForever}) {
+        bool wasOld = false, wasMoved = false;
+        for (int failing = 1;; ++failing) {
+            ASSERT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf("1old")));
+            OSStatus status = noErr;
+            bool wasDelivered = false;
+            {
+                const FailingCalls calls(failing, EIO, extent);
+                status = WriteFork(mRef, Fork::kData, BytesOf("1new"), kDigitHead);
+                wasDelivered = calls.Delivered();
+            }
+            const std::string contents = Contents(mPath);
+            const std::string text = TextOfMovable(mPath);
+            EXPECT_TRUE(text == "new" || (text == "old" && status != noErr)) << failing << ' ' << contents;
+            wasOld = wasOld || text == "old";
+            wasMoved = wasMoved || contents[0] == '5';
+            if (!wasDelivered) {
+                EXPECT_EQ("1new", contents);
+                break;
+            }
+            ASSERT_LT(failing, 100);
+        }
+        EXPECT_TRUE(wasOld && wasMoved);
+    }
+}
+
+TEST_F(ForksTest, MovableContentsAreNeverMissing) {
+    static std::string sPath;
+    static int sLooks;
+    sPath = mPath;
+    sLooks = 0;
+    ASSERT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf("1old")));
+    auto& calls = CallsForTesting();
+    const FileCalls saved = calls;
+    calls.writeAt = [](int inDescriptor, const void* inBytes, std::size_t inByteCount, off_t inOffset) {
+        const ssize_t count = pwrite(inDescriptor, inBytes, inByteCount, inOffset);
+        const std::string text = TextOfMovable(sPath);
+        EXPECT_TRUE(text == "old" || text == "new") << Contents(sPath);
+        ++sLooks;
+        return count;
+    };
+    EXPECT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf("1new"), kDigitHead));
+    calls = saved;
+    EXPECT_EQ(4, sLooks) << "rest and head, twice";
+    EXPECT_EQ("1new", Contents(mPath));
+}
+
+TEST_F(ForksTest, OneWriterAtATime) {
+    const int other = open(mPath.c_str(), O_RDWR);
+    ASSERT_EQ(0, flock(other, LOCK_EX));
+    const std::string before = Contents(mPath);
+    EXPECT_EQ(fBsyErr, WriteFork(mRef, Fork::kData, BytesOf("text")));
+    EXPECT_EQ(before, Contents(mPath));
+    close(other);
+    EXPECT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf("text")));
+}
+
+// Also where the file has holes, which take room only when they are written.
+TEST_F(ForksTest, RoomIsTakenForTheWhole) {
+    static off_t sFrom, sCount;
+    auto& calls = CallsForTesting();
+    const FileCalls saved = calls;
+    calls.reserve = [](int, off_t inOffset, off_t inCount) {
+        sFrom = inOffset;
+        sCount = inCount;
+        return ENOSPC;
+    };
+    ASSERT_EQ(0, truncate(mPath.c_str(), 100));
+    EXPECT_EQ(dskFulErr, WriteFork(mRef, Fork::kData, BytesOf("text")));
+    EXPECT_EQ(0, sFrom);
+    EXPECT_EQ(4, sCount);
+    EXPECT_EQ(dskFulErr, WriteFork(mRef, Fork::kData, BytesOf("1new"), kDigitHead));
+    EXPECT_EQ(104, sCount);
+    calls = saved;
+    EXPECT_EQ(100U, std::filesystem::file_size(mPath));
+}
+
+TEST_F(ForksTest, WritesInterruptedAndShort) {
+    auto& calls = CallsForTesting();
+    const FileCalls saved = calls;
+    static int sCalls;
+    sCalls = 0;
+    calls.writeAt = [](int inDescriptor, const void* inBytes, std::size_t inByteCount,
+                       off_t inOffset) -> ssize_t {
+        if (++sCalls % 2 != 0) {
+            errno = EINTR;
+            return -1;
+        }
+        return pwrite(inDescriptor, inBytes, inByteCount > 0 ? 1 : 0, inOffset);
+    };
+    const OSStatus status = WriteFork(mRef, Fork::kData, BytesOf("slowly"));
+    calls.writeAt = [](int, const void*, std::size_t, off_t) -> ssize_t { return 0; };
+    EXPECT_EQ(ioErr, WriteFork(mRef, Fork::kData, BytesOf("nothing")));
+    calls = saved;
+    EXPECT_EQ(noErr, status);
+    EXPECT_EQ(12, sCalls);
+}
+
+}  // namespace

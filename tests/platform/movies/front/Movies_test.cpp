@@ -1,0 +1,315 @@
+#include <toolbox/Movies.h>
+
+#include "MovieMaker.h"
+
+#include <movies/front/Movies_test_access.h>
+#include <toolbox/SoundReport.h>
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <string>
+#include <vector>
+
+namespace {
+
+using mirtal::fakes::Importers;
+using mirtal::fakes::MemorySound;
+using mirtal::fakes::NewSound;
+using mirtal::fakes::SetEdits;
+using test_movies::FileAlias;
+using test_movies::OpenedMovie;
+using test_movies::PictureTrack;
+using test_movies::SoundTrackOf;
+using test_movies::Tracks;
+using toolbox::movies::Edit;
+using toolbox::movies::ImportedMovie;
+using toolbox::movies::LiveMovieCount;
+using toolbox::movies::SoundFormat;
+
+// A track whose packets are never decoded.
+MemorySound Undecoded(std::uint32_t inRateHz, std::int64_t inFrameCount) {
+    SoundFormat format;
+    format.dataFormat = FourChars("mp4a");
+    format.sampleRateHz = inRateHz;
+    format.channelCount = 1;
+    MemorySound sound = NewSound(format, {}, 1024);
+    SetEdits(*sound.track, {Edit{inFrameCount, Edit::kEmpty}});
+    return sound;
+}
+
+class OpeningAMovie : public testing::Test {
+  protected:
+    OpeningAMovie() { Importers() = {}; }
+    ~OpeningAMovie() override { EXPECT_EQ(mLiveMovies, LiveMovieCount()); }
+
+    OSErr Open() { return NewMovieFromDataRef(&mMovie, newMovieActive, &mResID, mAlias.Get(), rAliasType); }
+
+    FileAlias mAlias;
+    Movie mMovie = reinterpret_cast<Movie>(this);  // anything but null
+    SInt16 mResID = 99;
+    std::int64_t mLiveMovies = LiveMovieCount();
+};
+
+TEST_F(OpeningAMovie, TheFirstImporterThatTakesItHasIt) {
+    Importers().adts = [](ImportedMovie& outMovie, std::string&) {
+        outMovie.timeScale = 44100;
+        return noErr;
+    };
+    EXPECT_EQ(noErr, Open());
+    ASSERT_NE(nullptr, mMovie);
+    EXPECT_EQ(0, mResID);
+    EXPECT_EQ((std::vector<std::string>{"mpeg4", "adts"}), Importers().asked);
+    EXPECT_STREQ("", GetMovieOpenErrorText());
+    EXPECT_EQ(44100, GetMovieTimeScale(mMovie));
+    EXPECT_EQ(mLiveMovies + 1, LiveMovieCount());
+    DisposeMovie(mMovie);
+}
+
+TEST_F(OpeningAMovie, NobodyReadsTheFile) {
+    EXPECT_EQ(cantFindHandler, Open());
+    EXPECT_EQ(nullptr, mMovie);
+    EXPECT_EQ(0, mResID);
+    EXPECT_EQ((std::vector<std::string>{"mpeg4", "adts", "general"}), Importers().asked);
+    EXPECT_STREQ("not a file with sound or picture that is known", GetMovieOpenErrorText());
+}
+
+TEST_F(OpeningAMovie, ADamagedFileIsNotOfferedOn) {
+    Importers().mpeg4 = [](ImportedMovie&, std::string& outProblem) {
+        outProblem = "no sample table";
+        return invalidMovie;
+    };
+    EXPECT_EQ(invalidMovie, Open());
+    EXPECT_EQ(nullptr, mMovie);
+    EXPECT_EQ(1U, Importers().asked.size());
+    EXPECT_STREQ("no sample table", GetMovieOpenErrorText());
+}
+
+TEST_F(OpeningAMovie, WhatAnImporterBeganIsNotLeftToTheNext) {
+    Importers().mpeg4 = [](ImportedMovie& outMovie, std::string&) {
+        outMovie.tracks.push_back(PictureTrack(1, 1));
+        return cantFindHandler;
+    };
+    Importers().adts = [](ImportedMovie& outMovie, std::string&) {
+        EXPECT_TRUE(outMovie.tracks.empty());
+        return noErr;
+    };
+    EXPECT_EQ(noErr, Open());
+    EXPECT_EQ(0, GetMovieTrackCount(mMovie));
+    DisposeMovie(mMovie);
+}
+
+TEST_F(OpeningAMovie, ExhaustedMemoryIsAStatus) {
+    Importers().mpeg4 = [](ImportedMovie&, std::string&) -> OSStatus { throw std::bad_alloc(); };
+    EXPECT_EQ(memFullErr, Open());
+    EXPECT_EQ(nullptr, mMovie);
+    EXPECT_STREQ("not enough memory", GetMovieOpenErrorText());
+}
+
+TEST_F(OpeningAMovie, ASuccessForgetsTheLastProblem) {
+    EXPECT_EQ(cantFindHandler, Open());
+    EXPECT_STRNE("", GetMovieOpenErrorText());
+    Importers().general = [](ImportedMovie&, std::string&) { return noErr; };
+    EXPECT_EQ(noErr, Open());
+    EXPECT_STREQ("", GetMovieOpenErrorText());
+    DisposeMovie(mMovie);
+}
+
+TEST_F(OpeningAMovie, ALongProblemIsCut) {
+    Importers().mpeg4 = [](ImportedMovie&, std::string& outProblem) {
+        outProblem.assign(5000, 'x');
+        return invalidMovie;
+    };
+    EXPECT_EQ(invalidMovie, Open());
+    EXPECT_LT(std::string(GetMovieOpenErrorText()).size(), 1000U);
+}
+
+TEST_F(OpeningAMovie, BadArguments) {
+    EXPECT_EQ(paramErr, NewMovieFromDataRef(nullptr, 0, &mResID, mAlias.Get(), rAliasType));
+    EXPECT_EQ(0, mResID);
+    EXPECT_EQ(paramErr, NewMovieFromDataRef(&mMovie, 0, nullptr, nullptr, rAliasType));
+    EXPECT_EQ(nullptr, mMovie);
+    EXPECT_EQ(invalidDataRef, NewMovieFromDataRef(&mMovie, 0, nullptr, mAlias.Get(), FourChars("url ")));
+    EXPECT_TRUE(Importers().asked.empty());
+    EXPECT_STRNE("", GetMovieOpenErrorText());
+}
+
+TEST_F(OpeningAMovie, TheFileIsGone) {
+    std::unique_ptr<FileAlias> alias;
+    {
+        const test_files::TemporaryFolder folder;
+        alias = std::make_unique<FileAlias>(folder.MakeFile("gone"));
+    }
+    EXPECT_EQ(couldNotResolveDataRef, NewMovieFromDataRef(&mMovie, 0, nullptr, alias->Get(), rAliasType));
+    EXPECT_EQ(nullptr, mMovie);
+    EXPECT_STRNE("", GetMovieOpenErrorText());
+}
+
+TEST_F(OpeningAMovie, NoAliasRecord) {
+    const Handle nonsense = NewHandleClear(3);
+    EXPECT_EQ(couldNotResolveDataRef, NewMovieFromDataRef(&mMovie, 0, nullptr, nonsense, rAliasType));
+    DisposeHandle(nonsense);
+}
+
+TEST_F(OpeningAMovie, WorksBeforeAndAfterEnterMovies) {
+    Importers().mpeg4 = [](ImportedMovie&, std::string&) { return noErr; };
+    ExitMovies();  // one too many counts for nothing
+    EXPECT_EQ(noErr, EnterMovies());
+    EXPECT_EQ(noErr, Open());
+    DisposeMovie(mMovie);
+    ExitMovies();
+    EXPECT_EQ(noErr, Open());
+    DisposeMovie(mMovie);
+    DisposeMovie(nullptr);
+}
+
+TEST(MovieTime, LengthOfTheLongestTrackRounded) {
+    const OpenedMovie movie(Tracks(PictureTrack(1001, 30000), SoundTrackOf(Undecoded(44100, 1471))));
+    // 1001/30000 s is 1471.47 frames, longer than the sound.
+    SetMovieTimeScale(movie.Get(), 44100);
+    EXPECT_EQ(1471, GetMovieDuration(movie.Get()));
+    SetMovieTimeScale(movie.Get(), 441000);
+    EXPECT_EQ(14715, GetMovieDuration(movie.Get()));
+    SetMovieTimeScale(movie.Get(), 30000);
+    EXPECT_EQ(1001, GetMovieDuration(movie.Get()));
+    EXPECT_EQ(1471, GetMovieDuration64(movie.Get(), 44100));
+    EXPECT_EQ(0, GetMovieDuration64(movie.Get(), 0));
+    EXPECT_EQ(0, GetMovieDuration64(nullptr, 44100));
+}
+
+TEST(MovieTime, SoundIsCountedInFrames) {
+    const OpenedMovie movie(Undecoded(44100, 123457));
+    EXPECT_EQ(600, GetMovieTimeScale(movie.Get()));
+    EXPECT_EQ(1680, GetMovieDuration(movie.Get()));  // 1679.68...
+    SetMovieTimeScale(movie.Get(), 44100);
+    EXPECT_EQ(123457, GetMovieDuration(movie.Get()));
+}
+
+TEST(MovieTime, HalvesRoundUp) {
+    const OpenedMovie movie(Undecoded(96000, 3));
+    SetMovieTimeScale(movie.Get(), 48000);
+    EXPECT_EQ(2, GetMovieDuration(movie.Get()));
+}
+
+TEST(MovieTime, LongerThanATimeValue) {
+    const std::int64_t frames = std::int64_t{3} << 40;
+    const OpenedMovie movie(Undecoded(48000, frames));
+    SetMovieTimeScale(movie.Get(), 48000);
+    EXPECT_EQ(0x7FFFFFFF, GetMovieDuration(movie.Get()));
+    EXPECT_EQ(frames, GetMovieDuration64(movie.Get(), 48000));
+    SetMovieTimeScale(movie.Get(), 1);
+    EXPECT_EQ(68719477, GetMovieDuration(movie.Get()));
+}
+
+TEST(MovieTime, ExactlyTheLargestTimeValue) {
+    const OpenedMovie movie(Undecoded(48000, 0x7FFFFFFF));
+    SetMovieTimeScale(movie.Get(), 48000);
+    EXPECT_EQ(0x7FFFFFFF, GetMovieDuration(movie.Get()));
+}
+
+TEST(MovieTime, NoTracksNoLength) {
+    const OpenedMovie movie(std::vector<toolbox::movies::ImportedTrack>{});
+    EXPECT_EQ(0, GetMovieDuration(movie.Get()));
+    EXPECT_EQ(0, GetMovieTrackCount(movie.Get()));
+}
+
+TEST(MovieTime, OnlyPositiveScalesAreTaken) {
+    const OpenedMovie movie(Undecoded(48000, 1));
+    SetMovieTimeScale(movie.Get(), 0);
+    EXPECT_EQ(600, GetMovieTimeScale(movie.Get()));
+    SetMovieTimeScale(movie.Get(), -1);
+    EXPECT_EQ(600, GetMovieTimeScale(movie.Get()));
+    SetMovieTimeScale(movie.Get(), 1);
+    EXPECT_EQ(1, GetMovieTimeScale(movie.Get()));
+    SetMovieTimeScale(nullptr, 5);
+    EXPECT_EQ(0, GetMovieTimeScale(nullptr));
+    EXPECT_EQ(0, GetMovieDuration(nullptr));
+}
+
+TEST(MovieTime, AnImportersImpossibleScaleIsMended) {
+    const OpenedMovie movie(Tracks(PictureTrack(2, 1)), 0);
+    EXPECT_EQ(1, GetMovieTimeScale(movie.Get()));
+    EXPECT_EQ(2, GetMovieDuration(movie.Get()));
+}
+
+TEST(MovieTracks, InFileOrderFromOne) {
+    const OpenedMovie movie(Tracks(PictureTrack(1, 1), SoundTrackOf(Undecoded(44100, 10))));
+    ASSERT_EQ(2, GetMovieTrackCount(movie.Get()));
+    EXPECT_EQ(nullptr, GetMovieIndTrack(movie.Get(), 0));
+    EXPECT_EQ(nullptr, GetMovieIndTrack(movie.Get(), -1));
+    EXPECT_EQ(nullptr, GetMovieIndTrack(movie.Get(), 3));
+    EXPECT_EQ(nullptr, GetMovieIndTrack(nullptr, 1));
+    const OSType expected[] = {VideoMediaType, SoundMediaType};
+    for (SInt32 index = 1; index <= 2; ++index) {
+        const Media media = GetTrackMedia(GetMovieIndTrack(movie.Get(), index));
+        ASSERT_NE(nullptr, media);
+        EXPECT_NE(nullptr, GetMediaHandler(media));
+        OSType type = 0;
+        OSType manufacturer = 0;
+        Str255 name = {};
+        GetMediaHandlerDescription(media, &type, name, &manufacturer);
+        EXPECT_EQ(expected[index - 1], type);
+        EXPECT_EQ(FourChars("mrtl"), manufacturer);
+        EXPECT_EQ(index == 1 ? "Video Media Handler" : "Sound Media Handler",
+                  std::string(reinterpret_cast<char*>(name) + 1, name[0]));
+        GetMediaHandlerDescription(media, nullptr, nullptr, nullptr);
+    }
+}
+
+TEST(MovieTracks, NullsAnswerNothing) {
+    OSType type = 5;
+    OSType manufacturer = 5;
+    Str255 name = {9};
+    EXPECT_EQ(0, GetMovieTrackCount(nullptr));
+    EXPECT_EQ(nullptr, GetTrackMedia(nullptr));
+    EXPECT_EQ(nullptr, GetMediaHandler(nullptr));
+    GetMediaHandlerDescription(nullptr, &type, name, &manufacturer);
+    EXPECT_EQ(0U, type);
+    EXPECT_EQ(0U, manufacturer);
+    EXPECT_EQ(0, name[0]);
+    EXPECT_EQ(0, GetMediaSampleDescriptionCount(nullptr));
+    GetMediaSampleDescription(nullptr, 1, nullptr);
+}
+
+TEST(SampleDescriptions, FillAndResizeTheHandle) {
+    MemorySound sound = Undecoded(96000, 10);
+    SoundFormat second;
+    second.dataFormat = FourChars("alac");
+    second.sampleRateHz = 44100;
+    second.channelCount = 2;
+    sound.track->formats.push_back(second);
+    const OpenedMovie movie(std::move(sound));
+    const Media media = GetTrackMedia(GetMovieIndTrack(movie.Get(), 1));
+    EXPECT_EQ(2, GetMediaSampleDescriptionCount(media));
+    for (const Size sizeBefore : {0, 4, 1000}) {
+        const Handle description = NewHandle(sizeBefore);
+        GetMediaSampleDescription(media, 1, description);
+        ASSERT_EQ(36, GetHandleSize(description));
+        const std::string first(*description, 36);
+        EXPECT_EQ(std::string("\0\0\0\x24mp4a", 8), first.substr(0, 8));
+        EXPECT_EQ(std::string("\xBB\x80\0\0", 4), first.substr(32));  // 96000 described as 48000
+        GetMediaSampleDescription(media, 2, description);
+        EXPECT_EQ("alac", std::string(*description + 4, 4));
+        EXPECT_EQ(std::string("\xAC\x44\0\0", 4), std::string(*description + 32, 4));
+        DisposeHandle(description);
+    }
+}
+
+TEST(SampleDescriptions, OutOfRangeLeavesAnEmptyHandle) {
+    const OpenedMovie movie(Tracks(SoundTrackOf(Undecoded(44100, 10)), PictureTrack(1, 1)));
+    const Media sound = GetTrackMedia(GetMovieIndTrack(movie.Get(), 1));
+    const Media picture = GetTrackMedia(GetMovieIndTrack(movie.Get(), 2));
+    EXPECT_EQ(0, GetMediaSampleDescriptionCount(picture));
+    const Handle description = NewHandle(36);
+    for (const SInt32 index : {-1, 0, 2}) {
+        SetHandleSize(description, 36);
+        GetMediaSampleDescription(sound, index, description);
+        EXPECT_EQ(0, GetHandleSize(description)) << index;
+    }
+    SetHandleSize(description, 36);
+    GetMediaSampleDescription(picture, 1, description);
+    EXPECT_EQ(0, GetHandleSize(description));
+    DisposeHandle(description);
+}
+
+}  // namespace

@@ -1,0 +1,417 @@
+// The general importer over files that the ffmpeg command makes while the test runs.
+#include "fakes/MemoryFile.h"
+#include "movies/front/GeneralImporter_test_access.h"
+#include "track/MovieImporter.h"
+#include "decoder/SoundDecoder.h"
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+#include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
+#include <toolbox/SoundReport.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace toolbox::movies {
+namespace {
+
+using mirtal::fakes::NewMemoryFile;
+
+class Folder {
+  public:
+    Folder() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "general-XXXXXX").string();
+        mPath = mkdtemp(pattern.data());
+    }
+    ~Folder() { std::filesystem::remove_all(mPath); }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    std::string Item(const std::string& inName) const { return (mPath / inName).string(); }
+
+  private:
+    std::filesystem::path mPath;
+};
+
+std::string Contents(const std::string& inPath) {
+    std::ifstream file(inPath, std::ios::binary);
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    return bytes.str();
+}
+
+// A file whose sound is a tone of so many frames; "" when ffmpeg refuses, which fails the test.
+std::string MakeFile(std::uint32_t inRateHz, std::uint32_t inFrameCount, const std::string& inOptions,
+                     const std::string& inExtension) {
+    const Folder folder;
+    const std::string path = folder.Item("file." + inExtension);
+    std::ostringstream command;
+    command << "ffmpeg -v error -nostdin -f lavfi -i 'sine=440:r=" << inRateHz
+            << ",atrim=end_sample=" << inFrameCount << "' " << inOptions << " -bitexact '" << path << "'";
+    EXPECT_EQ(0, std::system(command.str().c_str())) << command.str();
+    return Contents(path);
+}
+
+struct Imported {
+    OSStatus status = noErr;
+    ImportedMovie movie;
+    std::string problem = "untouched";
+    const SoundTrack& Sound() const { return *movie.tracks.at(0).sound; }
+};
+
+Imported Import(const std::string& inBytes) {
+    Imported result;
+    result.status = ImportGeneral(NewMemoryFile(inBytes), result.movie, result.problem);
+    return result;
+}
+
+std::vector<std::int64_t> AnnouncedFrames(const SoundTrack& inTrack) {
+    std::vector<std::int64_t> frames;
+    const PacketSpan& span = inTrack.spans.at(0);
+    std::size_t run = 0;
+    for (std::uint32_t packet = 0; packet < span.packetCount; ++packet) {
+        while (run + 1 < span.durations.size() && span.durations[run + 1].firstPacket <= packet) {
+            ++run;
+        }
+        frames.push_back(span.durations[run].framesPerPacket);
+    }
+    return frames;
+}
+
+std::vector<std::int64_t> DecodedFrames(const SoundTrack& inTrack) {
+    std::vector<std::int64_t> frames;
+    const auto reader = inTrack.packets->NewReader();
+    SoundDecoder decoder;
+    EXPECT_EQ(noErr, decoder.Open(inTrack.formats.at(0)));
+    for (std::uint32_t packet = 0; packet < inTrack.packets->PacketCount(); ++packet) {
+        PacketBytes bytes;
+        EXPECT_EQ(noErr, reader->Read(packet, bytes)) << packet;
+        EXPECT_NE(nullptr, bytes.owner);
+        std::int64_t count = 0;
+        EXPECT_EQ(SoundDecoder::Outcome::kNothing, decoder.Send(bytes)) << packet;
+        while (decoder.Receive() == SoundDecoder::Outcome::kSound) {
+            EXPECT_EQ(inTrack.SampleRateHz(), static_cast<std::uint32_t>(decoder.Frame().sample_rate));
+            EXPECT_EQ(inTrack.formats[0].channelCount, decoder.Frame().ch_layout.nb_channels);
+            count += decoder.Frame().nb_samples;
+        }
+        frames.push_back(count);
+    }
+    return frames;
+}
+
+struct Format {
+    const char* name;
+    const char* options;
+    const char* extension;
+    std::uint32_t rateHz;
+    std::uint16_t channelCount;
+    std::uint32_t frameCount;
+    // What the file adds to the sound and does not tell.
+    std::uint32_t addedFrameCount;
+    DecoderMemory memory;
+    OSType dataFormat;
+};
+
+// Frame counts that end amid a packet, at rates and channel counts of all sorts.
+const Format kFormats[] = {
+    {"WAV8", "-c:a pcm_u8", "wav", 11025, 1, 12345, 0, DecoderMemory::kNone, FourChars("raw ")},
+    {"WAV16", "-ac 2 -c:a pcm_s16le", "wav", 44100, 2, 44101, 0, DecoderMemory::kNone, FourChars("sowt")},
+    {"WAV24", "-ac 2 -c:a pcm_s24le", "wav", 48000, 2, 4801, 0, DecoderMemory::kNone, FourChars("in24")},
+    {"WAV32", "-c:a pcm_s32le", "wav", 96000, 1, 9601, 0, DecoderMemory::kNone, FourChars("in32")},
+    {"WAVFloat", "-ac 6 -c:a pcm_f32le", "wav", 32000, 6, 3201, 0, DecoderMemory::kNone, FourChars("fl32")},
+    {"WAVLaw", "-c:a pcm_mulaw", "wav", 8000, 1, 8001, 0, DecoderMemory::kNone, FourChars("ulaw")},
+    {"AIFF", "-ac 2 -c:a pcm_s16be", "aiff", 22050, 2, 22051, 0, DecoderMemory::kNone, FourChars("twos")},
+    {"AIFFLittle", "-ac 2 -c:a pcm_s16le", "aiff", 44100, 2, 7777, 0, DecoderMemory::kNone,
+     FourChars("sowt")},
+    {"CAFPCM", "-c:a pcm_s24be", "caf", 44100, 1, 7777, 0, DecoderMemory::kNone, FourChars("in24")},
+    {"CAFALAC", "-ac 2 -c:a alac", "caf", 44100, 2, 10001, 0, DecoderMemory::kNone, FourChars("alac")},
+    {"FLAC", "-ac 2 -c:a flac", "flac", 44100, 2, 44101, 0, DecoderMemory::kNone, FourChars("fLaC")},
+    {"FLACLong", "-c:a flac", "flac", 48000, 1, 700001, 0, DecoderMemory::kNone, FourChars("fLaC")},
+    {"MOVPCM", "-ac 2 -c:a pcm_s16be", "mov", 48000, 2, 4801, 0, DecoderMemory::kNone, FourChars("twos")},
+    {"MatroskaFLAC", "-c:a flac", "mka", 44100, 1, 20001, 0, DecoderMemory::kNone, FourChars("fLaC")},
+    {"MP3Constant", "-ac 2 -c:a libmp3lame -b:a 128k", "mp3", 44100, 2, 44101, 0, DecoderMemory::kUnbounded,
+     FourChars(".mp3")},
+    {"MP3Variable", "-c:a libmp3lame -q:a 4", "mp3", 22050, 1, 33333, 0, DecoderMemory::kUnbounded,
+     FourChars(".mp3")},
+    {"OggVorbis", "-ac 2 -c:a libvorbis", "ogg", 44100, 2, 44101, 0, DecoderMemory::kUnbounded,
+     FourChars("vrbs")},
+    {"OggOpus", "-ac 2 -c:a libopus", "opus", 48000, 2, 48001, 0, DecoderMemory::kUnbounded,
+     FourChars("Opus")},
+    {"MatroskaOpus", "-c:a libopus", "mka", 48000, 1, 48001, 0, DecoderMemory::kUnbounded, FourChars("Opus")},
+    {"OggVorbisOfSeveralPages", "-ac 2 -c:a libvorbis", "ogg", 48000, 2, 480001, 0, DecoderMemory::kUnbounded,
+     FourChars("vrbs")},
+    // 20 * 1024 frames: whole packets, so that only the encoder's delay is added, which these files do not
+    // tell.
+    {"MatroskaAAC", "-ac 2 -c:a aac", "mka", 44100, 2, 20480, 1024, DecoderMemory::kUnbounded,
+     FourChars("mp4a")},
+    {"TransportAAC", "-ac 2 -c:a aac", "ts", 44100, 2, 20480, 1024, DecoderMemory::kUnbounded,
+     FourChars("mp4a")},
+    {"FlashAAC", "-ac 2 -c:a aac", "flv", 44100, 2, 20480, 1024, DecoderMemory::kUnbounded,
+     FourChars("mp4a")},
+    {"LATM", "-ac 2 -c:a aac -f latm", "loas", 44100, 2, 20480, 1024, DecoderMemory::kUnbounded,
+     FourChars("mp4a")},
+    {"MP2", "-ac 2 -c:a mp2", "mp2", 48000, 2, 11520, 0, DecoderMemory::kUnbounded, FourChars(".mp2")},
+    {"AC3", "-ac 2 -c:a ac3", "ac3", 48000, 2, 15360, 0, DecoderMemory::kUnbounded, FourChars("ac-3")},
+};
+
+// For messages of failed tests.
+void PrintTo(const Format& inFormat, std::ostream* outStream) {
+    *outStream << inFormat.name;
+}
+
+class GeneralImporterFormats : public testing::TestWithParam<Format> {};
+
+TEST_P(GeneralImporterFormats, LengthIsExactAndDecodes) {
+    const Format& format = GetParam();
+    const std::string bytes = MakeFile(format.rateHz, format.frameCount, format.options, format.extension);
+    ASSERT_FALSE(bytes.empty());
+    const Imported imported = Import(bytes);
+    ASSERT_EQ(noErr, imported.status) << imported.problem;
+    ASSERT_EQ(1u, imported.movie.tracks.size());
+    EXPECT_EQ(FourChars("soun"), imported.movie.tracks[0].mediaType);
+    EXPECT_FALSE(imported.movie.containerName.empty());
+    const SoundTrack& track = imported.Sound();
+    ASSERT_EQ(1u, track.formats.size());
+    EXPECT_EQ(format.rateHz, track.SampleRateHz());
+    EXPECT_EQ(format.channelCount, track.formats[0].channelCount);
+    EXPECT_EQ(format.dataFormat, track.formats[0].dataFormat);
+    EXPECT_EQ(format.memory, track.formats[0].memory);
+    EXPECT_EQ(noErr, track.formats[0].decodable);
+    EXPECT_EQ(format.frameCount + format.addedFrameCount, track.FrameCount());
+    EXPECT_EQ(track.FrameCount(), imported.movie.tracks[0].duration.units);
+    EXPECT_EQ(track.SampleRateHz(), imported.movie.tracks[0].duration.unitsPerSecond);
+    EXPECT_EQ(AnnouncedFrames(track), DecodedFrames(track));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, GeneralImporterFormats, testing::ValuesIn(kFormats),
+                         [](const auto& inInfo) { return std::string(inInfo.param.name); });
+
+TEST(GeneralImporter, TrimsAreTold) {
+    const Imported imported = Import(MakeFile(48000, 48001, "-c:a libopus", "opus"));
+    ASSERT_EQ(noErr, imported.status);
+    EXPECT_EQ(kSoundTrimCodecHeader, imported.Sound().trimSource);
+    EXPECT_EQ(312, imported.Sound().framesTrimmedAtStart);
+    EXPECT_GT(imported.Sound().framesTrimmedAtEnd, 0);
+    const Imported plain = Import(MakeFile(48000, 4800, "-c:a pcm_s16le", "wav"));
+    EXPECT_EQ(kSoundTrimNone, plain.Sound().trimSource);
+}
+
+TEST(GeneralImporter, ReaderGoesBackAndStaysPut) {
+    const Imported imported = Import(MakeFile(44100, 44100, "-c:a libmp3lame", "mp3"));
+    ASSERT_EQ(noErr, imported.status);
+    const auto reader = imported.Sound().packets->NewReader();
+    const auto text = [&reader](std::uint32_t inPacket) {
+        PacketBytes bytes;
+        EXPECT_EQ(noErr, reader->Read(inPacket, bytes));
+        return std::string(bytes.data, bytes.data + bytes.sizeBytes);
+    };
+    const std::string third = text(3);
+    const std::string tenth = text(10);
+    EXPECT_NE(third, tenth);
+    EXPECT_EQ(tenth, text(10));
+    EXPECT_EQ(third, text(3));
+    EXPECT_EQ(tenth, text(10));
+    PacketBytes bytes;
+    EXPECT_EQ(eofErr, reader->Read(imported.Sound().packets->PacketCount(), bytes));
+    EXPECT_EQ(nullptr, bytes.data);
+}
+
+TEST(GeneralImporter, ReadersOnTwoThreads) {
+    const Imported imported = Import(MakeFile(44100, 200000, "-c:a flac", "flac"));
+    ASSERT_EQ(noErr, imported.status);
+    std::vector<std::int64_t> first;
+    std::vector<std::int64_t> second;
+    std::thread thread([&] { first = DecodedFrames(imported.Sound()); });
+    second = DecodedFrames(imported.Sound());
+    thread.join();
+    EXPECT_EQ(AnnouncedFrames(imported.Sound()), first);
+    EXPECT_EQ(first, second);
+}
+
+TEST(GeneralImporter, DeclinesWithoutAWord) {
+    for (const std::string& bytes : {std::string(), std::string("x"), std::string(5000, '\0'),
+                                     std::string("#EXTM3U\n#EXTINF:1,\nhttp://a/b\n"),
+                                     std::string("ffconcat version 1.0\nfile '/etc/passwd'\n"),
+                                     std::string("v=0\no=- 0 0 IN IP4 1.2.3.4\n"),
+                                     std::string("just some words that are no sound at all\n")}) {
+        const Imported imported = Import(bytes);
+        EXPECT_EQ(cantFindHandler, imported.status) << bytes.substr(0, 30);
+        EXPECT_EQ("untouched", imported.problem) << bytes.substr(0, 30);
+    }
+}
+
+TEST(GeneralImporter, DamagedFilesSaySo) {
+    std::string bytes = MakeFile(44100, 44100, "-c:a flac", "flac");
+    bytes.resize(60);
+    const Imported imported = Import(bytes);
+    EXPECT_EQ(invalidMovie, imported.status);
+    EXPECT_NE("untouched", imported.problem);
+    EXPECT_NE("", imported.problem);
+}
+
+TEST(GeneralImporter, CutFilesKeepWhatIsThere) {
+    std::string bytes = MakeFile(44100, 44100, "-ac 2 -c:a pcm_s16le", "wav");
+    bytes.resize(bytes.size() - 4 * 1000);
+    EXPECT_EQ(43100, Import(bytes).Sound().FrameCount());
+}
+
+TEST(GeneralImporter, PicturesLastAsLongAsTheyAreShown) {
+    const Folder folder;
+    for (const char* extension : {"mkv", "ts"}) {
+        const std::string path = folder.Item(std::string("video.") + extension);
+        const std::string command =
+            "ffmpeg -v error -nostdin -f lavfi -i testsrc=s=64x48:r=25:d=2 -f lavfi -i "
+            "sine=440:r=48000:d=1 -c:v mpeg4 -c:a mp2 '" +
+            path + "'";
+        ASSERT_EQ(0, std::system(command.c_str()));
+        const Imported imported = Import(Contents(path));
+        ASSERT_EQ(noErr, imported.status);
+        ASSERT_EQ(2u, imported.movie.tracks.size()) << extension;
+        EXPECT_EQ(FourChars("soun"), imported.movie.tracks[0].mediaType);
+        EXPECT_EQ(FourChars("vide"), imported.movie.tracks[1].mediaType);
+        const Duration& shown = imported.movie.tracks[1].duration;
+        EXPECT_NEAR(2.0, static_cast<double>(shown.units) / static_cast<double>(shown.unitsPerSecond), 0.05)
+            << extension;
+        EXPECT_EQ(AnnouncedFrames(imported.Sound()), DecodedFrames(imported.Sound()));
+    }
+}
+
+TEST(GeneralImporter, CoversAreNoPictures) {
+    const Folder folder;
+    const std::string path = folder.Item("cover.mp3");
+    const std::string command =
+        "ffmpeg -v error -nostdin -f lavfi -i sine=440:r=44100:d=1 -f lavfi -i "
+        "testsrc=s=64x48:r=1:d=1 -map 0 -map 1 -c:v png -c:a libmp3lame "
+        "-disposition:v attached_pic -frames:v 1 '" +
+        path + "'";
+    ASSERT_EQ(0, std::system(command.c_str()));
+    const Imported imported = Import(Contents(path));
+    ASSERT_EQ(noErr, imported.status);
+    EXPECT_EQ(1u, imported.movie.tracks.size());
+    EXPECT_EQ(44100, imported.Sound().FrameCount());
+}
+
+TEST(GeneralImporter, SilentFilmsHaveNoSound) {
+    const Folder folder;
+    const std::string path = folder.Item("film.mkv");
+    const std::string command =
+        "ffmpeg -v error -nostdin -f lavfi -i testsrc=s=64x48:r=25:d=1 -c:v mpeg4 '" + path + "'";
+    ASSERT_EQ(0, std::system(command.c_str()));
+    const Imported imported = Import(Contents(path));
+    ASSERT_EQ(noErr, imported.status);
+    ASSERT_EQ(1u, imported.movie.tracks.size());
+    EXPECT_EQ(FourChars("vide"), imported.movie.tracks[0].mediaType);
+}
+
+TEST(GeneralImporter, CorruptFilesNeverBreakIt) {
+    const std::string whole[] = {
+        MakeFile(44100, 9000, "-c:a libmp3lame", "mp3"), MakeFile(44100, 9000, "-c:a libvorbis", "ogg"),
+        MakeFile(44100, 9000, "-c:a flac", "flac"), MakeFile(44100, 9000, "-c:a aac", "mka"),
+        MakeFile(44100, 9000, "-c:a pcm_s16le", "wav")};
+    std::uint32_t state = 1;
+    for (const std::string& bytes : whole) {
+        for (int round = 0; round < 60; ++round) {
+            std::string damaged = bytes;
+            for (int hit = 0; hit < 8; ++hit) {
+                state = state * 1664525 + 1013904223;
+                damaged[(state >> 8) % damaged.size()] = static_cast<char>(state >> 24);
+            }
+            const Imported imported = Import(damaged);
+            if (imported.status != noErr) {
+                continue;
+            }
+            ASSERT_FALSE(imported.movie.tracks.empty());
+            if (imported.movie.tracks[0].sound != nullptr) {
+                EXPECT_GT(imported.Sound().SampleRateHz(), 0u);
+                std::int64_t announced = 0;
+                for (const std::int64_t frames : AnnouncedFrames(imported.Sound())) {
+                    announced += frames;
+                }
+                EXPECT_EQ(imported.Sound().spans[0].frameCount, announced);
+                EXPECT_LE(imported.Sound().FrameCount(), announced);
+            }
+        }
+    }
+}
+
+class GeneralImporterLoading : public testing::Test {
+  protected:
+    void TearDown() override { ReplaceGeneralImporterCalls(RealGeneralImporterCalls()); }
+
+    static OSStatus ImportSomething() {
+        ImportedMovie movie;
+        std::string problem;
+        return ImportGeneral(NewMemoryFile("RIFF"), movie, problem);
+    }
+};
+
+std::vector<std::string> sOpened;
+
+TEST_F(GeneralImporterLoading, ToolboxThatDoesNotKnowWhereItIs) {
+    GeneralImporterCalls calls = RealGeneralImporterCalls();
+    calls.ownPath = [](char*, unsigned long) { return false; };
+    ReplaceGeneralImporterCalls(calls);
+    EXPECT_EQ(cantFindHandler, ImportSomething());
+}
+
+TEST_F(GeneralImporterLoading, LooksBesideTheToolboxAndTriesAgain) {
+    sOpened.clear();
+    GeneralImporterCalls calls = RealGeneralImporterCalls();
+    calls.ownPath = [](char* outPath, unsigned long) {
+        std::string("/somewhere/lib/toolbox.so").copy(outPath, 26);
+        outPath[25] = 0;
+        return true;
+    };
+    calls.open = [](const char* inPath) -> void* {
+        sOpened.push_back(inPath);
+        return nullptr;
+    };
+    ReplaceGeneralImporterCalls(calls);
+    EXPECT_EQ(cantFindHandler, ImportSomething());
+    const std::vector<std::string> expected = {
+        "/somewhere/lib/mirtal-components/libmirtal-general-importer.so",
+        "/somewhere/lib/../lib/mirtal-components/libmirtal-general-importer.so"};
+    EXPECT_EQ(expected, sOpened);
+    EXPECT_EQ(cantFindHandler, ImportSomething());
+    EXPECT_EQ(4u, sOpened.size());
+}
+
+TEST_F(GeneralImporterLoading, ObjectWithoutOurName) {
+    GeneralImporterCalls calls = RealGeneralImporterCalls();
+    calls.symbol = [](void*, const char*) -> void* { return nullptr; };
+    ReplaceGeneralImporterCalls(calls);
+    EXPECT_EQ(cantFindHandler, ImportSomething());
+}
+
+TEST_F(GeneralImporterLoading, ComponentOfAnotherBuild) {
+    GeneralImporterCalls calls = RealGeneralImporterCalls();
+    calls.symbol = [](void*, const char*) {
+        using Function = const void* (*)(std::uint32_t);
+        const Function refuses = [](std::uint32_t) -> const void* { return nullptr; };
+        return reinterpret_cast<void*>(refuses);
+    };
+    ReplaceGeneralImporterCalls(calls);
+    EXPECT_EQ(cantFindHandler, ImportSomething());
+}
+
+TEST_F(GeneralImporterLoading, FirstImportsRace) {
+    const std::string bytes = MakeFile(48000, 4800, "-c:a pcm_s16le", "wav");
+    ReplaceGeneralImporterCalls(RealGeneralImporterCalls());
+    std::vector<std::thread> threads;
+    std::vector<std::int64_t> frames(4);
+    for (std::size_t index = 0; index < frames.size(); ++index) {
+        threads.emplace_back([&, index] { frames[index] = Import(bytes).Sound().FrameCount(); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(std::vector<std::int64_t>(4, 4800), frames);
+}
+
+}  // namespace
+}  // namespace toolbox::movies

@@ -1,0 +1,53 @@
+#include <track/ExactTime.h>
+#include <track/SoundTrack.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+namespace {
+
+using toolbox::movies::Edit;
+using toolbox::movies::ScaleRounded;
+using toolbox::movies::SoundTrack;
+
+TEST(ExactTime, RoundsToNearestHalvesUp) {
+    EXPECT_EQ(0, ScaleRounded(0, 44100, 600));
+    EXPECT_EQ(2, ScaleRounded(3, 1, 2));
+    EXPECT_EQ(1, ScaleRounded(1, 1, 2));
+    EXPECT_EQ(0, ScaleRounded(1, 1, 3));
+    EXPECT_EQ(1, ScaleRounded(2, 1, 3));
+    EXPECT_EQ(44100, ScaleRounded(600, 44100, 600));
+}
+
+TEST(ExactTime, ProductsPast64BitsAreExact) {
+    EXPECT_EQ(INT64_MAX, ScaleRounded(INT64_MAX, 96000, 96000));
+    EXPECT_EQ(INT64_MAX / 2 + 1, ScaleRounded(INT64_MAX, 48000, 96000));
+}
+
+TEST(ExactTime, PinsWhatDoesNotFit) {
+    EXPECT_EQ(INT64_MAX, ScaleRounded(INT64_MAX, 2, 1));
+}
+
+TEST(ExactTime, TouchingStretchesStayTouching) {
+    std::int64_t previousEnd = 0;
+    for (std::int64_t unit = 0; unit < 10000; ++unit) {
+        EXPECT_EQ(previousEnd, ScaleRounded(unit, 44100, 601));
+        previousEnd = ScaleRounded(unit + 1, 44100, 601);
+    }
+}
+
+TEST(SoundTrackLength, SumsTheEdits) {
+    SoundTrack track;
+    EXPECT_EQ(0, track.FrameCount());
+    track.edits = {Edit{10, 0}, Edit{5, Edit::kEmpty}, Edit{0, 3}, Edit{7, 2}};
+    EXPECT_EQ(22, track.FrameCount());
+}
+
+TEST(SoundTrackLength, DoesNotWrap) {
+    SoundTrack track;
+    track.edits = {Edit{INT64_MAX, Edit::kEmpty}, Edit{INT64_MAX, Edit::kEmpty}};
+    EXPECT_EQ(INT64_MAX, track.FrameCount());
+}
+
+}  // namespace

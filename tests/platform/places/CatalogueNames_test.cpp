@@ -1,0 +1,88 @@
+#include "places/CatalogueNames.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+namespace {
+
+using toolbox::files::CatalogueName;
+using toolbox::files::DiskName;
+using toolbox::files::IsSameName;
+
+std::string OnDisk(std::u16string_view inName) {
+    std::string name = "untouched";
+    return DiskName(inName, name) ? name : "refused";
+}
+
+TEST(CatalogueNames, Table) {
+    struct Row {
+        const char* disk;
+        std::u16string catalogue;
+    };
+    const Row kRows[] = {
+        {"name.txt", u"name.txt"},
+        {"a:b", u"a/b"},
+        {"\xC3\xA9", u"\u00E9"},
+        {"e\xCC\x81", u"e\u0301"},
+        {"\xE3\x81\x82", u"\u3042"},
+        {"\xF0\x9F\x98\x80", u"\U0001F600"},
+        {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
+        {"\xEF\xBF\xBF", u"\uFFFF"},
+        {"\x80", u"\uF780"},
+        {"a\xFFz", u"a\uF7FFz"},
+        {"\xC3", u"\uF7C3"},
+        {"\xC3\xC3\xA9", u"\uF7C3\u00E9"},
+        {"\xC0\xAF", u"\uF7C0\uF7AF"},                      // overlong
+        {"\xE0\x80\xAF", u"\uF7E0\uF780\uF7AF"},            // overlong
+        {"\xED\xA0\x80", u"\uF7ED\uF7A0\uF780"},            // a surrogate
+        {"\xF4\x90\x80\x80", u"\uF7F4\uF790\uF780\uF780"},  // beyond Unicode
+        {"\xF0\x80\x80\x80", u"\uF7F0\uF780\uF780\uF780"},  // overlong
+        {"\xEF\x9E\x80", u"\uF7EF\uF79E\uF780"},            // U+F780 itself
+        {"\xEF\x9F\xBF", u"\uF7EF\uF79F\uF7BF"},            // U+F7FF itself
+        {"\xEF\x9D\xBF\xEF\xA0\x80", u"\uF77F\uF800"},      // those beside them
+    };
+    for (const Row& row : kRows) {
+        EXPECT_EQ(row.catalogue, CatalogueName(row.disk)) << row.disk;
+        EXPECT_EQ(row.disk, OnDisk(row.catalogue)) << row.disk;
+    }
+    EXPECT_EQ(u"", CatalogueName(""));
+}
+
+TEST(CatalogueNames, AnyBytesComeBack) {
+    std::string name;
+    for (int first = 1; first < 256; ++first)
+        for (int second = 1; second < 256; ++second) {
+            if (first == '/' || second == '/' || (first == '.' && second == '.')) continue;
+            name = {static_cast<char>(first), static_cast<char>(second)};
+            ASSERT_EQ(name, OnDisk(CatalogueName(name))) << first << " " << second;
+        }
+    std::minstd_rand random(7);
+    for (int round = 0; round < 20'000; ++round) {
+        name.clear();
+        for (unsigned left = 3 + random() % 8; left > 0; --left)
+            name += static_cast<char>(random() % 2 == 0 ? 0x80 + random() % 128 : 0xE0 + random() % 32);
+        ASSERT_EQ(name, OnDisk(CatalogueName(name)));
+        ASSERT_LE(CatalogueName(name).size(), name.size());
+    }
+}
+
+TEST(CatalogueNames, NoNames) {
+    for (const std::u16string& name :
+         {std::u16string(), std::u16string(u"."), std::u16string(u".."), std::u16string(u"a\0b", 3),
+          std::u16string(1, u'\xD83D'), std::u16string(1, u'\xDE00'), std::u16string(u"\xDE00\xD83D"),
+          std::u16string(u"\xD83Dx")})
+        EXPECT_EQ("refused", OnDisk(name));
+    EXPECT_EQ("...", OnDisk(u"..."));
+}
+
+TEST(CatalogueNames, SameNames) {
+    EXPECT_TRUE(IsSameName(u"Name", u"nAME"));
+    EXPECT_TRUE(IsSameName(u"caf\u00E9", u"CAFE\u0301"));
+    EXPECT_FALSE(IsSameName(u"cafe", u"caf\u00E9"));
+    EXPECT_FALSE(IsSameName(u"name", u"name2"));
+    EXPECT_TRUE(IsSameName(u"", u""));
+}
+
+}  // namespace

@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "places/CatalogueNames.h"
+
+namespace {
+
+using toolbox::files::NameOfSpec;
+using toolbox::files::NodeOfSpecName;
+using toolbox::files::SpecName;
+
+std::string SpecOf(std::u16string_view inName, UInt32 inNode = 0x1A2B3, std::size_t inMax = 31) {
+    Str255 name;
+    SpecName(inName, inNode, name, inMax);
+    return {reinterpret_cast<const char*>(name) + 1, name[0]};
+}
+
+UInt32 NodeOf(const std::string& inName) {
+    const std::string pascal = static_cast<char>(inName.size()) + inName;
+    return NodeOfSpecName(reinterpret_cast<const unsigned char*>(pascal.data()));
+}
+
+TEST(SpecNames, ThatFit) {
+    EXPECT_EQ("name.txt", SpecOf(u"name.txt"));
+    EXPECT_EQ(std::string(31, 'n'), SpecOf(std::u16string(31, u'n')));
+    EXPECT_EQ("caf\xC3\xA9", SpecOf(u"caf\u00E9"));
+    EXPECT_EQ("a#12.txt", SpecOf(u"a#12.txt"));
+}
+
+TEST(SpecNames, ThatTellTheirNode) {
+    struct Row {
+        std::u16string name;
+        UInt32 node;
+        const char* expected;
+    };
+    const Row kRows[] = {
+        {std::u16string(32, u'n'), 0x1A2B3, "nnnnnnnnnnnnnnnnnnnnnnnnn#1A2B3"},
+        {std::u16string(32, u'n'), 0xFFFFFFFF, "nnnnnnnnnnnnnnnnnnnnnn#FFFFFFFF"},
+        {std::u16string(32, u'n'), 16, "nnnnnnnnnnnnnnnnnnnnnnnnnnnn#10"},
+        {std::u16string(40, u'n') + u".txt", 0x1A2B3, "nnnnnnnnnnnnnnnnnnnnn#1A2B3.txt"},
+        {std::u16string(40, u'n') + u".jpeg", 0x1A2B3, "nnnnnnnnnnnnnnnnnnnn#1A2B3.jpeg"},
+        {std::u16string(40, u'n') + u".jpegs", 0x1A2B3, "nnnnnnnnnnnnnnnnnnnnnnnnn#1A2B3"},  // no extension
+        {std::u16string(40, u'n') + u".t\u00E9", 0x1A2B3, "nnnnnnnnnnnnnnnnnnnnnnnnn#1A2B3"},
+        {std::u16string(40, u'n') + u".a b", 0x1A2B3, "nnnnnnnnnnnnnnnnnnnnnnnnn#1A2B3"},
+        {std::u16string(40, u'n') + u".", 0x1A2B3, "nnnnnnnnnnnnnnnnnnnnnnnn#1A2B3."},
+        {u"." + std::u16string(40, u'n'), 0x1A2B3, ".nnnnnnnnnnnnnnnnnnnnnnnn#1A2B3"},
+        // Characters of three bytes: eight of them in 25 bytes.
+        {std::u16string(20, u'\u3042'), 0x1A2B3,
+         "\xE3\x81\x82\xE3\x81\x82\xE3\x81\x82\xE3\x81\x82\xE3\x81\x82\xE3\x81\x82\xE3\x81\x82\xE3\x81\x82#"
+         "1A2B3"},
+    };
+    for (const Row& row : kRows)
+        EXPECT_EQ(row.expected, SpecOf(row.name, row.node));
+}
+
+TEST(SpecNames, WhatTheEncodingDoesNotHave) {
+    EXPECT_EQ("a?b#1A2B3", SpecOf(std::u16string(u"a\xD83D"
+                                                 u"b")));
+}
+
+TEST(SpecNames, LessRoom) {
+    EXPECT_EQ("exactly seven-and-twenty...", SpecOf(u"exactly seven-and-twenty...", 5, 27));
+    EXPECT_EQ("exactly seven-and-twenty#5.", SpecOf(u"exactly seven-and-twenty....", 5, 27));
+    EXPECT_EQ("n#FFFFFFFF.jpeg", SpecOf(u"nnnnnnnnnnnnnnn.jpeg", 0xFFFFFFFF, 15));
+}
+
+TEST(SpecNames, NodeThatANameTells) {
+    struct Row {
+        const char* name;
+        UInt32 node;
+    };
+    constexpr Row kRows[] = {
+        {"name#1A2B3", 0x1A2B3},
+        {"name#1A2B3.txt", 0x1A2B3},
+        {"#FFFFFFFF", 0xFFFFFFFF},
+        {"a#1#2.x", 2},
+        {"name#1a2b3", 0x1A2B3},
+        {"name", 0},
+        {"name#", 0},
+        {"name#.txt", 0},
+        {"name#12G", 0},
+        {"name#123456789", 0},
+        {"", 0},
+        {"#", 0},
+        {"name#-1", 0},
+        {"name#0x1", 0},
+        {"name#12 ", 0},
+    };
+    for (const Row& row : kRows)
+        EXPECT_EQ(row.node, NodeOf(row.name)) << row.name;
+}
+
+TEST(SpecNames, AsCatalogueNames) {
+    std::u16string name;
+    EXPECT_TRUE(NameOfSpec(reinterpret_cast<const unsigned char*>("\5caf\xC3\xA9"), name));
+    EXPECT_EQ(u"caf\u00E9", name);
+    EXPECT_TRUE(NameOfSpec(reinterpret_cast<const unsigned char*>("\0"), name));
+    EXPECT_EQ(u"", name);
+    EXPECT_FALSE(NameOfSpec(reinterpret_cast<const unsigned char*>("\1\xFF"), name));
+}
+
+}  // namespace
