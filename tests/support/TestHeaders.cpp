@@ -1,0 +1,1 @@
+// Nothing: the target it belongs to is there for its precompiled headers.
