@@ -11,7 +11,6 @@
 
 namespace {
 
-using namespace toolbox::files;
 using namespace toolbox::os;
 using test_files::TemporaryFolder;
 
