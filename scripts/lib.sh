@@ -9,7 +9,7 @@ BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libavcodec-dev libavformat-dev 
 # What the tests need beyond that. The second line is for the 32-bit big-endian run, the third for Java.
 TEST_PACKAGES=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev ffmpeg python3 git mandoc perl locales
     g++-powerpc-linux-gnu qemu-user
-    openjdk-17-jdk-headless junit5 chromium curl)
+    default-jdk-headless junit5 chromium curl)
 
 say() { printf '%s\n' "$*" >&2; }
 
