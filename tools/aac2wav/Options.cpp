@@ -179,7 +179,7 @@ bool ReadOptions(int inArgumentCount, const char* const* inArguments, Options& o
     std::vector<std::string> names;
     bool isLength = false;
     bool isProbe = false;
-    app.add_option("IN [OUT]", names, "Files to convert; with two or more names, the last is the output")
+    app.add_option("IN", names, "Files to convert; with two or more names, the last is the output")
         ->type_name("")
         ->required();
     std::string start;
