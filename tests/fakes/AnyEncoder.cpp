@@ -16,10 +16,21 @@ void Must(int inResult) {
     if (inResult < 0) throw std::runtime_error("the encoder refuses");
 }
 
+// The first of those that the encoder takes; releases differ in how it is asked.
+AVSampleFormat FirstSampleFormat(const AVCodec* inCodec) {
+#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100)
+    const void* formats = nullptr;
+    Must(avcodec_get_supported_config(nullptr, inCodec, AV_CODEC_CONFIG_SAMPLE_FORMAT, 0, &formats, nullptr));
+    return *static_cast<const AVSampleFormat*>(formats);
+#else
+    return inCodec->sample_fmts[0];
+#endif
+}
+
 AVCodecContext* OpenEncoder(int inCodecID, const SoundToEncode& inSound) {
     const AVCodec* codec = avcodec_find_encoder(static_cast<AVCodecID>(inCodecID));
     AVCodecContext* context = avcodec_alloc_context3(codec);
-    context->sample_fmt = codec->sample_fmts[0];
+    context->sample_fmt = FirstSampleFormat(codec);
     context->sample_rate = static_cast<int>(inSound.sampleRateHz);
     av_channel_layout_default(&context->ch_layout, inSound.channelCount);
     context->bit_rate = 64000 * inSound.channelCount;

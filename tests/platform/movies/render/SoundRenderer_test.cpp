@@ -173,7 +173,7 @@ TEST(SoundRenderer, GapsBetweenSpansAreSilent) {
 }
 
 TEST(SoundRenderer, APacketOfSeveralBlocksGivesAllTheirFrames) {
-    const EncodedSound& encoded = Encoded(FiveSeconds());
+    const EncodedSound encoded = Encoded(FiveSeconds());
     const auto format = NewSound(encoded).track->formats[0];
     Packets pairs;
     for (std::size_t i = 0; i + 1 < encoded.packets.size(); i += 2) {
