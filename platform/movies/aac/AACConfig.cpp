@@ -1,9 +1,12 @@
 #include "aac/AACConfig.h"
 
+#include "decoder/SoundDecoder.h"
+
 #include <toolbox/MacErrors.h>
 
 #include <algorithm>
 #include <array>
+#include <new>
 
 extern "C" {
 #include <libavcodec/codec_id.h>
@@ -124,6 +127,21 @@ bool LibavcodecDecodes(std::uint32_t inObjectType) {
         default:
             return false;
     }
+}
+
+constexpr std::uint32_t kHeightLayout = 14;  // the channel configuration of 7.1 with two channels above
+
+// Releases of libavcodec differ in it: the one at hand is asked, once.
+bool LibavcodecKnowsHeightLayout() {
+    static const bool sKnows = [] {
+        SoundFormat format;
+        format.codecID = AV_CODEC_ID_AAC;
+        format.decoderConfig = MakeAudioSpecificConfig(kAACLC, AACRateIndex(44100), kHeightLayout);
+        const OSStatus status = CheckDecodable(format);
+        if (status == memFullErr) throw std::bad_alloc();
+        return status == noErr;
+    }();
+    return sKnows;
 }
 
 void ReadGeneralAudio(BitReader& ioBits, std::uint32_t inChannelConfig, AACConfig& ioConfig) {
@@ -289,8 +307,8 @@ bool ParseAudioSpecificConfig(const std::uint8_t* inBytes, std::size_t inByteCou
     outConfig.coreBitCount = bits.Position();
     if (!isExplicit && outConfig.bandReplication == BandReplication::kUnsignalled)
         ReadTrailingExtension(bits, outConfig);
-    constexpr std::uint32_t kUnknownLayout = 14;  // a height layout that libavcodec does not know
-    if (outConfig.channelCount == 0 || channelConfig == kUnknownLayout) outConfig.decodable = noCodecErr;
+    if (outConfig.channelCount == 0 || (channelConfig == kHeightLayout && !LibavcodecKnowsHeightLayout()))
+        outConfig.decodable = noCodecErr;
     if (outConfig.hasParametricStereo && outConfig.channelCount == 1) outConfig.channelCount = 2;
     return true;
 }
