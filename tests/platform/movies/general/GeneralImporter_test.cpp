@@ -1,8 +1,9 @@
 // The general importer over files that the ffmpeg command makes while the test runs.
+#include "GeneralImports.h"
+
+#include "decoder/SoundDecoder.h"
 #include "fakes/MemoryFile.h"
 #include "movies/front/GeneralImporter_test_access.h"
-#include "track/MovieImporter.h"
-#include "decoder/SoundDecoder.h"
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -13,62 +14,17 @@ extern "C" {
 #include <toolbox/SoundReport.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <thread>
 
 namespace toolbox::movies {
 namespace {
 
+using general_imports::Contents;
+using general_imports::Import;
+using general_imports::Imported;
+using general_imports::MakeFile;
 using mirtal::fakes::NewMemoryFile;
-
-class Folder {
-  public:
-    Folder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "general-XXXXXX").string();
-        mPath = mkdtemp(pattern.data());
-    }
-    ~Folder() { std::filesystem::remove_all(mPath); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    std::string Item(const std::string& inName) const { return (mPath / inName).string(); }
-
-  private:
-    std::filesystem::path mPath;
-};
-
-std::string Contents(const std::string& inPath) {
-    std::ifstream file(inPath, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << file.rdbuf();
-    return bytes.str();
-}
-
-// A file whose sound is a tone of so many frames; "" when ffmpeg refuses, which fails the test.
-std::string MakeFile(std::uint32_t inRateHz, std::uint32_t inFrameCount, const std::string& inOptions,
-                     const std::string& inExtension) {
-    const Folder folder;
-    const std::string path = folder.Item("file." + inExtension);
-    std::ostringstream command;
-    command << "ffmpeg -v error -nostdin -f lavfi -i 'sine=440:r=" << inRateHz
-            << ",atrim=end_sample=" << inFrameCount << "' " << inOptions << " -bitexact '" << path << "'";
-    EXPECT_EQ(0, std::system(command.str().c_str())) << command.str();
-    return Contents(path);
-}
-
-struct Imported {
-    OSStatus status = noErr;
-    ImportedMovie movie;
-    std::string problem = "untouched";
-    const SoundTrack& Sound() const { return *movie.tracks.at(0).sound; }
-};
-
-Imported Import(const std::string& inBytes) {
-    Imported result;
-    result.status = ImportGeneral(NewMemoryFile(inBytes), result.movie, result.problem);
-    return result;
-}
+using test_files::TemporaryFolder;
 
 std::vector<std::int64_t> AnnouncedFrames(const SoundTrack& inTrack) {
     std::vector<std::int64_t> frames;
@@ -99,7 +55,10 @@ std::vector<std::int64_t> DecodedFrames(const SoundTrack& inTrack) {
             EXPECT_EQ(inTrack.formats[0].channelCount, decoder.Frame().ch_layout.nb_channels);
             count += decoder.Frame().nb_samples;
         }
-        frames.push_back(count);
+        // Vorbis' first packet only prepares the second; some releases hand out half of its block all the
+        // same.
+        const bool isPreparation = packet == 0 && inTrack.formats[0].dataFormat == FourChars("vrbs");
+        frames.push_back(isPreparation ? 0 : count);
     }
     return frames;
 }
@@ -147,8 +106,6 @@ const Format kFormats[] = {
      FourChars("vrbs")},
     // 20 * 1024 frames: whole packets, so that only the encoder's delay is added, which these files do not
     // tell.
-    {"MatroskaAAC", "-ac 2 -c:a aac", "mka", 44100, 2, 20480, 1024, DecoderMemory::kUnbounded,
-     FourChars("mp4a")},
     {"TransportAAC", "-ac 2 -c:a aac", "ts", 44100, 2, 20480, 1024, DecoderMemory::kUnbounded,
      FourChars("mp4a")},
     {"FlashAAC", "-ac 2 -c:a aac", "flv", 44100, 2, 20480, 1024, DecoderMemory::kUnbounded,
@@ -261,9 +218,9 @@ TEST(GeneralImporter, CutFilesKeepWhatIsThere) {
 }
 
 TEST(GeneralImporter, PicturesLastAsLongAsTheyAreShown) {
-    const Folder folder;
+    const TemporaryFolder folder;
     for (const char* extension : {"mkv", "ts"}) {
-        const std::string path = folder.Item(std::string("video.") + extension);
+        const std::string path = folder / (std::string("video.") + extension);
         const std::string command =
             "ffmpeg -v error -nostdin -f lavfi -i testsrc=s=64x48:r=25:d=2 -f lavfi -i "
             "sine=440:r=48000:d=1 -c:v mpeg4 -c:a mp2 '" +
@@ -282,8 +239,8 @@ TEST(GeneralImporter, PicturesLastAsLongAsTheyAreShown) {
 }
 
 TEST(GeneralImporter, CoversAreNoPictures) {
-    const Folder folder;
-    const std::string path = folder.Item("cover.mp3");
+    const TemporaryFolder folder;
+    const std::string path = folder / "cover.mp3";
     const std::string command =
         "ffmpeg -v error -nostdin -f lavfi -i sine=440:r=44100:d=1 -f lavfi -i "
         "testsrc=s=64x48:r=1:d=1 -map 0 -map 1 -c:v png -c:a libmp3lame "
@@ -297,8 +254,8 @@ TEST(GeneralImporter, CoversAreNoPictures) {
 }
 
 TEST(GeneralImporter, SilentFilmsHaveNoSound) {
-    const Folder folder;
-    const std::string path = folder.Item("film.mkv");
+    const TemporaryFolder folder;
+    const std::string path = folder / "film.mkv";
     const std::string command =
         "ffmpeg -v error -nostdin -f lavfi -i testsrc=s=64x48:r=25:d=1 -c:v mpeg4 '" + path + "'";
     ASSERT_EQ(0, std::system(command.c_str()));
