@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <new>
+#include <tuple>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -43,6 +44,18 @@ auto CallLibrary(Function*, const char* inName, Arguments... inArguments) {
     --tLibraryDepth;
     return result;
 }
+
+// Releases of libswresample differ in how constant they take what they only read.
+template <typename Function>
+struct Parameters;
+template <typename Result, typename... Types>
+struct Parameters<Result(Types...)> {
+    template <std::size_t kIndex>
+    using At = std::tuple_element_t<kIndex, std::tuple<Types...>>;
+};
+using Layout = Parameters<decltype(swr_alloc_set_opts2)>::At<1>;
+using OutPlanes = Parameters<decltype(swr_convert)>::At<1>;
+using InPlanes = Parameters<decltype(swr_convert)>::At<3>;
 
 }  // namespace
 
@@ -131,17 +144,16 @@ REPLACES_LIBRARY int swr_init(SwrContext* inContext) {
     return IsToFail() ? AVERROR(ENOMEM) : CallLibrary(swr_init, "swr_init", inContext);
 }
 
-REPLACES_LIBRARY int swr_alloc_set_opts2(SwrContext** outContext, AVChannelLayout* outLayout,
-                                         AVSampleFormat outFormat, int outRateHz, AVChannelLayout* inLayout,
-                                         AVSampleFormat inFormat, int inRateHz, int inLogOffset,
-                                         void* inLogContext) {
+REPLACES_LIBRARY int swr_alloc_set_opts2(SwrContext** outContext, Layout outLayout, AVSampleFormat outFormat,
+                                         int outRateHz, Layout inLayout, AVSampleFormat inFormat,
+                                         int inRateHz, int inLogOffset, void* inLogContext) {
     if (IsToFail()) return AVERROR(ENOMEM);
     return CallLibrary(swr_alloc_set_opts2, "swr_alloc_set_opts2", outContext, outLayout, outFormat,
                        outRateHz, inLayout, inFormat, inRateHz, inLogOffset, inLogContext);
 }
 
-REPLACES_LIBRARY int swr_convert(SwrContext* inContext, std::uint8_t** outPlanes, int outFrameCount,
-                                 const std::uint8_t** inPlanes, int inFrameCount) {
+REPLACES_LIBRARY int swr_convert(SwrContext* inContext, OutPlanes outPlanes, int outFrameCount,
+                                 InPlanes inPlanes, int inFrameCount) {
     if (IsToFail()) return AVERROR(ENOMEM);
     return CallLibrary(swr_convert, "swr_convert", inContext, outPlanes, outFrameCount, inPlanes,
                        inFrameCount);
