@@ -55,9 +55,9 @@ enum {
     invalidAtomContainerErr = -2107,    // the bytes are no atom container
     invalidAtomTypeErr = -2108,
     cannotBeLeafAtomErr = -2109,        // the atom has data, so it cannot have children
+    kQTPropertyBadValueSizeErr = -2184,  // the value has another size
+    kQTPropertyReadOnlyErr = -2191,      // the property cannot be set
     kQTPropertyNotSupportedErr = -2195,  // no property of that class and id, or not here
-    kQTPropertyBadValueSizeErr = -2196,  // the value has another size
-    kQTPropertyReadOnlyErr = -2197,      // the property cannot be set
     badComponentInstance = (int)0x80008001,
     badComponentSelector = (int)0x80008002,
     couldntGetRequiredComponent = -9405,

@@ -222,7 +222,7 @@ TEST_F(QuickTimeFramework, SizesOfMovieValues) {
     ByteCount size = 17;
     const OSType time = kMoviePropertyClassTime;
     for (const ByteCount wrong : {0, 1, 3})
-        EXPECT_EQ(-2196, mFramework.getMovie(movie, time, kMoviePropertyTimeScale, wrong, room, &size));
+        EXPECT_EQ(-2184, mFramework.getMovie(movie, time, kMoviePropertyTimeScale, wrong, room, &size));
     EXPECT_EQ(17U, size);
     EXPECT_EQ(0xEE, room[0]);
     // At an odd address, with more room than is needed.
@@ -233,7 +233,7 @@ TEST_F(QuickTimeFramework, SizesOfMovieValues) {
     EXPECT_EQ(noErr, mFramework.getMovie(movie, time, kMoviePropertyTimeScale, 4, room, nullptr));
     EXPECT_EQ(paramErr, mFramework.getMovie(movie, time, kMoviePropertyTimeScale, 4, nullptr, &size));
     for (const ByteCount wrong : {0, 3, 5, 8})
-        EXPECT_EQ(-2196, mFramework.setMovie(movie, time, kMoviePropertyTimeScale, wrong, room));
+        EXPECT_EQ(-2184, mFramework.setMovie(movie, time, kMoviePropertyTimeScale, wrong, room));
     EXPECT_EQ(paramErr, mFramework.setMovie(movie, time, kMoviePropertyTimeScale, 4, nullptr));
     EXPECT_EQ(timeScale, GetMovieTimeScale(movie));
     EXPECT_EQ(noErr, mFramework.setMovie(movie, time, kMoviePropertyTimeScale, 4, room));
@@ -242,12 +242,12 @@ TEST_F(QuickTimeFramework, SizesOfMovieValues) {
 TEST_F(QuickTimeFramework, ReadOnlyPropertiesOfAMovie) {
     const FixtureMovie movie("tone-44100-stereo.m4a");
     const UInt64 value = 1;
-    EXPECT_EQ(-2197, mFramework.setMovie(movie, kMoviePropertyClassTime, kMoviePropertyDuration, 8, &value));
+    EXPECT_EQ(-2191, mFramework.setMovie(movie, kMoviePropertyClassTime, kMoviePropertyDuration, 8, &value));
     for (const OSType id : {kMoviePropertySampleRate, kMoviePropertyChannelCount, kMoviePropertySoundFormat,
                             kMoviePropertyDamagedPacketCount})
         for (const ByteCount size : {4, 8, 1})
-            EXPECT_EQ(-2197, mFramework.setMovie(movie, kMoviePropertyClassAudio, id, size, &value));
-    EXPECT_EQ(-2197, mFramework.setMovie(movie, kMoviePropertyClassTime, kMoviePropertyDuration, 0, nullptr));
+            EXPECT_EQ(-2191, mFramework.setMovie(movie, kMoviePropertyClassAudio, id, size, &value));
+    EXPECT_EQ(-2191, mFramework.setMovie(movie, kMoviePropertyClassTime, kMoviePropertyDuration, 0, nullptr));
 }
 
 constexpr OSType kSettings = FourChars("qges");
@@ -288,7 +288,7 @@ TEST_F(ProcessProperties, SoundArchitectureIsReadAndWritten) {
     EXPECT_EQ(paramErr, mFramework.setProcess(kSettings, kArchitecture, 4, &value));
     EXPECT_EQ(paramErr, mFramework.setProcess(kSettings, kArchitecture, 4, nullptr));
     for (const ByteCount wrong : {0, 3, 5, 8})
-        EXPECT_EQ(-2196, mFramework.setProcess(kSettings, kArchitecture, wrong, &value));
+        EXPECT_EQ(-2184, mFramework.setProcess(kSettings, kArchitecture, wrong, &value));
     EXPECT_EQ(kSoundArchitectureSoundManager, Architecture());
 }
 
@@ -313,7 +313,7 @@ TEST_F(ProcessProperties, SizesOfValues) {
     std::memset(room, 0xEE, sizeof room);
     ByteCount size = 17;
     for (const ByteCount wrong : {0, 1, 3})
-        EXPECT_EQ(-2196, mFramework.getProcess(kSettings, kArchitecture, wrong, room, &size));
+        EXPECT_EQ(-2184, mFramework.getProcess(kSettings, kArchitecture, wrong, room, &size));
     EXPECT_EQ(paramErr, mFramework.getProcess(kSettings, kArchitecture, 4, nullptr, &size));
     EXPECT_EQ(17U, size);
     EXPECT_EQ(0xEE, room[0]);
