@@ -246,6 +246,23 @@ TEST_F(AccessOnToolboxTest, ToolboxStaysEntered) {
     EXPECT_FALSE(UQTAccess::IsMovieToolboxInitialized());
 }
 
+TEST_F(AccessOnToolboxTest, SwitchWaitsUntilTheSecondOwnerHasLeftToo) {
+    EnterMovies();
+    EnterMovies();
+    for (int call = 1; call <= 2; ++call) {
+        EXPECT_EQ(noErr, UQTAccess::SetSoundManagerArchitecture()) << call;
+        EXPECT_EQ(kSoundArchitectureCoreAudio, Architecture()) << call;
+    }
+    EXPECT_TRUE(UQTAccess::IsRegistered("SoundArchitecture", "soundmgr", true));
+    ExitMovies();
+    EXPECT_TRUE(UQTAccess::IsMovieToolboxInitialized());
+    EXPECT_EQ(kSoundArchitectureCoreAudio, Architecture());
+    ExitMovies();
+    EXPECT_FALSE(UQTAccess::IsMovieToolboxInitialized());
+    EnterMovies();
+    EXPECT_EQ(kSoundArchitectureSoundManager, Architecture());
+}
+
 TEST_F(AccessOnToolboxTest, DamagedKeysStopTheSwitch) {
     fs::create_directories(mState / "mirtal");
     std::ofstream(KeyFile()) << "something else\n";

@@ -27,5 +27,8 @@ class MIRTAL_EXPORT UQTAccess {
     // changed where they need to be, and the toolbox is then left and entered again, so that it takes notice.
     // Sets the environment variable QuickTimeSafety to OFF, and enters the toolbox if that was not done; it
     // stays entered. The first status that is a failure ends it, with what was done until then left as it is.
+    // Entering is counted, and leaving once is no restart for a toolbox that was entered more than once: the
+    // keys are changed and the answer is noErr, but every owner plays by the old architecture until all of
+    // them have left and one enters anew. Calling again does not help, as no key is left to change.
     static OSStatus SetSoundManagerArchitecture();
 };
