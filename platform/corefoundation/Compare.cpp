@@ -2,17 +2,16 @@
 #include <toolbox/CFString.h>
 
 #include "Folding.h"
+#include "Locale.h"
 #include "StringObject.h"
 #include "UnicodeText.h"
 
 #include <unicode/uchar.h>
 #include <unicode/ucol.h>
-#include <unicode/uloc.h>
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 
 #include <algorithm>
-#include <cstring>
 #include <mutex>
 
 namespace toolbox::corefoundation {
@@ -93,13 +92,6 @@ CFComparisonResult CompareWithNumbers(Units inLeft, Units inRight) {
     return ResultOf(SInt64{inLeft.count - left} - SInt64{inRight.count - right});
 }
 
-// The locale of the process. One without customs (C, POSIX) has an order of its own only by code, which is no
-// order for people: the common order of all locales stands in for it.
-const char* CollationLocale() {
-    const char* locale = uloc_getDefault();
-    return std::strstr(locale, "POSIX") != nullptr ? "" : locale;
-}
-
 void SetStrength(UCollator* ioCollator, bool inIgnoresCase, bool inIgnoresMarks, UErrorCode* ioStatus) {
     if (inIgnoresMarks) {
         ucol_setAttribute(ioCollator, UCOL_STRENGTH, UCOL_PRIMARY, ioStatus);
@@ -120,8 +112,10 @@ const UCollator* FindCollator(CFStringCompareFlags inFlags) {
     const std::lock_guard lock(sMutex);
     UCollator*& collator = sCollators[(ignoresCase ? 1 : 0) + (isNumeric ? 2 : 0) + (ignoresMarks ? 4 : 0)];
     if (collator != nullptr) return collator;
+    LocaleName locale;
+    if (!GetCollationLocaleName(locale)) return nullptr;
     UErrorCode status = StartStatus();
-    UCollator* made = ucol_open(CollationLocale(), &status);
+    UCollator* made = ucol_open(locale.text, &status);
     ucol_setAttribute(made, UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
     SetStrength(made, ignoresCase, ignoresMarks, &status);
     if (isNumeric) ucol_setAttribute(made, UCOL_NUMERIC_COLLATION, UCOL_ON, &status);

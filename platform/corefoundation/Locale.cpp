@@ -3,9 +3,9 @@
 #include "StringObject.h"
 #include "UnicodeText.h"
 
-#include <unicode/uloc.h>
-
+#include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace toolbox::corefoundation {
 
@@ -14,7 +14,7 @@ namespace {
 struct LocaleObject {
     Object base;
     CFStringRef identifier;
-    char name[ULOC_FULLNAME_CAPACITY];
+    LocaleName name;
 };
 
 LocaleObject* LocaleOf(CFTypeRef inLocale) {
@@ -36,8 +36,8 @@ CFHashCode HashIdentifier(CFTypeRef inLocale) {
 constexpr TypeInfo kLocaleType = {kLocaleTypeID,     FinishLocale,   "CFLocale",
                                   HasSameIdentifier, HashIdentifier, nullptr};
 
-CFLocaleRef NewLocale(const char* inName) {
-    CFStringRef identifier = CFStringCreateWithCString(nullptr, inName, kCFStringEncodingASCII);
+CFLocaleRef NewLocale(const LocaleName& inName) {
+    CFStringRef identifier = CFStringCreateWithCString(nullptr, inName.text, kCFStringEncodingASCII);
     if (identifier == nullptr) return nullptr;
     auto* locale = static_cast<LocaleObject*>(NewObject(kLocaleType, sizeof(LocaleObject)));
     if (locale == nullptr) {
@@ -45,21 +45,68 @@ CFLocaleRef NewLocale(const char* inName) {
         return nullptr;
     }
     locale->identifier = identifier;
-    std::memcpy(locale->name, inName, std::strlen(inName) + 1);
+    locale->name = inName;
     return reinterpret_cast<CFLocaleRef>(locale);
+}
+
+using Spelling = int32_t(const char*, char*, int32_t, UErrorCode*);
+
+UErrorCode Spell(Spelling* inSpelling, const char* inName, LocaleName& outName) {
+    UErrorCode status = StartStatus();
+    const int32_t length = inSpelling(inName, outName.text, sizeof outName.text, &status);
+    return U_SUCCESS(status) && length >= ULOC_FULLNAME_CAPACITY ? U_BUFFER_OVERFLOW_ERROR : status;
+}
+
+const char* NameForICU(const char* inVariable) {
+    const std::string_view variable = inVariable;
+    const std::string_view place = variable.substr(0, variable.find_first_of(".@"));
+    const bool hasCustoms = !place.empty() && place != "C" && place != "POSIX";
+    return hasCustoms ? inVariable : "en_US_POSIX";
 }
 
 }  // namespace
 
 const char* IdentifierOf(CFLocaleRef inLocale) {
-    return inLocale == nullptr ? "" : LocaleOf(inLocale)->name;
+    return inLocale == nullptr ? "" : LocaleOf(inLocale)->name.text;
+}
+
+const char* LocaleVariable() {
+    for (const char* const name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const char* const value = std::getenv(name);
+        if (value != nullptr && *value != '\0') return value;
+    }
+    return "";
+}
+
+bool GetCurrentLocaleName(LocaleName& outName) {
+    const std::string_view known = uloc_getDefault();
+    UErrorCode status = U_ZERO_ERROR;
+    if (known.empty()) {
+        // ICU takes a variable that is set but empty for one that names no locale.
+        status = Spell(uloc_canonicalize, NameForICU(LocaleVariable()), outName);
+        if (status == U_MEMORY_ALLOCATION_ERROR) return false;
+    } else if (known.size() < sizeof outName.text) {
+        outName.text[known.copy(outName.text, known.size())] = '\0';
+    } else {
+        status = U_BUFFER_OVERFLOW_ERROR;
+    }
+    if (U_FAILURE(status)) outName.text[0] = '\0';
+    return true;
+}
+
+bool GetCollationLocaleName(LocaleName& outName) {
+    if (!GetCurrentLocaleName(outName)) return false;
+    if (std::strstr(outName.text, "POSIX") != nullptr) outName.text[0] = '\0';
+    return true;
 }
 
 bool IsTurkic(CFLocaleRef inLocale) {
+    LocaleName current;
+    if (inLocale == nullptr && !GetCurrentLocaleName(current)) return false;
     char language[ULOC_LANG_CAPACITY] = {};
     UErrorCode status = StartStatus();
-    uloc_getLanguage(inLocale == nullptr ? uloc_getDefault() : IdentifierOf(inLocale), language,
-                     sizeof language, &status);
+    uloc_getLanguage(inLocale == nullptr ? current.text : IdentifierOf(inLocale), language, sizeof language,
+                     &status);
     return U_SUCCESS(status) && (std::strcmp(language, "tr") == 0 || std::strcmp(language, "az") == 0);
 }
 
@@ -73,12 +120,13 @@ CFTypeID CFLocaleGetTypeID() {
 
 CFLocaleRef CFLocaleGetSystem() {
     // So many counts that no mistake of a caller brings it to none.
-    static LocaleObject sSystem = {{&kLocaleType, std::numeric_limits<SInt64>::max() / 2}, CFSTR(""), ""};
+    static LocaleObject sSystem = {{&kLocaleType, std::numeric_limits<SInt64>::max() / 2}, CFSTR(""), {}};
     return reinterpret_cast<CFLocaleRef>(&sSystem);
 }
 
 CFLocaleRef CFLocaleCopyCurrent() {
-    return NewLocale(uloc_getDefault());
+    LocaleName name;
+    return GetCurrentLocaleName(name) ? NewLocale(name) : nullptr;
 }
 
 CFLocaleRef CFLocaleCreate(CFAllocatorRef, CFStringRef inIdentifier) {
@@ -87,11 +135,8 @@ CFLocaleRef CFLocaleCreate(CFAllocatorRef, CFStringRef inIdentifier) {
         !CFStringGetCString(inIdentifier, given, sizeof given, kCFStringEncodingASCII)) {
         return nullptr;
     }
-    char name[ULOC_FULLNAME_CAPACITY];
-    UErrorCode status = StartStatus();
-    const int32_t length = uloc_getName(given, name, sizeof name, &status);
-    if (U_FAILURE(status) || length >= ULOC_FULLNAME_CAPACITY) return nullptr;
-    return NewLocale(name);
+    LocaleName name;
+    return U_SUCCESS(Spell(uloc_getName, given, name)) ? NewLocale(name) : nullptr;
 }
 
 CFLocaleRef CFLocaleCreateCopy(CFAllocatorRef, CFLocaleRef inLocale) {

@@ -2,13 +2,12 @@
 
 #include "TextCalls.h"
 
+#include <corefoundation/Locale.h>
 #include <toolbox/MacErrors.h>
 
 #include <unicode/ucol.h>
-#include <unicode/uloc.h>
 
 #include <atomic>
-#include <cstring>
 #include <mutex>
 
 namespace toolbox::text {
@@ -17,13 +16,6 @@ namespace {
 
 constexpr int kLevelCount = 5;
 constexpr int kRulesCount = 4;
-
-// A locale without customs (C, POSIX) has an order by code only, which is none for people: the order common
-// to all locales stands in for it.
-const char* CollationLocale() {
-    const char* const locale = uloc_getDefault();
-    return std::strstr(locale, "POSIX") != nullptr ? "" : locale;
-}
 
 UColAttributeValue StrengthOf(CollationLevel inLevel) {
     switch (inLevel) {
@@ -41,7 +33,12 @@ UColAttributeValue StrengthOf(CollationLevel inLevel) {
 
 // Null when it cannot be had.
 UCollator* MakeCollator(CollationRules inRules, CollationLevel inLevel, UErrorCode& ioStatus) {
-    UCollator* const collator = ucol_open(CollationLocale(), &ioStatus);
+    corefoundation::LocaleName locale;
+    if (!corefoundation::GetCollationLocaleName(locale)) {
+        ioStatus = U_MEMORY_ALLOCATION_ERROR;
+        return nullptr;
+    }
+    UCollator* const collator = ucol_open(locale.text, &ioStatus);
     const bool looksAtCase = inLevel == CollationLevel::kBaseAndCase || inLevel == CollationLevel::kCase;
     const struct {
         UColAttribute attribute;

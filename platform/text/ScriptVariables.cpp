@@ -1,7 +1,7 @@
+#include <corefoundation/Locale.h>
 #include <toolbox/Script.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string_view>
 
 #include "ScriptRules.h"
@@ -92,13 +92,7 @@ bool BeginsWith(std::string_view inLocale, std::string_view inName) {
 }
 
 const Language& LanguageOfEnvironment() {
-    std::string_view locale;
-    for (const char* const name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        const char* const value = std::getenv(name);
-        if (value == nullptr || *value == '\0') continue;
-        locale = value;
-        break;
-    }
+    const std::string_view locale = corefoundation::LocaleVariable();
     const auto* const found =
         std::find_if(std::begin(kLanguages), std::end(kLanguages),
                      [locale](const Language& inOne) { return BeginsWith(locale, inOne.name); });

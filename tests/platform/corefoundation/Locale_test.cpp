@@ -1,3 +1,4 @@
+#include <toolbox/CFDateFormatter.h>
 #include <toolbox/CFLocale.h>
 
 #include "CFSupport.h"
@@ -6,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <unicode/uloc.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 
 namespace {
@@ -48,6 +51,75 @@ TEST(Locale, OfTheProcess) {
     ASSERT_NE(nullptr, locale);
     const std::string expected = uloc_getDefault();
     EXPECT_EQ(std::u16string(expected.begin(), expected.end()), TextOf(CFLocaleGetIdentifier(locale.get())));
+}
+
+// ICU looks at the environment once in a process, so each row is one of its own.
+class CurrentLocale : public testing::Test {
+  protected:
+    CurrentLocale() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+
+    static void Set(const char* inVariable, const char* inValue) {
+        if (inValue == nullptr)
+            unsetenv(inVariable);
+        else
+            setenv(inVariable, inValue, 1);
+    }
+    // The locale's identifier, its order of z and a with two dots, and its way to write 31 December 2001.
+    [[noreturn]] static void Tell(const char* inAll, const char* inMessages, const char* inLanguage) {
+        Set("LC_ALL", inAll);
+        Set("LC_MESSAGES", inMessages);
+        Set("LANG", inLanguage);
+        const Owned<CFLocaleRef> locale(CFLocaleCopyCurrent());
+        const Owned<CFDateFormatterRef> formatter(CFDateFormatterCreate(
+            nullptr, nullptr, kCFDateFormatterShortStyle, kCFDateFormatterNoStyle));
+        const OwnedString date(
+            CFDateFormatterCreateStringWithAbsoluteTime(nullptr, formatter.get(), 364 * 86400.0 + 43200));
+        const auto order = CFStringCompare(CFSTR("z"), CFSTR("\u00E4"), kCFCompareLocalized);
+        const OwnedString text(CFStringCreateWithFormat(nullptr, nullptr, CFSTR("<%@ %d %@>"),
+                                                        CFLocaleGetIdentifier(locale.get()),
+                                                        static_cast<int>(order), date.get()));
+        char bytes[256] = {};
+        CFStringGetCString(text.get(), bytes, sizeof bytes, kCFStringEncodingUTF8);
+        std::fputs(bytes, stderr);
+        std::exit(0);
+    }
+};
+
+TEST_F(CurrentLocale, IsOfTheFirstVariableThatIsNotEmpty) {
+    struct Row {
+        const char* all;
+        const char* messages;
+        const char* language;
+        const char* expected;
+    };
+    constexpr const char* kGerman = "<de_DE 1 31.12.01>";
+    constexpr const char* kSwedish = "<sv_SE -1 2001-12-31>";
+    constexpr const char* kPlain = "<en_US_POSIX 1 12/31/01>";
+    constexpr Row kRows[] = {
+        {nullptr, nullptr, "de_DE.UTF-8", kGerman},
+        {nullptr, "sv_SE", "de_DE", kSwedish},
+        {"de_DE", "sv_SE", "it_IT", kGerman},
+        {"", nullptr, "de_DE.UTF-8", kGerman},
+        {nullptr, "", "sv_SE.ISO-8859-1", kSwedish},
+        {"", "", "sv_SE", kSwedish},
+        {"", "de_DE.UTF-8", "sv_SE", kGerman},
+        {"", nullptr, "de_DE@euro", "<de_DE_EURO 1 31.12.01>"},
+        {"", "", "", kPlain},
+        {"", nullptr, nullptr, kPlain},
+        {"", nullptr, "C.UTF-8", kPlain},
+        {"", nullptr, "POSIX", kPlain},
+        {nullptr, nullptr, nullptr, kPlain},
+    };
+    for (const Row& row : kRows) {
+        EXPECT_EXIT(Tell(row.all, row.messages, row.language), testing::ExitedWithCode(0), row.expected)
+            << row.expected;
+    }
+}
+
+TEST_F(CurrentLocale, NameThatIsTooLongForAny) {
+    const std::string name(300, 'x');
+    EXPECT_EXIT(Tell(name.c_str(), nullptr, nullptr), testing::ExitedWithCode(0), "< 1 2001-12-31>");
+    EXPECT_EXIT(Tell("", nullptr, name.c_str()), testing::ExitedWithCode(0), "< 1 2001-12-31>");
 }
 
 TEST(Locale, CopiesAndEquality) {
