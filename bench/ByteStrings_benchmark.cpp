@@ -89,7 +89,7 @@ void MoveWithMemcpy(benchmark::State& ioState) {
 void MoveWithBlockMoveData(benchmark::State& ioState) {
     Blocks blocks(ioState);
     for (auto _ : ioState) {
-        BlockMoveData(blocks.left, blocks.right, static_cast<Size>(blocks.byteCount));
+        BlockMoveData(blocks.left, blocks.right, static_cast<long>(blocks.byteCount));
         benchmark::ClobberMemory();
     }
 }

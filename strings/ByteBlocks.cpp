@@ -8,8 +8,8 @@
 // Weak: a program that links both libraries statically has the toolbox's functions of these names, too, and
 // either will do. BlockMoveData is here for those that find it by name; others have it in their own code.
 extern "C" MIRTAL_EXPORT void BlockMoveDataByName(const void* inSource, void* outDestination,
-                                                  Size inByteCount) __asm__("BlockMoveData");
-__attribute__((weak)) void BlockMoveDataByName(const void* inSource, void* outDestination, Size inByteCount) {
+                                                  long inByteCount) __asm__("BlockMoveData");
+__attribute__((weak)) void BlockMoveDataByName(const void* inSource, void* outDestination, long inByteCount) {
     if (inByteCount > 0) MoveBytes(outDestination, inSource, static_cast<std::size_t>(inByteCount));
 }
 

@@ -96,9 +96,9 @@ void BlockMove(const void* inSource, void* outDestination, Size inByteCount) {
 
 // The exported one, beside the one in callers.
 extern "C" TOOLBOX_EXPORT void BlockMoveDataByName(const void* inSource, void* outDestination,
-                                                   Size inByteCount) __asm__("BlockMoveData");
-void BlockMoveDataByName(const void* inSource, void* outDestination, Size inByteCount) {
-    BlockMove(inSource, outDestination, inByteCount);
+                                                   long inByteCount) __asm__("BlockMoveData");
+void BlockMoveDataByName(const void* inSource, void* outDestination, long inByteCount) {
+    if (inByteCount > 0) std::memmove(outDestination, inSource, static_cast<std::size_t>(inByteCount));
 }
 
 void BlockZero(void* outDestination, Size inByteCount) {

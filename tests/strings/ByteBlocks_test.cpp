@@ -1,15 +1,19 @@
 #include <gtest/gtest.h>
 #include <strings/ByteBlocks.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
+
+#include "support/PageEnd.h"
 
 namespace {
 
 // The move in the caller's own code, and the exported one.
-using BlockMover = void (*)(const void*, void*, Size);
-BlockMover const volatile kMovers[] = {[](const void* inSource, void* outDestination, Size inByteCount) {
+using BlockMover = void (*)(const void*, void*, long);
+BlockMover const volatile kMovers[] = {[](const void* inSource, void* outDestination, long inByteCount) {
                                            BlockMoveData(inSource, outDestination, inByteCount);
                                        },
                                        BlockMoveData};
@@ -28,7 +32,7 @@ TEST_P(ByteBlocksMoved, WhateverTheOverlap) {
         for (std::size_t to = 0; to < 24; ++to)
             for (std::size_t count = 0; count <= 200; count += count < 70 ? 1 : 13) {
                 std::vector<unsigned char> moved = original;
-                move(moved.data() + from, moved.data() + to, static_cast<Size>(count));
+                move(moved.data() + from, moved.data() + to, static_cast<long>(count));
                 for (std::size_t i = 0; i < moved.size(); ++i) {
                     bool const isMoved = i >= to && i < to + count;
                     ASSERT_EQ(original[isMoved ? i - to + from : i], moved[i])
@@ -41,8 +45,22 @@ TEST_P(ByteBlocksMoved, NothingForNoCount) {
     char block[] = "abcdef";
     move(block, block + 3, 0);
     move(block, block + 3, -2);
+    move(block, block + 3, std::numeric_limits<long>::min());
     move(nullptr, nullptr, 0);
     EXPECT_STREQ("abcdef", block);
+}
+
+// Cut to 32 bits, the counts would be those of four bytes, of none and of a negative number.
+TEST_P(ByteBlocksMoved, CountsPast32Bits) {
+    if constexpr (sizeof(long) > 4) {
+        for (long long const count : {0x1'0000'0004LL, 0x1'0000'0000LL, 0x8000'0000LL}) {
+            support::PageEnd const source(4096, support::PageEnd::kNothing);
+            support::PageEnd const destination(4096, support::PageEnd::kNothing);
+            EXPECT_EXIT((move(source.Bytes(), destination.Bytes(), static_cast<long>(count)), std::_Exit(0)),
+                        support::IsKilled, "")
+                << count;
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(EitherWay, ByteBlocksMoved, ::testing::Values(0, 1), [](auto const& inInfo) {

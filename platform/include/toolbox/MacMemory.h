@@ -100,9 +100,10 @@ TOOLBOX_EXPORT Size TempMaxMem(Size* outGrow);
 TOOLBOX_EXPORT OSErr MemError(void);
 
 // Move or clear inByteCount bytes; nothing when it is 0 or less. Source and destination may overlap.
+// BlockMoveData takes every count that a long holds, also more than a Size can tell.
 TOOLBOX_EXPORT void BlockMove(const void* inSource, void* outDestination, Size inByteCount);
 TOOLBOX_EXPORT TOOLBOX_INLINE void BlockMoveData(const void* inSource, void* outDestination,
-                                                 Size inByteCount) {
+                                                 long inByteCount) {
     if (inByteCount > 0) memmove(outDestination, inSource, (size_t)inByteCount);
 }
 TOOLBOX_EXPORT void BlockZero(void* outDestination, Size inByteCount);

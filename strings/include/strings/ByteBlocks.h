@@ -12,7 +12,7 @@ extern "C" {
 
 // The library's own, under the toolbox's names: its strings need no toolbox for this. Source and destination
 // may overlap.
-MIRTAL_EXPORT void BlockMoveData(const void* inSource, void* outDestination, Size inByteCount);
+MIRTAL_EXPORT void BlockMoveData(const void* inSource, void* outDestination, long inByteCount);
 MIRTAL_EXPORT void BlockZero(void* outDestination, Size inByteCount);
 
 MIRTAL_EXPORT Boolean PMemEqual(const void* inLeft, const void* inRight, long inByteCount);

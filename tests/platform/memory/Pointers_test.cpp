@@ -4,9 +4,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <thread>
+
+#include "support/PageEnd.h"
 
 TEST(Pointer, HasItsSize) {
     const UInt64 before = GetLivePtrCount();
@@ -83,7 +86,7 @@ TEST(Block, MovesOverlapping) {
     EXPECT_STREQ("ababcd", bytes);
     BlockMoveData(bytes + 2, bytes, 4);
     EXPECT_STREQ("abcdcd", bytes);
-    void (*const volatile byName)(const void*, void*, Size) = BlockMoveData;
+    void (*const volatile byName)(const void*, void*, long) = BlockMoveData;
     byName(bytes, bytes + 1, 5);
     EXPECT_STREQ("aabcdc", bytes);
     byName("xyz", bytes, -2);
@@ -100,6 +103,23 @@ TEST(Block, NothingToMove) {
     BlockZero(bytes, -1);
     BlockZero(nullptr, 0);
     EXPECT_STREQ("abc", bytes);
+}
+
+TEST(Block, MovesMoreThanASizeCanTell) {
+    void (*const volatile byName)(const void*, void*, long) = BlockMoveData;
+    for (const long count : {0x1'0000'0004L, 0x1'0000'0000L, 0x8000'0000L}) {
+        const support::PageEnd source(4096, support::PageEnd::kNothing);
+        const support::PageEnd destination(4096, support::PageEnd::kNothing);
+        const auto move = [&](auto inMove) {
+            inMove(source.Bytes(), destination.Bytes(), count);
+            std::_Exit(0);
+        };
+        const auto inCaller = [](const void* inSource, void* outDestination, long inCount) {
+            BlockMoveData(inSource, outDestination, inCount);
+        };
+        EXPECT_EXIT(move(inCaller), support::IsKilled, "") << count;
+        EXPECT_EXIT(move(byName), support::IsKilled, "") << count;
+    }
 }
 
 TEST(Block, Zero) {
