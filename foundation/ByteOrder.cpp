@@ -1,5 +1,6 @@
 #include <foundation/ByteOrder.h>
 
+#include <bit>
 #include <cstring>
 
 // The loops load and store through memcpy: any alignment is legal, and the compiler turns them into vector
@@ -18,6 +19,14 @@ constexpr UInt32 Swapped(UInt32 inValue) {
 constexpr UInt64 Swapped(UInt64 inValue) {
     return static_cast<UInt64>(Swapped(static_cast<UInt32>(inValue))) << 32 |
            Swapped(static_cast<UInt32>(inValue >> 32));
+}
+
+// Of the bytes a b c d in memory: c b a d.
+constexpr UInt32 OuterBytesSwapped(UInt32 inValue) {
+    constexpr int kLowOuterBit = std::endian::native == std::endian::big ? 8 : 0;
+    constexpr UInt32 kLowOuter = UInt32{0xFF} << kLowOuterBit;
+    return (inValue & ~(kLowOuter | kLowOuter << 16)) | (inValue >> 16 & kLowOuter) |
+           (inValue & kLowOuter) << 16;
 }
 
 template <typename Unit>
@@ -64,14 +73,8 @@ void SwapBytesLong(void* ioData, long inByteCount) {
 
 void SwapBytes24(void* ioData, long inByteCount) {
     auto* unit = static_cast<unsigned char*>(ioData);
-    for (unsigned long left = UnitCount(inByteCount, 3); left > 0; --left, unit += 3) {
-        unsigned char bytes[4];
-        std::memcpy(bytes, unit, sizeof bytes);
-        unsigned char const first = bytes[0];
-        bytes[0] = bytes[2];
-        bytes[2] = first;
-        std::memcpy(unit, bytes, sizeof bytes);
-    }
+    for (unsigned long left = UnitCount(inByteCount, 3); left > 0; --left, unit += 3)
+        Store(unit, OuterBytesSwapped(Load<UInt32>(unit)));
 }
 
 void SwapBytes64(void* ioData, long inByteCount) {

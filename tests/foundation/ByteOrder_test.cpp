@@ -3,11 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <numeric>
 #include <random>
 #include <vector>
+
+#include "support/PageEnd.h"
 
 namespace {
 
@@ -110,6 +113,18 @@ TEST(SwapBytes24Test, TheByteAfterTheUnitsIsKept) {
     Bytes bytes = Counting(7);
     SwapBytes24(bytes.data(), 6);
     EXPECT_THAT(bytes, ElementsAre(3, 2, 1, 6, 5, 4, 7));
+}
+
+// The seventh byte is read and written back as it is, so it has to be there and may not be constant.
+TEST(SwapBytes24Test, TouchesFourBytesForEachUnit) {
+    for (auto const beyond : {support::PageEnd::kNothing, support::PageEnd::kReadOnly}) {
+        support::PageEnd const bytes(6, beyond);
+        EXPECT_EXIT((SwapBytes24(bytes.Bytes(), 6), std::_Exit(0)), support::IsKilled, "") << beyond;
+    }
+    support::PageEnd const whole(7, support::PageEnd::kNothing);
+    std::iota(whole.Bytes(), whole.Bytes() + 7, static_cast<unsigned char>(1));
+    SwapBytes24(whole.Bytes(), 6);
+    EXPECT_THAT(Bytes(whole.Bytes(), whole.Bytes() + 7), ElementsAre(3, 2, 1, 6, 5, 4, 7));
 }
 
 TEST(SwapBytes64Test, OneUnitAndFourBytesLeft) {
