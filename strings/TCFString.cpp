@@ -6,6 +6,8 @@
 #include <iterator>
 #include <limits>
 
+#include "NewString.h"
+
 static_assert(sizeof(TCFString) == sizeof(CFStringRef));
 
 namespace {
@@ -47,18 +49,19 @@ TCFString::TCFString(CFStringRef inString) : mString(inString) {
 }
 
 TCFString::TCFString(const char* inText, CFStringEncoding inEncoding)
-    : mString(CFStringCreateWithCString(kCFAllocatorDefault, inText, inEncoding)) {
+    : mString(NullIfEmpty(CFStringCreateWithCString(kCFAllocatorDefault, inText, inEncoding))) {
     EnsureNonNullRef();
 }
 
 TCFString::TCFString(const unsigned char* inPascalText, CFStringEncoding inEncoding)
-    : mString(CFStringCreateWithPascalString(kCFAllocatorDefault, inPascalText, inEncoding)) {
+    : mString(NullIfEmpty(CFStringCreateWithPascalString(kCFAllocatorDefault, inPascalText, inEncoding))) {
     EnsureNonNullRef();
 }
 
 TCFString::TCFString(const HFSUniStr255& inName)
-    : mString(CFStringCreateWithCharacters(kCFAllocatorDefault, inName.unicode,
-                                           std::min<CFIndex>(inName.length, std::size(inName.unicode)))) {
+    : mString(NullIfEmpty(
+          CFStringCreateWithCharacters(kCFAllocatorDefault, inName.unicode,
+                                       std::min<CFIndex>(inName.length, std::size(inName.unicode))))) {
     EnsureNonNullRef();
 }
 
@@ -126,10 +129,8 @@ CFRange TCFString::CheckRange(const CFRange& inRange) const {
 }
 
 TCFString TCFString::Substring(long inLocation, long inLength) const {
-    TCFString result;
-    result.Adopt(
+    return MakeString(
         CFStringCreateWithSubstring(kCFAllocatorDefault, mString, CFRangeMake(inLocation, inLength)));
-    return result;
 }
 
 CFComparisonResult TCFString::CompareTo(const TCFString& inOther, CFStringCompareFlags inFlags) const {

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <iterator>
 
+#include "NewString.h"
+
 namespace {
 
 // No encoding takes more for a unit, nor do marks and shifts around it.
@@ -61,8 +63,6 @@ HFSUniStr255& TCFString::HFSUniStr(HFSUniStr255& outName) const {
 
 TCFString TCFString::WithBytes(const unsigned char* inBytes, long inByteCount, CFStringEncoding inEncoding,
                                bool inIsExternalRepresentation) {
-    TCFString result;
-    result.Adopt(CFStringCreateWithBytes(kCFAllocatorDefault, inBytes, inByteCount, inEncoding,
-                                         inIsExternalRepresentation));
-    return result;
+    return MakeString(CFStringCreateWithBytes(kCFAllocatorDefault, inBytes, inByteCount, inEncoding,
+                                              inIsExternalRepresentation));
 }

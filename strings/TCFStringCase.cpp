@@ -4,16 +4,16 @@
 
 #include <algorithm>
 
+#include "NewString.h"
+
 namespace {
 
 // A copy of inString that inChange(mutable copy) has changed; empty when it cannot be made.
 template <typename Change>
 TCFString Changed(TCFString const& inString, Change inChange) {
-    TCFString result;
     CFMutableStringRef const copy = CFStringCreateMutableCopy(kCFAllocatorDefault, 0, inString.StringRef());
     if (copy != nullptr) inChange(copy);
-    result.Adopt(copy);
-    return result;
+    return MakeString(copy);
 }
 
 }  // namespace

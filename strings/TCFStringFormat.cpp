@@ -3,6 +3,8 @@
 
 #include <cstdarg>
 
+#include "NewString.h"
+
 namespace {
 
 CFStringRef CreateMoment(double inAbsoluteTime, CFDateFormatterStyle inDateStyle,
@@ -23,17 +25,17 @@ CFStringRef CreateMoment(double inAbsoluteTime, CFDateFormatterStyle inDateStyle
 
 TCFString::TCFString(double inAbsoluteTime, CFDateFormatterStyle inDateStyle,
                      CFDateFormatterStyle inTimeStyle)
-    : mString(CreateMoment(inAbsoluteTime, inDateStyle, inTimeStyle)) {
+    : mString(NullIfEmpty(CreateMoment(inAbsoluteTime, inDateStyle, inTimeStyle))) {
     EnsureNonNullRef();
 }
 
 TCFString TCFString::CFPrintf(CFStringRef inFormat, ...) {
-    TCFString result;
     std::va_list arguments;
     va_start(arguments, inFormat);
-    result.Adopt(CFStringCreateWithFormatAndArguments(kCFAllocatorDefault, nullptr, inFormat, arguments));
+    CFStringRef const text =
+        CFStringCreateWithFormatAndArguments(kCFAllocatorDefault, nullptr, inFormat, arguments);
     va_end(arguments);
-    return result;
+    return MakeString(text);
 }
 
 TCFString TCFString::Int(const unsigned long& inNumber) {

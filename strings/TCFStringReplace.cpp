@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+#include "NewString.h"
+
 namespace {
 
 bool IsNegative(CFRange const& inRange) {
@@ -41,9 +43,7 @@ TCFString TCFString::Replace(const CFRange& inRange, const TCFString& inWith) co
     CFMutableStringRef const copy = CFStringCreateMutableCopy(kCFAllocatorDefault, 0, mString);
     if (copy == nullptr) return *this;
     CFStringReplace(copy, CheckRange(inRange), inWith.mString);
-    TCFString result;
-    result.Adopt(copy);
-    return result;
+    return MakeString(copy);
 }
 
 TCFString TCFString::ReplaceSubstring(const TCFString& inFind, const TCFString& inWith,
@@ -57,11 +57,11 @@ TCFString TCFString::FindAndReplace(const TCFString& inFind, const TCFString& in
     if (IsNegative(inRange)) return *this;
     CFMutableStringRef const copy = CFStringCreateMutableCopy(kCFAllocatorDefault, 0, mString);
     if (copy == nullptr) return *this;
-    TCFString result;
-    result.Adopt(copy);
     CFIndex const count =
         CFStringFindAndReplace(copy, inFind.mString, inWith.mString, CheckRange(inRange), inFlags);
-    return count > 0 ? result : *this;
+    if (count > 0) return MakeString(copy);
+    CFRelease(copy);
+    return *this;
 }
 
 TCFString TCFString::PlugParams(const TCFString& inParam0, const TCFString& inParam1,

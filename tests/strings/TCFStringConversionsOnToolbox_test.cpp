@@ -26,6 +26,14 @@ TEST(ConversionsOnToolboxTest, BytesThereAndBack) {
     EXPECT_STREQ("", Units(text).UTF8(9, buffer)) << "all or nothing";
 }
 
+TEST(ConversionsOnToolboxTest, WhatIsMadeOfNothingIsTheEmptyString) {
+    unsigned char const mark[] = {0xFE, 0xFF};
+    EXPECT_TRUE(IsTheEmptyString(TCFString::WithBytes(mark, 2, kCFStringEncodingUnicode, true)));
+    EXPECT_TRUE(IsTheEmptyString(TCFString(0.0, kCFDateFormatterNoStyle, kCFDateFormatterNoStyle)));
+    EXPECT_TRUE(IsTheEmptyString(TCFString("", kUTF8)));
+    EXPECT_TRUE(IsTheEmptyString(TCFString("a", kUTF8).Replace(CFRangeMake(0, 1), TCFString::Empty)));
+}
+
 TEST(ConversionsOnToolboxTest, NamedEncodings) {
     char bytes[8] = "#######";
     EXPECT_TRUE(Units(u"caf\u00E9").CStringWithEncoding(7, bytes, kCFStringEncodingMacRoman));

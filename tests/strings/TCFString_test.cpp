@@ -235,6 +235,48 @@ TEST_F(TCFStringTest, Substring) {
     EXPECT_EQ(1, Count(string.Substring(1, 1)));
 }
 
+TEST_F(TCFStringTest, SubstringIsOfTheRangeAsItIsGiven) {
+    TCFString const string = ASCII("0123456789");
+    TCFString const part = string.Substring(8, 100);
+    EXPECT_EQ("CFStringCreateWithSubstring(8, 100)", fakes::CallLog().back());
+    EXPECT_TRUE(part == ASCII("89"));
+}
+
+TEST_F(TCFStringTest, EveryEmptyStringThatIsMadeIsTheOne) {
+    auto const* const none = reinterpret_cast<unsigned char const*>("");
+    TCFString const string = ASCII("abc");
+    TCFString const b = ASCII("b"), all = ASCII("abc");
+    CFRange const whole = CFRangeMake(0, 3);
+    for (TCFString const& made :
+         {ASCII(""), TCFString(none, kCFStringEncodingASCII), TCFString(HFSUniStr255{}),
+          TCFString::WithBytes(none, 0, kCFStringEncodingASCII, false), TCFString::CFPrintf(CFSTR("")),
+          TCFString::Empty + TCFString::Empty, string.Substring(1, 0),
+          string.Replace(whole, TCFString::Empty), string.ReplaceSubstring(all, TCFString::Empty, 0),
+          string.FindAndReplace(all, TCFString::Empty, whole, 0), string.HFSName(3).Substring(3, 0),
+          ASCII(".profile").RemoveSuffix(), ASCII("README").Suffix(), TCFString::Empty.Uppercase(),
+          TCFString::Empty.Lowercase(), TCFString::Empty.Capitalize(),
+          TCFString::Empty.Normalize(kCFStringNormalizationFormC), TCFString::Empty.HFSName(0),
+          ASCII("^0").PlugParams(b, b, b, b).ReplaceSubstring(b, TCFString::Empty, 0)}) {
+        EXPECT_TRUE(IsTheEmptyString(made));
+    }
+}
+
+TEST_F(TCFStringTest, AnEmptyReferenceIsHeldAsItWasPassed) {
+    CFStringRef const passed = NewString("");
+    ASSERT_NE(TCFString::EmptyCFString(), passed);
+    {
+        TCFString const string(passed);
+        EXPECT_EQ(passed, string.StringRef());
+        EXPECT_EQ(passed, TCFString(string).StringRef());
+        EXPECT_TRUE(string == TCFString::Empty);
+        EXPECT_EQ(2, CFGetRetainCount(passed));
+    }
+    TCFString adopted;
+    adopted.Adopt(passed);
+    EXPECT_EQ(passed, adopted.StringRef());
+    EXPECT_EQ(1, CFGetRetainCount(passed));
+}
+
 TEST_F(TCFStringTest, Comparison) {
     EXPECT_EQ(kCFCompareLessThan, ASCII("abc").CompareTo(ASCII("abd"), 0));
     EXPECT_EQ(kCFCompareEqualTo, ASCII("abc").CompareTo(ASCII("abc"), 0));

@@ -1,9 +1,10 @@
 // Unicode text as a value: one reference to an immutable Core Foundation string, never null.
 //
 // Copies share the string and cost a reference count. What cannot be created is the empty string, and but for
-// Res nothing here throws. Operations leave the string as it is and return another; one that finds nothing to
-// do returns a copy. Lengths and positions count UTF-16 code units. Any number of threads may read one
-// object; it must not be assigned or adopted into meanwhile.
+// Res nothing here throws. Every empty string that is made here is the one object EmptyCFString(); a
+// reference that is passed in is held as it is. Operations leave the string as it is and return another; one
+// that finds nothing to do returns a copy. Lengths and positions count UTF-16 code units. Any number of
+// threads may read one object; it must not be assigned or adopted into meanwhile.
 //
 // Rooms in buffers for byte strings count neither terminator nor length byte: a buffer holds one more.
 #pragma once
