@@ -16,7 +16,7 @@ using Ranges = SystemArray<CFRange, 32>;
 // All occurrences, in the order of the text.
 bool FindAll(CFStringRef inString, CFStringRef inFind, CFRange inRange, CFStringCompareFlags inFlags,
              Ranges& outRanges) {
-    Finder finder(inString, inFind, inRange, inFlags);
+    Finder<> finder(inString, inFind, inRange, inFlags);
     if (!finder.Open(nullptr)) return false;
     CFRange found;
     while (finder.Next(found)) {
@@ -51,7 +51,7 @@ using namespace toolbox::corefoundation;
 Boolean CFStringFindWithOptionsAndLocale(CFStringRef inString, CFStringRef inFind, CFRange inRange,
                                          CFStringCompareFlags inFlags, CFLocaleRef inLocale,
                                          CFRange* outFound) {
-    Finder finder(inString, inFind, inRange, inFlags);
+    Finder<> finder(inString, inFind, inRange, inFlags);
     CFRange found;
     if (!finder.Open(inLocale) || !finder.Next(found)) return false;
     if (outFound != nullptr) *outFound = found;
