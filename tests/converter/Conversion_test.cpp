@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "converter/EngineTest.h"
 
 namespace {
@@ -169,6 +171,15 @@ TEST_F(WholeTest, AFrameCountBeyond31BitsWraps) {
     fakes::AddMovie("file", script);
     Recorder const recorder = Whole("file");
     EXPECT_THAT(recorder.Lengths(), ElementsAre(44, 4, 36));
+    EXPECT_EQ(2, exports) << "the next frame is one below zero, and so before the end";
+}
+
+TEST_F(WholeTest, ANegativeFrameCountExportsNothing) {
+    ScriptedMovie script = ToneMovie(100, 10);
+    script.duration = -5;
+    fakes::AddMovie("file", script);
+    EXPECT_THAT(Whole("file").Lengths(), ElementsAre(44));
+    EXPECT_TRUE(fakes::CallsOf({"MovieExportToHandle"}).empty());
 }
 
 TEST_F(WholeTest, ARateOfZeroEnds) {
@@ -313,6 +324,24 @@ TEST_F(WindowTest, RemainingMayBeNegativeIn32Bits) {
     } catch (long length) {
         EXPECT_EQ(-0x70000000L, length);
     }
+}
+
+// A position below zero is before the end: the silence goes on until the end is reached.
+TEST_F(WindowTest, PositionsBelowZeroAreBeforeTheEnd) {
+    constexpr long kBehind = 0x70000000, kSecond = 60000 * 4;
+    fakes::AddMovie("file", ToneMovie(60000, 250));
+    struct Sum {
+        long behind = 0, silence = 0, longest = 0;
+        static void Add(void* inContext, void*, long inLength) {
+            auto& sum = *static_cast<Sum*>(inContext);
+            (inLength < 0 ? sum.behind : sum.silence) += inLength;
+            sum.longest = std::max(sum.longest, inLength);
+        }
+    } sum;
+    convert_AAC_to_WAV("file", &sum, Sum::Add, Int64(0), Int64(0x190000000LL));
+    EXPECT_EQ(-kBehind, sum.behind);
+    EXPECT_EQ(kBehind + 44, sum.silence) << "of no frames there are the header's bytes";
+    EXPECT_EQ(kSecond, sum.longest);
 }
 
 // Without a duration the bound is frames plus 44 in 32 bits, which very long movies wrap.

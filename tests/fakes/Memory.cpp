@@ -22,11 +22,23 @@ struct Block {
 OSErr sMemError = noErr;
 OSErr sErrorOfFailure = memFullErr;
 
-// Logs a call that can fail, and keeps its result.
+std::vector<OSErr>& ErrorsToCome() {
+    static auto& sErrorsToCome = *new std::vector<OSErr>;
+    return sErrorsToCome;
+}
+
+// Logs a call that can fail; outError is why it did, if it did.
+bool LogAndFailFor(std::string const& inCall, OSErr& outError) {
+    bool fails = LogAndFail(inCall);
+    outError = fails ? sErrorOfFailure : OSErr{noErr};
+    if (ErrorsToCome().empty()) return fails;
+    outError = ErrorsToCome().front();
+    ErrorsToCome().erase(ErrorsToCome().begin());
+    return true;
+}
+
 bool LogAndFailMemory(std::string const& inCall) {
-    bool const fails = LogAndFail(inCall);
-    sMemError = fails ? sErrorOfFailure : OSErr{noErr};
-    return fails;
+    return LogAndFailFor(inCall, sMemError);
 }
 
 std::map<Handle, Block*>& Handles() {
@@ -83,7 +95,12 @@ void SetErrorOfFailure(OSErr inError) {
     sErrorOfFailure = inError;
 }
 
+void FailMemoryCalls(std::vector<OSErr> const& inErrors) {
+    ErrorsToCome() = inErrors;
+}
+
 void ForgetMemoryScript() {
+    ErrorsToCome().clear();
     sMemError = noErr;
     sErrorOfFailure = memFullErr;
 }
@@ -163,9 +180,10 @@ void HUnlock(Handle inHandle) {
     if (Block* const block = Find(inHandle, "HUnlock")) block->isLocked = false;
 }
 
+// Its result is told in one place only, lest a caller looks in the other.
 Handle TempNewHandle(Size inByteCount, OSErr* outResult) {
-    bool const fails = LogAndFailMemory(CallText("TempNewHandle", inByteCount));
-    *outResult = MemError();
+    sMemError = noErr;
+    bool const fails = LogAndFailFor(CallText("TempNewHandle", inByteCount), *outResult);
     return fails ? nullptr : NewBlock(inByteCount, kGarbage);
 }
 

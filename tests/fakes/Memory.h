@@ -12,6 +12,8 @@ int LivePtrs();
 
 // What MemError answers after a call that shall fail; memFullErr until it is set.
 void SetErrorOfFailure(OSErr inError);
+// The next calls that can fail do, each for its own reason.
+void FailMemoryCalls(std::vector<OSErr> const& inErrors);
 void ForgetMemoryScript();
 
 // As the toolbox's own functions, for other doubles: not logged, never failing.

@@ -80,6 +80,29 @@ TEST_F(StHandleBlockTest, TemporaryMemoryInstead) {
     EXPECT_EQ(1U, Count("TempNewHandle"));
 }
 
+// Each of the two says why it failed; the last word is the temporary memory's.
+TEST_F(StHandleBlockTest, TemporaryMemoryCannotBeHadEither) {
+    fakes::FailMemoryCalls({-117, -118});
+    EXPECT_EQ(-118, CodeOf([] { StHandleBlock const block(100, true, true); }));
+    EXPECT_EQ((std::vector<std::string>{"NewHandle(100)", "TempNewHandle(100)"}), fakes::CallLog());
+    fakes::FailMemoryCalls({-117});
+    EXPECT_EQ(-117, CodeOf([] { StTempHandle const block(100, true); }));
+    fakes::FailMemoryCalls({-117, noErr});
+    EXPECT_EQ(0, CodeOf([] { StHandleBlock const block(100, true, true); }));
+    fakes::FailMemoryCalls({-117});
+    EXPECT_EQ(-117, CodeOf([] { StHandleBlock const block(100, true, false); }));
+}
+
+TEST_F(StHandleBlockTest, TemporaryMemoryWithoutAnException) {
+    fakes::FailCall(1);
+    StHandleBlock const had(100, false, true);
+    EXPECT_EQ(100, GetHandleSize(had.Get()));
+    EXPECT_EQ(1U, Count("TempNewHandle"));
+    fakes::FailMemoryCalls({-117, -118});
+    EXPECT_EQ(nullptr, StHandleBlock(100, false, true).Get());
+    EXPECT_EQ(2U, Count("TempNewHandle"));
+}
+
 TEST_F(StHandleBlockTest, SizesThatCannotBeTold) {
     if (sizeof(long) == 4) return;  // every long is a size there
     long const size = static_cast<long>(0x100000010LL);

@@ -14,6 +14,9 @@
 
 namespace {
 
+// Taken before any test changes it.
+short const sAppIsJapaneseAtLoad = sAppIsJapanese;
+
 class SystemFactsTest : public ::testing::Test {
   protected:
     SystemFactsTest() {
@@ -67,6 +70,11 @@ TEST_F(SystemFactsTest, GetAUXVersion) {
     }
 }
 
+TEST_F(SystemFactsTest, GetAUXVersionTakesTheResponseOfAFailure) {
+    fakes::ScriptGestalt(FourChars("a/ux"), 0x300, gestaltUnknownErr);
+    EXPECT_EQ(3, GetAUXVersion());
+}
+
 TEST_F(SystemFactsTest, Languages) {
     struct Row {
         SInt32 answer;
@@ -93,6 +101,10 @@ TEST_F(SystemFactsTest, AppIsJapanese) {
         sAppIsJapanese = -1;
         EXPECT_FALSE(AppIsJapanese()) << encoding;
     }
+}
+
+TEST_F(SystemFactsTest, AppIsJapaneseIsUnknownAtFirst) {
+    EXPECT_EQ(-1, sAppIsJapaneseAtLoad);
 }
 
 TEST_F(SystemFactsTest, AppIsJapaneseIsAskedOnce) {

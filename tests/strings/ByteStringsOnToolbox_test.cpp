@@ -1,4 +1,4 @@
-// What byte strings say of scripts, over the real Script Manager.
+// What byte strings say of scripts and of resources, over the real toolbox.
 #include <gtest/gtest.h>
 #include <strings/ByteBlocks.h>
 #include <strings/CStrings.h>
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "PascalBuffer.h"
+#include "platform/resources/ResourcesTest.h"
 
 namespace {
 
@@ -88,6 +89,35 @@ TEST_F(ByteStringsOnToolboxTest, Numbers) {
     P text;
     PAddNum(text, -2147483647L - 1);
     EXPECT_EQ("-2147483648", text.Text());
+}
+
+class ListsOnToolboxTest : public test_resources::ResourcesTest {};
+
+TEST_F(ListsOnToolboxTest, StringsAreAppended) {
+    using test_resources::ImageOf;
+    std::string many = {'\1', '\1'};
+    for (int i = 0; i < 256; ++i)
+        many += "\1x";
+    SInt16 const file =
+        Open(MakeFile("lists", {ImageOf(FourChars("STR#"), 128, std::string("\0\2\5first\6second", 15)),
+                                ImageOf(FourChars("STR#"), 129, many + "\4last\6behind")}));
+    P text("the ");
+    PAddIndString(text, 128, 2);
+    PAddIndString(text, 128, 1);
+    EXPECT_EQ("the secondfirst", text.Text());
+    PAddIndString(text, 129, 257);
+    EXPECT_EQ("the secondfirstlast", text.Text());
+    for (short const index : {short{0}, short{3}, short{-1}})
+        PAddIndString(text, 128, index);
+    PAddIndString(text, 129, 258);
+    PAddIndString(text, 130, 1);
+    EXPECT_EQ("the secondfirstlast", text.Text()) << "none of those is there";
+    P almost(Filler(252));
+    PAddIndString(almost, 128, 2);
+    EXPECT_EQ(Filler(252) + "sec", almost.Text());
+    CloseResFile(file);
+    PAddIndString(almost, 128, 1);
+    EXPECT_EQ(Filler(252) + "sec", almost.Text());
 }
 
 // Both libraries have them; linked into one program, either serves.

@@ -78,6 +78,27 @@ TEST_F(PascalStringsTest, EqualUpToACount) {
     EXPECT_EQ(0, PStrNEqual(P(Filler(254)), P(Filler(255)), 255));
 }
 
+TEST_F(PascalStringsTest, EqualUpToACountThatOneHasNot) {
+    EXPECT_EQ(0, PStrNEqual(P("abcdef"), P("abc", 'd'), 4)) << "the byte behind does not count";
+    EXPECT_EQ(0, PStrNEqual(P("abc", 'd'), P("abcdef"), 4));
+    EXPECT_EQ(0, PStrNEqual(P("abc", 'd'), P("abc", 'd'), 4));
+}
+
+TEST_F(PascalStringsTest, EqualUpToEveryCount) {
+    for (std::size_t length = 0; length <= 255; ++length) {
+        auto const count = static_cast<unsigned char>(length);
+        std::string const text = Filler(length);
+        EXPECT_EQ(1, PStrNEqual(P(text), P(text), count)) << length;
+        EXPECT_EQ(1, PStrNEqual(P(Filler(255)), P(text), count)) << length;
+        if (length == 0) continue;
+        EXPECT_EQ(0, PStrNEqual(P(text.substr(1)), P(text.substr(1)), count)) << length;
+        std::string other = text;
+        other.back() = '#';
+        EXPECT_EQ(0, PStrNEqual(P(text), P(other), count)) << length;
+        EXPECT_EQ(1, PStrNEqual(P(text), P(other), static_cast<unsigned char>(count - 1))) << length;
+    }
+}
+
 TEST_F(PascalStringsTest, Contains) {
     EXPECT_EQ(1, PStrContains(P("hello"), P("")));
     EXPECT_EQ(1, PStrContains(P(""), P("")));
@@ -279,6 +300,17 @@ TEST_F(PascalStringsTest, AddNum) {
     EXPECT_EQ(Filler(253) + "12", almost.Text());
 }
 
+TEST_F(PascalStringsTest, AddNumOfNegativeNumbers) {
+    P text;
+    for (long const number : {-1L, -9L, -10L, -12345L, -2147483647L}) {
+        P of("n=");
+        PAddNum(of, number);
+        EXPECT_EQ("n=" + std::to_string(number), of.Text());
+        PAddNum(text, number);
+    }
+    EXPECT_EQ("-1-9-10-12345-2147483647", text.Text());
+}
+
 TEST_F(PascalStringsTest, AddNumTakesTheLow32Bits) {
     if constexpr (sizeof(long) == 4) return;  // no others to take
     P text;
@@ -320,6 +352,16 @@ TEST_F(PascalStringsTest, Lower) {
     PLowerString(longest);
     EXPECT_EQ(std::string(255, 'q'), longest.Text());
     EXPECT_TRUE(fakes::CallLog().empty()) << "no script has a say";
+}
+
+// Also of those that are a letter's code.
+TEST_F(PascalStringsTest, LowerLeavesEveryLength) {
+    for (std::size_t length = 0; length <= 255; ++length) {
+        P text(std::string(length, 'Q'));
+        PLowerString(text);
+        EXPECT_EQ(std::string(length, 'q'), text.Text());
+        EXPECT_TRUE(text.IsUntouchedFrom(length + 1)) << length;
+    }
 }
 
 TEST_F(PascalStringsTest, LowerOfEveryByte) {

@@ -83,6 +83,31 @@ TEST(Compare, WithoutCase) {
     EXPECT_NE(0, Compare(u"e\u0301", u"\u00C9", kCase));
 }
 
+TEST(Compare, EveryLetterWithoutCase) {
+    for (char16_t capital = u'A'; capital <= u'Z'; ++capital) {
+        const std::u16string one(1, capital), other(1, static_cast<char16_t>(capital + 32));
+        for (const CFStringCompareFlags flags :
+             {kCase, kCase | kNonliteral, kCase | kNumerically, kCase | kLocalized,
+              kCase | kCFCompareDiacriticInsensitive, kCase | kCFCompareWidthInsensitive}) {
+            EXPECT_EQ(0, Compare(one, other, flags)) << capital - u'A' << " " << flags;
+        }
+        EXPECT_EQ(-1, Compare(one, other));
+    }
+}
+
+// A program's own names are the same whoever runs it. ICU takes its locale once in a process.
+TEST(Compare, LetterIInATurkishProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto compare = [] {
+        setenv("LC_ALL", "tr_TR.UTF-8", 1);
+        bool isSame = true;
+        for (const CFStringCompareFlags flags : {kCase, kCase | kNonliteral, kCase | kNumerically})
+            isSame = isSame && CFStringCompare(CFSTR("TITLE"), CFSTR("title"), flags) == 0;
+        std::exit(isSame ? 0 : 1);
+    };
+    EXPECT_EXIT(compare(), testing::ExitedWithCode(0), "");
+}
+
 TEST(Compare, CanonicallyEquivalent) {
     EXPECT_EQ(0, Compare(u"caf\u00E9", u"cafe\u0301", kNonliteral));
     EXPECT_EQ(0, Compare(u"\u1E69", u"s\u0307\u0323", kNonliteral)) << "marks in another order";

@@ -4,6 +4,7 @@
 #include "Faults.h"
 
 #include <gtest/gtest.h>
+#include <unicode/uloc.h>
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
@@ -198,6 +199,32 @@ TEST(Find, OfALocale) {
     EXPECT_EQ((CFRange{0, 1}), find(u"i", u"\u0130", "az", kLocalized));
     EXPECT_EQ((CFRange{0, 1}), find(u"i", u"I", "en_US", kLocalized));
     EXPECT_EQ((CFRange{0, 1}), find(u"i", u"I", "tr_TR", kCase)) << "not asked for";
+}
+
+TEST(Find, EveryLetterWithoutCase) {
+    for (char16_t capital = u'A'; capital <= u'Z'; ++capital) {
+        const std::u16string one(1, capital), other(1, static_cast<char16_t>(capital + 32));
+        for (const CFStringCompareFlags flags :
+             {kCase, kCase | kNonliteral, kCase | kMarks, kCase | kWidth, kCase | kBackwards}) {
+            EXPECT_EQ((CFRange{0, 1}), Found(one, other, flags)) << flags;
+            EXPECT_EQ((CFRange{0, 1}), Found(other, one, flags)) << flags;
+        }
+        EXPECT_EQ(kNowhere, Found(one, other));
+    }
+}
+
+// A program finds its own names whoever runs it; only what is asked for the user's sake is the user's.
+TEST(Find, LetterIInATurkishProcess) {
+    const std::string before = uloc_getDefault();
+    UErrorCode status = U_ZERO_ERROR;
+    uloc_setDefault("tr_TR", &status);
+    EXPECT_EQ((CFRange{0, 1}), Found(u"I", u"i", kCase));
+    EXPECT_EQ((CFRange{2, 4}), Found(u"a.TIFF", u"tiff", kCase | kBackwards | kAnchored));
+    EXPECT_EQ(kNowhere, Found(u"I", u"\u0131", kCase));
+    EXPECT_EQ(kNowhere, Found(u"I", u"i", kCase | kCFCompareLocalized));
+    EXPECT_EQ((CFRange{0, 1}), Found(u"I", u"\u0131", kCase | kCFCompareLocalized));
+    uloc_setDefault(before.c_str(), &status);
+    EXPECT_TRUE(U_SUCCESS(status));
 }
 
 TEST(Find, PrefixAndSuffix) {

@@ -37,6 +37,26 @@ TEST_F(StringsTest, OfAList) {
     EXPECT_EQ("", At(129, 1)) << "no such list";
 }
 
+// What follows the strings that are counted is none.
+TEST_F(StringsTest, NoMoreThanTheCount) {
+    Open(MakeFile("f", {ImageOf(kList, 128, "\0\2\3one\3two\5three"s), ImageOf(kList, 129, "\0\0\3one"s)}));
+    EXPECT_EQ("two", At(128, 2));
+    EXPECT_EQ("", At(128, 3));
+    EXPECT_EQ("", At(129, 1));
+}
+
+TEST_F(StringsTest, CountOfTwoBytes) {
+    std::string list = "\1\1"s;
+    for (int i = 1; i <= 256; ++i)
+        list += "\1x";
+    Open(
+        MakeFile("f", {ImageOf(kList, 128, list + "\4last\6behind"), ImageOf(kList, 129, "\xFF\xFF\3one"s)}));
+    EXPECT_EQ("x", At(128, 256));
+    EXPECT_EQ("last", At(128, 257));
+    EXPECT_EQ("", At(128, 258));
+    EXPECT_EQ("one", At(129, 1)) << "a count is never negative";
+}
+
 TEST_F(StringsTest, LongestString) {
     Open(MakeFile("f", {ImageOf(kList, 1, "\0\1\xFF"s + std::string(255, 'x'))}));
     EXPECT_EQ(std::string(255, 'x'), At(1, 1));
