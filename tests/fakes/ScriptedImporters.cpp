@@ -12,8 +12,9 @@ ImporterScript& Importers() {
 namespace {
 
 OSStatus Play(const char* inName, const Import& inImport, toolbox::movies::ImportedMovie& outMovie,
-              std::string& outProblem) {
+              std::string& outProblem, const toolbox::movies::ImportOptions& inOptions) {
     Importers().asked.emplace_back(inName);
+    Importers().options = inOptions;
     return inImport ? inImport(outMovie, outProblem) : cantFindHandler;
 }
 
@@ -24,18 +25,19 @@ OSStatus Play(const char* inName, const Import& inImport, toolbox::movies::Impor
 namespace toolbox::movies {
 
 OSStatus ImportMPEG4(const std::shared_ptr<const MediaFile>&, ImportedMovie& outMovie,
-                     std::string& outProblem) {
-    return mirtal::fakes::Play("mpeg4", mirtal::fakes::Importers().mpeg4, outMovie, outProblem);
+                     std::string& outProblem, const ImportOptions& inOptions) {
+    return mirtal::fakes::Play("mpeg4", mirtal::fakes::Importers().mpeg4, outMovie, outProblem, inOptions);
 }
 
-OSStatus ImportADTS(const std::shared_ptr<const MediaFile>&, ImportedMovie& outMovie,
-                    std::string& outProblem) {
-    return mirtal::fakes::Play("adts", mirtal::fakes::Importers().adts, outMovie, outProblem);
+OSStatus ImportADTS(const std::shared_ptr<const MediaFile>&, ImportedMovie& outMovie, std::string& outProblem,
+                    const ImportOptions& inOptions) {
+    return mirtal::fakes::Play("adts", mirtal::fakes::Importers().adts, outMovie, outProblem, inOptions);
 }
 
 OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>&, ImportedMovie& outMovie,
-                       std::string& outProblem) {
-    return mirtal::fakes::Play("general", mirtal::fakes::Importers().general, outMovie, outProblem);
+                       std::string& outProblem, const ImportOptions& inOptions) {
+    return mirtal::fakes::Play("general", mirtal::fakes::Importers().general, outMovie, outProblem,
+                               inOptions);
 }
 
 }  // namespace toolbox::movies

@@ -16,7 +16,8 @@ struct ImporterScript {
     Import mpeg4;
     Import adts;
     Import general;
-    std::vector<std::string> asked;  // in order: "mpeg4", "adts", "general"
+    std::vector<std::string> asked;          // in order: "mpeg4", "adts", "general"
+    toolbox::movies::ImportOptions options;  // what the last was told
 };
 ImporterScript& Importers();
 

@@ -25,6 +25,7 @@ enum {
     memPurErr = -112,          // the block is locked and cannot be emptied
     memLockedErr = -117,       // the block is locked and cannot move
     dirNFErr = -120,           // no such folder on the way to the item
+    userCanceledErr = -128,    // it was asked to stop
     notAFileErr = -1302,       // a file was needed, and this is a folder
     fileBoundsErr = -1309,     // the file is longer than what can be dealt with
     diffVolErr = -1303,        // the items are on different volumes
@@ -43,6 +44,7 @@ enum {
     invalidTrack = -2009,
     invalidMovie = -2010,
     invalidDataRef = -2012,
+    trackNotInMovie = -2030,   // the movie or its file has no such track
     noSoundTrackInMovieErr = -2062,
     noSourceTreeFound = -2018,
     movieToolboxUninitialized = -2020,  // EnterMovies was not called

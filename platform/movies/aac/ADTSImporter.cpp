@@ -176,9 +176,13 @@ OSStatus TrackBuilder::Build(const std::vector<ADTSStretch>& inStretches, Packet
 }  // namespace
 
 OSStatus ImportADTS(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
-                    std::string& outProblem) {
+                    std::string& outProblem, const ImportOptions& inOptions) {
     ADTSFrames frames;
     OSStatus status = ScanADTS(*inFile, frames);
+    if (status == noErr && inOptions.soundTrack > 1) {
+        outProblem = NoSuchSoundTrack(inOptions.soundTrack, 1);
+        return trackNotInMovie;
+    }
     if (status == invalidMovie) {
         outProblem = "the AAC stream changes its format too often";
     }
@@ -196,6 +200,10 @@ OSStatus ImportADTS(const std::shared_ptr<const MediaFile>& inFile, ImportedMovi
     }
     outMovie.containerName = "ADTS";
     outMovie.timeScale = static_cast<std::int32_t>(track->SampleRateHz());
+    const SoundFormat& format = track->formats.front();
+    outMovie.soundTracks = {
+        {format.dataFormat, format.name, "", format.sampleRateHz, format.channelCount, true, true}};
+    outMovie.takenSoundTrack = 1;
     outMovie.tracks.clear();
     ImportedTrack& imported = outMovie.tracks.emplace_back();
     imported.mediaType = FourChars("soun");

@@ -90,12 +90,12 @@ class FileSource final : public general::ByteSource {
 }  // namespace
 
 OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
-                       std::string& outProblem) {
+                       std::string& outProblem, const ImportOptions& inOptions) {
     const general::Interface* component = Component();
     if (component == nullptr) {
         return cantFindHandler;
     }
-    return component->import(std::make_shared<const FileSource>(inFile), outMovie, outProblem);
+    return component->import(std::make_shared<const FileSource>(inFile), outMovie, outProblem, inOptions);
 }
 
 void ReplaceGeneralImporterCalls(const GeneralImporterCalls& inCalls) {

@@ -32,6 +32,8 @@ struct OpaqueMovie {
     const OpaqueTrack* FirstSoundTrack() const;  // null when there is none
 
     std::string containerName;
+    std::vector<toolbox::movies::SoundTrackFacts> soundTracks;  // of the file
+    std::uint32_t takenSoundTrack;                              // from 1; 0: none
     std::vector<OpaqueTrack> tracks;  // never changes its size, so tracks stay where they are
     toolbox::movies::Duration longest;
     TimeScale timeScale;

@@ -37,6 +37,8 @@ bool IsShorter(const Duration& inOne, const Duration& inOther) {
 
 OpaqueMovie::OpaqueMovie(toolbox::movies::ImportedMovie inImported)
     : containerName(std::move(inImported.containerName)),
+      soundTracks(std::move(inImported.soundTracks)),
+      takenSoundTrack(inImported.takenSoundTrack),
       timeScale(std::max<TimeScale>(inImported.timeScale, 1)) {
     tracks.reserve(inImported.tracks.size());
     for (ImportedTrack& imported : inImported.tracks) {

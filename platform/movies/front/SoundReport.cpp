@@ -1,4 +1,5 @@
 #include <toolbox/SoundReport.h>
+#include <toolbox/SoundTracks.h>
 
 #include "MovieObjects.h"
 #include "decoder/SoundDecoder.h"
@@ -52,6 +53,26 @@ OSErr GetMovieSoundReport(Movie inMovie, MovieSoundReport* outReport) {
     outReport->damagedPacketCount = track->media.damage->PacketCount();
     outReport->silencedFrameCount = track->media.damage->SilencedFrameCount();
     outReport->skippedByteCount = sound.skippedByteCount;
+    return noErr;
+}
+
+SInt32 GetMovieSoundTrackCount(Movie inMovie) {
+    return inMovie == nullptr ? 0 : static_cast<SInt32>(inMovie->soundTracks.size());
+}
+
+OSErr GetMovieIndSoundTrackInfo(Movie inMovie, SInt32 inIndex, MovieSoundTrackInfo* outInfo) {
+    if (inMovie == nullptr || outInfo == nullptr) return paramErr;
+    if (inIndex < 1 || inIndex > GetMovieSoundTrackCount(inMovie)) return trackNotInMovie;
+    const auto& facts = inMovie->soundTracks[static_cast<std::size_t>(inIndex) - 1];
+    *outInfo = MovieSoundTrackInfo();
+    outInfo->format = facts.dataFormat;
+    CopyText(facts.name, outInfo->formatName);
+    CopyText(facts.language, outInfo->language);
+    outInfo->sampleRateHz = facts.sampleRateHz;
+    outInfo->channelCount = facts.channelCount;
+    outInfo->isEnabled = facts.isEnabled;
+    outInfo->isAAC = facts.isAAC;
+    outInfo->isTaken = static_cast<std::uint32_t>(inIndex) == inMovie->takenSoundTrack;
     return noErr;
 }
 

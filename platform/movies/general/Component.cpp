@@ -13,11 +13,11 @@ namespace {
 using namespace toolbox::movies;
 
 OSStatus Import(const std::shared_ptr<const general::ByteSource>& inSource, ImportedMovie& outMovie,
-                std::string& outProblem) {
+                std::string& outProblem, const ImportOptions& inOptions) {
     const general::LogScope quiet;
     try {
         std::string problem;
-        const OSStatus status = general::SurveyMovie(inSource, outMovie, problem);
+        const OSStatus status = general::SurveyMovie(inSource, outMovie, problem, inOptions);
         if (status != noErr && status != cantFindHandler) {
             outProblem = std::move(problem);
         }

@@ -19,8 +19,9 @@ namespace {
 
 class DemuxedReader final : public PacketReader {
   public:
-    DemuxedReader(std::shared_ptr<const ByteSource> inSource, std::uint32_t inPacketCount)
-        : mSource(std::move(inSource)), mPacketCount(inPacketCount) {}
+    DemuxedReader(std::shared_ptr<const ByteSource> inSource, const ImportOptions& inOptions,
+                  std::uint32_t inPacketCount)
+        : mSource(std::move(inSource)), mOptions(inOptions), mPacketCount(inPacketCount) {}
 
     OSStatus Read(std::uint32_t inPacket, PacketBytes& outBytes) override {
         outBytes = PacketBytes();
@@ -70,7 +71,7 @@ class DemuxedReader final : public PacketReader {
         mDemuxer.reset();
         mNext = 0;
         std::string problem;
-        const OSStatus status = Demuxer::Open(mSource, mDemuxer, problem);
+        const OSStatus status = Demuxer::Open(mSource, mOptions, mDemuxer, problem);
         if (status != noErr) {
             return status == memFullErr ? memFullErr : ioErr;  // it was readable when it was imported
         }
@@ -79,6 +80,7 @@ class DemuxedReader final : public PacketReader {
     }
 
     std::shared_ptr<const ByteSource> mSource;
+    ImportOptions mOptions;
     std::uint32_t mPacketCount;
     std::unique_ptr<Demuxer> mDemuxer;
     OwnedPacket mPacket;
@@ -88,23 +90,26 @@ class DemuxedReader final : public PacketReader {
 
 class DemuxedPackets final : public PacketStore {
   public:
-    DemuxedPackets(std::shared_ptr<const ByteSource> inSource, std::uint32_t inPacketCount)
-        : mSource(std::move(inSource)), mPacketCount(inPacketCount) {}
+    DemuxedPackets(std::shared_ptr<const ByteSource> inSource, const ImportOptions& inOptions,
+                   std::uint32_t inPacketCount)
+        : mSource(std::move(inSource)), mOptions(inOptions), mPacketCount(inPacketCount) {}
     std::uint32_t PacketCount() const override { return mPacketCount; }
     std::unique_ptr<PacketReader> NewReader() const override {
-        return std::make_unique<DemuxedReader>(mSource, mPacketCount);
+        return std::make_unique<DemuxedReader>(mSource, mOptions, mPacketCount);
     }
 
   private:
     std::shared_ptr<const ByteSource> mSource;
+    ImportOptions mOptions;
     std::uint32_t mPacketCount;
 };
 
 }  // namespace
 
 std::shared_ptr<const PacketStore> NewDemuxedPackets(std::shared_ptr<const ByteSource> inSource,
+                                                     const ImportOptions& inOptions,
                                                      std::uint32_t inPacketCount) {
-    return std::make_shared<const DemuxedPackets>(std::move(inSource), inPacketCount);
+    return std::make_shared<const DemuxedPackets>(std::move(inSource), inOptions, inPacketCount);
 }
 
 }  // namespace toolbox::movies::general

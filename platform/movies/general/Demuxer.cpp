@@ -40,6 +40,16 @@ bool Demuxer::IsPicture(const AVStream& inStream) {
            (inStream.disposition & (AV_DISPOSITION_ATTACHED_PIC | AV_DISPOSITION_TIMED_THUMBNAILS)) == 0;
 }
 
+bool Demuxer::IsSound(const AVStream& inStream) {
+    return inStream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+}
+
+// Only for MPEG-4 and QuickTime does libavformat's mark tell this. Elsewhere it is what an author likes best.
+bool Demuxer::IsEnabled(const AVStream& inStream) const {
+    return av_match_name("mov", mFormat->iformat->name) == 0 ||
+           (inStream.disposition & AV_DISPOSITION_DEFAULT) != 0;
+}
+
 int Demuxer::ReadBytes(void* inDemuxer, std::uint8_t* outBytes, int inCount) {
     Demuxer& self = *static_cast<Demuxer*>(inDemuxer);
     std::size_t read = 0;
@@ -131,9 +141,9 @@ OSStatus Demuxer::OpenAs(const AVInputFormat& inFormat, std::string& outProblem)
     return mReadStatus != noErr ? mReadStatus : OSStatus{invalidMovie};
 }
 
-OSStatus Demuxer::Open(std::shared_ptr<const ByteSource> inSource, std::unique_ptr<Demuxer>& outDemuxer,
-                       std::string& outProblem) {
-    std::unique_ptr<Demuxer> demuxer(new Demuxer(std::move(inSource)));
+OSStatus Demuxer::Open(std::shared_ptr<const ByteSource> inSource, const ImportOptions& inOptions,
+                       std::unique_ptr<Demuxer>& outDemuxer, std::string& outProblem) {
+    std::unique_ptr<Demuxer> demuxer(new Demuxer(std::move(inSource), inOptions));
     const OSStatus status = demuxer->OpenInput(outProblem);
     if (status != noErr) {
         return status;
@@ -151,12 +161,37 @@ Demuxer::~Demuxer() {
     }
 }
 
-// Streams that have come to light since: the first of sound is kept, pictures as wanted, everything else
+// With the stream counted already.
+bool Demuxer::IsChosen(const AVStream& inStream) const {
+    if (!IsSound(inStream)) {
+        return false;
+    }
+    if (mOptions.soundTrack != 0) {
+        return mSoundCount == mOptions.soundTrack;
+    }
+    if (mSound != nullptr) {
+        return false;
+    }
+    if (IsEnabled(inStream)) {
+        return true;
+    }
+    // Where streams can be disabled at all, they are all known from the beginning.
+    for (unsigned index = 0; index < mFormat->nb_streams; ++index) {
+        const AVStream& other = *mFormat->streams[index];
+        if (IsSound(other) && IsEnabled(other)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Streams that have come to light since: the chosen one of sound is kept, pictures as wanted, everything else
 // discarded.
 void Demuxer::SortStreams() {
     for (; mSortedStreamCount < mFormat->nb_streams; ++mSortedStreamCount) {
         AVStream& stream = *mFormat->streams[mSortedStreamCount];
-        if (mSound == nullptr && stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
+        mSoundCount += IsSound(stream) ? 1 : 0;
+        if (IsChosen(stream)) {
             mSound = &stream;
         } else if (!IsPicture(stream) || mDiscardsPictures) {
             stream.discard = AVDISCARD_ALL;

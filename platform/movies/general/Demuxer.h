@@ -19,17 +19,23 @@ namespace toolbox::movies::general {
 
 class Demuxer {
   public:
-    // cantFindHandler when no demuxer of ours knows the file; invalidMovie when one does and cannot read it;
-    // ioErr.
-    static OSStatus Open(std::shared_ptr<const ByteSource> inSource, std::unique_ptr<Demuxer>& outDemuxer,
-                         std::string& outProblem);
+    // inOptions chooses the sound stream. cantFindHandler when no demuxer of ours knows the file;
+    // invalidMovie when one does and cannot read it; ioErr.
+    static OSStatus Open(std::shared_ptr<const ByteSource> inSource, const ImportOptions& inOptions,
+                         std::unique_ptr<Demuxer>& outDemuxer, std::string& outProblem);
     ~Demuxer();
     Demuxer(const Demuxer&) = delete;
     Demuxer& operator=(const Demuxer&) = delete;
 
     AVFormatContext& Format() { return *mFormat; }
-    // The first stream of sound, or null: in some formats streams come to light only while packets are read.
+    // The stream of sound that was chosen, or null: in some formats streams come to light only while packets
+    // are read.
     AVStream* Sound() const { return mSound; }
+    // Streams of sound that have come to light.
+    std::uint32_t SoundCount() const { return mSoundCount; }
+    static bool IsSound(const AVStream& inStream);
+    // Whether the container says that a stream is to be played.
+    bool IsEnabled(const AVStream& inStream) const;
     // Whether a stream is moving pictures, and not the cover of the sound.
     static bool IsPicture(const AVStream& inStream);
     // From now on, packets of pictures are left out.
@@ -40,19 +46,23 @@ class Demuxer {
     OSStatus Next(AVPacket& outPacket);
 
   private:
-    explicit Demuxer(std::shared_ptr<const ByteSource> inSource) : mSource(std::move(inSource)) {}
+    Demuxer(std::shared_ptr<const ByteSource> inSource, const ImportOptions& inOptions)
+        : mSource(std::move(inSource)), mOptions(inOptions) {}
     OSStatus OpenInput(std::string& outProblem);
     OSStatus OpenAs(const AVInputFormat& inFormat, std::string& outProblem);
     void SortStreams();
+    bool IsChosen(const AVStream& inStream) const;
     static int ReadBytes(void* inDemuxer, std::uint8_t* outBytes, int inCount);
     static std::int64_t Seek(void* inDemuxer, std::int64_t inOffset, int inWhence);
 
     std::shared_ptr<const ByteSource> mSource;
+    ImportOptions mOptions;
     std::int64_t mPosition = 0;
     OSStatus mReadStatus = 0;
     AVIOContext* mBytes = nullptr;
     AVFormatContext* mFormat = nullptr;
     AVStream* mSound = nullptr;
+    std::uint32_t mSoundCount = 0;
     unsigned mSortedStreamCount = 0;
     bool mDiscardsPictures = false;
 };

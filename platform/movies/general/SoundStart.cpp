@@ -84,7 +84,9 @@ Number Pinned(int inValue) {
     return static_cast<Number>(std::clamp<std::int64_t>(inValue, 0, std::numeric_limits<Number>::max()));
 }
 
-SoundFormat FormatOf(const AVCodecParameters& inParameters) {
+}  // namespace
+
+SoundFormat DescribedFormat(const AVCodecParameters& inParameters) {
     SoundFormat format;
     format.dataFormat = DataFormat(inParameters);
     const AVCodecDescriptor* descriptor = avcodec_descriptor_get(inParameters.codec_id);
@@ -107,6 +109,8 @@ SoundFormat FormatOf(const AVCodecParameters& inParameters) {
     format.memory = standsAlone ? DecoderMemory::kNone : DecoderMemory::kUnbounded;
     return format;
 }
+
+namespace {
 
 // Takes over what a packet decoded to, if it gave sound.
 bool TakeSound(SoundDecoder& ioDecoder, const AVPacket& inPacket, SoundStart& ioStart) {
@@ -150,7 +154,7 @@ OSStatus LearnSoundStart(Demuxer& ioDemuxer, SoundStart& outStart, std::string& 
         }
         ++tried;
         if (!isOpen) {
-            outStart.format = FormatOf(*ioDemuxer.Sound()->codecpar);
+            outStart.format = DescribedFormat(*ioDemuxer.Sound()->codecpar);
             const OSStatus opened = decoder.Open(outStart.format);
             if (opened == memFullErr) {
                 return memFullErr;

@@ -7,12 +7,17 @@
 #include <memory>
 #include <string>
 
+struct AVCodecParameters;
+
 namespace toolbox::movies::general {
 
 struct SoundStart {
     SoundFormat format;
     std::uint32_t decodedFrames = 0;  // in the first packet that gave any; 0 when there is no decoder
 };
+
+// What the container says; the decoder may know better.
+SoundFormat DescribedFormat(const AVCodecParameters& inParameters);
 
 // Reads on from where the demuxer is. The decoder is given what a SoundFormat says and no more, as it will be
 // when the sound is rendered. noSoundTrackInMovieErr: no stream of sound; invalidMovie: a decoder there is,

@@ -17,6 +17,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -81,7 +82,8 @@ struct Pictures {
 
 class Survey {
   public:
-    explicit Survey(std::shared_ptr<const ByteSource> inSource) : mSource(std::move(inSource)) {}
+    Survey(std::shared_ptr<const ByteSource> inSource, const ImportOptions& inOptions)
+        : mSource(std::move(inSource)), mOptions(inOptions) {}
     OSStatus Run(ImportedMovie& outMovie, std::string& outProblem);
 
   private:
@@ -93,10 +95,12 @@ class Survey {
     std::int64_t CountedTooMuch(const AVPacket& inFirst, std::int64_t inFrames) const;
     void AddRest();
     void DescribeSound(ImportedMovie& outMovie);
+    void ListSoundTracks(ImportedMovie& outMovie) const;
     void DescribePictures(ImportedMovie& outMovie);
     AVStream* FindPictures();
 
     std::shared_ptr<const ByteSource> mSource;
+    ImportOptions mOptions;
     std::unique_ptr<Demuxer> mDemuxer;
     bool mHasSound = false;
     SoundStart mStart;
@@ -112,13 +116,17 @@ class Survey {
 // One opening is spent on learning what the sound is, so that the second can count from the first packet on.
 OSStatus Survey::Learn(std::string& outProblem) {
     std::unique_ptr<Demuxer> demuxer;
-    OSStatus status = Demuxer::Open(mSource, demuxer, outProblem);
+    OSStatus status = Demuxer::Open(mSource, mOptions, demuxer, outProblem);
     if (status != noErr) {
         return status;
     }
     status = LearnSoundStart(*demuxer, mStart, outProblem);
     if (status == noSoundTrackInMovieErr) {
-        return noErr;
+        if (mOptions.soundTrack == 0) {
+            return noErr;
+        }
+        outProblem = NoSuchSoundTrack(mOptions.soundTrack, demuxer->SoundCount());
+        return trackNotInMovie;
     }
     if (status != noErr) {
         return status;
@@ -214,7 +222,7 @@ void Survey::AddRest() {
 }
 
 OSStatus Survey::ReadAll(std::string& outProblem) {
-    OSStatus status = Demuxer::Open(mSource, mDemuxer, outProblem);
+    OSStatus status = Demuxer::Open(mSource, mOptions, mDemuxer, outProblem);
     OwnedPacket packet;
     while (status == noErr) {
         packet.Clear();
@@ -242,7 +250,7 @@ void Survey::DescribeSound(ImportedMovie& outMovie) {
         format.nominalPacketFrames = mSpan.durations.front().framesPerPacket;
     }
     mKept.Describe(*track);
-    track->packets = NewDemuxedPackets(mSource, mSpan.packetCount);
+    track->packets = NewDemuxedPackets(mSource, mOptions, mSpan.packetCount);
     track->formats.push_back(std::move(format));
     track->spans.push_back(std::move(mSpan));
     std::int64_t presented = 0;
@@ -255,6 +263,36 @@ void Survey::DescribeSound(ImportedMovie& outMovie) {
     outMovie.timeScale = static_cast<std::int32_t>(
         std::min<std::uint32_t>(track->SampleRateHz(), std::numeric_limits<std::int32_t>::max()));
     imported.sound = std::move(track);
+}
+
+void Survey::ListSoundTracks(ImportedMovie& outMovie) const {
+    outMovie.soundTracks.clear();
+    outMovie.takenSoundTrack = 0;
+    const AVFormatContext& format = mDemuxer->Format();
+    for (unsigned index = 0; index < format.nb_streams; ++index) {
+        const AVStream& stream = *format.streams[index];
+        if (!Demuxer::IsSound(stream)) {
+            continue;
+        }
+        const bool isTaken = mHasSound && &stream == mDemuxer->Sound();
+        const SoundFormat described = isTaken ? mStart.format : DescribedFormat(*stream.codecpar);
+        SoundTrackFacts& facts = outMovie.soundTracks.emplace_back();
+        facts.dataFormat = described.dataFormat;
+        facts.name = described.name;
+        facts.sampleRateHz = described.sampleRateHz;
+        facts.channelCount = described.channelCount;
+        facts.isEnabled = mDemuxer->IsEnabled(stream);
+        facts.isAAC =
+            stream.codecpar->codec_id == AV_CODEC_ID_AAC || stream.codecpar->codec_id == AV_CODEC_ID_AAC_LATM;
+        const AVDictionaryEntry* language = av_dict_get(stream.metadata, "language", nullptr, 0);
+        if (language != nullptr && std::strlen(language->value) == 3 &&
+            std::strcmp(language->value, "und") != 0) {
+            facts.language = language->value;
+        }
+        if (isTaken) {
+            outMovie.takenSoundTrack = static_cast<std::uint32_t>(outMovie.soundTracks.size());
+        }
+    }
 }
 
 AVStream* Survey::FindPictures() {
@@ -302,6 +340,7 @@ OSStatus Survey::Run(ImportedMovie& outMovie, std::string& outProblem) {
         return status;
     }
     outMovie.tracks.clear();
+    ListSoundTracks(outMovie);
     outMovie.containerName = ContainerName(*mDemuxer->Format().iformat);
     if (mHasSound) {
         DescribeSound(outMovie);
@@ -317,8 +356,8 @@ OSStatus Survey::Run(ImportedMovie& outMovie, std::string& outProblem) {
 }  // namespace
 
 OSStatus SurveyMovie(const std::shared_ptr<const ByteSource>& inSource, ImportedMovie& outMovie,
-                     std::string& outProblem) {
-    return Survey(inSource).Run(outMovie, outProblem);
+                     std::string& outProblem, const ImportOptions& inOptions) {
+    return Survey(inSource, inOptions).Run(outMovie, outProblem);
 }
 
 }  // namespace toolbox::movies::general

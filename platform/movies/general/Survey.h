@@ -13,6 +13,6 @@ namespace toolbox::movies::general {
 // delay and padding is trimmed. Time stamps are not otherwise looked at: sound begins with the first packet
 // and goes on without gaps. Results as ImportFunction; may throw std::bad_alloc.
 OSStatus SurveyMovie(const std::shared_ptr<const ByteSource>& inSource, ImportedMovie& outMovie,
-                     std::string& outProblem);
+                     std::string& outProblem, const ImportOptions& inOptions);
 
 }  // namespace toolbox::movies::general

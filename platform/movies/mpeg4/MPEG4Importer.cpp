@@ -39,11 +39,12 @@ bool IsQuickTime(BoxFile& ioFile, const Box& inFirst) {
 
 class MovieReader {
   public:
-    MovieReader(const std::shared_ptr<const MediaFile>& inFile, BoxFile& ioBoxes)
-        : mFile(inFile), mBoxes(ioBoxes) {}
+    MovieReader(const std::shared_ptr<const MediaFile>& inFile, BoxFile& ioBoxes,
+                const ImportOptions& inOptions)
+        : mFile(inFile), mBoxes(ioBoxes), mOptions(inOptions) {}
 
     OSStatus Read(const Box& inMovie, ImportedMovie& outMovie, std::string& outProblem) {
-        OSStatus status = ReadMovieHeader(mBoxes, inMovie, mHeader, outProblem);
+        OSStatus status = ReadMovieHeader(mBoxes, inMovie, mOptions, mHeader, outProblem);
         if (status != noErr) return status;
         for (MPEG4Track& track : mHeader.tracks) {
             status = ReadTables(track, outProblem);
@@ -54,6 +55,8 @@ class MovieReader {
         outMovie.timeScale = static_cast<std::int32_t>(mHeader.timeScale);
         GaplessTag tag;
         if (FindGaplessTag(mBoxes, inMovie, tag)) mGapless = tag;
+        outMovie.soundTracks = mHeader.soundTracks;
+        outMovie.takenSoundTrack = 0;
         for (MPEG4Track& track : mHeader.tracks) {
             status = MakeTrack(track, outMovie, outProblem);
             if (status != noErr) return status;
@@ -94,7 +97,7 @@ class MovieReader {
         ImportedTrack track;
         track.mediaType = ioTrack.mediaType;
         if (ioTrack.IsSound()) {
-            const OSStatus status = MakeSound(ioTrack, track, outProblem);
+            const OSStatus status = MakeSound(ioTrack, outMovie, track, outProblem);
             if (status != noErr) return status;
         } else {
             track.duration = PresentedDuration(ioTrack.edits, mHeader.timeScale,
@@ -105,17 +108,23 @@ class MovieReader {
         return noErr;
     }
 
-    OSStatus MakeSound(MPEG4Track& ioTrack, ImportedTrack& outTrack, std::string& outProblem) {
+    OSStatus MakeSound(MPEG4Track& ioTrack, ImportedMovie& outMovie, ImportedTrack& outTrack,
+                       std::string& outProblem) {
         if (!WantsPackets(ioTrack)) return MakeSilentSound(ioTrack, outTrack, outProblem);
         MPEG4SoundSettings settings;
         settings.movieTimeScale = mHeader.timeScale;
         settings.isFragmented = mIsFragmented;
         settings.mustBeThere = !mHasSound;
-        if (!mHasSound) settings.gapless = mGapless;
+        // The tag tells of the file's sound, which is the usual track.
+        if (!mHasSound && ioTrack.soundNumber == mHeader.usualSoundTrack) settings.gapless = mGapless;
+        if (!mHasSound) outMovie.takenSoundTrack = ioTrack.soundNumber;
         mHasSound = true;
         const OSStatus status = MakeSoundTrack(mFile, ioTrack, settings, outTrack.sound, outProblem);
         if (status != noErr) return status;
         outTrack.duration = {outTrack.sound->FrameCount(), outTrack.sound->SampleRateHz()};
+        SoundTrackFacts& facts = outMovie.soundTracks[ioTrack.soundNumber - 1];
+        facts.sampleRateHz = outTrack.sound->SampleRateHz();
+        facts.channelCount = outTrack.sound->formats.front().channelCount;
         return noErr;
     }
 
@@ -135,6 +144,7 @@ class MovieReader {
 
     const std::shared_ptr<const MediaFile>& mFile;
     BoxFile& mBoxes;
+    const ImportOptions& mOptions;
     MPEG4Header mHeader;
     std::optional<GaplessTag> mGapless;
     bool mIsFragmented = false;
@@ -144,7 +154,8 @@ class MovieReader {
 // Goes over the boxes of a file until a movie can be read.
 class FileReader {
   public:
-    explicit FileReader(const std::shared_ptr<const MediaFile>& inFile) : mFile(inFile), mBoxes(*inFile) {}
+    FileReader(const std::shared_ptr<const MediaFile>& inFile, const ImportOptions& inOptions)
+        : mFile(inFile), mBoxes(*inFile), mOptions(inOptions) {}
 
     OSStatus Read(ImportedMovie& outMovie, std::string& outProblem) {
         BoxWalk walk(mBoxes, 0, mBoxes.SizeBytes());
@@ -173,7 +184,7 @@ class FileReader {
         if (!inMovie.isCut) {
             problem.clear();
             outMovie.tracks.clear();
-            status = MovieReader(mFile, mBoxes).Read(inMovie, outMovie, problem);
+            status = MovieReader(mFile, mBoxes, mOptions).Read(inMovie, outMovie, problem);
         }
         // The first movie is the one that was meant: what is wrong with it is what there is to say.
         if (status == noErr || mFailure != noErr) return status == noErr;
@@ -191,6 +202,7 @@ class FileReader {
 
     const std::shared_ptr<const MediaFile>& mFile;
     BoxFile mBoxes;
+    const ImportOptions& mOptions;
     std::string mProblem;
     OSStatus mFailure = noErr;
     int mMoviesTried = 0;
@@ -200,8 +212,8 @@ class FileReader {
 }  // namespace
 
 OSStatus ImportMPEG4(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
-                     std::string& outProblem) {
-    return FileReader(inFile).Read(outMovie, outProblem);
+                     std::string& outProblem, const ImportOptions& inOptions) {
+    return FileReader(inFile, inOptions).Read(outMovie, outProblem);
 }
 
 }  // namespace toolbox::movies

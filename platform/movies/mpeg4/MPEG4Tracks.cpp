@@ -8,6 +8,10 @@
 #include <algorithm>
 #include <limits>
 
+extern "C" {
+#include <libavcodec/codec_id.h>
+}
+
 namespace toolbox::movies {
 namespace {
 
@@ -25,6 +29,40 @@ std::uint32_t NumberAfterTimes(BoxFile& ioFile, const Box& inBox) {
     if (bytes == nullptr) return 0;
     if (bytes[0] != 1) return BigEndian32(bytes + 12);
     return inBox.ContentSizeBytes() < 24 ? 0 : BigEndian32(bytes + 20);
+}
+
+// Three letters of five bits each (ISO/IEC 14496-12, 8.4.2), behind four fields of time, two of which are 64
+// bits wide in version 1. Numbers below the least of letters are QuickTime's own and name no ISO language.
+std::string LanguageOf(BoxFile& ioFile, const Box& inMediaHeader) {
+    const std::uint8_t* const version =
+        inMediaHeader.ContentSizeBytes() < 1 ? nullptr : ioFile.At(inMediaHeader.contentBytes, 1);
+    if (version == nullptr) return {};
+    const std::int64_t offsetBytes = *version == 1 ? 32 : 20;
+    if (inMediaHeader.ContentSizeBytes() < offsetBytes + 2) return {};
+    const std::uint8_t* const bytes = ioFile.At(inMediaHeader.contentBytes + offsetBytes, 2);
+    if (bytes == nullptr) return {};
+    const std::uint32_t packed = BigEndian16(bytes);
+    std::string language;
+    for (int shift = 10; shift >= 0; shift -= 5) {
+        const char letter = static_cast<char>(0x60 + (packed >> shift & 31));
+        if (letter < 'a' || letter > 'z') return {};
+        language += letter;
+    }
+    return language == "und" ? std::string() : language;
+}
+
+SoundTrackFacts FactsOf(const MPEG4Track& inTrack, std::string inLanguage) {
+    SoundTrackFacts facts;
+    facts.language = std::move(inLanguage);
+    facts.isEnabled = inTrack.isEnabled;
+    if (inTrack.descriptions.empty()) return facts;
+    const SoundFormat& format = inTrack.descriptions.front().format;
+    facts.dataFormat = format.dataFormat;
+    facts.name = format.name;
+    facts.sampleRateHz = format.sampleRateHz;
+    facts.channelCount = format.channelCount;
+    facts.isAAC = format.codecID == AV_CODEC_ID_AAC;
+    return facts;
 }
 
 OSType HandlerOf(BoxFile& ioFile, const Box& inMedia) {
@@ -61,7 +99,8 @@ bool IsStillImage(OSType inDataFormat) {
 
 class HeaderReader {
   public:
-    HeaderReader(BoxFile& ioFile, MPEG4Header& outHeader) : mFile(ioFile), mHeader(outHeader) {}
+    HeaderReader(BoxFile& ioFile, const ImportOptions& inOptions, MPEG4Header& outHeader)
+        : mFile(ioFile), mOptions(inOptions), mHeader(outHeader) {}
 
     OSStatus Read(const Box& inMovie, std::string& outProblem) {
         bool hasHeader = false;
@@ -78,9 +117,14 @@ class HeaderReader {
         if (mFile.Status() != noErr) return mFile.Status();
         if (!hasHeader || !IsSane(mHeader.timeScale))
             return Damaged("the movie header has no time scale", outProblem);
+        if (mOptions.soundTrack > mHeader.soundTracks.size()) {
+            outProblem = NoSuchSoundTrack(mOptions.soundTrack, mHeader.soundTracks.size());
+            return trackNotInMovie;
+        }
         DropAttachedPictures();
         DropDisabled(kSoundMedia);
         DropDisabled(kVideoMedia);
+        PutWantedSoundFirst();
         return CheckSound(outProblem);
     }
 
@@ -107,13 +151,18 @@ class HeaderReader {
         }
         track.mediaType = media.Exists() ? HandlerOf(mFile, media) : 0;
         if (track.mediaType != kSoundMedia && track.mediaType != kVideoMedia) return;
-        track.media.timeScale = NumberAfterTimes(mFile, FindBox(mFile, media, BoxType("mdhd")));
+        const Box mediaHeader = FindBox(mFile, media, BoxType("mdhd"));
+        track.media.timeScale = NumberAfterTimes(mFile, mediaHeader);
         const Box information = FindBox(mFile, media, BoxType("minf"));
         if (information.Exists()) track.sampleTable = FindBox(mFile, information, BoxType("stbl"));
         track.media.unlistedPacketsLeft = kUnlistedPackets + mFile.SizeBytes() / kSmallestUnlistedBytes;
         if (track.IsSound() && track.sampleTable.Exists())
             track.descriptions =
                 ReadSoundDescriptions(mFile, FindBox(mFile, track.sampleTable, BoxType("stsd")));
+        if (track.IsSound()) {
+            mHeader.soundTracks.push_back(FactsOf(track, LanguageOf(mFile, mediaHeader)));
+            track.soundNumber = static_cast<std::uint32_t>(mHeader.soundTracks.size());
+        }
         mHeader.tracks.push_back(std::move(track));
     }
 
@@ -132,15 +181,37 @@ class HeaderReader {
                       [this](const MPEG4Track& inTrack) { return IsAttachedPicture(inTrack); });
     }
 
+    bool IsOneEnabled(OSType inMediaType) const {
+        return std::any_of(mHeader.tracks.begin(), mHeader.tracks.end(),
+                           [inMediaType](const MPEG4Track& inTrack) {
+                               return inTrack.mediaType == inMediaType && inTrack.isEnabled;
+                           });
+    }
+
+    bool IsWanted(const MPEG4Track& inTrack) const {
+        return inTrack.IsSound() && inTrack.soundNumber == mOptions.soundTrack;
+    }
+
     void DropDisabled(OSType inMediaType) {
-        const bool isOneEnabled = std::any_of(
-            mHeader.tracks.begin(), mHeader.tracks.end(), [inMediaType](const MPEG4Track& inTrack) {
-                return inTrack.mediaType == inMediaType && inTrack.isEnabled;
-            });
-        if (!isOneEnabled) return;
-        std::erase_if(mHeader.tracks, [inMediaType](const MPEG4Track& inTrack) {
-            return inTrack.mediaType == inMediaType && !inTrack.isEnabled;
+        if (!IsOneEnabled(inMediaType)) return;
+        std::erase_if(mHeader.tracks, [this, inMediaType](const MPEG4Track& inTrack) {
+            return inTrack.mediaType == inMediaType && !inTrack.isEnabled && !IsWanted(inTrack);
         });
+    }
+
+    void PutWantedSoundFirst() {
+        auto& tracks = mHeader.tracks;
+        const auto first = std::find_if(tracks.begin(), tracks.end(),
+                                        [](const MPEG4Track& inTrack) { return inTrack.IsSound(); });
+        if (first == tracks.end()) return;
+        const bool isOneEnabled = IsOneEnabled(kSoundMedia);
+        const auto usual = std::find_if(first, tracks.end(), [isOneEnabled](const MPEG4Track& inTrack) {
+            return inTrack.IsSound() && (inTrack.isEnabled || !isOneEnabled);
+        });
+        mHeader.usualSoundTrack = usual->soundNumber;
+        const auto wanted = std::find_if(first, tracks.end(),
+                                         [this](const MPEG4Track& inTrack) { return IsWanted(inTrack); });
+        if (wanted != tracks.end()) std::rotate(first, wanted, wanted + 1);
     }
 
     OSStatus CheckSound(std::string& outProblem) const {
@@ -159,15 +230,16 @@ class HeaderReader {
     }
 
     BoxFile& mFile;
+    const ImportOptions& mOptions;
     MPEG4Header& mHeader;
     std::vector<std::uint32_t> mChapterTracks;
 };
 
 }  // namespace
 
-OSStatus ReadMovieHeader(BoxFile& ioFile, const Box& inMovie, MPEG4Header& outHeader,
-                         std::string& outProblem) {
-    return HeaderReader(ioFile, outHeader).Read(inMovie, outProblem);
+OSStatus ReadMovieHeader(BoxFile& ioFile, const Box& inMovie, const ImportOptions& inOptions,
+                         MPEG4Header& outHeader, std::string& outProblem) {
+    return HeaderReader(ioFile, inOptions, outHeader).Read(inMovie, outProblem);
 }
 
 }  // namespace toolbox::movies

@@ -77,6 +77,27 @@ ADTSFrameToWrite FrameOf(std::vector<std::uint8_t> inBlock, std::uint8_t inRateI
     return frame;
 }
 
+TEST(ADTSImporter, TheOnlySoundTrack) {
+    ADTSWriter writer;
+    writer.Dummies(5, 20);
+    for (const std::uint32_t wanted : {0u, 1u}) {
+        ImportedMovie movie;
+        std::string problem;
+        ASSERT_EQ(noErr, ImportADTS(NewMemoryFile(writer.Result()), movie, problem, {wanted}));
+        ASSERT_EQ(1u, movie.soundTracks.size());
+        EXPECT_EQ(1u, movie.takenSoundTrack);
+        EXPECT_EQ("AAC LC", movie.soundTracks[0].name);
+        EXPECT_TRUE(movie.soundTracks[0].isAAC && movie.soundTracks[0].isEnabled);
+        EXPECT_EQ(movie.tracks[0].sound->SampleRateHz(), movie.soundTracks[0].sampleRateHz);
+    }
+    ImportedMovie movie;
+    std::string problem;
+    EXPECT_EQ(trackNotInMovie, ImportADTS(NewMemoryFile(writer.Result()), movie, problem, {2}));
+    EXPECT_EQ("there is no sound track 2, the file has 1", problem);
+    // Whose file it is not, does not count its tracks.
+    EXPECT_EQ(cantFindHandler, ImportADTS(NewMemoryFile("no sound"), movie, problem, {2}));
+}
+
 TEST(ADTSImporter, DeclinesWithoutAWord) {
     const Imported imported = Import(ADTSWriter().Bytes("RIFF....WAVE"));
     EXPECT_EQ(cantFindHandler, imported.status);

@@ -3,7 +3,9 @@
 #include "MovieMaker.h"
 
 #include <movies/front/Movies_test_access.h>
+#include <toolbox/MovieOpening.h>
 #include <toolbox/SoundReport.h>
+#include <toolbox/SoundTracks.h>
 
 #include <gtest/gtest.h>
 
@@ -161,6 +163,92 @@ TEST_F(OpeningAMovie, WorksBeforeAndAfterEnterMovies) {
     EXPECT_EQ(noErr, Open());
     DisposeMovie(mMovie);
     DisposeMovie(nullptr);
+}
+
+class OpeningWithOptions : public OpeningAMovie {
+  protected:
+    OpeningWithOptions() {
+        mOptions.byteCount = sizeof mOptions;
+        Importers().adts = [](ImportedMovie& outMovie, std::string&) {
+            outMovie.soundTracks = {{FourChars("sowt"), "", "deu", 48000, 1, false, false},
+                                    {FourChars("mp4a"), "AAC LC", "", 44100, 2, true, true}};
+            outMovie.takenSoundTrack = 2;
+            return noErr;
+        };
+    }
+
+    OSErr OpenSo() { return NewMovieFromDataRefWithOptions(&mMovie, mAlias.Get(), rAliasType, &mOptions); }
+
+    MovieOpenOptions mOptions{};
+};
+
+TEST_F(OpeningWithOptions, TheChoiceReachesTheImporters) {
+    for (const SInt32 track : {0, 1, 7, 0x7FFFFFFF}) {
+        mOptions.soundTrack = track;
+        ASSERT_EQ(noErr, OpenSo());
+        EXPECT_EQ(static_cast<std::uint32_t>(track), Importers().options.soundTrack);
+        DisposeMovie(mMovie);
+    }
+    ASSERT_EQ(noErr, NewMovieFromDataRefWithOptions(&mMovie, mAlias.Get(), rAliasType, nullptr));
+    EXPECT_EQ(0u, Importers().options.soundTrack);
+    DisposeMovie(mMovie);
+    ASSERT_EQ(noErr, Open());
+    EXPECT_EQ(0u, Importers().options.soundTrack);
+    DisposeMovie(mMovie);
+}
+
+TEST_F(OpeningWithOptions, ATrackThatIsNotThere) {
+    Importers().mpeg4 = [](ImportedMovie&, std::string& outProblem) {
+        outProblem = "no such track";
+        return trackNotInMovie;
+    };
+    EXPECT_EQ(trackNotInMovie, OpenSo());
+    EXPECT_EQ(nullptr, mMovie);
+    EXPECT_STREQ("no such track", GetMovieOpenErrorText());
+    EXPECT_EQ((std::vector<std::string>{"mpeg4"}), Importers().asked);
+}
+
+TEST_F(OpeningWithOptions, OptionsOfAnotherToolbox) {
+    const MovieOpenOptions good = mOptions;
+    for (const UInt32 byteCount : {UInt32{0}, good.byteCount - 1, good.byteCount + 1}) {
+        mMovie = reinterpret_cast<Movie>(this);
+        mOptions.byteCount = byteCount;
+        EXPECT_EQ(paramErr, OpenSo());
+        EXPECT_EQ(nullptr, mMovie);
+        EXPECT_STREQ("the options of opening are not understood", GetMovieOpenErrorText());
+    }
+    mOptions = good;
+    mOptions.soundTrack = -1;
+    EXPECT_EQ(paramErr, OpenSo());
+    EXPECT_TRUE(Importers().asked.empty());
+    EXPECT_EQ(paramErr, NewMovieFromDataRefWithOptions(nullptr, mAlias.Get(), rAliasType, &good));
+    EXPECT_EQ(paramErr, NewMovieFromDataRefWithOptions(&mMovie, nullptr, rAliasType, &good));
+    EXPECT_EQ(invalidDataRef, NewMovieFromDataRefWithOptions(&mMovie, mAlias.Get(), 0, &good));
+}
+
+TEST_F(OpeningWithOptions, TheFilesSoundTracksAreTold) {
+    ASSERT_EQ(noErr, OpenSo());
+    ASSERT_EQ(2, GetMovieSoundTrackCount(mMovie));
+    MovieSoundTrackInfo info;
+    ASSERT_EQ(noErr, GetMovieIndSoundTrackInfo(mMovie, 1, &info));
+    EXPECT_EQ(FourChars("sowt"), info.format);
+    EXPECT_STREQ("", info.formatName);
+    EXPECT_STREQ("deu", info.language);
+    EXPECT_EQ(48000u, info.sampleRateHz);
+    EXPECT_EQ(1u, info.channelCount);
+    EXPECT_FALSE(info.isEnabled || info.isAAC || info.isTaken);
+    ASSERT_EQ(noErr, GetMovieIndSoundTrackInfo(mMovie, 2, &info));
+    EXPECT_STREQ("AAC LC", info.formatName);
+    EXPECT_STREQ("", info.language);
+    EXPECT_TRUE(info.isEnabled && info.isAAC && info.isTaken);
+    for (const SInt32 index : {-1, 0, 3}) {
+        EXPECT_EQ(trackNotInMovie, GetMovieIndSoundTrackInfo(mMovie, index, &info));
+        EXPECT_STREQ("AAC LC", info.formatName) << "unchanged";
+    }
+    EXPECT_EQ(paramErr, GetMovieIndSoundTrackInfo(mMovie, 1, nullptr));
+    EXPECT_EQ(paramErr, GetMovieIndSoundTrackInfo(nullptr, 1, &info));
+    EXPECT_EQ(0, GetMovieSoundTrackCount(nullptr));
+    DisposeMovie(mMovie);
 }
 
 TEST(MovieTime, LengthOfTheLongestTrackRounded) {

@@ -26,6 +26,19 @@ using general_imports::MakeFile;
 using mirtal::fakes::NewMemoryFile;
 using test_files::TemporaryFolder;
 
+// A file of three sounds of 4800, 9600 and 14400 frames at 48000 Hz, the second in German.
+std::string MakeSeveralSounds(const std::string& inOptions, const std::string& inExtension) {
+    const TemporaryFolder folder;
+    const std::string path = folder / ("several." + inExtension);
+    const std::string command =
+        "ffmpeg -v error -nostdin -f lavfi -i sine=300:r=48000:d=0.1 -f lavfi -i sine=400:r=48000:d=0.2 -f "
+        "lavfi "
+        "-i sine=500:r=48000:d=0.3 -map 0 -map 1 -map 2 -metadata:s:a:1 language=ger " +
+        inOptions + " -bitexact '" + path + "'";
+    EXPECT_EQ(0, std::system(command.c_str())) << command;
+    return Contents(path);
+}
+
 std::vector<std::int64_t> AnnouncedFrames(const SoundTrack& inTrack) {
     std::vector<std::int64_t> frames;
     const PacketSpan& span = inTrack.spans.at(0);
@@ -148,6 +161,75 @@ TEST_P(GeneralImporterFormats, LengthIsExactAndDecodes) {
 INSTANTIATE_TEST_SUITE_P(All, GeneralImporterFormats, testing::ValuesIn(kFormats),
                          [](const auto& inInfo) { return std::string(inInfo.param.name); });
 
+TEST(GeneralImporter, TheSoundTrackAskedForIsTaken) {
+    const std::string bytes = MakeSeveralSounds("-c:a:0 flac -c:a:1 pcm_s16le -c:a:2 aac", "mka");
+    // AAC as this container has it tells no padding; an encoder's delay comes first.
+    const std::int64_t expected[] = {4800, 4800, 9600, 16384};
+    for (std::uint32_t wanted = 0; wanted <= 3; ++wanted) {
+        const Imported imported = Import(bytes, wanted);
+        ASSERT_EQ(noErr, imported.status) << wanted << ": " << imported.problem;
+        ASSERT_EQ(1u, imported.movie.tracks.size());
+        EXPECT_EQ(expected[wanted], imported.Sound().FrameCount()) << wanted;
+        EXPECT_EQ(wanted == 0 ? 1 : wanted, imported.movie.takenSoundTrack);
+        EXPECT_EQ(AnnouncedFrames(imported.Sound()), DecodedFrames(imported.Sound())) << wanted;
+        const auto& tracks = imported.movie.soundTracks;
+        ASSERT_EQ(3u, tracks.size());
+        EXPECT_EQ(FourChars("fLaC"), tracks[0].dataFormat);
+        EXPECT_EQ(FourChars("sowt"), tracks[1].dataFormat);
+        EXPECT_EQ(FourChars("mp4a"), tracks[2].dataFormat);
+        for (std::size_t i = 0; i < tracks.size(); ++i) {
+            EXPECT_EQ(i == 2, tracks[i].isAAC) << i;
+            EXPECT_EQ(i == 1 ? "ger" : "", tracks[i].language) << i;
+            EXPECT_EQ(48000u, tracks[i].sampleRateHz) << i;
+            EXPECT_EQ(1, tracks[i].channelCount) << i;
+            EXPECT_TRUE(tracks[i].isEnabled) << i;
+            EXPECT_NE("", tracks[i].name) << i;
+        }
+    }
+}
+
+TEST(GeneralImporter, ASoundTrackBeyondTheLast) {
+    const std::string bytes = MakeSeveralSounds("-c:a flac", "mka");
+    Imported imported = Import(bytes, 4);
+    EXPECT_EQ(trackNotInMovie, imported.status);
+    EXPECT_EQ("there is no sound track 4, the file has 3", imported.problem);
+    imported = Import(MakeFile(48000, 4800, "-c:a pcm_s16le", "wav"), 2);
+    EXPECT_EQ(trackNotInMovie, imported.status);
+    EXPECT_EQ("there is no sound track 2, the file has 1", imported.problem);
+}
+
+// The streams of a transport stream come to light while it is read.
+TEST(GeneralImporter, SoundTracksThatComeToLightLate) {
+    const std::string bytes = MakeSeveralSounds("-c:a mp2", "ts");
+    const std::int64_t packetCounts[] = {5, 9, 13};
+    for (std::uint32_t wanted = 1; wanted <= 3; ++wanted) {
+        const Imported imported = Import(bytes, wanted);
+        ASSERT_EQ(noErr, imported.status) << wanted << ": " << imported.problem;
+        EXPECT_EQ(packetCounts[wanted - 1] * 1152, imported.Sound().FrameCount()) << wanted;
+        EXPECT_EQ(3u, imported.movie.soundTracks.size());
+        EXPECT_EQ(wanted, imported.movie.takenSoundTrack);
+    }
+    EXPECT_EQ(trackNotInMovie, Import(bytes, 4).status);
+}
+
+TEST(GeneralImporter, DisabledSoundGivesWayToEnabled) {
+    const std::string options =
+        "-c:a pcm_s16le -disposition:a:0 0 -disposition:a:1 default -disposition:a:2 default";
+    const std::string bytes = MakeSeveralSounds(options, "mov");
+    const std::int64_t expected[] = {9600, 4800, 9600, 14400};
+    const std::uint32_t taken[] = {2, 1, 2, 3};
+    for (std::uint32_t wanted = 0; wanted <= 3; ++wanted) {
+        const Imported imported = Import(bytes, wanted);
+        ASSERT_EQ(noErr, imported.status) << wanted << ": " << imported.problem;
+        EXPECT_EQ(expected[wanted], imported.Sound().FrameCount()) << wanted;
+        EXPECT_EQ(taken[wanted], imported.movie.takenSoundTrack) << wanted;
+        ASSERT_EQ(3u, imported.movie.soundTracks.size());
+        EXPECT_FALSE(imported.movie.soundTracks[0].isEnabled);
+        EXPECT_TRUE(imported.movie.soundTracks[1].isEnabled);
+        EXPECT_TRUE(imported.movie.soundTracks[2].isEnabled);
+    }
+}
+
 TEST(GeneralImporter, TrimsAreTold) {
     const Imported imported = Import(MakeFile(48000, 48001, "-c:a libopus", "opus"));
     ASSERT_EQ(noErr, imported.status);
@@ -263,6 +345,11 @@ TEST(GeneralImporter, SilentFilmsHaveNoSound) {
     ASSERT_EQ(noErr, imported.status);
     ASSERT_EQ(1u, imported.movie.tracks.size());
     EXPECT_EQ(FourChars("vide"), imported.movie.tracks[0].mediaType);
+    EXPECT_EQ(0u, imported.movie.takenSoundTrack);
+    EXPECT_TRUE(imported.movie.soundTracks.empty());
+    const Imported wanted = Import(Contents(path), 1);
+    EXPECT_EQ(trackNotInMovie, wanted.status);
+    EXPECT_EQ("there is no sound track 1, the file has none", wanted.problem);
 }
 
 TEST(GeneralImporter, CorruptFilesNeverBreakIt) {

@@ -42,10 +42,10 @@ struct Imported {
     const toolbox::movies::SoundTrack& Sound() const { return *movie.tracks.at(0).sound; }
 };
 
-inline Imported Import(const std::string& inBytes) {
+inline Imported Import(const std::string& inBytes, std::uint32_t inSoundTrack = 0) {
     Imported result;
-    result.status =
-        toolbox::movies::ImportGeneral(mirtal::fakes::NewMemoryFile(inBytes), result.movie, result.problem);
+    result.status = toolbox::movies::ImportGeneral(mirtal::fakes::NewMemoryFile(inBytes), result.movie,
+                                                   result.problem, {inSoundTrack});
     return result;
 }
 

@@ -30,14 +30,15 @@ inline std::shared_ptr<const toolbox::movies::MediaFile> FileOf(const mirtal::fa
     return mirtal::fakes::NewMemoryFile(std::string(inBytes.begin(), inBytes.end()));
 }
 
-inline ImportResult Import(const mirtal::fakes::Bytes& inBytes) {
+inline ImportResult Import(const mirtal::fakes::Bytes& inBytes, std::uint32_t inSoundTrack = 0) {
     ImportResult result;
-    result.status = toolbox::movies::ImportMPEG4(FileOf(inBytes), result.movie, result.problem);
+    result.status =
+        toolbox::movies::ImportMPEG4(FileOf(inBytes), result.movie, result.problem, {inSoundTrack});
     return result;
 }
 
-inline ImportResult Import(const mirtal::fakes::MP4File& inFile) {
-    return Import(mirtal::fakes::WriteMP4(inFile));
+inline ImportResult Import(const mirtal::fakes::MP4File& inFile, std::uint32_t inSoundTrack = 0) {
+    return Import(mirtal::fakes::WriteMP4(inFile), inSoundTrack);
 }
 
 // A movie of one track of LC at 44.1 kHz in stereo, whose packets no decoder has to look at.

@@ -3,6 +3,7 @@
 // another build.
 #pragma once
 
+#include "track/ImportOptions.h"
 #include "track/SoundTrack.h"
 
 #include <toolbox/MacTypes.h>
@@ -24,14 +25,14 @@ class ByteSource {
                             std::size_t* outRead) const = 0;
 };
 
-// Raised with every change of this header or of SoundTrack.h.
-constexpr std::uint32_t kInterfaceVersion = 1;
+// Raised with every change of this header, of SoundTrack.h or of ImportOptions.h.
+constexpr std::uint32_t kInterfaceVersion = 2;
 
 struct Interface {
     std::uint32_t version = kInterfaceVersion;
     // As ImportFunction, over a ByteSource. Nothing is thrown: memFullErr when memory runs out.
     OSStatus (*import)(const std::shared_ptr<const ByteSource>& inSource, ImportedMovie& outMovie,
-                       std::string& outProblem) = nullptr;
+                       std::string& outProblem, const ImportOptions& inOptions) = nullptr;
 };
 
 // The component's only exported name. Null when it does not speak the version asked for.

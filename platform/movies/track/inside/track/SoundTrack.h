@@ -117,10 +117,23 @@ struct ImportedTrack {
     std::unique_ptr<SoundTrack> sound;   // of "soun" only
 };
 
+// A sound track of the file, whether or not it is one of the movie's.
+struct SoundTrackFacts {
+    OSType dataFormat = 0;
+    std::string name;                // for people: "AAC LC"; empty when only the data format is known
+    std::string language;            // ISO 639-2, three letters; empty when the file does not tell
+    std::uint32_t sampleRateHz = 0;  // 0 when unknown
+    std::uint16_t channelCount = 0;  // 0 when unknown
+    bool isEnabled = true;
+    bool isAAC = false;
+};
+
 struct ImportedMovie {
     std::string containerName;  // for people: "MPEG-4"
     std::vector<ImportedTrack> tracks;
     std::int32_t timeScale = 600;
+    std::vector<SoundTrackFacts> soundTracks;  // of the file, in its order
+    std::uint32_t takenSoundTrack = 0;         // which of those is the movie's first, from 1; 0: none is
 };
 
 }  // namespace toolbox::movies
