@@ -1,3 +1,4 @@
+#include "MovieAtPath.h"
 #include "SoundRecords.h"
 #include "StreamFormat.h"
 
@@ -20,18 +21,28 @@ using OwnedMovie = std::unique_ptr<std::remove_pointer_t<Movie>, MovieDisposer>;
 
 }  // namespace
 
-Movie MovieFromPath(char const* inPath) {
+OSStatus OpenMovieAtPath(char const* inPath, MovieOpenOptions const* inOptions, Movie* outMovie) {
+    *outMovie = nullptr;
     FSRef file;
-    if (FSPathMakeRef(reinterpret_cast<UInt8 const*>(inPath), &file, nullptr) != noErr) return nullptr;
+    OSStatus status = FSPathMakeRef(reinterpret_cast<UInt8 const*>(inPath), &file, nullptr);
+    if (status != noErr) return status;
     AliasHandle alias = nullptr;
-    if (FSNewAliasMinimal(&file, &alias) != noErr) return nullptr;
+    status = FSNewAliasMinimal(&file, &alias);
+    if (status != noErr) return status;
     auto const dataReference = reinterpret_cast<Handle>(alias);
-    Movie movie = nullptr;
     SInt16 resourceId = 0;
-    OSErr const status = NewMovieFromDataRef(&movie, newMovieDontAskUnresolvedDataRefs, &resourceId,
-                                             dataReference, rAliasType);
+    if (inOptions == nullptr)
+        status = NewMovieFromDataRef(outMovie, newMovieDontAskUnresolvedDataRefs, &resourceId, dataReference,
+                                     rAliasType);
+    else
+        status = NewMovieFromDataRefWithOptions(outMovie, dataReference, rAliasType, inOptions);
     DisposeHandle(dataReference);
-    return status == noErr ? movie : nullptr;
+    return status;
+}
+
+Movie MovieFromPath(char const* inPath) {
+    Movie movie = nullptr;
+    return OpenMovieAtPath(inPath, nullptr, &movie) == noErr ? movie : nullptr;
 }
 
 Handle GetIndMediaSampleDescription(Media inMedia, long inIndex) {

@@ -1,3 +1,4 @@
+#include "MovieAtPath.h"
 #include "SoundRecords.h"
 #include "StreamFormat.h"
 
@@ -19,8 +20,20 @@ void RequireSuccess(ComponentResult inStatus) {
 }  // namespace
 
 SegmentExporter::SegmentExporter(char const* inPath) {
+    Prepare(inPath, nullptr);
+}
+
+SegmentExporter::SegmentExporter(char const* inPath, MovieOpenOptions const& inOptions) {
+    Prepare(inPath, &inOptions);
+}
+
+void SegmentExporter::Prepare(char const* inPath, MovieOpenOptions const* inOptions) {
     try {
-        Prepare(inPath);
+        if (inOptions == nullptr)
+            mMovie = Required(MovieFromPath(inPath));
+        else
+            RequireSuccess(OpenMovieAtPath(inPath, inOptions, &mMovie));
+        MakeParts();
     } catch (...) {
         Release();
         throw;
@@ -31,8 +44,7 @@ SegmentExporter::~SegmentExporter() {
     Release();
 }
 
-void SegmentExporter::Prepare(char const* inPath) {
-    mMovie = Required(MovieFromPath(inPath));
+void SegmentExporter::MakeParts() {
     mRate = static_cast<SInt32>(GetMovieSampleRate(mMovie));
     mSilence = Required(NewPtrClear(SilenceByteCount()));
     // From here on one unit of the movie's time is one frame.

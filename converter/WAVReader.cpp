@@ -8,11 +8,14 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace {
 
 // So many that the stream's length still fits 64 bits.
 constexpr SInt64 kMaxFrameCount = (std::numeric_limits<SInt64>::max() - 80) / kFrameByteCount;
+
+constexpr std::size_t kRF64HeaderByteCount = 80;
 
 void PutRF64Header(unsigned char* outHeader, SInt32 inSampleRateHz, UInt64 inFrameCount,
                    UInt64 inHeaderByteCount) {
@@ -35,26 +38,63 @@ void PutRF64Header(unsigned char* outHeader, SInt32 inSampleRateHz, UInt64 inFra
 
 }  // namespace
 
-WAVReader::WAVReader(char const* inPath, Header inHeader) : mExporter(inPath) {
-    auto const rate = static_cast<UInt32>(mExporter.SampleRate());
-    mFrameCount = std::clamp<SInt64>(GetMovieDuration64(mExporter.GetMovie(), rate), 0, kMaxFrameCount);
-    mExporter.MakeExportHandle();
+class WAVReader::Stream {
+  public:
+    Stream(std::unique_ptr<SegmentExporter> inExporter, Header inHeader, FrameRange inRange);
+
+    SInt64 ByteCount() const { return mHeaderByteCount + mFrameCount * kFrameByteCount; }
+    SInt64 FrameCount() const { return mFrameCount; }
+    SegmentExporter& Exporter() { return *mExporter; }
+    std::size_t Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount);
+
+  private:
+    void TakeRange(FrameRange inRange);
+    void MakeHeader(Header inHeader);
+    std::size_t ReadHeader(SInt64 inPosition, unsigned char* outBytes, std::size_t inByteCount) const;
+    std::size_t ReadSound(SInt64 inSoundOffset, unsigned char* outBytes, std::size_t inByteCount);
+    void RenderFrom(SInt64 inFrame);
+    bool Holds(SInt64 inFrame) const;
+
+    std::unique_ptr<SegmentExporter> mExporter;
+    SInt64 mFirstFrame = 0;  // of the movie; all other frames count from it
+    SInt64 mFrameCount = 0;
+    SInt32 mHeaderByteCount = 0;
+    unsigned char mHeader[kRF64HeaderByteCount];
+    // The segment in hand: frames [mSegmentFirst, mSegmentFirst + mSegmentFrames).
+    SInt64 mSegmentFirst = 0;
+    SInt32 mSegmentFrames = 0;
+    unsigned char const* mSegmentData = nullptr;
+};
+
+WAVReader::Stream::Stream(std::unique_ptr<SegmentExporter> inExporter, Header inHeader, FrameRange inRange)
+    : mExporter(std::move(inExporter)) {
+    TakeRange(inRange);
+    mExporter->MakeExportHandle();
     MakeHeader(inHeader);
 }
 
-void WAVReader::MakeHeader(Header inHeader) {
+void WAVReader::Stream::TakeRange(FrameRange inRange) {
+    if (inRange.first < 0 || inRange.end < inRange.first) LException::Throw(paramErr);
+    auto const rate = static_cast<UInt32>(mExporter->SampleRate());
+    SInt64 const movieFrames =
+        std::clamp<SInt64>(GetMovieDuration64(mExporter->GetMovie(), rate), 0, kMaxFrameCount);
+    mFirstFrame = std::min(inRange.first, movieFrames);
+    mFrameCount = std::min(inRange.end, movieFrames) - mFirstFrame;
+}
+
+void WAVReader::Stream::MakeHeader(Header inHeader) {
     if (inHeader == Header::kRF64) {
         mHeaderByteCount = kRF64HeaderByteCount;
-        PutRF64Header(mHeader, mExporter.SampleRate(), static_cast<UInt64>(mFrameCount),
+        PutRF64Header(mHeader, mExporter->SampleRate(), static_cast<UInt64>(mFrameCount),
                       kRF64HeaderByteCount);
         return;
     }
     mHeaderByteCount = kStreamHeaderByteCount;
-    WAVHeader const header = MakeWAVHeader(mExporter.SampleRate(), static_cast<UInt32>(mFrameCount));
+    WAVHeader const header = MakeWAVHeader(mExporter->SampleRate(), static_cast<UInt32>(mFrameCount));
     std::memcpy(mHeader, header.bytes, sizeof header.bytes);
 }
 
-std::size_t WAVReader::Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount) {
+std::size_t WAVReader::Stream::Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount) {
     if (inPosition < 0 || inPosition >= ByteCount() || inByteCount == 0) return 0;
     auto* const bytes = static_cast<unsigned char*>(outBytes);
     auto const left = static_cast<UInt64>(ByteCount() - inPosition);
@@ -68,14 +108,16 @@ std::size_t WAVReader::Read(SInt64 inPosition, void* outBytes, std::size_t inByt
     return wanted;
 }
 
-std::size_t WAVReader::ReadHeader(SInt64 inPosition, unsigned char* outBytes, std::size_t inByteCount) const {
+std::size_t WAVReader::Stream::ReadHeader(SInt64 inPosition, unsigned char* outBytes,
+                                          std::size_t inByteCount) const {
     if (inPosition >= mHeaderByteCount) return 0;
     auto const byteCount = std::min(inByteCount, static_cast<std::size_t>(mHeaderByteCount - inPosition));
     std::memcpy(outBytes, mHeader + inPosition, byteCount);
     return byteCount;
 }
 
-std::size_t WAVReader::ReadSound(SInt64 inSoundOffset, unsigned char* outBytes, std::size_t inByteCount) {
+std::size_t WAVReader::Stream::ReadSound(SInt64 inSoundOffset, unsigned char* outBytes,
+                                         std::size_t inByteCount) {
     SInt64 const frame = inSoundOffset / kFrameByteCount;
     if (!Holds(frame)) RenderFrom(frame);
     auto const offset = static_cast<std::size_t>(inSoundOffset - mSegmentFirst * kFrameByteCount);
@@ -85,15 +127,15 @@ std::size_t WAVReader::ReadSound(SInt64 inSoundOffset, unsigned char* outBytes, 
     return byteCount;
 }
 
-bool WAVReader::Holds(SInt64 inFrame) const {
+bool WAVReader::Stream::Holds(SInt64 inFrame) const {
     return inFrame >= mSegmentFirst && inFrame - mSegmentFirst < mSegmentFrames;
 }
 
-void WAVReader::RenderFrom(SInt64 inFrame) {
+void WAVReader::Stream::RenderFrom(SInt64 inFrame) {
     mSegmentFrames = 0;
     auto const askedFrames =
-        static_cast<SInt32>(std::min<SInt64>(mExporter.SegmentFrames(), mFrameCount - inFrame));
-    SegmentExporter::Segment const segment = mExporter.Export(inFrame, askedFrames);
+        static_cast<SInt32>(std::min<SInt64>(mExporter->SegmentFrames(), mFrameCount - inFrame));
+    SegmentExporter::Segment const segment = mExporter->Export(mFirstFrame + inFrame, askedFrames);
     // A stream position is a frame, so each frame must have its four bytes; and none would never get there.
     if (segment.frameCount <= 0 ||
         static_cast<SInt64>(segment.frameCount) * kFrameByteCount != segment.byteCount)
@@ -101,4 +143,28 @@ void WAVReader::RenderFrom(SInt64 inFrame) {
     mSegmentFirst = inFrame;
     mSegmentFrames = segment.frameCount;
     mSegmentData = static_cast<unsigned char const*>(segment.data);
+}
+
+WAVReader::WAVReader(char const* inPath, Header inHeader)
+    : WAVReader(std::make_unique<SegmentExporter>(inPath), inHeader) {}
+
+WAVReader::WAVReader(std::unique_ptr<SegmentExporter> inExporter, Header inHeader, FrameRange inRange)
+    : mStream(std::make_unique<Stream>(std::move(inExporter), inHeader, inRange)) {}
+
+WAVReader::~WAVReader() = default;
+
+SInt64 WAVReader::ByteCount() const {
+    return mStream->ByteCount();
+}
+
+SInt64 WAVReader::FrameCount() const {
+    return mStream->FrameCount();
+}
+
+SegmentExporter& WAVReader::Exporter() {
+    return mStream->Exporter();
+}
+
+std::size_t WAVReader::Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount) {
+    return mStream->Read(inPosition, outBytes, inByteCount);
 }

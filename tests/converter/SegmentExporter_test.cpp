@@ -29,6 +29,12 @@ long CodeThrownBy(std::function<void()> const& inAction) {
 
 class SegmentExporterTest : public EngineTest {
   protected:
+    static MovieOpenOptions Options(SInt32 inSoundTrack) {
+        MovieOpenOptions options{};
+        options.byteCount = sizeof options;
+        options.soundTrack = inSoundTrack;
+        return options;
+    }
     // Exports ten frames from 0 of a block that the exporter gives whatever it is asked.
     static SegmentExporter::Segment ExportOf(SegmentExporter& ioExporter) {
         ioExporter.MakeExportHandle();
@@ -95,6 +101,45 @@ TEST_F(SegmentExporterTest, CodesOfPreparation) {
         } catch (LException const& exception) {
             code = exception.GetErrorCode();
             EXPECT_EQ(0, exception.GetErrorString()[0]);
+        }
+        ExpectNothingLive();
+        if (!fakes::FailureDelivered()) break;
+        EXPECT_EQ(codes[failing - 1], code) << failing;
+    }
+    EXPECT_EQ(9, failing);
+}
+
+TEST_F(SegmentExporterTest, AnotherSoundTrackOfTheCallersChoice) {
+    ScriptedMovie script = ToneMovie(44100, 10);
+    script.tracks.push_back({FourChars("soun"), {fakes::SoundDescriptionBytes(32000u << 16)}});
+    script.sampleRateHz = 32000;
+    fakes::AddMovie("file", script);
+    EXPECT_EQ(44100, SegmentExporter("file").SampleRate());
+    EXPECT_EQ(44100, SegmentExporter("file", Options(1)).SampleRate());
+    SegmentExporter const second("file", Options(2));
+    EXPECT_EQ(32000, second.SampleRate());
+    EXPECT_EQ(32000, GetMovieTimeScale(second.GetMovie()));
+}
+
+TEST_F(SegmentExporterTest, OpeningWithOptionsTellsWhyNot) {
+    fakes::AddMovie("file", ToneMovie(44100, 10));
+    EXPECT_EQ(trackNotInMovie, CodeThrownBy([] { SegmentExporter("file", Options(2)); }));
+    EXPECT_EQ(fnfErr, CodeThrownBy([] { SegmentExporter("/nothing", Options(1)); }));
+    MovieOpenOptions stopping = Options(0);
+    int asked = 0;
+    stopping.stopContext = &asked;
+    stopping.shouldStop = [](void* inContext) -> Boolean { return ++*static_cast<int*>(inContext) > 0; };
+    EXPECT_EQ(userCanceledErr, CodeThrownBy([&stopping] { SegmentExporter("file", stopping); }));
+    EXPECT_EQ(1, asked);
+    long const codes[] = {paramErr, memFullErr, invalidMovie, 0, kNilP, kNilP, kNilP, badFormat};
+    int failing = 1;
+    for (;; ++failing) {
+        fakes::FailCall(failing);
+        long code = 0;
+        try {
+            SegmentExporter const exporter("file", Options(1));
+        } catch (LException const& exception) {
+            code = exception.GetErrorCode();
         }
         ExpectNothingLive();
         if (!fakes::FailureDelivered()) break;

@@ -145,6 +145,65 @@ TEST_F(WAVReaderTest, BlocksLongerThanAskedForAreCutAtTheEnd) {
     EXPECT_EQ(2u, Exports().size());
 }
 
+TEST_F(WAVReaderTest, ARangeIsAStreamOfItsOwn) {
+    fakes::AddMovie("file", ToneMovie(100, 250));
+    Bytes const whole = Whole("file").Stream();
+    for (FrameRange const range :
+         {FrameRange{0, 250}, FrameRange{0, 1}, FrameRange{1, 2}, FrameRange{99, 101}, FrameRange{130, 250},
+          FrameRange{249, 250}, FrameRange{30, 30}}) {
+        auto const frameCount = static_cast<UInt32>(range.end - range.first);
+        Bytes expected = ExpectedHeader(100, frameCount);
+        Bytes const sound = Slice(whole, 44 + static_cast<std::size_t>(range.first) * 4,
+                                  44 + static_cast<std::size_t>(range.end) * 4);
+        expected.insert(expected.end(), sound.begin(), sound.end());
+        for (std::size_t const piece : {1u, 45u, 399u, 5000u}) {
+            WAVReader reader(std::make_unique<SegmentExporter>("file"), WAVReader::Header::kRIFF, range);
+            EXPECT_EQ(frameCount, reader.FrameCount());
+            EXPECT_EQ(44 + frameCount * 4, reader.ByteCount());
+            EXPECT_EQ(expected, ReadAllBy(reader, piece)) << range.first << " to " << range.end;
+        }
+    }
+}
+
+TEST_F(WAVReaderTest, ARangeRendersNothingElse) {
+    fakes::AddMovie("file", ToneMovie(100, 450));
+    WAVReader reader(std::make_unique<SegmentExporter>("file"), WAVReader::Header::kRIFF, {150, 305});
+    ReadAllBy(reader, 1000);
+    EXPECT_THAT(Exports(), ElementsAre("MovieExportToHandle(150, 100)", "MovieExportToHandle(250, 55)"));
+}
+
+TEST_F(WAVReaderTest, RangesAreCutToTheMovie) {
+    fakes::AddMovie("file", ToneMovie(100, 250));
+    constexpr SInt64 kMost = std::numeric_limits<SInt64>::max();
+    struct {
+        FrameRange range;
+        SInt64 frameCount;
+    } const cases[] = {{{}, 250},         {{0, kMost}, 250},   {{0, 251}, 250}, {{249, kMost}, 1},
+                       {{250, kMost}, 0}, {{kMost, kMost}, 0}, {{251, 252}, 0}};
+    for (auto const& each : cases) {
+        WAVReader reader(std::make_unique<SegmentExporter>("file"), WAVReader::Header::kRIFF, each.range);
+        EXPECT_EQ(each.frameCount, reader.FrameCount()) << each.range.first << " to " << each.range.end;
+        Bytes const stream = ReadAllBy(reader, 5000);
+        EXPECT_EQ(44 + static_cast<std::size_t>(each.frameCount) * 4, stream.size());
+        EXPECT_EQ(ExpectedHeader(100, static_cast<UInt32>(each.frameCount)), Slice(stream, 0, 44));
+    }
+}
+
+TEST_F(WAVReaderTest, RangesThatAreNone) {
+    fakes::AddMovie("file", ToneMovie(100, 250));
+    for (FrameRange const range : {FrameRange{-1, 5}, FrameRange{5, 4}, FrameRange{-7, -5},
+                                   FrameRange{std::numeric_limits<SInt64>::min(), 0}, FrameRange{0, -1}}) {
+        try {
+            WAVReader const reader(std::make_unique<SegmentExporter>("file"), WAVReader::Header::kRIFF,
+                                   range);
+            ADD_FAILURE() << range.first << " to " << range.end;
+        } catch (LException const& exception) {
+            EXPECT_EQ(paramErr, exception.GetErrorCode());
+        }
+        ExpectNothingLive();
+    }
+}
+
 TEST_F(WAVReaderTest, RF64Header) {
     fakes::AddMovie("file", ToneMovie(48000, 3));
     WAVReader reader("file", WAVReader::Header::kRF64);
@@ -183,6 +242,18 @@ TEST_F(WAVReaderTest, MoviesBeyond32Bits) {
     EXPECT_EQ(static_cast<UInt64>(kFrames) * 4 + 72, Little64(wideHeader, 20));
     EXPECT_EQ(static_cast<UInt64>(kFrames) * 4, Little64(wideHeader, 28));
     EXPECT_EQ(static_cast<UInt64>(kFrames), Little64(wideHeader, 36));
+}
+
+TEST_F(WAVReaderTest, RangesBeyond32Bits) {
+    constexpr SInt64 kFrames = 0x300000000LL;
+    constexpr FrameRange kRange = {0x100000001LL, 0x280000000LL};
+    fakes::AddMovie("file", ToneMovie(100, kFrames));
+    WAVReader reader(std::make_unique<SegmentExporter>("file"), WAVReader::Header::kRF64, kRange);
+    EXPECT_EQ(kRange.end - kRange.first, reader.FrameCount());
+    Bytes const header = ReadBytes(reader, 0, 80);
+    EXPECT_EQ(static_cast<UInt64>(kRange.end - kRange.first), Little64(header, 36));
+    EXPECT_EQ(ToneBytes(kRange.first, 3, false), ReadBytes(reader, 80, 12));
+    EXPECT_EQ(ToneBytes(kRange.end - 2, 2, false), ReadBytes(reader, reader.ByteCount() - 8, 100));
 }
 
 TEST_F(WAVReaderTest, AbsurdDurationsKeepTheLengthIn64Bits) {

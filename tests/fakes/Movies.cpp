@@ -5,12 +5,14 @@
 
 #include <toolbox/Aliases.h>
 #include <toolbox/FixMath.h>
+#include <toolbox/MovieOpening.h>
 #include <toolbox/SoundReport.h>
 #include <toolbox/Timer.h>
 
 #include <cstring>
 #include <map>
 #include <set>
+#include <utility>
 
 // A track and its media are one thing here; all three pointers of a movie's insides are borrowed from it.
 struct OpaqueMedia {
@@ -64,6 +66,17 @@ std::string WithCode(std::string ioCall, OSType inCode) {
 void CheckLive(Movie inMovie, char const* inCaller) {
     if (Movies().count(inMovie) == 0)
         ReportMisuse(std::string(inCaller).append(" of a movie that is not live"));
+}
+
+Movie NewScriptedMovie(Handle inDataRef) {
+    UInt32 index = 0;
+    std::memcpy(&index, HandleBytes(inDataRef).data(), sizeof index);
+    auto* const movie = new OpaqueMovie{TheState().movies.at(TheState().paths.at(index)), {}, 0};
+    movie->timeScale = movie->script.timeScale;
+    for (ScriptedTrack const& track : movie->script.tracks)
+        movie->tracks.push_back({{track}});
+    Movies().insert(movie);
+    return movie;
 }
 
 ComponentResult ExportTo(Handle ioHandle, Movie inMovie, SInt64 inStart, SInt64 inDuration) {
@@ -131,13 +144,27 @@ OSErr NewMovieFromDataRef(Movie* outMovie, SInt16 inFlags, SInt16* ioResID, Hand
     *outMovie = nullptr;
     if (LogAndFail(WithCode(CallText("NewMovieFromDataRef", inFlags, *ioResID), inDataRefType)))
         return invalidMovie;
-    UInt32 index = 0;
-    std::memcpy(&index, HandleBytes(inDataRef).data(), sizeof index);
-    auto* const movie = new OpaqueMovie{TheState().movies.at(TheState().paths.at(index)), {}, 0};
-    movie->timeScale = movie->script.timeScale;
-    for (ScriptedTrack const& track : movie->script.tracks)
-        movie->tracks.push_back({{track}});
-    Movies().insert(movie);
+    *outMovie = NewScriptedMovie(inDataRef);
+    return noErr;
+}
+
+// All of a scripted movie's tracks are sound.
+OSErr NewMovieFromDataRefWithOptions(Movie* outMovie, Handle inDataRef, OSType inDataRefType,
+                                     MovieOpenOptions const* inOptions) {
+    *outMovie = nullptr;
+    if (inOptions->byteCount != sizeof *inOptions) ReportMisuse("options without their size");
+    if (LogAndFail(
+            WithCode(CallText("NewMovieFromDataRefWithOptions", inOptions->soundTrack), inDataRefType)))
+        return invalidMovie;
+    if (inOptions->shouldStop != nullptr && inOptions->shouldStop(inOptions->stopContext))
+        return userCanceledErr;
+    Movie const movie = NewScriptedMovie(inDataRef);
+    auto const wanted = static_cast<std::size_t>(inOptions->soundTrack);
+    if (wanted > movie->tracks.size()) {
+        DisposeMovie(movie);
+        return trackNotInMovie;
+    }
+    if (wanted > 0) std::swap(movie->tracks.front(), movie->tracks.at(wanted - 1));
     *outMovie = movie;
     return noErr;
 }

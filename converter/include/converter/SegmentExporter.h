@@ -4,7 +4,7 @@
 #pragma once
 
 #include <foundation/MirtalExport.h>
-#include <toolbox/Movies.h>
+#include <toolbox/MovieOpening.h>
 
 class MIRTAL_EXPORT SegmentExporter {
   public:
@@ -19,6 +19,9 @@ class MIRTAL_EXPORT SegmentExporter {
     // Throws LException: "nilP" when the movie, the exporter or a buffer cannot be had, else the failing
     // call's status.
     explicit SegmentExporter(char const* inPath);
+    // Opens with options: a sound track of the caller's choice, or a way to stop it. Throws LException: what
+    // opening answered when there is no movie, trackNotInMovie and userCanceledErr among it; else as above.
+    SegmentExporter(char const* inPath, MovieOpenOptions const& inOptions);
     ~SegmentExporter();
     SegmentExporter(SegmentExporter const&) = delete;
     SegmentExporter& operator=(SegmentExporter const&) = delete;
@@ -40,7 +43,8 @@ class MIRTAL_EXPORT SegmentExporter {
     Segment Export(SInt64 inFirstFrame, SInt32 inFrameCount);
 
   private:
-    void Prepare(char const* inPath);
+    void Prepare(char const* inPath, MovieOpenOptions const* inOptions);
+    void MakeParts();
     void SetOutputFormat();
     void Render(SInt64 inFirstFrame, SInt32 inFrameCount);
     void Release();
