@@ -10,6 +10,7 @@
 extern "C" {
 #include <libavutil/channel_layout.h>
 #include <libavutil/frame.h>
+#include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
 
@@ -59,6 +60,9 @@ OSStatus FrameConverter::SetUp(const AVFrame& inFrame) {
                                     static_cast<AVSampleFormat>(inFrame.format), inFrame.sample_rate,
                                     kSilentLogOffset, nullptr);
     mSwr.reset(swr);
+    // Shares of channels that are mixed sum up to 1 at most. Left to itself the library does so for integers
+    // alone, and a mix in floats is louder.
+    if (error >= 0) error = av_opt_set_double(swr, "rematrix_maxval", 1.0, 0);
     if (error >= 0) error = swr_init(swr);
     if (error < 0) {
         mSwr.reset();
