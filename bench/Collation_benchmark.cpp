@@ -34,9 +34,10 @@ std::vector<Name> MakeNames(std::size_t inCount) {
 
 bool ComesBefore(const Name& inLeft, const Name& inRight) {
     SInt32 order = 0;
-    UCCompareTextDefault(kFinder, reinterpret_cast<const UniChar*>(inLeft.data()), inLeft.size(),
-                         reinterpret_cast<const UniChar*>(inRight.data()), inRight.size(), nullptr, &order);
-    return order < 0;
+    const OSStatus status = UCCompareTextDefault(
+        kFinder, reinterpret_cast<const UniChar*>(inLeft.data()), inLeft.size(),
+        reinterpret_cast<const UniChar*>(inRight.data()), inRight.size(), nullptr, &order);
+    return status == noErr && order < 0;
 }
 
 bool ComesBeforeByFreshCollator(const Name& inLeft, const Name& inRight) {

@@ -124,7 +124,7 @@ std::int64_t DecodeAsRead(const SoundTrack& inSound) {
 std::int64_t Export(const char* inPath) {
     const Movie movie = Open(inPath);
     MovieSoundReport report;
-    GetMovieSoundReport(movie, &report);
+    if (GetMovieSoundReport(movie, &report) != noErr) Fail("there is no report of the sound");
     const MovieExportComponent exporter = OpenDefaultComponent(MovieExportType, FourChars("snd "));
     const Handle block = NewHandle(0);
     const auto rateHz = static_cast<TimeScale>(std::min<UInt32>(report.sampleRateHz, 65535));

@@ -6,4 +6,5 @@
 //   inOptions  null: opened by the historic call
 //   outMovie   null on failure; else the caller disposes of it
 // A status of FSPathMakeRef, of FSNewAliasMinimal or of the call that opens.
-OSStatus OpenMovieAtPath(char const* inPath, MovieOpenOptions const* inOptions, Movie* outMovie);
+[[nodiscard]] OSStatus OpenMovieAtPath(char const* inPath, MovieOpenOptions const* inOptions,
+                                       Movie* outMovie);

@@ -35,7 +35,8 @@ long GetGestaltResult(OSType inSelector) {
 
 short GetAUXVersion() {
     SInt32 response = 0;
-    Gestalt(kAUXVersionSelector, &response);
+    // What it answers counts, with whatever status.
+    static_cast<void>(Gestalt(kAUXVersionSelector, &response));
     return static_cast<short>(response >> 8);
 }
 

@@ -12,7 +12,7 @@ inline CFStringRef NullIfEmpty(CFStringRef inCreated) {
 }
 
 // Takes inCreated over; null, of what could not be made, gives the empty string.
-inline TCFString MakeString(CFStringRef inCreated) {
+[[nodiscard]] inline TCFString MakeString(CFStringRef inCreated) {
     TCFString result;
     result.Adopt(NullIfEmpty(inCreated));
     return result;

@@ -32,11 +32,11 @@ struct AliasContents {
 };
 
 // pathTooLongErr when the path does not fit in a record.
-OSStatus EncodeAlias(const AliasContents& inContents, std::vector<UInt8>& outRecord);
+[[nodiscard]] OSStatus EncodeAlias(const AliasContents& inContents, std::vector<UInt8>& outRecord);
 
 // Reads the record at the start of inBytes, whatever they are; what follows the record is the application's.
 // outRecordBytes: how much of inBytes the record takes. paramErr when it is no record of this version.
-OSStatus DecodeAlias(const UInt8* inBytes, std::size_t inByteCount, AliasContents& outContents,
-                     std::size_t& outRecordBytes);
+[[nodiscard]] OSStatus DecodeAlias(const UInt8* inBytes, std::size_t inByteCount, AliasContents& outContents,
+                                   std::size_t& outRecordBytes);
 
 }  // namespace toolbox::files

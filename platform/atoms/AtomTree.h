@@ -35,7 +35,7 @@ class AtomTree {
     bool ReadRoot(AtomHeader& outRoot) const;
     // The atom that starts at inAtom, kParentAtomIsContainer being the root. Found from the root downwards,
     // since any bytes within an atom's data may look like an atom. invalidAtomContainerErr, invalidAtomErr.
-    OSErr Find(QTAtom inAtom, AtomHeader& outAtom) const;
+    [[nodiscard]] OSErr Find(QTAtom inAtom, AtomHeader& outAtom) const;
     // The child of inParent that holds the byte at inOffset, which may start there. False when none does.
     bool ChildAround(const AtomHeader& inParent, std::size_t inOffset, AtomHeader& outChild) const;
 

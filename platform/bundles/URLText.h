@@ -23,7 +23,7 @@ std::string JoinURL(const URLParts& inParts);
 // Whether a text has only characters that may stand in a URL, and its percent signs begin escapes.
 bool IsURLText(std::string_view inText);
 // The text with an escape for each byte that keeps it from being one.
-std::string MakeURLText(std::string_view inText);
+[[nodiscard]] std::string MakeURLText(std::string_view inText);
 
 // What inReference means in a document at inBase, which has a scheme. Dots as segments are followed.
 std::string ResolveReference(std::string_view inBase, std::string_view inReference);

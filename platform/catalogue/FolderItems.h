@@ -12,14 +12,14 @@
 namespace toolbox::files {
 
 // A folder by its id on a volume; both as FSMakeFSSpec takes them. nsvErr, dirNFErr.
-OSStatus FindFolderByID(SInt16 inVolume, NodeID inFolderID, FoundItem& outFolder);
+[[nodiscard]] OSStatus FindFolderByID(SInt16 inVolume, NodeID inFolderID, FoundItem& outFolder);
 
 // The item of a folder, by its name as a specification has it. fnfErr when there is none; bdNamErr when there
 // can be none. Of the id that is the parent of all root folders, the one item is the root folder.
-OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem);
+[[nodiscard]] OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem);
 
 // The specification of an item that was just found.
-OSStatus MakeSpec(const FoundItem& inItem, FSSpec& outSpec);
+[[nodiscard]] OSStatus MakeSpec(const FoundItem& inItem, FSSpec& outSpec);
 
 // The item's name in the catalogue. That of the root of all paths is "/"; of another volume's root it is the
 // folder's where that is mounted.

@@ -14,7 +14,7 @@ namespace toolbox::files {
 
 // Their numbers: the one of the root folder first, others in the order in which they were mounted. Those that
 // cannot be reached are left out.
-OSStatus ListVolumes(std::vector<SInt16>& outVolumes);
+[[nodiscard]] OSStatus ListVolumes(std::vector<SInt16>& outVolumes);
 
 struct VolumeFacts {
     std::uint64_t blockBytes = 0;
@@ -25,7 +25,7 @@ struct VolumeFacts {
     bool isDeviceReadOnly = false;  // the device beneath
 };
 // nsvErr when there is no such volume any more. 0 stands for the root folder's.
-OSStatus GetVolumeFacts(SInt16 inVolume, VolumeFacts& outFacts);
+[[nodiscard]] OSStatus GetVolumeFacts(SInt16 inVolume, VolumeFacts& outFacts);
 
 // The folders of a mount table in the kernel's form, /proc/self/mountinfo.
 std::vector<std::string> MountFolders(std::string_view inTable);

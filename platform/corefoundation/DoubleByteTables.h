@@ -47,7 +47,7 @@ class DoubleByteTables {
     using Owned = std::unique_ptr<DoubleByteTables, Deleter>;
 
     // inChanges may be null. Null when memory is short or ICU cannot tell now.
-    static Owned Make(const char* inConverterName, const DoubleByteChanges* inChanges);
+    [[nodiscard]] static Owned Make(const char* inConverterName, const DoubleByteChanges* inChanges);
 
     UniChar UnitOfByte(UInt8 inByte) const { return mBytes[inByte]; }
     UniChar UnitOfPair(UInt8 inFirst, UInt8 inSecond) const {

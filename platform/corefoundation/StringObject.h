@@ -47,8 +47,8 @@ inline bool IsInside(const StringObject& inString, CFRange inRange) {
 
 // A string of inLength units (>= 0), to be filled in through outCharacters before anyone sees it. Null when
 // memory is short.
-StringObject* NewString(CFIndex inLength, UniChar** outCharacters);
+[[nodiscard]] StringObject* NewString(CFIndex inLength, UniChar** outCharacters);
 // A string of these units; null when memory is short.
-CFStringRef NewStringOf(const UniChar* inCharacters, CFIndex inLength);
+[[nodiscard]] CFStringRef NewStringOf(const UniChar* inCharacters, CFIndex inLength);
 
 }  // namespace toolbox::corefoundation

@@ -26,7 +26,8 @@ extern std::atomic<bool> sMovesAtEveryResize;
 
 // Charged memory for inByteCount bytes, or null. Never less than one byte is allocated, so that a block of
 // none has an address of its own. inPrefixBytes come before it and are not charged.
-inline void* NewBlock(Account& ioAccount, Size inByteCount, std::size_t inPrefixBytes, bool inIsZeroed) {
+[[nodiscard]] inline void* NewBlock(Account& ioAccount, Size inByteCount, std::size_t inPrefixBytes,
+                                    bool inIsZeroed) {
     if (inByteCount < 0 || !Charge(ioAccount, inByteCount)) return nullptr;
     const std::size_t count = std::max<std::size_t>(static_cast<std::size_t>(inByteCount), 1) + inPrefixBytes;
     void* block = inIsZeroed ? sHeapCalls.allocateZeroed(1, count) : sHeapCalls.allocate(count);

@@ -43,7 +43,7 @@ inline void SetBlock(MasterPointer& ioMaster, Ptr inBlock) {
 }
 
 // A live, empty master pointer, or null when memory is short.
-inline MasterPointer* NewMasterPointer(Account& ioAccount) {
+[[nodiscard]] inline MasterPointer* NewMasterPointer(Account& ioAccount) {
     if (ioAccount.freeMasters == nullptr && !FetchFreeMasters(ioAccount)) return nullptr;
     MasterPointer* master = ioAccount.freeMasters;
     ioAccount.freeMasters = master->nextFree;

@@ -98,7 +98,8 @@ void Chain::Preload(ResourceFile& ioFile) {
         readBytes += storedBytes;
         try {
             Handle handle = nullptr;
-            Provide(*resource, true, handle);
+            // What cannot be read ahead is told when it is asked for.
+            static_cast<void>(Provide(*resource, true, handle));
         } catch (const std::bad_alloc&) {
             // As above: the file is in the chain already.
         }

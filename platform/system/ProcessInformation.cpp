@@ -135,7 +135,6 @@ OSErr GetProcessInformation(const ProcessSerialNumber* inNumber, ProcessInfoRec*
         if (error != noErr) return error;
     }
     if (ioInfo->processName != nullptr) CopyName(path, ioInfo->processName);
-    GetCurrentProcess(&ioInfo->processNumber);
     ioInfo->processType = FourChars("APPL");
     ioInfo->processSignature = FourChars("\?\?\?\?");
     ioInfo->processMode = 0;
@@ -145,5 +144,5 @@ OSErr GetProcessInformation(const ProcessSerialNumber* inNumber, ProcessInfoRec*
     ioInfo->processLauncher = {0, kNoProcess};
     ioInfo->processLaunchDate = LaunchDate();
     ioInfo->processActiveTime = static_cast<UInt32>(TicksOfNanos(NanosOnClock(CLOCK_PROCESS_CPUTIME_ID)));
-    return noErr;
+    return GetCurrentProcess(&ioInfo->processNumber);
 }

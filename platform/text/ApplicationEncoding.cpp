@@ -27,8 +27,7 @@ std::atomic<CFStringEncoding> sEncoding{kNotLookedUp};
 // The region of the application's `vers` resource. False when it has none that can be read.
 bool ReadRegion(SInt16& outRegion) {
     std::unique_ptr<resources::ResourceFile> file;
-    resources::OpenResourcesOfApplication(file);
-    if (file == nullptr) return false;
+    if (resources::OpenResourcesOfApplication(file) != noErr || file == nullptr) return false;
     const auto& all = file->Resources();
     const auto found = std::find_if(all.begin(), all.end(), [](const auto& inResource) {
         return inResource->reference.type == kVersionType && inResource->reference.id == kFileVersionID;

@@ -22,6 +22,7 @@ struct CollationRules {
 };
 
 // noErr and a collator that is never closed, or why there is none now; a failure is tried again.
-OSStatus FindCollator(CollationRules inRules, CollationLevel inLevel, const UCollator*& outCollator);
+[[nodiscard]] OSStatus FindCollator(CollationRules inRules, CollationLevel inLevel,
+                                    const UCollator*& outCollator);
 
 }  // namespace toolbox::text

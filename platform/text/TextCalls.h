@@ -11,6 +11,6 @@ struct TextCalls {
 extern TextCalls sTextCalls;
 
 // The status of ICU's calls for the text, as the toolbox tells it.
-OSStatus StatusOf(int inICUStatus);
+[[nodiscard]] OSStatus StatusOf(int inICUStatus);
 
 }  // namespace toolbox::text

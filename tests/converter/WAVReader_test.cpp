@@ -343,7 +343,8 @@ TEST_F(WAVReaderTest, ReadingOnAllocatesNothing) {
     long const beforeDirect = AllocationCount();
     for (SInt32 first = 100; first < 600; first += 100) {
         HUnlock(handle);
-        MovieExportToHandle(nullptr, handle, reader.Exporter().GetMovie(), nullptr, first, 100);
+        ASSERT_EQ(noErr,
+                  MovieExportToHandle(nullptr, handle, reader.Exporter().GetMovie(), nullptr, first, 100));
         HLock(handle);
     }
     long const byDoubles = AllocationCount() - beforeDirect;

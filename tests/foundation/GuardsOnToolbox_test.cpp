@@ -54,7 +54,7 @@ TEST_F(GuardsOnToolboxTest, MemoryThatCannotBeHad) {
     EXPECT_EQ(memFullErr, CodeOf([] { StTempHandle const none(100, true); }));
     EXPECT_EQ(memFullErr, CodeOf([] { StPointerBlock const none(100, true, false); }));
     EXPECT_EQ(memFullErr, CodeOf([] { StClearPointerBlock const none(100, true); }));
-    EXPECT_EQ(memFullErr, CodeOf([&] { block.GetCopy(); }));
+    EXPECT_EQ(memFullErr, CodeOf([&] { static_cast<void>(block.GetCopy()); }));
     EXPECT_EQ(memFullErr, CodeOf([&] { StPointerBlock const none(pointer); }));
     EXPECT_EQ(memFullErr, CodeOf([] { StHandleBlock const none(0x100000001L, true, false); }));
 }

@@ -149,7 +149,7 @@ TEST_F(StHandleBlockTest, CopyingFails) {
         fakes::FailCall(1);
         EXPECT_EQ(memFullErr, CodeOf([&] {
                       if (form == 0) StHandleBlock const copy(block);
-                      if (form == 1) block.GetCopy();
+                      if (form == 1) static_cast<void>(block.GetCopy());
                       if (form == 2) other = block;
                       if (form == 3) other.CopyAndAdopt(block.Get());
                   }))

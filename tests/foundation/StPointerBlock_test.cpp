@@ -110,7 +110,8 @@ TEST_F(StPointerBlockTest, CopyingFails) {
             << "NewPtr";
     }
     fakes::FailCall(1);
-    EXPECT_EQ(-117, CodeOf([&] { StPointerBlock::CopyPointerBlock(block.Get()); })) << "GetPtrSize";
+    EXPECT_EQ(-117, CodeOf([&] { static_cast<void>(StPointerBlock::CopyPointerBlock(block.Get())); }))
+        << "GetPtrSize";
     fakes::FailCall(1);
     EXPECT_EQ(-117, CodeOf([&] { other = block; }));
     fakes::FailCall(2);

@@ -87,8 +87,8 @@ def check(label, library, folders, marker):
     return problems
 
 
-found = check("toolbox", TOOLBOX, ["platform/include"], "TOOLBOX_EXPORT")
-found += check("framework", FRAMEWORK, ["platform/include"], "TOOLBOX_FRAMEWORK_EXPORT")
+found = check("toolbox", TOOLBOX, ["platform/include"], r"TOOLBOX_(?:EXPORT|MUST_USE)")
+found += check("framework", FRAMEWORK, ["platform/include"], r"TOOLBOX_FRAMEWORK_(?:EXPORT|MUST_USE)")
 rooms = [f"{room}/include" for room in ("foundation", "strings", "files", "quicktime", "converter") if (ROOT / room / "include").is_dir()]
 found += check("aac2wav", LIBRARY, rooms, "MIRTAL_EXPORT")
 print("\n".join(found))

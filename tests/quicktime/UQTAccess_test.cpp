@@ -51,11 +51,11 @@ TEST_F(UQTAccessTest, EmptyKeyAndType) {
 TEST_F(UQTAccessTest, TypeIsCutAt255Bytes) {
     std::string const type(300, 't');
     std::string const key(300, 'k');
-    UQTAccess::Register(type.c_str(), key.c_str(), false);
+    EXPECT_EQ(noErr, UQTAccess::Register(type.c_str(), key.c_str(), false));
     EXPECT_EQ(Calls{key}, fakes::KeysOf(type.substr(0, 255), false));
     EXPECT_TRUE(UQTAccess::IsRegistered(type.substr(0, 255).c_str(), key.c_str(), false));
     EXPECT_TRUE(UQTAccess::IsRegistered(type.c_str(), key.c_str(), false));
-    UQTAccess::Unregister(type.c_str(), key.c_str(), false);
+    EXPECT_EQ(noErr, UQTAccess::Unregister(type.c_str(), key.c_str(), false));
     EXPECT_EQ(Calls(), fakes::KeysOf(type.substr(0, 255), false));
 }
 

@@ -47,7 +47,8 @@ TEST_F(UQTInteractionTest, WithoutOneFunction) {
 }
 
 // Each as the first call of a program.
-void (*const kCalls[])() = {[] { UQTInteraction::BeginSuppress(); }, [] { UQTInteraction::EndSuppress(1); },
+void (*const kCalls[])() = {[] { static_cast<void>(UQTInteraction::BeginSuppress()); },
+                            [] { UQTInteraction::EndSuppress(1); },
                             [] { UQTInteraction::IsInteractionAllowed(); }};
 
 TEST_F(UQTInteractionTest, FirstCallResolves) {

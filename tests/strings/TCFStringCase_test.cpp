@@ -19,9 +19,9 @@ TEST_F(TCFStringCaseTest, Case) {
 
 TEST_F(TCFStringCaseTest, CaseOfNoLanguage) {
     TCFString const string = Units(u"i");
-    string.Uppercase();
-    string.Lowercase();
-    string.Capitalize();
+    static_cast<void>(string.Uppercase());
+    static_cast<void>(string.Lowercase());
+    static_cast<void>(string.Capitalize());
     for (char const* const call : {"CFStringUppercase", "CFStringLowercase", "CFStringCapitalize"})
         EXPECT_TRUE(WasCalled(fakes::CallText(call, 0))) << call;
 }

@@ -143,7 +143,7 @@ TEST_F(ResOnToolboxTest, WhatIsMissing) {
     short const id = NextID();
     EXPECT_TRUE(TCFString::Res(id, 1).IsEmpty());
     try {
-        TCFString::Res(id, -1);
+        static_cast<void>(TCFString::Res(id, -1));
         ADD_FAILURE() << "nothing was thrown";
     } catch (LException const& exception) {
         EXPECT_EQ(0x6E696C50, exception.GetErrorCode());

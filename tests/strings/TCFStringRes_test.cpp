@@ -111,7 +111,7 @@ TEST_F(TCFStringResTest, AnEmptySingleStringIsReadAgain) {
 TEST_F(TCFStringResTest, AMissingSingleStringIsThrown) {
     for (int i = 0; i < 2; ++i) {
         try {
-            Res(-1);
+            static_cast<void>(Res(-1));
             FAIL() << "nothing was thrown";
         } catch (LException const& exception) {
             EXPECT_EQ(0x6E696C50, exception.GetErrorCode()) << "nilP";
@@ -153,7 +153,7 @@ TEST_F(TCFStringResTest, OneStringIsKeptForEachEntry) {
     int const strings = fakes::LiveStrings();
     for (int i = 0; i < 3; ++i)
         for (short const index : {1, 2, 3})
-            Res(index);
+            static_cast<void>(Res(index));
     EXPECT_EQ(strings + 2, fakes::LiveStrings()) << "an empty one is no string of its own";
 }
 

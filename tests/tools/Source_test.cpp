@@ -28,12 +28,12 @@ TEST(FailureOf, TellsMemoryFromSound) {
 
 // The reason told was that of the file before, or "out of memory".
 TEST(OpenExporter, TellsOfAFileInNoFolder) {
-    EXPECT_THROW(tool::OpenExporter("/proc/self/exe"), Failure);
+    EXPECT_THROW(static_cast<void>(tool::OpenExporter("/proc/self/exe")), Failure);
     const int descriptor = memfd_create("sound", MFD_CLOEXEC);
     ASSERT_LE(0, descriptor);
     const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
     try {
-        tool::OpenExporter(path);
+        static_cast<void>(tool::OpenExporter(path));
         ADD_FAILURE() << "it opened";
     } catch (const Failure& failure) {
         EXPECT_EQ(EX_NOINPUT, failure.ExitCode());

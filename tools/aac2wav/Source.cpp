@@ -88,8 +88,7 @@ void RequireDecodable(const MovieSoundReport& inReport, const std::string& inPat
 
 MovieSoundReport ReportOf(const SegmentExporter& inExporter) {
     MovieSoundReport report{};
-    GetMovieSoundReport(inExporter.GetMovie(), &report);
-    return report;
+    return GetMovieSoundReport(inExporter.GetMovie(), &report) == noErr ? report : MovieSoundReport{};
 }
 
 SInt64 FrameCountOf(const SegmentExporter& inExporter) {

@@ -15,8 +15,8 @@ namespace tool {
 
 // All throw Failure about inPath: EX_NOINPUT when there is no regular file to read, EX_DATAERR when it is no
 // sound or cannot be decoded, EX_OSERR when memory is short.
-std::unique_ptr<SegmentExporter> OpenExporter(const std::string& inPath);
-std::unique_ptr<WAVReader> OpenReader(const std::string& inPath, WAVReader::Header inHeader);
+[[nodiscard]] std::unique_ptr<SegmentExporter> OpenExporter(const std::string& inPath);
+[[nodiscard]] std::unique_ptr<WAVReader> OpenReader(const std::string& inPath, WAVReader::Header inHeader);
 void RequireDecodable(const MovieSoundReport& inReport, const std::string& inPath);
 
 // What is known now; damage is what has been met so far.

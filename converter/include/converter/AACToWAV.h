@@ -16,12 +16,12 @@
 typedef void (*DataCallback)(void* inContext, void* inData, long inLength);
 
 // The movie at a POSIX path, or null. The caller disposes of it.
-MIRTAL_EXPORT Movie MovieFromPath(char const* inPath);
+[[nodiscard]] MIRTAL_EXPORT Movie MovieFromPath(char const* inPath);
 // A new handle with sample description inIndex (from 1), or null when there is none of more than 15 bytes.
 // The caller disposes of it.
-MIRTAL_EXPORT Handle GetIndMediaSampleDescription(Media inMedia, long inIndex);
+[[nodiscard]] MIRTAL_EXPORT Handle GetIndMediaSampleDescription(Media inMedia, long inIndex);
 // A new handle with the first description of the first sound track, or null. The caller disposes of it.
-MIRTAL_EXPORT Handle GetMovieSoundDescription(Movie inMovie);
+[[nodiscard]] MIRTAL_EXPORT Handle GetMovieSoundDescription(Movie inMovie);
 // Hz, the fraction dropped; 44100 without a sound description.
 MIRTAL_EXPORT long GetMovieSampleRate(Movie inMovie);
 

@@ -10,7 +10,7 @@
 struct WAVHeader {
     unsigned char bytes[44];
 };
-MIRTAL_EXPORT WAVHeader MakeWAVHeader(SInt32 inSampleRateHz, UInt32 inFrameCount);
+[[nodiscard]] MIRTAL_EXPORT WAVHeader MakeWAVHeader(SInt32 inSampleRateHz, UInt32 inFrameCount);
 
 // The whole stream, header first. Throws LException as SegmentExporter::Export does; whatever inCallback
 // throws passes through.

@@ -14,6 +14,6 @@ class MIRTAL_EXPORT UBundle {
     //   inPrivateFramework  from the folder of private frameworks, rather than that of the public ones
     // A status of FSFindFolder's when there is no such folder; -4960 (coreFoundationUnknownErr) when the
     // folder holds no such framework or its executable cannot be loaded.
-    static OSStatus LoadFrameworkBundle(CFStringRef inFrameworkName, CFBundleRef* outBundle,
-                                        bool inPrivateFramework);
+    [[nodiscard]] static OSStatus LoadFrameworkBundle(CFStringRef inFrameworkName, CFBundleRef* outBundle,
+                                                      bool inPrivateFramework);
 };

@@ -9,6 +9,6 @@
 class MIRTAL_EXPORT UCarbon {
   public:
     // The same as UBundle::LoadFrameworkBundle.
-    static OSStatus LoadFrameworkBundle(CFStringRef inFrameworkName, CFBundleRef* outBundle,
-                                        bool inPrivateFramework);
+    [[nodiscard]] static OSStatus LoadFrameworkBundle(CFStringRef inFrameworkName, CFBundleRef* outBundle,
+                                                      bool inPrivateFramework);
 };

@@ -13,11 +13,11 @@ extern "C" {
 // extended file interfaces they do nothing and answer 0.
 
 // outMode gets the whole 16-bit mode, with the bits of the item's kind; untouched on failure.
-MIRTAL_EXPORT OSErr GetClassicPermissions(const FSSpec* inItem, UInt16* outMode);
+[[nodiscard]] MIRTAL_EXPORT OSErr GetClassicPermissions(const FSSpec* inItem, UInt16* outMode);
 
 // Nothing is written when the low 12 bits are inMode already. Otherwise the whole 16-bit mode becomes inMode.
 // So a mode that was read, with the bits of the kind, is always written.
-MIRTAL_EXPORT OSErr SetClassicPermissions(const FSSpec* inItem, UInt16 inMode);
+[[nodiscard]] MIRTAL_EXPORT OSErr SetClassicPermissions(const FSSpec* inItem, UInt16 inMode);
 
 #ifdef __cplusplus
 }

@@ -23,7 +23,7 @@ class MIRTAL_EXPORT StHandleBlock {
 
     char** Get() const { return mHandle; }  // borrowed
     // A copy that the caller owns; null of null.
-    char** GetCopy() const;
+    [[nodiscard]] char** GetCopy() const;
     // Gives up ownership; the guard keeps pointing at the block.
     char** Release() const;
     // Frees the block if it is owned: a resource with ReleaseResource, any other with DisposeHandle. The guard

@@ -23,7 +23,7 @@ class MIRTAL_EXPORT StPointerBlock {
     ~StPointerBlock();
 
     // A copy that the caller owns; null of null.
-    static char* CopyPointerBlock(char* inPtr);
+    [[nodiscard]] static char* CopyPointerBlock(char* inPtr);
 
     char* Get() const;  // borrowed
     operator char*();

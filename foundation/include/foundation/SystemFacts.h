@@ -12,7 +12,7 @@ extern "C" {
 #endif
 
 // The file of the running application. outFile is untouched on failure, and must not be null.
-MIRTAL_EXPORT OSErr GetAppFSSpec(FSSpec* outFile);
+[[nodiscard]] MIRTAL_EXPORT OSErr GetAppFSSpec(FSSpec* outFile);
 
 // What Gestalt answers to a selector; 0 when it answers an error.
 MIRTAL_EXPORT long GetGestaltResult(OSType inSelector);

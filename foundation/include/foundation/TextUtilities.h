@@ -25,8 +25,9 @@ MIRTAL_EXPORT TextEncoding GuessTextEncoding(const UniChar* inText, unsigned lon
 //                    have room for a unit for each byte of inText
 //   outCount         units stored; 0 on failure
 // paramErr for bytes that are no such character, memFullErr when a character of several bytes finds no room.
-MIRTAL_EXPORT OSStatus ConvertUTF8toUnicode(const unsigned char* inText, unsigned long inCapacityBytes,
-                                            UniChar* outText, UInt16* outCount);
+[[nodiscard]] MIRTAL_EXPORT OSStatus ConvertUTF8toUnicode(const unsigned char* inText,
+                                                          unsigned long inCapacityBytes, UniChar* outText,
+                                                          UInt16* outCount);
 
 // The order in which the Finder lists names, digits by value: negative when text 1 comes first, positive when
 // text 2 does. Its magnitude is the collation's. Null text comes before any other; of two it is 0, and so it

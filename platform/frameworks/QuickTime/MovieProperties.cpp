@@ -21,8 +21,7 @@ bool HasSound(Movie inMovie) {
 
 MovieSoundReport ReportOf(Movie inMovie) {
     MovieSoundReport report = {};
-    GetMovieSoundReport(inMovie, &report);
-    return report;
+    return GetMovieSoundReport(inMovie, &report) == noErr ? report : MovieSoundReport{};
 }
 
 void GetDuration(Movie inMovie, void* outValue) {

@@ -48,9 +48,9 @@ auto FindProperty(const Table& inTable, QTPropertyClass inClass, QTPropertyID in
 }
 
 template <typename Table, typename... Subject>
-OSStatus GetPropertyInfo(const Table& inTable, QTPropertyClass inClass, QTPropertyID inID,
-                         QTPropertyValueType* outType, ByteCount* outSize, UInt32* outFlags,
-                         Subject... inSubject) {
+[[nodiscard]] OSStatus GetPropertyInfo(const Table& inTable, QTPropertyClass inClass, QTPropertyID inID,
+                                       QTPropertyValueType* outType, ByteCount* outSize, UInt32* outFlags,
+                                       Subject... inSubject) {
     const auto* property = FindProperty(inTable, inClass, inID, inSubject...);
     if (property == nullptr) return kQTPropertyNotSupportedErr;
     if (outType != nullptr) *outType = property->type;
@@ -60,8 +60,9 @@ OSStatus GetPropertyInfo(const Table& inTable, QTPropertyClass inClass, QTProper
 }
 
 template <typename Table, typename... Subject>
-OSStatus GetProperty(const Table& inTable, QTPropertyClass inClass, QTPropertyID inID, ByteCount inSize,
-                     void* outValue, ByteCount* outSizeUsed, Subject... inSubject) {
+[[nodiscard]] OSStatus GetProperty(const Table& inTable, QTPropertyClass inClass, QTPropertyID inID,
+                                   ByteCount inSize, void* outValue, ByteCount* outSizeUsed,
+                                   Subject... inSubject) {
     const auto* property = FindProperty(inTable, inClass, inID, inSubject...);
     if (property == nullptr) return kQTPropertyNotSupportedErr;
     if (inSize < property->sizeBytes) return kQTPropertyBadValueSizeErr;
@@ -72,8 +73,8 @@ OSStatus GetProperty(const Table& inTable, QTPropertyClass inClass, QTPropertyID
 }
 
 template <typename Table, typename... Subject>
-OSStatus SetProperty(const Table& inTable, QTPropertyClass inClass, QTPropertyID inID, ByteCount inSize,
-                     const void* inValue, Subject... inSubject) {
+[[nodiscard]] OSStatus SetProperty(const Table& inTable, QTPropertyClass inClass, QTPropertyID inID,
+                                   ByteCount inSize, const void* inValue, Subject... inSubject) {
     const auto* property = FindProperty(inTable, inClass, inID, inSubject...);
     if (property == nullptr) return kQTPropertyNotSupportedErr;
     if (property->set == nullptr) return kQTPropertyReadOnlyErr;

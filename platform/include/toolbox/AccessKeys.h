@@ -35,12 +35,12 @@ constexpr QTAtomType kAccessKeyAtomType = FourChars("acky");
 // The whole block of inKey is the key; the block is only read. A key that is registered already, or
 // unregistered already, is left so: noErr. A scope has room for 5,000 keys, and the file for 1 MB: dskFulErr,
 // or memFullErr for keys of this process.
-TOOLBOX_EXPORT OSErr QTRegisterAccessKey(ConstStr255Param inType, SInt32 inFlags, Handle inKey);
-TOOLBOX_EXPORT OSErr QTUnregisterAccessKey(ConstStr255Param inType, SInt32 inFlags, Handle inKey);
+TOOLBOX_MUST_USE OSErr QTRegisterAccessKey(ConstStr255Param inType, SInt32 inFlags, Handle inKey);
+TOOLBOX_MUST_USE OSErr QTUnregisterAccessKey(ConstStr255Param inType, SInt32 inFlags, Handle inKey);
 
 // The keys of a type at one scope in the order in which they were registered: atoms of type "acky" under the
 // root, each with a key as its data. The caller disposes of the container, which may have no atoms; null on
 // failure.
-TOOLBOX_EXPORT OSErr QTGetAccessKeys(ConstStr255Param inType, SInt32 inFlags, QTAtomContainer* outKeys);
+TOOLBOX_MUST_USE OSErr QTGetAccessKeys(ConstStr255Param inType, SInt32 inFlags, QTAtomContainer* outKeys);
 
 TOOLBOX_EXTERN_C_END

@@ -20,7 +20,7 @@ typedef AliasPtr* AliasHandle;
 // *outAlias is null on failure. fnfErr when the item is gone, errFSBadFSRef when inTarget is no reference,
 // pathTooLongErr when the item's path does not fit in a record, memFullErr, paramErr for a null argument, or
 // another status of the File Manager.
-TOOLBOX_EXPORT OSErr FSNewAliasMinimal(const FSRef* inTarget, AliasHandle* outAlias);
+TOOLBOX_MUST_USE OSErr FSNewAliasMinimal(const FSRef* inTarget, AliasHandle* outAlias);
 
 // Finds the item: where it was; else another of its kind that is there now; else the item itself where this
 // process knows it to be, or under a new name in the folder where it was.
@@ -30,7 +30,7 @@ TOOLBOX_EXPORT OSErr FSNewAliasMinimal(const FSRef* inTarget, AliasHandle* outAl
 //   outTarget      untouched on failure
 //   outWasChanged  whether inAlias was brought up to date; false on failure
 // fnfErr when it cannot be found; paramErr for a null argument or bytes that are no alias record.
-TOOLBOX_EXPORT OSErr FSResolveAlias(const FSRef* inFromFile, AliasHandle inAlias, FSRef* outTarget,
-                                    Boolean* outWasChanged);
+TOOLBOX_MUST_USE OSErr FSResolveAlias(const FSRef* inFromFile, AliasHandle inAlias, FSRef* outTarget,
+                                      Boolean* outWasChanged);
 
 TOOLBOX_EXTERN_C_END

@@ -28,7 +28,7 @@ typedef SInt32 QTAtomID;
 enum { kParentAtomIsContainer = 0 };  // stands for the root wherever a parent is named
 
 // A container without atoms, for the caller to dispose of; null on failure. paramErr, memFullErr.
-TOOLBOX_EXPORT OSErr QTNewAtomContainer(QTAtomContainer* outContainer);
+TOOLBOX_MUST_USE OSErr QTNewAtomContainer(QTAtomContainer* outContainer);
 // Locked or not. noErr for null.
 TOOLBOX_EXPORT OSErr QTDisposeAtomContainer(QTAtomContainer inContainer);
 
@@ -40,9 +40,9 @@ TOOLBOX_EXPORT OSErr QTDisposeAtomContainer(QTAtomContainer inContainer);
 // invalidAtomTypeErr for type 0, duplicateAtomTypeAndIDErr, atomIndexInvalidErr (also past 65535 children),
 // cannotBeLeafAtomErr when the parent has data, memLockedErr while the container is locked, memFullErr,
 // paramErr. The container is unchanged on failure.
-TOOLBOX_EXPORT OSErr QTInsertChild(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inType,
-                                   QTAtomID inID, SInt16 inIndex, SInt32 inByteCount, const void* inData,
-                                   QTAtom* outAtom);
+TOOLBOX_MUST_USE OSErr QTInsertChild(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inType,
+                                     QTAtomID inID, SInt16 inIndex, SInt32 inByteCount, const void* inData,
+                                     QTAtom* outAtom);
 
 // Children of inParent with the type; at most 32767. 0 when there are none, or on any failure. Children
 // whose bytes make no sense, and those after them, are not counted.
@@ -54,19 +54,19 @@ TOOLBOX_EXPORT QTAtom QTFindChildByIndex(QTAtomContainer inContainer, QTAtom inP
 TOOLBOX_EXPORT QTAtom QTFindChildByID(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inType,
                                       QTAtomID inID, SInt16* outIndex);
 // outType and outID may be null; unchanged on failure.
-TOOLBOX_EXPORT OSErr QTGetAtomTypeAndID(QTAtomContainer inContainer, QTAtom inAtom, QTAtomType* outType,
-                                        QTAtomID* outID);
+TOOLBOX_MUST_USE OSErr QTGetAtomTypeAndID(QTAtomContainer inContainer, QTAtom inAtom, QTAtomType* outType,
+                                          QTAtomID* outID);
 
 // Where an atom's data is: good until the container is changed or, unless it is locked, resized or moved.
 //   outByteCount, outData  0 and null on failure; either may be null. An atom without data: 0, and a pointer
 //                          that must not be read
 // notLeafAtomErr when the atom has children.
-TOOLBOX_EXPORT OSErr QTGetAtomDataPtr(QTAtomContainer inContainer, QTAtom inAtom, SInt32* outByteCount,
-                                      Ptr* outData);
+TOOLBOX_MUST_USE OSErr QTGetAtomDataPtr(QTAtomContainer inContainer, QTAtom inAtom, SInt32* outByteCount,
+                                        Ptr* outData);
 
 // Keeps the block where it is. Locks are counted in its bytes, up to 65535 (memLockedErr); one unlock too
 // many is ignored.
-TOOLBOX_EXPORT OSErr QTLockContainer(QTAtomContainer inContainer);
+TOOLBOX_MUST_USE OSErr QTLockContainer(QTAtomContainer inContainer);
 TOOLBOX_EXPORT OSErr QTUnlockContainer(QTAtomContainer inContainer);
 
 TOOLBOX_EXTERN_C_END

@@ -54,6 +54,6 @@ TOOLBOX_EXPORT Boolean CFEqual(CFTypeRef inObject1, CFTypeRef inObject2);
 TOOLBOX_EXPORT CFHashCode CFHash(CFTypeRef inObject);
 // What people who look for mistakes want to see of an object; of a string, its text. Null when the object is
 // null or memory is short.
-TOOLBOX_EXPORT CFStringRef CFCopyDescription(CFTypeRef inObject);
+TOOLBOX_MUST_USE CFStringRef CFCopyDescription(CFTypeRef inObject);
 
 TOOLBOX_EXTERN_C_END

@@ -34,12 +34,12 @@ TOOLBOX_EXPORT CFTypeID CFBundleGetTypeID(void);
 
 // The bundle in a folder, which the caller releases; each call makes its own. Null when inURL is null or no
 // folder's, the folder is no bundle, or memory is short.
-TOOLBOX_EXPORT CFBundleRef CFBundleCreate(CFAllocatorRef inAllocator, CFURLRef inURL);
+TOOLBOX_MUST_USE CFBundleRef CFBundleCreate(CFAllocatorRef inAllocator, CFURLRef inURL);
 
 // The folder's URL, with links followed; the caller releases it. Null when memory is short.
-TOOLBOX_EXPORT CFURLRef CFBundleCopyBundleURL(CFBundleRef inBundle);
+TOOLBOX_MUST_USE CFURLRef CFBundleCopyBundleURL(CFBundleRef inBundle);
 // Null also when there is no executable; whether it can be loaded is not looked up.
-TOOLBOX_EXPORT CFURLRef CFBundleCopyExecutableURL(CFBundleRef inBundle);
+TOOLBOX_MUST_USE CFURLRef CFBundleCopyExecutableURL(CFBundleRef inBundle);
 
 // The information, borrowed: a dictionary with strings as keys, empty when there is none.
 TOOLBOX_EXPORT CFDictionaryRef CFBundleGetInfoDictionary(CFBundleRef inBundle);

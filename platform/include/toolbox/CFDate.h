@@ -19,7 +19,7 @@ TOOLBOX_EXPORT CFAbsoluteTime CFAbsoluteTimeGetCurrent(void);
 
 TOOLBOX_EXPORT CFTypeID CFDateGetTypeID(void);
 // Null when memory is short.
-TOOLBOX_EXPORT CFDateRef CFDateCreate(CFAllocatorRef inAllocator, CFAbsoluteTime inTime);
+TOOLBOX_MUST_USE CFDateRef CFDateCreate(CFAllocatorRef inAllocator, CFAbsoluteTime inTime);
 TOOLBOX_EXPORT CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef inDate);
 // How much later inDate is than inOther.
 TOOLBOX_EXPORT CFTimeInterval CFDateGetTimeIntervalSinceDate(CFDateRef inDate, CFDateRef inOther);

@@ -21,9 +21,9 @@ enum {
 
 TOOLBOX_EXPORT CFTypeID CFDateFormatterGetTypeID(void);
 // inLocale null is the current locale. Null when a style is none of these or memory is short.
-TOOLBOX_EXPORT CFDateFormatterRef CFDateFormatterCreate(CFAllocatorRef inAllocator, CFLocaleRef inLocale,
-                                                        CFDateFormatterStyle inDateStyle,
-                                                        CFDateFormatterStyle inTimeStyle);
+TOOLBOX_MUST_USE CFDateFormatterRef CFDateFormatterCreate(CFAllocatorRef inAllocator, CFLocaleRef inLocale,
+                                                          CFDateFormatterStyle inDateStyle,
+                                                          CFDateFormatterStyle inTimeStyle);
 // Borrowed from the formatter.
 TOOLBOX_EXPORT CFLocaleRef CFDateFormatterGetLocale(CFDateFormatterRef inFormatter);
 TOOLBOX_EXPORT CFDateFormatterStyle CFDateFormatterGetDateStyle(CFDateFormatterRef inFormatter);
@@ -35,11 +35,11 @@ TOOLBOX_EXPORT CFStringRef CFDateFormatterGetFormat(CFDateFormatterRef inFormatt
 TOOLBOX_EXPORT void CFDateFormatterSetFormat(CFDateFormatterRef ioFormatter, CFStringRef inFormat);
 
 // Null when the time is not finite, the date null, or memory short. Empty when both styles are none.
-TOOLBOX_EXPORT CFStringRef CFDateFormatterCreateStringWithAbsoluteTime(CFAllocatorRef inAllocator,
-                                                                       CFDateFormatterRef inFormatter,
-                                                                       CFAbsoluteTime inTime);
-TOOLBOX_EXPORT CFStringRef CFDateFormatterCreateStringWithDate(CFAllocatorRef inAllocator,
-                                                               CFDateFormatterRef inFormatter,
-                                                               CFDateRef inDate);
+TOOLBOX_MUST_USE CFStringRef CFDateFormatterCreateStringWithAbsoluteTime(CFAllocatorRef inAllocator,
+                                                                         CFDateFormatterRef inFormatter,
+                                                                         CFAbsoluteTime inTime);
+TOOLBOX_MUST_USE CFStringRef CFDateFormatterCreateStringWithDate(CFAllocatorRef inAllocator,
+                                                                 CFDateFormatterRef inFormatter,
+                                                                 CFDateRef inDate);
 
 TOOLBOX_EXTERN_C_END

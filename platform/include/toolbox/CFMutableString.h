@@ -21,10 +21,10 @@ enum {
 
 // Empty, and of at most inMaxLength UTF-16 units ever; 0 is no limit. Null when the limit is negative or
 // memory is short.
-TOOLBOX_EXPORT CFMutableStringRef CFStringCreateMutable(CFAllocatorRef inAllocator, CFIndex inMaxLength);
+TOOLBOX_MUST_USE CFMutableStringRef CFStringCreateMutable(CFAllocatorRef inAllocator, CFIndex inMaxLength);
 // Null also when inString is null or longer than the limit.
-TOOLBOX_EXPORT CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef inAllocator, CFIndex inMaxLength,
-                                                            CFStringRef inString);
+TOOLBOX_MUST_USE CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef inAllocator, CFIndex inMaxLength,
+                                                              CFStringRef inString);
 
 TOOLBOX_EXPORT void CFStringAppend(CFMutableStringRef ioString, CFStringRef inAppended);
 TOOLBOX_EXPORT void CFStringAppendCharacters(CFMutableStringRef ioString, const UniChar* inCharacters,

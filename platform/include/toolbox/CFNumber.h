@@ -28,8 +28,8 @@ enum {
 TOOLBOX_EXPORT CFTypeID CFNumberGetTypeID(void);
 // The number that inValue points to; kept as SInt64 or Float64. Null for an unknown type or a null pointer,
 // or when memory is short.
-TOOLBOX_EXPORT CFNumberRef CFNumberCreate(CFAllocatorRef inAllocator, CFNumberType inType,
-                                          const void* inValue);
+TOOLBOX_MUST_USE CFNumberRef CFNumberCreate(CFAllocatorRef inAllocator, CFNumberType inType,
+                                            const void* inValue);
 // How the number is kept.
 TOOLBOX_EXPORT CFNumberType CFNumberGetType(CFNumberRef inNumber);
 TOOLBOX_EXPORT Boolean CFNumberIsFloatType(CFNumberRef inNumber);

@@ -45,24 +45,25 @@ TOOLBOX_EXPORT CFTypeID CFStringGetTypeID(void);
 // Strings made from text. Null when the bytes are not text in the encoding, when the encoding is unknown,
 // when the source is null or its length negative, or when memory is short. C and Pascal strings are in
 // encodings of 8-bit units; UTF-16 and UTF-32 fail.
-TOOLBOX_EXPORT CFStringRef CFStringCreateWithCString(CFAllocatorRef inAllocator, const char* inText,
-                                                     CFStringEncoding inEncoding);
-TOOLBOX_EXPORT CFStringRef CFStringCreateWithPascalString(CFAllocatorRef inAllocator, ConstStr255Param inText,
-                                                          CFStringEncoding inEncoding);
+TOOLBOX_MUST_USE CFStringRef CFStringCreateWithCString(CFAllocatorRef inAllocator, const char* inText,
+                                                       CFStringEncoding inEncoding);
+TOOLBOX_MUST_USE CFStringRef CFStringCreateWithPascalString(CFAllocatorRef inAllocator,
+                                                            ConstStr255Param inText,
+                                                            CFStringEncoding inEncoding);
 // An external representation, such as the contents of a file, may begin with a byte order mark, which is
 // dropped: of UTF-8, and of Unicode and UTF-32 without a named order, which it tells; without a mark these
 // are big-endian. Else a mark is a character like others, and the order is the host's.
-TOOLBOX_EXPORT CFStringRef CFStringCreateWithBytes(CFAllocatorRef inAllocator, const UInt8* inBytes,
-                                                   CFIndex inByteCount, CFStringEncoding inEncoding,
-                                                   Boolean inIsExternalRepresentation);
+TOOLBOX_MUST_USE CFStringRef CFStringCreateWithBytes(CFAllocatorRef inAllocator, const UInt8* inBytes,
+                                                     CFIndex inByteCount, CFStringEncoding inEncoding,
+                                                     Boolean inIsExternalRepresentation);
 // Any UTF-16 units, surrogates without partners included.
-TOOLBOX_EXPORT CFStringRef CFStringCreateWithCharacters(CFAllocatorRef inAllocator,
-                                                        const UniChar* inCharacters, CFIndex inLength);
+TOOLBOX_MUST_USE CFStringRef CFStringCreateWithCharacters(CFAllocatorRef inAllocator,
+                                                          const UniChar* inCharacters, CFIndex inLength);
 // Null also when the range is not inside the string.
-TOOLBOX_EXPORT CFStringRef CFStringCreateWithSubstring(CFAllocatorRef inAllocator, CFStringRef inString,
-                                                       CFRange inRange);
+TOOLBOX_MUST_USE CFStringRef CFStringCreateWithSubstring(CFAllocatorRef inAllocator, CFStringRef inString,
+                                                         CFRange inRange);
 // The same object with a count more; of a mutable string, a new one that does not change with it.
-TOOLBOX_EXPORT CFStringRef CFStringCreateCopy(CFAllocatorRef inAllocator, CFStringRef inString);
+TOOLBOX_MUST_USE CFStringRef CFStringCreateCopy(CFAllocatorRef inAllocator, CFStringRef inString);
 
 // From here on a null string is the caller's mistake, and not caught.
 TOOLBOX_EXPORT CFIndex CFStringGetLength(CFStringRef inString);

@@ -31,12 +31,12 @@ TOOLBOX_EXTERN_C_BEGIN
 
 // Null when the format is null or its numbered arguments are not as said, when the result would pass 2^31
 // units in one directive, or when memory is short. No format options are known: null, else ignored.
-TOOLBOX_EXPORT CFStringRef CFStringCreateWithFormat(CFAllocatorRef inAllocator, CFDictionaryRef inOptions,
-                                                    CFStringRef inFormat, ...);
+TOOLBOX_MUST_USE CFStringRef CFStringCreateWithFormat(CFAllocatorRef inAllocator, CFDictionaryRef inOptions,
+                                                      CFStringRef inFormat, ...);
 // inArguments is spent afterwards, as by vprintf.
-TOOLBOX_EXPORT CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef inAllocator,
-                                                                CFDictionaryRef inOptions,
-                                                                CFStringRef inFormat, va_list inArguments);
+TOOLBOX_MUST_USE CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef inAllocator,
+                                                                  CFDictionaryRef inOptions,
+                                                                  CFStringRef inFormat, va_list inArguments);
 TOOLBOX_EXPORT void CFStringAppendFormat(CFMutableStringRef ioString, CFDictionaryRef inOptions,
                                          CFStringRef inFormat, ...);
 TOOLBOX_EXPORT void CFStringAppendFormatAndArguments(CFMutableStringRef ioString, CFDictionaryRef inOptions,

@@ -36,41 +36,43 @@ TOOLBOX_EXPORT CFTypeID CFURLGetTypeID(void);
 //                          cannot stand in a URL, and percent signs that begin no escape, are escaped.
 //   CFURLCreateWithString  null also for a text that needs escapes; see
 //                          CFURLCreateStringByAddingPercentEscapes
-TOOLBOX_EXPORT CFURLRef CFURLCreateWithBytes(CFAllocatorRef inAllocator, const UInt8* inBytes,
-                                             CFIndex inByteCount, CFStringEncoding inEncoding,
-                                             CFURLRef inBaseURL);
-TOOLBOX_EXPORT CFURLRef CFURLCreateWithString(CFAllocatorRef inAllocator, CFStringRef inText,
-                                              CFURLRef inBaseURL);
+TOOLBOX_MUST_USE CFURLRef CFURLCreateWithBytes(CFAllocatorRef inAllocator, const UInt8* inBytes,
+                                               CFIndex inByteCount, CFStringEncoding inEncoding,
+                                               CFURLRef inBaseURL);
+TOOLBOX_MUST_USE CFURLRef CFURLCreateWithString(CFAllocatorRef inAllocator, CFStringRef inText,
+                                                CFURLRef inBaseURL);
 
 // The file URL of a path; a relative one starts at the current folder as it is now. Null for an empty path,
 // an unknown style, and when there is no current folder. Whether anything is there is not looked up:
 // inIsDirectory tells if it is a folder's, as does a slash at the end.
 //   CFURLCreateFromFileSystemRepresentation  a POSIX path of inByteCount bytes, or up to a NUL before
-TOOLBOX_EXPORT CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef inAllocator, CFStringRef inPath,
-                                                      CFURLPathStyle inStyle, Boolean inIsDirectory);
-TOOLBOX_EXPORT CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef inAllocator,
-                                                                const UInt8* inPath, CFIndex inByteCount,
-                                                                Boolean inIsDirectory);
+TOOLBOX_MUST_USE CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef inAllocator, CFStringRef inPath,
+                                                        CFURLPathStyle inStyle, Boolean inIsDirectory);
+TOOLBOX_MUST_USE CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef inAllocator,
+                                                                  const UInt8* inPath, CFIndex inByteCount,
+                                                                  Boolean inIsDirectory);
 
 // The item's URL where it is now. Null when it is gone or inRef is no reference.
-TOOLBOX_EXPORT CFURLRef CFURLCreateFromFSRef(CFAllocatorRef inAllocator, const FSRef* inRef);
+TOOLBOX_MUST_USE CFURLRef CFURLCreateFromFSRef(CFAllocatorRef inAllocator, const FSRef* inRef);
 // False, outRef untouched, when nothing is there or the URL is no file's.
 TOOLBOX_EXPORT Boolean CFURLGetFSRef(CFURLRef inURL, FSRef* outRef);
 
 // The URL with a component more, or without its last. The component is a name, or several with slashes
 // between, without escapes; slashes around it do not count. Query and fragment are dropped. Deleting from the
 // root changes nothing; from a path that ends in "." or "..", adds "..".
-TOOLBOX_EXPORT CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef inAllocator, CFURLRef inURL,
-                                                              CFStringRef inComponent, Boolean inIsDirectory);
-TOOLBOX_EXPORT CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef inAllocator, CFURLRef inURL);
+TOOLBOX_MUST_USE CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef inAllocator, CFURLRef inURL,
+                                                                CFStringRef inComponent,
+                                                                Boolean inIsDirectory);
+TOOLBOX_MUST_USE CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef inAllocator,
+                                                                   CFURLRef inURL);
 
 // Parts, without escapes; the caller releases them. Null when they are no text.
 //   CFURLCopyLastPathComponent  "/" of the root; empty when the URL has no path
 //   CFURLCopyFileSystemPath     of any scheme; without a slash at the end, but for the root. Null when the
 //   URL
 //                               has no path, the style is unknown or cannot express it, a name holds NUL.
-TOOLBOX_EXPORT CFStringRef CFURLCopyLastPathComponent(CFURLRef inURL);
-TOOLBOX_EXPORT CFStringRef CFURLCopyFileSystemPath(CFURLRef inURL, CFURLPathStyle inStyle);
+TOOLBOX_MUST_USE CFStringRef CFURLCopyLastPathComponent(CFURLRef inURL);
+TOOLBOX_MUST_USE CFStringRef CFURLCopyFileSystemPath(CFURLRef inURL, CFURLPathStyle inStyle);
 
 // The POSIX path as bytes with a terminating NUL. False, leaving the buffer as it was, when they do not fit
 // into inMaxByteCount, the URL is no file's or a name holds NUL. URLs are absolute: there is nothing to
@@ -87,15 +89,14 @@ TOOLBOX_EXPORT Boolean CFURLHasDirectoryPath(CFURLRef inURL);
 // Adding: characters that cannot stand in a URL, and those of inLegalCharactersToBeEscaped, become the
 // escaped bytes of inEncoding; those of inCharactersToLeaveUnescaped stay. A percent sign is such a
 // character. Null for text that the encoding cannot hold. Both lists are of ASCII characters and may be null.
-TOOLBOX_EXPORT CFStringRef CFURLCreateStringByAddingPercentEscapes(CFAllocatorRef inAllocator,
-                                                                   CFStringRef inText,
-                                                                   CFStringRef inCharactersToLeaveUnescaped,
-                                                                   CFStringRef inLegalCharactersToBeEscaped,
-                                                                   CFStringEncoding inEncoding);
+TOOLBOX_MUST_USE CFStringRef CFURLCreateStringByAddingPercentEscapes(CFAllocatorRef inAllocator,
+                                                                     CFStringRef inText,
+                                                                     CFStringRef inCharactersToLeaveUnescaped,
+                                                                     CFStringRef inLegalCharactersToBeEscaped,
+                                                                     CFStringEncoding inEncoding);
 // Replacing: escapes become the characters whose UTF-8 they are, but for those of inCharactersToLeaveEscaped
 // (ASCII); a null list leaves all, an empty one none. Null when an escape is cut short or they are not UTF-8.
-TOOLBOX_EXPORT CFStringRef CFURLCreateStringByReplacingPercentEscapes(CFAllocatorRef inAllocator,
-                                                                      CFStringRef inText,
-                                                                      CFStringRef inCharactersToLeaveEscaped);
+TOOLBOX_MUST_USE CFStringRef CFURLCreateStringByReplacingPercentEscapes(
+    CFAllocatorRef inAllocator, CFStringRef inText, CFStringRef inCharactersToLeaveEscaped);
 
 TOOLBOX_EXTERN_C_END

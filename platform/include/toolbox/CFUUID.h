@@ -28,14 +28,14 @@ typedef struct CFUUIDBytes {
 
 TOOLBOX_EXPORT CFTypeID CFUUIDGetTypeID(void);
 // A new one, of random bytes (version 4). Null when the system gives none or memory is short.
-TOOLBOX_EXPORT CFUUIDRef CFUUIDCreate(CFAllocatorRef inAllocator);
+TOOLBOX_MUST_USE CFUUIDRef CFUUIDCreate(CFAllocatorRef inAllocator);
 // Any bytes. Null when memory is short.
-TOOLBOX_EXPORT CFUUIDRef CFUUIDCreateFromUUIDBytes(CFAllocatorRef inAllocator, CFUUIDBytes inBytes);
+TOOLBOX_MUST_USE CFUUIDRef CFUUIDCreateFromUUIDBytes(CFAllocatorRef inAllocator, CFUUIDBytes inBytes);
 // From 68753A44-4D6F-1226-9C60-0050E4C00067, in either case. Null when it is anything else, the string is
 // null, or memory is short.
-TOOLBOX_EXPORT CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef inAllocator, CFStringRef inText);
+TOOLBOX_MUST_USE CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef inAllocator, CFStringRef inText);
 // In that form, in capitals. Null when memory is short.
-TOOLBOX_EXPORT CFStringRef CFUUIDCreateString(CFAllocatorRef inAllocator, CFUUIDRef inUUID);
+TOOLBOX_MUST_USE CFStringRef CFUUIDCreateString(CFAllocatorRef inAllocator, CFUUIDRef inUUID);
 TOOLBOX_EXPORT CFUUIDBytes CFUUIDGetUUIDBytes(CFUUIDRef inUUID);
 
 TOOLBOX_EXTERN_C_END

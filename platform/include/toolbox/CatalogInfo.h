@@ -77,14 +77,14 @@ typedef struct FSCatalogInfo {
 //   outSpec       the item by volume, folder and name
 //   outParentRef  the folder that the item is in; 80 zero bytes for a volume's root folder
 // paramErr for bits that are not named above, and for bits without outInfo.
-TOOLBOX_EXPORT OSErr FSGetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo,
-                                      FSCatalogInfo* outInfo, HFSUniStr255* outName, FSSpec* outSpec,
-                                      FSRef* outParentRef);
+TOOLBOX_MUST_USE OSErr FSGetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo,
+                                        FSCatalogInfo* outInfo, HFSUniStr255* outName, FSSpec* outSpec,
+                                        FSRef* outParentRef);
 
 // Sets the parts asked for; of those above only kFSCatInfoPermissions can be set, and of the permissions only
 // the lower 12 bits of the mode: owner, group and kind stay what they are. permErr when the item is another
 // user's, paramErr for other bits.
-TOOLBOX_EXPORT OSErr FSSetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo,
-                                      const FSCatalogInfo* inInfo);
+TOOLBOX_MUST_USE OSErr FSSetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo,
+                                        const FSCatalogInfo* inInfo);
 
 TOOLBOX_EXTERN_C_END

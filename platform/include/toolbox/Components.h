@@ -28,11 +28,11 @@ typedef struct ComponentDescription {
 // How many registered components match; the one after inPrevious (null: the first) that does, or null.
 TOOLBOX_EXPORT SInt32 CountComponents(const ComponentDescription* inLooking);
 TOOLBOX_EXPORT Component FindNextComponent(Component inPrevious, const ComponentDescription* inLooking);
-TOOLBOX_EXPORT OSErr GetComponentInfo(Component inComponent, ComponentDescription* outDescription);
+TOOLBOX_MUST_USE OSErr GetComponentInfo(Component inComponent, ComponentDescription* outDescription);
 
 // Null when no component matches or it cannot be opened.
-TOOLBOX_EXPORT ComponentInstance OpenDefaultComponent(OSType inType, OSType inSubType);
-TOOLBOX_EXPORT ComponentInstance OpenComponent(Component inComponent);
+TOOLBOX_MUST_USE ComponentInstance OpenDefaultComponent(OSType inType, OSType inSubType);
+TOOLBOX_MUST_USE ComponentInstance OpenComponent(Component inComponent);
 // badComponentInstance for a null instance.
 TOOLBOX_EXPORT OSErr CloseComponent(ComponentInstance inInstance);
 

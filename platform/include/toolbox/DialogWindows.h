@@ -31,7 +31,7 @@ enum {
 // Makes a dialog with a port as large as the DLOG says, whose coordinates begin at 0, 0; what is visible is
 // drawn. The caller disposes of it. inStorage and inBehind: null, they are ignored. Null when a resource is
 // missing or cut off, when the bounds are empty, or when memory is short.
-TOOLBOX_EXPORT DialogRef GetNewDialog(SInt16 inDialogID, void* inStorage, void* inBehind);
+TOOLBOX_MUST_USE DialogRef GetNewDialog(SInt16 inDialogID, void* inStorage, void* inBehind);
 // With its port and items. Null is nothing.
 TOOLBOX_EXPORT void DisposeDialog(DialogRef inDialog);
 

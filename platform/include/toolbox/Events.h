@@ -29,7 +29,7 @@ typedef struct EventRecord {
 
 // Adds an event to the end of the queue. When that holds 20 already, the oldest is lost. evtNotEnb, and
 // nothing is added, for a kind above 15 or nullEvent, and when memory is short.
-TOOLBOX_EXPORT OSErr PostEvent(EventKind inKind, UInt32 inMessage);
+TOOLBOX_MUST_USE OSErr PostEvent(EventKind inKind, UInt32 inMessage);
 
 // The first event of the kinds that inMask names; true when there is one. Otherwise outEvent is a null event
 // of this moment. EventAvail leaves the event in the queue, GetNextEvent takes it out. outEvent must not be

@@ -38,11 +38,12 @@ typedef FSSpec* FSSpecPtr;
 //   inName     one name, without a path; null or empty names the folder, which then becomes a name in the
 //              folder above it
 // fnfErr when no such item is there: outSpec is good then. It is untouched on any other failure.
-TOOLBOX_EXPORT OSErr FSMakeFSSpec(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName, FSSpec* outSpec);
+TOOLBOX_MUST_USE OSErr FSMakeFSSpec(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName,
+                                    FSSpec* outSpec);
 
 // A reference to the item; outRef is untouched on failure. The name is looked for as it is, then without
 // regard to case and to the form of composed characters. The last name of a link is followed. fnfErr when it
 // is not there.
-TOOLBOX_EXPORT OSErr FSpMakeFSRef(const FSSpec* inSpec, FSRef* outRef);
+TOOLBOX_MUST_USE OSErr FSpMakeFSRef(const FSSpec* inSpec, FSRef* outRef);
 
 TOOLBOX_EXTERN_C_END

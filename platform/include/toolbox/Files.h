@@ -33,13 +33,13 @@ typedef struct HFSUniStr255 {
 //   outRef          untouched on failure
 //   outIsDirectory  may be null; untouched on failure
 // fnfErr when nothing is there, dirNFErr when a folder on the way is missing or is no folder.
-TOOLBOX_EXPORT OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory);
+TOOLBOX_MUST_USE OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory);
 
 // The item's path now, absolute. Of an item with several paths, the one found last.
 //   outPath         untouched on failure
 //   inMaxPathSize   bytes that outPath holds, the terminating NUL included
 // pathTooLongErr when they are too few, fnfErr when the item is gone, errFSBadFSRef when inRef is no
 // reference.
-TOOLBOX_EXPORT OSStatus FSRefMakePath(const FSRef* inRef, UInt8* outPath, UInt32 inMaxPathSize);
+TOOLBOX_MUST_USE OSStatus FSRefMakePath(const FSRef* inRef, UInt8* outPath, UInt32 inMaxPathSize);
 
 TOOLBOX_EXTERN_C_END

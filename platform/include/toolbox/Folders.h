@@ -77,10 +77,10 @@ enum {
 // Beside what the File Manager answers: fnfErr when the folder is missing and not to be made, when there is
 // no such type, when the domain has none, or when no home folder is known; nsvErr for what is no domain or
 // volume; errFSNotAFolder when something else has its place; paramErr for a null output.
-TOOLBOX_EXPORT OSErr FSFindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, FSRef* outFolder);
+TOOLBOX_MUST_USE OSErr FSFindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, FSRef* outFolder);
 
 // The same, answered by volume and folder id. Either output may be null.
-TOOLBOX_EXPORT OSErr FindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, SInt16* outVolume,
-                                UInt32* outFolderID);
+TOOLBOX_MUST_USE OSErr FindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, SInt16* outVolume,
+                                  UInt32* outFolderID);
 
 TOOLBOX_EXTERN_C_END

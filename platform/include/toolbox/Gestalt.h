@@ -43,6 +43,6 @@ enum {
 };
 
 // The answer to a selector. outResponse is untouched on failure. On any thread. paramErr for a null argument.
-TOOLBOX_EXPORT OSErr Gestalt(OSType inSelector, SInt32* outResponse);
+TOOLBOX_MUST_USE OSErr Gestalt(OSType inSelector, SInt32* outResponse);
 
 TOOLBOX_EXTERN_C_END

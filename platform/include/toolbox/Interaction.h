@@ -13,7 +13,7 @@
 TOOLBOX_EXTERN_C_BEGIN
 
 // A token, greater than 0 and never given twice. 0, and no suppression, when there is no memory.
-TOOLBOX_EXPORT long BeginUserInteractionSuppression(void);
+TOOLBOX_MUST_USE long BeginUserInteractionSuppression(void);
 // A token that was not given, or has ended, is ignored.
 TOOLBOX_EXPORT void EndUserInteractionSuppression(long inToken);
 TOOLBOX_EXPORT Boolean IsUserInteractionAllowed(void);

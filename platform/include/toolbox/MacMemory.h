@@ -24,10 +24,10 @@ enum { kHandleResourceBit = 0x20, kHandlePurgeableBit = 0x40, kHandleLockedBit =
 
 // A new relocatable block of inByteCount bytes, contents unspecified or zero; neither locked, purgeable nor a
 // resource. Null with memFullErr when it cannot be had.
-TOOLBOX_EXPORT Handle NewHandle(Size inByteCount);
-TOOLBOX_EXPORT Handle NewHandleClear(Size inByteCount);
+TOOLBOX_MUST_USE Handle NewHandle(Size inByteCount);
+TOOLBOX_MUST_USE Handle NewHandleClear(Size inByteCount);
 // A handle whose master pointer is null: the state of a block that was emptied.
-TOOLBOX_EXPORT Handle NewEmptyHandle(void);
+TOOLBOX_MUST_USE Handle NewEmptyHandle(void);
 // Frees block and handle, locked or not. Nothing happens for null.
 TOOLBOX_EXPORT void DisposeHandle(Handle inHandle);
 // Bytes in the block; 0 on failure.
@@ -70,23 +70,23 @@ TOOLBOX_EXPORT void HSetState(Handle inHandle, SInt8 inState);
 //   PtrToXHand   the block becomes a copy of the bytes
 //   PtrAndHand, HandAndHand   the bytes, or the source's block, are appended; both handles may be the same
 // clang-format on
-TOOLBOX_EXPORT OSErr PtrToHand(const void* inSource, Handle* outHandle, Size inByteCount);
-TOOLBOX_EXPORT OSErr HandToHand(Handle* ioHandle);
-TOOLBOX_EXPORT OSErr PtrToXHand(const void* inSource, Handle inDestination, Size inByteCount);
-TOOLBOX_EXPORT OSErr PtrAndHand(const void* inSource, Handle ioHandle, Size inByteCount);
-TOOLBOX_EXPORT OSErr HandAndHand(Handle inSource, Handle ioDestination);
+TOOLBOX_MUST_USE OSErr PtrToHand(const void* inSource, Handle* outHandle, Size inByteCount);
+TOOLBOX_MUST_USE OSErr HandToHand(Handle* ioHandle);
+TOOLBOX_MUST_USE OSErr PtrToXHand(const void* inSource, Handle inDestination, Size inByteCount);
+TOOLBOX_MUST_USE OSErr PtrAndHand(const void* inSource, Handle ioHandle, Size inByteCount);
+TOOLBOX_MUST_USE OSErr HandAndHand(Handle inSource, Handle ioDestination);
 
 // Fixed blocks, aligned for any type. Null with memFullErr when one cannot be had. DisposePtr does nothing
 // for null; the others answer memWZErr for it.
-TOOLBOX_EXPORT Ptr NewPtr(Size inByteCount);
-TOOLBOX_EXPORT Ptr NewPtrClear(Size inByteCount);
+TOOLBOX_MUST_USE Ptr NewPtr(Size inByteCount);
+TOOLBOX_MUST_USE Ptr NewPtrClear(Size inByteCount);
 TOOLBOX_EXPORT void DisposePtr(Ptr inPtr);
 TOOLBOX_EXPORT Size GetPtrSize(Ptr inPtr);
 // Never moves the block: it shrinks, and grows again up to the size it was made with; beyond, memFullErr.
 TOOLBOX_EXPORT void SetPtrSize(Ptr inPtr, Size inByteCount);
 
 // Temporary memory: handles like any other. The result is in MemError() and, unless null, *outResult.
-TOOLBOX_EXPORT Handle TempNewHandle(Size inByteCount, OSErr* outResult);
+TOOLBOX_MUST_USE Handle TempNewHandle(Size inByteCount, OSErr* outResult);
 
 // Bytes that could be allocated now, as far as a Size can tell: what the limit leaves, and no more than the
 // memory the system has unused. In total, and in one block. *outGrow, unless null, becomes 0: the heap needs
@@ -97,7 +97,7 @@ TOOLBOX_EXPORT Size TempFreeMem(void);
 TOOLBOX_EXPORT Size TempMaxMem(Size* outGrow);
 
 // The result of this thread's last Memory Manager call.
-TOOLBOX_EXPORT OSErr MemError(void);
+TOOLBOX_MUST_USE OSErr MemError(void);
 
 // Move or clear inByteCount bytes; nothing when it is 0 or less. Source and destination may overlap.
 // BlockMoveData takes every count that a long holds, also more than a Size can tell.

@@ -22,7 +22,7 @@ typedef struct MovieOpenOptions {
 //   inOptions  may be null
 // Also trackNotInMovie when the file has fewer sound tracks, userCanceledErr when shouldStop said so,
 // paramErr for a byteCount that this toolbox does not know or a soundTrack below 0.
-TOOLBOX_EXPORT OSErr NewMovieFromDataRefWithOptions(Movie* outMovie, Handle inDataRef, OSType inDataRefType,
-                                                    const MovieOpenOptions* inOptions);
+TOOLBOX_MUST_USE OSErr NewMovieFromDataRefWithOptions(Movie* outMovie, Handle inDataRef, OSType inDataRefType,
+                                                      const MovieOpenOptions* inOptions);
 
 TOOLBOX_EXTERN_C_END

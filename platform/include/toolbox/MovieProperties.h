@@ -25,7 +25,8 @@
 #include <toolbox/ToolboxExport.h>
 
 // In the framework, not in the toolbox library.
-#define TOOLBOX_FRAMEWORK_EXPORT __attribute__((visibility("default")))
+#define TOOLBOX_FRAMEWORK_EXPORT TOOLBOX_EXPORT
+#define TOOLBOX_FRAMEWORK_MUST_USE TOOLBOX_MUST_USE
 
 TOOLBOX_EXTERN_C_BEGIN
 
@@ -57,7 +58,7 @@ constexpr QTPropertyValueType kPropertyTypeOSType = FourChars("type");
 #endif
 
 // As their namesakes without QT in toolbox/Interaction.h.
-TOOLBOX_FRAMEWORK_EXPORT long QTBeginUserInteractionSuppression(void);
+TOOLBOX_FRAMEWORK_MUST_USE long QTBeginUserInteractionSuppression(void);
 TOOLBOX_FRAMEWORK_EXPORT void QTEndUserInteractionSuppression(long inToken);
 TOOLBOX_FRAMEWORK_EXPORT Boolean QTIsUserInteractionAllowed(void);
 
@@ -69,22 +70,22 @@ TOOLBOX_FRAMEWORK_EXPORT Boolean QTIsUserInteractionAllowed(void);
 // kQTPropertyNotSupportedErr for a class and id that are not in the table, or sound where there is none;
 // kQTPropertyReadOnlyErr when a property that cannot be set is; kQTPropertyBadValueSizeErr; paramErr for a
 // null value, or one that the property cannot have. Nothing is changed on failure.
-TOOLBOX_FRAMEWORK_EXPORT OSStatus QTGetMoviePropertyInfo(Movie inMovie, QTPropertyClass inClass,
-                                                         QTPropertyID inID, QTPropertyValueType* outType,
-                                                         ByteCount* outSize, UInt32* outFlags);
-TOOLBOX_FRAMEWORK_EXPORT OSStatus QTGetMovieProperty(Movie inMovie, QTPropertyClass inClass,
-                                                     QTPropertyID inID, ByteCount inSize, void* outValue,
-                                                     ByteCount* outSizeUsed);
-TOOLBOX_FRAMEWORK_EXPORT OSStatus QTSetMovieProperty(Movie inMovie, QTPropertyClass inClass,
-                                                     QTPropertyID inID, ByteCount inSize,
-                                                     const void* inValue);
-TOOLBOX_FRAMEWORK_EXPORT OSStatus QTGetProcessPropertyInfo(QTPropertyClass inClass, QTPropertyID inID,
-                                                           QTPropertyValueType* outType, ByteCount* outSize,
-                                                           UInt32* outFlags);
-TOOLBOX_FRAMEWORK_EXPORT OSStatus QTGetProcessProperty(QTPropertyClass inClass, QTPropertyID inID,
-                                                       ByteCount inSize, void* outValue,
+TOOLBOX_FRAMEWORK_MUST_USE OSStatus QTGetMoviePropertyInfo(Movie inMovie, QTPropertyClass inClass,
+                                                           QTPropertyID inID, QTPropertyValueType* outType,
+                                                           ByteCount* outSize, UInt32* outFlags);
+TOOLBOX_FRAMEWORK_MUST_USE OSStatus QTGetMovieProperty(Movie inMovie, QTPropertyClass inClass,
+                                                       QTPropertyID inID, ByteCount inSize, void* outValue,
                                                        ByteCount* outSizeUsed);
-TOOLBOX_FRAMEWORK_EXPORT OSStatus QTSetProcessProperty(QTPropertyClass inClass, QTPropertyID inID,
-                                                       ByteCount inSize, const void* inValue);
+TOOLBOX_FRAMEWORK_MUST_USE OSStatus QTSetMovieProperty(Movie inMovie, QTPropertyClass inClass,
+                                                       QTPropertyID inID, ByteCount inSize,
+                                                       const void* inValue);
+TOOLBOX_FRAMEWORK_MUST_USE OSStatus QTGetProcessPropertyInfo(QTPropertyClass inClass, QTPropertyID inID,
+                                                             QTPropertyValueType* outType, ByteCount* outSize,
+                                                             UInt32* outFlags);
+TOOLBOX_FRAMEWORK_MUST_USE OSStatus QTGetProcessProperty(QTPropertyClass inClass, QTPropertyID inID,
+                                                         ByteCount inSize, void* outValue,
+                                                         ByteCount* outSizeUsed);
+TOOLBOX_FRAMEWORK_MUST_USE OSStatus QTSetProcessProperty(QTPropertyClass inClass, QTPropertyID inID,
+                                                         ByteCount inSize, const void* inValue);
 
 TOOLBOX_EXTERN_C_END

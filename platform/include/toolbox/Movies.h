@@ -37,7 +37,7 @@ TOOLBOX_EXPORT void ExitMovies(void);
 // The first failure, on any thread, of opening a movie, of an access key, or of reading the access keys in
 // EnterMovies, since it was last cleared; noErr when there was none. While the toolbox is not entered:
 // movieToolboxUninitialized, which clearing does not change.
-TOOLBOX_EXPORT OSErr GetMoviesStickyError(void);
+TOOLBOX_MUST_USE OSErr GetMoviesStickyError(void);
 TOOLBOX_EXPORT void ClearMoviesStickyError(void);
 
 // Opens what the data reference names. The only data reference type known is "alis", an alias record; another
@@ -47,8 +47,8 @@ TOOLBOX_EXPORT void ClearMoviesStickyError(void);
 // cantFindHandler when no importer reads the file, couldNotResolveDataRef when the alias names nothing,
 // invalidMovie when the file is of a known kind but damaged beyond reading, memFullErr, paramErr for a null
 // argument, or a file status.
-TOOLBOX_EXPORT OSErr NewMovieFromDataRef(Movie* outMovie, SInt16 inFlags, SInt16* ioResID, Handle inDataRef,
-                                         OSType inDataRefType);
+TOOLBOX_MUST_USE OSErr NewMovieFromDataRef(Movie* outMovie, SInt16 inFlags, SInt16* ioResID, Handle inDataRef,
+                                           OSType inDataRefType);
 TOOLBOX_EXPORT void DisposeMovie(Movie inMovie);
 
 // The presented length of the longest track, in the movie's time scale, rounded to nearest. Pinned at the
@@ -78,8 +78,8 @@ TOOLBOX_EXPORT void GetMediaSampleDescription(Media inMedia, SInt32 inIndex, Han
 // media type other than "soun", a null description or one of fewer than 36 bytes; badFormat for another
 // output format, or a rate with a fraction; badComponentInstance for null, badComponentSelector for another
 // kind of component. After a failure the format before stays.
-TOOLBOX_EXPORT ComponentResult MovieExportSetSampleDescription(MovieExportComponent inExporter,
-                                                               Handle inDescription, OSType inMediaType);
+TOOLBOX_MUST_USE ComponentResult MovieExportSetSampleDescription(MovieExportComponent inExporter,
+                                                                 Handle inDescription, OSType inMediaType);
 // Renders inDuration units from inStart, in the movie's time scale, into ioHandle as a sound resource of
 // format 1 with one buffer command: 84 bytes of header, then the frames. Fewer frames at the end of the
 // sound, none where there is no sound. A packet that cannot be read or decoded becomes silence of its own
@@ -96,8 +96,8 @@ TOOLBOX_EXPORT ComponentResult MovieExportSetSampleDescription(MovieExportCompon
 //
 // noCodecErr when the sound's decoder is missing, badFormat when the sound is encrypted, memFullErr,
 // paramErr.
-TOOLBOX_EXPORT ComponentResult MovieExportToHandle(MovieExportComponent inExporter, Handle ioHandle,
-                                                   Movie inMovie, Track inTrack, TimeValue inStart,
-                                                   TimeValue inDuration);
+TOOLBOX_MUST_USE ComponentResult MovieExportToHandle(MovieExportComponent inExporter, Handle ioHandle,
+                                                     Movie inMovie, Track inTrack, TimeValue inStart,
+                                                     TimeValue inDuration);
 
 TOOLBOX_EXTERN_C_END

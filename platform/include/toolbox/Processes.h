@@ -37,12 +37,12 @@ typedef struct ProcessInfoRec {
 } ProcessInfoRec;
 
 // The serial number of this process. paramErr for a null argument.
-TOOLBOX_EXPORT OSErr GetCurrentProcess(ProcessSerialNumber* outNumber);
+TOOLBOX_MUST_USE OSErr GetCurrentProcess(ProcessSerialNumber* outNumber);
 
 // What there is to know of this process, by its serial number or { 0, kCurrentProcess }. procNotFound for any
 // other; paramErr for a null argument or another length; when the program's file is asked for, what the File
 // Manager answers about it. Nothing is filled then.
-TOOLBOX_EXPORT OSErr GetProcessInformation(const ProcessSerialNumber* inNumber, ProcessInfoRec* ioInfo);
+TOOLBOX_MUST_USE OSErr GetProcessInformation(const ProcessSerialNumber* inNumber, ProcessInfoRec* ioInfo);
 
 // Ends the process with exit status 0: resource files are updated and closed, then everything that was
 // registered to run at exit runs. Does not return.

@@ -79,8 +79,8 @@ typedef UInt8 Style;
 //   outPort          null on failure
 typedef void* CTabHandle;
 typedef void* GDHandle;
-TOOLBOX_EXPORT OSErr NewGWorld(GWorldPtr* outPort, SInt16 inDepth, const Rect* inBounds, CTabHandle inColors,
-                               GDHandle inDevice, UInt32 inFlags);
+TOOLBOX_MUST_USE OSErr NewGWorld(GWorldPtr* outPort, SInt16 inDepth, const Rect* inBounds,
+                                 CTabHandle inColors, GDHandle inDevice, UInt32 inFlags);
 // Null is nothing. Of the calling thread's current port, there is none afterwards.
 TOOLBOX_EXPORT void DisposeGWorld(GWorldPtr inPort);
 

@@ -46,23 +46,23 @@ enum {
 enum { fsCurPerm = 0, fsRdPerm = 1, fsWrPerm = 2, fsRdWrPerm = 3 };
 
 // The result of this thread's last Resource Manager call.
-TOOLBOX_EXPORT OSErr ResError(void);
+TOOLBOX_MUST_USE OSErr ResError(void);
 
 // Files.
 
 // An empty resource file in the fork that inForkName names (no characters: the data fork; "RESOURCE_FORK":
 // the resource fork) of an existing file. dupFNErr when the fork has bytes already; errFSForkNotFound for
 // another name. inFlags: 0.
-TOOLBOX_EXPORT OSErr FSCreateResourceFork(const FSRef* inFile, size_t inForkNameLength,
-                                          const UniChar* inForkName, UInt32 inFlags);
+TOOLBOX_MUST_USE OSErr FSCreateResourceFork(const FSRef* inFile, size_t inForkNameLength,
+                                            const UniChar* inForkName, UInt32 inFlags);
 // Opens a fork and makes it the current file. All permissions but fsRdPerm allow changes; whether the system
 // allows them too shows when they are written. A fork that is open for changes already is not opened again:
 // its reference number is answered, and the current file stays. eofErr when the fork is empty or missing.
 //   outRefNum  positive; -1 on failure
-TOOLBOX_EXPORT OSErr FSOpenResourceFile(const FSRef* inFile, size_t inForkNameLength,
-                                        const UniChar* inForkName, SInt8 inPermission, SInt16* outRefNum);
+TOOLBOX_MUST_USE OSErr FSOpenResourceFile(const FSRef* inFile, size_t inForkNameLength,
+                                          const UniChar* inForkName, SInt8 inPermission, SInt16* outRefNum);
 // The same for the resource fork; returns the reference number, or -1.
-TOOLBOX_EXPORT SInt16 FSOpenResFile(const FSRef* inFile, SInt8 inPermission);
+TOOLBOX_MUST_USE SInt16 FSOpenResFile(const FSRef* inFile, SInt8 inPermission);
 // Updates the file, gives up its handles and closes it. It is closed also when updating fails, which ResError
 // tells. When it was the current file, the one opened before it becomes current.
 TOOLBOX_EXPORT void CloseResFile(SInt16 inRefNum);

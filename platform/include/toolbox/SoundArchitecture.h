@@ -21,6 +21,6 @@ constexpr OSType kSoundArchitectureSoundManager = FourChars("smgr");
 
 TOOLBOX_EXPORT OSType GetSoundArchitecture(void);
 // Until the toolbox is next restarted. paramErr for anything but the two.
-TOOLBOX_EXPORT OSErr SetSoundArchitecture(OSType inArchitecture);
+TOOLBOX_MUST_USE OSErr SetSoundArchitecture(OSType inArchitecture);
 
 TOOLBOX_EXTERN_C_END

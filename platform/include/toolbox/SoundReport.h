@@ -30,14 +30,15 @@ typedef struct MovieSoundReport {
 } MovieSoundReport;
 
 // paramErr for a null argument. A movie without sound gives format 0 and zeros.
-TOOLBOX_EXPORT OSErr GetMovieSoundReport(Movie inMovie, MovieSoundReport* outReport);
+TOOLBOX_MUST_USE OSErr GetMovieSoundReport(Movie inMovie, MovieSoundReport* outReport);
 
 // The presented length of the longest track in frames of inRateHz, not limited to 32 bits.
 TOOLBOX_EXPORT SInt64 GetMovieDuration64(Movie inMovie, UInt32 inRateHz);
 
 // As MovieExportToHandle, with 64-bit times.
-TOOLBOX_EXPORT ComponentResult MovieExportToHandle64(MovieExportComponent inExporter, Handle ioHandle, Movie inMovie,
-                                                     Track inTrack, SInt64 inStart, SInt64 inDuration);
+TOOLBOX_MUST_USE ComponentResult MovieExportToHandle64(MovieExportComponent inExporter, Handle ioHandle,
+                                                       Movie inMovie, Track inTrack, SInt64 inStart,
+                                                       SInt64 inDuration);
 
 // Why the last NewMovieFromDataRef on this thread failed, for people, one line without the file's name; "" when it
 // did not. Good until this thread opens another movie.

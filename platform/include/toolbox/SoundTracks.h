@@ -21,6 +21,6 @@ typedef struct MovieSoundTrackInfo {
 TOOLBOX_EXPORT SInt32 GetMovieSoundTrackCount(Movie inMovie);
 // inIndex from 1, in file order: the number that MovieOpenOptions takes. paramErr for a null argument,
 // trackNotInMovie for an index out of range; outInfo is then unchanged.
-TOOLBOX_EXPORT OSErr GetMovieIndSoundTrackInfo(Movie inMovie, SInt32 inIndex, MovieSoundTrackInfo* outInfo);
+TOOLBOX_MUST_USE OSErr GetMovieIndSoundTrackInfo(Movie inMovie, SInt32 inIndex, MovieSoundTrackInfo* outInfo);
 
 TOOLBOX_EXTERN_C_END

@@ -25,9 +25,9 @@ TOOLBOX_EXPORT TextEncoding GetApplicationTextEncoding(void);
 // An encoding is chosen when it holds the whole text in the room there is. When none does, length and
 // encoding are left alone and outText is unspecified: kTECOutputBufferFullStatus when one would hold it in
 // more room, kTECUnmappableElementErr otherwise. paramErr for another null argument.
-TOOLBOX_EXPORT OSStatus GetTextAndEncodingFromCFString(CFStringRef inString, UInt8* outText,
-                                                       ByteCount inTextMaxLength, ByteCount* outTextLength,
-                                                       TextEncoding* outEncoding);
+TOOLBOX_MUST_USE OSStatus GetTextAndEncodingFromCFString(CFStringRef inString, UInt8* outText,
+                                                         ByteCount inTextMaxLength, ByteCount* outTextLength,
+                                                         TextEncoding* outEncoding);
 
 // C string to Pascal string, cut at 255 bytes; the two may overlap. Null text is empty.
 TOOLBOX_EXPORT void c2pstrcpy(StringPtr outPascal, const char* inText);

@@ -41,9 +41,9 @@ enum {
 // first, from the strongest difference down. Capitals come after small letters.
 // paramErr for null text of more than no units, for both results null, and for 2^31 units or more; memFullErr
 // when memory is short. The results are left alone then.
-TOOLBOX_EXPORT OSStatus UCCompareTextDefault(UCCollateOptions inOptions, const UniChar* inText1,
-                                             UniCharCount inLength1, const UniChar* inText2,
-                                             UniCharCount inLength2, Boolean* outEquivalent,
-                                             SInt32* outOrder);
+TOOLBOX_MUST_USE OSStatus UCCompareTextDefault(UCCollateOptions inOptions, const UniChar* inText1,
+                                               UniCharCount inLength1, const UniChar* inText2,
+                                               UniCharCount inLength2, Boolean* outEquivalent,
+                                               SInt32* outOrder);
 
 TOOLBOX_EXTERN_C_END

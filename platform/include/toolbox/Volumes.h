@@ -63,6 +63,6 @@ typedef HParamBlockRec* HParmBlkPtr;
 // Fills a volume's parameters. The volume of reference number 0 is the first. Its name is that of the folder
 // where it is mounted, "/" for the first. nsvErr when there is no such volume (any more); else as in Files.h.
 // On failure only ioResult is set. Null answers paramErr.
-TOOLBOX_EXPORT OSErr PBHGetVInfoSync(HParmBlkPtr ioBlock);
+TOOLBOX_MUST_USE OSErr PBHGetVInfoSync(HParmBlkPtr ioBlock);
 
 TOOLBOX_EXTERN_C_END

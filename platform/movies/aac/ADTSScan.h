@@ -39,6 +39,6 @@ inline bool KeepsHeader(const ADTSHeader& inHeader) {
 //   - A frame that another one begins in was cut: what is there of it stays a packet, so that time goes on.
 //   - A last frame that the file's end cuts stays a packet, too.
 // cantFindHandler: not raw AAC. invalidMovie: it changes format too often to be sound. ioErr.
-OSStatus ScanADTS(const MediaFile& inFile, ADTSFrames& outFrames);
+[[nodiscard]] OSStatus ScanADTS(const MediaFile& inFile, ADTSFrames& outFrames);
 
 }  // namespace toolbox::movies

@@ -16,13 +16,13 @@ class SoundExporter final : public OpaqueComponentInstance {
 
     // inDescription: a sample description of at least 36 bytes. badFormat unless it asks for "twos", version
     // 0, two channels of 16 bits, at a whole rate of 1 Hz or more; then the format before stays.
-    OSStatus SetFormat(Handle inDescription);
+    [[nodiscard]] OSStatus SetFormat(Handle inDescription);
 
     // Renders the frames that play in [inStart, inStart + inDuration), in the movie's time scale, both >= 0.
     // inTrack: one of the movie's. On failure the handle's contents are unspecified. Throws std::bad_alloc,
     // after which only Forget and destruction are left.
-    OSStatus Export(Handle ioHandle, const OpaqueMovie& inMovie, const OpaqueTrack* inTrack,
-                    std::int64_t inStart, std::int64_t inDuration);
+    [[nodiscard]] OSStatus Export(Handle ioHandle, const OpaqueMovie& inMovie, const OpaqueTrack* inTrack,
+                                  std::int64_t inStart, std::int64_t inDuration);
     // Lets go of the sound rendered last.
     void Forget() { mRenderer.reset(); }
 

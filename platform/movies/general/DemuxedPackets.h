@@ -8,8 +8,8 @@
 namespace toolbox::movies::general {
 
 // Readers read on from packet to packet; going back opens the file anew and reads from its beginning.
-std::shared_ptr<const PacketStore> NewDemuxedPackets(std::shared_ptr<const ByteSource> inSource,
-                                                     const ImportOptions& inOptions,
-                                                     std::uint32_t inPacketCount);
+[[nodiscard]] std::shared_ptr<const PacketStore> NewDemuxedPackets(std::shared_ptr<const ByteSource> inSource,
+                                                                   const ImportOptions& inOptions,
+                                                                   std::uint32_t inPacketCount);
 
 }  // namespace toolbox::movies::general

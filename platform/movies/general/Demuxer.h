@@ -21,8 +21,9 @@ class Demuxer {
   public:
     // inOptions chooses the sound stream. cantFindHandler when no demuxer of ours knows the file;
     // invalidMovie when one does and cannot read it; ioErr.
-    static OSStatus Open(std::shared_ptr<const ByteSource> inSource, const ImportOptions& inOptions,
-                         std::unique_ptr<Demuxer>& outDemuxer, std::string& outProblem);
+    [[nodiscard]] static OSStatus Open(std::shared_ptr<const ByteSource> inSource,
+                                       const ImportOptions& inOptions, std::unique_ptr<Demuxer>& outDemuxer,
+                                       std::string& outProblem);
     ~Demuxer();
     Demuxer(const Demuxer&) = delete;
     Demuxer& operator=(const Demuxer&) = delete;
@@ -43,13 +44,13 @@ class Demuxer {
 
     // The next packet of the sound stream or, unless discarded, of a stream of pictures. The caller unrefs
     // it. eofErr at the end, which includes content that cannot be read any further; ioErr; memFullErr.
-    OSStatus Next(AVPacket& outPacket);
+    [[nodiscard]] OSStatus Next(AVPacket& outPacket);
 
   private:
     Demuxer(std::shared_ptr<const ByteSource> inSource, const ImportOptions& inOptions)
         : mSource(std::move(inSource)), mOptions(inOptions) {}
-    OSStatus OpenInput(std::string& outProblem);
-    OSStatus OpenAs(const AVInputFormat& inFormat, std::string& outProblem);
+    [[nodiscard]] OSStatus OpenInput(std::string& outProblem);
+    [[nodiscard]] OSStatus OpenAs(const AVInputFormat& inFormat, std::string& outProblem);
     void SortStreams();
     bool IsChosen(const AVStream& inStream) const;
     static int ReadBytes(void* inDemuxer, std::uint8_t* outBytes, int inCount);

@@ -22,6 +22,6 @@ SoundFormat DescribedFormat(const AVCodecParameters& inParameters);
 // Reads on from where the demuxer is. The decoder is given what a SoundFormat says and no more, as it will be
 // when the sound is rendered. noSoundTrackInMovieErr: no stream of sound; invalidMovie: a decoder there is,
 // but none of the first packets decodes.
-OSStatus LearnSoundStart(Demuxer& ioDemuxer, SoundStart& outStart, std::string& outProblem);
+[[nodiscard]] OSStatus LearnSoundStart(Demuxer& ioDemuxer, SoundStart& outStart, std::string& outProblem);
 
 }  // namespace toolbox::movies::general

@@ -12,7 +12,7 @@ namespace toolbox::movies::general {
 // decoded once, so that the length announced is the length decoded. What the codec or the container says is
 // delay and padding is trimmed. Time stamps are not otherwise looked at: sound begins with the first packet
 // and goes on without gaps. Results as ImportFunction; may throw std::bad_alloc.
-OSStatus SurveyMovie(const std::shared_ptr<const ByteSource>& inSource, ImportedMovie& outMovie,
-                     std::string& outProblem, const ImportOptions& inOptions);
+[[nodiscard]] OSStatus SurveyMovie(const std::shared_ptr<const ByteSource>& inSource, ImportedMovie& outMovie,
+                                   std::string& outProblem, const ImportOptions& inOptions);
 
 }  // namespace toolbox::movies::general

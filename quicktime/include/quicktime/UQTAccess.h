@@ -12,8 +12,8 @@
 class MIRTAL_EXPORT UQTAccess {
   public:
     // The toolbox's own status.
-    static OSErr Register(char const* inKeyType, char const* inKey, bool inSystemWide);
-    static OSErr Unregister(char const* inKeyType, char const* inKey, bool inSystemWide);
+    [[nodiscard]] static OSErr Register(char const* inKeyType, char const* inKey, bool inSystemWide);
+    [[nodiscard]] static OSErr Unregister(char const* inKeyType, char const* inKey, bool inSystemWide);
     // Case does not count, in the way of strncasecmp. False also when the toolbox cannot tell.
     static bool IsRegistered(char const* inKeyType, char const* inKey, bool inSystemWide);
 
@@ -22,7 +22,7 @@ class MIRTAL_EXPORT UQTAccess {
 
     // The process property 'qges', 'snda', a 32-bit value; 0 on failure. The status of
     // UQTProperties::GetProcessProperty.
-    static OSStatus GetSoundManagerArchitecture(unsigned long& outArchitecture);
+    [[nodiscard]] static OSStatus GetSoundManagerArchitecture(unsigned long& outArchitecture);
     // From Core Audio to the Sound Manager, system-wide: the access keys of the type "SoundArchitecture" are
     // changed where they need to be, and the toolbox is then left and entered again, so that it takes notice.
     // Sets the environment variable QuickTimeSafety to OFF, and enters the toolbox if that was not done; it
@@ -30,5 +30,5 @@ class MIRTAL_EXPORT UQTAccess {
     // Entering is counted, and leaving once is no restart for a toolbox that was entered more than once: the
     // keys are changed and the answer is noErr, but every owner plays by the old architecture until all of
     // them have left and one enters anew. Calling again does not help, as no key is left to change.
-    static OSStatus SetSoundManagerArchitecture();
+    [[nodiscard]] static OSStatus SetSoundManagerArchitecture();
 };

@@ -11,7 +11,7 @@
 class MIRTAL_EXPORT UQTInteraction {
   public:
     // The token is for EndSuppress, once, with later ones ended first; 0 when nothing could be suppressed.
-    static long BeginSuppress();
+    [[nodiscard]] static long BeginSuppress();
     static void EndSuppress(long inToken);
     // True where it cannot be suppressed.
     static Boolean IsInteractionAllowed();

@@ -13,19 +13,20 @@
 class MIRTAL_EXPORT UQTProperties {
   public:
     // The value's type, its size in bytes, and what may be done with it.
-    static OSStatus GetMoviePropertyInfo(Movie inMovie, OSType inClass, OSType inID, OSType* outType,
-                                         ByteCount* outSize, UInt32* outFlags);
+    [[nodiscard]] static OSStatus GetMoviePropertyInfo(Movie inMovie, OSType inClass, OSType inID,
+                                                       OSType* outType, ByteCount* outSize, UInt32* outFlags);
     //   inSize       bytes that outValue holds
     //   outSizeUsed  bytes of the value
-    static OSStatus GetMovieProperty(Movie inMovie, OSType inClass, OSType inID, ByteCount inSize,
-                                     void* outValue, ByteCount* outSizeUsed);
-    static OSStatus SetMovieProperty(Movie inMovie, OSType inClass, OSType inID, ByteCount inSize,
-                                     void const* inValue);
+    [[nodiscard]] static OSStatus GetMovieProperty(Movie inMovie, OSType inClass, OSType inID,
+                                                   ByteCount inSize, void* outValue, ByteCount* outSizeUsed);
+    [[nodiscard]] static OSStatus SetMovieProperty(Movie inMovie, OSType inClass, OSType inID,
+                                                   ByteCount inSize, void const* inValue);
 
     // The same of the process.
-    static OSStatus GetProcessPropertyInfo(OSType inClass, OSType inID, OSType* outType, ByteCount* outSize,
-                                           UInt32* outFlags);
-    static OSStatus GetProcessProperty(OSType inClass, OSType inID, ByteCount inSize, void* outValue,
-                                       ByteCount* outSizeUsed);
-    static OSStatus SetProcessProperty(OSType inClass, OSType inID, ByteCount inSize, void const* inValue);
+    [[nodiscard]] static OSStatus GetProcessPropertyInfo(OSType inClass, OSType inID, OSType* outType,
+                                                         ByteCount* outSize, UInt32* outFlags);
+    [[nodiscard]] static OSStatus GetProcessProperty(OSType inClass, OSType inID, ByteCount inSize,
+                                                     void* outValue, ByteCount* outSizeUsed);
+    [[nodiscard]] static OSStatus SetProcessProperty(OSType inClass, OSType inID, ByteCount inSize,
+                                                     void const* inValue);
 };

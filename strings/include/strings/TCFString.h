@@ -47,7 +47,7 @@ class MIRTAL_EXPORT TCFString {
     static CFStringRef EmptyCFString();  // borrowed
 
     CFStringRef StringRef() const;  // borrowed; good while this object holds it
-    CFStringRef Retain() const;     // the caller releases it
+    [[nodiscard]] CFStringRef Retain() const;  // the caller releases it
     long Length() const;
     bool IsEmpty() const;
     UniChar Char(long inIndex) const;  // inIndex must be within the string
@@ -57,7 +57,7 @@ class MIRTAL_EXPORT TCFString {
     // length ends with the string.
     CFRange CheckRange(const CFRange& inRange) const;
     // Exactly that range, which must be within the string.
-    TCFString Substring(long inLocation, long inLength) const;
+    [[nodiscard]] TCFString Substring(long inLocation, long inLength) const;
 
     CFComparisonResult CompareTo(const TCFString& inOther, CFStringCompareFlags inFlags) const;
 
@@ -91,21 +91,21 @@ class MIRTAL_EXPORT TCFString {
     HFSUniStr255& HFSUniStr(HFSUniStr255& outName) const;
     // A name for a file: "_" for every ":". Of text longer than inMaxLength (> 0) the front and the suffix
     // stay, or the front alone when there is no suffix or it is not shorter than inMaxLength.
-    TCFString HFSName(long inMaxLength) const;
+    [[nodiscard]] TCFString HFSName(long inMaxLength) const;
 
     // Strings made from something else.
 
     // With inIsExternalRepresentation the bytes may begin with a byte order mark, which is dropped.
-    static TCFString WithBytes(const unsigned char* inBytes, long inByteCount, CFStringEncoding inEncoding,
-                               bool inIsExternalRepresentation);
+    [[nodiscard]] static TCFString WithBytes(const unsigned char* inBytes, long inByteCount,
+                                             CFStringEncoding inEncoding, bool inIsExternalRepresentation);
     // What CFStringCreateWithFormat makes of the format and the arguments; "%@" is an object.
-    static TCFString CFPrintf(CFStringRef inFormat, ...);
-    static TCFString Int(const unsigned long& inNumber);  // decimal
+    [[nodiscard]] static TCFString CFPrintf(CFStringRef inFormat, ...);
+    [[nodiscard]] static TCFString Int(const unsigned long& inNumber);  // decimal
     // A string of the application's resources, in the default encoding: "STR " inResID for an inIndex below
     // 0, else entry inIndex (from 1) of the list "STR#" inResID. What is not empty is read once and kept for
     // the life of the process. A missing list or entry is empty; a missing "STR " throws LException "nilP".
     // One thread at a time.
-    static TCFString Res(short inResID, short inIndex);
+    [[nodiscard]] static TCFString Res(short inResID, short inIndex);
 
     // Searching. Without flags units compare by value. The empty string is found nowhere.
 
@@ -119,20 +119,21 @@ class MIRTAL_EXPORT TCFString {
     // Replacing. A range is brought inside the string (CheckRange), so one past the end lies before the last
     // unit; but with one whose location or length is negative nothing is replaced.
 
-    TCFString Replace(const CFRange& inRange, const TCFString& inWith) const;
-    TCFString ReplaceSubstring(const TCFString& inFind, const TCFString& inWith,
-                               CFStringCompareFlags inFlags) const;  // what Find finds
-    TCFString FindAndReplace(const TCFString& inFind, const TCFString& inWith, CFRange inRange,
-                             CFStringCompareFlags inFlags) const;  // every occurrence inside inRange
+    [[nodiscard]] TCFString Replace(const CFRange& inRange, const TCFString& inWith) const;
+    [[nodiscard]] TCFString ReplaceSubstring(const TCFString& inFind, const TCFString& inWith,
+                                             CFStringCompareFlags inFlags) const;  // what Find finds
+    [[nodiscard]] TCFString FindAndReplace(
+        const TCFString& inFind, const TCFString& inWith, CFRange inRange,
+        CFStringCompareFlags inFlags) const;  // every occurrence inside inRange
     // Puts each parameter in place of the first "^0", "^1", "^2" or "^3", one parameter after the other, so
     // that what was put in is searched too. The mark of an empty parameter stays.
-    TCFString PlugParams(const TCFString& inParam0, const TCFString& inParam1, const TCFString& inParam2,
-                         const TCFString& inParam3) const;
+    [[nodiscard]] TCFString PlugParams(const TCFString& inParam0, const TCFString& inParam1,
+                                       const TCFString& inParam2, const TCFString& inParam3) const;
 
     // The suffix of a file's name: from the last dot on, 12 units at most with the dot; else empty.
-    TCFString Suffix() const;
+    [[nodiscard]] TCFString Suffix() const;
     // The string without its suffix. A dot with a space anywhere behind it begins none here.
-    TCFString RemoveSuffix() const;
+    [[nodiscard]] TCFString RemoveSuffix() const;
 
     // Numbers, as strtol, strtoll and strtod in the locale "C" read the first 255 bytes of CString: a number
     // beyond the type is the nearest that the type has. Base 0 goes by the prefixes of C; a base that is none
@@ -146,10 +147,10 @@ class MIRTAL_EXPORT TCFString {
     double ToDouble(unsigned char* outIsGood) const;
 
     // Case by the rules common to all languages; lengths may change.
-    TCFString Capitalize() const;
-    TCFString Uppercase() const;
-    TCFString Lowercase() const;
-    TCFString Normalize(CFStringNormalizationForm inForm) const;
+    [[nodiscard]] TCFString Capitalize() const;
+    [[nodiscard]] TCFString Uppercase() const;
+    [[nodiscard]] TCFString Lowercase() const;
+    [[nodiscard]] TCFString Normalize(CFStringNormalizationForm inForm) const;
 
     // The order in which the Finder lists names, of the first 255 units: -1, 0 or 1. Without inStrict, names
     // that differ in the weakest degree only are equal.

@@ -127,7 +127,7 @@ TEST_F(AtomContainersTest, NullAndWhatIsNoContainer) {
 TEST_F(AtomContainersTest, RootIsLookedAt) {
     const Bytes good = All();
     const auto check = [&](Bytes inBytes) {
-        PtrToXHand(inBytes.data(), mContainer, static_cast<Size>(inBytes.size()));
+        EXPECT_EQ(noErr, PtrToXHand(inBytes.data(), mContainer, static_cast<Size>(inBytes.size())));
         return QTGetAtomTypeAndID(mContainer, kParentAtomIsContainer, nullptr, nullptr);
     };
     EXPECT_EQ(noErr, check(good));

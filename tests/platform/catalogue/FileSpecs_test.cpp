@@ -189,11 +189,12 @@ TEST_F(FileSpecsTest, EveryCallFails) {
         FSRef ref = {};
         FSSpec again = {};
         OSErr refError = noErr;
+        OSErr specError = noErr;
         bool delivered = false;
         {
             const FailingCalls failure(failing, EIO, FailingCalls::kForever);
             refError = FSpMakeFSRef(&spec, &ref);
-            FSMakeFSSpec(spec.vRefNum, spec.parID, spec.name, &again);
+            specError = FSMakeFSSpec(spec.vRefNum, spec.parID, spec.name, &again);
             delivered = failure.Delivered();
         }
         EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
@@ -202,6 +203,7 @@ TEST_F(FileSpecsTest, EveryCallFails) {
             << failing << ": " << refError;
         if (!delivered) {
             EXPECT_EQ(noErr, refError);
+            EXPECT_EQ(noErr, specError);
             break;
         }
     }

@@ -79,7 +79,7 @@ TEST_F(EventsTest, SeveralThreads) {
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&taken] {
             for (int round = 0; round < 5; ++round) {
-                PostEvent(keyDown, 1);
+                EXPECT_EQ(noErr, PostEvent(keyDown, 1));
                 EventRecord event;
                 EventAvail(everyEvent, &event);
                 taken += GetNextEvent(everyEvent, &event);

@@ -115,6 +115,11 @@ TEST_F(HandleTest, NullHandle) {
     }
 }
 
+// By a call, so that the result is there before MemError is asked.
+void ExpectTold(OSErr inResult) {
+    EXPECT_EQ(inResult, MemError());
+}
+
 TEST_F(HandleTest, EveryCallLeavesItsResult) {
     Handle handle = HandleOf("abc");
     using Call = void (*)(Handle);
@@ -135,9 +140,9 @@ TEST_F(HandleTest, EveryCallLeavesItsResult) {
             EXPECT_EQ(error, MemError());
             if (error == noErr) DisposeHandle(inHandle);
         },
-        [](Handle inHandle) { PtrToXHand("xy", inHandle, 2); },
-        [](Handle inHandle) { PtrAndHand("xy", inHandle, 2); },
-        [](Handle inHandle) { HandAndHand(inHandle, inHandle); },
+        [](Handle inHandle) { ExpectTold(PtrToXHand("xy", inHandle, 2)); },
+        [](Handle inHandle) { ExpectTold(PtrAndHand("xy", inHandle, 2)); },
+        [](Handle inHandle) { ExpectTold(HandAndHand(inHandle, inHandle)); },
     };
     Handle empty = NewEmptyHandle();
     for (std::size_t i = 0; i < std::size(kCalls); ++i) {

@@ -74,12 +74,12 @@ TEST_F(ChangesTest, SameTypeAndIDTwice) {
 
 TEST_F(ChangesTest, Changed) {
     const Handle handle = GetResource(kText, 1);
-    PtrToXHand("rewritten", handle, 9);
+    EXPECT_EQ(noErr, PtrToXHand("rewritten", handle, 9));
     ReleaseResource(GetResource(kText, 2));
     Reopen();
     EXPECT_EQ("one", TextOf(GetResource(kText, 1))) << "nobody told that it was changed";
     const Handle again = GetResource(kText, 1);
-    PtrToXHand("rewritten", again, 9);
+    EXPECT_EQ(noErr, PtrToXHand("rewritten", again, 9));
     ChangedResource(again);
     EXPECT_EQ(noErr, ResError());
     EXPECT_EQ(resChanged, GetResAttrs(again));
@@ -169,8 +169,8 @@ TEST_F(ChangesTest, WriteResourceWritesOne) {
     const Handle two = GetResource(kText, 2);
     const Handle added = NewText("added");
     AddResource(added, kText, 3, nullptr);
-    PtrToXHand("ONE!", one, 4);
-    PtrToXHand("TWO!", two, 4);
+    EXPECT_EQ(noErr, PtrToXHand("ONE!", one, 4));
+    EXPECT_EQ(noErr, PtrToXHand("TWO!", two, 4));
     ChangedResource(one);
     ChangedResource(two);
     WriteResource(one);
@@ -302,7 +302,7 @@ TEST_F(ChangesTest, EveryCallFailsWhileAForkIsWritten) {
         refNum = FSOpenResFile(&file, fsRdWrPerm);
         const Handle handle = GetResource(kText, 1);
         ASSERT_NE(nullptr, handle) << failing;
-        PtrToXHand("new", handle, 3);
+        EXPECT_EQ(noErr, PtrToXHand("new", handle, 3));
         ChangedResource(handle);
         bool wasDelivered = false;
         OSErr error = noErr;
@@ -316,7 +316,7 @@ TEST_F(ChangesTest, EveryCallFailsWhileAForkIsWritten) {
         ASSERT_GT(refNum, 0) << failing;
         const std::string text = TextOf(GetResource(kText, 1));
         EXPECT_TRUE(text == "new" || (text == "old" && error != noErr)) << failing << text;
-        PtrToXHand("old", GetResource(kText, 1), 3);
+        EXPECT_EQ(noErr, PtrToXHand("old", GetResource(kText, 1), 3));
         ChangedResource(GetResource(kText, 1));
         CloseResFile(refNum);
         ASSERT_EQ(noErr, ResError());

@@ -23,7 +23,7 @@ TEST_F(ProcessesTest, ExitToShellEndsInOrder) {
                 if (write(STDERR_FILENO, text, sizeof text - 1) < 0) _exit(1);
             });
             Open(file);
-            PtrToXHand("new", GetResource(kText, 1), 3);
+            EXPECT_EQ(noErr, PtrToXHand("new", GetResource(kText, 1), 3));
             ChangedResource(GetResource(kText, 1));
             ExitToShell();
         },

@@ -20,19 +20,20 @@ struct FoundItem {
 // The item at inPath, links followed, recorded in the node table. A relative path starts at the current
 // folder. A path at which nothing is may be Java's modified UTF-8 and is tried again as such. outItem is
 // unspecified on failure.
-OSStatus FindByPath(const char* inPath, FoundItem& outItem);
+[[nodiscard]] OSStatus FindByPath(const char* inPath, FoundItem& outItem);
 
 // The item itself, which must have a node, wherever it is now: at the path where it was last seen, or renamed
 // within its folder, or with a folder above it renamed. fnfErr when it is gone.
-OSStatus FindByIdentity(const os::ItemIdentity& inItem, FoundItem& outItem);
+[[nodiscard]] OSStatus FindByIdentity(const os::ItemIdentity& inItem, FoundItem& outItem);
 
 // Looks for an item among those of a folder. fnfErr when it is not there.
-OSStatus FindInFolder(const std::string& inFolderPath, const os::ItemIdentity& inItem, FoundItem& outItem);
+[[nodiscard]] OSStatus FindInFolder(const std::string& inFolderPath, const os::ItemIdentity& inItem,
+                                    FoundItem& outItem);
 
-FSRef MakeRef(const FoundItem& inItem);
+[[nodiscard]] FSRef MakeRef(const FoundItem& inItem);
 // False when the bytes are no reference.
 bool ReadRef(const FSRef& inRef, os::ItemIdentity& outItem);
 // FindByIdentity for a reference; errFSBadFSRef when it is none.
-OSStatus FindByRef(const FSRef& inRef, FoundItem& outItem);
+[[nodiscard]] OSStatus FindByRef(const FSRef& inRef, FoundItem& outItem);
 
 }  // namespace toolbox::files

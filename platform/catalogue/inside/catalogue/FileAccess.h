@@ -11,10 +11,11 @@ namespace toolbox::files {
 // failure. outPath: the item's path at this moment, for messages; empty when it cannot be found. Only a file
 // is opened: notAFileErr for a folder; errFSForkNotFound for a pipe, socket or device, which has no data fork
 // and is left untouched. May throw std::bad_alloc, with nothing left open.
-OSStatus OpenForReading(const FSRef& inItem, int& outDescriptor, std::string& outPath);
+[[nodiscard]] OSStatus OpenForReading(const FSRef& inItem, int& outDescriptor, std::string& outPath);
 
 // The whole contents of a file. fileBoundsErr when there are more than inMaxByteCount. outContents is
 // unspecified on failure. May throw std::bad_alloc, with nothing left open.
-OSStatus ReadSmallFile(const FSRef& inItem, std::size_t inMaxByteCount, std::string& outContents);
+[[nodiscard]] OSStatus ReadSmallFile(const FSRef& inItem, std::size_t inMaxByteCount,
+                                     std::string& outContents);
 
 }  // namespace toolbox::files

@@ -21,9 +21,9 @@ struct Volume {
 };
 
 // The number of the volume on which an item is, which was just found. nsvErr when there are no numbers left.
-OSStatus GetVolumeNumber(const FoundItem& inItem, SInt16& outNumber);
+[[nodiscard]] OSStatus GetVolumeNumber(const FoundItem& inItem, SInt16& outNumber);
 
 // The volume with a number. nsvErr when there is none, or it is not mounted there any more.
-OSStatus GetVolume(SInt16 inNumber, Volume& outVolume);
+[[nodiscard]] OSStatus GetVolume(SInt16 inNumber, Volume& outVolume);
 
 }  // namespace toolbox::files

@@ -51,7 +51,7 @@ extern SystemCalls sSystemCalls;
 
 // Memory for an object of inByteCount bytes, its Object filled in with one count, the rest unspecified; or
 // null.
-void* NewObject(const TypeInfo& inType, std::size_t inByteCount);
+[[nodiscard]] void* NewObject(const TypeInfo& inType, std::size_t inByteCount);
 
 const TypeInfo& TypeOf(CFTypeRef inObject);
 

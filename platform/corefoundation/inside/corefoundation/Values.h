@@ -17,10 +17,10 @@ struct Entry {
     Owned<CFTypeRef> value;
 };
 
-Owned<CFDataRef> NewData(std::span<const UInt8> inBytes);
+[[nodiscard]] Owned<CFDataRef> NewData(std::span<const UInt8> inBytes);
 // Take over the values, of which none is null; on failure they stay where they are.
-Owned<CFArrayRef> NewArray(std::span<Owned<CFTypeRef>> ioValues);
+[[nodiscard]] Owned<CFArrayRef> NewArray(std::span<Owned<CFTypeRef>> ioValues);
 // Sorts the entries. Of several with one key, the first counts.
-Owned<CFDictionaryRef> NewDictionary(std::span<Entry> ioEntries);
+[[nodiscard]] Owned<CFDictionaryRef> NewDictionary(std::span<Entry> ioEntries);
 
 }  // namespace toolbox::corefoundation

@@ -25,14 +25,14 @@ class OpenFork {
     OpenFork& operator=(OpenFork&& ioOther) noexcept;
 
     // Takes over an open descriptor, also on failure: the whole file. errFSForkNotFound when it is no file.
-    OSStatus Adopt(int inDescriptor);
+    [[nodiscard]] OSStatus Adopt(int inDescriptor);
     // From now on these bytes only, which must be inside.
     void Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes);
 
     bool IsOpen() const { return mDescriptor >= 0; }
     UInt64 SizeBytes() const { return mSizeBytes; }
     // Exactly inByteCount bytes; eofErr when the fork ends before. Bytes after a failure are unspecified.
-    OSStatus Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const;
+    [[nodiscard]] OSStatus Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const;
     // Whether the file was written or cut since it was opened, as far as its times tell. False while
     // they cannot be had.
     bool HasChanged() const;
@@ -46,13 +46,13 @@ class OpenFork {
 
 // errFSForkNotFound when there is no resource fork, ioErr when the companion is no AppleDouble file. outFork
 // stays as it is on failure.
-OSStatus Open(const FSRef& inFile, Fork inFork, OpenFork& outFork);
+[[nodiscard]] OSStatus Open(const FSRef& inFile, Fork inFork, OpenFork& outFork);
 
 // Makes inBytes the fork. A data fork is overwritten (Replace.h); a companion is replaced, with all else that
 // it holds, or made. notAFileErr and errFSForkNotFound as for OpenForReading; ioErr when there is a companion
 // that is no AppleDouble file, which stays as it is.
-OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& inBytes,
-                   const os::MovableHead& inHead = {});
+[[nodiscard]] OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& inBytes,
+                                 const os::MovableHead& inHead = {});
 
 // The path of the companion of the item at inPath.
 std::string CompanionPath(const std::string& inPath);

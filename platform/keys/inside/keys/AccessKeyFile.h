@@ -17,12 +17,12 @@ enum class KeyChange { kAdd, kRemove };
 
 // The keys; none when there is no file, or no folder that it could be in. badFileFormat, or a file status.
 // Throws std::bad_alloc.
-OSStatus LoadSystemKeys(AccessKeyList& outKeys);
+[[nodiscard]] OSStatus LoadSystemKeys(AccessKeyList& outKeys);
 
 // Adds or removes a key, unless that is so already. Beside the above: fnfErr when the environment names no
 // folder, dskFulErr for more keys or bytes than a file may have. On failure the file is as it was.
 // Throws std::bad_alloc.
-OSStatus ChangeSystemKeys(KeyChange inChange, const AccessKey& inKey);
+[[nodiscard]] OSStatus ChangeSystemKeys(KeyChange inChange, const AccessKey& inKey);
 
 // The calls of the system beside those of the File Manager; each behaves as the system's own of that name.
 struct AccessKeyCalls {

@@ -5,9 +5,9 @@
 
 namespace toolbox::movies {
 
-AccessKeyList CopyProcessKeys();  // throws std::bad_alloc
+[[nodiscard]] AccessKeyList CopyProcessKeys();  // throws std::bad_alloc
 // Adds or removes a key, unless that is so already. memFullErr for more keys than a list may have. Throws
 // std::bad_alloc, with nothing changed.
-OSStatus ChangeProcessKeys(KeyChange inChange, const AccessKey& inKey);
+[[nodiscard]] OSStatus ChangeProcessKeys(KeyChange inChange, const AccessKey& inKey);
 
 }  // namespace toolbox::movies

@@ -13,6 +13,6 @@ extern std::string (*sExecutablePath)();
 
 // The application's resource file; noErr and null when there is none that can be read. Else tmfoErr,
 // memFullErr or fBsyErr: what prevented it may be over later.
-OSStatus OpenResourcesOfApplication(std::unique_ptr<ResourceFile>& outFile);
+[[nodiscard]] OSStatus OpenResourcesOfApplication(std::unique_ptr<ResourceFile>& outFile);
 
 }  // namespace toolbox::resources

@@ -29,10 +29,10 @@ class Chain {
     // descriptors it stays out of the chain until a later call finds some.
     void OpenApplicationFile();
     // Makes the file the current one. tmfoErr when all reference numbers are in use.
-    OSStatus Add(std::unique_ptr<ResourceFile> inFile, SInt16& outRefNum);
+    [[nodiscard]] OSStatus Add(std::unique_ptr<ResourceFile> inFile, SInt16& outRefNum);
     // Updates and closes; returns what updating answered.
-    OSStatus Close(SInt16 inRefNum);
-    OSStatus CloseAll();
+    [[nodiscard]] OSStatus Close(SInt16 inRefNum);
+    [[nodiscard]] OSStatus CloseAll();
 
     // Null, or 0, when there is none.
     ResourceFile* File(SInt16 inRefNum) const;
@@ -61,9 +61,9 @@ class Chain {
     // The handle of the first resource of a type that passes; with the type nowhere in the files, noErr and
     // null.
     template <typename Predicate>
-    OSStatus FindFirst(ResType inType, Depth inDepth, Predicate inIsMeant, Handle& outHandle);
+    [[nodiscard]] OSStatus FindFirst(ResType inType, Depth inDepth, Predicate inIsMeant, Handle& outHandle);
     // Reads the data, where that is asked for, and gives the resource its handle.
-    OSStatus Provide(Resource& ioResource, bool inLoads, Handle& outHandle);
+    [[nodiscard]] OSStatus Provide(Resource& ioResource, bool inLoads, Handle& outHandle);
     // The resource of a handle; null when it is none's, also when a block of ours was disposed of by others.
     Resource* Find(Handle inHandle);
     void Adopt(Resource& ioResource, Handle inHandle);
@@ -82,7 +82,7 @@ class Chain {
     };
     SInt16 FreeRefNum();
     void Preload(ResourceFile& ioFile);
-    OSStatus CloseLink(std::size_t inIndex);
+    [[nodiscard]] OSStatus CloseLink(std::size_t inIndex);
     std::vector<ResourceFile*> From(std::size_t inEnd, Depth inDepth) const;
 
     std::vector<Link> mLinks;  // oldest first

@@ -29,8 +29,8 @@ class ResourceFile {
     using List = std::vector<std::unique_ptr<Resource>>;
 
     // eofErr when there is no such fork or it is empty, mapReadErr when it makes no sense.
-    static OSStatus Open(const FSRef& inFile, files::Fork inFork, bool inIsReadOnly,
-                         std::unique_ptr<ResourceFile>& outFile);
+    [[nodiscard]] static OSStatus Open(const FSRef& inFile, files::Fork inFork, bool inIsReadOnly,
+                                       std::unique_ptr<ResourceFile>& outFile);
 
     bool IsFork(const FSRef& inFile, files::Fork inFork) const;
     bool IsReadOnly() const { return mIsReadOnly; }
@@ -42,25 +42,26 @@ class ResourceFile {
 
     // The stored length and bytes. mapReadErr when they are not inside the file's data, and when somebody
     // else has written the file meanwhile.
-    OSStatus ReadSize(const Resource& inResource, UInt32& outBytes) const;
-    OSStatus ReadData(const Resource& inResource, void* outBytes, UInt32 inByteCount) const;
+    [[nodiscard]] OSStatus ReadSize(const Resource& inResource, UInt32& outBytes) const;
+    [[nodiscard]] OSStatus ReadData(const Resource& inResource, void* outBytes, UInt32 inByteCount) const;
 
     // Reads the data into the resource's handle, which is empty, and stays so on failure.
-    OSStatus Load(Resource& ioResource);
+    [[nodiscard]] OSStatus Load(Resource& ioResource);
 
     // Writes the map and the changed data, or of the data only inOnly's, unless that is null. Data of others
     // that changed stays as the file has it; one that it has no data of stays out of it. fBsyErr when
     // somebody else has written the file meanwhile.
-    OSStatus Write(const Resource* inOnly);
+    [[nodiscard]] OSStatus Write(const Resource* inOnly);
 
   private:
     ResourceFile(const FSRef& inFile, files::Fork inFork, bool inIsReadOnly)
         : mFile(inFile), mKind(inFork), mIsReadOnly(inIsReadOnly) {}
-    OSStatus Read();
-    OSStatus ReadHeader();
-    OSStatus Collect(const Resource* inOnly, std::vector<Image>& outImages,
-                     std::vector<Resource*>& outWritten) const;
-    OSStatus CollectData(const Resource& inResource, bool inIsFromHandle, std::vector<UInt8>& outBytes) const;
+    [[nodiscard]] OSStatus Read();
+    [[nodiscard]] OSStatus ReadHeader();
+    [[nodiscard]] OSStatus Collect(const Resource* inOnly, std::vector<Image>& outImages,
+                                   std::vector<Resource*>& outWritten) const;
+    [[nodiscard]] OSStatus CollectData(const Resource& inResource, bool inIsFromHandle,
+                                       std::vector<UInt8>& outBytes) const;
     bool IsChanged() const;
 
     FSRef mFile;

@@ -73,7 +73,7 @@ class AccessKeysTest : public testing::TestWithParam<SInt32> {
     ~AccessKeysTest() override {
         const toolbox::movies::AccessKeyList left = toolbox::movies::CopyProcessKeys();
         for (const std::string_view key : left.KeysOf("Type"))
-            Unregister("Type", std::string(key), 0);
+            EXPECT_EQ(noErr, Unregister("Type", std::string(key), 0));
         EXPECT_EQ(0U, toolbox::movies::CopyProcessKeys().Count());
         EXPECT_EQ(mLiveHandles, GetLiveHandleCount());
     }

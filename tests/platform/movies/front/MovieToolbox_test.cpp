@@ -29,7 +29,7 @@ class MovieToolboxTest : public testing::Test {
         while (GetMoviesStickyError() != movieToolboxUninitialized)
             ExitMovies();
         for (const char* key : {"coreaudio", "soundmgr", "another"})
-            ChangeProcessKeys(KeyChange::kRemove, {"SoundArchitecture", key});
+            EXPECT_EQ(noErr, ChangeProcessKeys(KeyChange::kRemove, {"SoundArchitecture", key}));
     }
     static void Put(const std::string& inKey, KeyChange inChange = KeyChange::kAdd) {
         ASSERT_EQ(noErr, ChangeSystemKeys(inChange, {"SoundArchitecture", inKey}));
@@ -122,11 +122,11 @@ TEST_F(MovieToolboxTest, ArchitectureFollowsSystemWideKeys) {
 TEST_F(MovieToolboxTest, KeysOfTheProcessGoBefore) {
     EnterMovies();
     Put("coreaudio");
-    ChangeProcessKeys(KeyChange::kAdd, {"soundarchitecture", "another"});
+    EXPECT_EQ(noErr, ChangeProcessKeys(KeyChange::kAdd, {"soundarchitecture", "another"}));
     EXPECT_EQ(kSoundArchitectureCoreAudio, ArchitectureAfterRestart());
-    ChangeProcessKeys(KeyChange::kAdd, {"soundarchitecture", "SOUNDMGR"});
+    EXPECT_EQ(noErr, ChangeProcessKeys(KeyChange::kAdd, {"soundarchitecture", "SOUNDMGR"}));
     EXPECT_EQ(kSoundArchitectureSoundManager, ArchitectureAfterRestart());
-    ChangeProcessKeys(KeyChange::kAdd, {"SoundArchitecture", "coreaudio"});
+    EXPECT_EQ(noErr, ChangeProcessKeys(KeyChange::kAdd, {"SoundArchitecture", "coreaudio"}));
     Put("coreaudio", KeyChange::kRemove);
     Put("soundmgr");
     EXPECT_EQ(kSoundArchitectureCoreAudio, ArchitectureAfterRestart());
@@ -144,7 +144,7 @@ TEST_F(MovieToolboxTest, ArchitectureSetLastsUntilTheRestart) {
 
 TEST_F(MovieToolboxTest, DamagedKeysLeaveAStickyError) {
     EnterMovies();
-    SetSoundArchitecture(kSoundArchitectureSoundManager);
+    EXPECT_EQ(noErr, SetSoundArchitecture(kSoundArchitectureSoundManager));
     ExitMovies();
     mState.PutText("damaged");
     EXPECT_EQ(noErr, EnterMovies());

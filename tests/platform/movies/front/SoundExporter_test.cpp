@@ -74,7 +74,7 @@ class Exporter {
 
     ComponentResult SetFormat(const std::vector<std::uint8_t>& inBytes, OSType inMediaType = SoundMediaType) {
         Handle description = nullptr;
-        PtrToHand(inBytes.data(), &description, static_cast<Size>(inBytes.size()));
+        EXPECT_EQ(noErr, PtrToHand(inBytes.data(), &description, static_cast<Size>(inBytes.size())));
         const ComponentResult result = MovieExportSetSampleDescription(mInstance, description, inMediaType);
         DisposeHandle(description);
         return result;

@@ -64,8 +64,9 @@ bool ParseAudioSpecificConfig(const std::uint8_t* inBytes, std::size_t inByteCou
 //   inObjectType     1 to 30: profile + 1 of the header
 //   inRateIndex      0 to 12
 //   inChannelConfig  0 to 7
-std::vector<std::uint8_t> MakeAudioSpecificConfig(std::uint32_t inObjectType, std::uint32_t inRateIndex,
-                                                  std::uint32_t inChannelConfig);
+[[nodiscard]] std::vector<std::uint8_t> MakeAudioSpecificConfig(std::uint32_t inObjectType,
+                                                                std::uint32_t inRateIndex,
+                                                                std::uint32_t inChannelConfig);
 
 // The index of a rate in the table that AudioSpecificConfig and ADTS share, or 15 when it has none.
 std::uint32_t AACRateIndex(std::uint32_t inRateHz);

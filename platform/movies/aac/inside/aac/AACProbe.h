@@ -26,7 +26,7 @@ bool ProbeImplicitSBR(const SoundFormat& inFormat, const PacketBytes& inPacket, 
 // from inFirstPacket on until one decodes, and then either takes over what came out, or writes into the
 // decoder's configuration that there is no band replication. Formats that signal, or are not AAC, stay as
 // they are. ioErr when the file cannot be read.
-OSStatus SettleImplicitSBR(PacketReader& inReader, std::uint32_t inFirstPacket, std::uint32_t inPacketCount,
-                           SoundFormat& ioFormat);
+[[nodiscard]] OSStatus SettleImplicitSBR(PacketReader& inReader, std::uint32_t inFirstPacket,
+                                         std::uint32_t inPacketCount, SoundFormat& ioFormat);
 
 }  // namespace toolbox::movies

@@ -26,7 +26,7 @@ class SoundDecoder {
 
     // Starts afresh: nothing that was decoded before shows in what follows. noCodecErr when the format cannot
     // be decoded, memFullErr.
-    OSStatus Open(const SoundFormat& inFormat, Trimming inTrimming = Trimming::kKeepsAll);
+    [[nodiscard]] OSStatus Open(const SoundFormat& inFormat, Trimming inTrimming = Trimming::kKeepsAll);
     // Whether sound comes out later than its packet went in, the rest of it only after the end.
     bool HasDelay() const;
 
@@ -60,6 +60,6 @@ class SoundDecoder {
 };
 
 // Whether sound of this format can be exported: noErr, badFormat (encrypted), noCodecErr, memFullErr.
-OSStatus CheckDecodable(const SoundFormat& inFormat);
+[[nodiscard]] OSStatus CheckDecodable(const SoundFormat& inFormat);
 
 }  // namespace toolbox::movies

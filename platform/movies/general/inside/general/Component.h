@@ -21,8 +21,8 @@ class ByteSource {
     virtual ~ByteSource() = default;
     virtual std::int64_t SizeBytes() const = 0;
     // As MediaFile::ReadAt.
-    virtual OSStatus ReadAt(std::int64_t inOffset, void* outBytes, std::size_t inByteCount,
-                            std::size_t* outRead) const = 0;
+    [[nodiscard]] virtual OSStatus ReadAt(std::int64_t inOffset, void* outBytes, std::size_t inByteCount,
+                                          std::size_t* outRead) const = 0;
 };
 
 // Raised with every change of this header, of SoundTrack.h or of ImportOptions.h.

@@ -89,7 +89,7 @@ class PacketTable {
 // A reader takes the file in blocks and hands packets out in place. Nothing is allocated for a packet: a
 // block is used again once nobody else holds it, and a third one is made only while a decoder keeps two. What
 // is read ahead ends where the next packets lie too far away to be worth reading what is between.
-std::shared_ptr<const PacketStore> NewFilePackets(std::shared_ptr<const MediaFile> inFile,
-                                                  PacketTable inTable);
+[[nodiscard]] std::shared_ptr<const PacketStore> NewFilePackets(std::shared_ptr<const MediaFile> inFile,
+                                                                PacketTable inTable);
 
 }  // namespace toolbox::movies

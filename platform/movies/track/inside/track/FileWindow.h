@@ -39,7 +39,7 @@ class FileWindow {
     }
 
     // noErr, or the failure of a read that made At answer null.
-    OSStatus Status() const { return mStatus; }
+    [[nodiscard]] OSStatus Status() const { return mStatus; }
 
   private:
     static constexpr std::int64_t kPageBytes = 4096;

@@ -15,7 +15,7 @@ namespace toolbox::movies {
 class MediaFile {
   public:
     // outFile is null on failure: a status as files::OpenForReading answers, or memFullErr. Never throws.
-    static OSStatus Open(const FSRef& inItem, std::shared_ptr<const MediaFile>& outFile);
+    [[nodiscard]] static OSStatus Open(const FSRef& inItem, std::shared_ptr<const MediaFile>& outFile);
 
     // Takes over inDescriptor, which it closes.
     MediaFile(int inDescriptor, std::int64_t inSizeBytes, std::string inPath) noexcept;
@@ -30,8 +30,8 @@ class MediaFile {
     // Reads up to inByteCount bytes at inOffset. *outRead tells how many there were, also on failure: fewer
     // with noErr only at the end of the file. ioErr when the device fails, paramErr (nothing read) for a
     // negative offset.
-    OSStatus ReadAt(std::int64_t inOffset, void* outBytes, std::size_t inByteCount,
-                    std::size_t* outRead) const;
+    [[nodiscard]] OSStatus ReadAt(std::int64_t inOffset, void* outBytes, std::size_t inByteCount,
+                                  std::size_t* outRead) const;
 
   private:
     int mDescriptor;

@@ -20,12 +20,12 @@ namespace toolbox::movies {
 using ImportFunction = OSStatus (*)(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
                                     std::string& outProblem, const ImportOptions& inOptions);
 
-OSStatus ImportMPEG4(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie, std::string& outProblem,
-                     const ImportOptions& inOptions = {});
-OSStatus ImportADTS(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie, std::string& outProblem,
-                    const ImportOptions& inOptions = {});
+[[nodiscard]] OSStatus ImportMPEG4(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
+                                   std::string& outProblem, const ImportOptions& inOptions = {});
+[[nodiscard]] OSStatus ImportADTS(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
+                                  std::string& outProblem, const ImportOptions& inOptions = {});
 // Loads the general importer's component on first use; cantFindHandler when it is not installed.
-OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
-                       std::string& outProblem, const ImportOptions& inOptions = {});
+[[nodiscard]] OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
+                                     std::string& outProblem, const ImportOptions& inOptions = {});
 
 }  // namespace toolbox::movies

@@ -31,7 +31,7 @@ class PacketReader {
   public:
     virtual ~PacketReader() = default;
     // eofErr when the packet lies (partly) beyond the file's end, ioErr when the device fails, else noErr.
-    virtual OSStatus Read(std::uint32_t inPacket, PacketBytes& outBytes) = 0;
+    [[nodiscard]] virtual OSStatus Read(std::uint32_t inPacket, PacketBytes& outBytes) = 0;
 };
 
 // Where a track's packets are. Immutable once imported, so it is read from any thread.
@@ -39,7 +39,7 @@ class PacketStore {
   public:
     virtual ~PacketStore() = default;
     virtual std::uint32_t PacketCount() const = 0;
-    virtual std::unique_ptr<PacketReader> NewReader() const = 0;
+    [[nodiscard]] virtual std::unique_ptr<PacketReader> NewReader() const = 0;
 };
 
 // How much of what came before a decoder must have seen to decode a packet exactly.

@@ -1,0 +1,91 @@
+#!/usr/bin/env python3
+"""What may not be dropped says so: each function of a public header that answers a status, or gives its caller something
+to dispose of, is marked ([[nodiscard]], TOOLBOX_MUST_USE), unless may_drop.txt gives a reason why it may be dropped.
+
+Usage: must_use.py ROOT. Prints each breach as file:line: what; exits 1 if there is one, or if a planted one is missed.
+"""
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+STATUSES = {"OSErr", "OSStatus", "ComponentResult"}
+VALUES = {"TCFString"}  # a copy that was dropped changed nothing
+CREATES = re.compile(r"Create|(?<!For)Copy(?!ing)|New[A-Z]|^(FS)?Open|^Make|^(QT)?Begin")
+CALLER_OWNS = re.compile(r"\b[Tt]he caller (disposes|releases|owns|closes|frees|ends)")
+MARK = re.compile(r"\[\[nodiscard\]\]|\bTOOLBOX_(FRAMEWORK_)?MUST_USE\b")
+SPECIFIERS = re.compile(r"\[\[\w+\]\]|\b(TOOLBOX_\w+|MIRTAL_EXPORT|static|virtual|inline|constexpr|extern|friend)\b|\"C\"")
+DECLARATION = re.compile(r"^\s*(?P<before>[\w\[\]:\s*&<>\"]*?[\s*&])(?P<name>\w+)\(")
+NO_TYPE = re.compile(r"^\s*(return|else|if|for|while|new|delete|explicit|operator|typedef|using|case|throw)\b")
+
+
+def declarations(text):
+    """(line, type, name, marked, comment) of each function that a header declares with a result."""
+    comment, previous_ends = [], True
+    for number, line in enumerate(text.split("\n"), 1):
+        code, _, remark = line.partition("//")
+        if not code.strip():
+            comment = comment + [remark] if remark else []
+            continue
+        match = DECLARATION.match(code) if previous_ends and not NO_TYPE.match(code) else None
+        if match and not code.lstrip().startswith("#"):
+            result = " ".join(SPECIFIERS.sub(" ", match["before"]).split())
+            if result and result != "void":
+                yield number, result, match["name"], bool(MARK.search(match["before"])), " ".join(comment + [remark])
+        previous_ends = code.rstrip().endswith((";", "{", "}", ":", "BEGIN", "END")) or code.lstrip().startswith("#")
+        # One comment may stand above several declarations in a row, but tells of the first.
+        comment = []
+
+
+def must_be_used(result, name, comment):
+    return result in STATUSES or result in VALUES or bool(CREATES.search(name)) or bool(CALLER_OWNS.search(comment))
+
+
+def check(headers, may_drop):
+    """The breaches in the headers (name to text), where the functions in may_drop may be dropped."""
+    breaches, unmarked = [], set()
+    for path, text in headers.items():
+        for line, result, name, is_marked, comment in declarations(text):
+            if is_marked or not must_be_used(result, name, comment):
+                continue
+            unmarked.add(name)
+            if name not in may_drop:
+                breaches.append(f"{path}:{line}: {name} is not marked, and its {result} must be used")
+    breaches += [f"may_drop.txt: {name}: no unmarked function has this name" for name in sorted(may_drop - unmarked)]
+    return breaches
+
+
+def missed_when_planted(headers, may_drop):
+    """What is planted, one at a time, and not found."""
+    first = next(iter(headers))
+    plants = {
+        "an unmarked status": "TOOLBOX_EXPORT OSErr Planted(void);",
+        "an unmarked member": "    static OSStatus Planted();",
+        "an unmarked copy": "TOOLBOX_EXPORT CFStringRef CFPlantedCreateCopy(CFStringRef inString);",
+        "an unmarked result over two lines": "MIRTAL_EXPORT OSStatus Planted(long inFirst,\n    long inSecond);",
+        "a result that the caller disposes of": "// The caller disposes of it.\nMIRTAL_EXPORT Handle Planted();",
+    }
+    known = check(headers, may_drop)
+    missed = [what for what, text in plants.items()
+              if len(check({**headers, first: headers[first] + "\n" + text + "\n"}, may_drop)) != len(known) + 1]
+    if len(check(headers, may_drop | {"NobodyDeclaresThis"})) != len(known) + 1:
+        missed.append("a stale line in the list")
+    return missed
+
+
+def main():
+    root = Path(sys.argv[1])
+    names = subprocess.run(["git", "-C", str(root), "ls-files", "*.h"], capture_output=True, text=True,
+                           check=True).stdout.split()
+    public = [name for name in names if re.match(r"(platform/include|\w+/include)/", name)]
+    headers = {name: (root / name).read_text() for name in public}
+    lines = (Path(__file__).parent / "may_drop.txt").read_text().split("\n")
+    may_drop = {line.split(":")[0] for line in lines if line and not line.startswith("#")}
+    breaches = check(headers, may_drop)
+    breaches += [f"not found when planted: {what}" for what in missed_when_planted(headers, may_drop)]
+    print("\n".join(breaches))
+    print(f"{len(headers)} public headers, {len(may_drop)} functions whose result may be dropped")
+    return 1 if breaches else 0
+
+
+sys.exit(main())
