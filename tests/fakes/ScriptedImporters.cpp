@@ -11,10 +11,13 @@ ImporterScript& Importers() {
 
 namespace {
 
-OSStatus Play(const char* inName, const Import& inImport, toolbox::movies::ImportedMovie& outMovie,
-              std::string& outProblem, const toolbox::movies::ImportOptions& inOptions) {
+OSStatus Play(const char* inName, const Import& inImport,
+              const std::shared_ptr<const toolbox::movies::MediaFile>& inFile,
+              toolbox::movies::ImportedMovie& outMovie, std::string& outProblem,
+              const toolbox::movies::ImportOptions& inOptions) {
     Importers().asked.emplace_back(inName);
     Importers().options = inOptions;
+    Importers().file = inFile;
     return inImport ? inImport(outMovie, outProblem) : cantFindHandler;
 }
 
@@ -24,19 +27,21 @@ OSStatus Play(const char* inName, const Import& inImport, toolbox::movies::Impor
 
 namespace toolbox::movies {
 
-OSStatus ImportMPEG4(const std::shared_ptr<const MediaFile>&, ImportedMovie& outMovie,
+OSStatus ImportMPEG4(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
                      std::string& outProblem, const ImportOptions& inOptions) {
-    return mirtal::fakes::Play("mpeg4", mirtal::fakes::Importers().mpeg4, outMovie, outProblem, inOptions);
+    return mirtal::fakes::Play("mpeg4", mirtal::fakes::Importers().mpeg4, inFile, outMovie, outProblem,
+                               inOptions);
 }
 
-OSStatus ImportADTS(const std::shared_ptr<const MediaFile>&, ImportedMovie& outMovie, std::string& outProblem,
-                    const ImportOptions& inOptions) {
-    return mirtal::fakes::Play("adts", mirtal::fakes::Importers().adts, outMovie, outProblem, inOptions);
+OSStatus ImportADTS(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
+                    std::string& outProblem, const ImportOptions& inOptions) {
+    return mirtal::fakes::Play("adts", mirtal::fakes::Importers().adts, inFile, outMovie, outProblem,
+                               inOptions);
 }
 
-OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>&, ImportedMovie& outMovie,
+OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
                        std::string& outProblem, const ImportOptions& inOptions) {
-    return mirtal::fakes::Play("general", mirtal::fakes::Importers().general, outMovie, outProblem,
+    return mirtal::fakes::Play("general", mirtal::fakes::Importers().general, inFile, outMovie, outProblem,
                                inOptions);
 }
 

@@ -4,6 +4,7 @@
 #include <track/MovieImporter.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,9 @@ struct ImporterScript {
     Import adts;
     Import general;
     std::vector<std::string> asked;          // in order: "mpeg4", "adts", "general"
-    toolbox::movies::ImportOptions options;  // what the last was told
+    // What the last was given.
+    toolbox::movies::ImportOptions options;
+    std::shared_ptr<const toolbox::movies::MediaFile> file;
 };
 ImporterScript& Importers();
 

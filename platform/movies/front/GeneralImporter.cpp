@@ -82,6 +82,7 @@ class FileSource final : public general::ByteSource {
                     std::size_t* outRead) const override {
         return mFile->ReadAt(inOffset, outBytes, inByteCount, outRead);
     }
+    bool MustStop() const override { return mFile->MustStop(); }
 
   private:
     std::shared_ptr<const MediaFile> mFile;

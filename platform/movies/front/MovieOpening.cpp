@@ -21,6 +21,7 @@ namespace {
 using toolbox::movies::ImportedMovie;
 using toolbox::movies::ImportOptions;
 using toolbox::movies::MediaFile;
+using toolbox::movies::StopCheck;
 
 // Of fixed size, so that telling of exhausted memory needs none.
 thread_local char tOpenErrorText[512];
@@ -69,60 +70,82 @@ OSStatus Import(const std::shared_ptr<const MediaFile>& inFile, const ImportOpti
     return cantFindHandler;
 }
 
-OSStatus OpenMovie(Handle inAlias, const ImportOptions& inOptions, std::unique_ptr<OpaqueMovie>& outMovie) {
+class StopScope {
+  public:
+    StopScope(const MediaFile& inFile, StopCheck& ioCheck) : mFile(inFile) { mFile.SetStopCheck(&ioCheck); }
+    ~StopScope() { mFile.SetStopCheck(nullptr); }
+    StopScope(const StopScope&) = delete;
+    StopScope& operator=(const StopScope&) = delete;
+
+  private:
+    const MediaFile& mFile;
+};
+
+OSStatus OpenMovie(Handle inAlias, const ImportOptions& inOptions, StopCheck& ioCheck,
+                   std::unique_ptr<OpaqueMovie>& outMovie) {
     std::shared_ptr<const MediaFile> file;
     OSStatus status = OpenFile(inAlias, file);
     if (status != noErr) return status;
     ImportedMovie imported;
-    status = Import(file, inOptions, imported);
+    {
+        const StopScope scope(*file, ioCheck);
+        status = Import(file, inOptions, imported);
+    }
+    // An importer may have taken what could not be read for damage, and gone on without it.
+    if (ioCheck.IsStopped()) {
+        SetErrorText("opening was stopped");
+        return userCanceledErr;
+    }
     if (status != noErr) return status;
     outMovie = std::make_unique<OpaqueMovie>(std::move(imported));
     return noErr;
 }
 
-// False when the options are not of this toolbox.
-bool ReadOptions(const MovieOpenOptions* inOptions, ImportOptions& outOptions) {
-    if (inOptions == nullptr) return true;
-    if (inOptions->byteCount != sizeof(MovieOpenOptions) || inOptions->soundTrack < 0) return false;
-    outOptions.soundTrack = static_cast<std::uint32_t>(inOptions->soundTrack);
-    return true;
+bool AreKnown(const MovieOpenOptions& inOptions) {
+    return inOptions.byteCount == sizeof(MovieOpenOptions) && inOptions.soundTrack >= 0;
 }
 
-OSErr NewMovie(Movie* outMovie, Handle inDataRef, OSType inDataRefType, const ImportOptions& inOptions) {
+OSStatus NewMovie(Movie* outMovie, Handle inDataRef, OSType inDataRefType,
+                  const MovieOpenOptions& inOptions) {
+    if (outMovie != nullptr) *outMovie = nullptr;
     if (outMovie == nullptr || inDataRef == nullptr || inDataRefType != rAliasType) {
         SetErrorText("a movie is opened from an alias record");
-        return toolbox::movies::NoteMoviesError(outMovie == nullptr || inDataRef == nullptr ? paramErr
-                                                                                            : invalidDataRef);
+        return outMovie == nullptr || inDataRef == nullptr ? paramErr : invalidDataRef;
+    }
+    if (!AreKnown(inOptions)) {
+        SetErrorText("the options of opening are not understood");
+        return paramErr;
     }
     SetErrorText("");
     OSStatus status = memFullErr;
     try {
+        StopCheck check(inOptions.shouldStop, inOptions.stopContext);
         std::unique_ptr<OpaqueMovie> movie;
-        status = OpenMovie(inDataRef, inOptions, movie);
+        status = OpenMovie(inDataRef, {static_cast<std::uint32_t>(inOptions.soundTrack)}, check, movie);
         *outMovie = movie.release();
     } catch (const std::bad_alloc&) {
         status = memFullErr;
     }
     if (status == memFullErr) SetErrorText("not enough memory");
-    return toolbox::movies::NoteMoviesError(static_cast<OSErr>(status));
+    return status;
 }
 
 }  // namespace
 
 OSErr NewMovieFromDataRef(Movie* outMovie, SInt16 /*inFlags*/, SInt16* ioResID, Handle inDataRef,
                           OSType inDataRefType) {
-    if (outMovie != nullptr) *outMovie = nullptr;
     if (ioResID != nullptr) *ioResID = 0;
-    return NewMovie(outMovie, inDataRef, inDataRefType, ImportOptions());
+    return NewMovieFromDataRefWithOptions(outMovie, inDataRef, inDataRefType, nullptr);
 }
 
 OSErr NewMovieFromDataRefWithOptions(Movie* outMovie, Handle inDataRef, OSType inDataRefType,
                                      const MovieOpenOptions* inOptions) {
-    if (outMovie != nullptr) *outMovie = nullptr;
-    ImportOptions options;
-    if (ReadOptions(inOptions, options)) return NewMovie(outMovie, inDataRef, inDataRefType, options);
-    SetErrorText("the options of opening are not understood");
-    return toolbox::movies::NoteMoviesError(paramErr);
+    constexpr MovieOpenOptions kNone = {sizeof(MovieOpenOptions), 0, nullptr, nullptr};
+    const OSStatus status =
+        NewMovie(outMovie, inDataRef, inDataRefType, inOptions == nullptr ? kNone : *inOptions);
+    const auto answer = static_cast<OSErr>(status);
+    // That somebody wanted no movie is no failure to be remembered.
+    return status == userCanceledErr ? answer : toolbox::movies::NoteMoviesError(answer);
 }
 
 const char* GetMovieOpenErrorText() {

@@ -226,7 +226,8 @@ OSStatus Survey::ReadAll(std::string& outProblem) {
     OwnedPacket packet;
     while (status == noErr) {
         packet.Clear();
-        status = mDemuxer->Next(*packet);
+        // Many packets may come of one read, and each may have to be decoded.
+        status = mSource->MustStop() ? OSStatus{userCanceledErr} : mDemuxer->Next(*packet);
         if (status != noErr) {
             break;
         }

@@ -62,6 +62,7 @@ OSStatus MediaFile::ReadAt(std::int64_t inOffset, void* outBytes, std::size_t in
     const std::size_t wanted = static_cast<std::size_t>(
         std::min<std::uint64_t>(inByteCount, static_cast<std::uint64_t>(mSizeBytes - inOffset)));
     while (*outRead < wanted) {
+        if (MustStop()) return userCanceledErr;
         const std::size_t length = std::min(wanted - *outRead, kMaxReadBytes);
         const ssize_t got =
             os::Calls().readAt(mDescriptor, static_cast<std::uint8_t*>(outBytes) + *outRead, length,

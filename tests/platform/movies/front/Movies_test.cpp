@@ -226,6 +226,53 @@ TEST_F(OpeningWithOptions, OptionsOfAnotherToolbox) {
     EXPECT_EQ(invalidDataRef, NewMovieFromDataRefWithOptions(&mMovie, mAlias.Get(), 0, &good));
 }
 
+struct Stop {
+    bool isWanted;
+    int asked = 0;
+    static Boolean Ask(void* inContext) {
+        ++static_cast<Stop*>(inContext)->asked;
+        return static_cast<Stop*>(inContext)->isWanted;
+    }
+};
+
+// An importer may take what it cannot read for damage.
+TEST_F(OpeningWithOptions, StoppingEndsItWhateverTheImporterMakesOfIt) {
+    for (const OSStatus answer : {OSStatus{noErr}, OSStatus{invalidMovie}, OSStatus{userCanceledErr}}) {
+        Stop stop{true};
+        mOptions.shouldStop = Stop::Ask;
+        mOptions.stopContext = &stop;
+        OSStatus readStatus = noErr;
+        Importers().mpeg4 = [answer, &readStatus](ImportedMovie&, std::string&) {
+            char byte = 0;
+            std::size_t count = 0;
+            readStatus = Importers().file->ReadAt(0, &byte, 1, &count);
+            return answer;
+        };
+        EnterMovies();
+        ClearMoviesStickyError();
+        EXPECT_EQ(userCanceledErr, OpenSo());
+        EXPECT_EQ(nullptr, mMovie);
+        EXPECT_EQ(userCanceledErr, readStatus);
+        EXPECT_EQ(1, stop.asked);
+        EXPECT_STREQ("opening was stopped", GetMovieOpenErrorText());
+        EXPECT_EQ(noErr, GetMoviesStickyError());
+        ExitMovies();
+    }
+}
+
+TEST_F(OpeningWithOptions, AnOpenMovieIsNotStopped) {
+    Stop stop{false};
+    mOptions.shouldStop = Stop::Ask;
+    mOptions.stopContext = &stop;
+    ASSERT_EQ(noErr, OpenSo());
+    stop.isWanted = true;
+    char byte = 0;
+    std::size_t count = 0;
+    EXPECT_EQ(noErr, Importers().file->ReadAt(0, &byte, 1, &count));
+    EXPECT_EQ(0, stop.asked);
+    DisposeMovie(mMovie);
+}
+
 TEST_F(OpeningWithOptions, TheFilesSoundTracksAreTold) {
     ASSERT_EQ(noErr, OpenSo());
     ASSERT_EQ(2, GetMovieSoundTrackCount(mMovie));

@@ -1,8 +1,8 @@
 #include "track/MediaFile.h"
 
+#include "platform/catalogue/Refs.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
-#include "platform/catalogue/Refs.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -195,6 +195,55 @@ TEST(MediaFile, InterruptedReads) {
     const auto file = OpenPath(folder.MakeFile("a", "0123456789"));
     EXPECT_EQ("234567", ReadWith(*file, ReadEveryThirdTime));
     EXPECT_EQ(18, sCallCount);
+}
+
+// Says yes when it is asked for the n-th time.
+struct StopAt {
+    int last;
+    int asked = 0;
+    static Boolean Ask(void* inContext) {
+        auto& self = *static_cast<StopAt*>(inContext);
+        return ++self.asked == self.last;
+    }
+};
+
+TEST(MediaFile, StopsBeforeTheNextCall) {
+    const TemporaryFolder folder;
+    const auto file = OpenPath(folder.MakeFile("a", "0123456789"));
+    StopAt stop{4};
+    toolbox::movies::StopCheck check(StopAt::Ask, &stop);
+    file->SetStopCheck(&check);
+    EXPECT_EQ("status -128 after 234", ReadWith(*file, ReadOneByte));
+    EXPECT_EQ(3, sCallCount);
+    EXPECT_TRUE(check.IsStopped());
+    EXPECT_TRUE(file->MustStop());
+    EXPECT_EQ("status -128 after ", Read(*file, 0, 5));
+    EXPECT_EQ(4, stop.asked) << "it is not asked again";
+    file->SetStopCheck(nullptr);
+    EXPECT_FALSE(file->MustStop());
+    EXPECT_EQ("01234", Read(*file, 0, 5));
+}
+
+// A signal that interrupts a read may be what the answer comes of.
+TEST(MediaFile, InterruptedReadsAskAgain) {
+    const TemporaryFolder folder;
+    const auto file = OpenPath(folder.MakeFile("a", "0123456789"));
+    StopAt stop{2};
+    toolbox::movies::StopCheck check(StopAt::Ask, &stop);
+    file->SetStopCheck(&check);
+    EXPECT_EQ("status -128 after ", ReadWith(*file, ReadEveryThirdTime));
+    EXPECT_EQ(1, sCallCount);
+    file->SetStopCheck(nullptr);
+}
+
+TEST(MediaFile, NobodyStopsIt) {
+    const TemporaryFolder folder;
+    const auto file = OpenPath(folder.MakeFile("a", "0123456789"));
+    toolbox::movies::StopCheck check(nullptr, nullptr);
+    file->SetStopCheck(&check);
+    EXPECT_EQ("0123456789", Read(*file, 0, 20));
+    EXPECT_FALSE(file->MustStop());
+    file->SetStopCheck(nullptr);
 }
 
 TEST(MediaFile, DeviceThatFails) {

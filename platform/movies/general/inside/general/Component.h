@@ -23,6 +23,8 @@ class ByteSource {
     // As MediaFile::ReadAt.
     [[nodiscard]] virtual OSStatus ReadAt(std::int64_t inOffset, void* outBytes, std::size_t inByteCount,
                                           std::size_t* outRead) const = 0;
+    // While the file is imported: whether that is to end. Reading then answers userCanceledErr.
+    virtual bool MustStop() const = 0;
 };
 
 // Raised with every change of this header, of SoundTrack.h or of ImportOptions.h.

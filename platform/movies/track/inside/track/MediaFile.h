@@ -3,6 +3,8 @@
 // meanwhile keeps its first length, one that is cut short ends earlier.
 #pragma once
 
+#include "track/StopCheck.h"
+
 #include <toolbox/Files.h>
 
 #include <cstddef>
@@ -24,6 +26,12 @@ class MediaFile {
     MediaFile& operator=(const MediaFile&) = delete;
 
     std::int64_t SizeBytes() const { return mSizeBytes; }
+    // While an importer has the file to itself, reading asks inCheck before each call to the system, and
+    // answers userCanceledErr when it is to stop. Borrowed; null ends this, and must come before any other
+    // thread reads. What stops the reading is no part of the file, so a const one has it too.
+    void SetStopCheck(StopCheck* inCheck) const { mStopCheck = inCheck; }
+    // For work between two reads.
+    bool MustStop() const { return mStopCheck != nullptr && mStopCheck->Ask(); }
     // Where the file was at opening, for messages.
     const std::string& Path() const { return mPath; }
 
@@ -37,6 +45,7 @@ class MediaFile {
     int mDescriptor;
     std::int64_t mSizeBytes;
     std::string mPath;
+    mutable StopCheck* mStopCheck = nullptr;
 };
 
 }  // namespace toolbox::movies
