@@ -97,6 +97,26 @@ WAVHeader MakeWAVHeader(SInt32 inSampleRateHz, UInt32 inFrameCount) {
     return header;
 }
 
+RF64Header MakeRF64Header(SInt32 inSampleRateHz, UInt64 inFrameCount) {
+    constexpr UInt32 kSeeDs64 = 0xFFFFFFFF;
+    RF64Header header;
+    UInt64 const dataByteCount = inFrameCount * kFrameByteCount;
+    LittleEndianWriter writer(header.bytes);
+    writer.Tag("RF64");
+    writer.Put32(kSeeDs64);
+    writer.Tag("WAVE");
+    writer.Tag("ds64");
+    writer.Put32(28);
+    writer.Put64(dataByteCount + sizeof header.bytes - 8);
+    writer.Put64(dataByteCount);
+    writer.Put64(inFrameCount);
+    writer.Put32(0);  // no table of other chunks' sizes
+    PutFormatChunk(writer, inSampleRateHz);
+    writer.Tag("data");
+    writer.Put32(kSeeDs64);
+    return header;
+}
+
 void ConvertWhole(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback) {
     SInt32 const frameCount = GetMovieDuration(ioExporter.GetMovie());
     ioExporter.MakeExportHandle();

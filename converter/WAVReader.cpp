@@ -1,4 +1,3 @@
-#include "LittleEndianWriter.h"
 #include "StreamFormat.h"
 
 #include <converter/Conversion.h>
@@ -13,28 +12,8 @@
 namespace {
 
 // So many that the stream's length still fits 64 bits.
-constexpr SInt64 kMaxFrameCount = (std::numeric_limits<SInt64>::max() - 80) / kFrameByteCount;
-
-constexpr std::size_t kRF64HeaderByteCount = 80;
-
-void PutRF64Header(unsigned char* outHeader, SInt32 inSampleRateHz, UInt64 inFrameCount,
-                   UInt64 inHeaderByteCount) {
-    constexpr UInt32 kSeeDs64 = 0xFFFFFFFF;
-    UInt64 const dataByteCount = inFrameCount * kFrameByteCount;
-    LittleEndianWriter writer(outHeader);
-    writer.Tag("RF64");
-    writer.Put32(kSeeDs64);
-    writer.Tag("WAVE");
-    writer.Tag("ds64");
-    writer.Put32(28);
-    writer.Put64(dataByteCount + inHeaderByteCount - 8);
-    writer.Put64(dataByteCount);
-    writer.Put64(inFrameCount);
-    writer.Put32(0);  // no table of other chunks' sizes
-    PutFormatChunk(writer, inSampleRateHz);
-    writer.Tag("data");
-    writer.Put32(kSeeDs64);
-}
+constexpr SInt64 kMaxFrameCount =
+    (std::numeric_limits<SInt64>::max() - static_cast<SInt64>(sizeof(RF64Header))) / kFrameByteCount;
 
 }  // namespace
 
@@ -50,6 +29,8 @@ class WAVReader::Stream {
   private:
     void TakeRange(FrameRange inRange);
     void MakeHeader(Header inHeader);
+    template <std::size_t kByteCount>
+    void SetHeader(unsigned char const (&inBytes)[kByteCount]);
     std::size_t ReadHeader(SInt64 inPosition, unsigned char* outBytes, std::size_t inByteCount) const;
     std::size_t ReadSound(SInt64 inSoundOffset, unsigned char* outBytes, std::size_t inByteCount);
     void RenderFrom(SInt64 inFrame);
@@ -59,7 +40,7 @@ class WAVReader::Stream {
     SInt64 mFirstFrame = 0;  // of the movie; all other frames count from it
     SInt64 mFrameCount = 0;
     SInt32 mHeaderByteCount = 0;
-    unsigned char mHeader[kRF64HeaderByteCount];
+    unsigned char mHeader[sizeof(RF64Header)];
     // The segment in hand: frames [mSegmentFirst, mSegmentFirst + mSegmentFrames).
     SInt64 mSegmentFirst = 0;
     SInt32 mSegmentFrames = 0;
@@ -83,15 +64,18 @@ void WAVReader::Stream::TakeRange(FrameRange inRange) {
 }
 
 void WAVReader::Stream::MakeHeader(Header inHeader) {
-    if (inHeader == Header::kRF64) {
-        mHeaderByteCount = kRF64HeaderByteCount;
-        PutRF64Header(mHeader, mExporter->SampleRate(), static_cast<UInt64>(mFrameCount),
-                      kRF64HeaderByteCount);
-        return;
-    }
-    mHeaderByteCount = kStreamHeaderByteCount;
-    WAVHeader const header = MakeWAVHeader(mExporter->SampleRate(), static_cast<UInt32>(mFrameCount));
-    std::memcpy(mHeader, header.bytes, sizeof header.bytes);
+    SInt32 const rate = mExporter->SampleRate();
+    if (inHeader == Header::kRF64)
+        SetHeader(MakeRF64Header(rate, static_cast<UInt64>(mFrameCount)).bytes);
+    else
+        SetHeader(MakeWAVHeader(rate, static_cast<UInt32>(mFrameCount)).bytes);
+}
+
+template <std::size_t kByteCount>
+void WAVReader::Stream::SetHeader(unsigned char const (&inBytes)[kByteCount]) {
+    static_assert(kByteCount <= sizeof mHeader);
+    mHeaderByteCount = kByteCount;
+    std::memcpy(mHeader, inBytes, kByteCount);
 }
 
 std::size_t WAVReader::Stream::Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount) {

@@ -1,11 +1,12 @@
 // The native half of com.mirtal.NativeReader: a WAVReader behind a number.
 //
 // The Java half sees to it that a handle is used by one thread at a time and never after it was closed.
+#include <converter/Conversion.h>
 #include <converter/WAVReader.h>
 #include <foundation/LException.h>
 #include <jni.h>
-#include <toolbox/Aliases.h>
 #include <toolbox/Files.h>
+#include <toolbox/MacErrors.h>
 #include <toolbox/SoundReport.h>
 
 #include <algorithm>
@@ -15,20 +16,24 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
 // Set in JNI_OnLoad, before any native method can be called, and constant from then on. There is no reference
 // to NativeReader, which every native method is given: it would keep the class and its class loader for ever.
 struct JavaSide {
-    jmethodID raise = nullptr;  // of com.mirtal.NativeReader
+    jmethodID raise = nullptr;       // of com.mirtal.NativeReader
+    jmethodID shouldStop = nullptr;  // likewise
     jclass outOfMemory = nullptr;
 };
 JavaSide sJava;
 
 struct Source {
-    Source(const char* inPath, WAVReader::Header inHeader) : reader(inPath, inHeader) {}
+    explicit Source(std::unique_ptr<SegmentExporter> inExporter)
+        : reader(std::move(inExporter), WAVReader::Header::kRIFF) {}
 
+    // The Java half makes its streams' headers, because slices have headers too: the sound is what it reads.
     WAVReader reader;
     // On its way into the Java heap the sound rests here: small enough to stay in the processor's nearest
     // cache.
@@ -42,12 +47,18 @@ Source& FromHandle(jlong inHandle) {
     return *reinterpret_cast<Source*>(static_cast<std::intptr_t>(inHandle));
 }
 
+// Null, with the runtime's own error pending, when its heap is full.
+jbyteArray ToJava(JNIEnv* inEnv, const void* inBytes, std::size_t inByteCount) {
+    const auto byteCount = static_cast<jsize>(inByteCount);
+    jbyteArray array = inEnv->NewByteArray(byteCount);
+    if (array != nullptr) inEnv->SetByteArrayRegion(array, 0, byteCount, static_cast<const jbyte*>(inBytes));
+    return array;
+}
+
 // NativeReader.raise throws: on return, an exception is pending.
 void Raise(JNIEnv* inEnv, jclass inReader, OSStatus inStatus, std::string_view inDetail) {
-    const auto byteCount = static_cast<jsize>(inDetail.size());
-    jbyteArray detail = inEnv->NewByteArray(byteCount);
+    jbyteArray detail = ToJava(inEnv, inDetail.data(), inDetail.size());
     if (detail == nullptr) return;
-    inEnv->SetByteArrayRegion(detail, 0, byteCount, reinterpret_cast<const jbyte*>(inDetail.data()));
     inEnv->CallStaticVoidMethod(inReader, sJava.raise, static_cast<jint>(inStatus), detail);
 }
 
@@ -67,27 +78,30 @@ auto Guarded(JNIEnv* inEnv, jclass inReader, Body inBody) -> decltype(inBody()) 
     return decltype(inBody())();
 }
 
-struct Refusal {
-    OSStatus status;  // noErr when the toolbox does open the file
-    std::string detail;
-};
-
-// What the toolbox says to a file that the reader could not open: the reader itself only tells that it got no
-// movie.
-Refusal AskWhyNotOpened(const char* inPath) {
+// Why opening failed, for people. What the toolbox has to say is of the last movie that was asked for, and
+// for a path that leads nowhere none was.
+std::string_view ReasonNotOpened(const char* inPath, OSStatus inStatus) {
     FSRef file;
-    if (OSStatus status = FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath), &file, nullptr))
-        return {status, ""};
-    AliasHandle alias = nullptr;
-    if (OSErr status = FSNewAliasMinimal(&file, &alias)) return {status, ""};
-    Movie movie = nullptr;
-    SInt16 resourceID = 0;
-    const OSErr status = NewMovieFromDataRef(&movie, newMovieDontAskUnresolvedDataRefs, &resourceID,
-                                             reinterpret_cast<Handle>(alias), rAliasType);
-    DisposeHandle(reinterpret_cast<Handle>(alias));
-    if (movie != nullptr) DisposeMovie(movie);
-    return {status, GetMovieOpenErrorText()};
+    if (inStatus == memFullErr ||
+        FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath), &file, nullptr) != noErr) {
+        return {};
+    }
+    return GetMovieOpenErrorText();
 }
+
+// Asks the Java half, on the thread that opens.
+struct StopQuestion {
+    JNIEnv* env;
+    jclass reader;
+    jobject supplier;
+
+    static Boolean Ask(void* inQuestion) {
+        const auto& question = *static_cast<const StopQuestion*>(inQuestion);
+        const jboolean stops =
+            question.env->CallStaticBooleanMethod(question.reader, sJava.shouldStop, question.supplier);
+        return question.env->ExceptionCheck() != JNI_FALSE || stops != JNI_FALSE;
+    }
+};
 
 std::string ToPath(JNIEnv* inEnv, jbyteArray inPath) {
     std::string path(static_cast<std::size_t>(inEnv->GetArrayLength(inPath)), '\0');
@@ -96,17 +110,23 @@ std::string ToPath(JNIEnv* inEnv, jbyteArray inPath) {
     return path;
 }
 
-jlong JNICALL Open(JNIEnv* inEnv, jclass inReader, jbyteArray inPath, jboolean inRF64) {
+jlong JNICALL Open(JNIEnv* inEnv, jclass inReader, jbyteArray inPath, jint inSoundTrack, jobject inStop) {
     return Guarded(inEnv, inReader, [&]() -> jlong {
         const std::string path = ToPath(inEnv, inPath);
-        const auto header = inRF64 ? WAVReader::Header::kRF64 : WAVReader::Header::kRIFF;
+        StopQuestion question{inEnv, inReader, inStop};
+        MovieOpenOptions options{};
+        options.byteCount = sizeof options;
+        options.soundTrack = inSoundTrack;
+        options.shouldStop = StopQuestion::Ask;
+        options.stopContext = &question;
         try {
-            return ToHandle(std::make_unique<Source>(path.c_str(), header).release());
+            auto exporter = std::make_unique<SegmentExporter>(path.c_str(), options);
+            return ToHandle(std::make_unique<Source>(std::move(exporter)).release());
         } catch (LException const& failure) {
-            const Refusal refusal = AskWhyNotOpened(path.c_str());
-            const bool isRefused = refusal.status != noErr;
-            Raise(inEnv, inReader, isRefused ? refusal.status : static_cast<OSStatus>(failure.GetErrorCode()),
-                  refusal.detail);
+            // What the question threw tells more.
+            if (inEnv->ExceptionCheck()) return 0;
+            const auto status = static_cast<OSStatus>(failure.GetErrorCode());
+            Raise(inEnv, inReader, status, ReasonNotOpened(path.c_str(), status));
             return 0;
         }
     });
@@ -176,13 +196,18 @@ void JNICALL Describe(JNIEnv* inEnv, jclass inReader, jlong inHandle, jlongArray
 jbyteArray JNICALL Name(JNIEnv* inEnv, jclass inReader, jlong inHandle, jboolean inOfContainer) {
     return Guarded(inEnv, inReader, [&]() -> jbyteArray {
         const MovieSoundReport report = Report(inHandle);
-        const std::string name = inOfContainer ? report.containerName : report.formatName;
-        jbyteArray bytes = inEnv->NewByteArray(static_cast<jsize>(name.size()));
-        if (bytes == nullptr) return nullptr;
-        inEnv->SetByteArrayRegion(bytes, 0, static_cast<jsize>(name.size()),
-                                  reinterpret_cast<const jbyte*>(name.data()));
-        return bytes;
+        const std::string_view name = inOfContainer ? report.containerName : report.formatName;
+        return ToJava(inEnv, name.data(), name.size());
     });
+}
+
+jbyteArray JNICALL MakeHeader(JNIEnv* inEnv, jclass, jint inRateHz, jlong inFrameCount, jboolean inIsRF64) {
+    if (inIsRF64) {
+        const RF64Header header = MakeRF64Header(inRateHz, static_cast<UInt64>(inFrameCount));
+        return ToJava(inEnv, header.bytes, sizeof header.bytes);
+    }
+    const WAVHeader header = MakeWAVHeader(inRateHz, static_cast<UInt32>(inFrameCount));
+    return ToJava(inEnv, header.bytes, sizeof header.bytes);
 }
 
 template <class Function>
@@ -201,17 +226,25 @@ bool FindClasses(JNIEnv* inEnv, jclass inReader) {
     sJava.outOfMemory = static_cast<jclass>(inEnv->NewGlobalRef(outOfMemory));
     if (sJava.outOfMemory == nullptr) return false;
     sJava.raise = inEnv->GetStaticMethodID(inReader, "raise", "(I[B)V");
-    return sJava.raise != nullptr;
+    if (sJava.raise == nullptr) return false;
+    sJava.shouldStop =
+        inEnv->GetStaticMethodID(inReader, "shouldStop", "(Ljava/util/function/BooleanSupplier;)Z");
+    return sJava.shouldStop != nullptr;
 }
 
 bool BindReader(JNIEnv* inEnv) {
     jclass reader = inEnv->FindClass("com/mirtal/NativeReader");
     if (reader == nullptr || !FindClasses(inEnv, reader)) return false;
     const JNINativeMethod methods[] = {
-        Method("open", "([BZ)J", Open),           Method("close", "(J)V", Close),
-        Method("byteCount", "(J)J", ByteCount),   Method("frameCount", "(J)J", FrameCount),
-        Method("sampleRate", "(J)I", SampleRate), Method("read", "(JJ[BII)I", Read),
-        Method("describe", "(J[J)V", Describe),   Method("name", "(JZ)[B", Name),
+        Method("open", "([BILjava/util/function/BooleanSupplier;)J", Open),
+        Method("close", "(J)V", Close),
+        Method("byteCount", "(J)J", ByteCount),
+        Method("frameCount", "(J)J", FrameCount),
+        Method("sampleRate", "(J)I", SampleRate),
+        Method("read", "(JJ[BII)I", Read),
+        Method("header", "(IJZ)[B", MakeHeader),
+        Method("describe", "(J[J)V", Describe),
+        Method("name", "(JZ)[B", Name),
     };
     if (inEnv->RegisterNatives(reader, methods, static_cast<jint>(std::size(methods))) == JNI_OK) return true;
     // A reader of another release may have some of the methods, and those are bound by now.

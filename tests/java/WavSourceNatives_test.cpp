@@ -1,20 +1,23 @@
 // The natives of com.mirtal.NativeReader over a scripted Java runtime and a scripted reader: what can go
 // wrong beneath them, and what of it reaches Java. The rest is tested from Java.
+#include <converter/Conversion.h>
 #include <converter/WAVReader.h>
 #include <foundation/LException.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <jni.h>
-#include <toolbox/Aliases.h>
 #include <toolbox/Files.h>
 #include <toolbox/SoundReport.h>
 
 #include <algorithm>
 #include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 extern "C" jint JNI_OnLoad(JavaVM*, void*);
@@ -30,6 +33,7 @@ struct Script {
     // What the runtime has and has been told.
     bool hasReaderClass = true;
     bool hasRaise = true;
+    bool hasShouldStop = true;
     bool canRegister = true;
     bool canMakeArrays = true;
     int globalReferences = 0;
@@ -41,11 +45,13 @@ struct Script {
     int liveReaders = 0;
     std::string sound = "0123456789";
     OSStatus pathStatus = noErr;
-    OSErr aliasStatus = noErr;
-    OSErr movieStatus = noErr;
+    OSStatus openStatus = noErr;
     OSErr reportStatus = noErr;
-    int liveHandles = 0;
-    int liveMovies = 0;
+    SInt32 soundTrack = -1;  // that was asked for
+    // What the Java half answers, one after the other, when the toolbox asks it whether to stop.
+    std::vector<bool> stops;
+    bool stopThrows = false;
+    std::size_t stopsAsked = 0;
 };
 Script* sScript = nullptr;
 
@@ -57,7 +63,7 @@ void Throw(int inWhat) {
 
 // ---- the Java runtime
 
-char sReaderClass, sMemoryClass, sRaise;
+char sReaderClass, sMemoryClass, sRaise, sShouldStop, sStop;
 const auto kReader = reinterpret_cast<jclass>(&sReaderClass);
 
 ByteArray* Bytes(jbyteArray inArray) {
@@ -80,10 +86,12 @@ void DeleteGlobal(JNIEnv*, jobject) {
     --sScript->globalReferences;
 }
 jmethodID GetStatic(JNIEnv*, jclass, const char* inName, const char* inSignature) {
-    EXPECT_STREQ("raise", inName);
-    EXPECT_STREQ("(I[B)V", inSignature);
-    sScript->pending = !sScript->hasRaise;
-    return sScript->hasRaise ? reinterpret_cast<jmethodID>(&sRaise) : nullptr;
+    const bool isRaise = std::strcmp(inName, "raise") == 0;
+    EXPECT_STREQ(isRaise ? "raise" : "shouldStop", inName);
+    EXPECT_STREQ(isRaise ? "(I[B)V" : "(Ljava/util/function/BooleanSupplier;)Z", inSignature);
+    const bool isThere = isRaise ? sScript->hasRaise : sScript->hasShouldStop;
+    sScript->pending = !isThere;
+    return isThere ? reinterpret_cast<jmethodID>(isRaise ? &sRaise : &sShouldStop) : nullptr;
 }
 jint Register(JNIEnv*, jclass, const JNINativeMethod* inMethods, jint inCount) {
     // A class that lacks the last method has the others bound.
@@ -135,6 +143,20 @@ void CallStatic(JNIEnv*, jclass inClass, jmethodID inMethod, va_list inArguments
     sScript->pending = true;
     delete detail;
 }
+jboolean CallStaticBoolean(JNIEnv*, jclass inClass, jmethodID inMethod, va_list inArguments) {
+    EXPECT_EQ(kReader, inClass);
+    EXPECT_EQ(reinterpret_cast<jmethodID>(&sShouldStop), inMethod);
+    EXPECT_FALSE(sScript->pending);
+    va_list arguments;
+    va_copy(arguments, inArguments);
+    EXPECT_EQ(reinterpret_cast<jobject>(&sStop), va_arg(arguments, jobject));
+    va_end(arguments);
+    sScript->pending = sScript->stopThrows;
+    return sScript->stops.at(sScript->stopsAsked++);
+}
+jboolean IsPending(JNIEnv*) {
+    return sScript->pending;
+}
 jint ThrowNew(JNIEnv*, jclass inClass, const char*) {
     EXPECT_EQ(reinterpret_cast<jclass>(&sMemoryClass), inClass);
     sScript->raised = "OutOfMemoryError";
@@ -157,6 +179,8 @@ JNINativeInterface_ Table() {
     table.SetByteArrayRegion = SetRegion;
     table.SetLongArrayRegion = SetLongs;
     table.CallStaticVoidMethodV = CallStatic;
+    table.CallStaticBooleanMethodV = CallStaticBoolean;
+    table.ExceptionCheck = IsPending;
     table.ThrowNew = ThrowNew;
     return table;
 }
@@ -176,30 +200,39 @@ jint GetNoEnv(JavaVM*, void**, jint) {
 
 // ---- the reader
 
-SegmentExporter::SegmentExporter(char const*) {
+SegmentExporter::SegmentExporter(char const*, MovieOpenOptions const& inOptions) {
+    EXPECT_EQ(sizeof inOptions, inOptions.byteCount);
+    sScript->soundTrack = inOptions.soundTrack;
+    for (std::size_t i = 0; i < sScript->stops.size(); ++i)
+        if (inOptions.shouldStop(inOptions.stopContext)) LException::Throw(userCanceledErr);
+    if (sScript->openStatus != noErr) LException::Throw(sScript->openStatus);
     Throw(sScript->opening);
 }
 SegmentExporter::~SegmentExporter() = default;
 class WAVReader::Stream {
   public:
-    explicit Stream(Header inHeader) : exporter("song.m4a"), headerByteCount(inHeader == Header::kRF64 ? 80 : 44) {
+    explicit Stream(std::unique_ptr<SegmentExporter> inExporter) : exporter(std::move(inExporter)) {
         ++sScript->liveReaders;
     }
     ~Stream() { --sScript->liveReaders; }
 
-    SegmentExporter exporter;
-    SInt64 headerByteCount;
+    std::unique_ptr<SegmentExporter> exporter;
 };
-WAVReader::WAVReader(char const*, Header inHeader) : mStream(std::make_unique<Stream>(inHeader)) {}
+WAVReader::WAVReader(std::unique_ptr<SegmentExporter> inExporter, Header inHeader, FrameRange inRange)
+    : mStream(std::make_unique<Stream>(std::move(inExporter))) {
+    EXPECT_EQ(Header::kRIFF, inHeader);
+    EXPECT_EQ(0, inRange.first);
+    EXPECT_EQ(FrameRange::kToTheEnd, inRange.end);
+}
 WAVReader::~WAVReader() = default;
 SInt64 WAVReader::FrameCount() const {
     return 1000;
 }
 SInt64 WAVReader::ByteCount() const {
-    return mStream->headerByteCount + 4000;
+    return 4044;
 }
 SegmentExporter& WAVReader::Exporter() {
-    return mStream->exporter;
+    return *mStream->exporter;
 }
 std::size_t WAVReader::Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount) {
     Throw(sScript->reading);
@@ -209,31 +242,26 @@ std::size_t WAVReader::Read(SInt64 inPosition, void* outBytes, std::size_t inByt
                : sound.copy(static_cast<char*>(outBytes), inByteCount, static_cast<std::size_t>(inPosition));
 }
 
+WAVHeader MakeWAVHeader(SInt32 inSampleRateHz, UInt32 inFrameCount) {
+    WAVHeader header{};
+    std::snprintf(reinterpret_cast<char*>(header.bytes), sizeof header.bytes, "short %d %u", inSampleRateHz,
+                  inFrameCount);
+    return header;
+}
+RF64Header MakeRF64Header(SInt32 inSampleRateHz, UInt64 inFrameCount) {
+    RF64Header header{};
+    std::snprintf(reinterpret_cast<char*>(header.bytes), sizeof header.bytes, "long %d %llu", inSampleRateHz,
+                  static_cast<unsigned long long>(inFrameCount));
+    return header;
+}
+
 // ---- the toolbox
 
 OSStatus FSPathMakeRef(const UInt8*, FSRef*, Boolean*) {
     return sScript->pathStatus;
 }
-OSErr FSNewAliasMinimal(const FSRef*, AliasHandle* outAlias) {
-    static AliasPtr sRecord = nullptr;
-    if (sScript->aliasStatus == noErr) ++sScript->liveHandles;
-    *outAlias = sScript->aliasStatus == noErr ? &sRecord : nullptr;
-    return sScript->aliasStatus;
-}
-OSErr NewMovieFromDataRef(Movie* outMovie, SInt16, SInt16*, Handle, OSType) {
-    static char sMovie;
-    if (sScript->movieStatus == noErr) ++sScript->liveMovies;
-    *outMovie = sScript->movieStatus == noErr ? reinterpret_cast<Movie>(&sMovie) : nullptr;
-    return sScript->movieStatus;
-}
-void DisposeMovie(Movie) {
-    --sScript->liveMovies;
-}
-void DisposeHandle(Handle) {
-    --sScript->liveHandles;
-}
 const char* GetMovieOpenErrorText() {
-    return sScript->movieStatus == noErr ? "" : "why";
+    return "why";
 }
 OSErr GetMovieSoundReport(Movie, MovieSoundReport* outReport) {
     outReport->decodable = noCodecErr;
@@ -257,8 +285,7 @@ class WavSourceNatives : public testing::Test {
         mInterface.GetEnv = GetEnv;
     }
     ~WavSourceNatives() override {
-        EXPECT_EQ(0, mScript.liveHandles);
-        EXPECT_EQ(0, mScript.liveMovies);
+        EXPECT_EQ(0, mScript.liveReaders);
         sScript = nullptr;
     }
 
@@ -266,10 +293,13 @@ class WavSourceNatives : public testing::Test {
     Function Native(const char* inName) {
         return reinterpret_cast<Function>(mScript.natives.at(inName));
     }
-    jlong Open(bool inRF64 = false) {
+    jlong Open(jint inSoundTrack = 0) {
         ByteArray path{"song.m4a"};
-        return Native<jlong (*)(JNIEnv*, jclass, jbyteArray, jboolean)>("open([BZ)J")(
-            &sEnv, kReader, reinterpret_cast<jbyteArray>(&path), inRF64);
+        mScript.pending = false;
+        return Native<jlong (*)(JNIEnv*, jclass, jbyteArray, jint, jobject)>(
+            "open([BILjava/util/function/BooleanSupplier;)J")(
+            &sEnv, kReader, reinterpret_cast<jbyteArray>(&path), inSoundTrack,
+            reinterpret_cast<jobject>(&sStop));
     }
     void Close(jlong inHandle) {
         Native<void (*)(JNIEnv*, jclass, jlong)>("close(J)V")(&sEnv, kReader, inHandle);
@@ -287,14 +317,15 @@ class WavSourceNatives : public testing::Test {
 
 TEST_F(WavSourceNatives, LoadingBindsTheReaderAndUnloadingLetsGo) {
     EXPECT_EQ(JNI_VERSION_1_8, JNI_OnLoad(&mVM, nullptr));
-    EXPECT_EQ(8u, mScript.natives.size());
+    EXPECT_EQ(9u, mScript.natives.size());
     EXPECT_EQ(1, mScript.globalReferences);
     JNI_OnUnload(&mVM, nullptr);
     EXPECT_EQ(0, mScript.globalReferences);
 }
 
 TEST_F(WavSourceNatives, LoadingSucceedsWhereTheReaderIsMissingOrAnother) {
-    for (bool Script::*part : {&Script::hasReaderClass, &Script::hasRaise, &Script::canRegister}) {
+    for (bool Script::*part :
+         {&Script::hasReaderClass, &Script::hasRaise, &Script::hasShouldStop, &Script::canRegister}) {
         mScript = Script();
         mScript.*part = false;
         EXPECT_EQ(JNI_VERSION_1_8, JNI_OnLoad(&mVM, nullptr));
@@ -310,12 +341,13 @@ TEST_F(WavSourceNatives, LoadingSucceedsWhereTheReaderIsMissingOrAnother) {
 TEST_F(WavSourceNatives, OpensAndCloses) {
     JNI_OnLoad(&mVM, nullptr);
     using Number = jlong (*)(JNIEnv*, jclass, jlong);
-    for (bool isLong : {false, true}) {
-        const jlong handle = Open(isLong);
+    for (const jint track : {0, 3}) {
+        const jlong handle = Open(track);
         ASSERT_NE(0, handle);
         EXPECT_EQ(1, mScript.liveReaders);
+        EXPECT_EQ(track, mScript.soundTrack);
         EXPECT_EQ(1000, Native<Number>("frameCount(J)J")(&sEnv, kReader, handle));
-        EXPECT_EQ((isLong ? 80 : 44) + 4000, Native<Number>("byteCount(J)J")(&sEnv, kReader, handle));
+        EXPECT_EQ(4044, Native<Number>("byteCount(J)J")(&sEnv, kReader, handle));
         Close(handle);
     }
     EXPECT_EQ(0, mScript.liveReaders);
@@ -324,18 +356,57 @@ TEST_F(WavSourceNatives, OpensAndCloses) {
 
 TEST_F(WavSourceNatives, RefusalTellsTheToolboxsReason) {
     JNI_OnLoad(&mVM, nullptr);
-    mScript.opening = Script::kRefuses;
-    EXPECT_EQ(0, Open());
-    EXPECT_EQ("1852402768 ", mScript.raised) << "the toolbox has no objection: the reader's own code";
-    mScript.movieStatus = cantFindHandler;
+    mScript.openStatus = cantFindHandler;
     EXPECT_EQ(0, Open());
     EXPECT_EQ("-2003 why", mScript.raised);
-    mScript.aliasStatus = memFullErr;
+    mScript.openStatus = memFullErr;
     EXPECT_EQ(0, Open());
     EXPECT_EQ("-108 ", mScript.raised);
+    // No movie was asked for: what the toolbox says is of another one.
+    mScript.openStatus = fnfErr;
     mScript.pathStatus = fnfErr;
     EXPECT_EQ(0, Open());
     EXPECT_EQ("-43 ", mScript.raised);
+}
+
+TEST_F(WavSourceNatives, OpeningAsksWhetherToStop) {
+    JNI_OnLoad(&mVM, nullptr);
+    mScript.stops = {false, false, false};
+    const jlong handle = Open();
+    EXPECT_NE(0, handle);
+    EXPECT_EQ(3u, mScript.stopsAsked);
+    Close(handle);
+    mScript.stops = {false, true, false};
+    mScript.stopsAsked = 0;
+    EXPECT_EQ(0, Open());
+    EXPECT_EQ(2u, mScript.stopsAsked);
+    EXPECT_EQ("-128 why", mScript.raised);
+}
+
+TEST_F(WavSourceNatives, WhatTheQuestionThrowsStopsAndStays) {
+    JNI_OnLoad(&mVM, nullptr);
+    mScript.stops = {false, false};
+    mScript.stopThrows = true;
+    EXPECT_EQ(0, Open());
+    EXPECT_EQ(1u, mScript.stopsAsked);
+    EXPECT_TRUE(mScript.pending);
+    EXPECT_EQ("", mScript.raised);
+}
+
+TEST_F(WavSourceNatives, HeadersOfAnyLength) {
+    JNI_OnLoad(&mVM, nullptr);
+    const auto header = Native<jbyteArray (*)(JNIEnv*, jclass, jint, jlong, jboolean)>("header(IJZ)[B");
+    ByteArray* bytes = Bytes(header(&sEnv, kReader, 44100, 0xFFFFFFFFLL, false));
+    EXPECT_EQ(44u, bytes->bytes.size());
+    EXPECT_STREQ("short 44100 4294967295", bytes->bytes.c_str());
+    delete bytes;
+    bytes = Bytes(header(&sEnv, kReader, 8000, 0x100000000LL, true));
+    EXPECT_EQ(80u, bytes->bytes.size());
+    EXPECT_STREQ("long 8000 4294967296", bytes->bytes.c_str());
+    delete bytes;
+    mScript.canMakeArrays = false;
+    EXPECT_EQ(nullptr, header(&sEnv, kReader, 8000, 1, true));
+    EXPECT_TRUE(mScript.pending);
 }
 
 TEST_F(WavSourceNatives, NoExceptionUnwindsIntoTheRuntime) {

@@ -12,6 +12,12 @@ struct WAVHeader {
 };
 [[nodiscard]] MIRTAL_EXPORT WAVHeader MakeWAVHeader(SInt32 inSampleRateHz, UInt32 inFrameCount);
 
+// The header with 64-bit sizes (EBU Tech 3306).
+struct RF64Header {
+    unsigned char bytes[80];
+};
+MIRTAL_EXPORT RF64Header MakeRF64Header(SInt32 inSampleRateHz, UInt64 inFrameCount);
+
 // The whole stream, header first. Throws LException as SegmentExporter::Export does; whatever inCallback
 // throws passes through.
 MIRTAL_EXPORT void ConvertWhole(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback);

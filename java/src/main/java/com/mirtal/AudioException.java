@@ -51,6 +51,8 @@ public class AudioException extends IOException {
                 new UnsupportedAudioException(path, code, either(detail, "not a known kind of sound file"));
             case PlatformStatus.NO_SOUND ->
                 new UnsupportedAudioException(path, code, either(detail, "no sound in the file"));
+            case PlatformStatus.NO_TRACK ->
+                new UnsupportedAudioException(path, code, either(detail, "no such sound track in the file"));
             case PlatformStatus.NO_CODEC ->
                 new UnsupportedAudioException(path, code, either(detail, "no decoder for its sound"));
             case PlatformStatus.BAD_FORMAT ->

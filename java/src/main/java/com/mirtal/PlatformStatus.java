@@ -10,6 +10,7 @@ final class PlatformStatus {
     static final int NO_PERMISSION = -54;
     static final int NO_MEMORY = -108;
     static final int NO_FOLDER = -120;
+    static final int CANCELLED = -128;
     static final int BAD_FORMAT = -206;
     static final int NOT_A_FILE = -1302;
     static final int NO_FORK = -1409;
@@ -23,6 +24,7 @@ final class PlatformStatus {
     static final int INVALID_MOVIE = -2010;
     static final int INVALID_DURATION = -2014;
     static final int INVALID_TIME = -2015;
+    static final int NO_TRACK = -2030;
     static final int NO_SOUND = -2062;
     static final int ACCESS_DENIED = -5000;
     static final int NO_CODEC = -8961;

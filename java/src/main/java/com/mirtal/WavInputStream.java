@@ -57,14 +57,14 @@ public final class WavInputStream extends InputStream {
         int wanted = (int) Math.min(length, end - position);
         int done = 0;
         while (done < wanted) {
-            if (source.shouldStop()) {
+            int piece = Math.min(wanted - done, PIECE_BYTE_COUNT);
+            int got = source.read(position, bytes, offset + done, piece);
+            if (got == NativeReader.STOPPED) {
                 if (done == 0) {
                     throw source.stopped();
                 }
                 return done;
             }
-            int piece = Math.min(wanted - done, PIECE_BYTE_COUNT);
-            int got = source.reader().read(position, bytes, offset + done, piece);
             if (got == 0) {
                 break;
             }

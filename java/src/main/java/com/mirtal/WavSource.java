@@ -6,6 +6,7 @@ import java.io.OutputStream;
 import java.lang.ref.Cleaner;
 import java.nio.file.Path;
 import java.util.Objects;
+import java.util.function.BooleanSupplier;
 import javax.sound.sampled.AudioFormat;
 import javax.sound.sampled.AudioInputStream;
 
@@ -27,19 +28,49 @@ import javax.sound.sampled.AudioInputStream;
  * {@code IOException("closed")} or {@link InterruptedIOException}. The interrupt status stays set.
  */
 public final class WavSource implements AutoCloseable {
+    static final int FRAME_BYTE_COUNT = 4;
+
     /** The largest size that the four-byte fields of the short header can tell. */
     private static final long RIFF_LIMIT = 0xFFFF_FFFFL + 8;
 
-    private static final int FRAME_BYTE_COUNT = 4;
+    private static final int RIFF_HEADER_LENGTH = 44;
     private static final Cleaner CLEANER = Cleaner.create();
 
-    private final NativeReader reader;
+    final NativeReader reader;
+    /** What this is a slice of, or null: keeps it from being closed as unreachable, too. */
+    private final WavSource parent;
     private final Cleaner.Cleanable cleanable;
+    private final byte[] header;
+    private final long firstFrame; // of the reader's
+    private final long frameCount;
     private volatile boolean cancelled;
+    private volatile boolean closed;
+    private final BooleanSupplier mustStop =
+        () -> isClosed() || isCancelled() || Thread.currentThread().isInterrupted();
 
-    private WavSource(NativeReader reader) {
+    /** All of a file. */
+    WavSource(NativeReader reader) {
         this.reader = reader;
+        this.parent = null;
+        this.firstFrame = 0;
+        this.frameCount = reader.frameCount;
+        this.header = headerOf(reader.streamRateHz, frameCount);
         this.cleanable = CLEANER.register(this, reader);
+    }
+
+    /** Frames of another source. */
+    private WavSource(WavSource parent, long firstFrame, long frameCount) {
+        this.reader = parent.reader;
+        this.parent = parent;
+        this.firstFrame = parent.firstFrame + firstFrame;
+        this.frameCount = frameCount;
+        this.header = headerOf(reader.streamRateHz, frameCount);
+        this.cleanable = null;
+    }
+
+    private static byte[] headerOf(int rateHz, long frameCount) {
+        boolean isLong = RIFF_HEADER_LENGTH + frameCount * FRAME_BYTE_COUNT > RIFF_LIMIT;
+        return NativeReader.header(rateHz, frameCount, isLong);
     }
 
     /**
@@ -53,11 +84,11 @@ public final class WavSource implements AutoCloseable {
      * @throws UnsupportedAudioException  when it is of no known kind, or its sound cannot be decoded
      * @throws DamagedAudioException      when too little of it is intact
      * @throws AudioException             for any other failure of the platform
+     * @throws InterruptedIOException     when the thread is interrupted before it is open
+     * @throws IOException                only as one of those
      * @throws UnsatisfiedLinkError       when the native library cannot be loaded
      */
-    public static WavSource open(String path) throws AudioException {
-        return open(Objects.requireNonNull(path, "path"), FilePaths.bytesOf(path));
-    }
+    public static WavSource open(String path) throws IOException { return opening(path).open(); }
 
     /**
      * Opens a file of the default file system. A path that came from a listing names its file even when the
@@ -65,20 +96,52 @@ public final class WavSource implements AutoCloseable {
      *
      * @param path the file
      * @return the source; close it
-     * @throws AudioException as {@link #open(String)} does
+     * @throws IOException as {@link #open(String)} does
      */
-    public static WavSource open(Path path) throws AudioException {
-        return open(Objects.requireNonNull(path, "path").toString(), FilePaths.bytesOf(path));
+    public static WavSource open(Path path) throws IOException { return opening(path).open(); }
+
+    /**
+     * Prepares to open a file by its name in Unicode, for those who have more to say or may want to stop it.
+     *
+     * @param path as for {@link #open(String)}
+     * @return not opened yet
+     * @throws AudioFileNotFoundException when no file can have that name
+     */
+    public static WavOpening opening(String path) throws AudioFileNotFoundException {
+        return new WavOpening(Objects.requireNonNull(path, "path"), FilePaths.bytesOf(path));
     }
 
-    private static WavSource open(String path, byte[] pathUTF8) throws AudioException {
-        NativeLibrary.load();
-        NativeReader reader = new NativeReader(path, pathUTF8, false);
-        if (reader.byteCount > RIFF_LIMIT) {
-            reader.run();
-            reader = new NativeReader(path, pathUTF8, true);
-        }
-        return new WavSource(reader);
+    /**
+     * Prepares to open a file of the default file system, for those who have more to say or may want to stop
+     * it.
+     *
+     * @param path the file
+     * @return not opened yet
+     * @throws AudioFileNotFoundException when it is of another file system, or no file can have that name
+     */
+    public static WavOpening opening(Path path) throws AudioFileNotFoundException {
+        return new WavOpening(Objects.requireNonNull(path, "path").toString(), FilePaths.bytesOf(path));
+    }
+
+    /**
+     * A stretch of the sound as a source of its own, with a header of its own and its own frame 0. It takes no
+     * time: the file is not opened again, and the decoder is shared, as it is among streams. Its bytes are
+     * those of the same frames here.
+     *
+     * <p>Closing or cancelling a slice ends that slice (and slices of it) only; closing or cancelling this source
+     * ends its slices. {@link #damage()} of a slice is that of the whole file. A slice that is reachable keeps
+     * this source open.
+     *
+     * @param firstFrame the first frame wanted, counted from 0
+     * @param endFrame   one past the last
+     * @return a source of {@code endFrame - firstFrame} frames
+     * @throws IndexOutOfBoundsException unless {@code 0 <= firstFrame <= endFrame <= frameCount()}
+     * @throws IOException               when this source is closed
+     */
+    public WavSource slice(long firstFrame, long endFrame) throws IOException {
+        Objects.checkFromToIndex(firstFrame, endFrame, frameCount);
+        requireOpen();
+        return new WavSource(this, firstFrame, endFrame - firstFrame);
     }
 
     /**
@@ -86,21 +149,21 @@ public final class WavSource implements AutoCloseable {
      *
      * @return bytes, header included
      */
-    public long length() { return reader.byteCount; }
+    public long length() { return header.length + frameCount * FRAME_BYTE_COUNT; }
 
     /**
      * The length of the sound.
      *
      * @return frames, at the rate of {@link #audioFormat}
      */
-    public long frameCount() { return reader.frameCount; }
+    public long frameCount() { return frameCount; }
 
     /**
      * The length of the header that the stream starts with.
      *
      * @return bytes
      */
-    public int headerLength() { return (int) (reader.byteCount - reader.frameCount * FRAME_BYTE_COUNT); }
+    public int headerLength() { return header.length; }
 
     /**
      * What the file holds.
@@ -159,9 +222,7 @@ public final class WavSource implements AutoCloseable {
 
     private WavInputStream openRange(long first, long end) throws IOException {
         Objects.checkFromToIndex(first, end, length());
-        if (reader.isClosed()) {
-            throw new IOException("closed");
-        }
+        requireOpen();
         return new WavInputStream(this, first, end);
     }
 
@@ -182,26 +243,62 @@ public final class WavSource implements AutoCloseable {
     }
 
     /**
-     * Ends all reading from this source, from any thread and for good: reads in progress and those to come
-     * throw {@link InterruptedIOException}. The source still wants to be closed.
+     * Ends all reading from this source, from any thread and for good: the read in progress is the last, and
+     * those that wait and those to come throw {@link InterruptedIOException}. The source still wants to be
+     * closed.
      */
     public void cancel() { cancelled = true; }
 
     /**
-     * Releases the file and the decoder. A read in progress on another thread ends first. May be called
-     * twice.
+     * Releases the file and the decoder; of a slice, nothing but the slice. The read in progress on another
+     * thread ends first, and is the last: those that wait for their turn, and those to come, throw. May be
+     * called twice.
      */
     @Override
     public void close() {
-        cleanable.clean();
+        // Before waiting for the reader, so that those who wait for it too let go.
+        closed = true;
+        if (cleanable != null) {
+            // The cleaning runs once; whoever comes second is to find the file released all the same.
+            reader.run();
+            cleanable.clean();
+        }
     }
 
-    /** Whether the calling thread should stop reading. */
-    boolean shouldStop() { return cancelled || Thread.currentThread().isInterrupted(); }
+    /**
+     * Copies bytes from a stream position on; fewer than asked for also behind the header.
+     *
+     * @return {@link NativeReader#STOPPED}, with nothing read, when the calling thread should stop
+     */
+    int read(long position, byte[] bytes, int offset, int length) throws IOException {
+        requireOpen();
+        if (position >= header.length) {
+            long sound = reader.headerLength + firstFrame * FRAME_BYTE_COUNT + (position - header.length);
+            int got = reader.read(sound, bytes, offset, length, mustStop);
+            if (got == NativeReader.STOPPED) {
+                requireOpen();
+            }
+            return got;
+        }
+        if (mustStop.getAsBoolean()) {
+            return NativeReader.STOPPED;
+        }
+        int count = (int) Math.min(length, header.length - position);
+        System.arraycopy(header, (int) position, bytes, offset, count);
+        return count;
+    }
+
+    private void requireOpen() throws IOException {
+        if (isClosed()) {
+            throw new IOException("closed");
+        }
+    }
+
+    private boolean isClosed() { return closed || (parent != null && parent.isClosed()); }
+
+    private boolean isCancelled() { return cancelled || (parent != null && parent.isCancelled()); }
 
     InterruptedIOException stopped() {
-        return new InterruptedIOException(cancelled ? "cancelled" : "interrupted");
+        return new InterruptedIOException(isCancelled() ? "cancelled" : "interrupted");
     }
-
-    NativeReader reader() { return reader; }
 }

@@ -53,6 +53,22 @@ final class TestMedia {
         }
     }
 
+    /** How many descriptors of this process are open on a file. */
+    static long openDescriptors(Path file) throws IOException {
+        Path real = file.toRealPath();
+        try (Stream<Path> descriptors = Files.list(Path.of("/proc/self/fd"))) {
+            return descriptors.filter(descriptor -> isLinkTo(descriptor, real)).count();
+        }
+    }
+
+    private static boolean isLinkTo(Path descriptor, Path real) {
+        try {
+            return Files.readSymbolicLink(descriptor).equals(real);
+        } catch (IOException gone) {
+            return false;
+        }
+    }
+
     /** The whole stream, as the command line makes it. */
     static byte[] convertedByCommandLine(Path file, String... options) throws Exception {
         List<String> command =

@@ -153,7 +153,7 @@ public final class AACAudioFileReader extends AudioFileReader {
     }
 
     private interface Opening {
-        WavSource open() throws AudioException;
+        WavSource open() throws IOException;
     }
 
     /** A program that asks for a sound gets an exception it can handle when the native library is missing. */
