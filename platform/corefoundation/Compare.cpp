@@ -2,10 +2,10 @@
 #include <toolbox/CFString.h>
 
 #include "Folding.h"
-#include "Locale.h"
 #include "StringObject.h"
 #include "UnicodeText.h"
 
+#include <corefoundation/CurrentLocale.h>
 #include <unicode/uchar.h>
 #include <unicode/ucol.h>
 #include <unicode/unorm2.h>

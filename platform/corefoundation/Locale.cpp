@@ -3,6 +3,9 @@
 #include "StringObject.h"
 #include "UnicodeText.h"
 
+#include <corefoundation/CurrentLocale.h>
+#include <unicode/uloc.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -10,6 +13,8 @@
 namespace toolbox::corefoundation {
 
 namespace {
+
+static_assert(sizeof(LocaleName) == ULOC_FULLNAME_CAPACITY);
 
 struct LocaleObject {
     Object base;

@@ -2,7 +2,7 @@
 
 #include "TextCalls.h"
 
-#include <corefoundation/Locale.h>
+#include <corefoundation/CurrentLocale.h>
 #include <toolbox/MacErrors.h>
 
 #include <unicode/ucol.h>

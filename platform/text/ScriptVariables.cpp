@@ -1,4 +1,4 @@
-#include <corefoundation/Locale.h>
+#include <corefoundation/CurrentLocale.h>
 #include <toolbox/Script.h>
 
 #include <algorithm>
