@@ -11,8 +11,8 @@
 #include <iterator>
 #include <string>
 
-#include "os/FileCalls_test_access.h"
 #include "keys/AccessKeyList.h"
+#include "os/SystemCalls_test_access.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ const std::string& StateFolder() {
     static const bool sIsMade = [] {
         Require(mkdir(sPath.c_str(), 0700) == 0 && mkdir((sPath + "/mirtal").c_str(), 0700) == 0);
         setenv("XDG_STATE_HOME", sPath.c_str(), 1);
-        toolbox::os::CallsForTesting().syncFile = [](int) { return 0; };
+        toolbox::os::CallsForTesting().fsync = [](int) { return 0; };
         std::atexit([] {
             for (const char* name : {"/mirtal/access-keys", "/mirtal/access-keys.lock"})
                 unlink((sPath + name).c_str());

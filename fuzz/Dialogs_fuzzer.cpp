@@ -15,7 +15,7 @@
 
 #include "InputFile.h"
 #include "formats/ResourceFork.h"
-#include "resources/Resources_test_access.h"
+#include "os/SystemCalls_test_access.h"
 
 namespace {
 
@@ -105,7 +105,10 @@ void UseDialog() {
 
 extern "C" int LLVMFuzzerTestOneInput(const UInt8* inBytes, std::size_t inCount) {
     static const bool sIsAlone = [] {
-        toolbox::resources::StartWithApplication([] { return std::string(); });
+        // No resources but those of the input.
+        toolbox::os::CallsForTesting().readlinkat = [](int, const char*, char*, std::size_t) -> ssize_t {
+            return -1;
+        };
         SetAlertHandler(
             [](void*, SInt16, const ConstStr255Param[], DialogItemIndex inDefault) { return inDefault; },
             nullptr);

@@ -10,7 +10,7 @@
 #include "InputFile.h"
 #include "formats/AppleDouble.h"
 #include "formats/ResourceFork.h"
-#include "resources/Resources_test_access.h"
+#include "os/SystemCalls_test_access.h"
 
 namespace {
 
@@ -69,7 +69,10 @@ void CheckCompanion(const UInt8* inBytes, std::size_t inCount) {
 
 extern "C" int LLVMFuzzerTestOneInput(const UInt8* inBytes, std::size_t inCount) {
     static const bool sIsAlone = [] {
-        StartWithApplication([] { return std::string(); });
+        // No resources but those of the input.
+        toolbox::os::CallsForTesting().readlinkat = [](int, const char*, char*, std::size_t) -> ssize_t {
+            return -1;
+        };
         return true;
     }();
     Require(sIsAlone);

@@ -36,7 +36,7 @@ BundleState& StateOf(CFBundleRef inBundle) {
 void FinishBundle(Object* inObject) {
     const std::unique_ptr<BundleState> state(reinterpret_cast<BundleObject*>(inObject)->state);
     void* const code = state->code.load(std::memory_order_acquire);
-    if (code != nullptr) CallsOfLoading().closeObject(code);
+    if (code != nullptr) UnloadObject(code);
 }
 constexpr TypeInfo kBundleType = {kBundleTypeID, FinishBundle, "CFBundle"};
 
@@ -65,10 +65,10 @@ void* LoadCode(BundleState& ioState) {
     const std::string& path = ioState.contents.executablePath;
     if (code != nullptr) return code;
     if (path.empty() || !IsObjectThere(path)) return nullptr;
-    void* const loaded = CallsOfLoading().openObject(path.c_str());
+    void* const loaded = LoadObject(path.c_str());
     if (loaded == nullptr) return nullptr;
     if (ioState.code.compare_exchange_strong(code, loaded, std::memory_order_acq_rel)) return loaded;
-    CallsOfLoading().closeObject(loaded);  // another thread was faster
+    UnloadObject(loaded);  // another thread was faster
     return code;
 }
 
@@ -76,7 +76,7 @@ void* FindPointer(CFBundleRef inBundle, CFStringRef inName) {
     std::string name;
     if (inName == nullptr || !GetUTF8(inName, name) || name.find('\0') != std::string::npos) return nullptr;
     void* const code = LoadCode(StateOf(inBundle));
-    return code == nullptr ? nullptr : CallsOfLoading().findSymbol(code, name.c_str());
+    return code == nullptr ? nullptr : FindSymbol(code, name.c_str());
 }
 
 UInt32 VersionOf(CFTypeRef inValue) {

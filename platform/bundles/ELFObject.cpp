@@ -1,14 +1,12 @@
 #include "ELFObject.h"
 
 #include "catalogue/FileAccess.h"
-#include "os/FileCalls.h"
+#include "os/Descriptor.h"
 #include "os/ItemStatus.h"
 
 #include <elf.h>
 #include <link.h>
-#include <cerrno>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,15 +21,10 @@ class File {
     explicit File(const FSRef& inFile) {
         std::string path;
         os::ItemStatus status;
-        if (files::OpenForReading(inFile, mDescriptor, path) != noErr) return;
-        if (os::GetDescriptorStatus(mDescriptor, status) == 0)
+        if (files::OpenForReading(inFile, mFile, path) != noErr) return;
+        if (os::GetDescriptorStatus(mFile.Number(), status) == 0)
             mByteCount = static_cast<UInt64>(status.sizeBytes);
     }
-    ~File() {
-        if (mDescriptor >= 0) os::Calls().closeFile(mDescriptor);
-    }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
 
     bool Has(UInt64 inOffset, UInt64 inByteCount) const {
         return inOffset <= mByteCount && inByteCount <= mByteCount - inOffset;
@@ -39,16 +32,13 @@ class File {
     // False when not all of the bytes can be had.
     bool Read(UInt64 inOffset, void* outBytes, std::size_t inByteCount) const {
         if (!Has(inOffset, inByteCount)) return false;
-        ssize_t readCount = 0;
-        do {
-            readCount =
-                os::Calls().readAt(mDescriptor, outBytes, inByteCount, static_cast<off_t>(inOffset));
-        } while (readCount < 0 && errno == EINTR);
-        return readCount >= 0 && static_cast<std::size_t>(readCount) == inByteCount;
+        std::size_t count = 0;
+        return os::ReadAt(mFile.Number(), outBytes, inByteCount, inOffset, count) == 0 &&
+               count == inByteCount;
     }
 
   private:
-    int mDescriptor = -1;
+    os::Descriptor mFile;
     UInt64 mByteCount = 0;
 };
 

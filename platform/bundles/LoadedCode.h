@@ -1,14 +1,13 @@
-// The calls by which bundles load code.
+// How bundles load code.
 #pragma once
 
 namespace toolbox::corefoundation {
 
-struct LoadingCalls {
-    void* (*openObject)(const char* inPath);  // with all its symbols bound; null when it cannot be loaded
-    void (*closeObject)(void* inObject);
-    void* (*findSymbol)(void* inObject, const char* inName);  // that the object itself defines; or null
-};
+// Loads an object with all its symbols bound; null when it cannot be loaded.
+void* LoadObject(const char* inPath);
+void UnloadObject(void* inObject);
 
-const LoadingCalls& CallsOfLoading();
+// What the object itself defines, and none of the libraries beneath it; or null.
+void* FindSymbol(void* inObject, const char* inName);
 
 }  // namespace toolbox::corefoundation

@@ -1,11 +1,13 @@
 #include <toolbox/CatalogInfo.h>
 
-#include "places/CatalogueNames.h"
-#include "os/FileCalls.h"
 #include "FolderItems.h"
 #include "catalogue/Volumes.h"
+#include "os/SystemCalls.h"
+#include "places/CatalogueNames.h"
+#include "status/StatusOfErrno.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -43,7 +45,7 @@ UInt8 AccessOf(const std::string& inPath) {
     static_assert(R_OK == 4 && W_OK == 2 && X_OK == 1);
     int access = 0;
     for (const int one : kAccesses)
-        if (os::Calls().checkAccess(AT_FDCWD, inPath.c_str(), one, AT_EACCESS) == 0) access |= one;
+        if (os::Calls().faccessat(AT_FDCWD, inPath.c_str(), one, AT_EACCESS) == 0) access |= one;
     return static_cast<UInt8>(access);
 }
 
@@ -61,9 +63,9 @@ OSStatus FindOut(const FSRef& inRef, Knowledge& outKnowledge) {
     if (!NodeTable::Shared().GetFacts(item.status.identity, outKnowledge.facts)) return fnfErr;
     status = GetVolumeNumber(item, outKnowledge.volume);
     if (status != noErr) return status;
-    if (os::Calls().statAt(AT_FDCWD, item.path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS,
-                       &outKnowledge.status) != 0)
-        return os::StatusOfErrno(errno);
+    if (os::Calls().statx(AT_FDCWD, item.path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS,
+                          &outKnowledge.status) != 0)
+        return StatusOfErrno(errno);
     return noErr;
 }
 
@@ -138,7 +140,7 @@ OSStatus SetInfo(const FSRef& inRef, FSCatalogInfoBitmap inWhich, const FSCatalo
     const OSStatus status = FindByRef(inRef, item);
     if (status != noErr || inWhich == kFSCatInfoNone) return status;
     const mode_t mode = inInfo.permissions.mode & kPermissionBits;
-    return os::Calls().changeMode(item.path.c_str(), mode) == 0 ? noErr : os::StatusOfErrno(errno);
+    return os::Calls().fchmodat(AT_FDCWD, item.path.c_str(), mode, 0) == 0 ? noErr : StatusOfErrno(errno);
 }
 
 }  // namespace

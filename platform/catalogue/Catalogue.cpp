@@ -1,7 +1,9 @@
 #include "catalogue/Catalogue.h"
 
-#include "os/FileCalls.h"
+#include "os/Folders.h"
+#include "os/SystemCalls.h"
 #include "places/ModifiedUTF8.h"
+#include "status/StatusOfErrno.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -43,7 +45,7 @@ std::string PathInFolder(const std::string& inFolderPath, std::string_view inNam
 
 // Tells a missing item from a missing folder on the way to it.
 OSStatus StatusOfMissing(const std::string& inPath, int inErrno) {
-    if (inErrno != ENOENT) return os::StatusOfErrno(inErrno);
+    if (inErrno != ENOENT) return StatusOfErrno(inErrno);
     const std::size_t nameEnd = inPath.find_last_not_of('/');
     if (nameEnd == std::string::npos) return fnfErr;
     const std::size_t slash = inPath.find_last_of('/', nameEnd);
@@ -75,7 +77,7 @@ int WalkPath(const std::string& inPath, std::vector<PathStep>& outSteps, os::Ite
 int RecordPath(const std::string& inPath, FoundItem& outItem) {
     int error = 0;
     for (int round = 0; round < kRounds; ++round) {
-        const std::unique_ptr<char, FreeDeleter> canonical(os::Calls().canonicalPath(inPath.c_str(), nullptr));
+        const std::unique_ptr<char, FreeDeleter> canonical(os::Calls().realpath(inPath.c_str(), nullptr));
         if (canonical == nullptr) return errno;
         outItem.path = canonical.get();
         std::vector<PathStep> steps;
@@ -105,14 +107,14 @@ OSStatus FindNode(const os::ItemIdentity& inItem, FoundItem& outItem) {
     if (!table.GetFacts(inItem, facts) || !table.GetPath(inItem, hint)) return fnfErr;
     outItem.nodeID = facts.nodeID;
     int error = LookAt(hint, inItem, outItem);
-    if (!IsMissing(error)) return os::StatusOfErrno(error);
+    if (!IsMissing(error)) return StatusOfErrno(error);
     if (!facts.hasParent) return fnfErr;
 
     FoundItem folder;
     const OSStatus folderStatus = FindNode(facts.parent, folder);
     if (folderStatus != noErr) return folderStatus;
     error = LookAt(PathInFolder(folder.path, facts.name), inItem, outItem);
-    if (!IsMissing(error)) return os::StatusOfErrno(error);
+    if (!IsMissing(error)) return StatusOfErrno(error);
     const OSStatus status = FindInFolder(folder.path, inItem, outItem);
     if (status != noErr) return status;
     table.Rename(inItem, std::string_view(outItem.path).substr(outItem.path.rfind('/') + 1));
@@ -145,19 +147,17 @@ OSStatus FindByIdentity(const os::ItemIdentity& inItem, FoundItem& outItem) {
 }
 
 OSStatus FindInFolder(const std::string& inFolderPath, const os::ItemIdentity& inItem, FoundItem& outItem) {
-    DIR* folder = os::Calls().openFolder(inFolderPath.c_str());
-    if (folder == nullptr) return IsMissing(errno) ? fnfErr : os::StatusOfErrno(errno);
-    const std::unique_ptr<DIR, int (*)(DIR*)> closer(folder, os::Calls().closeFolder);
+    os::FolderReader folder;
+    const int openError = folder.Open(inFolderPath.c_str());
+    if (openError != 0) return IsMissing(openError) ? fnfErr : StatusOfErrno(openError);
     for (;;) {
-        errno = 0;
-        const struct dirent* entry = os::Calls().readFolder(folder);
-        if (entry == nullptr) return errno == 0 ? static_cast<OSStatus>(fnfErr) : os::StatusOfErrno(errno);
+        const struct dirent* entry = nullptr;
+        const int readError = folder.Next(entry);
+        if (entry == nullptr) return readError == 0 ? fnfErr : StatusOfErrno(readError);
         // Of a folder on which a volume is mounted this is the inode beneath; but that one cannot be renamed.
         if (entry->d_ino != inItem.inode) continue;
-        const std::string_view name = entry->d_name;
-        if (name == "." || name == "..") continue;
-        const int error = LookAt(PathInFolder(inFolderPath, name), inItem, outItem);
-        if (!IsMissing(error)) return os::StatusOfErrno(error);
+        const int error = LookAt(PathInFolder(inFolderPath, entry->d_name), inItem, outItem);
+        if (!IsMissing(error)) return StatusOfErrno(error);
     }
 }
 

@@ -1,12 +1,11 @@
 #include "FolderItems.h"
 
-#include "places/CatalogueNames.h"
-#include "os/FileCalls.h"
 #include "catalogue/Volumes.h"
+#include "os/Folders.h"
+#include "places/CatalogueNames.h"
+#include "status/StatusOfErrno.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <memory>
 #include <string>
 
 namespace toolbox::files {
@@ -27,13 +26,13 @@ OSStatus AsFolderStatus(OSStatus inStatus) {
 // The name of the folder's item that is the same but for case and form; empty when there is none.
 OSStatus FindSimilarName(const FoundItem& inFolder, std::u16string_view inName, std::string& outDiskName) {
     outDiskName.clear();
-    DIR* const folder = os::Calls().openFolder(inFolder.path.c_str());
-    if (folder == nullptr) return os::StatusOfErrno(errno);
-    const std::unique_ptr<DIR, int (*)(DIR*)> closer(folder, os::Calls().closeFolder);
+    os::FolderReader folder;
+    int error = folder.Open(inFolder.path.c_str());
+    if (error != 0) return StatusOfErrno(error);
     for (;;) {
-        errno = 0;
-        const struct dirent* const entry = os::Calls().readFolder(folder);
-        if (entry == nullptr) return os::StatusOfErrno(errno);
+        const struct dirent* entry = nullptr;
+        error = folder.Next(entry);
+        if (entry == nullptr) return StatusOfErrno(error);
         if (!IsSameName(CatalogueName(entry->d_name), inName)) continue;
         outDiskName = entry->d_name;
         return noErr;

@@ -1,10 +1,12 @@
 #include "MountedVolumes.h"
 
 #include "catalogue/Catalogue.h"
-#include "os/FileCalls.h"
 #include "catalogue/Volumes.h"
+#include "os/Descriptor.h"
+#include "os/SystemCalls.h"
+#include "status/StatusOfErrno.h"
 
-#include <fcntl.h>
+#include <sys/statvfs.h>
 #include <sys/sysmacros.h>
 
 #include <algorithm>
@@ -17,28 +19,11 @@ namespace {
 // Of a table longer than this the rest is not looked at: thousands of mounts.
 constexpr std::size_t kMaxTableBytes = 4 << 20;
 
-// 0 or an errno. The kernel's files tell no size.
+// 0 or an errno.
 int ReadKernelFile(const char* inPath, std::string& outContents) {
-    outContents.clear();
-    const int descriptor = os::Calls().openFile(inPath, O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return errno;
-    int error = 0;
-    char bytes[4096];
-    while (outContents.size() < kMaxTableBytes) {
-        const ssize_t count =
-            os::Calls().readAt(descriptor, bytes, sizeof bytes, static_cast<off_t>(outContents.size()));
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) error = errno;
-        if (count <= 0) break;
-        try {
-            outContents.append(bytes, static_cast<std::size_t>(count));
-        } catch (...) {
-            os::Calls().closeFile(descriptor);
-            throw;
-        }
-    }
-    os::Calls().closeFile(descriptor);
-    return error;
+    os::Descriptor file;
+    const int error = os::OpenFile(inPath, O_RDONLY, file);
+    return error != 0 ? error : os::ReadFromStart(file.Number(), kMaxTableBytes, outContents);
 }
 
 bool IsOctal(char inChar) {
@@ -73,7 +58,7 @@ std::string_view WordAt(std::string_view inLine, int inIndex) {
 // File systems that the kernel makes up have no blocks.
 bool HoldsData(const std::string& inFolder) {
     struct statvfs status = {};
-    return os::Calls().statVolume(inFolder.c_str(), &status) == 0 && status.f_blocks != 0;
+    return os::Calls().statvfs(inFolder.c_str(), &status) == 0 && status.f_blocks != 0;
 }
 
 // noErr also for what is no volume; a status where nothing can be told of any.
@@ -113,7 +98,7 @@ OSStatus ListVolumes(std::vector<SInt16>& outVolumes) {
     outVolumes.assign(1, kBootVolume);
     std::string table;
     const int error = ReadKernelFile("/proc/self/mountinfo", table);
-    if (error != 0) return os::StatusOfErrno(error);
+    if (error != 0) return StatusOfErrno(error);
     for (const std::string& folder : MountFolders(table)) {
         const OSStatus status = AddVolumeAt(folder, outVolumes);
         if (status != noErr) return status;
@@ -126,7 +111,7 @@ OSStatus GetVolumeFacts(SInt16 inVolume, VolumeFacts& outFacts) {
     const OSStatus status = GetVolume(inVolume == 0 ? kBootVolume : inVolume, volume);
     if (status != noErr) return status;
     struct statvfs facts = {};
-    if (os::Calls().statVolume(volume.rootPath.c_str(), &facts) != 0) return os::StatusOfErrno(errno);
+    if (os::Calls().statvfs(volume.rootPath.c_str(), &facts) != 0) return StatusOfErrno(errno);
     outFacts = {facts.f_frsize,
                 facts.f_blocks,
                 facts.f_bavail,

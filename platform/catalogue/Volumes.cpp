@@ -1,6 +1,6 @@
 #include "catalogue/Volumes.h"
 
-#include "os/FileCalls.h"
+#include "status/StatusOfErrno.h"
 
 #include <cerrno>
 #include <mutex>
@@ -61,7 +61,7 @@ OSStatus FindNumber(std::vector<Volume>& ioVolumes, const Volume& inVolume, SInt
 OSStatus GetVolumeNumber(const FoundItem& inItem, SInt16& outNumber) {
     os::ItemStatus boot;
     const int error = os::GetPathStatus("/", boot);
-    if (error != 0) return os::StatusOfErrno(error);
+    if (error != 0) return StatusOfErrno(error);
     const Volume volume = {inItem.status.identity.device, RootPathOf(inItem)};
     Table& table = SharedTable();
     const std::lock_guard lock(table.mutex);
@@ -73,7 +73,7 @@ OSStatus GetVolume(SInt16 inNumber, Volume& outVolume) {
     os::ItemStatus root;
     if (inNumber == kBootVolume) {
         const int error = os::GetPathStatus("/", root);
-        if (error != 0) return os::StatusOfErrno(error);
+        if (error != 0) return StatusOfErrno(error);
         outVolume = {root.identity.device, "/"};
         return noErr;
     }
@@ -85,7 +85,7 @@ OSStatus GetVolume(SInt16 inNumber, Volume& outVolume) {
         outVolume = table.volumes[index];
     }
     const int error = os::GetPathStatus(outVolume.rootPath.c_str(), root);
-    if (error != 0) return error == ENOENT ? static_cast<OSStatus>(nsvErr) : os::StatusOfErrno(error);
+    if (error != 0) return error == ENOENT ? static_cast<OSStatus>(nsvErr) : StatusOfErrno(error);
     return root.identity.device == outVolume.device ? noErr : nsvErr;
 }
 

@@ -2,11 +2,11 @@
 
 #include "StringObject.h"
 #include "UnicodeText.h"
+#include "os/SystemCalls.h"
 
 #include <corefoundation/CurrentLocale.h>
 #include <unicode/uloc.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -77,7 +77,7 @@ const char* IdentifierOf(CFLocaleRef inLocale) {
 
 const char* LocaleVariable() {
     for (const char* const name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        const char* const value = std::getenv(name);
+        const char* const value = os::Calls().getenv(name);
         if (value != nullptr && *value != '\0') return value;
     }
     return "";

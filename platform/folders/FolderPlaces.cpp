@@ -1,12 +1,13 @@
 #include "FolderPlaces.h"
 
-#include "catalogue/Catalogue.h"
-#include "os/FileCalls.h"
 #include "UserFolders.h"
+#include "catalogue/Catalogue.h"
+#include "os/OwnPaths.h"
+#include "os/SystemCalls.h"
+#include "os/UserPaths.h"
 
 #include <fcntl.h>
-#include <limits.h>
-#include <unistd.h>
+#include <sys/stat.h>
 #include <string_view>
 
 namespace toolbox::files {
@@ -58,27 +59,26 @@ constexpr BaseFolder kBaseFolders[] = {
 };
 
 std::string UserDomainPath(OSType inType) {
-    if (inType == kDomainTopLevelFolderType || inType == kCurrentUserFolderType) return HomePath();
+    if (inType == kDomainTopLevelFolderType || inType == kCurrentUserFolderType) return os::HomePath();
     for (const UserFolder& folder : kUserFolders)
         if (folder.type == inType) return UserFolderPath(folder.kind, folder.nameInHome);
     for (const BaseFolder& folder : kBaseFolders) {
         if (folder.type != inType) continue;
-        const std::string base = BaseFolderPath(folder.variable, folder.pathInHome);
+        const std::string base = os::BaseFolderPath(folder.variable, folder.pathInHome);
         return base.empty() ? base : base + folder.pathInFolder;
     }
     return {};
 }
 
 std::string TemporaryPath() {
-    const char* path = os::Calls().readVariable("TMPDIR");
-    return path != nullptr && path[0] == '/' ? path : "/tmp";
+    const std::string path = os::PathInVariable("TMPDIR");
+    return path.empty() ? "/tmp" : path;
 }
 
 // A folder beside the toolbox's library.
 std::string PathBesideLibrary(std::string_view inName) {
-    char library[PATH_MAX];
-    if (os::Calls().findLibrary(library, sizeof(library)) != 0) return {};
-    std::string folder = library;
+    std::string folder;
+    if (os::GetLibraryPath(folder) != 0) return {};
     folder.erase(folder.rfind('/'));
     constexpr std::string_view kPrograms = "/bin";
     if (folder.ends_with(kPrograms))
@@ -114,7 +114,8 @@ std::string PathInRoot(const Volume& inVolume, std::string_view inName) {
 // Whether an administrator made a folder that all users may put theirs into, and nobody may take those away.
 bool IsSharedTrash(const std::string& inPath) {
     struct statx status = {};
-    return os::Calls().statAt(AT_FDCWD, inPath.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status) == 0 &&
+    return os::Calls().statx(AT_FDCWD, inPath.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status) ==
+               0 &&
            S_ISDIR(status.stx_mode) && (status.stx_mode & S_ISVTX) != 0;
 }
 
@@ -134,13 +135,13 @@ std::string DomainFolderPath(Domain inDomain, OSType inType) {
 std::vector<Place> TemporaryPlacesOn(const Volume& inVolume) {
     for (const std::string& path : {TemporaryPath(), std::string("/tmp"), std::string("/var/tmp")})
         if (IsOn(inVolume, path)) return {{path}};
-    return {{PathInRoot(inVolume, ".TemporaryItems-" + std::to_string(::getuid())), true}};
+    return {{PathInRoot(inVolume, ".TemporaryItems-" + std::to_string(os::Calls().getuid())), true}};
 }
 
 std::vector<Place> TrashPlacesOn(const Volume& inVolume) {
     const std::string users = DomainFolderPath(Domain::kUser, kTrashFolderType);
     if (IsOn(inVolume, users)) return {{users}};
-    const std::string userID = std::to_string(::getuid());
+    const std::string userID = std::to_string(os::Calls().getuid());
     std::vector<Place> places;
     const std::string shared = PathInRoot(inVolume, ".Trash");
     if (IsSharedTrash(shared)) places.push_back({shared + '/' + userID + "/files", true});

@@ -1,12 +1,13 @@
 #include <toolbox/Folders.h>
 
-#include "catalogue/Catalogue.h"
-#include "os/FileCalls.h"
 #include "FolderPlaces.h"
+#include "catalogue/Catalogue.h"
+#include "os/Folders.h"
+#include "os/SystemCalls.h"
+#include "status/StatusOfErrno.h"
 
 #include <fcntl.h>
-#include <unistd.h>
-#include <cerrno>
+#include <sys/stat.h>
 #include <new>
 
 namespace toolbox::files {
@@ -22,22 +23,12 @@ struct Request {
     mode_t mode;
 };
 
-// 0 or an errno. The folder, with those above it; one that is there already is as good.
-int MakeFolders(const std::string& inPath, mode_t inMode) {
-    if (os::Calls().makeFolder(inPath.c_str(), inMode) == 0 || errno == EEXIST) return 0;
-    const int error = errno;
-    const std::size_t slash = inPath.rfind('/');
-    if (error != ENOENT || slash == 0 || slash == std::string::npos) return error;
-    const int parentError = MakeFolders(inPath.substr(0, slash), inMode);
-    if (parentError != 0) return parentError;
-    return os::Calls().makeFolder(inPath.c_str(), inMode) == 0 || errno == EEXIST ? 0 : errno;
-}
-
 // On a volume that others write to as well, a link or somebody else's folder is not the user's folder.
 bool IsUsersOwn(const std::string& inPath) {
     struct statx status = {};
-    return os::Calls().statAt(AT_FDCWD, inPath.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status) == 0 &&
-           S_ISDIR(status.stx_mode) && status.stx_uid == ::getuid();
+    return os::Calls().statx(AT_FDCWD, inPath.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status) ==
+               0 &&
+           S_ISDIR(status.stx_mode) && status.stx_uid == os::Calls().getuid();
 }
 
 OSStatus FindAt(const Place& inPlace, FoundItem& outFolder) {
@@ -52,12 +43,12 @@ OSStatus FindAt(const Place& inPlace, FoundItem& outFolder) {
 }
 
 OSStatus MakeAt(const Request& inRequest, const Place& inPlace, FoundItem& outFolder) {
-    int error = MakeFolders(inPlace.path, inRequest.mode);
+    int error = os::MakeFolders(inPlace.path, inRequest.mode);
     if (error == 0 && inRequest.type == kTrashFolderType) {
         const std::string trash = inPlace.path.substr(0, inPlace.path.rfind('/'));
-        error = MakeFolders(trash + "/info", inRequest.mode);
+        error = os::MakeFolders(trash + "/info", inRequest.mode);
     }
-    return error != 0 ? os::StatusOfErrno(error) : FindAt(inPlace, outFolder);
+    return error != 0 ? StatusOfErrno(error) : FindAt(inPlace, outFolder);
 }
 
 OSStatus FindOrMake(const Request& inRequest, bool inMakes, FoundItem& outFolder) {

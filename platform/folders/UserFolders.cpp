@@ -2,9 +2,8 @@
 
 #include "catalogue/Catalogue.h"
 #include "catalogue/FileAccess.h"
-#include "os/FileCalls.h"
+#include "os/UserPaths.h"
 
-#include <limits.h>
 #include <algorithm>
 
 namespace toolbox::files {
@@ -17,12 +16,6 @@ std::string WithoutSlashAtEnd(std::string inPath) {
     while (inPath.size() > 1 && inPath.back() == '/')
         inPath.pop_back();
     return inPath;
-}
-
-// The variable's value if it is an absolute path.
-std::string PathInVariable(const char* inVariable) {
-    const char* value = os::Calls().readVariable(inVariable);
-    return value != nullptr && value[0] == '/' ? WithoutSlashAtEnd(value) : std::string();
 }
 
 // A value in double quotes, in which a backslash makes the next character an ordinary one.
@@ -55,7 +48,7 @@ std::string ReadSetting(std::string_view inLine, std::string_view inVariable, st
 }
 
 std::string ReadUserSettings() {
-    const std::string folder = BaseFolderPath("XDG_CONFIG_HOME", ".config");
+    const std::string folder = os::BaseFolderPath("XDG_CONFIG_HOME", ".config");
     std::string contents;
     FoundItem file;
     if (FindByPath((folder + "/user-dirs.dirs").c_str(), file) != noErr ||
@@ -66,23 +59,8 @@ std::string ReadUserSettings() {
 
 }  // namespace
 
-std::string HomePath() {
-    std::string path = PathInVariable("HOME");
-    if (!path.empty()) return path;
-    char home[PATH_MAX];
-    if (os::Calls().findHome(home, sizeof(home)) != 0) return {};
-    return WithoutSlashAtEnd(home);
-}
-
-std::string BaseFolderPath(const char* inVariable, std::string_view inPathInHome) {
-    std::string path = PathInVariable(inVariable);
-    if (!path.empty()) return path;
-    const std::string home = HomePath();
-    return home.empty() ? home : home + '/' + std::string(inPathInHome);
-}
-
 std::string UserFolderPath(std::string_view inKind, std::string_view inNameInHome) {
-    const std::string home = HomePath();
+    const std::string home = os::HomePath();
     if (home.empty()) return {};
     const std::string path = FindUserFolder(ReadUserSettings(), inKind, home);
     return path.empty() ? home + '/' + std::string(inNameInHome) : path;

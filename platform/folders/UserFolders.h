@@ -7,13 +7,6 @@
 
 namespace toolbox::files {
 
-// $HOME if that is an absolute path, else what the user database tells; empty when nobody tells.
-std::string HomePath();
-
-// A base folder: the variable's value if that is an absolute path, else this path in the home folder. Empty
-// when the home folder is not known.
-std::string BaseFolderPath(const char* inVariable, std::string_view inPathInHome);
-
 // A user directory, for example "DESKTOP": what user-dirs.dirs tells of it, else the folder of that name in
 // the home folder. Empty when the home folder is not known.
 std::string UserFolderPath(std::string_view inKind, std::string_view inNameInHome);

@@ -1,12 +1,10 @@
 #include "forks/Forks.h"
 
-#include "formats/AppleDouble.h"
 #include "catalogue/Catalogue.h"
 #include "catalogue/FileAccess.h"
-#include "os/FileCalls.h"
-#include "os/Replace.h"
-
-#include <fcntl.h>
+#include "formats/AppleDouble.h"
+#include "os/ItemStatus.h"
+#include "status/StatusOfErrno.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -36,11 +34,11 @@ OSStatus ReadEntries(const OpenFork& inCompanion, std::vector<AppleDoubleEntry>&
 
 // fnfErr when the item has none.
 OSStatus OpenCompanion(const std::string& inItemPath, OpenFork& outCompanion) {
-    const int descriptor = os::Calls().openFile(CompanionPath(inItemPath).c_str(),
-                                            O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW);
-    if (descriptor >= 0) return outCompanion.Adopt(descriptor);
+    os::Descriptor file;
+    const int error = os::OpenFile(CompanionPath(inItemPath).c_str(), O_RDONLY | os::kItemItself, file);
+    if (error == 0) return outCompanion.Adopt(std::move(file));
     // A name that has no room for the prefix has no companion either.
-    return errno == ELOOP || errno == ENAMETOOLONG ? OSStatus{fnfErr} : os::StatusOfErrno(errno);
+    return error == ELOOP || error == ENAMETOOLONG ? OSStatus{fnfErr} : StatusOfErrno(error);
 }
 
 OSStatus OpenResourceFork(const FSRef& inFile, OpenFork& outFork) {
@@ -61,10 +59,10 @@ OSStatus OpenResourceFork(const FSRef& inFile, OpenFork& outFork) {
 }
 
 OSStatus OpenDataFork(const FSRef& inFile, OpenFork& outFork) {
-    int descriptor = -1;
+    os::Descriptor file;
     std::string path;
-    const OSStatus status = OpenForReading(inFile, descriptor, path);
-    return status == noErr ? outFork.Adopt(descriptor) : status;
+    const OSStatus status = OpenForReading(inFile, file, path);
+    return status == noErr ? outFork.Adopt(std::move(file)) : status;
 }
 
 // The parts of a companion but for the resource fork.
@@ -95,50 +93,31 @@ OSStatus WriteResourceFork(const std::string& inItemPath, const std::vector<UInt
     parts.push_back({AppleDoubleEntry::kResourceFork, inBytes});
     std::vector<UInt8> file;
     if (!EncodeAppleDouble(parts, file)) return dskFulErr;
-    return os::ReplaceFile(CompanionPath(inItemPath), file);
+    return StatusOfErrno(os::ReplaceFile(CompanionPath(inItemPath), file));
 }
 
 OSStatus WriteDataFork(const FoundItem& inItem, const std::vector<UInt8>& inBytes,
                        const os::MovableHead& inHead) {
-    const int descriptor =
-        os::Calls().openFile(inItem.path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW);
-    if (descriptor < 0) return os::StatusOfErrno(errno);
+    os::Descriptor file;
+    int error = os::OpenFile(inItem.path.c_str(), O_WRONLY | os::kItemItself, file);
+    if (error != 0) return StatusOfErrno(error);
     os::ItemStatus opened;
-    const int error = os::GetDescriptorStatus(descriptor, opened);
-    OSStatus status = os::StatusOfErrno(error);
-    if (error == 0 && !opened.identity.IsSameItem(inItem.status.identity)) status = fnfErr;
-    if (status == noErr) status = os::OverwriteFile(descriptor, inBytes, inHead);
-    if (os::Calls().closeFile(descriptor) != 0 && status == noErr) status = os::StatusOfErrno(errno);
-    return status;
+    error = os::GetDescriptorStatus(file.Number(), opened);
+    if (error == 0 && !opened.identity.IsSameItem(inItem.status.identity)) return fnfErr;
+    if (error == 0) error = os::OverwriteFile(file.Number(), inBytes, inHead);
+    const int closeError = file.Close();
+    return StatusOfErrno(error != 0 ? error : closeError);
 }
 
 }  // namespace
 
-OpenFork::~OpenFork() {
-    if (mDescriptor >= 0) os::Calls().closeFile(mDescriptor);
-}
-
-OpenFork::OpenFork(OpenFork&& ioOther) noexcept
-    : mDescriptor(std::exchange(ioOther.mDescriptor, -1)),
-      mOffsetBytes(ioOther.mOffsetBytes),
-      mSizeBytes(ioOther.mSizeBytes),
-      mChangeNanos(ioOther.mChangeNanos) {}
-
-OpenFork& OpenFork::operator=(OpenFork&& ioOther) noexcept {
-    std::swap(mDescriptor, ioOther.mDescriptor);
-    std::swap(mOffsetBytes, ioOther.mOffsetBytes);
-    std::swap(mSizeBytes, ioOther.mSizeBytes);
-    std::swap(mChangeNanos, ioOther.mChangeNanos);
-    return *this;
-}
-
-OSStatus OpenFork::Adopt(int inDescriptor) {
+OSStatus OpenFork::Adopt(os::Descriptor inFile) {
     *this = OpenFork();
-    mDescriptor = inDescriptor;
     os::ItemStatus status;
-    const int error = os::GetDescriptorStatus(mDescriptor, status);
-    if (error != 0) return os::StatusOfErrno(error);
+    const int error = os::GetDescriptorStatus(inFile.Number(), status);
+    if (error != 0) return StatusOfErrno(error);
     if (status.kind != os::ItemKind::kFile) return errFSForkNotFound;
+    mFile = std::move(inFile);
     mSizeBytes = static_cast<UInt64>(status.sizeBytes);
     mChangeNanos = status.changeNanos;
     return noErr;
@@ -146,7 +125,8 @@ OSStatus OpenFork::Adopt(int inDescriptor) {
 
 bool OpenFork::HasChanged() const {
     os::ItemStatus status;
-    return IsOpen() && os::GetDescriptorStatus(mDescriptor, status) == 0 && status.changeNanos != mChangeNanos;
+    return IsOpen() && os::GetDescriptorStatus(mFile.Number(), status) == 0 &&
+           status.changeNanos != mChangeNanos;
 }
 
 void OpenFork::Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes) {
@@ -156,16 +136,10 @@ void OpenFork::Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes) {
 
 OSStatus OpenFork::Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const {
     if (inOffsetBytes > mSizeBytes || inByteCount > mSizeBytes - inOffsetBytes) return eofErr;
-    auto* bytes = static_cast<UInt8*>(outBytes);
-    for (std::size_t done = 0; done < inByteCount;) {
-        const auto offset = static_cast<off_t>(mOffsetBytes + inOffsetBytes + done);
-        const ssize_t count = os::Calls().readAt(mDescriptor, bytes + done, inByteCount - done, offset);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return os::StatusOfErrno(errno);
-        if (count == 0) return eofErr;  // cut off since it was opened
-        done += static_cast<std::size_t>(count);
-    }
-    return noErr;
+    std::size_t count = 0;
+    const int error = os::ReadAt(mFile.Number(), outBytes, inByteCount, mOffsetBytes + inOffsetBytes, count);
+    if (error != 0) return StatusOfErrno(error);
+    return count == inByteCount ? noErr : eofErr;  // cut off since it was opened
 }
 
 OSStatus Open(const FSRef& inFile, Fork inFork, OpenFork& outFork) {

@@ -1,24 +1,18 @@
 #include "Terminal.h"
 
-#include <unistd.h>
+#include "os/Descriptor.h"
+#include "os/SystemCalls.h"
 
-#include <cerrno>
+#include <unistd.h>
 
 namespace toolbox::interface {
 
-TerminalCalls sTerminalCalls = {::isatty, ::read, ::write};
-
 bool HasTerminal() {
-    return sTerminalCalls.isTerminal(STDIN_FILENO) == 1 && sTerminalCalls.isTerminal(STDERR_FILENO) == 1;
+    return os::Calls().isatty(STDIN_FILENO) == 1 && os::Calls().isatty(STDERR_FILENO) == 1;
 }
 
 void ShowText(std::string_view inText) {
-    while (!inText.empty()) {
-        const ssize_t count = sTerminalCalls.write(STDERR_FILENO, inText.data(), inText.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return;
-        inText.remove_prefix(static_cast<std::size_t>(count));
-    }
+    (void)os::WriteAll(STDERR_FILENO, inText.data(), inText.size());
 }
 
 bool ReadLine(std::string& outLine) {
@@ -26,9 +20,8 @@ bool ReadLine(std::string& outLine) {
     // Byte by byte: what follows the line is for others.
     for (;;) {
         char byte;
-        const ssize_t count = sTerminalCalls.read(STDIN_FILENO, &byte, 1);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
+        std::size_t count = 0;
+        if (os::ReadSome(STDIN_FILENO, &byte, 1, count) != 0 || count == 0) return false;
         if (byte == '\n') return true;
         outLine += byte;
     }

@@ -1,8 +1,9 @@
 #include "os/ItemStatus.h"
 
-#include "os/FileCalls.h"
+#include "os/SystemCalls.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <cerrno>
 
@@ -27,8 +28,7 @@ std::int64_t NanosOf(const struct statx_timestamp& inTime) {
 
 int GetStatus(int inFolder, const char* inPath, int inFlags, ItemStatus& outStatus) {
     struct statx status = {};
-    if (Calls().statAt(inFolder, inPath, inFlags, STATX_BASIC_STATS | STATX_BTIME, &status) != 0)
-        return errno;
+    if (Calls().statx(inFolder, inPath, inFlags, STATX_BASIC_STATS | STATX_BTIME, &status) != 0) return errno;
     outStatus.identity.device = makedev(status.stx_dev_major, status.stx_dev_minor);
     outStatus.identity.inode = status.stx_ino;
     outStatus.identity.birthNanos = 0;

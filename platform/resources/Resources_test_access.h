@@ -1,16 +1,14 @@
-// For tests only: an application of the test's choice.
+// For tests only: the chain as after the start of the process.
 #pragma once
 
-#include "resources/Application.h"
 #include "resources/Chain.h"
 
 namespace toolbox::resources {
 
-// Closes every file, and takes the executable at inPath for the running one from the next call on.
-inline void StartWithApplication(std::string (*inExecutablePath)()) {
+// Closes every file; the next call looks for the application's again.
+inline void StartAnew() {
     CloseAllFiles();
     const std::lock_guard lock(ChainMutex());
-    sExecutablePath = inExecutablePath;
     Chain::Shared() = Chain();
 }
 

@@ -1,13 +1,12 @@
 #include <toolbox/Debugger.h>
 
-#include "DebuggerCalls.h"
+#include "os/Descriptor.h"
+#include "os/SystemCalls.h"
 
-#include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <mutex>
 #include <string_view>
@@ -20,11 +19,12 @@ namespace {
 bool IsTraced() {
     constexpr std::string_view kField = "TracerPid:\t";
     char status[2048];
-    const int descriptor = open("/proc/self/status", O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return false;
-    const ssize_t count = read(descriptor, status, sizeof status);
-    close(descriptor);
-    const std::string_view text(status, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    os::Descriptor file;
+    std::size_t count = 0;
+    if (os::OpenFile("/proc/self/status", O_RDONLY, file) != 0 ||
+        os::ReadAt(file.Number(), status, sizeof status, 0, count) != 0)
+        return false;
+    const std::string_view text(status, count);
     const std::size_t field = text.find(kField);
     return field != std::string_view::npos && field + kField.size() < text.size() &&
            text[field + kField.size()] != '0';
@@ -33,15 +33,15 @@ bool IsTraced() {
 // A tracer sees the signal though it is ignored. A debugger stops at it; another, that only looks on, hands
 // it back, and would end the program if it were not ignored then. The action is the process's: a second
 // thread must not take what the first has put there for the program's own.
-int Trap() {
+void Trap() {
     static std::mutex& sTrapping = *new std::mutex;
     const std::lock_guard lock(sTrapping);
     struct sigaction ignored = {};
     struct sigaction saved = {};
     ignored.sa_handler = SIG_IGN;
-    if (sigaction(SIGTRAP, &ignored, &saved) != 0) return -1;
-    raise(SIGTRAP);
-    return sigaction(SIGTRAP, &saved, nullptr);
+    if (os::Calls().sigaction(SIGTRAP, &ignored, &saved) != 0) return;
+    (void)os::Calls().raise(SIGTRAP);
+    (void)os::Calls().sigaction(SIGTRAP, &saved, nullptr);
 }
 
 // Allocates nothing: the heap may be what is being debugged.
@@ -53,23 +53,16 @@ void WriteLine(std::string_view inText) {
                        return static_cast<unsigned char>(inByte) < 0x20 || inByte == 0x7F ? '?' : inByte;
                    });
     line[length] = '\n';
-    for (std::size_t done = 0; done <= length;) {
-        const ssize_t count = sDebuggerCalls.write(STDERR_FILENO, line + done, length + 1 - done);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return;
-        done += static_cast<std::size_t>(count);
-    }
+    (void)os::WriteAll(STDERR_FILENO, line, length + 1);
 }
 
 // The message is shown under a debugger too, since that has no other way to show it.
 void Stop(std::string_view inMessage) {
     WriteLine(inMessage);
-    if (sDebuggerCalls.isTraced()) sDebuggerCalls.trap();
+    if (IsTraced()) Trap();
 }
 
 }  // namespace
-
-DebuggerCalls sDebuggerCalls = {IsTraced, Trap, ::write};
 
 }  // namespace toolbox::system
 

@@ -1,11 +1,12 @@
 #include <toolbox/Gestalt.h>
 
+#include <sys/sysinfo.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <limits>
 
-#include "SystemCalls.h"
+#include "os/SystemCalls.h"
 
 namespace toolbox::system {
 
@@ -45,7 +46,7 @@ SInt32 Clamped(UInt64 inNumber) {
 
 OSErr AskForMemory(OSType inSelector, SInt32& outResponse) {
     struct sysinfo info = {};
-    if (sSystemCalls.readSystemInfo(&info) != 0) return gestaltUnknownErr;
+    if (os::Calls().sysinfo(&info) != 0) return gestaltUnknownErr;
     const UInt64 physical = static_cast<UInt64>(info.totalram) * info.mem_unit;
     const UInt64 swap = static_cast<UInt64>(info.totalswap) * info.mem_unit;
     if (inSelector == gestaltPhysicalRAMSizeInMegabytes)
@@ -56,7 +57,7 @@ OSErr AskForMemory(OSType inSelector, SInt32& outResponse) {
 }
 
 OSErr AskForPageSize(SInt32& outResponse) {
-    const long byteCount = sSystemCalls.readSetting(_SC_PAGESIZE);
+    const long byteCount = os::Calls().sysconf(_SC_PAGESIZE);
     if (byteCount <= 0) return gestaltUnknownErr;
     outResponse = static_cast<SInt32>(byteCount);
     return noErr;

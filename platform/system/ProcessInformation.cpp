@@ -4,16 +4,20 @@
 #include <toolbox/Files.h>
 #include <toolbox/Timer.h>
 
-#include <limits.h>
+#include <sys/sysinfo.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <new>
+#include <string>
 #include <string_view>
 
 #include "Clocks.h"
-#include "SystemCalls.h"
+#include "os/Descriptor.h"
+#include "os/OwnPaths.h"
+#include "os/SystemCalls.h"
 
 namespace toolbox::system {
 
@@ -42,13 +46,17 @@ UInt64 NumberAt(std::string_view inText, int inWord) {
 }
 
 UInt64 Setting(int inSetting) {
-    return static_cast<UInt64>(std::max(sSystemCalls.readSetting(inSetting), 0L));
+    return static_cast<UInt64>(std::max(os::Calls().sysconf(inSetting), 0L));
 }
 
 template <std::size_t Capacity>
 std::string_view ReadText(const char* inPath, char (&outBytes)[Capacity]) {
-    const ssize_t count = sSystemCalls.readFile(inPath, outBytes, Capacity);
-    return {outBytes, static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
+    os::Descriptor file;
+    std::size_t count = 0;
+    if (os::OpenFile(inPath, O_RDONLY, file) != 0 ||
+        os::ReadAt(file.Number(), outBytes, Capacity, 0, count) != 0)
+        return {};
+    return {outBytes, count};
 }
 
 // The kernel tells the start on a clock that runs while the machine sleeps; ours does not.
@@ -71,22 +79,14 @@ UInt32 BytesInUse() {
 
 UInt32 BytesFree() {
     struct sysinfo info = {};
-    if (sSystemCalls.readSystemInfo(&info) != 0) return 0;
+    if (os::Calls().sysinfo(&info) != 0) return 0;
     return Clamped(static_cast<UInt64>(info.freeram) * info.mem_unit);
 }
 
-// Empty when it cannot be told.
-std::string_view ExecutablePath(char (&outPath)[PATH_MAX]) {
-    const ssize_t length = sSystemCalls.readLink("/proc/self/exe", outPath, PATH_MAX - 1);
-    if (length <= 0) return {};
-    outPath[length] = '\0';
-    return {outPath, static_cast<std::size_t>(length)};
-}
-
-OSErr FindProgram(std::string_view inPath, FSSpec& outFile) {
+OSErr FindProgram(const std::string& inPath, FSSpec& outFile) {
     if (inPath.empty()) return fnfErr;
     FSRef program;
-    const OSStatus status = FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath.data()), &program, nullptr);
+    const OSStatus status = FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath.c_str()), &program, nullptr);
     if (status != noErr) return static_cast<OSErr>(status);
     return FSGetCatalogInfo(&program, kFSCatInfoNone, nullptr, nullptr, &outFile, nullptr);
 }
@@ -101,10 +101,22 @@ void CopyName(std::string_view inPath, StringPtr outName) {
     std::copy_n(name.begin(), count, outName + 1);
 }
 
+// What is known by where the program lies.
+OSErr DescribeProgram(ProcessInfoRec& ioInfo) {
+    std::string path;
+    (void)os::GetExecutablePath(path);  // empty when it cannot be told
+    if (ioInfo.processAppSpec != nullptr) {
+        const OSErr error = FindProgram(path, *ioInfo.processAppSpec);
+        if (error != noErr) return error;
+    }
+    if (ioInfo.processName != nullptr) CopyName(path, ioInfo.processName);
+    return noErr;
+}
+
 // Beyond the numbers that stand for something else.
 UInt32 SerialNumber() {
     constexpr UInt32 kFirst = 0x10000;
-    return kFirst + static_cast<UInt32>(getpid());
+    return kFirst + static_cast<UInt32>(os::Calls().getpid());
 }
 
 bool IsThisProcess(const ProcessSerialNumber& inNumber) {
@@ -128,13 +140,12 @@ OSErr GetProcessInformation(const ProcessSerialNumber* inNumber, ProcessInfoRec*
     if (inNumber == nullptr || ioInfo == nullptr || ioInfo->processInfoLength != kProcessInfoLength)
         return paramErr;
     if (!IsThisProcess(*inNumber)) return procNotFound;
-    char bytes[PATH_MAX];
-    const std::string_view path = ExecutablePath(bytes);
-    if (ioInfo->processAppSpec != nullptr) {
-        const OSErr error = FindProgram(path, *ioInfo->processAppSpec);
+    try {
+        const OSErr error = DescribeProgram(*ioInfo);
         if (error != noErr) return error;
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
     }
-    if (ioInfo->processName != nullptr) CopyName(path, ioInfo->processName);
     ioInfo->processType = FourChars("APPL");
     ioInfo->processSignature = FourChars("\?\?\?\?");
     ioInfo->processMode = 0;

@@ -1,7 +1,7 @@
 #include <toolbox/Timer.h>
 
 #include "Clocks.h"
-#include "SystemCalls.h"
+#include "os/SystemCalls.h"
 
 namespace toolbox::system {
 
@@ -22,7 +22,7 @@ UnsignedWide WideOf(UInt64 inNumber) {
 
 UInt64 NanosOnClock(clockid_t inClock) {
     timespec now = {};
-    if (sSystemCalls.readClock(inClock, &now) != 0) return 0;
+    if (os::Calls().clock_gettime(inClock, &now) != 0) return 0;
     return static_cast<UInt64>(now.tv_sec) * kNanosPerSecond + static_cast<UInt64>(now.tv_nsec);
 }
 

@@ -1,7 +1,7 @@
 // Environment variables of a test's choice, under the File Manager.
 #pragma once
 
-#include "os/FileCalls_test_access.h"
+#include "os/SystemCalls_test_access.h"
 
 #include <initializer_list>
 #include <map>
@@ -14,14 +14,14 @@ namespace test_files {
 class Variables {
   public:
     explicit Variables(std::initializer_list<std::pair<const std::string, std::string>> inValues)
-        : mReal(toolbox::os::CallsForTesting().readVariable) {
+        : mReal(toolbox::os::CallsForTesting().getenv) {
         sValues = inValues;
-        toolbox::os::CallsForTesting().readVariable = [](const char* inName) -> const char* {
+        toolbox::os::CallsForTesting().getenv = [](const char* inName) -> char* {
             const auto found = sValues.find(inName);
-            return found == sValues.end() ? nullptr : found->second.c_str();
+            return found == sValues.end() ? nullptr : found->second.data();
         };
     }
-    ~Variables() { toolbox::os::CallsForTesting().readVariable = mReal; }
+    ~Variables() { toolbox::os::CallsForTesting().getenv = mReal; }
     Variables(const Variables&) = delete;
     Variables& operator=(const Variables&) = delete;
 
@@ -29,7 +29,7 @@ class Variables {
 
   private:
     static inline std::map<std::string, std::string> sValues;
-    const char* (*mReal)(const char*);
+    char* (*mReal)(const char*);
 };
 
 }  // namespace test_files

@@ -2,8 +2,9 @@
 //
 // A key is bytes under a key type, a Pascal string. Types, and keys, that differ only in the case of ASCII
 // letters are the same. Keys of this process live as long as it does. System-wide keys are in one file of the
-// user's, access-keys in the folder mirtal of $XDG_STATE_HOME, or of ~/.local/state when that is not set to
-// an absolute path; they are read anew on every call. The file is text, one key on each line:
+// user's, access-keys in the folder mirtal of $XDG_STATE_HOME, or of .local/state in the home folder when
+// that is not set to an absolute path (the home folder is $HOME, else what the user database tells); they are
+// read anew on every call. The file is text, one key on each line:
 //
 //   mirtal access keys 1
 //   SoundArchitecture=soundmgr
@@ -15,7 +16,7 @@
 // answers badFileFormat. Any thread may call these.
 //
 // Failures are kept as sticky errors of the movie toolbox. Beside those named: a file status for the file,
-// its folder or its lock; fnfErr for a change when the environment names no folder (without one there are no
+// its folder or its lock; fnfErr for a change when nobody tells a home folder (without one there are no
 // keys); paramErr for null, and for flags other than the scope; memFullErr.
 #pragma once
 

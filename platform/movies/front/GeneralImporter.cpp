@@ -1,14 +1,12 @@
 // Finds, opens and calls the general importer's component.
 #include "GeneralImporter_test_access.h"
-#include "track/MovieImporter.h"
 #include "general/Component.h"
+#include "os/OwnPaths.h"
+#include "os/SystemCalls.h"
+#include "track/MovieImporter.h"
 
-#include <dlfcn.h>
 #include <toolbox/MacErrors.h>
 
-#include <climits>
-#include <cstdlib>
-#include <cstring>
 #include <mutex>
 #include <utility>
 
@@ -22,36 +20,14 @@ constexpr const char* kComponentName = "libmirtal-general-importer.so";
 // lib/.
 constexpr const char* kFolders[] = {"/mirtal-components/", "/../lib/mirtal-components/"};
 
-bool OwnPath(char* outPath, unsigned long inSize) {
-    Dl_info info = {};
-    if (dladdr(reinterpret_cast<const void*>(&OwnPath), &info) == 0 || info.dli_fname == nullptr) {
-        return false;
-    }
-    char resolved[PATH_MAX];
-    if (realpath(info.dli_fname, resolved) == nullptr || std::strlen(resolved) >= inSize) {
-        return false;
-    }
-    std::strcpy(outPath, resolved);
-    return true;
-}
-
-void* OpenObject(const char* inPath) {
-    return dlopen(inPath, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-}
-
-constexpr GeneralImporterCalls kRealCalls = {&OwnPath, &OpenObject, &dlsym};
-GeneralImporterCalls sCalls = kRealCalls;
-
 std::mutex sMutex;  // guards the opening
 const general::Interface* sInterface = nullptr;
 
 const general::Interface* OpenComponentAt(const std::string& inPath) {
-    void* object = sCalls.open(inPath.c_str());
-    if (object == nullptr) {
-        return nullptr;
-    }
-    const auto function =
-        reinterpret_cast<general::InterfaceFunction>(sCalls.symbol(object, general::kInterfaceFunctionName));
+    void* const object = os::Calls().dlopen(inPath.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    if (object == nullptr) return nullptr;
+    const auto function = reinterpret_cast<general::InterfaceFunction>(
+        os::Calls().dlsym(object, general::kInterfaceFunctionName));
     const general::Interface* found = function == nullptr ? nullptr : function(general::kInterfaceVersion);
     return found != nullptr && found->version == general::kInterfaceVersion ? found : nullptr;
 }
@@ -60,16 +36,12 @@ const general::Interface* OpenComponentAt(const std::string& inPath) {
 // looked up again each time.
 const general::Interface* Component() {
     const std::lock_guard<std::mutex> lock(sMutex);
-    char path[PATH_MAX];
-    if (sInterface == nullptr && sCalls.ownPath(path, sizeof path)) {
-        char* slash = std::strrchr(path, '/');
-        const std::string folder = slash == nullptr ? std::string(".") : std::string(path, slash);
-        for (const char* place : kFolders) {
-            sInterface = OpenComponentAt(folder + place + kComponentName);
-            if (sInterface != nullptr) {
-                break;
-            }
-        }
+    std::string folder;
+    if (sInterface != nullptr || os::GetLibraryPath(folder) != 0) return sInterface;
+    folder.erase(folder.rfind('/'));
+    for (const char* place : kFolders) {
+        sInterface = OpenComponentAt(folder + place + kComponentName);
+        if (sInterface != nullptr) break;
     }
     return sInterface;
 }
@@ -99,14 +71,9 @@ OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>& inFile, ImportedM
     return component->import(std::make_shared<const FileSource>(inFile), outMovie, outProblem, inOptions);
 }
 
-void ReplaceGeneralImporterCalls(const GeneralImporterCalls& inCalls) {
+void ForgetGeneralImporter() {
     const std::lock_guard<std::mutex> lock(sMutex);
-    sCalls = inCalls;
     sInterface = nullptr;
-}
-
-GeneralImporterCalls RealGeneralImporterCalls() {
-    return kRealCalls;
 }
 
 }  // namespace toolbox::movies

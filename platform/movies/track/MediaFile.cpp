@@ -1,11 +1,10 @@
 #include "track/MediaFile.h"
 
 #include "catalogue/FileAccess.h"
-#include "os/FileCalls.h"
 #include "os/ItemStatus.h"
+#include "status/StatusOfErrno.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <new>
 #include <utility>
 
@@ -13,26 +12,16 @@ namespace toolbox::movies {
 
 namespace {
 
-// Linux moves no more than this in one call.
-constexpr std::size_t kMaxReadBytes = 0x7FFFF000;
-
-struct OpenDescriptor {
-    int number = -1;
-    ~OpenDescriptor() {
-        if (number >= 0) os::Calls().closeFile(number);
-    }
-};
-
 OSStatus OpenItem(const FSRef& inItem, std::shared_ptr<const MediaFile>& outFile) {
-    OpenDescriptor descriptor;
+    os::Descriptor file;
     std::string path;
-    const OSStatus status = files::OpenForReading(inItem, descriptor.number, path);
+    const OSStatus status = files::OpenForReading(inItem, file, path);
     if (status != noErr) return status;
     os::ItemStatus opened;
-    const int error = os::GetDescriptorStatus(descriptor.number, opened);
-    if (error != 0) return os::StatusOfErrno(error);
-    outFile = std::make_shared<MediaFile>(descriptor.number, opened.sizeBytes, std::move(path));
-    descriptor.number = -1;  // the file's now
+    const int error = os::GetDescriptorStatus(file.Number(), opened);
+    if (error != 0) return StatusOfErrno(error);
+    outFile = std::make_shared<MediaFile>(file.Number(), opened.sizeBytes, std::move(path));
+    file.Release();
     return noErr;
 }
 
@@ -48,11 +37,7 @@ OSStatus MediaFile::Open(const FSRef& inItem, std::shared_ptr<const MediaFile>& 
 }
 
 MediaFile::MediaFile(int inDescriptor, std::int64_t inSizeBytes, std::string inPath) noexcept
-    : mDescriptor(inDescriptor), mSizeBytes(inSizeBytes), mPath(std::move(inPath)) {}
-
-MediaFile::~MediaFile() {
-    os::Calls().closeFile(mDescriptor);
-}
+    : mFile(inDescriptor), mSizeBytes(inSizeBytes), mPath(std::move(inPath)) {}
 
 OSStatus MediaFile::ReadAt(std::int64_t inOffset, void* outBytes, std::size_t inByteCount,
                            std::size_t* outRead) const {
@@ -61,20 +46,11 @@ OSStatus MediaFile::ReadAt(std::int64_t inOffset, void* outBytes, std::size_t in
     if (inOffset >= mSizeBytes) return noErr;
     const std::size_t wanted = static_cast<std::size_t>(
         std::min<std::uint64_t>(inByteCount, static_cast<std::uint64_t>(mSizeBytes - inOffset)));
-    while (*outRead < wanted) {
-        if (MustStop()) return userCanceledErr;
-        const std::size_t length = std::min(wanted - *outRead, kMaxReadBytes);
-        const ssize_t got =
-            os::Calls().readAt(mDescriptor, static_cast<std::uint8_t*>(outBytes) + *outRead, length,
-                                  inOffset + static_cast<std::int64_t>(*outRead));
-        if (got == 0) break;
-        if (got > 0) {
-            *outRead += static_cast<std::size_t>(got);
-        } else if (errno != EINTR) {
-            return os::StatusOfErrno(errno);
-        }
-    }
-    return noErr;
+    const auto mustStop = [](const void* inThis) {
+        return static_cast<const MediaFile*>(inThis)->MustStop();
+    };
+    return StatusOfErrno(os::ReadAt(mFile.Number(), outBytes, wanted, static_cast<UInt64>(inOffset), *outRead,
+                                    {mustStop, this}));
 }
 
 }  // namespace toolbox::movies

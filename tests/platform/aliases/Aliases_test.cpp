@@ -299,8 +299,8 @@ TEST(FSResolveAlias, SearchThatFails) {
     const std::string path = folder.MakeFile("a");
     const Alias alias(path);
     fs::rename(path, folder / "b");
-    const toolbox::os::FileCalls real = toolbox::os::Calls();
-    toolbox::os::CallsForTesting().openFolder = [](const char*) -> DIR* {
+    const toolbox::os::SystemCalls real = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().fdopendir = [](int) -> DIR* {
         errno = EMFILE;
         return nullptr;
     };

@@ -5,7 +5,7 @@
 #include "support/FailingNew.h"
 
 #include <corefoundation/CF_test_access.h>
-#include <bundles/LoadedCode_test_access.h>
+#include <os/SystemCalls_test_access.h>
 
 #include <toolbox/CFNumber.h>
 
@@ -19,7 +19,7 @@
 
 using namespace test_bundles;
 using toolbox::corefoundation::LiveObjectsForTesting;
-using toolbox::corefoundation::LoadingCallsForTesting;
+using toolbox::os::CallsForTesting;
 
 namespace {
 
@@ -428,16 +428,16 @@ TEST_F(CFBundle, DamagedExecutables) {
 TEST_F(CFBundle, LoadedOnManyThreadsAtOnce) {
     static std::atomic<int> sOpenCount;
     sOpenCount = 0;
-    const auto realCalls = LoadingCallsForTesting();
+    const auto realCalls = CallsForTesting();
     static auto sReal = realCalls;
-    LoadingCallsForTesting().openObject = [](const char* inPath) {
-        void* const object = sReal.openObject(inPath);
+    CallsForTesting().dlopen = [](const char* inPath, int inFlags) {
+        void* const object = sReal.dlopen(inPath, inFlags);
         if (object != nullptr) ++sOpenCount;
         return object;
     };
-    LoadingCallsForTesting().closeObject = [](void* inObject) {
+    CallsForTesting().dlclose = [](void* inObject) {
         --sOpenCount;
-        sReal.closeObject(inObject);
+        return sReal.dlclose(inObject);
     };
     const std::string path = MakeLoadable();
     for (int round = 0; round < 20; ++round) {
@@ -456,7 +456,7 @@ TEST_F(CFBundle, LoadedOnManyThreadsAtOnce) {
         bundle = nullptr;
         EXPECT_EQ(0, sOpenCount);
     }
-    LoadingCallsForTesting() = realCalls;
+    CallsForTesting() = realCalls;
 }
 
 TEST_F(CFBundle, FailsCleanlyWithoutMemory) {

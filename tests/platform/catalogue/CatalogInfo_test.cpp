@@ -163,8 +163,8 @@ TEST_F(CatalogInfoTest, SetNothing) {
 
 TEST_F(CatalogInfoTest, AnotherUsersItem) {
     const std::string path = mFolder.MakeFile("file");
-    const toolbox::os::FileCalls saved = toolbox::os::CallsForTesting();
-    toolbox::os::CallsForTesting().changeMode = [](const char*, mode_t) { return errno = EPERM, -1; };
+    const toolbox::os::SystemCalls saved = toolbox::os::CallsForTesting();
+    toolbox::os::CallsForTesting().fchmodat = [](int, const char*, mode_t, int) { return errno = EPERM, -1; };
     EXPECT_EQ(permErr, SetMode(path, 0600));
     toolbox::os::CallsForTesting() = saved;
 }

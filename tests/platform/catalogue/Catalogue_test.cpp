@@ -150,8 +150,8 @@ TEST(FindByPath, FolderMissingForAMoment) {
 TEST(FindByPath, FolderMissingWheneverItIsLookedAt) {
     const TemporaryFolder folder;
     const std::string path = folder.MakeFile("a");
-    const toolbox::os::FileCalls real = toolbox::os::Calls();
-    toolbox::os::CallsForTesting().statAt = [](int, const char*, int, unsigned, struct statx*) {
+    const toolbox::os::SystemCalls real = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().statx = [](int, const char*, int, unsigned, struct statx*) {
         errno = ENOENT;
         return -1;
     };
@@ -167,8 +167,8 @@ TEST(FindByPath, LinkTakesAFoldersPlaceMeanwhile) {
     const TemporaryFolder folder;
     sMovedFolder = folder.MakeFolder("sub");
     const std::string path = folder.MakeFile("sub/a");
-    const toolbox::os::FileCalls real = toolbox::os::Calls();
-    toolbox::os::CallsForTesting().canonicalPath = [](const char* inPath, char* outBuffer) {
+    const toolbox::os::SystemCalls real = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().realpath = [](const char* inPath, char* outBuffer) {
         char* const canonical = realpath(inPath, outBuffer);
         if (!fs::exists(sMovedFolder + " moved")) {
             fs::rename(sMovedFolder, sMovedFolder + " moved");

@@ -1,7 +1,8 @@
 #include "catalogue/FileAccess.h"
 
-#include "support/FailingCalls.h"
 #include "Refs.h"
+#include "status/StatusOfErrno.h"
+#include "support/FailingCalls.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -22,6 +23,7 @@ using test_files::MakeRef;
 using test_files::OpenDescriptorCount;
 using test_files::TemporaryFolder;
 using toolbox::files::OpenForReading;
+namespace os = toolbox::os;
 
 FSRef RefOf(const std::string& inPath) {
     FSRef ref = {};
@@ -38,10 +40,10 @@ std::string ReadAll(int inDescriptor) {
 // What opening an item that cannot be opened answers; fails when anything is left open.
 OSStatus Refusal(const FSRef& inItem) {
     const std::size_t before = OpenDescriptorCount();
-    int descriptor = 7;
+    os::Descriptor file;
     std::string path = "before";
-    const OSStatus status = OpenForReading(inItem, descriptor, path);
-    EXPECT_EQ(-1, descriptor);
+    const OSStatus status = OpenForReading(inItem, file, path);
+    EXPECT_FALSE(file.IsOpen());
     EXPECT_EQ(before, OpenDescriptorCount());
     return status;
 }
@@ -49,23 +51,21 @@ OSStatus Refusal(const FSRef& inItem) {
 TEST(OpenForReading, AFile) {
     const TemporaryFolder folder;
     const std::string path = folder.MakeFile("a", "bytes");
-    int descriptor = -1;
+    os::Descriptor file;
     std::string found;
-    ASSERT_EQ(noErr, OpenForReading(RefOf(path), descriptor, found));
+    ASSERT_EQ(noErr, OpenForReading(RefOf(path), file, found));
     EXPECT_EQ(path, found);
-    EXPECT_EQ("bytes", ReadAll(descriptor));
-    EXPECT_NE(0, fcntl(descriptor, F_GETFD) & FD_CLOEXEC);
-    EXPECT_EQ(O_RDONLY, fcntl(descriptor, F_GETFL) & O_ACCMODE);
-    close(descriptor);
+    EXPECT_EQ("bytes", ReadAll(file.Number()));
+    EXPECT_NE(0, fcntl(file.Number(), F_GETFD) & FD_CLOEXEC);
+    EXPECT_EQ(O_RDONLY, fcntl(file.Number(), F_GETFL) & O_ACCMODE);
 }
 
 TEST(OpenForReading, AnEmptyFile) {
     const TemporaryFolder folder;
-    int descriptor = -1;
+    os::Descriptor file;
     std::string found;
-    ASSERT_EQ(noErr, OpenForReading(RefOf(folder.MakeFile("a", "")), descriptor, found));
-    EXPECT_EQ("", ReadAll(descriptor));
-    close(descriptor);
+    ASSERT_EQ(noErr, OpenForReading(RefOf(folder.MakeFile("a", "")), file, found));
+    EXPECT_EQ("", ReadAll(file.Number()));
 }
 
 TEST(OpenForReading, ARenamedFile) {
@@ -74,12 +74,11 @@ TEST(OpenForReading, ARenamedFile) {
     const FSRef ref = RefOf(path);
     fs::rename(path, folder / "b");
     folder.MakeFile("a", "another's");
-    int descriptor = -1;
+    os::Descriptor file;
     std::string found;
-    ASSERT_EQ(noErr, OpenForReading(ref, descriptor, found));
+    ASSERT_EQ(noErr, OpenForReading(ref, file, found));
     EXPECT_EQ(folder / "b", found);
-    EXPECT_EQ("bytes", ReadAll(descriptor));
-    close(descriptor);
+    EXPECT_EQ("bytes", ReadAll(file.Number()));
 }
 
 TEST(OpenForReading, WhatHasNoDataFork) {
@@ -114,12 +113,12 @@ TEST(OpenForReading, NoMoreDescriptors) {
     rlimit none = before;
     none.rlim_cur = 0;
     ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &none));
-    int descriptor = 7;
+    os::Descriptor file;
     std::string path;
-    const OSStatus status = OpenForReading(ref, descriptor, path);
+    const OSStatus status = OpenForReading(ref, file, path);
     ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &before));
     EXPECT_EQ(tmfoErr, status);
-    EXPECT_EQ(-1, descriptor);
+    EXPECT_FALSE(file.IsOpen());
 }
 
 TEST(OpenForReading, EveryFailingCall) {
@@ -128,24 +127,23 @@ TEST(OpenForReading, EveryFailingCall) {
     const std::size_t descriptors = OpenDescriptorCount();
     for (const int number : {EIO, EACCES, EMFILE, EAGAIN}) {
         for (int failing = 1;; ++failing) {
-            int descriptor = 7;
+            os::Descriptor file;
             std::string path;
             OSStatus status = noErr;
             bool delivered = false;
             {
                 const FailingCalls calls(failing, number);
-                status = OpenForReading(ref, descriptor, path);
+                status = OpenForReading(ref, file, path);
                 delivered = calls.Delivered();
             }
             if (!delivered) {
                 EXPECT_EQ(noErr, status);
-                EXPECT_EQ("bytes", ReadAll(descriptor));
-                close(descriptor);
+                EXPECT_EQ("bytes", ReadAll(file.Number()));
                 EXPECT_EQ(4, failing);  // looked at, opened, looked at again
                 break;
             }
-            EXPECT_EQ(toolbox::os::StatusOfErrno(number), status) << failing;
-            EXPECT_EQ(-1, descriptor);
+            EXPECT_EQ(toolbox::StatusOfErrno(number), status) << failing;
+            EXPECT_FALSE(file.IsOpen());
             EXPECT_EQ(descriptors, OpenDescriptorCount());
         }
     }
@@ -156,16 +154,17 @@ std::string sPath;
 int sOpenCount;
 void (*sMeanwhile)();
 
-OSStatus OpenWhile(const FSRef& inRef, void (*inMeanwhile)(), int& outDescriptor, std::string& outPath) {
-    const toolbox::os::FileCalls real = toolbox::os::Calls();
+OSStatus OpenWhile(const FSRef& inRef, void (*inMeanwhile)(), os::Descriptor& outFile, std::string& outPath) {
+    const toolbox::os::SystemCalls real = toolbox::os::Calls();
     sOpenCount = 0;
     sMeanwhile = inMeanwhile;
-    toolbox::os::CallsForTesting().openFile = [](const char* inPath, int inFlags) {
+    toolbox::os::CallsForTesting().openat = [](int, const char* inPath, int inFlags, mode_t) {
+        if ((inFlags & O_DIRECTORY) != 0) return open(inPath, inFlags);  // the folder that is searched
         ++sOpenCount;
         sMeanwhile();
         return open(inPath, inFlags);
     };
-    const OSStatus status = OpenForReading(inRef, outDescriptor, outPath);
+    const OSStatus status = OpenForReading(inRef, outFile, outPath);
     toolbox::os::CallsForTesting() = real;
     return status;
 }
@@ -174,7 +173,7 @@ TEST(OpenForReading, AnotherFileTakesThePathMeanwhile) {
     const TemporaryFolder folder;
     sPath = folder.MakeFile("a", "bytes");
     const FSRef ref = RefOf(sPath);
-    int descriptor = -1;
+    os::Descriptor file;
     std::string found;
     const std::size_t descriptors = OpenDescriptorCount();
     ASSERT_EQ(noErr, OpenWhile(
@@ -184,11 +183,11 @@ TEST(OpenForReading, AnotherFileTakesThePathMeanwhile) {
                              fs::rename(sPath, sPath + " moved");
                              fs::copy_file("/proc/self/comm", sPath);
                          },
-                         descriptor, found));
+                         file, found));
     EXPECT_EQ(2, sOpenCount);
     EXPECT_EQ(sPath + " moved", found);
-    EXPECT_EQ("bytes", ReadAll(descriptor));
-    close(descriptor);
+    EXPECT_EQ("bytes", ReadAll(file.Number()));
+    file = os::Descriptor();
     EXPECT_EQ(descriptors, OpenDescriptorCount());
 }
 
@@ -196,7 +195,7 @@ TEST(OpenForReading, APipeTakesThePathMeanwhile) {
     const TemporaryFolder folder;
     sPath = folder.MakeFile("a", "bytes");
     const FSRef ref = RefOf(sPath);
-    int descriptor = -1;
+    os::Descriptor file;
     std::string found;
     EXPECT_EQ(fnfErr, OpenWhile(
                           ref,
@@ -204,8 +203,8 @@ TEST(OpenForReading, APipeTakesThePathMeanwhile) {
                               fs::remove(sPath);
                               ASSERT_EQ(0, mkfifo(sPath.c_str(), 0600));
                           },
-                          descriptor, found));
-    EXPECT_EQ(-1, descriptor);
+                          file, found));
+    EXPECT_FALSE(file.IsOpen());
     EXPECT_EQ("", found);
 }
 
@@ -213,7 +212,7 @@ TEST(OpenForReading, ALinkTakesThePathMeanwhile) {
     const TemporaryFolder folder;
     sPath = folder.MakeFile("a", "bytes");
     const FSRef ref = RefOf(sPath);
-    int descriptor = -1;
+    os::Descriptor file;
     std::string found;
     ASSERT_EQ(noErr, OpenWhile(
                          ref,
@@ -222,9 +221,8 @@ TEST(OpenForReading, ALinkTakesThePathMeanwhile) {
                              fs::rename(sPath, sPath + " moved");
                              ASSERT_EQ(0, symlink("/dev/null", sPath.c_str()));
                          },
-                         descriptor, found));
-    EXPECT_EQ("bytes", ReadAll(descriptor));
-    close(descriptor);
+                         file, found));
+    EXPECT_EQ("bytes", ReadAll(file.Number()));
 }
 
 TEST(ReadSmallFile, ReadsAll) {
@@ -273,19 +271,19 @@ TEST(ReadSmallFile, InterruptedReadsGoOn) {
     const TemporaryFolder folder;
     const FSRef ref = RefOf(folder.MakeFile("a", "0123456789"));
     auto& calls = toolbox::os::CallsForTesting();
-    static auto sReadAt = calls.readAt;
+    static auto sReadAt = calls.pread;
     static int sCallCount;
-    sReadAt = calls.readAt;
+    sReadAt = calls.pread;
     sCallCount = 0;
     // Every second call is interrupted, the others give a byte or two.
-    calls.readAt = [](int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset) -> ssize_t {
+    calls.pread = [](int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset) -> ssize_t {
         errno = EINTR;
         if (++sCallCount % 2 == 1) return -1;
         return sReadAt(inDescriptor, outBytes, inByteCount < 2 ? inByteCount : 2, inOffset);
     };
     std::string contents;
     const OSStatus status = toolbox::files::ReadSmallFile(ref, 100, contents);
-    calls.readAt = sReadAt;
+    calls.pread = sReadAt;
     EXPECT_EQ(noErr, status);
     EXPECT_EQ("0123456789", contents);
 }

@@ -34,17 +34,16 @@ std::string NameOf(int inFile, int inRound) {
 
 // Whether the reference leads to the file of that number; only what is read tells.
 bool Reads(const FSRef& inRef, int inFile) {
-    int descriptor = -1;
+    toolbox::os::Descriptor file;
     std::string path;
-    const OSStatus status = toolbox::files::OpenForReading(inRef, descriptor, path);
+    const OSStatus status = toolbox::files::OpenForReading(inRef, file, path);
     if (status != noErr) {
         // A file that is renamed all the time may be missed; it must never be mistaken.
         EXPECT_EQ(fnfErr, status);
         return false;
     }
     char bytes[16];
-    const ssize_t count = read(descriptor, bytes, sizeof(bytes));
-    close(descriptor);
+    const ssize_t count = read(file.Number(), bytes, sizeof(bytes));
     EXPECT_EQ("number " + std::to_string(inFile), std::string(bytes, static_cast<std::size_t>(count)));
     return true;
 }

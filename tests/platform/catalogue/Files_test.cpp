@@ -1,10 +1,11 @@
 #include <toolbox/Files.h>
 
+#include "Refs.h"
+#include "places/NodeTable.h"
+#include "status/StatusOfErrno.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
-#include "Refs.h"
 #include "support/TemporaryFolder.h"
-#include "places/NodeTable.h"
 
 #include <gtest/gtest.h>
 
@@ -342,7 +343,7 @@ TEST(FSPathMakeRef, EveryFailingCall) {
                 EXPECT_GT(failing, 2);
                 break;
             }
-            EXPECT_EQ(toolbox::os::StatusOfErrno(number), status) << failing;
+            EXPECT_EQ(toolbox::StatusOfErrno(number), status) << failing;
         }
     }
 }

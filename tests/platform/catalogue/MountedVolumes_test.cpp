@@ -1,6 +1,7 @@
 #include "catalogue/MountedVolumes.h"
 
 #include <gtest/gtest.h>
+#include <sys/statvfs.h>
 #include <toolbox/MacErrors.h>
 
 #include <fcntl.h>
@@ -41,7 +42,7 @@ class MountedVolumesTest : public testing::Test {
   protected:
     ~MountedVolumesTest() override { CallsForTesting() = mSaved; }
 
-    FileCalls mSaved = CallsForTesting();
+    SystemCalls mSaved = CallsForTesting();
 };
 
 TEST_F(MountedVolumesTest, TheFirstIsTheRootFolders) {
@@ -65,7 +66,7 @@ TEST_F(MountedVolumesTest, TheFirstIsTheRootFolders) {
 }
 
 TEST_F(MountedVolumesTest, Facts) {
-    CallsForTesting().statVolume = [](const char* inPath, struct statvfs* outStatus) {
+    CallsForTesting().statvfs = [](const char* inPath, struct statvfs* outStatus) {
         EXPECT_STREQ("/", inPath);
         *outStatus = {};
         outStatus->f_frsize = 4096;
@@ -93,7 +94,7 @@ TEST_F(MountedVolumesTest, ReadOnlyDevice) {
         test_files::TemporaryFolder folder;
         static std::string sFile;
         sFile = folder.MakeFile("ro", contents);
-        CallsForTesting().openFile = [](const char* inPath, int inFlags) {
+        CallsForTesting().openat = [](int, const char* inPath, int inFlags, mode_t) {
             sAskedDevice = inPath;
             return open(sFile.c_str(), inFlags);
         };
@@ -138,8 +139,8 @@ TEST_F(MountedVolumesTest, EveryCallFails) {
 TEST_F(MountedVolumesTest, ReadsAreRepeated) {
     static int sReads;
     sReads = 0;
-    CallsForTesting().readAt = [](int inDescriptor, void* outBytes, std::size_t inByteCount,
-                                  off_t inOffset) -> ssize_t {
+    CallsForTesting().pread = [](int inDescriptor, void* outBytes, std::size_t inByteCount,
+                                 off_t inOffset) -> ssize_t {
         if (++sReads % 2 == 1) return errno = EINTR, -1;
         return pread(inDescriptor, outBytes, std::min<std::size_t>(inByteCount, 100), inOffset);
     };

@@ -1,6 +1,7 @@
 #include <toolbox/Volumes.h>
 
 #include <gtest/gtest.h>
+#include <sys/statvfs.h>
 
 #include <fcntl.h>
 
@@ -30,7 +31,7 @@ class VolumeParametersTest : public CatalogTest {
     ~VolumeParametersTest() override { CallsForTesting() = mSaved; }
 
     static void ScriptStatus() {
-        CallsForTesting().statVolume = [](const char*, struct statvfs* outStatus) {
+        CallsForTesting().statvfs = [](const char*, struct statvfs* outStatus) {
             *outStatus = sStatus;
             return 0;
         };
@@ -38,7 +39,9 @@ class VolumeParametersTest : public CatalogTest {
     // Answers what to read where the kernel tells whether a device can be written.
     void ScriptDevice(const char* inContents) {
         sFile = mFolder.MakeFile("ro", inContents);
-        CallsForTesting().openFile = [](const char*, int inFlags) { return open(sFile.c_str(), inFlags); };
+        CallsForTesting().openat = [](int, const char*, int inFlags, mode_t) {
+            return open(sFile.c_str(), inFlags);
+        };
     }
     HVolumeParam& Get(SInt16 inVolume, SInt16 inIndex = 0) {
         mBlock = {};
@@ -52,7 +55,7 @@ class VolumeParametersTest : public CatalogTest {
     static inline std::string sFile;
     HParamBlockRec mBlock = {};
     OSErr mError = 1;
-    toolbox::os::FileCalls mSaved = CallsForTesting();
+    toolbox::os::SystemCalls mSaved = CallsForTesting();
 };
 
 TEST_F(VolumeParametersTest, OfAnItem) {

@@ -6,6 +6,7 @@
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/TemporaryFolder.h"
+#include "support/UserDatabase.h"
 #include "support/Variables.h"
 
 #include <gmock/gmock.h>
@@ -226,13 +227,10 @@ TEST_F(Folders, DomainsThatHaveNone) {
 
 TEST_F(Folders, WithoutAHome) {
     mVariables["HOME"] = "";
-    auto& calls = CallsForTesting();
-    const auto realFindHome = calls.findHome;
-    calls.findHome = [](char*, std::size_t) { return ENOENT; };
+    const test_files::UserDatabase unknown(nullptr);
     for (const Row& row : kUserRows)
         EXPECT_EQ(Status(fnfErr), Find(kUserDomain, row.type, true)) << row.path;
     EXPECT_EQ(Status(fnfErr), Find(kUserDomain, kDomainTopLevelFolderType));
-    calls.findHome = realFindHome;
 }
 
 TEST_F(Folders, OnTheSystemDiskMeansTheUsersOrTheSystems) {
@@ -257,11 +255,13 @@ TEST_F(Folders, FrameworksLieBesideTheLibrary) {
 TEST_F(Folders, FrameworksMoveWithTheLibrary) {
     static std::string sLibrary;
     auto& calls = CallsForTesting();
-    const auto realFindLibrary = calls.findLibrary;
-    calls.findLibrary = [](char* outPath, std::size_t inCapacity) {
-        if (sLibrary.empty() || sLibrary.size() >= inCapacity) return ENOENT;
-        std::strcpy(outPath, sLibrary.c_str());
-        return 0;
+    static SystemCalls sReal;
+    sReal = calls;
+    calls.realpath = [](const char* inPath, char* outPath) -> char* {
+        // The test carries the toolbox inside itself.
+        if (std::string_view(inPath) != "/proc/self/exe") return sReal.realpath(inPath, outPath);
+        if (sLibrary.empty()) return errno = ENOENT, nullptr;
+        return std::strcpy(outPath, sLibrary.c_str());
     };
     sLibrary = mHome / "x/lib/x86_64-linux-gnu/libmirtal_toolbox.so.1";
     const std::string folder = mHome / "x/lib/x86_64-linux-gnu/mirtal";
@@ -273,7 +273,7 @@ TEST_F(Folders, FrameworksMoveWithTheLibrary) {
     EXPECT_EQ(mHome / "y/cabin/mirtal/Frameworks", Find(kOnSystemDisk, kFrameworksFolderType, true));
     sLibrary.clear();
     EXPECT_EQ(Status(fnfErr), Find(kOnSystemDisk, kFrameworksFolderType, true));
-    calls.findLibrary = realFindLibrary;
+    calls = sReal;
 }
 
 TEST_F(Folders, Temporary) {
@@ -322,20 +322,20 @@ TEST_F(Folders, TrashOnAVolume) {
 // While it lives, a folder seems to be where another device is mounted.
 class MountedFolder {
   public:
-    explicit MountedFolder(const std::string& inRootPath) : mReal(CallsForTesting().statAt) {
+    explicit MountedFolder(const std::string& inRootPath) : mReal(CallsForTesting().statx) {
         sReal = mReal;
         sPath = inRootPath;
-        CallsForTesting().statAt = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
-                                      struct statx* outStatus) {
+        CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                     struct statx* outStatus) {
             const int result = sReal(inFolder, inPath, inFlags, inMask, outStatus);
             if ((std::string(inPath) + '/').starts_with(sPath + '/')) outStatus->stx_dev_minor += 1000;
             return result;
         };
     }
-    ~MountedFolder() { CallsForTesting().statAt = mReal; }
+    ~MountedFolder() { CallsForTesting().statx = mReal; }
 
   private:
-    using StatAt = decltype(FileCalls::statAt);
+    using StatAt = decltype(SystemCalls::statx);
     static inline StatAt sReal;
     static inline std::string sPath;
     StatAt mReal;
@@ -436,15 +436,15 @@ TEST_F(Folders, FullDisksAndReadOnlyVolumes) {
     for (const auto& [error, expected] :
          {std::pair{ENOSPC, dskFulErr}, {EROFS, wPrErr}, {EACCES, afpAccessDenied}}) {
         auto& calls = CallsForTesting();
-        const auto real = calls.makeFolder;
+        const auto real = calls.mkdirat;
         static int sError;
         sError = error;
-        calls.makeFolder = [](const char*, mode_t) {
+        calls.mkdirat = [](int, const char*, mode_t) {
             errno = sError;
             return -1;
         };
         EXPECT_EQ(Status(expected), Find(kUserDomain, kDesktopFolderType, true));
-        calls.makeFolder = real;
+        calls.mkdirat = real;
     }
 }
 

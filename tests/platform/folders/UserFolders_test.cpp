@@ -1,15 +1,12 @@
 #include "folders/UserFolders.h"
 
 #include "support/TemporaryFolder.h"
+#include "support/UserDatabase.h"
 #include "support/Variables.h"
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <cstring>
-
 using namespace toolbox::files;
-using namespace toolbox::os;
 using test_files::TemporaryFolder;
 using test_files::Variables;
 
@@ -18,18 +15,6 @@ namespace {
 std::string Desktop(std::string_view inContents) {
     return FindUserFolder(inContents, "DESKTOP", "/home/u");
 }
-
-// Stands in for the user database.
-class UserDatabase {
-  public:
-    explicit UserDatabase(int (*inFindHome)(char*, std::size_t)) : mReal(CallsForTesting().findHome) {
-        CallsForTesting().findHome = inFindHome;
-    }
-    ~UserDatabase() { CallsForTesting().findHome = mReal; }
-
-  private:
-    int (*mReal)(char*, std::size_t);
-};
 
 }  // namespace
 
@@ -56,48 +41,10 @@ TEST(UserFolders, SettingsThatMakeNoSense) {
         EXPECT_EQ("", Desktop(contents)) << contents;
 }
 
-TEST(UserFolders, Home) {
-    Variables variables{{"HOME", "/home/u/"}};
-    EXPECT_EQ("/home/u", HomePath());
-    variables["HOME"] = "/";
-    EXPECT_EQ("/", HomePath());
-    {
-        const UserDatabase database([](char* outPath, std::size_t) {
-            std::strcpy(outPath, "/home/of/database/");
-            return 0;
-        });
-        variables["HOME"] = "relative";
-        EXPECT_EQ("/home/of/database", HomePath());
-        variables["HOME"] = "";
-        EXPECT_EQ("/home/of/database", HomePath());
-    }
-    const UserDatabase nobody([](char*, std::size_t) { return ENOENT; });
-    EXPECT_EQ("", HomePath());
-    EXPECT_EQ("", BaseFolderPath("XDG_DATA_HOME", ".local/share"));
-    EXPECT_EQ("", UserFolderPath("DESKTOP", "Desktop"));
-}
-
-TEST(UserFolders, TheUserDatabaseKnowsThisUser) {
+TEST(UserFolders, WithoutAHome) {
     const Variables none({});
-    char path[4096];
-    if (CallsForTesting().findHome(path, sizeof(path)) == 0) {
-        EXPECT_EQ('/', path[0]);
-        EXPECT_EQ(std::string(path), HomePath());
-        EXPECT_EQ(ENAMETOOLONG, CallsForTesting().findHome(path, 1));
-    } else {
-        EXPECT_EQ("", HomePath());
-    }
-}
-
-TEST(UserFolders, BaseFolders) {
-    Variables variables{{"HOME", "/home/u"}};
-    EXPECT_EQ("/home/u/.local/share", BaseFolderPath("XDG_DATA_HOME", ".local/share"));
-    variables["XDG_DATA_HOME"] = "/data/";
-    EXPECT_EQ("/data", BaseFolderPath("XDG_DATA_HOME", ".local/share"));
-    variables["XDG_DATA_HOME"] = "data";
-    EXPECT_EQ("/home/u/.local/share", BaseFolderPath("XDG_DATA_HOME", ".local/share"));
-    variables["XDG_DATA_HOME"] = "";
-    EXPECT_EQ("/home/u/.local/share", BaseFolderPath("XDG_DATA_HOME", ".local/share"));
+    const test_files::UserDatabase unknown(nullptr);
+    EXPECT_EQ("", UserFolderPath("DESKTOP", "Desktop"));
 }
 
 TEST(UserFolders, UserFolderOfSettingsOrName) {

@@ -282,8 +282,8 @@ TEST_F(ForksTest, MovableContentsAreNeverMissing) {
     sLooks = 0;
     ASSERT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf("1old")));
     auto& calls = CallsForTesting();
-    const FileCalls saved = calls;
-    calls.writeAt = [](int inDescriptor, const void* inBytes, std::size_t inByteCount, off_t inOffset) {
+    const SystemCalls saved = calls;
+    calls.pwrite = [](int inDescriptor, const void* inBytes, std::size_t inByteCount, off_t inOffset) {
         const ssize_t count = pwrite(inDescriptor, inBytes, inByteCount, inOffset);
         const std::string text = TextOfMovable(sPath);
         EXPECT_TRUE(text == "old" || text == "new") << Contents(sPath);
@@ -310,8 +310,8 @@ TEST_F(ForksTest, OneWriterAtATime) {
 TEST_F(ForksTest, RoomIsTakenForTheWhole) {
     static off_t sFrom, sCount;
     auto& calls = CallsForTesting();
-    const FileCalls saved = calls;
-    calls.reserve = [](int, off_t inOffset, off_t inCount) {
+    const SystemCalls saved = calls;
+    calls.posix_fallocate = [](int, off_t inOffset, off_t inCount) {
         sFrom = inOffset;
         sCount = inCount;
         return ENOSPC;
@@ -328,11 +328,11 @@ TEST_F(ForksTest, RoomIsTakenForTheWhole) {
 
 TEST_F(ForksTest, WritesInterruptedAndShort) {
     auto& calls = CallsForTesting();
-    const FileCalls saved = calls;
+    const SystemCalls saved = calls;
     static int sCalls;
     sCalls = 0;
-    calls.writeAt = [](int inDescriptor, const void* inBytes, std::size_t inByteCount,
-                       off_t inOffset) -> ssize_t {
+    calls.pwrite = [](int inDescriptor, const void* inBytes, std::size_t inByteCount,
+                      off_t inOffset) -> ssize_t {
         if (++sCalls % 2 != 0) {
             errno = EINTR;
             return -1;
@@ -340,7 +340,7 @@ TEST_F(ForksTest, WritesInterruptedAndShort) {
         return pwrite(inDescriptor, inBytes, inByteCount > 0 ? 1 : 0, inOffset);
     };
     const OSStatus status = WriteFork(mRef, Fork::kData, BytesOf("slowly"));
-    calls.writeAt = [](int, const void*, std::size_t, off_t) -> ssize_t { return 0; };
+    calls.pwrite = [](int, const void*, std::size_t, off_t) -> ssize_t { return 0; };
     EXPECT_EQ(ioErr, WriteFork(mRef, Fork::kData, BytesOf("nothing")));
     calls = saved;
     EXPECT_EQ(noErr, status);

@@ -5,9 +5,9 @@
 #include <thread>
 
 #include "AlertBytes.h"
-#include "support/PseudoTerminal.h"
-#include "interface/Terminal_test_access.h"
+#include "os/SystemCalls_test_access.h"
 #include "platform/resources/ResourcesTest.h"
+#include "support/PseudoTerminal.h"
 
 namespace {
 
@@ -93,8 +93,8 @@ class WithoutTerminal : public DialogsTest {
   protected:
     WithoutTerminal() {
         sShown.clear();
-        auto& calls = toolbox::interface::TerminalCallsForTesting();
-        calls.isTerminal = [](int) { return 0; };
+        auto& calls = toolbox::os::CallsForTesting();
+        calls.isatty = [](int) { return 0; };
         calls.write = [](int, const void* inBytes, std::size_t inByteCount) {
             sShown.append(static_cast<const char*>(inBytes), inByteCount);
             return static_cast<ssize_t>(inByteCount);
@@ -104,12 +104,12 @@ class WithoutTerminal : public DialogsTest {
             return 0;
         };
     }
-    ~WithoutTerminal() override { toolbox::interface::TerminalCallsForTesting() = mSaved; }
+    ~WithoutTerminal() override { toolbox::os::CallsForTesting() = mSaved; }
 
     static inline std::string sShown;
 
   private:
-    toolbox::interface::TerminalCalls mSaved = toolbox::interface::TerminalCallsForTesting();
+    toolbox::os::SystemCalls mSaved = toolbox::os::CallsForTesting();
 };
 
 TEST_F(WithoutTerminal, ShowsTheLayoutAndAnswersOne) {

@@ -6,11 +6,13 @@
 #include <cstring>
 #include <string>
 
-#include "interface/Terminal_test_access.h"
+#include "os/SystemCalls_test_access.h"
 
 namespace {
 
 using namespace toolbox::interface;
+using toolbox::os::CallsForTesting;
+using toolbox::os::SystemCalls;
 
 std::string sInput;
 std::string sOutput;
@@ -27,8 +29,7 @@ class TerminalTest : public testing::Test {
         sInput.clear();
         sOutput.clear();
         sCalls = 0;
-        TerminalCallsForTesting().read = [](int inDescriptor, void* outBytes,
-                                            std::size_t inByteCount) -> ssize_t {
+        CallsForTesting().read = [](int inDescriptor, void* outBytes, std::size_t inByteCount) -> ssize_t {
             EXPECT_EQ(0, inDescriptor);
             if (++sCalls % 3 == 1) return Interrupted();
             const std::size_t count = std::min(inByteCount, sInput.size());
@@ -36,8 +37,8 @@ class TerminalTest : public testing::Test {
             sInput.erase(0, count);
             return static_cast<ssize_t>(count);
         };
-        TerminalCallsForTesting().write = [](int inDescriptor, const void* inBytes,
-                                             std::size_t inByteCount) -> ssize_t {
+        CallsForTesting().write = [](int inDescriptor, const void* inBytes,
+                                     std::size_t inByteCount) -> ssize_t {
             EXPECT_EQ(2, inDescriptor);
             if (++sCalls % 3 == 1) return Interrupted();
             const std::size_t count = std::min<std::size_t>(inByteCount, 2);
@@ -45,10 +46,10 @@ class TerminalTest : public testing::Test {
             return static_cast<ssize_t>(count);
         };
     }
-    ~TerminalTest() override { TerminalCallsForTesting() = mSaved; }
+    ~TerminalTest() override { CallsForTesting() = mSaved; }
 
   private:
-    TerminalCalls mSaved = TerminalCallsForTesting();
+    SystemCalls mSaved = CallsForTesting();
 };
 
 TEST_F(TerminalTest, ReadsALineAndNoMore) {
@@ -64,7 +65,7 @@ TEST_F(TerminalTest, ReadsALineAndNoMore) {
 }
 
 TEST_F(TerminalTest, ReadingFails) {
-    TerminalCallsForTesting().read = [](int, void*, std::size_t) -> ssize_t {
+    CallsForTesting().read = [](int, void*, std::size_t) -> ssize_t {
         errno = EIO;
         return -1;
     };
@@ -80,7 +81,7 @@ TEST_F(TerminalTest, WritesAll) {
 }
 
 TEST_F(TerminalTest, WritingFails) {
-    TerminalCallsForTesting().write = [](int, const void*, std::size_t) -> ssize_t {
+    CallsForTesting().write = [](int, const void*, std::size_t) -> ssize_t {
         ++sCalls;
         errno = EIO;
         return -1;
@@ -96,7 +97,7 @@ TEST_F(TerminalTest, IsBothInputAndError) {
     for (const Case& one : {Case{false, false}, Case{true, false}, Case{false, true}, Case{true, true}}) {
         static Case sCase;
         sCase = one;
-        TerminalCallsForTesting().isTerminal = [](int inDescriptor) {
+        CallsForTesting().isatty = [](int inDescriptor) {
             return int{inDescriptor == 0 ? sCase.input : inDescriptor == 2 && sCase.error};
         };
         EXPECT_EQ(one.input && one.error, HasTerminal());

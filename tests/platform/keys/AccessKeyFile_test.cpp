@@ -15,15 +15,18 @@
 #include <thread>
 #include <vector>
 
-#include "support/FailingCalls.h"
 #include "StateFolder.h"
-#include "keys/AccessKeyFile_test_access.h"
+#include "os/SystemCalls_test_access.h"
+#include "support/FailingCalls.h"
+#include "support/UserDatabase.h"
 
 namespace {
 
 using namespace toolbox::movies;
 using test_files::FailingCalls;
 using test_files::OpenDescriptorCount;
+using toolbox::os::CallsForTesting;
+using toolbox::os::SystemCalls;
 
 const std::string kFirst = "mirtal access keys 1\n";
 
@@ -41,9 +44,9 @@ unsigned ModeOf(const std::string& inPath) {
 
 class AccessKeyFileTest : public testing::Test {
   protected:
-    AccessKeyFileTest() : mCalls(AccessKeyCallsForTesting()) {}
+    AccessKeyFileTest() : mCalls(CallsForTesting()) {}
     ~AccessKeyFileTest() override {
-        AccessKeyCallsForTesting() = mCalls;
+        CallsForTesting() = mCalls;
         EXPECT_EQ(mDescriptors, OpenDescriptorCount());
     }
     // "?" and the status when they cannot be loaded.
@@ -58,12 +61,12 @@ class AccessKeyFileTest : public testing::Test {
         return text;
     }
     static void RefuseAllCalls() {
-        AccessKeyCallsForTesting().makeFolder = [](const char*, mode_t) {
+        CallsForTesting().mkdirat = [](int, const char*, mode_t) {
             ADD_FAILURE() << "a folder is made";
             errno = EACCES;
             return -1;
         };
-        AccessKeyCallsForTesting().lockFile = [](int, int) {
+        CallsForTesting().flock = [](int, int) {
             ADD_FAILURE() << "a lock is taken";
             errno = EACCES;
             return -1;
@@ -72,7 +75,7 @@ class AccessKeyFileTest : public testing::Test {
 
     std::size_t mDescriptors = OpenDescriptorCount();
     test_movies::StateFolder mState;
-    AccessKeyCalls mCalls;
+    SystemCalls mCalls;
 };
 
 TEST_F(AccessKeyFileTest, HoldsWhatWasAddedAndNotRemoved) {
@@ -125,6 +128,14 @@ TEST_F(AccessKeyFileTest, FoldersOfTheEnvironment) {
     }
     for (const char* none : {static_cast<const char*>(nullptr), "", "relative"}) {
         environment.Set("HOME", none);
+        const std::string other = home / "of database";
+        {
+            const test_files::UserDatabase database(other.c_str());
+            EXPECT_EQ(noErr, Add("one"));
+            EXPECT_TRUE(std::filesystem::exists(other + "/.local/state/mirtal/access-keys"));
+        }
+        std::filesystem::remove_all(other);
+        const test_files::UserDatabase unknown(nullptr);
         EXPECT_EQ("", Loaded());
         EXPECT_EQ(fnfErr, Add("one"));
         EXPECT_EQ(fnfErr, Remove("one"));
@@ -161,7 +172,7 @@ TEST_F(AccessKeyFileTest, DamagedWhileWaitingForTheLock) {
     ASSERT_EQ(noErr, Add("one"));
     static const test_movies::StateFolder* sState;
     sState = &mState;
-    AccessKeyCallsForTesting().lockFile = [](int inDescriptor, int inOperation) {
+    CallsForTesting().flock = [](int inDescriptor, int inOperation) {
         sState->PutText("damaged");
         return flock(inDescriptor, inOperation);
     };
@@ -241,12 +252,12 @@ TEST_F(AccessKeyFileTest, InterruptedReadsGoOn) {
 }
 
 TEST_F(AccessKeyFileTest, FolderCannotBeMade) {
-    AccessKeyCallsForTesting().makeFolder = [](const char*, mode_t) {
+    CallsForTesting().mkdirat = [](int, const char*, mode_t) {
         errno = EACCES;
         return -1;
     };
     EXPECT_EQ(afpAccessDenied, Add("one"));
-    AccessKeyCallsForTesting().makeFolder = [](const char*, mode_t) {
+    CallsForTesting().mkdirat = [](int, const char*, mode_t) {
         errno = ENOENT;
         return -1;
     };
@@ -257,7 +268,7 @@ TEST_F(AccessKeyFileTest, FolderCannotBeMade) {
 TEST_F(AccessKeyFileTest, SomebodyElseMakesTheFolder) {
     test_movies::Environment environment;
     environment.Set("XDG_STATE_HOME", (mState.Path() + "/deep").c_str());
-    AccessKeyCallsForTesting().makeFolder = [](const char* inPath, mode_t inMode) {
+    CallsForTesting().mkdirat = [](int, const char* inPath, mode_t inMode) {
         const int result = mkdir(inPath, inMode);
         if (result == 0) errno = EEXIST;
         return -1;
@@ -269,7 +280,7 @@ TEST_F(AccessKeyFileTest, SomebodyElseMakesTheFolder) {
 TEST_F(AccessKeyFileTest, LockIsTakenAgainOrRefused) {
     static int sCalls;
     sCalls = 0;
-    AccessKeyCallsForTesting().lockFile = [](int inDescriptor, int inOperation) {
+    CallsForTesting().flock = [](int inDescriptor, int inOperation) {
         EXPECT_EQ(LOCK_EX, inOperation);
         if (++sCalls < 3) {
             errno = EINTR;
@@ -279,7 +290,7 @@ TEST_F(AccessKeyFileTest, LockIsTakenAgainOrRefused) {
     };
     EXPECT_EQ(noErr, Add("one"));
     EXPECT_EQ(3, sCalls);
-    AccessKeyCallsForTesting().lockFile = [](int, int) {
+    CallsForTesting().flock = [](int, int) {
         errno = ENOLCK;
         return -1;
     };
@@ -294,7 +305,7 @@ TEST_F(AccessKeyFileTest, LockOfAKilledProgramIsNoObstacle) {
     sTell = isLocked[1];
     const pid_t child = fork();
     if (child == 0) {
-        AccessKeyCallsForTesting().lockFile = [](int inDescriptor, int inOperation) {
+        CallsForTesting().flock = [](int inDescriptor, int inOperation) {
             const int result = flock(inDescriptor, inOperation);
             if (write(sTell, "", 1) == 1) pause();
             return result;

@@ -12,7 +12,7 @@
 #include <string>
 
 #include "StateFolder.h"
-#include "os/FileCalls_test_access.h"
+#include "os/SystemCalls_test_access.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ pid_t Start(const std::function<bool()>& inBody) {
     const pid_t child = fork();
     if (child != 0) return child;
     // What a failing machine would leave is not the subject, and waiting for the disk is most of the time.
-    toolbox::os::CallsForTesting().syncFile = [](int) { return 0; };
+    toolbox::os::CallsForTesting().fsync = [](int) { return 0; };
     _exit(inBody() ? 0 : 1);
 }
 

@@ -78,11 +78,11 @@ TEST(GetDescriptorStatus, SameAsThePath) {
 TEST(GetPathStatus, FileSystemWithoutBirth) {
     const TemporaryFolder folder;
     const std::string path = folder.MakeFile("a");
-    const FileCalls real = CallsForTesting();
+    const SystemCalls real = CallsForTesting();
     static int (*sRealStat)(int, const char*, int, unsigned, struct statx*);
-    sRealStat = real.statAt;
-    CallsForTesting().statAt = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
-                                  struct statx* outStatus) {
+    sRealStat = real.statx;
+    CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                 struct statx* outStatus) {
         return sRealStat(inFolder, inPath, inFlags, inMask & ~STATX_BTIME, outStatus) != 0
                    ? -1
                    : (outStatus->stx_mask &= ~STATX_BTIME, 0);

@@ -13,14 +13,14 @@ using namespace test_resources;
 using toolbox::files::Fork;
 using toolbox::files::WriteFork;
 
-std::string sApplication;
-
 class ApplicationTest : public ResourcesTest {
   protected:
     ApplicationTest() {
-        sApplication = mFolder.MakeFile("application", "code");
-        toolbox::resources::StartWithApplication([] { return sApplication; });
+        mProgram.Put(mApplication);
+        toolbox::resources::StartAnew();
     }
+
+    const std::string mApplication = mFolder.MakeFile("application", "code");
 };
 
 TEST_F(ApplicationTest, WithoutResources) {
@@ -35,7 +35,7 @@ TEST_F(ApplicationTest, FileBesideTheExecutable) {
 
 TEST_F(ApplicationTest, ForkOfTheExecutableComesFirst) {
     MakeFile("application.rsrc", {ImageOf(kText, 1, "beside")});
-    ASSERT_EQ(noErr, WriteFork(RefOf(sApplication), Fork::kResource, ForkOf({ImageOf(kText, 1, "its own")})));
+    ASSERT_EQ(noErr, WriteFork(RefOf(mApplication), Fork::kResource, ForkOf({ImageOf(kText, 1, "its own")})));
     EXPECT_EQ("its own", TextOf(GetResource(kText, 1)));
 }
 
@@ -60,7 +60,7 @@ TEST_F(ApplicationTest, OpenedLaterWhenThereWereNoDescriptors) {
     MakeFile("application.rsrc", {ImageOf(kText, 1, "beside"), ImageOf(kText, 2, "two")});
     const FSRef other = MakeFile("other", {ImageOf(kText, 1, "other")});
     for (int failing = 1;; ++failing) {
-        toolbox::resources::StartWithApplication([] { return sApplication; });
+        toolbox::resources::StartAnew();
         bool wasDelivered = false;
         {
             const test_files::FailingCalls calls(failing, EMFILE);
@@ -85,7 +85,7 @@ TEST_F(ApplicationTest, OpenedLaterWhenThereWereNoDescriptors) {
 TEST_F(ApplicationTest, OpenedLaterWhenThereWasNoMemory) {
     MakeFile("application.rsrc", {ImageOf(kText, 1, "beside", "", resPreload)});
     for (int failing = 1;; ++failing) {
-        toolbox::resources::StartWithApplication([] { return sApplication; });
+        toolbox::resources::StartAnew();
         bool wasDelivered = false;
         {
             const test_files::FailingNew memory(failing);
@@ -115,11 +115,6 @@ TEST_F(ApplicationTest, OpenedLaterWhileOthersAreOpen) {
     EXPECT_EQ(refNum, CurResFile());
     EXPECT_EQ("other", TextOf(GetIndResource(kText, 1)));
     EXPECT_EQ("beside", TextOf(GetIndResource(kText, 2)));
-}
-
-TEST(Application, ThisOne) {
-    const std::string path = toolbox::resources::sExecutablePath();
-    EXPECT_TRUE(path.empty() || path.front() == '/');
 }
 
 }  // namespace

@@ -10,9 +10,10 @@
 #include <string_view>
 #include <vector>
 
-#include "support/TemporaryFolder.h"
 #include "formats/ResourceFork.h"
 #include "resources/Resources_test_access.h"
+#include "support/RunningProgram.h"
+#include "support/TemporaryFolder.h"
 
 namespace test_resources {
 
@@ -61,11 +62,10 @@ inline std::string TextOf(ConstStr255Param inPascalText) {
 
 class ResourcesTest : public testing::Test {
   protected:
-    ResourcesTest() {
-        toolbox::resources::StartWithApplication([] { return std::string(); });
-    }
+    ResourcesTest() { toolbox::resources::StartAnew(); }
     ~ResourcesTest() override {
-        toolbox::resources::StartWithApplication([] { return std::string(); });
+        mProgram.Put("");
+        toolbox::resources::StartAnew();
         SetResLoad(true);
         EXPECT_EQ(mHandles, GetLiveHandleCount());
         EXPECT_EQ(mDescriptors, test_files::OpenDescriptorCount());
@@ -99,6 +99,7 @@ class ResourcesTest : public testing::Test {
     }
 
     test_files::TemporaryFolder mFolder;
+    test_files::RunningProgram mProgram;
 
   private:
     UInt64 mHandles = GetLiveHandleCount();

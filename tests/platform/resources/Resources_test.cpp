@@ -4,9 +4,9 @@
 #include <chrono>
 
 #include "ResourcesTest.h"
-#include "os/BigEndian.h"
-#include "os/FileCalls_test_access.h"
 #include "memory/MacMemory_test_access.h"
+#include "os/BigEndian.h"
+#include "os/SystemCalls_test_access.h"
 
 namespace {
 
@@ -457,7 +457,7 @@ TEST_F(ResourcesTest, OneNameAmongTenThousand) {
     sBytesRead = 0;
     auto& calls = toolbox::os::CallsForTesting();
     const auto saved = calls;
-    calls.readAt = [](int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset) {
+    calls.pread = [](int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset) {
         sBytesRead += inByteCount;
         return pread(inDescriptor, outBytes, inByteCount, inOffset);
     };

@@ -1,5 +1,6 @@
 #include <toolbox/Debugger.h>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/ptrace.h>
@@ -9,36 +10,45 @@
 #include <cerrno>
 #include <string>
 
-#include "system/Debugger_test_access.h"
+#include "os/SystemCalls_test_access.h"
+#include "support/TemporaryFolder.h"
 
 namespace {
 
-using toolbox::system::DebuggerCallsForTesting;
+using toolbox::os::CallsForTesting;
 
 std::string sShown;
 int sTraps;
-bool sIsTraced;
 int sWrites;
+std::string sStatusFile;
 
 class DebuggerTest : public testing::Test {
   protected:
     DebuggerTest() {
         sShown.clear();
         sTraps = sWrites = 0;
-        sIsTraced = false;
-        DebuggerCallsForTesting() = {
-            [] { return sIsTraced; }, [] { return ++sTraps, 0; },
-            [](int inDescriptor, const void* inBytes, std::size_t inByteCount) -> ssize_t {
-                EXPECT_EQ(2, inDescriptor);
-                if (++sWrites == 1) return errno = EINTR, -1;
-                const std::size_t count = inByteCount > 1 ? inByteCount / 2 : 1;
-                sShown.append(static_cast<const char*>(inBytes), count);
-                return static_cast<ssize_t>(count);
-            }};
+        sStatusFile = mFolder.MakeFile("status", "Name:\ttest\nTracerPid:\t0\nUid:\t0\n");
+        CallsForTesting().openat = [](int, const char* inPath, int inFlags, mode_t) {
+            EXPECT_STREQ("/proc/self/status", inPath);
+            return open(sStatusFile.c_str(), inFlags);
+        };
+        CallsForTesting().raise = [](int inSignal) {
+            EXPECT_EQ(SIGTRAP, inSignal);
+            return ++sTraps, 0;
+        };
+        CallsForTesting().write = [](int inDescriptor, const void* inBytes,
+                                     std::size_t inByteCount) -> ssize_t {
+            EXPECT_EQ(2, inDescriptor);
+            if (++sWrites == 1) return errno = EINTR, -1;
+            const std::size_t count = inByteCount > 1 ? inByteCount / 2 : 1;
+            sShown.append(static_cast<const char*>(inBytes), count);
+            return static_cast<ssize_t>(count);
+        };
     }
-    ~DebuggerTest() override { DebuggerCallsForTesting() = mSaved; }
+    ~DebuggerTest() override { CallsForTesting() = mSaved; }
 
-    toolbox::system::DebuggerCalls mSaved = DebuggerCallsForTesting();
+    test_files::TemporaryFolder mFolder;
+    toolbox::os::SystemCalls mSaved = CallsForTesting();
 };
 
 TEST_F(DebuggerTest, WithoutADebuggerTheMessageIsShown) {
@@ -50,7 +60,7 @@ TEST_F(DebuggerTest, WithoutADebuggerTheMessageIsShown) {
 }
 
 TEST_F(DebuggerTest, ADebuggerIsStoppedIn) {
-    sIsTraced = true;
+    mFolder.MakeFile("status", "Name:\ttest\nTracerPid:\t17\nUid:\t0\n");
     DebugStr(reinterpret_cast<const unsigned char*>("\1x"));
     EXPECT_EQ("x\n", sShown);
     EXPECT_EQ(1, sTraps);
@@ -77,19 +87,21 @@ TEST_F(DebuggerTest, NoTerminalCommands) {
 }
 
 TEST_F(DebuggerTest, WritingFails) {
-    DebuggerCallsForTesting().write = [](int, const void*, std::size_t) -> ssize_t {
+    CallsForTesting().write = [](int, const void*, std::size_t) -> ssize_t {
         return ++sWrites, errno = EIO, -1;
     };
     Debugger();
     EXPECT_EQ(1, sWrites);
 }
 
-// The exit status of a process that asks whether it is traced.
-int AskInAProcess(bool (*inIsTraced)(), bool inIsToBeTraced) {
+// The exit status of a process that stops in its debugger: whether it found one.
+int StopInAProcess(bool inIsToBeTraced) {
     const pid_t child = fork();
     if (child == 0) {
         if (inIsToBeTraced && ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(99);
-        _exit(inIsTraced());
+        CallsForTesting().raise = [](int) -> int { _exit(1); };
+        Debugger();
+        _exit(0);
     }
     int status = 0;
     EXPECT_EQ(child, waitpid(child, &status, 0));
@@ -98,20 +110,21 @@ int AskInAProcess(bool (*inIsTraced)(), bool inIsToBeTraced) {
 }
 
 TEST_F(DebuggerTest, TheSystemTellsWhetherOneIsAttached) {
-    EXPECT_EQ(1, AskInAProcess(mSaved.isTraced, true));
-    EXPECT_EQ(0, AskInAProcess(mSaved.isTraced, false));
+    CallsForTesting().openat = mSaved.openat;
+    EXPECT_EQ(1, StopInAProcess(true));
+    EXPECT_EQ(0, StopInAProcess(false));
 }
 
 // Traces a process that traps, and lets it go on with the signal, or without it, at each stop. Counts the
 // stops at SIGTRAP; answers the status that the process ended with.
-int TrapUnderATracer(int (*inTrap)(), bool inHandsBack, int& outStops) {
+int TrapUnderATracer(bool inHandsBack, int& outStops) {
     outStops = 0;
     const pid_t child = fork();
     if (child == 0) {
         // Anything but the default shows whether it is put back.
         signal(SIGTRAP, [](int) { _exit(98); });
         if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(99);
-        inTrap();
+        Debugger();
         struct sigaction now = {};
         sigaction(SIGTRAP, nullptr, &now);
         _exit(now.sa_handler != SIG_IGN && now.sa_handler != SIG_DFL ? 42 : 97);
@@ -126,9 +139,11 @@ int TrapUnderATracer(int (*inTrap)(), bool inHandsBack, int& outStops) {
 }
 
 TEST_F(DebuggerTest, EveryTracerSeesTheTrapAndTheProgramGoesOn) {
+    CallsForTesting().openat = mSaved.openat;
+    CallsForTesting().raise = mSaved.raise;
     for (const bool handsBack : {false, true}) {
         int stops = 0;
-        const int status = TrapUnderATracer(mSaved.trap, handsBack, stops);
+        const int status = TrapUnderATracer(handsBack, stops);
         EXPECT_EQ(1, stops) << handsBack;
         EXPECT_TRUE(WIFEXITED(status)) << handsBack;
         EXPECT_EQ(42, WEXITSTATUS(status)) << handsBack;

@@ -1,13 +1,14 @@
 #include <toolbox/Gestalt.h>
 
 #include <gtest/gtest.h>
+#include <sys/sysinfo.h>
 #include <unistd.h>
 
-#include "system/System_test_access.h"
+#include "os/SystemCalls_test_access.h"
 
 namespace {
 
-using toolbox::system::SystemCallsForTesting;
+using toolbox::os::CallsForTesting;
 
 constexpr SInt32 kUntouched = -77;
 constexpr unsigned long kMegabyte = 1 << 20;
@@ -27,9 +28,9 @@ OSErr Refusal(OSType inSelector) {
 
 class GestaltTest : public testing::Test {
   protected:
-    ~GestaltTest() override { SystemCallsForTesting() = mSaved; }
+    ~GestaltTest() override { CallsForTesting() = mSaved; }
 
-    toolbox::system::SystemCalls mSaved = SystemCallsForTesting();
+    toolbox::os::SystemCalls mSaved = CallsForTesting();
 };
 
 TEST_F(GestaltTest, Constants) {
@@ -65,7 +66,7 @@ TEST_F(GestaltTest, MemoryOfTheMachine) {
 }
 
 TEST_F(GestaltTest, LittleMemory) {
-    SystemCallsForTesting().readSystemInfo = [](struct sysinfo* outInfo) {
+    CallsForTesting().sysinfo = [](struct sysinfo* outInfo) {
         outInfo->totalram = 64 * 1024;
         outInfo->totalswap = 32 * 1024;
         outInfo->mem_unit = 4096;
@@ -77,7 +78,7 @@ TEST_F(GestaltTest, LittleMemory) {
 }
 
 TEST_F(GestaltTest, MoreMemoryThanTheNumberHolds) {
-    SystemCallsForTesting().readSystemInfo = [](struct sysinfo* outInfo) {
+    CallsForTesting().sysinfo = [](struct sysinfo* outInfo) {
         outInfo->totalram = 8UL << 30;
         outInfo->totalswap = 0;
         outInfo->mem_unit = 1;
@@ -89,8 +90,8 @@ TEST_F(GestaltTest, MoreMemoryThanTheNumberHolds) {
 }
 
 TEST_F(GestaltTest, TheSystemDoesNotTell) {
-    SystemCallsForTesting().readSystemInfo = [](struct sysinfo*) { return -1; };
-    SystemCallsForTesting().readSetting = [](int) { return -1L; };
+    CallsForTesting().sysinfo = [](struct sysinfo*) { return -1; };
+    CallsForTesting().sysconf = [](int) { return -1L; };
     for (const OSType selector : {gestaltPhysicalRAMSize, gestaltPhysicalRAMSizeInMegabytes,
                                   gestaltLogicalRAMSize, gestaltLogicalPageSize})
         EXPECT_EQ(gestaltUnknownErr, Refusal(selector)) << selector;

@@ -1,26 +1,28 @@
 #include <toolbox/Processes.h>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/sysinfo.h>
 #include <toolbox/Files.h>
 #include <toolbox/Timer.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
-#include <cstring>
 #include <filesystem>
 #include <string>
 
-#include "system/System_test_access.h"
+#include "os/SystemCalls_test_access.h"
+#include "support/RunningProgram.h"
+#include "support/TemporaryFolder.h"
 
 namespace {
 
-using toolbox::system::SystemCallsForTesting;
+using toolbox::os::CallsForTesting;
 
 constexpr ProcessSerialNumber kCurrent = {0, kCurrentProcess};
 
-std::string sExecutable;
-std::string sStat;
+std::string sStatFile;
 
 class ProcessInformationTest : public testing::Test {
   protected:
@@ -29,22 +31,14 @@ class ProcessInformationTest : public testing::Test {
         mInfo.processName = mName;
         mInfo.processAppSpec = &mFile;
     }
-    ~ProcessInformationTest() override { SystemCallsForTesting() = mSaved; }
+    ~ProcessInformationTest() override { CallsForTesting() = mSaved; }
 
-    static void SetExecutable(const std::string& inPath) {
-        sExecutable = inPath;
-        SystemCallsForTesting().readLink = [](const char*, char* outTarget, std::size_t inCapacity) {
-            const std::size_t count = std::min(sExecutable.size(), inCapacity);
-            std::memcpy(outTarget, sExecutable.data(), count);
-            return static_cast<ssize_t>(count);
-        };
-    }
     std::string Name() const { return {reinterpret_cast<const char*>(mName) + 1, mName[0]}; }
 
     ProcessInfoRec mInfo = {};
     Str255 mName = "\7nothing";
     FSSpec mFile = {};
-    toolbox::system::SystemCalls mSaved = SystemCallsForTesting();
+    toolbox::os::SystemCalls mSaved = CallsForTesting();
 };
 
 TEST_F(ProcessInformationTest, ThisProcess) {
@@ -79,7 +73,7 @@ TEST_F(ProcessInformationTest, NothingWanted) {
     mInfo.processName = nullptr;
     mInfo.processAppSpec = nullptr;
     EXPECT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
-    SetExecutable("");
+    const test_files::RunningProgram unknown;
     EXPECT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo)) << "the file is not asked for";
 }
 
@@ -103,24 +97,24 @@ TEST_F(ProcessInformationTest, BadArguments) {
 }
 
 TEST_F(ProcessInformationTest, TheFileIsGone) {
-    SetExecutable("/nowhere/program (deleted)");
+    test_files::RunningProgram program;
+    program.Put("/nowhere/program (deleted)");
     EXPECT_EQ(dirNFErr, GetProcessInformation(&kCurrent, &mInfo));
     EXPECT_EQ("nothing", Name());
-    SystemCallsForTesting().readLink = [](const char*, char*, std::size_t) -> ssize_t {
-        return errno = EACCES, -1;
-    };
+    program.Put("");
     EXPECT_EQ(fnfErr, GetProcessInformation(&kCurrent, &mInfo));
 }
 
 TEST_F(ProcessInformationTest, LongNamesAreCut) {
     mInfo.processAppSpec = nullptr;
-    SetExecutable("/bin/" + std::string(40, 'n'));
+    test_files::RunningProgram program;
+    program.Put("/bin/" + std::string(40, 'n'));
     ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
     EXPECT_EQ(std::string(31, 'n'), Name());
-    SetExecutable("/bin/" + std::string(30, 'n') + "\xC3\xA9");
+    program.Put("/bin/" + std::string(30, 'n') + "\xC3\xA9");
     ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
     EXPECT_EQ(std::string(30, 'n'), Name()) << "no half character";
-    SetExecutable("/bin/" + std::string(29, 'n') + "\xC3\xA9");
+    program.Put("/bin/" + std::string(29, 'n') + "\xC3\xA9");
     ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
     EXPECT_EQ(31, mName[0]);
 }
@@ -128,14 +122,15 @@ TEST_F(ProcessInformationTest, LongNamesAreCut) {
 // The start is told by a clock that runs while the machine sleeps: here it slept for 900 of 1000 seconds.
 TEST_F(ProcessInformationTest, LaunchDate) {
     mInfo.processAppSpec = nullptr;
-    sStat = "17 (odd) name) S 1 17 17 0 -1 4194304 1 0 0 0 0 0 0 0 20 0 1 0 99000 5 6";
-    SystemCallsForTesting().readFile = [](const char* inPath, char* outBytes, std::size_t) -> ssize_t {
+    const test_files::TemporaryFolder folder;
+    sStatFile =
+        folder.MakeFile("stat", "17 (odd) name) S 1 17 17 0 -1 4194304 1 0 0 0 0 0 0 0 20 0 1 0 99000 5 6");
+    CallsForTesting().openat = [](int, const char* inPath, int inFlags, mode_t) {
         if (std::string_view(inPath) != "/proc/self/stat") return errno = ENOENT, -1;
-        std::memcpy(outBytes, sStat.data(), sStat.size());
-        return static_cast<ssize_t>(sStat.size());
+        return open(sStatFile.c_str(), inFlags);
     };
-    SystemCallsForTesting().readSetting = [](int) { return 100L; };
-    SystemCallsForTesting().readClock = [](clockid_t inClock, timespec* outTime) {
+    CallsForTesting().sysconf = [](int) { return 100L; };
+    CallsForTesting().clock_gettime = [](clockid_t inClock, timespec* outTime) {
         *outTime = {inClock == CLOCK_BOOTTIME ? 1000 : inClock == CLOCK_MONOTONIC ? 100 : 2, 500'000'000};
         return 0;
     };
@@ -143,15 +138,15 @@ TEST_F(ProcessInformationTest, LaunchDate) {
     EXPECT_EQ((100 * 60 + 30) - (10 * 60 + 30), static_cast<int>(mInfo.processLaunchDate));
     EXPECT_EQ(150U, mInfo.processActiveTime);
     EXPECT_EQ(0U, mInfo.processSize) << "not told";
-    sStat = "17 (cut off";
+    folder.MakeFile("stat", "17 (cut off");
     ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
     EXPECT_EQ(6030U, mInfo.processLaunchDate) << "now, when it is not told";
 }
 
 TEST_F(ProcessInformationTest, TheSystemDoesNotTell) {
     mInfo.processAppSpec = nullptr;
-    SystemCallsForTesting().readSystemInfo = [](struct sysinfo*) { return -1; };
-    SystemCallsForTesting().readSetting = [](int) { return -1L; };
+    CallsForTesting().sysinfo = [](struct sysinfo*) { return -1; };
+    CallsForTesting().sysconf = [](int) { return -1L; };
     ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
     EXPECT_EQ(0U, mInfo.processFreeMem);
     EXPECT_EQ(0U, mInfo.processSize);

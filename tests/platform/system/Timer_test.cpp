@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-#include "system/System_test_access.h"
+#include "os/SystemCalls_test_access.h"
 
 namespace {
 
@@ -47,22 +47,22 @@ TEST(Microseconds, CountsMicroseconds) {
 
 namespace {
 
-using toolbox::system::SystemCallsForTesting;
+using toolbox::os::CallsForTesting;
 
 timespec sNow;
 
 class ClocksTest : public testing::Test {
   protected:
     ClocksTest() {
-        SystemCallsForTesting().readClock = [](clockid_t inClock, timespec* outTime) {
+        CallsForTesting().clock_gettime = [](clockid_t inClock, timespec* outTime) {
             EXPECT_EQ(CLOCK_MONOTONIC, inClock);
             *outTime = sNow;
             return 0;
         };
     }
-    ~ClocksTest() override { SystemCallsForTesting() = mSaved; }
+    ~ClocksTest() override { CallsForTesting() = mSaved; }
 
-    toolbox::system::SystemCalls mSaved = SystemCallsForTesting();
+    toolbox::os::SystemCalls mSaved = CallsForTesting();
 };
 
 struct Moment {

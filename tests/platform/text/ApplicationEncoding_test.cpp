@@ -21,8 +21,6 @@ using namespace test_resources;
 
 constexpr ResType kVersion = FourChars("vers");
 
-std::string sApplication;
-
 // Version, region, then two texts that do not matter here.
 std::string VersionOf(int inRegion) {
     return {1, 0, '\x80', 0, static_cast<char>(inRegion >> 8), static_cast<char>(inRegion), 0, 0};
@@ -31,8 +29,8 @@ std::string VersionOf(int inRegion) {
 class ApplicationEncoding : public ResourcesTest {
   protected:
     ApplicationEncoding() {
-        sApplication = mFolder.MakeFile("application", "code");
-        toolbox::resources::StartWithApplication([] { return sApplication; });
+        mProgram.Put(mFolder.MakeFile("application", "code"));
+        toolbox::resources::StartAnew();
         toolbox::text::ForgetApplicationEncodingForTesting();
     }
     ~ApplicationEncoding() override { toolbox::text::ForgetApplicationEncodingForTesting(); }

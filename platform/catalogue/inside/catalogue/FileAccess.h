@@ -1,17 +1,19 @@
 // How other managers read an item of the catalogue.
 #pragma once
 
+#include "os/Descriptor.h"
+
 #include <toolbox/Files.h>
 
 #include <string>
 
 namespace toolbox::files {
 
-// An open descriptor for reading (close-on-exec) that the caller closes; -1 with a File Manager status on
-// failure. outPath: the item's path at this moment, for messages; empty when it cannot be found. Only a file
-// is opened: notAFileErr for a folder; errFSForkNotFound for a pipe, socket or device, which has no data fork
+// Opens an item for reading; outFile is not open on failure, for which the File Manager has a status.
+// outPath: the item's path at this moment, for messages; empty when it cannot be found. Only a file is
+// opened: notAFileErr for a folder; errFSForkNotFound for a pipe, socket or device, which has no data fork
 // and is left untouched. May throw std::bad_alloc, with nothing left open.
-[[nodiscard]] OSStatus OpenForReading(const FSRef& inItem, int& outDescriptor, std::string& outPath);
+[[nodiscard]] OSStatus OpenForReading(const FSRef& inItem, os::Descriptor& outFile, std::string& outPath);
 
 // The whole contents of a file. fileBoundsErr when there are more than inMaxByteCount. outContents is
 // unspecified on failure. May throw std::bad_alloc, with nothing left open.

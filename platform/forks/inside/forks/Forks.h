@@ -3,6 +3,7 @@
 // with nothing left open.
 #pragma once
 
+#include "os/Descriptor.h"
 #include "os/Replace.h"
 
 #include <toolbox/Files.h>
@@ -20,16 +21,15 @@ enum class Fork { kData, kResource };
 class OpenFork {
   public:
     OpenFork() = default;
-    ~OpenFork();
-    OpenFork(OpenFork&& ioOther) noexcept;
-    OpenFork& operator=(OpenFork&& ioOther) noexcept;
+    OpenFork(OpenFork&&) = default;
+    OpenFork& operator=(OpenFork&&) = default;
 
-    // Takes over an open descriptor, also on failure: the whole file. errFSForkNotFound when it is no file.
-    [[nodiscard]] OSStatus Adopt(int inDescriptor);
+    // The whole of an open file. errFSForkNotFound when it is none; nothing is open on failure.
+    [[nodiscard]] OSStatus Adopt(os::Descriptor inFile);
     // From now on these bytes only, which must be inside.
     void Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes);
 
-    bool IsOpen() const { return mDescriptor >= 0; }
+    bool IsOpen() const { return mFile.IsOpen(); }
     UInt64 SizeBytes() const { return mSizeBytes; }
     // Exactly inByteCount bytes; eofErr when the fork ends before. Bytes after a failure are unspecified.
     [[nodiscard]] OSStatus Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const;
@@ -38,7 +38,7 @@ class OpenFork {
     bool HasChanged() const;
 
   private:
-    int mDescriptor = -1;
+    os::Descriptor mFile;
     UInt64 mOffsetBytes = 0;  // in the file
     UInt64 mSizeBytes = 0;
     std::int64_t mChangeNanos = 0;

@@ -6,7 +6,6 @@
 
 #include <toolbox/MacTypes.h>
 
-#include <sys/types.h>
 #include <cstddef>
 
 namespace toolbox::movies {
@@ -19,16 +18,9 @@ enum class KeyChange { kAdd, kRemove };
 // Throws std::bad_alloc.
 [[nodiscard]] OSStatus LoadSystemKeys(AccessKeyList& outKeys);
 
-// Adds or removes a key, unless that is so already. Beside the above: fnfErr when the environment names no
-// folder, dskFulErr for more keys or bytes than a file may have. On failure the file is as it was.
-// Throws std::bad_alloc.
+// Adds or removes a key, unless that is so already. Beside the above: fnfErr when nobody tells where
+// the user's folders are, dskFulErr for more keys or bytes than a file may have. On failure the file is as it
+// was. Throws std::bad_alloc.
 [[nodiscard]] OSStatus ChangeSystemKeys(KeyChange inChange, const AccessKey& inKey);
-
-// The calls of the system beside those of the File Manager; each behaves as the system's own of that name.
-struct AccessKeyCalls {
-    int (*makeFolder)(const char* inPath, mode_t inMode);  // mkdir
-    int (*lockFile)(int inDescriptor, int inOperation);    // flock
-};
-extern AccessKeyCalls sAccessKeyCalls;
 
 }  // namespace toolbox::movies

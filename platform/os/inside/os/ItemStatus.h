@@ -36,7 +36,7 @@ struct ItemStatus {
 };
 
 // Both answer 0 or an errno. A link at the end of the path is not followed.
-int GetPathStatus(const char* inPath, ItemStatus& outStatus);
-int GetDescriptorStatus(int inDescriptor, ItemStatus& outStatus);
+[[nodiscard]] int GetPathStatus(const char* inPath, ItemStatus& outStatus);
+[[nodiscard]] int GetDescriptorStatus(int inDescriptor, ItemStatus& outStatus);
 
 }  // namespace toolbox::os

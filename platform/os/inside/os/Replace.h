@@ -1,4 +1,4 @@
-// Files written whole: replaced by new ones, or overwritten.
+// Files written whole: replaced by new ones, or overwritten. Functions answer 0 or an errno.
 #pragma once
 
 #include <toolbox/MacTypes.h>
@@ -12,7 +12,7 @@ namespace toolbox::os {
 // Makes inBytes the contents of the file at inPath, which need not exist: whoever opens it sees the old
 // contents or the new, also after the machine has failed on the way. An existing file's permissions stay. On
 // failure the old contents stay, and nothing is left behind.
-OSStatus ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes);
+[[nodiscard]] int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes);
 
 // The first bytes of contents that tell where the others lie, so that these can lie elsewhere for a while.
 struct MovableHead {
@@ -25,10 +25,11 @@ struct MovableHead {
 
 // Makes inBytes the contents of the file open for writing as inDescriptor, which stays the same file for all
 // who have a reference or link to it. Nothing has changed when there is no room, or when somebody else is
-// overwriting it (fBsyErr). With a head the file holds the old contents or the new at every moment, also
+// overwriting it (EBUSY). With a head the file holds the old contents or the new at every moment, also
 // after the machine has failed on the way; for that time it is longer by both, and it may stay so, with the
 // head moved. Without one, or beyond 4 GiB, contents are neither the old nor the new when the device fails on
 // the way.
-OSStatus OverwriteFile(int inDescriptor, const std::vector<UInt8>& inBytes, const MovableHead& inHead = {});
+[[nodiscard]] int OverwriteFile(int inDescriptor, const std::vector<UInt8>& inBytes,
+                                const MovableHead& inHead = {});
 
 }  // namespace toolbox::os

@@ -4,12 +4,8 @@
 #include "resources/ResourceFile.h"
 
 #include <memory>
-#include <string>
 
 namespace toolbox::resources {
-
-// The path of the running executable; empty when the system does not tell.
-extern std::string (*sExecutablePath)();
 
 // The application's resource file; noErr and null when there is none that can be read. Else tmfoErr,
 // memFullErr or fBsyErr: what prevented it may be over later.

@@ -4,6 +4,7 @@
 #include "decoder/SoundDecoder.h"
 #include "fakes/MemoryFile.h"
 #include "movies/front/GeneralImporter_test_access.h"
+#include "os/SystemCalls_test_access.h"
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -14,6 +15,7 @@ extern "C" {
 #include <toolbox/SoundReport.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <thread>
 
 namespace toolbox::movies {
@@ -385,37 +387,37 @@ TEST(GeneralImporter, CorruptFilesNeverBreakIt) {
 
 class GeneralImporterLoading : public testing::Test {
   protected:
-    void TearDown() override { ReplaceGeneralImporterCalls(RealGeneralImporterCalls()); }
+    GeneralImporterLoading() { ForgetGeneralImporter(); }
+    ~GeneralImporterLoading() override {
+        os::CallsForTesting() = mReal;
+        ForgetGeneralImporter();
+    }
 
     static OSStatus ImportSomething() {
         ImportedMovie movie;
         std::string problem;
         return ImportGeneral(NewMemoryFile("RIFF"), movie, problem);
     }
+
+    const os::SystemCalls mReal = os::Calls();
 };
 
 std::vector<std::string> sOpened;
 
 TEST_F(GeneralImporterLoading, ToolboxThatDoesNotKnowWhereItIs) {
-    GeneralImporterCalls calls = RealGeneralImporterCalls();
-    calls.ownPath = [](char*, unsigned long) { return false; };
-    ReplaceGeneralImporterCalls(calls);
+    os::CallsForTesting().dladdr1 = [](const void*, Dl_info*, void**, int) { return 0; };
     EXPECT_EQ(cantFindHandler, ImportSomething());
 }
 
 TEST_F(GeneralImporterLoading, LooksBesideTheToolboxAndTriesAgain) {
     sOpened.clear();
-    GeneralImporterCalls calls = RealGeneralImporterCalls();
-    calls.ownPath = [](char* outPath, unsigned long) {
-        std::string("/somewhere/lib/toolbox.so").copy(outPath, 26);
-        outPath[25] = 0;
-        return true;
+    os::CallsForTesting().realpath = [](const char*, char* outPath) {
+        return std::strcpy(outPath, "/somewhere/lib/toolbox.so");
     };
-    calls.open = [](const char* inPath) -> void* {
+    os::CallsForTesting().dlopen = [](const char* inPath, int) -> void* {
         sOpened.push_back(inPath);
         return nullptr;
     };
-    ReplaceGeneralImporterCalls(calls);
     EXPECT_EQ(cantFindHandler, ImportSomething());
     const std::vector<std::string> expected = {
         "/somewhere/lib/mirtal-components/libmirtal-general-importer.so",
@@ -426,26 +428,21 @@ TEST_F(GeneralImporterLoading, LooksBesideTheToolboxAndTriesAgain) {
 }
 
 TEST_F(GeneralImporterLoading, ObjectWithoutOurName) {
-    GeneralImporterCalls calls = RealGeneralImporterCalls();
-    calls.symbol = [](void*, const char*) -> void* { return nullptr; };
-    ReplaceGeneralImporterCalls(calls);
+    os::CallsForTesting().dlsym = [](void*, const char*) -> void* { return nullptr; };
     EXPECT_EQ(cantFindHandler, ImportSomething());
 }
 
 TEST_F(GeneralImporterLoading, ComponentOfAnotherBuild) {
-    GeneralImporterCalls calls = RealGeneralImporterCalls();
-    calls.symbol = [](void*, const char*) {
+    os::CallsForTesting().dlsym = [](void*, const char*) {
         using Function = const void* (*)(std::uint32_t);
         const Function refuses = [](std::uint32_t) -> const void* { return nullptr; };
         return reinterpret_cast<void*>(refuses);
     };
-    ReplaceGeneralImporterCalls(calls);
     EXPECT_EQ(cantFindHandler, ImportSomething());
 }
 
 TEST_F(GeneralImporterLoading, FirstImportsRace) {
     const std::string bytes = MakeFile(48000, 4800, "-c:a pcm_s16le", "wav");
-    ReplaceGeneralImporterCalls(RealGeneralImporterCalls());
     std::vector<std::thread> threads;
     std::vector<std::int64_t> frames(4);
     for (std::size_t index = 0; index < frames.size(); ++index) {

@@ -174,10 +174,10 @@ ssize_t ReadThreeTimes(int inDescriptor, void* outBytes, std::size_t, off_t inOf
     return ++sCallCount <= 3 ? pread(inDescriptor, outBytes, 1, inOffset) : -1;
 }
 
-std::string ReadWith(const MediaFile& inFile, decltype(toolbox::os::FileCalls::readAt) inReader) {
-    const toolbox::os::FileCalls real = toolbox::os::Calls();
+std::string ReadWith(const MediaFile& inFile, decltype(toolbox::os::SystemCalls::pread) inReader) {
+    const toolbox::os::SystemCalls real = toolbox::os::Calls();
     sCallCount = 0;
-    toolbox::os::CallsForTesting().readAt = inReader;
+    toolbox::os::CallsForTesting().pread = inReader;
     const std::string bytes = Read(inFile, 2, 6);
     toolbox::os::CallsForTesting() = real;
     return bytes;

@@ -3,6 +3,7 @@
 // meanwhile keeps its first length, one that is cut short ends earlier.
 #pragma once
 
+#include "os/Descriptor.h"
 #include "track/StopCheck.h"
 
 #include <toolbox/Files.h>
@@ -21,9 +22,6 @@ class MediaFile {
 
     // Takes over inDescriptor, which it closes.
     MediaFile(int inDescriptor, std::int64_t inSizeBytes, std::string inPath) noexcept;
-    ~MediaFile();
-    MediaFile(const MediaFile&) = delete;
-    MediaFile& operator=(const MediaFile&) = delete;
 
     std::int64_t SizeBytes() const { return mSizeBytes; }
     // While an importer has the file to itself, reading asks inCheck before each call to the system, and
@@ -42,7 +40,7 @@ class MediaFile {
                                   std::size_t* outRead) const;
 
   private:
-    int mDescriptor;
+    os::Descriptor mFile;
     std::int64_t mSizeBytes;
     std::string mPath;
     mutable StopCheck* mStopCheck = nullptr;

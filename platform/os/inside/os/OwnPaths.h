@@ -1,0 +1,14 @@
+// Where our own code lies. Functions answer 0 or an errno, and may throw std::bad_alloc; paths are absolute.
+#pragma once
+
+#include <string>
+
+namespace toolbox::os {
+
+// The program that runs.
+[[nodiscard]] int GetExecutablePath(std::string& outPath);
+
+// What holds this code: the toolbox's library, or a program that carries it inside itself.
+[[nodiscard]] int GetLibraryPath(std::string& outPath);
+
+}  // namespace toolbox::os

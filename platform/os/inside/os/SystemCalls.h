@@ -1,0 +1,94 @@
+// The calls by which the platform reaches the system: all of them, by the system's own names.
+#pragma once
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <sys/types.h>
+#include <time.h>
+
+#include <cstddef>
+#include <type_traits>
+
+struct passwd;
+struct sigaction;
+struct statvfs;
+struct statx;
+struct sysinfo;
+
+namespace toolbox::os {
+
+// How a call tells that it failed.
+enum class Failure {
+    kMinusOne,  // by -1, with errno
+    kZero,      // by 0 or null, with errno
+    kErrno,     // by the errno itself
+    kClosed,    // by -1, with errno; what it was to close is closed all the same
+    kNoMemory,  // by null: it gives memory
+    kNone       // not at all
+};
+
+// CALL(name, type, failure, the system's function). Items are named by an open folder and a path in it, so
+// that AT_FDCWD stands for what is no folder in particular. openat always takes a mode. Memory has its place
+// here too, where rooms allocate by hand.
+// clang-format off
+#define TOOLBOX_SYSTEM_CALLS(CALL)                                                                          \
+    CALL(openat, int(int, const char*, int, mode_t), kMinusOne, OpenAt)                                     \
+    CALL(close, int(int), kClosed, ::close)                                                                 \
+    CALL(pread, ssize_t(int, void*, std::size_t, off_t), kMinusOne, ::pread)                                \
+    CALL(pwrite, ssize_t(int, const void*, std::size_t, off_t), kMinusOne, ::pwrite)                        \
+    CALL(read, ssize_t(int, void*, std::size_t), kMinusOne, ::read)                                         \
+    CALL(write, ssize_t(int, const void*, std::size_t), kMinusOne, ::write)                                 \
+    CALL(posix_fallocate, int(int, off_t, off_t), kErrno, ::posix_fallocate)                                \
+    CALL(ftruncate, int(int, off_t), kMinusOne, ::ftruncate)                                                \
+    CALL(fsync, int(int), kMinusOne, ::fsync)                                                               \
+    CALL(flock, int(int, int), kMinusOne, ::flock)                                                          \
+    CALL(fchmod, int(int, mode_t), kMinusOne, ::fchmod)                                                     \
+    CALL(fchown, int(int, uid_t, gid_t), kMinusOne, ::fchown)                                               \
+    CALL(fdopendir, DIR*(int), kZero, ::fdopendir)                                                          \
+    CALL(readdir, struct dirent*(DIR*), kZero, ::readdir)                                                   \
+    CALL(closedir, int(DIR*), kClosed, ::closedir)                                                          \
+    CALL(statx, int(int, const char*, int, unsigned, struct statx*), kMinusOne, ::statx)                    \
+    CALL(statvfs, int(const char*, struct statvfs*), kMinusOne, ::statvfs)                                  \
+    CALL(faccessat, int(int, const char*, int, int), kMinusOne, ::faccessat)                                \
+    CALL(fchmodat, int(int, const char*, mode_t, int), kMinusOne, ::fchmodat)                               \
+    CALL(mkdirat, int(int, const char*, mode_t), kMinusOne, ::mkdirat)                                      \
+    CALL(renameat2, int(int, const char*, int, const char*, unsigned), kMinusOne, ::renameat2)              \
+    CALL(unlinkat, int(int, const char*, int), kMinusOne, ::unlinkat)                                       \
+    CALL(readlinkat, ssize_t(int, const char*, char*, std::size_t), kMinusOne, ::readlinkat)                \
+    CALL(realpath, char*(const char*, char*), kZero, ::realpath)                                            \
+    CALL(isatty, int(int), kZero, ::isatty)                                                                 \
+    CALL(getenv, char*(const char*), kNone, ::getenv)                                                       \
+    CALL(getuid, uid_t(), kNone, ::getuid)                                                                  \
+    CALL(getpid, pid_t(), kNone, ::getpid)                                                                  \
+    CALL(getpwuid_r, int(uid_t, struct passwd*, char*, std::size_t, struct passwd**), kErrno, ::getpwuid_r) \
+    CALL(getrandom, ssize_t(void*, std::size_t, unsigned), kMinusOne, ::getrandom)                          \
+    CALL(clock_gettime, int(clockid_t, struct timespec*), kMinusOne, ::clock_gettime)                       \
+    CALL(sysconf, long(int), kMinusOne, ::sysconf)                                                          \
+    CALL(sysinfo, int(struct sysinfo*), kMinusOne, ::sysinfo)                                               \
+    CALL(sigaction, int(int, const struct sigaction*, struct sigaction*), kMinusOne, ::sigaction)           \
+    CALL(raise, int(int), kMinusOne, ::raise)                                                               \
+    CALL(dlopen, void*(const char*, int), kZero, ::dlopen)                                                  \
+    CALL(dlclose, int(void*), kClosed, ::dlclose)                                                           \
+    CALL(dlsym, void*(void*, const char*), kZero, ::dlsym)                                                  \
+    CALL(dlinfo, int(void*, int, void*), kMinusOne, ::dlinfo)                                               \
+    CALL(dladdr1, int(const void*, Dl_info*, void**, int), kZero, ::dladdr1)                                \
+    CALL(malloc, void*(std::size_t), kNoMemory, ::malloc)                                                   \
+    CALL(calloc, void*(std::size_t, std::size_t), kNoMemory, ::calloc)                                      \
+    CALL(realloc, void*(void*, std::size_t), kNoMemory, ::realloc)                                          \
+    CALL(free, void(void*), kNone, ::free)
+// clang-format on
+
+struct SystemCalls {
+#define TOOLBOX_MEMBER(NAME, TYPE, FAILURE, FUNCTION) std::add_pointer_t<TYPE> NAME;
+    TOOLBOX_SYSTEM_CALLS(TOOLBOX_MEMBER)
+#undef TOOLBOX_MEMBER
+};
+
+// The calls in use.
+extern SystemCalls sSystemCalls;
+
+inline const SystemCalls& Calls() {
+    return sSystemCalls;
+}
+
+}  // namespace toolbox::os
