@@ -16,7 +16,7 @@ struct WAVHeader {
 struct RF64Header {
     unsigned char bytes[80];
 };
-MIRTAL_EXPORT RF64Header MakeRF64Header(SInt32 inSampleRateHz, UInt64 inFrameCount);
+[[nodiscard]] MIRTAL_EXPORT RF64Header MakeRF64Header(SInt32 inSampleRateHz, UInt64 inFrameCount);
 
 // The whole stream, header first. Throws LException as SegmentExporter::Export does; whatever inCallback
 // throws passes through.
