@@ -4,6 +4,12 @@
 add_library(mirtal_settings INTERFACE)
 target_compile_options(mirtal_settings INTERFACE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wcast-align
     -Wno-missing-field-initializers $<$<BOOL:${MIRTAL_WERROR}>:-Werror>)
+# Assertions are alive in debug builds, the standard library's own with them. (Its debug containers are not: the test
+# library, which is the system's, was built without.)
+target_compile_definitions(mirtal_settings INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+# Clang verifies which mutex guards what (platform/os/inside/os/Mutex.h).
+target_compile_options(mirtal_settings INTERFACE
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Werror=thread-safety>)
 # GCC 12 takes short strings that are put together for copies onto themselves (its bug 105651).
 target_compile_options(mirtal_settings INTERFACE
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>)

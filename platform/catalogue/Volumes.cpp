@@ -1,9 +1,9 @@
 #include "catalogue/Volumes.h"
 
+#include "os/Mutex.h"
 #include "status/StatusOfErrno.h"
 
 #include <cerrno>
-#include <mutex>
 #include <vector>
 
 namespace toolbox::files {
@@ -14,8 +14,8 @@ namespace {
 constexpr std::size_t kMaxVolumes = 32000;
 
 struct Table {
-    std::mutex mutex;
-    std::vector<Volume> volumes;  // the boot volume first
+    os::Mutex mutex;
+    std::vector<Volume> volumes GUARDED_BY(mutex);  // the boot volume first
 };
 
 Table& SharedTable() {
@@ -64,7 +64,7 @@ OSStatus GetVolumeNumber(const FoundItem& inItem, SInt16& outNumber) {
     if (error != 0) return StatusOfErrno(error);
     const Volume volume = {inItem.status.identity.device, RootPathOf(inItem)};
     Table& table = SharedTable();
-    const std::lock_guard lock(table.mutex);
+    const os::MutexLock lock(table.mutex);
     if (table.volumes.empty()) table.volumes.push_back({boot.identity.device, "/"});
     return FindNumber(table.volumes, volume, outNumber);
 }
@@ -79,7 +79,7 @@ OSStatus GetVolume(SInt16 inNumber, Volume& outVolume) {
     }
     {
         Table& table = SharedTable();
-        const std::lock_guard lock(table.mutex);
+        const os::MutexLock lock(table.mutex);
         const auto index = static_cast<std::size_t>(kBootVolume - inNumber);
         if (inNumber > kBootVolume || index >= table.volumes.size()) return nsvErr;
         outVolume = table.volumes[index];

@@ -4,6 +4,7 @@
 #include "Folding.h"
 #include "StringObject.h"
 #include "UnicodeText.h"
+#include "os/Mutex.h"
 
 #include <corefoundation/CurrentLocale.h>
 #include <unicode/uchar.h>
@@ -12,7 +13,6 @@
 #include <unicode/ustring.h>
 
 #include <algorithm>
-#include <mutex>
 
 namespace toolbox::corefoundation {
 
@@ -104,12 +104,12 @@ void SetStrength(UCollator* ioCollator, bool inIgnoresCase, bool inIgnoresMarks,
 // Collators of the locale, made when first needed and shared from then on: one
 // that nobody changes any more may be used on any thread.
 const UCollator* FindCollator(CFStringCompareFlags inFlags) {
-    static std::mutex sMutex;
-    static UCollator* sCollators[8] = {};
+    static os::Mutex sMutex;
+    static UCollator* sCollators[8] GUARDED_BY(sMutex) = {};
     const bool ignoresCase = (inFlags & kCFCompareCaseInsensitive) != 0;
     const bool ignoresMarks = (inFlags & kCFCompareDiacriticInsensitive) != 0;
     const bool isNumeric = (inFlags & kCFCompareNumerically) != 0;
-    const std::lock_guard lock(sMutex);
+    const os::MutexLock lock(sMutex);
     UCollator*& collator = sCollators[(ignoresCase ? 1 : 0) + (isNumeric ? 2 : 0) + (ignoresMarks ? 4 : 0)];
     if (collator != nullptr) return collator;
     LocaleName locale;

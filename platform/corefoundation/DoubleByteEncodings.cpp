@@ -3,12 +3,12 @@
 #include "DoubleByteTables.h"
 #include "Encodings.h"
 #include "MacJapanese.h"
+#include "os/Mutex.h"
 
 #include <toolbox/CFStringEncodings.h>
 
 #include <algorithm>
 #include <atomic>
-#include <mutex>
 
 namespace toolbox::corefoundation {
 
@@ -31,7 +31,7 @@ class DoubleByteCoder final : public Coder {
     // Makes the tables unless they are there; they stay. Tried again after a failure.
     bool Prepare() {
         if (mTables.load(std::memory_order_acquire) != nullptr) return true;
-        const std::lock_guard lock(mMutex);
+        const os::MutexLock lock(mMutex);
         if (mTables.load(std::memory_order_relaxed) != nullptr) return true;
         DoubleByteTables::Owned tables =
             DoubleByteTables::Make(mConverterName, mGetChanges != nullptr ? &mGetChanges() : nullptr);
@@ -124,7 +124,7 @@ class DoubleByteCoder final : public Coder {
     CFStringEncoding mEncoding;
     const char* mConverterName;
     const DoubleByteChanges& (*mGetChanges)() = nullptr;
-    std::mutex mMutex;
+    os::Mutex mMutex;
     std::atomic<const DoubleByteTables*> mTables{nullptr};
     std::span<const CodeSequence> mSequences;
 };

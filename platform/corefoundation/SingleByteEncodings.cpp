@@ -2,13 +2,13 @@
 // once, which then are out of the way: no converter to open, share or lock.
 #include "Encodings.h"
 #include "corefoundation/Object.h"
+#include "os/Mutex.h"
 
 #include <toolbox/CFStringEncodings.h>
 
 #include <unicode/ucnv.h>
 
 #include <algorithm>
-#include <mutex>
 #include <span>
 
 namespace toolbox::corefoundation {
@@ -80,7 +80,7 @@ class SingleByteCoder final : public Coder {
     // Makes the tables unless they are there. Tried again after a failure.
     bool Prepare() {
         if (mIsReady.load(std::memory_order_acquire)) return true;
-        const std::lock_guard lock(mMutex);
+        const os::MutexLock lock(mMutex);
         if (mIsReady.load(std::memory_order_relaxed)) return true;
         if (mKnownUpper != nullptr) {
             std::copy_n(mKnownUpper, kUpperCount, mUpper);
@@ -138,7 +138,7 @@ class SingleByteCoder final : public Coder {
     const char* mConverterName = nullptr;
     const UniChar* mKnownUpper = nullptr;
     std::span<const Change> mChanges;
-    std::mutex mMutex;
+    os::Mutex mMutex;
     std::atomic<bool> mIsReady{false};
     UniChar mUpper[kUpperCount]{};
     Pair mByUnit[kUpperCount]{};

@@ -4,13 +4,13 @@
 #include "AlertText.h"
 #include "ResourceBytes.h"
 #include "Terminal.h"
+#include "os/Mutex.h"
 
 #include <toolbox/Interaction.h>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <mutex>
 #include <new>
 #include <type_traits>
 
@@ -34,12 +34,12 @@ struct OwnTexts {
 thread_local OwnTexts sOwn;
 
 struct State {
-    std::mutex mutex;
-    Texts texts = {};  // given last, by any thread
-    AlertHandler handler = nullptr;
-    void* handlerContext = nullptr;
-    SInt16 lastAlertID = 0;
-    int stage = -1;  // of the last alert; -1 before the first
+    toolbox::os::Mutex mutex;
+    Texts texts GUARDED_BY(mutex) = {};  // given last, by any thread
+    AlertHandler handler GUARDED_BY(mutex) = nullptr;
+    void* handlerContext GUARDED_BY(mutex) = nullptr;
+    SInt16 lastAlertID GUARDED_BY(mutex) = 0;
+    int stage GUARDED_BY(mutex) = -1;  // of the last alert; -1 before the first
 };
 
 // An alert may come while the program ends.
@@ -99,18 +99,24 @@ std::string LinesOf(const Alert& inAlert, const ParamTexts& inTexts) {
 }
 
 DialogItemIndex ShowOnTerminal(const Alert& inAlert, const ParamTexts& inTexts) {
-    static std::mutex& sTerminal = *new std::mutex;
-    const std::lock_guard lock(sTerminal);
+    static toolbox::os::Mutex& sTerminal = *new toolbox::os::Mutex;
+    const toolbox::os::MutexLock lock(sTerminal);
     ShowText(LinesOf(inAlert, inTexts));
     return HasTerminal() && IsUserInteractionAllowed() != 0 ? Ask(inAlert) : DialogItemIndex{1};
 }
 
-DialogItemIndex CallHandler(AlertHandler inHandler, void* inContext, SInt16 inAlertID, const Texts& inTexts,
-                            DialogItemIndex inDefaultItem) {
+struct Showing {
+    int stage;
+    Texts texts;
+    AlertHandler handler;
+    void* handlerContext;
+};
+
+DialogItemIndex CallHandler(const Showing& inShowing, SInt16 inAlertID, DialogItemIndex inDefaultItem) {
     ConstStr255Param pointers[4];
-    std::transform(inTexts.begin(), inTexts.end(), pointers,
+    std::transform(inShowing.texts.begin(), inShowing.texts.end(), pointers,
                    [](const auto& inText) { return inText.data(); });
-    return inHandler(inContext, inAlertID, pointers, inDefaultItem);
+    return inShowing.handler(inShowing.handlerContext, inAlertID, pointers, inDefaultItem);
 }
 
 ParamTexts StringsOf(const Texts& inTexts) {
@@ -121,23 +127,25 @@ ParamTexts StringsOf(const Texts& inTexts) {
     return strings;
 }
 
-DialogItemIndex Stop(SInt16 inAlertID) {
+// Counts the alert, and takes the texts that are meant for it.
+Showing TakeTurn(SInt16 inAlertID) {
     State& state = TheState();
-    std::unique_lock lock(state.mutex);
+    const toolbox::os::MutexLock lock(state.mutex);
     const bool isRepeated = state.stage >= 0 && state.lastAlertID == inAlertID;
     state.stage = isRepeated ? std::min(state.stage + 1, kLastStage) : 0;
     state.lastAlertID = inAlertID;
-    const int stage = state.stage;
-    const Texts texts = sOwn.areGiven ? sOwn.texts : state.texts;
+    const Texts& texts = sOwn.areGiven ? sOwn.texts : state.texts;
     sOwn.areGiven = false;
-    const AlertHandler handler = state.handler;
-    void* const context = state.handlerContext;
-    lock.unlock();
+    return {state.stage, texts, state.handler, state.handlerContext};
+}
 
-    const Alert alert = LoadAlert(inAlertID, stage);
+DialogItemIndex Stop(SInt16 inAlertID) {
+    // Whoever is asked or told may raise an alert in turn, so that is done without the lock.
+    const Showing showing = TakeTurn(inAlertID);
+    const Alert alert = LoadAlert(inAlertID, showing.stage);
     if (!alert.stage.isShown) return kNotShown;
-    if (handler != nullptr) return CallHandler(handler, context, inAlertID, texts, alert.stage.defaultItem);
-    return ShowOnTerminal(alert, StringsOf(texts));
+    if (showing.handler != nullptr) return CallHandler(showing, inAlertID, alert.stage.defaultItem);
+    return ShowOnTerminal(alert, StringsOf(showing.texts));
 }
 
 }  // namespace
@@ -145,7 +153,7 @@ DialogItemIndex Stop(SInt16 inAlertID) {
 void ParamText(ConstStr255Param inText0, ConstStr255Param inText1, ConstStr255Param inText2,
                ConstStr255Param inText3) {
     State& state = TheState();
-    const std::lock_guard lock(state.mutex);
+    const toolbox::os::MutexLock lock(state.mutex);
     if (!sOwn.areGiven) sOwn.texts = state.texts;
     sOwn.areGiven = true;
     const ConstStr255Param texts[] = {inText0, inText1, inText2, inText3};
@@ -166,7 +174,7 @@ DialogItemIndex StopAlert(SInt16 inAlertID, ModalFilterUPP /*inFilter*/) {
 
 void SetAlertHandler(AlertHandler inHandler, void* inContext) {
     State& state = TheState();
-    const std::lock_guard lock(state.mutex);
+    const toolbox::os::MutexLock lock(state.mutex);
     state.handler = inHandler;
     state.handlerContext = inContext;
 }

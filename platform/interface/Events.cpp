@@ -1,9 +1,10 @@
 #include <toolbox/Events.h>
 
+#include "os/Mutex.h"
+
 #include <toolbox/Timer.h>
 
 #include <deque>
-#include <mutex>
 #include <new>
 
 namespace toolbox::interface {
@@ -14,8 +15,8 @@ constexpr std::size_t kMaxEvents = 20;
 constexpr EventKind kLastKind = 15;  // of those that a mask has a bit for
 
 struct Queue {
-    std::mutex mutex;
-    std::deque<EventRecord> events;
+    os::Mutex mutex;
+    std::deque<EventRecord> events GUARDED_BY(mutex);
 };
 
 // Never destroyed: someone may look while the program ends.
@@ -30,7 +31,7 @@ EventRecord EventOf(EventKind inKind, UInt32 inMessage) {
 
 bool FindEvent(EventMask inMask, bool inTakesItOut, EventRecord& outEvent) {
     Queue& queue = TheQueue();
-    const std::lock_guard lock(queue.mutex);
+    const os::MutexLock lock(queue.mutex);
     for (auto event = queue.events.begin(); event != queue.events.end(); ++event) {
         if ((inMask >> event->what & 1) == 0) continue;
         outEvent = *event;
@@ -56,7 +57,7 @@ OSErr PostEvent(EventKind inKind, UInt32 inMessage) {
     if (inKind == nullEvent || inKind > kLastKind) return evtNotEnb;
     try {
         Queue& queue = TheQueue();
-        const std::lock_guard lock(queue.mutex);
+        const toolbox::os::MutexLock lock(queue.mutex);
         queue.events.push_back(EventOf(inKind, inMessage));
         if (queue.events.size() > kMaxEvents) queue.events.pop_front();
         return noErr;

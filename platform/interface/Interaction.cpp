@@ -1,15 +1,16 @@
 #include <toolbox/Interaction.h>
 
-#include <mutex>
+#include "os/Mutex.h"
+
 #include <new>
 #include <vector>
 
 namespace {
 
 struct State {
-    std::mutex mutex;
-    long lastToken = 0;
-    std::vector<long> tokens;  // given and not ended
+    toolbox::os::Mutex mutex;
+    long lastToken GUARDED_BY(mutex) = 0;
+    std::vector<long> tokens GUARDED_BY(mutex);  // given and not ended
 };
 
 // Never destroyed: an alert may come while the program ends.
@@ -23,7 +24,7 @@ State& TheState() {
 long BeginUserInteractionSuppression() {
     try {
         State& state = TheState();
-        const std::lock_guard lock(state.mutex);
+        const toolbox::os::MutexLock lock(state.mutex);
         state.tokens.push_back(state.lastToken + 1);
         return ++state.lastToken;
     } catch (const std::bad_alloc&) {
@@ -33,12 +34,12 @@ long BeginUserInteractionSuppression() {
 
 void EndUserInteractionSuppression(long inToken) {
     State& state = TheState();
-    const std::lock_guard lock(state.mutex);
+    const toolbox::os::MutexLock lock(state.mutex);
     std::erase(state.tokens, inToken);
 }
 
 Boolean IsUserInteractionAllowed() {
     State& state = TheState();
-    const std::lock_guard lock(state.mutex);
+    const toolbox::os::MutexLock lock(state.mutex);
     return state.tokens.empty();
 }

@@ -1,17 +1,17 @@
 #include "keys/ProcessKeys.h"
 
-#include <toolbox/MacErrors.h>
+#include "os/Mutex.h"
 
-#include <mutex>
+#include <toolbox/MacErrors.h>
 
 namespace toolbox::movies {
 
 namespace {
 
-std::mutex sMutex;
+constinit os::Mutex sMutex;
 
-// Never destroyed: keys may be asked for while the program ends. With sMutex held.
-AccessKeyList& Keys() {
+// Never destroyed: keys may be asked for while the program ends.
+AccessKeyList& Keys() NEEDS_LOCK(sMutex) {
     static AccessKeyList& sKeys = *new AccessKeyList;
     return sKeys;
 }
@@ -19,12 +19,12 @@ AccessKeyList& Keys() {
 }  // namespace
 
 AccessKeyList CopyProcessKeys() {
-    const std::lock_guard lock(sMutex);
+    const os::MutexLock lock(sMutex);
     return Keys();
 }
 
 OSStatus ChangeProcessKeys(KeyChange inChange, const AccessKey& inKey) {
-    const std::lock_guard lock(sMutex);
+    const os::MutexLock lock(sMutex);
     AccessKeyList& keys = Keys();
     if (inChange == KeyChange::kRemove) {
         keys.Remove(inKey);

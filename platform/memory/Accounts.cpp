@@ -1,9 +1,9 @@
 #include "Accounts.h"
 
 #include "MasterPointers.h"
+#include "os/Mutex.h"
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 
 namespace toolbox::memory {
@@ -16,16 +16,19 @@ constinit Account sAccounts[kAccountCount];
 // Of the threads beyond these.
 constinit Account sShared{.isShared = true};
 
-std::mutex sSharedMutex;    // held by whoever writes the shared account
-std::mutex sKeepingMutex;   // guards isKept
-std::mutex sChargingMutex;  // held from looking at the sum to entering a charge, where there is a limit
+// Held by whoever writes the shared account.
+constinit os::Mutex sSharedMutex;
+// Held from looking at the sum to entering a charge, where there is a limit.
+constinit os::Mutex sChargingMutex;
+constinit os::Mutex sKeepingMutex;
+bool sIsKept[kAccountCount] GUARDED_BY(sKeepingMutex) = {};  // by some thread
 std::atomic<UInt32> sEverKeptCount{0};
 
 Account* KeepOne() {
-    const std::lock_guard lock(sKeepingMutex);
+    const os::MutexLock lock(sKeepingMutex);
     for (UInt32 i = 0; i < kAccountCount; ++i) {
-        if (sAccounts[i].isKept) continue;
-        sAccounts[i].isKept = true;
+        if (sIsKept[i]) continue;
+        sIsKept[i] = true;
         sEverKeptCount.store(std::max(sEverKeptCount.load(std::memory_order_relaxed), i + 1),
                              std::memory_order_relaxed);
         return &sAccounts[i];
@@ -43,8 +46,8 @@ struct AccountReturn {
         Account* account = std::exchange(thread.account, nullptr);
         if (account == nullptr) return;
         ReturnFreeMasters(*account, 0);
-        const std::lock_guard lock(sKeepingMutex);
-        account->isKept = false;
+        const os::MutexLock lock(sKeepingMutex);
+        sIsKept[account - sAccounts] = false;
     }
     AccountReturn(const AccountReturn&) = delete;
     AccountReturn& operator=(const AccountReturn&) = delete;
@@ -55,18 +58,20 @@ struct AccountReturn {
 constinit thread_local ThreadState sThread = {};
 std::atomic<UInt64> sLimitBytes{0};
 
-Account* AccountHold::Find(ThreadState& ioThread) noexcept {
+// The lock is held for as long as the AccountHold lives, which the compiler cannot follow, since only holds
+// of the shared account have it.
+Account* AccountHold::Find(ThreadState& ioThread) noexcept NO_LOCK_ANALYSIS {
     if (!ioThread.isEnding) {
         static thread_local const AccountReturn sReturn;
         ioThread.account = KeepOne();
         if (ioThread.account != nullptr) return ioThread.account;
     }
-    sSharedMutex.lock();
+    sSharedMutex.Lock();
     return &sShared;
 }
 
-void AccountHold::LeaveShared() noexcept {
-    sSharedMutex.unlock();
+void AccountHold::LeaveShared() noexcept NO_LOCK_ANALYSIS {
+    sSharedMutex.Unlock();
 }
 
 UInt64 Sum(std::atomic<SInt64> Account::*inWhat) noexcept {
@@ -80,7 +85,7 @@ UInt64 Sum(std::atomic<SInt64> Account::*inWhat) noexcept {
 // All charges pass here while there is a limit, one after the other, so the sum has every one of them. Of the
 // discharges that other threads are at it may miss some: it is never too low, and the limit is never passed.
 bool ChargeWithinLimit(Account& ioAccount, Size inByteCount) noexcept {
-    const std::lock_guard lock(sChargingMutex);
+    const os::MutexLock lock(sChargingMutex);
     const UInt64 limit = sLimitBytes.load(std::memory_order_relaxed);
     const UInt64 used = Sum(&Account::byteCount);
     if (used > limit || limit - used < static_cast<UInt64>(inByteCount)) return false;

@@ -18,8 +18,7 @@ struct alignas(64) Account {  // a cache line each
     std::atomic<SInt64> ptrCount{0};
     MasterPointer* freeMasters = nullptr;  // at hand for new handles
     UInt32 freeMasterCount = 0;
-    bool isKept = false;    // by some thread
-    bool isShared = false;  // by those that keep none: never kept
+    bool isShared = false;  // by the threads that keep none
 };
 
 struct ThreadState {

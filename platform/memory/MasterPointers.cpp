@@ -1,8 +1,7 @@
 #include "MasterPointers.h"
 
 #include "Heap.h"
-
-#include <mutex>
+#include "os/Mutex.h"
 
 namespace toolbox::memory {
 
@@ -15,13 +14,12 @@ struct Chunk {
     MasterPointer masters[kMastersPerChunk];
 };
 
-std::mutex sMutex;
-Chunk* sChunks = nullptr;
-MasterPointer* sFree = nullptr;
-UInt32 sFreeCount = 0;
+constinit os::Mutex sMutex;
+Chunk* sChunks GUARDED_BY(sMutex) = nullptr;
+MasterPointer* sFree GUARDED_BY(sMutex) = nullptr;
+UInt32 sFreeCount GUARDED_BY(sMutex) = 0;
 
-// With sMutex held.
-bool AddChunk() {
+bool AddChunk() NEEDS_LOCK(sMutex) {
     auto* chunk = static_cast<Chunk*>(sHeapCalls.allocateZeroed(1, sizeof(Chunk)));
     if (chunk == nullptr) return false;
     for (MasterPointer& master : chunk->masters) {
@@ -47,7 +45,7 @@ void MoveFirst(MasterPointer*& ioFrom, UInt32& ioFromCount, MasterPointer*& ioTo
 }  // namespace
 
 bool FetchFreeMasters(Account& ioAccount) noexcept {
-    const std::lock_guard lock(sMutex);
+    const os::MutexLock lock(sMutex);
     if (sFree == nullptr && !AddChunk()) return false;
     while (sFree != nullptr && ioAccount.freeMasterCount < kMostFreeMasters / 2)
         MoveFirst(sFree, sFreeCount, ioAccount.freeMasters, ioAccount.freeMasterCount);
@@ -55,13 +53,13 @@ bool FetchFreeMasters(Account& ioAccount) noexcept {
 }
 
 void ReturnFreeMasters(Account& ioAccount, UInt32 inKeptCount) noexcept {
-    const std::lock_guard lock(sMutex);
+    const os::MutexLock lock(sMutex);
     while (ioAccount.freeMasterCount > inKeptCount)
         MoveFirst(ioAccount.freeMasters, ioAccount.freeMasterCount, sFree, sFreeCount);
 }
 
 bool ReserveMasterPointers(UInt32 inCount) {
-    const std::lock_guard lock(sMutex);
+    const os::MutexLock lock(sMutex);
     while (sFreeCount < inCount) {
         if (!AddChunk()) return false;
     }
@@ -70,7 +68,7 @@ bool ReserveMasterPointers(UInt32 inCount) {
 
 MasterPointer* FindMasterPointer(Ptr inBlock) {
     if (inBlock == nullptr) return nullptr;
-    const std::lock_guard lock(sMutex);
+    const os::MutexLock lock(sMutex);
     for (Chunk* chunk = sChunks; chunk != nullptr; chunk = chunk->next) {
         for (MasterPointer& master : chunk->masters) {
             if (std::atomic_ref(master.block).load(std::memory_order_relaxed) == inBlock) return &master;

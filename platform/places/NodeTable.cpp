@@ -1,6 +1,7 @@
 #include "places/NodeTable.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace toolbox::files {
 
@@ -42,7 +43,8 @@ NodeTable::Index NodeTable::FindItem(const os::ItemIdentity& inItem) const {
 // among them, so every node recorded leads to the root afterwards, and so does every other node, whose hints
 // end in them or are as they were.
 NodeID NodeTable::Record(const std::vector<PathStep>& inPath) {
-    const std::lock_guard lock(mMutex);
+    assert(!inPath.empty());
+    const os::MutexLock lock(mMutex);
     std::vector<Index> chain;
     chain.reserve(inPath.size());
     std::uint64_t parentDevice = 0;
@@ -116,7 +118,7 @@ bool NodeTable::IsTaken(std::uint64_t inDevice, NodeID inID) const {
 }
 
 bool NodeTable::FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& outItem) const {
-    const std::lock_guard lock(mMutex);
+    const os::MutexLock lock(mMutex);
     const Index index = FindIndexOfID(inDevice, inID);
     if (index == kNone) return false;
     outItem = mNodes[index].identity;
@@ -124,13 +126,13 @@ bool NodeTable::FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& ou
 }
 
 void NodeTable::Rename(const os::ItemIdentity& inItem, std::string_view inName) {
-    const std::lock_guard lock(mMutex);
+    const os::MutexLock lock(mMutex);
     const Index index = FindItem(inItem);
     if (index != kNone) mNodes[index].name.assign(inName);
 }
 
 bool NodeTable::GetFacts(const os::ItemIdentity& inItem, NodeFacts& outFacts) const {
-    const std::lock_guard lock(mMutex);
+    const os::MutexLock lock(mMutex);
     const Index index = FindItem(inItem);
     if (index == kNone) return false;
     const Node& node = mNodes[index];
@@ -144,7 +146,7 @@ bool NodeTable::GetFacts(const os::ItemIdentity& inItem, NodeFacts& outFacts) co
 }
 
 bool NodeTable::GetPath(const os::ItemIdentity& inItem, std::string& outPath) const {
-    const std::lock_guard lock(mMutex);
+    const os::MutexLock lock(mMutex);
     const Index item = FindItem(inItem);
     if (item == kNone) return false;
     std::size_t byteCount = 0;
@@ -165,7 +167,7 @@ bool NodeTable::GetPath(const os::ItemIdentity& inItem, std::string& outPath) co
 }
 
 std::size_t NodeTable::Count() const {
-    const std::lock_guard lock(mMutex);
+    const os::MutexLock lock(mMutex);
     return mNodes.size();
 }
 

@@ -28,8 +28,8 @@ bool IsStillResource(Handle inHandle) {
 
 }  // namespace
 
-std::mutex& ChainMutex() {
-    static std::mutex sMutex;
+os::Mutex& ChainMutex() {
+    static constinit os::Mutex sMutex;
     return sMutex;
 }
 
@@ -62,6 +62,7 @@ void Chain::OpenApplicationFile() {
 }
 
 SInt16 Chain::FreeRefNum() {
+    ChainMutex().AssertHeld();
     for (SInt32 tries = std::numeric_limits<SInt16>::max(); tries > 0; --tries) {
         mLastRefNum = mLastRefNum == std::numeric_limits<SInt16>::max()
                           ? kFirstRefNum
@@ -107,6 +108,7 @@ void Chain::Preload(ResourceFile& ioFile) {
 }
 
 OSStatus Chain::CloseLink(std::size_t inIndex) {
+    ChainMutex().AssertHeld();
     ResourceFile& file = *mLinks[inIndex].file;
     TakeOffLostHandles(file);
     OSStatus status = memFullErr;
@@ -144,6 +146,7 @@ OSStatus Chain::CloseAll() {
 }
 
 ResourceFile* Chain::File(SInt16 inRefNum) const {
+    ChainMutex().AssertHeld();
     for (const Link& link : mLinks)
         if (link.refNum == inRefNum) return link.file.get();
     return nullptr;
@@ -162,6 +165,7 @@ SInt16 Chain::RefNumOfFork(const FSRef& inFile, files::Fork inFork) const {
 }
 
 std::vector<ResourceFile*> Chain::From(std::size_t inEnd, Depth inDepth) const {
+    ChainMutex().AssertHeld();
     std::vector<ResourceFile*> files;
     for (std::size_t i = inEnd; i > 0; --i) {
         files.push_back(mLinks[i - 1].file.get());
@@ -182,6 +186,7 @@ std::vector<ResourceFile*> Chain::Counted(Depth inDepth) const {
 }
 
 FileTypes& Chain::TypesOf(ResourceFile& inFile) {
+    ChainMutex().AssertHeld();
     return mTypes.try_emplace(&inFile, inFile).first->second;
 }
 
@@ -212,6 +217,7 @@ void Chain::Removed(const Resource& inResource) noexcept {
 }
 
 Resource* Chain::Find(Handle inHandle) {
+    ChainMutex().AssertHeld();
     const auto found = inHandle == nullptr ? mByHandle.end() : mByHandle.find(inHandle);
     if (found == mByHandle.end()) return nullptr;
     Resource* resource = found->second;
@@ -275,7 +281,7 @@ void Chain::TakeOffLostHandles(ResourceFile& ioFile) {
 
 void CloseAllFiles() {
     try {
-        const std::lock_guard lock(ChainMutex());
+        const os::MutexLock lock(ChainMutex());
         SetResError(Chain::Shared().CloseAll());
     } catch (const std::bad_alloc&) {
         SetResError(memFullErr);

@@ -8,7 +8,7 @@ namespace toolbox::resources {
 // Closes every file; the next call looks for the application's again.
 inline void StartAnew() {
     CloseAllFiles();
-    const std::lock_guard lock(ChainMutex());
+    const os::MutexLock lock(ChainMutex());
     Chain::Shared() = Chain();
 }
 

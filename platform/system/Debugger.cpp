@@ -1,6 +1,7 @@
 #include <toolbox/Debugger.h>
 
 #include "os/Descriptor.h"
+#include "os/Mutex.h"
 #include "os/SystemCalls.h"
 
 #include <signal.h>
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
 #include <string_view>
 
 namespace toolbox::system {
@@ -34,8 +34,8 @@ bool IsTraced() {
 // it back, and would end the program if it were not ignored then. The action is the process's: a second
 // thread must not take what the first has put there for the program's own.
 void Trap() {
-    static std::mutex& sTrapping = *new std::mutex;
-    const std::lock_guard lock(sTrapping);
+    static os::Mutex& sTrapping = *new os::Mutex;
+    const os::MutexLock lock(sTrapping);
     struct sigaction ignored = {};
     struct sigaction saved = {};
     ignored.sa_handler = SIG_IGN;

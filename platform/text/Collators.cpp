@@ -1,6 +1,7 @@
 #include "Collators.h"
 
 #include "TextCalls.h"
+#include "os/Mutex.h"
 
 #include <corefoundation/CurrentLocale.h>
 #include <toolbox/MacErrors.h>
@@ -8,7 +9,6 @@
 #include <unicode/ucol.h>
 
 #include <atomic>
-#include <mutex>
 
 namespace toolbox::text {
 
@@ -60,13 +60,13 @@ UCollator* MakeCollator(CollationRules inRules, CollationLevel inLevel, UErrorCo
 }  // namespace
 
 OSStatus FindCollator(CollationRules inRules, CollationLevel inLevel, const UCollator*& outCollator) {
-    static std::mutex sMutex;
+    static os::Mutex sMutex;
     static std::atomic<UCollator*> sCollators[kRulesCount][kLevelCount] = {};
     const int rules = (inRules.areNumbersValues ? 1 : 0) + (inRules.isPunctuationIgnored ? 2 : 0);
     std::atomic<UCollator*>& collator = sCollators[rules][static_cast<int>(inLevel)];
     outCollator = collator.load(std::memory_order_acquire);
     if (outCollator != nullptr) return noErr;
-    const std::lock_guard lock(sMutex);
+    const os::MutexLock lock(sMutex);
     outCollator = collator.load(std::memory_order_relaxed);
     if (outCollator != nullptr) return noErr;
     auto status = static_cast<UErrorCode>(sTextCalls.startStatus());

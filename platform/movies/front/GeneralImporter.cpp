@@ -1,13 +1,13 @@
 // Finds, opens and calls the general importer's component.
 #include "GeneralImporter_test_access.h"
 #include "general/Component.h"
+#include "os/Mutex.h"
 #include "os/OwnPaths.h"
 #include "os/SystemCalls.h"
 #include "track/MovieImporter.h"
 
 #include <toolbox/MacErrors.h>
 
-#include <mutex>
 #include <utility>
 
 namespace toolbox::movies {
@@ -20,8 +20,8 @@ constexpr const char* kComponentName = "libmirtal-general-importer.so";
 // lib/.
 constexpr const char* kFolders[] = {"/mirtal-components/", "/../lib/mirtal-components/"};
 
-std::mutex sMutex;  // guards the opening
-const general::Interface* sInterface = nullptr;
+constinit os::Mutex sMutex;
+const general::Interface* sInterface GUARDED_BY(sMutex) = nullptr;
 
 const general::Interface* OpenComponentAt(const std::string& inPath) {
     void* const object = os::Calls().dlopen(inPath.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
@@ -35,7 +35,7 @@ const general::Interface* OpenComponentAt(const std::string& inPath) {
 // The component stays open: movies that came from it hold its code. Null when it is not installed, which is
 // looked up again each time.
 const general::Interface* Component() {
-    const std::lock_guard<std::mutex> lock(sMutex);
+    const os::MutexLock lock(sMutex);
     std::string folder;
     if (sInterface != nullptr || os::GetLibraryPath(folder) != 0) return sInterface;
     folder.erase(folder.rfind('/'));
@@ -72,7 +72,7 @@ OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>& inFile, ImportedM
 }
 
 void ForgetGeneralImporter() {
-    const std::lock_guard<std::mutex> lock(sMutex);
+    const os::MutexLock lock(sMutex);
     sInterface = nullptr;
 }
 

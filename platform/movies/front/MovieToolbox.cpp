@@ -4,6 +4,7 @@
 
 #include "keys/AccessKeyFile.h"
 #include "keys/ProcessKeys.h"
+#include "os/Mutex.h"
 
 #include <toolbox/MacErrors.h>
 #include <toolbox/Movies.h>
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <mutex>
 #include <new>
 #include <string_view>
 
@@ -22,10 +22,10 @@ using toolbox::movies::AccessKeyList;
 constexpr std::string_view kArchitectureType = "SoundArchitecture";
 
 struct State {
-    std::mutex mutex;
-    std::uint64_t enterCount = 0;
-    OSErr stickyError = noErr;
-    OSType soundArchitecture = kSoundArchitectureCoreAudio;
+    toolbox::os::Mutex mutex;
+    std::uint64_t enterCount GUARDED_BY(mutex) = 0;
+    OSErr stickyError GUARDED_BY(mutex) = noErr;
+    OSType soundArchitecture GUARDED_BY(mutex) = kSoundArchitectureCoreAudio;
 };
 State sState;
 
@@ -62,13 +62,13 @@ OSStatus ChooseArchitecture(OSType& outArchitecture) {
 
 OSErr toolbox::movies::NoteMoviesError(OSErr inError) {
     if (inError == noErr) return noErr;
-    const std::lock_guard lock(sState.mutex);
+    const toolbox::os::MutexLock lock(sState.mutex);
     if (sState.stickyError == noErr) sState.stickyError = inError;
     return inError;
 }
 
 OSErr EnterMovies() {
-    const std::lock_guard lock(sState.mutex);
+    const toolbox::os::MutexLock lock(sState.mutex);
     // A second caller waits until the first has chosen.
     if (sState.enterCount++ == 0)
         sState.stickyError = static_cast<OSErr>(ChooseArchitecture(sState.soundArchitecture));
@@ -76,29 +76,29 @@ OSErr EnterMovies() {
 }
 
 void ExitMovies() {
-    const std::lock_guard lock(sState.mutex);
+    const toolbox::os::MutexLock lock(sState.mutex);
     if (sState.enterCount > 0) --sState.enterCount;
 }
 
 OSErr GetMoviesStickyError() {
-    const std::lock_guard lock(sState.mutex);
+    const toolbox::os::MutexLock lock(sState.mutex);
     return sState.enterCount == 0 ? static_cast<OSErr>(movieToolboxUninitialized) : sState.stickyError;
 }
 
 void ClearMoviesStickyError() {
-    const std::lock_guard lock(sState.mutex);
+    const toolbox::os::MutexLock lock(sState.mutex);
     sState.stickyError = noErr;
 }
 
 OSType GetSoundArchitecture() {
-    const std::lock_guard lock(sState.mutex);
+    const toolbox::os::MutexLock lock(sState.mutex);
     return sState.soundArchitecture;
 }
 
 OSErr SetSoundArchitecture(OSType inArchitecture) {
     if (inArchitecture != kSoundArchitectureCoreAudio && inArchitecture != kSoundArchitectureSoundManager)
         return paramErr;
-    const std::lock_guard lock(sState.mutex);
+    const toolbox::os::MutexLock lock(sState.mutex);
     sState.soundArchitecture = inArchitecture;
     return noErr;
 }

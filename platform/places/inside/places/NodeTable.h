@@ -9,11 +9,11 @@
 #pragma once
 
 #include "os/ItemStatus.h"
+#include "os/Mutex.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -107,19 +107,21 @@ class NodeTable {
         bool operator()(const Key& inLeft, Index inRight) const { return inLeft == Of(inRight); }
     };
 
-    Index FindKey(const Key& inKey) const;
-    Index FindItem(const os::ItemIdentity& inItem) const;
-    Index RecordStep(const PathStep& inStep, Index inParent, bool inIsVolumeRoot);
-    Index AddNode(const PathStep& inStep, Index inParent, bool inIsVolumeRoot);
-    NodeID ChooseID(const os::ItemIdentity& inItem, bool inIsVolumeRoot);
-    Index FindIndexOfID(std::uint64_t inDevice, NodeID inID) const;
-    bool IsTaken(std::uint64_t inDevice, NodeID inID) const;
+    mutable os::Mutex mMutex;
 
-    mutable std::mutex mMutex;
-    std::deque<Node> mNodes;
-    std::unordered_set<Index, IndexHash, IndexEqual> mByIdentity;
-    std::unordered_map<Key, Index, KeyHash> mByAllottedID;  // only of nodes whose id is not their inode
-    NodeID mNextAllottedID;
+    Index FindKey(const Key& inKey) const NEEDS_LOCK(mMutex);
+    Index FindItem(const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
+    Index RecordStep(const PathStep& inStep, Index inParent, bool inIsVolumeRoot) NEEDS_LOCK(mMutex);
+    Index AddNode(const PathStep& inStep, Index inParent, bool inIsVolumeRoot) NEEDS_LOCK(mMutex);
+    NodeID ChooseID(const os::ItemIdentity& inItem, bool inIsVolumeRoot) NEEDS_LOCK(mMutex);
+    Index FindIndexOfID(std::uint64_t inDevice, NodeID inID) const NEEDS_LOCK(mMutex);
+    bool IsTaken(std::uint64_t inDevice, NodeID inID) const NEEDS_LOCK(mMutex);
+
+    std::deque<Node> mNodes GUARDED_BY(mMutex);
+    std::unordered_set<Index, IndexHash, IndexEqual> mByIdentity GUARDED_BY(mMutex);
+    // Only of nodes whose id is not their inode.
+    std::unordered_map<Key, Index, KeyHash> mByAllottedID GUARDED_BY(mMutex);
+    NodeID mNextAllottedID GUARDED_BY(mMutex);
 };
 
 }  // namespace toolbox::files

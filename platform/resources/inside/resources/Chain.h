@@ -1,6 +1,7 @@
 // The open resource files, which of their resources are in memory, and the result of each thread's last call.
 #pragma once
 
+#include "os/Mutex.h"
 #include "resources/ChainTypes.h"
 #include "resources/ResourceFile.h"
 
@@ -10,7 +11,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <optional>
 #include <unordered_map>
@@ -20,10 +20,12 @@ namespace toolbox::resources {
 
 enum class Depth { kOneDeep, kAll };
 
+os::Mutex& ChainMutex();
+
 // Every function is called with the lock held, by way of Run.
 class Chain {
   public:
-    static Chain& Shared();
+    static Chain& Shared() NEEDS_LOCK(ChainMutex());
 
     // Opens the application's own file, unless that was done or there is none. For want of memory or
     // descriptors it stays out of the chain until a later call finds some.
@@ -108,7 +110,6 @@ OSStatus Chain::FindFirst(ResType inType, Depth inDepth, Predicate inIsMeant, Ha
     return missing;
 }
 
-std::mutex& ChainMutex();
 void SetResError(OSStatus inStatus);
 
 // Runs a call on the chain under its lock, and keeps its status.
@@ -116,7 +117,7 @@ template <typename Function>
 OSStatus Run(Function inFunction) {
     OSStatus status;
     try {
-        const std::lock_guard lock(ChainMutex());
+        const os::MutexLock lock(ChainMutex());
         Chain& chain = Chain::Shared();
         chain.OpenApplicationFile();
         status = inFunction(chain);
