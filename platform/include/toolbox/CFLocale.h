@@ -3,7 +3,6 @@
 #pragma once
 
 #include <toolbox/CFBase.h>
-#include <toolbox/CFString.h>
 
 TOOLBOX_EXTERN_C_BEGIN
 

@@ -7,7 +7,7 @@
 
 #include <toolbox/CFBase.h>
 #include <toolbox/CFLocale.h>
-#include <toolbox/CFString.h>
+#include <toolbox/CFStringBase.h>
 
 TOOLBOX_EXTERN_C_BEGIN
 

@@ -2,7 +2,7 @@
 // questions about encodings. Numbers below 0x100 are the Mac encodings, as TextEncoding has them too.
 #pragma once
 
-#include <toolbox/CFString.h>
+#include <toolbox/CFStringBase.h>
 
 TOOLBOX_EXTERN_C_BEGIN
 

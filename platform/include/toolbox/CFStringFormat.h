@@ -22,8 +22,7 @@
 #pragma once
 
 #include <toolbox/CFBase.h>
-#include <toolbox/CFMutableString.h>
-#include <toolbox/CFString.h>
+#include <toolbox/CFStringBase.h>
 
 #include <stdarg.h>
 
