@@ -19,8 +19,6 @@
 
 namespace tool {
 
-const char kCommandName[] = "aac2wav";
-
 namespace {
 
 constexpr char kDescription[] =

@@ -6,6 +6,8 @@
 
 namespace tool {
 
+const char kCommandName[] = TOOL_COMMAND_NAME;
+
 std::string SystemReason(int inErrno) {
     return std::strerror(inErrno);
 }

@@ -25,7 +25,7 @@ class Failure : public std::runtime_error {
 // The system's words for an errno.
 std::string SystemReason(int inErrno);
 
-// Each command's own.
+// Of the command that this is built for.
 extern const char kCommandName[];
 
 // "command: subject: text", one line on standard error whatever the file's name holds.

@@ -13,8 +13,6 @@
 #include <csignal>
 #include <string_view>
 
-const char tool::kCommandName[] = "rez-pack";
-
 namespace rez_pack {
 
 namespace {
