@@ -1,5 +1,4 @@
 #include <track/ExactTime.h>
-#include <track/SoundTrack.h>
 
 #include <gtest/gtest.h>
 
@@ -7,9 +6,7 @@
 
 namespace {
 
-using toolbox::movies::Edit;
 using toolbox::movies::ScaleRounded;
-using toolbox::movies::SoundTrack;
 
 TEST(ExactTime, RoundsToNearestHalvesUp) {
     EXPECT_EQ(0, ScaleRounded(0, 44100, 600));
@@ -35,19 +32,6 @@ TEST(ExactTime, TouchingStretchesStayTouching) {
         EXPECT_EQ(previousEnd, ScaleRounded(unit, 44100, 601));
         previousEnd = ScaleRounded(unit + 1, 44100, 601);
     }
-}
-
-TEST(SoundTrackLength, SumsTheEdits) {
-    SoundTrack track;
-    EXPECT_EQ(0, track.FrameCount());
-    track.edits = {Edit{10, 0}, Edit{5, Edit::kEmpty}, Edit{0, 3}, Edit{7, 2}};
-    EXPECT_EQ(22, track.FrameCount());
-}
-
-TEST(SoundTrackLength, DoesNotWrap) {
-    SoundTrack track;
-    track.edits = {Edit{INT64_MAX, Edit::kEmpty}, Edit{INT64_MAX, Edit::kEmpty}};
-    EXPECT_EQ(INT64_MAX, track.FrameCount());
 }
 
 }  // namespace
