@@ -11,6 +11,9 @@ TEST_PACKAGES=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev ffmpeg pyth
     g++-powerpc-linux-gnu qemu-user
     default-jdk-headless junit5 chromium curl)
 
+# What the checks beyond the tests need; the compiler's run-time library has its version in its name.
+CHECK_PACKAGES=(clang clang-format clang-tidy llvm)
+
 say() { printf '%s\n' "$*" >&2; }
 
 die() {
@@ -32,6 +35,11 @@ ensure_packages() {
     apt-get update -qq >&2 || die "apt-get update failed"
     DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2 ||
         die "apt-get install failed"
+}
+
+ensure_check_packages() {
+    ensure_packages "${CHECK_PACKAGES[@]}"
+    ensure_packages "libclang-rt-$(clang -dumpversion | cut -d. -f1)-dev"
 }
 
 # run_quietly LABEL LOG COMMAND...: one line when it works, the log when it does not.
