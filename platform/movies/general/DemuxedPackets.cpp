@@ -45,10 +45,11 @@ class DemuxedReader final : public PacketReader {
                 return status;
             }
         }
+        std::string problem;
         while (mNext <= inPacket) {
             mPacket.Clear();
             mHasPacket = false;
-            const OSStatus status = mDemuxer->Next(*mPacket);
+            const OSStatus status = mDemuxer->Next(*mPacket, problem);
             if (status != noErr) {
                 return status;
             }

@@ -29,6 +29,8 @@ constexpr const char* kDemuxers =
 // Two frames of a stream at the very beginning give this much; one chance match less.
 constexpr int kLeastProbeScore = 5;
 
+constexpr const char* kNothingFound = "there is neither sound nor picture in 64 MB of the file";
+
 int RefuseOpening(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
     return AVERROR(EACCES);
 }
@@ -52,6 +54,11 @@ bool Demuxer::IsEnabled(const AVStream& inStream) const {
 
 int Demuxer::ReadBytes(void* inDemuxer, std::uint8_t* outBytes, int inCount) {
     Demuxer& self = *static_cast<Demuxer*>(inDemuxer);
+    self.mIsLimitMet =
+        self.mIsLimitMet || (!self.mDiscardsPictures && self.mBytesWithoutPacket >= kMostBytesWithoutPacket);
+    if (self.mIsLimitMet) {
+        return AVERROR_EOF;
+    }
     std::size_t read = 0;
     const OSStatus status =
         self.mSource->ReadAt(self.mPosition, outBytes, static_cast<std::size_t>(inCount), &read);
@@ -60,6 +67,8 @@ int Demuxer::ReadBytes(void* inDemuxer, std::uint8_t* outBytes, int inCount) {
         return AVERROR(EIO);
     }
     self.mPosition += static_cast<std::int64_t>(read);
+    self.mBytesWithoutPacket += static_cast<std::int64_t>(read);
+    self.mReadEnd = std::max(self.mReadEnd, self.mPosition);
     return read == 0 ? AVERROR_EOF : static_cast<int>(read);
 }
 
@@ -132,12 +141,15 @@ OSStatus Demuxer::OpenAs(const AVInputFormat& inFormat, std::string& outProblem)
         avformat_open_input(&mFormat, "", &inFormat, &options);  // frees the context on failure
     av_dict_free(&options);
     if (opened >= 0) {
+        // Some look through all of the file for what may stand behind the sound, and then begin with it.
+        mBytesWithoutPacket = 0;
+        mIsLimitMet = false;
         return noErr;
     }
     if (opened == AVERROR(ENOMEM)) {
         return memFullErr;
     }
-    outProblem = LogScope::Describe(opened);
+    outProblem = mIsLimitMet ? kNothingFound : LogScope::Describe(opened);
     return mReadStatus != noErr ? mReadStatus : OSStatus{invalidMovie};
 }
 
@@ -208,11 +220,20 @@ void Demuxer::DiscardPictures() {
     }
 }
 
-OSStatus Demuxer::Next(AVPacket& outPacket) {
+std::int64_t Demuxer::BytesGivenUp() const {
+    return mIsLimitMet && mPacketsEnd >= 0 ? std::max<std::int64_t>(mSource->SizeBytes() - mPacketsEnd, 0)
+                                           : 0;
+}
+
+OSStatus Demuxer::Next(AVPacket& outPacket, std::string& outProblem) {
     for (;;) {
         const int read = av_read_frame(mFormat, &outPacket);
         if (read == AVERROR(ENOMEM)) {
             return memFullErr;
+        }
+        if (read < 0 && mIsLimitMet && mPacketsEnd < 0) {
+            outProblem = kNothingFound;
+            return invalidMovie;
         }
         if (read < 0) {
             return mReadStatus != noErr ? mReadStatus : OSStatus{eofErr};
@@ -220,6 +241,8 @@ OSStatus Demuxer::Next(AVPacket& outPacket) {
         SortStreams();
         const AVStream* stream = mFormat->streams[outPacket.stream_index];
         if (stream->discard != AVDISCARD_ALL && (stream == mSound || IsPicture(*stream))) {
+            mBytesWithoutPacket = 0;
+            mPacketsEnd = outPacket.pos >= 0 ? outPacket.pos + outPacket.size : avio_tell(mBytes);
             return noErr;
         }
         av_packet_unref(&outPacket);

@@ -19,6 +19,9 @@ namespace toolbox::movies::general {
 
 class Demuxer {
   public:
+    // How much is read for opening, and then in search of each packet. The content ends where that is met.
+    static constexpr std::int64_t kMostBytesWithoutPacket = std::int64_t{64} << 20;
+
     // inOptions chooses the sound stream. cantFindHandler when no demuxer of ours knows the file;
     // invalidMovie when one does and cannot read it; ioErr.
     [[nodiscard]] static OSStatus Open(std::shared_ptr<const ByteSource> inSource,
@@ -39,12 +42,18 @@ class Demuxer {
     bool IsEnabled(const AVStream& inStream) const;
     // Whether a stream is moving pictures, and not the cover of the sound.
     static bool IsPicture(const AVStream& inStream);
-    // From now on, packets of pictures are left out.
+    // From now on, packets of pictures are left out. They have kept the limit from being met, so that what is
+    // read on for sound is not limited any more.
     void DiscardPictures();
 
     // The next packet of the sound stream or, unless discarded, of a stream of pictures. The caller unrefs
-    // it. eofErr at the end, which includes content that cannot be read any further; ioErr; memFullErr.
-    [[nodiscard]] OSStatus Next(AVPacket& outPacket);
+    // it. eofErr at the end, which includes content that cannot be read any further; ioErr; memFullErr;
+    // invalidMovie, with a problem for people, when the limit is met before the first packet.
+    [[nodiscard]] OSStatus Next(AVPacket& outPacket, std::string& outProblem);
+    // Bytes from the last packet to the file's end, where the limit was met behind it; else 0.
+    std::int64_t BytesGivenUp() const;
+    // Up to where the file was read at most.
+    std::int64_t ReadEndBytes() const { return mReadEnd; }
 
   private:
     Demuxer(std::shared_ptr<const ByteSource> inSource, const ImportOptions& inOptions)
@@ -58,6 +67,10 @@ class Demuxer {
 
     std::shared_ptr<const ByteSource> mSource;
     ImportOptions mOptions;
+    std::int64_t mBytesWithoutPacket = 0;
+    std::int64_t mReadEnd = 0;
+    std::int64_t mPacketsEnd = -1;  // of the last packet; -1: there was none
+    bool mIsLimitMet = false;
     std::int64_t mPosition = 0;
     OSStatus mReadStatus = 0;
     AVIOContext* mBytes = nullptr;

@@ -142,7 +142,7 @@ OSStatus LearnSoundStart(Demuxer& ioDemuxer, SoundStart& outStart, std::string& 
     bool isOpen = false;
     for (int tried = 0; tried < kPacketsTried;) {
         packet.Clear();
-        const OSStatus status = ioDemuxer.Next(*packet);
+        const OSStatus status = ioDemuxer.Next(*packet, outProblem);
         if (status == eofErr) {
             break;
         }

@@ -1,12 +1,12 @@
 #include "Survey.h"
 
-#include "decoder/SoundDecoder.h"
 #include "DemuxedPackets.h"
 #include "Demuxer.h"
 #include "KeptRanges.h"
 #include "OwnedPacket.h"
 #include "PacketFrames.h"
 #include "SoundStart.h"
+#include "decoder/SoundDecoder.h"
 
 #include <toolbox/MacErrors.h>
 
@@ -78,6 +78,27 @@ struct Pictures {
         first = first == AV_NOPTS_VALUE ? stamp : std::min(first, stamp);
         end = end == AV_NOPTS_VALUE ? packetEnd : std::max(end, packetEnd);
     }
+};
+
+// A file that ends early for those who read, as it did for the survey that gave up the rest.
+class CutSource final : public ByteSource {
+  public:
+    CutSource(std::shared_ptr<const ByteSource> inSource, std::int64_t inEndBytes)
+        : mSource(std::move(inSource)), mEndBytes(inEndBytes) {}
+    std::int64_t SizeBytes() const override { return mSource->SizeBytes(); }
+    OSStatus ReadAt(std::int64_t inOffset, void* outBytes, std::size_t inByteCount,
+                    std::size_t* outRead) const override {
+        const std::int64_t left = std::max<std::int64_t>(mEndBytes - inOffset, 0);
+        return mSource->ReadAt(
+            inOffset, outBytes,
+            static_cast<std::size_t>(std::min<std::uint64_t>(inByteCount, static_cast<std::uint64_t>(left))),
+            outRead);
+    }
+    bool MustStop() const override { return mSource->MustStop(); }
+
+  private:
+    std::shared_ptr<const ByteSource> mSource;
+    std::int64_t mEndBytes;
 };
 
 class Survey {
@@ -227,7 +248,7 @@ OSStatus Survey::ReadAll(std::string& outProblem) {
     while (status == noErr) {
         packet.Clear();
         // Many packets may come of one read, and each may have to be decoded.
-        status = mSource->MustStop() ? OSStatus{userCanceledErr} : mDemuxer->Next(*packet);
+        status = mSource->MustStop() ? OSStatus{userCanceledErr} : mDemuxer->Next(*packet, outProblem);
         if (status != noErr) {
             break;
         }
@@ -251,6 +272,10 @@ void Survey::DescribeSound(ImportedMovie& outMovie) {
         format.nominalPacketFrames = mSpan.durations.front().framesPerPacket;
     }
     mKept.Describe(*track);
+    track->skippedByteCount = static_cast<std::uint64_t>(mDemuxer->BytesGivenUp());
+    if (track->skippedByteCount > 0) {
+        mSource = std::make_shared<const CutSource>(mSource, mDemuxer->ReadEndBytes());
+    }
     track->packets = NewDemuxedPackets(mSource, mOptions, mSpan.packetCount);
     track->formats.push_back(std::move(format));
     track->spans.push_back(std::move(mSpan));

@@ -1,0 +1,145 @@
+// How much of a file the general importer looks at, and that it stops when it is told to.
+#include "GeneralImports.h"
+
+#include "os/FileCalls.h"
+#include "os/FileCalls_test_access.h"
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <toolbox/MacErrors.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+
+namespace toolbox::movies {
+namespace {
+
+using general_imports::Imported;
+using general_imports::MakeFile;
+using mirtal::fakes::NewMemoryFile;
+
+// A WAV of 16-bit mono at 8000 Hz: inGapBytes of zeros between its format and its sound, as many behind the
+// sound. Zeros are chunks without a name that hold nothing, one behind the other.
+std::shared_ptr<const MediaFile> NewSparseWAV(std::int64_t inGapBytes, std::uint32_t inFrameCount,
+                                              std::int64_t inTailBytes) {
+    const auto number = [](std::uint32_t inValue) {
+        std::string bytes;
+        for (int shift = 0; shift < 32; shift += 8)
+            bytes += static_cast<char>(inValue >> shift);
+        return bytes;
+    };
+    const std::string start = "RIFF" + number(0xFFFFFFFF) + "WAVEfmt " + number(16) + number(0x10001) +
+                              number(8000) + number(16000) + number(0x100002);
+    const std::string sound =
+        "data" + number(inFrameCount * 2) + std::string(std::size_t{inFrameCount} * 2, '\x11');
+    const auto startBytes = static_cast<std::int64_t>(start.size());
+    const std::int64_t sizeBytes =
+        startBytes + inGapBytes + static_cast<std::int64_t>(sound.size()) + inTailBytes;
+    const int descriptor = memfd_create("sparse", MFD_CLOEXEC);
+    EXPECT_EQ(startBytes, pwrite(descriptor, start.data(), start.size(), 0));
+    EXPECT_EQ(static_cast<ssize_t>(sound.size()),
+              pwrite(descriptor, sound.data(), sound.size(), startBytes + inGapBytes));
+    EXPECT_EQ(0, ftruncate(descriptor, sizeBytes));
+    return std::make_shared<const MediaFile>(descriptor, sizeBytes, "sparse");
+}
+
+class GeneralImporterLimits : public testing::Test {
+  protected:
+    static constexpr std::int64_t kLimitBytes = std::int64_t{64} << 20;
+    static constexpr std::int64_t kBufferBytes = 128 * 1024;
+
+    GeneralImporterLimits() {
+        sBytesRead = 0;
+        os::CallsForTesting().readAt = [](int inDescriptor, void* outBytes, std::size_t inCount,
+                                          off_t inOffset) {
+            const ssize_t count = pread(inDescriptor, outBytes, inCount, inOffset);
+            sBytesRead += count;
+            return count;
+        };
+    }
+    ~GeneralImporterLimits() override { os::CallsForTesting() = mRealCalls; }
+
+    static Imported Import(const std::shared_ptr<const MediaFile>& inFile) {
+        Imported result;
+        result.status = ImportGeneral(inFile, result.movie, result.problem);
+        return result;
+    }
+
+    static void ExpectReadable(const SoundTrack& inTrack) {
+        const auto reader = inTrack.packets->NewReader();
+        for (std::uint32_t packet = 0; packet < inTrack.packets->PacketCount(); ++packet) {
+            PacketBytes bytes;
+            ASSERT_EQ(noErr, reader->Read(packet, bytes)) << packet;
+            ASSERT_EQ(0x11, bytes.data[0]) << packet;
+        }
+    }
+
+    static inline std::int64_t sBytesRead = 0;
+    const os::FileCalls mRealCalls = os::Calls();
+};
+
+TEST_F(GeneralImporterLimits, SoundWithNothingBehindItEndsThere) {
+    constexpr std::int64_t kTailBytes = std::int64_t{256} << 20;
+    const Imported imported = Import(NewSparseWAV(0, 1000, kTailBytes));
+    ASSERT_EQ(noErr, imported.status) << imported.problem;
+    EXPECT_EQ(1000, imported.Sound().FrameCount());
+    EXPECT_EQ(static_cast<std::uint64_t>(kTailBytes), imported.Sound().skippedByteCount);
+    // Opened twice, and each time looked at what is behind the sound for other chunks and for more sound.
+    EXPECT_GE(sBytesRead, kLimitBytes);
+    EXPECT_LE(sBytesRead, 4 * kLimitBytes + 16 * kBufferBytes);
+    sBytesRead = 0;
+    ExpectReadable(imported.Sound());
+    EXPECT_LE(sBytesRead, 2 * kLimitBytes + 16 * kBufferBytes);
+}
+
+TEST_F(GeneralImporterLimits, SoundWithLittleBehindItIsWhole) {
+    const Imported imported = Import(NewSparseWAV(0, 1000, kLimitBytes - 4 * kBufferBytes));
+    ASSERT_EQ(noErr, imported.status) << imported.problem;
+    EXPECT_EQ(1000, imported.Sound().FrameCount());
+    EXPECT_EQ(0u, imported.Sound().skippedByteCount);
+}
+
+TEST_F(GeneralImporterLimits, ALongWayToTheSound) {
+    Imported imported = Import(NewSparseWAV(kLimitBytes - 4 * kBufferBytes, 1000, 0));
+    ASSERT_EQ(noErr, imported.status) << imported.problem;
+    EXPECT_EQ(1000, imported.Sound().FrameCount());
+    ExpectReadable(imported.Sound());
+    sBytesRead = 0;
+    imported = Import(NewSparseWAV(2 * kLimitBytes, 1000, 0));
+    EXPECT_EQ(invalidMovie, imported.status);
+    EXPECT_EQ("there is neither sound nor picture in 64 MB of the file", imported.problem);
+    EXPECT_LE(sBytesRead, kLimitBytes + 16 * kBufferBytes);
+}
+
+// What is asked between two packets is asked of a file in the buffer, too.
+TEST_F(GeneralImporterLimits, StopsBetweenPackets) {
+    struct Stop {
+        int last;
+        int asked = 0;
+        static Boolean Ask(void* inContext) {
+            auto& self = *static_cast<Stop*>(inContext);
+            return ++self.asked > self.last;
+        }
+    };
+    const std::string bytes = MakeFile(44100, 44100, "-c:a flac", "flac");
+    int last = 0;
+    for (bool isWhole = false; !isWhole; ++last) {
+        const auto file = NewMemoryFile(bytes);
+        Stop stop{last};
+        StopCheck check(Stop::Ask, &stop);
+        file->SetStopCheck(&check);
+        const Imported imported = Import(file);
+        file->SetStopCheck(nullptr);
+        isWhole = imported.status == noErr;
+        EXPECT_EQ(isWhole ? last : last + 1, stop.asked);
+        EXPECT_EQ(!isWhole, check.IsStopped());
+        if (!isWhole) {
+            EXPECT_EQ(userCanceledErr, imported.status) << last;
+        }
+    }
+    EXPECT_GT(last, 10) << "there are ten packets";
+}
+
+}  // namespace
+}  // namespace toolbox::movies
