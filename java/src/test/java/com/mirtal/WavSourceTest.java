@@ -420,7 +420,7 @@ class WavSourceTest {
         for (int code : new int[] {-54, -5000}) {
             assertInstanceOf(AudioAccessDeniedException.class, AudioException.of("x", code, ""));
         }
-        for (int code : new int[] {-2003, -2004, -2006, -2062, -8961, -206}) {
+        for (int code : new int[] {-2003, -2004, -2006, -2030, -2062, -8961, -206}) {
             assertInstanceOf(UnsupportedAudioException.class, AudioException.of("x", code, "no decoder"));
         }
         for (int code : new int[] {-2010, -2002, -2001, -2008, -2009, -2014, -2015, -39, -50}) {
