@@ -1,0 +1,242 @@
+#!/usr/bin/env python3
+"""Plants breaches of the rules of rooms and of sources without tests in a copy of the tree, one of each kind, and expects
+each to be found, and nothing where none is.
+
+Usage: house_breaches_test.py TREE BUILD COMPILER
+"""
+import json
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+sys.dont_write_bytecode = True  # the tree stays as it is
+from rooms import LIST, source_files
+
+HERE = Path(__file__).resolve().parent
+MAP = "docs/architecture.md"
+
+
+def include(path, line, what):
+    """A plant: a line at the end of a file; and what is to be said of it."""
+    return (f"{line.strip()} in {path}", {path: lambda text: text + "\n" + line + "\n"}, f"{re.escape(path)}:\\d+: .*{what}")
+
+
+def listed(room, line, what):
+    """A plant in the block of a room."""
+    change = lambda text: re.sub(rf"^(room {re.escape(room)}\n)", rf"\g<1>    {line}\n", text, flags=re.MULTILINE)
+    return (f"'{line}' for {room}", {LIST: change}, what)
+
+
+def neither(header, room):
+    return f"{re.escape(header)} is neither standard C\\+\\+ nor named for {room}"
+
+
+INCLUDES = [
+    include("platform/text/Script.cpp", '#include "front/MovieObjects.h"', "must not see platform/movies/front/MovieObjects.h, which is private"),
+    include("platform/text/Script.cpp", '#include "../movies/front/MovieObjects.h"', "must not see platform/movies/front/MovieObjects.h, which is private"),
+    include("platform/text/Script.cpp", "#include <movies/front/MovieObjects.h>", "must not see platform/movies/front/MovieObjects.h, which is private"),
+    include("platform/memory/Heap.cpp", '#include "resources/Chain.h"', "must not see platform/resources/inside/resources/Chain.h, which is of"),
+    include("platform/places/NodeTable.cpp", '#include "forks/Forks.h"', "must not see platform/forks/inside/forks/Forks.h, which is of"),
+    include("platform/os/Replace.cpp", "#include <toolbox/Resources.h>", "must not see platform/include/toolbox/Resources.h, which is of"),
+    include("platform/interface/Terminal.cpp", '#include "../memory/MacMemory_test_access.h"', "must not see platform/memory/MacMemory_test_access.h"),
+    include("foundation/include/foundation/Int64.h", "#include <foundation/LException.h>", "must not see foundation/include/foundation/LException.h"),
+    include("files/UBundle.cpp", "#include <converter/WAVReader.h>", "must not see converter/include/converter/WAVReader.h"),
+    include("files/UBundle.cpp", '#include "../converter/StreamFormat.h"', "must not see converter/StreamFormat.h, which is private"),
+    include("converter/WAVReader.cpp", '#include "../tests/fakes/Calls.h"', "must not see tests/fakes/Calls.h, which belongs to no room"),
+    include("strings/CStrings.cpp", "#include <jni.h>", neither("jni.h", "strings/text")),
+    include("converter/Conversion.cpp", "#include <jni.h>", neither("jni.h", "converter")),
+    include("strings/CStrings.cpp", "#include <nlohmann/json.hpp>", neither("nlohmann/json.hpp", "strings/text")),
+    include("strings/CStrings.cpp", "#include <CLI/CLI.hpp>", neither("CLI/CLI.hpp", "strings/text")),
+    include("strings/CStrings.cpp", "#include <pwd.h>", neither("pwd.h", "strings/text")),
+    include("strings/CStrings.cpp", "#include <elf.h>", neither("elf.h", "strings/text")),
+    include("strings/CStrings.cpp", "#include <time.h>", neither("time.h", "strings/text")),
+    include("strings/CStrings.cpp", '#include "time.h"', neither("time.h", "strings/text")),
+    include("strings/CStrings.cpp", "#include <iconv.h>", neither("iconv.h", "strings/text")),
+    include("strings/CStrings.cpp", "#include <expat.h>", neither("expat.h", "strings/text")),
+    include("platform/os/Replace.cpp", "#include <expat.h>", neither("expat.h", "platform/os")),
+    include("platform/formats/AppleDouble.cpp", "#include <unistd.h>", neither("unistd.h", "platform/formats")),
+    include("platform/resources/Chain.cpp", "#include <unicode/ustring.h>", neither("unicode/ustring.h", "platform/resources")),
+    include("platform/movies/mpeg4/MPEG4Boxes.cpp", "#include <libavformat/avformat.h>", neither("libavformat/avformat.h", "platform/movies/mpeg4")),
+    include("converter/WAVReader.cpp", "#include <filesystem>", neither("filesystem", "converter")),
+    include("converter/WAVReader.cpp", "#inc\\\nlude <pwd.h>", neither("pwd.h", "converter")),
+    include("converter/WAVReader.cpp", "%:include <pwd.h>", neither("pwd.h", "converter")),
+    include("converter/WAVReader.cpp", "/* */ # /* */ include /* */ <pwd.h> // why", neither("pwd.h", "converter")),
+    include("converter/WAVReader.cpp", "#define HEADER <pwd.h>\n#include HEADER", "not spelled out"),
+    include("converter/WAVReader.cpp", "import <pwd.h>;", "not spelled out"),
+    include("newroom/New.cpp", "int gNew;", "belongs to no room"),
+    ("two headers that include each other",
+     {"platform/memory/Heap.h": lambda text: text + '\n#include "Accounts.h"\n',
+      "platform/memory/Accounts.h": lambda text: text + '\n#include "Heap.h"\n'}, "a circle of includes: .*Accounts.h"),
+    ("a header that brings along what is not seen",
+     {"platform/forks/inside/forks/Forks.h": lambda text: text + '\n#include "places/NodeTable.h"\n',
+      LIST: lambda text: re.sub(r"(room platform/resources\n.*\n    sees .*) platform/places", r"\1", text)},
+     "brings along platform/places/inside/places/NodeTable.h, and platform/resources does not see platform/places"),
+    listed("platform/os", "sees platform/movies/front", "a circle, or no room"),
+    listed("platform/os", "sees platform/os", "a circle, or no room"),
+    listed("platform/os", "sees platform/nowhere", "a circle, or no room"),
+    listed("platform/os", "sees !platform/movies/front", "platform/os owes platform/movies/front, of which"),
+    listed("platform/movies/front", "sees !platform/os", "platform/movies/front owes platform/os, .*further up"),
+    listed("platform/os", "libraries libnothing", "there is no library libnothing"),
+    listed("platform/os", "smells nothing", "nothing is known of the line"),
+    listed("platform/formats", "headers pwd.h", "names pwd.h, which it does not include"),
+    listed("platform/formats", "libraries ICU", "names ICU, of which it includes nothing"),
+    listed("strings/resources", "holds strings TCFStringNothing", "strings/TCFStringNothing, which is no file"),
+    ("a room without files", {LIST: lambda text: text + "\nroom platform/empty\n    subject nothing\n"}, "holds no file"),
+    ("a row of the map that lies",
+     {MAP: lambda text: re.sub(r"(\| `platform/memory` \|[^|]*\|)[^|]*\|", r"\1 os, resources |", text)},
+     f"{re.escape(MAP)}:\\d+: the table of the rooms is not"),
+    ("a row of the map that is missing",
+     {MAP: lambda text: re.sub(r"\| `platform/memory` \|.*\n", "", text)}, f"{re.escape(MAP)}:\\d+: the table of the rooms is not"),
+    ("a map without a table", {MAP: lambda text: "# Architecture\n"}, "there is no table"),
+]
+
+# What would be a breach if it were not a comment or text.
+HARMLESS = {"strings/CStrings.cpp": lambda text: text + '\n// #include <pwd.h>\n/*\n#include <pwd.h>\n*/\n'
+                                                       'const char* gText = "\\\n#include <pwd.h>";\nconst char* gRaw = R"(\n#include <pwd.h>\n)";\n'}
+
+# Sources of their own whose objects join those of the build: what headers hide.
+SYMBOLS = [
+    ("platform/memory", 'extern "C" short CurResFile(); short Planted() { return CurResFile(); }',
+     "uses CurResFile of platform/resources/.*, and platform/memory does not see platform/resources"),
+    ("strings", "namespace toolbox::movies { short NoteMoviesError(short); } short Planted() { return toolbox::movies::NoteMoviesError(1); }",
+     "uses .*NoteMoviesError.* of platform/movies/front/.*, and strings/text does not see"),
+    ("foundation", "struct LException { static void Throw(long); }; void Planted() { LException::Throw(1); }",
+     "uses .*LException5Throw.* of foundation/LException.cpp, and foundation/system does not see foundation/exceptions"),
+    ("strings", 'extern "C" int open(const char*, int, ...); int Planted() { return open("", 0); }',
+     "calls open, which is not named for strings/text"),
+    ("converter", '#include <pthread.h>\nint Planted(pthread_mutex_t* m) { return pthread_mutex_lock(m); }',
+     "calls pthread_mutex_lock, which is not named for converter"),
+    ("platform/formats", 'extern "C" char* getenv(const char*); char* Planted() { return getenv("HOME"); }',
+     "calls getenv, which is not named for platform/formats"),
+    ("platform/resources", 'extern "C" void av_free(void*); void Planted() { av_free(nullptr); }',
+     "calls av_free, which is not named for platform/resources"),
+]
+ALLOWED = ("strings", '#include <cstring>\nextern "C" short CurResFile(); extern "C" long getpid(); '
+                      'unsigned long Planted(const char* a) { return std::strlen(a) + CurResFile(); }')
+
+TESTED_BY = "tests/house/tested_by.txt"
+
+
+def tested_by(line, what):
+    return (f"'{line}' in {TESTED_BY}", {TESTED_BY: lambda text: text + line + "\n"}, f"{re.escape(TESTED_BY)}:\\d+: {what}")
+
+
+TESTS = [
+    ("a source without a test", {"strings/Untested.cpp": lambda text: "int gUntested;\n"}, "strings/Untested.cpp:1: no test at"),
+    tested_by("strings/CStrings.cpp  tests/strings/CStrings_test.cpp  CStrings", "strings/CStrings.cpp has a test at"),
+    tested_by("strings/Gone.cpp  tests/strings/CStrings_test.cpp  CStrings", "there is no source strings/Gone.cpp"),
+    tested_by("files/UCarbon.cpp  tests/files/Gone_test.cpp  LoadFrameworkBundle", "there is no test tests/files/Gone_test.cpp"),
+    tested_by("files/UCarbon.cpp  files/UBundle.cpp  UBundle", "there is no test files/UBundle.cpp"),
+    tested_by("files/UCarbon.cpp  tests/files/UBundle_test.cpp  NeverHeardOf", "NeverHeardOf is no case of"),
+    tested_by("files/UCarbon.cpp  tests/strings/CStrings_test.cpp  CStrings", "CStrings is no case of"),
+    tested_by("files/UCarbon.cpp", "not a source, a test and a name"),
+]
+
+failures = []
+
+
+def run(script, *arguments):
+    result = subprocess.run([sys.executable, HERE / script, *arguments], capture_output=True, text=True)
+    return result.returncode, result.stdout + result.stderr
+
+
+def expect_found(what, outcome, pattern):
+    code, output = outcome
+    if code != 1 or not re.search(pattern, output):
+        failures.append(f"{what}: not found (exit {code}):\n{output}")
+
+
+def expect_none(what, outcome):
+    code, output = outcome
+    if code != 0:
+        failures.append(f"{what}: refused (exit {code}):\n{output}")
+
+
+class Changed:
+    """Files of a tree, changed for a while."""
+
+    def __init__(self, tree, changes):
+        self.tree, self.changes, self.before = tree, changes, {}
+
+    def __enter__(self):
+        for name, change in self.changes.items():
+            path = self.tree / name
+            self.before[path] = path.read_text() if path.exists() else None
+            text = change(self.before[path] or "")
+            if text == self.before[path]:
+                failures.append(f"{name}: nothing to plant in")
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text(text)
+
+    def __exit__(self, *_):
+        for path, text in self.before.items():
+            if text is None:
+                path.unlink()
+            else:
+                path.write_text(text)
+
+
+def test_includes(tree):
+    expect_none("the tree as it is", run("room_rules.py", tree))
+    with Changed(tree, HARMLESS):
+        expect_none("comments and text", run("room_rules.py", tree))
+    for what, changes, pattern in INCLUDES:
+        with Changed(tree, changes):
+            expect_found(what, run("room_rules.py", tree), pattern)
+    expect_none("the tree without its plants", run("room_rules.py", tree))
+
+
+def test_tests(tree):
+    expect_none("the tests as they are", run("source_tests.py", tree))
+    for what, changes, pattern in TESTS:
+        with Changed(tree, changes):
+            expect_found(what, run("source_tests.py", tree), pattern)
+
+
+def test_symbols(tree, source_tree, build, compiler):
+    commands = json.loads((build / "compile_commands.json").read_text())
+    for command in commands:
+        command["file"] = str(tree / os.path.relpath(command["file"], source_tree))
+    shadow = tree / "build"
+    shadow.mkdir()
+
+    def outcome(folder, code):
+        source, compiled = tree / folder / "Planted.cpp", shadow / "Planted.o"
+        source.write_text(code)
+        subprocess.run([compiler, "-std=c++20", "-O1", "-c", source, "-o", compiled], check=True)
+        more = {"directory": str(shadow), "command": f"{compiler} -o {compiled} -c {source}", "file": str(source)}
+        (shadow / "compile_commands.json").write_text(json.dumps(commands + [more]))
+        result = run("room_symbols.py", tree, shadow)
+        source.unlink()
+        return result, more
+
+    expect_none("the build as it is", run("room_symbols.py", source_tree, build))
+    for folder, code, pattern in SYMBOLS:
+        expect_found(f"{code} in {folder}", outcome(folder, code)[0], f"{folder}/Planted.cpp: {pattern}")
+    result, more = outcome(*ALLOWED)
+    expect_none(f"{ALLOWED[1]} in {ALLOWED[0]}", result)
+    (shadow / "Planted.o").unlink()
+    expect_found("a source without its object", run("room_symbols.py", tree, shadow), "Planted.cpp: is not compiled")
+    (shadow / "compile_commands.json").write_text("[]")
+    expect_found("a build without objects", run("room_symbols.py", tree, shadow), "no object of any room")
+
+
+def main(source_tree, build, compiler):
+    with tempfile.TemporaryDirectory() as folder:
+        tree = Path(folder).resolve() / "tree"
+        for name in source_files(source_tree) + [LIST, MAP, TESTED_BY]:
+            (tree / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(source_tree / name, tree / name)
+        test_includes(tree)
+        test_tests(tree)
+        test_symbols(tree, source_tree, build, compiler)
+    print("\n".join(failures + [f"{len(INCLUDES) + len(TESTS) + len(SYMBOLS) + 2} plants, {len(failures)} failures"]))
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve(), sys.argv[3]))
