@@ -132,7 +132,7 @@ TEST(Probe, DescribesASong) {
 
 TEST(Probe, DescribesASongAsJSON) {
     const json object = ProbeJSON(kTone);
-    EXPECT_EQ(Fixture(kTone), object["file"]);
+    EXPECT_EQ(Fixture(kTone), object["file"].get<std::string>());
     EXPECT_EQ("mp4a", object["sound"]["type"]);
     EXPECT_EQ(44100, object["sound"]["sampleRateHz"]);
     EXPECT_EQ(2, object["sound"]["channels"]);
