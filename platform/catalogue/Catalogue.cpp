@@ -1,5 +1,6 @@
 #include "catalogue/Catalogue.h"
 
+#include "catalogue/DescriptorPaths.h"
 #include "os/Folders.h"
 #include "os/SystemCalls.h"
 #include "places/ModifiedUTF8.h"
@@ -73,12 +74,31 @@ int WalkPath(const std::string& inPath, std::vector<PathStep>& outSteps, os::Ite
     }
 }
 
+// As RecordPath, for what has no path but that of a descriptor that holds it.
+int RecordDescriptor(const std::string& inPath, FoundItem& outItem) {
+    std::string folder;
+    const std::string path = CanonicalDescriptorPath(inPath, folder);
+    if (path.empty()) return ENOENT;
+    std::vector<PathStep> steps;
+    os::ItemStatus last;
+    int error = WalkPath(folder, steps, last);
+    if (error == 0) error = os::GetTargetStatus(path.c_str(), outItem.status);
+    if (error != 0) return error;
+    steps.push_back({outItem.status.identity, false, std::string_view(path).substr(path.rfind('/') + 1)});
+    outItem.nodeID = NodeTable::Shared().Record(steps);
+    outItem.path = path;
+    return 0;
+}
+
 // 0 or an errno.
 int RecordPath(const std::string& inPath, FoundItem& outItem) {
     int error = 0;
     for (int round = 0; round < kRounds; ++round) {
         const std::unique_ptr<char, FreeDeleter> canonical(os::Calls().realpath(inPath.c_str(), nullptr));
-        if (canonical == nullptr) return errno;
+        if (canonical == nullptr) {
+            const int missing = errno;
+            return missing == ENOENT && RecordDescriptor(inPath, outItem) == 0 ? 0 : missing;
+        }
         outItem.path = canonical.get();
         std::vector<PathStep> steps;
         error = WalkPath(outItem.path, steps, outItem.status);
@@ -93,7 +113,9 @@ int RecordPath(const std::string& inPath, FoundItem& outItem) {
 
 // Looks at one path for the item. 0 or an errno; ENOENT when something else is there.
 int LookAt(const std::string& inPath, const os::ItemIdentity& inItem, FoundItem& outItem) {
-    const int error = os::GetPathStatus(inPath.c_str(), outItem.status);
+    // A descriptor's path is a link to what has no other.
+    const int error = IsDescriptorPath(inPath) ? os::GetTargetStatus(inPath.c_str(), outItem.status)
+                                               : os::GetPathStatus(inPath.c_str(), outItem.status);
     if (error != 0) return error;
     if (!outItem.status.identity.IsSameItem(inItem)) return ENOENT;
     outItem.path = inPath;

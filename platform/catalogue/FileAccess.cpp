@@ -1,6 +1,7 @@
 #include "catalogue/FileAccess.h"
 
 #include "catalogue/Catalogue.h"
+#include "catalogue/DescriptorPaths.h"
 #include "status/StatusOfErrno.h"
 
 #include <cerrno>
@@ -20,8 +21,10 @@ OSStatus StatusOfKind(os::ItemKind inKind) {
 
 // Opens the item where it was found; fnfErr when something else is there meanwhile.
 OSStatus OpenFound(const std::string& inPath, const os::ItemIdentity& inItem, os::Descriptor& outFile) {
+    // The path of a descriptor is itself a link, to what is open there.
+    const int itemFlags = IsDescriptorPath(inPath) ? os::kItemItself & ~O_NOFOLLOW : os::kItemItself;
     os::Descriptor file;
-    int error = os::OpenFile(inPath.c_str(), O_RDONLY | os::kItemItself, file);
+    int error = os::OpenFile(inPath.c_str(), O_RDONLY | itemFlags, file);
     if (error != 0) return error == ELOOP ? static_cast<OSStatus>(fnfErr) : StatusOfErrno(error);
     os::ItemStatus opened;
     error = os::GetDescriptorStatus(file.Number(), opened);

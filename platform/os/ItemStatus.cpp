@@ -45,6 +45,10 @@ int GetPathStatus(const char* inPath, ItemStatus& outStatus) {
     return GetStatus(AT_FDCWD, inPath, AT_SYMLINK_NOFOLLOW, outStatus);
 }
 
+int GetTargetStatus(const char* inPath, ItemStatus& outStatus) {
+    return GetStatus(AT_FDCWD, inPath, 0, outStatus);
+}
+
 int GetDescriptorStatus(int inDescriptor, ItemStatus& outStatus) {
     return GetStatus(inDescriptor, "", AT_EMPTY_PATH, outStatus);
 }

@@ -35,8 +35,9 @@ struct ItemStatus {
     std::int64_t changeNanos = 0;  // when contents were last changed, since 1970
 };
 
-// Both answer 0 or an errno. A link at the end of the path is not followed.
+// All answer 0 or an errno. Only the second follows a link at the end of the path.
 [[nodiscard]] int GetPathStatus(const char* inPath, ItemStatus& outStatus);
+[[nodiscard]] int GetTargetStatus(const char* inPath, ItemStatus& outStatus);
 [[nodiscard]] int GetDescriptorStatus(int inDescriptor, ItemStatus& outStatus);
 
 }  // namespace toolbox::os
