@@ -4,7 +4,7 @@
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 # What the libraries and the command line are built with.
-BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libavcodec-dev libavformat-dev libicu-dev libplist-dev libcli11-dev
+BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libavcodec-dev libavformat-dev libicu-dev libplist-dev
     nlohmann-json3-dev)
 # What the tests need beyond that. The second line is for the 32-bit big-endian run, the third for Java.
 TEST_PACKAGES=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev ffmpeg python3 git mandoc perl locales

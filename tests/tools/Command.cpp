@@ -89,6 +89,43 @@ Command::~Command() {
     }
     CloseIfOpen(mOut);
     CloseIfOpen(mErr);
+    if (mWriter > 0) {
+        kill(mWriter, SIGKILL);
+        waitpid(mWriter, nullptr, 0);
+    }
+}
+
+int Command::OpenPipeOf(const std::string& inText) {
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(0, pipe(ends));
+    mWriter = fork();
+    if (mWriter == 0) {
+        close(ends[0]);
+        std::size_t written = 0;
+        while (written < inText.size()) {
+            const ssize_t count = write(ends[1], inText.data() + written, inText.size() - written);
+            if (count <= 0) _exit(1);
+            written += static_cast<std::size_t>(count);
+        }
+        _exit(0);
+    }
+    CloseIfOpen(ends[1]);
+    return ends[0];
+}
+
+int Command::OpenInput(int inErr) {
+    if (typed) {
+        EXPECT_EQ(Stream::kTerminal, err);
+        EXPECT_EQ(static_cast<ssize_t>(typed->size()), write(mErr, typed->data(), typed->size()));
+        return dup(inErr);
+    }
+    if (inText) return OpenPipeOf(*inText);
+    const int descriptor = open(inPath.empty() ? "/dev/null" : inPath.c_str(), O_RDONLY);
+    EXPECT_GE(descriptor, 0) << inPath;
+    if (inOffset != 0) {
+        EXPECT_EQ(inOffset, lseek(descriptor, inOffset, SEEK_SET));
+    }
+    return descriptor;
 }
 
 int Command::OpenStream(Stream inStream, int& outReadEnd) {
@@ -112,9 +149,8 @@ int Command::OpenStream(Stream inStream, int& outReadEnd) {
     return ends[1];
 }
 
-void Command::Become(int inOut, int inErr) {
-    const int in = open("/dev/null", O_RDONLY);
-    dup2(in, STDIN_FILENO);
+void Command::Become(int inIn, int inOut, int inErr) {
+    dup2(inIn, STDIN_FILENO);
     inErr >= 0 ? dup2(inErr, STDERR_FILENO) : close(STDERR_FILENO);
     inOut >= 0 ? dup2(inOut, STDOUT_FILENO) : close(STDOUT_FILENO);
     for (int descriptor = STDERR_FILENO + 1; descriptor < 64; ++descriptor) {
@@ -159,15 +195,17 @@ void Command::Start() {
     if (outPath.empty()) {
         outEnd = OpenStream(out, mOut);
     } else {
-        outEnd = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+        outEnd = open(outPath.c_str(), outFlags, 0666);
         ASSERT_GE(outEnd, 0) << outPath;
     }
     int errEnd = OpenStream(err, mErr);
+    int inEnd = OpenInput(errEnd);
     mProcess = fork();
     ASSERT_GE(mProcess, 0);
     if (mProcess == 0) {
-        Become(outEnd, errEnd);
+        Become(inEnd, outEnd, errEnd);
     }
+    CloseIfOpen(inEnd);
     CloseIfOpen(outEnd);
     CloseIfOpen(errEnd);
 }
@@ -182,6 +220,12 @@ bool Command::IsRunning() {
 int Command::WaitingByteCount() const {
     int count = 0;
     EXPECT_EQ(0, ioctl(mOut, FIONREAD, &count));
+    return count;
+}
+
+int Command::WaitingErrorByteCount() const {
+    int count = 0;
+    EXPECT_EQ(0, ioctl(mErr, FIONREAD, &count));
     return count;
 }
 

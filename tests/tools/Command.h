@@ -2,9 +2,11 @@
 // test's choice.
 #pragma once
 
+#include <fcntl.h>
 #include <sys/types.h>
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -55,8 +57,13 @@ class Command {
     std::vector<std::string> arguments;
     std::string folder;                    // to run in, when not empty
     std::vector<std::string> environment;  // "NAME=value", added
+    std::string inPath;                // standard input is this file, else nothing,
+    off_t inOffset = 0;                // from here on,
+    std::optional<std::string> inText;  // or a pipe with these bytes,
+    std::optional<std::string> typed;  // or the terminal of standard error, where this is typed
     Stream out = Stream::kCaptured;
     std::string outPath;  // standard output goes to this file instead
+    int outFlags = O_WRONLY | O_CREAT | O_TRUNC;
     Stream err = Stream::kCaptured;
     unsigned short terminalColumnCount = 0;  // 0: the terminal does not tell
     long fileSizeLimitBytes = -1;
@@ -67,16 +74,20 @@ class Command {
     bool IsRunning();
     // Bytes that wait in the pipe of standard output.
     int WaitingByteCount() const;
+    int WaitingErrorByteCount() const;  // of standard error
     void Signal(int inSignal) const;
     // Reads what is left and waits; after two minutes the command is killed and a failure noted.
     Outcome Wait();
     Outcome Run();
 
   private:
-    [[noreturn]] void Become(int inOut, int inErr);
+    [[noreturn]] void Become(int inIn, int inOut, int inErr);
+    int OpenInput(int inErr);
+    int OpenPipeOf(const std::string& inText);
     int OpenStream(Stream inStream, int& outReadEnd);
 
     pid_t mProcess = -1;
+    pid_t mWriter = -1;
     int mOut = -1;
     int mErr = -1;
     bool mIsWaitedFor = false;

@@ -163,8 +163,7 @@ TEST(Convert, MissingAndUnreadableInputs) {
     std::filesystem::create_symlink("loop", folder.Path("loop"));
     std::filesystem::create_symlink("nowhere", folder.Path("dangling"));
     WriteFile(folder.Path("file"), "x");
-    ASSERT_EQ(0, mkfifo(folder.Path("pipe").c_str(), 0600));
-    for (const char* name : {"none.m4a", "none/none.m4a", "loop", "dangling", "file/in", "pipe", "."}) {
+    for (const char* name : {"none.m4a", "none/none.m4a", "loop", "dangling", "file/in", "."}) {
         const Outcome outcome = RunTool({folder.Path(name), folder.Path("out.wav")});
         EXPECT_EQ(EX_NOINPUT, outcome.exitCode) << name;
         EXPECT_TRUE(IsOneMessage(outcome.err, folder.Path(name)));
@@ -172,6 +171,9 @@ TEST(Convert, MissingAndUnreadableInputs) {
     EXPECT_FALSE(std::filesystem::exists(folder.Path("out.wav")));
     EXPECT_THAT(RunTool({folder.Path("."), "-"}).err, HasSubstr("is a folder"));
     EXPECT_THAT(RunTool({folder.Path("none"), "-"}).err, HasSubstr("No such file"));
+    const Outcome device = RunTool({"/dev/null", "-"});
+    EXPECT_EQ(EX_NOINPUT, device.exitCode);
+    EXPECT_TRUE(IsOneMessage(device.err, "/dev/null"));
 }
 
 TEST(Convert, PermissionsAreTold) {
@@ -300,14 +302,13 @@ TEST(Convert, ReplacesAWAVFileButNothingElse) {
     EXPECT_EQ(EX_OK, RunTool({Fixture(kTone), folder.Path("out.wav")}).exitCode);
     EXPECT_EQ(176444u, std::filesystem::file_size(folder.Path("out.wav")));
 
-    // Two songs where one and a folder were meant.
-    std::filesystem::copy(Fixture("tone-8000-mono.m4a"), folder.Path("second.m4a"));
-    const Outcome outcome = RunTool({Fixture(kTone), folder.Path("second.m4a")});
+    WriteFile(folder.Path("thesis"), "words");
+    const Outcome outcome = RunTool({Fixture(kTone), folder.Path("thesis")});
     EXPECT_EQ(EX_CANTCREAT, outcome.exitCode);
-    EXPECT_TRUE(IsOneMessage(outcome.err, folder.Path("second.m4a")));
-    EXPECT_EQ(ReadFile(Fixture("tone-8000-mono.m4a")), ReadFile(folder.Path("second.m4a")));
-    EXPECT_EQ(EX_OK, RunTool({"--force", Fixture(kTone), folder.Path("second.m4a")}).exitCode);
-    EXPECT_EQ(176444u, std::filesystem::file_size(folder.Path("second.m4a")));
+    EXPECT_TRUE(IsOneMessage(outcome.err, folder.Path("thesis")));
+    EXPECT_EQ("words", ReadFile(folder.Path("thesis")));
+    EXPECT_EQ(EX_OK, RunTool({"--force", Fixture(kTone), folder.Path("thesis")}).exitCode);
+    EXPECT_EQ(176444u, std::filesystem::file_size(folder.Path("thesis")));
 }
 
 TEST(Convert, OutputsThatCannotBe) {
@@ -320,7 +321,6 @@ TEST(Convert, OutputsThatCannotBe) {
     // A folder where the file would be.
     std::filesystem::create_directory(folder.Path("tone-44100-stereo.wav"));
     EXPECT_EQ(EX_CANTCREAT, RunTool({Fixture(kTone), folder.Path()}).exitCode);
-    EXPECT_EQ(EX_USAGE, RunTool({"-", folder.Path("out.wav")}).exitCode);
 }
 
 TEST(Convert, AFullDiskLeavesNothingBehind) {

@@ -1,11 +1,8 @@
 #include "Options.h"
 
-#include "Command.h"
 #include "Failure.h"
 
 #include <gtest/gtest.h>
-
-#include <filesystem>
 
 namespace {
 
@@ -13,11 +10,8 @@ using tool::Failure;
 using tool::Options;
 using tool::ReadOptions;
 using tool::Task;
-using tool::WAVName;
-using tools_test::TemporaryFolder;
-using tools_test::WriteFile;
 
-Options Read(std::vector<std::string> inArguments) {
+Options Read(const std::vector<std::string>& inArguments) {
     std::vector<const char*> pointers{"aac2wav"};
     for (const std::string& argument : inArguments) {
         pointers.push_back(argument.c_str());
@@ -27,9 +21,9 @@ Options Read(std::vector<std::string> inArguments) {
     return options;
 }
 
-int Refusal(std::vector<std::string> inArguments) {
+int Refusal(const std::vector<std::string>& inArguments) {
     try {
-        Read(std::move(inArguments));
+        Read(inArguments);
     } catch (const Failure& failure) {
         EXPECT_STRNE("", failure.what());
         return failure.ExitCode();
@@ -37,46 +31,54 @@ int Refusal(std::vector<std::string> inArguments) {
     return EX_OK;
 }
 
-TEST(WAVName, ReplacesTheExtension) {
-    EXPECT_EQ("song.wav", WAVName("song.m4a", ""));
-    EXPECT_EQ("song.wav", WAVName("/music/song.AAC", ""));
-    EXPECT_EQ("out/song.one.wav", WAVName("a/song.one.mp4", "out/"));
-    EXPECT_EQ("song.wav", WAVName("song.12345", ""));
-}
-
-TEST(WAVName, KeepsWhatIsNoExtension) {
-    EXPECT_EQ("song.wav", WAVName("song", ""));
-    EXPECT_EQ("song..wav", WAVName("song.", ""));
-    EXPECT_EQ(".hidden.wav", WAVName(".hidden", ""));
-    EXPECT_EQ("Mr. Blue.wav", WAVName("Mr. Blue", ""));
-    EXPECT_EQ("song.123456.wav", WAVName("song.123456", ""));
-    EXPECT_EQ("song.\xC3\xA4.wav", WAVName("song.\xC3\xA4", ""));
-    EXPECT_EQ("song.wav", WAVName("folder.d/song", ""));
+std::string RefusalText(const std::vector<std::string>& inArguments) {
+    try {
+        Read(inArguments);
+    } catch (const Failure& failure) {
+        return failure.what();
+    }
+    return "";
 }
 
 TEST(ReadOptions, Defaults) {
     const Options options = Read({"song.m4a", "-"});
     EXPECT_EQ(Task::kConvert, options.task);
+    EXPECT_FALSE(options.output);
     EXPECT_FALSE(options.hasWindow);
+    EXPECT_FALSE(options.HasCut());
+    EXPECT_FALSE(options.IsHeaderless());
     EXPECT_FALSE(options.isRF64);
+    EXPECT_FALSE(options.isRaw);
     EXPECT_FALSE(options.isJSON);
     EXPECT_FALSE(options.isQuiet);
     EXPECT_FALSE(options.keepsGoing);
     EXPECT_FALSE(options.replacesAnything);
-    ASSERT_EQ(1u, options.jobs.size());
-    EXPECT_EQ("song.m4a", options.jobs[0].input);
-    EXPECT_EQ("-", options.jobs[0].output);
+    EXPECT_FALSE(options.skipsExisting);
+    EXPECT_FALSE(options.isRecursive);
+    EXPECT_FALSE(options.keepsTime);
+    EXPECT_FALSE(options.isSynced);
+    EXPECT_EQ(std::int64_t{4} << 30, options.spoolLimitBytes);
+    EXPECT_EQ((std::vector<std::string>{"song.m4a", "-"}), options.names);
 }
 
 TEST(ReadOptions, EveryFlag) {
     EXPECT_TRUE(Read({"--rf64", "a", "b"}).isRF64);
+    EXPECT_TRUE(Read({"--raw", "a", "b"}).isRaw);
     EXPECT_TRUE(Read({"--keep-going", "a", "b"}).keepsGoing);
     EXPECT_TRUE(Read({"--force", "a", "b"}).replacesAnything);
+    EXPECT_TRUE(Read({"--no-clobber", "a", "b"}).skipsExisting);
+    EXPECT_TRUE(Read({"--recursive", "a", "b"}).isRecursive);
+    EXPECT_TRUE(Read({"-r", "a", "b"}).isRecursive);
+    EXPECT_TRUE(Read({"--preserve", "a", "b"}).keepsTime);
+    EXPECT_TRUE(Read({"--sync", "a", "b"}).isSynced);
     EXPECT_TRUE(Read({"--quiet", "a", "b"}).isQuiet);
     EXPECT_TRUE(Read({"-q", "a", "b"}).isQuiet);
     EXPECT_EQ(Task::kLength, Read({"--length", "a"}).task);
     EXPECT_EQ(Task::kProbe, Read({"--probe", "a"}).task);
     EXPECT_TRUE(Read({"--probe", "--json", "a"}).isJSON);
+    EXPECT_TRUE(Read({"--json", "a"}).isJSON);
+    EXPECT_EQ("b", Read({"-o", "b", "a"}).output);
+    EXPECT_EQ("b", Read({"a", "--output=b"}).output);
 }
 
 TEST(ReadOptions, WindowIs64Bit) {
@@ -84,7 +86,9 @@ TEST(ReadOptions, WindowIs64Bit) {
     EXPECT_TRUE(options.hasWindow);
     EXPECT_EQ(5000000000, options.startBytes);
     EXPECT_EQ(9223372036854775807, options.durationBytes);
+    EXPECT_TRUE(options.IsHeaderless());
     EXPECT_TRUE(Read({"--start", "0", "a", "b"}).hasWindow);
+    EXPECT_FALSE(Read({"--start", "0", "a", "b"}).IsHeaderless());
     EXPECT_EQ(-1, Read({"--duration", "-1", "a", "b"}).durationBytes);
     EXPECT_EQ(-1, Read({"--duration=-1", "a", "b"}).durationBytes);
 }
@@ -98,78 +102,79 @@ TEST(ReadOptions, RefusesWindowsThatAreNone) {
     EXPECT_EQ(EX_USAGE, Refusal({"a", "b", "--start"}));
 }
 
-TEST(ReadOptions, RefusesWhatMakesNoSense) {
-    EXPECT_EQ(EX_USAGE, Refusal({}));
-    EXPECT_EQ(EX_USAGE, Refusal({"--nonsense", "a"}));
-    EXPECT_EQ(EX_USAGE, Refusal({"-x", "a"}));
-    EXPECT_EQ(EX_USAGE, Refusal({"", "b"}));
-    EXPECT_EQ(EX_USAGE, Refusal({"a", ""}));
-    EXPECT_EQ(EX_USAGE, Refusal({"--length", "a", "b"}));
-    EXPECT_EQ(EX_USAGE, Refusal({"--length", "--probe", "a"}));
-    EXPECT_EQ(EX_USAGE, Refusal({"--json", "a"}));
-    EXPECT_EQ(EX_USAGE, Refusal({"--json", "--length", "a"}));
-    EXPECT_EQ(EX_USAGE, Refusal({"--length", "--start", "1", "a"}));
-    EXPECT_EQ(EX_USAGE, Refusal({"--probe", "--duration", "1", "a"}));
-    EXPECT_EQ(EX_USAGE, Refusal({"--rf64", "--start", "1", "a", "b"}));
+TEST(ReadOptions, TimesAreRead) {
+    const Options options = Read({"--from", "1:30", "--to", "44100f", "a", "b"});
+    EXPECT_TRUE(options.HasCut());
+    EXPECT_EQ(90 * 8000, options.from->Frames(8000));
+    EXPECT_EQ(44100, options.to->Frames(8000));
+    EXPECT_EQ(4000, Read({"--for", "0.5", "a", "b"}).cutLength->Frames(8000));
+    for (const char* option : {"--from", "--to", "--for"}) {
+        EXPECT_EQ(EX_USAGE, Refusal({option, "soon", "a", "b"})) << option;
+        EXPECT_EQ(EX_USAGE, Refusal({option, "-1", "a", "b"})) << option;
+    }
 }
 
-TEST(ReadOptions, OutputIsBesideTheInputWhenLeftOut) {
-    EXPECT_EQ("/music/song.wav", Read({"/music/song.m4a"}).jobs[0].output);
-    EXPECT_EQ("song.wav", Read({"song.m4a"}).jobs[0].output);
+TEST(ReadOptions, SpoolLimitTakesUnits) {
+    EXPECT_EQ(0, Read({"--spool-limit", "0", "a", "b"}).spoolLimitBytes);
+    EXPECT_EQ(1000, Read({"--spool-limit", "1000", "a", "b"}).spoolLimitBytes);
+    EXPECT_EQ(3 << 10, Read({"--spool-limit", "3K", "a", "b"}).spoolLimitBytes);
+    EXPECT_EQ(3 << 20, Read({"--spool-limit", "3M", "a", "b"}).spoolLimitBytes);
+    EXPECT_EQ(std::int64_t{3} << 30, Read({"--spool-limit", "3G", "a", "b"}).spoolLimitBytes);
+    EXPECT_EQ(std::int64_t{8388607} << 40, Read({"--spool-limit", "8388607T", "a", "b"}).spoolLimitBytes);
+    for (const char* text : {"", "-1", "G", "1.5G", "3KB", "8388608T", "9223372036854775808"}) {
+        EXPECT_EQ(EX_USAGE, Refusal({"--spool-limit", text, "a", "b"})) << text;
+    }
+}
+
+TEST(ReadOptions, RefusesWhatMakesNoSense) {
+    const std::vector<std::vector<std::string>> lines = {
+        {},
+        {"--nonsense", "a"},
+        {"-x", "a"},
+        {"", "b"},
+        {"a", ""},
+        {"-o", "", "a"},
+        {"--length", "a", "b"},
+        {"--length", "--recursive", "a"},
+        {"--length", "--probe", "a"},
+        {"--json", "--length", "a"},
+        {"--length", "--start", "1", "a"},
+        {"--probe", "--duration", "1", "a"},
+        {"--rf64", "--start", "1", "a", "b"},
+        {"--raw", "--start", "1", "a", "b"},
+        {"--raw", "--rf64", "a", "b"},
+        {"--from", "1", "--start", "1", "a", "b"},
+        {"--to", "1", "--duration", "1", "a", "b"},
+        {"--to", "1", "--for", "1", "a", "b"},
+        {"--force", "--no-clobber", "a", "b"},
+        {"-o", "b", "--length", "a"},
+        {"-o", "b", "--probe", "a"},
+        {"-o", "b", "-o", "c", "a"},
+        {"--start", "1", "--start", "2", "a", "b"},
+        {"--json=3", "a", "b"},
+    };
+    for (const std::vector<std::string>& line : lines) {
+        EXPECT_EQ(EX_USAGE, Refusal(line)) << testing::PrintToString(line);
+    }
+}
+
+TEST(ReadOptions, TellsInWordsWhatIsWrong) {
+    EXPECT_EQ("--start is given twice (see aac2wav --help)",
+              RefusalText({"--start", "1", "--start", "2", "a", "b"}));
+    EXPECT_EQ("--json takes no value (see aac2wav --help)", RefusalText({"--json=3", "a"}));
+    EXPECT_EQ("--start needs BYTES (see aac2wav --help)", RefusalText({"a", "--start"}));
+    EXPECT_EQ("name a file to convert (see aac2wav --help)", RefusalText({"-o", "b"}));
 }
 
 TEST(ReadOptions, LeadingDashIsANameAfterTwoDashes) {
-    const Options options = Read({"--", "-q", "--length"});
-    EXPECT_EQ("-q", options.jobs[0].input);
-    EXPECT_EQ("--length", options.jobs[0].output);
-}
-
-TEST(ReadOptions, FolderTakesEachUnderItsName) {
-    const TemporaryFolder folder;
-    const Options one = Read({"a/x.m4a", folder.Path()});
-    EXPECT_EQ(folder.Path("x.wav"), one.jobs.at(0).output);
-    const Options two = Read({"a/x.m4a", "y.m4a", folder.Path() + "/"});
-    ASSERT_EQ(2u, two.jobs.size());
-    EXPECT_EQ("y.m4a", two.jobs[1].input);
-    EXPECT_EQ("y.wav", std::filesystem::path(two.jobs[1].output).filename());
-}
-
-TEST(ReadOptions, SeveralInputsNeedAFolder) {
-    const TemporaryFolder folder;
-    WriteFile(folder.Path("file"), "");
-    EXPECT_EQ(EX_USAGE, Refusal({"a", "b", folder.Path("file")}));
-    EXPECT_EQ(EX_USAGE, Refusal({"a", "b", "-"}));
-    EXPECT_EQ(EX_CANTCREAT, Refusal({"a", "b", folder.Path("missing")}));
-}
-
-TEST(ReadOptions, NoOutputIsAnInput) {
-    const TemporaryFolder folder;
-    const std::string song = folder.Path("song.wav");
-    WriteFile(song, "x");
-    std::filesystem::create_symlink(song, folder.Path("link"));
-    std::filesystem::create_hard_link(song, folder.Path("twin.wav"));
-    EXPECT_EQ(EX_USAGE, Refusal({song}));
-    EXPECT_EQ(EX_USAGE, Refusal({song, song}));
-    EXPECT_EQ(EX_USAGE, Refusal({song, folder.Path("link")}));
-    EXPECT_EQ(EX_USAGE, Refusal({song, folder.Path("twin.wav")}));
-    EXPECT_EQ(EX_USAGE, Refusal({song, folder.Path()}));
-    // The second would be made of the first, which is itself an input.
-    EXPECT_EQ(EX_USAGE, Refusal({"elsewhere/song.m4a", song, folder.Path()}));
-    EXPECT_EQ("song.wav",
-              std::filesystem::path(Read({"elsewhere/song.m4a", folder.Path()}).jobs[0].output).filename());
-}
-
-TEST(ReadOptions, NoTwoInputsMakeOneOutput) {
-    const TemporaryFolder folder;
-    EXPECT_EQ(EX_USAGE, Refusal({"a/song.m4a", "b/song.m4a", folder.Path()}));
-    EXPECT_EQ(EX_USAGE, Refusal({"song.m4a", "song.aac", folder.Path()}));
+    EXPECT_EQ((std::vector<std::string>{"-q", "--length"}), Read({"--", "-q", "--length"}).names);
 }
 
 // The name of a file that begins with a dash is what an unknown option often is.
 TEST(Options, TellsWhichArgumentIsNoOption) {
-    const auto subject = [](std::vector<std::string> inArguments) {
+    const auto subject = [](const std::vector<std::string>& inArguments) {
         try {
-            Read(std::move(inArguments));
+            Read(inArguments);
         } catch (const Failure& failure) {
             EXPECT_EQ("no such option (a file of that name: ./" + failure.Subject() + ")", failure.what());
             return failure.Subject();

@@ -38,7 +38,7 @@ constexpr char kWAV[] = "RIFF\0\0\0\0WAVEfmt ";
 
 int Refusal(const std::string& inPath, Output::Replace inReplace = Output::Replace::kSoundOnly) {
     try {
-        const Output output(inPath, inReplace);
+        const Output output(inPath, {inReplace});
     } catch (const Failure& failure) {
         EXPECT_EQ(inPath, failure.Subject());
         return failure.ExitCode();
@@ -48,7 +48,7 @@ int Refusal(const std::string& inPath, Output::Replace inReplace = Output::Repla
 
 std::string RefusalText(const std::string& inPath, Output::Replace inReplace) {
     try {
-        const Output output(inPath, inReplace);
+        const Output output(inPath, {inReplace});
     } catch (const Failure& failure) {
         EXPECT_EQ(EX_CANTCREAT, failure.ExitCode());
         EXPECT_EQ(inPath, failure.Subject());
@@ -77,7 +77,7 @@ TEST(Output, AppearsOnlyWhenCommitted) {
     const TemporaryFolder folder;
     const std::string path = folder.Path("out.wav");
     {
-        Output output(path, Output::Replace::kSoundOnly);
+        Output output(path, {Output::Replace::kSoundOnly});
         output.Write("abc", 3);
         output.Write("", 0);
         output.Write("de", 2);
@@ -92,7 +92,7 @@ TEST(Output, AppearsOnlyWhenCommitted) {
 TEST(Output, LeavesNothingWithoutCommit) {
     const TemporaryFolder folder;
     {
-        Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+        Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
         output.Write("abc", 3);
         EXPECT_EQ(1u, folder.Names().size());
     }
@@ -104,7 +104,7 @@ TEST(Output, OldFileStaysWithoutCommit) {
     const std::string old(kWAV, sizeof kWAV);
     WriteFile(folder.Path("out.wav"), old);
     {
-        Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+        Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
         output.Write("abc", 3);
     }
     EXPECT_EQ(old, ReadFile(folder.Path("out.wav")));
@@ -116,7 +116,7 @@ TEST(Output, ReplacesAWAVFileAndKeepsItsPermissions) {
     const std::string path = folder.Path("out.wav");
     WriteFile(path, std::string(kWAV, sizeof kWAV));
     std::filesystem::permissions(path, std::filesystem::perms(0640));
-    Output output(path, Output::Replace::kSoundOnly);
+    Output output(path, {Output::Replace::kSoundOnly});
     output.Write("abc", 3);
     output.Commit();
     EXPECT_EQ("abc", ReadFile(path));
@@ -150,7 +150,7 @@ TEST(Output, RefusesToReplaceAnythingElse) {
 TEST(Output, NewFileHasThePermissionsOfTheUmask) {
     const TemporaryFolder folder;
     const mode_t old = umask(027);
-    Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+    Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
     output.Commit();
     umask(old);
     EXPECT_EQ(mode_t{0640}, ModeOf(folder.Path("out.wav")));
@@ -161,7 +161,7 @@ TEST(Output, FollowsALink) {
     std::filesystem::create_directory(folder.Path("there"));
     WriteFile(folder.Path("there/old.wav"), "");
     std::filesystem::create_symlink("there/old.wav", folder.Path("link.wav"));
-    Output output(folder.Path("link.wav"), Output::Replace::kSoundOnly);
+    Output output(folder.Path("link.wav"), {Output::Replace::kSoundOnly});
     output.Write("abc", 3);
     output.Commit();
     EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("link.wav")));
@@ -173,7 +173,7 @@ TEST(Output, FollowsALinkToWhereNothingIsYet) {
     std::filesystem::create_directory(folder.Path("there"));
     std::filesystem::create_symlink("there/next.wav", folder.Path("link.wav"));
     std::filesystem::create_symlink(folder.Path("there/new.wav"), folder.Path("there/next.wav"));
-    Output output(folder.Path("link.wav"), Output::Replace::kSoundOnly);
+    Output output(folder.Path("link.wav"), {Output::Replace::kSoundOnly});
     output.Write("abc", 3);
     output.Commit();
     EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("link.wav")));
@@ -213,7 +213,7 @@ TEST(Output, TellsWhyItCannotLookAtAnOldFile) {
 void ExpectAppearedFileStays() {
     const TemporaryFolder folder;
     const std::string path = folder.Path("out.wav");
-    Output output(path, Output::Replace::kSoundOnly);
+    Output output(path, {Output::Replace::kSoundOnly});
     output.Write("abc", 3);
     WriteFile(path, "another's");
     EXPECT_EQ("appeared meanwhile; --force replaces it", CommitRefusal(output));
@@ -222,7 +222,7 @@ void ExpectAppearedFileStays() {
 
 void ExpectNewFileIsMade() {
     const TemporaryFolder folder;
-    Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+    Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
     output.Write("abc", 3);
     output.Commit();
     EXPECT_EQ("abc", ReadFile(folder.Path("out.wav")));
@@ -236,7 +236,7 @@ TEST(Output, DoesNotReplaceWhatAppearedMeanwhile) {
 TEST(Output, ReplacesWhatAppearedMeanwhileWhenToldTo) {
     const TemporaryFolder folder;
     const std::string path = folder.Path("out.wav");
-    Output output(path, Output::Replace::kAnything);
+    Output output(path, {Output::Replace::kAnything});
     output.Write("abc", 3);
     WriteFile(path, "another's");
     output.Commit();
@@ -275,12 +275,12 @@ TEST(Output, GetsItsNameOnAnyFileSystem) {
 }
 
 TEST(Output, ADeviceIsWrittenDirectly) {
-    Output null("/dev/null", Output::Replace::kSoundOnly);
+    Output null("/dev/null", {Output::Replace::kSoundOnly});
     null.Write("abc", 3);
     null.Commit();
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 
-    Output full("/dev/full", Output::Replace::kSoundOnly);
+    Output full("/dev/full", {Output::Replace::kSoundOnly});
     try {
         full.Write("abc", 3);
         ADD_FAILURE() << "a full device took bytes";
@@ -303,7 +303,7 @@ TEST(Output, RefusesAFolderAndAMissingFolder) {
 TEST(Output, TakesTheLongestName) {
     const TemporaryFolder folder;
     const std::string name(255, 'n');
-    Output output(folder.Path(name), Output::Replace::kSoundOnly);
+    Output output(folder.Path(name), {Output::Replace::kSoundOnly});
     output.Commit();
     EXPECT_EQ(std::vector<std::string>{name}, folder.Names());
 }
@@ -314,7 +314,7 @@ TEST(Output, ASecondSignalRemovesTheUnfinishedFile) {
     const TemporaryFolder folder;
     const auto stop = [&folder](int inSignalCount) {
         tool::WatchSignals();
-        Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+        Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
         output.Write("abc", 3);
         for (int count = 0; count < inSignalCount; ++count) {
             std::raise(SIGTERM);
@@ -329,7 +329,7 @@ TEST(Output, ASecondSignalRemovesTheUnfinishedFile) {
 
 TEST(Output, TellsAFailedRename) {
     const TemporaryFolder folder;
-    Output output(folder.Path("out.wav"), Output::Replace::kSoundOnly);
+    Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
     std::filesystem::create_directory(folder.Path("out.wav"));
     try {
         output.Commit();

@@ -1,4 +1,4 @@
-#include "Probe.h"
+#include "Description.h"
 
 #include "Command.h"
 

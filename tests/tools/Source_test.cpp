@@ -1,5 +1,7 @@
 #include "Source.h"
 
+#include "Command.h"
+
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <toolbox/MacErrors.h>
@@ -26,21 +28,25 @@ TEST(FailureOf, TellsMemoryFromSound) {
     EXPECT_EQ("song.m4a", failure.Subject());
 }
 
-// The reason told was that of the file before, or "out of memory".
-TEST(OpenExporter, TellsOfAFileInNoFolder) {
-    EXPECT_THROW(static_cast<void>(tool::OpenExporter("/proc/self/exe")), Failure);
+// A file of no folder has a descriptor's path.
+TEST(OpenExporter, OpensAFileInNoFolder) {
+    const std::string bytes = tools_test::ReadFile(tools_test::Fixture("tone-8000-mono.m4a"));
     const int descriptor = memfd_create("sound", MFD_CLOEXEC);
-    ASSERT_LE(0, descriptor);
-    const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+    ASSERT_EQ(static_cast<ssize_t>(bytes.size()), write(descriptor, bytes.data(), bytes.size()));
+    const tool::Input input("/proc/self/fd/" + std::to_string(descriptor), 0, true);
+    EXPECT_EQ(8000, tool::FrameCountOf(*tool::OpenExporter(input, {})));
+    close(descriptor);
+}
+
+TEST(OpenExporter, TellsWhatIsNoSound) {
+    const tool::Input input("/proc/self/exe", 0, true);
     try {
-        static_cast<void>(tool::OpenExporter(path));
+        static_cast<void>(tool::OpenExporter(input, {}));
         ADD_FAILURE() << "it opened";
     } catch (const Failure& failure) {
-        EXPECT_EQ(EX_NOINPUT, failure.ExitCode());
-        EXPECT_EQ(path, failure.Subject());
-        EXPECT_STREQ("is in no folder", failure.what());
+        EXPECT_EQ(EX_DATAERR, failure.ExitCode());
+        EXPECT_EQ("/proc/self/exe", failure.Subject());
     }
-    close(descriptor);
 }
 
 std::string Refusal(OSStatus inStatus, const char* inFormatName) {

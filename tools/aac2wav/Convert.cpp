@@ -1,6 +1,8 @@
 #include "Convert.h"
 
+#include "Description.h"
 #include "Failure.h"
+#include "Input.h"
 #include "Output.h"
 #include "Progress.h"
 #include "Signals.h"
@@ -35,89 +37,168 @@ struct Delivery {
     }
 };
 
-// Length of the stream that the header announces. A window's frames are its duration's bytes taken as frames,
-// less 11.
-SInt64 AnnouncedBytes(const SegmentExporter& inExporter, const Options& inOptions) {
-    SInt64 frameCount = FrameCountOf(inExporter);
+// One conversion under way.
+struct Work {
+    const Job& job;
+    const Options& options;
+    const Session& session;
+    const Input& input;
+    Output::Manner manner;
+};
+
+// Frames that the header announces. Those of a window of bytes are its duration's bytes taken as frames, less
+// 11.
+SInt64 AnnouncedFrames(const SegmentExporter& inExporter, const Options& inOptions) {
+    const SInt64 frameCount = FrameCountOf(inExporter);
     if (inOptions.hasWindow && inOptions.durationBytes > 0) {
-        frameCount = std::min(frameCount, std::max<SInt64>(0, inOptions.durationBytes - 11));
+        return std::min(frameCount, std::max<SInt64>(0, inOptions.durationBytes - 11));
     }
-    return frameCount * kFrameBytes + kHeaderBytes;
+    return frameCount;
 }
 
-void CheckBeforeWriting(const MovieSoundReport& inReport, const Job& inJob, const Options& inOptions) {
-    RequireDecodable(inReport, inJob.input);
-    if (inReport.format == 0 && !inOptions.isQuiet) {
-        Say(inJob.input, "note: there is no sound in it; the WAV is silence");
+void CheckBeforeWriting(const SegmentExporter& inExporter, const Work& inWork) {
+    const MovieSoundReport report = ReportOf(inExporter);
+    RequireDecodable(report, inWork.input.Name());
+    if (report.format == 0 && !inWork.options.isQuiet) {
+        Say(inWork.input.Name(), "note: there is no sound in it; the output is silence");
+    }
+    if (inWork.options.soundTrack == 0 && !inWork.options.isQuiet) {
+        TellTakenTrack(inExporter, inWork.input.Name());
     }
 }
 
-Output::Replace ReplaceOf(const Options& inOptions) {
-    return inOptions.replacesAnything ? Output::Replace::kAnything : Output::Replace::kSoundOnly;
+void RequireWAVLength(SInt64 inByteCount, const Work& inWork) {
+    if (inByteCount <= std::numeric_limits<UInt32>::max()) return;
+    // Not every option goes with a header that counts further.
+    const char* const hint = inWork.options.hasWindow ? "" : "; --rf64 goes beyond";
+    throw Failure(
+        EX_DATAERR, inWork.input.Name(),
+        "the stream has " + std::to_string(inByteCount) + " bytes, a WAV header counts to 4 GiB" + hint);
 }
 
-int Finish(Output& ioOutput, const SegmentExporter& inExporter, const Job& inJob, const Options& inOptions) {
+void Finish(Output& ioOutput, const SegmentExporter& inExporter, SInt64 inFrameCount, const Work& inWork,
+            Ending& outEnding) {
+    const MovieSoundReport report = ReportOf(inExporter);
+    const bool isDamaged = TellDamage(report, inWork.input.Name(), inWork.options.isQuiet);
+    if (isDamaged && !inWork.options.keepsGoing) {
+        outEnding.exitCode = EX_DATAERR;
+        if (ioOutput.ReplacesWholeWAV()) {
+            throw Failure(EX_DATAERR, inWork.job.output,
+                          "is a whole WAV file and stays: the input is damaged (--keep-going replaces it)");
+        }
+    }
     ioOutput.Commit();
-    const bool isDamaged = TellDamage(ReportOf(inExporter), inJob.input, inOptions.isQuiet);
-    return isDamaged && !inOptions.keepsGoing ? EX_DATAERR : EX_OK;
+    if (inWork.options.keepsTime) {
+        ioOutput.SetTimes(inWork.input.Times());
+    }
+    if (inWork.options.isJSON) {
+        const Description description = {inWork.job.input,        report,
+                                         inExporter.SampleRate(), inFrameCount,
+                                         ioOutput.ByteCount(),    TracksOf(inExporter)};
+        Print(ConversionJSON(description, inWork.job.output));
+    }
 }
 
-int ConvertRIFF(const Job& inJob, const Options& inOptions) {
-    const auto exporter = OpenExporter(inJob.input);
-    CheckBeforeWriting(ReportOf(*exporter), inJob, inOptions);
-    const SInt64 announcedBytes = AnnouncedBytes(*exporter, inOptions);
-    if (announcedBytes > std::numeric_limits<UInt32>::max()) {
-        throw Failure(EX_DATAERR, inJob.input,
-                      "the stream has " + std::to_string(announcedBytes) +
-                          " bytes, a WAV header counts to 4 GiB; --rf64 goes beyond");
-    }
-    Output output(inJob.output, ReplaceOf(inOptions));
+// By the engine's own conversions, which know windows of bytes and headers of 44 bytes.
+void Push(const Work& inWork, Ending& outEnding) {
+    const Options& options = inWork.options;
+    const auto exporter = OpenExporter(inWork.input, options);
+    CheckBeforeWriting(*exporter, inWork);
+    const SInt64 frameCount = AnnouncedFrames(*exporter, options);
+    const SInt64 announcedBytes = frameCount * kFrameBytes + kHeaderBytes;
+    RequireWAVLength(announcedBytes, inWork);
+    Output output(inWork.job.output, inWork.manner);
     {
-        Delivery delivery{output, Progress(inJob.input, announcedBytes - inOptions.startBytes,
-                                           exporter->SampleRate() * kFrameBytes, inOptions.isQuiet)};
-        if (inOptions.hasWindow) {
+        Delivery delivery{
+            output, Progress(inWork.input.Name(), announcedBytes - options.startBytes,
+                             exporter->SampleRate() * kFrameBytes, options.isQuiet, inWork.session.Place())};
+        if (options.hasWindow) {
             ConvertWindow(*exporter, &delivery, Delivery::Deliver,
-                          Int64(static_cast<long long>(inOptions.startBytes)),
-                          Int64(static_cast<long long>(inOptions.durationBytes)));
+                          Int64(static_cast<long long>(options.startBytes)),
+                          Int64(static_cast<long long>(options.durationBytes)));
         } else {
             ConvertWhole(*exporter, &delivery, Delivery::Deliver);
         }
     }
-    return Finish(output, *exporter, inJob, inOptions);
+    Finish(output, *exporter, frameCount, inWork, outEnding);
 }
 
-int ConvertRF64(const Job& inJob, const Options& inOptions) {
-    const auto reader = OpenReader(inJob.input, WAVReader::Header::kRF64);
-    CheckBeforeWriting(ReportOf(reader->Exporter()), inJob, inOptions);
-    const SInt64 chunkBytes = reader->Exporter().SegmentFrames() * kFrameBytes;
-    std::vector<unsigned char> chunk(static_cast<std::size_t>(chunkBytes));
-    Output output(inJob.output, ReplaceOf(inOptions));
+// By the reader, which knows the rest.
+void Pull(const Work& inWork, Ending& outEnding) {
+    const Stream stream(inWork.input, inWork.options);
+    CheckBeforeWriting(stream.Exporter(), inWork);
+    if (!inWork.options.isRF64 && !inWork.options.isRaw) RequireWAVLength(stream.ByteCount(), inWork);
+    Output output(inWork.job.output, inWork.manner);
     {
-        Progress progress(inJob.input, reader->ByteCount(), chunkBytes, inOptions.isQuiet);
-        while (const std::size_t count = reader->Read(output.ByteCount(), chunk.data(), chunk.size())) {
-            output.Write(chunk.data(), count);
-            progress.Advance(static_cast<SInt64>(count));
-        }
+        Progress progress(inWork.input.Name(), stream.ByteCount(), stream.SecondBytes(),
+                          inWork.options.isQuiet, inWork.session.Place());
+        stream.Deliver([&](const void* inBytes, std::size_t inByteCount) {
+            output.Write(inBytes, inByteCount);
+            progress.Advance(static_cast<SInt64>(inByteCount));
+        });
     }
-    return Finish(output, reader->Exporter(), inJob, inOptions);
+    Finish(output, stream.Exporter(), stream.FrameCount(), inWork, outEnding);
+}
+
+bool IsSkipped(const Job& inJob, const Session& inSession) {
+    if (!inSession.options.skipsExisting || inJob.output == "-" || !IsTaken(inJob.output)) return false;
+    if (!inSession.options.isQuiet) Say(inJob.output, "note: exists, skipped");
+    if (inSession.options.isJSON) Print(SkippedJSON(inJob.input, inJob.output));
+    return true;
+}
+
+Output::Replace ReplaceOf(const Job& inJob, Session& ioSession) {
+    if (ioSession.options.replacesAnything) return Output::Replace::kAnything;
+    if (ioSession.options.skipsExisting) return Output::Replace::kNothing;
+    if (!inJob.isDerived) return Output::Replace::kSoundOnly;
+    if (!ioSession.question.MayAsk() || !IsTaken(inJob.output)) return Output::Replace::kNothing;
+    switch (ioSession.question.Ask(inJob.output)) {
+        case Question::Answer::kYes:
+            return Output::Replace::kThisFile;
+        case Question::Answer::kQuit:
+            throw Quit();
+        case Question::Answer::kNo:
+            break;
+    }
+    throw Failure(EX_CANTCREAT, inJob.output, "exists, and is kept");
+}
+
+Output::Manner MannerOf(const Job& inJob, Session& ioSession) {
+    Output::Manner manner;
+    manner.replace = ReplaceOf(inJob, ioSession);
+    manner.isHeaderless = ioSession.options.IsHeaderless();
+    manner.isSynced = ioSession.options.isSynced;
+    manner.makesFolders = inJob.makesFolders;
+    return manner;
 }
 
 }  // namespace
 
-int Convert(const Job& inJob, const Options& inOptions) {
+Ending Convert(const Job& inJob, Session& ioSession) {
+    const Options& options = ioSession.options;
+    RequireReadable(inJob.input);
+    if (IsSkipped(inJob, ioSession)) return {EX_OK, true};
+    // Before anything is read: a pipe can be long, and is empty afterwards.
+    const Output::Manner manner = MannerOf(inJob, ioSession);
+    Output::Check(inJob.output, manner);
+    const Input input(inJob.input, options.spoolLimitBytes, options.isQuiet);
+    const Work work{inJob, options, ioSession, input, manner};
+    Ending ending;
     try {
-        return inOptions.isRF64 ? ConvertRF64(inJob, inOptions) : ConvertRIFF(inJob, inOptions);
+        options.isRF64 || options.isRaw || options.HasCut() ? Pull(work, ending) : Push(work, ending);
     } catch (const LException& exception) {
-        throw FailureOf(exception, inJob.input);
+        throw FailureOf(exception, input.Name());
     }
+    return ending;
 }
 
-void PrintLength(const Job& inJob, const Options& inOptions) {
-    const auto header = inOptions.isRF64 ? WAVReader::Header::kRF64 : WAVReader::Header::kRIFF;
-    const auto reader = OpenReader(inJob.input, header);
-    RequireDecodable(ReportOf(reader->Exporter()), inJob.input);
-    const std::string line = std::to_string(reader->ByteCount()) + '\n';
-    WriteAll(STDOUT_FILENO, line.data(), line.size(), "standard output");
+Ending PrintLength(const Job& inJob, const Session& inSession) {
+    RequireReadable(inJob.input);
+    const Input input(inJob.input, inSession.options.spoolLimitBytes, inSession.options.isQuiet);
+    const Stream stream(input, inSession.options);
+    RequireDecodable(ReportOf(stream.Exporter()), input.Name());
+    Print(std::to_string(stream.ByteCount()) + '\n');
+    return {};
 }
 
 }  // namespace tool

@@ -1,16 +1,17 @@
 // One input, converted.
 #pragma once
 
-#include "Options.h"
+#include "Jobs.h"
+#include "Session.h"
 
 namespace tool {
 
-// 0, or EX_DATAERR when sound was lost to damage and the options do not say to keep going: the output is
-// whole and of the announced length all the same. Throws Failure or Interrupted, and nothing is then left
-// behind.
-int Convert(const Job& inJob, const Options& inOptions);
+// EX_OK, or EX_DATAERR when sound was lost to damage and the options do not say to keep going: the output is
+// whole and of the announced length all the same, unless it would have taken the place of a whole WAV file.
+// Throws Failure, Interrupted or Quit, and nothing is then left behind.
+Ending Convert(const Job& inJob, Session& ioSession);
 
 // Prints the length of the stream that a conversion would give, exact beyond 32 bits.
-void PrintLength(const Job& inJob, const Options& inOptions);
+Ending PrintLength(const Job& inJob, const Session& inSession);
 
 }  // namespace tool

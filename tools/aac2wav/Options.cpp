@@ -1,18 +1,12 @@
 #include "Options.h"
 
+#include "Arguments.h"
 #include "Failure.h"
 #include "Output.h"
-
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
-#include <map>
-#include <set>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -21,216 +15,166 @@ namespace tool {
 
 namespace {
 
-constexpr char kDescription[] =
-    "Converts AAC files, and any sound file that it can read, to WAV: 16-bit stereo at the file's own rate.";
-constexpr char kFooter[] =
-    "OUT is a file, a folder, or - for standard output; left out, each file is made beside its input.\n"
-    "Several inputs need a folder: aac2wav a.m4a b.m4a folder/";
+constexpr char kUsage[] =
+    "Usage: aac2wav [OPTIONS] IN [OUT]\n"
+    "       aac2wav [OPTIONS] IN... FOLDER\n"
+    "       aac2wav [OPTIONS] -o OUT IN...\n"
+    "Converts AAC files, and any sound file that it can read, to WAV: 16-bit stereo at the file's own "
+    "rate.\n\n"
+    "OUT is a file, a folder, or - for standard output; left out, each file is made beside its input, if\n"
+    "nothing has that name. IN may be - for standard input, which then goes to standard output.\n\n";
 
-bool IsFolder(const std::string& inPath) {
-    struct stat item {};
-    return ::stat(inPath.c_str(), &item) == 0 && S_ISDIR(item.st_mode);
+// The texts of the options that have values.
+struct Values {
+    std::optional<std::string> start;
+    std::optional<std::string> duration;
+    std::optional<std::string> from;
+    std::optional<std::string> to;
+    std::optional<std::string> cutLength;
+    std::optional<std::string> spoolLimit;
+    std::optional<std::string> track;
+};
+
+struct Switches {
+    bool isLength = false;
+    bool isProbe = false;
+    bool isHelp = false;
+    bool isVersion = false;
+};
+
+std::vector<ArgumentOption> TableOf(Options& outOptions, Values& outValues, Switches& outSwitches) {
+    return {
+        {'o', "output", "OUT", "Write there; every other name is an input", &outOptions.output},
+        {0, "from", "TIME", "Begin at this time: 90, 1:30.5, 1:02:03, or frames: 44100f", &outValues.from},
+        {0, "to", "TIME", "End before this time", &outValues.to},
+        {0, "for", "TIME", "End so long after the beginning", &outValues.cutLength},
+        {0, "start", "BYTES", "Begin at this byte of the stream", &outValues.start},
+        {0, "duration", "BYTES", "Bound the window of bytes; 0 or less: to the end", &outValues.duration},
+        {0, "track", "N", "Take this of the file's sound tracks, counted from 1", &outValues.track},
+        {0, "raw", nullptr, "Write samples only, no header", &outOptions.isRaw},
+        {0, "rf64", nullptr, "Write an RF64 header, which counts beyond 4 GiB", &outOptions.isRF64},
+        {0, "length", nullptr, "Print the stream's length in bytes; decode nothing", &outSwitches.isLength},
+        {0, "probe", nullptr, "Decode everything and describe it; write nothing", &outSwitches.isProbe},
+        {0, "json", nullptr, "Print one JSON object for each file, on its own line", &outOptions.isJSON},
+        {'r', "recursive", nullptr, "Take folders as inputs: all the sound files in them",
+         &outOptions.isRecursive},
+        {0, "force", nullptr, "Replace whatever has the output's name", &outOptions.replacesAnything},
+        {0, "no-clobber", nullptr, "Skip what has its output already", &outOptions.skipsExisting},
+        {0, "keep-going", nullptr, "Damage in an input is no failure", &outOptions.keepsGoing},
+        {0, "preserve", nullptr, "Give the output the time of the input", &outOptions.keepsTime},
+        {0, "sync", nullptr, "Wait until the disk has the output", &outOptions.isSynced},
+        {0, "spool-limit", "BYTES", "Take so much from a pipe (4G unless told)", &outValues.spoolLimit},
+        {'q', "quiet", nullptr, "Print errors only", &outOptions.isQuiet},
+        {'V', "version", nullptr, "Print the version and exit", &outSwitches.isVersion, true},
+        {'h', "help", nullptr, "Print this help and exit", &outSwitches.isHelp, true},
+    };
 }
 
-bool Exists(const std::string& inPath) {
-    struct stat item {};
-    return ::stat(inPath.c_str(), &item) == 0;
-}
-
-std::string FolderOf(const std::string& inPath) {
-    const std::size_t slash = inPath.rfind('/');
-    return slash == std::string::npos ? std::string() : inPath.substr(0, slash + 1);
-}
-
-std::string AsFolder(const std::string& inPath) {
-    return inPath.back() == '/' ? inPath : inPath + '/';
-}
-
-// Inputs and their outputs from the names given, the last being the output when there are two or more.
-std::vector<Job> PlanConversions(std::vector<std::string> inNames) {
-    std::vector<Job> jobs;
-    if (inNames.size() == 1) {
-        jobs.push_back({inNames[0], WAVName(inNames[0], FolderOf(inNames[0]))});
-        return jobs;
-    }
-    const std::string output = inNames.back();
-    inNames.pop_back();
-    if (IsFolder(output)) {
-        for (const std::string& input : inNames) {
-            jobs.push_back({input, WAVName(input, AsFolder(output))});
-        }
-        return jobs;
-    }
-    if (inNames.size() > 1) {
-        throw Exists(output) || output == "-"
-            ? Failure(EX_USAGE, output, "is no folder; several inputs need one")
-            : Failure(EX_CANTCREAT, output, "no such folder");
-    }
-    jobs.push_back({inNames[0], output});
-    return jobs;
-}
-
-// No output may be an input or another output: nothing is lost by a slip in the names.
-void RefuseCollisions(const std::vector<Job>& inJobs) {
-    using Identity = std::pair<dev_t, ino_t>;
-    std::set<Identity> inputs;
-    struct stat item {};
-    for (const Job& job : inJobs) {
-        if (::stat(job.input.c_str(), &item) == 0) {
-            inputs.emplace(item.st_dev, item.st_ino);
-        }
-    }
-    std::map<std::string, std::string> outputs;
-    for (const Job& job : inJobs) {
-        if (job.output == "-") {
-            continue;
-        }
-        if (::stat(job.output.c_str(), &item) == 0 && inputs.count({item.st_dev, item.st_ino}) != 0) {
-            throw Failure(EX_USAGE, job.output, "is an input and cannot be the output as well");
-        }
-        const auto [place, isNew] = outputs.emplace(job.output, job.input);
-        if (!isNew) {
-            throw Failure(EX_USAGE, job.output,
-                          "would be made of both " + place->second + " and " + job.input);
-        }
-    }
-}
-
-// All of the text as a number. The parser's own reading would pin what is too large, and take nothing for 0.
-std::int64_t ReadNumber(const char* inOption, const std::string& inText, std::int64_t inLeast) {
+// All of the text as a number, or nothing.
+std::optional<std::int64_t> NumberOf(const std::string& inText) {
     std::int64_t number = 0;
     const char* const end = inText.data() + inText.size();
     const auto [stop, error] = std::from_chars(inText.data(), end, number);
-    if (error != std::errc() || stop != end || number < inLeast) {
-        throw Failure(EX_USAGE, {}, std::string(inOption) + ": no number of bytes: " + inText);
-    }
-    return number;
+    return error != std::errc() || stop != end ? std::nullopt : std::optional(number);
 }
 
-// The argument that an unknown option was found in: the parser takes -qx apart and tells only -x.
-std::string ArgumentOf(const std::string& inOption, int inArgumentCount, const char* const* inArguments) {
-    std::string whole = inOption;
-    for (int at = inArgumentCount - 1; at > 0; --at) {
-        const std::string argument = inArguments[at];
-        if (argument == inOption) {
-            return argument;
-        }
-        const std::string_view letters = std::string_view(inOption).substr(1);
-        const bool isEnd =
-            argument.size() > letters.size() &&
-            argument.compare(argument.size() - letters.size(), std::string::npos, letters) == 0;
-        if (isEnd && argument[0] == '-' && argument[1] != '-') {
-            whole = argument;
-        }
+std::int64_t ReadBytes(const char* inOption, const std::string& inText, std::int64_t inLeast) {
+    const auto number = NumberOf(inText);
+    if (!number || *number < inLeast) {
+        throw UsageFailure(std::string(inOption) + " needs a number of bytes, not " + inText);
     }
-    return whole;
+    return *number;
 }
 
-Failure UsageFailure(const CLI::App& inApp, const CLI::ParseError& inError, int inArgumentCount,
-                     const char* const* inArguments) {
-    for (const std::string& rest : inApp.remaining()) {
-        if (rest.size() > 1 && rest[0] == '-') {
-            const std::string argument = ArgumentOf(rest, inArgumentCount, inArguments);
-            return Failure(EX_USAGE, argument, "no such option (a file of that name: ./" + argument + ")");
-        }
+std::int32_t ReadTrack(const std::string& inText) {
+    const auto number = NumberOf(inText);
+    if (!number || *number < 1 || *number > std::numeric_limits<std::int32_t>::max()) {
+        throw UsageFailure("--track needs a number from 1 on, not " + inText);
     }
-    return Failure(EX_USAGE, {}, std::string(inError.what()) + " (see aac2wav --help)");
+    return static_cast<std::int32_t>(*number);
 }
 
-void CheckCombination(const Options& inOptions, std::size_t inNameCount) {
+// "500M": a letter for powers of 1024.
+std::int64_t ReadLimit(const std::string& inText) {
+    constexpr std::string_view kUnits = "KMGT";
+    const std::size_t unit = inText.empty() ? kUnits.npos : kUnits.find(inText.back());
+    const bool hasUnit = unit != kUnits.npos;
+    const int shift = hasUnit ? static_cast<int>(unit + 1) * 10 : 0;
+    const auto number = NumberOf(inText.substr(0, inText.size() - (hasUnit ? 1 : 0)));
+    if (!number || *number < 0 || *number > std::numeric_limits<std::int64_t>::max() >> shift) {
+        throw UsageFailure("--spool-limit needs a number of bytes, as 500000000 or 500M, not " + inText);
+    }
+    return *number << shift;
+}
+
+std::optional<StreamTime> ReadTimeOf(const char* inOption, const std::optional<std::string>& inText) {
+    if (!inText) return std::nullopt;
+    const auto time = ReadTime(*inText);
+    if (!time) {
+        throw UsageFailure(std::string(inOption) + " needs a time, as 90, 1:30.5, 1:02:03 or 44100f, not " +
+                           *inText);
+    }
+    return time;
+}
+
+void ReadValues(const Values& inValues, Options& outOptions) {
+    constexpr std::int64_t kAnyNumber = std::numeric_limits<std::int64_t>::min();
+    if (inValues.start) outOptions.startBytes = ReadBytes("--start", *inValues.start, 0);
+    if (inValues.duration) outOptions.durationBytes = ReadBytes("--duration", *inValues.duration, kAnyNumber);
+    outOptions.hasWindow = inValues.start || inValues.duration;
+    outOptions.from = ReadTimeOf("--from", inValues.from);
+    outOptions.to = ReadTimeOf("--to", inValues.to);
+    outOptions.cutLength = ReadTimeOf("--for", inValues.cutLength);
+    if (inValues.track) outOptions.soundTrack = ReadTrack(*inValues.track);
+    if (inValues.spoolLimit) outOptions.spoolLimitBytes = ReadLimit(*inValues.spoolLimit);
+}
+
+void Refuse(bool inIsRefused, const char* inReason) {
+    if (inIsRefused) throw UsageFailure(inReason);
+}
+
+void CheckCombination(const Options& inOptions) {
     const bool isConversion = inOptions.task == Task::kConvert;
-    if (inOptions.hasWindow && (!isConversion || inOptions.isRF64)) {
-        throw Failure(EX_USAGE, {}, "--start and --duration go with neither --length, --probe nor --rf64");
-    }
-    if (inOptions.isJSON && inOptions.task != Task::kProbe) {
-        throw Failure(EX_USAGE, {}, "--json goes with --probe");
-    }
-    if (inOptions.task == Task::kLength && inNameCount != 1) {
-        throw Failure(EX_USAGE, {}, "--length takes one file");
-    }
+    const bool hasByteWindow = inOptions.hasWindow;
+    Refuse(inOptions.to && inOptions.cutLength, "--to and --for both tell the end");
+    Refuse(hasByteWindow && inOptions.HasCut(),
+           "--start and --duration count bytes and go with neither --from, --to nor --for");
+    Refuse(hasByteWindow && !isConversion, "--start and --duration go with neither --length nor --probe");
+    Refuse(hasByteWindow && (inOptions.isRF64 || inOptions.isRaw),
+           "--start and --duration go with neither --rf64 nor --raw");
+    Refuse(inOptions.isRaw && inOptions.isRF64, "--raw has no header, and --rf64 is one");
+    Refuse(inOptions.isJSON && inOptions.task == Task::kLength, "--json does not go with --length");
+    Refuse(inOptions.replacesAnything && inOptions.skipsExisting,
+           "--force and --no-clobber say the opposite");
+    Refuse(inOptions.output && !isConversion, "--output goes with neither --length nor --probe");
+    Refuse(inOptions.task == Task::kLength && (inOptions.names.size() != 1 || inOptions.isRecursive),
+           "--length takes one file");
+}
+
+void CheckNames(const Options& inOptions) {
+    Refuse(inOptions.names.empty(), "name a file to convert");
+    Refuse(std::any_of(inOptions.names.begin(), inOptions.names.end(),
+                       [](const std::string& name) { return name.empty(); }) ||
+               (inOptions.output && inOptions.output->empty()),
+           "a file name is empty");
 }
 
 }  // namespace
 
-std::string WAVName(const std::string& inInput, const std::string& inFolder) {
-    std::string name = inInput.substr(inInput.rfind('/') + 1);
-    const std::size_t dot = name.rfind('.');
-    if (dot != std::string::npos && dot > 0) {
-        const std::string extension = name.substr(dot + 1);
-        const bool isWord = std::all_of(extension.begin(), extension.end(), [](char inCharacter) {
-            return (inCharacter >= '0' && inCharacter <= '9') || (inCharacter >= 'a' && inCharacter <= 'z') ||
-                   (inCharacter >= 'A' && inCharacter <= 'Z');
-        });
-        if (isWord && !extension.empty() && extension.size() <= 5) {
-            name.resize(dot);
-        }
-    }
-    return inFolder + name + ".wav";
-}
-
 bool ReadOptions(int inArgumentCount, const char* const* inArguments, Options& outOptions) {
-    CLI::App app(kDescription, "aac2wav");
-    app.footer(kFooter);
-    app.set_version_flag("-V,--version", "aac2wav " MIRTAL_VERSION, "Print the version and exit");
-    app.set_help_flag("-h,--help", "Print this help and exit");
-
-    std::vector<std::string> names;
-    bool isLength = false;
-    bool isProbe = false;
-    app.add_option("IN", names, "Files to convert; with two or more names, the last is the output")
-        ->type_name("")
-        ->required();
-    std::string start;
-    std::string duration;
-    CLI::Option* startOption =
-        app.add_option("--start", start, "Begin at this byte of the stream")->type_name("BYTES");
-    CLI::Option* durationOption =
-        app.add_option("--duration", duration, "Bound the window; 0 or less: to the end")->type_name("BYTES");
-    CLI::Option* length =
-        app.add_flag("--length", isLength, "Print the stream's length in bytes; decode nothing");
-    app.add_flag("--probe", isProbe, "Decode everything and describe it; write nothing")->excludes(length);
-    app.add_flag("--json", outOptions.isJSON, "With --probe: one JSON object for each file, on its own line");
-    app.add_flag("--rf64", outOptions.isRF64, "Write an RF64 header, which counts beyond 4 GiB");
-    app.add_flag("--keep-going", outOptions.keepsGoing, "Damage in an input is no failure");
-    app.add_flag("--force", outOptions.replacesAnything, "Replace an output that is no WAV file");
-    app.add_flag("-q,--quiet", outOptions.isQuiet, "Print errors only");
-
-    try {
-        app.parse(inArgumentCount, inArguments);
-    } catch (const CLI::CallForHelp&) {
-        const std::string help = app.help();
-        WriteAll(STDOUT_FILENO, help.data(), help.size(), "standard output");
+    Values values;
+    Switches switches;
+    const std::vector<ArgumentOption> table = TableOf(outOptions, values, switches);
+    ReadArguments(inArgumentCount, inArguments, table, outOptions.names);
+    if (switches.isHelp || switches.isVersion) {
+        Print(switches.isHelp ? kUsage + OptionsHelp(table) : "aac2wav " MIRTAL_VERSION "\n");
         return false;
-    } catch (const CLI::CallForVersion& version) {
-        const std::string line = std::string(version.what()) + '\n';
-        WriteAll(STDOUT_FILENO, line.data(), line.size(), "standard output");
-        return false;
-    } catch (const CLI::ParseError& error) {
-        throw UsageFailure(app, error, inArgumentCount, inArguments);
     }
-
-    outOptions.task = isLength ? Task::kLength : isProbe ? Task::kProbe : Task::kConvert;
-    if (startOption->count() > 0) {
-        outOptions.startBytes = ReadNumber("--start", start, 0);
-        outOptions.hasWindow = true;
-    }
-    if (durationOption->count() > 0) {
-        outOptions.durationBytes =
-            ReadNumber("--duration", duration, std::numeric_limits<std::int64_t>::min());
-        outOptions.hasWindow = true;
-    }
-    CheckCombination(outOptions, names.size());
-    if (std::any_of(names.begin(), names.end(), [](const std::string& name) { return name.empty(); })) {
-        throw Failure(EX_USAGE, {}, "a file name is empty");
-    }
-    if (outOptions.task == Task::kConvert) {
-        outOptions.jobs = PlanConversions(std::move(names));
-        RefuseCollisions(outOptions.jobs);
-        return true;
-    }
-    for (std::string& name : names) {
-        outOptions.jobs.push_back({std::move(name), {}});
-    }
+    Refuse(switches.isLength && switches.isProbe, "--length and --probe are two tasks");
+    outOptions.task = switches.isLength ? Task::kLength : switches.isProbe ? Task::kProbe : Task::kConvert;
+    ReadValues(values, outOptions);
+    CheckNames(outOptions);
+    CheckCombination(outOptions);
     return true;
 }
 

@@ -1,7 +1,10 @@
-// The command line as a plan of work.
+// The command line, read and checked as far as its words tell.
 #pragma once
 
+#include "TimeText.h"
+
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,30 +12,39 @@ namespace tool {
 
 enum class Task { kConvert, kLength, kProbe };
 
-struct Job {
-    std::string input;
-    std::string output;  // "-" for standard output; empty unless converting
-};
-
 struct Options {
     Task task = Task::kConvert;
-    std::vector<Job> jobs;  // never empty
-    bool hasWindow = false;
+    std::vector<std::string> names;     // as given; never empty, nor is one of them
+    std::optional<std::string> output;  // of -o: all the names are inputs then
+
+    bool hasWindow = false;          // of bytes
     std::int64_t startBytes = 0;     // >= 0
     std::int64_t durationBytes = 0;  // <= 0: to the end
+    std::optional<StreamTime> from;
+    std::optional<StreamTime> to;  // never together with cutLength
+    std::optional<StreamTime> cutLength;
+
+    std::int32_t soundTrack = 0;  // which one, from 1; 0: the first
+
     bool isRF64 = false;
+    bool isRaw = false;  // no header at all
     bool isJSON = false;
     bool isQuiet = false;
     bool keepsGoing = false;
     bool replacesAnything = false;
+    bool skipsExisting = false;
+    bool isRecursive = false;
+    bool keepsTime = false;
+    bool isSynced = false;
+    std::int64_t spoolLimitBytes = std::int64_t{4} << 30;
+
+    bool HasCut() const { return from || to || cutLength; }
+    // What is delivered does not begin with a header.
+    bool IsHeaderless() const { return isRaw || (hasWindow && startBytes > 0); }
 };
 
 // False when the command line asked only for help or the version, which is then printed. Throws Failure:
-// EX_USAGE, EX_CANTCREAT when the output folder is missing, EX_IOERR.
+// EX_USAGE, EX_IOERR.
 bool ReadOptions(int inArgumentCount, const char* const* inArguments, Options& outOptions);
-
-// The name of the WAV file made of an input: in inFolder (empty, or ending in a slash), its extension
-// replaced. What follows the last dot counts as one when it is one to five letters and digits.
-std::string WAVName(const std::string& inInput, const std::string& inFolder);
 
 }  // namespace tool

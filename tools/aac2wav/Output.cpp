@@ -1,7 +1,9 @@
 #include "Output.h"
 
 #include "Failure.h"
+#include "Names.h"
 #include "Signals.h"
+#include "WAVCheck.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -20,13 +23,9 @@ namespace tool {
 namespace {
 
 constexpr char kTemporaryName[] = ".aac2wav-XXXXXX";
+constexpr char kStandardOutput[] = "standard output";
 constexpr int kMostLinks = 40;           // as the kernel has it
 constexpr int kPipeByteCount = 1 << 20;  // what an unprivileged process may ask for
-
-std::string FolderOf(const std::string& inPath) {
-    const std::size_t slash = inPath.rfind('/');
-    return slash == std::string::npos ? std::string() : inPath.substr(0, slash + 1);
-}
 
 // What a link says, as a path; empty when inPath is no link.
 std::string LinkTarget(const std::string& inPath) {
@@ -62,26 +61,6 @@ mode_t NewFileMode() {
     return 0666 & ~mask;
 }
 
-// inName is that for messages.
-bool IsEmptyOrWAV(const std::string& inPath, const std::string& inName) {
-    const int descriptor = ::open(inPath.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        throw Failure(EX_CANTCREAT, inName, SystemReason(errno));
-    }
-    char start[12] = {};
-    const ssize_t count = ::read(descriptor, start, sizeof start);
-    const int error = errno;
-    ::close(descriptor);
-    if (count < 0) {
-        throw Failure(EX_CANTCREAT, inName, SystemReason(error));
-    }
-    if (count == 0) {
-        return true;
-    }
-    const bool isRIFF = std::memcmp(start, "RIFF", 4) == 0 || std::memcmp(start, "RF64", 4) == 0;
-    return count == sizeof start && isRIFF && std::memcmp(start + 8, "WAVE", 4) == 0;
-}
-
 // Gives a file a name that nothing has, or fails with EEXIST. Where the file system can neither move with
 // that condition nor make links, there is a moment before the move in which the name may be taken unnoticed.
 int MoveToNewName(const char* inFrom, const char* inTo) {
@@ -100,6 +79,48 @@ int MoveToNewName(const char* inFrom, const char* inTo) {
         return -1;
     }
     return ::rename(inFrom, inTo);
+}
+
+bool IsSameFile(const struct stat& inOne, const struct stat& inOther) {
+    return inOne.st_dev == inOther.st_dev && inOne.st_ino == inOther.st_ino &&
+           inOne.st_size == inOther.st_size && inOne.st_mtim.tv_sec == inOther.st_mtim.tv_sec &&
+           inOne.st_mtim.tv_nsec == inOther.st_mtim.tv_nsec;
+}
+
+// False as well when one cannot be read.
+bool HaveSameBytes(const std::string& inOne, const std::string& inOther) {
+    std::ifstream one(inOne, std::ios::binary);
+    std::ifstream other(inOther, std::ios::binary);
+    std::vector<char> ours(1 << 16);
+    std::vector<char> theirs(ours.size());
+    while (one && other) {
+        CheckSignals();
+        one.read(ours.data(), static_cast<std::streamsize>(ours.size()));
+        other.read(theirs.data(), static_cast<std::streamsize>(theirs.size()));
+        if (one.gcount() != other.gcount() ||
+            std::memcmp(ours.data(), theirs.data(), static_cast<std::size_t>(one.gcount())) != 0) {
+            return false;
+        }
+    }
+    return one.eof() && other.eof();
+}
+
+// Waits for the disk. What has no disk to wait for is no failure.
+void Sync(int inDescriptor, const std::string& inName) {
+    while (::fsync(inDescriptor) != 0) {
+        if (errno == EINVAL || errno == EROFS || errno == ENOTSUP) return;
+        if (errno != EINTR) throw Failure(EX_IOERR, inName, SystemReason(errno));
+        CheckSignals();
+    }
+}
+
+void SyncFolder(const std::string& inFolder, const std::string& inName) {
+    const int descriptor =
+        ::open(inFolder.empty() ? "." : inFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) throw Failure(EX_IOERR, inName, SystemReason(errno));
+    const std::unique_ptr<const int, void (*)(const int*)> closer(
+        &descriptor, [](const int* inOpen) { ::close(*inOpen); });
+    Sync(descriptor, inName);
 }
 
 }  // namespace
@@ -125,26 +146,80 @@ void WriteAll(int inDescriptor, const void* inBytes, std::size_t inByteCount, co
     }
 }
 
-Output::Output(const std::string& inPath, Replace inReplace) : mPath(inPath) {
+void Print(const std::string& inText) {
+    WriteAll(STDOUT_FILENO, inText.data(), inText.size(), kStandardOutput);
+}
+
+bool IsTaken(const std::string& inPath) {
+    struct stat item {};
+    if (::lstat(inPath.c_str(), &item) != 0) return false;
+    return ::stat(inPath.c_str(), &item) != 0 || !S_ISDIR(item.st_mode);
+}
+
+// What stands under the name, and what may be done with it.
+struct Output::Old {
+    std::string target;
+    bool exists = false;
+    struct stat item {};
+    bool isWhole = false;
+    bool mustMatch = false;
+};
+
+Output::Old Output::LookAt(const std::string& inPath, const Manner& inManner) {
+    Old old;
+    old.target = FollowLinks(inPath);
+    old.exists = ::stat(old.target.c_str(), &old.item) == 0;
+    const int error = old.exists ? 0 : errno;
+    if (old.exists && S_ISDIR(old.item.st_mode)) throw Failure(EX_CANTCREAT, inPath, "is a folder");
+    if (inManner.replace == Replace::kNothing && (old.exists || IsTaken(inPath))) {
+        throw Failure(EX_CANTCREAT, inPath, "exists; --force replaces it, --no-clobber skips it");
+    }
+    if (!old.exists) {
+        const std::string folder = FolderOf(old.target);
+        const bool isAlone = inManner.makesFolders || folder.empty() || ::access(folder.c_str(), F_OK) == 0;
+        if (error != ENOENT || !isAlone) throw Failure(EX_CANTCREAT, inPath, SystemReason(error));
+        return old;
+    }
+    if (S_ISREG(old.item.st_mode)) LookIntoFile(inPath, inManner, old);
+    return old;
+}
+
+void Output::LookIntoFile(const std::string& inPath, const Manner& inManner, Old& ioOld) {
+    const bool isSoundOnly = inManner.replace == Replace::kSoundOnly;
+    WAVCheck check;
+    try {
+        check = CheckWAV(ioOld.target, inPath);
+    } catch (const Failure&) {
+        // What cannot be read cannot be told to be a whole WAV file, and may be replaced all the same.
+        if (isSoundOnly) throw;
+    }
+    ioOld.isWhole = check.isWhole;
+    if (!isSoundOnly || check.isEmpty || check.isWAV) return;
+    if (!inManner.isHeaderless) {
+        throw Failure(EX_CANTCREAT, inPath, "exists and is no WAV file; --force replaces it");
+    }
+    ioOld.mustMatch = true;
+}
+
+void Output::Check(const std::string& inPath, const Manner& inManner) {
+    if (inPath != "-") LookAt(inPath, inManner);
+}
+
+Output::Output(const std::string& inPath, const Manner& inManner) : mPath(inPath), mManner(inManner) {
     if (inPath == "-") {
         OpenStandardOutput();
         return;
     }
-    mTarget = FollowLinks(mPath);
-    struct stat old {};
-    if (::stat(mTarget.c_str(), &old) != 0) {
-        if (errno != ENOENT) {
-            throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
-        }
-        mMustBeNew = inReplace == Replace::kSoundOnly;
-        OpenBeside(NewFileMode());
-    } else if (S_ISREG(old.st_mode)) {
-        if (inReplace == Replace::kSoundOnly && !IsEmptyOrWAV(mTarget, mPath)) {
-            throw Failure(EX_CANTCREAT, mPath, "exists and is no WAV file; --force replaces it");
-        }
-        OpenBeside(old.st_mode & 0777);
-    } else if (S_ISDIR(old.st_mode)) {
-        throw Failure(EX_CANTCREAT, mPath, "is a folder");
+    const Old old = LookAt(inPath, inManner);
+    mTarget = old.target;
+    mHasOld = old.exists;
+    mOld = old.item;
+    mOldIsWhole = old.isWhole;
+    mMustMatch = old.mustMatch;
+    if (!mHasOld) {
+        OpenNew();
+    } else if (S_ISREG(mOld.st_mode)) {
+        OpenBeside(mOld.st_mode & 0777);
     } else {
         OpenDirectly();
     }
@@ -158,13 +233,48 @@ Output::~Output() {
         SetUnfinishedFile(nullptr);
         ::unlink(mTemporaryPath.c_str());
     }
+    if (!mIsNamed) {
+        RemoveMadeFolders();
+    }
+}
+
+void Output::OpenNew() {
+    try {
+        if (mManner.makesFolders) MakeFolders();
+        OpenBeside(NewFileMode());
+    } catch (...) {
+        RemoveMadeFolders();
+        throw;
+    }
+}
+
+// Those that somebody has put something into meanwhile stay.
+void Output::RemoveMadeFolders() const {
+    for (auto folder = mMadeFolders.rbegin(); folder != mMadeFolders.rend(); ++folder) {
+        ::rmdir(folder->c_str());
+    }
+}
+
+void Output::MakeFolders() {
+    for (std::size_t slash = mTarget.find('/', 1); slash != std::string::npos;
+         slash = mTarget.find('/', slash + 1)) {
+        const std::string folder = mTarget.substr(0, slash);
+        if (::mkdir(folder.c_str(), 0777) == 0) {
+            mMadeFolders.push_back(folder);
+        } else if (errno != EEXIST) {
+            const int error = errno;
+            struct stat item {};
+            // Above us there may be what we may neither make nor change.
+            if (::stat(folder.c_str(), &item) != 0) throw Failure(EX_CANTCREAT, mPath, SystemReason(error));
+        }
+    }
 }
 
 void Output::OpenStandardOutput() {
     if (::isatty(STDOUT_FILENO) == 1) {
         throw Failure(EX_USAGE, {}, "standard output is a terminal; send it to a file or a pipe");
     }
-    mPath = "standard output";
+    mPath = kStandardOutput;
     mDescriptor = STDOUT_FILENO;
     // A pipe that holds several seconds of sound saves most changes between us and its reader. What is no
     // pipe, or may not grow, stays as it is.
@@ -202,6 +312,7 @@ void Output::Write(const void* inBytes, std::size_t inByteCount) {
 
 void Output::Commit() {
     CheckSignals();
+    if (mManner.isSynced) Sync(mDescriptor, mPath);
     // Some file systems tell of a failed write only here. The descriptor is gone whatever close says.
     const int descriptor = std::exchange(mDescriptor, -1);
     if (::close(descriptor) != 0 && errno != EINTR) {
@@ -210,15 +321,52 @@ void Output::Commit() {
     if (mTemporaryPath.empty()) {
         return;
     }
-    const char* const from = mTemporaryPath.c_str();
-    const char* const to = mTarget.c_str();
-    if ((mMustBeNew ? MoveToNewName(from, to) : ::rename(from, to)) != 0) {
-        throw Failure(
-            EX_CANTCREAT, mPath,
-            mMustBeNew && errno == EEXIST ? "appeared meanwhile; --force replaces it" : SystemReason(errno));
+    if (mMustMatch) {
+        if (!HaveSameBytes(mTemporaryPath, mTarget)) {
+            throw Failure(EX_CANTCREAT, mPath,
+                          "exists, is no WAV file and has other bytes; --force replaces it");
+        }
+        return;
     }
+    TakeName();
     SetUnfinishedFile(nullptr);
     mTemporaryPath.clear();
+    mIsNamed = true;
+    if (mManner.isSynced) SyncFolders();
+}
+
+void Output::TakeName() {
+    const char* const from = mTemporaryPath.c_str();
+    const char* const to = mTarget.c_str();
+    if (mManner.replace == Replace::kAnything) {
+        if (::rename(from, to) != 0) throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
+        return;
+    }
+    struct stat now {};
+    if (::lstat(to, &now) == 0 && mHasOld) {
+        if (!IsSameFile(now, mOld)) {
+            throw Failure(EX_CANTCREAT, mPath, "was changed meanwhile; --force replaces it");
+        }
+        if (::rename(from, to) != 0) throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
+        return;
+    }
+    if (MoveToNewName(from, to) != 0) {
+        throw Failure(EX_CANTCREAT, mPath,
+                      errno == EEXIST ? "appeared meanwhile; --force replaces it" : SystemReason(errno));
+    }
+}
+
+void Output::SyncFolders() const {
+    SyncFolder(FolderOf(mTarget), mPath);
+    for (const std::string& folder : mMadeFolders) {
+        SyncFolder(FolderOf(folder), mPath);
+    }
+}
+
+void Output::SetTimes(const timespec (&inTimes)[2]) const {
+    if (mIsNamed && ::utimensat(AT_FDCWD, mTarget.c_str(), inTimes, 0) != 0) {
+        throw Failure(EX_IOERR, mPath, "its time cannot be set: " + SystemReason(errno));
+    }
 }
 
 }  // namespace tool

@@ -2,48 +2,91 @@
 // device.
 #pragma once
 
-#include <sys/types.h>
+#include <sys/stat.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace tool {
 
 // Writes all bytes, however many calls it takes. Throws Failure (EX_IOERR, about inSubject) or Interrupted.
 void WriteAll(int inDescriptor, const void* inBytes, std::size_t inByteCount, const std::string& inSubject);
 
+// On standard output, whole. Throws as WriteAll.
+void Print(const std::string& inText);
+
+// Whether something has this name: a link to nothing, too, but no folder, which cannot be an output.
+bool IsTaken(const std::string& inPath);
+
 // Belongs to one thread. Unless Commit was called, the destructor leaves things as they were before.
 class Output {
   public:
-    enum class Replace { kSoundOnly, kAnything };
+    enum class Replace {
+        kNothing,    // a name that nobody typed
+        kSoundOnly,  // a file that is empty or a WAV file
+        kThisFile,   // whatever is there now, but not what comes in its place meanwhile
+        kAnything
+    };
+    struct Manner {
+        Replace replace = Replace::kSoundOnly;
+        // What is written is no WAV file. One of the same bytes is then left as it is, so that a command can be
+        // repeated, although it is none that kSoundOnly replaces.
+        bool isHeaderless = false;
+        bool isSynced = false;     // Commit waits until the disk has it
+        bool makesFolders = false;  // those on the way to the file
+    };
 
     // "-" is standard output. A regular file, new or old, is written under another name in the same folder; a
-    // device or pipe is written to directly; a link is followed, also to where nothing is yet. An old file is
-    // replaced when it is empty or a WAV file, whatever it is with Replace::kAnything. Throws Failure:
+    // device or pipe is written to directly; a link is followed, also to where nothing is yet. Throws Failure:
     // EX_USAGE for standard output that is a terminal, EX_CANTCREAT.
-    Output(const std::string& inPath, Replace inReplace);
+    Output(const std::string& inPath, const Manner& inManner);
     ~Output();
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
+    // Throws what the constructor would for what is there already; changes nothing.
+    static void Check(const std::string& inPath, const Manner& inManner);
+
+    // An old WAV file stands there, all of it.
+    bool ReplacesWholeWAV() const { return mOldIsWhole; }
+
     void Write(const void* inBytes, std::size_t inByteCount);
     std::int64_t ByteCount() const { return mByteCount; }
 
-    // Closes the file and gives it its name, keeping the permissions of one that it replaces. With
-    // Replace::kSoundOnly, a file that was not there at first is not replaced. Throws Failure (EX_IOERR,
-    // EX_CANTCREAT). What the disk itself still holds back is not waited for.
+    // Closes the file and gives it its name, keeping the permissions of one that it replaces. A file that was
+    // not there at first, or is another one now, is only replaced with Replace::kAnything. Throws Failure
+    // (EX_IOERR, EX_CANTCREAT); when the disk could not be waited for, the file has its name nevertheless.
     void Commit();
 
+    // Gives the file these times, of last access and of last change; after Commit. Nothing happens to what is
+    // no file.
+    void SetTimes(const timespec (&inTimes)[2]) const;
+
   private:
+    struct Old;
+    static Old LookAt(const std::string& inPath, const Manner& inManner);
+    static void LookIntoFile(const std::string& inPath, const Manner& inManner, Old& ioOld);
     void OpenStandardOutput();
     void OpenDirectly();
     void OpenBeside(mode_t inMode);
+    void OpenNew();
+    void MakeFolders();
+    void RemoveMadeFolders() const;
+    void TakeName();
+    void SyncFolders() const;
 
     std::string mPath;           // as given, for messages
     std::string mTarget;         // links followed
-    std::string mTemporaryPath;  // empty when written directly
-    bool mMustBeNew = false;     // nothing may be lost by taking the name
+    std::string mTemporaryPath;  // empty when written directly, and once it has its name
+    Manner mManner;
+    bool mHasOld = false;
+    struct stat mOld {};
+    bool mOldIsWhole = false;
+    bool mMustMatch = false;  // the old file stays, and must have the same bytes
+    bool mIsNamed = false;
+    std::vector<std::string> mMadeFolders;
     int mDescriptor = -1;
     std::int64_t mByteCount = 0;
 };

@@ -1,5 +1,7 @@
 #include "Progress.h"
 
+#include "Printable.h"
+
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -20,12 +22,9 @@ void Tell(const std::string& inText) {
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, inText.data(), inText.size());
 }
 
-// The last part of a path, without what would move the cursor.
-std::string ShortName(const std::string& inPath) {
-    std::string name = inPath.substr(inPath.rfind('/') + 1);
-    std::replace_if(
-        name.begin(), name.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
-    return name;
+std::string LabelOf(const std::string& inPath, const std::string& inPlace) {
+    const std::string name = Printable(inPath.substr(inPath.rfind('/') + 1));
+    return inPlace.empty() ? name : inPlace + "  " + name;
 }
 
 // 0 when the terminal does not tell. Asked each time: a window changes its size.
@@ -89,6 +88,11 @@ std::string ProgressLine(const std::string& inName, const std::string& inText, s
 
 std::string ProgressText(std::int64_t inDone, std::int64_t inTotal, std::int64_t inPerSecond,
                          double inElapsedSeconds) {
+    if (inTotal == Progress::kUnknown) {
+        char text[48];
+        std::snprintf(text, sizeof text, "%.1f MB read", static_cast<double>(inDone) / 1e6);
+        return text;
+    }
     const double done =
         inTotal > 0 ? std::min(1.0, static_cast<double>(inDone) / static_cast<double>(inTotal)) : 1.0;
     const double soundSeconds =
@@ -106,8 +110,9 @@ std::string ProgressText(std::int64_t inDone, std::int64_t inTotal, std::int64_t
     return text;
 }
 
-Progress::Progress(std::string inName, std::int64_t inTotal, std::int64_t inPerSecond, bool inQuiet)
-    : mName(ShortName(inName)),
+Progress::Progress(const std::string& inPath, std::int64_t inTotal, std::int64_t inPerSecond, bool inQuiet,
+                   const std::string& inPlace)
+    : mName(LabelOf(inPath, inPlace)),
       mTotal(inTotal),
       mPerSecond(inPerSecond),
       mIsShown(!inQuiet && ::isatty(STDERR_FILENO) == 1),

@@ -4,15 +4,20 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 
 namespace tool {
 
 class Progress {
   public:
+    // As a total: nobody knows how many there will be. They are bytes then.
+    static constexpr std::int64_t kUnknown = std::numeric_limits<std::int64_t>::min();
+
     // inTotal and inPerSecond in the units that Advance counts: all of them, and those of one second of
-    // sound.
-    Progress(std::string inName, std::int64_t inTotal, std::int64_t inPerSecond, bool inQuiet);
+    // sound. inPlace: "2 of 5", or empty.
+    Progress(const std::string& inPath, std::int64_t inTotal, std::int64_t inPerSecond, bool inQuiet,
+             const std::string& inPlace = {});
     ~Progress();  // wipes the line
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -33,7 +38,7 @@ class Progress {
     Clock::time_point mNext;
 };
 
-// For the line: "43%  2840x  0:02 left". inElapsedSeconds > 0.
+// For the line: "43%  2840x  0:02 left", or "17.2 MB read" of a total that is not known. inElapsedSeconds > 0.
 std::string ProgressText(std::int64_t inDone, std::int64_t inTotal, std::int64_t inPerSecond,
                          double inElapsedSeconds);
 

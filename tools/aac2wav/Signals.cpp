@@ -1,5 +1,6 @@
 #include "Signals.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -71,6 +72,24 @@ void CheckSignals() {
     if (sPending != 0) {
         throw Interrupted{static_cast<int>(sPending)};
     }
+}
+
+void WaitForInput(int inDescriptor) {
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    // Between the look and the wait nothing may come: it would be waited out.
+    sigprocmask(SIG_BLOCK, &all, &before);
+    if (sPending == 0) {
+        pollfd input = {inDescriptor, POLLIN, 0};
+        ::ppoll(&input, 1, nullptr, &before);
+    }
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    CheckSignals();
+}
+
+bool HasSignal() {
+    return sPending != 0;
 }
 
 void ThrowBrokenPipe() {

@@ -21,6 +21,13 @@ void WatchSignals();
 // Throws Interrupted when one of the signals has come.
 void CheckSignals();
 
+// Whether one has come, for those who must not throw.
+bool HasSignal();
+
+// Waits until there is something to read, or the end. Throws Interrupted, also for a signal that comes right
+// before the waiting begins.
+void WaitForInput(int inDescriptor);
+
 // What a broken pipe on standard output means: Interrupted with SIGPIPE, unless the process was started with
 // SIGPIPE ignored; then it returns.
 void ThrowBrokenPipe();

@@ -1,60 +1,57 @@
 #include "Source.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
+#include "Signals.h"
+
 #include <toolbox/Files.h>
 #include <toolbox/MacErrors.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstdlib>
+#include <algorithm>
+#include <utility>
 
 namespace tool {
 namespace {
 
 constexpr char kOutOfMemory[] = "out of memory";
+constexpr SInt64 kFrameBytes = 4;
 
-// Tells apart what the engine answers with one code.
-void RequireReadableFile(const std::string& inPath) {
-    if (inPath == "-") {
-        throw Failure(EX_USAGE, {}, "standard input cannot be converted: it has no length to announce");
-    }
-    struct stat item {};
-    if (::stat(inPath.c_str(), &item) != 0) {
-        throw Failure(EX_NOINPUT, inPath, SystemReason(errno));
-    }
-    if (S_ISDIR(item.st_mode)) {
-        throw Failure(EX_NOINPUT, inPath, "is a folder");
-    }
-    if (!S_ISREG(item.st_mode)) {
-        throw Failure(EX_NOINPUT, inPath, "is no regular file");
-    }
-    const int descriptor = ::open(inPath.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        throw Failure(EX_NOINPUT, inPath, SystemReason(errno));
-    }
-    ::close(descriptor);
-}
-
-Failure OpenFailure(const LException& inException, const std::string& inPath) {
+Failure OpenFailure(const LException& inException, const Input& inInput) {
     // A file of no folder, one in memory, can be opened by its path and has no place in the catalogue. No
     // movie was asked for then, and the toolbox's text is another file's.
     FSRef item;
-    if (FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath.c_str()), &item, nullptr) != noErr) {
-        return Failure(EX_NOINPUT, inPath, "is in no folder");
+    if (FSPathMakeRef(reinterpret_cast<const UInt8*>(inInput.Path().c_str()), &item, nullptr) != noErr) {
+        return Failure(EX_NOINPUT, inInput.Name(), "is in no folder");
     }
-    const std::string reason = GetMovieOpenErrorText();
-    return reason.empty() ? FailureOf(inException, inPath) : Failure(EX_DATAERR, inPath, reason);
+    const std::string reason = inException.GetErrorCode() == memFullErr ? "" : GetMovieOpenErrorText();
+    return reason.empty() ? FailureOf(inException, inInput.Name())
+                          : Failure(EX_DATAERR, inInput.Name(), reason);
 }
 
-template <typename Opened, typename... Arguments>
-std::unique_ptr<Opened> Open(const std::string& inPath, Arguments... inArguments) {
-    RequireReadableFile(inPath);
-    try {
-        return std::make_unique<Opened>(inPath.c_str(), inArguments...);
-    } catch (const LException& exception) {
-        throw OpenFailure(exception, inPath);
+Boolean ShouldStop(void*) {
+    return HasSignal();
+}
+
+Failure EmptyCut(const Input& inInput, SInt64 inFrameCount, const char* inReason) {
+    return Failure(EX_USAGE, inInput.Name(),
+                   std::string(inReason) + "; the stream has " + std::to_string(inFrameCount) + " frames");
+}
+
+// What the times mean in this stream.
+FrameRange RangeOf(const SegmentExporter& inExporter, const Input& inInput, const Options& inOptions) {
+    const SInt32 rateHz = inExporter.SampleRate();
+    const SInt64 frameCount = FrameCountOf(inExporter);
+    FrameRange range{0, frameCount};
+    if (inOptions.from) {
+        range.first = inOptions.from->Frames(rateHz);
+        if (range.first >= frameCount) throw EmptyCut(inInput, frameCount, "--from is at its end or past it");
     }
+    if (inOptions.to) range.end = std::min(frameCount, inOptions.to->Frames(rateHz));
+    if (inOptions.cutLength) {
+        range.end = range.first + std::min(frameCount - range.first, inOptions.cutLength->Frames(rateHz));
+    }
+    if (inOptions.HasCut() && range.end <= range.first) {
+        throw EmptyCut(inInput, frameCount, "the end is not behind the beginning");
+    }
+    return range;
 }
 
 std::string Count(std::uint64_t inCount, const char* inUnit) {
@@ -63,12 +60,48 @@ std::string Count(std::uint64_t inCount, const char* inUnit) {
 
 }  // namespace
 
-std::unique_ptr<SegmentExporter> OpenExporter(const std::string& inPath) {
-    return Open<SegmentExporter>(inPath);
+std::unique_ptr<SegmentExporter> OpenExporter(const Input& inInput, const Options& inOptions) {
+    MovieOpenOptions options{};
+    options.byteCount = sizeof options;
+    options.soundTrack = inOptions.soundTrack;
+    options.shouldStop = ShouldStop;
+    try {
+        return std::make_unique<SegmentExporter>(inInput.Path().c_str(), options);
+    } catch (const LException& exception) {
+        CheckSignals();
+        throw OpenFailure(exception, inInput);
+    }
 }
 
-std::unique_ptr<WAVReader> OpenReader(const std::string& inPath, WAVReader::Header inHeader) {
-    return Open<WAVReader>(inPath, inHeader);
+std::vector<MovieSoundTrackInfo> TracksOf(const SegmentExporter& inExporter) {
+    std::vector<MovieSoundTrackInfo> tracks;
+    const SInt32 count = GetMovieSoundTrackCount(inExporter.GetMovie());
+    for (SInt32 index = 1; index <= count; ++index) {
+        MovieSoundTrackInfo track{};
+        if (GetMovieIndSoundTrackInfo(inExporter.GetMovie(), index, &track) == noErr) tracks.push_back(track);
+    }
+    return tracks;
+}
+
+Stream::Stream(const Input& inInput, const Options& inOptions) {
+    const auto header = inOptions.isRF64 ? WAVReader::Header::kRF64 : WAVReader::Header::kRIFF;
+    auto exporter = OpenExporter(inInput, inOptions);
+    const FrameRange range = RangeOf(*exporter, inInput, inOptions);
+    try {
+        mReader = std::make_unique<WAVReader>(std::move(exporter), header, range);
+    } catch (const LException& exception) {
+        throw FailureOf(exception, inInput.Name());
+    }
+    if (inOptions.isRaw) mFirstByte = mReader->ByteCount() - mReader->FrameCount() * kFrameBytes;
+}
+
+void Stream::Deliver(const Receive& inReceive) const {
+    std::vector<unsigned char> chunk(static_cast<std::size_t>(SecondBytes()));
+    SInt64 position = mFirstByte;
+    while (const std::size_t count = mReader->Read(position, chunk.data(), chunk.size())) {
+        inReceive(chunk.data(), count);
+        position += static_cast<SInt64>(count);
+    }
 }
 
 void RequireDecodable(const MovieSoundReport& inReport, const std::string& inPath) {
@@ -101,6 +134,18 @@ Failure FailureOf(const LException& inException, const std::string& inPath) {
         return Failure(EX_OSERR, inPath, kOutOfMemory);
     }
     return Failure(EX_DATAERR, inPath, "cannot be decoded (status " + std::to_string(code) + ")");
+}
+
+void TellTakenTrack(const SegmentExporter& inExporter, const std::string& inPath) {
+    const std::vector<MovieSoundTrackInfo> tracks = TracksOf(inExporter);
+    if (tracks.size() < 2 || tracks[0].isAAC) return;
+    for (std::size_t index = 0; index < tracks.size(); ++index) {
+        if (!tracks[index].isTaken) continue;
+        const std::string name = tracks[index].formatName;
+        Say(inPath, "note: of its " + std::to_string(tracks.size()) + " sound tracks, number " +
+                        std::to_string(index + 1) + (name.empty() ? "" : " (" + name + ")") +
+                        " is taken; --track takes another");
+    }
 }
 
 bool TellDamage(const MovieSoundReport& inReport, const std::string& inPath, bool inQuiet) {

@@ -1,10 +1,9 @@
 // rez-pack: makes a resource file from a description in JSON, and shows one as such. See Records.h for the
 // form.
+#include "Arguments.h"
 #include "Failure.h"
 #include "Files.h"
 #include "Records.h"
-
-#include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <csignal>
@@ -16,16 +15,19 @@ namespace {
 
 using namespace rez_pack;
 
+constexpr char kUsage[] =
+    "Usage: rez-pack make [OPTIONS] DESCRIPTION FILE\n"
+    "       rez-pack show [OPTIONS] FILE\n"
+    "Makes a resource file, in place of what it holds, from a description in JSON; and shows one as such.\n\n";
+
 struct Options {
+    bool isMake = false;
     std::string description;
     std::string file;
     bool isFork = false;
-    std::string encoding = "utf-8";
+    CFStringEncoding encoding = kCFStringEncodingUTF8;
 
     Where Place() const { return isFork ? Where::kResourceFork : Where::kDataFork; }
-    CFStringEncoding Encoding() const {
-        return encoding == "utf-8" ? kCFStringEncodingUTF8 : kCFStringEncodingMacRoman;
-    }
 };
 
 std::string ContentsOf(const std::string& inPath) {
@@ -44,7 +46,7 @@ void Make(const Options& inOptions) {
     const std::string text = ContentsOf(inOptions.description);
     std::vector<Record> records;
     try {
-        records = RecordsOf(Parsed(text), inOptions.Encoding());
+        records = RecordsOf(Parsed(text), inOptions.encoding);
     } catch (const JSON::exception& error) {
         throw tool::Failure(EX_DATAERR, inOptions.description, ReasonOf(error));
     } catch (const DescriptionError& error) {
@@ -60,42 +62,50 @@ void Print(const std::string& inText) {
 }
 
 void Show(const Options& inOptions) {
-    Print(DescriptionOf(ReadResources(inOptions.file, inOptions.Place()), inOptions.Encoding()).dump(2) +
+    Print(DescriptionOf(ReadResources(inOptions.file, inOptions.Place()), inOptions.encoding).dump(2) +
           '\n');
 }
 
-void AddOptions(CLI::App& ioApp, Options& outOptions) {
-    ioApp.add_flag("--fork", outOptions.isFork,
-                   "The file's resource fork, in its ._ companion, not the file itself");
-    ioApp
-        .add_option("--encoding", outOptions.encoding,
-                    "Encoding of the texts in the file: utf-8 or mac-roman")
-        ->type_name("ENCODING")
-        ->check(CLI::IsMember({"utf-8", "mac-roman"}).description(""));
+CFStringEncoding EncodingOf(const std::optional<std::string>& inName) {
+    if (!inName || *inName == "utf-8") return kCFStringEncodingUTF8;
+    if (*inName == "mac-roman") return kCFStringEncodingMacRoman;
+    throw tool::UsageFailure("--encoding is utf-8 or mac-roman, not " + *inName);
+}
+
+void ReadNames(const std::vector<std::string>& inNames, Options& outOptions) {
+    if (inNames.empty()) throw tool::UsageFailure("say make or show");
+    const std::string& command = inNames[0];
+    if (command != "make" && command != "show") {
+        throw tool::UsageFailure("there is no command " + command + ": make and show are all");
+    }
+    outOptions.isMake = command == "make";
+    if (inNames.size() != (outOptions.isMake ? 3 : 2)) {
+        throw tool::UsageFailure(outOptions.isMake ? "make takes a DESCRIPTION and a FILE"
+                                                   : "show takes one FILE");
+    }
+    outOptions.description = inNames[1];
+    outOptions.file = inNames.back();
 }
 
 void Run(int inArgumentCount, char** inArguments) {
     Options options;
-    CLI::App app("Makes resource files, and shows them.", "rez-pack");
-    app.require_subcommand(1);
-    app.set_version_flag("-V,--version", "rez-pack " MIRTAL_VERSION, "Print the version and exit");
-    CLI::App* make = app.add_subcommand("make", "Make a resource file, in place of what it holds");
-    make->add_option("DESCRIPTION", options.description, "The resources, in JSON")->type_name("")->required();
-    make->add_option("FILE", options.file, "The resource file")->type_name("")->required();
-    CLI::App* show = app.add_subcommand("show", "Show a resource file as a description");
-    show->add_option("FILE", options.file, "The resource file")->type_name("")->required();
-    AddOptions(*make, options);
-    AddOptions(*show, options);
-    try {
-        app.parse(inArgumentCount, inArguments);
-    } catch (const CLI::CallForHelp&) {
-        return Print(app.help());
-    } catch (const CLI::CallForVersion& version) {
-        return Print(version.what() + std::string("\n"));
-    } catch (const CLI::ParseError& error) {
-        throw tool::Failure(EX_USAGE, {}, std::string(error.what()) + " (see rez-pack --help)");
-    }
-    make->parsed() ? Make(options) : Show(options);
+    std::optional<std::string> encoding;
+    bool isHelp = false;
+    bool isVersion = false;
+    const std::vector<tool::ArgumentOption> table = {
+        {0, "fork", nullptr, "The file's resource fork, in its ._ companion, not the file itself",
+         &options.isFork},
+        {0, "encoding", "ENCODING", "Encoding of the texts in the file: utf-8 or mac-roman", &encoding},
+        {'V', "version", nullptr, "Print the version and exit", &isVersion, true},
+        {'h', "help", nullptr, "Print this help and exit", &isHelp, true},
+    };
+    std::vector<std::string> names;
+    tool::ReadArguments(inArgumentCount, inArguments, table, names);
+    if (isHelp) return Print(kUsage + tool::OptionsHelp(table));
+    if (isVersion) return Print("rez-pack " MIRTAL_VERSION "\n");
+    ReadNames(names, options);
+    options.encoding = EncodingOf(encoding);
+    options.isMake ? Make(options) : Show(options);
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
 // The resource packer: the files that it writes, and the command as its users run it.
 #include <gtest/gtest.h>
+
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <toolbox/Resources.h>
 #include <unistd.h>
+#include <regex>
+#include <set>
 
 #include <cstdio>
 #include <filesystem>
@@ -170,6 +173,32 @@ TEST_F(RezPackTest, Arguments) {
         EXPECT_EQ(0, outcome.exitCode) << arguments;
         EXPECT_NE(std::string::npos, outcome.text.find("Usage: rez-pack")) << outcome.text;
     }
+}
+
+std::set<std::string> OptionsIn(const std::string& inText, const char* inPattern) {
+    const std::regex pattern(inPattern);
+    std::set<std::string> options;
+    for (std::sregex_iterator match(inText.begin(), inText.end(), pattern), end; match != end; ++match)
+        options.insert((*match)[1]);
+    return options;
+}
+
+TEST_F(RezPackTest, CompletionsHaveEveryOption) {
+    const std::set<std::string> options = OptionsIn(Run("--help").text, "--([a-z]+)");
+    EXPECT_EQ((std::set<std::string>{"fork", "encoding", "version", "help"}), options);
+    const std::string folder = REZ_PACK_SOURCES "/completions/";
+    EXPECT_EQ(options, OptionsIn(Contents(folder + "_rez-pack"), R"(--([a-z]+)[\[\}])"));
+    EXPECT_EQ(options, OptionsIn(Contents(folder + "rez-pack.fish"), " -l ([a-z]+)"));
+    EXPECT_EQ(options, OptionsIn(Contents(folder + "rez-pack.bash"), "--([a-z]+)"));
+}
+
+TEST_F(RezPackTest, ExampleOfTheDocumentation) {
+    const std::string page = Contents(REZ_PACK_SOURCES "/../../docs/rez-pack.md");
+    const std::size_t begin = page.find("```json\n") + 8;
+    const std::string example = page.substr(begin, page.find("```\n", begin) - begin);
+    const Outcome outcome = Run("make " + mFolder.MakeFile("example.json", example) + " " + mOut);
+    ASSERT_EQ(0, outcome.exitCode) << outcome.text;
+    EXPECT_EQ(3U, ReadResources(mOut, Where::kDataFork).size());
 }
 
 TEST_F(RezPackTest, ExampleOfTheManual) {

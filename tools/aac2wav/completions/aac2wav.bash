@@ -4,12 +4,13 @@ _aac2wav() {
     local previous=${COMP_WORDS[COMP_CWORD - 1]}
     COMPREPLY=()
     case $previous in
-        --start | --duration) return ;;
+        --from | --to | --for | --start | --duration | --track | --spool-limit) return ;;
     esac
     case $current in
         -*)
-            mapfile -t COMPREPLY < <(compgen -W "--start --duration --length --probe --json --rf64 --keep-going
-                --force --quiet --version --help" -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W "--output --from --to --for --start --duration --track --raw --rf64
+                --length --probe --json --recursive --force --no-clobber --keep-going --preserve --sync
+                --spool-limit --quiet --version --help" -- "$current")
             ;;
         *)
             compopt -o filenames 2>/dev/null

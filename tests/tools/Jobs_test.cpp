@@ -1,0 +1,252 @@
+#include "Jobs.h"
+
+#include "Command.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+namespace {
+
+using tool::Failure;
+using tool::Job;
+using tools_test::TemporaryFolder;
+using tools_test::WriteFile;
+
+std::vector<Job> Plan(const std::vector<std::string>& inArguments) {
+    std::vector<const char*> pointers{"aac2wav"};
+    for (const std::string& argument : inArguments) {
+        pointers.push_back(argument.c_str());
+    }
+    tool::Options options;
+    EXPECT_TRUE(ReadOptions(static_cast<int>(pointers.size()), pointers.data(), options));
+    return tool::PlanJobs(options);
+}
+
+int Refusal(const std::vector<std::string>& inArguments) {
+    try {
+        Plan(inArguments);
+    } catch (const Failure& failure) {
+        EXPECT_STRNE("", failure.what());
+        return failure.ExitCode();
+    }
+    return EX_OK;
+}
+
+// The codes of each job's own refusal.
+std::vector<int> Refusals(const std::vector<std::string>& inArguments) {
+    std::vector<int> codes;
+    for (const Job& job : Plan(inArguments)) {
+        codes.push_back(job.refusal ? job.refusal->ExitCode() : EX_OK);
+    }
+    return codes;
+}
+
+std::vector<std::pair<std::string, std::string>> Names(const std::vector<std::string>& inArguments) {
+    std::vector<std::pair<std::string, std::string>> names;
+    for (const Job& job : Plan(inArguments)) {
+        EXPECT_FALSE(job.refusal) << job.refusal->what();
+        names.emplace_back(job.input, job.output);
+    }
+    return names;
+}
+
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+TEST(PlanJobs, OutputIsBesideTheInputWhenLeftOut) {
+    EXPECT_EQ((Pairs{{"/music/song.m4a", "/music/song.wav"}}), Names({"/music/song.m4a"}));
+    EXPECT_EQ((Pairs{{"song.m4a", "song.wav"}}), Names({"song.m4a"}));
+    EXPECT_EQ((Pairs{{"song.m4a", "song.raw"}}), Names({"--raw", "song.m4a"}));
+    EXPECT_TRUE(Plan({"song.m4a"})[0].isDerived);
+    EXPECT_FALSE(Plan({"song.m4a", "song.wav"})[0].isDerived);
+}
+
+TEST(PlanJobs, StandardInputGoesToStandardOutput) {
+    EXPECT_EQ((Pairs{{"-", "-"}}), Names({"-"}));
+    EXPECT_EQ((Pairs{{"-", "-"}}), Names({"-", "-"}));
+    EXPECT_EQ((Pairs{{"-", "out.wav"}}), Names({"-", "out.wav"}));
+    EXPECT_EQ((Pairs{{"-", "out.wav"}}), Names({"-o", "out.wav", "-"}));
+    EXPECT_EQ((Pairs{{"song.m4a", "-"}}), Names({"song.m4a", "/dev/stdout"}));
+}
+
+TEST(PlanJobs, StandardInputHasNoNameToDeriveFrom) {
+    const TemporaryFolder folder;
+    EXPECT_EQ((std::vector<int>{EX_USAGE, EX_OK}), Refusals({"-", "song.m4a", folder.Path()}));
+    EXPECT_EQ(EX_USAGE, Refusal({"-", "-", folder.Path()}));
+    EXPECT_EQ(EX_USAGE, Refusal({"--probe", "-", "-"}));
+}
+
+TEST(PlanJobs, FolderTakesEachUnderItsName) {
+    const TemporaryFolder folder;
+    EXPECT_EQ((Pairs{{"a/x.m4a", folder.Path("x.wav")}}), Names({"a/x.m4a", folder.Path()}));
+    const Pairs both = {{"a/x.m4a", folder.Path("x.wav")}, {"y.m4a", folder.Path("y.wav")}};
+    EXPECT_EQ(both, Names({"a/x.m4a", "y.m4a", folder.Path("")}));
+    EXPECT_EQ(both, Names({"-o", folder.Path(""), "a/x.m4a", "y.m4a"}));
+    for (const Job& job : Plan({"a/x.m4a", "y.m4a", folder.Path()})) {
+        EXPECT_TRUE(job.isDerived);
+    }
+}
+
+TEST(PlanJobs, EveryNameIsAnInputWithAnOutputOption) {
+    const TemporaryFolder folder;
+    WriteFile(folder.Path("b.m4a"), "x");
+    EXPECT_EQ((Pairs{{"a.m4a", "out.wav"}}), Names({"-o", "out.wav", "a.m4a"}));
+    EXPECT_EQ(EX_CANTCREAT, Refusal({"-o", "out.wav", "a.m4a", "b.m4a"}));
+    EXPECT_EQ(EX_USAGE, Refusal({"-o", folder.Path("b.m4a"), "a.m4a", "c.m4a"}));
+    EXPECT_EQ(EX_USAGE, Refusal({"-o", "-", "a.m4a", "b.m4a"}));
+}
+
+TEST(PlanJobs, SeveralInputsNeedAFolder) {
+    const TemporaryFolder folder;
+    WriteFile(folder.Path("file"), "");
+    EXPECT_EQ(EX_USAGE, Refusal({"a", "b", folder.Path("file")}));
+    EXPECT_EQ(EX_USAGE, Refusal({"a", "b", "-"}));
+    EXPECT_EQ(EX_CANTCREAT, Refusal({"a", "b", folder.Path("missing")}));
+}
+
+TEST(PlanJobs, NoOutputIsAnInput) {
+    const TemporaryFolder folder;
+    const std::string song = folder.Path("song.wav");
+    WriteFile(song, "x");
+    WriteFile(folder.Path("other.m4a"), "x");
+    std::filesystem::create_symlink(song, folder.Path("link"));
+    std::filesystem::create_hard_link(song, folder.Path("twin"));
+    using Codes = std::vector<int>;
+    EXPECT_EQ(Codes{EX_USAGE}, Refusals({song}));
+    EXPECT_EQ(Codes{EX_USAGE}, Refusals({"--force", song, song}));
+    EXPECT_EQ(Codes{EX_USAGE}, Refusals({song, folder.Path("link")}));
+    EXPECT_EQ(Codes{EX_USAGE}, Refusals({song, folder.Path("twin")}));
+    EXPECT_EQ(Codes{EX_USAGE}, Refusals({song, folder.Path()}));
+    // That one alone: the others go on.
+    EXPECT_EQ((Codes{EX_USAGE, EX_OK}), Refusals({song, folder.Path("other.m4a"), folder.Path()}));
+    EXPECT_EQ(Codes{EX_OK}, Refusals({"elsewhere/song.m4a", folder.Path()}));
+}
+
+TEST(PlanJobs, InputsOfOneNameMakeNothing) {
+    const TemporaryFolder folder;
+    using Codes = std::vector<int>;
+    EXPECT_EQ((Codes{EX_CANTCREAT, EX_OK, EX_CANTCREAT}),
+              Refusals({"a/song.m4a", "c/other.m4a", "b/song.m4a", folder.Path()}));
+    EXPECT_EQ((Codes{EX_CANTCREAT, EX_CANTCREAT}),
+              Refusals({"--force", "song.m4a", "song.aac", folder.Path()}));
+}
+
+TEST(PlanJobs, ASlipOfTheShellIsNoOutput) {
+    const TemporaryFolder folder;
+    const std::string second = folder.Path("b.wav");
+    EXPECT_EQ(EX_OK, Refusal({"a.wav", second}));  // nothing there yet
+    WriteFile(second, "");
+    EXPECT_EQ(EX_USAGE, Refusal({"a.wav", second}));
+    EXPECT_EQ(EX_USAGE, Refusal({"a.WAV", second}));
+    EXPECT_EQ(EX_OK, Refusal({"a.m4a", second}));
+    EXPECT_EQ(EX_OK, Refusal({"--force", "a.wav", second}));
+    EXPECT_EQ(EX_OK, Refusal({"-o", second, "a.wav"}));
+    std::filesystem::remove(second);
+    std::filesystem::create_symlink("nothing", second);
+    EXPECT_EQ(EX_USAGE, Refusal({"a.wav", second}));
+}
+
+TEST(PlanJobs, OutputsOfOtherFormatsAreRefused) {
+    const TemporaryFolder folder;
+    for (const char* name : {"out.flac", "out.mp3", "out.M4A", "out.aiff"}) {
+        EXPECT_EQ(EX_USAGE, Refusal({"a.m4b", name})) << name;
+        EXPECT_EQ(EX_USAGE, Refusal({"-o", name, "a.m4b"})) << name;
+        EXPECT_EQ(EX_OK, Refusal({"--force", "a.m4b", name})) << name;
+    }
+    for (const char* name : {"out.wav", "out.WAV", "out.wave", "out", "out.raw", "out.bin", "mp3"}) {
+        EXPECT_EQ(EX_OK, Refusal({"a.m4b", name})) << name;
+    }
+    ASSERT_EQ(0, mkfifo(folder.Path("pipe.mp3").c_str(), 0600));
+    EXPECT_EQ(EX_OK, Refusal({"a.m4b", folder.Path("pipe.mp3")}));
+    std::filesystem::create_directory(folder.Path("folder.mp3"));
+    EXPECT_EQ((Pairs{{"a.m4b", folder.Path("folder.mp3/a.wav")}}),
+              Names({"a.m4b", folder.Path("folder.mp3")}));
+}
+
+TEST(PlanJobs, APartNeedsANamedOutput) {
+    const TemporaryFolder folder;
+    for (const char* option : {"--start", "--duration", "--from", "--to", "--for"}) {
+        EXPECT_EQ(EX_USAGE, Refusal({option, "5", "song.m4a"})) << option;
+        EXPECT_EQ(EX_USAGE, Refusal({option, "5", "song.m4a", folder.Path()})) << option;
+        EXPECT_EQ(EX_OK, Refusal({option, "5", "song.m4a", "part.wav"})) << option;
+        EXPECT_EQ(EX_OK, Refusal({option, "5", "-o", "-", "song.m4a"})) << option;
+        EXPECT_EQ(EX_OK, Refusal({option, "5", "-"})) << option;
+    }
+}
+
+TEST(PlanJobs, JSONAndSoundDoNotShareStandardOutput) {
+    EXPECT_EQ(EX_USAGE, Refusal({"--json", "song.m4a", "-"}));
+    EXPECT_EQ(EX_USAGE, Refusal({"--json", "-"}));
+    EXPECT_EQ(EX_OK, Refusal({"--json", "song.m4a", "out.wav"}));
+}
+
+// A folder with every kind of thing in it, and what is an input of those.
+class PlanFolderTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        for (const char* folder : {"music/b", "music/.hidden", "music/out", "elsewhere"}) {
+            std::filesystem::create_directories(mFolder.Path(folder));
+        }
+        for (const char* file : {"music/z.m4a", "music/a.MP3", "music/notes.txt", "music/.secret.m4a",
+                                 "music/m4a", "music/b/c.aac", "music/.hidden/d.m4a", "music/out/e.m4a",
+                                 "elsewhere/f.m4a", "music/.aac2wav-123456"}) {
+            WriteFile(mFolder.Path(file), "x");
+        }
+        std::filesystem::create_symlink("../elsewhere", mFolder.Path("music/link"));
+        std::filesystem::create_symlink("../elsewhere/f.m4a", mFolder.Path("music/linked.m4a"));
+        ASSERT_EQ(0, mkfifo(mFolder.Path("music/pipe.m4a").c_str(), 0600));
+    }
+    std::string Path(const std::string& inName) const { return mFolder.Path(inName); }
+
+    TemporaryFolder mFolder;
+};
+
+TEST_F(PlanFolderTest, IntoAFolderKeepsTheTree) {
+    EXPECT_EQ((Pairs{{Path("music/a.MP3"), Path("music/out/a.wav")},
+                     {Path("music/linked.m4a"), Path("music/out/linked.wav")},
+                     {Path("music/z.m4a"), Path("music/out/z.wav")},
+                     {Path("music/b/c.aac"), Path("music/out/b/c.wav")}}),
+              Names({"--recursive", Path("music"), Path("music/out")}));
+}
+
+TEST_F(PlanFolderTest, BesideTheInputs) {
+    const Pairs beside = {{Path("music/a.MP3"), Path("music/a.wav")},
+                          {Path("music/linked.m4a"), Path("music/linked.wav")},
+                          {Path("music/z.m4a"), Path("music/z.wav")},
+                          {Path("music/b/c.aac"), Path("music/b/c.wav")},
+                          {Path("music/out/e.m4a"), Path("music/out/e.wav")}};
+    EXPECT_EQ(beside, Names({"-r", Path("music")}));
+    EXPECT_EQ(beside, Names({"-r", Path("music"), Path("music")}));
+}
+
+TEST_F(PlanFolderTest, IsNoInputUnlessAskedFor) {
+    EXPECT_EQ((Pairs{{Path("music"), Path("music.wav")}}), Names({Path("music")}));
+}
+
+TEST_F(PlanFolderTest, ProbesWhatIsInIt) {
+    EXPECT_EQ(5u, Plan({"--probe", "-r", Path("music")}).size());
+}
+
+TEST_F(PlanFolderTest, WhatWasDerivedBeforeIsNoInput) {
+    const std::string wav = tools_test::RunTool({tools_test::Fixture("tone-8000-mono.m4a"), "-"}).out;
+    WriteFile(Path("elsewhere/f.wav"), wav);
+    WriteFile(Path("elsewhere/master.wav"), wav);
+    EXPECT_EQ((Pairs{{Path("elsewhere/f.m4a"), Path("elsewhere/f.wav")}}), Names({"-r", Path("elsewhere")}));
+    EXPECT_EQ((Pairs{{Path("elsewhere/f.m4a"), Path("music/out/f.wav")},
+                     {Path("elsewhere/master.wav"), Path("music/out/master.wav")}}),
+              Names({"-r", Path("elsewhere"), Path("music/out")}));
+}
+
+TEST_F(PlanFolderTest, AMasterOfTheSameNameCollides) {
+    WriteFile(Path("elsewhere/f.wav"), tools_test::ReadFile(tools_test::Fixture("tone-24.wav")));
+    EXPECT_EQ((std::vector<int>{EX_CANTCREAT, EX_CANTCREAT}),
+              Refusals({"-r", Path("elsewhere"), Path("music/out")}));
+}
+
+TEST_F(PlanFolderTest, AFolderIsNeededForOne) {
+    EXPECT_EQ(EX_CANTCREAT, Refusal({"-r", Path("music"), Path("missing")}));
+    EXPECT_EQ(EX_USAGE, Refusal({"-r", Path("music"), Path("elsewhere/f.m4a")}));
+}
+
+}  // namespace

@@ -1,0 +1,208 @@
+// Input that comes by a pipe or by standard input.
+#include "Command.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sysexits.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace {
+
+using namespace tools_test;
+using testing::HasSubstr;
+
+constexpr char kTone[] = "tone-44100-stereo.m4a";
+
+class Piped : public testing::Test {
+  protected:
+    Outcome Run(const std::vector<std::string>& inArguments, const std::string& inBytes) const {
+        Command command(inArguments);
+        command.environment = {"TMPDIR=" + mFolder.Path("")};
+        command.inText = inBytes;
+        const Outcome outcome = command.Run();
+        EXPECT_TRUE(mFolder.Names().empty());
+        return outcome;
+    }
+
+    TemporaryFolder mFolder;
+    TemporaryFolder mOut;
+    const std::string mSound = ReadFile(Fixture(kTone));
+    const std::string mWAV = RunTool({Fixture(kTone), "-"}).out;
+};
+
+TEST_F(Piped, ConvertsToStandardOutput) {
+    const Outcome outcome = Run({"-"}, mSound);
+    EXPECT_EQ(EX_OK, outcome.exitCode);
+    EXPECT_EQ("", outcome.err);
+    EXPECT_TRUE(mWAV == outcome.out);
+    EXPECT_TRUE(mWAV == Run({"-", "-"}, mSound).out);
+}
+
+TEST_F(Piped, ConvertsToAFile) {
+    EXPECT_EQ(EX_OK, Run({"-", mOut.Path("out.wav")}, mSound).exitCode);
+    EXPECT_TRUE(mWAV == ReadFile(mOut.Path("out.wav")));
+    EXPECT_EQ(EX_OK, Run({"-o", mOut.Path("more.wav"), "-"}, mSound).exitCode);
+    EXPECT_TRUE(mWAV == ReadFile(mOut.Path("more.wav")));
+}
+
+TEST_F(Piped, IsMeasuredAndProbed) {
+    EXPECT_EQ("176444\n", Run({"--length", "-"}, mSound).out);
+    EXPECT_THAT(Run({"--probe", "-"}, mSound).out, HasSubstr("stream     176444 bytes"));
+    EXPECT_THAT(Run({"--probe", "--json", "-"}, mSound).out, HasSubstr("{\"file\":\"-\","));
+}
+
+TEST_F(Piped, IsReadWhateverItsLength) {
+    // More than a pipe holds, and no multiple of anything.
+    const std::string wav = ReadFile(Fixture("tone-16-5_1.wav"));
+    ASSERT_GT(wav.size(), 500000u);
+    EXPECT_TRUE(RunTool({Fixture("tone-16-5_1.wav"), "-"}).out == Run({"-"}, wav).out);
+}
+
+TEST_F(Piped, WhatIsNoSoundIsRefused) {
+    for (const std::string& bytes : {std::string(), std::string("words")}) {
+        const Outcome outcome = Run({"-"}, bytes);
+        EXPECT_EQ(EX_DATAERR, outcome.exitCode);
+        EXPECT_EQ("", outcome.out);
+        EXPECT_THAT(outcome.err, testing::StartsWith("aac2wav: standard input: "));
+    }
+}
+
+TEST_F(Piped, HasALimit) {
+    const std::string size = std::to_string(mSound.size());
+    EXPECT_EQ(EX_OK, Run({"--spool-limit", size, "-"}, mSound).exitCode);
+    const Outcome outcome = Run({"--spool-limit", std::to_string(mSound.size() - 1), "-"}, mSound);
+    EXPECT_EQ(EX_DATAERR, outcome.exitCode);
+    EXPECT_EQ("aac2wav: standard input: has more than " + std::to_string(mSound.size() - 1) +
+                  " bytes; --spool-limit allows for more\n",
+              outcome.err);
+}
+
+TEST_F(Piped, AFullDiskIsTold) {
+    Command command({"-"});
+    command.environment = {"TMPDIR=" + mFolder.Path("")};
+    command.inText = mSound;
+    command.fileSizeLimitBytes = 1000;
+    const Outcome outcome = command.Run();
+    EXPECT_EQ(EX_IOERR, outcome.exitCode);
+    EXPECT_THAT(outcome.err, HasSubstr(mFolder.Path("")));
+    EXPECT_TRUE(mFolder.Names().empty());
+}
+
+TEST_F(Piped, AFolderThatIsNotThereIsTold) {
+    Command command({"-"});
+    command.environment = {"TMPDIR=" + mFolder.Path("missing")};
+    command.inText = mSound;
+    const Outcome outcome = command.Run();
+    EXPECT_EQ(EX_CANTCREAT, outcome.exitCode);
+    EXPECT_THAT(outcome.err, HasSubstr(mFolder.Path("missing")));
+}
+
+TEST_F(Piped, WithoutAFolderOfItsOwnItGoesToTheUsualPlace) {
+    Command command({"-"});
+    command.environment = {"TMPDIR="};
+    command.inText = mSound;
+    EXPECT_TRUE(mWAV == command.Run().out);
+}
+
+TEST_F(Piped, IsSpooledAsAnUnnamedFile) {
+    Command command({"-"});
+    command.environment = {"TMPDIR=" + mFolder.Path("")};
+    command.inText = ReadFile(Fixture("long.m4a"));
+    command.out = Command::Stream::kUnread;
+    command.Start();
+    while (command.IsRunning() && command.WaitingByteCount() == 0) {
+    }
+    EXPECT_TRUE(mFolder.Names().empty());
+    command.Signal(SIGKILL);
+    EXPECT_EQ(SIGKILL, command.Wait().signal);
+    EXPECT_TRUE(mFolder.Names().empty());
+}
+
+TEST_F(Piped, CanBeStoppedWhileItWaits) {
+    ASSERT_EQ(0, mkfifo(mOut.Path("pipe").c_str(), 0600));
+    Command command({mOut.Path("pipe"), mOut.Path("out.wav")});
+    command.environment = {"TMPDIR=" + mFolder.Path("")};
+    command.Start();
+    // Opening waits for us, so this is not before the command is there.
+    std::ofstream writer(mOut.Path("pipe"), std::ios::binary);
+    writer << mSound.substr(0, 1000) << std::flush;
+    command.Signal(SIGTERM);
+    EXPECT_EQ(SIGTERM, command.Wait().signal);
+    EXPECT_TRUE(mFolder.Names().empty());
+    EXPECT_EQ(std::vector<std::string>{"pipe"}, mOut.Names());
+}
+
+TEST_F(Piped, ANamedPipeIsTheSame) {
+    ASSERT_EQ(0, mkfifo(mOut.Path("pipe").c_str(), 0600));
+    std::thread writer([this] { WriteFile(mOut.Path("pipe"), mSound); });
+    const Outcome outcome = RunTool({mOut.Path("pipe"), "-"});
+    writer.join();
+    EXPECT_EQ(EX_OK, outcome.exitCode) << outcome.err;
+    EXPECT_TRUE(mWAV == outcome.out);
+}
+
+class Redirected : public Piped {
+  protected:
+    Outcome RunOn(const std::string& inPath, off_t inOffset = 0) const {
+        Command command({"-"});
+        // Nothing may be kept there.
+        command.environment = {"TMPDIR=" + mFolder.Path("missing")};
+        command.inPath = inPath;
+        command.inOffset = inOffset;
+        return command.Run();
+    }
+};
+
+TEST_F(Redirected, AFileIsReadAsItIs) {
+    const Outcome outcome = RunOn(Fixture(kTone));
+    EXPECT_EQ(EX_OK, outcome.exitCode) << outcome.err;
+    EXPECT_TRUE(mWAV == outcome.out);
+}
+
+TEST_F(Redirected, AFileFromTheMiddleOnIsWhatIsLeftOfIt) {
+    WriteFile(mOut.Path("both"), "some words before " + mSound);
+    EXPECT_EQ(EX_CANTCREAT, RunOn(mOut.Path("both"), 18).exitCode);  // it has to be kept, and cannot be
+    Command command({"-"});
+    command.inPath = mOut.Path("both");
+    command.inOffset = 18;
+    EXPECT_TRUE(mWAV == command.Run().out);
+}
+
+TEST_F(Redirected, AFileThatOthersMayNotOpenIsRead) {
+    std::filesystem::copy(Fixture(kTone), mOut.Path("closed"));
+    Command command({"-"});
+    command.inPath = mOut.Path("closed");
+    command.obeysPermissions = true;
+    std::filesystem::permissions(mOut.Path("closed"), std::filesystem::perms::none);
+    // Root opens it for the command, which then may not.
+    if (std::ifstream(mOut.Path("closed")).good()) {
+        EXPECT_TRUE(mWAV == command.Run().out);
+    }
+}
+
+TEST_F(Redirected, WhatIsNoFileIsTold) {
+    const Outcome folder = RunOn(mOut.Path(""));
+    EXPECT_EQ(EX_NOINPUT, folder.exitCode);
+    EXPECT_EQ("aac2wav: standard input: is a folder\n", folder.err);
+    Command terminal({"-"});
+    terminal.err = Command::Stream::kTerminal;
+    terminal.typed = "";
+    const Outcome refused = terminal.Run();
+    EXPECT_EQ(EX_USAGE, refused.exitCode);
+    EXPECT_THAT(refused.err, HasSubstr("standard input: is a terminal"));
+}
+
+TEST_F(Redirected, SoundDoesNotGoToATerminal) {
+    Command command({"-"});
+    command.inPath = Fixture(kTone);
+    command.out = Command::Stream::kTerminal;
+    const Outcome outcome = command.Run();
+    EXPECT_EQ(EX_USAGE, outcome.exitCode);
+    EXPECT_EQ("", outcome.out);
+}
+
+}  // namespace

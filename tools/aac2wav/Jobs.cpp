@@ -1,0 +1,240 @@
+#include "Jobs.h"
+
+#include "Arguments.h"
+#include "FolderWalk.h"
+#include "Names.h"
+#include "Output.h"
+#include "WAVCheck.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <utility>
+
+namespace tool {
+namespace {
+
+bool IsFolder(const std::string& inPath) {
+    struct stat item {};
+    return ::stat(inPath.c_str(), &item) == 0 && S_ISDIR(item.st_mode);
+}
+
+// A file, or what will be one.
+bool IsFileOrNothing(const std::string& inPath) {
+    struct stat item {};
+    return ::stat(inPath.c_str(), &item) != 0 || S_ISREG(item.st_mode);
+}
+
+bool IsStandardOutput(const std::string& inName) {
+    return inName == "-" || inName == "/dev/stdout" || inName == "/dev/fd/1" || inName == "/proc/self/fd/1";
+}
+
+class Planner {
+  public:
+    explicit Planner(const Options& inOptions)
+        : mOptions(inOptions), mInputs(inOptions.names), mExtension(inOptions.isRaw ? ".raw" : ".wav") {}
+
+    std::vector<Job> Run() {
+        if (mOptions.task == Task::kConvert) {
+            ChooseOutput();
+        }
+        if (std::count(mInputs.begin(), mInputs.end(), "-") > 1) {
+            throw UsageFailure("standard input is read once");
+        }
+        for (const std::string& input : mInputs) {
+            if (mOptions.isRecursive && input != "-" && IsFolder(input)) {
+                PlanFolder(input);
+            } else {
+                PlanFile(input);
+            }
+        }
+        if (mOptions.task == Task::kConvert) {
+            RefuseInputsAsOutputs();
+            RefuseCollisions();
+        }
+        return std::move(mJobs);
+    }
+
+  private:
+    void ChooseOutput() {
+        mOutput = mOptions.output;
+        if (!mOutput && mInputs.size() > 1) {
+            mOutput = mInputs.back();
+            mInputs.pop_back();
+            RefuseSlip(mInputs, *mOutput);
+        }
+        if (!mOutput && mInputs[0] == "-") {
+            mOutput = "-";
+        }
+        if (mOutput && IsStandardOutput(*mOutput)) {
+            mOutput = "-";
+        }
+        mIsToFolder = mOutput && *mOutput != "-" && IsFolder(*mOutput);
+        if (mOutput && !mIsToFolder) {
+            CheckFile(*mOutput);
+        }
+        if ((mOptions.hasWindow || mOptions.HasCut()) && (!mOutput || mIsToFolder)) {
+            throw UsageFailure(
+                "a part of the stream needs a name for the output: it is not the whole file's");
+        }
+    }
+
+    // "*.wav" where two files match: the second was never meant to be replaced.
+    void RefuseSlip(const std::vector<std::string>& inInputs, const std::string& inOutput) const {
+        if (inInputs.size() == 1 && !mOptions.replacesAnything && IsTaken(inOutput) &&
+            !ExtensionOf(inOutput).empty() && ExtensionOf(inInputs[0]) == ExtensionOf(inOutput)) {
+            throw Failure(EX_USAGE, inOutput,
+                          "exists, and may be an input; -o or --force takes it as the output");
+        }
+    }
+
+    // One that all the inputs are to become.
+    void CheckFile(const std::string& inOutput) const {
+        const bool isFolderAmong =
+            mOptions.isRecursive && std::any_of(mInputs.begin(), mInputs.end(), IsFolder);
+        if (mInputs.size() > 1 || isFolderAmong) {
+            const bool isThere = inOutput == "-" || IdentityOf(inOutput);
+            throw isThere ? Failure(EX_USAGE, inOutput, "is no folder; several inputs need one")
+                          : Failure(EX_CANTCREAT, inOutput, "no such folder");
+        }
+        if (inOutput == "-") {
+            if (mOptions.isJSON) {
+                throw UsageFailure("standard output cannot take both the sound and --json");
+            }
+            return;
+        }
+        const std::string extension = ExtensionOf(inOutput);
+        if (!mOptions.replacesAnything && IsSoundExtension(extension) && !IsWAVExtension(extension) &&
+            IsFileOrNothing(inOutput)) {
+            throw Failure(EX_USAGE, inOutput,
+                          "would be no " + extension + " file: name it " +
+                              DerivedName(inOutput, {}, mExtension) + ", or --force it");
+        }
+    }
+
+    void PlanFile(const std::string& inInput) {
+        Job job;
+        job.input = inInput;
+        if (mOptions.task == Task::kConvert) {
+            job.isDerived = !mOutput || mIsToFolder;
+            if (!job.isDerived) {
+                job.output = *mOutput;
+            } else if (inInput == "-") {
+                job.refusal = Failure(EX_USAGE, InputName(inInput), "has no name to make the output's of");
+            } else {
+                job.output =
+                    DerivedName(inInput, mIsToFolder ? AsFolder(*mOutput) : FolderOf(inInput), mExtension);
+            }
+        }
+        mJobs.push_back(std::move(job));
+    }
+
+    void PlanFolder(const std::string& inFolder) {
+        std::optional<FileIdentity> output = mIsToFolder ? IdentityOf(*mOutput) : std::nullopt;
+        // Into the folder itself is beside the inputs.
+        const bool isBeside = !mIsToFolder || output == IdentityOf(inFolder);
+        if (isBeside) output.reset();
+        std::vector<Failure> failures;
+        std::vector<FoundFile> files = FindSoundFiles(inFolder, output, failures);
+        if (mOptions.task == Task::kConvert) {
+            LeaveOutDerived(files, isBeside);
+        }
+        for (const FoundFile& file : files) {
+            Job job;
+            job.input = file.path;
+            if (mOptions.task == Task::kConvert) {
+                const std::string folder =
+                    isBeside ? FolderOf(file.path) : AsFolder(*mOutput) + file.relativeFolder;
+                job.output = DerivedName(file.path, folder, mExtension);
+                job.isDerived = true;
+                job.makesFolders = !isBeside;
+            }
+            mJobs.push_back(std::move(job));
+        }
+        for (Failure& failure : failures) {
+            Job job;
+            job.input = failure.Subject();
+            job.refusal = std::move(failure);
+            mJobs.push_back(std::move(job));
+        }
+    }
+
+    // What an earlier run has made is no input of this one: beside the inputs that is every WAV file; into
+    // another folder, those that look like ours and lie where one would be made.
+    void LeaveOutDerived(std::vector<FoundFile>& ioFiles, bool inIsBeside) const {
+        std::set<std::string> derived;
+        for (const FoundFile& file : ioFiles) {
+            if (!IsWAVExtension(ExtensionOf(file.path))) {
+                derived.insert(DerivedName(file.path, FolderOf(file.path), ".wav"));
+            }
+        }
+        const auto isLeftOut = [&](const FoundFile& inFile) {
+            if (!IsWAVExtension(ExtensionOf(inFile.path))) return false;
+            if (inIsBeside && !mOptions.isRaw) return true;
+            return derived.count(inFile.path) != 0 && LooksLikeOurs(inFile.path);
+        };
+        ioFiles.erase(std::remove_if(ioFiles.begin(), ioFiles.end(), isLeftOut), ioFiles.end());
+    }
+
+    static bool LooksLikeOurs(const std::string& inPath) {
+        try {
+            return CheckWAV(inPath, inPath).isOurs;
+        } catch (const Failure&) {
+            return false;  // the conversion will tell why it cannot be read
+        }
+    }
+
+    void RefuseInputsAsOutputs() {
+        std::set<FileIdentity> inputs;
+        for (const Job& job : mJobs) {
+            struct stat item {};
+            const bool isThere =
+                job.input == "-" ? ::fstat(STDIN_FILENO, &item) == 0 : ::stat(job.input.c_str(), &item) == 0;
+            if (isThere && S_ISREG(item.st_mode)) inputs.emplace(item.st_dev, item.st_ino);
+        }
+        for (Job& job : mJobs) {
+            struct stat item {};
+            const bool isStandard = job.output == "-";
+            const bool isThere =
+                isStandard ? ::fstat(STDOUT_FILENO, &item) == 0 : ::stat(job.output.c_str(), &item) == 0;
+            if (!job.refusal && isThere && inputs.count({item.st_dev, item.st_ino}) != 0) {
+                job.refusal = Failure(EX_USAGE, isStandard ? "standard output" : job.output,
+                                      "is an input and cannot be the output as well");
+            }
+        }
+    }
+
+    // None of the inputs of one name is better than the others.
+    void RefuseCollisions() {
+        std::map<std::string, std::vector<Job*>> makers;
+        for (Job& job : mJobs) {
+            if (!job.output.empty() && job.output != "-") makers[job.output].push_back(&job);
+        }
+        for (const auto& [output, jobs] : makers) {
+            if (jobs.size() < 2) continue;
+            const std::string reason = "would be made of both " + jobs[0]->input + " and " + jobs[1]->input +
+                                       ", and is made of neither";
+            for (Job* const job : jobs) {
+                if (!job->refusal) job->refusal = Failure(EX_CANTCREAT, output, reason);
+            }
+        }
+    }
+
+    const Options& mOptions;
+    std::vector<std::string> mInputs;
+    std::string mExtension;
+    std::optional<std::string> mOutput;  // nothing: beside each input
+    bool mIsToFolder = false;
+    std::vector<Job> mJobs;
+};
+
+}  // namespace
+
+std::vector<Job> PlanJobs(const Options& inOptions) {
+    return Planner(inOptions).Run();
+}
+
+}  // namespace tool

@@ -1,0 +1,15 @@
+// Text of unknown origin, made harmless for a terminal.
+#pragma once
+
+#include <string>
+
+namespace tool {
+
+// One line: '?' stands for every control character (also those of C1), line and paragraph separators, the
+// marks that change the direction of text, and every byte that is not UTF-8.
+std::string Printable(const std::string& inText);
+
+// A line of JSON with the same characters escaped; its strings keep their values. inJSON must be UTF-8.
+std::string PrintableJSON(const std::string& inJSON);
+
+}  // namespace tool
