@@ -208,6 +208,23 @@ TEST(Convert, WhatIsNoSoundIsRefusedBeforeAnythingIsWritten) {
     EXPECT_TRUE(folder.Names().empty());
 }
 
+// Whatever the libraries beneath have to say of it.
+TEST(Convert, MessagesAreInOurWords) {
+    const TemporaryFolder folder;
+    WriteFile(folder.Path("cut.mkv"), ReadFile(Fixture("tone.mkv")).substr(0, 300));
+    WriteFile(folder.Path("bad.caf"), std::string("caff\0\1\0\0", 8));
+    WriteFile(folder.Path("cut.ogg"), ReadFile(Fixture("tone.ogg")).substr(0, 10));
+    const std::pair<const char*, const char*> expected[] = {
+        {"cut.mkv", "the file ends before its sound begins"},
+        {"bad.caf", "the file is damaged, or not what it looks like"},
+        {"cut.ogg", "the file ends before its sound begins"}};
+    for (const auto& [name, words] : expected) {
+        const Outcome outcome = RunTool({folder.Path(name), "-"});
+        EXPECT_EQ(EX_DATAERR, outcome.exitCode);
+        EXPECT_EQ("aac2wav: " + folder.Path(name) + ": " + words + '\n', outcome.err);
+    }
+}
+
 TEST(Convert, AMessageNamesTheFileOnceAndAsItWasGiven) {
     const TemporaryFolder folder;
     WriteFile(folder.Path("words.m4a"), "words");

@@ -64,6 +64,7 @@ TEST(ReadOptions, Defaults) {
 TEST(ReadOptions, EveryFlag) {
     EXPECT_TRUE(Read({"--rf64", "a", "b"}).isRF64);
     EXPECT_TRUE(Read({"--raw", "a", "b"}).isRaw);
+    EXPECT_TRUE(Read({"--tags", "a", "b"}).hasTags);
     EXPECT_TRUE(Read({"--keep-going", "a", "b"}).keepsGoing);
     EXPECT_TRUE(Read({"--force", "a", "b"}).replacesAnything);
     EXPECT_TRUE(Read({"--no-clobber", "a", "b"}).skipsExisting);
@@ -143,6 +144,9 @@ TEST(ReadOptions, RefusesWhatMakesNoSense) {
         {"--rf64", "--start", "1", "a", "b"},
         {"--raw", "--start", "1", "a", "b"},
         {"--raw", "--rf64", "a", "b"},
+        {"--tags", "--raw", "a", "b"},
+        {"--tags", "--start", "1", "a", "b"},
+        {"--tags", "--duration", "1", "a", "b"},
         {"--from", "1", "--start", "1", "a", "b"},
         {"--to", "1", "--duration", "1", "a", "b"},
         {"--to", "1", "--for", "1", "a", "b"},

@@ -274,6 +274,113 @@ TEST(Output, GetsItsNameOnAnyFileSystem) {
     EXPECT_EXIT(byPlainMove(), testing::ExitedWithCode(0), "");
 }
 
+// Whatever was there at first is all that may be replaced.
+TEST(Output, DoesNotReplaceWhatChangedMeanwhile) {
+    for (const auto replace : {Output::Replace::kSoundOnly, Output::Replace::kThisFile}) {
+        const TemporaryFolder folder;
+        const std::string path = folder.Path("out.wav");
+        WriteFile(path, std::string(kWAV, sizeof kWAV));
+        Output output(path, {replace});
+        output.Write("abc", 3);
+        WriteFile(path, "another's words");
+        EXPECT_EQ("was changed meanwhile; --force replaces it", CommitRefusal(output));
+        EXPECT_EQ("another's words", ReadFile(path));
+    }
+    const TemporaryFolder folder;
+    WriteFile(folder.Path("out.wav"), "words");
+    Output output(folder.Path("out.wav"), {Output::Replace::kAnything});
+    output.Write("abc", 3);
+    WriteFile(folder.Path("out.wav"), "other words");
+    output.Commit();
+    EXPECT_EQ("abc", ReadFile(folder.Path("out.wav")));
+}
+
+TEST(Output, TakesItsNameWhenTheOldFileIsGone) {
+    const TemporaryFolder folder;
+    WriteFile(folder.Path("out.wav"), "");
+    Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
+    output.Write("abc", 3);
+    std::filesystem::remove(folder.Path("out.wav"));
+    output.Commit();
+    EXPECT_EQ("abc", ReadFile(folder.Path("out.wav")));
+}
+
+TEST(Output, ANameThatNobodyTypedIsTakenFromNothing) {
+    const TemporaryFolder folder;
+    WriteFile(folder.Path("empty.wav"), "");
+    std::filesystem::create_symlink("nothing", folder.Path("link.wav"));
+    for (const char* name : {"empty.wav", "link.wav"}) {
+        EXPECT_EQ(EX_CANTCREAT, Refusal(folder.Path(name), Output::Replace::kNothing)) << name;
+    }
+    Output output(folder.Path("out.wav"), {Output::Replace::kNothing});
+    output.Write("abc", 3);
+    WriteFile(folder.Path("out.wav"), "");
+    EXPECT_EQ("appeared meanwhile; --force replaces it", CommitRefusal(output));
+    EXPECT_EQ("", ReadFile(folder.Path("out.wav")));
+}
+
+TEST(Output, TheSameBytesWithoutAHeaderAreNoLoss) {
+    const TemporaryFolder folder;
+    const std::string path = folder.Path("part");
+    WriteFile(path, "abc");
+    std::filesystem::permissions(path, std::filesystem::perms(0604));
+    for (const std::string& bytes :
+         {std::string("abc"), std::string("abd"), std::string("ab"), std::string("abcd")}) {
+        Output output(path, {Output::Replace::kSoundOnly, true});
+        output.Write(bytes.data(), bytes.size());
+        EXPECT_EQ(bytes == "abc" ? "" : "exists, is no WAV file and has other bytes; --force replaces it",
+                  CommitRefusal(output));
+        EXPECT_EQ("abc", ReadFile(path));
+    }
+    EXPECT_EQ(mode_t{0604}, ModeOf(path));
+    EXPECT_EQ(std::vector<std::string>{"part"}, folder.Names());
+}
+
+TEST(Output, MakesTheFoldersOnTheWayAndTakesThemBack) {
+    const TemporaryFolder folder;
+    const std::string path = folder.Path("a/b/out.wav");
+    Output::Manner manner;
+    EXPECT_EQ(EX_CANTCREAT, Refusal(path));
+    manner.makesFolders = true;
+    {
+        const Output output(path, manner);
+        EXPECT_TRUE(std::filesystem::exists(folder.Path("a/b")));
+    }
+    EXPECT_TRUE(folder.Names().empty());
+    {
+        const Output output(path, manner);
+        WriteFile(folder.Path("a/note"), "");
+    }
+    EXPECT_EQ(std::vector<std::string>{"a"}, folder.Names());
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("a/b")));
+    manner.isSynced = true;
+    Output output(path, manner);
+    output.Commit();
+    EXPECT_TRUE(std::filesystem::exists(path));
+    WriteFile(folder.Path("file"), "");
+    EXPECT_THROW(Output(folder.Path("file/b/out.wav"), manner), Failure);
+}
+
+TEST(Output, KnowsAWholeWAVFile) {
+    const TemporaryFolder folder;
+    const std::string whole = tools_test::ReadFile(tools_test::Fixture("tone-16.wav"));
+    WriteFile(folder.Path("whole.wav"), whole);
+    WriteFile(folder.Path("half.wav"), whole.substr(0, whole.size() / 2));
+    EXPECT_TRUE(Output(folder.Path("whole.wav"), {Output::Replace::kSoundOnly}).ReplacesWholeWAV());
+    EXPECT_TRUE(Output(folder.Path("whole.wav"), {Output::Replace::kAnything}).ReplacesWholeWAV());
+    EXPECT_FALSE(Output(folder.Path("half.wav"), {Output::Replace::kSoundOnly}).ReplacesWholeWAV());
+    EXPECT_FALSE(Output(folder.Path("new.wav"), {Output::Replace::kSoundOnly}).ReplacesWholeWAV());
+}
+
+TEST(Output, CheckChangesNothing) {
+    const TemporaryFolder folder;
+    Output::Check(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
+    Output::Check("-", {Output::Replace::kSoundOnly});
+    EXPECT_TRUE(folder.Names().empty());
+    EXPECT_THROW(Output::Check(folder.Path("missing/out.wav"), {Output::Replace::kSoundOnly}), Failure);
+    EXPECT_THROW(Output::Check(folder.Path(), {Output::Replace::kAnything}), Failure);
+}
+
 TEST(Output, ADeviceIsWrittenDirectly) {
     Output null("/dev/null", {Output::Replace::kSoundOnly});
     null.Write("abc", 3);

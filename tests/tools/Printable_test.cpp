@@ -47,6 +47,13 @@ TEST(Printable, ReplacesEachByteThatIsNotUTF8) {
     EXPECT_EQ("??x", Printable("\xE2\x82x"));
 }
 
+TEST(IsUTF8, TakesWellFormedTextOnly) {
+    for (const char* text : {"", "a", "\xC3\xA4", "\xF0\x9F\x8E\xB5", "\xC2\x9B"})
+        EXPECT_TRUE(tool::IsUTF8(text));
+    for (const char* text : {"\x80", "a\xFF", "\xC3", "\xED\xA0\x80", "\xC0\x80"})
+        EXPECT_FALSE(tool::IsUTF8(text));
+}
+
 TEST(PrintableJSON, EscapesTheSame) {
     EXPECT_EQ("\"a\\u009bb\\u202ec\\u007f\"", PrintableJSON("\"a\xC2\x9B"
                                                             "b\xE2\x80\xAE"

@@ -185,7 +185,7 @@ Ending Convert(const Job& inJob, Session& ioSession) {
     const Work work{inJob, options, ioSession, input, manner};
     Ending ending;
     try {
-        options.isRF64 || options.isRaw || options.HasCut() ? Pull(work, ending) : Push(work, ending);
+        options.isRF64 || options.isRaw || options.hasTags || options.HasCut() ? Pull(work, ending) : Push(work, ending);
     } catch (const LException& exception) {
         throw FailureOf(exception, input.Name());
     }

@@ -65,15 +65,6 @@ std::string Dump(const JSON& inObject) {
     return PrintableJSON(inObject.dump(-1, ' ', false, JSON::error_handler_t::replace)) + '\n';
 }
 
-bool IsUTF8(const std::string& inText) {
-    try {
-        [[maybe_unused]] const std::string dumped = JSON(inText).dump();
-        return true;
-    } catch (const JSON::type_error&) {
-        return false;
-    }
-}
-
 std::string PercentEncoded(const std::string& inBytes) {
     std::string text;
     for (const char character : inBytes) {

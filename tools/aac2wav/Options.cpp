@@ -53,6 +53,7 @@ std::vector<ArgumentOption> TableOf(Options& outOptions, Values& outValues, Swit
         {0, "track", "N", "Take this of the file's sound tracks, counted from 1", &outValues.track},
         {0, "raw", nullptr, "Write samples only, no header", &outOptions.isRaw},
         {0, "rf64", nullptr, "Write an RF64 header, which counts beyond 4 GiB", &outOptions.isRF64},
+        {0, "tags", nullptr, "Keep title, artist and the like, behind the samples", &outOptions.hasTags},
         {0, "length", nullptr, "Print the stream's length in bytes; decode nothing", &outSwitches.isLength},
         {0, "probe", nullptr, "Decode everything and describe it; write nothing", &outSwitches.isProbe},
         {0, "json", nullptr, "Print one JSON object for each file, on its own line", &outOptions.isJSON},
@@ -143,6 +144,8 @@ void CheckCombination(const Options& inOptions) {
     Refuse(hasByteWindow && (inOptions.isRF64 || inOptions.isRaw),
            "--start and --duration go with neither --rf64 nor --raw");
     Refuse(inOptions.isRaw && inOptions.isRF64, "--raw has no header, and --rf64 is one");
+    Refuse(inOptions.hasTags && (hasByteWindow || inOptions.isRaw),
+           "--tags goes with neither --start, --duration nor --raw");
     Refuse(inOptions.isJSON && inOptions.task == Task::kLength, "--json does not go with --length");
     Refuse(inOptions.replacesAnything && inOptions.skipsExisting,
            "--force and --no-clobber say the opposite");

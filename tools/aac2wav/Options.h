@@ -28,6 +28,7 @@ struct Options {
 
     bool isRF64 = false;
     bool isRaw = false;  // no header at all
+    bool hasTags = false;
     bool isJSON = false;
     bool isQuiet = false;
     bool keepsGoing = false;

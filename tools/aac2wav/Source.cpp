@@ -1,6 +1,7 @@
 #include "Source.h"
 
 #include "Signals.h"
+#include "Tags.h"
 
 #include <toolbox/Files.h>
 #include <toolbox/MacErrors.h>
@@ -92,16 +93,25 @@ Stream::Stream(const Input& inInput, const Options& inOptions) {
     } catch (const LException& exception) {
         throw FailureOf(exception, inInput.Name());
     }
+    mIsRF64 = inOptions.isRF64;
+    if (inOptions.hasTags) mTagChunk = TagChunk(mReader->Exporter().GetMovie());
     if (inOptions.isRaw) mFirstByte = mReader->ByteCount() - mReader->FrameCount() * kFrameBytes;
 }
 
+SInt64 Stream::ByteCount() const {
+    return mReader->ByteCount() - mFirstByte + static_cast<SInt64>(mTagChunk.size());
+}
+
 void Stream::Deliver(const Receive& inReceive) const {
-    std::vector<unsigned char> chunk(static_cast<std::size_t>(SecondBytes()));
+    constexpr SInt64 kLeastBytes = 128;  // the header is in one piece
+    std::vector<unsigned char> chunk(static_cast<std::size_t>(std::max(SecondBytes(), kLeastBytes)));
     SInt64 position = mFirstByte;
     while (const std::size_t count = mReader->Read(position, chunk.data(), chunk.size())) {
+        if (position == 0) CountTagChunk(chunk.data(), mTagChunk.size(), mIsRF64);
         inReceive(chunk.data(), count);
         position += static_cast<SInt64>(count);
     }
+    if (!mTagChunk.empty()) inReceive(mTagChunk.data(), mTagChunk.size());
 }
 
 void RequireDecodable(const MovieSoundReport& inReport, const std::string& inPath) {

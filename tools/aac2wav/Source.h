@@ -36,7 +36,7 @@ class Stream {
 
     SegmentExporter& Exporter() const { return mReader->Exporter(); }
     SInt64 FrameCount() const { return mReader->FrameCount(); }
-    SInt64 ByteCount() const { return mReader->ByteCount() - mFirstByte; }
+    SInt64 ByteCount() const;
     SInt64 SecondBytes() const { return mReader->Exporter().SegmentFrames() * SInt64{4}; }
 
     // Hands out all of it in order, about a second of sound at a time. Throws LException when sound cannot be
@@ -46,7 +46,9 @@ class Stream {
 
   private:
     std::unique_ptr<WAVReader> mReader;
-    SInt64 mFirstByte = 0;  // of the reader's stream: behind the header where none is wanted
+    SInt64 mFirstByte = 0;   // of the reader's stream: behind the header where none is wanted
+    bool mIsRF64 = false;
+    std::string mTagChunk;   // behind the sound; often empty
 };
 
 // Throws Failure about inPath (EX_DATAERR) for sound that no decoder reads.

@@ -121,6 +121,9 @@ int RunAll(int inArgumentCount, const char* const* inArguments) {
     } catch (const tool::Failure& failure) {
         tool::Say(failure.Subject(), failure.what());
         return failure.ExitCode();
+    } catch (const std::bad_alloc&) {
+        tool::Say({}, "out of memory");
+        return EX_OSERR;
     }
     tool::Session session{options, tool::Question(MayAsk(options)), 0, jobs.size()};
     EnterMovies();

@@ -39,6 +39,15 @@ bool IsHarmful(char32_t inCode) {
 
 }  // namespace
 
+bool IsUTF8(const std::string& inText) {
+    for (std::string_view rest = inText; !rest.empty();) {
+        const Character character = FirstCharacter(rest);
+        if (!character.isValid) return false;
+        rest.remove_prefix(character.byteCount);
+    }
+    return true;
+}
+
 std::string Printable(const std::string& inText) {
     std::string text;
     for (std::string_view rest = inText; !rest.empty();) {

@@ -12,4 +12,7 @@ std::string Printable(const std::string& inText);
 // A line of JSON with the same characters escaped; its strings keep their values. inJSON must be UTF-8.
 std::string PrintableJSON(const std::string& inJSON);
 
+// Well-formed from the first byte to the last.
+bool IsUTF8(const std::string& inText);
+
 }  // namespace tool

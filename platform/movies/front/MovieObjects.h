@@ -34,6 +34,7 @@ struct OpaqueMovie {
     std::string containerName;
     std::vector<toolbox::movies::SoundTrackFacts> soundTracks;  // of the file
     std::uint32_t takenSoundTrack;                              // from 1; 0: none
+    std::vector<toolbox::movies::MovieTag> tags;
     std::vector<OpaqueTrack> tracks;  // never changes its size, so tracks stay where they are
     toolbox::movies::Duration longest;
     TimeScale timeScale;

@@ -39,6 +39,7 @@ OpaqueMovie::OpaqueMovie(toolbox::movies::ImportedMovie inImported)
     : containerName(std::move(inImported.containerName)),
       soundTracks(std::move(inImported.soundTracks)),
       takenSoundTrack(inImported.takenSoundTrack),
+      tags(std::move(inImported.tags)),
       timeScale(std::max<TimeScale>(inImported.timeScale, 1)) {
     tracks.reserve(inImported.tracks.size());
     for (ImportedTrack& imported : inImported.tracks) {

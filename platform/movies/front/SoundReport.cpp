@@ -1,3 +1,4 @@
+#include <toolbox/MovieTags.h>
 #include <toolbox/SoundReport.h>
 #include <toolbox/SoundTracks.h>
 
@@ -74,6 +75,13 @@ OSErr GetMovieIndSoundTrackInfo(Movie inMovie, SInt32 inIndex, MovieSoundTrackIn
     outInfo->isAAC = facts.isAAC;
     outInfo->isTaken = static_cast<std::uint32_t>(inIndex) == inMovie->takenSoundTrack;
     return noErr;
+}
+
+const char* GetMovieTag(Movie inMovie, UInt32 inTag) {
+    if (inMovie == nullptr) return nullptr;
+    for (const toolbox::movies::MovieTag& tag : inMovie->tags)
+        if (tag.tag == inTag) return tag.text.c_str();
+    return nullptr;
 }
 
 SInt64 GetMovieDuration64(Movie inMovie, UInt32 inRateHz) {

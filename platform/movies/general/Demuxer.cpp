@@ -149,7 +149,7 @@ OSStatus Demuxer::OpenAs(const AVInputFormat& inFormat, std::string& outProblem)
     if (opened == AVERROR(ENOMEM)) {
         return memFullErr;
     }
-    outProblem = mIsLimitMet ? kNothingFound : LogScope::Describe(opened);
+    outProblem = mIsLimitMet ? kNothingFound : ReasonOf(opened);
     return mReadStatus != noErr ? mReadStatus : OSStatus{invalidMovie};
 }
 

@@ -5,8 +5,8 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <mutex>
 
 namespace toolbox::movies::general {
@@ -14,28 +14,10 @@ namespace toolbox::movies::general {
 namespace {
 
 thread_local int sScopeDepth = 0;
-thread_local std::string sLastError;
 
-// Called from C: nothing may be thrown.
-void KeepMessage(void* inContext, int inLevel, const char* inFormat, std::va_list inArguments) {
+void PassOn(void* inContext, int inLevel, const char* inFormat, std::va_list inArguments) {
     if (sScopeDepth == 0) {
         av_log_default_callback(inContext, inLevel, inFormat, inArguments);
-        return;
-    }
-    if (inLevel > AV_LOG_ERROR) {
-        return;
-    }
-    char text[256];
-    if (std::vsnprintf(text, sizeof text, inFormat, inArguments) <= 0) {
-        return;
-    }
-    try {
-        sLastError = text;
-        while (!sLastError.empty() && (sLastError.back() == '\n' || sLastError.back() == '.')) {
-            sLastError.pop_back();
-        }
-    } catch (...) {
-        sLastError.clear();
     }
 }
 
@@ -43,23 +25,27 @@ void KeepMessage(void* inContext, int inLevel, const char* inFormat, std::va_lis
 
 LogScope::LogScope() {
     static std::once_flag sOnce;
-    std::call_once(sOnce, [] { av_log_set_callback(&KeepMessage); });
-    if (sScopeDepth++ == 0) {
-        sLastError.clear();
-    }
+    std::call_once(sOnce, [] { av_log_set_callback(&PassOn); });
+    ++sScopeDepth;
 }
 
 LogScope::~LogScope() {
     --sScopeDepth;
 }
 
-std::string LogScope::Describe(int inError) {
-    if (!sLastError.empty()) {
-        return sLastError;
+const char* ReasonOf(int inError) {
+    switch (inError) {
+        case AVERROR_INVALIDDATA:
+            return "the file is damaged, or not what it looks like";
+        case AVERROR_EOF:
+        case AVERROR(EIO):  // what some demuxers make of an end that comes too early
+            return "the file ends before its sound begins";
+        case AVERROR_PATCHWELCOME:
+        case AVERROR(ENOSYS):
+            return "the file needs something that is not supported";
+        default:
+            return "the file cannot be read";
     }
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(inError, text, sizeof text);
-    return text;
 }
 
 }  // namespace toolbox::movies::general

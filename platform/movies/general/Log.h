@@ -1,12 +1,10 @@
-// What libavformat and libavcodec say while they work for this component: kept for the message to people, not
-// printed.
+// What libavformat and libavcodec say while they work for this component is not printed: it is meant for those
+// who make them. People are told in our words.
 #pragma once
-
-#include <string>
 
 namespace toolbox::movies::general {
 
-// While one lives, messages of this thread are not printed; the last error among them is kept.
+// While one lives, messages of this thread are not printed.
 // libavutil has one log function for the whole process: the first LogScope sets it to one that passes on to
 // libavutil's default whatever other threads, or this one outside a scope, have to say. A host that sets its
 // own afterwards has it its way.
@@ -16,10 +14,9 @@ class LogScope {
     ~LogScope();
     LogScope(const LogScope&) = delete;
     LogScope& operator=(const LogScope&) = delete;
-
-    // The last error since the outermost scope of this thread began or, when there was none, what libavutil
-    // has to say to an error code.
-    static std::string Describe(int inError);
 };
+
+// What an error code of theirs means for a file that was to be opened.
+const char* ReasonOf(int inError);
 
 }  // namespace toolbox::movies::general

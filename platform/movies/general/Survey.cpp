@@ -9,6 +9,7 @@
 #include "decoder/SoundDecoder.h"
 
 #include <toolbox/MacErrors.h>
+#include <toolbox/MovieTags.h>
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -108,6 +109,7 @@ class Survey {
     OSStatus Run(ImportedMovie& outMovie, std::string& outProblem);
 
   private:
+    void ReadTags(ImportedMovie& outMovie) const;
     OSStatus Learn(std::string& outProblem);
     OSStatus ReadAll(std::string& outProblem);
     OSStatus AddSound(const AVPacket& inPacket);
@@ -357,6 +359,27 @@ std::string ContainerName(const AVInputFormat& inFormat) {
     return name.substr(0, name.find(" ("));
 }
 
+// Those of the file, and where it has none of a name, those of the sound: Ogg keeps them there.
+void Survey::ReadTags(ImportedMovie& outMovie) const {
+    struct TagName {
+        const char* name;
+        std::uint32_t tag;
+    };
+    static constexpr TagName kNames[] = {{"title", kMovieTagTitle},       {"artist", kMovieTagArtist},
+                                         {"album", kMovieTagAlbum},       {"date", kMovieTagDate},
+                                         {"genre", kMovieTagGenre},       {"track", kMovieTagTrackNumber},
+                                         {"comment", kMovieTagComment},   {"copyright", kMovieTagCopyright},
+                                         {"composer", kMovieTagComposer}, {"encoder", kMovieTagEncoder}};
+    outMovie.tags.clear();
+    for (const TagName& each : kNames) {
+        const AVDictionaryEntry* entry = av_dict_get(mDemuxer->Format().metadata, each.name, nullptr, 0);
+        if (entry == nullptr && mDemuxer->Sound() != nullptr) {
+            entry = av_dict_get(mDemuxer->Sound()->metadata, each.name, nullptr, 0);
+        }
+        if (entry != nullptr && entry->value[0] != 0) outMovie.tags.push_back({each.tag, entry->value});
+    }
+}
+
 OSStatus Survey::Run(ImportedMovie& outMovie, std::string& outProblem) {
     OSStatus status = Learn(outProblem);
     if (status == noErr) {
@@ -367,6 +390,7 @@ OSStatus Survey::Run(ImportedMovie& outMovie, std::string& outProblem) {
     }
     outMovie.tracks.clear();
     ListSoundTracks(outMovie);
+    ReadTags(outMovie);
     outMovie.containerName = ContainerName(*mDemuxer->Format().iformat);
     if (mHasSound) {
         DescribeSound(outMovie);

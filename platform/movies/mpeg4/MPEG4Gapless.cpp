@@ -1,5 +1,7 @@
 #include "MPEG4Gapless.h"
 
+#include "MPEG4Tags.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string_view>
@@ -44,14 +46,6 @@ bool TextEquals(BoxFile& ioFile, std::int64_t inStartBytes, std::int64_t inEndBy
     return bytes != nullptr && std::memcmp(bytes, inText.data(), inText.size()) == 0;
 }
 
-// A metadata box has version and flags in MPEG-4 files and none in QuickTime files.
-std::int64_t MetadataChildrenBytes(BoxFile& ioFile, const Box& inMetadata) {
-    if (inMetadata.ContentSizeBytes() < 8) return inMetadata.endBytes;
-    const std::uint8_t* const bytes = ioFile.At(inMetadata.contentBytes, 8);
-    const bool isPlain = bytes != nullptr && BigEndian32(bytes + 4) == BoxType("hdlr");
-    return inMetadata.contentBytes + (isPlain ? 0 : kVersionBytes);
-}
-
 // One free-form item: a box with a name and a value.
 bool ReadItem(BoxFile& ioFile, const Box& inItem, GaplessTag& outTag) {
     const Box name = FindBox(ioFile, inItem, BoxType("name"));
@@ -83,13 +77,7 @@ bool ParseGaplessTag(const char* inText, std::size_t inByteCount, GaplessTag& ou
 }
 
 bool FindGaplessTag(BoxFile& ioFile, const Box& inMovie, GaplessTag& outTag) {
-    const Box userData = FindBox(ioFile, inMovie, BoxType("udta"));
-    if (!userData.Exists()) return false;
-    const Box metadata = FindBox(ioFile, userData, BoxType("meta"));
-    if (!metadata.Exists()) return false;
-    Box children = metadata;
-    children.contentBytes = MetadataChildrenBytes(ioFile, metadata);
-    const Box list = FindBox(ioFile, children, BoxType("ilst"));
+    const Box list = FindTagList(ioFile, inMovie);
     if (!list.Exists()) return false;
     BoxWalk items(ioFile, list);
     for (Box item; items.Next(item);)

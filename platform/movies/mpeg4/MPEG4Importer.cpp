@@ -6,6 +6,7 @@
 #include "MPEG4Gapless.h"
 #include "MPEG4SampleTable.h"
 #include "MPEG4Sound.h"
+#include "MPEG4Tags.h"
 #include "MPEG4Tracks.h"
 #include "track/MovieImporter.h"
 
@@ -55,6 +56,7 @@ class MovieReader {
         outMovie.timeScale = static_cast<std::int32_t>(mHeader.timeScale);
         GaplessTag tag;
         if (FindGaplessTag(mBoxes, inMovie, tag)) mGapless = tag;
+        outMovie.tags = ReadTags(mBoxes, inMovie);
         outMovie.soundTracks = mHeader.soundTracks;
         outMovie.takenSoundTrack = 0;
         for (MPEG4Track& track : mHeader.tracks) {

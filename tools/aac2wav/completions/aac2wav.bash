@@ -8,7 +8,7 @@ _aac2wav() {
     esac
     case $current in
         -*)
-            mapfile -t COMPREPLY < <(compgen -W "--output --from --to --for --start --duration --track --raw --rf64
+            mapfile -t COMPREPLY < <(compgen -W "--output --from --to --for --start --duration --track --raw --rf64 --tags
                 --length --probe --json --recursive --force --no-clobber --keep-going --preserve --sync
                 --spool-limit --quiet --version --help" -- "$current")
             ;;

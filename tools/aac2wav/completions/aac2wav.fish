@@ -8,6 +8,7 @@ complete -c aac2wav -l duration -x -d 'Bound the window; 0 or less is to the end
 complete -c aac2wav -l track -x -d 'Take this of the sound tracks'
 complete -c aac2wav -l raw -d 'Write samples only, no header'
 complete -c aac2wav -l rf64 -d 'Write a header that counts beyond 4 GiB'
+complete -c aac2wav -l tags -d 'Keep title, artist and the like'
 complete -c aac2wav -l length -d 'Print the length of the stream in bytes'
 complete -c aac2wav -l probe -d 'Decode everything and describe it'
 complete -c aac2wav -l json -d 'Print a JSON object for each file'

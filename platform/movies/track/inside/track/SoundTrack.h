@@ -128,12 +128,19 @@ struct SoundTrackFacts {
     bool isAAC = false;
 };
 
+// A text about the sound.
+struct MovieTag {
+    std::uint32_t tag = 0;  // kMovieTag...
+    std::string text;       // never empty, and without NUL
+};
+
 struct ImportedMovie {
     std::string containerName;  // for people: "MPEG-4"
     std::vector<ImportedTrack> tracks;
     std::int32_t timeScale = 600;
     std::vector<SoundTrackFacts> soundTracks;  // of the file, in its order
     std::uint32_t takenSoundTrack = 0;         // which of those is the movie's first, from 1; 0: none is
+    std::vector<MovieTag> tags;                // each at most once
 };
 
 }  // namespace toolbox::movies
