@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""What may not be dropped says so: each function of a public header that answers a status, or gives its caller something
-to dispose of, is marked ([[nodiscard]], TOOLBOX_MUST_USE), unless may_drop.txt gives a reason why it may be dropped.
+"""What may not be dropped says so: each function of a header that answers a status, or gives its caller something to
+dispose of, is marked ([[nodiscard]], TOOLBOX_MUST_USE), unless may_drop.txt gives a reason why it may be dropped.
 
 Usage: must_use.py ROOT. Prints each breach as file:line: what; exits 1 if there is one, or if a planted one is missed.
 """
@@ -9,6 +9,7 @@ import subprocess
 import sys
 from pathlib import Path
 
+ROOMS = ("converter/", "files/", "foundation/", "platform/", "quicktime/", "strings/", "tools/")
 STATUSES = {"OSErr", "OSStatus", "ComponentResult"}
 VALUES = {"TCFString"}  # a copy that was dropped changed nothing
 CREATES = re.compile(r"Create|(?<!For)Copy(?!ing)|New[A-Z]|^(FS)?Open|^Make|^(QT)?Begin")
@@ -32,7 +33,8 @@ def declarations(text):
             result = " ".join(SPECIFIERS.sub(" ", match["before"]).split())
             if result and result != "void":
                 yield number, result, match["name"], bool(MARK.search(match["before"])), " ".join(comment + [remark])
-        previous_ends = code.rstrip().endswith((";", "{", "}", ":", "BEGIN", "END")) or code.lstrip().startswith("#")
+        previous_ends = (code.rstrip().endswith((";", "{", "}", ":", "BEGIN", "END"))
+                         or code.lstrip().startswith(("#", "template")))
         # One comment may stand above several declarations in a row, but tells of the first.
         comment = []
 
@@ -63,6 +65,7 @@ def missed_when_planted(headers, may_drop):
         "an unmarked member": "    static OSStatus Planted();",
         "an unmarked copy": "TOOLBOX_EXPORT CFStringRef CFPlantedCreateCopy(CFStringRef inString);",
         "an unmarked result over two lines": "MIRTAL_EXPORT OSStatus Planted(long inFirst,\n    long inSecond);",
+        "an unmarked template": "template <typename Function>\nOSStatus Planted(Function inFunction);",
         "a result that the caller disposes of": "// The caller disposes of it.\nMIRTAL_EXPORT Handle Planted();",
     }
     known = check(headers, may_drop)
@@ -77,14 +80,14 @@ def main():
     root = Path(sys.argv[1])
     names = subprocess.run(["git", "-C", str(root), "ls-files", "*.h"], capture_output=True, text=True,
                            check=True).stdout.split()
-    public = [name for name in names if re.match(r"(platform/include|\w+/include)/", name)]
-    headers = {name: (root / name).read_text() for name in public}
+    ours = [name for name in names if name.startswith(ROOMS)]
+    headers = {name: (root / name).read_text() for name in ours}
     lines = (Path(__file__).parent / "may_drop.txt").read_text().split("\n")
     may_drop = {line.split(":")[0] for line in lines if line and not line.startswith("#")}
     breaches = check(headers, may_drop)
     breaches += [f"not found when planted: {what}" for what in missed_when_planted(headers, may_drop)]
     print("\n".join(breaches))
-    print(f"{len(headers)} public headers, {len(may_drop)} functions whose result may be dropped")
+    print(f"{len(headers)} headers, {len(may_drop)} functions whose result may be dropped")
     return 1 if breaches else 0
 
 

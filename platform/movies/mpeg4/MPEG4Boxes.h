@@ -43,7 +43,7 @@ class BoxFile {
     const std::uint8_t* At(std::int64_t inOffsetBytes, std::size_t inByteCount);
 
     // noErr, or ioErr once a read has failed.
-    OSStatus Status() const { return mStatus; }
+    [[nodiscard]] OSStatus Status() const { return mStatus; }
 
   private:
     bool Fill(std::int64_t inOffsetBytes, std::size_t inByteCount);
@@ -115,6 +115,6 @@ class TableReader {
 
 // A table in the usual form: version and flags, a 32-bit count, entries. An empty one when there is no such
 // box.
-TableReader OpenTable(BoxFile& ioFile, const Box& inBox, std::uint32_t inEntryBytes);
+[[nodiscard]] TableReader OpenTable(BoxFile& ioFile, const Box& inBox, std::uint32_t inEntryBytes);
 
 }  // namespace toolbox::movies

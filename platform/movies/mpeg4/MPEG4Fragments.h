@@ -34,7 +34,7 @@ bool ReadFragmentDefaults(BoxFile& ioFile, const Box& inMovie, std::vector<Fragm
 // Where a fragment starts more than a tick later than the one before it ended, a gap is left; one that starts
 // earlier is put at the end. invalidMovie, with a text for people, when it claims what the file cannot hold;
 // ioErr.
-OSStatus ReadFragment(BoxFile& ioFile, const Box& inFragment, std::vector<FragmentedTrack>& ioTracks,
-                      std::string& outProblem);
+[[nodiscard]] OSStatus ReadFragment(BoxFile& ioFile, const Box& inFragment,
+                                    std::vector<FragmentedTrack>& ioTracks, std::string& outProblem);
 
 }  // namespace toolbox::movies

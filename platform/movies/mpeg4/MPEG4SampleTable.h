@@ -12,8 +12,8 @@ namespace toolbox::movies {
 // Reads the tables of a sample table box ("stbl") into a media without packets. Packets that the tables claim
 // but do not place are left out; packets that are placed beyond the file's end are kept. invalidMovie, with a
 // text for people, when a table that is needed is missing or claims what the file cannot hold; ioErr.
-OSStatus ReadSampleTable(BoxFile& ioFile, const Box& inSampleTable, MPEG4Media& ioMedia,
-                         std::string& outProblem);
+[[nodiscard]] OSStatus ReadSampleTable(BoxFile& ioFile, const Box& inSampleTable, MPEG4Media& ioMedia,
+                                       std::string& outProblem);
 
 // The sum of all durations of a sample table, in media time; pinned at kLongestMedia.
 std::int64_t SumOfDurations(BoxFile& ioFile, const Box& inSampleTable);

@@ -23,8 +23,8 @@ struct MPEG4SoundSettings {
 // Completes formats, spans, edits and trims. Takes the packets out of ioTrack.
 // invalidMovie, with a text for people, when the sound cannot be laid out; ioErr when a packet that has to be
 // looked at cannot be read.
-OSStatus MakeSoundTrack(const std::shared_ptr<const MediaFile>& inFile, MPEG4Track& ioTrack,
-                        const MPEG4SoundSettings& inSettings, std::unique_ptr<SoundTrack>& outSound,
-                        std::string& outProblem);
+[[nodiscard]] OSStatus MakeSoundTrack(const std::shared_ptr<const MediaFile>& inFile, MPEG4Track& ioTrack,
+                                      const MPEG4SoundSettings& inSettings,
+                                      std::unique_ptr<SoundTrack>& outSound, std::string& outProblem);
 
 }  // namespace toolbox::movies

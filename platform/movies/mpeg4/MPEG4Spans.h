@@ -24,7 +24,8 @@ std::uint32_t EffectiveTimeScale(const MPEG4Media& inMedia, const SoundFormat& i
 // one that is within a tick of the packet's nominal length, where the time scale cannot express that, means
 // it; and a media without durations has nominal ones. False when a packet has no duration at all or the sound
 // is longer than any can be.
-bool MakeSpans(const MPEG4Media& inMedia, std::uint32_t inPacketCount, std::uint32_t inTimeScale,
-               const std::vector<SoundFormat>& inFormats, std::vector<PacketSpan>& outSpans);
+[[nodiscard]] bool MakeSpans(const MPEG4Media& inMedia, std::uint32_t inPacketCount,
+                             std::uint32_t inTimeScale, const std::vector<SoundFormat>& inFormats,
+                             std::vector<PacketSpan>& outSpans);
 
 }  // namespace toolbox::movies

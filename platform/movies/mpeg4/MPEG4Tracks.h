@@ -41,7 +41,7 @@ struct MPEG4Header {
 // cantFindHandler when its first sound is not of a kind that this importer reads; trackNotInMovie or
 // invalidMovie, with a text for people, when the sound track asked for is not there or the header is damaged;
 // ioErr.
-OSStatus ReadMovieHeader(BoxFile& ioFile, const Box& inMovie, const ImportOptions& inOptions,
-                         MPEG4Header& outHeader, std::string& outProblem);
+[[nodiscard]] OSStatus ReadMovieHeader(BoxFile& ioFile, const Box& inMovie, const ImportOptions& inOptions,
+                                       MPEG4Header& outHeader, std::string& outProblem);
 
 }  // namespace toolbox::movies

@@ -30,9 +30,9 @@ class FrameConverter {
 
     // Converts inFrame, after Reset any frame, else one it accepts. noErr, memFullErr, or badFormat: this
     // kind of frame cannot be converted. Throws std::bad_alloc.
-    OSStatus Push(const AVFrame& inFrame);
+    [[nodiscard]] OSStatus Push(const AVFrame& inFrame);
     // Lets out what resampling holds back, and is then reset but for the frames available.
-    OSStatus Flush();
+    [[nodiscard]] OSStatus Flush();
 
     // Frames ready, first to last. Left and right are the same plane for mono.
     std::size_t Available() const { return mCount; }
@@ -47,8 +47,8 @@ class FrameConverter {
     struct Deleter {
         void operator()(SwrContext* inContext) const;
     };
-    OSStatus SetUp(const AVFrame& inFrame);
-    OSStatus Convert(const std::uint8_t** inPlanes, int inFrameCount);
+    [[nodiscard]] OSStatus SetUp(const AVFrame& inFrame);
+    [[nodiscard]] OSStatus Convert(const std::uint8_t** inPlanes, int inFrameCount);
     const std::uint8_t* Plane(int inIndex) const {
         return mPlanes[inIndex].data() + mFirst * mBytesPerSample;
     }

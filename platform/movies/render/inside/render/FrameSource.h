@@ -69,7 +69,7 @@ class FrameSource {
     virtual ~FrameSource() = default;
     // Puts exactly inCount frames (silence beyond the end), or fails: then the source is good for nothing
     // more. Throws std::bad_alloc.
-    virtual OSStatus Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) = 0;
+    [[nodiscard]] virtual OSStatus Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) = 0;
 };
 
 }  // namespace toolbox::movies

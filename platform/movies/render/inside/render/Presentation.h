@@ -23,10 +23,10 @@ class Presentation final : public FrameSource {
                  std::uint32_t inCellSeconds);
 
     std::int64_t FrameCount() const { return mEditEnds.empty() ? 0 : mEditEnds.back(); }
-    OSStatus Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) override;
+    [[nodiscard]] OSStatus Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) override;
 
   private:
-    OSStatus ReadMedia(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink);
+    [[nodiscard]] OSStatus ReadMedia(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink);
     FrameSource& SourceOf(const PacketSpan& inSpan);
 
     const SoundTrack& mTrack;

@@ -24,14 +24,14 @@ class Resampler final : public FrameSource {
               std::int64_t outFrameCount);
     ~Resampler() override;
 
-    OSStatus Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) override;
+    [[nodiscard]] OSStatus Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) override;
 
   private:
     struct Deleter {
         void operator()(SwrContext* inContext) const;
     };
-    OSStatus Restart();
-    OSStatus NextBlock();
+    [[nodiscard]] OSStatus Restart();
+    [[nodiscard]] OSStatus NextBlock();
 
     FrameSource& mSource;
     std::int64_t mSourceFrameCount;

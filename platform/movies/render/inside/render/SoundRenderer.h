@@ -32,7 +32,7 @@ class SoundRenderer {
     //   inFirst, inCount  >= 0, within FrameCount()
     // After a failure the renderer is good for nothing more: badFormat, noCodecErr, memFullErr. Throws
     // std::bad_alloc.
-    OSStatus Render(std::int64_t inFirst, std::int64_t inCount, std::uint8_t* outBytes);
+    [[nodiscard]] OSStatus Render(std::int64_t inFirst, std::int64_t inCount, std::uint8_t* outBytes);
 
   private:
     std::shared_ptr<const SoundTrack> mTrack;

@@ -28,7 +28,7 @@ class SpanReader final : public FrameSource {
                DamageLog& inDamage, SampleForm inForm, std::uint32_t inCellSeconds);
 
     // Span frames. What the first format's decoder answers when it cannot be had, memFullErr.
-    OSStatus Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) override;
+    [[nodiscard]] OSStatus Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) override;
 
   private:
     enum class PieceKind { kSilence, kFloats, kShorts };
@@ -43,21 +43,21 @@ class SpanReader final : public FrameSource {
     std::uint32_t CellStart(std::uint32_t inPacket) const;
     std::uint32_t CellEnd(std::uint32_t inPacket) const;
     std::uint32_t StartFor(std::int64_t inFrame) const;
-    OSStatus SeekTo(std::int64_t inFrame);
-    OSStatus StartAt(std::uint32_t inPacket);
-    OSStatus PreRoll(std::uint32_t inPacket);
+    [[nodiscard]] OSStatus SeekTo(std::int64_t inFrame);
+    [[nodiscard]] OSStatus StartAt(std::uint32_t inPacket);
+    [[nodiscard]] OSStatus PreRoll(std::uint32_t inPacket);
 
-    OSStatus NextPiece();
-    OSStatus Step();
-    OSStatus SendNextPacket();
-    OSStatus ReceiveSound();
+    [[nodiscard]] OSStatus NextPiece();
+    [[nodiscard]] OSStatus Step();
+    [[nodiscard]] OSStatus SendNextPacket();
+    [[nodiscard]] OSStatus ReceiveSound();
     bool MayBeTrimmed() const;
-    OSStatus DecodeAgainUntrimmed();
-    OSStatus PlaceFrame();
-    OSStatus FinishPacket();
-    OSStatus FinishDamagedPacket();
-    OSStatus FinishCell();
-    OSStatus Settle(std::int64_t inFramesToCome);
+    [[nodiscard]] OSStatus DecodeAgainUntrimmed();
+    [[nodiscard]] OSStatus PlaceFrame();
+    [[nodiscard]] OSStatus FinishPacket();
+    [[nodiscard]] OSStatus FinishDamagedPacket();
+    [[nodiscard]] OSStatus FinishCell();
+    [[nodiscard]] OSStatus Settle(std::int64_t inFramesToCome);
     bool IsLagging() const;
     bool IsCommonForm() const;
     void GiveSilence(std::int64_t inFrameCount);
