@@ -1,6 +1,7 @@
 // Sorting names as a list of files shows them: by the toolbox, and with a collator made anew for each
 // comparison, as a program would that keeps none. Compare within one run.
 #include <benchmark/benchmark.h>
+#include <toolbox/MacErrors.h>
 #include <toolbox/UnicodeUtilities.h>
 #include <unicode/ucol.h>
 

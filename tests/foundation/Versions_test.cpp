@@ -72,7 +72,10 @@ TEST_F(GetVersionTest, CutOff) {
 }
 
 TEST_F(GetVersionTest, LongestText) {
-    fakes::ScriptResource(kVersionType, 1, "", std::string(6, '\0') + '\xFF' + std::string(255, 'v'));
+    std::string resource(6, '\0');
+    resource += '\xFF';
+    resource.append(255, 'v');
+    fakes::ScriptResource(kVersionType, 1, "", resource);
     Get();
     EXPECT_EQ(std::string(255, 'v'), Text());
 }

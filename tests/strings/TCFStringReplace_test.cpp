@@ -132,7 +132,8 @@ TEST_F(TCFStringReplaceTest, FindAndReplaceOfNothingIsACopy) {
 }
 
 TEST_F(TCFStringReplaceTest, FindAndReplaceHandsItsFlagsOn) {
-    Units(u"bAnana").FindAndReplace(Units(u"A"), Units(u"b"), CFRangeMake(0, 9), kCFCompareCaseInsensitive);
+    static_cast<void>(
+        Units(u"bAnana").FindAndReplace(Units(u"A"), Units(u"b"), CFRangeMake(0, 9), kCFCompareCaseInsensitive));
     EXPECT_TRUE(WasCalled(fakes::CallText("CFStringFindAndReplace", 0, 6, 1)));
 }
 
