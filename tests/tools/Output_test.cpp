@@ -274,6 +274,31 @@ TEST(Output, GetsItsNameOnAnyFileSystem) {
     EXPECT_EXIT(byPlainMove(), testing::ExitedWithCode(0), "");
 }
 
+// Only --sync asks the disk, and then a disk that fails leaves no file.
+TEST(Output, WaitsForTheDiskWhenItIsTo) {
+    const auto failingDisk = [] {
+        const TemporaryFolder folder;
+        Refuse({{SYS_fsync, EIO}});
+        Output::Manner manner;
+        {
+            Output output(folder.Path("out.wav"), manner);
+            output.Commit();
+        }
+        manner.isSynced = true;
+        int exitCode = EX_OK;
+        try {
+            Output output(folder.Path("synced.wav"), manner);
+            output.Commit();
+        } catch (const Failure& failure) {
+            exitCode = failure.ExitCode();
+        }
+        EXPECT_EQ(EX_IOERR, exitCode);
+        EXPECT_EQ(std::vector<std::string>{"out.wav"}, folder.Names());
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(failingDisk(), testing::ExitedWithCode(0), "");
+}
+
 // Whatever was there at first is all that may be replaced.
 TEST(Output, DoesNotReplaceWhatChangedMeanwhile) {
     for (const auto replace : {Output::Replace::kSoundOnly, Output::Replace::kThisFile}) {
