@@ -95,15 +95,15 @@ Command::~Command() {
     }
 }
 
-int Command::OpenPipeOf(const std::string& inText) {
+int Command::OpenPipeOf(const std::string& inBytes) {
     int ends[2] = {-1, -1};
     EXPECT_EQ(0, pipe(ends));
     mWriter = fork();
     if (mWriter == 0) {
         close(ends[0]);
         std::size_t written = 0;
-        while (written < inText.size()) {
-            const ssize_t count = write(ends[1], inText.data() + written, inText.size() - written);
+        while (written < inBytes.size()) {
+            const ssize_t count = write(ends[1], inBytes.data() + written, inBytes.size() - written);
             if (count <= 0) _exit(1);
             written += static_cast<std::size_t>(count);
         }

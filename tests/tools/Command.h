@@ -83,7 +83,7 @@ class Command {
   private:
     [[noreturn]] void Become(int inIn, int inOut, int inErr);
     int OpenInput(int inErr);
-    int OpenPipeOf(const std::string& inText);
+    int OpenPipeOf(const std::string& inBytes);
     int OpenStream(Stream inStream, int& outReadEnd);
 
     pid_t mProcess = -1;
