@@ -31,6 +31,20 @@ constexpr int kLeastProbeScore = 5;
 
 constexpr const char* kNothingFound = "there is neither sound nor picture in 64 MB of the file";
 
+// In a transport stream, say, the tables may leave it to the packets what a stream is; private data is then
+// called binary data.
+bool IsKnown(const AVStream& inStream) {
+    switch (inStream.codecpar->codec_type) {
+        case AVMEDIA_TYPE_UNKNOWN:
+            return false;
+        case AVMEDIA_TYPE_DATA:
+            return inStream.codecpar->codec_id != AV_CODEC_ID_NONE &&
+                   inStream.codecpar->codec_id != AV_CODEC_ID_BIN_DATA;
+        default:
+            return true;
+    }
+}
+
 int RefuseOpening(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
     return AVERROR(EACCES);
 }
@@ -198,24 +212,31 @@ bool Demuxer::IsChosen(const AVStream& inStream) const {
 }
 
 // Streams that have come to light since: the chosen one of sound is kept, pictures as wanted, everything else
-// discarded.
+// discarded. One whose packets have to tell what it is must give them until they have; it counts from then on.
 void Demuxer::SortStreams() {
-    for (; mSortedStreamCount < mFormat->nb_streams; ++mSortedStreamCount) {
-        AVStream& stream = *mFormat->streams[mSortedStreamCount];
-        mSoundCount += IsSound(stream) ? 1 : 0;
-        if (IsChosen(stream)) {
-            mSound = &stream;
-        } else if (!IsPicture(stream) || mDiscardsPictures) {
-            stream.discard = AVDISCARD_ALL;
-        }
+    for (; mSeenStreamCount < mFormat->nb_streams; ++mSeenStreamCount) {
+        mUnsorted.push_back(mFormat->streams[mSeenStreamCount]);
     }
+    std::erase_if(mUnsorted, [this](AVStream* inStream) {
+        if (!IsKnown(*inStream)) {
+            return false;
+        }
+        mSoundCount += IsSound(*inStream) ? 1 : 0;
+        if (IsChosen(*inStream)) {
+            mSound = inStream;
+        } else if (!IsPicture(*inStream) || mDiscardsPictures) {
+            inStream->discard = AVDISCARD_ALL;
+        }
+        return true;
+    });
 }
 
 void Demuxer::DiscardPictures() {
     mDiscardsPictures = true;
     for (unsigned index = 0; index < mFormat->nb_streams; ++index) {
-        if (mFormat->streams[index] != mSound) {
-            mFormat->streams[index]->discard = AVDISCARD_ALL;
+        AVStream& stream = *mFormat->streams[index];
+        if (&stream != mSound && IsKnown(stream)) {
+            stream.discard = AVDISCARD_ALL;
         }
     }
 }

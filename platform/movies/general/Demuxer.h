@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 struct AVFormatContext;
 struct AVIOContext;
@@ -77,7 +78,8 @@ class Demuxer {
     AVFormatContext* mFormat = nullptr;
     AVStream* mSound = nullptr;
     std::uint32_t mSoundCount = 0;
-    unsigned mSortedStreamCount = 0;
+    unsigned mSeenStreamCount = 0;
+    std::vector<AVStream*> mUnsorted;  // not known yet
     bool mDiscardsPictures = false;
 };
 

@@ -123,6 +123,12 @@ const Format kFormats[] = {
     // tell.
     {"TransportAAC", "-ac 2 -c:a aac", "ts", 44100, 2, 20480, 1024, DecoderMemory::kUnbounded,
      FourChars("mp4a")},
+    {"TransportLATM", "-ac 2 -c:a aac -mpegts_flags latm", "ts", 48000, 2, 20480, 1024,
+     DecoderMemory::kUnbounded, FourChars("mp4a")},
+    {"TransportPrivateAC3", "-ac 2 -c:a ac3 -mpegts_flags system_b", "ts", 48000, 2, 15360, 0,
+     DecoderMemory::kUnbounded, FourChars("ac-3")},
+    {"ProgramStreamAC3", "-ac 2 -c:a ac3 -f vob", "vob", 48000, 2, 15360, 0, DecoderMemory::kUnbounded,
+     FourChars("ac-3")},
     {"FlashAAC", "-ac 2 -c:a aac", "flv", 44100, 2, 20480, 1024, DecoderMemory::kUnbounded,
      FourChars("mp4a")},
     {"LATM", "-ac 2 -c:a aac -f latm", "loas", 44100, 2, 20480, 1024, DecoderMemory::kUnbounded,
