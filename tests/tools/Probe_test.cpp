@@ -164,6 +164,32 @@ TEST(Probe, DecodesEverythingToKnowTheDamage) {
     EXPECT_EQ(EX_OK, RunTool({"--probe", "--keep-going", Fixture("damaged.m4a")}).exitCode);
 }
 
+// The file's packets are presented for almost a day each: six weeks of silence, which no one renders.
+TEST(Probe, SilenceIsCountedAndNotRendered) {
+    std::string bytes = ReadFile(Fixture("no-edit-list.m4a"));
+    const std::size_t table = bytes.find("stts");
+    ASSERT_NE(std::string::npos, table);
+    const auto setDuration = [&](std::uint32_t inUnits) {
+        for (int i = 0; i < 4; ++i)
+            bytes[table + 16 + static_cast<std::size_t>(i)] = static_cast<char>(inUnits >> (24 - 8 * i));
+    };
+    TemporaryFolder folder;
+    setDuration(80000U * 44100);
+    WriteFile(folder.Path("weeks.m4a"), bytes);
+    const Outcome weeks = RunTool({"--probe", "--json", folder.Path("weeks.m4a")});
+    EXPECT_EQ(EX_OK, weeks.exitCode) << weeks.err;
+    const json object = json::parse(weeks.out);
+    EXPECT_LT(40LL * 80000 * 44100, object["sound"]["frames"].get<std::int64_t>());
+    EXPECT_EQ(0, object["damage"]["packets"]);
+    EXPECT_EQ(0, object["damage"]["silencedFrames"]);
+    setDuration(0xFFFFFFFF);
+    WriteFile(folder.Path("months.m4a"), bytes);
+    const Outcome months = RunTool({"--probe", folder.Path("months.m4a")});
+    EXPECT_EQ(EX_DATAERR, months.exitCode);
+    EXPECT_THAT(months.err, HasSubstr("a gap in its sound that is beyond reason"));
+    EXPECT_EQ(EX_DATAERR, RunTool({"--length", folder.Path("months.m4a")}).exitCode);
+}
+
 TEST(Probe, PictureOnly) {
     EXPECT_TRUE(ProbeJSON("video-only.mp4")["sound"].is_null());
     EXPECT_THAT(RunTool({"--probe", Fixture("video-only.mp4")}).out, HasSubstr("no sound"));

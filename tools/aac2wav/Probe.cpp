@@ -8,16 +8,38 @@
 #include "Signals.h"
 #include "Source.h"
 
+#include <exception>
+
 namespace tool {
 namespace {
 
+// What the toolbox calls while it decodes; nothing may be thrown through it.
+struct Decoding {
+    Progress progress;
+    std::exception_ptr interruption;
+
+    static Boolean GoOn(void* inContext, SInt64 inFrames) {
+        auto& decoding = *static_cast<Decoding*>(inContext);
+        try {
+            CheckSignals();
+            decoding.progress.Advance(inFrames);
+        } catch (...) {
+            decoding.interruption = std::current_exception();
+        }
+        return decoding.interruption == nullptr;
+    }
+};
+
 void DecodeAll(const Stream& inStream, const Input& inInput, const Session& inSession) {
-    Progress progress(inInput.Name(), inStream.ByteCount(), inStream.SecondBytes(), inSession.options.isQuiet,
-                      inSession.Place());
-    inStream.Deliver([&progress](const void*, std::size_t inByteCount) {
-        CheckSignals();
-        progress.Advance(static_cast<SInt64>(inByteCount));
-    });
+    const SegmentExporter& exporter = inStream.Exporter();
+    const FrameRange range = inStream.Range();
+    Decoding decoding{Progress(inInput.Name(), range.end - range.first, exporter.SampleRate(),
+                               inSession.options.isQuiet, inSession.Place()),
+                      nullptr};
+    const OSErr status = CheckMovieSound(exporter.GetMovie(), static_cast<UInt32>(exporter.SampleRate()),
+                                         range.first, range.end, &Decoding::GoOn, &decoding);
+    if (decoding.interruption != nullptr) std::rethrow_exception(decoding.interruption);
+    if (status != noErr) LException::Throw(status);
 }
 
 }  // namespace

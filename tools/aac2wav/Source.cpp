@@ -87,9 +87,9 @@ std::vector<MovieSoundTrackInfo> TracksOf(const SegmentExporter& inExporter) {
 Stream::Stream(const Input& inInput, const Options& inOptions) {
     const auto header = inOptions.isRF64 ? WAVReader::Header::kRF64 : WAVReader::Header::kRIFF;
     auto exporter = OpenExporter(inInput, inOptions);
-    const FrameRange range = RangeOf(*exporter, inInput, inOptions);
+    mRange = RangeOf(*exporter, inInput, inOptions);
     try {
-        mReader = std::make_unique<WAVReader>(std::move(exporter), header, range);
+        mReader = std::make_unique<WAVReader>(std::move(exporter), header, mRange);
     } catch (const LException& exception) {
         throw FailureOf(exception, inInput.Name());
     }

@@ -36,6 +36,8 @@ class Stream {
 
     SegmentExporter& Exporter() const { return mReader->Exporter(); }
     SInt64 FrameCount() const { return mReader->FrameCount(); }
+    // Of the movie's frames.
+    FrameRange Range() const { return mRange; }
     SInt64 ByteCount() const;
     SInt64 SecondBytes() const { return mReader->Exporter().SegmentFrames() * SInt64{4}; }
 
@@ -46,6 +48,7 @@ class Stream {
 
   private:
     std::unique_ptr<WAVReader> mReader;
+    FrameRange mRange;
     SInt64 mFirstByte = 0;   // of the reader's stream: behind the header where none is wanted
     bool mIsRF64 = false;
     std::string mTagChunk;   // behind the sound; often empty

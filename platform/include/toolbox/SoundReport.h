@@ -32,6 +32,17 @@ typedef struct MovieSoundReport {
 // paramErr for a null argument. A movie without sound gives format 0 and zeros.
 TOOLBOX_MUST_USE OSErr GetMovieSoundReport(Movie inMovie, MovieSoundReport* outReport);
 
+// Decodes a stretch of a movie's sound without rendering it, so that GetMovieSoundReport then tells of its damage.
+// Silence takes no time, however long.
+//   inRateHz         > 0, whose frames the stretch and inProc are told in
+//   inFirst, inEnd   frames; inFirst >= 0, and an end behind the sound's means that
+//   inProc           may be null; called every second of sound or so with how many frames were passed since the last
+//                    call. When it answers 0, that is the end.
+// noErr, also for a movie without sound and when inProc ended it; paramErr; else what MovieExportToHandle answers.
+typedef Boolean (*MovieSoundCheckProc)(void* inContext, SInt64 inFrames);
+TOOLBOX_EXPORT OSErr CheckMovieSound(Movie inMovie, UInt32 inRateHz, SInt64 inFirst, SInt64 inEnd,
+                                     MovieSoundCheckProc inProc, void* inContext);
+
 // The presented length of the longest track in frames of inRateHz, not limited to 32 bits.
 TOOLBOX_EXPORT SInt64 GetMovieDuration64(Movie inMovie, UInt32 inRateHz);
 

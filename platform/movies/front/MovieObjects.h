@@ -45,4 +45,7 @@ namespace toolbox::movies {
 // The movie's length in units of inUnitsPerSecond (> 0), rounded to nearest.
 std::int64_t LengthOf(const OpaqueMovie& inMovie, std::int64_t inUnitsPerSecond);
 
+// Frames per second of what a track is exported to unless told otherwise; inTrack may be null.
+std::uint32_t StreamRateHz(const OpaqueTrack* inTrack);
+
 }  // namespace toolbox::movies

@@ -1,9 +1,12 @@
 // From a data reference to a movie: the file that the alias names, given to each importer in turn.
 
 #include "ComponentRegistry.h"
-#include "track/MediaFile.h"
 #include "MovieObjects.h"
 #include "MovieToolbox.h"
+#include "SoundDescription.h"
+#include "render/SampleConversion.h"
+#include "track/MediaFile.h"
+#include "track/SilentGap.h"
 
 #include <toolbox/Aliases.h>
 #include <toolbox/MovieOpening.h>
@@ -11,6 +14,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <new>
 #include <string>
@@ -70,6 +74,26 @@ OSStatus Import(const std::shared_ptr<const MediaFile>& inFile, const ImportOpti
     return cantFindHandler;
 }
 
+// Whether so long a stream can be. What a few wrong bits in a table of times claim is told here, before
+// anybody counts on it.
+OSStatus RequireReason(const OpaqueMovie& inMovie) {
+    using namespace toolbox::movies;
+    // The bytes of every stream, with the longest header that one has, must be countable.
+    constexpr std::int64_t kLongestHeaderBytes = 80;
+    constexpr std::int64_t kMostFrames =
+        (std::numeric_limits<std::int64_t>::max() - kLongestHeaderBytes) / std::int64_t{kBytesPerStoredFrame};
+    if (LengthOf(inMovie, StreamRateHz(inMovie.FirstSoundTrack())) > kMostFrames) {
+        SetErrorText("the file claims a length beyond reason");
+        return invalidMovie;
+    }
+    for (const OpaqueTrack& track : inMovie.tracks) {
+        if (track.media.sound == nullptr || !HasBoundlessGap(*track.media.sound)) continue;
+        SetErrorText("the file claims a gap in its sound that is beyond reason");
+        return invalidMovie;
+    }
+    return noErr;
+}
+
 class StopScope {
   public:
     StopScope(const MediaFile& inFile, StopCheck& ioCheck) : mFile(inFile) { mFile.SetStopCheck(&ioCheck); }
@@ -97,8 +121,10 @@ OSStatus OpenMovie(Handle inAlias, const ImportOptions& inOptions, StopCheck& io
         return userCanceledErr;
     }
     if (status != noErr) return status;
-    outMovie = std::make_unique<OpaqueMovie>(std::move(imported));
-    return noErr;
+    auto movie = std::make_unique<OpaqueMovie>(std::move(imported));
+    status = RequireReason(*movie);
+    if (status == noErr) outMovie = std::move(movie);
+    return status;
 }
 
 bool AreKnown(const MovieOpenOptions& inOptions) {

@@ -72,6 +72,12 @@ std::int64_t LengthOf(const OpaqueMovie& inMovie, std::int64_t inUnitsPerSecond)
     return ScaleRounded(inMovie.longest.units, inUnitsPerSecond, inMovie.longest.unitsPerSecond);
 }
 
+std::uint32_t StreamRateHz(const OpaqueTrack* inTrack) {
+    constexpr std::uint32_t kRateWithoutSoundHz = 44100;
+    if (inTrack == nullptr || inTrack->media.sound == nullptr) return kRateWithoutSoundHz;
+    return DescribedRateHz(inTrack->media.sound->SampleRateHz());
+}
+
 std::int64_t LiveMovieCount() {
     return sLiveMovies;
 }

@@ -1,8 +1,9 @@
 #include "SoundExporter.h"
 
-#include "track/ExactTime.h"
 #include "SoundDescription.h"
 #include "SoundResource.h"
+#include "render/SampleConversion.h"
+#include "track/ExactTime.h"
 
 #include <toolbox/MacErrors.h>
 #include <toolbox/MacMemory.h>
@@ -18,7 +19,6 @@ namespace toolbox::movies {
 
 namespace {
 
-constexpr std::uint32_t kRateWithoutSound = 44100;
 constexpr std::int64_t kMostFrames =
     (std::numeric_limits<Size>::max() - static_cast<std::int64_t>(kSoundResourceHeadBytes)) /
     static_cast<std::int64_t>(kBytesPerStoredFrame);
@@ -56,9 +56,7 @@ OSStatus SoundExporter::SetFormat(Handle inDescription) {
 }
 
 std::uint32_t SoundExporter::RateFor(const OpaqueTrack* inTrack) const {
-    if (mRateHz != 0) return mRateHz;
-    if (inTrack == nullptr || inTrack->media.sound == nullptr) return kRateWithoutSound;
-    return DescribedRateHz(inTrack->media.sound->SampleRateHz());
+    return mRateHz != 0 ? mRateHz : StreamRateHz(inTrack);
 }
 
 SoundRenderer& SoundExporter::RendererOf(const OpaqueMedia& inMedia, std::uint32_t inRateHz) {

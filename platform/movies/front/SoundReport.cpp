@@ -4,6 +4,8 @@
 
 #include "MovieObjects.h"
 #include "decoder/SoundDecoder.h"
+#include "render/SoundRenderer.h"
+#include "track/ExactTime.h"
 
 #include <algorithm>
 #include <cstring>
@@ -28,6 +30,34 @@ OSStatus Decodability(const SoundFormat& inFormat) {
     } catch (const std::bad_alloc&) {
         return memFullErr;
     }
+}
+
+struct SoundCheck {
+    std::uint32_t rateHz;
+    SInt64 first;
+    SInt64 end;
+    MovieSoundCheckProc proc;
+    void* context;
+};
+
+OSStatus CheckSound(const OpaqueMedia& inMedia, const SoundCheck& inCheck) {
+    using toolbox::movies::ScaleRounded;
+    const std::uint32_t rateHz = inMedia.sound->SampleRateHz();
+    toolbox::movies::SoundRenderer renderer(inMedia.sound, inMedia.damage, rateHz);
+    const std::int64_t end =
+        std::min(ScaleRounded(inCheck.end, rateHz, inCheck.rateHz), renderer.FrameCount());
+    SInt64 told = inCheck.first;
+    for (std::int64_t position = ScaleRounded(inCheck.first, rateHz, inCheck.rateHz); position < end;) {
+        std::int64_t passed = 0;
+        const OSStatus status = renderer.Pass(position, &passed);
+        if (status != noErr) return status;
+        position = std::min(position + passed, end);
+        const SInt64 here = ScaleRounded(position, inCheck.rateHz, rateHz);
+        if (inCheck.proc == nullptr || (here - told < inCheck.rateHz && position < end)) continue;
+        if (inCheck.proc(inCheck.context, here - told) == 0) return noErr;
+        told = here;
+    }
+    return noErr;
 }
 
 }  // namespace
@@ -82,6 +112,19 @@ const char* GetMovieTag(Movie inMovie, UInt32 inTag) {
     for (const toolbox::movies::MovieTag& tag : inMovie->tags)
         if (tag.tag == inTag) return tag.text.c_str();
     return nullptr;
+}
+
+OSErr CheckMovieSound(Movie inMovie, UInt32 inRateHz, SInt64 inFirst, SInt64 inEnd,
+                      MovieSoundCheckProc inProc, void* inContext) {
+    if (inMovie == nullptr || inRateHz == 0 || inFirst < 0) return paramErr;
+    const OpaqueTrack* track = inMovie->FirstSoundTrack();
+    if (track == nullptr || inEnd <= inFirst) return noErr;
+    try {
+        return static_cast<OSErr>(
+            CheckSound(track->media, {inRateHz, inFirst, inEnd, inProc, inContext}));
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
 }
 
 SInt64 GetMovieDuration64(Movie inMovie, UInt32 inRateHz) {

@@ -1,4 +1,4 @@
-#include "render/FrameConverter.h"
+#include "FrameConverter.h"
 
 #include "decoder/LogOffset.h"
 

@@ -1,5 +1,6 @@
-#include "render/Presentation.h"
+#include "Presentation.h"
 
+#include "track/ExactTime.h"
 #include "track/PacketTimeline.h"
 
 #include <toolbox/MacErrors.h>
@@ -40,29 +41,59 @@ OSStatus Presentation::Read(std::int64_t inFirst, std::int64_t inCount, FrameSin
     return status;
 }
 
-OSStatus Presentation::ReadMedia(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) {
+// The span that a media frame belongs to, null where there is nothing to hear: before the next span, and
+// behind the last. *ioCount becomes less where the stretch from there on ends earlier.
+const PacketSpan* Presentation::SpanAt(std::int64_t inFirst, std::int64_t* ioCount) const {
     auto next = std::upper_bound(
         mTrack.spans.begin(), mTrack.spans.end(), inFirst,
         [](std::int64_t inFrame, const PacketSpan& inSpan) { return inFrame < inSpan.firstFrame; });
     if (next != mTrack.spans.begin()) --next;
+    while (next != mTrack.spans.end() && inFirst >= next->firstFrame + next->frameCount)
+        ++next;
+    if (next == mTrack.spans.end()) return nullptr;
+    const bool isSilent = inFirst < next->firstFrame;
+    const std::int64_t end = isSilent ? next->firstFrame : next->firstFrame + next->frameCount;
+    *ioCount = std::min(*ioCount, end - inFirst);
+    return isSilent ? nullptr : &*next;
+}
+
+OSStatus Presentation::ReadMedia(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) {
     while (inCount > 0) {
-        // Before the next span, and behind the last, there is nothing to hear.
-        while (next != mTrack.spans.end() && inFirst >= next->firstFrame + next->frameCount)
-            ++next;
-        const bool isSilent = next == mTrack.spans.end() || inFirst < next->firstFrame;
-        const std::int64_t stretchEnd = next == mTrack.spans.end() ? inFirst + inCount
-                                        : isSilent                 ? next->firstFrame
-                                                                   : next->firstFrame + next->frameCount;
-        const std::int64_t count = std::min(inCount, stretchEnd - inFirst);
-        if (isSilent) {
+        std::int64_t count = inCount;
+        const PacketSpan* const span = SpanAt(inFirst, &count);
+        if (span == nullptr) {
             ioSink.PutSilence(static_cast<std::size_t>(count));
         } else {
-            const OSStatus status = SourceOf(*next).Read(inFirst - next->firstFrame, count, ioSink);
+            const OSStatus status = SourceOf(*span).Read(inFirst - span->firstFrame, count, ioSink);
             if (status != noErr) return status;
         }
         inFirst += count;
         inCount -= count;
     }
+    return noErr;
+}
+
+OSStatus Presentation::Pass(std::int64_t inFirst, std::int64_t* outCount) {
+    const auto end = std::upper_bound(mEditEnds.begin(), mEditEnds.end(), inFirst);
+    const Edit& edit = mTrack.edits[static_cast<std::size_t>(end - mEditEnds.begin())];
+    *outCount = *end - inFirst;
+    if (edit.mediaStart == Edit::kEmpty) return noErr;
+    const std::int64_t mediaFrame = edit.mediaStart + edit.frameCount - *outCount;
+    const PacketSpan* const span = SpanAt(mediaFrame, outCount);
+    if (span == nullptr) return noErr;
+    SourceOf(*span);
+    // At the span's own rate: where that is another, its sound need not be resampled for this.
+    const std::int64_t rateHz = mTrack.formats[span->format].sampleRateHz;
+    const std::int64_t first = ScaleRounded(mediaFrame - span->firstFrame, rateHz, mTrack.SampleRateHz());
+    const std::int64_t most = std::max<std::int64_t>(
+        ScaleRounded(mediaFrame - span->firstFrame + *outCount, rateHz, mTrack.SampleRateHz()) - first, 1);
+    std::int64_t passed = 0;
+    const OSStatus status = mSpanReader->Pass(first, most, &passed);
+    if (status != noErr || passed == most) return status;
+    // Rounded up: going on from there must not take the decoder back.
+    const __int128 ticks = static_cast<__int128>(first + passed) * mTrack.SampleRateHz() + rateHz - 1;
+    const auto mediaPassed = static_cast<std::int64_t>(ticks / rateHz) - (mediaFrame - span->firstFrame);
+    *outCount = std::clamp<std::int64_t>(mediaPassed, 1, *outCount);
     return noErr;
 }
 

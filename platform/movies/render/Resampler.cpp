@@ -1,4 +1,4 @@
-#include "render/Resampler.h"
+#include "Resampler.h"
 
 #include "decoder/LogOffset.h"
 

@@ -1,5 +1,6 @@
 #include "render/SoundRenderer.h"
 
+#include "Presentation.h"
 #include "track/ExactTime.h"
 
 #include <toolbox/MacErrors.h>
@@ -13,21 +14,28 @@ SoundRenderer::SoundRenderer(std::shared_ptr<const SoundTrack> inTrack, std::sha
     : mTrack(std::move(inTrack)),
       mDamage(std::move(inDamage)),
       mRateHz(inRateHz),
-      mPresentation(*mTrack, *mDamage,
-                    inRateHz == mTrack->SampleRateHz() ? SampleForm::kShorts : SampleForm::kFloats,
-                    inCellSeconds),
-      mFrameCount(ScaleRounded(mPresentation.FrameCount(), inRateHz, mTrack->SampleRateHz())) {
+      mPresentation(std::make_unique<Presentation>(
+          *mTrack, *mDamage, inRateHz == mTrack->SampleRateHz() ? SampleForm::kShorts : SampleForm::kFloats,
+          inCellSeconds)),
+      mFrameCount(ScaleRounded(mPresentation->FrameCount(), inRateHz, mTrack->SampleRateHz())) {
     if (inRateHz != mTrack->SampleRateHz()) {
-        mResampler.emplace(mPresentation, mPresentation.FrameCount(), mTrack->SampleRateHz(), inRateHz,
-                           mFrameCount);
+        mResampler = std::make_unique<Resampler>(*mPresentation, mPresentation->FrameCount(),
+                                                 mTrack->SampleRateHz(), inRateHz, mFrameCount);
     }
 }
+
+SoundRenderer::~SoundRenderer() = default;
 
 OSStatus SoundRenderer::Render(std::int64_t inFirst, std::int64_t inCount, std::uint8_t* outBytes) {
     if (mTrack->formats.front().decodable != noErr) return mTrack->formats.front().decodable;
     FrameSink sink(outBytes);
-    if (mResampler.has_value()) return mResampler->Read(inFirst, inCount, sink);
-    return mPresentation.Read(inFirst, inCount, sink);
+    if (mResampler != nullptr) return mResampler->Read(inFirst, inCount, sink);
+    return mPresentation->Read(inFirst, inCount, sink);
+}
+
+OSStatus SoundRenderer::Pass(std::int64_t inFirst, std::int64_t* outCount) {
+    if (mTrack->formats.front().decodable != noErr) return mTrack->formats.front().decodable;
+    return mPresentation->Pass(inFirst, outCount);
 }
 
 }  // namespace toolbox::movies

@@ -1,4 +1,4 @@
-#include "render/SpanReader.h"
+#include "SpanReader.h"
 
 #include "track/ExactTime.h"
 
@@ -60,6 +60,15 @@ OSStatus SpanReader::Read(std::int64_t inFirst, std::int64_t inCount, FrameSink&
         inCount -= taken;
     }
     return status;
+}
+
+OSStatus SpanReader::Pass(std::int64_t inFirst, std::int64_t inMost, std::int64_t* outCount) {
+    OSStatus status = SeekTo(inFirst);
+    if (status == noErr) status = NextPiece();
+    if (status != noErr) return status;
+    *outCount = std::min(inMost, mPiece.frameCount);
+    Advance(*outCount);
+    return noErr;
 }
 
 // Where decoding has to start.

@@ -117,6 +117,35 @@ TEST_F(OpeningAMovie, ASuccessForgetsTheLastProblem) {
     DisposeMovie(mMovie);
 }
 
+TEST_F(OpeningAMovie, ALengthThatCannotBeCountedInBytesIsDamage) {
+    constexpr std::int64_t kMostFrames = (INT64_MAX - 80) / 4;
+    const auto opens = [this](std::int64_t inFrames) {
+        test_movies::Script(Tracks(PictureTrack(inFrames, 44100)));
+        const OSErr status = Open();
+        DisposeMovie(mMovie);
+        return status;
+    };
+    EXPECT_EQ(noErr, opens(kMostFrames));
+    EXPECT_STREQ("", GetMovieOpenErrorText());
+    EXPECT_EQ(invalidMovie, opens(kMostFrames + 1));
+    EXPECT_STREQ("the file claims a length beyond reason", GetMovieOpenErrorText());
+    EXPECT_EQ(invalidMovie, opens(INT64_MAX));
+}
+
+TEST_F(OpeningAMovie, AGapOfYearsIsDamage) {
+    const auto opens = [this](std::int64_t inGapSeconds) {
+        MemorySound sound = NewSound(mirtal::fakes::SoundToEncode());
+        SetEdits(*sound.track, {Edit{inGapSeconds * 44100, Edit::kEmpty}, Edit{44100, 0}});
+        test_movies::Script(Tracks(SoundTrackOf(std::move(sound))));
+        const OSErr status = Open();
+        DisposeMovie(mMovie);
+        return status;
+    };
+    EXPECT_EQ(noErr, opens(86400));
+    EXPECT_EQ(invalidMovie, opens(86401));
+    EXPECT_STREQ("the file claims a gap in its sound that is beyond reason", GetMovieOpenErrorText());
+}
+
 TEST_F(OpeningAMovie, ALongProblemIsCut) {
     Importers().mpeg4 = [](ImportedMovie&, std::string& outProblem) {
         outProblem.assign(5000, 'x');

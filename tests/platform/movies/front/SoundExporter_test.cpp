@@ -302,13 +302,17 @@ TEST(ExportToHandle, NoMemoryForTheBlock) {
 
 TEST(ExportToHandle, MoreThanAHandleHolds) {
     MemorySound sound = Noise();
-    SetEdits(*sound.track, {Edit{std::int64_t{1} << 40, Edit::kEmpty}});
+    constexpr std::int64_t kDayFrames = std::int64_t{86400} * 44100;
+    std::vector<Edit> edits;
+    for (int day = 0; day < 300; ++day)
+        edits.insert(edits.end(), {Edit{kDayFrames - 100, Edit::kEmpty}, Edit{100, 0}});
+    SetEdits(*sound.track, edits);
     const OpenedMovie movie(std::move(sound));
     Exporter exporter(44100);
-    EXPECT_EQ(memFullErr, exporter.Export(movie.Get(), 0, std::int64_t{1} << 40));
+    EXPECT_EQ(memFullErr, exporter.Export(movie.Get(), 0, 300 * kDayFrames));
     // 64-bit positions reach what 32 bits cannot.
     SetMovieTimeScale(movie.Get(), 44100);
-    EXPECT_EQ(400U, exporter.Samples(movie.Get(), (std::int64_t{1} << 40) - 100, 600).size());
+    EXPECT_EQ(400U, exporter.Samples(movie.Get(), 300 * kDayFrames - 100, 600).size());
 }
 
 TEST(ExportToHandle, AlternatingMoviesAreNeverConfused) {
@@ -461,6 +465,112 @@ TEST(SoundReport, LongNamesAreCut) {
     MovieSoundReport report;
     ASSERT_EQ(noErr, GetMovieSoundReport(movie.Get(), &report));
     EXPECT_EQ(std::string(63, 'n'), report.formatName);
+}
+
+MovieSoundReport ReportOf(const OpenedMovie& inMovie) {
+    MovieSoundReport report{};
+    EXPECT_EQ(noErr, GetMovieSoundReport(inMovie.Get(), &report));
+    return report;
+}
+
+TEST(SoundCheck, KnowsTheDamageThatAnExportWouldMeet) {
+    const auto movieOf = [](std::uint32_t inRateHz) {
+        SoundToEncode description;
+        description.sampleRateHz = inRateHz;
+        description.frameCount = 3 * inRateHz;
+        MemorySound sound = NewSound(description);
+        sound.store->missing = {0, 7, 8, 60};
+        sound.store->packets[20].assign(30, 0xFF);
+        SetEdits(*sound.track, {Edit{5000, Edit::kEmpty}, Edit{40000, 1100}, Edit{9000, 60000}});
+        return OpenedMovie(std::move(sound));
+    };
+    for (const std::uint32_t rateHz : {44100U, 96000U}) {
+        const OpenedMovie exported = movieOf(rateHz);
+        Exporter().Samples(exported.Get(), 0, 60000);
+        const OpenedMovie checked = movieOf(rateHz);
+        SInt64 passed = 0;
+        const auto add = [](void* inContext, SInt64 inFrames) -> Boolean {
+            EXPECT_LT(0, inFrames);
+            *static_cast<SInt64*>(inContext) += inFrames;
+            return 1;
+        };
+        EXPECT_EQ(noErr, CheckMovieSound(checked.Get(), rateHz, 0, 54000, add, &passed));
+        EXPECT_EQ(54000, passed);
+        EXPECT_EQ(5U, ReportOf(checked).damagedPacketCount);
+        EXPECT_EQ(ReportOf(exported).damagedPacketCount, ReportOf(checked).damagedPacketCount);
+        EXPECT_EQ(ReportOf(exported).silencedFrameCount, ReportOf(checked).silencedFrameCount);
+        EXPECT_EQ(noErr, CheckMovieSound(checked.Get(), rateHz, 0, INT64_MAX, nullptr, nullptr));
+        EXPECT_EQ(5U, ReportOf(checked).damagedPacketCount);
+    }
+}
+
+// A slower span among faster ones, and the reverse: each packet is decoded once.
+TEST(SoundCheck, GoesThroughSpansOfAnotherRate) {
+    for (const std::uint32_t otherHz : {22050U, 48000U}) {
+        MemorySound sound = NewSound(TwoSeconds());
+        SoundToEncode description;
+        description.channelCount = 2;
+        description.sampleRateHz = otherHz;
+        description.frameCount = 2 * otherHz;
+        const MemorySound other = NewSound(description);
+        toolbox::movies::PacketSpan span = other.track->spans[0];
+        span.firstPacket = sound.store->PacketCount();
+        span.durations[0].firstPacket = span.firstPacket;
+        span.firstFrame = sound.track->spans[0].frameCount;
+        span.format = 1;
+        span.frameCount = span.frameCount * 44100 / otherHz;
+        sound.track->formats.push_back(other.track->formats[0]);
+        sound.track->spans.push_back(span);
+        const auto& packets = other.store->packets;
+        sound.store->packets.insert(sound.store->packets.end(), packets.begin(), packets.end());
+        sound.store->missing = {span.firstPacket + 3};
+        SetEdits(*sound.track, {Edit{span.firstFrame + span.frameCount, 0}});
+        const auto store = sound.store;
+        const OpenedMovie movie(std::move(sound));
+        EXPECT_EQ(noErr, CheckMovieSound(movie.Get(), 44100, 0, INT64_MAX, nullptr, nullptr));
+        EXPECT_EQ(1U, ReportOf(movie).damagedPacketCount);
+        EXPECT_EQ(store->PacketCount(), store->readCount) << otherHz;
+    }
+}
+
+TEST(SoundCheck, OfAStretchKnowsItsDamageAlone) {
+    MemorySound sound = Noise();
+    sound.store->missing = {10, 50};
+    const OpenedMovie movie(std::move(sound));
+    SInt64 passed = 0;
+    const auto add = [](void* inContext, SInt64 inFrames) -> Boolean {
+        *static_cast<SInt64*>(inContext) += inFrames;
+        return 1;
+    };
+    // In frames of half the rate; packet 10 begins at frame 4608 of them.
+    EXPECT_EQ(noErr, CheckMovieSound(movie.Get(), 22050, 4000, 20000, add, &passed));
+    EXPECT_EQ(16000, passed);
+    EXPECT_EQ(1U, ReportOf(movie).damagedPacketCount);
+    EXPECT_EQ(noErr, CheckMovieSound(movie.Get(), 22050, 20000, 19000, add, &passed));
+    EXPECT_EQ(16000, passed);
+}
+
+TEST(SoundCheck, EndsWhenItIsToldTo) {
+    const OpenedMovie movie(Noise());
+    int callCount = 0;
+    const auto stop = [](void* inContext, SInt64) -> Boolean {
+        ++*static_cast<int*>(inContext);
+        return 0;
+    };
+    EXPECT_EQ(noErr, CheckMovieSound(movie.Get(), 44100, 0, INT64_MAX, stop, &callCount));
+    EXPECT_EQ(1, callCount);
+}
+
+TEST(SoundCheck, WithoutSoundThereIsNothingToCheck) {
+    EXPECT_EQ(paramErr, CheckMovieSound(nullptr, 1, 0, 1, nullptr, nullptr));
+    const OpenedMovie picture(Tracks(PictureTrack(1, 1)));
+    EXPECT_EQ(noErr, CheckMovieSound(picture.Get(), 1, 0, 1, nullptr, nullptr));
+    EXPECT_EQ(paramErr, CheckMovieSound(picture.Get(), 0, 0, 1, nullptr, nullptr));
+    EXPECT_EQ(paramErr, CheckMovieSound(picture.Get(), 1, -1, 1, nullptr, nullptr));
+    MemorySound encrypted = Noise();
+    encrypted.track->formats[0].decodable = badFormat;
+    const OpenedMovie movie(std::move(encrypted));
+    EXPECT_EQ(badFormat, CheckMovieSound(movie.Get(), 44100, 0, INT64_MAX, nullptr, nullptr));
 }
 
 TEST(SoundReport, BadArguments) {

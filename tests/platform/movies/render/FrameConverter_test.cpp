@@ -1,4 +1,4 @@
-#include "movies/render/inside/render/FrameConverter.h"
+#include "movies/render/FrameConverter.h"
 #include "Rendering.h"
 
 #include <gtest/gtest.h>

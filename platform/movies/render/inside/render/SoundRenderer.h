@@ -3,14 +3,15 @@
 #pragma once
 
 #include "track/DamageLog.h"
-#include "render/Presentation.h"
 #include "track/SoundTrack.h"
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 
 namespace toolbox::movies {
+
+class Presentation;
+class Resampler;
 
 // For one thread at a time.
 class SoundRenderer {
@@ -23,6 +24,9 @@ class SoundRenderer {
     // std::bad_alloc.
     SoundRenderer(std::shared_ptr<const SoundTrack> inTrack, std::shared_ptr<DamageLog> inDamage,
                   std::uint32_t inRateHz, std::uint32_t inCellSeconds = kCellSeconds);
+    ~SoundRenderer();
+    SoundRenderer(const SoundRenderer&) = delete;
+    SoundRenderer& operator=(const SoundRenderer&) = delete;
 
     const SoundTrack* Track() const { return mTrack.get(); }
     std::uint32_t RateHz() const { return mRateHz; }
@@ -34,13 +38,19 @@ class SoundRenderer {
     // std::bad_alloc.
     [[nodiscard]] OSStatus Render(std::int64_t inFirst, std::int64_t inCount, std::uint8_t* outBytes);
 
+    // Decodes from a frame on and renders nothing: after a walk over the whole track the damage is known.
+    //   inFirst    0 to the track's FrameCount() - 1, at the track's rate
+    //   *outCount  how many frames were passed, at least 1: the sound of a packet, or silence of any length
+    // Fails as Render does.
+    OSStatus Pass(std::int64_t inFirst, std::int64_t* outCount);
+
   private:
     std::shared_ptr<const SoundTrack> mTrack;
     std::shared_ptr<DamageLog> mDamage;
     std::uint32_t mRateHz;
-    Presentation mPresentation;
+    std::unique_ptr<Presentation> mPresentation;
     std::int64_t mFrameCount;
-    std::optional<Resampler> mResampler;  // when the rate wanted is not the track's
+    std::unique_ptr<Resampler> mResampler;  // when the rate wanted is not the track's
 };
 
 }  // namespace toolbox::movies

@@ -5,7 +5,7 @@
 // elsewhere resamples (and decodes) from the start.
 #pragma once
 
-#include "render/FrameSource.h"
+#include "FrameSource.h"
 
 #include <cstddef>
 #include <cstdint>

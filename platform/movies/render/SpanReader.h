@@ -12,11 +12,11 @@
 // Reading on costs nothing extra; reading elsewhere decodes from the beginning of the cell, or of the span.
 #pragma once
 
-#include "track/DamageLog.h"
-#include "render/FrameConverter.h"
-#include "render/FrameSource.h"
-#include "track/PacketTimeline.h"
+#include "FrameConverter.h"
+#include "FrameSource.h"
 #include "decoder/SoundDecoder.h"
+#include "track/DamageLog.h"
+#include "track/PacketTimeline.h"
 #include "track/SoundTrack.h"
 
 namespace toolbox::movies {
@@ -29,6 +29,9 @@ class SpanReader final : public FrameSource {
 
     // Span frames. What the first format's decoder answers when it cannot be had, memFullErr.
     [[nodiscard]] OSStatus Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) override;
+    // Decodes from a frame on without giving the sound to anyone: as much as comes at once, the sound of a
+    // packet or silence of any length. *outCount: the frames passed, 1 to inMost. As Read otherwise.
+    [[nodiscard]] OSStatus Pass(std::int64_t inFirst, std::int64_t inMost, std::int64_t* outCount);
 
   private:
     enum class PieceKind { kSilence, kFloats, kShorts };

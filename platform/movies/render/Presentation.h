@@ -1,11 +1,11 @@
 // A track's presentation: its edits, and behind them the spans of its media.
 #pragma once
 
+#include "FrameSource.h"
+#include "Resampler.h"
+#include "SpanReader.h"
 #include "track/DamageLog.h"
-#include "render/FrameSource.h"
-#include "render/Resampler.h"
 #include "track/SoundTrack.h"
-#include "render/SpanReader.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -24,8 +24,11 @@ class Presentation final : public FrameSource {
 
     std::int64_t FrameCount() const { return mEditEnds.empty() ? 0 : mEditEnds.back(); }
     [[nodiscard]] OSStatus Read(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink) override;
+    // Decodes from inFirst (< FrameCount()) on, as SpanReader::Pass does, so that the damage there is known.
+    [[nodiscard]] OSStatus Pass(std::int64_t inFirst, std::int64_t* outCount);
 
   private:
+    const PacketSpan* SpanAt(std::int64_t inFirst, std::int64_t* ioCount) const;
     [[nodiscard]] OSStatus ReadMedia(std::int64_t inFirst, std::int64_t inCount, FrameSink& ioSink);
     FrameSource& SourceOf(const PacketSpan& inSpan);
 

@@ -3,7 +3,7 @@
 // than it goes in.
 #pragma once
 
-#include "render/FrameSource.h"
+#include "FrameSource.h"
 
 #include <cstddef>
 #include <cstdint>
