@@ -43,6 +43,7 @@ class Scanner {
 
     void TakeFastFrames();
     bool TakeFrame();
+    bool TakeCutHeader();
     bool PassGap();
     void Hold(const ADTSHeader& inHeader);
     void Settle(std::int64_t inEndOfFrame);
@@ -295,6 +296,31 @@ bool Scanner::TakeFrame() {
     return true;
 }
 
+// A file that was cut within a header: what is there of it agrees with the frame held back. It stays for a
+// frame of the same length of time.
+bool Scanner::TakeCutHeader() {
+    const std::int64_t leftBytes = mWindow.FileSizeBytes() - mPosition;
+    if (!mHeld || leftBytes <= 0 || leftBytes >= std::int64_t{ADTSHeader::kBytesNeeded}) {
+        return false;
+    }
+    const std::uint8_t* bytes = mWindow.At(mPosition, static_cast<std::size_t>(leftBytes));
+    if (bytes == nullptr) {
+        return false;
+    }
+    for (int i = 0; i < 4 && i < leftBytes; ++i) {
+        const int shift = 24 - 8 * i;
+        const std::uint32_t mask = ADTSHeader::kCommonMask >> shift & 0xFF;
+        if ((bytes[i] & mask) != (mHeld->common >> shift & 0xFF)) {
+            return false;
+        }
+    }
+    ADTSHeader cut = *mHeld;
+    cut.frameBytes = cut.headerBytes = static_cast<std::uint32_t>(leftBytes);
+    cut.hasChecksum = false;
+    Hold(cut);
+    return true;
+}
+
 // Passes over what follows the frame held back and is no frame. False when no frame follows.
 bool Scanner::PassGap() {
     if (const std::int64_t tagBytes = ID3v2Bytes(mWindow, mPosition)) {
@@ -306,6 +332,9 @@ bool Scanner::PassGap() {
     }
     const std::int64_t from = mHeld ? mHeldOffset + mHeld->headerBytes + mHeld->blockCount : mPosition;
     const std::optional<std::int64_t> found = FindConfirmed(from);
+    if (!found && TakeCutHeader()) {
+        return true;
+    }
     if (!found) {
         Settle(mPosition);
         mFrames.skippedByteCount +=

@@ -214,10 +214,30 @@ TEST(ADTSScan, LastFrameCutStaysAPacket) {
     EXPECT_EQ(0u, scanned.frames.skippedByteCount);
 }
 
-TEST(ADTSScan, LastHeaderCutIsJunk) {
-    const Scanned scanned = Scan(ADTSWriter().Dummies(3, 20).Cut(21));
+// However little of the header is left, the frame that it began keeps its time.
+TEST(ADTSScan, LastHeaderCutStaysAPacket) {
+    for (const std::size_t leftBytes : {1u, 2u, 3u, 4u, 5u, 6u}) {
+        const Scanned scanned = Scan(ADTSWriter().Dummies(3, 20).Cut(27 - leftBytes));
+        EXPECT_THAT(scanned.Packets(), ElementsAre(Pair(7, 20), Pair(34, 20), Pair(54 + leftBytes, 0)));
+        EXPECT_EQ(0u, scanned.frames.skippedByteCount);
+        EXPECT_EQ(1u, scanned.frames.stretches.size());
+    }
+    const Scanned ownHeaders = Scan(ADTSWriter().Dummies(3, 20, Of(4, 0)).Cut(22));
+    EXPECT_THAT(ownHeaders.Packets(), ElementsAre(Pair(0, 27), Pair(27, 27), Pair(54, 5)));
+    ADTSFrameToWrite blocks = WithChecksum();
+    blocks.blocks = {{1, 2, 3}, {4, 5, 6}};
+    const Scanned ofTwo = Scan(ADTSWriter().Frame(blocks).Frame(blocks).Frame(blocks).Cut(16));
+    EXPECT_EQ(5u, ofTwo.Packets().size());
+    EXPECT_EQ(2u, ofTwo.frames.stretches.back().blockCount);
+}
+
+TEST(ADTSScan, BytesBehindTheLastFrameThatBeginNoHeaderAreJunk) {
+    const Scanned scanned = Scan(ADTSWriter().Dummies(2, 20).Bytes("abc"));
     EXPECT_EQ(2u, scanned.Packets().size());
-    EXPECT_EQ(6u, scanned.frames.skippedByteCount);
+    EXPECT_EQ(3u, scanned.frames.skippedByteCount);
+    const Scanned other = Scan(ADTSWriter().Dummies(2, 20).Bytes("\xFF\xF1\x90"));
+    EXPECT_EQ(2u, other.Packets().size());
+    EXPECT_EQ(3u, other.frames.skippedByteCount);
 }
 
 TEST(ADTSScan, StartAmidAFrame) {
