@@ -50,7 +50,7 @@ OSStatus DescribeByHeader(PacketReader& inReader, const ADTSStretch& inStretch, 
     for (std::uint32_t tried = 0; tried < inPacketCount && tried < kPacketsProbed; ++tried) {
         PacketBytes bytes;
         const OSStatus status = inReader.Read(inStretch.firstPacket + tried, bytes);
-        if (status == ioErr) {
+        if (status == ioErr || status == memFullErr) {
             return status;
         }
         ProbedSound sound;

@@ -19,13 +19,14 @@ struct ProbedSound {
 // done.
 bool NeedsImplicitSBRProbe(const SoundFormat& inFormat);
 
-// Decodes one packet with a fresh decoder. False when it does not decode: outSound is then untouched.
+// Decodes one packet with a fresh decoder. False when it does not decode: outSound is then untouched. Throws
+// std::bad_alloc.
 bool ProbeImplicitSBR(const SoundFormat& inFormat, const PacketBytes& inPacket, ProbedSound& outSound);
 
 // Completes a format whose band replication is not signalled: probes when that is needed, up to a few packets
 // from inFirstPacket on until one decodes, and then either takes over what came out, or writes into the
 // decoder's configuration that there is no band replication. Formats that signal, or are not AAC, stay as
-// they are. ioErr when the file cannot be read.
+// they are. ioErr when the file cannot be read, memFullErr; throws std::bad_alloc.
 [[nodiscard]] OSStatus SettleImplicitSBR(PacketReader& inReader, std::uint32_t inFirstPacket,
                                          std::uint32_t inPacketCount, SoundFormat& ioFormat);
 
