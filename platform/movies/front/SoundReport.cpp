@@ -81,7 +81,8 @@ OSErr GetMovieSoundReport(Movie inMovie, MovieSoundReport* outReport) {
     outReport->framesTrimmedAtStart = sound.framesTrimmedAtStart;
     outReport->framesTrimmedAtEnd = sound.framesTrimmedAtEnd;
     outReport->packetCount = sound.packets == nullptr ? 0 : sound.packets->PacketCount();
-    outReport->damagedPacketCount = track->media.damage->PacketCount();
+    outReport->isCutOff = sound.isCutOff ? 1 : 0;
+    outReport->damagedPacketCount = track->media.damage->PacketCount() + outReport->isCutOff;
     outReport->silencedFrameCount = track->media.damage->SilencedFrameCount();
     outReport->skippedByteCount = sound.skippedByteCount;
     return noErr;

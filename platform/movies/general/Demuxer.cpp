@@ -11,6 +11,7 @@ extern "C" {
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <new>
 
 namespace toolbox::movies::general {
@@ -43,6 +44,24 @@ bool IsKnown(const AVStream& inStream) {
         default:
             return true;
     }
+}
+
+// libavformat got no memory. That may be for want of it, or because a number in the file that is no number of
+// anything was taken for the size of a table. What libavutil allows at most it refuses without asking the
+// system; and where there is memory for all that the file can hold, more than that was asked for.
+bool IsMemoryShort(std::int64_t inFileBytes) {
+    if (errno != ENOMEM) {
+        return false;
+    }
+    constexpr std::size_t kMostPerByte = 64;
+    constexpr std::size_t kAnyway = 1 << 20;
+    std::size_t neededBytes = 0;
+    if (__builtin_mul_overflow(static_cast<std::size_t>(inFileBytes), kMostPerByte, &neededBytes)) {
+        return true;
+    }
+    void* const memory = std::malloc(neededBytes + kAnyway);
+    std::free(memory);
+    return memory == nullptr;
 }
 
 int RefuseOpening(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
@@ -123,12 +142,13 @@ OSStatus Demuxer::OpenInput(std::string& outProblem) {
         return memFullErr;
     }
     const AVInputFormat* format = nullptr;
+    errno = 0;
     const int score = av_probe_input_buffer2(mBytes, &format, "", nullptr, 0, 0);
     if (mReadStatus != noErr) {
         return mReadStatus;
     }
     if (score == AVERROR(ENOMEM)) {
-        return memFullErr;
+        return IsMemoryShort(mSource->SizeBytes()) ? memFullErr : cantFindHandler;
     }
     if (score < kLeastProbeScore || av_match_list(format->name, kDemuxers, ',') <= 0) {
         return cantFindHandler;
@@ -151,6 +171,7 @@ OSStatus Demuxer::OpenAs(const AVInputFormat& inFormat, std::string& outProblem)
         av_dict_free(&options);
         return memFullErr;
     }
+    errno = 0;
     const int opened =
         avformat_open_input(&mFormat, "", &inFormat, &options);  // frees the context on failure
     av_dict_free(&options);
@@ -160,8 +181,12 @@ OSStatus Demuxer::OpenAs(const AVInputFormat& inFormat, std::string& outProblem)
         mIsLimitMet = false;
         return noErr;
     }
-    if (opened == AVERROR(ENOMEM)) {
+    if (opened == AVERROR(ENOMEM) && IsMemoryShort(mSource->SizeBytes())) {
         return memFullErr;
+    }
+    if (opened == AVERROR(ENOMEM)) {
+        outProblem = "a table claims more than the file can hold";
+        return invalidMovie;
     }
     outProblem = mIsLimitMet ? kNothingFound : ReasonOf(opened);
     return mReadStatus != noErr ? mReadStatus : OSStatus{invalidMovie};
@@ -248,8 +273,9 @@ std::int64_t Demuxer::BytesGivenUp() const {
 
 OSStatus Demuxer::Next(AVPacket& outPacket, std::string& outProblem) {
     for (;;) {
+        errno = 0;
         const int read = av_read_frame(mFormat, &outPacket);
-        if (read == AVERROR(ENOMEM)) {
+        if (read == AVERROR(ENOMEM) && IsMemoryShort(mSource->SizeBytes())) {
             return memFullErr;
         }
         if (read < 0 && mIsLimitMet && mPacketsEnd < 0) {

@@ -5,6 +5,7 @@
 #include "KeptRanges.h"
 #include "OwnedPacket.h"
 #include "PacketFrames.h"
+#include "Promise.h"
 #include "SoundStart.h"
 #include "decoder/SoundDecoder.h"
 
@@ -36,6 +37,11 @@ constexpr std::int64_t kMaxFrames = std::int64_t{1} << 48;
 std::int64_t LittleEndian32(const std::uint8_t* inBytes) {
     return inBytes[0] | std::int64_t{inBytes[1]} << 8 | std::int64_t{inBytes[2]} << 16 |
            std::int64_t{inBytes[3]} << 24;
+}
+
+std::uint32_t BigEndian32(const std::uint8_t* inBytes) {
+    return std::uint32_t{inBytes[0]} << 24 | std::uint32_t{inBytes[1]} << 16 |
+           std::uint32_t{inBytes[2]} << 8 | inBytes[3];
 }
 
 // The length of each packet by decoding all of them.
@@ -132,6 +138,8 @@ class Survey {
     PacketSpan mSpan;
     KeptRanges mKept;
     std::int64_t mLastFrames = 0;
+    std::size_t mLastBytes = 0;
+    std::uint32_t mLastHead = 0;
     std::int64_t mCountedTooMuch = 0;
     Pictures mPictures;
 };
@@ -225,6 +233,8 @@ OSStatus Survey::AddSound(const AVPacket& inPacket) {
     ++mSpan.packetCount;
     mSpan.frameCount += frames;
     mLastFrames = frames;
+    mLastBytes = static_cast<std::size_t>(inPacket.size);
+    mLastHead = inPacket.size < 4 ? 0 : BigEndian32(inPacket.data);
     return noErr;
 }
 
@@ -274,6 +284,9 @@ void Survey::DescribeSound(ImportedMovie& outMovie) {
         format.nominalPacketFrames = mSpan.durations.front().framesPerPacket;
     }
     mKept.Describe(*track);
+    track->isCutOff =
+        IsCutOff(*mSource, *mDemuxer->Format().iformat, *mDemuxer->Sound(),
+                 {mSpan.packetCount, mSpan.frameCount, format.sampleRateHz, mLastHead, mLastBytes});
     track->skippedByteCount = static_cast<std::uint64_t>(mDemuxer->BytesGivenUp());
     if (track->skippedByteCount > 0) {
         mSource = std::make_shared<const CutSource>(mSource, mDemuxer->ReadEndBytes());

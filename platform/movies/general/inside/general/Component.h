@@ -28,7 +28,7 @@ class ByteSource {
 };
 
 // Raised with every change of this header, of SoundTrack.h or of ImportOptions.h.
-constexpr std::uint32_t kInterfaceVersion = 3;
+constexpr std::uint32_t kInterfaceVersion = 4;
 
 struct Interface {
     std::uint32_t version = kInterfaceVersion;

@@ -99,6 +99,7 @@ struct SoundTrack {
     std::int64_t framesTrimmedAtStart = 0;
     std::int64_t framesTrimmedAtEnd = 0;
     std::uint64_t skippedByteCount = 0;
+    bool isCutOff = false;  // the container promised sound behind the last packet that is not in the file
 
     std::uint32_t SampleRateHz() const { return formats.front().sampleRateHz; }
     std::int64_t FrameCount() const;  // of the presentation
