@@ -83,6 +83,7 @@ Int64 getConvertedLength(char const* inPath) {
     OwnedMovie const movie(MovieFromPath(inPath));
     try {
         Movie const measured = Required(movie.get());
+        RequireDecodable(measured);
         SetMovieTimeScale(measured, static_cast<TimeScale>(GetMovieSampleRate(measured)));
         byteCount = Int64(static_cast<unsigned long>(StreamByteCount(GetMovieDuration(measured))));
     } catch (LException const&) {

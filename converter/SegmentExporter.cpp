@@ -45,6 +45,7 @@ SegmentExporter::~SegmentExporter() {
 }
 
 void SegmentExporter::MakeParts() {
+    RequireDecodable(mMovie);
     mRate = static_cast<SInt32>(GetMovieSampleRate(mMovie));
     mSilence = Required(NewPtrClear(SilenceByteCount()));
     // From here on one unit of the movie's time is one frame.

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <foundation/LException.h>
+#include <toolbox/MacErrors.h>
 #include <toolbox/MacTypes.h>
+#include <toolbox/SoundReport.h>
 
 constexpr SInt32 kStreamHeaderByteCount = 44;
 constexpr SInt32 kFrameByteCount = 4;  // two 16-bit samples
@@ -17,4 +19,14 @@ template <typename Pointer>
 Pointer Required(Pointer inPointer) {
     if (inPointer == nullptr) LException::Throw(FourChars("nilP"));
     return inPointer;
+}
+
+// Throws the status that exporting would answer for sound that cannot be decoded, with the name of its format
+// as the message. Its length is not announced either, since it would never be delivered.
+inline void RequireDecodable(Movie inMovie) {
+    MovieSoundReport report = {};
+    OSStatus const status = GetMovieSoundReport(inMovie, &report);
+    if (status != noErr) LException::Throw(status);
+    if (report.decodable != noErr)
+        LException::Throw(report.decodable, TCFString(report.formatName, kCFStringEncodingUTF8));
 }

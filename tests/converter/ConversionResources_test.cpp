@@ -68,7 +68,7 @@ TEST(ConversionResources, TwoThousandOfRawAAC) {
 }
 
 TEST(ConversionResources, TwoThousandRefused) {
-    ExpectNoGrowth("encrypted.mp4", 44);
+    ExpectNoGrowth("encrypted.mp4", 0);
     ExpectNoGrowth("words.m4a", 0);
 }
 

@@ -252,6 +252,16 @@ TEST_F(SegmentExporterTest, TheExportersStatusIsThrown) {
     EXPECT_EQ(-8961, CodeThrownBy([&exporter] { ExportOf(exporter); }));
 }
 
+TEST_F(SegmentExporterTest, SoundThatCannotBeDecodedDoesNotOpen) {
+    for (OSStatus const decodable : {badFormat, noCodecErr, memFullErr}) {
+        fakes::ScriptedMovie movie = ToneMovie(100, 10);
+        movie.decodable = decodable;
+        fakes::AddMovie("file", movie);
+        EXPECT_EQ(decodable, CodeThrownBy([] { SegmentExporter("file"); }));
+        EXPECT_EQ(0, fakes::LiveMovies());
+    }
+}
+
 TEST_F(SegmentExporterTest, AHandleThatCouldNotBeHad) {
     fakes::AddMovie("file", ToneMovie(100, 10));
     SegmentExporter exporter("file");

@@ -192,6 +192,14 @@ SInt64 GetMovieDuration64(Movie inMovie, UInt32 inRateHz) {
     return inMovie->script.frameCount;
 }
 
+// Not in the log: it asks and changes nothing.
+OSErr GetMovieSoundReport(Movie inMovie, MovieSoundReport* outReport) {
+    CheckLive(inMovie, "GetMovieSoundReport");
+    *outReport = MovieSoundReport();
+    outReport->decodable = inMovie->script.decodable;
+    return noErr;
+}
+
 TimeScale GetMovieTimeScale(Movie inMovie) {
     Log("GetMovieTimeScale()");
     return inMovie->timeScale;

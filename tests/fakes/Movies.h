@@ -31,6 +31,7 @@ struct ScriptedMovie {
     TimeScale timeScale = 600;               // until it is set
     std::optional<TimeValue> duration = {};  // answered whatever the frame count is
     std::function<Rendered(SInt64 inFirstFrame, SInt64 inFrameCount)> render = {};
+    OSStatus decodable = 0;
 };
 
 // A 36-byte sound description with a rate in 16.16.

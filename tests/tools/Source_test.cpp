@@ -1,6 +1,7 @@
 #include "Source.h"
 
 #include "Command.h"
+#include "support/FailingNew.h"
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -8,6 +9,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <new>
 #include <string>
 
 namespace {
@@ -49,6 +51,37 @@ TEST(OpenExporter, TellsWhatIsNoSound) {
     }
 }
 
+// Whichever allocation is the first to fail, it is memory that is told of.
+TEST(OpenExporter, TellsOfMemoryThatIsShort) {
+    const tool::Input input(tools_test::Fixture("tone-44100-stereo.m4a"), 0, true);
+    static_cast<void>(tool::OpenExporter(input, {}));
+    int failed = 0;
+    for (int allocation = 1;; ++allocation) {
+        const test_files::FailingNew failing(allocation);
+        try {
+            static_cast<void>(tool::OpenExporter(input, {}));
+        } catch (const Failure& failure) {
+            ASSERT_EQ(EX_OSERR, failure.ExitCode()) << allocation << ": " << failure.what();
+        } catch (const std::bad_alloc&) {
+        }
+        if (!failing.Delivered()) break;
+        ++failed;
+    }
+    EXPECT_LT(10, failed);
+}
+
+TEST(OpenExporter, TellsWhyTheSoundCannotBeDecoded) {
+    for (const char* name : {"encrypted.mp4", "encrypted-with-video.mp4"}) {
+        try {
+            static_cast<void>(tool::OpenExporter({tools_test::Fixture(name), 0, true}, {}));
+            ADD_FAILURE() << "it opened";
+        } catch (const Failure& failure) {
+            EXPECT_EQ(EX_DATAERR, failure.ExitCode());
+            EXPECT_STREQ("the sound is encrypted (AAC LC)", failure.what());
+        }
+    }
+}
+
 std::string Refusal(OSStatus inStatus, const char* inFormatName) {
     MovieSoundReport report{};
     report.decodable = inStatus;
@@ -69,6 +102,14 @@ TEST(RequireDecodable, TellsWhy) {
     EXPECT_EQ("there is no decoder for USAC", Refusal(noCodecErr, "USAC"));
     EXPECT_EQ("there is no decoder for its format", Refusal(noCodecErr, ""));
     EXPECT_EQ("cannot be decoded (status -36)", Refusal(ioErr, "AAC LC"));
+    MovieSoundReport report{};
+    report.decodable = memFullErr;
+    try {
+        tool::RequireDecodable(report, "song.m4a");
+        ADD_FAILURE() << "nothing thrown";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(EX_OSERR, failure.ExitCode());
+    }
 }
 
 std::string Damage(std::uint64_t inPackets, SInt64 inFrames, std::uint64_t inSkippedBytes,
@@ -92,6 +133,24 @@ TEST(TellDamage, CountsPacketsAndMilliseconds) {
               Damage(2, 4410, 0));
     EXPECT_EQ("aac2wav: song.m4a: warning: 5 damaged packets, 0 ms of sound replaced by silence\n",
               Damage(5, 9, 0, 0));
+}
+
+TEST(TellDamage, ACutFileIsToldInItsOwnWords) {
+    MovieSoundReport report{};
+    report.sampleRateHz = 44100;
+    report.isCutOff = 1;
+    report.damagedPacketCount = 1;
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(tool::TellDamage(report, "song.wav", false));
+    const std::string cut =
+        "aac2wav: song.wav: warning: the file is cut off: it promises more sound than it holds\n";
+    EXPECT_EQ(cut, testing::internal::GetCapturedStderr());
+    report.damagedPacketCount = 2;
+    report.silencedFrameCount = 4410;
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(tool::TellDamage(report, "song.wav", false));
+    EXPECT_EQ(cut + "aac2wav: song.wav: warning: 1 damaged packet, 100 ms of sound replaced by silence\n",
+              testing::internal::GetCapturedStderr());
 }
 
 TEST(TellDamage, SkippedBytesAreToldButLoseNoSound) {

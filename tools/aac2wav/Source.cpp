@@ -15,12 +15,29 @@ namespace {
 constexpr char kOutOfMemory[] = "out of memory";
 constexpr SInt64 kFrameBytes = 4;
 
+// The movie opened; the exception's message is the name of its sound's format.
+Failure UndecodableFailure(const LException& inException, const Input& inInput) {
+    const unsigned char* const name = inException.GetErrorString();
+    MovieSoundReport report{};
+    report.decodable = static_cast<OSStatus>(inException.GetErrorCode());
+    std::copy_n(name + 1, std::min<std::size_t>(name[0], sizeof report.formatName - 1), report.formatName);
+    try {
+        RequireDecodable(report, inInput.Name());
+    } catch (const Failure& failure) {
+        return failure;
+    }
+    return FailureOf(inException, inInput.Name());
+}
+
 Failure OpenFailure(const LException& inException, const Input& inInput) {
     // A file of no folder, one in memory, can be opened by its path and has no place in the catalogue. No
     // movie was asked for then, and the toolbox's text is another file's.
     FSRef item;
     if (FSPathMakeRef(reinterpret_cast<const UInt8*>(inInput.Path().c_str()), &item, nullptr) != noErr) {
         return Failure(EX_NOINPUT, inInput.Name(), "is in no folder");
+    }
+    if (inException.GetErrorCode() == badFormat || inException.GetErrorCode() == noCodecErr) {
+        return UndecodableFailure(inException, inInput);
     }
     const std::string reason = inException.GetErrorCode() == memFullErr ? "" : GetMovieOpenErrorText();
     return reason.empty() ? FailureOf(inException, inInput.Name())
@@ -118,6 +135,9 @@ void RequireDecodable(const MovieSoundReport& inReport, const std::string& inPat
     if (inReport.decodable == noErr) {
         return;
     }
+    if (inReport.decodable == memFullErr) {
+        throw Failure(EX_OSERR, inPath, kOutOfMemory);
+    }
     const std::string format = inReport.formatName[0] != '\0' ? inReport.formatName : "its format";
     if (inReport.decodable == badFormat) {
         throw Failure(EX_DATAERR, inPath, "the sound is encrypted (" + format + ")");
@@ -165,11 +185,14 @@ bool TellDamage(const MovieSoundReport& inReport, const std::string& inPath, boo
     if (inReport.damagedPacketCount == 0) {
         return false;
     }
-    if (!inQuiet) {
+    if (inReport.isCutOff != 0 && !inQuiet) {
+        Say(inPath, "warning: the file is cut off: it promises more sound than it holds");
+    }
+    if (!inQuiet && inReport.damagedPacketCount > inReport.isCutOff) {
         const SInt64 silencedMillis =
             inReport.sampleRateHz > 0 ? inReport.silencedFrameCount * 1000 / inReport.sampleRateHz : 0;
-        Say(inPath, "warning: " + Count(inReport.damagedPacketCount, "damaged packet") + ", " +
-                        std::to_string(silencedMillis) + " ms of sound replaced by silence");
+        Say(inPath, "warning: " + Count(inReport.damagedPacketCount - inReport.isCutOff, "damaged packet") +
+                        ", " + std::to_string(silencedMillis) + " ms of sound replaced by silence");
     }
     return true;
 }

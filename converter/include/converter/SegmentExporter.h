@@ -16,8 +16,9 @@ class MIRTAL_EXPORT SegmentExporter {
         bool isSilence;     // nothing was rendered; the silence buffer stands in
     };
 
-    // Throws LException: "nilP" when the movie, the exporter or a buffer cannot be had, else the failing
-    // call's status.
+    // Throws LException: "nilP" when the movie, the exporter or a buffer cannot be had; for sound that cannot
+    // be decoded what exporting it would answer, -206 when it is encrypted and -8961 when there is no
+    // decoder; else the failing call's status.
     explicit SegmentExporter(char const* inPath);
     // Opens with options: a sound track of the caller's choice, or a way to stop it. Throws LException: what
     // opening answered when there is no movie, trackNotInMovie and userCanceledErr among it; else as above.
