@@ -9,6 +9,7 @@
 #include "catalogue/Catalogue.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace toolbox::corefoundation {
@@ -108,6 +109,7 @@ Owned<CFURLRef> NewURLOfReference(const std::string& inReference, CFURLRef inBas
 
 // The URL of any POSIX path, which is not empty.
 Owned<CFURLRef> NewURLOfPath(std::string_view inPath, bool inIsFolder) {
+    assert(!inPath.empty());
     if (inPath.starts_with('/')) return FileURLOf(inPath, inIsFolder);
     files::FoundItem here;
     if (files::FindByPath(".", here) != noErr) return {};

@@ -3,6 +3,7 @@
 #include <toolbox/MacTypes.h>
 
 #include <algorithm>
+#include <cassert>
 
 namespace toolbox::corefoundation {
 
@@ -61,6 +62,7 @@ class BinaryWalk {
 
     // Big-endian; the bytes must be there.
     UInt64 NumberAt(UInt64 inOffset, std::size_t inByteCount) const {
+        assert(inOffset <= mBytes.size() && inByteCount <= mBytes.size() - inOffset);
         UInt64 number = 0;
         for (std::size_t i = 0; i < inByteCount; ++i)
             number = number << 8 | ByteAt(inOffset + i);

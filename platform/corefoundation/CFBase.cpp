@@ -6,6 +6,7 @@
 
 #include <sys/random.h>
 
+#include <cassert>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -38,6 +39,8 @@ void Destroy(Object* inObject) {
 SystemCalls sSystemCalls = {std::malloc, std::free, StartWithSuccess, getrandom};
 
 void* NewObject(const TypeInfo& inType, std::size_t inByteCount) {
+    assert(inByteCount >= sizeof(Object));
+    assert(inType.equal == nullptr || inType.hash != nullptr);
     void* memory = sSystemCalls.allocate(inByteCount);
     if (memory == nullptr) return nullptr;
     new (memory) Object{&inType, 1};

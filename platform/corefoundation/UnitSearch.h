@@ -5,6 +5,7 @@
 #include <toolbox/CFString.h>
 
 #include <algorithm>
+#include <cassert>
 #include <string_view>
 
 namespace toolbox::corefoundation {
@@ -30,7 +31,9 @@ class UnitSearch {
           mSoughtOrigin(inIsBackwards ? mCount - 1 : 0),
           mText(inText.data()),
           mSought(inSought.data()),
-          mCompare(inCompare) {}
+          mCompare(inCompare) {
+        assert(!inSought.empty());
+    }
 
     // Where the next occurrence starts, which may overlap the last one. False when there is none.
     bool Next(CFIndex& outStart) {

@@ -7,6 +7,7 @@
 #include "status/StatusOfErrno.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <utility>
 
@@ -130,6 +131,7 @@ bool OpenFork::HasChanged() const {
 }
 
 void OpenFork::Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes) {
+    assert(inOffsetBytes <= mSizeBytes && inSizeBytes <= mSizeBytes - inOffsetBytes);
     mOffsetBytes += inOffsetBytes;
     mSizeBytes = inSizeBytes;
 }

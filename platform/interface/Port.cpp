@@ -1,5 +1,6 @@
 #include "Port.h"
 
+#include <cassert>
 #include <cstddef>
 
 namespace toolbox::interface {
@@ -34,6 +35,8 @@ bool IsBlackInPattern(const Pattern& inPattern, int inH, int inV) {
 }  // namespace
 
 Port::Port(const Rect& inBounds) : pen(kNormalPen) {
+    assert(inBounds.left < inBounds.right && inBounds.right - inBounds.left <= kMaxWidth);
+    assert(inBounds.top < inBounds.bottom);
     const auto width = static_cast<std::size_t>(inBounds.right - inBounds.left);
     const auto height = static_cast<std::size_t>(inBounds.bottom - inBounds.top);
     const std::size_t rowBytes = (width + 15) / 16 * 2;  // rows are of whole words

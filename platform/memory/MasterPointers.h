@@ -7,6 +7,7 @@
 #include "Accounts.h"
 
 #include <atomic>
+#include <cassert>
 #include <type_traits>
 
 namespace toolbox::memory {
@@ -55,6 +56,7 @@ inline void SetBlock(MasterPointer& ioMaster, Ptr inBlock) {
 
 // Takes one that has no block any more.
 inline void DisposeMasterPointer(Account& ioAccount, MasterPointer* inMaster) {
+    assert(inMaster->tag == MasterPointer::kLive && inMaster->block == nullptr);
     inMaster->tag = MasterPointer::kFree;
     inMaster->state = 0;
     inMaster->nextFree = ioAccount.freeMasters;

@@ -1,5 +1,7 @@
 #include "places/CatalogueNames.h"
 
+#include <cassert>
+
 namespace toolbox::files {
 
 namespace {
@@ -23,6 +25,7 @@ bool IsTrailSurrogate(char32_t inUnit) {
 // The character's byte count in well-formed UTF-8 at the start of inBytes, which are not empty; 0 when they
 // are none.
 std::size_t DecodeOne(std::string_view inBytes, char32_t& outCharacter) {
+    assert(!inBytes.empty());
     const auto lead = static_cast<UInt8>(inBytes[0]);
     if (lead < 0x80) return outCharacter = lead, 1;
     const std::size_t count = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;

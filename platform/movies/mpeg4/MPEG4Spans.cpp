@@ -3,6 +3,7 @@
 #include "track/ExactTime.h"
 
 #include <algorithm>
+#include <cassert>
 #include <limits>
 
 namespace toolbox::movies {
@@ -158,6 +159,7 @@ std::uint32_t EffectiveTimeScale(const MPEG4Media& inMedia, const SoundFormat& i
 
 bool MakeSpans(const MPEG4Media& inMedia, std::uint32_t inPacketCount, std::uint32_t inTimeScale,
                const std::vector<SoundFormat>& inFormats, std::vector<PacketSpan>& outSpans) {
+    assert(inTimeScale > 0 && !inFormats.empty());
     return SpanMaker(inMedia, inPacketCount, inTimeScale, inFormats).Make(outSpans);
 }
 
