@@ -1,8 +1,7 @@
 // How much of a file the general importer looks at, and that it stops when it is told to.
 #include "GeneralImports.h"
 
-#include "os/FileCalls.h"
-#include "os/FileCalls_test_access.h"
+#include "os/SystemCalls_test_access.h"
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -51,8 +50,8 @@ class GeneralImporterLimits : public testing::Test {
 
     GeneralImporterLimits() {
         sBytesRead = 0;
-        os::CallsForTesting().readAt = [](int inDescriptor, void* outBytes, std::size_t inCount,
-                                          off_t inOffset) {
+        os::CallsForTesting().pread = [](int inDescriptor, void* outBytes, std::size_t inCount,
+                                         off_t inOffset) {
             const ssize_t count = pread(inDescriptor, outBytes, inCount, inOffset);
             sBytesRead += count;
             return count;
@@ -76,7 +75,7 @@ class GeneralImporterLimits : public testing::Test {
     }
 
     static inline std::int64_t sBytesRead = 0;
-    const os::FileCalls mRealCalls = os::Calls();
+    const os::SystemCalls mRealCalls = os::Calls();
 };
 
 TEST_F(GeneralImporterLimits, SoundWithNothingBehindItEndsThere) {
