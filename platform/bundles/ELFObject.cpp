@@ -14,6 +14,7 @@ namespace toolbox::corefoundation {
 
 namespace {
 
+// Of the machine's own word: the loader refuses the other one by itself, but its headers have another layout.
 constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
 
 class File {
@@ -46,14 +47,17 @@ class File {
 
 bool IsWholeELFObject(const FSRef& inFile) {
     const File file(inFile);
+    // The ELF header, at 0 (System V ABI, chapter 4).
     ElfW(Ehdr) header;
     if (!file.Read(0, &header, sizeof(header)) || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
         header.e_ident[EI_CLASS] != kClass || header.e_type != ET_DYN ||
         header.e_phentsize != sizeof(ElfW(Phdr)))
         return false;
+    // The program headers (chapter 5): which bytes of the file are mapped, and where.
     std::vector<ElfW(Phdr)> segments(header.e_phnum);
     if (segments.empty() || !file.Read(header.e_phoff, segments.data(), segments.size() * sizeof(ElfW(Phdr))))
         return false;
+    // Only these are mapped. Memory beyond p_filesz is zeroes, and no bytes of the file.
     for (const ElfW(Phdr) & segment : segments)
         if (segment.p_type == PT_LOAD && !file.Has(segment.p_offset, segment.p_filesz)) return false;
     return true;

@@ -27,6 +27,8 @@ class BinaryWalk {
 
     bool StaysInside() {
         if (mBytes.size() < kMarkBytes + kTrailerBytes) return false;
+        // The trailer: 6 bytes that nobody reads, the size of an offset (1), of a reference (1), the number
+        // of objects (8), the top object (8), where the table of offsets begins (8).
         const std::size_t trailer = mBytes.size() - kTrailerBytes;
         mOffsetBytes = ByteAt(trailer + 6);
         mRefBytes = ByteAt(trailer + 7);
@@ -44,6 +46,8 @@ class BinaryWalk {
   private:
     static constexpr std::size_t kMarkBytes = 8;
     static constexpr std::size_t kTrailerBytes = 32;
+    // The upper half of an object's marker. The lower is a count, or for a number the logarithm of its size
+    // in bytes.
     enum Kind {
         kSimple = 0,
         kInteger = 1,
@@ -89,7 +93,7 @@ class BinaryWalk {
             case kReal:
             case kDate:
                 return count <= 4 && (UInt64{1} << count) <= mObjectsEnd - offset;
-            case kIdentifier:
+            case kIdentifier:  // the one count that is one less than what it counts
                 return count < mObjectsEnd - offset;
             default:
                 break;

@@ -61,6 +61,7 @@ bool OpenByStyles(DateFormatterObject& ioFormatter) {
         return true;
     }
     UErrorCode status = StartStatus();
+    // The time's style comes first.
     ioFormatter.format = udat_open(ICUStyle(ioFormatter.timeStyle), ICUStyle(ioFormatter.dateStyle),
                                    IdentifierOf(ioFormatter.locale), nullptr, 0, nullptr, 0, &status);
     if (U_FAILURE(status)) return false;

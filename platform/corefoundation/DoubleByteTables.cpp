@@ -34,6 +34,8 @@ class StrictConverter {
     StrictConverter(const char* inName, UErrorCode& ioStatus) : mConverter(ucnv_open(inName, &ioStatus)) {
         ucnv_setToUCallBack(mConverter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &ioStatus);
         ucnv_setFromUCallBack(mConverter, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &ioStatus);
+        // From Unicode only: towards it a converter uses its one-way mappings whatever it is told, so who
+        // wants a mapping of both ways asks in both. The one call here that takes no status.
         if (U_SUCCESS(ioStatus)) ucnv_setFallback(mConverter, false);
     }
     ~StrictConverter() { ucnv_close(mConverter); }

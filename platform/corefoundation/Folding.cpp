@@ -70,7 +70,8 @@ class Folder {
         return Append(&unit, 1, inStart);
     }
 
-    // In the order of Unicode's canonical caseless matching.
+    // In the order of Unicode's canonical caseless matching (chapter 3.13, D145): decomposed, folded,
+    // decomposed again, as folding may give composed characters and marks out of order.
     bool AppendPiece(const UniChar* inUnits, CFIndex inCount, CFIndex inStart) {
         if (!FitsICU(inCount)) return false;
         mPiece.SetCount(0);
@@ -94,6 +95,8 @@ class Folder {
     }
 
     bool FoldCase() {
+        // ICU's name for the folding of Turkish and Azeri, in which I and dotless i are one letter, and
+        // dotted I and i another.
         const uint32_t options = mIsTurkic ? U_FOLD_CASE_EXCLUDE_SPECIAL_I : U_FOLD_CASE_DEFAULT;
         return Change([options](const UChar* inSource, int32_t inCount, UChar* outUnits, int32_t inCapacity,
                                 UErrorCode* ioStatus) {

@@ -101,6 +101,8 @@ bool GetCurrentLocaleName(LocaleName& outName) {
 
 bool GetCollationLocaleName(LocaleName& outName) {
     if (!GetCurrentLocaleName(outName)) return false;
+    // ICU's en_US_POSIX has an order of its own, of ASCII by its codes; what is meant is the order common to
+    // all, the root's.
     if (std::strstr(outName.text, "POSIX") != nullptr) outName.text[0] = '\0';
     return true;
 }

@@ -51,6 +51,8 @@ constexpr Change kRomanianChanges[] = {{0xAE, 0x0102}, {0xAF, 0x0218}, {0xBE, 0x
 bool ReadUpperHalf(const char* inConverterName, UniChar* outUpper) {
     auto status = static_cast<UErrorCode>(sSystemCalls.startStatus());
     UConverter* converter = ucnv_open(inConverterName, &status);
+    // By itself a converter writes U+FFFD for what it cannot convert. (It is null when the status is a
+    // failure, with which this does nothing.)
     ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
     for (int i = 0; U_SUCCESS(status) && i < kUpperCount; ++i) {
         const char byte = static_cast<char>(0x80 + i);

@@ -31,6 +31,8 @@ template <typename Write>
         return inWrite(reinterpret_cast<UChar*>(outText.Data()), capacity, &status);
     };
     int32_t length = write();
+    // The length needed is told then. A text that just fits gives a warning that it has no terminator, which
+    // is no failure.
     if (status == U_BUFFER_OVERFLOW_ERROR) {
         outText.SetCount(0);
         if (!outText.Reserve(length)) return false;

@@ -9,9 +9,11 @@ namespace toolbox::files {
 
 namespace {
 
+// As in RFC 1740. 0x00051600 would be a file that holds the data fork, too.
 constexpr UInt32 kMagic = 0x00051607;
 constexpr UInt32 kVersion = 0x00020000;
 constexpr std::size_t kVersionOffset = 4;
+// Behind 16 bytes of filler, in which version 1 named the file system that the file came from.
 constexpr std::size_t kCountOffset = 24;
 
 // Sorted rather than compared each with each: a small file can have 65,535 entries.
@@ -37,10 +39,12 @@ bool DecodeAppleDouble(const UInt8* inBytes, std::size_t inByteCount, UInt64 inF
     const std::size_t headerBytes = AppleDoubleHeaderSize(inBytes);
     if (headerBytes == 0 || headerBytes > inByteCount || headerBytes > inFileBytes) return false;
     for (std::size_t at = kAppleDoubleHeaderBytes; at < headerBytes; at += kAppleDoubleEntryBytes) {
-        const AppleDoubleEntry entry = {os::Load32(inBytes + at), os::Load32(inBytes + at + 4),
-                                        os::Load32(inBytes + at + 8)};
+        const AppleDoubleEntry entry = {os::Load32(inBytes + at),       // id; 0 is none
+                                        os::Load32(inBytes + at + 4),   // offset, of the whole file
+                                        os::Load32(inBytes + at + 8)};  // length
         const bool isOutside =
             entry.offsetBytes > inFileBytes || entry.lengthBytes > inFileBytes - entry.offsetBytes;
+        // An entry of no bytes covers nothing, so its offset may be any in the file.
         const bool isOverHeader = entry.lengthBytes > 0 && entry.offsetBytes < headerBytes;
         if (entry.id == 0 || isOutside || isOverHeader) return false;
         outEntries.push_back(entry);

@@ -17,6 +17,8 @@ using os::Store32;
 
 constexpr std::size_t kDataStart = 256;  // after the header come 240 bytes for the system and the application
 constexpr std::size_t kMapHeaderBytes = 28;
+// Behind the copy of the fork's header (16 bytes), a handle (4) and a reference number (2), which only a map
+// in memory has.
 constexpr std::size_t kAttributesOffset = 22;
 constexpr std::size_t kTypeListOffset = 24;
 constexpr std::size_t kNameListOffset = 26;
@@ -48,6 +50,8 @@ bool DecodeName(std::span<const UInt8> inMap, std::size_t inOffset, std::string&
 bool DecodeReference(std::span<const UInt8> inMap, std::size_t inOffset, Reference& ioReference) {
     const UInt8* bytes = inMap.data() + inOffset;
     ioReference.id = static_cast<SInt16>(Load16(bytes));
+    // One number of 32 bits: the attributes above an offset of 24. The 4 bytes behind it are a handle in
+    // memory.
     ioReference.attributes = bytes[4];
     ioReference.dataOffset = Load32(bytes + 4) & kMaxDataOffset;
     const UInt16 nameOffset = Load16(bytes + 2);
@@ -155,6 +159,8 @@ bool AppendData(std::vector<Image>& ioImages, std::vector<UInt8>& ioFork) {
 
 }  // namespace
 
+// The offsets of data and map are all that tells where the fork lies: moved both, they tell of one that begins
+// further on.
 os::MovableHead HeadOfFork() {
     return {kForkHeaderBytes, [](UInt8* ioHead, UInt32 inDistanceBytes) {
                 for (UInt8* offset : {ioHead, ioHead + 4})
@@ -163,7 +169,8 @@ os::MovableHead HeadOfFork() {
 }
 
 bool DecodeHeader(const UInt8* inBytes, UInt64 inForkBytes, ForkHeader& outHeader) {
-    outHeader = {Load32(inBytes), Load32(inBytes + 4), Load32(inBytes + 8), Load32(inBytes + 12)};
+    outHeader = {Load32(inBytes), Load32(inBytes + 4),        // where data and map begin
+                 Load32(inBytes + 8), Load32(inBytes + 12)};  // and how long they are
     return IsInside(outHeader.dataOffset, outHeader.dataBytes, inForkBytes) &&
            IsInside(outHeader.mapOffset, outHeader.mapBytes, inForkBytes);
 }
@@ -181,6 +188,8 @@ bool DecodeMap(std::span<const UInt8> inMap, UInt16& outFileAttributes,
     std::size_t mostReferences = inMap.size() / kReferenceBytes;
     for (std::size_t i = 0; i < typeCount; ++i) {
         const UInt8* entry = inMap.data() + typeList + kCountBytes + kTypeBytes * i;
+        // Unlike that of types, this number does not wrap: a type is there for its resources, and may have
+        // 65,536.
         const std::size_t count = Load16(entry + 4) + std::size_t{1};
         const std::size_t list = typeList + Load16(entry + 6);
         if (count > mostReferences || !IsInside(list, kReferenceBytes * count, inMap.size())) return false;

@@ -7,9 +7,12 @@ namespace toolbox::interface {
 
 namespace {
 
+// An "ALRT": bounds (8), the item list's id (2), the stages (2).
 constexpr std::size_t kAlertBytes = 12;
 constexpr std::size_t kItemListOffset = 8;
 constexpr std::size_t kStagesOffset = 10;
+// A "DITL": the number of items less one (2); each item: room for its handle (4), bounds (8), kind (1),
+// length (1) and as many bytes, padded to an even number.
 constexpr std::size_t kCountBytes = 2;
 constexpr std::size_t kBoundsOffset = 4;
 constexpr std::size_t kKindOffset = 12;
@@ -52,6 +55,8 @@ bool HasText(UInt8 inType) {
 bool DecodeAlert(std::span<const UInt8> inBytes, AlertTemplate& outAlert) {
     if (inBytes.size() < kAlertBytes) return false;
     outAlert.itemListID = static_cast<SInt16>(Word(inBytes, kItemListOffset));
+    // Four bits a stage, the first stage in the lowest: the default button (0: item 1), whether the box is
+    // shown, and how often to beep, which a terminal is spared.
     UInt16 stages = Word(inBytes, kStagesOffset);
     for (AlertStage& stage : outAlert.stages) {
         stage = {static_cast<SInt16>((stages & 8) != 0 ? 2 : 1), (stages & 4) != 0};
@@ -63,7 +68,7 @@ bool DecodeAlert(std::span<const UInt8> inBytes, AlertTemplate& outAlert) {
 bool DecodeItems(std::span<const UInt8> inBytes, std::vector<AlertItem>& outItems) {
     outItems.clear();
     if (inBytes.size() < kCountBytes) return false;
-    const std::size_t count = (Word(inBytes, 0) + std::size_t{1}) & 0xFFFF;
+    const std::size_t count = (Word(inBytes, 0) + std::size_t{1}) & 0xFFFF;  // of an empty list -1 is stored
     std::span<const UInt8> rest = inBytes.subspan(kCountBytes);
     for (std::size_t i = 0; i < count; ++i) {
         if (rest.size() < kItemBytes) return false;

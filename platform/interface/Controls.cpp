@@ -13,11 +13,14 @@ namespace {
 // The corners of a push button.
 constexpr SInt16 kButtonOval = 10;
 
+// The state of a control is one number: 0 none, 1 to 253 the part that is pressed, 254 and 255 inactive.
 bool IsInactive(const ControlRecord& inControl) {
     return inControl.hilite >= kControlDisabledPart;
 }
 
 void DrawButton(const ControlRecord& inControl) {
+    // Drawn anew from white each time, so that every state can follow every other. An inactive frame is every
+    // other pixel; a pressed button is the one at rest inverted, frame and all.
     EraseRoundRect(&inControl.box, kButtonOval, kButtonOval);
     if (IsInactive(inControl)) PenPat(&kGray);
     FrameRoundRect(&inControl.box, kButtonOval, kButtonOval);

@@ -4,6 +4,8 @@ namespace toolbox::interface {
 
 namespace {
 
+// A "DLOG": bounds (8), the window's definition (2), visible (1 of 2), with a close box (1 of 2), a number of
+// the program's (4), the item list's id (2); then the title, a Pascal string, which nobody sees here.
 constexpr std::size_t kDialogBytes = 20;
 constexpr std::size_t kVisibleOffset = 10;
 constexpr std::size_t kItemListOffset = 18;

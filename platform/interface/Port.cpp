@@ -28,6 +28,8 @@ constexpr PenState kNormalPen = {{0, 0}, {1, 1}, patCopy, kBlack};
 
 thread_local Port* sCurrentPort = nullptr;
 
+// Patterns begin at the origin of the coordinates, not at the shape: shapes that touch have no seam. The
+// highest bit is the leftmost pixel.
 bool IsBlackInPattern(const Pattern& inPattern, int inH, int inV) {
     return (inPattern.pat[inV & 7] >> (7 - (inH & 7)) & 1) != 0;
 }
@@ -75,6 +77,7 @@ void Port::InkPixel(int inH, int inV, Ink inInk) {
 }
 
 void Port::DrawPixel(int inH, int inV) {
+    // The lower modes combine with a source of pixels, of which a pen has none.
     if (pen.pnMode < patCopy || pen.pnMode > notPatBic) return;
     const ModeRule& rule = kModes[pen.pnMode - patCopy];
     switch (IsBlackInPattern(pen.pnPat, inH, inV) ? rule.ofBlack : rule.ofWhite) {

@@ -13,7 +13,8 @@ constexpr ResType kStringType = FourChars("STR ");
 constexpr ResType kListType = FourChars("STR#");
 constexpr std::size_t kCountBytes = 2;
 
-// Walks the Pascal strings of a list; null when it ends before the string does.
+// A list is the number of its strings, 16 bits big-endian, and the strings one after the other without
+// padding, so that one is found by walking over those before it. Null when it ends before the string does.
 const unsigned char* StringAt(const unsigned char* inList, std::size_t inByteCount, SInt16 inIndex) {
     if (inByteCount < kCountBytes || inIndex < 1 || inIndex > (inList[0] << 8 | inList[1])) return nullptr;
     std::size_t at = kCountBytes;

@@ -28,6 +28,8 @@ OSStatus Rewrite(std::u16string& ioText, Change inChange) {
     std::u16string changed(std::min(ioText.size() + ioText.size() / 2 + 16, kMost), u'\0');
     UErrorCode status = StartStatus();
     int32_t count = inChange(changed.data(), static_cast<int32_t>(changed.size()), &status);
+    // The length needed is told then. Text that fills its room to the last unit gives a warning, which is no
+    // failure: there is no room for a terminator, and none is wanted.
     if (status == U_BUFFER_OVERFLOW_ERROR) {
         changed.resize(static_cast<std::size_t>(count));
         status = StartStatus();
@@ -67,6 +69,8 @@ OSStatus FoldWidth(std::u16string& ioText) {
         if (kind != U_DT_WIDE && kind != U_DT_NARROW) continue;
         UChar plain[2];
         status = StartStatus();
+        // One step, not the whole decomposition, which takes half-width Hangul letters on to the parts that
+        // syllables are made of.
         const int32_t count = unorm2_getRawDecomposition(compatible, unit, plain, 2, &status);
         if (U_FAILURE(status)) return StatusOf(status);
         if (count == 1) unit = plain[0];

@@ -38,16 +38,22 @@ UCollator* MakeCollator(CollationRules inRules, CollationLevel inLevel, UErrorCo
         ioStatus = U_MEMORY_ALLOCATION_ERROR;
         return nullptr;
     }
+    // A failure passes through the calls that follow: with a status that is one they do nothing, whatever the
+    // collator.
     UCollator* const collator = ucol_open(locale.text, &ioStatus);
     const bool looksAtCase = inLevel == CollationLevel::kBaseAndCase || inLevel == CollationLevel::kCase;
     const struct {
         UColAttribute attribute;
         UColAttributeValue value;
     } settings[] = {
+        // Else marks are taken to be in canonical order already, and equivalent text may differ.
         {UCOL_NORMALIZATION_MODE, UCOL_ON},
         {UCOL_STRENGTH, StrengthOf(inLevel)},
+        // A level of its own between the second and the third: case without the variant forms, and above a
+        // first level alone without accents, too.
         {UCOL_CASE_LEVEL, looksAtCase ? UCOL_ON : UCOL_OFF},
         {UCOL_NUMERIC_COLLATION, inRules.areNumbersValues ? UCOL_ON : UCOL_OFF},
+        // Shifted: punctuation and blanks count on the fourth level only, which is never looked at.
         {UCOL_ALTERNATE_HANDLING, inRules.isPunctuationIgnored ? UCOL_SHIFTED : UCOL_NON_IGNORABLE},
     };
     for (const auto& setting : settings)
