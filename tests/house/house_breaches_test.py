@@ -21,8 +21,8 @@ MAP = "docs/architecture.md"
 
 
 def include(path, line, what):
-    """A plant: a line at the end of a file; and what is to be said of it."""
-    return (f"{line.strip()} in {path}", {path: lambda text: text + "\n" + line + "\n"}, f"{re.escape(path)}:\\d+: .*{what}")
+    """A plant: lines at the end of a file; and what is to be said of the last of them that is one by itself."""
+    return (path, line, what)
 
 
 def listed(room, line, what):
@@ -67,7 +67,10 @@ INCLUDES = [
     include("converter/WAVReader.cpp", "/* */ # /* */ include /* */ <pwd.h> // why", neither("pwd.h", "converter")),
     include("converter/WAVReader.cpp", "#define HEADER <pwd.h>\n#include HEADER", "not spelled out"),
     include("converter/WAVReader.cpp", "import <pwd.h>;", "not spelled out"),
-    include("newroom/New.cpp", "int gNew;", "belongs to no room"),
+]
+
+LISTED = [
+    ("a file of no room", {"newroom/New.cpp": lambda text: "int gNew;\n"}, "newroom/New.cpp:1: belongs to no room"),
     ("two headers that include each other",
      {"platform/memory/Heap.h": lambda text: text + '\n#include "Accounts.h"\n',
       "platform/memory/Accounts.h": lambda text: text + '\n#include "Heap.h"\n'}, "a circle of includes: .*Accounts.h"),
@@ -86,6 +89,10 @@ INCLUDES = [
     listed("platform/formats", "libraries ICU", "names ICU, of which it includes nothing"),
     listed("strings/resources", "holds strings TCFStringNothing", "strings/TCFStringNothing, which is no file"),
     ("a room without files", {LIST: lambda text: text + "\nroom platform/empty\n    subject nothing\n"}, "holds no file"),
+]
+
+# Each by itself: only the first line that is not right is told.
+MAPS = [
     ("a row of the map that lies",
      {MAP: lambda text: re.sub(r"(\| `platform/memory` \|[^|]*\|)[^|]*\|", r"\1 os, resources |", text)},
      f"{re.escape(MAP)}:\\d+: the table of the rooms is not"),
@@ -156,6 +163,29 @@ def expect_none(what, outcome):
         failures.append(f"{what}: refused (exit {code}):\n{output}")
 
 
+def expect_all(tree, script, plants):
+    """Plants everything at once and looks for each."""
+    merged = {}
+    for _, changes, _ in plants:
+        for name, change in changes.items():
+            merged.setdefault(name, []).append(change)
+
+    def all_of(changes):
+        def change(text):
+            for each in changes:
+                after = each(text)
+                if after == text:
+                    failures.append(f"nothing to plant in: {text[:200]}")
+                text = after
+            return text
+        return change
+
+    with Changed(tree, {name: all_of(changes) for name, changes in merged.items()}):
+        outcome = run(script, tree)
+    for what, _, pattern in plants:
+        expect_found(what, outcome, pattern)
+
+
 class Changed:
     """Files of a tree, changed for a while."""
 
@@ -184,17 +214,28 @@ def test_includes(tree):
     expect_none("the tree as it is", run("room_rules.py", tree))
     with Changed(tree, HARMLESS):
         expect_none("comments and text", run("room_rules.py", tree))
-    for what, changes, pattern in INCLUDES:
-        with Changed(tree, changes):
-            expect_found(what, run("room_rules.py", tree), pattern)
+    plants, expected = {}, []
+    for path, lines, what in INCLUDES:
+        before = plants.get(path) or (tree / path).read_text()
+        number = before.count("\n") + 1 + (lines.count("\n") if not lines.startswith("#inc\\") else 0)
+        plants[path] = before + lines + "\n"
+        expected.append((f"{lines} in {path}", f"{re.escape(path)}:{number}: .*{what}"))
+    with Changed(tree, {path: lambda _, text=text: text for path, text in plants.items()}):
+        outcome = run("room_rules.py", tree)
+    for what, pattern in expected:
+        expect_found(what, outcome, pattern)
+
+
+def test_list(tree):
+    expect_all(tree, "room_rules.py", LISTED)
+    for plant in MAPS:
+        expect_all(tree, "room_rules.py", [plant])
     expect_none("the tree without its plants", run("room_rules.py", tree))
 
 
 def test_tests(tree):
     expect_none("the tests as they are", run("source_tests.py", tree))
-    for what, changes, pattern in TESTS:
-        with Changed(tree, changes):
-            expect_found(what, run("source_tests.py", tree), pattern)
+    expect_all(tree, "source_tests.py", TESTS)
 
 
 def test_symbols(tree, source_tree, build, compiler):
@@ -204,25 +245,31 @@ def test_symbols(tree, source_tree, build, compiler):
     shadow = tree / "build"
     shadow.mkdir()
 
-    def outcome(folder, code):
-        source, compiled = tree / folder / "Planted.cpp", shadow / "Planted.o"
+    def plant(number, folder, code):
+        """A source of the room and its object, as the build would list it."""
+        source, compiled = tree / folder / f"Planted{number}.cpp", shadow / f"Planted{number}.o"
         source.write_text(code)
         subprocess.run([compiler, "-std=c++20", "-O1", "-c", source, "-o", compiled], check=True)
-        more = {"directory": str(shadow), "command": f"{compiler} -o {compiled} -c {source}", "file": str(source)}
-        (shadow / "compile_commands.json").write_text(json.dumps(commands + [more]))
-        result = run("room_symbols.py", tree, shadow)
-        source.unlink()
-        return result, more
+        return {"directory": str(shadow), "command": f"{compiler} -o {compiled} -c {source}", "file": str(source)}
+
+    def outcome(more):
+        (shadow / "compile_commands.json").write_text(json.dumps(commands + more))
+        return run("room_symbols.py", tree, shadow)
 
     expect_none("the build as it is", run("room_symbols.py", source_tree, build))
-    for folder, code, pattern in SYMBOLS:
-        expect_found(f"{code} in {folder}", outcome(folder, code)[0], f"{folder}/Planted.cpp: {pattern}")
-    result, more = outcome(*ALLOWED)
-    expect_none(f"{ALLOWED[1]} in {ALLOWED[0]}", result)
+    allowed = plant("", *ALLOWED)
+    expect_none(f"{ALLOWED[1]} in {ALLOWED[0]}", outcome([allowed]))
+    planted = [plant(number, folder, code) for number, (folder, code, _) in enumerate(SYMBOLS)]
+    unused = listed("platform/formats", "calls getuid", "")[1]
+    with Changed(tree, unused):
+        found = outcome(planted)
+    for number, (folder, code, pattern) in enumerate(SYMBOLS):
+        expect_found(f"{code} in {folder}", found, f"{folder}/Planted{number}.cpp: {pattern}")
+    expect_found("a call that is not made", found, "room platform/formats names getuid, which it does not call")
     (shadow / "Planted.o").unlink()
-    expect_found("a source without its object", run("room_symbols.py", tree, shadow), "Planted.cpp: is not compiled")
-    (shadow / "compile_commands.json").write_text("[]")
-    expect_found("a build without objects", run("room_symbols.py", tree, shadow), "no object of any room")
+    expect_found("a source without its object", outcome([allowed]), "Planted.cpp: is not compiled")
+    commands.clear()
+    expect_found("a build without objects", outcome([]), "no object of any room")
 
 
 def main(source_tree, build, compiler):
@@ -232,9 +279,10 @@ def main(source_tree, build, compiler):
             (tree / name).parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(source_tree / name, tree / name)
         test_includes(tree)
+        test_list(tree)
         test_tests(tree)
         test_symbols(tree, source_tree, build, compiler)
-    print("\n".join(failures + [f"{len(INCLUDES) + len(TESTS) + len(SYMBOLS) + 2} plants, {len(failures)} failures"]))
+    print("\n".join(failures + [f"{len(INCLUDES) + len(LISTED) + len(MAPS) + len(TESTS) + len(SYMBOLS) + 3} plants, {len(failures)} failures"]))
     return 1 if failures else 0
 
 
