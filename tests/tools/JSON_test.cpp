@@ -35,8 +35,8 @@ TEST_F(ConversionsAsJSON, TellsWhatWasMade) {
     EXPECT_EQ("", outcome.err);
     const std::vector<json> lines = Lines(outcome.out);
     ASSERT_EQ(1u, lines.size());
-    EXPECT_EQ(mTone, lines[0]["file"]);
-    EXPECT_EQ(Path("out.wav"), lines[0]["output"]);
+    EXPECT_EQ(mTone, lines[0]["file"].get<std::string>());
+    EXPECT_EQ(Path("out.wav"), lines[0]["output"].get<std::string>());
     EXPECT_EQ("AAC LC", lines[0]["sound"]["format"]);
     EXPECT_EQ(32044, lines[0]["stream"]["bytes"]);
     EXPECT_EQ(8000, lines[0]["stream"]["frames"]);
@@ -54,11 +54,11 @@ TEST_F(ConversionsAsJSON, OneObjectForEachFile) {
     ASSERT_EQ(5u, lines.size());
     EXPECT_EQ(32044, lines[0]["stream"]["bytes"]);
     EXPECT_EQ("No such file or directory", lines[1]["error"]);
-    EXPECT_EQ(Path("none.m4a"), lines[1]["file"]);
+    EXPECT_EQ(Path("none.m4a"), lines[1]["file"].get<std::string>());
     EXPECT_TRUE(lines[2].contains("error"));
     EXPECT_EQ(1, lines[3]["damage"]["packets"]);
     EXPECT_EQ(true, lines[4]["skipped"]);
-    EXPECT_EQ(Path("truncated.wav"), lines[4]["output"]);
+    EXPECT_EQ(Path("truncated.wav"), lines[4]["output"].get<std::string>());
 }
 
 TEST_F(ConversionsAsJSON, TellsWhatIsWrongWithTheOutput) {
@@ -77,19 +77,19 @@ TEST_F(ConversionsAsJSON, NamesThatAreNotUTF8AreDistinct) {
     const std::vector<json> lines = Lines(outcome.out);
     ASSERT_EQ(2u, lines.size());
     EXPECT_EQ(lines[0]["file"], lines[1]["file"]);
-    EXPECT_EQ(Path("a%FF.m4a"), lines[0]["fileBytes"]);
-    EXPECT_EQ(Path("a%FE.m4a"), lines[1]["fileBytes"]);
-    EXPECT_EQ(Path("a%FF.wav"), lines[0]["outputBytes"]);
+    EXPECT_EQ(Path("a%FF.m4a"), lines[0]["fileBytes"].get<std::string>());
+    EXPECT_EQ(Path("a%FE.m4a"), lines[1]["fileBytes"].get<std::string>());
+    EXPECT_EQ(Path("a%FF.wav"), lines[0]["outputBytes"].get<std::string>());
     EXPECT_FALSE(Lines(RunTool({"--probe", "--json", mTone}).out).at(0).contains("fileBytes"));
     const json probed = Lines(RunTool({"--probe", "--json", Path("a\xFF.m4a")}).out).at(0);
-    EXPECT_EQ(Path("a%FF.m4a"), probed["fileBytes"]);
+    EXPECT_EQ(Path("a%FF.m4a"), probed["fileBytes"].get<std::string>());
 }
 
 TEST_F(ConversionsAsJSON, NamesDoNotReachATerminalAsTheyAre) {
     const std::string name = "a\xE2\x80\xAE\xC2\x9B.m4a";
     std::filesystem::copy(mTone, Path(name));
     const Outcome outcome = RunTool({"--probe", "--json", Path(name)});
-    EXPECT_EQ(Path(name), Lines(outcome.out).at(0)["file"]);
+    EXPECT_EQ(Path(name), Lines(outcome.out).at(0)["file"].get<std::string>());
     EXPECT_EQ(std::string::npos, outcome.out.find('\xC2'));
     EXPECT_NE(std::string::npos, outcome.out.find("\\u202e\\u009b"));
     const std::string text = RunTool({"--probe", Path(name)}).out;

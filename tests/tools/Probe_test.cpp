@@ -200,7 +200,7 @@ TEST(Probe, FailuresAreOnBothStreams) {
         const Outcome outcome = RunTool({"--probe", "--json", Fixture(name)});
         EXPECT_EQ(EX_DATAERR, outcome.exitCode);
         const json object = json::parse(outcome.out);
-        EXPECT_EQ(Fixture(name), object["file"]);
+        EXPECT_EQ(Fixture(name), object["file"].get<std::string>());
         EXPECT_NE("", object["error"]);
         EXPECT_EQ("aac2wav: " + Fixture(name) + ": " + std::string(object["error"]) + "\n", outcome.err);
     }
@@ -221,7 +221,7 @@ TEST(Probe, SeveralFilesAreALineEach) {
     ASSERT_EQ(3u, objects.size());
     EXPECT_TRUE(objects[0].contains("sound"));
     EXPECT_TRUE(objects[1].contains("error"));
-    EXPECT_EQ(Fixture("tone.mp4"), objects[2]["file"]);
+    EXPECT_EQ(Fixture("tone.mp4"), objects[2]["file"].get<std::string>());
 }
 
 TEST(Probe, WritesNoFile) {
