@@ -19,11 +19,13 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <thread>
 
 namespace tools_test {
 namespace {
 
-constexpr std::chrono::seconds kPatience{120};
+// Only for what never ends: a busy machine takes its time.
+constexpr std::chrono::seconds kPatience{600};
 
 // False at the end of the stream. A terminal whose other side is gone answers with an error.
 bool ReadSome(int inDescriptor, std::string& ioText) {
@@ -215,6 +217,36 @@ bool Command::IsRunning() {
         mIsWaitedFor = waitpid(mProcess, &mStatus, WNOHANG) == mProcess;
     }
     return !mIsWaitedFor;
+}
+
+// The state stands behind the program's name, which ends with the last parenthesis. What has not become the
+// command yet is none.
+bool Command::IsAsleep() const {
+    const std::string process = "/proc/" + std::to_string(mProcess);
+    std::error_code isGone;
+    if (std::filesystem::read_symlink(process + "/exe", isGone) !=
+        std::filesystem::canonical(AAC2WAV_COMMAND))
+        return false;
+    std::ifstream file(process + "/stat");
+    const std::string status(std::istreambuf_iterator<char>(file), {});
+    const std::size_t nameEnd = status.rfind(')');
+    return nameEnd != std::string::npos && status.compare(nameEnd, 3, ") S") == 0;
+}
+
+bool Command::HasOpen(const std::string& inPath) const {
+    const std::filesystem::path file = std::filesystem::canonical(inPath);
+    std::error_code isGone;
+    for (const auto& descriptor :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(mProcess) + "/fd", isGone))
+        if (std::filesystem::read_symlink(descriptor.path(), isGone) == file) return true;
+    return false;
+}
+
+bool Command::EndsUnread() {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    while (IsRunning() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return !IsRunning();
 }
 
 int Command::WaitingByteCount() const {

@@ -72,11 +72,16 @@ class Command {
 
     void Start();
     bool IsRunning();
+    // Whether it waits for something to happen; and whether it holds that file open.
+    bool IsAsleep() const;
+    bool HasOpen(const std::string& inPath) const;
     // Bytes that wait in the pipe of standard output.
     int WaitingByteCount() const;
     int WaitingErrorByteCount() const;  // of standard error
     void Signal(int inSignal) const;
-    // Reads what is left and waits; after two minutes the command is killed and a failure noted.
+    // Waits, with nothing read, for as long as Wait does.
+    bool EndsUnread();
+    // Reads what is left and waits; after ten minutes the command is killed and a failure noted.
     Outcome Wait();
     Outcome Run();
 

@@ -15,14 +15,10 @@ namespace {
 using namespace tools_test;
 using namespace std::chrono_literals;
 
-// The command waits in write() once its pipe is full; how full that is depends on the sizes of its writes.
+// The command sleeps in write() once its pipe is full; how full that is depends on the sizes of its writes.
 void WaitUntilBlocked(Command& ioCommand) {
-    int waiting = -1;
-    while (ioCommand.IsRunning() && (waiting == 0 || waiting != ioCommand.WaitingByteCount())) {
-        waiting = ioCommand.WaitingByteCount();
-        std::this_thread::sleep_for(100ms);
-    }
-    ASSERT_GT(waiting, 32768);
+    while (ioCommand.IsRunning() && (ioCommand.WaitingByteCount() <= 32768 || !ioCommand.IsAsleep()))
+        std::this_thread::sleep_for(1ms);
     ASSERT_TRUE(ioCommand.IsRunning());
 }
 
@@ -74,10 +70,7 @@ TEST_P(Stopping, EndsAWriteThatWaitsForItsReader) {
     command.Start();
     WaitUntilBlocked(command);
     command.Signal(GetParam());
-    for (int patience = 0; patience < 5000 && command.IsRunning(); ++patience) {
-        std::this_thread::sleep_for(1ms);
-    }
-    EXPECT_FALSE(command.IsRunning());
+    EXPECT_TRUE(command.EndsUnread());
     EXPECT_EQ(GetParam(), command.Wait().signal);
 }
 
@@ -119,7 +112,8 @@ TEST(Signals, OpeningAPipeWithoutReaderCanBeStopped) {
     ASSERT_EQ(0, mkfifo(folder.Path("pipe").c_str(), 0600));
     Command command({Fixture("tone-44100-stereo.m4a"), folder.Path("pipe")});
     command.Start();
-    std::this_thread::sleep_for(300ms);
+    while (command.IsRunning() && !command.IsAsleep())
+        std::this_thread::sleep_for(1ms);
     ASSERT_TRUE(command.IsRunning());
     command.Signal(SIGTERM);
     EXPECT_EQ(SIGTERM, command.Wait().signal);
@@ -129,7 +123,8 @@ TEST(Signals, OpeningAPipeWithoutReaderCanBeStopped) {
 TEST(Signals, ProbingCanBeStopped) {
     Command command({"--probe", Fixture("huge-8000-mono.aac")});
     command.Start();
-    std::this_thread::sleep_for(300ms);
+    while (command.IsRunning() && !command.HasOpen(Fixture("huge-8000-mono.aac")))
+        std::this_thread::sleep_for(1ms);
     ASSERT_TRUE(command.IsRunning());
     command.Signal(SIGINT);
     const Outcome outcome = command.Wait();

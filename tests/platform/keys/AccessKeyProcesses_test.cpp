@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <toolbox/MacErrors.h>
 #include <unistd.h>
@@ -19,6 +20,7 @@ namespace {
 using namespace toolbox::movies;
 
 constexpr int kKeyCount = 1000;
+constexpr int kKeysPerLeave = 100;
 
 pid_t Start(const std::function<bool()>& inBody) {
     const pid_t child = fork();
@@ -35,9 +37,32 @@ bool Remove(const std::string& inKey) {
     return ChangeSystemKeys(KeyChange::kRemove, {"type", inKey}) == noErr;
 }
 
-// Registers its own keys, those that both use, and takes away every third of its own again.
-bool RegisterAndUnregister(const std::string& inName) {
+// Lets processes go on as often as another one has given leave.
+class Leave {
+  public:
+    Leave() { EXPECT_EQ(0, pipe2(mEnds, O_CLOEXEC)); }
+    ~Leave() {
+        close(mEnds[0]);
+        close(mEnds[1]);
+    }
+    Leave(const Leave&) = delete;
+    Leave& operator=(const Leave&) = delete;
+
+    bool Give() const { return write(mEnds[1], "", 1) == 1; }
+    bool Await() const {
+        char byte = 0;
+        return read(mEnds[0], &byte, 1) == 1;
+    }
+
+  private:
+    int mEnds[2] = {-1, -1};
+};
+
+// Registers its own keys, those that both use, and takes away every third of its own again. The reader of
+// them has its turns on a machine that gives it little time, too.
+bool RegisterAndUnregister(const std::string& inName, const Leave& inLeave) {
     for (int n = 0; n < kKeyCount; ++n) {
+        if (n % kKeysPerLeave == 0 && !inLeave.Await()) return false;
         if (!Add(inName + std::to_string(n)) || !Add("shared" + std::to_string(n / 100))) return false;
         if (n % 3 == 0 && !Remove(inName + std::to_string(n))) return false;
         if (n % 100 == 50 && !Remove("shared" + std::to_string(n / 100))) return false;
@@ -47,8 +72,10 @@ bool RegisterAndUnregister(const std::string& inName) {
 
 TEST(AccessKeyProcesses, TwoAgainstEachOtherLeaveExactlyWhatRemains) {
     const test_movies::StateFolder state;
-    pid_t running[] = {Start([] { return RegisterAndUnregister("a"); }),
-                       Start([] { return RegisterAndUnregister("b"); })};
+    constexpr long kLeaveCount = 2 * kKeyCount / kKeysPerLeave;
+    const Leave leave;
+    pid_t running[] = {Start([&] { return RegisterAndUnregister("a", leave); }),
+                       Start([&] { return RegisterAndUnregister("b", leave); })};
     long loads = 0;
     for (pid_t& child : running) {
         int status = 0;
@@ -56,13 +83,14 @@ TEST(AccessKeyProcesses, TwoAgainstEachOtherLeaveExactlyWhatRemains) {
         for (pid_t ended = 0; ended == 0; ++loads) {
             AccessKeyList keys;
             EXPECT_EQ(noErr, LoadSystemKeys(keys));
+            if (loads < kLeaveCount) EXPECT_TRUE(leave.Give());
             usleep(2000);
             ended = waitpid(child, &status, WNOHANG);
             ASSERT_NE(-1, ended);
         }
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }
-    EXPECT_GT(loads, 10);
+    EXPECT_GE(loads, kLeaveCount);
 
     AccessKeyList keys;
     ASSERT_EQ(noErr, LoadSystemKeys(keys));

@@ -62,7 +62,7 @@ public final class LoadingProgram {
             gone.add(new WeakReference<>(loader));
         }
         loaders.clear();
-        for (int i = 0; i < 250 && !gone.stream().allMatch(loader -> loader.refersTo(null)); i++) {
+        for (int i = 0; i < 3000 && !gone.stream().allMatch(loader -> loader.refersTo(null)); i++) {
             System.gc();
             Thread.sleep(20);
         }

@@ -311,7 +311,7 @@ class WavSourceTest {
         for (int i = 0; i < 100; i++) {
             WavSource.open(TestMedia.TONE).openStream().read();
         }
-        for (int i = 0; i < 100 && openDescriptors() > before; i++) {
+        for (int i = 0; i < 3000 && openDescriptors() > before; i++) {
             System.gc();
             Thread.sleep(20);
         }

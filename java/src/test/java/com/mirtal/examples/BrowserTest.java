@@ -33,7 +33,7 @@ class BrowserTest {
 
     private static void waitForPage(DevTools page) throws Exception {
         String isThere = "String(document.readyState == 'complete' && document.querySelector('audio') != null)";
-        for (long end = System.nanoTime() + 30_000_000_000L; System.nanoTime() < end; Thread.sleep(50)) {
+        for (long end = System.nanoTime() + 120_000_000_000L; System.nanoTime() < end; Thread.sleep(50)) {
             try {
                 if (page.run(isThere).equals("true")) {
                     return;

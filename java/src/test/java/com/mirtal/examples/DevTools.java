@@ -39,7 +39,7 @@ final class DevTools implements AutoCloseable {
     /** The browser writes its port to a file when it is up. */
     private String pageSocket(HttpClient client, Path profile) throws Exception {
         Path portFile = profile.resolve("DevToolsActivePort");
-        for (int i = 0; i < 300; i++) {
+        for (int i = 0; i < 1200; i++) {
             if (Files.exists(portFile) && !Files.readString(portFile).isEmpty()) {
                 String port = Files.readAllLines(portFile).get(0);
                 String pages =

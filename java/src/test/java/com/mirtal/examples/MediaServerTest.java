@@ -239,14 +239,14 @@ class MediaServerTest {
                 socket.getInputStream().readNBytes(1000);
             }
         }
-        for (int i = 0; i < 500 && socketCount() > before; i++) {
+        for (int i = 0; i < 6000 && socketCount() > before; i++) {
             Thread.sleep(10);
         }
         assertEquals(before, socketCount());
     }
 
     private void waitForTransfers(int count) throws Exception {
-        for (int i = 0; i < 500 && server.transferCount() != count; i++) {
+        for (int i = 0; i < 6000 && server.transferCount() != count; i++) {
             Thread.sleep(10);
         }
         assertEquals(count, server.transferCount());
