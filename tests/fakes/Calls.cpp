@@ -12,6 +12,7 @@
 #include "Script.h"
 #include "System.h"
 #include "Text.h"
+#include "support/Countdown.h"
 
 #include <algorithm>
 
@@ -25,8 +26,7 @@ constexpr std::size_t kLogCapacity = 1 << 14;
 struct State {
     std::vector<std::string> log;
     std::vector<std::string> misuses;
-    int callsUntilFailure = 0;
-    bool delivered = false;
+    support::Countdown failure;
 };
 
 // Made on first use and never destroyed: load-time constants call the doubles before main and after it.
@@ -59,12 +59,11 @@ void StartScenario() {
 }
 
 void FailCall(int inCall) {
-    TheState().callsUntilFailure = inCall;
-    TheState().delivered = false;
+    TheState().failure = support::Countdown(inCall);
 }
 
 bool FailureDelivered() {
-    return TheState().delivered;
+    return TheState().failure.Delivered();
 }
 
 std::vector<std::string> const& CallLog() {
@@ -89,10 +88,7 @@ void Log(std::string const& inCall) {
 
 bool LogAndFail(std::string const& inCall) {
     Log(inCall);
-    State& state = TheState();
-    if (state.callsUntilFailure == 0 || --state.callsUntilFailure != 0) return false;
-    state.delivered = true;
-    return true;
+    return TheState().failure.IsDue();
 }
 
 void ReportMisuse(std::string const& inWhat) {

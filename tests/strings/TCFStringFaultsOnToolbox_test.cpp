@@ -5,28 +5,12 @@
 
 #include "StringTest.h"
 #include "corefoundation/CF_test_access.h"
+#include "support/FailingCFMemory.h"
 
 namespace {
 
+using support::FailingCFMemory;
 using toolbox::corefoundation::LiveObjectsForTesting;
-using toolbox::corefoundation::SystemCallsForTesting;
-
-// The inCall-th allocation of Core Foundation fails, from 1; no other.
-class FailingAllocation {
-  public:
-    explicit FailingAllocation(int inCall) {
-        sLeft = inCall;
-        SystemCallsForTesting().allocate = [](std::size_t inByteCount) -> void* {
-            return --sLeft == 0 ? nullptr : sAllocate(inByteCount);
-        };
-    }
-    ~FailingAllocation() { SystemCallsForTesting().allocate = sAllocate; }
-    static bool WasDelivered() { return sLeft <= 0; }
-
-  private:
-    static inline int sLeft = 0;
-    static inline auto* const sAllocate = SystemCallsForTesting().allocate;
-};
 
 using Operation = std::function<TCFString(TCFString const&)>;
 
@@ -109,9 +93,9 @@ TEST(FaultsOnToolboxTest, EveryAllocationOfEveryOperation) {
             std::u16string result;
             bool wasDelivered = false;
             {
-                FailingAllocation const failing(call);
+                FailingCFMemory const failing(call);
                 result = UnitsOf(row.apply(string));
-                wasDelivered = failing.WasDelivered();
+                wasDelivered = failing.Delivered();
             }
             EXPECT_EQ(objects, LiveObjectsForTesting());
             if (!wasDelivered) {
@@ -136,10 +120,10 @@ TEST(FaultsOnToolboxTest, EveryAllocationOfAMoment) {
     std::u16string const whole = moment();
     SInt64 const objects = LiveObjectsForTesting();
     for (int call = 1;; ++call) {
-        FailingAllocation const failing(call);
+        FailingCFMemory const failing(call);
         std::u16string const result = moment();
         EXPECT_EQ(objects, LiveObjectsForTesting());
-        if (!failing.WasDelivered()) break;
+        if (!failing.Delivered()) break;
         EXPECT_TRUE(result.empty() || result == whole) << call;
         ASSERT_LT(call, 100);
     }

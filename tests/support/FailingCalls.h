@@ -2,6 +2,7 @@
 #pragma once
 
 #include "os/SystemCalls_test_access.h"
+#include "support/Countdown.h"
 
 #include <cerrno>
 #include <type_traits>
@@ -13,14 +14,14 @@ namespace test_files {
 // nor do those that have no way to tell. One at a time, on one thread.
 class FailingCalls {
   public:
-    enum Extent { kOnce, kForever };
+    using Extent = support::Countdown::Extent;
+    static constexpr Extent kOnce = Extent::kOnce;
+    static constexpr Extent kForever = Extent::kForever;
 
     FailingCalls(int inFailingCall, int inErrno, Extent inExtent = kOnce)
         : mReal(toolbox::os::CallsForTesting()) {
-        sFailingCall = inFailingCall;
+        sCountdown = support::Countdown(inFailingCall, inExtent);
         sErrno = inErrno;
-        sExtent = inExtent;
-        sCallCount = 0;
         sReal = mReal;
         toolbox::os::ForEachCall([]<auto kCall>(const char*, toolbox::os::Failure inFailure) {
             if (inFailure == toolbox::os::Failure::kNone || inFailure == toolbox::os::Failure::kNoMemory)
@@ -33,13 +34,11 @@ class FailingCalls {
     FailingCalls(const FailingCalls&) = delete;
     FailingCalls& operator=(const FailingCalls&) = delete;
 
-    bool Delivered() const { return sCallCount >= sFailingCall; }
+    bool Delivered() const { return sCountdown.Delivered(); }
 
   private:
-    static inline int sFailingCall;
+    static inline support::Countdown sCountdown;
     static inline int sErrno;
-    static inline Extent sExtent;
-    static inline int sCallCount;
     static inline toolbox::os::SystemCalls sReal;
 
     template <auto kCall, typename Function = std::remove_reference_t<decltype(sReal.*kCall)>>
@@ -65,10 +64,9 @@ class FailingCalls {
         }
     };
     static bool Fails() {
-        ++sCallCount;
-        const bool fails = sExtent == kOnce ? sCallCount == sFailingCall : sCallCount >= sFailingCall;
-        if (fails) errno = sErrno;
-        return fails;
+        if (!sCountdown.IsDue()) return false;
+        errno = sErrno;
+        return true;
     }
 
     toolbox::os::SystemCalls mReal;

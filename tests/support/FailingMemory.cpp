@@ -1,4 +1,6 @@
-#include "FailingMemory.h"
+#include "support/FailingMemory.h"
+
+#include "support/Countdown.h"
 
 #include <dlfcn.h>
 
@@ -16,23 +18,14 @@ extern "C" {
 
 namespace {
 
-thread_local int tRemaining = -1;  // allocations until the one that fails; negative: none does
-thread_local bool tIsForever = false;
-thread_local bool tIsDelivered = false;
+thread_local constinit support::Countdown tCountdown;
 thread_local std::uint64_t tNewCount = 0;
 thread_local std::uint64_t tAlignedCount = 0;
 
 thread_local int tLibraryDepth = 0;  // > 0: a library call of ours is under way
 
 bool IsToFail() {
-    if (tRemaining < 0 || tLibraryDepth > 0) return false;
-    if (tRemaining > 0) {
-        --tRemaining;
-        return false;
-    }
-    tIsDelivered = true;
-    if (!tIsForever) tRemaining = -1;
-    return true;
+    return tLibraryDepth == 0 && tCountdown.IsDue();
 }
 
 // The library's own function, with what it allocates left alone.
@@ -62,17 +55,17 @@ using InPlanes = Parameters<decltype(swr_convert)>::At<3>;
 namespace test_movies {
 
 FailingMemory::FailingMemory(int inFailingAllocation, Mode inMode) {
-    tIsForever = inMode == Mode::kForever;
-    tIsDelivered = false;
-    tRemaining = inFailingAllocation - 1;
+    const bool isForever = inMode == Mode::kForever;
+    tCountdown = support::Countdown(inFailingAllocation,
+                                    isForever ? support::Countdown::kForever : support::Countdown::kOnce);
 }
 
 FailingMemory::~FailingMemory() {
-    tRemaining = -1;
+    tCountdown = {};
 }
 
 bool FailingMemory::Delivered() const {
-    return tIsDelivered;
+    return tCountdown.Delivered();
 }
 
 std::uint64_t NewCount() {

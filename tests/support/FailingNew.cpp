@@ -1,40 +1,30 @@
-#include "FailingNew.h"
+#include "support/FailingNew.h"
 
 #include <cstdlib>
 #include <new>
 
 namespace {
 
-// Allocations until the first that fails; negative: none does.
-thread_local int sRemaining = -1;
-thread_local int sRemainingAfter = -1;
-thread_local bool sDelivered = false;
+thread_local constinit support::Countdown tCountdown;
 
 }  // namespace
 
 namespace test_files {
 
 FailingNew::FailingNew(int inFailingAllocation, Extent inExtent) {
-    sDelivered = false;
-    sRemainingAfter = inExtent == kOnce ? -1 : 0;
-    sRemaining = inFailingAllocation - 1;
+    tCountdown = support::Countdown(inFailingAllocation, inExtent);
 }
 FailingNew::~FailingNew() {
-    sRemaining = -1;
+    tCountdown = {};
 }
 bool FailingNew::Delivered() const {
-    return sDelivered;
+    return tCountdown.Delivered();
 }
 
 }  // namespace test_files
 
 void* operator new(std::size_t inByteCount) {
-    if (sRemaining == 0) {
-        sDelivered = true;
-        sRemaining = sRemainingAfter;
-        throw std::bad_alloc();
-    }
-    if (sRemaining > 0) --sRemaining;
+    if (tCountdown.IsDue()) throw std::bad_alloc();
     if (void* const block = std::malloc(inByteCount == 0 ? 1 : inByteCount)) return block;
     throw std::bad_alloc();
 }

@@ -2,13 +2,17 @@
 // the operators new and delete of the executable.
 #pragma once
 
+#include "support/Countdown.h"
+
 namespace test_files {
 
 // While it lives, the n-th allocation of this thread throws std::bad_alloc, and all after it unless it is to
 // be one alone.
 class FailingNew {
   public:
-    enum Extent { kOnce, kForever };
+    using Extent = support::Countdown::Extent;
+    static constexpr Extent kOnce = Extent::kOnce;
+    static constexpr Extent kForever = Extent::kForever;
 
     explicit FailingNew(int inFailingAllocation, Extent inExtent = kForever);
     ~FailingNew();

@@ -2,6 +2,7 @@
 
 #include "BundleMaker.h"
 
+#include "support/FailingCFMemory.h"
 #include "support/FailingNew.h"
 
 #include <corefoundation/CF_test_access.h>
@@ -286,21 +287,13 @@ TEST_F(CFURL, FailsCleanlyWithoutMemory) {
     }
     EXPECT_GT(failureCount, 10);
 
-    static int sRemaining;
-    auto& calls = toolbox::corefoundation::SystemCallsForTesting();
-    const auto realCalls = calls;
-    static auto sAllocate = realCalls.allocate;
-    calls.allocate = [](std::size_t inByteCount) {
-        return --sRemaining < 0 ? nullptr : sAllocate(inByteCount);
-    };
     bool isWhole = false;
-    for (int n = 0; !isWhole && n < 100; ++n) {
-        sRemaining = n;
+    for (int n = 1; !isWhole && n <= 100; ++n) {
+        const support::FailingCFMemory memory(n, support::Countdown::kForever);
         isWhole = scenario();
-        EXPECT_EQ(sRemaining >= 0, isWhole);
+        EXPECT_EQ(!memory.Delivered(), isWhole);
         EXPECT_EQ(mLiveBefore, LiveObjectsForTesting()) << n;
     }
-    calls = realCalls;
     EXPECT_TRUE(isWhole);
 }
 

@@ -2,6 +2,7 @@
 
 #include "BundleMaker.h"
 
+#include "support/FailingCFMemory.h"
 #include "support/FailingNew.h"
 
 #include <corefoundation/CF_test_access.h>
@@ -303,21 +304,13 @@ TEST_F(PropertyList, DoesWithLittleStack) {
 }
 
 TEST_F(PropertyList, FailsCleanlyWithoutMemory) {
-    static int sRemaining;
-    auto& calls = toolbox::corefoundation::SystemCallsForTesting();
-    const auto realCalls = calls;
-    static auto sAllocate = realCalls.allocate;
-    calls.allocate = [](std::size_t inByteCount) {
-        return --sRemaining < 0 ? nullptr : sAllocate(inByteCount);
-    };
     bool isRead = false;
     int failureCount = 0;
     for (; !isRead && failureCount < 1000; ++failureCount) {
-        sRemaining = failureCount;
+        const support::FailingCFMemory memory(failureCount + 1, support::Countdown::kForever);
         isRead = Read(kEveryType).ref != nullptr;
         EXPECT_EQ(mLiveBefore, LiveObjectsForTesting()) << failureCount;
     }
-    calls = realCalls;
     EXPECT_TRUE(isRead);
     EXPECT_GT(failureCount, 15);
 

@@ -4,6 +4,8 @@
 
 #include <corefoundation/CF_test_access.h>
 
+#include "support/Countdown.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -201,9 +203,8 @@ TEST(Compare, BackwardsAndAnchoredMeanNothing) {
 
 // Each allocation fails in turn; the answer is then that of no flags, and nothing stays behind.
 TEST(Compare, NoMemory) {
-    static int sUntilFault;
+    static support::Countdown sCountdown;
     static int sLive;
-    static bool sDelivered;
     const std::u16string lower(500, u'\u00E9');
     const std::u16string upper(500, u'\u00C9');
     const OwnedString left = StringOf(lower + u"02");
@@ -211,10 +212,7 @@ TEST(Compare, NoMemory) {
     auto& calls = toolbox::corefoundation::SystemCallsForTesting();
     const auto saved = calls;
     calls.allocate = [](std::size_t inByteCount) -> void* {
-        if (--sUntilFault == 0) {
-            sDelivered = true;
-            return nullptr;
-        }
+        if (sCountdown.IsDue()) return nullptr;
         ++sLive;
         return std::malloc(inByteCount);
     };
@@ -224,14 +222,13 @@ TEST(Compare, NoMemory) {
     };
     int failing = 1;
     for (;; ++failing) {
-        sUntilFault = failing;
+        sCountdown = support::Countdown(failing);
         sLive = 0;
-        sDelivered = false;
         const CFComparisonResult result =
             CFStringCompare(left.get(), right.get(), kNumerically | kCase | kNonliteral);
         EXPECT_EQ(0, sLive) << failing;
-        EXPECT_EQ(sDelivered ? kCFCompareGreaterThan : kCFCompareEqualTo, result) << failing;
-        if (!sDelivered) break;
+        EXPECT_EQ(sCountdown.Delivered() ? kCFCompareGreaterThan : kCFCompareEqualTo, result) << failing;
+        if (!sCountdown.Delivered()) break;
     }
     calls = saved;
     EXPECT_EQ(9, failing) << "for either text, room for its units and for their places, and for more of both";

@@ -3,32 +3,26 @@
 
 #include <corefoundation/CF_test_access.h>
 
+#include "support/Countdown.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
 namespace faults {
 
-inline int sUntilFault = 0;
+inline support::Countdown sCountdown;
 inline int sLiveBlocks = 0;
-inline bool sDelivered = false;
-
-inline bool IsDue() {
-    if (--sUntilFault != 0) return false;
-    sDelivered = true;
-    return true;
-}
 
 // While it lives, the n-th allocation or call of ICU fails.
 class Scope {
   public:
     explicit Scope(int inFailingCall) {
-        sUntilFault = inFailingCall;
+        sCountdown = support::Countdown(inFailingCall);
         sLiveBlocks = 0;
-        sDelivered = false;
         auto& calls = toolbox::corefoundation::SystemCallsForTesting();
         calls.allocate = [](std::size_t inByteCount) -> void* {
-            if (IsDue()) return nullptr;
+            if (sCountdown.IsDue()) return nullptr;
             ++sLiveBlocks;
             return std::malloc(inByteCount);
         };
@@ -36,7 +30,7 @@ class Scope {
             if (inBlock != nullptr) --sLiveBlocks;
             std::free(inBlock);
         };
-        calls.startStatus = [] { return IsDue() ? 7 : 0; };
+        calls.startStatus = [] { return sCountdown.IsDue() ? 7 : 0; };
     }
     ~Scope() { toolbox::corefoundation::SystemCallsForTesting() = mSaved; }
     Scope(const Scope&) = delete;
@@ -56,10 +50,10 @@ int FailEachCall(Body inBody) {
         const SInt64 objects = toolbox::corefoundation::LiveObjectsForTesting();
         const Scope scope(failing);
         const bool wentWell = inBody();
-        EXPECT_EQ(!sDelivered, wentWell) << "call " << failing;
+        EXPECT_EQ(!sCountdown.Delivered(), wentWell) << "call " << failing;
         EXPECT_EQ(0, sLiveBlocks) << "call " << failing;
         EXPECT_EQ(objects, toolbox::corefoundation::LiveObjectsForTesting()) << "call " << failing;
-        if (!sDelivered) return failing - 1;
+        if (!sCountdown.Delivered()) return failing - 1;
     }
 }
 

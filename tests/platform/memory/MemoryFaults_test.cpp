@@ -5,6 +5,8 @@
 #include <memory/MacMemory_test_access.h>
 #include <memory/MasterPointers.h>
 
+#include "support/Countdown.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -16,17 +18,12 @@
 
 namespace {
 
-// The fault to come: negative when none is due.
-int sCallsUntilFault = -1;
-bool sFailsForever = false;
-int sFaultsDelivered = 0;
+using support::Countdown;
+
+Countdown sFault;
 
 bool Fails() {
-    if (sCallsUntilFault < 0) return false;
-    if (sCallsUntilFault > 0 && --sCallsUntilFault > 0) return false;
-    if (!sFailsForever) sCallsUntilFault = -1;
-    ++sFaultsDelivered;
-    return true;
+    return sFault.IsDue();
 }
 
 class FaultScope {
@@ -40,14 +37,9 @@ class FaultScope {
         calls.resize = [](void* ioBlock, std::size_t inCount) {
             return Fails() ? nullptr : std::realloc(ioBlock, inCount);
         };
-        sCallsUntilFault = inFailingCall;
-        sFailsForever = inForever;
-        sFaultsDelivered = 0;
+        sFault = Countdown(inFailingCall, inForever ? Countdown::kForever : Countdown::kOnce);
     }
-    ~FaultScope() {
-        sCallsUntilFault = -1;
-        toolbox::memory::HeapCallsForTesting() = mSaved;
-    }
+    ~FaultScope() { toolbox::memory::HeapCallsForTesting() = mSaved; }
 
   private:
     toolbox::memory::HeapCalls mSaved = toolbox::memory::HeapCallsForTesting();
@@ -69,7 +61,7 @@ int FailEveryCall(bool inForever, OSErr inExpected, Scenario inScenario) {
         EXPECT_EQ(handles, GetLiveHandleCount()) << "call " << failing;
         EXPECT_EQ(ptrs, GetLivePtrCount()) << "call " << failing;
         EXPECT_EQ(bytes, GetMemoryInUse()) << "call " << failing;
-        if (sFaultsDelivered == 0) {
+        if (!sFault.Delivered()) {
             EXPECT_EQ(noErr, error);
             return failing - 1;
         }
@@ -141,7 +133,7 @@ TEST(MemoryFaults, MasterPointers) {
 TEST(MemoryFaults, NewEmptyHandleWithoutMasterPointers) {
     const std::vector<Handle> handles = TakeAllMastersRefusing();
     EXPECT_EQ(memFullErr, MemError());
-    EXPECT_EQ(1, sFaultsDelivered);
+    EXPECT_EQ(1, sFault.DeliveredCount());
     Handle handle = NewEmptyHandle();
     EXPECT_NE(nullptr, handle) << "once there is memory again";
     DisposeHandle(handle);
@@ -215,7 +207,7 @@ TEST(MemoryFaults, AppendingDoesWithoutSpareRoom) {
     {
         const FaultScope fault(1, false);
         EXPECT_EQ(noErr, PtrAndHand("def", handle, 3));
-        EXPECT_EQ(1, sFaultsDelivered);
+        EXPECT_EQ(1, sFault.DeliveredCount());
     }
     EXPECT_EQ("abcdef", std::string(*handle, 6));
     DisposeHandle(handle);

@@ -3,6 +3,7 @@
 
 #include <text/Text_test_access.h>
 
+#include "support/Countdown.h"
 #include "support/FailingNew.h"
 
 #include <gtest/gtest.h>
@@ -145,22 +146,16 @@ class RandomNames {
 class ICUFailure {
   public:
     explicit ICUFailure(int inFailingCall, int inStatus) {
-        sRemaining = inFailingCall - 1;
+        sCountdown = support::Countdown(inFailingCall, support::Countdown::kForever);
         sFailure = inStatus;
-        sDelivered = false;
-        toolbox::text::TextCallsForTesting().startStatus = [] {
-            if (sRemaining-- > 0) return 0;
-            sDelivered = true;
-            return sFailure;
-        };
+        toolbox::text::TextCallsForTesting().startStatus = [] { return sCountdown.IsDue() ? sFailure : 0; };
     }
     ~ICUFailure() { toolbox::text::TextCallsForTesting() = mSaved; }
-    static bool Delivered() { return sDelivered; }
+    static bool Delivered() { return sCountdown.Delivered(); }
 
   private:
-    static inline int sRemaining;
+    static inline support::Countdown sCountdown;
     static inline int sFailure;
-    static inline bool sDelivered;
     toolbox::text::TextCalls mSaved = toolbox::text::TextCallsForTesting();
 };
 
