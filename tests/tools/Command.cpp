@@ -233,8 +233,8 @@ bool Command::IsAsleep() const {
     return nameEnd != std::string::npos && status.compare(nameEnd, 3, ") S") == 0;
 }
 
-bool Command::HasOpen(const std::string& inPath) const {
-    const std::filesystem::path file = std::filesystem::canonical(inPath);
+bool Command::HasOpen(const std::string& inFile) const {
+    const std::filesystem::path file = std::filesystem::canonical(inFile);
     std::error_code isGone;
     for (const auto& descriptor :
          std::filesystem::directory_iterator("/proc/" + std::to_string(mProcess) + "/fd", isGone))

@@ -74,7 +74,7 @@ class Command {
     bool IsRunning();
     // Whether it waits for something to happen; and whether it holds that file open.
     bool IsAsleep() const;
-    bool HasOpen(const std::string& inPath) const;
+    bool HasOpen(const std::string& inFile) const;
     // Bytes that wait in the pipe of standard output.
     int WaitingByteCount() const;
     int WaitingErrorByteCount() const;  // of standard error
