@@ -1,5 +1,7 @@
 #include "MPEG4Boxes.h"
 
+#include "MPEG4Fields.h"
+
 #include <toolbox/MacErrors.h>
 
 #include <algorithm>
@@ -36,6 +38,8 @@ bool BoxFile::Fill(std::int64_t inOffsetBytes, std::size_t inByteCount) {
     return inByteCount <= read;
 }
 
+// ISO/IEC 14496-12, 4.2: size and type in 32 bits each; a size of 1 stands for largesize, 64 bits behind
+// them.
 bool BoxWalk::Next(Box& outBox) {
     constexpr std::int64_t kHeaderBytes = 8;
     constexpr std::int64_t kLargeHeaderBytes = 16;
@@ -96,12 +100,11 @@ const std::uint8_t* TableReader::NextEntries(std::uint32_t inLargestCount, std::
 }
 
 TableReader OpenTable(BoxFile& ioFile, const Box& inBox, std::uint32_t inEntryBytes) {
-    constexpr std::int64_t kHeadBytes = 8;
-    if (!inBox.Exists() || inBox.ContentSizeBytes() < kHeadBytes) return TableReader();
-    const std::uint8_t* const head = ioFile.At(inBox.contentBytes, kHeadBytes);
+    if (!inBox.Exists() || inBox.ContentSizeBytes() < fields::kEntries) return TableReader();
+    const std::uint8_t* const head = ioFile.At(inBox.contentBytes, fields::kEntries);
     if (head == nullptr) return TableReader();
-    const std::uint32_t count = BigEndian32(head + 4);
-    return TableReader(ioFile, inBox, inBox.contentBytes + kHeadBytes, count, inEntryBytes);
+    const std::uint32_t count = BigEndian32(head + fields::kEntryCount);
+    return TableReader(ioFile, inBox, inBox.contentBytes + fields::kEntries, count, inEntryBytes);
 }
 
 }  // namespace toolbox::movies

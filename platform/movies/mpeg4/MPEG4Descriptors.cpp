@@ -6,6 +6,7 @@
 namespace toolbox::movies {
 namespace {
 
+// ISO/IEC 14496-1, 7.2.2.1: ES_DescrTag, DecoderConfigDescrTag, DecSpecificInfoTag.
 enum DescriptorTag : std::uint8_t { kStream = 3, kDecoder = 4, kDecoderSpecific = 5 };
 
 // A stretch of descriptor bytes, taken from the front.
@@ -54,7 +55,8 @@ class Descriptors {
     std::size_t mLeft;
 };
 
-// Passes over the fields in front of a stream descriptor's own descriptors.
+// ES_Descriptor, 7.2.6.5: ES_ID, streamDependenceFlag, URL_Flag, OCRstreamFlag and streamPriority, and what
+// the flags tell; then its own descriptors.
 bool SkipStreamFields(Descriptors& ioStream) {
     std::uint8_t flags = 0;
     if (!ioStream.Skip(2) || !ioStream.Byte(flags)) return false;
@@ -69,7 +71,7 @@ bool SkipStreamFields(Descriptors& ioStream) {
 }  // namespace
 
 bool ReadDecoderDescriptor(const std::vector<std::uint8_t>& inBytes, DecoderDescriptor& outDescriptor) {
-    constexpr std::size_t kFieldBytes = 12;  // stream type, buffer size, bit rates
+    constexpr std::size_t kFieldBytes = 12;  // streamType, bufferSizeDB, maxBitrate, avgBitrate (7.2.6.6)
     Descriptors all(inBytes.data(), inBytes.size());
     Descriptors stream(nullptr, 0);
     Descriptors decoder(nullptr, 0);

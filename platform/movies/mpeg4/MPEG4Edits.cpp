@@ -1,5 +1,6 @@
 #include "MPEG4Edits.h"
 
+#include "MPEG4Fields.h"
 #include "track/ExactTime.h"
 
 #include <algorithm>
@@ -67,16 +68,17 @@ class EditConverter {
 
 std::vector<MPEG4Edit> ReadEditList(BoxFile& ioFile, const Box& inEditList) {
     std::vector<MPEG4Edit> edits;
-    if (!inEditList.Exists() || inEditList.ContentSizeBytes() < 8) return edits;
-    const std::uint8_t* const head = ioFile.At(inEditList.contentBytes, 8);
+    if (!inEditList.Exists() || inEditList.ContentSizeBytes() < fields::kEntries) return edits;
+    const std::uint8_t* const head = ioFile.At(inEditList.contentBytes, fields::kEntries);
     if (head == nullptr) return edits;
     const bool isLarge = head[0] == 1;
-    TableReader table = OpenTable(ioFile, inEditList, isLarge ? 20 : 12);
+    TableReader table = OpenTable(ioFile, inEditList, isLarge ? fields::kLargeEditBytes : fields::kEditBytes);
     while (const std::uint8_t* const entry = table.NextEntry()) {
         MPEG4Edit edit;
         edit.lengthUnits = isLarge ? BigEndian64(entry) : BigEndian32(entry);
-        edit.mediaTime = isLarge ? static_cast<std::int64_t>(BigEndian64(entry + 8))
-                                 : std::int64_t{static_cast<std::int32_t>(BigEndian32(entry + 4))};
+        edit.mediaTime =
+            isLarge ? static_cast<std::int64_t>(BigEndian64(entry + fields::kLargeEditMediaTime))
+                    : std::int64_t{static_cast<std::int32_t>(BigEndian32(entry + fields::kEditMediaTime))};
         if (edit.mediaTime < 0) edit.mediaTime = MPEG4Edit::kEmpty;
         edits.push_back(edit);
     }

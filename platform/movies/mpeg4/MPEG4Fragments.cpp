@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::uint32_t kFlagsMask = 0xffffff;
 
+// "tfhd", ISO/IEC 14496-12, 8.8.7: track_ID, then the fields that the flags tell, in this order.
 enum TrackHeaderFlags : std::uint32_t {
     kHasBaseOffset = 0x1,
     kHasDescription = 0x2,
@@ -17,6 +18,8 @@ enum TrackHeaderFlags : std::uint32_t {
     kBaseIsFragment = 0x20000
 };
 
+// "trun", 8.8.8: sample_count, data_offset and first_sample_flags where the flags tell them; then the table,
+// whose entries have the fields that the flags tell, in this order.
 enum RunFlags : std::uint32_t {
     kHasDataOffset = 0x1,
     kHasFirstFlags = 0x4,
@@ -103,6 +106,7 @@ class TrackFragmentReader {
         return !fields.AreCut();
     }
 
+    // "tfdt", 8.8.12: baseMediaDecodeTime, of 64 bits in version 1.
     void ReadTime(const Box& inTime) {
         Fields fields(mFile, inTime);
         const bool isLarge = fields.Take32() >> 24 != 0;
@@ -188,6 +192,7 @@ bool ReadFragmentDefaults(BoxFile& ioFile, const Box& inMovie, std::vector<Fragm
     BoxWalk walk(ioFile, extends);
     for (Box box; walk.Next(box);) {
         if (box.type != BoxType("trex")) continue;
+        // 8.8.3: version and flags, track_ID, default_sample_description_index, _duration, _size, _flags.
         Fields fields(ioFile, box);
         fields.Take32();
         const std::uint32_t id = fields.Take32();

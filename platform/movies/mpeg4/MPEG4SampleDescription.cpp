@@ -1,7 +1,8 @@
 #include "MPEG4SampleDescription.h"
 
-#include "aac/AACConfig.h"
 #include "MPEG4Descriptors.h"
+#include "MPEG4Fields.h"
+#include "aac/AACConfig.h"
 
 #include <toolbox/MacErrors.h>
 
@@ -54,31 +55,29 @@ std::uint32_t RateOfDouble(std::uint64_t inBits) {
 // Reads the fixed part. inBoxVersion: of the description box; 1 there makes version 1 of a description the
 // plain form of the MPEG-4 standard, not QuickTime's longer one.
 bool ReadEntry(BoxFile& ioFile, const Box& inBox, std::uint8_t inBoxVersion, SoundEntry& outEntry) {
-    constexpr std::int64_t kFixedBytes = 36;
-    constexpr std::int64_t kVersion1Bytes = 16;
-    constexpr std::int64_t kVersion2Bytes = 36;
     outEntry.box = inBox;
     outEntry.dataFormat = inBox.type;
     const std::int64_t sizeBytes = inBox.endBytes - inBox.startBytes;
-    const std::int64_t wanted = std::min(sizeBytes, kFixedBytes + kVersion2Bytes);
-    if (sizeBytes < kFixedBytes) return false;
+    const std::int64_t wanted = std::min(sizeBytes, fields::kSoundEntryBytes + fields::kSoundVersion2Bytes);
+    if (sizeBytes < fields::kSoundEntryBytes) return false;
     const std::uint8_t* const bytes = ioFile.At(inBox.startBytes, static_cast<std::size_t>(wanted));
     if (bytes == nullptr) return false;
-    const std::uint16_t version = BigEndian16(bytes + 16);
-    outEntry.channelCount = BigEndian16(bytes + 24);
-    outEntry.bitsPerSample = BigEndian16(bytes + 26);
-    outEntry.rateHz = BigEndian32(bytes + 32) >> 16;
-    outEntry.childrenBytes = inBox.startBytes + kFixedBytes;
+    const std::uint16_t version = BigEndian16(bytes + fields::kSoundVersion);
+    outEntry.channelCount = BigEndian16(bytes + fields::kChannelCount);
+    outEntry.bitsPerSample = BigEndian16(bytes + fields::kSampleSizeBits);
+    outEntry.rateHz = BigEndian32(bytes + fields::kSampleRate) >> 16;
+    outEntry.childrenBytes = inBox.startBytes + fields::kSoundEntryBytes;
     if (version == 1 && inBoxVersion == 0) {
-        outEntry.childrenBytes += kVersion1Bytes;
-    } else if (version == 2 && wanted == kFixedBytes + kVersion2Bytes) {
-        outEntry.rateHz = RateOfDouble(BigEndian64(bytes + 40));
-        outEntry.channelCount =
-            static_cast<std::uint16_t>(std::min<std::uint32_t>(BigEndian32(bytes + 48), 65535));
-        outEntry.bitsPerSample = static_cast<std::uint16_t>(BigEndian32(bytes + 56));
-        const std::uint32_t structBytes = BigEndian32(bytes + 36);
+        outEntry.childrenBytes += fields::kSoundVersion1Bytes;
+    } else if (version == 2 && wanted == fields::kSoundEntryBytes + fields::kSoundVersion2Bytes) {
+        outEntry.rateHz = RateOfDouble(BigEndian64(bytes + fields::kSoundRate64));
+        outEntry.channelCount = static_cast<std::uint16_t>(
+            std::min<std::uint32_t>(BigEndian32(bytes + fields::kSoundChannels32), 65535));
+        outEntry.bitsPerSample = static_cast<std::uint16_t>(BigEndian32(bytes + fields::kSoundBits32));
+        const std::uint32_t structBytes = BigEndian32(bytes + fields::kSoundStructSize);
         outEntry.childrenBytes =
-            inBox.startBytes + std::max<std::int64_t>(structBytes, kFixedBytes + kVersion2Bytes);
+            inBox.startBytes +
+            std::max<std::int64_t>(structBytes, fields::kSoundEntryBytes + fields::kSoundVersion2Bytes);
     }
     return true;
 }
@@ -164,17 +163,18 @@ void DescribeMPEG4Audio(const SoundEntry& inEntry, std::vector<std::uint8_t> inC
     if (ioDescription.format.channelCount == 0) ioDescription.format.channelCount = inEntry.channelCount;
 }
 
+// objectTypeIndication, ISO/IEC 14496-1, 7.2.6.6, table 5; from 0xC0 on as registered by their owners.
 void DescribeByObjectType(const SoundEntry& inEntry, const DecoderDescriptor& inDecoder,
                           MPEG4SoundDescription& ioDescription) {
     switch (inDecoder.objectType) {
         case 0x00:  // not set: some writers leave it to the configuration
-        case 0x40:
-        case 0x66:
-        case 0x67:
-        case 0x68:
+        case 0x40:  // ISO/IEC 14496-3
+        case 0x66:  // ISO/IEC 13818-7, Main
+        case 0x67:  // LC
+        case 0x68:  // SSR
             return DescribeMPEG4Audio(inEntry, inDecoder.config, ioDescription);
-        case 0x69:
-        case 0x6b:
+        case 0x69:  // ISO/IEC 13818-3
+        case 0x6b:  // ISO/IEC 11172-3
             return DescribeMP3(inEntry, ioDescription);
         case 0xa5:
             return SetCodec(AV_CODEC_ID_AC3, "AC-3", 1536, DecoderMemory::kUnbounded, ioDescription);
@@ -191,9 +191,9 @@ void DescribeByObjectType(const SoundEntry& inEntry, const DecoderDescriptor& in
 
 void DescribeByDescriptor(BoxFile& ioFile, const SoundEntry& inEntry, const Box& inDescriptor,
                           MPEG4SoundDescription& ioDescription) {
-    constexpr std::int64_t kVersionBytes = 4;
     DecoderDescriptor decoder;
-    const auto bytes = CopyBytes(ioFile, inDescriptor.contentBytes + kVersionBytes, inDescriptor.endBytes);
+    const auto bytes =
+        CopyBytes(ioFile, inDescriptor.contentBytes + fields::kFullBoxBytes, inDescriptor.endBytes);
     if (inDescriptor.Exists() && !ReadDecoderDescriptor(bytes, decoder)) decoder = DecoderDescriptor();
     DescribeByObjectType(inEntry, decoder, ioDescription);
 }
@@ -206,40 +206,48 @@ std::uint16_t ChannelsOfMode(std::uint32_t inMode, std::uint32_t inHasLowFrequen
 
 void DescribeAC3(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& ioDescription) {
     SetCodec(AV_CODEC_ID_AC3, "AC-3", 1536, DecoderMemory::kUnbounded, ioDescription);
-    // Rate 2 bits, stream id 5, stream mode 3, coding mode 3, low frequency 1, ...
+    // AC3SpecificBox, ETSI TS 102 366, F.4: fscod 2 bits, bsid 5, bsmod 3, acmod 3, lfeon 1, ...
     const auto bytes = CopyBytes(ioFile, inConfig.contentBytes, inConfig.endBytes);
     if (bytes.size() < 3) return;
-    const std::uint32_t fields = BigEndian16(bytes.data());
-    ioDescription.format.channelCount = ChannelsOfMode(fields >> 3, fields >> 2 & 1);
+    const std::uint32_t bits = BigEndian16(bytes.data());
+    ioDescription.format.channelCount = ChannelsOfMode(bits >> 3, bits >> 2 & 1);
 }
 
 void DescribeEAC3(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& ioDescription) {
     SetCodec(AV_CODEC_ID_EAC3, "E-AC-3", 1536, DecoderMemory::kUnbounded, ioDescription);
-    // Bit rate 13 bits, substreams 3; of the first: rate 2, stream id 5, 2 others, stream mode 3, coding mode
-    // 3, low frequency 1, ... What dependent substreams add is told by the decoder.
+    // EC3SpecificBox, ETSI TS 102 366, F.6: data_rate 13 bits, num_ind_sub 3; of the first: fscod 2, bsid 5,
+    // 2 others, bsmod 3, acmod 3, lfeon 1, ... What dependent substreams add is told by the decoder.
     const auto bytes = CopyBytes(ioFile, inConfig.contentBytes, inConfig.endBytes);
     if (bytes.size() < 5) return;
-    const std::uint32_t fields = BigEndian16(&bytes[2]);
-    ioDescription.format.channelCount = ChannelsOfMode(fields >> 1, fields & 1);
+    const std::uint32_t bits = BigEndian16(&bytes[2]);
+    ioDescription.format.channelCount = ChannelsOfMode(bits >> 1, bits & 1);
 }
 
 void DescribeALAC(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& ioDescription) {
     constexpr std::size_t kConfigBytes = 36;  // the box as a whole, as the decoder wants it
+    // ALACSpecificConfig behind the box's head, version and flags.
+    constexpr std::size_t kFrameLength = 12;
+    constexpr std::size_t kBitDepth = 17;
+    constexpr std::size_t kNumChannels = 21;
+    constexpr std::size_t kSampleRate = 32;
     SetCodec(AV_CODEC_ID_ALAC, "ALAC", 0, DecoderMemory::kNone, ioDescription);
     auto bytes = CopyBytes(ioFile, inConfig.startBytes, inConfig.endBytes);
     if (bytes.size() < kConfigBytes) {
         ioDescription.format.decodable = noCodecErr;
         return;
     }
-    ioDescription.format.nominalPacketFrames = BigEndian32(&bytes[12]);
-    ioDescription.format.bitsPerSample = bytes[17];
-    ioDescription.format.channelCount = bytes[21];
-    if (const std::uint32_t rateHz = BigEndian32(&bytes[32]); rateHz != 0 && rateHz <= kHighestRateHz)
+    ioDescription.format.nominalPacketFrames = BigEndian32(&bytes[kFrameLength]);
+    ioDescription.format.bitsPerSample = bytes[kBitDepth];
+    ioDescription.format.channelCount = bytes[kNumChannels];
+    if (const std::uint32_t rateHz = BigEndian32(&bytes[kSampleRate]);
+        rateHz != 0 && rateHz <= kHighestRateHz)
         ioDescription.format.sampleRateHz = rateHz;
     ioDescription.format.decoderConfig = std::move(bytes);
 }
 
 void DescribeOpus(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& ioDescription) {
+    // OpusSpecificBox: Version, OutputChannelCount, PreSkip, InputSampleRate, OutputGain,
+    // ChannelMappingFamily.
     constexpr std::size_t kConfigBytes = 11;
     constexpr std::uint32_t kOpusRateHz = 48000;
     SetCodec(AV_CODEC_ID_OPUS, "Opus", 0, DecoderMemory::kUnbounded, ioDescription);
@@ -270,11 +278,13 @@ void DescribeFLAC(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& i
         ioDescription.format.decodable = noCodecErr;
         return;
     }
-    const std::uint32_t fields = BigEndian32(&info[10]);  // rate 20 bits, channels 3, depth 5, ...
-    if (const std::uint32_t rateHz = fields >> 12; rateHz != 0 && rateHz <= kHighestRateHz)
+    // STREAMINFO, RFC 9639, 8.2: least and most samples of a block in 16 bits each, sizes of frames in 24
+    // each; then rate 20 bits, channels - 1 in 3, depth - 1 in 5, ...
+    const std::uint32_t bits = BigEndian32(&info[10]);
+    if (const std::uint32_t rateHz = bits >> 12; rateHz != 0 && rateHz <= kHighestRateHz)
         ioDescription.format.sampleRateHz = rateHz;
-    ioDescription.format.channelCount = static_cast<std::uint16_t>((fields >> 9 & 7) + 1);
-    ioDescription.format.bitsPerSample = static_cast<std::uint16_t>((fields >> 4 & 31) + 1);
+    ioDescription.format.channelCount = static_cast<std::uint16_t>((bits >> 9 & 7) + 1);
+    ioDescription.format.bitsPerSample = static_cast<std::uint16_t>((bits >> 4 & 31) + 1);
     if (BigEndian16(info.data()) == BigEndian16(&info[2]))
         ioDescription.format.nominalPacketFrames = BigEndian16(info.data());
     ioDescription.format.decoderConfig = std::move(info);
@@ -334,14 +344,13 @@ MPEG4SoundDescription Describe(BoxFile& ioFile, const SoundEntry& inEntry) {
 }  // namespace
 
 std::vector<MPEG4SoundDescription> ReadSoundDescriptions(BoxFile& ioFile, const Box& inDescriptions) {
-    constexpr std::int64_t kHeadBytes = 8;
     std::vector<MPEG4SoundDescription> descriptions;
-    if (inDescriptions.ContentSizeBytes() < kHeadBytes) return descriptions;
-    const std::uint8_t* const head = ioFile.At(inDescriptions.contentBytes, kHeadBytes);
+    if (inDescriptions.ContentSizeBytes() < fields::kEntries) return descriptions;
+    const std::uint8_t* const head = ioFile.At(inDescriptions.contentBytes, fields::kEntries);
     if (head == nullptr) return descriptions;
     const std::uint8_t version = head[0];
-    const std::uint32_t count = std::min(BigEndian32(head + 4), kMostDescriptions);
-    BoxWalk walk(ioFile, inDescriptions.contentBytes + kHeadBytes, inDescriptions.endBytes);
+    const std::uint32_t count = std::min(BigEndian32(head + fields::kEntryCount), kMostDescriptions);
+    BoxWalk walk(ioFile, inDescriptions.contentBytes + fields::kEntries, inDescriptions.endBytes);
     for (Box box; descriptions.size() < count && walk.Next(box);) {
         SoundEntry entry;
         if (!ReadEntry(ioFile, box, version, entry)) break;
@@ -351,8 +360,7 @@ std::vector<MPEG4SoundDescription> ReadSoundDescriptions(BoxFile& ioFile, const 
 }
 
 OSType FirstDataFormat(BoxFile& ioFile, const Box& inDescriptions) {
-    constexpr std::int64_t kHeadBytes = 8;
-    BoxWalk walk(ioFile, inDescriptions.contentBytes + kHeadBytes, inDescriptions.endBytes);
+    BoxWalk walk(ioFile, inDescriptions.contentBytes + fields::kEntries, inDescriptions.endBytes);
     Box box;
     return walk.Next(box) ? box.type : 0;
 }

@@ -1,5 +1,7 @@
 #include "MPEG4SampleTable.h"
 
+#include "MPEG4Fields.h"
+
 #include <toolbox/MacErrors.h>
 
 #include <algorithm>
@@ -41,26 +43,26 @@ class PacketSizes {
 
   private:
     void OpenSizes(BoxFile& ioFile, const Box& inBox) {
-        constexpr std::int64_t kHeadBytes = 12;
-        const std::uint8_t* const head =
-            inBox.ContentSizeBytes() < kHeadBytes ? nullptr : ioFile.At(inBox.contentBytes, kHeadBytes);
+        const std::uint8_t* const head = inBox.ContentSizeBytes() < fields::kSizesHeadBytes
+                                             ? nullptr
+                                             : ioFile.At(inBox.contentBytes, fields::kSizesHeadBytes);
         if (head == nullptr) return;
         mIsThere = true;
-        mConstantBytes = BigEndian32(head + 4);
-        mCount = BigEndian32(head + 8);
+        mConstantBytes = BigEndian32(head + fields::kSampleSize);
+        mCount = BigEndian32(head + fields::kSampleCount);
         mBits = 32;
-        if (mConstantBytes == 0) OpenListed(ioFile, inBox, inBox.contentBytes + kHeadBytes);
+        if (mConstantBytes == 0) OpenListed(ioFile, inBox, inBox.contentBytes + fields::kSizesHeadBytes);
     }
 
     void OpenCompactSizes(BoxFile& ioFile, const Box& inBox) {
-        constexpr std::int64_t kHeadBytes = 12;
-        const std::uint8_t* const head =
-            inBox.ContentSizeBytes() < kHeadBytes ? nullptr : ioFile.At(inBox.contentBytes, kHeadBytes);
+        const std::uint8_t* const head = inBox.ContentSizeBytes() < fields::kSizesHeadBytes
+                                             ? nullptr
+                                             : ioFile.At(inBox.contentBytes, fields::kSizesHeadBytes);
         if (head == nullptr) return;
-        mBits = head[7];
-        mCount = BigEndian32(head + 8);
+        mBits = head[fields::kFieldSize];
+        mCount = BigEndian32(head + fields::kSampleCount);
         mIsThere = mBits == 4 || mBits == 8 || mBits == 16;
-        if (mIsThere) OpenListed(ioFile, inBox, inBox.contentBytes + kHeadBytes);
+        if (mIsThere) OpenListed(ioFile, inBox, inBox.contentBytes + fields::kSizesHeadBytes);
     }
 
     void OpenListed(BoxFile& ioFile, const Box& inBox, std::int64_t inFirstBytes) {
@@ -116,9 +118,9 @@ class ChunkOffsets {
   public:
     ChunkOffsets(BoxFile& ioFile, const Box& inParent) {
         if (const Box box = FindBox(ioFile, inParent, BoxType("stco")); box.Exists()) {
-            mTable = OpenTable(ioFile, box, 4);
+            mTable = OpenTable(ioFile, box, fields::kChunkOffsetBytes);
         } else if (const Box large = FindBox(ioFile, inParent, BoxType("co64")); large.Exists()) {
-            mTable = OpenTable(ioFile, large, 8);
+            mTable = OpenTable(ioFile, large, fields::kLargeChunkOffsetBytes);
             mIsLarge = true;
         }
     }
@@ -135,8 +137,10 @@ class ChunkOffsets {
         const std::uint8_t* const entries = mTable.NextEntries(kBufferedOffsets, &mBuffered);
         if (entries == nullptr) return false;
         for (std::uint32_t i = 0; i < mBuffered; ++i)
-            mBuffer[i] = mIsLarge ? static_cast<std::int64_t>(BigEndian64(entries + std::size_t{8} * i))
-                                  : std::int64_t{BigEndian32(entries + std::size_t{4} * i)};
+            mBuffer[i] =
+                mIsLarge ? static_cast<std::int64_t>(
+                               BigEndian64(entries + std::size_t{fields::kLargeChunkOffsetBytes} * i))
+                         : std::int64_t{BigEndian32(entries + std::size_t{fields::kChunkOffsetBytes} * i)};
         return true;
     }
 
@@ -155,15 +159,15 @@ struct ChunkRun {
 
 std::vector<ChunkRun> ReadChunkRuns(BoxFile& ioFile, const Box& inParent) {
     std::vector<ChunkRun> runs;
-    TableReader table = OpenTable(ioFile, FindBox(ioFile, inParent, BoxType("stsc")), 12);
+    TableReader table = OpenTable(ioFile, FindBox(ioFile, inParent, BoxType("stsc")), fields::kChunkRunBytes);
     std::uint32_t count = 0;
     while (const std::uint8_t* entries = table.NextEntries(table.CountLeft(), &count)) {
-        for (std::uint32_t i = 0; i < count; ++i, entries += 12) {
-            const std::uint32_t chunk = BigEndian32(entries);
-            const std::uint32_t description = BigEndian32(entries + 8);
+        for (std::uint32_t i = 0; i < count; ++i, entries += fields::kChunkRunBytes) {
+            const std::uint32_t chunk = BigEndian32(entries + fields::kFirstChunk);
+            const std::uint32_t description = BigEndian32(entries + fields::kDescriptionIndex);
             // What does not come later than the run before has no chunks of its own.
             if (chunk == 0 || (!runs.empty() && chunk - 1 <= runs.back().firstChunk)) continue;
-            const ChunkRun run = {chunk - 1, BigEndian32(entries + 4),
+            const ChunkRun run = {chunk - 1, BigEndian32(entries + fields::kSamplesPerChunk),
                                   description == 0 ? 0 : description - 1};
             // Some writers give every chunk an entry, though it says what the one before said.
             const bool isNews = runs.empty() || run.packetsPerChunk != runs.back().packetsPerChunk ||
@@ -245,13 +249,14 @@ class SampleTableReader {
 
     bool TimePackets() {
         const std::uint32_t packetCount = mMedia.packets.Count();
-        TableReader table = OpenTable(mFile, FindBox(mFile, mParent, BoxType("stts")), 8);
+        TableReader table = OpenTable(mFile, FindBox(mFile, mParent, BoxType("stts")), fields::kTimeBytes);
         std::uint32_t packet = 0;
         while (packet < packetCount) {
             const std::uint8_t* const entry = table.NextEntry();
             if (entry == nullptr) break;
-            const std::uint32_t count = std::min(BigEndian32(entry), packetCount - packet);
-            if (!mMedia.AppendTimes(packet, count, BigEndian32(entry + 4))) return false;
+            const std::uint32_t count =
+                std::min(BigEndian32(entry + fields::kTimeCount), packetCount - packet);
+            if (!mMedia.AppendTimes(packet, count, BigEndian32(entry + fields::kTimeDelta))) return false;
             packet += count;
         }
         // A table that ends early goes on as it was; one that is missing leaves it to the packets' nominal
@@ -275,10 +280,12 @@ OSStatus ReadSampleTable(BoxFile& ioFile, const Box& inSampleTable, MPEG4Media& 
 }
 
 std::int64_t SumOfDurations(BoxFile& ioFile, const Box& inSampleTable) {
-    TableReader table = OpenTable(ioFile, FindBox(ioFile, inSampleTable, BoxType("stts")), 8);
+    TableReader table =
+        OpenTable(ioFile, FindBox(ioFile, inSampleTable, BoxType("stts")), fields::kTimeBytes);
     std::uint64_t sumUnits = 0;
     while (const std::uint8_t* const entry = table.NextEntry()) {
-        const std::uint64_t units = std::uint64_t{BigEndian32(entry)} * BigEndian32(entry + 4);
+        const std::uint64_t units =
+            std::uint64_t{BigEndian32(entry + fields::kTimeCount)} * BigEndian32(entry + fields::kTimeDelta);
         if (units > static_cast<std::uint64_t>(kLongestMedia) - sumUnits) return kLongestMedia;
         sumUnits += units;
     }

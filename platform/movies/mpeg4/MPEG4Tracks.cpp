@@ -1,6 +1,7 @@
 #include "MPEG4Tracks.h"
 
 #include "MPEG4Edits.h"
+#include "MPEG4Fields.h"
 #include "MPEG4SampleTable.h"
 
 #include <toolbox/MacErrors.h>
@@ -21,23 +22,25 @@ constexpr std::int64_t kSmallestUnlistedBytes = 16;
 constexpr OSType kSoundMedia = BoxType("soun");
 constexpr OSType kVideoMedia = BoxType("vide");
 
-// Time fields are 32 bits wide in version 0 and 64 bits in version 1: the first number behind two of them.
+// The 32-bit number behind creation and modification time.
 std::uint32_t NumberAfterTimes(BoxFile& ioFile, const Box& inBox) {
-    if (inBox.ContentSizeBytes() < 16) return 0;
+    constexpr std::int64_t kEnd = fields::kBehindTimes + 4;
+    constexpr std::int64_t kLargeEnd = fields::kBehindLargeTimes + 4;
+    if (inBox.ContentSizeBytes() < kEnd) return 0;
     const std::uint8_t* const bytes = ioFile.At(
-        inBox.contentBytes, static_cast<std::size_t>(std::min<std::int64_t>(inBox.ContentSizeBytes(), 24)));
+        inBox.contentBytes, static_cast<std::size_t>(std::min(inBox.ContentSizeBytes(), kLargeEnd)));
     if (bytes == nullptr) return 0;
-    if (bytes[0] != 1) return BigEndian32(bytes + 12);
-    return inBox.ContentSizeBytes() < 24 ? 0 : BigEndian32(bytes + 20);
+    if (bytes[0] != 1) return BigEndian32(bytes + fields::kBehindTimes);
+    return inBox.ContentSizeBytes() < kLargeEnd ? 0 : BigEndian32(bytes + fields::kBehindLargeTimes);
 }
 
-// Three letters of five bits each (ISO/IEC 14496-12, 8.4.2), behind four fields of time, two of which are 64
-// bits wide in version 1. Numbers below the least of letters are QuickTime's own and name no ISO language.
+// Three letters of five bits each. Numbers below the least of letters are QuickTime's own and name no ISO
+// language.
 std::string LanguageOf(BoxFile& ioFile, const Box& inMediaHeader) {
     const std::uint8_t* const version =
         inMediaHeader.ContentSizeBytes() < 1 ? nullptr : ioFile.At(inMediaHeader.contentBytes, 1);
     if (version == nullptr) return {};
-    const std::int64_t offsetBytes = *version == 1 ? 32 : 20;
+    const std::int64_t offsetBytes = *version == 1 ? fields::kLargeLanguage : fields::kLanguage;
     if (inMediaHeader.ContentSizeBytes() < offsetBytes + 2) return {};
     const std::uint8_t* const bytes = ioFile.At(inMediaHeader.contentBytes + offsetBytes, 2);
     if (bytes == nullptr) return {};
@@ -67,16 +70,18 @@ SoundTrackFacts FactsOf(const MPEG4Track& inTrack, std::string inLanguage) {
 
 OSType HandlerOf(BoxFile& ioFile, const Box& inMedia) {
     const Box handler = FindBox(ioFile, inMedia, BoxType("hdlr"));
-    const std::uint8_t* const bytes =
-        handler.ContentSizeBytes() < 12 ? nullptr : ioFile.At(handler.contentBytes, 12);
-    return bytes == nullptr ? 0 : BigEndian32(bytes + 8);
+    const std::uint8_t* const bytes = handler.ContentSizeBytes() < fields::kHandlerBytes
+                                          ? nullptr
+                                          : ioFile.At(handler.contentBytes, fields::kHandlerBytes);
+    return bytes == nullptr ? 0 : BigEndian32(bytes + fields::kHandlerType);
 }
 
 void ReadTrackHeader(BoxFile& ioFile, const Box& inHeader, MPEG4Track& ioTrack) {
-    const std::uint8_t* const bytes =
-        inHeader.ContentSizeBytes() < 4 ? nullptr : ioFile.At(inHeader.contentBytes, 4);
+    const std::uint8_t* const bytes = inHeader.ContentSizeBytes() < fields::kFullBoxBytes
+                                          ? nullptr
+                                          : ioFile.At(inHeader.contentBytes, fields::kFullBoxBytes);
     if (bytes == nullptr) return;
-    ioTrack.isEnabled = (bytes[3] & 1U) != 0;
+    ioTrack.isEnabled = (bytes[fields::kLastFlagsByte] & fields::kTrackEnabled) != 0;
     ioTrack.id = NumberAfterTimes(ioFile, inHeader);
 }
 
