@@ -99,9 +99,10 @@ std::uint32_t SpanReader::StartFor(std::int64_t inFrame) const {
 }
 
 OSStatus SpanReader::SeekTo(std::int64_t inFrame) {
-    if (mIsPlaced && inFrame == mPosition) return noErr;
+    const bool isPlaced = mState != State::kUnplaced;
+    if (isPlaced && inFrame == mPosition) return noErr;
     const std::uint32_t start = StartFor(inFrame);
-    if (!mIsPlaced || inFrame < mPosition || start > mNextPacket) {
+    if (!isPlaced || inFrame < mPosition || start > mNextPacket) {
         const OSStatus status = StartAt(start);
         if (status != noErr) return status;
     }
@@ -117,7 +118,7 @@ OSStatus SpanReader::SeekTo(std::int64_t inFrame) {
 }
 
 OSStatus SpanReader::StartAt(std::uint32_t inPacket) {
-    mIsPlaced = false;
+    mState = State::kUnplaced;
     const OSStatus status = mDecoder.Open(mFormat, mTrimming);
     if (status == memFullErr) return status;
     mCanDecode = status == noErr;
@@ -132,13 +133,9 @@ OSStatus SpanReader::StartAt(std::uint32_t inPacket) {
     mPiece = Piece();
     mOwedFrames = 0;
     mSilenceOwed = 0;
-    mPacketFrames = 0;
-    mIsFirstPacket = true;
-    mIsReceiving = false;
-    mHasFrame = false;
-    mHasSounded = false;
-    mIsDamaged = false;
-    mIsDrained = false;
+    mPacket = PacketInHand();
+    mFrame = nullptr;
+    mFirstDecoded = inPacket;
     if (mCanDecode && mMemory == DecoderMemory::kOnePacket && inPacket > mSpan.firstPacket &&
         inPacket < mTimeline.EndPacket()) {
         const OSStatus preRollStatus = PreRoll(inPacket - 1);
@@ -147,7 +144,7 @@ OSStatus SpanReader::StartAt(std::uint32_t inPacket) {
     mNextPacket = inPacket;
     mCellEnd = CellEnd(inPacket);
     mPosition = mTimeline.StartOf(inPacket);
-    mIsPlaced = true;
+    mState = State::kReady;
     return noErr;
 }
 
@@ -158,7 +155,7 @@ OSStatus SpanReader::PreRoll(std::uint32_t inPacket) {
     if (status == memFullErr) return status;
     if (status != noErr) return noErr;
     SoundDecoder::Outcome outcome = mDecoder.Send(bytes);
-    mIsFirstPacket = false;
+    mFirstDecoded = inPacket;
     while (outcome != SoundDecoder::Outcome::kOutOfMemory) {
         outcome = mDecoder.Receive();
         if (outcome != SoundDecoder::Outcome::kSound && outcome != SoundDecoder::Outcome::kOutOfMemory)
@@ -240,18 +237,19 @@ OSStatus SpanReader::Step() {
         mSilenceOwed = 0;
         return noErr;
     }
-    if (mHasFrame) return PlaceFrame();
-    if (mIsReceiving) return ReceiveSound();
+    if (mFrame != nullptr) return PlaceFrame();
+    if (mState == State::kReceiving || mState == State::kDraining) return ReceiveSound();
     if (mNextPacket == mCellEnd) return FinishCell();
     return SendNextPacket();
 }
 
 OSStatus SpanReader::SendNextPacket() {
     const std::uint32_t packet = mNextPacket++;
-    mPacketFrames = mTimeline.FramesOf(packet);
-    mOwedFrames += mPacketFrames;
-    mHasSounded = false;
-    mIsDamaged = true;
+    mPacket = PacketInHand();
+    mPacket.frameCount = mTimeline.FramesOf(packet);
+    mPacket.isFirst = packet == mFirstDecoded;
+    mPacket.isDamaged = true;  // until the decoder has taken it
+    mOwedFrames += mPacket.frameCount;
     if (!mCanDecode) return FinishPacket();
     PacketBytes bytes;
     const OSStatus status = mPackets.Read(packet, bytes);
@@ -263,8 +261,8 @@ OSStatus SpanReader::SendNextPacket() {
         case SoundDecoder::Outcome::kDamaged:
             return FinishPacket();
         default:
-            mIsDamaged = false;
-            mIsReceiving = true;
+            mPacket.isDamaged = false;
+            mState = State::kReceiving;
             return noErr;
     }
 }
@@ -275,17 +273,21 @@ OSStatus SpanReader::ReceiveSound() {
             return memFullErr;
         case SoundDecoder::Outcome::kSound:
             if (MayBeTrimmed()) return DecodeAgainUntrimmed();
-            mHasFrame = true;
+            mFrame = &mDecoder.Frame();
             return noErr;
         case SoundDecoder::Outcome::kDamaged:
-            mIsDamaged = true;
+            mPacket.isDamaged = true;
             break;
         case SoundDecoder::Outcome::kNothing:
-            if (!mHasSounded && MayBeTrimmed()) return DecodeAgainUntrimmed();
+            if (!mPacket.hasSounded && MayBeTrimmed()) return DecodeAgainUntrimmed();
             break;
     }
-    mIsReceiving = false;
-    return mIsDrained ? noErr : FinishPacket();
+    if (mState == State::kDraining) {
+        mState = State::kDrained;
+        return noErr;
+    }
+    mState = State::kReady;
+    return FinishPacket();
 }
 
 // Whether the decoder gave less than a packet of its format holds.
@@ -301,19 +303,19 @@ bool SpanReader::MayBeTrimmed() const {
 // begun.
 OSStatus SpanReader::DecodeAgainUntrimmed() {
     mTrimming = SoundDecoder::Trimming::kKeepsAll;
-    mIsPlaced = false;
+    mState = State::kUnplaced;
     return SeekTo(mPosition);
 }
 
 OSStatus SpanReader::PlaceFrame() {
-    const AVFrame& frame = mDecoder.Frame();
+    const AVFrame& frame = *mFrame;
     const bool isCommon = IsCommonForm();
     if (mConverter.IsResampling() && (isCommon || !mConverter.Accepts(frame))) {
         if (mDecoder.HasDelay()) return mConverter.Flush();
-        return Settle(mHasSounded ? 0 : mPacketFrames);
+        return Settle(mPacket.hasSounded ? 0 : mPacket.frameCount);
     }
-    mHasFrame = false;
-    mHasSounded = true;
+    mFrame = nullptr;
+    mPacket.hasSounded = true;
     if (isCommon) {
         mConverter.Reset();
         mPiece.kind = PieceKind::kFloats;
@@ -326,25 +328,26 @@ OSStatus SpanReader::PlaceFrame() {
     if (!mConverter.Accepts(frame)) mConverter.Reset();
     const OSStatus status = mConverter.Push(frame);
     if (status != badFormat) return status;
-    mIsDamaged = true;
+    mPacket.isDamaged = true;
     return noErr;
 }
 
 // The last packet has given all it will.
 OSStatus SpanReader::FinishPacket() {
     // A first packet may only prepare the decoder for the second; a decoder with delay may do so with any.
-    const bool mayBeSilent = mIsFirstPacket || mHasSounded || mPacketFrames == 0 || mDecoder.HasDelay();
-    mIsFirstPacket = false;
-    if (mIsDamaged || !mayBeSilent) return FinishDamagedPacket();
+    const bool mayBeSilent =
+        mPacket.isFirst || mPacket.hasSounded || mPacket.frameCount == 0 || mDecoder.HasDelay();
+    if (mPacket.isDamaged || !mayBeSilent) return FinishDamagedPacket();
     if (!IsLagging()) return Settle(0);
     // Sound that no packet presents must not pile up.
-    mConverter.CutTo(static_cast<std::size_t>(mOwedFrames + mPacketFrames));
+    mConverter.CutTo(static_cast<std::size_t>(mOwedFrames + mPacket.frameCount));
     return noErr;
 }
 
 OSStatus SpanReader::FinishDamagedPacket() {
-    const std::int64_t missing = IsLagging() && mHasSounded ? 0 : std::min(mOwedFrames, mPacketFrames);
-    if (missing > 0 || mPacketFrames == 0) {
+    const std::int64_t missing =
+        IsLagging() && mPacket.hasSounded ? 0 : std::min(mOwedFrames, mPacket.frameCount);
+    if (missing > 0 || mPacket.frameCount == 0) {
         mDamage.Note(mNextPacket - 1, ScaleRounded(missing, mTrackRateHz, mFormat.sampleRateHz));
     }
     if (!mDecoder.HasDelay()) return Settle(0);
@@ -355,9 +358,8 @@ OSStatus SpanReader::FinishDamagedPacket() {
 
 // This decoder has no more packets to decode.
 OSStatus SpanReader::FinishCell() {
-    if (mDecoder.HasDelay() && !mIsDrained) {
-        mIsDrained = true;
-        mIsReceiving = true;
+    if (mDecoder.HasDelay() && mState != State::kDrained) {
+        mState = State::kDraining;
         return mDecoder.SendEnd() == SoundDecoder::Outcome::kOutOfMemory ? memFullErr : noErr;
     }
     if (mOwedFrames > 0) return Settle(0);

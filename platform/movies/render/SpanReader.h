@@ -34,6 +34,21 @@ class SpanReader final : public FrameSource {
     [[nodiscard]] OSStatus Pass(std::int64_t inFirst, std::int64_t inMost, std::int64_t* outCount);
 
   private:
+    // What the decoder is at. A packet is sent when it is ready, and all that comes of it is received before
+    // the next; where sound comes late, what is left at the end of its work is drained.
+    enum class State {
+        kUnplaced,   // nowhere: nothing below holds
+        kReady,      // for the next packet
+        kReceiving,  // the sound of the packet in hand
+        kDraining,   // no packet follows, sound does
+        kDrained
+    };
+    struct PacketInHand {
+        std::int64_t frameCount = 0;  // that it presents
+        bool isFirst = false;         // that the decoder saw
+        bool hasSounded = false;      // it gave a frame
+        bool isDamaged = false;       // wholly or in part
+    };
     enum class PieceKind { kSilence, kFloats, kShorts };
     // Frames ready to be handed out.
     struct Piece {
@@ -80,21 +95,17 @@ class SpanReader final : public FrameSource {
 
     SoundDecoder mDecoder;
     FrameConverter mConverter;
-    bool mIsPlaced = false;  // what follows is valid
-    bool mCanDecode = false;
-    std::int64_t mPosition = 0;  // the span frame that mPiece starts with
+    bool mCanDecode = false;          // else this stretch is silent
+    std::uint32_t mFirstDecoded = 0;  // the packet that this decoder saw first
+    std::uint32_t mNextPacket = 0;    // to be sent
+    std::uint32_t mCellEnd = 0;       // the packet where this decoder's work ends
+    State mState = State::kUnplaced;
+    PacketInHand mPacket;             // the last one sent
+    const AVFrame* mFrame = nullptr;  // given by the decoder, waits to be placed
+    std::int64_t mOwedFrames = 0;     // presented by packets sent, not yet given as pieces
+    std::int64_t mSilenceOwed = 0;    // of these, to be given as silence once the converter is empty
+    std::int64_t mPosition = 0;       // the span frame that mPiece starts with
     Piece mPiece;
-    std::uint32_t mNextPacket = 0;   // to be sent
-    std::uint32_t mCellEnd = 0;      // the packet where this decoder's work ends
-    std::int64_t mOwedFrames = 0;    // presented by packets sent, not yet given as pieces
-    std::int64_t mSilenceOwed = 0;   // of these, to be given as silence once the converter is empty
-    std::int64_t mPacketFrames = 0;  // presented by the last packet sent
-    bool mIsFirstPacket = false;     // that this decoder saw
-    bool mIsReceiving = false;       // the decoder may have more of the last packet
-    bool mHasFrame = false;          // the decoder's frame waits to be placed
-    bool mHasSounded = false;        // the last packet gave a frame
-    bool mIsDamaged = false;         // the last packet, wholly or in part
-    bool mIsDrained = false;         // the decoder was told that no packet follows
 };
 
 }  // namespace toolbox::movies
