@@ -1,7 +1,5 @@
 #include "decoder/SoundDecoder.h"
 
-#include "decoder/LogOffset.h"
-
 #include <toolbox/MacErrors.h>
 
 #include <climits>

@@ -1,6 +1,6 @@
 #include "FrameConverter.h"
 
-#include "decoder/LogOffset.h"
+#include "decoder/SoundDecoder.h"
 
 #include <toolbox/MacErrors.h>
 

@@ -12,6 +12,12 @@ struct AVPacket;
 
 namespace toolbox::movies {
 
+// Added to the level of every message of one context of the libraries that decode, which keeps them from
+// writing on somebody's terminal and leaves the host's own use of their logging as it is. Sound that is
+// damaged is counted instead. It puts each level past all that a host can choose to see, and none past 255,
+// for above that the levels begin again.
+constexpr int kSilentLogOffset = 128;
+
 class SoundDecoder {
   public:
     SoundDecoder();  // throws std::bad_alloc
