@@ -276,32 +276,6 @@ TEST(Convert, DamageBecomesSilenceOfTheSameLengthAndAWarning) {
     EXPECT_EQ(std::string(19524 * 4, '\0'), wav.sound.substr(24576 * 4));
 }
 
-// A container that only counts its bytes gives no length to what is missing.
-TEST(Convert, ACutFileOfAnotherKindKeepsWhatIsThereAndIsDamaged) {
-    const Outcome outcome = RunTool({Fixture("truncated.wav"), "-"});
-    EXPECT_EQ(EX_DATAERR, outcome.exitCode);
-    EXPECT_TRUE(IsOneMessage(outcome.err, Fixture("truncated.wav")));
-    EXPECT_THAT(outcome.err, HasSubstr("cut off"));
-    const WAVFile wav = ParseWAV(outcome.out);
-    EXPECT_TRUE(wav.isWellFormed);
-    EXPECT_EQ(22050, wav.frameCount);
-    EXPECT_EQ(EX_DATAERR, RunTool({"--probe", Fixture("truncated.wav")}).exitCode);
-    EXPECT_EQ(EX_OK, RunTool({"--keep-going", Fixture("truncated.wav"), "-"}).exitCode);
-    EXPECT_EQ(EX_OK, RunTool({Fixture("tone-16.wav"), "-"}).exitCode);
-}
-
-TEST(Convert, RawAACCutWithinAHeaderIsDamaged) {
-    const TemporaryFolder folder;
-    const std::string whole = ReadFile(Fixture("tone-44100-stereo.aac"));
-    const std::size_t last = whole.rfind(whole.substr(0, 3));
-    for (const std::size_t leftBytes : {1u, 3u, 6u}) {
-        WriteFile(folder.Path("cut.aac"), whole.substr(0, last + leftBytes));
-        EXPECT_EQ(EX_DATAERR, RunTool({folder.Path("cut.aac"), "-"}).exitCode) << leftBytes;
-    }
-    WriteFile(folder.Path("cut.aac"), whole.substr(0, last));
-    EXPECT_EQ(EX_OK, RunTool({folder.Path("cut.aac"), "-"}).exitCode);
-}
-
 TEST(Convert, OneDamagedPacketLeavesTheRestInPlace) {
     const Outcome outcome = RunTool({Fixture("damaged.m4a"), "-"});
     EXPECT_EQ(EX_DATAERR, outcome.exitCode);

@@ -42,8 +42,8 @@ TOOLBOX_MUST_USE OSErr GetMovieSoundReport(Movie inMovie, MovieSoundReport* outR
 //                    call. When it answers 0, that is the end.
 // noErr, also for a movie without sound and when inProc ended it; paramErr; else what MovieExportToHandle answers.
 typedef Boolean (*MovieSoundCheckProc)(void* inContext, SInt64 inFrames);
-TOOLBOX_EXPORT OSErr CheckMovieSound(Movie inMovie, UInt32 inRateHz, SInt64 inFirst, SInt64 inEnd,
-                                     MovieSoundCheckProc inProc, void* inContext);
+TOOLBOX_MUST_USE OSErr CheckMovieSound(Movie inMovie, UInt32 inRateHz, SInt64 inFirst, SInt64 inEnd,
+                                       MovieSoundCheckProc inProc, void* inContext);
 
 // The presented length of the longest track in frames of inRateHz, not limited to 32 bits.
 TOOLBOX_EXPORT SInt64 GetMovieDuration64(Movie inMovie, UInt32 inRateHz);

@@ -42,7 +42,7 @@ class SoundRenderer {
     //   inFirst    0 to the track's FrameCount() - 1, at the track's rate
     //   *outCount  how many frames were passed, at least 1: the sound of a packet, or silence of any length
     // Fails as Render does.
-    OSStatus Pass(std::int64_t inFirst, std::int64_t* outCount);
+    [[nodiscard]] OSStatus Pass(std::int64_t inFirst, std::int64_t* outCount);
 
   private:
     std::shared_ptr<const SoundTrack> mTrack;
