@@ -66,7 +66,7 @@ TEST_F(ConversionsAsJSON, TellsWhatIsWrongWithTheOutput) {
     const Outcome outcome = RunTool({"--json", mTone, Path("")});
     EXPECT_EQ(EX_CANTCREAT, outcome.exitCode);
     EXPECT_EQ(Path("tone-8000-mono.wav") + ": exists; --force replaces it, --no-clobber skips it",
-              Lines(outcome.out).at(0)["error"]);
+              Lines(outcome.out).at(0)["error"].get<std::string>());
 }
 
 TEST_F(ConversionsAsJSON, NamesThatAreNotUTF8AreDistinct) {
