@@ -3,6 +3,7 @@
 
 #include "decoder/SoundDecoder.h"
 #include "fakes/MemoryFile.h"
+#include "general/Component.h"
 #include "movies/front/GeneralImporter_test_access.h"
 #include "os/SystemCalls_test_access.h"
 
@@ -558,8 +559,7 @@ TEST_F(GeneralImporterLoading, ObjectWithoutOurName) {
 
 TEST_F(GeneralImporterLoading, ComponentOfAnotherBuild) {
     os::CallsForTesting().dlsym = [](void*, const char*) {
-        using Function = const void* (*)(std::uint32_t);
-        const Function refuses = [](std::uint32_t) -> const void* { return nullptr; };
+        const general::InterfaceFunction refuses = [](auto) -> const general::Interface* { return nullptr; };
         return reinterpret_cast<void*>(refuses);
     };
     EXPECT_EQ(cantFindHandler, ImportSomething());
