@@ -83,7 +83,9 @@ TEST(AccessKeyProcesses, TwoAgainstEachOtherLeaveExactlyWhatRemains) {
         for (pid_t ended = 0; ended == 0; ++loads) {
             AccessKeyList keys;
             EXPECT_EQ(noErr, LoadSystemKeys(keys));
-            if (loads < kLeaveCount) EXPECT_TRUE(leave.Give());
+            if (loads < kLeaveCount) {
+                EXPECT_TRUE(leave.Give());
+            }
             usleep(2000);
             ended = waitpid(child, &status, WNOHANG);
             ASSERT_NE(-1, ended);
