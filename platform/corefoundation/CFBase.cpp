@@ -1,14 +1,13 @@
 #include <toolbox/CFBase.h>
 #include <toolbox/CFString.h>
 
-#include "corefoundation/Object.h"
+#include "ICUCalls.h"
 #include "StringObject.h"
-
-#include <sys/random.h>
+#include "corefoundation/Object.h"
+#include "os/SystemCalls.h"
 
 #include <cassert>
 #include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <limits>
 #include <new>
@@ -30,18 +29,18 @@ bool IsConstant(const Object* inObject) {
 void Destroy(Object* inObject) {
     const auto finish = static_cast<const TypeInfo*>(inObject->type)->finish;
     if (finish != nullptr) finish(inObject);
-    sSystemCalls.release(inObject);
+    os::Calls().free(inObject);
     sLiveObjects.fetch_sub(1, std::memory_order_relaxed);
 }
 
 }  // namespace
 
-SystemCalls sSystemCalls = {std::malloc, std::free, StartWithSuccess, getrandom};
+ICUCalls sICUCalls = {StartWithSuccess};
 
 void* NewObject(const TypeInfo& inType, std::size_t inByteCount) {
     assert(inByteCount >= sizeof(Object));
     assert(inType.equal == nullptr || inType.hash != nullptr);
-    void* memory = sSystemCalls.allocate(inByteCount);
+    void* memory = os::Calls().malloc(inByteCount);
     if (memory == nullptr) return nullptr;
     new (memory) Object{&inType, 1};
     sLiveObjects.fetch_add(1, std::memory_order_relaxed);

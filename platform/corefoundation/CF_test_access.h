@@ -1,13 +1,14 @@
-// For tests only: Core Foundation's calls of the system, and how many objects are alive.
+// For tests only: how Core Foundation's calls of ICU begin, and how many objects are alive.
 #pragma once
 
+#include "ICUCalls.h"
 #include "corefoundation/Object.h"
 
 namespace toolbox::corefoundation {
 
-// The calls in use. Replace entries only while no other thread uses Core Foundation.
-inline SystemCalls& SystemCallsForTesting() {
-    return sSystemCalls;
+// In use. Replace it only while no other thread uses Core Foundation.
+inline ICUCalls& ICUCallsForTesting() {
+    return sICUCalls;
 }
 
 // Objects made and not yet destroyed; constant strings are none.

@@ -1,6 +1,7 @@
 #include <toolbox/CFDate.h>
 
 #include "corefoundation/Object.h"
+#include "os/SystemCalls.h"
 
 #include <time.h>
 
@@ -37,7 +38,7 @@ using namespace toolbox::corefoundation;
 
 CFAbsoluteTime CFAbsoluteTimeGetCurrent() {
     timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
+    (void)toolbox::os::Calls().clock_gettime(CLOCK_REALTIME, &now);
     return static_cast<double>(now.tv_sec) - kCFAbsoluteTimeIntervalSince1970 +
            static_cast<double>(now.tv_nsec) * 1e-9;
 }

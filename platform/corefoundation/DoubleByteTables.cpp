@@ -1,6 +1,8 @@
 #include "DoubleByteTables.h"
 
+#include "ICUCalls.h"
 #include "corefoundation/Object.h"
+#include "os/SystemCalls.h"
 
 #include <unicode/ucnv.h>
 
@@ -69,12 +71,12 @@ class StrictConverter {
 }  // namespace
 
 void DoubleByteTables::Deleter::operator()(DoubleByteTables* inTables) const {
-    sSystemCalls.release(inTables);
+    os::Calls().free(inTables);
 }
 
 DoubleByteTables::Owned DoubleByteTables::Make(const char* inConverterName,
                                                const DoubleByteChanges* inChanges) {
-    void* const memory = sSystemCalls.allocate(sizeof(DoubleByteTables));
+    void* const memory = os::Calls().malloc(sizeof(DoubleByteTables));
     if (memory == nullptr) return nullptr;
     Owned tables(new (memory) DoubleByteTables);
     std::fill_n(tables->mBytes, 256, kUnassigned);
@@ -89,7 +91,7 @@ DoubleByteTables::Owned DoubleByteTables::Make(const char* inConverterName,
 }
 
 bool DoubleByteTables::ReadConverter(const char* inConverterName, std::span<const CodeRange> inTaken) {
-    auto status = static_cast<UErrorCode>(sSystemCalls.startStatus());
+    auto status = static_cast<UErrorCode>(sICUCalls.startStatus());
     StrictConverter converter(inConverterName, status);
     if (U_FAILURE(status)) return false;
     const auto take = [&](UInt16 inCode) {

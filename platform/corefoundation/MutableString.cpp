@@ -1,6 +1,7 @@
 #include "MutableString.h"
 
 #include "SystemArray.h"
+#include "os/SystemCalls.h"
 
 #include <toolbox/CFMutableString.h>
 
@@ -39,14 +40,14 @@ bool ReplaceInNewBlock(MutableStringObject& ioString, CFRange inRange, const Uni
                        CFIndex inCount, CFIndex inNewLength) {
     const CFIndex capacity = CapacityFor(ioString, inNewLength);
     auto* units =
-        static_cast<UniChar*>(sSystemCalls.allocate(static_cast<std::size_t>(capacity) * sizeof(UniChar)));
+        static_cast<UniChar*>(os::Calls().malloc(static_cast<std::size_t>(capacity) * sizeof(UniChar)));
     if (units == nullptr) return false;
     UniChar* old = UnitsOf(ioString);
     const CFIndex tail = inRange.location + inRange.length;
     UniChar* end = std::copy_n(old, inRange.location, units);
     end = std::copy_n(inUnits, inCount, end);
     std::copy_n(old + tail, ioString.string.length - tail, end);
-    if (ioString.capacity > 0) sSystemCalls.release(old);
+    if (ioString.capacity > 0) os::Calls().free(old);
     ioString.string.characters = units;
     ioString.string.length = inNewLength;
     ioString.capacity = capacity;
@@ -74,7 +75,7 @@ void KeepOnly(MutableStringObject& ioString, CFIndex inStart, CFIndex inEnd) {
 
 void ReleaseUnitsOfMutable(Object* inString) {
     auto* string = reinterpret_cast<MutableStringObject*>(inString);
-    if (string->capacity > 0) sSystemCalls.release(UnitsOf(*string));
+    if (string->capacity > 0) os::Calls().free(UnitsOf(*string));
 }
 
 bool ReplaceUnits(MutableStringObject& ioString, CFRange inRange, const UniChar* inUnits, CFIndex inCount) {

@@ -1,6 +1,7 @@
 // Encodings of one byte for each character, ASCII below 0x80. Their tables are read from ICU's converters
 // once, which then are out of the way: no converter to open, share or lock.
 #include "Encodings.h"
+#include "ICUCalls.h"
 #include "corefoundation/Object.h"
 #include "os/Mutex.h"
 
@@ -49,7 +50,7 @@ constexpr Change kRomanianChanges[] = {{0xAE, 0x0102}, {0xAF, 0x0218}, {0xBE, 0x
 
 // The characters of the bytes from 0x80 on. False when ICU cannot tell now.
 bool ReadUpperHalf(const char* inConverterName, UniChar* outUpper) {
-    auto status = static_cast<UErrorCode>(sSystemCalls.startStatus());
+    auto status = static_cast<UErrorCode>(sICUCalls.startStatus());
     UConverter* converter = ucnv_open(inConverterName, &status);
     // By itself a converter writes U+FFFD for what it cannot convert. (It is null when the status is a
     // failure, with which this does nothing.)

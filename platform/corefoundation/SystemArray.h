@@ -2,6 +2,7 @@
 #pragma once
 
 #include "corefoundation/Object.h"
+#include "os/SystemCalls.h"
 
 #include <algorithm>
 #include <cstring>
@@ -18,7 +19,7 @@ class SystemArray {
   public:
     SystemArray() = default;
     ~SystemArray() {
-        if (mValues != mInline) sSystemCalls.release(mValues);
+        if (mValues != mInline) os::Calls().free(mValues);
     }
     SystemArray(const SystemArray&) = delete;
     SystemArray& operator=(const SystemArray&) = delete;
@@ -28,10 +29,10 @@ class SystemArray {
         if (inCount <= mCapacity) return true;
         if (inCount > kMaxCount) return false;
         const CFIndex capacity = std::max(inCount, mCapacity + std::min(mCapacity, kMaxCount - mCapacity));
-        auto* values = static_cast<T*>(sSystemCalls.allocate(static_cast<std::size_t>(capacity) * sizeof(T)));
+        auto* values = static_cast<T*>(os::Calls().malloc(static_cast<std::size_t>(capacity) * sizeof(T)));
         if (values == nullptr) return false;
         std::copy_n(mValues, mCount, values);
-        if (mValues != mInline) sSystemCalls.release(mValues);
+        if (mValues != mInline) os::Calls().free(mValues);
         mValues = values;
         mCapacity = capacity;
         return true;

@@ -1,6 +1,7 @@
 #include <toolbox/CFUUID.h>
 
 #include "StringObject.h"
+#include "os/SystemCalls.h"
 
 #include <cerrno>
 #include <cstring>
@@ -44,7 +45,7 @@ CFUUIDRef NewUUID(const UInt8* inBytes) {
 bool FillWithRandom(UInt8* outBytes) {
     for (int filled = 0; filled < kByteCount;) {
         const long count =
-            sSystemCalls.getRandom(outBytes + filled, static_cast<std::size_t>(kByteCount - filled), 0);
+            os::Calls().getrandom(outBytes + filled, static_cast<std::size_t>(kByteCount - filled), 0);
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) return false;
         filled += static_cast<int>(count);

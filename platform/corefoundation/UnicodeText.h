@@ -1,6 +1,7 @@
 // Text to and from ICU, whose lengths are 32-bit.
 #pragma once
 
+#include "ICUCalls.h"
 #include "SystemArray.h"
 
 #include <unicode/utypes.h>
@@ -10,7 +11,7 @@
 namespace toolbox::corefoundation {
 
 inline UErrorCode StartStatus() {
-    return static_cast<UErrorCode>(sSystemCalls.startStatus());
+    return static_cast<UErrorCode>(sICUCalls.startStatus());
 }
 
 inline bool FitsICU(CFIndex inLength) {

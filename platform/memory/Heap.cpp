@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 
 namespace toolbox::memory {
@@ -11,8 +10,8 @@ namespace toolbox::memory {
 namespace {
 
 UInt64 CountAvailableBytes() {
-    const long pages = sysconf(_SC_AVPHYS_PAGES);
-    const long pageBytes = sysconf(_SC_PAGESIZE);
+    const long pages = os::Calls().sysconf(_SC_AVPHYS_PAGES);
+    const long pageBytes = os::Calls().sysconf(_SC_PAGESIZE);
     return pages < 0 || pageBytes < 0 ? 0 : static_cast<UInt64>(pages) * static_cast<UInt64>(pageBytes);
 }
 
@@ -20,14 +19,13 @@ Size CountFreeBytes() {
     SetError(noErr);
     const UInt64 limit = sLimitBytes.load(std::memory_order_relaxed);
     const UInt64 used = Sum(&Account::byteCount);
-    UInt64 count = sHeapCalls.countAvailableBytes();
+    UInt64 count = CountAvailableBytes();
     if (limit != 0) count = std::min(count, limit > used ? limit - used : 0);
     return static_cast<Size>(std::min<UInt64>(count, std::numeric_limits<Size>::max()));
 }
 
 }  // namespace
 
-HeapCalls sHeapCalls = {std::malloc, std::calloc, std::realloc, std::free, CountAvailableBytes};
 std::atomic<bool> sMovesAtEveryResize{false};
 
 }  // namespace toolbox::memory

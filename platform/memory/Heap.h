@@ -4,22 +4,13 @@
 #include <toolbox/MacMemory.h>
 
 #include "Accounts.h"
+#include "os/SystemCalls.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
 
 namespace toolbox::memory {
-
-// Every call that the Memory Manager makes of the system.
-struct HeapCalls {
-    void* (*allocate)(std::size_t inByteCount);
-    void* (*allocateZeroed)(std::size_t inCount, std::size_t inByteCount);
-    void* (*resize)(void* inBlock, std::size_t inByteCount);
-    void (*release)(void* inBlock);
-    UInt64 (*countAvailableBytes)();
-};
-extern HeapCalls sHeapCalls;
 
 // While set, every resize of a block that is not locked moves it.
 extern std::atomic<bool> sMovesAtEveryResize;
@@ -30,13 +21,13 @@ extern std::atomic<bool> sMovesAtEveryResize;
                                     bool inIsZeroed) {
     if (inByteCount < 0 || !Charge(ioAccount, inByteCount)) return nullptr;
     const std::size_t count = std::max<std::size_t>(static_cast<std::size_t>(inByteCount), 1) + inPrefixBytes;
-    void* block = inIsZeroed ? sHeapCalls.allocateZeroed(1, count) : sHeapCalls.allocate(count);
+    void* block = inIsZeroed ? os::Calls().calloc(1, count) : os::Calls().malloc(count);
     if (block == nullptr) Discharge(ioAccount, inByteCount);
     return block;
 }
 
 inline void DisposeBlock(Account& ioAccount, void* inBlock, Size inByteCount) {
-    sHeapCalls.release(inBlock);
+    os::Calls().free(inBlock);
     Discharge(ioAccount, inByteCount);
 }
 

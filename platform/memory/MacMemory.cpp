@@ -79,11 +79,11 @@ MasterPointer* MasterOfBlock(Handle inHandle) {
 }
 
 bool MoveBlock(MasterPointer& ioMaster, Size inCapacity) {
-    void* block = sHeapCalls.allocate(static_cast<std::size_t>(inCapacity));
+    void* block = os::Calls().malloc(static_cast<std::size_t>(inCapacity));
     if (block == nullptr) return false;
     std::memcpy(block, ioMaster.block, static_cast<std::size_t>(std::min(ioMaster.sizeBytes, inCapacity)));
     std::memset(ioMaster.block, kAbandonedByte, static_cast<std::size_t>(ioMaster.capacityBytes));
-    sHeapCalls.release(ioMaster.block);
+    os::Calls().free(ioMaster.block);
     SetBlock(ioMaster, static_cast<Ptr>(block));
     ioMaster.capacityBytes = inCapacity;
     return true;
@@ -91,7 +91,7 @@ bool MoveBlock(MasterPointer& ioMaster, Size inCapacity) {
 
 bool GrowCapacity(MasterPointer& ioMaster, Size inCapacity) {
     if (sMovesAtEveryResize.load(std::memory_order_relaxed)) return MoveBlock(ioMaster, inCapacity);
-    void* block = sHeapCalls.resize(ioMaster.block, static_cast<std::size_t>(inCapacity));
+    void* block = os::Calls().realloc(ioMaster.block, static_cast<std::size_t>(inCapacity));
     if (block == nullptr) return false;
     SetBlock(ioMaster, static_cast<Ptr>(block));
     ioMaster.capacityBytes = inCapacity;

@@ -1,14 +1,9 @@
-// For tests only: the Memory Manager's calls of the system, and a switch that makes blocks move.
+// For tests only: a switch that makes blocks move.
 #pragma once
 
 #include "Heap.h"
 
 namespace toolbox::memory {
-
-// The calls in use. Replace entries only while no other thread uses the Memory Manager.
-inline HeapCalls& HeapCallsForTesting() {
-    return sHeapCalls;
-}
 
 // While on, every resize of a block that is not locked moves it, even one that it could stay in place for,
 // and the memory it leaves is overwritten: a pointer kept across the call then shows.

@@ -20,7 +20,7 @@ MasterPointer* sFree GUARDED_BY(sMutex) = nullptr;
 UInt32 sFreeCount GUARDED_BY(sMutex) = 0;
 
 bool AddChunk() NEEDS_LOCK(sMutex) {
-    auto* chunk = static_cast<Chunk*>(sHeapCalls.allocateZeroed(1, sizeof(Chunk)));
+    auto* chunk = static_cast<Chunk*>(os::Calls().calloc(1, sizeof(Chunk)));
     if (chunk == nullptr) return false;
     for (MasterPointer& master : chunk->masters) {
         master.tag = MasterPointer::kFree;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "corefoundation/CF_test_access.h"
+#include "os/SystemCalls_test_access.h"
 
 namespace {
 
@@ -81,14 +82,12 @@ TEST(TCFStringOnToolboxTest, CountsFollowOwnership) {
 class NoMemory {
   public:
     NoMemory() {
-        toolbox::corefoundation::SystemCallsForTesting().allocate = [](std::size_t) -> void* {
-            return nullptr;
-        };
+        toolbox::os::CallsForTesting().malloc = [](std::size_t) -> void* { return nullptr; };
     }
-    ~NoMemory() { toolbox::corefoundation::SystemCallsForTesting().allocate = mAllocate; }
+    ~NoMemory() { toolbox::os::CallsForTesting().malloc = mAllocate; }
 
   private:
-    void* (*mAllocate)(std::size_t) = toolbox::corefoundation::SystemCallsForTesting().allocate;
+    void* (*mAllocate)(std::size_t) = toolbox::os::CallsForTesting().malloc;
 };
 
 TEST(TCFStringOnToolboxTest, CopiesAndAssignmentsMakeNothing) {

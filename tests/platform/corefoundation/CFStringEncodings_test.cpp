@@ -5,6 +5,7 @@
 #include "CFSupport.h"
 
 #include <corefoundation/CF_test_access.h>
+#include <os/SystemCalls_test_access.h>
 
 #include <gtest/gtest.h>
 
@@ -49,21 +50,25 @@ class Failure {
   public:
     enum Kind { kMemory, kICU };
     explicit Failure(Kind inKind) {
-        auto& calls = toolbox::corefoundation::SystemCallsForTesting();
-        if (inKind == kMemory) calls.allocate = [](std::size_t) -> void* { return nullptr; };
-        if (inKind == kICU) calls.startStatus = [] { return 7; };
+        auto& calls = toolbox::os::CallsForTesting();
+        if (inKind == kMemory) calls.malloc = [](std::size_t) -> void* { return nullptr; };
+        if (inKind == kICU) toolbox::corefoundation::ICUCallsForTesting().startStatus = [] { return 7; };
     }
-    ~Failure() { toolbox::corefoundation::SystemCallsForTesting() = mSaved; }
+    ~Failure() {
+        toolbox::os::CallsForTesting() = mSaved;
+        toolbox::corefoundation::ICUCallsForTesting() = mSavedICU;
+    }
 
   private:
-    toolbox::corefoundation::SystemCalls mSaved = toolbox::corefoundation::SystemCallsForTesting();
+    toolbox::os::SystemCalls mSaved = toolbox::os::CallsForTesting();
+    toolbox::corefoundation::ICUCalls mSavedICU = toolbox::corefoundation::ICUCallsForTesting();
 };
 
 }  // namespace
 
 TEST(CFStringEncodings, TablesThatCannotBeHadAreTriedAgain) {
     static int sHeld = 0;
-    const auto saved = toolbox::corefoundation::SystemCallsForTesting();
+    const auto saved = toolbox::os::CallsForTesting();
     for (const CFStringEncoding encoding :
          std::initializer_list<CFStringEncoding>{kCFStringEncodingMacJapanese, kCFStringEncodingDOSKorean}) {
         {
@@ -73,13 +78,13 @@ TEST(CFStringEncodings, TablesThatCannotBeHadAreTriedAgain) {
         sHeld = 0;
         {
             const Failure failure(Failure::kICU);
-            auto& calls = toolbox::corefoundation::SystemCallsForTesting();
-            calls.allocate = [](std::size_t inByteCount) { return ++sHeld, std::malloc(inByteCount); };
-            calls.release = [](void* inBlock) { --sHeld, std::free(inBlock); };
+            auto& calls = toolbox::os::CallsForTesting();
+            calls.malloc = [](std::size_t inByteCount) { return ++sHeld, std::malloc(inByteCount); };
+            calls.free = [](void* inBlock) { --sHeld, std::free(inBlock); };
             EXPECT_FALSE(CFStringIsEncodingAvailable(encoding));
             EXPECT_EQ(kCFNotFound, CFStringGetMaximumSizeForEncoding(1, encoding));
         }
-        toolbox::corefoundation::SystemCallsForTesting() = saved;
+        toolbox::os::CallsForTesting() = saved;
         EXPECT_EQ(0, sHeld) << "half-made tables are given back";
         EXPECT_TRUE(CFStringIsEncodingAvailable(encoding));
     }

@@ -3,6 +3,7 @@
 #include "CFSupport.h"
 
 #include <corefoundation/CF_test_access.h>
+#include <os/SystemCalls_test_access.h>
 
 #include <gtest/gtest.h>
 
@@ -251,11 +252,11 @@ TEST(CFString, SystemEncodingIsMacRoman) {
 // Every way of making a string gives null when memory is short, and leaves nothing behind.
 TEST(CFString, NoMemory) {
     using toolbox::corefoundation::LiveObjectsForTesting;
-    auto& calls = toolbox::corefoundation::SystemCallsForTesting();
+    auto& calls = toolbox::os::CallsForTesting();
     const OwnedString source = StringOf(u"abcdef");
     const SInt64 before = LiveObjectsForTesting();
     const auto saved = calls;
-    calls.allocate = [](std::size_t) -> void* { return nullptr; };
+    calls.malloc = [](std::size_t) -> void* { return nullptr; };
     EXPECT_EQ(nullptr, FromCString("abc"));
     EXPECT_EQ(nullptr, FromCString("f\xC3\xBCr"));
     EXPECT_EQ(nullptr, FromPascal("abc", kCFStringEncodingMacRoman));

@@ -3,6 +3,7 @@
 #include "CFSupport.h"
 
 #include <corefoundation/CF_test_access.h>
+#include <os/SystemCalls_test_access.h>
 
 #include "support/Countdown.h"
 
@@ -209,14 +210,14 @@ TEST(Compare, NoMemory) {
     const std::u16string upper(500, u'\u00C9');
     const OwnedString left = StringOf(lower + u"02");
     const OwnedString right = StringOf(upper + u"2");
-    auto& calls = toolbox::corefoundation::SystemCallsForTesting();
+    auto& calls = toolbox::os::CallsForTesting();
     const auto saved = calls;
-    calls.allocate = [](std::size_t inByteCount) -> void* {
+    calls.malloc = [](std::size_t inByteCount) -> void* {
         if (sCountdown.IsDue()) return nullptr;
         ++sLive;
         return std::malloc(inByteCount);
     };
-    calls.release = [](void* inBlock) {
+    calls.free = [](void* inBlock) {
         --sLive;
         std::free(inBlock);
     };
@@ -235,7 +236,7 @@ TEST(Compare, NoMemory) {
 }
 
 TEST(Compare, WithoutHelp) {
-    auto& calls = toolbox::corefoundation::SystemCallsForTesting();
+    auto& calls = toolbox::corefoundation::ICUCallsForTesting();
     const auto saved = calls;
     calls.startStatus = [] { return 7; };  // memory is short
     for (const CFStringCompareFlags flags :

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <corefoundation/CF_test_access.h>
+#include <os/SystemCalls_test_access.h>
 
 #include "support/Countdown.h"
 
@@ -20,24 +21,28 @@ class Scope {
     explicit Scope(int inFailingCall) {
         sCountdown = support::Countdown(inFailingCall);
         sLiveBlocks = 0;
-        auto& calls = toolbox::corefoundation::SystemCallsForTesting();
-        calls.allocate = [](std::size_t inByteCount) -> void* {
+        auto& calls = toolbox::os::CallsForTesting();
+        calls.malloc = [](std::size_t inByteCount) -> void* {
             if (sCountdown.IsDue()) return nullptr;
             ++sLiveBlocks;
             return std::malloc(inByteCount);
         };
-        calls.release = [](void* inBlock) {
+        calls.free = [](void* inBlock) {
             if (inBlock != nullptr) --sLiveBlocks;
             std::free(inBlock);
         };
-        calls.startStatus = [] { return sCountdown.IsDue() ? 7 : 0; };
+        toolbox::corefoundation::ICUCallsForTesting().startStatus = [] { return sCountdown.IsDue() ? 7 : 0; };
     }
-    ~Scope() { toolbox::corefoundation::SystemCallsForTesting() = mSaved; }
+    ~Scope() {
+        toolbox::os::CallsForTesting() = mSaved;
+        toolbox::corefoundation::ICUCallsForTesting() = mSavedICU;
+    }
     Scope(const Scope&) = delete;
     Scope& operator=(const Scope&) = delete;
 
   private:
-    toolbox::corefoundation::SystemCalls mSaved = toolbox::corefoundation::SystemCallsForTesting();
+    toolbox::os::SystemCalls mSaved = toolbox::os::CallsForTesting();
+    toolbox::corefoundation::ICUCalls mSavedICU = toolbox::corefoundation::ICUCallsForTesting();
 };
 
 // Runs inBody with its first call failing, then its second, and so on until none fails. It tells whether all

@@ -5,6 +5,7 @@
 #include "CFSupport.h"
 
 #include <corefoundation/CF_test_access.h>
+#include <os/SystemCalls_test_access.h>
 
 #include <gtest/gtest.h>
 
@@ -16,12 +17,12 @@ namespace {
 class ICUFailure {
   public:
     ICUFailure() {
-        toolbox::corefoundation::SystemCallsForTesting().startStatus = [] { return 7; };
+        toolbox::corefoundation::ICUCallsForTesting().startStatus = [] { return 7; };
     }
-    ~ICUFailure() { toolbox::corefoundation::SystemCallsForTesting() = mSaved; }
+    ~ICUFailure() { toolbox::corefoundation::ICUCallsForTesting() = mSaved; }
 
   private:
-    toolbox::corefoundation::SystemCalls mSaved = toolbox::corefoundation::SystemCallsForTesting();
+    toolbox::corefoundation::ICUCalls mSaved = toolbox::corefoundation::ICUCallsForTesting();
 };
 
 }  // namespace

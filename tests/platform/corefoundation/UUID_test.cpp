@@ -3,6 +3,7 @@
 
 #include "CFSupport.h"
 #include "Faults.h"
+#include "os/SystemCalls_test_access.h"
 
 #include <gtest/gtest.h>
 
@@ -26,13 +27,11 @@ using RandomCall = long (*)(void*, std::size_t, unsigned);
 
 class RandomAs {
   public:
-    explicit RandomAs(RandomCall inCall) {
-        toolbox::corefoundation::SystemCallsForTesting().getRandom = inCall;
-    }
-    ~RandomAs() { toolbox::corefoundation::SystemCallsForTesting() = mSaved; }
+    explicit RandomAs(RandomCall inCall) { toolbox::os::CallsForTesting().getrandom = inCall; }
+    ~RandomAs() { toolbox::os::CallsForTesting() = mSaved; }
 
   private:
-    toolbox::corefoundation::SystemCalls mSaved = toolbox::corefoundation::SystemCallsForTesting();
+    toolbox::os::SystemCalls mSaved = toolbox::os::CallsForTesting();
 };
 
 }  // namespace

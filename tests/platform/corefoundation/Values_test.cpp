@@ -5,6 +5,7 @@
 
 #include <corefoundation/CF_test_access.h>
 #include <corefoundation/Values.h>
+#include <os/SystemCalls_test_access.h>
 
 #include <gtest/gtest.h>
 
@@ -235,14 +236,14 @@ TEST(CFDictionary, FindsByKey) {
 
 TEST(CFDictionary, WithoutMemoryTheValuesStayWithTheirOwner) {
     const SInt64 before = LiveObjectsForTesting();
-    auto& calls = toolbox::corefoundation::SystemCallsForTesting();
+    auto& calls = toolbox::os::CallsForTesting();
     const auto realCalls = calls;
     {
         std::vector<Entry> entries;
         entries.push_back(EntryOf(CFSTR("a"), NumberOf<SInt64>(kCFNumberSInt64Type, 1)));
         std::vector<toolbox::corefoundation::Owned<CFTypeRef>> values;
         values.push_back(OwnedValue(NumberOf<SInt64>(kCFNumberSInt64Type, 2)));
-        calls.allocate = [](std::size_t) -> void* { return nullptr; };
+        calls.malloc = [](std::size_t) -> void* { return nullptr; };
         EXPECT_FALSE(NewDictionary(entries));
         EXPECT_FALSE(NewArray(values));
         EXPECT_FALSE(NewData({}));

@@ -1,6 +1,7 @@
 #include <toolbox/MacMemory.h>
 
 #include <memory/MacMemory_test_access.h>
+#include <os/SystemCalls_test_access.h>
 
 #include <gtest/gtest.h>
 
@@ -486,14 +487,16 @@ TEST_F(HandleTest, LimitIsNotPassed) {
 }
 
 TEST_F(HandleTest, FreeMemoryIsWhatTheSystemHas) {
-    auto& calls = toolbox::memory::HeapCallsForTesting();
+    auto& calls = toolbox::os::CallsForTesting();
     const auto saved = calls;
     EXPECT_GT(FreeMem(), 0);
-    calls.countAvailableBytes = [] { return UInt64{12345}; };
+    calls.sysconf = [](int inSetting) { return inSetting == _SC_PAGESIZE ? 5L : 2469L; };
     EXPECT_EQ(12345, FreeMem());
     EXPECT_EQ(noErr, MemError());
-    calls.countAvailableBytes = [] { return UInt64{1} << 40; };
+    calls.sysconf = [](int) { return 1L << 20; };
     EXPECT_EQ(kMaxSize, MaxBlock());
+    calls.sysconf = [](int) { return -1L; };
+    EXPECT_EQ(0, FreeMem()) << "when it does not tell";
     calls = saved;
 }
 

@@ -4,6 +4,7 @@
 
 #include <memory/MacMemory_test_access.h>
 #include <memory/MasterPointers.h>
+#include <os/SystemCalls_test_access.h>
 
 #include "support/Countdown.h"
 
@@ -29,20 +30,20 @@ bool Fails() {
 class FaultScope {
   public:
     FaultScope(int inFailingCall, bool inForever) {
-        auto& calls = toolbox::memory::HeapCallsForTesting();
-        calls.allocate = [](std::size_t inCount) { return Fails() ? nullptr : std::malloc(inCount); };
-        calls.allocateZeroed = [](std::size_t inCount, std::size_t inSize) {
+        auto& calls = toolbox::os::CallsForTesting();
+        calls.malloc = [](std::size_t inCount) { return Fails() ? nullptr : std::malloc(inCount); };
+        calls.calloc = [](std::size_t inCount, std::size_t inSize) {
             return Fails() ? nullptr : std::calloc(inCount, inSize);
         };
-        calls.resize = [](void* ioBlock, std::size_t inCount) {
+        calls.realloc = [](void* ioBlock, std::size_t inCount) {
             return Fails() ? nullptr : std::realloc(ioBlock, inCount);
         };
         sFault = Countdown(inFailingCall, inForever ? Countdown::kForever : Countdown::kOnce);
     }
-    ~FaultScope() { toolbox::memory::HeapCallsForTesting() = mSaved; }
+    ~FaultScope() { toolbox::os::CallsForTesting() = mSaved; }
 
   private:
-    toolbox::memory::HeapCalls mSaved = toolbox::memory::HeapCallsForTesting();
+    toolbox::os::SystemCalls mSaved = toolbox::os::CallsForTesting();
 };
 
 // Runs a scenario with call 1, 2, 3, ... failing, until a run meets no fault. The scenario answers noErr or

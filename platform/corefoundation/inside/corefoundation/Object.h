@@ -1,4 +1,4 @@
-// What every Core Foundation object begins with, and the calls that the manager makes of the system.
+// What every Core Foundation object begins with.
 #pragma once
 
 #include <toolbox/CFBase.h>
@@ -39,15 +39,6 @@ struct Object {
     const void* type;  // a TypeInfo, or &kCFStringTypeMarker for a constant string, which is never counted
     std::atomic<SInt64> retainCount;
 };
-
-// Every call that the manager makes of the system.
-struct SystemCalls {
-    void* (*allocate)(std::size_t inByteCount);
-    void (*release)(void* inBlock);
-    int (*startStatus)();  // the status that a call of ICU starts from: success, lest the call does nothing
-    long (*getRandom)(void* outBytes, std::size_t inByteCount, unsigned inFlags);
-};
-extern SystemCalls sSystemCalls;
 
 // Memory for an object of inByteCount bytes, its Object filled in with one count, the rest unspecified; or
 // null.
