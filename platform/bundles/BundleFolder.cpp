@@ -6,6 +6,7 @@
 
 #include "catalogue/Catalogue.h"
 #include "catalogue/FileAccess.h"
+#include "os/BigEndian.h"
 
 #include <algorithm>
 #include <array>
@@ -107,11 +108,6 @@ CFStringRef FindString(CFDictionaryRef inDictionary, CFStringRef inKey) {
                                                                          : nullptr;
 }
 
-UInt32 CodeOf(const UInt8* inBytes) {
-    return static_cast<UInt32>(inBytes[0]) << 24 | static_cast<UInt32>(inBytes[1]) << 16 |
-           static_cast<UInt32>(inBytes[2]) << 8 | inBytes[3];
-}
-
 // False when the key has no string of four characters.
 bool ReadCode(CFDictionaryRef inDictionary, CFStringRef inKey, UInt32& outCode) {
     UInt8 bytes[4];
@@ -121,7 +117,7 @@ bool ReadCode(CFDictionaryRef inDictionary, CFStringRef inKey, UInt32& outCode) 
         CFStringGetBytes(text, CFRangeMake(0, sizeof(bytes)), kCFStringEncodingMacRoman, 0, false, bytes,
                          sizeof(bytes), &byteCount) != sizeof(bytes))
         return false;
-    outCode = CodeOf(bytes);
+    outCode = os::Load32(bytes);
     return true;
 }
 
@@ -132,8 +128,8 @@ void ReadPackageInfo(const FoundItem* inFile, const PackageKind* inKind, BundleC
     if (inFile != nullptr &&
         files::ReadSmallFile(files::MakeRef(*inFile), kMaxPackageInfoBytes, bytes) == noErr &&
         bytes.size() >= 8) {
-        ioContents.packageType = CodeOf(reinterpret_cast<const UInt8*>(bytes.data()));
-        ioContents.creator = CodeOf(reinterpret_cast<const UInt8*>(bytes.data()) + 4);
+        ioContents.packageType = os::Load32(reinterpret_cast<const UInt8*>(bytes.data()));
+        ioContents.creator = os::Load32(reinterpret_cast<const UInt8*>(bytes.data()) + 4);
     }
     ReadCode(ioContents.information.Get(), CFSTR("CFBundlePackageType"), ioContents.packageType);
     ReadCode(ioContents.information.Get(), CFSTR("CFBundleSignature"), ioContents.creator);

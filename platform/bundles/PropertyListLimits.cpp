@@ -1,5 +1,7 @@
 #include "PropertyList.h"
 
+#include "os/BigEndian.h"
+
 #include <toolbox/MacTypes.h>
 
 #include <algorithm>
@@ -67,10 +69,7 @@ class BinaryWalk {
     // Big-endian; the bytes must be there.
     UInt64 NumberAt(UInt64 inOffset, std::size_t inByteCount) const {
         assert(inOffset <= mBytes.size() && inByteCount <= mBytes.size() - inOffset);
-        UInt64 number = 0;
-        for (std::size_t i = 0; i < inByteCount; ++i)
-            number = number << 8 | ByteAt(inOffset + i);
-        return number;
+        return os::LoadNumber(reinterpret_cast<const UInt8*>(mBytes.data()) + inOffset, inByteCount);
     }
 
     bool Spend(UInt64 inByteCount) {

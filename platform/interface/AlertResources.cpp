@@ -1,5 +1,7 @@
 #include "AlertResources.h"
 
+#include "os/BigEndian.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -26,7 +28,7 @@ constexpr UInt8 kStaticTextKind = 8;
 constexpr UInt8 kEditTextKind = 16;
 
 UInt16 Word(std::span<const UInt8> inBytes, std::size_t inOffset) {
-    return static_cast<UInt16>(inBytes[inOffset] << 8 | inBytes[inOffset + 1]);
+    return os::Load16(&inBytes[inOffset]);
 }
 
 SInt16 Coordinate(std::span<const UInt8> inItem, std::size_t inIndex) {

@@ -1,5 +1,7 @@
 #include "DialogResources.h"
 
+#include "os/BigEndian.h"
+
 namespace toolbox::interface {
 
 namespace {
@@ -11,7 +13,7 @@ constexpr std::size_t kVisibleOffset = 10;
 constexpr std::size_t kItemListOffset = 18;
 
 SInt16 Word(std::span<const UInt8> inBytes, std::size_t inOffset) {
-    return static_cast<SInt16>(inBytes[inOffset] << 8 | inBytes[inOffset + 1]);
+    return static_cast<SInt16>(os::Load16(&inBytes[inOffset]));
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include "resources/Chain.h"
 
+#include "os/BigEndian.h"
+
 #include <algorithm>
 
 using namespace toolbox::resources;
@@ -16,7 +18,7 @@ constexpr std::size_t kCountBytes = 2;
 // A list is the number of its strings, 16 bits big-endian, and the strings one after the other without
 // padding, so that one is found by walking over those before it. Null when it ends before the string does.
 const unsigned char* StringAt(const unsigned char* inList, std::size_t inByteCount, SInt16 inIndex) {
-    if (inByteCount < kCountBytes || inIndex < 1 || inIndex > (inList[0] << 8 | inList[1])) return nullptr;
+    if (inByteCount < kCountBytes || inIndex < 1 || inIndex > toolbox::os::Load16(inList)) return nullptr;
     std::size_t at = kCountBytes;
     for (SInt16 left = inIndex;; --left) {
         if (at >= inByteCount || inList[at] > inByteCount - at - 1) return nullptr;

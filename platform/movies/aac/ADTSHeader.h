@@ -1,6 +1,8 @@
 // The header in front of every frame of a raw AAC file (ISO/IEC 13818-7 and 14496-3, "ADTS").
 #pragma once
 
+#include "os/BigEndian.h"
+
 #include <array>
 #include <cstdint>
 
@@ -35,9 +37,7 @@ struct ADTSHeader {
 // inBytes: kBytesNeeded of them. False when they begin no frame that could hold sound; outHeader is then
 // unspecified.
 inline bool ParseADTSHeader(const std::uint8_t* inBytes, ADTSHeader& outHeader) {
-    const std::uint32_t word = static_cast<std::uint32_t>(inBytes[0]) << 24 |
-                               static_cast<std::uint32_t>(inBytes[1]) << 16 |
-                               static_cast<std::uint32_t>(inBytes[2]) << 8 | inBytes[3];
+    const std::uint32_t word = os::Load32(inBytes);
     // Sync word and layer. The layer is 0 here; in the frames of MPEG layers I to III it never is.
     if ((word & 0xFFF60000) != 0xFFF00000) {
         return false;

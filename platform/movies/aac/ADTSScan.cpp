@@ -1,6 +1,7 @@
 #include "ADTSScan.h"
 
 #include "ADTSTags.h"
+#include "os/BigEndian.h"
 #include "track/FileWindow.h"
 
 #include <algorithm>
@@ -205,7 +206,7 @@ void Scanner::SettleBlocks(std::int64_t inEndOfFrame) {
     for (int block = 1; block < header.blockCount; ++block) {
         const std::uint8_t* entry =
             bytes == nullptr ? nullptr : bytes + ADTSHeader::kBytesNeeded + 2 * (block - 1);
-        const std::int64_t start = entry == nullptr ? inEndOfFrame : first + (entry[0] << 8 | entry[1]);
+        const std::int64_t start = entry == nullptr ? inEndOfFrame : first + os::Load16(entry);
         // A table that contradicts itself leaves the blocks of which it tells nothing with the bytes there
         // are.
         starts[block] = std::clamp(start, starts[block - 1], inEndOfFrame);

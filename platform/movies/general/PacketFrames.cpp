@@ -1,5 +1,7 @@
 #include "PacketFrames.h"
 
+#include "os/BigEndian.h"
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavcodec/vorbis_parser.h>
@@ -93,7 +95,7 @@ class FLACFrames final : public PacketFrames {
             return inBytes[at] + 1;
         }
         if (code == 7 && at + 1 < inByteCount) {
-            return (inBytes[at] << 8 | inBytes[at + 1]) + 1;
+            return os::Load16(inBytes + at) + 1;
         }
         return -1;
     }
@@ -161,10 +163,7 @@ class ALACFrames final : public PacketFrames {
         if ((inBytes[2] & 0x10) == 0) {
             return mFullFrames;
         }
-        const std::uint64_t bits = static_cast<std::uint64_t>(inBytes[2]) << 32 |
-                                   static_cast<std::uint64_t>(inBytes[3]) << 24 |
-                                   static_cast<std::uint64_t>(inBytes[4]) << 16 |
-                                   static_cast<std::uint64_t>(inBytes[5]) << 8 | inBytes[6];
+        const std::uint64_t bits = os::LoadNumber(inBytes + 2, 5);
         const auto frames = static_cast<std::uint32_t>(bits >> 1);
         return frames <= mFullFrames ? std::int64_t{frames} : -1;
     }
@@ -183,10 +182,7 @@ std::unique_ptr<PacketFrames> NewALACFrames(const AVCodecParameters& inParameter
     if (inParameters.extradata_size < 36) {
         return nullptr;
     }
-    const std::uint8_t* bytes = inParameters.extradata + 12;
-    const std::uint32_t frames = static_cast<std::uint32_t>(bytes[0]) << 24 |
-                                 static_cast<std::uint32_t>(bytes[1]) << 16 |
-                                 static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
+    const std::uint32_t frames = os::Load32(inParameters.extradata + 12);
     constexpr std::uint32_t kMostFrames = 1 << 20;
     return frames == 0 || frames > kMostFrames ? nullptr : std::make_unique<ALACFrames>(frames);
 }
