@@ -7,7 +7,6 @@
 #include "status/StatusOfErrno.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cerrno>
 #include <utility>
 
@@ -16,22 +15,6 @@ namespace toolbox::files {
 namespace {
 
 constexpr std::size_t kFinderInfoBytes = 32;
-
-// A file that is too short to be what it should.
-OSStatus Malformed(OSStatus inStatus) {
-    return inStatus == eofErr ? OSStatus{ioErr} : inStatus;
-}
-
-OSStatus ReadEntries(const OpenFork& inCompanion, std::vector<AppleDoubleEntry>& outEntries) {
-    std::vector<UInt8> header(kAppleDoubleHeaderBytes);
-    OSStatus status = inCompanion.Read(0, header.data(), header.size());
-    if (status != noErr) return Malformed(status);
-    header.resize(std::max(AppleDoubleHeaderSize(header.data()), kAppleDoubleHeaderBytes));
-    status = inCompanion.Read(0, header.data(), header.size());
-    if (status != noErr) return Malformed(status);
-    const bool isGood = DecodeAppleDouble(header.data(), header.size(), inCompanion.SizeBytes(), outEntries);
-    return isGood ? noErr : ioErr;
-}
 
 // fnfErr when the item has none.
 OSStatus OpenCompanion(const std::string& inItemPath, OpenFork& outCompanion) {
@@ -49,7 +32,7 @@ OSStatus OpenResourceFork(const FSRef& inFile, OpenFork& outFork) {
     status = OpenCompanion(item.path, outFork);
     if (status == fnfErr) return errFSForkNotFound;
     std::vector<AppleDoubleEntry> entries;
-    if (status == noErr) status = ReadEntries(outFork, entries);
+    if (status == noErr) status = StatusOfErrno(ReadAppleDouble(outFork.Bytes(), entries));
     if (status != noErr) return status;
     for (const AppleDoubleEntry& entry : entries) {
         if (entry.id != AppleDoubleEntry::kResourceFork) continue;
@@ -69,7 +52,7 @@ OSStatus OpenDataFork(const FSRef& inFile, OpenFork& outFork) {
 // The parts of a companion but for the resource fork.
 OSStatus ReadOtherParts(const OpenFork& inCompanion, std::vector<AppleDoublePart>& outParts) {
     std::vector<AppleDoubleEntry> entries;
-    OSStatus status = ReadEntries(inCompanion, entries);
+    OSStatus status = StatusOfErrno(ReadAppleDouble(inCompanion.Bytes(), entries));
     for (const AppleDoubleEntry& entry : entries) {
         if (entry.id == AppleDoubleEntry::kResourceFork) continue;
         AppleDoublePart part = {entry.id, std::vector<UInt8>(entry.lengthBytes)};
@@ -113,35 +96,13 @@ OSStatus WriteDataFork(const FoundItem& inItem, const std::vector<UInt8>& inByte
 }  // namespace
 
 OSStatus OpenFork::Adopt(os::Descriptor inFile) {
-    *this = OpenFork();
-    os::ItemStatus status;
-    const int error = os::GetDescriptorStatus(inFile.Number(), status);
-    if (error != 0) return StatusOfErrno(error);
-    if (status.kind != os::ItemKind::kFile) return errFSForkNotFound;
-    mFile = std::move(inFile);
-    mSizeBytes = static_cast<UInt64>(status.sizeBytes);
-    mChangeNanos = status.changeNanos;
-    return noErr;
-}
-
-bool OpenFork::HasChanged() const {
-    os::ItemStatus status;
-    return IsOpen() && os::GetDescriptorStatus(mFile.Number(), status) == 0 &&
-           status.changeNanos != mChangeNanos;
-}
-
-void OpenFork::Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes) {
-    assert(inOffsetBytes <= mSizeBytes && inSizeBytes <= mSizeBytes - inOffsetBytes);
-    mOffsetBytes += inOffsetBytes;
-    mSizeBytes = inSizeBytes;
+    const int error = mBytes.Adopt(std::move(inFile));
+    return error == EINVAL ? OSStatus{errFSForkNotFound} : StatusOfErrno(error);
 }
 
 OSStatus OpenFork::Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const {
-    if (inOffsetBytes > mSizeBytes || inByteCount > mSizeBytes - inOffsetBytes) return eofErr;
-    std::size_t count = 0;
-    const int error = os::ReadAt(mFile.Number(), outBytes, inByteCount, mOffsetBytes + inOffsetBytes, count);
-    if (error != 0) return StatusOfErrno(error);
-    return count == inByteCount ? noErr : eofErr;  // cut off since it was opened
+    const int error = mBytes.Read(inOffsetBytes, outBytes, inByteCount);
+    return error == ENODATA ? OSStatus{eofErr} : StatusOfErrno(error);
 }
 
 OSStatus Open(const FSRef& inFile, Fork inFork, OpenFork& outFork) {
@@ -161,11 +122,6 @@ OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& i
     if (item.status.kind != os::ItemKind::kFile) return errFSForkNotFound;
     return inFork == Fork::kData ? WriteDataFork(item, inBytes, inHead)
                                  : WriteResourceFork(item.path, inBytes);
-}
-
-std::string CompanionPath(const std::string& inPath) {
-    const std::size_t leaf = inPath.rfind('/') + 1;
-    return inPath.substr(0, leaf) + "._" + inPath.substr(leaf);
 }
 
 }  // namespace toolbox::files

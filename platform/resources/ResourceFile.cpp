@@ -1,12 +1,13 @@
 #include "resources/ResourceFile.h"
 
-#include "os/BigEndian.h"
+#include "status/StatusOfErrno.h"
 
 #include <toolbox/MacErrors.h>
 #include <toolbox/MacMemory.h>
 #include <toolbox/Resources.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <limits>
 
@@ -28,9 +29,9 @@ void SetHandleState(const Resource& inResource) {
     if ((inResource.reference.attributes & resLocked) != 0) HLock(inResource.handle);
 }
 
-// A fork that ends before what its header tells of makes no sense.
-OSStatus Malformed(OSStatus inStatus) {
-    return inStatus == eofErr ? OSStatus{mapReadErr} : inStatus;
+// A fork that ends before what its header tells of makes no sense either.
+OSStatus StatusOfRead(int inErrno) {
+    return inErrno == ENODATA || inErrno == EBADMSG ? OSStatus{mapReadErr} : StatusOfErrno(inErrno);
 }
 
 }  // namespace
@@ -46,21 +47,10 @@ OSStatus ResourceFile::Open(const FSRef& inFile, files::Fork inFork, bool inIsRe
     return status;
 }
 
-OSStatus ResourceFile::ReadHeader() {
-    UInt8 header[kForkHeaderBytes];
-    const OSStatus status = mFork.Read(0, header, sizeof header);
-    if (status != noErr) return Malformed(status);
-    return DecodeHeader(header, mFork.SizeBytes(), mHeader) ? OSStatus{noErr} : OSStatus{mapReadErr};
-}
-
 OSStatus ResourceFile::Read() {
-    OSStatus status = ReadHeader();
-    if (status != noErr) return status;
-    std::vector<UInt8> map(std::min(mHeader.mapBytes, kMostMapBytes));
-    status = mFork.Read(mHeader.mapOffset, map.data(), map.size());
-    if (status != noErr) return Malformed(status);
     std::vector<Reference> references;
-    if (!DecodeMap(map, mAttributes, references)) return mapReadErr;
+    const int error = ReadForkMap(mFork.Bytes(), mHeader, mAttributes, references);
+    if (error != 0) return StatusOfRead(error);
     mAttributes &= kStoredFileAttributes;
     mResources.reserve(references.size());
     for (Reference& reference : references) {
@@ -85,20 +75,16 @@ void ResourceFile::SetAttributes(UInt16 inAttributes) {
 }
 
 OSStatus ResourceFile::ReadSize(const Resource& inResource, UInt32& outBytes) const {
-    const UInt32 offset = inResource.reference.dataOffset;
     if (mFork.HasChanged()) return mapReadErr;
-    if (offset > mHeader.dataBytes || mHeader.dataBytes - offset < kLengthBytes) return mapReadErr;
-    UInt8 length[kLengthBytes];
-    const OSStatus status = mFork.Read(UInt64{mHeader.dataOffset} + offset, length, sizeof length);
-    if (status != noErr) return Malformed(status);
-    outBytes = os::Load32(length);
-    const bool isInside = outBytes <= mHeader.dataBytes - offset - kLengthBytes;
-    return isInside && outBytes <= std::numeric_limits<Size>::max() ? noErr : mapReadErr;
+    UInt64 offset = 0;
+    const int error = FindForkData(mFork.Bytes(), mHeader, inResource.reference, offset, outBytes);
+    if (error != 0) return StatusOfRead(error);
+    return outBytes <= std::numeric_limits<Size>::max() ? noErr : mapReadErr;
 }
 
 OSStatus ResourceFile::ReadData(const Resource& inResource, void* outBytes, UInt32 inByteCount) const {
     const UInt64 offset = UInt64{mHeader.dataOffset} + inResource.reference.dataOffset + kLengthBytes;
-    return Malformed(mFork.Read(offset, outBytes, inByteCount));
+    return StatusOfRead(mFork.Bytes().Read(offset, outBytes, inByteCount));
 }
 
 OSStatus ResourceFile::Load(Resource& ioResource) {
@@ -178,7 +164,7 @@ OSStatus ResourceFile::Write(const Resource* inOnly) {
     // Others' changes of data alone are not the map's.
     if (inOnly == nullptr) mIsMapChanged = false;
     status = files::Open(mFile, mKind, mFork);
-    return status == noErr ? ReadHeader() : status;
+    return status == noErr ? StatusOfRead(ReadForkHeader(mFork.Bytes(), mHeader)) : status;
 }
 
 }  // namespace toolbox::resources

@@ -5,7 +5,8 @@
 
 namespace toolbox::text {
 
-// Looked up at the first call and kept; any thread may be the first.
+// Looked up at the first call and kept; UTF-8 for now while something that passes, such as a want of
+// descriptors, keeps it from being found. Any thread may be the first.
 CFStringEncoding ApplicationEncoding();
 // The next call looks it up again.
 void ForgetApplicationEncoding();

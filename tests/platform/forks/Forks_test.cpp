@@ -69,11 +69,6 @@ class ForksTest : public testing::Test {
     std::size_t mDescriptors = test_files::OpenDescriptorCount();
 };
 
-TEST_F(ForksTest, CompanionPath) {
-    EXPECT_EQ("/a/._b", CompanionPath("/a/b"));
-    EXPECT_EQ("/._b", CompanionPath("/b"));
-}
-
 TEST_F(ForksTest, DataForkIsTheFile) {
     EXPECT_EQ(noErr, ReadFork(mRef, Fork::kData, mText));
     EXPECT_EQ("the data", mText);

@@ -1,15 +1,20 @@
 #include <toolbox/CFStringEncodings.h>
 #include <toolbox/TextEncoding.h>
 
+#include "forks/Forks.h"
+#include "platform/resources/ResourcesTest.h"
+#include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/TemporaryFolder.h"
-#include "platform/resources/ResourcesTest.h"
 
 #include <text/Regions.h>
 #include <text/Text_test_access.h>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <cerrno>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <thread>
@@ -117,6 +122,64 @@ TEST_F(ApplicationEncoding, WithoutMemoryItIsUTF8UntilThereIsSome) {
     }
     EXPECT_GT(failingAllocation, 3);
     EXPECT_LT(failingAllocation, 1000);
+}
+
+// What is wanting for a moment settles nothing.
+TEST_F(ApplicationEncoding, WithoutDescriptorsItIsUTF8UntilThereAreSome) {
+    GiveResources({ImageOf(kVersion, 1, VersionOf(14))});
+    for (const int number : {EMFILE, ENFILE, ENOMEM, EIO}) {
+        for (int failing = 1;; ++failing) {
+            bool isDelivered = false;
+            TextEncoding encoding = 0;
+            {
+                const test_files::FailingCalls failure(failing, number);
+                encoding = GetApplicationTextEncoding();
+                isDelivered = failure.Delivered();
+            }
+            EXPECT_EQ(TextEncoding{kCFStringEncodingMacJapanese}, GetApplicationTextEncoding()) << failing;
+            toolbox::text::ForgetApplicationEncodingForTesting();
+            if (!isDelivered) {
+                EXPECT_EQ(TextEncoding{kCFStringEncodingMacJapanese}, encoding);
+                EXPECT_GT(failing, 6);
+                break;
+            }
+            ASSERT_LT(failing, 100);
+        }
+    }
+}
+
+// It is in the resource fork of the program itself, if that has one.
+TEST_F(ApplicationEncoding, OfTheProgramsOwnFork) {
+    GiveResources({ImageOf(kVersion, 1, VersionOf(20))});
+    const FSRef program = RefOf(mFolder / "application");
+    using toolbox::files::Fork;
+    ASSERT_EQ(noErr, WriteFork(program, Fork::kResource, ForkOf({ImageOf(kVersion, 1, VersionOf(14))})));
+    EXPECT_EQ(TextEncoding{kCFStringEncodingMacJapanese}, GetApplicationTextEncoding());
+    toolbox::text::ForgetApplicationEncodingForTesting();
+    ASSERT_EQ(noErr, WriteFork(program, Fork::kResource, ForkOf({ImageOf(kText, 1, "text")})));
+    EXPECT_EQ(kCFStringEncodingUTF8, GetApplicationTextEncoding()) << "and there alone";
+}
+
+TEST_F(ApplicationEncoding, ForksThatCannotBeReadCountAsAbsent) {
+    GiveResources({ImageOf(kVersion, 1, VersionOf(14))});
+    mFolder.MakeFile("._application", "no companion");
+    EXPECT_EQ(TextEncoding{kCFStringEncodingMacJapanese}, GetApplicationTextEncoding());
+    toolbox::text::ForgetApplicationEncodingForTesting();
+    MakeFileOf("application.rsrc", std::vector<UInt8>(100, 'x'));
+    EXPECT_EQ(kCFStringEncodingUTF8, GetApplicationTextEncoding());
+    GiveResources({ImageOf(kVersion, 1, VersionOf(14))});
+    EXPECT_EQ(kCFStringEncodingUTF8, GetApplicationTextEncoding()) << "that was a final answer";
+    toolbox::text::ForgetApplicationEncodingForTesting();
+    std::filesystem::remove(mFolder / "application.rsrc");
+    ASSERT_EQ(0, mkfifo((mFolder / "application.rsrc").c_str(), 0600));
+    EXPECT_EQ(kCFStringEncodingUTF8, GetApplicationTextEncoding()) << "without waiting for a writer";
+}
+
+TEST_F(ApplicationEncoding, KeepsNothingOpen) {
+    GiveResources({ImageOf(kVersion, 1, VersionOf(14))});
+    const std::size_t before = test_files::OpenDescriptorCount();
+    EXPECT_EQ(TextEncoding{kCFStringEncodingMacJapanese}, GetApplicationTextEncoding());
+    EXPECT_EQ(before, test_files::OpenDescriptorCount());
 }
 
 TEST_F(ApplicationEncoding, FirstCallOnSeveralThreads) {

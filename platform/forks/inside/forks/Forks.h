@@ -3,7 +3,7 @@
 // with nothing left open.
 #pragma once
 
-#include "os/Descriptor.h"
+#include "os/FileRange.h"
 #include "os/Replace.h"
 
 #include <toolbox/Files.h>
@@ -20,28 +20,23 @@ enum class Fork { kData, kResource };
 // Bytes of an open file, as many as there were when it was opened. One thread at a time.
 class OpenFork {
   public:
-    OpenFork() = default;
-    OpenFork(OpenFork&&) = default;
-    OpenFork& operator=(OpenFork&&) = default;
-
     // The whole of an open file. errFSForkNotFound when it is none; nothing is open on failure.
     [[nodiscard]] OSStatus Adopt(os::Descriptor inFile);
     // From now on these bytes only, which must be inside.
-    void Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes);
+    void Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes) { mBytes.Narrow(inOffsetBytes, inSizeBytes); }
 
-    bool IsOpen() const { return mFile.IsOpen(); }
-    UInt64 SizeBytes() const { return mSizeBytes; }
+    bool IsOpen() const { return mBytes.IsOpen(); }
+    UInt64 SizeBytes() const { return mBytes.SizeBytes(); }
     // Exactly inByteCount bytes; eofErr when the fork ends before. Bytes after a failure are unspecified.
     [[nodiscard]] OSStatus Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const;
     // Whether the file was written or cut since it was opened, as far as its times tell. False while
     // they cannot be had.
-    bool HasChanged() const;
+    bool HasChanged() const { return mBytes.HasChanged(); }
+    // For the readers of formats.
+    const os::FileRange& Bytes() const { return mBytes; }
 
   private:
-    os::Descriptor mFile;
-    UInt64 mOffsetBytes = 0;  // in the file
-    UInt64 mSizeBytes = 0;
-    std::int64_t mChangeNanos = 0;
+    os::FileRange mBytes;
 };
 
 // errFSForkNotFound when there is no resource fork, ioErr when the companion is no AppleDouble file. outFork
@@ -53,8 +48,5 @@ class OpenFork {
 // that is no AppleDouble file, which stays as it is.
 [[nodiscard]] OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& inBytes,
                                  const os::MovableHead& inHead = {});
-
-// The path of the companion of the item at inPath.
-std::string CompanionPath(const std::string& inPath);
 
 }  // namespace toolbox::files

@@ -11,7 +11,10 @@
 
 #include <toolbox/MacTypes.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstddef>
+#include <string>
 #include <vector>
 
 namespace toolbox::files {
@@ -41,9 +44,26 @@ std::size_t AppleDoubleHeaderSize(const UInt8* inBytes);
 bool DecodeAppleDouble(const UInt8* inBytes, std::size_t inByteCount, UInt64 inFileBytes,
                        std::vector<AppleDoubleEntry>& outEntries);
 
+// Reads the entries of a companion file from what has SizeBytes() and Read(offset, bytes, count), which
+// answers 0 or an errno. EBADMSG, or ENODATA, when it is none.
+template <typename Source>
+[[nodiscard]] int ReadAppleDouble(const Source& inSource, std::vector<AppleDoubleEntry>& outEntries) {
+    std::vector<UInt8> header(kAppleDoubleHeaderBytes);
+    int error = inSource.Read(0, header.data(), header.size());
+    if (error != 0) return error;
+    header.resize(std::max(AppleDoubleHeaderSize(header.data()), kAppleDoubleHeaderBytes));
+    error = inSource.Read(0, header.data(), header.size());
+    if (error != 0) return error;
+    const bool isGood = DecodeAppleDouble(header.data(), header.size(), inSource.SizeBytes(), outEntries);
+    return isGood ? 0 : EBADMSG;
+}
+
 // A companion file of these parts, in this order but for the resource fork, which comes last: what other
 // systems keep in the Finder information may tell offsets in the file, and a fork that grows must not move
 // it. False when it is longer than the format can tell.
 bool EncodeAppleDouble(const std::vector<AppleDoublePart>& inParts, std::vector<UInt8>& outBytes);
+
+// The path of the companion of the item at inPath.
+std::string CompanionPath(const std::string& inPath);
 
 }  // namespace toolbox::files

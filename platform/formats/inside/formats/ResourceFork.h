@@ -16,10 +16,13 @@
 // Every number is big-endian. Nothing is promised about the order of the lists.
 #pragma once
 
+#include "os/BigEndian.h"
 #include "os/Replace.h"
 
 #include <toolbox/MacTypes.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <span>
 #include <string>
@@ -59,6 +62,41 @@ os::MovableHead HeadOfFork();
 // Offsets in the data are not looked at.
 bool DecodeMap(std::span<const UInt8> inMap, UInt16& outFileAttributes,
                std::vector<Reference>& outReferences);
+
+// These read a fork from what has SizeBytes() and Read(offset, bytes, count), which answers 0 or an errno.
+// EBADMSG, or ENODATA, when the fork makes no sense.
+template <typename Source>
+[[nodiscard]] int ReadForkHeader(const Source& inFork, ForkHeader& outHeader) {
+    UInt8 header[kForkHeaderBytes];
+    const int error = inFork.Read(0, header, sizeof header);
+    if (error != 0) return error;
+    return DecodeHeader(header, inFork.SizeBytes(), outHeader) ? 0 : EBADMSG;
+}
+
+template <typename Source>
+[[nodiscard]] int ReadForkMap(const Source& inFork, ForkHeader& outHeader, UInt16& outFileAttributes,
+                              std::vector<Reference>& outReferences) {
+    int error = ReadForkHeader(inFork, outHeader);
+    if (error != 0) return error;
+    std::vector<UInt8> map(std::min(outHeader.mapBytes, kMostMapBytes));
+    error = inFork.Read(outHeader.mapOffset, map.data(), map.size());
+    if (error != 0) return error;
+    return DecodeMap(map, outFileAttributes, outReferences) ? 0 : EBADMSG;
+}
+
+// How many bytes a resource has, and where they are in the fork.
+template <typename Source>
+[[nodiscard]] int FindForkData(const Source& inFork, const ForkHeader& inHeader, const Reference& inReference,
+                               UInt64& outOffset, UInt32& outByteCount) {
+    const UInt32 offset = inReference.dataOffset;
+    if (offset > inHeader.dataBytes || inHeader.dataBytes - offset < kLengthBytes) return EBADMSG;
+    UInt8 length[kLengthBytes];
+    const int error = inFork.Read(UInt64{inHeader.dataOffset} + offset, length, sizeof length);
+    if (error != 0) return error;
+    outOffset = UInt64{inHeader.dataOffset} + offset + kLengthBytes;
+    outByteCount = os::Load32(length);
+    return outByteCount <= inHeader.dataBytes - offset - kLengthBytes ? 0 : EBADMSG;
+}
 
 // A resource to be written. dataOffset of the reference is an output.
 struct Image {

@@ -57,7 +57,6 @@ class ResourceFile {
     ResourceFile(const FSRef& inFile, files::Fork inFork, bool inIsReadOnly)
         : mFile(inFile), mKind(inFork), mIsReadOnly(inIsReadOnly) {}
     [[nodiscard]] OSStatus Read();
-    [[nodiscard]] OSStatus ReadHeader();
     [[nodiscard]] OSStatus Collect(const Resource* inOnly, std::vector<Image>& outImages,
                                    std::vector<Resource*>& outWritten) const;
     [[nodiscard]] OSStatus CollectData(const Resource& inResource, bool inIsFromHandle,
