@@ -8,6 +8,7 @@
 #include "Promise.h"
 #include "SoundStart.h"
 #include "decoder/SoundDecoder.h"
+#include "os/BigEndian.h"
 
 #include <toolbox/MacErrors.h>
 #include <toolbox/MovieTags.h>
@@ -37,11 +38,6 @@ constexpr std::int64_t kMaxFrames = std::int64_t{1} << 48;
 std::int64_t LittleEndian32(const std::uint8_t* inBytes) {
     return inBytes[0] | std::int64_t{inBytes[1]} << 8 | std::int64_t{inBytes[2]} << 16 |
            std::int64_t{inBytes[3]} << 24;
-}
-
-std::uint32_t BigEndian32(const std::uint8_t* inBytes) {
-    return std::uint32_t{inBytes[0]} << 24 | std::uint32_t{inBytes[1]} << 16 |
-           std::uint32_t{inBytes[2]} << 8 | inBytes[3];
 }
 
 // The length of each packet by decoding all of them.
@@ -234,7 +230,7 @@ OSStatus Survey::AddSound(const AVPacket& inPacket) {
     mSpan.frameCount += frames;
     mLastFrames = frames;
     mLastBytes = static_cast<std::size_t>(inPacket.size);
-    mLastHead = inPacket.size < 4 ? 0 : BigEndian32(inPacket.data);
+    mLastHead = inPacket.size < 4 ? 0 : os::Load32(inPacket.data);
     return noErr;
 }
 

@@ -46,16 +46,16 @@ bool BoxWalk::Next(Box& outBox) {
     if (mEnd - mPosition < kHeaderBytes) return false;
     const std::uint8_t* header = mFile.At(mPosition, kHeaderBytes);
     if (header == nullptr) return false;
-    std::uint64_t sizeBytes = BigEndian32(header);
+    std::uint64_t sizeBytes = os::Load32(header);
     std::int64_t headerBytes = kHeaderBytes;
-    outBox.type = BigEndian32(header + 4);
+    outBox.type = os::Load32(header + 4);
     const auto leftBytes = static_cast<std::uint64_t>(mEnd - mPosition);
     if (sizeBytes == 0) {
         sizeBytes = leftBytes;
     } else if (sizeBytes == 1) {
         header = mEnd - mPosition < kLargeHeaderBytes ? nullptr : mFile.At(mPosition, kLargeHeaderBytes);
         if (header == nullptr) return false;
-        sizeBytes = BigEndian64(header + 8);
+        sizeBytes = os::Load64(header + 8);
         headerBytes = kLargeHeaderBytes;
     }
     if (outBox.type == 0 || sizeBytes < static_cast<std::uint64_t>(headerBytes)) return false;
@@ -103,7 +103,7 @@ TableReader OpenTable(BoxFile& ioFile, const Box& inBox, std::uint32_t inEntryBy
     if (!inBox.Exists() || inBox.ContentSizeBytes() < fields::kEntries) return TableReader();
     const std::uint8_t* const head = ioFile.At(inBox.contentBytes, fields::kEntries);
     if (head == nullptr) return TableReader();
-    const std::uint32_t count = BigEndian32(head + fields::kEntryCount);
+    const std::uint32_t count = os::Load32(head + fields::kEntryCount);
     return TableReader(ioFile, inBox, inBox.contentBytes + fields::kEntries, count, inEntryBytes);
 }
 

@@ -4,6 +4,7 @@
 // For one thread. Whatever a file claims, nothing outside the parent box or the file is touched.
 #pragma once
 
+#include "os/BigEndian.h"
 #include "track/MediaFile.h"
 
 #include <cstddef>
@@ -17,16 +18,6 @@ constexpr OSType BoxType(const char (&inName)[5]) {
     for (int i = 0; i < 4; ++i)
         type = type << 8 | static_cast<std::uint8_t>(inName[i]);
     return type;
-}
-
-inline std::uint16_t BigEndian16(const std::uint8_t* inBytes) {
-    return static_cast<std::uint16_t>(inBytes[0] << 8 | inBytes[1]);
-}
-inline std::uint32_t BigEndian32(const std::uint8_t* inBytes) {
-    return std::uint32_t{BigEndian16(inBytes)} << 16 | BigEndian16(inBytes + 2);
-}
-inline std::uint64_t BigEndian64(const std::uint8_t* inBytes) {
-    return std::uint64_t{BigEndian32(inBytes)} << 32 | BigEndian32(inBytes + 4);
 }
 
 // The file's bytes by position.

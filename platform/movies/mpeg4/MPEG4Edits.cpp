@@ -75,10 +75,10 @@ std::vector<MPEG4Edit> ReadEditList(BoxFile& ioFile, const Box& inEditList) {
     TableReader table = OpenTable(ioFile, inEditList, isLarge ? fields::kLargeEditBytes : fields::kEditBytes);
     while (const std::uint8_t* const entry = table.NextEntry()) {
         MPEG4Edit edit;
-        edit.lengthUnits = isLarge ? BigEndian64(entry) : BigEndian32(entry);
+        edit.lengthUnits = isLarge ? os::Load64(entry) : os::Load32(entry);
         edit.mediaTime =
-            isLarge ? static_cast<std::int64_t>(BigEndian64(entry + fields::kLargeEditMediaTime))
-                    : std::int64_t{static_cast<std::int32_t>(BigEndian32(entry + fields::kEditMediaTime))};
+            isLarge ? static_cast<std::int64_t>(os::Load64(entry + fields::kLargeEditMediaTime))
+                    : std::int64_t{static_cast<std::int32_t>(os::Load32(entry + fields::kEditMediaTime))};
         if (edit.mediaTime < 0) edit.mediaTime = MPEG4Edit::kEmpty;
         edits.push_back(edit);
     }

@@ -37,11 +37,11 @@ class Fields {
 
     std::uint32_t Take32() {
         const std::uint8_t* const bytes = Take(4);
-        return bytes == nullptr ? 0 : BigEndian32(bytes);
+        return bytes == nullptr ? 0 : os::Load32(bytes);
     }
     std::uint64_t Take64() {
         const std::uint8_t* const bytes = Take(8);
-        return bytes == nullptr ? 0 : BigEndian64(bytes);
+        return bytes == nullptr ? 0 : os::Load64(bytes);
     }
     std::int64_t Position() const { return mPosition; }
     bool AreCut() const { return mAreCut; }
@@ -149,10 +149,10 @@ class TrackFragmentReader {
         std::uint32_t durationUnits = mDefaults.durationUnits;
         std::uint32_t sizeBytes = mDefaults.sizeBytes;
         if ((inFlags & kHasDurations) != 0) {
-            durationUnits = BigEndian32(next);
+            durationUnits = os::Load32(next);
             next += 4;
         }
-        if ((inFlags & kHasSizes) != 0) sizeBytes = BigEndian32(next);
+        if ((inFlags & kHasSizes) != 0) sizeBytes = os::Load32(next);
         return Add(1, durationUnits, sizeBytes);
     }
 

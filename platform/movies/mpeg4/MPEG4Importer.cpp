@@ -35,7 +35,7 @@ bool IsQuickTime(BoxFile& ioFile, const Box& inFirst) {
     if (inFirst.type != BoxType("ftyp")) return true;
     const std::uint8_t* const brand =
         inFirst.ContentSizeBytes() < 4 ? nullptr : ioFile.At(inFirst.contentBytes, 4);
-    return brand != nullptr && BigEndian32(brand) == BoxType("qt  ");
+    return brand != nullptr && os::Load32(brand) == BoxType("qt  ");
 }
 
 class MovieReader {

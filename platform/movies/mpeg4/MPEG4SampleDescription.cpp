@@ -62,19 +62,19 @@ bool ReadEntry(BoxFile& ioFile, const Box& inBox, std::uint8_t inBoxVersion, Sou
     if (sizeBytes < fields::kSoundEntryBytes) return false;
     const std::uint8_t* const bytes = ioFile.At(inBox.startBytes, static_cast<std::size_t>(wanted));
     if (bytes == nullptr) return false;
-    const std::uint16_t version = BigEndian16(bytes + fields::kSoundVersion);
-    outEntry.channelCount = BigEndian16(bytes + fields::kChannelCount);
-    outEntry.bitsPerSample = BigEndian16(bytes + fields::kSampleSizeBits);
-    outEntry.rateHz = BigEndian32(bytes + fields::kSampleRate) >> 16;
+    const std::uint16_t version = os::Load16(bytes + fields::kSoundVersion);
+    outEntry.channelCount = os::Load16(bytes + fields::kChannelCount);
+    outEntry.bitsPerSample = os::Load16(bytes + fields::kSampleSizeBits);
+    outEntry.rateHz = os::Load32(bytes + fields::kSampleRate) >> 16;
     outEntry.childrenBytes = inBox.startBytes + fields::kSoundEntryBytes;
     if (version == 1 && inBoxVersion == 0) {
         outEntry.childrenBytes += fields::kSoundVersion1Bytes;
     } else if (version == 2 && wanted == fields::kSoundEntryBytes + fields::kSoundVersion2Bytes) {
-        outEntry.rateHz = RateOfDouble(BigEndian64(bytes + fields::kSoundRate64));
+        outEntry.rateHz = RateOfDouble(os::Load64(bytes + fields::kSoundRate64));
         outEntry.channelCount = static_cast<std::uint16_t>(
-            std::min<std::uint32_t>(BigEndian32(bytes + fields::kSoundChannels32), 65535));
-        outEntry.bitsPerSample = static_cast<std::uint16_t>(BigEndian32(bytes + fields::kSoundBits32));
-        const std::uint32_t structBytes = BigEndian32(bytes + fields::kSoundStructSize);
+            std::min<std::uint32_t>(os::Load32(bytes + fields::kSoundChannels32), 65535));
+        outEntry.bitsPerSample = static_cast<std::uint16_t>(os::Load32(bytes + fields::kSoundBits32));
+        const std::uint32_t structBytes = os::Load32(bytes + fields::kSoundStructSize);
         outEntry.childrenBytes =
             inBox.startBytes +
             std::max<std::int64_t>(structBytes, fields::kSoundEntryBytes + fields::kSoundVersion2Bytes);
@@ -209,7 +209,7 @@ void DescribeAC3(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& io
     // AC3SpecificBox, ETSI TS 102 366, F.4: fscod 2 bits, bsid 5, bsmod 3, acmod 3, lfeon 1, ...
     const auto bytes = CopyBytes(ioFile, inConfig.contentBytes, inConfig.endBytes);
     if (bytes.size() < 3) return;
-    const std::uint32_t bits = BigEndian16(bytes.data());
+    const std::uint32_t bits = os::Load16(bytes.data());
     ioDescription.format.channelCount = ChannelsOfMode(bits >> 3, bits >> 2 & 1);
 }
 
@@ -219,7 +219,7 @@ void DescribeEAC3(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& i
     // 2 others, bsmod 3, acmod 3, lfeon 1, ... What dependent substreams add is told by the decoder.
     const auto bytes = CopyBytes(ioFile, inConfig.contentBytes, inConfig.endBytes);
     if (bytes.size() < 5) return;
-    const std::uint32_t bits = BigEndian16(&bytes[2]);
+    const std::uint32_t bits = os::Load16(&bytes[2]);
     ioDescription.format.channelCount = ChannelsOfMode(bits >> 1, bits & 1);
 }
 
@@ -236,11 +236,10 @@ void DescribeALAC(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& i
         ioDescription.format.decodable = noCodecErr;
         return;
     }
-    ioDescription.format.nominalPacketFrames = BigEndian32(&bytes[kFrameLength]);
+    ioDescription.format.nominalPacketFrames = os::Load32(&bytes[kFrameLength]);
     ioDescription.format.bitsPerSample = bytes[kBitDepth];
     ioDescription.format.channelCount = bytes[kNumChannels];
-    if (const std::uint32_t rateHz = BigEndian32(&bytes[kSampleRate]);
-        rateHz != 0 && rateHz <= kHighestRateHz)
+    if (const std::uint32_t rateHz = os::Load32(&bytes[kSampleRate]); rateHz != 0 && rateHz <= kHighestRateHz)
         ioDescription.format.sampleRateHz = rateHz;
     ioDescription.format.decoderConfig = std::move(bytes);
 }
@@ -258,7 +257,7 @@ void DescribeOpus(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& i
         return;
     }
     ioDescription.format.channelCount = bytes[1];
-    ioDescription.delayFrames = BigEndian16(&bytes[2]);
+    ioDescription.delayFrames = os::Load16(&bytes[2]);
     // The decoder wants the header that Ogg has: a name in front, version 1, and the numbers little-endian.
     std::vector<std::uint8_t> header = {'O',      'p',      'u',      's',      'H',      'e',
                                         'a',      'd',      1,        bytes[1], bytes[3], bytes[2],
@@ -280,13 +279,13 @@ void DescribeFLAC(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& i
     }
     // STREAMINFO, RFC 9639, 8.2: least and most samples of a block in 16 bits each, sizes of frames in 24
     // each; then rate 20 bits, channels - 1 in 3, depth - 1 in 5, ...
-    const std::uint32_t bits = BigEndian32(&info[10]);
+    const std::uint32_t bits = os::Load32(&info[10]);
     if (const std::uint32_t rateHz = bits >> 12; rateHz != 0 && rateHz <= kHighestRateHz)
         ioDescription.format.sampleRateHz = rateHz;
     ioDescription.format.channelCount = static_cast<std::uint16_t>((bits >> 9 & 7) + 1);
     ioDescription.format.bitsPerSample = static_cast<std::uint16_t>((bits >> 4 & 31) + 1);
-    if (BigEndian16(info.data()) == BigEndian16(&info[2]))
-        ioDescription.format.nominalPacketFrames = BigEndian16(info.data());
+    if (os::Load16(info.data()) == os::Load16(&info[2]))
+        ioDescription.format.nominalPacketFrames = os::Load16(info.data());
     ioDescription.format.decoderConfig = std::move(info);
 }
 
@@ -330,7 +329,7 @@ MPEG4SoundDescription Describe(BoxFile& ioFile, const SoundEntry& inEntry) {
         const std::uint8_t* const original = boxes.originalFormat.ContentSizeBytes() < 4
                                                  ? nullptr
                                                  : ioFile.At(boxes.originalFormat.contentBytes, 4);
-        codec = original == nullptr ? kMPEG4Audio : BigEndian32(original);
+        codec = original == nullptr ? kMPEG4Audio : os::Load32(original);
     }
     DescribeCodec(ioFile, inEntry, codec, boxes, description);
     if (isProtected) {
@@ -349,7 +348,7 @@ std::vector<MPEG4SoundDescription> ReadSoundDescriptions(BoxFile& ioFile, const 
     const std::uint8_t* const head = ioFile.At(inDescriptions.contentBytes, fields::kEntries);
     if (head == nullptr) return descriptions;
     const std::uint8_t version = head[0];
-    const std::uint32_t count = std::min(BigEndian32(head + fields::kEntryCount), kMostDescriptions);
+    const std::uint32_t count = std::min(os::Load32(head + fields::kEntryCount), kMostDescriptions);
     BoxWalk walk(ioFile, inDescriptions.contentBytes + fields::kEntries, inDescriptions.endBytes);
     for (Box box; descriptions.size() < count && walk.Next(box);) {
         SoundEntry entry;

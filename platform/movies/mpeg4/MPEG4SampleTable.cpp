@@ -48,8 +48,8 @@ class PacketSizes {
                                              : ioFile.At(inBox.contentBytes, fields::kSizesHeadBytes);
         if (head == nullptr) return;
         mIsThere = true;
-        mConstantBytes = BigEndian32(head + fields::kSampleSize);
-        mCount = BigEndian32(head + fields::kSampleCount);
+        mConstantBytes = os::Load32(head + fields::kSampleSize);
+        mCount = os::Load32(head + fields::kSampleCount);
         mBits = 32;
         if (mConstantBytes == 0) OpenListed(ioFile, inBox, inBox.contentBytes + fields::kSizesHeadBytes);
     }
@@ -60,7 +60,7 @@ class PacketSizes {
                                              : ioFile.At(inBox.contentBytes, fields::kSizesHeadBytes);
         if (head == nullptr) return;
         mBits = head[fields::kFieldSize];
-        mCount = BigEndian32(head + fields::kSampleCount);
+        mCount = os::Load32(head + fields::kSampleCount);
         mIsThere = mBits == 4 || mBits == 8 || mBits == 16;
         if (mIsThere) OpenListed(ioFile, inBox, inBox.contentBytes + fields::kSizesHeadBytes);
     }
@@ -96,10 +96,10 @@ class PacketSizes {
                 mBuffer[inIndex] = inEntries[inIndex];
                 break;
             case 16:
-                mBuffer[inIndex] = BigEndian16(inEntries + std::size_t{2} * inIndex);
+                mBuffer[inIndex] = os::Load16(inEntries + std::size_t{2} * inIndex);
                 break;
             default:
-                mBuffer[inIndex] = BigEndian32(inEntries + std::size_t{4} * inIndex);
+                mBuffer[inIndex] = os::Load32(inEntries + std::size_t{4} * inIndex);
         }
     }
 
@@ -137,10 +137,10 @@ class ChunkOffsets {
         const std::uint8_t* const entries = mTable.NextEntries(kBufferedOffsets, &mBuffered);
         if (entries == nullptr) return false;
         for (std::uint32_t i = 0; i < mBuffered; ++i)
-            mBuffer[i] =
-                mIsLarge ? static_cast<std::int64_t>(
-                               BigEndian64(entries + std::size_t{fields::kLargeChunkOffsetBytes} * i))
-                         : std::int64_t{BigEndian32(entries + std::size_t{fields::kChunkOffsetBytes} * i)};
+            mBuffer[i] = mIsLarge
+                             ? static_cast<std::int64_t>(
+                                   os::Load64(entries + std::size_t{fields::kLargeChunkOffsetBytes} * i))
+                             : std::int64_t{os::Load32(entries + std::size_t{fields::kChunkOffsetBytes} * i)};
         return true;
     }
 
@@ -163,11 +163,11 @@ std::vector<ChunkRun> ReadChunkRuns(BoxFile& ioFile, const Box& inParent) {
     std::uint32_t count = 0;
     while (const std::uint8_t* entries = table.NextEntries(table.CountLeft(), &count)) {
         for (std::uint32_t i = 0; i < count; ++i, entries += fields::kChunkRunBytes) {
-            const std::uint32_t chunk = BigEndian32(entries + fields::kFirstChunk);
-            const std::uint32_t description = BigEndian32(entries + fields::kDescriptionIndex);
+            const std::uint32_t chunk = os::Load32(entries + fields::kFirstChunk);
+            const std::uint32_t description = os::Load32(entries + fields::kDescriptionIndex);
             // What does not come later than the run before has no chunks of its own.
             if (chunk == 0 || (!runs.empty() && chunk - 1 <= runs.back().firstChunk)) continue;
-            const ChunkRun run = {chunk - 1, BigEndian32(entries + fields::kSamplesPerChunk),
+            const ChunkRun run = {chunk - 1, os::Load32(entries + fields::kSamplesPerChunk),
                                   description == 0 ? 0 : description - 1};
             // Some writers give every chunk an entry, though it says what the one before said.
             const bool isNews = runs.empty() || run.packetsPerChunk != runs.back().packetsPerChunk ||
@@ -255,8 +255,8 @@ class SampleTableReader {
             const std::uint8_t* const entry = table.NextEntry();
             if (entry == nullptr) break;
             const std::uint32_t count =
-                std::min(BigEndian32(entry + fields::kTimeCount), packetCount - packet);
-            if (!mMedia.AppendTimes(packet, count, BigEndian32(entry + fields::kTimeDelta))) return false;
+                std::min(os::Load32(entry + fields::kTimeCount), packetCount - packet);
+            if (!mMedia.AppendTimes(packet, count, os::Load32(entry + fields::kTimeDelta))) return false;
             packet += count;
         }
         // A table that ends early goes on as it was; one that is missing leaves it to the packets' nominal
@@ -285,7 +285,7 @@ std::int64_t SumOfDurations(BoxFile& ioFile, const Box& inSampleTable) {
     std::uint64_t sumUnits = 0;
     while (const std::uint8_t* const entry = table.NextEntry()) {
         const std::uint64_t units =
-            std::uint64_t{BigEndian32(entry + fields::kTimeCount)} * BigEndian32(entry + fields::kTimeDelta);
+            std::uint64_t{os::Load32(entry + fields::kTimeCount)} * os::Load32(entry + fields::kTimeDelta);
         if (units > static_cast<std::uint64_t>(kLongestMedia) - sumUnits) return kLongestMedia;
         sumUnits += units;
     }

@@ -40,16 +40,16 @@ constexpr TagName kTagNames[] = {{BoxType("\xA9nam"), kMovieTagTitle},
 std::int64_t MetadataChildrenBytes(BoxFile& ioFile, const Box& inMetadata) {
     if (inMetadata.ContentSizeBytes() < 8) return inMetadata.endBytes;
     const std::uint8_t* const bytes = ioFile.At(inMetadata.contentBytes, 8);
-    const bool isPlain = bytes != nullptr && BigEndian32(bytes + 4) == BoxType("hdlr");
+    const bool isPlain = bytes != nullptr && os::Load32(bytes + 4) == BoxType("hdlr");
     return inMetadata.contentBytes + (isPlain ? 0 : kVersionBytes);
 }
 
 // Two numbers of 16 bits, of the track and of all, behind two bytes of nothing.
 std::string TrackNumber(const std::uint8_t* inValue, std::int64_t inByteCount) {
-    if (inByteCount < 4 || BigEndian16(inValue + 2) == 0) return {};
-    std::string text = std::to_string(BigEndian16(inValue + 2));
-    if (inByteCount >= 6 && BigEndian16(inValue + 4) != 0)
-        text += '/' + std::to_string(BigEndian16(inValue + 4));
+    if (inByteCount < 4 || os::Load16(inValue + 2) == 0) return {};
+    std::string text = std::to_string(os::Load16(inValue + 2));
+    if (inByteCount >= 6 && os::Load16(inValue + 4) != 0)
+        text += '/' + std::to_string(os::Load16(inValue + 4));
     return text;
 }
 
@@ -62,7 +62,7 @@ std::string ValueOf(BoxFile& ioFile, const Box& inItem) {
     if (bytes == nullptr) return {};
     const std::uint8_t* const value = bytes + kDataHeadBytes;
     if (inItem.type == BoxType("trkn")) return TrackNumber(value, byteCount);
-    if (BigEndian32(bytes) != kUTF8) return {};
+    if (os::Load32(bytes) != kUTF8) return {};
     return std::string(value, std::find(value, value + byteCount, 0));
 }
 

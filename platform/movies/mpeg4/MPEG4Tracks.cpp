@@ -30,8 +30,8 @@ std::uint32_t NumberAfterTimes(BoxFile& ioFile, const Box& inBox) {
     const std::uint8_t* const bytes = ioFile.At(
         inBox.contentBytes, static_cast<std::size_t>(std::min(inBox.ContentSizeBytes(), kLargeEnd)));
     if (bytes == nullptr) return 0;
-    if (bytes[0] != 1) return BigEndian32(bytes + fields::kBehindTimes);
-    return inBox.ContentSizeBytes() < kLargeEnd ? 0 : BigEndian32(bytes + fields::kBehindLargeTimes);
+    if (bytes[0] != 1) return os::Load32(bytes + fields::kBehindTimes);
+    return inBox.ContentSizeBytes() < kLargeEnd ? 0 : os::Load32(bytes + fields::kBehindLargeTimes);
 }
 
 // Three letters of five bits each. Numbers below the least of letters are QuickTime's own and name no ISO
@@ -44,7 +44,7 @@ std::string LanguageOf(BoxFile& ioFile, const Box& inMediaHeader) {
     if (inMediaHeader.ContentSizeBytes() < offsetBytes + 2) return {};
     const std::uint8_t* const bytes = ioFile.At(inMediaHeader.contentBytes + offsetBytes, 2);
     if (bytes == nullptr) return {};
-    const std::uint32_t packed = BigEndian16(bytes);
+    const std::uint32_t packed = os::Load16(bytes);
     std::string language;
     for (int shift = 10; shift >= 0; shift -= 5) {
         const char letter = static_cast<char>(0x60 + (packed >> shift & 31));
@@ -73,7 +73,7 @@ OSType HandlerOf(BoxFile& ioFile, const Box& inMedia) {
     const std::uint8_t* const bytes = handler.ContentSizeBytes() < fields::kHandlerBytes
                                           ? nullptr
                                           : ioFile.At(handler.contentBytes, fields::kHandlerBytes);
-    return bytes == nullptr ? 0 : BigEndian32(bytes + fields::kHandlerType);
+    return bytes == nullptr ? 0 : os::Load32(bytes + fields::kHandlerType);
 }
 
 void ReadTrackHeader(BoxFile& ioFile, const Box& inHeader, MPEG4Track& ioTrack) {
@@ -92,7 +92,7 @@ void CollectChapterTracks(BoxFile& ioFile, const Box& inReferences, std::vector<
     TableReader table(ioFile, chapters, chapters.contentBytes, std::numeric_limits<std::uint32_t>::max(), 4);
     while (const std::uint8_t* const entry = table.NextEntry()) {
         if (ioIDs.size() >= kMostTracks) return;
-        ioIDs.push_back(BigEndian32(entry));
+        ioIDs.push_back(os::Load32(entry));
     }
 }
 

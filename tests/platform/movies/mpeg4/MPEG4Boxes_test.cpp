@@ -154,7 +154,7 @@ std::uint32_t EntriesOf(const FileBytes& inBytes, std::uint32_t inEntryBytes, st
     std::uint32_t count = 0;
     *outSum = 0;
     while (const std::uint8_t* const entry = table.NextEntry()) {
-        *outSum += BigEndian32(entry);
+        *outSum += os::Load32(entry);
         ++count;
     }
     return count;
