@@ -8,6 +8,7 @@
 #include <toolbox/Files.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/SoundReport.h>
+#include <toolbox/StatusText.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -69,7 +70,8 @@ auto Guarded(JNIEnv* inEnv, jclass inReader, Body inBody) -> decltype(inBody()) 
     try {
         return inBody();
     } catch (LException const& failure) {
-        Raise(inEnv, inReader, static_cast<OSStatus>(failure.GetErrorCode()), "");
+        const auto status = static_cast<OSStatus>(failure.GetErrorCode());
+        Raise(inEnv, inReader, status, GetStatusText(status));
     } catch (std::bad_alloc const&) {
         inEnv->ThrowNew(sJava.outOfMemory, "no native memory left");
     } catch (...) {
@@ -78,13 +80,13 @@ auto Guarded(JNIEnv* inEnv, jclass inReader, Body inBody) -> decltype(inBody()) 
     return decltype(inBody())();
 }
 
-// Why opening failed, for people. What the toolbox has to say is of the last movie that was asked for, and
-// for a path that leads nowhere none was.
+// Why opening failed, for people. What the toolbox has to say of opening is of the last movie that was asked
+// for, and for a path that leads nowhere none was.
 std::string_view ReasonNotOpened(const char* inPath, OSStatus inStatus) {
     FSRef file;
     if (inStatus == memFullErr ||
         FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath), &file, nullptr) != noErr) {
-        return {};
+        return GetStatusText(inStatus);
     }
     return GetMovieOpenErrorText();
 }

@@ -2,9 +2,17 @@
 
 #include <toolbox/MacErrors.h>
 
+#include <string.h>
+
 #include <cerrno>
 
 namespace toolbox {
+
+namespace {
+
+thread_local int tOtherError = 0;
+
+}  // namespace
 
 OSStatus StatusOfErrno(int inErrno) {
     switch (inErrno) {
@@ -49,9 +57,23 @@ OSStatus StatusOfErrno(int inErrno) {
             return paramErr;
         case ECANCELED:
             return userCanceledErr;
+        // What a file holds makes no sense: no error of the system.
+        case EBADMSG:
+        case ENODATA:
+            return ioErr;
         default:
+            tOtherError = inErrno;
             return ioErr;
     }
+}
+
+void ForgetSystemError() {
+    tOtherError = 0;
+}
+
+const char* SystemErrorText(OSStatus inStatus) {
+    const char* const text = inStatus == ioErr && tOtherError != 0 ? strerrordesc_np(tOtherError) : nullptr;
+    return text == nullptr ? "" : text;
 }
 
 }  // namespace toolbox

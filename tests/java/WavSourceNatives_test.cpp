@@ -263,6 +263,12 @@ OSStatus FSPathMakeRef(const UInt8*, FSRef*, Boolean*) {
 const char* GetMovieOpenErrorText() {
     return "why";
 }
+const char* GetStatusText(OSStatus inStatus) {
+    return inStatus == fnfErr       ? "it is not there"
+           : inStatus == memFullErr ? "no room"
+           : inStatus == paramErr   ? "words"
+                                    : "";
+}
 OSErr GetMovieSoundReport(Movie, MovieSoundReport* outReport) {
     outReport->decodable = noCodecErr;
     outReport->sampleRateHz = 44100;
@@ -361,12 +367,12 @@ TEST_F(WavSourceNatives, RefusalTellsTheToolboxsReason) {
     EXPECT_EQ("-2003 why", mScript.raised);
     mScript.openStatus = memFullErr;
     EXPECT_EQ(0, Open());
-    EXPECT_EQ("-108 ", mScript.raised);
+    EXPECT_EQ("-108 no room", mScript.raised);
     // No movie was asked for: what the toolbox says is of another one.
     mScript.openStatus = fnfErr;
     mScript.pathStatus = fnfErr;
     EXPECT_EQ(0, Open());
-    EXPECT_EQ("-43 ", mScript.raised);
+    EXPECT_EQ("-43 it is not there", mScript.raised);
 }
 
 TEST_F(WavSourceNatives, OpeningAsksWhetherToStop) {
@@ -466,7 +472,7 @@ TEST_F(WavSourceNatives, BoundsAreCheckedAgain) {
                            Row{0, 10, 1}, Row{0, 1, INT32_MAX}, Row{0, INT32_MAX, INT32_MAX}}) {
         mScript.raised.clear();
         EXPECT_EQ(0, Read(handle, row.position, bytes, row.offset, row.byteCount));
-        EXPECT_EQ("-50 ", mScript.raised);
+        EXPECT_EQ("-50 words", mScript.raised);
     }
     mScript.raised.clear();
     EXPECT_EQ(0, Read(handle, 0, bytes, 10, 0));
@@ -491,10 +497,10 @@ TEST_F(WavSourceNatives, Describes) {
     }
     mScript.reportStatus = paramErr;
     EXPECT_EQ(nullptr, name(&sEnv, kReader, handle, false));
-    EXPECT_EQ("-50 ", mScript.raised);
+    EXPECT_EQ("-50 words", mScript.raised);
     mScript.raised.clear();
     describe(&sEnv, kReader, handle, reinterpret_cast<jlongArray>(numbers));
-    EXPECT_EQ("-50 ", mScript.raised);
+    EXPECT_EQ("-50 words", mScript.raised);
     mScript.reportStatus = noErr;
     mScript.canMakeArrays = false;
     EXPECT_EQ(nullptr, name(&sEnv, kReader, handle, false));

@@ -23,10 +23,10 @@ Failure FailureOfCode(long inCode) {
 TEST(FailureOf, TellsMemoryFromSound) {
     EXPECT_EQ(EX_OSERR, FailureOfCode(memFullErr).ExitCode());
     EXPECT_EQ(EX_OSERR, FailureOfCode(static_cast<long>(FourChars("nilP"))).ExitCode());
-    EXPECT_STREQ("out of memory", FailureOfCode(memFullErr).what());
+    EXPECT_STREQ("not enough memory", FailureOfCode(memFullErr).what());
     const Failure failure = FailureOfCode(paramErr);
     EXPECT_EQ(EX_DATAERR, failure.ExitCode());
-    EXPECT_STREQ("cannot be decoded (status -50)", failure.what());
+    EXPECT_STREQ("cannot be decoded: an argument, or what the file holds, makes no sense", failure.what());
     EXPECT_EQ("song.m4a", failure.Subject());
 }
 
@@ -101,7 +101,8 @@ TEST(RequireDecodable, TellsWhy) {
     EXPECT_EQ("the sound is encrypted (AAC LC)", Refusal(badFormat, "AAC LC"));
     EXPECT_EQ("there is no decoder for USAC", Refusal(noCodecErr, "USAC"));
     EXPECT_EQ("there is no decoder for its format", Refusal(noCodecErr, ""));
-    EXPECT_EQ("cannot be decoded (status -36)", Refusal(ioErr, "AAC LC"));
+    EXPECT_EQ("cannot be decoded: reading or writing failed, or it would be longer than files may be",
+              Refusal(ioErr, "AAC LC"));
     MovieSoundReport report{};
     report.decodable = memFullErr;
     try {

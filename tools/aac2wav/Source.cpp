@@ -5,6 +5,7 @@
 
 #include <toolbox/Files.h>
 #include <toolbox/MacErrors.h>
+#include <toolbox/StatusText.h>
 
 #include <algorithm>
 #include <utility>
@@ -12,8 +13,12 @@
 namespace tool {
 namespace {
 
-constexpr char kOutOfMemory[] = "out of memory";
 constexpr SInt64 kFrameBytes = 4;
+
+std::string NotDecoded(OSStatus inStatus) {
+    const std::string reason = GetStatusText(inStatus);
+    return "cannot be decoded: " + (reason.empty() ? "status " + std::to_string(inStatus) : reason);
+}
 
 // The movie opened; the exception's message is the name of its sound's format.
 Failure UndecodableFailure(const LException& inException, const Input& inInput) {
@@ -136,7 +141,7 @@ void RequireDecodable(const MovieSoundReport& inReport, const std::string& inPat
         return;
     }
     if (inReport.decodable == memFullErr) {
-        throw Failure(EX_OSERR, inPath, kOutOfMemory);
+        throw Failure(EX_OSERR, inPath, GetStatusText(memFullErr));
     }
     const std::string format = inReport.formatName[0] != '\0' ? inReport.formatName : "its format";
     if (inReport.decodable == badFormat) {
@@ -145,8 +150,7 @@ void RequireDecodable(const MovieSoundReport& inReport, const std::string& inPat
     if (inReport.decodable == noCodecErr) {
         throw Failure(EX_DATAERR, inPath, "there is no decoder for " + format);
     }
-    throw Failure(EX_DATAERR, inPath,
-                  "cannot be decoded (status " + std::to_string(inReport.decodable) + ")");
+    throw Failure(EX_DATAERR, inPath, NotDecoded(inReport.decodable));
 }
 
 MovieSoundReport ReportOf(const SegmentExporter& inExporter) {
@@ -161,9 +165,9 @@ SInt64 FrameCountOf(const SegmentExporter& inExporter) {
 Failure FailureOf(const LException& inException, const std::string& inPath) {
     const auto code = static_cast<OSStatus>(inException.GetErrorCode());
     if (code == memFullErr || code == static_cast<OSStatus>(FourChars("nilP"))) {
-        return Failure(EX_OSERR, inPath, kOutOfMemory);
+        return Failure(EX_OSERR, inPath, GetStatusText(memFullErr));
     }
-    return Failure(EX_DATAERR, inPath, "cannot be decoded (status " + std::to_string(code) + ")");
+    return Failure(EX_DATAERR, inPath, NotDecoded(code));
 }
 
 void TellTakenTrack(const SegmentExporter& inExporter, const std::string& inPath) {

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <toolbox/Files.h>
 #include <toolbox/Resources.h>
+#include <toolbox/StatusText.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -19,43 +20,37 @@ namespace {
 
 enum class Use { kInput, kOutput };
 
-struct Explanation {
+struct ExitCode {
     OSStatus status;
-    int exitCode;  // or kNotOpened
-    const char* reason;
+    int code;  // or kNotOpened
 };
 
 // Of an input another code than of an output.
 constexpr int kNotOpened = 0;
 
-constexpr Explanation kExplanations[] = {
-    {fnfErr, kNotOpened, "No such file or directory"},
-    {dirNFErr, kNotOpened, "No such file or directory"},
-    {notAFileErr, kNotOpened, "is a folder"},
-    {errFSForkNotFound, kNotOpened, "is no regular file"},
-    {bdNamErr, kNotOpened, "its path is too long, or links go in circles"},
-    {permErr, kNotOpened, "Permission denied"},
-    {afpAccessDenied, kNotOpened, "Permission denied"},
-    {wrPermErr, EX_CANTCREAT, "may only be read"},
-    {wPrErr, EX_CANTCREAT, "may only be read"},
-    {mapReadErr, EX_DATAERR, "is no resource file"},
-    {eofErr, EX_DATAERR, "is no resource file"},
-    {dskFulErr, EX_IOERR, "no space left, on the volume or among what a resource file can hold"},
-    {fBsyErr, EX_IOERR, "is in use"},
-    {ioErr, EX_IOERR, "reading or writing failed, or it would be longer than files may be"},
-    {tmfoErr, EX_OSERR, "too many open files"},
-    {memFullErr, EX_OSERR, "out of memory"},
+constexpr ExitCode kExitCodes[] = {
+    {fnfErr, kNotOpened},          {dirNFErr, kNotOpened},
+    {notAFileErr, kNotOpened},     {errFSForkNotFound, kNotOpened},
+    {bdNamErr, kNotOpened},        {permErr, kNotOpened},
+    {afpAccessDenied, kNotOpened}, {wPrErr, EX_CANTCREAT},
+    {mapReadErr, EX_DATAERR},      {eofErr, EX_DATAERR},
+    {tmfoErr, EX_OSERR},           {memFullErr, EX_OSERR},
 };
+
+int ExitCodeOf(Use inUse, OSStatus inStatus) {
+    for (const ExitCode& exit : kExitCodes) {
+        if (exit.status != inStatus) continue;
+        if (exit.code != kNotOpened) return exit.code;
+        return inUse == Use::kInput ? EX_NOINPUT : EX_CANTCREAT;
+    }
+    return EX_IOERR;
+}
 
 // Of a toolbox status that ends the work.
 tool::Failure FailureOf(const std::string& inPath, Use inUse, OSStatus inStatus) {
-    const int notOpened = inUse == Use::kInput ? EX_NOINPUT : EX_CANTCREAT;
-    for (const Explanation& explanation : kExplanations) {
-        if (explanation.status != inStatus) continue;
-        const int exitCode = explanation.exitCode == kNotOpened ? notOpened : explanation.exitCode;
-        return tool::Failure(exitCode, inPath, explanation.reason);
-    }
-    return tool::Failure(EX_IOERR, inPath, "status " + std::to_string(inStatus));
+    const std::string reason = inStatus == eofErr ? GetStatusText(mapReadErr) : GetStatusText(inStatus);
+    return tool::Failure(ExitCodeOf(inUse, inStatus), inPath,
+                         reason.empty() ? "status " + std::to_string(inStatus) : reason);
 }
 
 constexpr std::u16string_view kResourceFork = u"RESOURCE_FORK";

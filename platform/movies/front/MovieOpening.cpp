@@ -5,12 +5,14 @@
 #include "MovieToolbox.h"
 #include "SoundDescription.h"
 #include "render/SampleConversion.h"
+#include "status/StatusOfErrno.h"
 #include "track/MediaFile.h"
 #include "track/SilentGap.h"
 
 #include <toolbox/Aliases.h>
 #include <toolbox/MovieOpening.h>
 #include <toolbox/SoundReport.h>
+#include <toolbox/StatusText.h>
 
 #include <algorithm>
 #include <cstring>
@@ -41,17 +43,25 @@ void SetErrorText(const char* inText) {
     tOpenErrorText[sizeof tOpenErrorText - 1] = 0;
 }
 
+// With the system's own where it has more to tell.
+std::string WordsOf(OSStatus inStatus) {
+    std::string words = GetStatusText(inStatus);
+    if (words.empty()) words = "status " + std::to_string(inStatus);
+    const std::string system = toolbox::SystemErrorText(inStatus);
+    return system.empty() ? words : words + ": " + system;
+}
+
 OSStatus OpenFile(Handle inAlias, std::shared_ptr<const MediaFile>& outFile) {
     FSRef item;
     Boolean wasChanged = 0;
     OSStatus status = FSResolveAlias(nullptr, reinterpret_cast<AliasHandle>(inAlias), &item, &wasChanged);
     if (status == memFullErr) return status;
     if (status != noErr) {
-        SetErrorText("the data reference names no file that can be found");
+        SetErrorText(GetStatusText(couldNotResolveDataRef));
         return couldNotResolveDataRef;
     }
     status = MediaFile::Open(item, outFile);
-    if (status != noErr) SetErrorText("the file cannot be opened (status " + std::to_string(status) + ")");
+    if (status != noErr) SetErrorText(WordsOf(status));
     return status;
 }
 
@@ -64,13 +74,13 @@ OSStatus Import(const std::shared_ptr<const MediaFile>& inFile, const ImportOpti
         const OSStatus status = component.import(inFile, movie, problem, inOptions);
         if (status == cantFindHandler) continue;
         if (status != noErr) {
-            SetErrorText(problem.empty() ? "the file cannot be read" : problem);
+            SetErrorText(problem.empty() ? WordsOf(status) : problem);
             return status;
         }
         outMovie = std::move(movie);
         return noErr;
     }
-    SetErrorText("not a file with sound or picture that is known");
+    SetErrorText(GetStatusText(cantFindHandler));
     return cantFindHandler;
 }
 
@@ -143,6 +153,7 @@ OSStatus NewMovie(Movie* outMovie, Handle inDataRef, OSType inDataRefType,
         return paramErr;
     }
     SetErrorText("");
+    toolbox::ForgetSystemError();
     OSStatus status = memFullErr;
     try {
         StopCheck check(inOptions.shouldStop, inOptions.stopContext);
@@ -152,7 +163,7 @@ OSStatus NewMovie(Movie* outMovie, Handle inDataRef, OSType inDataRefType,
     } catch (const std::bad_alloc&) {
         status = memFullErr;
     }
-    if (status == memFullErr) SetErrorText("not enough memory");
+    if (status == memFullErr) SetErrorText(GetStatusText(memFullErr));
     return status;
 }
 

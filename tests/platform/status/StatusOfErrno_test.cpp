@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <thread>
 
 namespace {
 
@@ -50,6 +51,29 @@ TEST(StatusOfErrno, Table) {
 TEST(StatusOfErrno, EveryFailureIsNegative) {
     for (int number = 1; number < 200; ++number)
         EXPECT_LT(StatusOfErrno(number), 0) << number;
+}
+
+TEST(SystemErrorText, OfWhatHasNoMeaningOfItsOwn) {
+    toolbox::ForgetSystemError();
+    EXPECT_STREQ("", toolbox::SystemErrorText(ioErr));
+    EXPECT_EQ(ioErr, StatusOfErrno(ENXIO));
+    EXPECT_STREQ("No such device or address", toolbox::SystemErrorText(ioErr));
+    EXPECT_EQ(fnfErr, StatusOfErrno(ENOENT));
+    EXPECT_STREQ("No such device or address", toolbox::SystemErrorText(ioErr))
+        << "the last one that became it";
+    EXPECT_STREQ("", toolbox::SystemErrorText(fnfErr)) << "the status tells as much";
+    std::thread([] { EXPECT_STREQ("", toolbox::SystemErrorText(ioErr)) << "another thread's"; }).join();
+    toolbox::ForgetSystemError();
+    EXPECT_STREQ("", toolbox::SystemErrorText(ioErr));
+    EXPECT_EQ(ioErr, StatusOfErrno(99999));
+    EXPECT_STREQ("", toolbox::SystemErrorText(ioErr)) << "nobody knows that";
+}
+
+TEST(SystemErrorText, NotOfContentsThatMakeNoSense) {
+    toolbox::ForgetSystemError();
+    EXPECT_EQ(ioErr, StatusOfErrno(EBADMSG));
+    EXPECT_EQ(ioErr, StatusOfErrno(ENODATA));
+    EXPECT_STREQ("", toolbox::SystemErrorText(ioErr));
 }
 
 }  // namespace

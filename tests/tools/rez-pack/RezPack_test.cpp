@@ -132,7 +132,7 @@ TEST_F(RezPackTest, TellsWhatIsWrongWithAFile) {
         {"make " + folder + " " + mOut, 66, folder + ": Is a directory"},
         {"make " + mDescription + " " + none + "/out", 73, none + "/out: No such file or directory"},
         {"make " + mDescription + " " + folder, 73, folder + ": is a folder"},
-        {"make --fork " + mDescription + " " + none, 73, none + ": No such file or directory"},
+        {"make --fork " + mDescription + " " + none, 73, none + ": no such file or folder"},
         {"make --fork " + mDescription + " " + folder, 73, folder + ": is a folder"},
         {"make " + mDescription + " " + pipe, 73, pipe + ": is no regular file"},
         {"make --fork " + mDescription + " " + pipe, 73, pipe + ": is no regular file"},
@@ -140,7 +140,7 @@ TEST_F(RezPackTest, TellsWhatIsWrongWithAFile) {
         {"make " + mDescription + " " + loop, 73, loop + loopReason},
         {"show " + loop, 66, loop + loopReason},
         {"show " + pipe, 65, pipe + ": is no resource file"},
-        {"show " + none, 66, none + ": No such file or directory"},
+        {"show " + none, 66, none + ": no such file or folder"},
         {"show " + folder, 66, folder + ": is a folder"},
         {"show " + empty, 65, empty + ": is no resource file"},
         {"show " + mDescription, 65, mDescription + ": is no resource file"},
@@ -217,7 +217,7 @@ TEST_F(RezPackTest, LosesNothingThatCannotBeReplaced) {
     const std::string longOnes = mFolder.MakeFile("long.json", names + "]}");
     const Outcome outcome = Run("make " + longOnes + " " + mOut);
     EXPECT_EQ(74, outcome.exitCode);
-    EXPECT_EQ("rez-pack: " + mOut + ": no space left, on the volume or among what a resource file can hold\n",
+    EXPECT_EQ("rez-pack: " + mOut + ": no space left, on the volume or among what such a file can hold\n",
               outcome.text);
     EXPECT_FALSE(std::filesystem::exists(mOut));
     ASSERT_EQ(0, Run("make " + mDescription + " " + mOut).exitCode);
@@ -402,8 +402,7 @@ TEST_F(RezPackTest, AsManyOfATypeAsCanBeCounted) {
 TEST_F(RezPackTest, NothingInAMessageCommandsTheTerminal) {
     const Outcome outcome =
         Run("show '" + (mFolder / "a\x1B[2J\xC2\x9B\x7F\xC2\x80\xC2\x9F\xC2\xA0é\n") + "'");
-    EXPECT_EQ("rez-pack: " + (mFolder / "a?[2J????\xC2\xA0é?") + ": No such file or directory\n",
-              outcome.text);
+    EXPECT_EQ("rez-pack: " + (mFolder / "a?[2J????\xC2\xA0é?") + ": no such file or folder\n", outcome.text);
 }
 
 }  // namespace

@@ -3,12 +3,15 @@
 #include "MovieMaker.h"
 
 #include <movies/front/Movies_test_access.h>
+#include <os/SystemCalls_test_access.h>
 #include <toolbox/MovieOpening.h>
 #include <toolbox/SoundReport.h>
 #include <toolbox/SoundTracks.h>
+#include <toolbox/StatusText.h>
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <new>
 #include <string>
 #include <vector>
@@ -174,6 +177,21 @@ TEST_F(OpeningAMovie, TheFileIsGone) {
     EXPECT_EQ(couldNotResolveDataRef, NewMovieFromDataRef(&mMovie, 0, nullptr, alias->Get(), rAliasType));
     EXPECT_EQ(nullptr, mMovie);
     EXPECT_STRNE("", GetMovieOpenErrorText());
+}
+
+TEST_F(OpeningAMovie, TheSystemsOwnWordsWhereTheStatusSaysLess) {
+    auto& calls = toolbox::os::CallsForTesting();
+    const toolbox::os::SystemCalls real = calls;
+    calls.openat = [](int, const char*, int, mode_t) { return errno = ENXIO, -1; };
+    const OSErr error = Open();
+    calls.openat = [](int, const char*, int, mode_t) { return errno = EMFILE, -1; };
+    EXPECT_EQ(ioErr, error);
+    EXPECT_STREQ((std::string(GetStatusText(ioErr)) + ": No such device or address").c_str(),
+                 GetMovieOpenErrorText());
+    const OSErr nextError = Open();
+    calls = real;
+    EXPECT_EQ(tmfoErr, nextError);
+    EXPECT_STREQ("too many open files", GetMovieOpenErrorText());
 }
 
 TEST_F(OpeningAMovie, NoAliasRecord) {

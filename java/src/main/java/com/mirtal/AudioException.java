@@ -39,50 +39,21 @@ public class AudioException extends IOException {
         return platformCode;
     }
 
-    /** The exception for a platform status. A detail that is not empty takes the place of the general reason. */
-    static AudioException of(String path, int code, String fullDetail) {
-        String detail = withoutStatus(code, withoutPath(path, fullDetail));
+    /** The exception for a platform status and the words that the platform has for it, if any. */
+    static AudioException of(String path, int code, String words) {
+        String reason = words.isEmpty() ? "it cannot be read" : words;
         return switch (code) {
             case PlatformStatus.NO_FILE, PlatformStatus.NO_FOLDER, PlatformStatus.NO_VOLUME, PlatformStatus.BAD_NAME ->
-                new AudioFileNotFoundException(path, code, "no such file");
+                new AudioFileNotFoundException(path, code, reason);
             case PlatformStatus.NO_PERMISSION, PlatformStatus.ACCESS_DENIED ->
-                new AudioAccessDeniedException(path, code, "reading it is not allowed");
-            case PlatformStatus.NO_IMPORTER, PlatformStatus.NO_HANDLER, PlatformStatus.NO_MEDIA_HANDLER ->
-                new UnsupportedAudioException(path, code, either(detail, "not a known kind of sound file"));
-            case PlatformStatus.NO_SOUND ->
-                new UnsupportedAudioException(path, code, either(detail, "no sound in the file"));
-            case PlatformStatus.NO_TRACK ->
-                new UnsupportedAudioException(path, code, either(detail, "no such sound track in the file"));
-            case PlatformStatus.NO_CODEC ->
-                new UnsupportedAudioException(path, code, either(detail, "no decoder for its sound"));
-            case PlatformStatus.BAD_FORMAT ->
-                new UnsupportedAudioException(path, code, either(detail, "its sound is protected or in a form unknown"));
-            case PlatformStatus.INVALID_MOVIE, PlatformStatus.BAD_MOVIE_ATOM, PlatformStatus.BAD_DESCRIPTION,
-                    PlatformStatus.INVALID_MEDIA, PlatformStatus.INVALID_TRACK, PlatformStatus.INVALID_DURATION,
-                    PlatformStatus.INVALID_TIME, PlatformStatus.END_OF_FILE, PlatformStatus.BAD_PARAMETER ->
-                new DamagedAudioException(path, code, either(detail, "damaged beyond reading"));
-            case PlatformStatus.NOT_A_FILE -> new AudioException(path, code, "is a folder");
-            case PlatformStatus.NO_FORK -> new AudioException(path, code, "is no regular file");
-            case PlatformStatus.NO_MEMORY -> new AudioException(path, code, either(detail, "not enough memory"));
-            default -> new AudioException(path, code, either(detail, "it cannot be read"));
+                new AudioAccessDeniedException(path, code, reason);
+            case PlatformStatus.NO_IMPORTER, PlatformStatus.NO_SOUND, PlatformStatus.NO_TRACK, PlatformStatus.NO_CODEC,
+                    PlatformStatus.BAD_FORMAT ->
+                new UnsupportedAudioException(path, code, reason);
+            case PlatformStatus.INVALID_MOVIE, PlatformStatus.END_OF_FILE, PlatformStatus.BAD_PARAMETER ->
+                new DamagedAudioException(path, code, reason);
+            default -> new AudioException(path, code, reason);
         };
-    }
-
-    /** The platform begins with the name of the file, as it knows it; the message has it as it was given. */
-    private static String withoutPath(String path, String detail) {
-        String nameAndColon = path.substring(path.lastIndexOf('/') + 1) + ": ";
-        int at = detail.indexOf(nameAndColon);
-        return at < 0 ? detail : detail.substring(at + nameAndColon.length());
-    }
-
-    /** The platform may end with the status, as the message does. */
-    private static String withoutStatus(int code, String detail) {
-        String status = " (status " + code + ")";
-        return detail.endsWith(status) ? detail.substring(0, detail.length() - status.length()) : detail;
-    }
-
-    private static String either(String detail, String general) {
-        return detail.isEmpty() ? general : detail;
     }
 
     /** Codes of four characters are printed as such. */

@@ -14,16 +14,8 @@ final class PlatformStatus {
     static final int BAD_FORMAT = -206;
     static final int NOT_A_FILE = -1302;
     static final int NO_FORK = -1409;
-    static final int BAD_DESCRIPTION = -2001;
-    static final int BAD_MOVIE_ATOM = -2002;
     static final int NO_IMPORTER = -2003;
-    static final int NO_HANDLER = -2004;
-    static final int NO_MEDIA_HANDLER = -2006;
-    static final int INVALID_MEDIA = -2008;
-    static final int INVALID_TRACK = -2009;
     static final int INVALID_MOVIE = -2010;
-    static final int INVALID_DURATION = -2014;
-    static final int INVALID_TIME = -2015;
     static final int NO_TRACK = -2030;
     static final int NO_SOUND = -2062;
     static final int ACCESS_DENIED = -5000;

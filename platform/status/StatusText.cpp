@@ -1,0 +1,80 @@
+#include <toolbox/StatusText.h>
+
+#include <toolbox/MacErrors.h>
+
+namespace {
+
+struct Words {
+    OSStatus status;
+    const char* text;
+};
+constexpr Words kWords[] = {
+    {unimpErr, "there is no such function on this system"},
+    {dskFulErr, "no space left, on the volume or among what such a file can hold"},
+    {nsvErr, "no such volume"},
+    {ioErr, "reading or writing failed, or it would be longer than files may be"},
+    {bdNamErr, "its path is too long, or links go in circles"},
+    {eofErr, "it ends too early"},
+    {tmfoErr, "too many open files"},
+    {fnfErr, "no such file or folder"},
+    {wPrErr, "its volume may only be read"},
+    {fBsyErr, "is in use"},
+    {dupFNErr, "the name is taken"},
+    {paramErr, "an argument, or what the file holds, makes no sense"},
+    {permErr, "permission denied"},
+    {wrPermErr, "may only be read"},
+    {memFullErr, "not enough memory"},
+    {nilHandleErr, "a block of memory is missing"},
+    {memWZErr, "a block of memory was disposed of before"},
+    {memPurErr, "a block of memory is locked"},
+    {memLockedErr, "a block of memory is locked"},
+    {dirNFErr, "no such folder on the way to it"},
+    {userCanceledErr, "it was stopped"},
+    {cDepthErr, "pixels of a depth that is not there"},
+    {resNotFound, "no such resource"},
+    {resFNotFound, "no such open resource file"},
+    {addResFailed, "a resource cannot be added"},
+    {rmvResFailed, "a resource cannot be removed"},
+    {resAttrErr, "a resource is protected"},
+    {mapReadErr, "is no resource file"},
+    {badFormat, "its sound is protected or in a form that is not known"},
+    {badFileFormat, "its contents make no sense"},
+    {procNotFound, "no such program is running"},
+    {notAFileErr, "is a folder"},
+    {diffVolErr, "the items are on different volumes"},
+    {fileBoundsErr, "it is too long"},
+    {errFSBadFSRef, "the reference to it makes no sense"},
+    {errFSNotAFolder, "is no folder"},
+    {errFSForkNotFound, "is no regular file"},
+    {couldNotResolveDataRef, "the data reference names no file that can be found"},
+    {cantFindHandler, "not a file with sound or picture that is known"},
+    {invalidMovie, "it is damaged beyond reading"},
+    {invalidDataRef, "the data reference is of an unknown kind"},
+    {movieToolboxUninitialized, "the movie toolbox was not entered"},
+    {trackNotInMovie, "no such track"},
+    {noSoundTrackInMovieErr, "there is no sound in it"},
+    {notLeafAtomErr, "the atom has children where data is asked for"},
+    {atomIndexInvalidErr, "no such atom"},
+    {duplicateAtomTypeAndIDErr, "there is such an atom already"},
+    {invalidAtomErr, "the atom makes no sense"},
+    {invalidAtomContainerErr, "the atom container makes no sense"},
+    {invalidAtomTypeErr, "no atom can have this type"},
+    {cannotBeLeafAtomErr, "the atom has data, so it cannot have children"},
+    {pathTooLongErr, "its path is too long"},
+    {kQTPropertyBadValueSizeErr, "the property's value has another size"},
+    {kQTPropertyReadOnlyErr, "the property cannot be set"},
+    {kQTPropertyNotSupportedErr, "there is no such property"},
+    {coreFoundationUnknownErr, "a step failed that does not tell why"},
+    {afpAccessDenied, "permission denied"},
+    {noCodecErr, "there is no decoder for its sound"},
+    {badComponentInstance, "there is no such component"},
+    {badComponentSelector, "the component does not have this function"},
+};
+
+}  // namespace
+
+const char* GetStatusText(OSStatus inStatus) {
+    for (const Words& words : kWords)
+        if (words.status == inStatus) return words.text;
+    return "";
+}
