@@ -70,12 +70,12 @@ struct Blocks {
     explicit Blocks(benchmark::State& inState) : byteCount(inState.range(0)) {
         std::memset(sBytes, 'x', sizeof sBytes);
     }
-    static constexpr std::size_t kMostBytes = 1 << 20;
-    alignas(64) static inline unsigned char sBytes[2 * kMostBytes + 256];
+    static constexpr std::size_t kMaxBytes = 1 << 20;
+    alignas(64) static inline unsigned char sBytes[2 * kMaxBytes + 256];
 
     std::int64_t byteCount;
     unsigned char* left = sBytes;
-    unsigned char* right = sBytes + kMostBytes + 256;
+    unsigned char* right = sBytes + kMaxBytes + 256;
 };
 
 void MoveWithMemcpy(benchmark::State& ioState) {
@@ -116,7 +116,7 @@ constexpr auto kBlockCompare = [](const void* inLeft, const void* inRight, std::
     return BlockCompare(inLeft, inRight, inByteCount);
 };
 
-double Least(std::vector<double> const& inTimes) {
+double Least(const std::vector<double>& inTimes) {
     return *std::min_element(inTimes.begin(), inTimes.end());
 }
 

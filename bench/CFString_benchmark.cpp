@@ -129,9 +129,8 @@ void EncodeWithCFString(benchmark::State& ioState) {
     std::vector<char> bytes(text.size() + 1);
     for (auto _ : ioState) {
         if (!CFStringGetCString(string, bytes.data(), static_cast<CFIndex>(bytes.size()),
-                                kCFStringEncodingUTF8)) {
+                                kCFStringEncodingUTF8))
             return ioState.SkipWithError("not converted");
-        }
         benchmark::ClobberMemory();
     }
     CFRelease(string);

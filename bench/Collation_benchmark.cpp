@@ -72,7 +72,7 @@ void SortByFreshCollators(benchmark::State& ioState) {
     Sort(ioState, ComesBeforeByFreshCollator);
 }
 
-double Least(std::vector<double> const& inTimes) {
+double Least(const std::vector<double>& inTimes) {
     return *std::min_element(inTimes.begin(), inTimes.end());
 }
 

@@ -5,10 +5,9 @@
 #include <benchmark/benchmark.h>
 #include <converter/AACToWAV.h>
 #include <converter/WAVReader.h>
+#include <fcntl.h>
 #include <foundation/ByteOrder.h>
 #include <toolbox/Movies.h>
-
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdlib>

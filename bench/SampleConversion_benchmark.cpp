@@ -1,8 +1,7 @@
 // Decoded planes to the bytes of a sound resource. The argument is the number of frames, 1024 for a packet.
 
-#include <render/SampleConversion.h>
-
 #include <benchmark/benchmark.h>
+#include <render/SampleConversion.h>
 
 #include <cmath>
 #include <cstdint>

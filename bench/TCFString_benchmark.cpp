@@ -13,7 +13,7 @@
 
 namespace {
 
-TCFString ASCII(char const* inText) {
+TCFString ASCII(const char* inText) {
     return TCFString(inText, kCFStringEncodingASCII);
 }
 
@@ -35,16 +35,16 @@ void CopyUnits(benchmark::State& ioState) {
 }
 
 void CopyString(benchmark::State& ioState) {
-    TCFString const source = ASCII("a name of some length.txt");
+    const TCFString source = ASCII("a name of some length.txt");
     for (auto _ : ioState) {
-        TCFString const copy(source);
+        const TCFString copy(source);
         benchmark::DoNotOptimize(copy.StringRef());
     }
 }
 
 // Each way: the new one is retained, the old one released.
 void AssignStrings(benchmark::State& ioState) {
-    TCFString const first = ASCII("a name of some length.txt"), second = ASCII("another name.txt");
+    const TCFString first = ASCII("a name of some length.txt"), second = ASCII("another name.txt");
     TCFString target;
     for (auto _ : ioState) {
         target = first;
@@ -65,7 +65,7 @@ class ListsInFront {
         std::string const path = (mFolder / "lists.rsrc").string();
         std::ofstream(path).close();
         FSRef file;
-        if (FSPathMakeRef(reinterpret_cast<UInt8 const*>(path.c_str()), &file, nullptr) != noErr)
+        if (FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &file, nullptr) != noErr)
             std::abort();
         if (FSCreateResourceFork(&file, 0, nullptr, 0) != noErr) std::abort();
         if (FSOpenResourceFile(&file, 0, nullptr, fsRdWrPerm, &mRefNum) != noErr) std::abort();
@@ -84,8 +84,8 @@ class ListsInFront {
         std::error_code ignored;
         std::filesystem::remove_all(mFolder, ignored);
     }
-    ListsInFront(ListsInFront const&) = delete;
-    ListsInFront& operator=(ListsInFront const&) = delete;
+    ListsInFront(const ListsInFront&) = delete;
+    ListsInFront& operator=(const ListsInFront&) = delete;
 
   private:
     std::filesystem::path mFolder;
@@ -94,10 +94,10 @@ class ListsInFront {
 
 // As many strings as a large application has, read before, in an order that no cache expects.
 void LookUpAgain(benchmark::State& ioState) {
-    auto const listCount = static_cast<short>(ioState.range(0));
-    ListsInFront const lists(listCount);
+    const auto listCount = static_cast<short>(ioState.range(0));
+    const ListsInFront lists(listCount);
     unsigned next = 0;
-    auto const lookUp = [&next, listCount] {
+    const auto lookUp = [&next, listCount] {
         next = next * 1664525u + 1013904223u;
         auto const id = static_cast<short>(128 + (next >> 16) % static_cast<unsigned>(listCount));
         return TCFString::Res(id, static_cast<short>(1 + (next >> 8) % 20));
@@ -107,7 +107,7 @@ void LookUpAgain(benchmark::State& ioState) {
             if (TCFString::Res(static_cast<short>(128 + id), index).IsEmpty())
                 ioState.SkipWithError("no such string");
     for (auto _ : ioState) {
-        TCFString const string = lookUp();
+        const TCFString string = lookUp();
         benchmark::DoNotOptimize(string.StringRef());
     }
 }

@@ -45,9 +45,8 @@ Movie Open(const char* inPath) {
     FSRef item;
     AliasHandle alias = nullptr;
     if (FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath), &item, nullptr) != noErr ||
-        FSNewAliasMinimal(&item, &alias) != noErr) {
+        FSNewAliasMinimal(&item, &alias) != noErr)
         Fail("no such file");
-    }
     Movie movie = nullptr;
     const OSErr error = NewMovieFromDataRef(&movie, 0, nullptr, reinterpret_cast<Handle>(alias), rAliasType);
     DisposeHandle(reinterpret_cast<Handle>(alias));

@@ -21,15 +21,15 @@ using OwnedMovie = std::unique_ptr<std::remove_pointer_t<Movie>, MovieDisposer>;
 
 }  // namespace
 
-OSStatus OpenMovieAtPath(char const* inPath, MovieOpenOptions const* inOptions, Movie* outMovie) {
+OSStatus OpenMovieAtPath(const char* inPath, const MovieOpenOptions* inOptions, Movie* outMovie) {
     *outMovie = nullptr;
     FSRef file;
-    OSStatus status = FSPathMakeRef(reinterpret_cast<UInt8 const*>(inPath), &file, nullptr);
+    OSStatus status = FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath), &file, nullptr);
     if (status != noErr) return status;
     AliasHandle alias = nullptr;
     status = FSNewAliasMinimal(&file, &alias);
     if (status != noErr) return status;
-    auto const dataReference = reinterpret_cast<Handle>(alias);
+    const auto dataReference = reinterpret_cast<Handle>(alias);
     SInt16 resourceId = 0;
     if (inOptions == nullptr)
         status = NewMovieFromDataRef(outMovie, newMovieDontAskUnresolvedDataRefs, &resourceId, dataReference,
@@ -40,16 +40,16 @@ OSStatus OpenMovieAtPath(char const* inPath, MovieOpenOptions const* inOptions, 
     return status;
 }
 
-Movie MovieFromPath(char const* inPath) {
+Movie MovieFromPath(const char* inPath) {
     Movie movie = nullptr;
     return OpenMovieAtPath(inPath, nullptr, &movie) == noErr ? movie : nullptr;
 }
 
 Handle GetIndMediaSampleDescription(Media inMedia, long inIndex) {
     constexpr Size kLeastByteCount = 16;
-    long const count = GetMediaSampleDescriptionCount(inMedia);
+    const long count = GetMediaSampleDescriptionCount(inMedia);
     if (inIndex < 1 || inIndex > count) return nullptr;
-    Handle const description = NewHandle(0);
+    const Handle description = NewHandle(0);
     GetMediaSampleDescription(inMedia, static_cast<SInt32>(inIndex), description);
     if (GetHandleSize(description) >= kLeastByteCount) return description;
     DisposeHandle(description);
@@ -57,9 +57,9 @@ Handle GetIndMediaSampleDescription(Media inMedia, long inIndex) {
 }
 
 Handle GetMovieSoundDescription(Movie inMovie) {
-    SInt32 const trackCount = GetMovieTrackCount(inMovie);
+    const SInt32 trackCount = GetMovieTrackCount(inMovie);
     for (SInt32 index = 1; index <= trackCount; ++index) {
-        Media const media = GetTrackMedia(GetMovieIndTrack(inMovie, index));
+        const Media media = GetTrackMedia(GetMovieIndTrack(inMovie, index));
         GetMediaHandler(media);
         OSType mediaType = 0;
         GetMediaHandlerDescription(media, &mediaType, nullptr, nullptr);
@@ -69,7 +69,7 @@ Handle GetMovieSoundDescription(Movie inMovie) {
 }
 
 long GetMovieSampleRate(Movie inMovie) {
-    Handle const description = GetMovieSoundDescription(inMovie);
+    const Handle description = GetMovieSoundDescription(inMovie);
     if (description == nullptr) return kRateWithoutSoundHz;
     long rateHz = kRateWithoutSoundHz;
     if (GetHandleSize(description) >= sounddescription::kByteCount)
@@ -78,32 +78,32 @@ long GetMovieSampleRate(Movie inMovie) {
     return rateHz;
 }
 
-Int64 getConvertedLength(char const* inPath) {
+Int64 getConvertedLength(const char* inPath) {
     Int64 byteCount(0);
-    OwnedMovie const movie(MovieFromPath(inPath));
+    const OwnedMovie movie(MovieFromPath(inPath));
     try {
-        Movie const measured = Required(movie.get());
+        const Movie measured = Required(movie.get());
         RequireDecodable(measured);
         SetMovieTimeScale(measured, static_cast<TimeScale>(GetMovieSampleRate(measured)));
         byteCount = Int64(static_cast<unsigned long>(StreamByteCount(GetMovieDuration(measured))));
-    } catch (LException const&) {
+    } catch (const LException&) {
     }
     return byteCount;
 }
 
-void convert_AAC_to_WAV(char const* inPath, void* inContext, DataCallback inCallback) {
+void convert_AAC_to_WAV(const char* inPath, void* inContext, DataCallback inCallback) {
     try {
         SegmentExporter exporter(inPath);
         ConvertWhole(exporter, inContext, inCallback);
-    } catch (LException const&) {
+    } catch (const LException&) {
     }
 }
 
-void convert_AAC_to_WAV(char const* inPath, void* inContext, DataCallback inCallback, Int64 inStart,
+void convert_AAC_to_WAV(const char* inPath, void* inContext, DataCallback inCallback, Int64 inStart,
                         Int64 inDuration) {
     try {
         SegmentExporter exporter(inPath);
         ConvertWindow(exporter, inContext, inCallback, inStart, inDuration);
-    } catch (LException const&) {
+    } catch (const LException&) {
     }
 }

@@ -3,13 +3,13 @@
 
 #include <toolbox/MacTypes.h>
 
-inline UInt16 GetBig16(void const* inAddress) {
-    auto const* bytes = static_cast<unsigned char const*>(inAddress);
+inline UInt16 GetBig16(const void* inAddress) {
+    const auto* bytes = static_cast<const unsigned char*>(inAddress);
     return static_cast<UInt16>(bytes[0] << 8 | bytes[1]);
 }
 
-inline UInt32 GetBig32(void const* inAddress) {
-    auto const* bytes = static_cast<unsigned char const*>(inAddress);
+inline UInt32 GetBig32(const void* inAddress) {
+    const auto* bytes = static_cast<const unsigned char*>(inAddress);
     return static_cast<UInt32>(GetBig16(bytes)) << 16 | GetBig16(bytes + 2);
 }
 

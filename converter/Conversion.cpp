@@ -13,7 +13,7 @@ SInt32 WrappingSum(SInt32 inLeft, SInt32 inRight) {
     return static_cast<SInt32>(static_cast<UInt32>(inLeft) + static_cast<UInt32>(inRight));
 }
 
-SInt32 Low32(Int64 const& inValue) {
+SInt32 Low32(const Int64& inValue) {
     return static_cast<SInt32>(inValue.Lo32());
 }
 
@@ -25,7 +25,7 @@ SInt32 WrappingDifference(SInt32 inLeft, SInt32 inRight) {
 class StreamDelivery {
   public:
     StreamDelivery(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback, SInt32 inFrameCount,
-                   Int64 const& inPosition)
+                   const Int64& inPosition)
         : mExporter(ioExporter),
           mContext(inContext),
           mCallback(inCallback),
@@ -33,7 +33,7 @@ class StreamDelivery {
           mTotal(static_cast<unsigned long>(StreamByteCount(inFrameCount))),
           mPosition(inPosition) {}
 
-    bool IsBeforeEnd(Int64 const& inPosition) const { return inPosition < mTotal; }
+    bool IsBeforeEnd(const Int64& inPosition) const { return inPosition < mTotal; }
 
     void Deliver(void* inData, SInt32 inByteCount) {
         mCallback(mContext, inData, inByteCount);
@@ -43,7 +43,7 @@ class StreamDelivery {
     void DeliverSound(SInt32 inFirstFrame) {
         SInt32 nextFrame = inFirstFrame;
         while (nextFrame < mFrameCount) {
-            SInt32 const askedFrames =
+            const SInt32 askedFrames =
                 std::min(mExporter.SegmentFrames(), WrappingDifference(mFrameCount, nextFrame));
             SegmentExporter::Segment const segment = mExporter.Export(nextFrame, askedFrames);
             if (segment.frameCount == 0) break;
@@ -54,7 +54,7 @@ class StreamDelivery {
 
     // The stream has the length it announced, whatever was rendered.
     void DeliverPadding() {
-        SInt32 const silenceByteCount = mExporter.SilenceByteCount();
+        const SInt32 silenceByteCount = mExporter.SilenceByteCount();
         // A rate of 0 has no silence to pad with.
         while (silenceByteCount > 0 && mPosition < mTotal)
             Deliver(mExporter.Silence(), CutAtEnd(silenceByteCount));
@@ -69,16 +69,16 @@ class StreamDelivery {
 
     SegmentExporter& mExporter;
     void* const mContext;
-    DataCallback const mCallback;
-    SInt32 const mFrameCount;
-    Int64 const mTotal;
+    const DataCallback mCallback;
+    const SInt32 mFrameCount;
+    const Int64 mTotal;
     Int64 mPosition;
 };
 
 // Frames that a window of inDuration > 0 announces. The 11 is taken from the duration as it stands, not from
 // a quarter of it: callers know the window by this rule.
-SInt32 WindowFrameCount(Int64 const& inDuration, SInt32 inMovieFrameCount) {
-    SInt32 const frameCount = std::max<SInt32>(Low32(inDuration - Int64(11)), 0);
+SInt32 WindowFrameCount(const Int64& inDuration, SInt32 inMovieFrameCount) {
+    const SInt32 frameCount = std::max<SInt32>(Low32(inDuration - Int64(11)), 0);
     return std::min(frameCount, inMovieFrameCount);
 }
 
@@ -87,7 +87,7 @@ SInt32 WindowFrameCount(Int64 const& inDuration, SInt32 inMovieFrameCount) {
 WAVHeader MakeWAVHeader(SInt32 inSampleRateHz, UInt32 inFrameCount) {
     WAVHeader header;
     LittleEndianWriter writer(header.bytes);
-    UInt32 const dataByteCount = inFrameCount * kFrameByteCount;
+    const UInt32 dataByteCount = inFrameCount * kFrameByteCount;
     writer.Tag("RIFF");
     writer.Put32(dataByteCount + kStreamHeaderByteCount - 8);
     writer.Tag("WAVE");
@@ -100,7 +100,7 @@ WAVHeader MakeWAVHeader(SInt32 inSampleRateHz, UInt32 inFrameCount) {
 RF64Header MakeRF64Header(SInt32 inSampleRateHz, UInt64 inFrameCount) {
     constexpr UInt32 kSeeDs64 = 0xFFFFFFFF;
     RF64Header header;
-    UInt64 const dataByteCount = inFrameCount * kFrameByteCount;
+    const UInt64 dataByteCount = inFrameCount * kFrameByteCount;
     LittleEndianWriter writer(header.bytes);
     writer.Tag("RF64");
     writer.Put32(kSeeDs64);
@@ -118,7 +118,7 @@ RF64Header MakeRF64Header(SInt32 inSampleRateHz, UInt64 inFrameCount) {
 }
 
 void ConvertWhole(SegmentExporter& ioExporter, void* inContext, DataCallback inCallback) {
-    SInt32 const frameCount = GetMovieDuration(ioExporter.GetMovie());
+    const SInt32 frameCount = GetMovieDuration(ioExporter.GetMovie());
     ioExporter.MakeExportHandle();
     StreamDelivery delivery(ioExporter, inContext, inCallback, frameCount, Int64(0));
     WAVHeader header = MakeWAVHeader(ioExporter.SampleRate(), static_cast<UInt32>(frameCount));
@@ -142,13 +142,13 @@ void ConvertWindow(SegmentExporter& ioExporter, void* inContext, DataCallback in
     SInt32 firstFrame = 0;
     if (inStart < Int64(kStreamHeaderByteCount)) {
         WAVHeader header = MakeWAVHeader(ioExporter.SampleRate(), static_cast<UInt32>(frameCount));
-        SInt32 const headerOffset = Low32(inStart);
+        const SInt32 headerOffset = Low32(inStart);
         SInt32 headerByteCount = Low32(inDuration - inStart);
         if (inStart + Int64(headerByteCount) > Int64(kStreamHeaderByteCount))
             headerByteCount = kStreamHeaderByteCount - headerOffset;
         delivery.Deliver(header.bytes + headerOffset, headerByteCount);
     } else if (delivery.IsBeforeEnd(inStart)) {
-        auto const soundOffset = static_cast<UInt32>(inStart.ULo32()) - kStreamHeaderByteCount;
+        const auto soundOffset = static_cast<UInt32>(inStart.ULo32()) - kStreamHeaderByteCount;
         firstFrame = static_cast<SInt32>(soundOffset / kFrameByteCount);
     } else {
         return;

@@ -1,3 +1,5 @@
+#include "JavaCallbackContext.h"
+
 #include <converter/AACToWAV.h>
 #include <converter/JavaNatives.h>
 #include <foundation/Int64.h>
@@ -5,8 +7,6 @@
 
 #include <atomic>
 #include <cstdlib>
-
-#include "JavaCallbackContext.h"
 
 namespace {
 
@@ -47,11 +47,10 @@ void PutExceptionAside(JNIEnv* inEnv, jthrowable& ioFirst) {
     jthrowable thrown = inEnv->ExceptionOccurred();
     if (thrown == nullptr) return;
     inEnv->ExceptionClear();
-    if (ioFirst == nullptr) {
+    if (ioFirst == nullptr)
         ioFirst = thrown;
-    } else {
+    else
         inEnv->DeleteLocalRef(thrown);
-    }
 }
 
 Int64 FromJava(jlong inValue) {

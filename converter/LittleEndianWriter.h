@@ -8,7 +8,7 @@ class LittleEndianWriter {
     // Borrows room for all that will be put.
     explicit LittleEndianWriter(unsigned char* outBytes) : mNext(outBytes) {}
 
-    void Tag(char const (&inTag)[5]) {
+    void Tag(const char (&inTag)[5]) {
         for (int i = 0; i < 4; ++i)
             *mNext++ = static_cast<unsigned char>(inTag[i]);
     }
@@ -27,7 +27,7 @@ class LittleEndianWriter {
 
 // The "fmt " chunk: 24 bytes of 16-bit stereo PCM at a rate.
 inline void PutFormatChunk(LittleEndianWriter& ioWriter, SInt32 inSampleRateHz) {
-    auto const rate = static_cast<UInt32>(inSampleRateHz);
+    const auto rate = static_cast<UInt32>(inSampleRateHz);
     ioWriter.Tag("fmt ");
     ioWriter.Put32(16);
     ioWriter.Put16(1);  // PCM

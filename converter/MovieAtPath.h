@@ -6,5 +6,5 @@
 //   inOptions  null: opened by the historic call
 //   outMovie   null on failure; else the caller disposes of it
 // A status of FSPathMakeRef, of FSNewAliasMinimal or of the call that opens.
-[[nodiscard]] OSStatus OpenMovieAtPath(char const* inPath, MovieOpenOptions const* inOptions,
+[[nodiscard]] OSStatus OpenMovieAtPath(const char* inPath, const MovieOpenOptions* inOptions,
                                        Movie* outMovie);

@@ -19,15 +19,15 @@ void RequireSuccess(ComponentResult inStatus) {
 
 }  // namespace
 
-SegmentExporter::SegmentExporter(char const* inPath) {
+SegmentExporter::SegmentExporter(const char* inPath) {
     Prepare(inPath, nullptr);
 }
 
-SegmentExporter::SegmentExporter(char const* inPath, MovieOpenOptions const& inOptions) {
+SegmentExporter::SegmentExporter(const char* inPath, const MovieOpenOptions& inOptions) {
     Prepare(inPath, &inOptions);
 }
 
-void SegmentExporter::Prepare(char const* inPath, MovieOpenOptions const* inOptions) {
+void SegmentExporter::Prepare(const char* inPath, const MovieOpenOptions* inOptions) {
     try {
         if (inOptions == nullptr)
             mMovie = Required(MovieFromPath(inPath));
@@ -59,8 +59,8 @@ void SegmentExporter::SetOutputFormat() {
     using namespace sounddescription;
     mDescription = Required(NewHandleClear(kByteCount));
     // The 16-bit rate is negative from 32768 Hz on; as an unsigned 16.16 number its bits are the right ones.
-    Fixed const rate = FixRatio(static_cast<SInt16>(mRate), 1);
-    Ptr const description = *mDescription;
+    const Fixed rate = FixRatio(static_cast<SInt16>(mRate), 1);
+    const Ptr description = *mDescription;
     PutBig32(description + kSizeOffset, kByteCount);
     PutBig32(description + kDataFormatOffset, FourChars("twos"));
     PutBig16(description + kChannelCountOffset, 2);
@@ -95,14 +95,14 @@ SegmentExporter::Segment SegmentExporter::Export(SInt64 inFirstFrame, SInt32 inF
     Render(inFirstFrame, inFrameCount);
     HLock(mExportHandle);
 
-    Size const handleByteCount = GetHandleSize(mExportHandle);
+    const Size handleByteCount = GetHandleSize(mExportHandle);
     if (handleByteCount < SoundResource::kHeaderByteCount) LException::Throw(paramErr);
-    SoundResource const sound(*mExportHandle);
+    const SoundResource sound(*mExportHandle);
     if (!sound.IsExpectedForm()) LException::Throw(paramErr);
 
-    UInt32 const byteCount = sound.FrameCount() * sound.ChannelCount() * sound.SampleByteCount();
+    const UInt32 byteCount = sound.FrameCount() * sound.ChannelCount() * sound.SampleByteCount();
     if (byteCount == 0) {
-        SInt32 const silentFrames = std::clamp(inFrameCount, 0, mRate);
+        const SInt32 silentFrames = std::clamp(inFrameCount, 0, mRate);
         return {mSilence, silentFrames * kFrameByteCount, silentFrames, true};
     }
     if (byteCount > static_cast<UInt32>(handleByteCount - SoundResource::kHeaderByteCount))

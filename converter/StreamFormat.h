@@ -25,7 +25,7 @@ Pointer Required(Pointer inPointer) {
 // as the message. Its length is not announced either, since it would never be delivered.
 inline void RequireDecodable(Movie inMovie) {
     MovieSoundReport report = {};
-    OSStatus const status = GetMovieSoundReport(inMovie, &report);
+    const OSStatus status = GetMovieSoundReport(inMovie, &report);
     if (status != noErr) LException::Throw(status);
     if (report.decodable != noErr)
         LException::Throw(report.decodable, TCFString(report.formatName, kCFStringEncodingUTF8));

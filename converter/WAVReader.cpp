@@ -30,7 +30,7 @@ class WAVReader::Stream {
     void TakeRange(FrameRange inRange);
     void MakeHeader(Header inHeader);
     template <std::size_t kByteCount>
-    void SetHeader(unsigned char const (&inBytes)[kByteCount]);
+    void SetHeader(const unsigned char (&inBytes)[kByteCount]);
     std::size_t ReadHeader(SInt64 inPosition, unsigned char* outBytes, std::size_t inByteCount) const;
     std::size_t ReadSound(SInt64 inSoundOffset, unsigned char* outBytes, std::size_t inByteCount);
     void RenderFrom(SInt64 inFrame);
@@ -44,7 +44,7 @@ class WAVReader::Stream {
     // The segment in hand: frames [mSegmentFirst, mSegmentFirst + mSegmentFrames).
     SInt64 mSegmentFirst = 0;
     SInt32 mSegmentFrames = 0;
-    unsigned char const* mSegmentData = nullptr;
+    const unsigned char* mSegmentData = nullptr;
 };
 
 WAVReader::Stream::Stream(std::unique_ptr<SegmentExporter> inExporter, Header inHeader, FrameRange inRange)
@@ -56,15 +56,15 @@ WAVReader::Stream::Stream(std::unique_ptr<SegmentExporter> inExporter, Header in
 
 void WAVReader::Stream::TakeRange(FrameRange inRange) {
     if (inRange.first < 0 || inRange.end < inRange.first) LException::Throw(paramErr);
-    auto const rate = static_cast<UInt32>(mExporter->SampleRate());
-    SInt64 const movieFrames =
+    const auto rate = static_cast<UInt32>(mExporter->SampleRate());
+    const SInt64 movieFrames =
         std::clamp<SInt64>(GetMovieDuration64(mExporter->GetMovie(), rate), 0, kMaxFrameCount);
     mFirstFrame = std::min(inRange.first, movieFrames);
     mFrameCount = std::min(inRange.end, movieFrames) - mFirstFrame;
 }
 
 void WAVReader::Stream::MakeHeader(Header inHeader) {
-    SInt32 const rate = mExporter->SampleRate();
+    const SInt32 rate = mExporter->SampleRate();
     if (inHeader == Header::kRF64)
         SetHeader(MakeRF64Header(rate, static_cast<UInt64>(mFrameCount)).bytes);
     else
@@ -72,7 +72,7 @@ void WAVReader::Stream::MakeHeader(Header inHeader) {
 }
 
 template <std::size_t kByteCount>
-void WAVReader::Stream::SetHeader(unsigned char const (&inBytes)[kByteCount]) {
+void WAVReader::Stream::SetHeader(const unsigned char (&inBytes)[kByteCount]) {
     static_assert(kByteCount <= sizeof mHeader);
     mHeaderByteCount = kByteCount;
     std::memcpy(mHeader, inBytes, kByteCount);
@@ -81,12 +81,12 @@ void WAVReader::Stream::SetHeader(unsigned char const (&inBytes)[kByteCount]) {
 std::size_t WAVReader::Stream::Read(SInt64 inPosition, void* outBytes, std::size_t inByteCount) {
     if (inPosition < 0 || inPosition >= ByteCount() || inByteCount == 0) return 0;
     auto* const bytes = static_cast<unsigned char*>(outBytes);
-    auto const left = static_cast<UInt64>(ByteCount() - inPosition);
-    auto const wanted = static_cast<std::size_t>(std::min<UInt64>(inByteCount, left));
+    const auto left = static_cast<UInt64>(ByteCount() - inPosition);
+    const auto wanted = static_cast<std::size_t>(std::min<UInt64>(inByteCount, left));
 
     std::size_t copied = ReadHeader(inPosition, bytes, wanted);
     while (copied < wanted) {
-        SInt64 const soundOffset = inPosition + static_cast<SInt64>(copied) - mHeaderByteCount;
+        const SInt64 soundOffset = inPosition + static_cast<SInt64>(copied) - mHeaderByteCount;
         copied += ReadSound(soundOffset, bytes + copied, wanted - copied);
     }
     return wanted;
@@ -95,18 +95,18 @@ std::size_t WAVReader::Stream::Read(SInt64 inPosition, void* outBytes, std::size
 std::size_t WAVReader::Stream::ReadHeader(SInt64 inPosition, unsigned char* outBytes,
                                           std::size_t inByteCount) const {
     if (inPosition >= mHeaderByteCount) return 0;
-    auto const byteCount = std::min(inByteCount, static_cast<std::size_t>(mHeaderByteCount - inPosition));
+    const auto byteCount = std::min(inByteCount, static_cast<std::size_t>(mHeaderByteCount - inPosition));
     std::memcpy(outBytes, mHeader + inPosition, byteCount);
     return byteCount;
 }
 
 std::size_t WAVReader::Stream::ReadSound(SInt64 inSoundOffset, unsigned char* outBytes,
                                          std::size_t inByteCount) {
-    SInt64 const frame = inSoundOffset / kFrameByteCount;
+    const SInt64 frame = inSoundOffset / kFrameByteCount;
     if (!Holds(frame)) RenderFrom(frame);
-    auto const offset = static_cast<std::size_t>(inSoundOffset - mSegmentFirst * kFrameByteCount);
-    auto const segmentByteCount = static_cast<std::size_t>(mSegmentFrames) * kFrameByteCount;
-    auto const byteCount = std::min(inByteCount, segmentByteCount - offset);
+    const auto offset = static_cast<std::size_t>(inSoundOffset - mSegmentFirst * kFrameByteCount);
+    const auto segmentByteCount = static_cast<std::size_t>(mSegmentFrames) * kFrameByteCount;
+    const auto byteCount = std::min(inByteCount, segmentByteCount - offset);
     std::memcpy(outBytes, mSegmentData + offset, byteCount);
     return byteCount;
 }
@@ -117,7 +117,7 @@ bool WAVReader::Stream::Holds(SInt64 inFrame) const {
 
 void WAVReader::Stream::RenderFrom(SInt64 inFrame) {
     mSegmentFrames = 0;
-    auto const askedFrames =
+    const auto askedFrames =
         static_cast<SInt32>(std::min<SInt64>(mExporter->SegmentFrames(), mFrameCount - inFrame));
     SegmentExporter::Segment const segment = mExporter->Export(mFirstFrame + inFrame, askedFrames);
     // A stream position is a frame, so each frame must have its four bytes; and none would never get there.
@@ -126,10 +126,10 @@ void WAVReader::Stream::RenderFrom(SInt64 inFrame) {
         LException::Throw(paramErr);
     mSegmentFirst = inFrame;
     mSegmentFrames = segment.frameCount;
-    mSegmentData = static_cast<unsigned char const*>(segment.data);
+    mSegmentData = static_cast<const unsigned char*>(segment.data);
 }
 
-WAVReader::WAVReader(char const* inPath, Header inHeader)
+WAVReader::WAVReader(const char* inPath, Header inHeader)
     : WAVReader(std::make_unique<SegmentExporter>(inPath), inHeader) {}
 
 WAVReader::WAVReader(std::unique_ptr<SegmentExporter> inExporter, Header inHeader, FrameRange inRange)

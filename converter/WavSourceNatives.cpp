@@ -69,10 +69,10 @@ template <class Body>
 auto Guarded(JNIEnv* inEnv, jclass inReader, Body inBody) -> decltype(inBody()) {
     try {
         return inBody();
-    } catch (LException const& failure) {
+    } catch (const LException& failure) {
         const auto status = static_cast<OSStatus>(failure.GetErrorCode());
         Raise(inEnv, inReader, status, GetStatusText(status));
-    } catch (std::bad_alloc const&) {
+    } catch (const std::bad_alloc&) {
         inEnv->ThrowNew(sJava.outOfMemory, "no native memory left");
     } catch (...) {
         Raise(inEnv, inReader, paramErr, "an unexpected failure in the native library");
@@ -85,9 +85,8 @@ auto Guarded(JNIEnv* inEnv, jclass inReader, Body inBody) -> decltype(inBody()) 
 std::string_view ReasonNotOpened(const char* inPath, OSStatus inStatus) {
     FSRef file;
     if (inStatus == memFullErr ||
-        FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath), &file, nullptr) != noErr) {
+        FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath), &file, nullptr) != noErr)
         return GetStatusText(inStatus);
-    }
     return GetMovieOpenErrorText();
 }
 
@@ -155,9 +154,8 @@ jint JNICALL Read(JNIEnv* inEnv, jclass inReader, jlong inHandle, jlong inPositi
     return Guarded(inEnv, inReader, [&]() -> jint {
         const jsize room = inEnv->GetArrayLength(outBytes);
         if (inPosition < 0 || inOffset < 0 || inByteCount < 0 || inOffset > room ||
-            room - inOffset < inByteCount) {
+            room - inOffset < inByteCount)
             LException::Throw(paramErr);
-        }
         Source& source = FromHandle(inHandle);
         jint done = 0;
         while (done < inByteCount) {
@@ -174,9 +172,8 @@ jint JNICALL Read(JNIEnv* inEnv, jclass inReader, jlong inHandle, jlong inPositi
 
 MovieSoundReport Report(jlong inHandle) {
     MovieSoundReport report{};
-    if (OSErr status = GetMovieSoundReport(FromHandle(inHandle).reader.Exporter().GetMovie(), &report)) {
+    if (OSErr status = GetMovieSoundReport(FromHandle(inHandle).reader.Exporter().GetMovie(), &report))
         LException::Throw(status);
-    }
     return report;
 }
 

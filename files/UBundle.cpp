@@ -14,13 +14,13 @@ struct ReleaseObject {
 using OwnedURL = std::unique_ptr<std::remove_pointer_t<CFURLRef>, ReleaseObject>;
 
 // The bundle in the folder, with its executable loaded; null when any of it fails.
-CFBundleRef CreateLoadedBundle(FSRef const& inFolder, CFStringRef inName) {
-    OwnedURL const folderURL(CFURLCreateFromFSRef(kCFAllocatorSystemDefault, &inFolder));
+CFBundleRef CreateLoadedBundle(const FSRef& inFolder, CFStringRef inName) {
+    const OwnedURL folderURL(CFURLCreateFromFSRef(kCFAllocatorSystemDefault, &inFolder));
     if (folderURL == nullptr) return nullptr;
-    OwnedURL const bundleURL(
+    const OwnedURL bundleURL(
         CFURLCreateCopyAppendingPathComponent(kCFAllocatorSystemDefault, folderURL.get(), inName, false));
     if (bundleURL == nullptr) return nullptr;
-    CFBundleRef const bundle = CFBundleCreate(kCFAllocatorSystemDefault, bundleURL.get());
+    const CFBundleRef bundle = CFBundleCreate(kCFAllocatorSystemDefault, bundleURL.get());
     if (bundle == nullptr || CFBundleLoadExecutable(bundle)) return bundle;
     CFRelease(bundle);
     return nullptr;
@@ -32,7 +32,7 @@ OSStatus UBundle::LoadFrameworkBundle(CFStringRef inFrameworkName, CFBundleRef* 
                                       bool inPrivateFramework) {
     *outBundle = nullptr;
     FSRef folder;
-    OSStatus const status =
+    const OSStatus status =
         FSFindFolder(kOnSystemDisk, inPrivateFramework ? kPrivateFrameworksFolderType : kFrameworksFolderType,
                      kCreateFolder, &folder);
     if (status != noErr) return status;

@@ -2,13 +2,13 @@
 // not the difference of the first bytes that differ, so the comparing is done here. Blocks of up to 64 bytes
 // have one way through for each length that looks at both ends, which overlap in the middle, and for most
 // blocks that are equal takes no jump.
+#include "BlockDifference.h"
+#include "LongBlocks.h"
+
 #include <foundation/Blocks.h>
 
 #include <algorithm>
 #include <cstring>
-
-#include "BlockDifference.h"
-#include "LongBlocks.h"
 
 namespace {
 
@@ -19,8 +19,8 @@ namespace {
 
 template <typename Word>
 [[gnu::noinline]] long DifferenceOfWords(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    unsigned long const last = inByteCount - sizeof(Word);
-    if (Word const changed = ChangedBits<Word>(inLeft, inRight); changed != 0)
+    const unsigned long last = inByteCount - sizeof(Word);
+    if (const Word changed = ChangedBits<Word>(inLeft, inRight); changed != 0)
         return DifferenceAt(inLeft, inRight, FirstByteOf(changed));
     return DifferenceAt(inLeft, inRight,
                         last + FirstByteOf(ChangedBits<Word>(inLeft + last, inRight + last)));
@@ -29,7 +29,7 @@ template <typename Word>
 // Blocks of at least a Word, and at most two.
 template <typename Word>
 long CompareWords(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    unsigned long const last = inByteCount - sizeof(Word);
+    const unsigned long last = inByteCount - sizeof(Word);
     if ((ChangedBits<Word>(inLeft, inRight) | ChangedBits<Word>(inLeft + last, inRight + last)) == 0)
         [[likely]]
         return 0;
@@ -39,9 +39,9 @@ long CompareWords(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
 template <unsigned kPieces>
 [[gnu::noinline]] long DifferenceOfPieces(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
     constexpr unsigned long kEndBytes = kPieces * 16UL;
-    for (unsigned long const end : {0UL, inByteCount - kEndBytes}) {
+    for (const unsigned long end : {0UL, inByteCount - kEndBytes}) {
         for (unsigned long at = end; at < end + kEndBytes; at += 16) {
-            unsigned const place = FirstDifferent(Compare16(inLeft + at, inRight + at));
+            const unsigned place = FirstDifferent(Compare16(inLeft + at, inRight + at));
             if (place < 16) return DifferenceAt(inLeft, inRight, at + place);
         }
     }
@@ -51,7 +51,7 @@ template <unsigned kPieces>
 // Blocks of at least kPieces of 16 bytes, and at most twice as many.
 template <unsigned kPieces>
 long ComparePieces(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    unsigned long const last = inByteCount - kPieces * 16UL;
+    const unsigned long last = inByteCount - kPieces * 16UL;
     if (AreEqual(Join(Compare16s<kPieces>(inLeft, inRight),
                       Compare16s<kPieces>(inLeft + last, inRight + last)))) [[likely]]
         return 0;
@@ -61,7 +61,7 @@ long ComparePieces(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
 // Goes past stretches that are equal; what is left begins with the one that is not, if there is any.
 void SkipEqual(Bytes& ioLeft, Bytes& ioRight, unsigned long& ioByteCount, unsigned long inStretchBytes) {
     while (ioByteCount > 0) {
-        unsigned long const count = std::min(ioByteCount, inStretchBytes);
+        const unsigned long count = std::min(ioByteCount, inStretchBytes);
         if (std::memcmp(ioLeft, ioRight, count) != 0) return;
         ioLeft += count;
         ioRight += count;
@@ -74,23 +74,23 @@ void SkipEqual(Bytes& ioLeft, Bytes& ioRight, unsigned long& ioByteCount, unsign
 // Most blocks that differ do so at once. For the others memcmp finds the place: in stretches long enough to
 // make up for the calls, then in shorter ones.
 long CompareStretches(Bytes inLeft, Bytes inRight, unsigned long inByteCount) {
-    if (unsigned const place = FirstDifferent(Compare16(inLeft, inRight)); place < 16)
+    if (const unsigned place = FirstDifferent(Compare16(inLeft, inRight)); place < 16)
         return DifferenceAt(inLeft, inRight, place);
     SkipEqual(inLeft, inRight, inByteCount, 4096);
     SkipEqual(inLeft, inRight, inByteCount, 256);
     for (; inByteCount >= 16; inByteCount -= 16, inLeft += 16, inRight += 16)
-        if (unsigned const place = FirstDifferent(Compare16(inLeft, inRight)); place < 16)
+        if (const unsigned place = FirstDifferent(Compare16(inLeft, inRight)); place < 16)
             return DifferenceAt(inLeft, inRight, place);
     return BlockCompare(inLeft, inRight, inByteCount);
 }
 
-bool BlocksAreEqual(void const* inLeft, void const* inRight, unsigned long inByteCount) {
+bool BlocksAreEqual(const void* inLeft, const void* inRight, unsigned long inByteCount) {
     return inByteCount == 0 || std::memcmp(inLeft, inRight, inByteCount) == 0;
 }
 
-long BlockCompare(void const* inLeft, void const* inRight, unsigned long inByteCount) {
-    auto const left = static_cast<Bytes>(inLeft);
-    auto const right = static_cast<Bytes>(inRight);
+long BlockCompare(const void* inLeft, const void* inRight, unsigned long inByteCount) {
+    const auto left = static_cast<Bytes>(inLeft);
+    const auto right = static_cast<Bytes>(inRight);
     if (inByteCount <= 16) [[likely]] {
         if (inByteCount >= 8) [[likely]]
             return CompareWords<UInt64>(left, right, inByteCount);
@@ -106,8 +106,8 @@ long BlockCompare(void const* inLeft, void const* inRight, unsigned long inByteC
     return CompareLong(left, right, inByteCount);
 }
 
-long BlockCompare(void const* inLeft, void const* inRight, unsigned long inLeftByteCount,
+long BlockCompare(const void* inLeft, const void* inRight, unsigned long inLeftByteCount,
                   unsigned long inRightByteCount) {
-    long const order = BlockCompare(inLeft, inRight, std::min(inLeftByteCount, inRightByteCount));
+    const long order = BlockCompare(inLeft, inRight, std::min(inLeftByteCount, inRightByteCount));
     return order != 0 ? order : static_cast<long>(inLeftByteCount - inRightByteCount);
 }

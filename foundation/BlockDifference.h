@@ -10,7 +10,7 @@
 #include <emmintrin.h>
 #endif
 
-using Bytes = unsigned char const*;
+using Bytes = const unsigned char*;
 
 inline long DifferenceAt(Bytes inLeft, Bytes inRight, unsigned long inPlace) {
     return long{inLeft[inPlace]} - long{inRight[inPlace]};
@@ -27,7 +27,7 @@ Word ChangedBits(Bytes inLeft, Bytes inRight) {
 // The place in memory of the first byte of a word that is not 0.
 template <typename Word>
 unsigned FirstByteOf(Word inWord) {
-    int const bits =
+    const int bits =
         std::endian::native == std::endian::little ? std::countr_zero(inWord) : std::countl_zero(inWord);
     return static_cast<unsigned>(bits) / 8;
 }
@@ -37,8 +37,8 @@ unsigned FirstByteOf(Word inWord) {
 using Comparison = __m128i;
 
 inline Comparison Compare16(Bytes inLeft, Bytes inRight) {
-    return _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<__m128i const*>(inLeft)),
-                          _mm_loadu_si128(reinterpret_cast<__m128i const*>(inRight)));
+    return _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(inLeft)),
+                          _mm_loadu_si128(reinterpret_cast<const __m128i*>(inRight)));
 }
 
 inline Comparison Join(Comparison inOne, Comparison inOther) {

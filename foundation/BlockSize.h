@@ -8,7 +8,7 @@
 
 // A size for the Memory Manager; -1, which it refuses, for one that it has no room to tell.
 inline Size BlockSize(long inByteCount) {
-    auto const size = static_cast<Size>(inByteCount);
+    const auto size = static_cast<Size>(inByteCount);
     return size == inByteCount ? size : Size{-1};
 }
 
@@ -20,6 +20,6 @@ inline void ThrowIfError(OSErr inError) {
 // Throws the Memory Manager's status for a block that could not be had, or that memory is full if it tells
 // none.
 [[noreturn]] inline void ThrowMemError() {
-    OSErr const error = MemError();
+    const OSErr error = MemError();
     LException::Throw(error != noErr ? error : OSErr{memFullErr});
 }

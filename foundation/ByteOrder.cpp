@@ -30,7 +30,7 @@ constexpr UInt32 OuterBytesSwapped(UInt32 inValue) {
 }
 
 template <typename Unit>
-Unit Load(void const* inAddress) {
+Unit Load(const void* inAddress) {
     Unit unit;
     std::memcpy(&unit, inAddress, sizeof unit);
     return unit;
@@ -42,8 +42,8 @@ void Store(void* outAddress, Unit inUnit) {
 }
 
 template <typename Unit, Unit (*Permute)(Unit)>
-void MoveUnits(void const* inSource, void* outDestination, unsigned long inUnitCount) {
-    auto const* source = static_cast<unsigned char const*>(inSource);
+void MoveUnits(const void* inSource, void* outDestination, unsigned long inUnitCount) {
+    const auto* source = static_cast<const unsigned char*>(inSource);
     auto* destination = static_cast<unsigned char*>(outDestination);
     for (unsigned long i = 0; i < inUnitCount; ++i)
         Store(destination + i * sizeof(Unit), Permute(Load<Unit>(source + i * sizeof(Unit))));
@@ -86,19 +86,19 @@ void SwapSectors(char* ioData, long inSectorCount) {
     PermuteUnits<UInt16, Swapped>(ioData, static_cast<unsigned long>(inSectorCount) * kSamplesPerSector);
 }
 
-void BlockMoveDataSwappedShort(void const* inSrc, void* outDst, long inByteCount) {
+void BlockMoveDataSwappedShort(const void* inSrc, void* outDst, long inByteCount) {
     MoveUnits<UInt16, Swapped>(inSrc, outDst, UnitCount(inByteCount, 2));
 }
 
-void BlockMoveDataSwappedLong(void const* inSrc, void* outDst, long inByteCount) {
+void BlockMoveDataSwappedLong(const void* inSrc, void* outDst, long inByteCount) {
     MoveUnits<UInt32, Swapped>(inSrc, outDst, UnitCount(inByteCount, 4));
 }
 
-void BlockMoveDataSwappedShortAltivecAligned(void const* inSrc, void* outDst, long inByteCount) {
+void BlockMoveDataSwappedShortAltivecAligned(const void* inSrc, void* outDst, long inByteCount) {
     BlockMoveDataSwappedShort(inSrc, outDst, inByteCount);
 }
 
-void BlockMoveDataSwappedLongAltivecAligned(void const* inSrc, void* outDst, long inByteCount) {
+void BlockMoveDataSwappedLongAltivecAligned(const void* inSrc, void* outDst, long inByteCount) {
     BlockMoveDataSwappedLong(inSrc, outDst, inByteCount);
 }
 

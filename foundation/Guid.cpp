@@ -1,11 +1,11 @@
+#include "SystemStatics.h"
+
 #include <foundation/Guid.h>
 #include <foundation/Int64.h>
 #include <toolbox/CFUUID.h>
 #include <toolbox/Timer.h>
 
 #include <cstring>
-
-#include "SystemStatics.h"
 
 bool sTrueGuid = false;
 

@@ -13,7 +13,7 @@ constexpr UInt32 LowWord(unsigned long long inBits) {
     return static_cast<UInt32>(inBits);
 }
 
-constexpr unsigned long long Bits(Int64 const& inValue) {
+constexpr unsigned long long Bits(const Int64& inValue) {
     return static_cast<unsigned long long>(static_cast<UInt32>(inValue.hi)) << 32 | inValue.lo;
 }
 
@@ -24,38 +24,38 @@ constexpr SInt32 SignWord(SInt32 inValue) {
 
 }  // namespace
 
-Int64::Int64(Int64 const& inOther) : hi(inOther.hi), lo(inOther.lo) {}
+Int64::Int64(const Int64& inOther) : hi(inOther.hi), lo(inOther.lo) {}
 
-Int64::Int64(int const& inValue) : hi(SignWord(inValue)), lo(static_cast<UInt32>(inValue)) {}
+Int64::Int64(const int& inValue) : hi(SignWord(inValue)), lo(static_cast<UInt32>(inValue)) {}
 
-Int64::Int64(long const& inValue)
+Int64::Int64(const long& inValue)
     : hi(SignWord(static_cast<SInt32>(inValue))), lo(static_cast<UInt32>(inValue)) {}
 
-Int64::Int64(unsigned long const& inValue) : hi(0), lo(static_cast<UInt32>(inValue)) {}
+Int64::Int64(const unsigned long& inValue) : hi(0), lo(static_cast<UInt32>(inValue)) {}
 
-Int64::Int64(long long const& inValue)
+Int64::Int64(const long long& inValue)
     : hi(HighWord(static_cast<unsigned long long>(inValue))),
       lo(LowWord(static_cast<unsigned long long>(inValue))) {}
 
-Int64::Int64(unsigned long long const& inValue) : hi(HighWord(inValue)), lo(LowWord(inValue)) {}
+Int64::Int64(const unsigned long long& inValue) : hi(HighWord(inValue)), lo(LowWord(inValue)) {}
 
-Int64::Int64(UnsignedWide const& inValue) : hi(static_cast<SInt32>(inValue.hi)), lo(inValue.lo) {}
+Int64::Int64(const UnsignedWide& inValue) : hi(static_cast<SInt32>(inValue.hi)), lo(inValue.lo) {}
 
-Int64& Int64::operator=(Int64 const& inOther) {
+Int64& Int64::operator=(const Int64& inOther) {
     hi = inOther.hi;
     lo = inOther.lo;
     return *this;
 }
 
-Int64& Int64::operator+=(Int64 const& inOther) {
+Int64& Int64::operator+=(const Int64& inOther) {
     return *this = Int64(Bits(*this) + Bits(inOther));
 }
 
-Int64& Int64::operator-=(Int64 const& inOther) {
+Int64& Int64::operator-=(const Int64& inOther) {
     return *this = Int64(Bits(*this) - Bits(inOther));
 }
 
-Int64& Int64::operator*=(Int64 const& inOther) {
+Int64& Int64::operator*=(const Int64& inOther) {
     return *this = Int64(Bits(*this) * Bits(inOther));
 }
 
@@ -81,26 +81,26 @@ Int64 Int64::Microseconds() {
     return Int64(now);
 }
 
-Int64 operator+(Int64 const& inLeft, Int64 const& inRight) {
+Int64 operator+(const Int64& inLeft, const Int64& inRight) {
     Int64 sum(inLeft);
     sum += inRight;
     return sum;
 }
 
-Int64 operator-(Int64 const& inLeft, Int64 const& inRight) {
+Int64 operator-(const Int64& inLeft, const Int64& inRight) {
     Int64 difference(inLeft);
     difference -= inRight;
     return difference;
 }
 
-bool operator>(Int64 const& inLeft, Int64 const& inRight) {
+bool operator>(const Int64& inLeft, const Int64& inRight) {
     return inLeft.hi != inRight.hi ? inLeft.hi > inRight.hi : inLeft.lo > inRight.lo;
 }
 
-bool operator<(Int64 const& inLeft, Int64 const& inRight) {
+bool operator<(const Int64& inLeft, const Int64& inRight) {
     return inRight > inLeft;
 }
 
-bool operator<=(Int64 const& inLeft, Int64 const& inRight) {
+bool operator<=(const Int64& inLeft, const Int64& inRight) {
     return !(inLeft > inRight);
 }

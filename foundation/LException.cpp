@@ -1,15 +1,15 @@
 #include <foundation/LException.h>
 
-LException::LException(long inErrorCode, TCFString const& inErrorString)
+LException::LException(long inErrorCode, const TCFString& inErrorString)
     : mErrorCode(static_cast<SInt32>(inErrorCode)) {
     SetErrorString(inErrorString);
 }
 
-LException::LException(LException const& inOther) : std::exception(inOther), mErrorCode(inOther.mErrorCode) {
+LException::LException(const LException& inOther) : std::exception(inOther), mErrorCode(inOther.mErrorCode) {
     SetErrorString(inOther.mErrorString);
 }
 
-LException& LException::operator=(LException const& inOther) {
+LException& LException::operator=(const LException& inOther) {
     mErrorCode = inOther.mErrorCode;
     SetErrorString(inOther.mErrorString);
     return *this;
@@ -17,7 +17,7 @@ LException& LException::operator=(LException const& inOther) {
 
 LException::~LException() = default;
 
-char const* LException::what() const noexcept {
+const char* LException::what() const noexcept {
     return TCFString::kCannotDisplayCString;
 }
 
@@ -29,11 +29,11 @@ void LException::SetErrorCode(long inErrorCode) {
     mErrorCode = static_cast<SInt32>(inErrorCode);
 }
 
-void LException::SetErrorString(TCFString const& inErrorString) {
+void LException::SetErrorString(const TCFString& inErrorString) {
     mErrorString = inErrorString;
 }
 
-unsigned char const* LException::GetErrorString() const {
+const unsigned char* LException::GetErrorString() const {
     return mErrorString.PString(mPascalString, 255);
 }
 
@@ -41,6 +41,6 @@ void LException::Throw(long inErrorCode) {
     throw LException(inErrorCode, TCFString::Empty);
 }
 
-void LException::Throw(long inErrorCode, TCFString const& inErrorString) {
+void LException::Throw(long inErrorCode, const TCFString& inErrorString) {
     throw LException(inErrorCode, inErrorString);
 }

@@ -1,7 +1,7 @@
+#include "BlockSize.h"
+
 #include <foundation/StHandleBlock.h>
 #include <toolbox/Resources.h>
-
-#include "BlockSize.h"
 
 namespace {
 
@@ -27,10 +27,10 @@ StHandleBlock::StHandleBlock(long inSize, bool inThrowFail, bool inUseTempMem)
     if (inThrowFail && mHandle == nullptr) LException::Throw(error);
 }
 
-StHandleBlock::StHandleBlock(StHandleBlock const& inOther)
+StHandleBlock::StHandleBlock(const StHandleBlock& inOther)
     : mHandle(CopyOf(inOther.mHandle)), mOwns(inOther.mHandle != nullptr) {}
 
-StHandleBlock& StHandleBlock::operator=(StHandleBlock const& inOther) {
+StHandleBlock& StHandleBlock::operator=(const StHandleBlock& inOther) {
     if (this != &inOther) CopyAndAdopt(inOther.mHandle);
     return *this;
 }

@@ -5,8 +5,8 @@
 namespace {
 
 SInt8 StateOf(Handle inHandle) {
-    SInt8 const state = HGetState(inHandle);
-    OSErr const error = MemError();
+    const SInt8 state = HGetState(inHandle);
+    const OSErr error = MemError();
     if (error != noErr) LException::Throw(error);
     return state;
 }

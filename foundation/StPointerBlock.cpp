@@ -1,6 +1,6 @@
-#include <foundation/StPointerBlock.h>
-
 #include "BlockSize.h"
+
+#include <foundation/StPointerBlock.h>
 
 StPointerBlock::StPointerBlock(char* inPtr) : mPtr(inPtr), mOwns(inPtr != nullptr) {}
 
@@ -11,10 +11,10 @@ StPointerBlock::StPointerBlock(long inSize, bool inThrowFail, bool inClear)
     if (inThrowFail && mPtr == nullptr) ThrowMemError();
 }
 
-StPointerBlock::StPointerBlock(StPointerBlock const& inOther)
+StPointerBlock::StPointerBlock(const StPointerBlock& inOther)
     : mPtr(CopyPointerBlock(inOther.mPtr)), mOwns(mPtr != nullptr) {}
 
-StPointerBlock& StPointerBlock::operator=(StPointerBlock const& inOther) {
+StPointerBlock& StPointerBlock::operator=(const StPointerBlock& inOther) {
     if (this != &inOther) CopyAndAdopt(inOther.mPtr);
     return *this;
 }
@@ -25,9 +25,9 @@ StPointerBlock::~StPointerBlock() {
 
 char* StPointerBlock::CopyPointerBlock(char* inPtr) {
     if (inPtr == nullptr) return nullptr;
-    Size const size = GetPtrSize(inPtr);
+    const Size size = GetPtrSize(inPtr);
     ThrowIfError(MemError());
-    Ptr const copy = NewPtr(size);
+    const Ptr copy = NewPtr(size);
     if (copy == nullptr) ThrowMemError();
     BlockMoveData(inPtr, copy, size);
     return copy;

@@ -9,7 +9,7 @@ StResource::StResource(unsigned long inType, short inID, unsigned char inThrowFa
     GetResource(inType, inID, inThrowFail, inOneDeep);
 }
 
-StResource::StResource(unsigned long inType, unsigned char const* inName, unsigned char inThrowFail,
+StResource::StResource(unsigned long inType, const unsigned char* inName, unsigned char inThrowFail,
                        unsigned char inOneDeep)
     : mHandle(nullptr) {
     GetResource(inType, inName, inThrowFail, inOneDeep);
@@ -22,7 +22,7 @@ StResource::~StResource() {
 char** StResource::Hold(char** inHandle, unsigned char inThrowFail) {
     mHandle = inHandle;
     if (mHandle == nullptr && inThrowFail) {
-        OSErr const error = ResError();
+        const OSErr error = ResError();
         LException::Throw(error != noErr ? error : OSErr{resNotFound});
     }
     return mHandle;
@@ -31,21 +31,21 @@ char** StResource::Hold(char** inHandle, unsigned char inThrowFail) {
 char** StResource::GetResource(unsigned long inType, short inID, unsigned char inThrowFail,
                                unsigned char inOneDeep) {
     Dispose();
-    auto const type = static_cast<ResType>(inType);
+    const auto type = static_cast<ResType>(inType);
     return Hold(inOneDeep ? Get1Resource(type, inID) : ::GetResource(type, inID), inThrowFail);
 }
 
-char** StResource::GetResource(unsigned long inType, unsigned char const* inName, unsigned char inThrowFail,
+char** StResource::GetResource(unsigned long inType, const unsigned char* inName, unsigned char inThrowFail,
                                unsigned char inOneDeep) {
     Dispose();
-    auto const type = static_cast<ResType>(inType);
+    const auto type = static_cast<ResType>(inType);
     return Hold(inOneDeep ? Get1NamedResource(type, inName) : GetNamedResource(type, inName), inThrowFail);
 }
 
 char** StResource::GetIndResource(unsigned long inType, short inIndex, unsigned char inThrowFail,
                                   unsigned char inOneDeep) {
     Dispose();
-    auto const type = static_cast<ResType>(inType);
+    const auto type = static_cast<ResType>(inType);
     return Hold(inOneDeep ? Get1IndResource(type, inIndex) : ::GetIndResource(type, inIndex), inThrowFail);
 }
 

@@ -1,3 +1,5 @@
+#include "SystemStatics.h"
+
 #include <foundation/SystemFacts.h>
 #include <toolbox/Events.h>
 #include <toolbox/Gestalt.h>
@@ -6,8 +8,6 @@
 #include <toolbox/Script.h>
 #include <toolbox/TextEncoding.h>
 #include <toolbox/Volumes.h>
-
-#include "SystemStatics.h"
 
 std::atomic<short> sAppIsJapanese{-1};
 

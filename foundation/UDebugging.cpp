@@ -18,13 +18,13 @@ enum Item : SInt16 { kQuitItem = 4, kDebuggerItem = 5, kSilenceItem = 6 };
 // A number in decimal, or a C string, as the toolbox takes text.
 struct PascalText {
     explicit PascalText(long inNumber) { NumToString(static_cast<SInt32>(inNumber), bytes); }
-    explicit PascalText(char const* inText) { UDebugging::LoadPStrFromCStr(bytes, inText); }
+    explicit PascalText(const char* inText) { UDebugging::LoadPStrFromCStr(bytes, inText); }
 
     Str255 bytes;
 };
 
-void Alert(SInt16 inAlertID, SInt32& ioSetting, unsigned char const* inText, char const* inFile,
-           unsigned char const* inExtra, long inLine) {
+void Alert(SInt16 inAlertID, SInt32& ioSetting, const unsigned char* inText, const char* inFile,
+           const unsigned char* inExtra, long inLine) {
     ParamText(inText, PascalText(inFile).bytes, inExtra, PascalText(inLine).bytes);
     switch (StopAlert(inAlertID, nullptr)) {
         case kQuitItem:
@@ -45,7 +45,7 @@ void Alert(SInt16 inAlertID, SInt32& ioSetting, unsigned char const* inText, cha
 SInt32 UDebugging::gDebugThrow = kReportsNothing;
 SInt32 UDebugging::gDebugSignal = kReportsNothing;
 
-StringPtr UDebugging::LoadPStrFromCStr(unsigned char* outPStr, char const* inCStr) {
+StringPtr UDebugging::LoadPStrFromCStr(unsigned char* outPStr, const char* inCStr) {
     constexpr unsigned char kMaxLength = 255;
     unsigned char length = 0;
     for (; length < kMaxLength && inCStr[length] != '\0'; ++length)
@@ -54,50 +54,50 @@ StringPtr UDebugging::LoadPStrFromCStr(unsigned char* outPStr, char const* inCSt
     return outPStr;
 }
 
-void UDebugging::AlertThrowAt(unsigned char const* inText, char const* inFile, unsigned char const* inExtra,
+void UDebugging::AlertThrowAt(const unsigned char* inText, const char* inFile, const unsigned char* inExtra,
                               long inLine) {
     Alert(kThrowAlert, gDebugThrow, inText, inFile, inExtra, inLine);
 }
 
-void UDebugging::AlertThrowAt(unsigned char const* inText, char const* inFile, char const* inExtra,
+void UDebugging::AlertThrowAt(const unsigned char* inText, const char* inFile, const char* inExtra,
                               long inLine) {
     AlertThrowAt(inText, inFile, PascalText(inExtra).bytes, inLine);
 }
 
-void UDebugging::AlertSignalAt(unsigned char const* inText, char const* inFile, unsigned char const* inExtra,
+void UDebugging::AlertSignalAt(const unsigned char* inText, const char* inFile, const unsigned char* inExtra,
                                long inLine) {
     Alert(kSignalAlert, gDebugSignal, inText, inFile, inExtra, inLine);
 }
 
-void UDebugging::AlertSignalAt(char const* inText, char const* inFile, unsigned char const* inExtra,
+void UDebugging::AlertSignalAt(const char* inText, const char* inFile, const unsigned char* inExtra,
                                long inLine) {
     AlertSignalAt(PascalText(inText).bytes, inFile, inExtra, inLine);
 }
 
-void UDebugging::AlertSignalAt(unsigned char const* inText, char const* inFile, char const* inExtra,
+void UDebugging::AlertSignalAt(const unsigned char* inText, const char* inFile, const char* inExtra,
                                long inLine) {
     AlertSignalAt(inText, inFile, PascalText(inExtra).bytes, inLine);
 }
 
-void UDebugging::AlertSignalAt(char const* inText, char const* inFile, char const* inExtra, long inLine) {
+void UDebugging::AlertSignalAt(const char* inText, const char* inFile, const char* inExtra, long inLine) {
     AlertSignalAt(PascalText(inText).bytes, inFile, PascalText(inExtra).bytes, inLine);
 }
 
-void UDebugging::AlertSignalOSStatusAt(long inStatus, char const* inFile, unsigned char const* inExtra,
+void UDebugging::AlertSignalOSStatusAt(long inStatus, const char* inFile, const unsigned char* inExtra,
                                        long inLine) {
     unsigned char text[64] = "\016Status Code = ";
-    PascalText const number(inStatus);
+    const PascalText number(inStatus);
     std::memcpy(text + 1 + text[0], number.bytes + 1, number.bytes[0]);
     text[0] = static_cast<unsigned char>(text[0] + number.bytes[0]);
     AlertSignalAt(text, inFile, inExtra, inLine);
 }
 
-void UDebugging::AlertSignalOSStatusAt(long inStatus, char const* inFile, char const* inExtra, long inLine) {
+void UDebugging::AlertSignalOSStatusAt(long inStatus, const char* inFile, const char* inExtra, long inLine) {
     AlertSignalOSStatusAt(inStatus, inFile, PascalText(inExtra).bytes, inLine);
 }
 
-void UDebugging::DebugThrow(long inError, char const* inFile, unsigned char const* inExtra, long inLine) {
-    PascalText const number(inError);
+void UDebugging::DebugThrow(long inError, const char* inFile, const unsigned char* inExtra, long inLine) {
+    const PascalText number(inError);
     if (gDebugThrow == kAlerts)
         AlertThrowAt(number.bytes, inFile, inExtra, inLine);
     else if (gDebugThrow == kTellsDebugger)
@@ -105,7 +105,7 @@ void UDebugging::DebugThrow(long inError, char const* inFile, unsigned char cons
     LException::Throw(inError);
 }
 
-void UDebugging::DebugThrow(long inError, char const* inFile, char const* inExtra, long inLine) {
+void UDebugging::DebugThrow(long inError, const char* inFile, const char* inExtra, long inLine) {
     DebugThrow(inError, inFile, PascalText(inExtra).bytes, inLine);
 }
 

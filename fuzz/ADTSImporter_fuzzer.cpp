@@ -20,9 +20,7 @@ std::shared_ptr<const MediaFile> NewFile(const std::uint8_t* inBytes, std::size_
 }
 
 void Require(bool inHolds) {
-    if (!inHolds) {
-        std::abort();
-    }
+    if (!inHolds) std::abort();
 }
 
 void CheckSpans(const SoundTrack& inTrack) {
@@ -43,9 +41,7 @@ void CheckSpans(const SoundTrack& inTrack) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inBytes, std::size_t inCount) {
     ImportedMovie movie;
     std::string problem;
-    if (ImportADTS(NewFile(inBytes, inCount), movie, problem) != noErr) {
-        return 0;
-    }
+    if (ImportADTS(NewFile(inBytes, inCount), movie, problem) != noErr) return 0;
     const SoundTrack& track = *movie.tracks.at(0).sound;
     CheckSpans(track);
     const auto reader = track.packets->NewReader();
@@ -54,9 +50,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inBytes, std::size_t i
         PacketBytes bytes;
         const OSStatus status = reader->Read(packet, bytes);
         Require(status == noErr || status == eofErr);
-        for (std::size_t byte = 0; status == noErr && byte < bytes.sizeBytes + 64; ++byte) {
+        for (std::size_t byte = 0; status == noErr && byte < bytes.sizeBytes + 64; ++byte)
             sum += bytes.data[byte];
-        }
     }
     Require(track.skippedByteCount <= inCount);
     return sum == 0xFFFFFFFF ? -1 : 0;

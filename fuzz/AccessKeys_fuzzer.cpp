@@ -1,5 +1,8 @@
 // Files of system-wide access keys of hostile making: read, changed and read again, or told and left as they
 // are.
+#include "keys/AccessKeyList.h"
+#include "os/SystemCalls_test_access.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <toolbox/AccessKeys.h>
@@ -10,9 +13,6 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-
-#include "keys/AccessKeyList.h"
-#include "os/SystemCalls_test_access.h"
 
 namespace {
 

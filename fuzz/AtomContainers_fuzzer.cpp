@@ -14,7 +14,7 @@ void Require(bool inHolds, int inLine = __builtin_LINE()) {
     std::abort();
 }
 
-constexpr std::size_t kMostAtoms = 200;  // looked at in one input
+constexpr std::size_t kMaxAtoms = 200;  // looked at in one input
 
 // The types that children of an atom may have, read without any of what is tried here.
 std::vector<QTAtomType> Types(QTAtomContainer inContainer) {
@@ -52,7 +52,7 @@ std::vector<QTAtom> FindAtoms(QTAtomContainer inContainer) {
         for (const QTAtomType type : types) {
             const SInt16 count = QTCountChildrenOfType(inContainer, atoms[parent], type);
             Require(count >= 0);
-            for (SInt16 i = 1; i <= count && atoms.size() < kMostAtoms; ++i) {
+            for (SInt16 i = 1; i <= count && atoms.size() < kMaxAtoms; ++i) {
                 QTAtomID id = 0;
                 const QTAtom atom = QTFindChildByIndex(inContainer, atoms[parent], type, i, &id);
                 Require(atom > 0);

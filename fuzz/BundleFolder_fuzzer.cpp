@@ -1,6 +1,9 @@
 // Folders of hostile making as bundles: nothing outside a bundle's folder is ever used, whatever its links
 // and its information say, and nothing is left open or alive. The input tells, step by step, what to put into
 // the folder.
+#include "bundles/PropertyList.h"
+#include "corefoundation/CF_test_access.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,9 +14,6 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-
-#include "corefoundation/CF_test_access.h"
-#include "bundles/PropertyList.h"
 
 namespace {
 

@@ -1,4 +1,7 @@
 // Placeholders, suffixes and blanks of Pascal strings against the plain second implementation of the tests.
+#include "strings/NaiveByteStrings.h"
+#include "strings/PascalBuffer.h"
+
 #include <strings/PascalStrings.h>
 
 #include <algorithm>
@@ -7,9 +10,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "strings/NaiveByteStrings.h"
-#include "strings/PascalBuffer.h"
 
 namespace {
 
@@ -21,13 +21,13 @@ class Input {
 
     unsigned char Byte() {
         if (mRest.empty()) return 0;
-        auto const byte = static_cast<unsigned char>(mRest[0]);
+        const auto byte = static_cast<unsigned char>(mRest[0]);
         mRest.remove_prefix(1);
         return byte;
     }
 
     std::string Text() {
-        unsigned char const byteCount = Byte();
+        const unsigned char byteCount = Byte();
         std::string const text(mRest.substr(0, byteCount));
         mRest.remove_prefix(text.size());
         return text;
@@ -45,7 +45,7 @@ void PlugParams(const std::string& inText, Input& ioInput) {
     std::optional<std::string> params[4];
     PascalBuffer buffers[4];
     const unsigned char* pointers[4] = {};
-    unsigned char const present = ioInput.Byte();
+    const unsigned char present = ioInput.Byte();
     for (int i = 0; i < 4; ++i) {
         if ((present >> i & 1) == 0) continue;
         params[i] = ioInput.Text();
@@ -64,11 +64,11 @@ void Suffixes(const std::string& inText, unsigned char inBehind, const std::stri
     PStrExtractSuffix(extracted, suffix);
     Require(suffix.Text() == naive::Suffix(inText));
     Require(extracted.Text() + suffix.Text() == inText);
-    auto const isASCII = [](const std::string& inBytes) {
+    const auto isASCII = [](const std::string& inBytes) {
         return std::all_of(inBytes.begin(), inBytes.end(),
                            [](char inByte) { return static_cast<unsigned char>(inByte) < 0x80; });
     };
-    bool const has = PStrHasSuffix(PascalBuffer(inText), PascalBuffer(inAsked)) != 0;
+    const bool has = PStrHasSuffix(PascalBuffer(inText), PascalBuffer(inAsked)) != 0;
     if (isASCII(inText) && isASCII(inAsked)) Require(has == naive::HasSuffix(inText, inAsked));
     if (!suffix.Text().empty()) Require(PStrHasSuffix(PascalBuffer(inText), suffix) == 1);
 }
@@ -87,7 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t in
     Input input(inData, inSize);
     std::string const text = input.Text();
     PlugParams(text, input);
-    unsigned char const behind = input.Byte();
+    const unsigned char behind = input.Byte();
     Suffixes(text, behind, input.Text());
     Blanks(text);
     return 0;

@@ -17,7 +17,7 @@ namespace cf = toolbox::corefoundation;
 
 namespace {
 
-constexpr SInt32 kMostDigits = 2000;  // wider ones take time and memory, and no other way
+constexpr SInt32 kMaxDigits = 2000;  // wider ones take time and memory, and no other way
 
 void Check(bool inHolds, int inLine = __builtin_LINE()) {
     if (inHolds) return;
@@ -28,7 +28,7 @@ void Check(bool inHolds, int inLine = __builtin_LINE()) {
 bool IsModest(const cf::Format& inFormat) {
     for (CFIndex i = 0; i < inFormat.directives.Count(); ++i) {
         const cf::Directive& directive = inFormat.directives[i];
-        if (directive.width.value > kMostDigits || directive.precision.value > kMostDigits) return false;
+        if (directive.width.value > kMaxDigits || directive.precision.value > kMaxDigits) return false;
     }
     return inFormat.directives.Count() <= 100;
 }

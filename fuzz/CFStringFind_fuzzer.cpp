@@ -57,9 +57,8 @@ void CheckFound(CFStringRef inText, CFStringRef inFind, CFRange inIn, CFStringCo
     const CFRange whole = CFRangeMake(0, found.length);
     for (const CFStringCompareFlags where :
          {CFStringCompareFlags{0}, CFStringCompareFlags{kCFCompareBackwards},
-          CFStringCompareFlags{kCFCompareAnchored}}) {
+          CFStringCompareFlags{kCFCompareAnchored}})
         Check(CFStringFindWithOptions(part.get(), inFind, whole, (inFlags & kMeanings) | where, nullptr));
-    }
 }
 
 void CheckReplaced(CFStringRef inText, CFStringRef inFind, CFStringCompareFlags inFlags) {
@@ -79,9 +78,8 @@ void CheckMapped(CFStringRef inText) {
         const Mutable twice(CFStringCreateMutableCopy(nullptr, 0, once.get()));
         CFStringNormalize(twice.get(), form);
         Check(CFEqual(once.get(), twice.get()));
-        if (form == kCFStringNormalizationFormC || form == kCFStringNormalizationFormD) {
+        if (form == kCFStringNormalizationFormC || form == kCFStringNormalizationFormD)
             Check(CFStringCompare(once.get(), inText, kCFCompareNonliteral) == kCFCompareEqualTo);
-        }
     }
     const Mutable lower(CFStringCreateMutableCopy(nullptr, 0, inText));
     CFStringUppercase(lower.get(), nullptr);

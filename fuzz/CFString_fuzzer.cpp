@@ -121,9 +121,8 @@ void CheckCString(CFStringRef inString, CFStringEncoding inEncoding) {
     }
     const Owned again(CFStringCreateWithCString(nullptr, buffer.data(), inEncoding));
     const std::vector<UniChar> units = UnitsOf(inString);
-    if (again && std::find(units.begin(), units.end(), 0) == units.end()) {
+    if (again && std::find(units.begin(), units.end(), 0) == units.end())
         Check(UnitsOf(again.Get()) == units);
-    }
 }
 
 void CheckEncoding(const std::uint8_t* inBytes, std::size_t inByteCount, CFStringEncoding inEncoding,

@@ -1,5 +1,7 @@
 // Whole conversions of hostile files: what is announced is delivered, a window has the bytes of the whole,
 // and nothing stays behind.
+#include "InputFile.h"
+
 #include <converter/AACToWAV.h>
 #include <converter/WAVReader.h>
 #include <foundation/LException.h>
@@ -16,15 +18,13 @@
 #include <string>
 #include <vector>
 
-#include "InputFile.h"
-
 namespace {
 
 constexpr std::size_t kHeaderByteCount = 44;
-constexpr std::size_t kMostDeliveredBytes = 50u << 20;
-constexpr std::size_t kMostKeptBytes = 4u << 20;
+constexpr std::size_t kMaxDeliveredBytes = 50u << 20;
+constexpr std::size_t kMaxKeptBytes = 4u << 20;
 // A stream of a few frames per second, or one whose length wraps, comes in chunks of next to nothing.
-constexpr int kMostChunks = 2048;
+constexpr int kMaxChunks = 2048;
 
 // The line tells which law does not hold.
 void Check(bool inHolds, int inLine = __builtin_LINE()) {
@@ -46,10 +46,10 @@ struct Delivery {
         delivery.wasBelowZero |= inLength < 0;
         const auto byteCount = static_cast<std::size_t>(std::max(inLength, 0L));
         const auto* bytes = static_cast<const std::uint8_t*>(inData);
-        const std::size_t keep = std::min(byteCount, kMostKeptBytes - delivery.kept.size());
+        const std::size_t keep = std::min(byteCount, kMaxKeptBytes - delivery.kept.size());
         delivery.kept.insert(delivery.kept.end(), bytes, bytes + keep);
         delivery.byteCount += byteCount;
-        if (delivery.byteCount > kMostDeliveredBytes || ++delivery.chunkCount > kMostChunks) throw Enough();
+        if (delivery.byteCount > kMaxDeliveredBytes || ++delivery.chunkCount > kMaxChunks) throw Enough();
     }
 };
 
@@ -81,9 +81,8 @@ void Convert(const char* inPath, std::uint32_t inSeed) {
     const long long announced = getConvertedLength(inPath).LongLong();
     const long long exact = ExactByteCount(inPath);
     // A movie's duration counts to 2^31.
-    if (exact > 0 && (exact - 44) / 4 < 0x7FFFFFFF) {
+    if (exact > 0 && (exact - 44) / 4 < 0x7FFFFFFF)
         Check(announced == static_cast<long long>(static_cast<std::uint32_t>(exact)));
-    }
     Delivery delivery;
     try {
         convert_AAC_to_WAV(inPath, &delivery, Delivery::Take);
@@ -93,7 +92,7 @@ void Convert(const char* inPath, std::uint32_t inSeed) {
     // Beyond 4 GiB lengths wrap, and chunks may have any.
     if (exact != announced) return;
     Check(!delivery.wasBelowZero);
-    if (delivery.chunkCount > kMostChunks || delivery.byteCount > kMostDeliveredBytes) return;
+    if (delivery.chunkCount > kMaxChunks || delivery.byteCount > kMaxDeliveredBytes) return;
     if (delivery.byteCount == 0) return;
     if (IsRefused(inPath)) {
         Check(delivery.byteCount == kHeaderByteCount);

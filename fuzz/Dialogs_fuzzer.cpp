@@ -1,5 +1,9 @@
 // Alert and dialog templates and item lists of hostile making: read, shown, laid out anew, drawn.
 // An input is an ALRT of 12 bytes, a DLOG behind its length, and the DITL of both.
+#include "InputFile.h"
+#include "formats/ResourceFork.h"
+#include "os/SystemCalls_test_access.h"
+
 #include <toolbox/Controls.h>
 #include <toolbox/DialogWindows.h>
 #include <toolbox/Dialogs.h>
@@ -12,10 +16,6 @@
 #include <span>
 #include <string>
 #include <vector>
-
-#include "InputFile.h"
-#include "formats/ResourceFork.h"
-#include "os/SystemCalls_test_access.h"
 
 namespace {
 

@@ -13,14 +13,14 @@ class InputFile {
   public:
     InputFile() : mPath(Folder() + "/mirtal-fuzz-" + std::to_string(getpid())) {}
     ~InputFile() { unlink(mPath.c_str()); }
-    InputFile(InputFile const&) = delete;
-    InputFile& operator=(InputFile const&) = delete;
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
 
-    char const* Path() const { return mPath.c_str(); }
+    const char* Path() const { return mPath.c_str(); }
 
     // A file that cannot be written ends the program.
-    void Fill(std::uint8_t const* inBytes, std::size_t inByteCount) const {
-        int const descriptor = open(mPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    void Fill(const std::uint8_t* inBytes, std::size_t inByteCount) const {
+        const int descriptor = open(mPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
         if (descriptor < 0 || write(descriptor, inBytes, inByteCount) != static_cast<ssize_t>(inByteCount))
             std::abort();
         close(descriptor);

@@ -1,9 +1,8 @@
 // Whole files through the MPEG-4 importer: whatever it accepts must hold together, and its packets must be
 // readable or fail with a status.
-#include <track/MovieImporter.h>
-#include <toolbox/MacErrors.h>
-
 #include <sys/mman.h>
+#include <toolbox/MacErrors.h>
+#include <track/MovieImporter.h>
 #include <unistd.h>
 
 #include <algorithm>

@@ -1,5 +1,8 @@
 // Property lists of hostile making: what is read is whole, of the types that there are, and leaves nothing
 // alive; and what is modest takes no more memory than it may.
+#include "bundles/PropertyList.h"
+#include "corefoundation/CF_test_access.h"
+
 #include <toolbox/CFArray.h>
 #include <toolbox/CFData.h>
 #include <toolbox/CFDate.h>
@@ -9,9 +12,6 @@
 #include <cstdlib>
 #include <string_view>
 #include <vector>
-
-#include "corefoundation/CF_test_access.h"
-#include "bundles/PropertyList.h"
 
 namespace {
 

@@ -18,7 +18,7 @@ namespace {
 
 using Input = std::vector<std::uint8_t>;
 
-constexpr std::size_t kMostBytes = 65536;  // larger files find nothing more, slower
+constexpr std::size_t kMaxBytes = 65536;  // larger files find nothing more, slower
 
 Input Load(const std::string& inPath) {
     std::ifstream file(inPath, std::ios::binary);
@@ -57,7 +57,7 @@ std::vector<std::string> ListInputs(int inCount, char** inNames) {
             continue;
         }
         for (const auto& entry : std::filesystem::directory_iterator(inNames[i]))
-            if (entry.is_regular_file() && entry.file_size() <= kMostBytes)
+            if (entry.is_regular_file() && entry.file_size() <= kMaxBytes)
                 paths.push_back(entry.path().string());
     }
     std::sort(paths.begin(), paths.end());

@@ -1,4 +1,9 @@
 // Resource forks and companions of hostile making: opened, every resource read, changed and written again.
+#include "InputFile.h"
+#include "formats/AppleDouble.h"
+#include "formats/ResourceFork.h"
+#include "os/SystemCalls_test_access.h"
+
 #include <toolbox/Files.h>
 #include <toolbox/Resources.h>
 
@@ -6,11 +11,6 @@
 #include <cstdlib>
 #include <string>
 #include <vector>
-
-#include "InputFile.h"
-#include "formats/AppleDouble.h"
-#include "formats/ResourceFork.h"
-#include "os/SystemCalls_test_access.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
 // Search, replacement, names and UTF-8 of Unicode strings against the plain second implementation of the
 // tests. Without regard to case there is no second implementation for all characters, so case counts here.
+#include "strings/NaiveStrings.h"
+
 #include <strings/TCFString.h>
 
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
-
-#include "strings/NaiveStrings.h"
 
 namespace {
 
@@ -21,12 +21,12 @@ void Require(bool inIsTrue) {
 // Takes pieces off the input.
 class Input {
   public:
-    Input(std::uint8_t const* inData, std::size_t inSize)
-        : mRest(reinterpret_cast<char const*>(inData), inSize) {}
+    Input(const std::uint8_t* inData, std::size_t inSize)
+        : mRest(reinterpret_cast<const char*>(inData), inSize) {}
 
     unsigned char Byte() {
         if (mRest.empty()) return 0;
-        auto const byte = static_cast<unsigned char>(mRest[0]);
+        const auto byte = static_cast<unsigned char>(mRest[0]);
         mRest.remove_prefix(1);
         return byte;
     }
@@ -46,15 +46,15 @@ class Input {
     std::string_view mRest;
 };
 
-TCFString Units(Text const& inText) {
+TCFString Units(const Text& inText) {
     TCFString string;
     string.Adopt(CFStringCreateWithCharacters(kCFAllocatorDefault,
-                                              reinterpret_cast<UniChar const*>(inText.data()),
+                                              reinterpret_cast<const UniChar*>(inText.data()),
                                               static_cast<CFIndex>(inText.size())));
     return string;
 }
 
-bool Holds(TCFString const& inString, Text const& inText) {
+bool Holds(const TCFString& inString, const Text& inText) {
     Text units(static_cast<std::size_t>(inString.Length()), u'\0');
     inString.Unicode(inString.Length(), reinterpret_cast<UniChar*>(units.data()));
     return units == inText;
@@ -64,10 +64,10 @@ bool IsRange(CFRange inRange, Range inExpected) {
     return inRange.location == inExpected.location && inRange.length == inExpected.length;
 }
 
-bool HasLoneSurrogate(Text const& inText) {
+bool HasLoneSurrogate(const Text& inText) {
     for (std::size_t i = 0; i < inText.size(); ++i) {
         if (inText[i] < 0xD800 || inText[i] > 0xDFFF) continue;
-        bool const isPair =
+        const bool isPair =
             inText[i] < 0xDC00 && i + 1 < inText.size() && inText[i + 1] >= 0xDC00 && inText[i + 1] <= 0xDFFF;
         if (!isPair) return true;
         ++i;
@@ -75,20 +75,20 @@ bool HasLoneSurrogate(Text const& inText) {
     return false;
 }
 
-void CheckUTF8(TCFString const& inString, Text const& inText) {
+void CheckUTF8(const TCFString& inString, const Text& inText) {
     std::string bytes = "before";
-    bool const isText = inString.StdStringWithEncoding(bytes, kCFStringEncodingUTF8);
+    const bool isText = inString.StdStringWithEncoding(bytes, kCFStringEncodingUTF8);
     Require(isText == !HasLoneSurrogate(inText));
     Require(isText || bytes == "before");
     Require(inString.UTF8Length() == (isText ? static_cast<long>(bytes.size()) : 0));
     if (!isText) return;
-    auto const* const start = reinterpret_cast<unsigned char const*>(bytes.data());
-    TCFString const back =
+    const auto* const start = reinterpret_cast<const unsigned char*>(bytes.data());
+    const TCFString back =
         TCFString::WithBytes(start, static_cast<long>(bytes.size()), kCFStringEncodingUTF8, false);
     Require(Holds(back, inText.substr(0, inText.find(u'\0'))));
 }
 
-void CheckNames(TCFString const& inString, Text const& inText, long inMaxLength) {
+void CheckNames(const TCFString& inString, const Text& inText, long inMaxLength) {
     Require(Holds(inString.Suffix(), naive::Suffix(inText)));
     Require(Holds(inString.RemoveSuffix(), naive::RemoveSuffix(inText)));
     Require(Holds(inString.HFSName(inMaxLength), naive::HFSName(inText, inMaxLength)));
@@ -96,14 +96,14 @@ void CheckNames(TCFString const& inString, Text const& inText, long inMaxLength)
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* inData, std::size_t inSize) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
     Input input(inData, inSize);
-    unsigned long const flags = input.Byte() & (naive::kBackwards | naive::kAnchored);
-    long const location = input.Number(), length = input.Number();
-    Range const range = {location, length};
-    CFRange const cfRange = CFRangeMake(location, length);
-    Text const text = input.String(), find = input.String(), with = input.String();
-    TCFString const string = Units(text), wanted = Units(find), put = Units(with);
+    const unsigned long flags = input.Byte() & (naive::kBackwards | naive::kAnchored);
+    const long location = input.Number(), length = input.Number();
+    const Range range = {location, length};
+    const CFRange cfRange = CFRangeMake(location, length);
+    const Text text = input.String(), find = input.String(), with = input.String();
+    const TCFString string = Units(text), wanted = Units(find), put = Units(with);
 
     Require(IsRange(string.CheckRange(cfRange), naive::Checked(text, range)));
     Require(

@@ -14,9 +14,9 @@
 
 namespace {
 
-constexpr char const* kArchitectureKeyType = "SoundArchitecture";
-constexpr char const* kCoreAudioKey = "coreaudio";
-constexpr char const* kSoundManagerKey = "soundmgr";
+constexpr const char* kArchitectureKeyType = "SoundArchitecture";
+constexpr const char* kCoreAudioKey = "coreaudio";
+constexpr const char* kSoundManagerKey = "soundmgr";
 constexpr OSType kSettingsClass = FourChars("qges");
 constexpr OSType kSoundArchitectureID = FourChars("snda");
 
@@ -25,10 +25,10 @@ SInt32 Flags(bool inSystemWide) {
 }
 
 // The bytes of a text without its NUL; null when they cannot be had. The caller disposes of it.
-Handle NewTextHandle(char const* inText) {
-    constexpr std::size_t kLargest = std::numeric_limits<Size>::max();
+Handle NewTextHandle(const char* inText) {
+    constexpr std::size_t kMax = std::numeric_limits<Size>::max();
     std::size_t const byteCount = std::strlen(inText);
-    Handle const handle = NewHandle(byteCount <= kLargest ? static_cast<Size>(byteCount) : Size{-1});
+    const Handle handle = NewHandle(byteCount <= kMax ? static_cast<Size>(byteCount) : Size{-1});
     if (handle != nullptr) std::memcpy(*handle, inText, byteCount);
     return handle;
 }
@@ -36,16 +36,16 @@ Handle NewTextHandle(char const* inText) {
 using KeyFunction = OSErr (*)(ConstStr255Param inType, SInt32 inFlags, Handle inKey);
 
 // A key without memory goes to the toolbox as null: to say what is wrong is the toolbox's part.
-OSErr ChangeKey(KeyFunction inChange, char const* inKeyType, char const* inKey, bool inSystemWide) {
+OSErr ChangeKey(KeyFunction inChange, const char* inKeyType, const char* inKey, bool inSystemWide) {
     Str255 keyType;
     c2pstrcpy(keyType, inKeyType);
-    Handle const key = NewTextHandle(inKey);
-    OSErr const error = inChange(keyType, Flags(inSystemWide), key);
+    const Handle key = NewTextHandle(inKey);
+    const OSErr error = inChange(keyType, Flags(inSystemWide), key);
     DisposeHandle(key);
     return error;
 }
 
-bool IsKeyAtom(QTAtomContainer inContainer, QTAtom inAtom, char const* inKey) {
+bool IsKeyAtom(QTAtomContainer inContainer, QTAtom inAtom, const char* inKey) {
     SInt32 byteCount = 0;
     Ptr data = nullptr;
     if (QTGetAtomDataPtr(inContainer, inAtom, &byteCount, &data) != noErr || data == nullptr) return false;
@@ -53,11 +53,11 @@ bool IsKeyAtom(QTAtomContainer inContainer, QTAtom inAtom, char const* inKey) {
     return strncasecmp(inKey, data, static_cast<std::size_t>(byteCount)) == 0;
 }
 
-bool HasKey(QTAtomContainer inContainer, char const* inKey) {
-    int const count = QTCountChildrenOfType(inContainer, kParentAtomIsContainer, kAccessKeyAtomType);
+bool HasKey(QTAtomContainer inContainer, const char* inKey) {
+    const int count = QTCountChildrenOfType(inContainer, kParentAtomIsContainer, kAccessKeyAtomType);
     for (int index = 1; index <= count; ++index) {
         QTAtomID id = 0;
-        QTAtom const atom = QTFindChildByIndex(inContainer, kParentAtomIsContainer, kAccessKeyAtomType,
+        const QTAtom atom = QTFindChildByIndex(inContainer, kParentAtomIsContainer, kAccessKeyAtomType,
                                                static_cast<SInt16>(index), &id);
         if (atom != 0 && IsKeyAtom(inContainer, atom, inKey)) return true;
     }
@@ -68,12 +68,12 @@ bool HasKey(QTAtomContainer inContainer, char const* inKey) {
 OSErr ChooseSoundManagerKeys(bool& outChanged) {
     outChanged = false;
     if (UQTAccess::IsRegistered(kArchitectureKeyType, kCoreAudioKey, true)) {
-        OSErr const error = UQTAccess::Unregister(kArchitectureKeyType, kCoreAudioKey, true);
+        const OSErr error = UQTAccess::Unregister(kArchitectureKeyType, kCoreAudioKey, true);
         if (error != noErr) return error;
         outChanged = true;
     }
     if (!UQTAccess::IsRegistered(kArchitectureKeyType, kSoundManagerKey, true)) {
-        OSErr const error = UQTAccess::Register(kArchitectureKeyType, kSoundManagerKey, true);
+        const OSErr error = UQTAccess::Register(kArchitectureKeyType, kSoundManagerKey, true);
         if (error != noErr) return error;
         outChanged = true;
     }
@@ -82,19 +82,19 @@ OSErr ChooseSoundManagerKeys(bool& outChanged) {
 
 }  // namespace
 
-OSErr UQTAccess::Register(char const* inKeyType, char const* inKey, bool inSystemWide) {
+OSErr UQTAccess::Register(const char* inKeyType, const char* inKey, bool inSystemWide) {
     return ChangeKey(QTRegisterAccessKey, inKeyType, inKey, inSystemWide);
 }
 
-OSErr UQTAccess::Unregister(char const* inKeyType, char const* inKey, bool inSystemWide) {
+OSErr UQTAccess::Unregister(const char* inKeyType, const char* inKey, bool inSystemWide) {
     return ChangeKey(QTUnregisterAccessKey, inKeyType, inKey, inSystemWide);
 }
 
-bool UQTAccess::IsRegistered(char const* inKeyType, char const* inKey, bool inSystemWide) {
+bool UQTAccess::IsRegistered(const char* inKeyType, const char* inKey, bool inSystemWide) {
     Str255 keyType;
     c2pstrcpy(keyType, inKeyType);
     QTAtomContainer container = nullptr;
-    bool const isFound =
+    const bool isFound =
         QTGetAccessKeys(keyType, Flags(inSystemWide), &container) == noErr && HasKey(container, inKey);
     if (container != nullptr) QTDisposeAtomContainer(container);
     return isFound;
@@ -107,7 +107,7 @@ bool UQTAccess::IsMovieToolboxInitialized() {
 OSStatus UQTAccess::GetSoundManagerArchitecture(unsigned long& outArchitecture) {
     // The value has 32 bits, and an unsigned long may have more.
     UInt32 architecture = 0;
-    OSStatus const status = UQTProperties::GetProcessProperty(kSettingsClass, kSoundArchitectureID,
+    const OSStatus status = UQTProperties::GetProcessProperty(kSettingsClass, kSoundArchitectureID,
                                                               sizeof architecture, &architecture, nullptr);
     outArchitecture = status == noErr ? architecture : 0;
     return status;
@@ -116,7 +116,7 @@ OSStatus UQTAccess::GetSoundManagerArchitecture(unsigned long& outArchitecture) 
 OSStatus UQTAccess::SetSoundManagerArchitecture() {
     setenv("QuickTimeSafety", "OFF", 1);
     if (!IsMovieToolboxInitialized()) {
-        OSErr const error = EnterMovies();
+        const OSErr error = EnterMovies();
         if (error != noErr) return error;
     }
     bool isChanged;

@@ -6,7 +6,7 @@ namespace {
 
 // By reference: the pointer may be filled by the lookup.
 template <typename Function, typename... Arguments>
-OSStatus CallIfThere(Function const& inFunction, Arguments... inArguments) {
+OSStatus CallIfThere(const Function& inFunction, Arguments... inArguments) {
     if (!qtInited) LoadWeakQTSymbols();
     return inFunction != nullptr ? inFunction(inArguments...) : OSStatus{unimpErr};
 }
@@ -24,7 +24,7 @@ OSStatus UQTProperties::GetMovieProperty(Movie inMovie, OSType inClass, OSType i
 }
 
 OSStatus UQTProperties::SetMovieProperty(Movie inMovie, OSType inClass, OSType inID, ByteCount inSize,
-                                         void const* inValue) {
+                                         const void* inValue) {
     return CallIfThere(_QTSetMovieProperty, inMovie, inClass, inID, inSize, inValue);
 }
 
@@ -39,6 +39,6 @@ OSStatus UQTProperties::GetProcessProperty(OSType inClass, OSType inID, ByteCoun
 }
 
 OSStatus UQTProperties::SetProcessProperty(OSType inClass, OSType inID, ByteCount inSize,
-                                           void const* inValue) {
+                                           const void* inValue) {
     return CallIfThere(_QTSetProcessProperty, inClass, inID, inSize, inValue);
 }

@@ -31,7 +31,7 @@ void Resolve(CFBundleRef inBundle, CFStringRef inName, Function& outFunction) {
 OSStatus LoadWeakQTSymbols() {
     if (qtInited) return noErr;
 
-    OSStatus const status = UBundle::LoadFrameworkBundle(CFSTR("QuickTime.framework"), &sQuickTime, false);
+    const OSStatus status = UBundle::LoadFrameworkBundle(CFSTR("QuickTime.framework"), &sQuickTime, false);
     if (status != noErr) return status;
 
     Resolve(sQuickTime, CFSTR("QTBeginUserInteractionSuppression"), _QTBeginUserInteractionSuppression);

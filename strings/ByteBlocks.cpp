@@ -1,9 +1,9 @@
+#include "MoveBytes.h"
+
 #include <strings/ByteBlocks.h>
 
 #include <cstddef>
 #include <cstring>
-
-#include "MoveBytes.h"
 
 // Weak: a program that links both libraries statically has the toolbox's functions of these names, too, and
 // either will do. BlockMoveData is here for those that find it by name; others have it in their own code.

@@ -1,5 +1,6 @@
-#include <strings/CStrings.h>
+#include "CharacterBytes.h"
 
+#include <strings/CStrings.h>
 #include <toolbox/Script.h>
 
 #include <algorithm>
@@ -7,12 +8,10 @@
 #include <cstring>
 #include <limits>
 
-#include "CharacterBytes.h"
-
 short CStrLength(const char* inText) {
     if (inText == nullptr) return 0;
-    constexpr std::size_t kLongest = std::numeric_limits<short>::max();
-    return static_cast<short>(std::min(std::strlen(inText), kLongest));
+    constexpr std::size_t kMax = std::numeric_limits<short>::max();
+    return static_cast<short>(std::min(std::strlen(inText), kMax));
 }
 
 void CStrNCopy(const char* inSource, char* outDestination, short inMaxLength) {
@@ -34,7 +33,7 @@ char* PStrToCStr(unsigned char* ioText) {
 
 unsigned char* CStrToPStr(char* ioText) {
     if (ioText == nullptr) return nullptr;
-    auto const length = static_cast<unsigned char>(std::min<short>(CStrLength(ioText), 255));
+    const auto length = static_cast<unsigned char>(std::min<short>(CStrLength(ioText), 255));
     std::memmove(ioText + 1, ioText, length);
     auto* const text = reinterpret_cast<unsigned char*>(ioText);
     text[0] = length;

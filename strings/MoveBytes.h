@@ -21,17 +21,16 @@ inline void MoveBytes(void* outDestination, const void* inSource, std::size_t in
     struct TwoLong {
         std::uint64_t halves[2];
     };
-    if (inByteCount > 2 * sizeof(TwoLong)) {
+    if (inByteCount > 2 * sizeof(TwoLong))
         std::memmove(outDestination, inSource, inByteCount);
-    } else if (inByteCount >= sizeof(TwoLong)) {
+    else if (inByteCount >= sizeof(TwoLong))
         MoveTwoWords<TwoLong>(outDestination, inSource, inByteCount);
-    } else if (inByteCount >= 8) {
+    else if (inByteCount >= 8)
         MoveTwoWords<std::uint64_t>(outDestination, inSource, inByteCount);
-    } else if (inByteCount >= 4) {
+    else if (inByteCount >= 4)
         MoveTwoWords<std::uint32_t>(outDestination, inSource, inByteCount);
-    } else if (inByteCount >= 2) {
+    else if (inByteCount >= 2)
         MoveTwoWords<std::uint16_t>(outDestination, inSource, inByteCount);
-    } else if (inByteCount == 1) {
+    else if (inByteCount == 1)
         std::memcpy(outDestination, inSource, 1);
-    }
 }

@@ -1,5 +1,8 @@
-#include <strings/PascalStrings.h>
+#include "CharacterBytes.h"
+#include "MoveBytes.h"
+#include "PascalText.h"
 
+#include <strings/PascalStrings.h>
 #include <toolbox/Resources.h>
 #include <toolbox/Script.h>
 #include <toolbox/TextUtils.h>
@@ -9,13 +12,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "CharacterBytes.h"
-#include "MoveBytes.h"
-#include "PascalText.h"
-
 namespace {
 
-constexpr int kLongest = 255;
+constexpr int kMaxLength = 255;
 
 }  // namespace
 
@@ -55,7 +54,7 @@ void PStrNCopy(const unsigned char* inSource, unsigned char* outDestination, sho
     std::size_t length = inSource[0];
     if (inSource[0] >= inMaxLength) {
         length = static_cast<std::size_t>(std::max<short>(inMaxLength, 0));
-        auto const* const text = reinterpret_cast<const char*>(inSource) + 1;
+        const auto* const text = reinterpret_cast<const char*>(inSource) + 1;
         if (IsSecondByte(text, inMaxLength, smCurrentScript)) --length;
     }
     if (inSource != outDestination) std::memmove(outDestination, inSource, length + 1);
@@ -63,14 +62,14 @@ void PStrNCopy(const unsigned char* inSource, unsigned char* outDestination, sho
 }
 
 void PStrCat(unsigned char* ioText, const unsigned char* inTail) {
-    std::size_t const count = std::min<std::size_t>(inTail[0], kLongest - ioText[0]);
+    std::size_t const count = std::min<std::size_t>(inTail[0], kMaxLength - ioText[0]);
     unsigned char* const end = ioText + 1 + ioText[0];
     ioText[0] = static_cast<unsigned char>(ioText[0] + count);
     MoveBytes(end, inTail + 1, count);  // last: a jump, no call
 }
 
 void PAddChar(unsigned char* ioText, unsigned char inChar) {
-    if (ioText[0] == kLongest) return;
+    if (ioText[0] == kMaxLength) return;
     ++ioText[0];
     ioText[ioText[0]] = inChar;
 }
@@ -92,12 +91,12 @@ void PAddIndString(unsigned char* ioText, short inListID, short inIndex) {
 }
 
 void PStrStripLeadingBlanks(const unsigned char* inSource, unsigned char* outDestination) {
-    int const length = inSource[0];
+    const int length = inSource[0];
     int blankCount = 0;
     while (blankCount < length - 1 && inSource[blankCount + 1] == ' ')
         ++blankCount;
     if (inSource + blankCount == outDestination) return;
-    int const keptCount = length - blankCount;
+    const int keptCount = length - blankCount;
     std::memmove(outDestination + 1, inSource + 1 + blankCount, static_cast<std::size_t>(keptCount));
     outDestination[0] = static_cast<unsigned char>(keptCount);
 }
@@ -116,7 +115,7 @@ void PStrUppercase(unsigned char* ioText) {
 }
 
 double PStr2Double(const unsigned char* inText) {
-    char text[kLongest + 1];
+    char text[kMaxLength + 1];
     std::memcpy(text, inText + 1, inText[0]);
     text[inText[0]] = '\0';
     double number = 0;

@@ -1,8 +1,8 @@
+#include "PascalText.h"
+
 #include <strings/PascalStrings.h>
 
 #include <string_view>
-
-#include "PascalText.h"
 
 namespace {
 
@@ -17,13 +17,13 @@ void PPlugParams(unsigned char* ioText, const unsigned char* inParam0, const uns
     std::string_view const text = TextOf(ioText);
     Str255 result = {0};
     for (std::size_t at = 0; at < text.size(); ++at) {
-        char const character = text[at];
+        const char character = text[at];
         if (character != kMark || at + 1 == text.size()) {
             PAddChar(result, static_cast<unsigned char>(character));
             continue;
         }
-        char const next = text[++at];
-        int const index = next - '0';
+        const char next = text[++at];
+        const int index = next - '0';
         if (index < 0 || index >= kParamCount) {
             PAddChar(result, kMark);
             PAddChar(result, static_cast<unsigned char>(next));

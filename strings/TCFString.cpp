@@ -1,3 +1,5 @@
+#include "NewString.h"
+
 #include <strings/TCFString.h>
 #include <strings/TruncatingCopies.h>
 #include <toolbox/TextEncoding.h>
@@ -5,8 +7,6 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
-
-#include "NewString.h"
 
 static_assert(sizeof(TCFString) == sizeof(CFStringRef));
 
@@ -26,18 +26,18 @@ bool GetCString(CFStringRef inString, char* outBuffer, CFIndex inBufferByteCount
 
 bool GetBestFit(CFStringRef inString, unsigned char* outText, long inMaxLength, ByteCount& outLength) {
     TextEncoding encoding = 0;
-    auto const capacity = static_cast<ByteCount>(inMaxLength);
+    const auto capacity = static_cast<ByteCount>(inMaxLength);
     return GetTextAndEncodingFromCFString(inString, outText, capacity, &outLength, &encoding) == noErr;
 }
 
 }  // namespace
 
 // The order of these two definitions is the order of construction.
-TCFString const TCFString::Empty;
-TCFString const TCFString::kCannotDisplayCFString(kCannotDisplayPascalText, TCFString::DefaultEncoding());
+const TCFString TCFString::Empty;
+const TCFString TCFString::kCannotDisplayCFString(kCannotDisplayPascalText, TCFString::DefaultEncoding());
 
-constinit char const* const TCFString::kCannotDisplayCString = kCannotDisplayText;
-constinit unsigned char const* const TCFString::kCannotDisplayString = kCannotDisplayPascalText;
+constinit const char* const TCFString::kCannotDisplayCString = kCannotDisplayText;
+constinit const unsigned char* const TCFString::kCannotDisplayString = kCannotDisplayPascalText;
 
 TCFString::TCFString() : TCFString(EmptyCFString()) {}
 
@@ -71,7 +71,7 @@ TCFString::~TCFString() {
 
 TCFString& TCFString::operator=(const TCFString& inOther) {
     if (mString == inOther.mString) return *this;
-    CFStringRef const old = mString;
+    const CFStringRef old = mString;
     mString = inOther.Retain();
     CFRelease(old);
     return *this;
@@ -113,13 +113,13 @@ UniChar TCFString::Char(long inIndex) const {
 }
 
 CFRange TCFString::CheckRange(const CFRange& inRange) const {
-    CFIndex const stringLength = Length();
+    const CFIndex stringLength = Length();
     CFIndex location = inRange.location;
     CFIndex length = inRange.length;
     if (location < 0) {
         // Widened by what lay before the string, not shortened; a sum that does not fit is cut below anyway.
-        constexpr CFIndex kLongest = std::numeric_limits<CFIndex>::max();
-        length = length > kLongest + location ? kLongest : length - location;
+        constexpr CFIndex kMax = std::numeric_limits<CFIndex>::max();
+        length = length > kMax + location ? kMax : length - location;
         location = 0;
     } else if (location >= stringLength) {
         location = stringLength > 0 ? stringLength - 1 : 0;
@@ -138,7 +138,7 @@ CFComparisonResult TCFString::CompareTo(const TCFString& inOther, CFStringCompar
 }
 
 CFStringEncoding TCFString::DefaultEncoding() {
-    static CFStringEncoding const sDefaultEncoding = GetApplicationTextEncoding();
+    static const CFStringEncoding sDefaultEncoding = GetApplicationTextEncoding();
     return sDefaultEncoding;
 }
 
@@ -146,9 +146,9 @@ char* TCFString::CString(long inMaxLength, char* outBuffer) const {
     outBuffer[0] = '\0';
     if (IsEmpty() || GetCString(mString, outBuffer, inMaxLength + 1)) return outBuffer;
     char scratch[kScratchByteCount];
-    char const* text = GetCString(mString, scratch, kScratchByteCount) ? scratch : kCannotDisplayCString;
+    const char* text = GetCString(mString, scratch, kScratchByteCount) ? scratch : kCannotDisplayCString;
     // The scratch text is shorter than any limit that a short cannot hold.
-    long const limit = std::min<long>(inMaxLength, std::numeric_limits<short>::max());
+    const long limit = std::min<long>(inMaxLength, std::numeric_limits<short>::max());
     truncating::CStrNCopy(text, outBuffer, static_cast<short>(std::max(limit, 0L)));
     return outBuffer;
 }
@@ -157,7 +157,7 @@ unsigned char* TCFString::PString(unsigned char* outBuffer, long inMaxLength) co
     outBuffer[0] = 0;
     if (IsEmpty()) return outBuffer;
     // More than a length byte can tell is no use, and less than nothing is nothing.
-    long const maxLength = std::clamp(inMaxLength, 0L, kMaxPascalLength);
+    const long maxLength = std::clamp(inMaxLength, 0L, kMaxPascalLength);
     ByteCount length = 0;
     if (GetBestFit(mString, outBuffer + 1, maxLength, length)) {
         outBuffer[0] = static_cast<unsigned char>(length);

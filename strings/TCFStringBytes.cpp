@@ -1,12 +1,12 @@
 // Conversions of TCFString to and from units and bytes in a named encoding.
+#include "NewString.h"
+
 #include <foundation/StPointerBlock.h>
 #include <strings/TCFString.h>
 
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-
-#include "NewString.h"
 
 namespace {
 
@@ -31,8 +31,8 @@ bool TCFString::PStringWithEncoding(unsigned char* outBuffer, long inMaxLength,
 }
 
 bool TCFString::StdStringWithEncoding(std::string& outText, CFStringEncoding inEncoding) const {
-    long const maxLength = Length() * kMaxBytesPerUnit;
-    StPointerBlock const bytes(maxLength + 1, false, false);
+    const long maxLength = Length() * kMaxBytesPerUnit;
+    const StPointerBlock bytes(maxLength + 1, false, false);
     if (bytes.Get() == nullptr || !CStringWithEncoding(maxLength, bytes.Get(), inEncoding)) return false;
     outText = bytes.Get();
     return true;
@@ -44,8 +44,8 @@ char* TCFString::UTF8(long inMaxLength, char* outBuffer) const {
 }
 
 long TCFString::UTF8Length() const {
-    long const maxLength = Length() * kMaxBytesPerUnit;
-    StPointerBlock const bytes(maxLength + 1, false, true);
+    const long maxLength = Length() * kMaxBytesPerUnit;
+    const StPointerBlock bytes(maxLength + 1, false, true);
     if (bytes.Get() == nullptr) return 0;
     return static_cast<long>(std::strlen(UTF8(maxLength, bytes.Get())));
 }

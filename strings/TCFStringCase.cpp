@@ -1,17 +1,17 @@
 // TCFString in another case or normal form, and the order of names.
+#include "NewString.h"
+
 #include <foundation/TextUtilities.h>
 #include <strings/TCFString.h>
 
 #include <algorithm>
 
-#include "NewString.h"
-
 namespace {
 
 // A copy of inString that inChange(mutable copy) has changed; empty when it cannot be made.
 template <typename Change>
-TCFString Changed(TCFString const& inString, Change inChange) {
-    CFMutableStringRef const copy = CFStringCreateMutableCopy(kCFAllocatorDefault, 0, inString.StringRef());
+TCFString Changed(const TCFString& inString, Change inChange) {
+    const CFMutableStringRef copy = CFStringCreateMutableCopy(kCFAllocatorDefault, 0, inString.StringRef());
     if (copy != nullptr) inChange(copy);
     return MakeString(copy);
 }
@@ -38,7 +38,7 @@ SInt32 TCFString::FinderCompareTo(const TCFString& inOther, unsigned char inStri
     HFSUniStr255 left, right;
     HFSUniStr(left);
     inOther.HFSUniStr(right);
-    long const order = FinderCompare(left.length, left.unicode, right.length, right.unicode, false, true);
+    const long order = FinderCompare(left.length, left.unicode, right.length, right.unicode, false, true);
     if (!inStrict && (order == 1 || order == -1)) return 0;
     return static_cast<SInt32>(std::clamp(order, -1L, 1L));
 }

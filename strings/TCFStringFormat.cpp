@@ -1,21 +1,21 @@
 // Strings that are written: by a format, from a number, from a moment.
+#include "NewString.h"
+
 #include <strings/TCFString.h>
 
 #include <cstdarg>
-
-#include "NewString.h"
 
 namespace {
 
 CFStringRef CreateMoment(double inAbsoluteTime, CFDateFormatterStyle inDateStyle,
                          CFDateFormatterStyle inTimeStyle) {
-    CFLocaleRef const locale = CFLocaleCopyCurrent();
+    const CFLocaleRef locale = CFLocaleCopyCurrent();
     if (locale == nullptr) return nullptr;
-    CFDateFormatterRef const formatter =
+    const CFDateFormatterRef formatter =
         CFDateFormatterCreate(kCFAllocatorDefault, locale, inDateStyle, inTimeStyle);
     CFRelease(locale);
     if (formatter == nullptr) return nullptr;
-    CFStringRef const moment =
+    const CFStringRef moment =
         CFDateFormatterCreateStringWithAbsoluteTime(kCFAllocatorDefault, formatter, inAbsoluteTime);
     CFRelease(formatter);
     return moment;
@@ -32,7 +32,7 @@ TCFString::TCFString(double inAbsoluteTime, CFDateFormatterStyle inDateStyle,
 TCFString TCFString::CFPrintf(CFStringRef inFormat, ...) {
     std::va_list arguments;
     va_start(arguments, inFormat);
-    CFStringRef const text =
+    const CFStringRef text =
         CFStringCreateWithFormatAndArguments(kCFAllocatorDefault, nullptr, inFormat, arguments);
     va_end(arguments);
     return MakeString(text);

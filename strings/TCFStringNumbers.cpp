@@ -14,10 +14,10 @@ constexpr long kMaxLength = 255;
 
 // Reads a number with inRead(text, end).
 template <typename Read>
-auto Parse(TCFString const& inString, unsigned char* outIsGood, Read inRead) {
+auto Parse(const TCFString& inString, unsigned char* outIsGood, Read inRead) {
     char text[kMaxLength + 1];
     char* end = inString.CString(kMaxLength, text);
-    auto const number = inRead(text, &end);
+    const auto number = inRead(text, &end);
     if (outIsGood != nullptr) *outIsGood = *end == '\0';
     return number;
 }
@@ -25,8 +25,8 @@ auto Parse(TCFString const& inString, unsigned char* outIsGood, Read inRead) {
 // Reads a number with inRead(text, end, base). The C library does not say where the end is for a base that is
 // none: nothing is read then.
 template <typename Read>
-auto ParseInBase(TCFString const& inString, long inBase, unsigned char* outIsGood, Read inRead) {
-    return Parse(inString, outIsGood, [inBase, inRead](char const* inText, char** ioEnd) {
+auto ParseInBase(const TCFString& inString, long inBase, unsigned char* outIsGood, Read inRead) {
+    return Parse(inString, outIsGood, [inBase, inRead](const char* inText, char** ioEnd) {
         bool const isBase = inBase == 0 || (inBase >= 2 && inBase <= 36);
         return isBase ? inRead(inText, ioEnd, static_cast<int>(inBase)) : 0;
     });
@@ -37,9 +37,9 @@ bool IsSpace(char inChar) {
 }
 
 // The end of a number without a sign; null when there is none.
-char const* ReadUnsigned(char const* inText, std::chars_format inFormat, double& outNumber) {
+const char* ReadUnsigned(const char* inText, std::chars_format inFormat, double& outNumber) {
     if (*inText == '-') return nullptr;
-    auto const [end, error] = std::from_chars(inText, inText + std::strlen(inText), outNumber, inFormat);
+    const auto [end, error] = std::from_chars(inText, inText + std::strlen(inText), outNumber, inFormat);
     if (error == std::errc::invalid_argument) return nullptr;
     // In so few bytes it takes an exponent to leave the range, and a minus can be that of the exponent only.
     if (error == std::errc::result_out_of_range)
@@ -49,15 +49,15 @@ char const* ReadUnsigned(char const* inText, std::chars_format inFormat, double&
 
 // As std::strtod in the locale "C". That function itself goes by the locale that the host has set, in which
 // the point of "3.75" may be none; a Java program sets the user's.
-double ReadDouble(char const* inText, char** outEnd) {
-    char const* at = inText;
+double ReadDouble(const char* inText, char** outEnd) {
+    const char* at = inText;
     while (IsSpace(*at))
         ++at;
-    bool const isNegative = *at == '-';
+    const bool isNegative = *at == '-';
     if (isNegative || *at == '+') ++at;
-    bool const isHex = at[0] == '0' && (at[1] == 'x' || at[1] == 'X');
+    const bool isHex = at[0] == '0' && (at[1] == 'x' || at[1] == 'X');
     double number = 0.0;
-    char const* end = isHex ? ReadUnsigned(at + 2, std::chars_format::hex, number) : nullptr;
+    const char* end = isHex ? ReadUnsigned(at + 2, std::chars_format::hex, number) : nullptr;
     if (end == nullptr) end = ReadUnsigned(at, std::chars_format::general, number);
     *outEnd = const_cast<char*>(end == nullptr ? inText : end);
     return isNegative ? -number : number;

@@ -1,13 +1,13 @@
 // Finding and replacing in TCFString.
+#include "NewString.h"
+
 #include <strings/TCFString.h>
 
 #include <cstddef>
 
-#include "NewString.h"
-
 namespace {
 
-bool IsNegative(CFRange const& inRange) {
+bool IsNegative(const CFRange& inRange) {
     return inRange.location < 0 || inRange.length < 0;
 }
 
@@ -15,8 +15,8 @@ bool IsNegative(CFRange const& inRange) {
 
 bool TCFString::HasPrefix(const TCFString& inPrefix, bool inIgnoreCase) const {
     if (Length() < inPrefix.Length()) return false;
-    CFStringCompareFlags const flags = inIgnoreCase ? kCFCompareCaseInsensitive : 0;
-    CFRange const front = CFRangeMake(0, inPrefix.Length());
+    const CFStringCompareFlags flags = inIgnoreCase ? kCFCompareCaseInsensitive : 0;
+    const CFRange front = CFRangeMake(0, inPrefix.Length());
     return CFStringCompareWithOptions(mString, inPrefix.mString, front, flags) == kCFCompareEqualTo;
 }
 
@@ -40,7 +40,7 @@ CFRange TCFString::FindInRange(CFRange inRange, const TCFString& inString,
 
 TCFString TCFString::Replace(const CFRange& inRange, const TCFString& inWith) const {
     if (IsNegative(inRange)) return *this;
-    CFMutableStringRef const copy = CFStringCreateMutableCopy(kCFAllocatorDefault, 0, mString);
+    const CFMutableStringRef copy = CFStringCreateMutableCopy(kCFAllocatorDefault, 0, mString);
     if (copy == nullptr) return *this;
     CFStringReplace(copy, CheckRange(inRange), inWith.mString);
     return MakeString(copy);
@@ -48,16 +48,16 @@ TCFString TCFString::Replace(const CFRange& inRange, const TCFString& inWith) co
 
 TCFString TCFString::ReplaceSubstring(const TCFString& inFind, const TCFString& inWith,
                                       CFStringCompareFlags inFlags) const {
-    CFRange const found = Find(inFind, inFlags);
+    const CFRange found = Find(inFind, inFlags);
     return found.location == kCFNotFound ? *this : Replace(found, inWith);
 }
 
 TCFString TCFString::FindAndReplace(const TCFString& inFind, const TCFString& inWith, CFRange inRange,
                                     CFStringCompareFlags inFlags) const {
     if (IsNegative(inRange)) return *this;
-    CFMutableStringRef const copy = CFStringCreateMutableCopy(kCFAllocatorDefault, 0, mString);
+    const CFMutableStringRef copy = CFStringCreateMutableCopy(kCFAllocatorDefault, 0, mString);
     if (copy == nullptr) return *this;
-    CFIndex const count =
+    const CFIndex count =
         CFStringFindAndReplace(copy, inFind.mString, inWith.mString, CheckRange(inRange), inFlags);
     if (count > 0) return MakeString(copy);
     CFRelease(copy);
@@ -67,7 +67,7 @@ TCFString TCFString::FindAndReplace(const TCFString& inFind, const TCFString& in
 TCFString TCFString::PlugParams(const TCFString& inParam0, const TCFString& inParam1,
                                 const TCFString& inParam2, const TCFString& inParam3) const {
     const TCFString* const params[] = {&inParam0, &inParam1, &inParam2, &inParam3};
-    static CFStringRef const kCaret[] = {CFSTR("^0"), CFSTR("^1"), CFSTR("^2"), CFSTR("^3")};
+    static const CFStringRef kCaret[] = {CFSTR("^0"), CFSTR("^1"), CFSTR("^2"), CFSTR("^3")};
     TCFString result(*this);
     for (std::size_t i = 0; i < 4; ++i)
         if (*params[i] != Empty) result = result.Replace(result.Find(kCaret[i], 0), *params[i]);

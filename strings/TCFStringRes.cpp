@@ -15,16 +15,16 @@ using StringsOfResource = std::map<short, TCFString>;
 // The resource may be shorter than its length byte says.
 void CopyPascalString(Handle inString, unsigned char* outText) {
     outText[0] = 0;
-    Size const byteCount = *inString != nullptr ? GetHandleSize(inString) : Size{0};
+    const Size byteCount = *inString != nullptr ? GetHandleSize(inString) : Size{0};
     if (byteCount <= 0) return;
-    auto const* const text = reinterpret_cast<unsigned char const*>(*inString);
-    auto const length = std::min<Size>(text[0], byteCount - 1);
+    const auto* const text = reinterpret_cast<const unsigned char*>(*inString);
+    const auto length = std::min<Size>(text[0], byteCount - 1);
     outText[0] = static_cast<unsigned char>(length);
     std::memcpy(outText + 1, text + 1, static_cast<std::size_t>(length));
 }
 
 void ReadString(short inResID, unsigned char* outText) {
-    Handle const string = GetString(inResID);
+    const Handle string = GetString(inResID);
     if (string == nullptr) LException::Throw(FourChars("nilP"));
     CopyPascalString(string, outText);
     ReleaseResource(string);

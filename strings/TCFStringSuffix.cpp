@@ -6,8 +6,8 @@ namespace {
 constexpr long kMaxSuffixLength = 12;  // the dot included
 
 // A constant of the program's image, which takes no memory.
-TCFString const& Period() {
-    static TCFString const sPeriod(CFSTR("."));
+const TCFString& Period() {
+    static const TCFString sPeriod(CFSTR("."));
     return sPeriod;
 }
 
@@ -18,26 +18,26 @@ bool IsSuffixLength(long inLength) {
 }  // namespace
 
 TCFString TCFString::Suffix() const {
-    long const dot = Find(Period(), kCFCompareBackwards).location;
+    const long dot = Find(Period(), kCFCompareBackwards).location;
     if (dot == kCFNotFound || !IsSuffixLength(Length() - dot)) return Empty;
     return Substring(dot, Length() - dot);
 }
 
 TCFString TCFString::RemoveSuffix() const {
-    static TCFString const sSpace(CFSTR(" "));
-    long const dot = Find(Period(), kCFCompareBackwards).location;
+    static const TCFString sSpace(CFSTR(" "));
+    const long dot = Find(Period(), kCFCompareBackwards).location;
     if (dot == kCFNotFound || !IsSuffixLength(Length() - dot)) return *this;
     if (Find(sSpace, kCFCompareBackwards).location > dot) return *this;
     return Substring(0, dot);
 }
 
 TCFString TCFString::HFSName(long inMaxLength) const {
-    static TCFString const sColon(CFSTR(":"));
-    static TCFString const sUnderscore(CFSTR("_"));
+    static const TCFString sColon(CFSTR(":"));
+    static const TCFString sUnderscore(CFSTR("_"));
     TCFString name(*this);
     if (inMaxLength > 0 && Length() > inMaxLength) {
-        TCFString const suffix = Suffix();
-        bool const keepsSuffix = !suffix.IsEmpty() && suffix.Length() < inMaxLength;
+        const TCFString suffix = Suffix();
+        const bool keepsSuffix = !suffix.IsEmpty() && suffix.Length() < inMaxLength;
         name = keepsSuffix ? Substring(0, inMaxLength - suffix.Length()) + suffix : Substring(0, inMaxLength);
     }
     return name.FindAndReplace(sColon, sUnderscore, CFRangeMake(0, name.Length()), 0);

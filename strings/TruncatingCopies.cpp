@@ -6,7 +6,7 @@
 namespace truncating {
 
 void PStrNCopy(const unsigned char* inSource, unsigned char* outDestination, short inMaxLength) {
-    int const length = std::min<int>(inSource[0], inMaxLength);
+    const int length = std::min<int>(inSource[0], inMaxLength);
     if (inSource != outDestination && length >= 0)
         std::memmove(outDestination, inSource, static_cast<std::size_t>(length) + 1);
     outDestination[0] = static_cast<unsigned char>(length);

@@ -1,8 +1,8 @@
-#include <toolbox/Aliases.h>
-#include <toolbox/MacMemory.h>
-
 #include "AliasRecord.h"
 #include "catalogue/Catalogue.h"
+
+#include <toolbox/Aliases.h>
+#include <toolbox/MacMemory.h>
 
 #include <cstring>
 #include <new>

@@ -1,7 +1,7 @@
-#include <toolbox/AtomContainers.h>
-
 #include "AtomTree.h"
 #include "os/BigEndian.h"
+
+#include <toolbox/AtomContainers.h>
 
 #include <algorithm>
 #include <cstring>
@@ -23,8 +23,8 @@ constexpr std::size_t kTypeOffset = 4;
 constexpr std::size_t kIDOffset = 8;
 constexpr std::size_t kChildCountOffset = 14;
 constexpr QTAtomID kRootID = 1;
-constexpr std::uint16_t kMostChildren = 0xFFFF;
-constexpr std::uint16_t kMostLocks = 0xFFFF;
+constexpr std::uint16_t kMaxChildren = 0xFFFF;
+constexpr std::uint16_t kMaxLocks = 0xFFFF;
 
 std::uint8_t* BytesOf(QTAtomContainer inContainer) {
     return reinterpret_cast<std::uint8_t*>(*inContainer);
@@ -94,7 +94,7 @@ OSErr Insert(QTAtomContainer inContainer, QTAtom inParent, NewChild inChild, std
     if (error != noErr) return error;
     if (inChild.type == 0) return invalidAtomTypeErr;
     if (parent.childCount == 0 && parent.ContentBytes() > 0) return cannotBeLeafAtomErr;
-    if (parent.childCount == kMostChildren) return atomIndexInvalidErr;
+    if (parent.childCount == kMaxChildren) return atomIndexInvalidErr;
     error = FindPlace(tree, parent, inChild);
     if (error != noErr) return error;
     if ((HGetState(inContainer) & kHandleLockedBit) != 0) return memLockedErr;
@@ -107,7 +107,8 @@ OSErr Insert(QTAtomContainer inContainer, QTAtom inParent, NewChild inChild, std
 
     std::uint8_t* const bytes = BytesOf(inContainer);
     GrowAncestors(bytes, parent.offsetBytes, static_cast<std::uint32_t>(addedBytes));
-    Store16(bytes + parent.offsetBytes + kChildCountOffset, static_cast<std::uint16_t>(parent.childCount + 1));
+    Store16(bytes + parent.offsetBytes + kChildCountOffset,
+            static_cast<std::uint16_t>(parent.childCount + 1));
     std::uint8_t* const child = bytes + inChild.offsetBytes;
     std::memmove(child + addedBytes, child, oldBytes - inChild.offsetBytes);
     PutHeader(child, static_cast<std::uint32_t>(addedBytes), inChild.type, inChild.id);
@@ -120,7 +121,7 @@ OSErr Insert(QTAtomContainer inContainer, QTAtom inParent, NewChild inChild, std
 // 0 when there is none. Indexes that a SInt16 does not hold are its largest.
 template <typename Matches>
 QTAtom FindChild(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inType, Matches inMatches) {
-    constexpr SInt16 kLargestIndex = std::numeric_limits<SInt16>::max();
+    constexpr SInt16 kMaxIndex = std::numeric_limits<SInt16>::max();
     const AtomTree tree = TreeOf(inContainer);
     AtomHeader parent;
     if (tree.Find(inParent, parent) != noErr) return 0;
@@ -128,7 +129,7 @@ QTAtom FindChild(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inType
     AtomChildren children(tree, parent);
     for (AtomHeader child; children.Next(child);) {
         if (child.type != inType) continue;
-        if (index < kLargestIndex) ++index;
+        if (index < kMaxIndex) ++index;
         if (inMatches(child, index)) return static_cast<QTAtom>(child.offsetBytes);
     }
     return 0;
@@ -220,7 +221,7 @@ OSErr QTLockContainer(QTAtomContainer inContainer) {
     AtomHeader root;
     if (!TreeOf(inContainer).ReadRoot(root)) return invalidAtomContainerErr;
     const std::uint16_t lockCount = Load16(BytesOf(inContainer) + AtomTree::kLockCountOffset);
-    if (lockCount == kMostLocks) return memLockedErr;
+    if (lockCount == kMaxLocks) return memLockedErr;
     Store16(BytesOf(inContainer) + AtomTree::kLockCountOffset, static_cast<std::uint16_t>(lockCount + 1));
     HLock(inContainer);
     return noErr;

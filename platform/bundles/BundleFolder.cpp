@@ -1,11 +1,10 @@
 #include "BundleFolder.h"
 
 #include "PropertyList.h"
-#include "corefoundation/UTF8Text.h"
-#include "corefoundation/Values.h"
-
 #include "catalogue/Catalogue.h"
 #include "catalogue/FileAccess.h"
+#include "corefoundation/UTF8Text.h"
+#include "corefoundation/Values.h"
 #include "os/BigEndian.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 // What a bundle's folder holds. Functions may throw std::bad_alloc.
 #pragma once
 
-#include <toolbox/CFDictionary.h>
-
 #include "corefoundation/Owned.h"
+
+#include <toolbox/CFDictionary.h>
 
 #include <string>
 #include <string_view>

@@ -1,15 +1,13 @@
-#include <toolbox/CFBundle.h>
-
 #include "BundleFolder.h"
 #include "ELFObject.h"
 #include "LoadedCode.h"
-#include "corefoundation/Object.h"
 #include "URLObject.h"
+#include "catalogue/Catalogue.h"
+#include "corefoundation/Object.h"
 #include "corefoundation/UTF8Text.h"
 
+#include <toolbox/CFBundle.h>
 #include <toolbox/CFNumber.h>
-
-#include "catalogue/Catalogue.h"
 
 #include <atomic>
 #include <memory>

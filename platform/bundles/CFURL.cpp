@@ -1,12 +1,11 @@
-#include <toolbox/CFURL.h>
-
-#include "corefoundation/Object.h"
 #include "PathStyles.h"
 #include "URLObject.h"
 #include "URLText.h"
+#include "catalogue/Catalogue.h"
+#include "corefoundation/Object.h"
 #include "corefoundation/UTF8Text.h"
 
-#include "catalogue/Catalogue.h"
+#include <toolbox/CFURL.h>
 
 #include <algorithm>
 #include <cassert>
@@ -142,13 +141,12 @@ Owned<CFURLRef> NewURLWithoutComponent(CFURLRef inURL) {
     if (inURL == nullptr) return {};
     const ReadURL url(inURL);
     std::string path(WithoutSlashesAtEnd(url.Parts().path));
-    if (IsDots(LastSegment(path))) {
+    if (IsDots(LastSegment(path)))
         path += "/../";
-    } else if (path.empty()) {
+    else if (path.empty())
         path = url.Parts().path;
-    } else {
+    else
         path.erase(path.rfind('/') + 1);
-    }
     return NewURLWithPath(url, path);
 }
 

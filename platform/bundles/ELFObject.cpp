@@ -6,6 +6,7 @@
 
 #include <elf.h>
 #include <link.h>
+
 #include <cstring>
 #include <string>
 #include <vector>

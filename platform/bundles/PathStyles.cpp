@@ -13,11 +13,10 @@ constexpr std::string_view kSystemDiskName = "System Disk";
 std::string TradePlaces(std::string_view inText) {
     std::string text(inText);
     for (char& character : text) {
-        if (character == '/') {
+        if (character == '/')
             character = ':';
-        } else if (character == ':') {
+        else if (character == ':')
             character = '/';
-        }
     }
     return text;
 }
@@ -42,11 +41,10 @@ bool POSIXPathOfHFS(std::string_view inPath, std::string& outPath) {
         const std::size_t end = std::min(rest.find(':'), rest.size());
         const std::string_view name = rest.substr(0, end);
         rest.remove_prefix(end);
-        if (!name.empty()) {
+        if (!name.empty())
             outPath.append("/").append(TradePlaces(name));
-        } else {
+        else
             outPath += rest.empty() ? "/" : "/..";
-        }
     }
     return true;
 }

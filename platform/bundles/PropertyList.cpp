@@ -3,9 +3,8 @@
 #include "corefoundation/UTF8Text.h"
 #include "corefoundation/Values.h"
 
-#include <toolbox/CFDate.h>
-
 #include <plist/plist.h>
+#include <toolbox/CFDate.h>
 
 #include <cstdlib>
 #include <memory>
@@ -143,11 +142,10 @@ Converted Convert(plist_t inNode, std::size_t inDepth) {
 OwnedNode Parse(std::string_view inBytes) {
     plist_t node = nullptr;
     const auto byteCount = static_cast<UInt32>(inBytes.size());
-    if (inBytes.starts_with(kBinaryMark)) {
+    if (inBytes.starts_with(kBinaryMark))
         plist_from_bin(inBytes.data(), byteCount, &node);
-    } else {
+    else
         plist_from_xml(inBytes.data(), byteCount, &node);
-    }
     return OwnedNode(node);
 }
 

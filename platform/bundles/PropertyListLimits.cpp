@@ -1,5 +1,4 @@
 #include "PropertyList.h"
-
 #include "os/BigEndian.h"
 
 #include <toolbox/MacTypes.h>

@@ -1,8 +1,8 @@
 // Percent escapes in any text.
-#include <toolbox/CFURL.h>
-
 #include "URLText.h"
 #include "corefoundation/UTF8Text.h"
+
+#include <toolbox/CFURL.h>
 
 #include <vector>
 
@@ -68,11 +68,10 @@ Owned<CFStringRef> ReplaceEscapes(CFStringRef inText, CFStringRef inToLeave) {
         }
         const int byte = ReadEscape(text, i);
         if (byte < 0) return {};
-        if (byte < 0x80 && IsListed(static_cast<UniChar>(byte), inToLeave)) {
+        if (byte < 0x80 && IsListed(static_cast<UniChar>(byte), inToLeave))
             result.append(text, i, 3);
-        } else {
+        else
             result += static_cast<char>(byte);
-        }
         i += 2;
     }
     return StringOf(result);

@@ -1,9 +1,9 @@
 // File URLs as other parts of Core Foundation make and read them. Functions may throw std::bad_alloc.
 #pragma once
 
-#include <toolbox/CFURL.h>
-
 #include "corefoundation/Owned.h"
+
+#include <toolbox/CFURL.h>
 
 #include <string>
 #include <string_view>

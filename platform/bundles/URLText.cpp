@@ -56,11 +56,10 @@ std::string FollowDots(std::string_view inPath) {
         inPath.remove_prefix(end);
         const bool isUp = segment == "/..";
         if (isUp) path.erase(std::min(path.rfind('/'), path.size()));
-        if (!isUp && segment != "/.") {
+        if (!isUp && segment != "/.")
             path += segment;
-        } else if (inPath.empty()) {
+        else if (inPath.empty())
             path += '/';
-        }
     }
     return path;
 }
@@ -117,11 +116,10 @@ std::string MakeURLText(std::string_view inText) {
     std::string text;
     for (std::size_t i = 0; i < inText.size(); ++i) {
         const auto byte = static_cast<unsigned char>(inText[i]);
-        if (CanStandInURL(byte) || ReadEscape(inText, i) >= 0) {
+        if (CanStandInURL(byte) || ReadEscape(inText, i) >= 0)
             text += inText[i];
-        } else {
+        else
             AppendEscape(byte, text);
-        }
     }
     return text;
 }
@@ -159,11 +157,10 @@ void AppendEscape(unsigned char inByte, std::string& ioText) {
 std::string EscapePath(std::string_view inPath) {
     std::string text;
     for (const char character : inPath) {
-        if (IsUnreserved(character) || kPathMarks.find(character) != std::string_view::npos) {
+        if (IsUnreserved(character) || kPathMarks.find(character) != std::string_view::npos)
             text += character;
-        } else {
+        else
             AppendEscape(static_cast<unsigned char>(character), text);
-        }
     }
     return text;
 }

@@ -1,5 +1,3 @@
-#include <toolbox/CatalogInfo.h>
-
 #include "FolderItems.h"
 #include "catalogue/Volumes.h"
 #include "os/SystemCalls.h"
@@ -8,6 +6,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <toolbox/CatalogInfo.h>
 #include <unistd.h>
 
 #include <algorithm>

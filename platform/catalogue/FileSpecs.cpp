@@ -1,8 +1,8 @@
-#include <toolbox/FileSpecs.h>
-
-#include "places/CatalogueNames.h"
 #include "FolderItems.h"
 #include "catalogue/Volumes.h"
+#include "places/CatalogueNames.h"
+
+#include <toolbox/FileSpecs.h>
 
 #include <algorithm>
 #include <new>

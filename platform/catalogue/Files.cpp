@@ -1,6 +1,6 @@
-#include <toolbox/Files.h>
-
 #include "catalogue/Catalogue.h"
+
+#include <toolbox/Files.h>
 
 #include <cstring>
 #include <new>

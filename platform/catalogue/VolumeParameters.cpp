@@ -1,9 +1,9 @@
-#include <toolbox/Volumes.h>
-
-#include "places/CatalogueNames.h"
 #include "FolderItems.h"
 #include "MountedVolumes.h"
 #include "catalogue/Volumes.h"
+#include "places/CatalogueNames.h"
+
+#include <toolbox/Volumes.h>
 
 #include <algorithm>
 #include <cstddef>

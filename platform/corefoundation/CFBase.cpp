@@ -1,10 +1,10 @@
-#include <toolbox/CFBase.h>
-#include <toolbox/CFString.h>
-
 #include "ICUCalls.h"
 #include "StringObject.h"
 #include "corefoundation/Object.h"
 #include "os/SystemCalls.h"
+
+#include <toolbox/CFBase.h>
+#include <toolbox/CFString.h>
 
 #include <cassert>
 #include <cstdio>
@@ -71,9 +71,8 @@ void CFRelease(CFTypeRef inObject) {
     if (IsConstant(object)) return;
     // A count of one is the caller's own: nobody else can add to it, so nothing needs to be written.
     if (object->retainCount.load(std::memory_order_acquire) == 1 ||
-        object->retainCount.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        object->retainCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
         Destroy(object);
-    }
 }
 
 CFIndex CFGetRetainCount(CFTypeRef inObject) {

@@ -1,6 +1,6 @@
-#include <toolbox/CFNumber.h>
-
 #include "corefoundation/Object.h"
+
+#include <toolbox/CFNumber.h>
 
 #include <cmath>
 #include <cstring>

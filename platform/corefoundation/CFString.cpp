@@ -1,8 +1,8 @@
-#include <toolbox/CFString.h>
-
 #include "Encodings.h"
 #include "MutableString.h"
 #include "StringObject.h"
+
+#include <toolbox/CFString.h>
 
 #include <algorithm>
 #include <cstring>
@@ -27,9 +27,8 @@ CFStringRef NewStringOf(const Coder* inCoder, const UInt8* inBytes, CFIndex inBy
     StringObject* string = NewString(asciiCount + restLength, &characters);
     if (string == nullptr) return nullptr;
     std::copy_n(inBytes, asciiCount, characters);
-    if (restCount == 0 || inCoder->Decode(rest, restCount, characters + asciiCount, restLength)) {
+    if (restCount == 0 || inCoder->Decode(rest, restCount, characters + asciiCount, restLength))
         return RefOf(string);
-    }
     CFRelease(RefOf(string));
     return nullptr;
 }
@@ -113,9 +112,8 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* inBytes, CFInde
                                     CFStringEncoding inEncoding, Boolean inIsExternalRepresentation) {
     if (inBytes == nullptr || inByteCount < 0) return nullptr;
     CFIndex markByteCount = 0;
-    if (inIsExternalRepresentation) {
+    if (inIsExternalRepresentation)
         inEncoding = ReadByteOrderMark(inEncoding, inBytes, inByteCount, &markByteCount);
-    }
     return NewStringOf(FindCoder(inEncoding), inBytes + markByteCount, inByteCount - markByteCount);
 }
 

@@ -1,6 +1,6 @@
-#include <toolbox/CFStringEncodings.h>
-
 #include "Encodings.h"
+
+#include <toolbox/CFStringEncodings.h>
 
 #include <limits>
 

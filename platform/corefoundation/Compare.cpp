@@ -1,12 +1,11 @@
 // Order of strings: by code unit, or with case, canonical equivalence, numbers or a locale considered.
-#include <toolbox/CFString.h>
-
 #include "Folding.h"
 #include "StringObject.h"
 #include "UnicodeText.h"
 #include "os/Mutex.h"
 
 #include <corefoundation/CurrentLocale.h>
+#include <toolbox/CFString.h>
 #include <unicode/uchar.h>
 #include <unicode/ucol.h>
 #include <unicode/unorm2.h>
@@ -119,11 +118,10 @@ const UCollator* FindCollator(CFStringCompareFlags inFlags) {
     ucol_setAttribute(made, UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
     SetStrength(made, ignoresCase, ignoresMarks, &status);
     if (isNumeric) ucol_setAttribute(made, UCOL_NUMERIC_COLLATION, UCOL_ON, &status);
-    if (U_SUCCESS(status)) {
+    if (U_SUCCESS(status))
         collator = made;
-    } else {
+    else
         ucol_close(made);
-    }
     return collator;
 }
 
@@ -153,9 +151,8 @@ bool CompareByLocale(Text inLeft, Text inRight, CFStringCompareFlags inFlags, CF
     PreparedText left;
     PreparedText right;
     if (!left.Prepare(inLeft, inFlags & kCFCompareWidthInsensitive) ||
-        !right.Prepare(inRight, inFlags & kCFCompareWidthInsensitive)) {
+        !right.Prepare(inRight, inFlags & kCFCompareWidthInsensitive))
         return false;
-    }
     const Units leftUnits = UnitsOf(left.Get());
     const Units rightUnits = UnitsOf(right.Get());
     outResult = ResultOf(
@@ -199,9 +196,8 @@ CFComparisonResult Compare(Text inLeft, Text inRight, CFStringCompareFlags inFla
     CFComparisonResult result = kCFCompareEqualTo;
     const bool isLiteral = (inFlags & kByMeaning) == 0 || !FitsICU(inLeft.length) ||
                            !FitsICU(inRight.length) || !CompareByFlags(inLeft, inRight, inFlags, result);
-    if (isLiteral || (result == kCFCompareEqualTo && (inFlags & kCFCompareForcedOrdering) != 0)) {
+    if (isLiteral || (result == kCFCompareEqualTo && (inFlags & kCFCompareForcedOrdering) != 0))
         return CompareLiterally(inLeft, inRight);
-    }
     return result;
 }
 

@@ -1,9 +1,8 @@
-#include <toolbox/CFDate.h>
-
 #include "corefoundation/Object.h"
 #include "os/SystemCalls.h"
 
 #include <time.h>
+#include <toolbox/CFDate.h>
 
 #include <functional>
 

@@ -1,9 +1,8 @@
-#include <toolbox/CFDateFormatter.h>
-
 #include "Locale.h"
 #include "StringObject.h"
 #include "UnicodeText.h"
 
+#include <toolbox/CFDateFormatter.h>
 #include <unicode/udat.h>
 
 #include <cmath>
@@ -90,9 +89,8 @@ CFDateFormatterRef CFDateFormatterCreate(CFAllocatorRef, CFLocaleRef inLocale,
     formatter->timeStyle = inTimeStyle;
     formatter->format = nullptr;
     formatter->pattern = nullptr;
-    if (formatter->locale != nullptr && OpenByStyles(*formatter)) {
+    if (formatter->locale != nullptr && OpenByStyles(*formatter))
         return reinterpret_cast<CFDateFormatterRef>(formatter);
-    }
     CFRelease(formatter);
     return nullptr;
 }

@@ -83,9 +83,8 @@ class UTF16Coder final : public Coder {
     }
 
     bool Decode(const UInt8* inBytes, CFIndex, UniChar* outUnits, CFIndex inUnitCount) const override {
-        for (CFIndex i = 0; i < inUnitCount; ++i) {
+        for (CFIndex i = 0; i < inUnitCount; ++i)
             outUnits[i] = static_cast<UniChar>(LoadUnit<kIsBigEndian>(inBytes + 2 * i, 2));
-        }
         return true;
     }
 
@@ -251,9 +250,8 @@ CFStringEncoding ReadByteOrderMark(CFStringEncoding inEncoding, const UInt8* inB
     const bool is16 = unitByteCount == 2;
     const bool isMarkable = inByteCount >= unitByteCount;
     const bool isLittle = isMarkable && LoadUnit<false>(inBytes, unitByteCount) == kByteOrderMark;
-    if (isLittle || (isMarkable && LoadUnit<true>(inBytes, unitByteCount) == kByteOrderMark)) {
+    if (isLittle || (isMarkable && LoadUnit<true>(inBytes, unitByteCount) == kByteOrderMark))
         *outMarkByteCount = unitByteCount;
-    }
     if (isLittle) return is16 ? kCFStringEncodingUTF16LE : kCFStringEncodingUTF32LE;
     return is16 ? kCFStringEncodingUTF16BE : kCFStringEncodingUTF32BE;
 }

@@ -1,9 +1,9 @@
-#include <toolbox/CFMutableString.h>
-#include <toolbox/CFStringFind.h>
-
 #include "Finder.h"
 #include "MutableString.h"
 #include "SystemArray.h"
+
+#include <toolbox/CFMutableString.h>
+#include <toolbox/CFStringFind.h>
 
 #include <algorithm>
 
@@ -34,9 +34,8 @@ bool BuildReplaced(const StringObject& inString, const StringObject& inReplaceme
     for (CFIndex i = 0; i < inRanges.Count(); ++i) {
         const CFRange range = inRanges[i];
         if (!outText.Append(inString.characters + position, range.location - position) ||
-            !outText.Append(inReplacement.characters, inReplacement.length)) {
+            !outText.Append(inReplacement.characters, inReplacement.length))
             return false;
-        }
         position = range.location + range.length;
     }
     return outText.Append(inString.characters + position, inString.length - position);

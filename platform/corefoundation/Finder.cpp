@@ -21,9 +21,8 @@ bool SearchedTexts::Open(CFLocaleRef inLocale) {
         const bool isTurkic = (mFlags & kCFCompareLocalized) != 0 && IsTurkic(inLocale);
         const CFRange all = CFRangeMake(0, mFind.length);
         if (!FoldText(mFind.characters, all, mFlags, isTurkic, mFoldedFind) ||
-            !FoldText(mString.characters, mRange, mFlags, isTurkic, mFoldedText)) {
+            !FoldText(mString.characters, mRange, mFlags, isTurkic, mFoldedText))
             return false;
-        }
         mText = ViewOf(mFoldedText.units.Data(), mFoldedText.units.Count());
         mSought = ViewOf(mFoldedFind.units.Data(), mFoldedFind.units.Count());
     }

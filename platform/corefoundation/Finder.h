@@ -1,11 +1,11 @@
 // Text found in text, one occurrence after the other.
 #pragma once
 
-#include <toolbox/CFString.h>
-
 #include "Folding.h"
 #include "StringObject.h"
 #include "UnitSearch.h"
+
+#include <toolbox/CFString.h>
 
 #include <string_view>
 

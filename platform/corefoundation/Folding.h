@@ -1,9 +1,9 @@
 // Text as comparisons that ignore something see it, with the way back to the text itself.
 #pragma once
 
-#include <toolbox/CFString.h>
-
 #include "SystemArray.h"
+
+#include <toolbox/CFString.h>
 
 namespace toolbox::corefoundation {
 

@@ -1,9 +1,9 @@
 // Strings made from formats and the arguments of a call.
-#include <toolbox/CFStringFormat.h>
-
 #include "FormatDirectives.h"
 #include "FormatWriter.h"
 #include "StringObject.h"
+
+#include <toolbox/CFStringFormat.h>
 
 #include <cstdarg>
 

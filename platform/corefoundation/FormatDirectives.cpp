@@ -141,9 +141,8 @@ class Parser {
         ++mPosition;
         const bool isInteger = IsOneOf(ioDirective.conversion, "dDiuUoOxX");
         // As the C library has it; else the argument would be taken for an int.
-        if (isInteger && ioDirective.length == LengthModifier::kLongDouble) {
+        if (isInteger && ioDirective.length == LengthModifier::kLongDouble)
             ioDirective.length = LengthModifier::kLong;
-        }
         if (ioDirective.length == LengthModifier::kLong) {
             if (ioDirective.conversion == 'c') ioDirective.conversion = 'C';
             if (ioDirective.conversion == 's') ioDirective.conversion = 'S';
@@ -162,11 +161,10 @@ class Parser {
         }
         ioDirective.length = TakeLength();
         if (!TakeConversion(ioDirective)) return false;
-        if (ioDirective.conversion == '%') {
+        if (ioDirective.conversion == '%')
             ioDirective.argument = 0;
-        } else if (ioDirective.argument == 0) {
+        else if (ioDirective.argument == 0)
             ioDirective.argument = mNextArgument++;
-        }
         return true;
     }
 
@@ -176,9 +174,8 @@ class Parser {
         if (inArgument == 0) return true;
         if (inArgument > mFormat.directives.Count() * kMaxArgumentsOfOne) return false;
         if (inArgument > arguments.Count() &&
-            !arguments.AppendCopies(ArgumentType::kNone, inArgument - arguments.Count())) {
+            !arguments.AppendCopies(ArgumentType::kNone, inArgument - arguments.Count()))
             return false;
-        }
         ArgumentType& type = arguments[inArgument - 1];
         if (type != ArgumentType::kNone && type != inType) return false;
         type = inType;
@@ -190,9 +187,8 @@ class Parser {
             const Directive& directive = mFormat.directives[i];
             if (!SetType(directive.width.argument, ArgumentType::kInt) ||
                 !SetType(directive.precision.argument, ArgumentType::kInt) ||
-                !SetType(directive.argument, TypeOfArgument(directive))) {
+                !SetType(directive.argument, TypeOfArgument(directive)))
                 return false;
-            }
         }
         for (CFIndex i = 0; i < mFormat.arguments.Count(); ++i) {
             if (mFormat.arguments[i] == ArgumentType::kNone) return false;

@@ -1,9 +1,9 @@
 // Formats taken apart: the directives in them, and the arguments that these take.
 #pragma once
 
-#include <toolbox/CFString.h>
-
 #include "SystemArray.h"
+
+#include <toolbox/CFString.h>
 
 namespace toolbox::corefoundation {
 

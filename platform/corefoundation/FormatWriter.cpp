@@ -242,9 +242,8 @@ bool WriteFormat(const UniChar* inUnits, CFIndex inLength, const Format& inForma
     CFIndex position = 0;
     for (CFIndex i = 0; i < inFormat.directives.Count(); ++i) {
         const Directive& directive = inFormat.directives[i];
-        if (!outText.Append(inUnits + position, directive.start - position) || !writer.Write(directive)) {
+        if (!outText.Append(inUnits + position, directive.start - position) || !writer.Write(directive))
             return false;
-        }
         position = directive.end;
     }
     return outText.Append(inUnits + position, inLength - position);

@@ -139,9 +139,8 @@ CFLocaleRef CFLocaleCopyCurrent() {
 CFLocaleRef CFLocaleCreate(CFAllocatorRef, CFStringRef inIdentifier) {
     char given[ULOC_FULLNAME_CAPACITY];
     if (inIdentifier == nullptr ||
-        !CFStringGetCString(inIdentifier, given, sizeof given, kCFStringEncodingASCII)) {
+        !CFStringGetCString(inIdentifier, given, sizeof given, kCFStringEncodingASCII))
         return nullptr;
-    }
     LocaleName name;
     return U_SUCCESS(Spell(uloc_getName, given, name)) ? NewLocale(name) : nullptr;
 }

@@ -1,10 +1,9 @@
 // Whole strings changed by Unicode's rules: case and normal forms.
-#include <toolbox/CFMutableString.h>
-
 #include "Locale.h"
 #include "MutableString.h"
 #include "UnicodeText.h"
 
+#include <toolbox/CFMutableString.h>
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 

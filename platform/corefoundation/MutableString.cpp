@@ -4,7 +4,6 @@
 #include "os/SystemCalls.h"
 
 #include <toolbox/CFMutableString.h>
-
 #include <unicode/uchar.h>
 
 #include <algorithm>
@@ -84,18 +83,16 @@ bool ReplaceUnits(MutableStringObject& ioString, CFRange inRange, const UniChar*
     const CFIndex kept = string.length - inRange.length;
     if (inCount > ioString.maxLength - kept) return false;
     const CFIndex length = kept + inCount;
-    if (length > ioString.capacity || (inCount > 0 && IsOwnText(ioString, inUnits))) {
+    if (length > ioString.capacity || (inCount > 0 && IsOwnText(ioString, inUnits)))
         return ReplaceInNewBlock(ioString, inRange, inUnits, inCount, length);
-    }
     if (ioString.capacity == 0) return true;  // nothing to nothing
     UniChar* hole = UnitsOf(ioString) + inRange.location;
     const UniChar* tail = hole + inRange.length;
     const CFIndex tailCount = string.length - inRange.location - inRange.length;
-    if (inCount <= inRange.length) {
+    if (inCount <= inRange.length)
         std::copy(tail, tail + tailCount, hole + inCount);
-    } else {
+    else
         std::copy_backward(tail, tail + tailCount, hole + inCount + tailCount);
-    }
     std::copy_n(inUnits, inCount, hole);
     string.length = length;
     return true;

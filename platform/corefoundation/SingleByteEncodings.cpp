@@ -6,7 +6,6 @@
 #include "os/Mutex.h"
 
 #include <toolbox/CFStringEncodings.h>
-
 #include <unicode/ucnv.h>
 
 #include <algorithm>
@@ -85,11 +84,10 @@ class SingleByteCoder final : public Coder {
         if (mIsReady.load(std::memory_order_acquire)) return true;
         const os::MutexLock lock(mMutex);
         if (mIsReady.load(std::memory_order_relaxed)) return true;
-        if (mKnownUpper != nullptr) {
+        if (mKnownUpper != nullptr)
             std::copy_n(mKnownUpper, kUpperCount, mUpper);
-        } else if (!ReadUpperHalf(mConverterName, mUpper)) {
+        else if (!ReadUpperHalf(mConverterName, mUpper))
             return false;
-        }
         for (const Change& change : mChanges)
             mUpper[change.byte - 0x80] = change.unit;
         SortByUnit();

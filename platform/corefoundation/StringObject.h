@@ -2,9 +2,9 @@
 // made at run time.
 #pragma once
 
-#include <toolbox/CFString.h>
-
 #include "corefoundation/Object.h"
+
+#include <toolbox/CFString.h>
 
 #include <cstddef>
 #include <limits>

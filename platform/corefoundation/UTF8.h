@@ -1,9 +1,9 @@
 // UTF-8 to UTF-16 and back, for text of any length.
 #pragma once
 
-#include <toolbox/CFString.h>
-
 #include "Encodings.h"
+
+#include <toolbox/CFString.h>
 
 namespace toolbox::corefoundation {
 

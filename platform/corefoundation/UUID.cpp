@@ -1,7 +1,7 @@
-#include <toolbox/CFUUID.h>
-
 #include "StringObject.h"
 #include "os/SystemCalls.h"
+
+#include <toolbox/CFUUID.h>
 
 #include <cerrno>
 #include <cstring>

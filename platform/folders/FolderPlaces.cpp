@@ -8,6 +8,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+
 #include <string_view>
 
 namespace toolbox::files {

@@ -1,13 +1,14 @@
-#include <toolbox/Folders.h>
+#include "os/Folders.h"
 
 #include "FolderPlaces.h"
 #include "catalogue/Catalogue.h"
-#include "os/Folders.h"
 #include "os/SystemCalls.h"
 #include "status/StatusOfErrno.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <toolbox/Folders.h>
+
 #include <new>
 
 namespace toolbox::files {
@@ -82,13 +83,12 @@ OSStatus AddVolume(SInt16 inNumber, Request& ioRequest) {
     const OSStatus status = GetVolume(inNumber, volume);
     if (status != noErr) return status;
     ioRequest.mode = kForTheUserAlone;
-    if (ioRequest.type == kTemporaryFolderType) {
+    if (ioRequest.type == kTemporaryFolderType)
         ioRequest.places = TemporaryPlacesOn(volume);
-    } else if (ioRequest.type == kTrashFolderType) {
+    else if (ioRequest.type == kTrashFolderType)
         ioRequest.places = TrashPlacesOn(volume);
-    } else {
+    else
         AddUsersOrSystems(ioRequest);
-    }
     return noErr;
 }
 

@@ -159,8 +159,8 @@ bool AppendData(std::vector<Image>& ioImages, std::vector<UInt8>& ioFork) {
 
 }  // namespace
 
-// The offsets of data and map are all that tells where the fork lies: moved both, they tell of one that begins
-// further on.
+// The offsets of data and map are all that tells where the fork lies: moved both, they tell of one that
+// begins further on.
 os::MovableHead HeadOfFork() {
     return {kForkHeaderBytes, [](UInt8* ioHead, UInt32 inDistanceBytes) {
                 for (UInt8* offset : {ioHead, ioHead + 4})

@@ -1,10 +1,10 @@
 // What a control's block holds.
 #pragma once
 
+#include "Port.h"
+
 #include <toolbox/Controls.h>
 #include <toolbox/MacTypes.h>
-
-#include "Port.h"
 
 namespace toolbox::interface {
 

@@ -1,10 +1,9 @@
-#include <toolbox/Controls.h>
+#include "ControlRecord.h"
 
+#include <toolbox/Controls.h>
 #include <toolbox/DialogWindows.h>
 
 #include <algorithm>
-
-#include "ControlRecord.h"
 
 using namespace toolbox::interface;
 

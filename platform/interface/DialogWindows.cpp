@@ -1,18 +1,17 @@
-#include <toolbox/DialogWindows.h>
+#include "AlertResources.h"
+#include "ControlRecord.h"
+#include "DialogResources.h"
+#include "Port.h"
+#include "ResourceBytes.h"
 
 #include <toolbox/Controls.h>
+#include <toolbox/DialogWindows.h>
 #include <toolbox/MacMemory.h>
 
 #include <algorithm>
 #include <memory>
 #include <new>
 #include <vector>
-
-#include "AlertResources.h"
-#include "ControlRecord.h"
-#include "DialogResources.h"
-#include "Port.h"
-#include "ResourceBytes.h"
 
 namespace toolbox::interface {
 

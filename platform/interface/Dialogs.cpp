@@ -1,11 +1,10 @@
-#include <toolbox/Dialogs.h>
-
 #include "AlertResources.h"
 #include "AlertText.h"
 #include "ResourceBytes.h"
 #include "Terminal.h"
 #include "os/Mutex.h"
 
+#include <toolbox/Dialogs.h>
 #include <toolbox/Interaction.h>
 
 #include <algorithm>

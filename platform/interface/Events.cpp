@@ -1,7 +1,6 @@
-#include <toolbox/Events.h>
-
 #include "os/Mutex.h"
 
+#include <toolbox/Events.h>
 #include <toolbox/Timer.h>
 
 #include <deque>

@@ -1,6 +1,6 @@
-#include <toolbox/Interaction.h>
-
 #include "os/Mutex.h"
+
+#include <toolbox/Interaction.h>
 
 #include <new>
 #include <vector>

@@ -1,9 +1,9 @@
 // Rectangles and shapes with straight or round corners.
+#include "Port.h"
+
 #include <toolbox/QuickDraw.h>
 
 #include <algorithm>
-
-#include "Port.h"
 
 namespace toolbox::interface {
 

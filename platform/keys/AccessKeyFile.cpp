@@ -8,9 +8,8 @@
 #include "os/UserPaths.h"
 #include "status/StatusOfErrno.h"
 
-#include <toolbox/MacErrors.h>
-
 #include <sys/file.h>
+#include <toolbox/MacErrors.h>
 
 #include <cerrno>
 #include <string>
@@ -43,14 +42,14 @@ OSStatus Load(const std::string& inPath, AccessKeyList& outKeys) {
     if (error != 0) return StatusOfErrno(error);
     if (status.kind != os::ItemKind::kFile) return badFileFormat;
     std::string text;
-    error = os::ReadFromStart(file.Number(), kMostKeyFileBytes + 1, text);
+    error = os::ReadFromStart(file.Number(), kMaxKeyFileBytes + 1, text);
     if (error != 0) return StatusOfErrno(error);
-    return text.size() <= kMostKeyFileBytes && outKeys.Decode(text) ? noErr : badFileFormat;
+    return text.size() <= kMaxKeyFileBytes && outKeys.Decode(text) ? noErr : badFileFormat;
 }
 
 OSStatus Store(const std::string& inPath, const AccessKeyList& inKeys) {
     const std::string text = inKeys.Encode();
-    if (inKeys.Count() > AccessKeyList::kMostKeys || text.size() > kMostKeyFileBytes) return dskFulErr;
+    if (inKeys.Count() > AccessKeyList::kMaxKeys || text.size() > kMaxKeyFileBytes) return dskFulErr;
     return StatusOfErrno(os::ReplaceFile(inPath, std::vector<UInt8>(text.begin(), text.end())));
 }
 

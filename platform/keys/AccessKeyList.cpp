@@ -9,7 +9,7 @@ namespace {
 constexpr std::string_view kFirstLine = "mirtal access keys 1\n";
 constexpr std::string_view kLastLine = "end\n";  // a file that was cut off lacks it
 constexpr std::string_view kDigits = "0123456789ABCDEF";
-constexpr std::size_t kMostTypeBytes = 255;
+constexpr std::size_t kMaxTypeBytes = 255;
 
 char Lower(char inByte) {
     return inByte >= 'A' && inByte <= 'Z' ? static_cast<char>(inByte - 'A' + 'a') : inByte;
@@ -57,7 +57,7 @@ bool Unescape(std::string_view inText, std::string& outBytes) {
 bool DecodeLine(std::string_view inLine, AccessKey& outKey) {
     const std::size_t middle = inLine.find('=');
     return middle != std::string_view::npos && Unescape(inLine.substr(0, middle), outKey.type) &&
-           Unescape(inLine.substr(middle + 1), outKey.key) && outKey.type.size() <= kMostTypeBytes;
+           Unescape(inLine.substr(middle + 1), outKey.key) && outKey.type.size() <= kMaxTypeBytes;
 }
 
 bool IsSame(const AccessKey& inOne, const AccessKey& inOther) {
@@ -106,7 +106,7 @@ bool AccessKeyList::Decode(std::string_view inText) {
     while (inText != kLastLine) {
         const std::size_t end = inText.find('\n');
         AccessKey key;
-        if (end == std::string_view::npos || mKeys.size() == kMostKeys ||
+        if (end == std::string_view::npos || mKeys.size() == kMaxKeys ||
             !DecodeLine(inText.substr(0, end), key))
             return false;
         mKeys.push_back(std::move(key));

@@ -31,7 +31,7 @@ OSStatus ChangeProcessKeys(KeyChange inChange, const AccessKey& inKey) {
         return noErr;
     }
     if (keys.Contains(inKey)) return noErr;
-    if (keys.Count() == AccessKeyList::kMostKeys) return memFullErr;
+    if (keys.Count() == AccessKeyList::kMaxKeys) return memFullErr;
     keys.Add(inKey);
     return noErr;
 }

@@ -1,10 +1,10 @@
 // The common ground of handles and pointers: the allocator they stand on.
 #pragma once
 
-#include <toolbox/MacMemory.h>
-
 #include "Accounts.h"
 #include "os/SystemCalls.h"
+
+#include <toolbox/MacMemory.h>
 
 #include <algorithm>
 #include <atomic>

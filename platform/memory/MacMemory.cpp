@@ -1,7 +1,7 @@
-#include <toolbox/MacMemory.h>
-
 #include "Heap.h"
 #include "MasterPointers.h"
+
+#include <toolbox/MacMemory.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -106,9 +106,8 @@ OSErr MakeRoom(MasterPointer& ioMaster, Size inByteCount, Size inWantedCapacity)
         if (inWantedCapacity > inByteCount && GrowCapacity(ioMaster, inByteCount)) return noErr;
         return memFullErr;
     }
-    if (sMovesAtEveryResize.load(std::memory_order_relaxed) && !IsLocked(ioMaster)) {
+    if (sMovesAtEveryResize.load(std::memory_order_relaxed) && !IsLocked(ioMaster))
         MoveBlock(ioMaster, ioMaster.capacityBytes);
-    }
     return noErr;
 }
 

@@ -47,7 +47,7 @@ void MoveFirst(MasterPointer*& ioFrom, UInt32& ioFromCount, MasterPointer*& ioTo
 bool FetchFreeMasters(Account& ioAccount) noexcept {
     const os::MutexLock lock(sMutex);
     if (sFree == nullptr && !AddChunk()) return false;
-    while (sFree != nullptr && ioAccount.freeMasterCount < kMostFreeMasters / 2)
+    while (sFree != nullptr && ioAccount.freeMasterCount < kMaxFreeMasters / 2)
         MoveFirst(sFree, sFreeCount, ioAccount.freeMasters, ioAccount.freeMasterCount);
     return true;
 }

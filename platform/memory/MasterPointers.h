@@ -2,9 +2,9 @@
 // system, so that a handle that was disposed of can still be recognised for what it is.
 #pragma once
 
-#include <toolbox/MacTypes.h>
-
 #include "Accounts.h"
+
+#include <toolbox/MacTypes.h>
 
 #include <atomic>
 #include <cassert>
@@ -26,7 +26,7 @@ struct MasterPointer {
 static_assert(std::is_standard_layout_v<MasterPointer>);
 
 // A thread has at most so many free ones at hand, and takes and returns half as many at a time.
-constexpr UInt32 kMostFreeMasters = 64;
+constexpr UInt32 kMaxFreeMasters = 64;
 
 // Takes free ones into an account that has none. False when memory is short.
 bool FetchFreeMasters(Account& ioAccount) noexcept;
@@ -63,8 +63,8 @@ inline void DisposeMasterPointer(Account& ioAccount, MasterPointer* inMaster) {
     ioAccount.freeMasters = inMaster;
     ++ioAccount.freeMasterCount;
     Enter(ioAccount.handleCount, -1);
-    if (ioAccount.freeMasterCount > kMostFreeMasters) [[unlikely]]
-        ReturnFreeMasters(ioAccount, kMostFreeMasters / 2);
+    if (ioAccount.freeMasterCount > kMaxFreeMasters) [[unlikely]]
+        ReturnFreeMasters(ioAccount, kMaxFreeMasters / 2);
 }
 
 }  // namespace toolbox::memory

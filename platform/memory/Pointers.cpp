@@ -1,7 +1,7 @@
 // Fixed blocks, each behind a small header of its own; and moving bytes about.
-#include <toolbox/MacMemory.h>
-
 #include "Heap.h"
+
+#include <toolbox/MacMemory.h>
 
 #include <cstring>
 

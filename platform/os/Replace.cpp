@@ -45,7 +45,7 @@ int KeepAccess(const std::string& inPath, int inDescriptor) {
 int WriteMoved(int inDescriptor, const std::vector<UInt8>& inBytes, const MovableHead& inHead,
                UInt32 inDistanceBytes) {
     const std::span<const UInt8> rest = std::span(inBytes).subspan(inHead.byteCount);
-    std::array<UInt8, MovableHead::kMostBytes> head;
+    std::array<UInt8, MovableHead::kMaxBytes> head;
     std::copy_n(inBytes.begin(), inHead.byteCount, head.begin());
     inHead.move(head.data(), inDistanceBytes);
     const int error = WriteAt(inDescriptor, rest, UInt64{inHead.byteCount} + inDistanceBytes);

@@ -11,7 +11,7 @@ namespace toolbox::os {
 
 namespace {
 
-constexpr std::size_t kMostEntryBytes = 1024 * 1024;
+constexpr std::size_t kMaxEntryBytes = 1024 * 1024;
 
 std::string AbsolutePath(const char* inPath) {
     if (inPath == nullptr || inPath[0] != '/') return {};
@@ -22,7 +22,7 @@ std::string AbsolutePath(const char* inPath) {
 }
 
 std::string HomeInDatabase() {
-    for (std::vector<char> text(1024); text.size() <= kMostEntryBytes; text.resize(text.size() * 2)) {
+    for (std::vector<char> text(1024); text.size() <= kMaxEntryBytes; text.resize(text.size() * 2)) {
         struct passwd entry = {};
         struct passwd* found = nullptr;
         const int error = Calls().getpwuid_r(Calls().getuid(), &entry, text.data(), text.size(), &found);

@@ -1,4 +1,6 @@
 // Names of the catalogue as Pascal strings.
+#include "places/CatalogueNames.h"
+
 #include <toolbox/CFString.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/TextEncoding.h>
@@ -9,8 +11,6 @@
 #include <memory>
 #include <new>
 #include <type_traits>
-
-#include "places/CatalogueNames.h"
 
 namespace toolbox::files {
 

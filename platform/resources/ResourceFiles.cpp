@@ -1,7 +1,6 @@
 // Resource files: made, opened, made current, updated, closed.
-#include "resources/Chain.h"
-
 #include "catalogue/Catalogue.h"
+#include "resources/Chain.h"
 
 #include <toolbox/Resources.h>
 

@@ -1,9 +1,8 @@
 // Strings kept as resources.
-#include <toolbox/Resources.h>
-
+#include "os/BigEndian.h"
 #include "resources/Chain.h"
 
-#include "os/BigEndian.h"
+#include <toolbox/Resources.h>
 
 #include <algorithm>
 

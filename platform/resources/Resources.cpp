@@ -1,7 +1,7 @@
 // Resources found, counted and read.
-#include <toolbox/Resources.h>
-
 #include "resources/Chain.h"
+
+#include <toolbox/Resources.h>
 
 #include <algorithm>
 #include <limits>

@@ -1,8 +1,7 @@
 #include "status/StatusOfErrno.h"
 
-#include <toolbox/MacErrors.h>
-
 #include <string.h>
+#include <toolbox/MacErrors.h>
 
 #include <cerrno>
 

@@ -1,6 +1,5 @@
-#include <toolbox/StatusText.h>
-
 #include <toolbox/MacErrors.h>
+#include <toolbox/StatusText.h>
 
 namespace {
 

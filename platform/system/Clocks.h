@@ -1,9 +1,8 @@
 // The system's clocks, and the unit of ours.
 #pragma once
 
-#include <toolbox/MacTypes.h>
-
 #include <time.h>
+#include <toolbox/MacTypes.h>
 
 namespace toolbox::system {
 

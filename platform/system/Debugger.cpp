@@ -1,10 +1,9 @@
-#include <toolbox/Debugger.h>
-
 #include "os/Descriptor.h"
 #include "os/Mutex.h"
 #include "os/SystemCalls.h"
 
 #include <signal.h>
+#include <toolbox/Debugger.h>
 #include <unistd.h>
 
 #include <algorithm>

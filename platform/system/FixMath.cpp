@@ -3,9 +3,8 @@
 #include <limits>
 
 Fixed FixRatio(SInt16 inNumerator, SInt16 inDenominator) {
-    if (inDenominator == 0) {
+    if (inDenominator == 0)
         return inNumerator < 0 ? std::numeric_limits<Fixed>::min() : std::numeric_limits<Fixed>::max();
-    }
     // Magnitudes, so that rounding is the same whatever the signs are.
     const bool isNegative = (inNumerator < 0) != (inDenominator < 0);
     const SInt64 numerator = inNumerator < 0 ? -SInt64{inNumerator} : SInt64{inNumerator};

@@ -1,12 +1,11 @@
-#include <toolbox/Gestalt.h>
+#include "os/SystemCalls.h"
 
 #include <sys/sysinfo.h>
+#include <toolbox/Gestalt.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <limits>
-
-#include "os/SystemCalls.h"
 
 namespace toolbox::system {
 

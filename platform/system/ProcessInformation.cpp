@@ -1,10 +1,13 @@
-#include <toolbox/Processes.h>
-
-#include <toolbox/CatalogInfo.h>
-#include <toolbox/Files.h>
-#include <toolbox/Timer.h>
+#include "Clocks.h"
+#include "os/Descriptor.h"
+#include "os/OwnPaths.h"
+#include "os/SystemCalls.h"
 
 #include <sys/sysinfo.h>
+#include <toolbox/CatalogInfo.h>
+#include <toolbox/Files.h>
+#include <toolbox/Processes.h>
+#include <toolbox/Timer.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,11 +16,6 @@
 #include <new>
 #include <string>
 #include <string_view>
-
-#include "Clocks.h"
-#include "os/Descriptor.h"
-#include "os/OwnPaths.h"
-#include "os/SystemCalls.h"
 
 namespace toolbox::system {
 

@@ -1,6 +1,6 @@
-#include <toolbox/Processes.h>
-
 #include "resources/Chain.h"
+
+#include <toolbox/Processes.h>
 
 #include <cstdlib>
 

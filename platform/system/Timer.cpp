@@ -1,7 +1,7 @@
-#include <toolbox/Timer.h>
-
 #include "Clocks.h"
 #include "os/SystemCalls.h"
+
+#include <toolbox/Timer.h>
 
 namespace toolbox::system {
 

@@ -1,7 +1,6 @@
 #include "ApplicationEncoding.h"
 
 #include "Regions.h"
-
 #include "formats/AppleDouble.h"
 #include "formats/ResourceFork.h"
 #include "os/BigEndian.h"

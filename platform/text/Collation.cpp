@@ -3,7 +3,6 @@
 
 #include <toolbox/MacErrors.h>
 #include <toolbox/UnicodeUtilities.h>
-
 #include <unicode/ucol.h>
 #include <unicode/ustring.h>
 
@@ -65,9 +64,8 @@ class Comparison {
         if (DecideAt(CollationLevel::kBase, kBaseDiffers)) return true;
         if (looksAtAccents && DecideAt(CollationLevel::kAccents, kAccentsDiffer)) return true;
         if (!Has(kUCCollateCaseInsensitiveMask) &&
-            DecideAt(looksAtAccents ? CollationLevel::kCase : CollationLevel::kBaseAndCase, kCaseDiffers)) {
+            DecideAt(looksAtAccents ? CollationLevel::kCase : CollationLevel::kBaseAndCase, kCaseDiffers))
             return true;
-        }
         return looksAtAccents && DecideByForms();
     }
 
@@ -126,9 +124,8 @@ OSStatus UCCompareTextDefault(UCCollateOptions inOptions, const UniChar* inText1
                               const UniChar* inText2, UniCharCount inLength2, Boolean* outEquivalent,
                               SInt32* outOrder) {
     if ((outEquivalent == nullptr && outOrder == nullptr) || !IsValid(inText1, inLength1) ||
-        !IsValid(inText2, inLength2)) {
+        !IsValid(inText2, inLength2))
         return paramErr;
-    }
     if ((inOptions & ~kKnownOptions) != 0) return kCollateInvalidOptions;
     Outcome outcome{};
     const OSStatus status =

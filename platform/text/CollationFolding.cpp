@@ -3,7 +3,6 @@
 #include "TextCalls.h"
 
 #include <toolbox/MacErrors.h>
-
 #include <unicode/uchar.h>
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>
@@ -24,8 +23,8 @@ UErrorCode StartStatus() {
 // inChange(units, capacity, status) writes the text and returns its length, as ICU's functions do.
 template <typename Change>
 OSStatus Rewrite(std::u16string& ioText, Change inChange) {
-    constexpr std::size_t kMost = std::numeric_limits<int32_t>::max();
-    std::u16string changed(std::min(ioText.size() + ioText.size() / 2 + 16, kMost), u'\0');
+    constexpr std::size_t kMax = std::numeric_limits<int32_t>::max();
+    std::u16string changed(std::min(ioText.size() + ioText.size() / 2 + 16, kMax), u'\0');
     UErrorCode status = StartStatus();
     int32_t count = inChange(changed.data(), static_cast<int32_t>(changed.size()), &status);
     // The length needed is told then. Text that fills its room to the last unit gives a warning, which is no

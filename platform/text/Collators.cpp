@@ -5,7 +5,6 @@
 
 #include <corefoundation/CurrentLocale.h>
 #include <toolbox/MacErrors.h>
-
 #include <unicode/ucol.h>
 
 #include <atomic>

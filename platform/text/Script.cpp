@@ -1,9 +1,9 @@
+#include "ScriptRules.h"
+
 #include <toolbox/Script.h>
 #include <toolbox/TextEncoding.h>
 
 #include <atomic>
-
-#include "ScriptRules.h"
 
 namespace toolbox::text {
 

@@ -1,10 +1,10 @@
+#include "ScriptRules.h"
+
 #include <corefoundation/CurrentLocale.h>
 #include <toolbox/Script.h>
 
 #include <algorithm>
 #include <string_view>
-
-#include "ScriptRules.h"
 
 namespace toolbox::text {
 

@@ -2,7 +2,6 @@
 
 #include <toolbox/MacErrors.h>
 #include <toolbox/UnicodeUtilities.h>
-
 #include <unicode/utypes.h>
 
 namespace toolbox::text {

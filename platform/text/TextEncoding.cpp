@@ -1,9 +1,8 @@
-#include <toolbox/TextEncoding.h>
-
 #include "ApplicationEncoding.h"
 
 #include <toolbox/CFStringEncodings.h>
 #include <toolbox/MacErrors.h>
+#include <toolbox/TextEncoding.h>
 
 #include <algorithm>
 #include <cstring>
@@ -25,9 +24,8 @@ OSStatus EncodeWhole(CFStringRef inString, TextEncoding inEncoding, UInt8* outTe
                      CFIndex& outLength) {
     const CFIndex unitCount = CFStringGetLength(inString);
     const CFRange whole = CFRangeMake(0, unitCount);
-    if (CFStringGetBytes(inString, whole, inEncoding, 0, false, nullptr, 0, nullptr) != unitCount) {
+    if (CFStringGetBytes(inString, whole, inEncoding, 0, false, nullptr, 0, nullptr) != unitCount)
         return kTECUnmappableElementErr;
-    }
     const CFIndex done =
         CFStringGetBytes(inString, whole, inEncoding, 0, false, outText, inMaxLength, &outLength);
     return done == unitCount ? OSStatus{noErr} : OSStatus{kTECOutputBufferFullStatus};

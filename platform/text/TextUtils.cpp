@@ -1,12 +1,11 @@
-#include <toolbox/TextUtils.h>
+#include "ScriptRules.h"
 
+#include <toolbox/TextUtils.h>
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
 #include <charconv>
 #include <span>
-
-#include "ScriptRules.h"
 
 namespace toolbox::text {
 
@@ -54,11 +53,10 @@ void UppercaseDoubleByte(UInt8* ioBytes, const ScriptRules& inRules) {
 
 void UppercaseByRules(Bytes ioText, const ScriptRules& inRules) {
     for (std::size_t at = 0; at < ioText.size(); ++at) {
-        if (!inRules.IsFirstByte(ioText[at])) {
+        if (!inRules.IsFirstByte(ioText[at]))
             ioText[at] = CapitalOf(ioText[at], inRules);
-        } else if (++at < ioText.size()) {
+        else if (++at < ioText.size())
             UppercaseDoubleByte(&ioText[at - 1], inRules);
-        }
     }
 }
 

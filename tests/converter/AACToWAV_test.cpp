@@ -1,9 +1,9 @@
+#include "converter/EngineTest.h"
+
 #include <converter/AACToWAV.h>
 #include <foundation/LException.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "converter/EngineTest.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ class MovieHelpersTest : public EngineTest {
   protected:
     // A movie held for the duration of a test.
     struct Opened {
-        explicit Opened(ScriptedMovie const& inMovie) {
+        explicit Opened(const ScriptedMovie& inMovie) {
             fakes::AddMovie("file", inMovie);
             movie = MovieFromPath("file");
         }
@@ -31,7 +31,7 @@ class MovieHelpersTest : public EngineTest {
 
 TEST_F(MovieHelpersTest, MovieFromPathOpensThroughAnAlias) {
     fakes::AddMovie("/a/b.m4a", ToneMovie(44100, 10));
-    Movie const movie = MovieFromPath("/a/b.m4a");
+    const Movie movie = MovieFromPath("/a/b.m4a");
     ASSERT_NE(nullptr, movie);
     EXPECT_THAT(fakes::CallLog(), ElementsAre("FSPathMakeRef()", "FSNewAliasMinimal()",
                                               "NewMovieFromDataRef(4, 0, alis)", "DisposeHandle(4)"));
@@ -50,7 +50,7 @@ TEST_F(MovieHelpersTest, MovieFromPathIsNullOnEveryFailure) {
     int failing = 1;
     for (;; ++failing) {
         fakes::FailCall(failing);
-        Movie const movie = MovieFromPath("file");
+        const Movie movie = MovieFromPath("file");
         if (!fakes::FailureDelivered()) {
             ASSERT_NE(nullptr, movie);
             DisposeMovie(movie);
@@ -64,18 +64,18 @@ TEST_F(MovieHelpersTest, MovieFromPathIsNullOnEveryFailure) {
 
 TEST_F(MovieHelpersTest, SampleDescriptionByIndex) {
     ScriptedMovie script = ToneMovie(44100, 1);
-    Bytes const second = Bytes(16, 7);
+    const Bytes second = Bytes(16, 7);
     script.tracks[0].sampleDescriptions.push_back(second);
-    Opened const opened(script);
-    Media const media = FirstMedia(opened.movie);
-    Handle const description = GetIndMediaSampleDescription(media, 2);
+    const Opened opened(script);
+    const Media media = FirstMedia(opened.movie);
+    const Handle description = GetIndMediaSampleDescription(media, 2);
     ASSERT_NE(nullptr, description);
     EXPECT_EQ(second, fakes::HandleBytes(description));
     DisposeHandle(description);
 }
 
 TEST_F(MovieHelpersTest, SampleDescriptionIndexOutOfRange) {
-    Opened const opened(ToneMovie(44100, 1));
+    const Opened opened(ToneMovie(44100, 1));
     for (long index : {0L, -1L, 2L, 0x7FFFFFFFL})
         EXPECT_EQ(nullptr, GetIndMediaSampleDescription(FirstMedia(opened.movie), index)) << index;
     EXPECT_TRUE(fakes::CallsOf({"NewHandle", "GetMediaSampleDescription"}).empty());
@@ -85,14 +85,14 @@ TEST_F(MovieHelpersTest, SampleDescriptionOf15BytesIsTooShort) {
     ScriptedMovie script = ToneMovie(44100, 1);
     for (std::size_t size : {0u, 1u, 15u})
         script.tracks[0].sampleDescriptions.push_back(Bytes(size, 1));
-    Opened const opened(script);
+    const Opened opened(script);
     for (long index : {2L, 3L, 4L})
         EXPECT_EQ(nullptr, GetIndMediaSampleDescription(FirstMedia(opened.movie), index)) << index;
     EXPECT_EQ(0, fakes::LiveHandles());
 }
 
 TEST_F(MovieHelpersTest, SampleDescriptionWithoutAHandle) {
-    Opened const opened(ToneMovie(44100, 1));
+    const Opened opened(ToneMovie(44100, 1));
     fakes::FailCall(1);
     EXPECT_EQ(nullptr, GetIndMediaSampleDescription(FirstMedia(opened.movie), 1));
     EXPECT_TRUE(fakes::FailureDelivered());
@@ -100,10 +100,10 @@ TEST_F(MovieHelpersTest, SampleDescriptionWithoutAHandle) {
 
 TEST_F(MovieHelpersTest, SoundDescriptionIsOfTheFirstSoundTrack) {
     ScriptedMovie script;
-    Bytes const first = fakes::SoundDescriptionBytes(22050u << 16);
+    const Bytes first = fakes::SoundDescriptionBytes(22050u << 16);
     script.tracks = {{kVideo, {Bytes(86, 1)}}, {kSound, {first, Bytes(36, 2)}}, {kSound, {Bytes(36, 3)}}};
-    Opened const opened(script);
-    Handle const description = GetMovieSoundDescription(opened.movie);
+    const Opened opened(script);
+    const Handle description = GetMovieSoundDescription(opened.movie);
     ASSERT_NE(nullptr, description);
     EXPECT_EQ(first, fakes::HandleBytes(description));
     DisposeHandle(description);
@@ -115,19 +115,19 @@ TEST_F(MovieHelpersTest, SoundDescriptionIsOfTheFirstSoundTrack) {
 TEST_F(MovieHelpersTest, SoundDescriptionOfTheFirstSoundTrackMayBeMissing) {
     ScriptedMovie script;
     script.tracks = {{kSound, {}}, {kSound, {Bytes(36, 3)}}};
-    Opened const opened(script);
+    const Opened opened(script);
     EXPECT_EQ(nullptr, GetMovieSoundDescription(opened.movie));
 }
 
 TEST_F(MovieHelpersTest, NoSoundTrack) {
     ScriptedMovie script;
     {
-        Opened const opened(script);
+        const Opened opened(script);
         EXPECT_EQ(nullptr, GetMovieSoundDescription(opened.movie));
         EXPECT_EQ(44100, GetMovieSampleRate(opened.movie));
     }
     script.tracks = {{kVideo, {Bytes(86, 1)}}};
-    Opened const opened(script);
+    const Opened opened(script);
     EXPECT_EQ(nullptr, GetMovieSoundDescription(opened.movie));
     EXPECT_EQ(44100, GetMovieSampleRate(opened.movie));
 }
@@ -139,10 +139,10 @@ TEST_F(MovieHelpersTest, SampleRateIsTheIntegerPartUnsigned) {
     } const cases[] = {{44100u << 16, 44100}, {44100u << 16 | 0xFFFF, 44100},
                        {48000u << 16, 48000}, {8000u << 16, 8000},
                        {0xFFFFFFFF, 65535},   {0x0000FFFF, 0}};
-    for (auto const& each : cases) {
+    for (const auto& each : cases) {
         ScriptedMovie script;
         script.tracks = {{kSound, {fakes::SoundDescriptionBytes(each.fixedRate)}}};
-        Opened const opened(script);
+        const Opened opened(script);
         EXPECT_EQ(each.rateHz, GetMovieSampleRate(opened.movie));
         EXPECT_EQ(0, fakes::LiveHandles());
     }
@@ -151,7 +151,7 @@ TEST_F(MovieHelpersTest, SampleRateIsTheIntegerPartUnsigned) {
 TEST_F(MovieHelpersTest, SampleRateOfADescriptionThatEndsBeforeIt) {
     ScriptedMovie script;
     script.tracks = {{kSound, {Bytes(35, 0xFF)}}};
-    Opened const opened(script);
+    const Opened opened(script);
     EXPECT_EQ(44100, GetMovieSampleRate(opened.movie));
 }
 
@@ -199,7 +199,7 @@ TEST_F(ConvertedLengthTest, WrapsIn32BitsAndIsNeverNegative) {
         long long byteCount;
     } const cases[] = {
         {0x3FFFFFF4, 0xFFFFFFFCLL}, {0x3FFFFFF5, 0}, {0x40000000, 44}, {0x7FFFFFFF, 40}, {-1, 40}};
-    for (auto const& each : cases) {
+    for (const auto& each : cases) {
         ScriptedMovie script = ToneMovie(44100, 0);
         script.duration = each.duration;
         fakes::AddMovie("file", script);
@@ -218,14 +218,14 @@ TEST_F(EntriesTest, NothingForAPathThatDoesNotExist) {
 
 TEST_F(EntriesTest, OneSecondIsTwoChunks) {
     fakes::AddMovie("file", ToneMovie(44100, 44100));
-    Recorder const recorder = Whole("file");
+    const Recorder recorder = Whole("file");
     EXPECT_THAT(recorder.Lengths(), ElementsAre(44, 176400));
     EXPECT_EQ(ExpectedStream(44100, 44100), recorder.Stream());
 }
 
 TEST_F(EntriesTest, TheOrderOfToolboxCalls) {
     fakes::AddMovie("file", ToneMovie(44100, 44100));
-    std::vector<std::string> const preparation = {"FSPathMakeRef()",
+    const std::vector<std::string> preparation = {"FSPathMakeRef()",
                                                   "FSNewAliasMinimal()",
                                                   "NewMovieFromDataRef(4, 0, alis)",
                                                   "DisposeHandle(4)",
@@ -262,13 +262,13 @@ TEST_F(EntriesTest, TheOrderOfToolboxCalls) {
 }
 
 TEST_F(EntriesTest, EveryFailureEndsTheStreamAndReleasesAll) {
-    Bytes const stream = ExpectedStream(44100, 100000);
-    for (bool const isWindow : {false, true}) {
+    const Bytes stream = ExpectedStream(44100, 100000);
+    for (const bool isWindow : {false, true}) {
         for (int failing = 1;; ++failing) {
             fakes::StartScenario();
             fakes::AddMovie("file", ToneMovie(44100, 100000));
             fakes::FailCall(failing);
-            Bytes const delivered = (isWindow ? Window("file", 0, 0) : Whole("file")).Stream();
+            const Bytes delivered = (isWindow ? Window("file", 0, 0) : Whole("file")).Stream();
             ExpectNothingLive();
             ASSERT_TRUE(fakes::Misuses().empty()) << fakes::Misuses().front();
             ASSERT_LE(delivered.size(), stream.size());
@@ -279,7 +279,7 @@ TEST_F(EntriesTest, EveryFailureEndsTheStreamAndReleasesAll) {
                 break;
             }
             // Without the handle for a description the rate is the default one, which is this movie's.
-            bool const isHarmless = fakes::CallLog().back() != "DisposeMovie()" && delivered == stream;
+            const bool isHarmless = fakes::CallLog().back() != "DisposeMovie()" && delivered == stream;
             EXPECT_EQ(failing == 4, isHarmless) << failing;
         }
     }
@@ -297,18 +297,18 @@ TEST_F(EntriesTest, ReleaseIsOfWhatWasObtainedInItsOrder) {
         {9, {"DisposeHandle(36)", "DisposePtr()", "CloseComponent()", "DisposeMovie()"}},
         {10, {"DisposeHandle(36)", "DisposePtr()", "CloseComponent()", "DisposeMovie()", "DisposeHandle(4)"}},
     };
-    for (auto const& each : cases) {
+    for (const auto& each : cases) {
         fakes::StartScenario();
         fakes::AddMovie("file", ToneMovie(44100, 10));
         fakes::FailCall(each.failingCall);
         Whole("file");
         EXPECT_TRUE(fakes::FailureDelivered());
         std::vector<std::string> releases;
-        auto const& log = fakes::CallLog();
-        auto const start = std::find_if(log.begin(), log.end(),
-                                        [](auto const& call) { return call.find("NewPtrClear") == 0; });
+        const auto& log = fakes::CallLog();
+        const auto start = std::find_if(log.begin(), log.end(),
+                                        [](const auto& call) { return call.find("NewPtrClear") == 0; });
         std::copy_if(start, log.end(), std::back_inserter(releases),
-                     [](auto const& call) { return call.find("Dispose") == 0 || call.find("Close") == 0; });
+                     [](const auto& call) { return call.find("Dispose") == 0 || call.find("Close") == 0; });
         EXPECT_EQ(each.releases, releases) << each.failingCall;
     }
 }
@@ -339,7 +339,7 @@ TEST_F(EntriesTest, AFileWithoutSoundConvertsAt44100Hz) {
     script.frameCount = 100000;
     script.render = [](SInt64, SInt64) { return fakes::Rendered{0, fakes::SoundBlock(0, {})}; };
     fakes::AddMovie("file", script);
-    Recorder const recorder = Whole("file");
+    const Recorder recorder = Whole("file");
     Bytes expected = ExpectedHeader(44100, 100000);
     expected.resize(44 + 400000, 0);
     EXPECT_EQ(expected, recorder.Stream());

@@ -1,13 +1,11 @@
 // What thousands of conversions leave behind: nothing.
 #include "MediaFolder.h"
+#include "support/TemporaryFolder.h"
 
 #include <corefoundation/CF_test_access.h>
+#include <malloc.h>
 #include <movies/front/Movies_test_access.h>
 #include <toolbox/MacMemory.h>
-
-#include <malloc.h>
-
-#include "support/TemporaryFolder.h"
 
 using namespace media;
 

@@ -1,11 +1,11 @@
+#include "converter/EngineTest.h"
+
 #include <converter/Conversion.h>
 #include <foundation/LException.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-
-#include "converter/EngineTest.h"
 
 namespace {
 
@@ -22,15 +22,15 @@ TEST(WAVHeaderTest, EveryField) {
         SInt32 rateHz;
         UInt32 frameCount;
     } const cases[] = {{44100, 44100}, {8000, 0}, {65535, 1}, {48000, 0x12345678}, {1, 0x3FFFFFFF}};
-    for (auto const& each : cases) {
-        WAVHeader const header = MakeWAVHeader(each.rateHz, each.frameCount);
+    for (const auto& each : cases) {
+        const WAVHeader header = MakeWAVHeader(each.rateHz, each.frameCount);
         EXPECT_EQ(ExpectedHeader(static_cast<UInt32>(each.rateHz), each.frameCount),
                   Bytes(std::begin(header.bytes), std::end(header.bytes)));
     }
 }
 
 TEST(WAVHeaderTest, KnownBytes) {
-    WAVHeader const header = MakeWAVHeader(44100, 44100);
+    const WAVHeader header = MakeWAVHeader(44100, 44100);
     EXPECT_THAT(Bytes(std::begin(header.bytes), std::end(header.bytes)),
                 ElementsAre('R', 'I', 'F', 'F', 0x34, 0xB1, 0x02, 0x00, 'W', 'A', 'V', 'E', 'f', 'm', 't',
                             ' ', 16, 0, 0, 0, 1, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x10, 0xB1, 2, 0, 4, 0, 16, 0,
@@ -38,11 +38,11 @@ TEST(WAVHeaderTest, KnownBytes) {
 }
 
 TEST(WAVHeaderTest, SizesWrap) {
-    WAVHeader const header = MakeWAVHeader(44100, 0x40000001);
-    Bytes const bytes(std::begin(header.bytes), std::end(header.bytes));
+    const WAVHeader header = MakeWAVHeader(44100, 0x40000001);
+    const Bytes bytes(std::begin(header.bytes), std::end(header.bytes));
     EXPECT_EQ(40u, Little32(bytes, 4));
     EXPECT_EQ(4u, Little32(bytes, 40));
-    WAVHeader const below = MakeWAVHeader(44100, 0x3FFFFFF8);
+    const WAVHeader below = MakeWAVHeader(44100, 0x3FFFFFF8);
     EXPECT_EQ(4u, Little32(Bytes(std::begin(below.bytes), std::end(below.bytes)), 4));
 }
 
@@ -51,7 +51,7 @@ class WholeTest : public EngineTest {};
 TEST_F(WholeTest, LengthsAroundASecond) {
     for (SInt64 frameCount : {0, 1, 99, 100, 101, 200, 250}) {
         fakes::AddMovie("file", ToneMovie(100, frameCount));
-        Recorder const recorder = Whole("file");
+        const Recorder recorder = Whole("file");
         EXPECT_EQ(ExpectedStream(100, frameCount), recorder.Stream()) << frameCount;
         EXPECT_EQ(1 + (frameCount + 99) / 100, static_cast<SInt64>(recorder.chunks.size())) << frameCount;
     }
@@ -61,7 +61,7 @@ TEST_F(WholeTest, ExportsASecondAtATime) {
     fakes::AddMovie("file", ToneMovie(100, 250));
     Whole("file");
     std::vector<std::string> exports;
-    for (std::string const& call : fakes::CallLog())
+    for (const std::string& call : fakes::CallLog())
         if (call.find("MovieExport") == 0 && call.find("Description") == std::string::npos)
             exports.push_back(call);
     EXPECT_THAT(exports, ElementsAre("MovieExportToHandle(0, 100)", "MovieExportToHandle(100, 100)",
@@ -76,7 +76,7 @@ TEST_F(WholeTest, AnEmptySecondIsSilenceAndTheConversionGoesOn) {
     fakes::AddMovie("file", script);
     Bytes expected = ExpectedStream(100, 250);
     std::fill(expected.begin() + 444, expected.begin() + 844, static_cast<unsigned char>(0));
-    Recorder const recorder = Whole("file");
+    const Recorder recorder = Whole("file");
     EXPECT_EQ(expected, recorder.Stream());
     EXPECT_THAT(recorder.Lengths(), ElementsAre(44, 400, 400, 200));
 }
@@ -102,7 +102,7 @@ TEST_F(WholeTest, PaddingAfterBlocksOfFewerBytesThanFrames) {
         return Rendered{0, SoundBlock(count, Bytes(count * 2, 1), 1)};
     };
     fakes::AddMovie("file", script);
-    Recorder const recorder = Whole("file");
+    const Recorder recorder = Whole("file");
     EXPECT_THAT(recorder.Lengths(), ElementsAre(44, 200, 200, 100, 400, 100));
     Bytes expected = ExpectedHeader(100, 250);
     expected.resize(44 + 500, 1);
@@ -116,7 +116,7 @@ TEST_F(WholeTest, AShortBlockInTheMiddleMovesTheNextExport) {
         return RenderTone(inFirst, std::min<SInt64>(inCount, 30), 250);
     };
     fakes::AddMovie("file", script);
-    Recorder const recorder = Whole("file");
+    const Recorder recorder = Whole("file");
     EXPECT_EQ(ExpectedStream(100, 250), recorder.Stream());
     EXPECT_THAT(recorder.Lengths(), ElementsAre(44, 120, 120, 120, 120, 120, 120, 120, 120, 40));
 }
@@ -125,7 +125,7 @@ TEST_F(WholeTest, ALongBlockIsCutAtTheEndOfTheStream) {
     ScriptedMovie script = ToneMovie(100, 150);
     script.render = [](SInt64 inFirst, SInt64) { return RenderTone(inFirst, 120, 1000); };
     fakes::AddMovie("file", script);
-    Recorder const recorder = Whole("file");
+    const Recorder recorder = Whole("file");
     EXPECT_EQ(ExpectedStream(100, 150), recorder.Stream());
     EXPECT_THAT(recorder.Lengths(), ElementsAre(44, 480, 120));
 }
@@ -154,7 +154,7 @@ TEST_F(WholeTest, LengthsWrapIn32Bits) {
         return ++exports == 3 ? Rendered{-1, {}} : Rendered{0, SoundBlock(44100, Bytes(176400, 1))};
     };
     fakes::AddMovie("file", script);
-    Recorder const recorder = Whole("file");
+    const Recorder recorder = Whole("file");
     EXPECT_THAT(recorder.Lengths(), ElementsAre(44, 4, 0)) << "48 bytes in all, and exports go on";
     EXPECT_EQ(ExpectedHeader(44100, 0x40000001), recorder.chunks[0].bytes);
 }
@@ -169,7 +169,7 @@ TEST_F(WholeTest, AFrameCountBeyond31BitsWraps) {
                               : Rendered{0, SoundBlock(0, {})};
     };
     fakes::AddMovie("file", script);
-    Recorder const recorder = Whole("file");
+    const Recorder recorder = Whole("file");
     EXPECT_THAT(recorder.Lengths(), ElementsAre(44, 4, 36));
     EXPECT_EQ(2, exports) << "the next frame is one below zero, and so before the end";
 }
@@ -205,17 +205,17 @@ class WindowTest : public EngineTest {};
 TEST_F(WindowTest, ZeroStartAndNoDurationIsTheWhole) {
     fakes::AddMovie("file", ToneMovie(100, 250));
     for (long long duration : {0LL, -1LL, -0x100000000LL}) {
-        Recorder const recorder = Window("file", 0, duration);
+        const Recorder recorder = Window("file", 0, duration);
         EXPECT_EQ(Whole("file").chunks, recorder.chunks) << duration;
     }
 }
 
 TEST_F(WindowTest, TheElevenIsTakenFromTheDurationAsItStands) {
     fakes::AddMovie("file", ToneMovie(100, 250));
-    Recorder const recorder = Window("file", 10, 20);
+    const Recorder recorder = Window("file", 10, 20);
     EXPECT_THAT(recorder.Lengths(), ElementsAre(10, 36, 24));
     Bytes expected = Slice(ExpectedHeader(100, 9), 10, 20);
-    Bytes const samples = ToneBytes(0, 9, false);
+    const Bytes samples = ToneBytes(0, 9, false);
     expected.insert(expected.end(), samples.begin(), samples.end());
     expected.resize(expected.size() + 24, 0);
     EXPECT_EQ(expected, recorder.Stream());
@@ -224,7 +224,7 @@ TEST_F(WindowTest, TheElevenIsTakenFromTheDurationAsItStands) {
 TEST_F(WindowTest, DurationsUpToElevenGiveNoFrames) {
     fakes::AddMovie("file", ToneMovie(100, 250));
     for (long long duration = 1; duration <= 11; ++duration) {
-        Recorder const recorder = Window("file", 0, duration);
+        const Recorder recorder = Window("file", 0, duration);
         Bytes expected = Slice(ExpectedHeader(100, 0), 0, static_cast<std::size_t>(duration));
         expected.resize(44, 0);
         EXPECT_EQ(expected, recorder.Stream()) << duration;
@@ -241,18 +241,18 @@ TEST_F(WindowTest, DurationsOfMoreThanTheMovieAreTheMovies) {
 
 TEST_F(WindowTest, StartsInsideTheSamplesAreRoundedDownToAFrame) {
     fakes::AddMovie("file", ToneMovie(100, 250));
-    Bytes const stream = ExpectedStream(100, 250);
+    const Bytes stream = ExpectedStream(100, 250);
     for (long long start : {44, 45, 46, 47, 48, 51, 52, 443, 444, 1040, 1043}) {
-        Bytes const delivered = Window("file", start, 0).Stream();
-        auto const first = static_cast<std::size_t>(44 + (start - 44) / 4 * 4);
-        auto const count = stream.size() - static_cast<std::size_t>(start);
+        const Bytes delivered = Window("file", start, 0).Stream();
+        const auto first = static_cast<std::size_t>(44 + (start - 44) / 4 * 4);
+        const auto count = stream.size() - static_cast<std::size_t>(start);
         EXPECT_EQ(Slice(stream, first, first + count), delivered) << start;
     }
 }
 
 TEST_F(WindowTest, StartAt46ExportsFromFrameZero) {
     fakes::AddMovie("file", ToneMovie(100, 250));
-    Recorder const recorder = Window("file", 46, 0);
+    const Recorder recorder = Window("file", 46, 0);
     EXPECT_EQ(ToneBytes(0, 1, false), Slice(recorder.Stream(), 0, 4));
     EXPECT_THAT(recorder.Lengths(), ElementsAre(400, 400, 198));
 }
@@ -265,7 +265,7 @@ TEST_F(WindowTest, StartsBeyond2GiBAreUnsigned) {
     EXPECT_TRUE(Window("file", 0x80000000LL + 44, 0).chunks.empty());
     EXPECT_TRUE(Window("file", 0xFFFFFFE8LL, 0).chunks.empty());
     std::vector<std::string> exports;
-    for (std::string const& call : fakes::CallLog())
+    for (const std::string& call : fakes::CallLog())
         if (call.find("MovieExportToHandle") == 0) exports.push_back(call);
     EXPECT_THAT(exports,
                 ElementsAre("MovieExportToHandle(536870912, 100)", "MovieExportToHandle(1073741807, 1)"));
@@ -273,7 +273,7 @@ TEST_F(WindowTest, StartsBeyond2GiBAreUnsigned) {
 
 TEST_F(WindowTest, StartsInsideTheHeader) {
     fakes::AddMovie("file", ToneMovie(100, 250));
-    Bytes const stream = ExpectedStream(100, 250);
+    const Bytes stream = ExpectedStream(100, 250);
     for (std::size_t start : {0u, 1u, 10u, 43u})
         EXPECT_EQ(Slice(stream, start, stream.size()),
                   Window("file", static_cast<long long>(start), 0).Stream());
@@ -299,7 +299,7 @@ TEST_F(WindowTest, NothingAtOrBeyondTheEnd) {
 
 TEST_F(WindowTest, RemainingBelowZeroIsPassedOn) {
     fakes::AddMovie("file", ToneMovie(100, 250));
-    Recorder const recorder = Window("file", 40, 12);
+    const Recorder recorder = Window("file", 40, 12);
     // One frame, 48 bytes in all; the header part of -28 bytes takes the position back to 12.
     EXPECT_THAT(recorder.Lengths(), ElementsAre(-28, 4, 32));
     EXPECT_THAT(Window("file", 12, 12).Lengths(), ElementsAre(0, 4, 32));
@@ -350,7 +350,7 @@ TEST_F(WindowTest, TheBoundOfTheHeaderWraps) {
         TimeValue movieFrames;
         long length;
     } const cases[] = {{0x7FFFFFD3, 44}, {0x7FFFFFD4, -0x7FFFFFFFL - 1}, {0x7FFFFFFF, -0x7FFFFFD5L}};
-    for (auto const& each : cases) {
+    for (const auto& each : cases) {
         ScriptedMovie script = ToneMovie(100, 0);
         script.duration = each.movieFrames;
         fakes::AddMovie("file", script);
@@ -372,7 +372,7 @@ TEST_F(WindowTest, StartsBelowZeroAreTheBeginning) {
 TEST_F(WindowTest, ArgumentsAreTheEnginesOwnCopies) {
     fakes::AddMovie("file", ToneMovie(100, 250));
     Recorder recorder;
-    Int64 const start(50), duration(-3);
+    const Int64 start(50), duration(-3);
     convert_AAC_to_WAV("file", &recorder, Recorder::Put, start, duration);
     EXPECT_EQ(50, start.LongLong());
     EXPECT_EQ(-3, duration.LongLong());

@@ -1,6 +1,11 @@
 // What the engine's tests share: a callback that records, and a fixture over the toolbox doubles.
 #pragma once
 
+#include "fakes/Calls.h"
+#include "fakes/Memory.h"
+#include "fakes/Movies.h"
+#include "fakes/Text.h"
+
 #include <converter/AACToWAV.h>
 #include <gtest/gtest.h>
 
@@ -8,21 +13,16 @@
 #include <string>
 #include <vector>
 
-#include "fakes/Calls.h"
-#include "fakes/Memory.h"
-#include "fakes/Movies.h"
-#include "fakes/Text.h"
-
 using fakes::Bytes;
 
 struct Chunk {
     long length;
     Bytes bytes;  // none for a length of zero or less
 
-    bool operator==(Chunk const& inOther) const { return length == inOther.length && bytes == inOther.bytes; }
+    bool operator==(const Chunk& inOther) const { return length == inOther.length && bytes == inOther.bytes; }
 };
 
-inline void PrintTo(Chunk const& inChunk, std::ostream* ioStream) {
+inline void PrintTo(const Chunk& inChunk, std::ostream* ioStream) {
     *ioStream << "chunk of " << inChunk.length;
 }
 
@@ -32,7 +32,7 @@ struct Recorder {
 
     static void Put(void* inContext, void* inData, long inLength) {
         fakes::Log(fakes::CallText("callback", inLength));
-        auto const* bytes = static_cast<unsigned char const*>(inData);
+        const auto* bytes = static_cast<const unsigned char*>(inData);
         Chunk chunk{inLength, {}};
         if (inLength > 0) chunk.bytes.assign(bytes, bytes + inLength);
         static_cast<Recorder*>(inContext)->chunks.push_back(chunk);
@@ -40,35 +40,35 @@ struct Recorder {
 
     Bytes Stream() const {
         Bytes stream;
-        for (Chunk const& chunk : chunks)
+        for (const Chunk& chunk : chunks)
             stream.insert(stream.end(), chunk.bytes.begin(), chunk.bytes.end());
         return stream;
     }
     std::vector<long> Lengths() const {
         std::vector<long> lengths;
-        for (Chunk const& chunk : chunks)
+        for (const Chunk& chunk : chunks)
             lengths.push_back(chunk.length);
         return lengths;
     }
 };
 
-inline Recorder Whole(std::string const& inPath) {
+inline Recorder Whole(const std::string& inPath) {
     Recorder recorder;
     convert_AAC_to_WAV(inPath.c_str(), &recorder, Recorder::Put);
     return recorder;
 }
 
-inline Recorder Window(std::string const& inPath, long long inStart, long long inDuration) {
+inline Recorder Window(const std::string& inPath, long long inStart, long long inDuration) {
     Recorder recorder;
     convert_AAC_to_WAV(inPath.c_str(), &recorder, Recorder::Put, Int64(inStart), Int64(inDuration));
     return recorder;
 }
 
-inline Bytes Slice(Bytes const& inBytes, std::size_t inFirst, std::size_t inEnd) {
+inline Bytes Slice(const Bytes& inBytes, std::size_t inFirst, std::size_t inEnd) {
     return Bytes(inBytes.begin() + static_cast<long>(inFirst), inBytes.begin() + static_cast<long>(inEnd));
 }
 
-inline UInt32 Little32(Bytes const& inBytes, std::size_t inOffset) {
+inline UInt32 Little32(const Bytes& inBytes, std::size_t inOffset) {
     return static_cast<UInt32>(inBytes.at(inOffset)) | static_cast<UInt32>(inBytes.at(inOffset + 1)) << 8 |
            static_cast<UInt32>(inBytes.at(inOffset + 2)) << 16 |
            static_cast<UInt32>(inBytes.at(inOffset + 3)) << 24;
@@ -77,11 +77,11 @@ inline UInt32 Little32(Bytes const& inBytes, std::size_t inOffset) {
 // The header as the format's table has it, written here once more by hand.
 inline Bytes ExpectedHeader(UInt32 inRateHz, UInt32 inFrameCount) {
     Bytes header;
-    auto const tag = [&header](char const* inTag) {
+    const auto tag = [&header](const char* inTag) {
         for (int i = 0; i < 4; ++i)
             header.push_back(static_cast<unsigned char>(inTag[i]));
     };
-    auto const number = [&header](UInt32 inValue, int inByteCount) {
+    const auto number = [&header](UInt32 inValue, int inByteCount) {
         for (int i = 0; i < inByteCount; ++i)
             header.push_back(static_cast<unsigned char>(inValue >> (8 * i)));
     };
@@ -103,7 +103,7 @@ inline Bytes ExpectedHeader(UInt32 inRateHz, UInt32 inFrameCount) {
 
 inline Bytes ExpectedStream(UInt32 inRateHz, SInt64 inFrameCount) {
     Bytes stream = ExpectedHeader(inRateHz, static_cast<UInt32>(inFrameCount));
-    Bytes const samples = fakes::ToneBytes(0, inFrameCount, false);
+    const Bytes samples = fakes::ToneBytes(0, inFrameCount, false);
     stream.insert(stream.end(), samples.begin(), samples.end());
     return stream;
 }

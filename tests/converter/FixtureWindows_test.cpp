@@ -23,7 +23,7 @@ class FixtureWindows : public ::testing::TestWithParam<std::string> {
 
     std::size_t Below(std::size_t inBound) { return mRandom() % inBound; }
 
-    Bytes const mWhole;
+    const Bytes mWhole;
     std::mt19937 mRandom{20};
 };
 

@@ -1,13 +1,14 @@
 // Files cut off anywhere, with bytes changed, or with claims far beyond their size, through whole
 // conversions.
 #include "MediaFolder.h"
+#include "fakes/MP4Writer.h"
+#include "support/TemporaryFolder.h"
 
 #include <converter/WAVReader.h>
-#include <toolbox/MacErrors.h>
-#include <toolbox/SoundReport.h>
-
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <toolbox/MacErrors.h>
+#include <toolbox/SoundReport.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -15,16 +16,13 @@
 #include <iterator>
 #include <random>
 
-#include "fakes/MP4Writer.h"
-#include "support/TemporaryFolder.h"
-
 using namespace media;
 
 namespace {
 
 // Enough for a file that claims hours: what comes until then is looked at, and the conversion ended.
-constexpr std::size_t kMostBytes = 20u << 20;
-constexpr int kMostChunks = 500;
+constexpr std::size_t kMaxBytes = 20u << 20;
+constexpr int kMaxChunks = 500;
 struct Enough {};
 
 struct Count {
@@ -36,7 +34,7 @@ struct Count {
         auto& count = *static_cast<Count*>(inContext);
         count.wasBelowZero |= inLength < 0;
         count.bytes += static_cast<std::size_t>(std::max(inLength, 0L));
-        if (count.bytes > kMostBytes || ++count.chunks > kMostChunks) throw Enough();
+        if (count.bytes > kMaxBytes || ++count.chunks > kMaxChunks) throw Enough();
     }
 };
 

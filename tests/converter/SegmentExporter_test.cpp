@@ -1,11 +1,11 @@
+#include "converter/EngineTest.h"
+
 #include <converter/SegmentExporter.h>
 #include <foundation/LException.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
-
-#include "converter/EngineTest.h"
 
 namespace {
 
@@ -17,10 +17,10 @@ using ::testing::ElementsAre;
 
 constexpr long kNilP = 0x6E696C50;
 
-long CodeThrownBy(std::function<void()> const& inAction) {
+long CodeThrownBy(const std::function<void()>& inAction) {
     try {
         inAction();
-    } catch (LException const& exception) {
+    } catch (const LException& exception) {
         return exception.GetErrorCode();
     }
     ADD_FAILURE() << "nothing was thrown";
@@ -40,12 +40,12 @@ class SegmentExporterTest : public EngineTest {
         ioExporter.MakeExportHandle();
         return ioExporter.Export(0, 10);
     }
-    static void AddMovieRendering(Rendered const& inRendered) {
+    static void AddMovieRendering(const Rendered& inRendered) {
         ScriptedMovie script = ToneMovie(100, 1000);
         script.render = [inRendered](SInt64, SInt64) { return inRendered; };
         fakes::AddMovie("file", script);
     }
-    static long CodeOfExporting(Bytes const& inBlock) {
+    static long CodeOfExporting(const Bytes& inBlock) {
         AddMovieRendering({0, inBlock});
         SegmentExporter exporter("file");
         return CodeThrownBy([&exporter] { ExportOf(exporter); });
@@ -54,7 +54,7 @@ class SegmentExporterTest : public EngineTest {
 
 TEST_F(SegmentExporterTest, WhatItTells) {
     fakes::AddMovie("file", ToneMovie(48000, 10));
-    SegmentExporter const exporter("file");
+    const SegmentExporter exporter("file");
     EXPECT_NE(nullptr, exporter.GetMovie());
     EXPECT_EQ(48000, exporter.SampleRate());
     EXPECT_EQ(48000, exporter.SegmentFrames());
@@ -68,7 +68,7 @@ TEST_F(SegmentExporterTest, ASegmentIsOneSecondOfTheMoviesTimeScale) {
     ScriptedMovie script = ToneMovie(0, 10);
     script.timeScale = 100;
     fakes::AddMovie("file", script);
-    SegmentExporter const exporter("file");
+    const SegmentExporter exporter("file");
     EXPECT_EQ(0, exporter.SampleRate());
     EXPECT_EQ(100, exporter.SegmentFrames());
 }
@@ -79,9 +79,9 @@ TEST_F(SegmentExporterTest, OutputFormat) {
         unsigned char high, low;
     } const cases[] = {{44100, 0xAC, 0x44}, {48000, 0xBB, 0x80}, {32768, 0x80, 0x00},
                        {32767, 0x7F, 0xFF}, {8000, 0x1F, 0x40},  {65535, 0xFF, 0xFF}};
-    for (auto const& each : cases) {
+    for (const auto& each : cases) {
         fakes::AddMovie("file", ToneMovie(each.rateHz, 10));
-        SegmentExporter const exporter("file");
+        const SegmentExporter exporter("file");
         EXPECT_THAT(fakes::OutputFormat(),
                     ElementsAre(0, 0, 0, 36, 't', 'w', 'o', 's', 0, 0, 0, 0, 0, 0, 0, 0,  //
                                 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 16, 0, 0, 0, 0, each.high, each.low, 0, 0))
@@ -90,15 +90,15 @@ TEST_F(SegmentExporterTest, OutputFormat) {
 }
 
 TEST_F(SegmentExporterTest, CodesOfPreparation) {
-    long const codes[] = {kNilP, kNilP, kNilP, 0, kNilP, kNilP, kNilP, badFormat};
+    const long codes[] = {kNilP, kNilP, kNilP, 0, kNilP, kNilP, kNilP, badFormat};
     int failing = 1;
     for (;; ++failing) {
         fakes::AddMovie("file", ToneMovie(44100, 10));
         fakes::FailCall(failing);
         long code = 0;
         try {
-            SegmentExporter const exporter("file");
-        } catch (LException const& exception) {
+            const SegmentExporter exporter("file");
+        } catch (const LException& exception) {
             code = exception.GetErrorCode();
             EXPECT_EQ(0, exception.GetErrorString()[0]);
         }
@@ -116,7 +116,7 @@ TEST_F(SegmentExporterTest, AnotherSoundTrackOfTheCallersChoice) {
     fakes::AddMovie("file", script);
     EXPECT_EQ(44100, SegmentExporter("file").SampleRate());
     EXPECT_EQ(44100, SegmentExporter("file", Options(1)).SampleRate());
-    SegmentExporter const second("file", Options(2));
+    const SegmentExporter second("file", Options(2));
     EXPECT_EQ(32000, second.SampleRate());
     EXPECT_EQ(32000, GetMovieTimeScale(second.GetMovie()));
 }
@@ -131,14 +131,14 @@ TEST_F(SegmentExporterTest, OpeningWithOptionsTellsWhyNot) {
     stopping.shouldStop = [](void* inContext) -> Boolean { return ++*static_cast<int*>(inContext) > 0; };
     EXPECT_EQ(userCanceledErr, CodeThrownBy([&stopping] { SegmentExporter("file", stopping); }));
     EXPECT_EQ(1, asked);
-    long const codes[] = {paramErr, memFullErr, invalidMovie, 0, kNilP, kNilP, kNilP, badFormat};
+    const long codes[] = {paramErr, memFullErr, invalidMovie, 0, kNilP, kNilP, kNilP, badFormat};
     int failing = 1;
     for (;; ++failing) {
         fakes::FailCall(failing);
         long code = 0;
         try {
-            SegmentExporter const exporter("file", Options(1));
-        } catch (LException const& exception) {
+            const SegmentExporter exporter("file", Options(1));
+        } catch (const LException& exception) {
             code = exception.GetErrorCode();
         }
         ExpectNothingLive();
@@ -159,21 +159,21 @@ TEST_F(SegmentExporterTest, ExportSwapsInPlace) {
     EXPECT_EQ(8, segment.byteCount);
     EXPECT_EQ(2, segment.frameCount);
     EXPECT_FALSE(segment.isSilence);
-    auto const* bytes = static_cast<unsigned char const*>(segment.data);
+    const auto* bytes = static_cast<const unsigned char*>(segment.data);
     EXPECT_THAT(Bytes(bytes, bytes + 8), ElementsAre(2, 1, 4, 3, 6, 5, 8, 7));
 }
 
 TEST_F(SegmentExporterTest, MakingTheHandleTwiceKeepsOne) {
     fakes::AddMovie("file", ToneMovie(100, 10));
     SegmentExporter exporter("file");
-    int const before = fakes::LiveHandles();
+    const int before = fakes::LiveHandles();
     exporter.MakeExportHandle();
     exporter.MakeExportHandle();
     EXPECT_EQ(before + 1, fakes::LiveHandles());
 }
 
 TEST_F(SegmentExporterTest, EmptyStretchIsSilenceOfTheLengthAskedFor) {
-    for (Bytes const& block : {SoundBlock(0, {}), SoundBlock(5, {}, 0), SoundBlock(5, {}, 2, 7)}) {
+    for (const Bytes& block : {SoundBlock(0, {}), SoundBlock(5, {}, 0), SoundBlock(5, {}, 2, 7)}) {
         AddMovieRendering({0, block});
         SegmentExporter exporter("file");
         SegmentExporter::Segment const segment = ExportOf(exporter);
@@ -194,7 +194,7 @@ TEST_F(SegmentExporterTest, SilenceIsASecondAtMost) {
 }
 
 TEST_F(SegmentExporterTest, EachRequiredHeaderField) {
-    Bytes const good = SoundBlock(2, Bytes(8, 1));
+    const Bytes good = SoundBlock(2, Bytes(8, 1));
     for (std::size_t offset : {0, 1, 2, 3, 4, 5, 10, 11, 12, 13, 16, 17, 18, 19}) {
         Bytes block = good;
         block[offset] ^= 0x40;
@@ -205,7 +205,7 @@ TEST_F(SegmentExporterTest, EachRequiredHeaderField) {
 TEST_F(SegmentExporterTest, OtherHeaderFieldsAreNotRead) {
     Bytes block = SoundBlock(2, Bytes(8, 1));
     for (std::size_t offset = 0; offset < 84; ++offset) {
-        bool const isRead = offset < 6 || (offset >= 10 && offset < 14) || (offset >= 16 && offset < 20) ||
+        const bool isRead = offset < 6 || (offset >= 10 && offset < 14) || (offset >= 16 && offset < 20) ||
                             (offset >= 24 && offset < 28) || (offset >= 42 && offset < 46) || offset >= 82;
         if (!isRead) block[offset] ^= 0xFF;
     }
@@ -215,7 +215,7 @@ TEST_F(SegmentExporterTest, OtherHeaderFieldsAreNotRead) {
 }
 
 TEST_F(SegmentExporterTest, BlocksShorterThanTheirHeader) {
-    Bytes const good = SoundBlock(0, {});
+    const Bytes good = SoundBlock(0, {});
     for (std::size_t size : {0u, 1u, 20u, 83u})
         EXPECT_EQ(-50, CodeOfExporting(Bytes(good.begin(), good.begin() + static_cast<long>(size)))) << size;
 }
@@ -236,8 +236,8 @@ TEST_F(SegmentExporterTest, ByteCountIsThe32BitProduct) {
         SInt32 byteCount;
     } const cases[] = {{2, 2, 16, 8},          {2, 1, 16, 4},        {2, 1, 23, 4},       {1, 2, 24, 6},
                        {0x40000001, 2, 16, 4}, {1, 1, 0x8000, 4096}, {1, 1, 0xFFFF, 8191}};
-    for (auto const& each : cases) {
-        Bytes const samples(8192, 1);
+    for (const auto& each : cases) {
+        const Bytes samples(8192, 1);
         AddMovieRendering({0, SoundBlock(each.frameCount, samples, each.channelCount, each.sampleBits)});
         SegmentExporter exporter("file");
         SegmentExporter::Segment const segment = ExportOf(exporter);
@@ -253,7 +253,7 @@ TEST_F(SegmentExporterTest, TheExportersStatusIsThrown) {
 }
 
 TEST_F(SegmentExporterTest, SoundThatCannotBeDecodedDoesNotOpen) {
-    for (OSStatus const decodable : {badFormat, noCodecErr, memFullErr}) {
+    for (const OSStatus decodable : {badFormat, noCodecErr, memFullErr}) {
         fakes::ScriptedMovie movie = ToneMovie(100, 10);
         movie.decodable = decodable;
         fakes::AddMovie("file", movie);
@@ -276,7 +276,7 @@ TEST_F(SegmentExporterTest, StartsBeyond31BitsGoThroughThe64BitCall) {
     exporter.MakeExportHandle();
     exporter.Export(0x7FFFFFFF, 1);
     exporter.Export(0x80000000LL, 1);
-    auto const& log = fakes::CallLog();
+    const auto& log = fakes::CallLog();
     EXPECT_EQ(1, std::count(log.begin(), log.end(), "MovieExportToHandle(2147483647, 1)"));
     EXPECT_EQ(1, std::count(log.begin(), log.end(), "MovieExportToHandle64(2147483648, 1)"));
 }

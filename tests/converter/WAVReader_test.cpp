@@ -1,3 +1,6 @@
+#include "converter/AllocationCount.h"
+#include "converter/EngineTest.h"
+
 #include <converter/WAVReader.h>
 #include <foundation/LException.h>
 #include <gmock/gmock.h>
@@ -5,9 +8,6 @@
 
 #include <limits>
 #include <random>
-
-#include "converter/AllocationCount.h"
-#include "converter/EngineTest.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ using fakes::ToneBytes;
 using fakes::ToneMovie;
 using ::testing::ElementsAre;
 
-UInt64 Little64(Bytes const& inBytes, std::size_t inOffset) {
+UInt64 Little64(const Bytes& inBytes, std::size_t inOffset) {
     return Little32(inBytes, inOffset) | static_cast<UInt64>(Little32(inBytes, inOffset + 4)) << 32;
 }
 
@@ -33,7 +33,7 @@ Bytes ReadBytes(WAVReader& ioReader, SInt64 inPosition, std::size_t inByteCount)
 Bytes ReadAllBy(WAVReader& ioReader, std::size_t inPieceByteCount) {
     Bytes all;
     for (;;) {
-        Bytes const piece = ReadBytes(ioReader, static_cast<SInt64>(all.size()), inPieceByteCount);
+        const Bytes piece = ReadBytes(ioReader, static_cast<SInt64>(all.size()), inPieceByteCount);
         if (piece.empty()) return all;
         all.insert(all.end(), piece.begin(), piece.end());
     }
@@ -41,7 +41,7 @@ Bytes ReadAllBy(WAVReader& ioReader, std::size_t inPieceByteCount) {
 
 std::vector<std::string> Exports() {
     std::vector<std::string> exports;
-    for (std::string const& call : fakes::CallLog())
+    for (const std::string& call : fakes::CallLog())
         if (call.find("MovieExportToHandle") == 0) exports.push_back(call);
     return exports;
 }
@@ -50,7 +50,7 @@ class WAVReaderTest : public EngineTest {};
 
 TEST_F(WAVReaderTest, TheWholeStreamInPiecesOfAnySize) {
     fakes::AddMovie("file", ToneMovie(100, 250));
-    Bytes const stream = Whole("file").Stream();
+    const Bytes stream = Whole("file").Stream();
     for (std::size_t piece : {1u, 3u, 4u, 43u, 44u, 45u, 399u, 400u, 401u, 1043u, 1044u, 5000u}) {
         WAVReader reader("file");
         EXPECT_EQ(stream, ReadAllBy(reader, piece)) << piece;
@@ -60,7 +60,7 @@ TEST_F(WAVReaderTest, TheWholeStreamInPiecesOfAnySize) {
 TEST_F(WAVReaderTest, Lengths) {
     for (SInt64 frameCount : {0, 1, 100, 250}) {
         fakes::AddMovie("file", ToneMovie(100, frameCount));
-        WAVReader const reader("file");
+        const WAVReader reader("file");
         EXPECT_EQ(frameCount, reader.FrameCount());
         EXPECT_EQ(44 + frameCount * 4, reader.ByteCount());
         EXPECT_EQ(80 + frameCount * 4, WAVReader("file", WAVReader::Header::kRF64).ByteCount());
@@ -93,14 +93,14 @@ TEST_F(WAVReaderTest, SeekingRendersFromTheFrameAskedFor) {
 
 TEST_F(WAVReaderTest, AnyRangeHasTheBytesOfTheWhole) {
     constexpr SInt64 kRendered[] = {0, 1, 149, 200, 250};
-    for (SInt64 const rendered : kRendered) {
+    for (const SInt64 rendered : kRendered) {
         fakes::StartScenario();
         ScriptedMovie script = ToneMovie(100, 250);
         script.render = [rendered](SInt64 inFirst, SInt64 inCount) {
             return RenderTone(inFirst, inCount, rendered);
         };
         fakes::AddMovie("file", script);
-        Bytes const stream = Whole("file").Stream();
+        const Bytes stream = Whole("file").Stream();
         WAVReader reader("file");
         std::mt19937 random(99);
         for (int i = 0; i < 500; ++i) {
@@ -147,13 +147,13 @@ TEST_F(WAVReaderTest, BlocksLongerThanAskedForAreCutAtTheEnd) {
 
 TEST_F(WAVReaderTest, ARangeIsAStreamOfItsOwn) {
     fakes::AddMovie("file", ToneMovie(100, 250));
-    Bytes const whole = Whole("file").Stream();
-    for (FrameRange const range :
+    const Bytes whole = Whole("file").Stream();
+    for (const FrameRange range :
          {FrameRange{0, 250}, FrameRange{0, 1}, FrameRange{1, 2}, FrameRange{99, 101}, FrameRange{130, 250},
           FrameRange{249, 250}, FrameRange{30, 30}}) {
-        auto const frameCount = static_cast<UInt32>(range.end - range.first);
+        const auto frameCount = static_cast<UInt32>(range.end - range.first);
         Bytes expected = ExpectedHeader(100, frameCount);
-        Bytes const sound = Slice(whole, 44 + static_cast<std::size_t>(range.first) * 4,
+        const Bytes sound = Slice(whole, 44 + static_cast<std::size_t>(range.first) * 4,
                                   44 + static_cast<std::size_t>(range.end) * 4);
         expected.insert(expected.end(), sound.begin(), sound.end());
         for (std::size_t const piece : {1u, 45u, 399u, 5000u}) {
@@ -174,16 +174,16 @@ TEST_F(WAVReaderTest, ARangeRendersNothingElse) {
 
 TEST_F(WAVReaderTest, RangesAreCutToTheMovie) {
     fakes::AddMovie("file", ToneMovie(100, 250));
-    constexpr SInt64 kMost = std::numeric_limits<SInt64>::max();
+    constexpr SInt64 kMax = std::numeric_limits<SInt64>::max();
     struct {
         FrameRange range;
         SInt64 frameCount;
-    } const cases[] = {{{}, 250},         {{0, kMost}, 250},   {{0, 251}, 250}, {{249, kMost}, 1},
-                       {{250, kMost}, 0}, {{kMost, kMost}, 0}, {{251, 252}, 0}};
-    for (auto const& each : cases) {
+    } const cases[] = {{{}, 250},        {{0, kMax}, 250},  {{0, 251}, 250}, {{249, kMax}, 1},
+                       {{250, kMax}, 0}, {{kMax, kMax}, 0}, {{251, 252}, 0}};
+    for (const auto& each : cases) {
         WAVReader reader(std::make_unique<SegmentExporter>("file"), WAVReader::Header::kRIFF, each.range);
         EXPECT_EQ(each.frameCount, reader.FrameCount()) << each.range.first << " to " << each.range.end;
-        Bytes const stream = ReadAllBy(reader, 5000);
+        const Bytes stream = ReadAllBy(reader, 5000);
         EXPECT_EQ(44 + static_cast<std::size_t>(each.frameCount) * 4, stream.size());
         EXPECT_EQ(ExpectedHeader(100, static_cast<UInt32>(each.frameCount)), Slice(stream, 0, 44));
     }
@@ -191,13 +191,13 @@ TEST_F(WAVReaderTest, RangesAreCutToTheMovie) {
 
 TEST_F(WAVReaderTest, RangesThatAreNone) {
     fakes::AddMovie("file", ToneMovie(100, 250));
-    for (FrameRange const range : {FrameRange{-1, 5}, FrameRange{5, 4}, FrameRange{-7, -5},
+    for (const FrameRange range : {FrameRange{-1, 5}, FrameRange{5, 4}, FrameRange{-7, -5},
                                    FrameRange{std::numeric_limits<SInt64>::min(), 0}, FrameRange{0, -1}}) {
         try {
-            WAVReader const reader(std::make_unique<SegmentExporter>("file"), WAVReader::Header::kRIFF,
+            const WAVReader reader(std::make_unique<SegmentExporter>("file"), WAVReader::Header::kRIFF,
                                    range);
             ADD_FAILURE() << range.first << " to " << range.end;
-        } catch (LException const& exception) {
+        } catch (const LException& exception) {
             EXPECT_EQ(paramErr, exception.GetErrorCode());
         }
         ExpectNothingLive();
@@ -207,9 +207,9 @@ TEST_F(WAVReaderTest, RangesThatAreNone) {
 TEST_F(WAVReaderTest, RF64Header) {
     fakes::AddMovie("file", ToneMovie(48000, 3));
     WAVReader reader("file", WAVReader::Header::kRF64);
-    Bytes const bytes = ReadBytes(reader, 0, 1000);
+    const Bytes bytes = ReadBytes(reader, 0, 1000);
     ASSERT_EQ(92u, bytes.size());
-    Bytes const expected = {'R', 'F', '6',  '4',  0xFF, 0xFF, 0xFF, 0xFF, 'W',  'A',  'V',  'E', 'd', 's',
+    const Bytes expected = {'R', 'F', '6',  '4',  0xFF, 0xFF, 0xFF, 0xFF, 'W',  'A',  'V',  'E', 'd', 's',
                             '6', '4',  //
                             28,  0,   0,    0,    84,   0,    0,    0,    0,    0,    0,    0,   12,  0,
                             0,   0,   0,    0,    0,    0,    3,    0,    0,    0,    0,    0,   0,   0,  //
@@ -226,11 +226,11 @@ TEST_F(WAVReaderTest, MoviesBeyond32Bits) {
     WAVReader reader("file");
     EXPECT_EQ(kFrames, reader.FrameCount());
     EXPECT_EQ(kFrames * 4 + 44, reader.ByteCount());
-    Bytes const header = ReadBytes(reader, 0, 44);
+    const Bytes header = ReadBytes(reader, 0, 44);
     EXPECT_EQ(36u, Little32(header, 4)) << "the low 32 bits";
     EXPECT_EQ(0u, Little32(header, 40));
     constexpr SInt64 kFirstFrames[] = {0, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x100000000, kFrames - 10};
-    for (SInt64 const frame : kFirstFrames)
+    for (const SInt64 frame : kFirstFrames)
         EXPECT_EQ(ToneBytes(frame, 10, false), ReadBytes(reader, 44 + frame * 4, 40)) << frame;
     EXPECT_EQ(6u, ReadBytes(reader, reader.ByteCount() - 6, 40).size());
     EXPECT_THAT(Exports(), ElementsAre("MovieExportToHandle(0, 100)", "MovieExportToHandle(2147483647, 100)",
@@ -238,7 +238,7 @@ TEST_F(WAVReaderTest, MoviesBeyond32Bits) {
                                        "MovieExportToHandle64(6442450934, 10)"));
 
     WAVReader rf64("file", WAVReader::Header::kRF64);
-    Bytes const wideHeader = ReadBytes(rf64, 0, 80);
+    const Bytes wideHeader = ReadBytes(rf64, 0, 80);
     EXPECT_EQ(static_cast<UInt64>(kFrames) * 4 + 72, Little64(wideHeader, 20));
     EXPECT_EQ(static_cast<UInt64>(kFrames) * 4, Little64(wideHeader, 28));
     EXPECT_EQ(static_cast<UInt64>(kFrames), Little64(wideHeader, 36));
@@ -250,7 +250,7 @@ TEST_F(WAVReaderTest, RangesBeyond32Bits) {
     fakes::AddMovie("file", ToneMovie(100, kFrames));
     WAVReader reader(std::make_unique<SegmentExporter>("file"), WAVReader::Header::kRF64, kRange);
     EXPECT_EQ(kRange.end - kRange.first, reader.FrameCount());
-    Bytes const header = ReadBytes(reader, 0, 80);
+    const Bytes header = ReadBytes(reader, 0, 80);
     EXPECT_EQ(static_cast<UInt64>(kRange.end - kRange.first), Little64(header, 36));
     EXPECT_EQ(ToneBytes(kRange.first, 3, false), ReadBytes(reader, 80, 12));
     EXPECT_EQ(ToneBytes(kRange.end - 2, 2, false), ReadBytes(reader, reader.ByteCount() - 8, 100));
@@ -258,14 +258,14 @@ TEST_F(WAVReaderTest, RangesBeyond32Bits) {
 
 TEST_F(WAVReaderTest, AbsurdDurationsKeepTheLengthIn64Bits) {
     fakes::AddMovie("file", ToneMovie(100, std::numeric_limits<SInt64>::max()));
-    WAVReader const reader("file", WAVReader::Header::kRF64);
+    const WAVReader reader("file", WAVReader::Header::kRF64);
     EXPECT_GT(reader.ByteCount(), 0x7FFFFFFFFFFFFF00LL);
     fakes::AddMovie("file", ToneMovie(100, -5));
     EXPECT_EQ(44, WAVReader("file").ByteCount());
 }
 
 TEST_F(WAVReaderTest, BlocksThatAreNot16BitStereo) {
-    for (Bytes const& block :
+    for (const Bytes& block :
          {SoundBlock(100, Bytes(400, 1), 1), SoundBlock(100, Bytes(800, 1), 4),
           SoundBlock(0x40000001, Bytes(400, 1)), SoundBlock(101, Bytes(400, 1)), Bytes(20, 0)}) {
         ScriptedMovie script = ToneMovie(100, 250);
@@ -275,7 +275,7 @@ TEST_F(WAVReaderTest, BlocksThatAreNot16BitStereo) {
         try {
             ReadBytes(reader, 0, 1044);
             ADD_FAILURE() << "nothing was thrown";
-        } catch (LException const& exception) {
+        } catch (const LException& exception) {
             EXPECT_EQ(-50, exception.GetErrorCode());
         }
     }
@@ -293,7 +293,7 @@ TEST_F(WAVReaderTest, ReadingGoesOnElsewhereAfterAFailure) {
         try {
             ReadBytes(reader, 444, 4);
             ADD_FAILURE() << "nothing was thrown";
-        } catch (LException const& exception) {
+        } catch (const LException& exception) {
             EXPECT_EQ(-36, exception.GetErrorCode());
         }
     }
@@ -302,7 +302,7 @@ TEST_F(WAVReaderTest, ReadingGoesOnElsewhereAfterAFailure) {
 }
 
 TEST_F(WAVReaderTest, EveryFailureIsThrownAndReleasesAll) {
-    Bytes const stream = ExpectedStream(44100, 60000);
+    const Bytes stream = ExpectedStream(44100, 60000);
     for (int failing = 1;; ++failing) {
         fakes::StartScenario();
         fakes::AddMovie("file", ToneMovie(44100, 60000));
@@ -312,7 +312,7 @@ TEST_F(WAVReaderTest, EveryFailureIsThrownAndReleasesAll) {
         try {
             WAVReader reader("file");
             bytes = ReadBytes(reader, 0, stream.size());
-        } catch (LException const& exception) {
+        } catch (const LException& exception) {
             code = exception.GetErrorCode();
         }
         ExpectNothingLive();
@@ -334,20 +334,20 @@ TEST_F(WAVReaderTest, ReadingOnAllocatesNothing) {
     Bytes buffer(1000);
     reader.Read(0, buffer.data(), 44 + 400);
 
-    long const before = AllocationCount();
+    const long before = AllocationCount();
     for (SInt64 position = 444; position < 2444; position += 100)
         reader.Read(position, buffer.data(), 100);
-    long const byReader = AllocationCount() - before;
+    const long byReader = AllocationCount() - before;
 
-    Handle const handle = NewHandle(484);
-    long const beforeDirect = AllocationCount();
+    const Handle handle = NewHandle(484);
+    const long beforeDirect = AllocationCount();
     for (SInt32 first = 100; first < 600; first += 100) {
         HUnlock(handle);
         ASSERT_EQ(noErr,
                   MovieExportToHandle(nullptr, handle, reader.Exporter().GetMovie(), nullptr, first, 100));
         HLock(handle);
     }
-    long const byDoubles = AllocationCount() - beforeDirect;
+    const long byDoubles = AllocationCount() - beforeDirect;
     DisposeHandle(handle);
 
     EXPECT_GT(byDoubles, 0) << "the count sees allocations";

@@ -1,11 +1,11 @@
 // Random windows over random movies, against a model of the rules that is written as plainly as they are
 // spoken: one function over numbers, with nothing of the engine in it.
+#include "converter/EngineTest.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <random>
-
-#include "converter/EngineTest.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ struct Scenario {
     std::int64_t duration;
 };
 
-void PrintTo(Scenario const& inScenario, std::ostream* ioStream) {
+void PrintTo(const Scenario& inScenario, std::ostream* ioStream) {
     *ioStream << inScenario.rate << " Hz, " << inScenario.movieFrames << " frames ("
               << inScenario.renderedFrames << " rendered), window " << inScenario.start << " + "
               << inScenario.duration;
@@ -27,9 +27,9 @@ std::int32_t Low(std::int64_t inValue) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(inValue));
 }
 
-std::vector<Chunk> Model(Scenario const& s) {
+std::vector<Chunk> Model(const Scenario& s) {
     std::vector<Chunk> chunks;
-    auto const give = [&chunks](std::int32_t inLength, Bytes inBytes) {
+    const auto give = [&chunks](std::int32_t inLength, Bytes inBytes) {
         inBytes.resize(inLength > 0 ? static_cast<std::size_t>(inLength) : 0, 0);
         chunks.push_back({inLength, inBytes});
     };
@@ -86,7 +86,7 @@ std::vector<Chunk> Model(Scenario const& s) {
 
 class WindowModelTest : public EngineTest {
   protected:
-    static std::vector<Chunk> Engine(Scenario const& inScenario) {
+    static std::vector<Chunk> Engine(const Scenario& inScenario) {
         fakes::StartScenario();
         auto script = fakes::ToneMovie(static_cast<UInt32>(inScenario.rate), inScenario.movieFrames);
         script.render = [rendered = inScenario.renderedFrames](SInt64 inFirst, SInt64 inCount) {
@@ -99,7 +99,7 @@ class WindowModelTest : public EngineTest {
 
 TEST_F(WindowModelTest, RandomWindows) {
     std::mt19937 random(4711);
-    auto const below = [&random](std::uint32_t inBound) {
+    const auto below = [&random](std::uint32_t inBound) {
         return static_cast<std::int32_t>(random() % inBound);
     };
     for (int i = 0; i < 4000; ++i) {
@@ -119,7 +119,7 @@ TEST_F(WindowModelTest, RandomWindows) {
 TEST_F(WindowModelTest, EveryStartAndDurationOfASmallMovie) {
     for (std::int64_t start = 0; start < 100; ++start)
         for (std::int64_t duration = -1; duration < 40; ++duration) {
-            Scenario const s{4, 10, 10, start, duration};
+            const Scenario s{4, 10, 10, start, duration};
             ASSERT_EQ(Model(s), Engine(s)) << ::testing::PrintToString(s);
         }
 }

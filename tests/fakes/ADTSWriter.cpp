@@ -9,9 +9,8 @@ void AppendByte(std::string& ioBytes, std::size_t inValue) {
 }
 
 void AppendLittleEndian32(std::string& ioBytes, std::uint32_t inValue) {
-    for (int shift = 0; shift < 32; shift += 8) {
+    for (int shift = 0; shift < 32; shift += 8)
         AppendByte(ioBytes, inValue >> shift);
-    }
 }
 
 }  // namespace
@@ -19,9 +18,8 @@ void AppendLittleEndian32(std::string& ioBytes, std::uint32_t inValue) {
 ADTSWriter& ADTSWriter::Frame(const ADTSFrameToWrite& inFrame) {
     const std::size_t blockCount = inFrame.blocks.size();
     std::size_t size = inFrame.hasChecksum ? 7 + 2 * blockCount : 7;
-    for (const auto& block : inFrame.blocks) {
+    for (const auto& block : inFrame.blocks)
         size += block.size() + (inFrame.hasChecksum && blockCount > 1 ? 2 : 0);
-    }
     AppendByte(mBytes, 0xFF);
     AppendByte(mBytes, 0xF0 | (inFrame.isMPEG2 ? 8 : 0) | (inFrame.hasChecksum ? 0 : 1));
     AppendByte(mBytes, inFrame.profile << 6 | inFrame.rateIndex << 2 | inFrame.channelConfig >> 2);
@@ -40,9 +38,7 @@ ADTSWriter& ADTSWriter::Frame(const ADTSFrameToWrite& inFrame) {
     }
     for (const auto& block : inFrame.blocks) {
         mBytes.append(block.begin(), block.end());
-        if (inFrame.hasChecksum && blockCount > 1) {
-            Zeros(2);
-        }
+        if (inFrame.hasChecksum && blockCount > 1) Zeros(2);
     }
     return *this;
 }
@@ -53,9 +49,8 @@ ADTSWriter& ADTSWriter::Dummy(std::size_t inPayloadBytes, ADTSFrameToWrite inFra
 }
 
 ADTSWriter& ADTSWriter::Dummies(int inCount, std::size_t inPayloadBytes, const ADTSFrameToWrite& inFrame) {
-    for (int index = 0; index < inCount; ++index) {
+    for (int index = 0; index < inCount; ++index)
         Dummy(inPayloadBytes, inFrame);
-    }
     return *this;
 }
 
@@ -73,14 +68,11 @@ ADTSWriter& ADTSWriter::ID3v2(std::uint32_t inBodyBytes, bool inHasFooter) {
     std::string ends(1, '\4');
     AppendByte(ends, 0);
     AppendByte(ends, inHasFooter ? 0x10 : 0);
-    for (int shift = 21; shift >= 0; shift -= 7) {
+    for (int shift = 21; shift >= 0; shift -= 7)
         AppendByte(ends, (inBodyBytes >> shift) & 0x7F);
-    }
     mBytes += "ID3" + ends;
     Zeros(inBodyBytes);
-    if (inHasFooter) {
-        mBytes += "3DI" + ends;
-    }
+    if (inHasFooter) mBytes += "3DI" + ends;
     return *this;
 }
 
@@ -96,9 +88,7 @@ ADTSWriter& ADTSWriter::APE(std::uint32_t inItemBytes) {
         AppendLittleEndian32(mBytes, 1);
         AppendLittleEndian32(mBytes, flags);
         Zeros(8);
-        if (flags == 0xA0000000u) {
-            mBytes.append(inItemBytes, 'x');
-        }
+        if (flags == 0xA0000000u) mBytes.append(inItemBytes, 'x');
     }
     return *this;
 }

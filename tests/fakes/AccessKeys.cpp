@@ -38,16 +38,16 @@ constexpr QTAtomID kFirstID = 7000;
 constexpr QTAtom kFirstOffset = 100;
 
 std::string PascalText(ConstStr255Param inText) {
-    return {reinterpret_cast<char const*>(inText) + 1, inText[0]};
+    return {reinterpret_cast<const char*>(inText) + 1, inText[0]};
 }
 
-std::string KeyCallText(char const* inName, ConstStr255Param inType, SInt32 inFlags,
-                        std::string const& inMore) {
+std::string KeyCallText(const char* inName, ConstStr255Param inType, SInt32 inFlags,
+                        const std::string& inMore) {
     return std::string(inName) + "(" + PascalText(inType) + ", " + std::to_string(inFlags) + inMore + ")";
 }
 
 std::string KeyText(Handle inKey) {
-    std::vector<unsigned char> const bytes = HandleBytes(inKey);
+    const std::vector<unsigned char> bytes = HandleBytes(inKey);
     return {bytes.begin(), bytes.end()};
 }
 
@@ -59,13 +59,13 @@ std::vector<ScriptedAtom> TakeAtoms(ConstStr255Param inType, SInt32 inFlags) {
     if (std::optional<std::vector<ScriptedAtom>> script; std::swap(script, TheState().script), script)
         return *script;
     std::vector<ScriptedAtom> atoms;
-    for (std::string const& key : KeysIn(inType, inFlags))
+    for (const std::string& key : KeysIn(inType, inFlags))
         atoms.push_back({kAccessKeyAtomType, key});
     return atoms;
 }
 
-std::vector<ScriptedAtom>* Find(QTAtomContainer inContainer, char const* inCaller) {
-    auto const found = Containers().find(inContainer);
+std::vector<ScriptedAtom>* Find(QTAtomContainer inContainer, const char* inCaller) {
+    const auto found = Containers().find(inContainer);
     if (found != Containers().end()) return &found->second;
     ReportMisuse(std::string(inCaller).append(" of a container that is not live"));
     return nullptr;
@@ -77,15 +77,15 @@ void CheckRoot(QTAtom inParent) {
 
 }  // namespace
 
-void PutKey(std::string const& inType, std::string const& inKey, bool inIsSystemWide) {
+void PutKey(const std::string& inType, const std::string& inKey, bool inIsSystemWide) {
     TheState().keys[{inType, inIsSystemWide}].push_back(inKey);
 }
 
-std::vector<std::string> KeysOf(std::string const& inType, bool inIsSystemWide) {
+std::vector<std::string> KeysOf(const std::string& inType, bool inIsSystemWide) {
     return TheState().keys[{inType, inIsSystemWide}];
 }
 
-void ScriptContainer(std::vector<ScriptedAtom> const& inAtoms) {
+void ScriptContainer(const std::vector<ScriptedAtom>& inAtoms) {
     TheState().script = inAtoms;
 }
 
@@ -114,7 +114,7 @@ void ForgetAccessKeys() {
 using namespace fakes;
 
 OSErr QTRegisterAccessKey(ConstStr255Param inType, SInt32 inFlags, Handle inKey) {
-    bool const fails = LogAndFail(
+    const bool fails = LogAndFail(
         KeyCallText("QTRegisterAccessKey", inType, inFlags, inKey != nullptr ? ", " + KeyText(inKey) : ""));
     if (inKey == nullptr) return kErrorOfNoKey;
     if (fails) return kErrorOfRegister;
@@ -123,7 +123,7 @@ OSErr QTRegisterAccessKey(ConstStr255Param inType, SInt32 inFlags, Handle inKey)
 }
 
 OSErr QTUnregisterAccessKey(ConstStr255Param inType, SInt32 inFlags, Handle inKey) {
-    bool const fails = LogAndFail(
+    const bool fails = LogAndFail(
         KeyCallText("QTUnregisterAccessKey", inType, inFlags, inKey != nullptr ? ", " + KeyText(inKey) : ""));
     if (inKey == nullptr) return kErrorOfNoKey;
     if (fails) return kErrorOfUnregister;
@@ -133,8 +133,8 @@ OSErr QTUnregisterAccessKey(ConstStr255Param inType, SInt32 inFlags, Handle inKe
 }
 
 OSErr QTGetAccessKeys(ConstStr255Param inType, SInt32 inFlags, QTAtomContainer* outKeys) {
-    bool const fails = LogAndFail(KeyCallText("QTGetAccessKeys", inType, inFlags, ""));
-    bool const givesContainer = std::exchange(TheState().failsWithContainer, false);
+    const bool fails = LogAndFail(KeyCallText("QTGetAccessKeys", inType, inFlags, ""));
+    const bool givesContainer = std::exchange(TheState().failsWithContainer, false);
     if (fails) return kErrorOfGetKeys;
     *outKeys = MakeHandle({});
     Containers()[*outKeys] = TakeAtoms(inType, inFlags);
@@ -152,11 +152,11 @@ OSErr QTDisposeAtomContainer(QTAtomContainer inContainer) {
 SInt16 QTCountChildrenOfType(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inType) {
     Log("QTCountChildrenOfType()");
     CheckRoot(inParent);
-    std::vector<ScriptedAtom> const* const atoms = Find(inContainer, "QTCountChildrenOfType");
+    const std::vector<ScriptedAtom>* const atoms = Find(inContainer, "QTCountChildrenOfType");
     if (atoms == nullptr) return 0;
     return static_cast<SInt16>(
         std::count_if(atoms->begin(), atoms->end(),
-                      [inType](ScriptedAtom const& inAtom) { return inAtom.type == inType; }));
+                      [inType](const ScriptedAtom& inAtom) { return inAtom.type == inType; }));
 }
 
 QTAtom QTFindChildByIndex(QTAtomContainer inContainer, QTAtom inParent, QTAtomType inType, SInt16 inIndex,
@@ -164,7 +164,7 @@ QTAtom QTFindChildByIndex(QTAtomContainer inContainer, QTAtom inParent, QTAtomTy
     Log(CallText("QTFindChildByIndex", inIndex));
     CheckRoot(inParent);
     if (outID == nullptr) ReportMisuse("QTFindChildByIndex without room for the id");
-    std::vector<ScriptedAtom> const* const atoms = Find(inContainer, "QTFindChildByIndex");
+    const std::vector<ScriptedAtom>* const atoms = Find(inContainer, "QTFindChildByIndex");
     if (atoms == nullptr) return 0;
     int index = 0;
     for (std::size_t i = 0; i < atoms->size(); ++i) {
@@ -179,7 +179,7 @@ QTAtom QTFindChildByIndex(QTAtomContainer inContainer, QTAtom inParent, QTAtomTy
 OSErr QTGetAtomDataPtr(QTAtomContainer inContainer, QTAtom inAtom, SInt32* outByteCount, Ptr* outData) {
     Log("QTGetAtomDataPtr()");
     std::vector<ScriptedAtom>* const atoms = Find(inContainer, "QTGetAtomDataPtr");
-    auto const i = static_cast<std::size_t>(inAtom - kFirstOffset);
+    const auto i = static_cast<std::size_t>(inAtom - kFirstOffset);
     if (atoms == nullptr || i >= atoms->size()) {
         ReportMisuse("QTGetAtomDataPtr of no atom");
         return invalidAtomErr;

@@ -20,8 +20,8 @@ enum : SInt16 {
 };
 
 // Keys of a type at one scope, as text; types and keys are told apart byte by byte.
-void PutKey(std::string const& inType, std::string const& inKey, bool inIsSystemWide);
-std::vector<std::string> KeysOf(std::string const& inType, bool inIsSystemWide);
+void PutKey(const std::string& inType, const std::string& inKey, bool inIsSystemWide);
+std::vector<std::string> KeysOf(const std::string& inType, bool inIsSystemWide);
 
 // One child of a container: an atom with data, or one that is not as it should be.
 struct ScriptedAtom {
@@ -32,7 +32,7 @@ struct ScriptedAtom {
     bool hasPointer = true;  // false: asking succeeds with a null pointer
 };
 // What the container of the next QTGetAccessKeys holds, instead of keys.
-void ScriptContainer(std::vector<ScriptedAtom> const& inAtoms);
+void ScriptContainer(const std::vector<ScriptedAtom>& inAtoms);
 // The next QTGetAccessKeys fails, but gives a container all the same.
 void FailWithContainer();
 

@@ -1,11 +1,11 @@
 #include "Alerts.h"
 
+#include "Calls.h"
+
 #include <toolbox/Debugger.h>
 #include <toolbox/Processes.h>
 
 #include <string>
-
-#include "Calls.h"
 
 namespace fakes {
 
@@ -14,7 +14,7 @@ namespace {
 DialogItemIndex sItem = 1;
 
 std::string TextOf(ConstStr255Param inText) {
-    return {reinterpret_cast<char const*>(inText + 1), inText[0]};
+    return {reinterpret_cast<const char*>(inText + 1), inText[0]};
 }
 
 }  // namespace

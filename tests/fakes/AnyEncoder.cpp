@@ -73,9 +73,8 @@ CodedSound EncodeWith(int inCodecID, const SoundToEncode& inSound) {
         Must(av_channel_layout_copy(&frame->ch_layout, &context->ch_layout));
         Must(av_frame_get_buffer(frame, 0));
         std::vector<const std::uint8_t*> in;
-        for (const std::vector<float>& plane : planes) {
+        for (const std::vector<float>& plane : planes)
             in.push_back(reinterpret_cast<const std::uint8_t*>(plane.data() + first));
-        }
         Must(swr_convert(swr, frame->extended_data, frame->nb_samples, in.data(), frame->nb_samples));
         frame->pts = first;
         Must(avcodec_send_frame(context, frame));

@@ -35,7 +35,7 @@ State& TheState() {
     return sState;
 }
 
-std::string NameOf(std::string const& inCall) {
+std::string NameOf(const std::string& inCall) {
     return inCall.substr(0, inCall.find('('));
 }
 
@@ -66,32 +66,32 @@ bool FailureDelivered() {
     return TheState().failure.Delivered();
 }
 
-std::vector<std::string> const& CallLog() {
+const std::vector<std::string>& CallLog() {
     return TheState().log;
 }
 
-std::vector<std::string> CallsOf(std::vector<std::string> const& inNames) {
+std::vector<std::string> CallsOf(const std::vector<std::string>& inNames) {
     std::vector<std::string> calls;
-    for (std::string const& call : CallLog())
+    for (const std::string& call : CallLog())
         if (std::find(inNames.begin(), inNames.end(), NameOf(call)) != inNames.end())
             calls.push_back(NameOf(call));
     return calls;
 }
 
-std::vector<std::string> const& Misuses() {
+const std::vector<std::string>& Misuses() {
     return TheState().misuses;
 }
 
-void Log(std::string const& inCall) {
+void Log(const std::string& inCall) {
     TheState().log.push_back(inCall);
 }
 
-bool LogAndFail(std::string const& inCall) {
+bool LogAndFail(const std::string& inCall) {
     Log(inCall);
     return TheState().failure.IsDue();
 }
 
-void ReportMisuse(std::string const& inWhat) {
+void ReportMisuse(const std::string& inWhat) {
     TheState().misuses.push_back(inWhat);
 }
 

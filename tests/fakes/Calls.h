@@ -18,23 +18,23 @@ void FailCall(int inCall);
 bool FailureDelivered();
 
 // Calls in order, as "Name(arguments)"; of strings, only the conversions to bytes are logged.
-std::vector<std::string> const& CallLog();
+const std::vector<std::string>& CallLog();
 // The log without arguments, and only of the functions named.
-std::vector<std::string> CallsOf(std::vector<std::string> const& inNames);
+std::vector<std::string> CallsOf(const std::vector<std::string>& inNames);
 
 // What a careful toolbox would have trapped: a block disposed of twice, a locked handle resized.
-std::vector<std::string> const& Misuses();
+const std::vector<std::string>& Misuses();
 
 // For the doubles themselves.
-void Log(std::string const& inCall);
-bool LogAndFail(std::string const& inCall);  // true: answer the failure
-void ReportMisuse(std::string const& inWhat);
+void Log(const std::string& inCall);
+bool LogAndFail(const std::string& inCall);  // true: answer the failure
+void ReportMisuse(const std::string& inWhat);
 
 template <typename... Arguments>
-std::string CallText(char const* inName, Arguments... inArguments) {
+std::string CallText(const char* inName, Arguments... inArguments) {
     std::string text(inName);
     text += '(';
-    char const* separator = "";
+    const char* separator = "";
     ((text.append(separator).append(std::to_string(inArguments)), separator = ", "), ...);
     return text += ')';
 }

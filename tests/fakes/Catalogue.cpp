@@ -22,11 +22,11 @@ constexpr UInt8 kRefMark = 0x5A;
 
 }  // namespace
 
-void SetPermissions(FSPermissionInfo const& inPermissions) {
+void SetPermissions(const FSPermissionInfo& inPermissions) {
     TheScript().permissions = inPermissions;
 }
 
-FSPermissionInfo const& Permissions() {
+const FSPermissionInfo& Permissions() {
     return TheScript().permissions;
 }
 

@@ -6,8 +6,8 @@
 namespace fakes {
 
 // The item's permissions, and what setting them stores.
-void SetPermissions(FSPermissionInfo const& inPermissions);
-FSPermissionInfo const& Permissions();
+void SetPermissions(const FSPermissionInfo& inPermissions);
+const FSPermissionInfo& Permissions();
 
 // What the calls answer instead of noErr.
 void RefuseSpecs(OSErr inError);

@@ -30,7 +30,7 @@ void ScriptCollation(OSStatus inStatus, SInt32 inOrder, bool inIsEquivalent) {
     TheScript().isEquivalent = inIsEquivalent;
 }
 
-CollationQuestion const& LastCollation() {
+const CollationQuestion& LastCollation() {
     return TheScript().last;
 }
 

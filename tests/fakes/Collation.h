@@ -17,7 +17,7 @@ struct CollationQuestion {
     bool wantsEquivalence = false;
 };
 // The last comparison's arguments.
-CollationQuestion const& LastCollation();
+const CollationQuestion& LastCollation();
 
 void ForgetCollation();
 

@@ -17,9 +17,9 @@ struct CountedString {
 
 std::u16string_view Characters(CFStringRef inString);
 // A live string of one count; null of nothing.
-CFStringRef MakeString(std::optional<std::u16string> const& inCharacters);
+CFStringRef MakeString(const std::optional<std::u16string>& inCharacters);
 // Changes a string that MakeString made.
-void SetCharacters(CFMutableStringRef ioString, std::u16string const& inCharacters);
+void SetCharacters(CFMutableStringRef ioString, const std::u16string& inCharacters);
 
 std::optional<std::u16string> Decode(std::string_view inBytes, CFStringEncoding inEncoding);
 

@@ -51,11 +51,11 @@ GrafPtr CurrentPort() {
     return RefOf(TheState().currentPort);
 }
 
-PenState const& Pen() {
+const PenState& Pen() {
     return TheState().pen;
 }
 
-void SetDialogItem(DialogItemType inType, Handle inItem, Rect const& inBox) {
+void SetDialogItem(DialogItemType inType, Handle inItem, const Rect& inBox) {
     TheState().item = {inType, inItem, inBox};
 }
 

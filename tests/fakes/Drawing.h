@@ -11,10 +11,10 @@ namespace fakes {
 // dialog's.
 DialogRef TheDialog();
 GrafPtr CurrentPort();
-PenState const& Pen();
+const PenState& Pen();
 
 // The item that GetDialogItem answers, whatever its number is.
-void SetDialogItem(DialogItemType inType, Handle inItem, Rect const& inBox);
+void SetDialogItem(DialogItemType inType, Handle inItem, const Rect& inBox);
 
 // The face last set; -1 before.
 int Face();

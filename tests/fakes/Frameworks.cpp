@@ -26,8 +26,8 @@ struct Bundle {
 struct State {
     std::map<std::string, ScriptedFramework> frameworks;  // by path
     OSErr errorOfFolders = fnfErr;
-    std::set<void const*> urls;
-    std::set<void const*> bundles;
+    std::set<const void*> urls;
+    std::set<const void*> bundles;
 };
 
 // Made on first use and never destroyed: what is released at the end of the program comes here too.
@@ -36,10 +36,10 @@ State& TheState() {
     return sState;
 }
 
-constexpr char const* kPublicFolder = "fram";
-constexpr char const* kPrivateFolder = "pfrm";
+constexpr const char* kPublicFolder = "fram";
+constexpr const char* kPrivateFolder = "pfrm";
 
-std::string PathOf(std::string const& inName, bool inIsPrivate) {
+std::string PathOf(const std::string& inName, bool inIsPrivate) {
     return std::string(inIsPrivate ? kPrivateFolder : kPublicFolder).append("/").append(inName);
 }
 
@@ -50,19 +50,19 @@ std::string CodeText(OSType inCode) {
     return text;
 }
 
-CFURLRef MakeURL(std::string const& inPath) {
+CFURLRef MakeURL(const std::string& inPath) {
     auto* const url = new URL{inPath};
     TheState().urls.insert(url);
     return reinterpret_cast<CFURLRef>(url);
 }
 
-URL const* FindURL(CFURLRef inURL, char const* inCaller) {
-    if (TheState().urls.count(inURL) != 0) return reinterpret_cast<URL const*>(inURL);
+URL const* FindURL(CFURLRef inURL, const char* inCaller) {
+    if (TheState().urls.count(inURL) != 0) return reinterpret_cast<const URL*>(inURL);
     ReportMisuse(std::string(inCaller).append(" of a URL that is not live"));
     return nullptr;
 }
 
-Bundle* FindBundle(CFBundleRef inBundle, char const* inCaller) {
+Bundle* FindBundle(CFBundleRef inBundle, const char* inCaller) {
     if (TheState().bundles.count(inBundle) != 0) return reinterpret_cast<Bundle*>(inBundle);
     ReportMisuse(std::string(inCaller).append(" of a bundle that is not live"));
     return nullptr;
@@ -74,11 +74,11 @@ void CheckAllocator(CFAllocatorRef inAllocator) {
 
 }  // namespace
 
-void PutFramework(std::string const& inName, ScriptedFramework const& inFramework, bool inIsPrivate) {
+void PutFramework(const std::string& inName, const ScriptedFramework& inFramework, bool inIsPrivate) {
     TheState().frameworks[PathOf(inName, inIsPrivate)] = inFramework;
 }
 
-void RemoveFramework(std::string const& inName, bool inIsPrivate) {
+void RemoveFramework(const std::string& inName, bool inIsPrivate) {
     TheState().frameworks.erase(PathOf(inName, inIsPrivate));
 }
 
@@ -100,21 +100,21 @@ int LiveBundles() {
 }
 
 void ForgetLiveBundles() {
-    for (void const* const bundle : TheState().bundles)
-        delete static_cast<Bundle const*>(bundle);
+    for (const void* const bundle : TheState().bundles)
+        delete static_cast<const Bundle*>(bundle);
     TheState().bundles.clear();
 }
 
 bool ReleaseFrameworkObject(CFTypeRef inObject) {
     State& state = TheState();
     if (state.urls.erase(inObject) != 0) {
-        Log("CFRelease(" + static_cast<URL const*>(inObject)->path + ")");
-        delete static_cast<URL const*>(inObject);
+        Log("CFRelease(" + static_cast<const URL*>(inObject)->path + ")");
+        delete static_cast<const URL*>(inObject);
         return true;
     }
     if (state.bundles.erase(inObject) != 0) {
         Log("CFRelease(bundle)");
-        delete static_cast<Bundle const*>(inObject);
+        delete static_cast<const Bundle*>(inObject);
         return true;
     }
     return false;
@@ -136,7 +136,7 @@ OSErr FSFindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, FSRef*
 
 CFURLRef CFURLCreateFromFSRef(CFAllocatorRef inAllocator, const FSRef* inRef) {
     CheckAllocator(inAllocator);
-    std::string const path(reinterpret_cast<char const*>(inRef->hidden));
+    std::string const path(reinterpret_cast<const char*>(inRef->hidden));
     return LogAndFail("CFURLCreateFromFSRef(" + path + ")") ? nullptr : MakeURL(path);
 }
 
@@ -144,7 +144,7 @@ CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef inAllocator, CFURL
                                                CFStringRef inComponent, Boolean inIsDirectory) {
     CheckAllocator(inAllocator);
     std::string const name = TextOf(inComponent);
-    bool const fails = LogAndFail("CFURLCreateCopyAppendingPathComponent(" + name + ", " +
+    const bool fails = LogAndFail("CFURLCreateCopyAppendingPathComponent(" + name + ", " +
                                   std::to_string(inIsDirectory) + ")");
     URL const* const url = FindURL(inURL, "CFURLCreateCopyAppendingPathComponent");
     return fails || url == nullptr ? nullptr : MakeURL(url->path + "/" + name);
@@ -155,7 +155,7 @@ CFBundleRef CFBundleCreate(CFAllocatorRef inAllocator, CFURLRef inURL) {
     URL const* const url = FindURL(inURL, "CFBundleCreate");
     if (LogAndFail("CFBundleCreate(" + (url != nullptr ? url->path : "") + ")") || url == nullptr)
         return nullptr;
-    auto const found = TheState().frameworks.find(url->path);
+    const auto found = TheState().frameworks.find(url->path);
     if (found == TheState().frameworks.end()) return nullptr;
     auto* const bundle = new Bundle{found->second};
     TheState().bundles.insert(bundle);
@@ -163,7 +163,7 @@ CFBundleRef CFBundleCreate(CFAllocatorRef inAllocator, CFURLRef inURL) {
 }
 
 Boolean CFBundleLoadExecutable(CFBundleRef inBundle) {
-    bool const fails = LogAndFail("CFBundleLoadExecutable()");
+    const bool fails = LogAndFail("CFBundleLoadExecutable()");
     Bundle* const bundle = FindBundle(inBundle, "CFBundleLoadExecutable");
     if (fails || bundle == nullptr) return false;
     bundle->isLoaded = bundle->framework.loads;
@@ -173,9 +173,9 @@ Boolean CFBundleLoadExecutable(CFBundleRef inBundle) {
 void* CFBundleGetFunctionPointerForName(CFBundleRef inBundle, CFStringRef inName) {
     std::string const name = TextOf(inName);
     Log("CFBundleGetFunctionPointerForName(" + name + ")");
-    Bundle const* const bundle = FindBundle(inBundle, "CFBundleGetFunctionPointerForName");
+    const Bundle* const bundle = FindBundle(inBundle, "CFBundleGetFunctionPointerForName");
     if (bundle == nullptr) return nullptr;
     if (!bundle->isLoaded) ReportMisuse("a function of a bundle that is not loaded");
-    auto const found = bundle->framework.functions.find(name);
+    const auto found = bundle->framework.functions.find(name);
     return found != bundle->framework.functions.end() ? found->second : nullptr;
 }

@@ -17,8 +17,8 @@ struct ScriptedFramework {
 };
 
 // Into the public or the private folder; replaces one of the same name.
-void PutFramework(std::string const& inName, ScriptedFramework const& inFramework, bool inIsPrivate = false);
-void RemoveFramework(std::string const& inName, bool inIsPrivate = false);
+void PutFramework(const std::string& inName, const ScriptedFramework& inFramework, bool inIsPrivate = false);
+void RemoveFramework(const std::string& inName, bool inIsPrivate = false);
 void ForgetFrameworks();
 
 // What FSFindFolder answers when it shall fail; fnfErr until it is set.

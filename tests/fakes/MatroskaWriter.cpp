@@ -38,9 +38,8 @@ constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 
 std::string BigEndian(std::uint64_t inNumber, int inByteCount) {
     std::string bytes;
-    for (int shift = 8 * (inByteCount - 1); shift >= 0; shift -= 8) {
+    for (int shift = 8 * (inByteCount - 1); shift >= 0; shift -= 8)
         bytes += static_cast<char>(inNumber >> shift & 0xFF);
-    }
     return bytes;
 }
 
@@ -62,9 +61,8 @@ std::string TrackEntry(const EncodedSound& inSound, const MatroskaTrims& inTrims
     std::string entry = Number(kTrackNumber, 1) + Number(kTrackUID, 1) + Number(kTrackType, 2) +
                         Element(kCodecID, "A_AAC") +
                         Element(kCodecPrivate, std::string(inSound.config.begin(), inSound.config.end()));
-    if (inTrims.delayFrameCount != 0) {
+    if (inTrims.delayFrameCount != 0)
         entry += Number(kCodecDelay, Nanoseconds(inTrims.delayFrameCount, inSound.sampleRateHz));
-    }
     const auto rate = std::bit_cast<std::uint64_t>(static_cast<double>(inSound.sampleRateHz));
     entry += Element(
         kAudio, Element(kSamplingFrequency, BigEndian(rate, 8)) + Number(kChannels, inSound.channelCount));

@@ -28,7 +28,7 @@ std::vector<OSErr>& ErrorsToCome() {
 }
 
 // Logs a call that can fail; outError is why it did, if it did.
-bool LogAndFailFor(std::string const& inCall, OSErr& outError) {
+bool LogAndFailFor(const std::string& inCall, OSErr& outError) {
     bool fails = LogAndFail(inCall);
     outError = fails ? sErrorOfFailure : OSErr{noErr};
     if (ErrorsToCome().empty()) return fails;
@@ -37,7 +37,7 @@ bool LogAndFailFor(std::string const& inCall, OSErr& outError) {
     return true;
 }
 
-bool LogAndFailMemory(std::string const& inCall) {
+bool LogAndFailMemory(const std::string& inCall) {
     return LogAndFailFor(inCall, sMemError);
 }
 
@@ -53,14 +53,14 @@ std::map<Ptr, Size>& Ptrs() {
 
 // Exactly as many bytes as asked for, so that a sanitizer sees every byte read beyond them.
 Ptr Allocate(Size inByteCount, int inFill) {
-    auto const byteCount = static_cast<std::size_t>(inByteCount);
+    const auto byteCount = static_cast<std::size_t>(inByteCount);
     auto* bytes = static_cast<Ptr>(std::malloc(std::max<std::size_t>(byteCount, 1)));
     std::memset(bytes, inFill, byteCount);
     return bytes;
 }
 
-Block* Find(Handle inHandle, char const* inCaller) {
-    auto const found = Handles().find(inHandle);
+Block* Find(Handle inHandle, const char* inCaller) {
+    const auto found = Handles().find(inHandle);
     if (found != Handles().end()) return found->second;
     if (inHandle != nullptr) ReportMisuse(std::string(inCaller).append(" of a handle that is not live"));
     return nullptr;
@@ -70,13 +70,13 @@ constexpr int kGarbage = 0xA5;
 
 Handle NewBlock(Size inByteCount, int inFill) {
     auto* const block = new Block{Allocate(inByteCount, inFill), inByteCount};
-    Handle const handle = &block->master;
+    const Handle handle = &block->master;
     Handles()[handle] = block;
     return handle;
 }
 
 void Resize(Block& ioBlock, Size inByteCount) {
-    Ptr const moved = Allocate(inByteCount, kGarbage);
+    const Ptr moved = Allocate(inByteCount, kGarbage);
     std::memcpy(moved, ioBlock.master, static_cast<std::size_t>(std::min(inByteCount, ioBlock.byteCount)));
     std::free(ioBlock.master);
     ioBlock.master = moved;
@@ -84,7 +84,7 @@ void Resize(Block& ioBlock, Size inByteCount) {
 }
 
 Ptr NewFixed(Size inByteCount, int inFill) {
-    Ptr const bytes = Allocate(inByteCount, inFill);
+    const Ptr bytes = Allocate(inByteCount, inFill);
     Ptrs()[bytes] = inByteCount;
     return bytes;
 }
@@ -95,7 +95,7 @@ void SetErrorOfFailure(OSErr inError) {
     sErrorOfFailure = inError;
 }
 
-void FailMemoryCalls(std::vector<OSErr> const& inErrors) {
+void FailMemoryCalls(const std::vector<OSErr>& inErrors) {
     ErrorsToCome() = inErrors;
 }
 
@@ -113,17 +113,17 @@ int LivePtrs() {
     return static_cast<int>(Ptrs().size());
 }
 
-Handle MakeHandle(std::vector<unsigned char> const& inBytes) {
-    Handle const handle = NewBlock(static_cast<Size>(inBytes.size()), 0);
+Handle MakeHandle(const std::vector<unsigned char>& inBytes) {
+    const Handle handle = NewBlock(static_cast<Size>(inBytes.size()), 0);
     std::copy(inBytes.begin(), inBytes.end(), *handle);
     return handle;
 }
 
-void SetHandleBytes(Handle ioHandle, std::vector<unsigned char> const& inBytes) {
+void SetHandleBytes(Handle ioHandle, const std::vector<unsigned char>& inBytes) {
     Block* const block = Find(ioHandle, "resizing");
     if (block == nullptr) return;
     if (block->isLocked) ReportMisuse("resizing of a locked handle");
-    auto const byteCount = static_cast<Size>(inBytes.size());
+    const auto byteCount = static_cast<Size>(inBytes.size());
     if (block->byteCount != byteCount) Resize(*block, byteCount);
     std::copy(inBytes.begin(), inBytes.end(), block->master);
 }
@@ -137,13 +137,13 @@ void DiscardHandle(Handle inHandle) {
 }
 
 std::vector<unsigned char> HandleBytes(Handle inHandle) {
-    Block const* const block = Find(inHandle, "reading");
+    const Block* const block = Find(inHandle, "reading");
     if (block == nullptr) return {};
     return std::vector<unsigned char>(block->master, block->master + block->byteCount);
 }
 
 bool IsLocked(Handle inHandle) {
-    Block const* const block = Find(inHandle, "IsLocked");
+    const Block* const block = Find(inHandle, "IsLocked");
     return block != nullptr && block->isLocked;
 }
 
@@ -166,7 +166,7 @@ void DisposeHandle(Handle inHandle) {
 }
 
 Size GetHandleSize(Handle inHandle) {
-    Block const* const block = Find(inHandle, "GetHandleSize");
+    const Block* const block = Find(inHandle, "GetHandleSize");
     return block != nullptr ? block->byteCount : 0;
 }
 
@@ -183,7 +183,7 @@ void HUnlock(Handle inHandle) {
 // Its result is told in one place only, lest a caller looks in the other.
 Handle TempNewHandle(Size inByteCount, OSErr* outResult) {
     sMemError = noErr;
-    bool const fails = LogAndFailFor(CallText("TempNewHandle", inByteCount), *outResult);
+    const bool fails = LogAndFailFor(CallText("TempNewHandle", inByteCount), *outResult);
     return fails ? nullptr : NewBlock(inByteCount, kGarbage);
 }
 
@@ -195,7 +195,7 @@ OSErr HandToHand(Handle* ioHandle) {
 
 SInt8 HGetState(Handle inHandle) {
     if (LogAndFailMemory("HGetState()")) return 0;
-    Block const* const block = Find(inHandle, "HGetState");
+    const Block* const block = Find(inHandle, "HGetState");
     if (block == nullptr) return sMemError = nilHandleErr, SInt8{0};
     return static_cast<SInt8>(block->otherState | (block->isLocked ? kHandleLockedBit : 0));
 }
@@ -226,7 +226,7 @@ Ptr NewPtrClear(Size inByteCount) {
 
 Size GetPtrSize(Ptr inPtr) {
     if (LogAndFailMemory("GetPtrSize()")) return 0;
-    auto const found = Ptrs().find(inPtr);
+    const auto found = Ptrs().find(inPtr);
     if (found != Ptrs().end()) return found->second;
     ReportMisuse("GetPtrSize of a block that is not live");
     return 0;

@@ -13,13 +13,13 @@ int LivePtrs();
 // What MemError answers after a call that shall fail; memFullErr until it is set.
 void SetErrorOfFailure(OSErr inError);
 // The next calls that can fail do, each for its own reason.
-void FailMemoryCalls(std::vector<OSErr> const& inErrors);
+void FailMemoryCalls(const std::vector<OSErr>& inErrors);
 void ForgetMemoryScript();
 
 // As the toolbox's own functions, for other doubles: not logged, never failing.
-Handle MakeHandle(std::vector<unsigned char> const& inBytes);
+Handle MakeHandle(const std::vector<unsigned char>& inBytes);
 void SetHandleBytes(Handle ioHandle,
-                    std::vector<unsigned char> const& inBytes);  // a null handle is left alone
+                    const std::vector<unsigned char>& inBytes);  // a null handle is left alone
 std::vector<unsigned char> HandleBytes(Handle inHandle);
 void DiscardHandle(Handle inHandle);
 bool IsLocked(Handle inHandle);

@@ -153,9 +153,8 @@ std::vector<std::int16_t> DecodeBarely(const SoundFormat& inFormat, const Packet
 
 std::vector<std::int16_t> FromBigEndian(const std::uint8_t* inBytes, std::size_t inSampleCount) {
     std::vector<std::int16_t> samples(inSampleCount);
-    for (std::size_t i = 0; i < inSampleCount; ++i) {
+    for (std::size_t i = 0; i < inSampleCount; ++i)
         samples[i] = static_cast<std::int16_t>(inBytes[2 * i] << 8 | inBytes[2 * i + 1]);
-    }
     return samples;
 }
 

@@ -27,7 +27,7 @@ Bytes SoundDescriptionBytes(UInt32 inRate) {
     return bytes;
 }
 
-Bytes SoundBlock(UInt32 inFrameCount, Bytes const& inSamples, UInt32 inChannelCount, UInt16 inSampleBits) {
+Bytes SoundBlock(UInt32 inFrameCount, const Bytes& inSamples, UInt32 inChannelCount, UInt16 inSampleBits) {
     Bytes bytes;
     Append16(bytes, 1);  // format
     Append16(bytes, 1);  // data formats
@@ -57,9 +57,9 @@ Bytes ToneBytes(SInt64 inFirstFrame, SInt64 inFrameCount, bool inIsBigEndian) {
     bytes.reserve(static_cast<std::size_t>(inFrameCount) * 4);
     for (SInt64 frame = inFirstFrame; frame < inFirstFrame + inFrameCount; ++frame)
         for (int channel = 0; channel < 2; ++channel) {
-            UInt16 const sample = ToneSample(frame, channel);
-            auto const high = static_cast<unsigned char>(sample >> 8);
-            auto const low = static_cast<unsigned char>(sample);
+            const UInt16 sample = ToneSample(frame, channel);
+            const auto high = static_cast<unsigned char>(sample >> 8);
+            const auto low = static_cast<unsigned char>(sample);
             bytes.push_back(inIsBigEndian ? high : low);
             bytes.push_back(inIsBigEndian ? low : high);
         }
@@ -67,7 +67,7 @@ Bytes ToneBytes(SInt64 inFirstFrame, SInt64 inFrameCount, bool inIsBigEndian) {
 }
 
 Rendered RenderTone(SInt64 inFirstFrame, SInt64 inFrameCount, SInt64 inRenderedFrames) {
-    SInt64 const there = std::clamp<SInt64>(inRenderedFrames - inFirstFrame, 0, inFrameCount);
+    const SInt64 there = std::clamp<SInt64>(inRenderedFrames - inFirstFrame, 0, inFrameCount);
     return {0, SoundBlock(static_cast<UInt32>(there), ToneBytes(inFirstFrame, there, true))};
 }
 

@@ -63,7 +63,7 @@ std::string WithCode(std::string ioCall, OSType inCode) {
     return ioCall += ')';
 }
 
-void CheckLive(Movie inMovie, char const* inCaller) {
+void CheckLive(Movie inMovie, const char* inCaller) {
     if (Movies().count(inMovie) == 0)
         ReportMisuse(std::string(inCaller).append(" of a movie that is not live"));
 }
@@ -73,7 +73,7 @@ Movie NewScriptedMovie(Handle inDataRef) {
     std::memcpy(&index, HandleBytes(inDataRef).data(), sizeof index);
     auto* const movie = new OpaqueMovie{TheState().movies.at(TheState().paths.at(index)), {}, 0};
     movie->timeScale = movie->script.timeScale;
-    for (ScriptedTrack const& track : movie->script.tracks)
+    for (const ScriptedTrack& track : movie->script.tracks)
         movie->tracks.push_back({{track}});
     Movies().insert(movie);
     return movie;
@@ -85,14 +85,14 @@ ComponentResult ExportTo(Handle ioHandle, Movie inMovie, SInt64 inStart, SInt64 
     if (IsLocked(ioHandle)) ReportMisuse("export into a locked handle");
     if (inMovie->timeScale != static_cast<TimeScale>(inMovie->script.sampleRateHz))
         ReportMisuse("export in another time scale than the frames'");
-    Rendered const rendered = inMovie->script.render(inStart, inDuration);
+    const Rendered rendered = inMovie->script.render(inStart, inDuration);
     if (rendered.status == noErr) SetHandleBytes(ioHandle, rendered.block);
     return rendered.status;
 }
 
 }  // namespace
 
-void AddMovie(std::string const& inPath, ScriptedMovie const& inMovie) {
+void AddMovie(const std::string& inPath, const ScriptedMovie& inMovie) {
     TheState().movies[inPath] = inMovie;
 }
 
@@ -123,9 +123,9 @@ using namespace fakes;
 OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory) {
     if (LogAndFail("FSPathMakeRef()") || inPath == nullptr) return paramErr;
     if (outIsDirectory != nullptr) ReportMisuse("FSPathMakeRef asked whether the file is a folder");
-    std::string const path(reinterpret_cast<char const*>(inPath));
+    std::string const path(reinterpret_cast<const char*>(inPath));
     if (TheState().movies.count(path) == 0) return fnfErr;
-    auto const index = static_cast<UInt32>(TheState().paths.size());
+    const auto index = static_cast<UInt32>(TheState().paths.size());
     TheState().paths.push_back(path);
     std::memcpy(outRef->hidden, &index, sizeof index);
     return noErr;
@@ -150,7 +150,7 @@ OSErr NewMovieFromDataRef(Movie* outMovie, SInt16 inFlags, SInt16* ioResID, Hand
 
 // All of a scripted movie's tracks are sound.
 OSErr NewMovieFromDataRefWithOptions(Movie* outMovie, Handle inDataRef, OSType inDataRefType,
-                                     MovieOpenOptions const* inOptions) {
+                                     const MovieOpenOptions* inOptions) {
     *outMovie = nullptr;
     if (inOptions->byteCount != sizeof *inOptions) ReportMisuse("options without their size");
     if (LogAndFail(
@@ -158,8 +158,8 @@ OSErr NewMovieFromDataRefWithOptions(Movie* outMovie, Handle inDataRef, OSType i
         return invalidMovie;
     if (inOptions->shouldStop != nullptr && inOptions->shouldStop(inOptions->stopContext))
         return userCanceledErr;
-    Movie const movie = NewScriptedMovie(inDataRef);
-    auto const wanted = static_cast<std::size_t>(inOptions->soundTrack);
+    const Movie movie = NewScriptedMovie(inDataRef);
+    const auto wanted = static_cast<std::size_t>(inOptions->soundTrack);
     if (wanted > movie->tracks.size()) {
         DisposeMovie(movie);
         return trackNotInMovie;
@@ -178,7 +178,7 @@ void DisposeMovie(Movie inMovie) {
 TimeValue GetMovieDuration(Movie inMovie) {
     Log("GetMovieDuration()");
     CheckLive(inMovie, "GetMovieDuration");
-    ScriptedMovie const& script = inMovie->script;
+    const ScriptedMovie& script = inMovie->script;
     if (script.duration) return *script.duration;
     // Not by way of a product, which long movies would overflow where scale and rate are the same.
     if (inMovie->timeScale == static_cast<TimeScale>(script.sampleRateHz))

@@ -37,7 +37,7 @@ struct ScriptedMovie {
 // A 36-byte sound description with a rate in 16.16.
 Bytes SoundDescriptionBytes(UInt32 inRate);
 // A sound resource whose header announces inFrameCount frames, with inSamples (big-endian) after it.
-Bytes SoundBlock(UInt32 inFrameCount, Bytes const& inSamples, UInt32 inChannelCount = 2,
+Bytes SoundBlock(UInt32 inFrameCount, const Bytes& inSamples, UInt32 inChannelCount = 2,
                  UInt16 inSampleBits = 16);
 
 // A sound that is a function of position, and a movie of inFrameCount frames of it with one sound track.
@@ -47,7 +47,7 @@ Bytes ToneBytes(SInt64 inFirstFrame, SInt64 inFrameCount, bool inIsBigEndian);
 Rendered RenderTone(SInt64 inFirstFrame, SInt64 inFrameCount, SInt64 inRenderedFrames);
 ScriptedMovie ToneMovie(UInt32 inSampleRateHz, SInt64 inFrameCount);
 
-void AddMovie(std::string const& inPath, ScriptedMovie const& inMovie);
+void AddMovie(const std::string& inPath, const ScriptedMovie& inMovie);
 void ForgetMovies();
 
 int LiveMovies();

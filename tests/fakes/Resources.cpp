@@ -1,10 +1,10 @@
 #include "Resources.h"
 
-#include <algorithm>
-#include <vector>
-
 #include "Calls.h"
 #include "Memory.h"
+
+#include <algorithm>
+#include <vector>
 
 namespace fakes {
 
@@ -33,14 +33,14 @@ Script& TheScript() {
 
 Resource* Find(Handle inHandle) {
     std::vector<Resource>& all = TheScript().resources;
-    auto const found = std::find_if(all.begin(), all.end(), [inHandle](Resource const& inOne) {
+    const auto found = std::find_if(all.begin(), all.end(), [inHandle](const Resource& inOne) {
         return inHandle != nullptr && inOne.handle == inHandle;
     });
     return found == all.end() ? nullptr : &*found;
 }
 
 template <typename Predicate>
-Handle Search(std::string const& inCall, bool inOneDeep, Predicate inIsMeant) {
+Handle Search(const std::string& inCall, bool inOneDeep, Predicate inIsMeant) {
     Script& script = TheScript();
     if (!LogAndFail(inCall)) {
         for (Resource& one : script.resources) {
@@ -54,26 +54,26 @@ Handle Search(std::string const& inCall, bool inOneDeep, Predicate inIsMeant) {
     return nullptr;
 }
 
-Handle SearchID(char const* inCall, ResType inType, SInt16 inID, bool inOneDeep) {
+Handle SearchID(const char* inCall, ResType inType, SInt16 inID, bool inOneDeep) {
     return Search(CallText(inCall, inType, inID), inOneDeep,
-                  [&](Resource const& inOne) { return inOne.type == inType && inOne.id == inID; });
+                  [&](const Resource& inOne) { return inOne.type == inType && inOne.id == inID; });
 }
 
-Handle SearchName(char const* inCall, ResType inType, ConstStr255Param inName, bool inOneDeep) {
-    std::string const name(reinterpret_cast<char const*>(inName + 1), inName[0]);
+Handle SearchName(const char* inCall, ResType inType, ConstStr255Param inName, bool inOneDeep) {
+    std::string const name(reinterpret_cast<const char*>(inName + 1), inName[0]);
     return Search(CallText(inCall, inType), inOneDeep,
-                  [&](Resource const& inOne) { return inOne.type == inType && inOne.name == name; });
+                  [&](const Resource& inOne) { return inOne.type == inType && inOne.name == name; });
 }
 
-Handle SearchIndex(char const* inCall, ResType inType, SInt16 inIndex, bool inOneDeep) {
+Handle SearchIndex(const char* inCall, ResType inType, SInt16 inIndex, bool inOneDeep) {
     int left = inIndex;
     return Search(CallText(inCall, inType, inIndex), inOneDeep,
-                  [&](Resource const& inOne) { return inOne.type == inType && --left == 0; });
+                  [&](const Resource& inOne) { return inOne.type == inType && --left == 0; });
 }
 
 }  // namespace
 
-void ScriptResource(ResType inType, SInt16 inID, std::string const& inName, std::string const& inData,
+void ScriptResource(ResType inType, SInt16 inID, const std::string& inName, const std::string& inData,
                     bool inIsInCurrentFile) {
     TheScript().resources.push_back({inType, inID, inName, inData, inIsInCurrentFile});
 }
@@ -144,10 +144,10 @@ Handle GetString(SInt16 inID) {
 
 void GetIndString(unsigned char* outString, SInt16 inListID, SInt16 inIndex) {
     outString[0] = 0;
-    Handle const list = SearchID("GetIndString", FourChars("STR#"), inListID, false);
+    const Handle list = SearchID("GetIndString", FourChars("STR#"), inListID, false);
     if (list == nullptr) return;
-    auto const* string = reinterpret_cast<unsigned char const*>(*list);
-    int const count = string[0] << 8 | string[1];
+    const auto* string = reinterpret_cast<const unsigned char*>(*list);
+    const int count = string[0] << 8 | string[1];
     if (inIndex < 1 || inIndex > count) return;
     string += 2;
     for (int left = inIndex; left > 1; --left)

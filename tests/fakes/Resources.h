@@ -8,7 +8,7 @@
 namespace fakes {
 
 // A resource to be found. inIsInCurrentFile: whether the forms that look in one file only find it.
-void ScriptResource(ResType inType, SInt16 inID, std::string const& inName, std::string const& inData,
+void ScriptResource(ResType inType, SInt16 inID, const std::string& inName, const std::string& inData,
                     bool inIsInCurrentFile = true);
 
 // What ResError answers after a search that finds nothing or shall fail; resNotFound until it is set.

@@ -1,11 +1,11 @@
 #include "Script.h"
 
+#include "Calls.h"
+
 #include <toolbox/TextUtils.h>
 
 #include <cstdio>
 #include <cstring>
-
-#include "Calls.h"
 
 namespace fakes {
 
@@ -35,7 +35,7 @@ extern "C" {
 
 Boolean FillParseTable(CharByteTable outTable, ScriptCode inScript) {
     Log(CallText("FillParseTable", inScript));
-    ScriptCode const script = inScript == smCurrentScript ? sCurrentScript : inScript;
+    const ScriptCode script = inScript == smCurrentScript ? sCurrentScript : inScript;
     for (int byte = 0; byte < 256; ++byte)
         outTable[byte] = script == smJapanese && IsJapaneseFirstByte(byte);
     return true;

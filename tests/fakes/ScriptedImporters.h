@@ -17,7 +17,7 @@ struct ImporterScript {
     Import mpeg4;
     Import adts;
     Import general;
-    std::vector<std::string> asked;          // in order: "mpeg4", "adts", "general"
+    std::vector<std::string> asked;  // in order: "mpeg4", "adts", "general"
     // What the last was given.
     toolbox::movies::ImportOptions options;
     std::shared_ptr<const toolbox::movies::MediaFile> file;

@@ -1,13 +1,13 @@
 #include "System.h"
 
+#include "Calls.h"
+
 #include <toolbox/CFUUID.h>
 #include <toolbox/Events.h>
 #include <toolbox/Script.h>
 
 #include <map>
 #include <set>
-
-#include "Calls.h"
 
 namespace fakes {
 
@@ -48,7 +48,7 @@ void ScriptGestalt(OSType inSelector, SInt32 inResponse, OSErr inError) {
     TheScript().gestalt[inSelector] = {inResponse, inError};
 }
 
-void ScriptProcess(OSErr inError, FSSpec const& inFile) {
+void ScriptProcess(OSErr inError, const FSSpec& inFile) {
     TheScript().processError = inError;
     TheScript().processFile = inFile;
 }
@@ -85,7 +85,7 @@ int LiveIdentifiers() {
 
 bool ReleaseIdentifier(CFTypeRef inObject) {
     if (Identifiers().erase(inObject) == 0) return false;
-    delete static_cast<UInt8 const*>(inObject);
+    delete static_cast<const UInt8*>(inObject);
     return true;
 }
 
@@ -99,7 +99,7 @@ using namespace fakes;
 
 OSErr Gestalt(OSType inSelector, SInt32* outResponse) {
     Log(CallText("Gestalt", inSelector));
-    auto const found = TheScript().gestalt.find(inSelector);
+    const auto found = TheScript().gestalt.find(inSelector);
     if (found == TheScript().gestalt.end()) return gestaltUndefSelectorErr;
     *outResponse = found->second.response;
     return found->second.error;
@@ -136,7 +136,7 @@ OSErr PBHGetVInfoSync(HParmBlkPtr ioBlock) {
 UInt32 TickCount(void) {
     Script& script = TheScript();
     ++script.ticksAsked;
-    UInt32 const ticks = script.ticks;
+    const UInt32 ticks = script.ticks;
     if (script.ticksAdvance) ++script.ticks;
     return ticks;
 }
@@ -154,7 +154,7 @@ CFUUIDRef CFUUIDCreate(CFAllocatorRef) {
 
 CFUUIDBytes CFUUIDGetUUIDBytes(CFUUIDRef inUUID) {
     CFUUIDBytes bytes = {};
-    UInt8 next = *reinterpret_cast<UInt8 const*>(inUUID);
+    UInt8 next = *reinterpret_cast<const UInt8*>(inUUID);
     for (UInt8* byte = &bytes.byte0; byte <= &bytes.byte15; ++byte)
         *byte = next++;
     return bytes;

@@ -14,7 +14,7 @@ namespace fakes {
 void ScriptGestalt(OSType inSelector, SInt32 inResponse, OSErr inError = noErr);
 
 // The file of the process; an error leaves the file alone.
-void ScriptProcess(OSErr inError, FSSpec const& inFile);
+void ScriptProcess(OSErr inError, const FSSpec& inFile);
 
 // What GetScriptVariable answers for the system script and the language.
 void SetSystemLanguage(SInt32 inLanguage);

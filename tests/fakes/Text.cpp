@@ -1,15 +1,15 @@
 #include "Text.h"
 
+#include "Calls.h"
+#include "CountedString.h"
+#include "Frameworks.h"
+#include "System.h"
+
 #include <toolbox/TextEncoding.h>
 
 #include <algorithm>
 #include <cstring>
 #include <set>
-
-#include "Calls.h"
-#include "CountedString.h"
-#include "Frameworks.h"
-#include "System.h"
 
 extern "C" const char kCFStringTypeMarker = 0;
 
@@ -31,8 +31,8 @@ Script& TheScript() {
     return sScript;
 }
 
-std::set<void const*>& Strings() {
-    static auto& sStrings = *new std::set<void const*>;
+std::set<const void*>& Strings() {
+    static auto& sStrings = *new std::set<const void*>;
     return sStrings;
 }
 
@@ -41,8 +41,8 @@ int& AskedCount() {
     return sAskedCount;
 }
 
-CFConstantString const& Image(CFTypeRef inString) {
-    auto const& image = *static_cast<CFConstantString const*>(inString);
+const CFConstantString& Image(CFTypeRef inString) {
+    const auto& image = *static_cast<const CFConstantString*>(inString);
     if (image.typeMarker != &kCFStringTypeMarker) ReportMisuse("an object that is no string");
     return image;
 }
@@ -55,13 +55,13 @@ constexpr RomanCharacter kRoman[] = {
     {0x80, 0x00C4}, {0x8E, 0x00E9}, {0x9F, 0x00FC}, {0xA9, 0x00A9}, {0xDB, 0x20AC}};
 
 std::optional<char16_t> RomanToUnicode(unsigned char inByte) {
-    for (RomanCharacter const& known : kRoman)
+    for (const RomanCharacter& known : kRoman)
         if (known.byte == inByte) return known.character;
     return std::nullopt;
 }
 
 std::optional<char> UnicodeToRoman(char16_t inCharacter) {
-    for (RomanCharacter const& known : kRoman)
+    for (const RomanCharacter& known : kRoman)
         if (known.character == inCharacter) return static_cast<char>(known.byte);
     return std::nullopt;
 }
@@ -70,8 +70,8 @@ std::optional<char> UnicodeToRoman(char16_t inCharacter) {
 std::optional<std::u16string> DecodeUTF8(std::string_view inBytes) {
     std::u16string characters;
     for (std::size_t i = 0; i < inBytes.size();) {
-        auto const first = static_cast<unsigned char>(inBytes[i++]);
-        int const following = first < 0x80 ? 0 : (first & 0xE0) == 0xC0 ? 1 : (first & 0xF0) == 0xE0 ? 2 : -1;
+        const auto first = static_cast<unsigned char>(inBytes[i++]);
+        const int following = first < 0x80 ? 0 : (first & 0xE0) == 0xC0 ? 1 : (first & 0xF0) == 0xE0 ? 2 : -1;
         if (following < 0 || inBytes.size() - i < static_cast<std::size_t>(following)) return std::nullopt;
         char32_t value = following == 0 ? first : following == 1 ? first & 0x1F : first & 0x0F;
         for (int k = 0; k < following; ++k, ++i) {
@@ -85,7 +85,7 @@ std::optional<std::u16string> DecodeUTF8(std::string_view inBytes) {
 
 std::optional<std::string> EncodeUTF8(std::u16string_view inCharacters) {
     std::string bytes;
-    for (char16_t const c : inCharacters) {
+    for (const char16_t c : inCharacters) {
         if (c >= 0xD800 && c < 0xE000) return std::nullopt;
         if (c < 0x80)
             bytes += static_cast<char>(c);
@@ -101,7 +101,7 @@ std::optional<std::string> EncodeUTF8(std::u16string_view inCharacters) {
 std::optional<std::string> Encode(std::u16string_view inCharacters, CFStringEncoding inEncoding) {
     if (inEncoding == kCFStringEncodingUTF8) return EncodeUTF8(inCharacters);
     std::string bytes;
-    for (char16_t const c : inCharacters) {
+    for (const char16_t c : inCharacters) {
         std::optional<char> byte;
         if (c < 0x80)
             byte = static_cast<char>(c);
@@ -116,11 +116,11 @@ std::optional<std::string> Encode(std::u16string_view inCharacters, CFStringEnco
 }  // namespace
 
 std::u16string_view Characters(CFStringRef inString) {
-    CFConstantString const& image = Image(inString);
+    const CFConstantString& image = Image(inString);
     return {image.characters, static_cast<std::size_t>(image.length)};
 }
 
-CFStringRef MakeString(std::optional<std::u16string> const& inCharacters) {
+CFStringRef MakeString(const std::optional<std::u16string>& inCharacters) {
     if (!inCharacters) return nullptr;
     auto* const string = new CountedString{{}, *inCharacters};
     string->image = {&kCFStringTypeMarker, 1, static_cast<CFIndex>(string->characters.size()),
@@ -129,7 +129,7 @@ CFStringRef MakeString(std::optional<std::u16string> const& inCharacters) {
     return reinterpret_cast<CFStringRef>(string);
 }
 
-void SetCharacters(CFMutableStringRef ioString, std::u16string const& inCharacters) {
+void SetCharacters(CFMutableStringRef ioString, const std::u16string& inCharacters) {
     void* const object = const_cast<struct OpaqueCFString*>(ioString);
     if (Strings().count(object) == 0) return ReportMisuse("a change of a string that is not live");
     auto& string = *static_cast<CountedString*>(object);
@@ -141,8 +141,8 @@ void SetCharacters(CFMutableStringRef ioString, std::u16string const& inCharacte
 std::optional<std::u16string> Decode(std::string_view inBytes, CFStringEncoding inEncoding) {
     if (inEncoding == kCFStringEncodingUTF8) return DecodeUTF8(inBytes);
     std::u16string characters;
-    for (char const byte : inBytes) {
-        auto const value = static_cast<unsigned char>(byte);
+    for (const char byte : inBytes) {
+        const auto value = static_cast<unsigned char>(byte);
         std::optional<char16_t> character;
         if (value < 0x80)
             character = value;
@@ -247,12 +247,12 @@ UniChar CFStringGetCharacterAtIndex(CFStringRef inString, CFIndex inIndex) {
 Boolean CFStringGetCString(CFStringRef inString, char* outBuffer, CFIndex inBufferSize,
                            CFStringEncoding inEncoding) {
     Log(CallText("CFStringGetCString", inBufferSize, inEncoding));
-    auto const bytes = Encode(Characters(inString), inEncoding);
+    const auto bytes = Encode(Characters(inString), inEncoding);
     if (TheScript().refusedCStrings.count(inEncoding) != 0 || !bytes ||
         inBufferSize <= static_cast<CFIndex>(bytes->size())) {
         // A buffer after a failure is unspecified: spoil what there is of it, but leave it a string.
         if (inBufferSize < 1) return 0;
-        auto const last = static_cast<std::size_t>(inBufferSize - 1);
+        const auto last = static_cast<std::size_t>(inBufferSize - 1);
         std::memset(outBuffer, '?', last);
         outBuffer[last] = '\0';
         return 0;
@@ -264,7 +264,7 @@ Boolean CFStringGetCString(CFStringRef inString, char* outBuffer, CFIndex inBuff
 Boolean CFStringGetPascalString(CFStringRef inString, StringPtr outBuffer, CFIndex inBufferSize,
                                 CFStringEncoding inEncoding) {
     Log(CallText("CFStringGetPascalString", inBufferSize, inEncoding));
-    auto const bytes = Encode(Characters(inString), inEncoding);
+    const auto bytes = Encode(Characters(inString), inEncoding);
     if (TheScript().refusedPascalStrings.count(inEncoding) != 0 || !bytes || bytes->size() > 255 ||
         inBufferSize <= static_cast<CFIndex>(bytes->size())) {
         if (inBufferSize > 0) std::memset(outBuffer, '?', static_cast<std::size_t>(inBufferSize));
@@ -284,7 +284,7 @@ CFComparisonResult CFStringCompare(CFStringRef inString1, CFStringRef inString2,
         std::transform(left.begin(), left.end(), left.begin(), Folded);
         std::transform(right.begin(), right.end(), right.begin(), Folded);
     }
-    int const order = left.compare(right);
+    const int order = left.compare(right);
     return order < 0 ? kCFCompareLessThan : order > 0 ? kCFCompareGreaterThan : kCFCompareEqualTo;
 }
 
@@ -300,8 +300,8 @@ TextEncoding GetApplicationTextEncoding(void) {
 OSStatus GetTextAndEncodingFromCFString(CFStringRef inString, UInt8* outText, ByteCount inTextMaxLength,
                                         ByteCount* outTextLength, TextEncoding* outEncoding) {
     Log(CallText("GetTextAndEncodingFromCFString", inTextMaxLength));
-    auto const bytes = Encode(Characters(inString), kCFStringEncodingMacRoman);
-    BestFit const bestFit = TheScript().bestFit;
+    const auto bytes = Encode(Characters(inString), kCFStringEncodingMacRoman);
+    const BestFit bestFit = TheScript().bestFit;
     if (bestFit == BestFit::kFails ||
         (bestFit == BestFit::kMacRoman && (!bytes || bytes->size() > inTextMaxLength)))
         return -50;

@@ -1,10 +1,10 @@
+#include "Calls.h"
+#include "CountedString.h"
+
 #include <toolbox/CFDateFormatter.h>
 
 #include <algorithm>
 #include <cstdarg>
-
-#include "Calls.h"
-#include "CountedString.h"
 
 namespace fakes {
 
@@ -30,13 +30,13 @@ std::u16string Part(CFStringRef inString, CFRange inRange) {
                                  static_cast<std::size_t>(inRange.length));
 }
 
-std::u16string Widened(std::string const& inText) {
+std::u16string Widened(const std::string& inText) {
     return {inText.begin(), inText.end()};
 }
 
 // Every occurrence, none overlapping one before it.
-std::u16string ReplacedAll(std::u16string const& inText, std::u16string const& inFind,
-                           std::u16string const& inWith, CFStringCompareFlags inFlags, CFIndex& outCount) {
+std::u16string ReplacedAll(const std::u16string& inText, const std::u16string& inFind,
+                           const std::u16string& inWith, CFStringCompareFlags inFlags, CFIndex& outCount) {
     outCount = 0;
     std::u16string const find = Comparable(inFind, inFlags);
     std::u16string result;
@@ -118,7 +118,7 @@ void CFStringGetCharacters(CFStringRef inString, CFRange inRange, UniChar* outCh
 CFComparisonResult CFStringCompareWithOptions(CFStringRef inString1, CFStringRef inString2, CFRange inRange,
                                               CFStringCompareFlags inFlags) {
     Log(CallText("CFStringCompareWithOptions", inRange.location, inRange.length, inFlags));
-    int const order =
+    const int order =
         Comparable(Part(inString1, inRange), inFlags).compare(Comparable(Text(inString2), inFlags));
     return order < 0 ? kCFCompareLessThan : order > 0 ? kCFCompareGreaterThan : kCFCompareEqualTo;
 }
@@ -129,7 +129,7 @@ Boolean CFStringFindWithOptions(CFStringRef inString, CFStringRef inFind, CFRang
     std::u16string const text = Comparable(Part(inString, inRange), inFlags);
     std::u16string const find = Comparable(Text(inFind), inFlags);
     if (find.empty() || find.size() > text.size()) return 0;
-    bool const isBackwards = (inFlags & kCFCompareBackwards) != 0;
+    const bool isBackwards = (inFlags & kCFCompareBackwards) != 0;
     std::size_t const anchor = isBackwards ? text.size() - find.size() : 0;
     std::size_t const at = isBackwards ? text.rfind(find) : text.find(find);
     if (at == std::u16string::npos || ((inFlags & kCFCompareAnchored) != 0 && at != anchor)) return 0;
@@ -184,7 +184,7 @@ void CFStringCapitalize(CFMutableStringRef ioString, CFLocaleRef inLocale) {
 // Knows e acute only.
 void CFStringNormalize(CFMutableStringRef ioString, CFStringNormalizationForm inForm) {
     Log(CallText("CFStringNormalize", inForm));
-    bool const composes = inForm == kCFStringNormalizationFormC || inForm == kCFStringNormalizationFormKC;
+    const bool composes = inForm == kCFStringNormalizationFormC || inForm == kCFStringNormalizationFormKC;
     std::u16string const composed = u"\u00E9", decomposed = u"e\u0301";
     CFIndex ignored = 0;
     SetCharacters(ioString, ReplacedAll(Text(ioString), composes ? decomposed : composed,
@@ -204,7 +204,7 @@ CFDateFormatterRef CFDateFormatterCreate(CFAllocatorRef, CFLocaleRef inLocale,
     if (inLocale == nullptr || Characters(reinterpret_cast<CFStringRef>(inLocale)) != u"locale")
         ReportMisuse("CFDateFormatterCreate of no locale");
     std::string const styles = std::to_string(inDateStyle) + "/" + std::to_string(inTimeStyle);
-    auto const* const formatter = MakeString(Widened(styles));
+    const auto* const formatter = MakeString(Widened(styles));
     return reinterpret_cast<CFDateFormatterRef>(const_cast<CFMutableStringRef>(formatter));
 }
 

@@ -1,3 +1,6 @@
+#include "fakes/Calls.h"
+#include "fakes/Frameworks.h"
+
 #include <files/UBundle.h>
 #include <files/UCarbon.h>
 #include <gtest/gtest.h>
@@ -5,9 +8,6 @@
 
 #include <string>
 #include <vector>
-
-#include "fakes/Calls.h"
-#include "fakes/Frameworks.h"
 
 namespace {
 
@@ -65,7 +65,7 @@ TEST_P(LoadFrameworkBundleTest, LooksInOneFolderOnly) {
 TEST_P(LoadFrameworkBundleTest, GivesAReferenceOfItsOwnEachTime) {
     fakes::PutFramework("Movies.framework", {});
     EXPECT_EQ(noErr, Load());
-    CFBundleRef const first = mBundle;
+    const CFBundleRef first = mBundle;
     EXPECT_EQ(noErr, Load());
     EXPECT_EQ(2, fakes::LiveBundles());
     CFRelease(first);
@@ -73,7 +73,7 @@ TEST_P(LoadFrameworkBundleTest, GivesAReferenceOfItsOwnEachTime) {
 }
 
 TEST_P(LoadFrameworkBundleTest, FolderStatusIsPassedOn) {
-    for (OSErr const error : {OSErr{fnfErr}, OSErr{nsvErr}, OSErr{-1}, OSErr{1}, OSErr{-32768}}) {
+    for (const OSErr error : {OSErr{fnfErr}, OSErr{nsvErr}, OSErr{-1}, OSErr{1}, OSErr{-32768}}) {
         fakes::StartScenario();
         fakes::FailCall(1);
         fakes::SetErrorOfFolders(error);
@@ -112,7 +112,7 @@ TEST_P(LoadFrameworkBundleTest, EveryFailingCallInTurn) {
         fakes::StartScenario();
         fakes::PutFramework("Movies.framework", {});
         fakes::FailCall(failing);
-        OSStatus const status = Load();
+        const OSStatus status = Load();
         if (!fakes::FailureDelivered()) {
             EXPECT_EQ(noErr, status);
             EXPECT_EQ(6, failing);

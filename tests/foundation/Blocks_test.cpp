@@ -1,3 +1,6 @@
+#include "fakes/Calls.h"
+#include "foundation/LongBlocks.h"
+
 #include <foundation/Blocks.h>
 #include <gtest/gtest.h>
 
@@ -6,9 +9,6 @@
 #include <random>
 #include <string>
 #include <vector>
-
-#include "fakes/Calls.h"
-#include "foundation/LongBlocks.h"
 
 namespace {
 
@@ -53,7 +53,7 @@ TEST(Blocks, OrderOfTwoLengths) {
     EXPECT_EQ(0, BlockCompare("", "", 0UL, 0UL));
 }
 
-long CompareByALoop(unsigned char const* inLeft, unsigned char const* inRight, unsigned long inByteCount) {
+long CompareByALoop(const unsigned char* inLeft, const unsigned char* inRight, unsigned long inByteCount) {
     for (unsigned long i = 0; i < inByteCount; ++i)
         if (inLeft[i] != inRight[i]) return long{inLeft[i]} - long{inRight[i]};
     return 0;
@@ -69,9 +69,9 @@ TEST(Blocks, AgainstAPlainLoop) {
         std::vector<unsigned char> right = left;
         for (unsigned changes = static_cast<unsigned>(random() % 3); changes > 0 && length > 0; --changes)
             right[1 + random() % length] = static_cast<unsigned char>(random());
-        unsigned char const* const one = left.data() + 1;
-        unsigned char const* const other = right.data() + 1;
-        long const expected = CompareByALoop(one, other, length);
+        const unsigned char* const one = left.data() + 1;
+        const unsigned char* const other = right.data() + 1;
+        const long expected = CompareByALoop(one, other, length);
         EXPECT_EQ(expected, BlockCompare(one, other, length)) << length;
         EXPECT_EQ(-expected, BlockCompare(other, one, length)) << length;
         EXPECT_EQ(expected == 0, BlocksAreEqual(one, other, length)) << length;
@@ -86,8 +86,8 @@ TEST(Blocks, FirstDifferenceCounts) {
     std::vector<unsigned long> lengths(140);
     std::iota(lengths.begin(), lengths.end(), 1);
     lengths.insert(lengths.end(), {255, 256, 257, 384, 385, 600, 4096, 4097, 4106});
-    for (unsigned long const length : lengths) {
-        std::vector<unsigned char> const left(length, 0x80);
+    for (const unsigned long length : lengths) {
+        const std::vector<unsigned char> left(length, 0x80);
         for (unsigned long at = 0; at < length; ++at) {
             std::vector<unsigned char> right = left;
             right[length - 1] = 0;
@@ -109,7 +109,7 @@ TEST(Blocks, ClearMem) {
             std::memset(bytes, 0xAA, sizeof bytes);
             ClearMem(bytes + start, length);
             for (unsigned long i = 0; i < sizeof bytes; ++i) {
-                bool const isInside = i >= start && i < start + static_cast<unsigned long>(length);
+                const bool isInside = i >= start && i < start + static_cast<unsigned long>(length);
                 ASSERT_EQ(isInside ? 0 : 0xAA, bytes[i]) << start << " " << length << " " << i;
             }
         }

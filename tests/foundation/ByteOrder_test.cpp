@@ -1,3 +1,5 @@
+#include "support/PageEnd.h"
+
 #include <foundation/ByteOrder.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,8 +11,6 @@
 #include <numeric>
 #include <random>
 #include <vector>
-
-#include "support/PageEnd.h"
 
 namespace {
 
@@ -40,12 +40,12 @@ Bytes Reversed(Bytes inBytes, long inByteCount, long inUnit) {
 }
 
 struct BlockSwapper {
-    char const* name;
+    const char* name;
     void (*function)(void*, long);
     long unit;
     long bytesBeyond;  // that the caller must own
 };
-void PrintTo(BlockSwapper const& inSwapper, std::ostream* ioStream) {
+void PrintTo(const BlockSwapper& inSwapper, std::ostream* ioStream) {
     *ioStream << inSwapper.name;
 }
 
@@ -55,14 +55,14 @@ INSTANTIATE_TEST_SUITE_P(All, BlockSwapperTest,
                                            BlockSwapper{"SwapBytesLong", SwapBytesLong, 4, 0},
                                            BlockSwapper{"SwapBytes24", SwapBytes24, 3, 1},
                                            BlockSwapper{"SwapBytes64", SwapBytes64, 8, 0}),
-                         [](auto const& inInfo) { return inInfo.param.name; });
+                         [](const auto& inInfo) { return inInfo.param.name; });
 
 TEST_P(BlockSwapperTest, ReversesWholeUnitsAndLeavesTheRest) {
     for (long byteCount = 0; byteCount <= 70; ++byteCount) {
-        long const swapped = byteCount / GetParam().unit * GetParam().unit;
+        const long swapped = byteCount / GetParam().unit * GetParam().unit;
         Bytes bytes =
             RandomBytes(static_cast<std::size_t>(std::max(byteCount, swapped + GetParam().bytesBeyond)));
-        Bytes const expected = Reversed(bytes, byteCount, GetParam().unit);
+        const Bytes expected = Reversed(bytes, byteCount, GetParam().unit);
         GetParam().function(bytes.data(), byteCount);
         EXPECT_EQ(expected, bytes) << byteCount;
     }
@@ -72,8 +72,8 @@ TEST_P(BlockSwapperTest, AnyAlignment) {
     for (std::size_t offset = 0; offset < 16; ++offset) {
         constexpr long kByteCount = 24 * 40;
         Bytes bytes = RandomBytes(offset + kByteCount + 1);
-        Bytes const tail(bytes.begin() + static_cast<long>(offset), bytes.end());
-        Bytes const expected = Reversed(tail, kByteCount, GetParam().unit);
+        const Bytes tail(bytes.begin() + static_cast<long>(offset), bytes.end());
+        const Bytes expected = Reversed(tail, kByteCount, GetParam().unit);
         GetParam().function(bytes.data() + offset, kByteCount);
         EXPECT_EQ(expected, Bytes(bytes.begin() + static_cast<long>(offset), bytes.end())) << offset;
     }
@@ -82,7 +82,7 @@ TEST_P(BlockSwapperTest, AnyAlignment) {
 TEST_P(BlockSwapperTest, TwiceIsTheIdentity) {
     for (long byteCount : {1, 2, 3, 7, 8, 100, 1001, 44100}) {
         Bytes bytes = RandomBytes(static_cast<std::size_t>(byteCount) + 1);
-        Bytes const original = bytes;
+        const Bytes original = bytes;
         GetParam().function(bytes.data(), byteCount);
         GetParam().function(bytes.data(), byteCount);
         EXPECT_EQ(original, bytes) << byteCount;
@@ -117,7 +117,7 @@ TEST(SwapBytes24Test, TheByteAfterTheUnitsIsKept) {
 
 // The seventh byte is read and written back as it is, so it has to be there and may not be constant.
 TEST(SwapBytes24Test, TouchesFourBytesForEachUnit) {
-    for (auto const beyond : {support::PageEnd::kNothing, support::PageEnd::kReadOnly}) {
+    for (const auto beyond : {support::PageEnd::kNothing, support::PageEnd::kReadOnly}) {
         support::PageEnd const bytes(6, beyond);
         EXPECT_EXIT((SwapBytes24(bytes.Bytes(), 6), std::_Exit(0)), support::IsKilled, "") << beyond;
     }
@@ -135,14 +135,14 @@ TEST(SwapBytes64Test, OneUnitAndFourBytesLeft) {
 
 TEST(SwapSectorsTest, OneSectorIs1176Samples) {
     Bytes bytes = RandomBytes(2352 + 4);
-    Bytes const expected = Reversed(bytes, 2352, 2);
+    const Bytes expected = Reversed(bytes, 2352, 2);
     SwapSectors(reinterpret_cast<char*>(bytes.data()), 1);
     EXPECT_EQ(expected, bytes);
 }
 
 TEST(SwapSectorsTest, NoneAndSeveral) {
     Bytes bytes = RandomBytes(2352 * 3);
-    Bytes const original = bytes;
+    const Bytes original = bytes;
     SwapSectors(reinterpret_cast<char*>(bytes.data()), 0);
     EXPECT_EQ(original, bytes);
     SwapSectors(reinterpret_cast<char*>(bytes.data()), 3);
@@ -152,11 +152,11 @@ TEST(SwapSectorsTest, NoneAndSeveral) {
 }
 
 struct BlockMover {
-    char const* name;
-    void (*function)(void const*, void*, long);
+    const char* name;
+    void (*function)(const void*, void*, long);
     long unit;
 };
-void PrintTo(BlockMover const& inMover, std::ostream* ioStream) {
+void PrintTo(const BlockMover& inMover, std::ostream* ioStream) {
     *ioStream << inMover.name;
 }
 
@@ -167,12 +167,12 @@ INSTANTIATE_TEST_SUITE_P(
                       BlockMover{"Long", BlockMoveDataSwappedLong, 4},
                       BlockMover{"ShortAltivecAligned", BlockMoveDataSwappedShortAltivecAligned, 2},
                       BlockMover{"LongAltivecAligned", BlockMoveDataSwappedLongAltivecAligned, 4}),
-    [](auto const& inInfo) { return inInfo.param.name; });
+    [](const auto& inInfo) { return inInfo.param.name; });
 
 TEST_P(BlockMoverTest, WritesWholeUnitsOnly) {
     for (long byteCount = -5; byteCount <= 70; ++byteCount) {
-        auto const size = static_cast<std::size_t>(std::max(byteCount, 0L));
-        Bytes const source = RandomBytes(size);
+        const auto size = static_cast<std::size_t>(std::max(byteCount, 0L));
+        const Bytes source = RandomBytes(size);
         Bytes destination(size, 0xEE);
         Bytes expected = Reversed(source, byteCount, GetParam().unit);
         std::fill(expected.begin() + std::max(byteCount, 0L) / GetParam().unit * GetParam().unit,
@@ -183,7 +183,7 @@ TEST_P(BlockMoverTest, WritesWholeUnitsOnly) {
 }
 
 TEST_P(BlockMoverTest, OntoItselfAndTwice) {
-    Bytes const original = RandomBytes(1000);
+    const Bytes original = RandomBytes(1000);
     Bytes bytes = original;
     GetParam().function(bytes.data(), bytes.data(), 1000);
     EXPECT_EQ(Reversed(original, 1000, GetParam().unit), bytes);
@@ -259,7 +259,7 @@ HFSUniStr255 Name(UInt16 inLength) {
 }
 
 // How many characters Swap touched, when those are the first ones; else -1.
-int SwappedCharacters(HFSUniStr255 const& inBefore, HFSUniStr255 const& inAfter) {
+int SwappedCharacters(const HFSUniStr255& inBefore, const HFSUniStr255& inAfter) {
     int count = 0;
     while (count < 255 && inBefore.unicode[count] != inAfter.unicode[count])
         ++count;
@@ -272,7 +272,7 @@ int SwappedCharacters(HFSUniStr255 const& inBefore, HFSUniStr255 const& inAfter)
 }
 
 TEST(UPlatformsTest, NativeNameOfThreeCharactersAndBack) {
-    HFSUniStr255 const original = Name(3);
+    const HFSUniStr255 original = Name(3);
     HFSUniStr255 name = original;
     UPlatforms::Swap(name);
     EXPECT_EQ(768, name.length);
@@ -286,8 +286,8 @@ TEST(UPlatformsTest, NameLengths) {
         UInt16 length;
         int swappedCharacters;
     } const cases[] = {{0, 0}, {1, 1}, {255, 255}, {0x0100, 1}, {0xFF00, 255}, {0x0101, 255}, {0xFFFF, 255}};
-    for (auto const& each : cases) {
-        HFSUniStr255 const original = Name(each.length);
+    for (const auto& each : cases) {
+        const HFSUniStr255 original = Name(each.length);
         HFSUniStr255 name = original;
         UPlatforms::Swap(name);
         EXPECT_EQ(static_cast<UInt16>(each.length << 8 | each.length >> 8), name.length) << each.length;

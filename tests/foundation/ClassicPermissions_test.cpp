@@ -1,13 +1,13 @@
+#include "GuardTest.h"
+#include "fakes/Catalogue.h"
+#include "fakes/System.h"
+
 #include <foundation/ClassicPermissions.h>
 #include <gtest/gtest.h>
 #include <toolbox/MacErrors.h>
 
 #include <string>
 #include <vector>
-
-#include "GuardTest.h"
-#include "fakes/Catalogue.h"
-#include "fakes/System.h"
 
 namespace {
 

@@ -1,5 +1,7 @@
 // The ring around a default button as it looks. Each picture is left as a PNG file in the folder of the build
 // tree that belongs to the test, for a person to look at, and compared pixel by pixel after it was read back.
+#include "platform/interface/DialogTest.h"
+
 #include <foundation/DialogItems.h>
 #include <gtest/gtest.h>
 #include <png.h>
@@ -13,8 +15,6 @@
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include "platform/interface/DialogTest.h"
 
 namespace {
 

@@ -1,3 +1,9 @@
+#include "GuardTest.h"
+#include "fakes/Drawing.h"
+#include "fakes/System.h"
+#include "fakes/Text.h"
+#include "foundation/SystemStatics.h"
+
 #include <foundation/DialogItems.h>
 #include <gtest/gtest.h>
 #include <toolbox/TextEncoding.h>
@@ -5,12 +11,6 @@
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include "GuardTest.h"
-#include "fakes/Drawing.h"
-#include "fakes/System.h"
-#include "fakes/Text.h"
-#include "foundation/SystemStatics.h"
 
 namespace {
 
@@ -78,7 +78,7 @@ TEST_F(DialogItemsTest, FlashButtonWhileTicksWrap) {
 }
 
 TEST_F(DialogItemsTest, NothingElseFlashes) {
-    for (DialogItemType const type : {0, 5, 6, 7, 8, 16, 32, 64, 132}) {
+    for (const DialogItemType type : {0, 5, 6, 7, 8, 16, 32, 64, 132}) {
         fakes::SetDialogItem(type, Item(), kBox);
         FlashButton(fakes::TheDialog(), 2);
         EXPECT_EQ(0U, Count("HiliteControl")) << type;

@@ -1,11 +1,11 @@
+#include "fakes/Calls.h"
+#include "fakes/Collation.h"
+
 #include <foundation/TextUtilities.h>
 #include <gtest/gtest.h>
 #include <toolbox/MacErrors.h>
 
 #include <string_view>
-
-#include "fakes/Calls.h"
-#include "fakes/Collation.h"
 
 namespace {
 
@@ -45,7 +45,7 @@ TEST_F(FinderCompareTest, Options) {
 }
 
 TEST_F(FinderCompareTest, TheOrderIsPassedOn) {
-    for (SInt32 const order : {-4, -1, 0, 1, 3, 0x7FFFFFFF}) {
+    for (const SInt32 order : {-4, -1, 0, 1, 3, 0x7FFFFFFF}) {
         fakes::ScriptCollation(noErr, order, false);
         EXPECT_EQ(order, Compare(kIgnoreCase, kPlain));
         EXPECT_EQ(order, Compare(kIgnoreCase, kEquivalence));

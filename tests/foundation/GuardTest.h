@@ -1,15 +1,15 @@
 // What the guards' tests share: a scenario that must leave nothing behind.
 #pragma once
 
+#include "fakes/Calls.h"
+#include "fakes/Memory.h"
+
 #include <foundation/LException.h>
 #include <gtest/gtest.h>
 #include <toolbox/MacMemory.h>
 
 #include <string>
 #include <vector>
-
-#include "fakes/Calls.h"
-#include "fakes/Memory.h"
 
 class GuardTest : public ::testing::Test {
   protected:
@@ -20,11 +20,11 @@ class GuardTest : public ::testing::Test {
         EXPECT_EQ(std::vector<std::string>(), fakes::Misuses());
     }
 
-    static Handle HandleOf(std::string const& inText) {
+    static Handle HandleOf(const std::string& inText) {
         return fakes::MakeHandle({inText.begin(), inText.end()});
     }
     static std::string TextOf(Handle inHandle) {
-        std::vector<unsigned char> const bytes = fakes::HandleBytes(inHandle);
+        const std::vector<unsigned char> bytes = fakes::HandleBytes(inHandle);
         return {bytes.begin(), bytes.end()};
     }
 
@@ -33,13 +33,13 @@ class GuardTest : public ::testing::Test {
     static long CodeOf(Function inFunction) {
         try {
             inFunction();
-        } catch (LException const& exception) {
+        } catch (const LException& exception) {
             return exception.GetErrorCode();
         }
         return 1;
     }
     // How often a function was called.
-    static std::size_t Count(std::string const& inName) { return fakes::CallsOf({inName}).size(); }
+    static std::size_t Count(const std::string& inName) { return fakes::CallsOf({inName}).size(); }
 
   private:
     int mHandles = fakes::LiveHandles();

@@ -1,12 +1,12 @@
 // The guards over the real Memory and Resource Managers.
+#include "platform/resources/ResourcesTest.h"
+
 #include <foundation/Blocks.h>
 #include <foundation/LException.h>
 #include <foundation/StHandleBlock.h>
 #include <foundation/StHandleState.h>
 #include <foundation/StPointerBlock.h>
 #include <foundation/StResource.h>
-
-#include "platform/resources/ResourcesTest.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ template <typename Function>
 long CodeOf(Function inFunction) {
     try {
         inFunction();
-    } catch (LException const& exception) {
+    } catch (const LException& exception) {
         return exception.GetErrorCode();
     }
     return 1;
@@ -34,10 +34,10 @@ class GuardsOnToolboxTest : public ResourcesTest {
 };
 
 TEST_F(GuardsOnToolboxTest, HandleStates) {
-    StHandleBlock const block(10, true, false);
+    const StHandleBlock block(10, true, false);
     {
-        StHandleState const state(block.Get());
-        StHandleLocker const locker(block.Get());
+        const StHandleState state(block.Get());
+        const StHandleLocker locker(block.Get());
         EXPECT_EQ(kHandleLockedBit, static_cast<UInt8>(HGetState(block.Get())));
         HPurge(block.Get());
     }
@@ -46,8 +46,8 @@ TEST_F(GuardsOnToolboxTest, HandleStates) {
 }
 
 TEST_F(GuardsOnToolboxTest, MemoryThatCannotBeHad) {
-    StHandleBlock const block(100, true, false);
-    StPointerBlock const pointer(100, true, true);
+    const StHandleBlock block(100, true, false);
+    const StPointerBlock pointer(100, true, true);
     SetMemoryLimit(GetMemoryInUse() + 50);
     EXPECT_EQ(memFullErr, CodeOf([] { StHandleBlock const none(100, true, true); }));
     EXPECT_EQ(memFullErr, CodeOf([] { StClearHandleBlock const none(100, true); }));
@@ -61,11 +61,11 @@ TEST_F(GuardsOnToolboxTest, MemoryThatCannotBeHad) {
 
 TEST_F(GuardsOnToolboxTest, ResourceInAHandleBlock) {
     Open(MakeFile("f", {ImageOf(kText, 1, "one")}));
-    UInt64 const before = GetLiveHandleCount();
+    const UInt64 before = GetLiveHandleCount();
     {
-        StHandleBlock const block(GetResource(kText, 1));
+        const StHandleBlock block(GetResource(kText, 1));
         EXPECT_TRUE(block.IsAResource());
-        StHandleBlock const copy(block);
+        const StHandleBlock copy(block);
         EXPECT_FALSE(copy.IsAResource());
         EXPECT_EQ("one", TextOf(copy.Get()));
     }
@@ -75,14 +75,14 @@ TEST_F(GuardsOnToolboxTest, ResourceInAHandleBlock) {
 
 TEST_F(GuardsOnToolboxTest, Resources) {
     Open(MakeFile("f", {ImageOf(kText, 1, "one", "name")}));
-    UInt64 const before = GetLiveHandleCount();
+    const UInt64 before = GetLiveHandleCount();
     {
         StResource resource(kText, kOne, true, true);
         EXPECT_EQ("one", TextOf(resource.Get()));
         EXPECT_EQ("one", TextOf(resource.GetResource(kText, PascalText("name"), true, false)));
         EXPECT_EQ("one", TextOf(resource.GetIndResource(kText, kOne, true, false)));
         resource.Detach();
-        StResource const again(kText, kOne, true, false);
+        const StResource again(kText, kOne, true, false);
         EXPECT_NE(resource.Get(), again.Get());
     }
     EXPECT_EQ(before, GetLiveHandleCount());
@@ -99,7 +99,7 @@ TEST_F(GuardsOnToolboxTest, ResourcesThatAreMissing) {
 TEST_F(GuardsOnToolboxTest, PointerBlocks) {
     StClearPointerBlock block(5, true);
     block.Get()[4] = 'x';
-    StPointerBlock const copy(block);
+    const StPointerBlock copy(block);
     EXPECT_EQ(5, GetPtrSize(copy.Get()));
     EXPECT_TRUE(BlocksAreEqual(block.Get(), copy.Get(), 5));
 }

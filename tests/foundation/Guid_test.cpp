@@ -1,14 +1,14 @@
+#include "GuardTest.h"
+#include "fakes/Movies.h"
+#include "fakes/System.h"
+#include "foundation/SystemStatics.h"
+
 #include <foundation/Guid.h>
 #include <gtest/gtest.h>
 #include <toolbox/MacTypes.h>
 
 #include <array>
 #include <cstring>
-
-#include "GuardTest.h"
-#include "fakes/Movies.h"
-#include "fakes/System.h"
-#include "foundation/SystemStatics.h"
 
 namespace {
 

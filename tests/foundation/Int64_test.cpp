@@ -1,11 +1,11 @@
+#include "fakes/Movies.h"
+
 #include <foundation/Int64.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <limits>
 #include <type_traits>
-
-#include "fakes/Movies.h"
 
 namespace {
 
@@ -43,21 +43,21 @@ long long Wrapped(unsigned long long inBits) {
 }
 
 TEST(Int64Test, FieldsAreHighThenLow) {
-    Int64 const value(0x0123456789ABCDEFLL);
+    const Int64 value(0x0123456789ABCDEFLL);
     EXPECT_EQ(0x01234567, value.hi);
     EXPECT_EQ(0x89ABCDEFu, value.lo);
     UInt32 image[2];
     static_assert(sizeof image == sizeof value);
-    std::memcpy(image, static_cast<void const*>(&value), sizeof image);
+    std::memcpy(image, static_cast<const void*>(&value), sizeof image);
     EXPECT_EQ(0x01234567u, image[0]);
     EXPECT_EQ(0x89ABCDEFu, image[1]);
 }
 
 TEST(Int64Test, MemoryImageOnABigEndianHostIsTheInteger) {
-    long long const number = 0x0123456789ABCDEFLL;
-    Int64 const value(number);
-    bool const isBigEndian = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
-    EXPECT_EQ(isBigEndian, std::memcmp(static_cast<void const*>(&value), &number, sizeof number) == 0);
+    const long long number = 0x0123456789ABCDEFLL;
+    const Int64 value(number);
+    const bool isBigEndian = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
+    EXPECT_EQ(isBigEndian, std::memcmp(static_cast<const void*>(&value), &number, sizeof number) == 0);
 }
 
 TEST(Int64Test, IntIsSignExtended) {
@@ -70,7 +70,7 @@ TEST(Int64Test, IntIsSignExtended) {
 TEST(Int64Test, LongCarriesASigned32BitValue) {
     EXPECT_EQ(-5, Int64(-5L).LongLong());
     EXPECT_EQ(5, Int64(5L).LongLong());
-    long const pattern = static_cast<long>(0x80000000UL);
+    const long pattern = static_cast<long>(0x80000000UL);
     EXPECT_EQ(-0x80000000LL, Int64(pattern).LongLong());
 }
 
@@ -88,21 +88,21 @@ TEST(Int64Test, WideLongsAreCutTo32Bits) {
 #endif
 
 TEST(Int64Test, LongLongsKeepAll64Bits) {
-    for (long long const value : kInteresting) {
+    for (const long long value : kInteresting) {
         EXPECT_EQ(value, Int64(value).LongLong());
         EXPECT_EQ(value, Int64(static_cast<unsigned long long>(value)).LongLong());
     }
 }
 
 TEST(Int64Test, UnsignedWide) {
-    UnsignedWide const wide = {0x80000001u, 0xFFFFFFFEu};
-    Int64 const value(wide);
+    const UnsignedWide wide = {0x80000001u, 0xFFFFFFFEu};
+    const Int64 value(wide);
     EXPECT_EQ(static_cast<SInt32>(0x80000001u), value.hi);
     EXPECT_EQ(0xFFFFFFFEu, value.lo);
 }
 
 TEST(Int64Test, CopyAndAssign) {
-    Int64 const source(-0x123456789ALL);
+    const Int64 source(-0x123456789ALL);
     Int64 copy(source);
     EXPECT_EQ(source.LongLong(), copy.LongLong());
     Int64 other(0);
@@ -114,17 +114,17 @@ TEST(Int64Test, CopyAndAssign) {
 }
 
 TEST(Int64Test, Words) {
-    Int64 const value(Wrapped(0xFEDCBA9880000001ULL));
+    const Int64 value(Wrapped(0xFEDCBA9880000001ULL));
     EXPECT_EQ(-0x7FFFFFFFL, value.Lo32());
     EXPECT_EQ(0x80000001UL, value.ULo32());
     EXPECT_EQ(0xFEDCBA98UL, value.UHi32());
 }
 
 TEST(Int64Test, ArithmeticWrapsModulo2To64) {
-    for (long long const left : kInteresting) {
-        for (long long const right : kInteresting) {
-            auto const a = static_cast<unsigned long long>(left);
-            auto const b = static_cast<unsigned long long>(right);
+    for (const long long left : kInteresting) {
+        for (const long long right : kInteresting) {
+            const auto a = static_cast<unsigned long long>(left);
+            const auto b = static_cast<unsigned long long>(right);
             Int64 sum(left), difference(left), product(left);
             EXPECT_EQ(&sum, &(sum += Int64(right)));
             EXPECT_EQ(&difference, &(difference -= Int64(right)));
@@ -150,7 +150,7 @@ TEST(Int64Test, CarryAndBorrowCrossTheWords) {
 
 TEST(Int64Test, OperatorsOnItself) {
     Int64 value(0x80000000LL);
-    Int64 const& itself = value;
+    const Int64& itself = value;
     value += itself;
     EXPECT_EQ(0x100000000LL, value.LongLong());
     value *= itself;
@@ -161,8 +161,8 @@ TEST(Int64Test, OperatorsOnItself) {
 }
 
 TEST(Int64Test, ComparisonsAreSigned) {
-    for (long long const left : kInteresting) {
-        for (long long const right : kInteresting) {
+    for (const long long left : kInteresting) {
+        for (const long long right : kInteresting) {
             EXPECT_EQ(left > right, Int64(left) > Int64(right)) << left << " " << right;
             EXPECT_EQ(left < right, Int64(left) < Int64(right)) << left << " " << right;
             EXPECT_EQ(left <= right, Int64(left) <= Int64(right)) << left << " " << right;

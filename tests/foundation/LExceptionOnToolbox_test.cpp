@@ -9,8 +9,8 @@
 
 namespace {
 
-std::string Text(unsigned char const* inPascalText) {
-    return {reinterpret_cast<char const*>(inPascalText + 1), inPascalText[0]};
+std::string Text(const unsigned char* inPascalText) {
+    return {reinterpret_cast<const char*>(inPascalText + 1), inPascalText[0]};
 }
 
 TEST(LExceptionOnToolboxTest, CodeAlone) {
@@ -25,10 +25,10 @@ TEST(LExceptionOnToolboxTest, CodeAlone) {
 }
 
 TEST(LExceptionOnToolboxTest, MessageIsSharedAndShownAsAPascalString) {
-    TCFString const message("no such file", kCFStringEncodingUTF8);
+    const TCFString message("no such file", kCFStringEncodingUTF8);
     {
-        LException const exception(-43, message);
-        LException const copy(exception);
+        const LException exception(-43, message);
+        const LException copy(exception);
         EXPECT_EQ(3, CFGetRetainCount(message.StringRef()));
         EXPECT_EQ("no such file", Text(copy.GetErrorString()));
     }
@@ -36,16 +36,16 @@ TEST(LExceptionOnToolboxTest, MessageIsSharedAndShownAsAPascalString) {
 }
 
 TEST(LExceptionOnToolboxTest, LongMessagesAreCut) {
-    TCFString const message(std::string(1000, 'm').c_str(), kCFStringEncodingUTF8);
+    const TCFString message(std::string(1000, 'm').c_str(), kCFStringEncodingUTF8);
     EXPECT_EQ(std::string(255, 'm'), Text(LException(1, message).GetErrorString()));
 }
 
 TEST(Int64OnToolboxTest, MicrosecondsGoOn) {
-    auto const outerStart = std::chrono::steady_clock::now();
-    Int64 const before = Int64::Microseconds();
+    const auto outerStart = std::chrono::steady_clock::now();
+    const Int64 before = Int64::Microseconds();
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    Int64 const passed = Int64::Microseconds() - before;
-    std::chrono::duration<double, std::micro> const outer = std::chrono::steady_clock::now() - outerStart;
+    const Int64 passed = Int64::Microseconds() - before;
+    const std::chrono::duration<double, std::micro> outer = std::chrono::steady_clock::now() - outerStart;
     EXPECT_TRUE(Int64(4999) < passed) << passed.LongLong();
     EXPECT_LE(static_cast<double>(passed.LongLong()), outer.count() + 2);
 }

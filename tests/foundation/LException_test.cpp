@@ -1,12 +1,12 @@
+#include "fakes/Calls.h"
+#include "fakes/Text.h"
+
 #include <foundation/LException.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 #include <type_traits>
-
-#include "fakes/Calls.h"
-#include "fakes/Text.h"
 
 namespace {
 
@@ -21,15 +21,15 @@ class LExceptionTest : public ::testing::Test {
         EXPECT_TRUE(fakes::Misuses().empty());
     }
 
-    static std::string Text(unsigned char const* inPascalText) {
-        return {reinterpret_cast<char const*>(inPascalText + 1), inPascalText[0]};
+    static std::string Text(const unsigned char* inPascalText) {
+        return {reinterpret_cast<const char*>(inPascalText + 1), inPascalText[0]};
     }
 
   private:
     int mLiveStrings = fakes::LiveStrings();
 };
 
-TCFString ASCII(std::string const& inText) {
+TCFString ASCII(const std::string& inText) {
     return TCFString(inText.c_str(), kCFStringEncodingASCII);
 }
 
@@ -47,7 +47,7 @@ TEST_F(LExceptionTest, ThrowWithAMessage) {
     try {
         LException::Throw(-50, ASCII("no such thing"));
         FAIL() << "nothing was thrown";
-    } catch (LException const& exception) {
+    } catch (const LException& exception) {
         EXPECT_EQ(-50, exception.GetErrorCode());
         EXPECT_EQ("no such thing", Text(exception.GetErrorString()));
     }
@@ -57,7 +57,7 @@ TEST_F(LExceptionTest, CodeZeroIsThrownLikeAnyOther) {
     try {
         LException::Throw(0);
         FAIL() << "nothing was thrown";
-    } catch (LException const& exception) {
+    } catch (const LException& exception) {
         EXPECT_EQ(0, exception.GetErrorCode());
     }
 }
@@ -69,9 +69,9 @@ TEST_F(LExceptionTest, IsAStandardException) {
 
 TEST_F(LExceptionTest, WhatNeverTellsTheMessage) {
     EXPECT_STREQ("<CANNOT DISPLAY>", LException(1, TCFString::Empty).what());
-    LException const exception(1, ASCII("message"));
+    const LException exception(1, ASCII("message"));
     EXPECT_EQ(TCFString::kCannotDisplayCString, exception.what());
-    EXPECT_EQ(exception.what(), static_cast<std::exception const&>(exception).what());
+    EXPECT_EQ(exception.what(), static_cast<const std::exception&>(exception).what());
 }
 
 TEST_F(LExceptionTest, CodesAre32BitAndSigned) {
@@ -91,9 +91,9 @@ TEST_F(LExceptionTest, Setters) {
 }
 
 TEST_F(LExceptionTest, CopyTakesCodeAndMessage) {
-    LException const source(-7, ASCII("shared"));
+    const LException source(-7, ASCII("shared"));
     source.GetErrorString();
-    LException const copy(source);
+    const LException copy(source);
     EXPECT_EQ(-7, copy.GetErrorCode());
     EXPECT_EQ("shared", Text(copy.GetErrorString()));
     EXPECT_NE(source.GetErrorString(), copy.GetErrorString());
@@ -101,7 +101,7 @@ TEST_F(LExceptionTest, CopyTakesCodeAndMessage) {
 
 // Memory that both constructors are given shows whether the text buffer was touched.
 TEST_F(LExceptionTest, CopyLeavesTheTextBufferAlone) {
-    LException const source(-7, ASCII("shared"));
+    const LException source(-7, ASCII("shared"));
     source.GetErrorString();
     alignas(LException) unsigned char memory[sizeof(LException)];
     std::memset(memory, 0x5A, sizeof memory);
@@ -117,10 +117,10 @@ TEST_F(LExceptionTest, CopyLeavesTheTextBufferAlone) {
 }
 
 TEST_F(LExceptionTest, AssignmentTakesCodeAndMessageButNotTheText) {
-    LException const source(-7, ASCII("new"));
+    const LException source(-7, ASCII("new"));
     source.GetErrorString();
     LException target(1, ASCII("older"));
-    unsigned char const* const text = target.GetErrorString();
+    const unsigned char* const text = target.GetErrorString();
     EXPECT_EQ(&target, &(target = source));
     EXPECT_EQ("older", Text(text));
     EXPECT_EQ(-7, target.GetErrorCode());
@@ -133,7 +133,7 @@ TEST_F(LExceptionTest, AssignmentTakesCodeAndMessageButNotTheText) {
 
 TEST_F(LExceptionTest, LongMessagesAreCutAt255Bytes) {
     for (std::size_t length : {254u, 255u, 256u, 1000u}) {
-        LException const exception(1, ASCII(std::string(length, 'm')));
+        const LException exception(1, ASCII(std::string(length, 'm')));
         std::string const expected(std::min<std::size_t>(length, 255), 'm');
         EXPECT_EQ(expected, Text(exception.GetErrorString())) << length;
     }
@@ -142,12 +142,12 @@ TEST_F(LExceptionTest, LongMessagesAreCutAt255Bytes) {
 }
 
 TEST_F(LExceptionTest, MessageIsSharedAndReleased) {
-    TCFString const message = ASCII("counted");
-    CFIndex const count = CFGetRetainCount(message.StringRef());
+    const TCFString message = ASCII("counted");
+    const CFIndex count = CFGetRetainCount(message.StringRef());
     {
-        LException const exception(1, message);
+        const LException exception(1, message);
         EXPECT_EQ(count + 1, CFGetRetainCount(message.StringRef()));
-        LException const copy(exception);
+        const LException copy(exception);
         EXPECT_EQ(count + 2, CFGetRetainCount(message.StringRef()));
     }
     EXPECT_EQ(count, CFGetRetainCount(message.StringRef()));

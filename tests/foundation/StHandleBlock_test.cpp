@@ -1,7 +1,7 @@
-#include <foundation/StHandleBlock.h>
-
 #include "GuardTest.h"
 #include "fakes/Resources.h"
+
+#include <foundation/StHandleBlock.h>
 
 namespace {
 
@@ -20,20 +20,20 @@ class StHandleBlockTest : public GuardTest {
 };
 
 TEST_F(StHandleBlockTest, OwnsWhatItIsGiven) {
-    { StHandleBlock const block(HandleOf("abc")); }
+    { const StHandleBlock block(HandleOf("abc")); }
     EXPECT_EQ(1U, Count("DisposeHandle"));
-    { StHandleBlock const block(HandleOf("abc"), true); }
+    { const StHandleBlock block(HandleOf("abc"), true); }
     EXPECT_EQ(2U, Count("DisposeHandle"));
 }
 
 TEST_F(StHandleBlockTest, NullIsNotOwned) {
-    { StHandleBlock const block(nullptr); }
-    { StHandleBlock const block(nullptr, true); }
+    { const StHandleBlock block(nullptr); }
+    { const StHandleBlock block(nullptr, true); }
     EXPECT_TRUE(fakes::CallLog().empty());
 }
 
 TEST_F(StHandleBlockTest, DoesNotFreeWhatItDoesNotOwn) {
-    Handle const handle = HandleOf("abc");
+    const Handle handle = HandleOf("abc");
     {
         StHandleBlock block(handle, false);
         EXPECT_EQ(handle, block.Get());
@@ -52,7 +52,7 @@ TEST_F(StHandleBlockTest, FreesWhenAnExceptionPasses) {
 }
 
 TEST_F(StHandleBlockTest, NewBlock) {
-    StHandleBlock const block(100, true, true);
+    const StHandleBlock block(100, true, true);
     EXPECT_EQ(100, GetHandleSize(block.Get()));
     EXPECT_EQ(0U, Count("TempNewHandle"));
 }
@@ -75,7 +75,7 @@ TEST_F(StHandleBlockTest, NewBlockCannotBeHad) {
 
 TEST_F(StHandleBlockTest, TemporaryMemoryInstead) {
     fakes::FailCall(1);
-    StHandleBlock const block(100, true, true);
+    const StHandleBlock block(100, true, true);
     EXPECT_EQ(100, GetHandleSize(block.Get()));
     EXPECT_EQ(1U, Count("TempNewHandle"));
 }
@@ -95,7 +95,7 @@ TEST_F(StHandleBlockTest, TemporaryMemoryCannotBeHadEither) {
 
 TEST_F(StHandleBlockTest, TemporaryMemoryWithoutAnException) {
     fakes::FailCall(1);
-    StHandleBlock const had(100, false, true);
+    const StHandleBlock had(100, false, true);
     EXPECT_EQ(100, GetHandleSize(had.Get()));
     EXPECT_EQ(1U, Count("TempNewHandle"));
     fakes::FailMemoryCalls({-117, -118});
@@ -105,34 +105,34 @@ TEST_F(StHandleBlockTest, TemporaryMemoryWithoutAnException) {
 
 TEST_F(StHandleBlockTest, SizesThatCannotBeTold) {
     if (sizeof(long) == 4) return;  // every long is a size there
-    long const size = static_cast<long>(0x100000010LL);
+    const long size = static_cast<long>(0x100000010LL);
     fakes::FailCall(1);
     EXPECT_EQ(memFullErr, CodeOf([] { StHandleBlock const block(size, true, false); }));
     EXPECT_EQ("NewHandle(-1)", fakes::CallLog().back());
 }
 
 TEST_F(StHandleBlockTest, CopyHasABlockOfItsOwn) {
-    StHandleBlock const block(HandleOf("abc"));
-    StHandleBlock const copy(block);
+    const StHandleBlock block(HandleOf("abc"));
+    const StHandleBlock copy(block);
     EXPECT_NE(block.Get(), copy.Get());
     EXPECT_EQ("abc", TextOf(copy.Get()));
-    Handle const handle = block.GetCopy();
+    const Handle handle = block.GetCopy();
     EXPECT_EQ("abc", TextOf(handle));
     fakes::DiscardHandle(handle);
 }
 
 TEST_F(StHandleBlockTest, CopyOfABlockThatIsNotOwnedIs) {
-    Handle const handle = HandleOf("abc");
-    { StHandleBlock const copy(StHandleBlock(handle, false)); }
+    const Handle handle = HandleOf("abc");
+    { const StHandleBlock copy(StHandleBlock(handle, false)); }
     {
-        StHandleBlock const block(handle, false);
-        StHandleBlock const copy(block);
+        const StHandleBlock block(handle, false);
+        const StHandleBlock copy(block);
     }
     fakes::DiscardHandle(handle);
 }
 
 TEST_F(StHandleBlockTest, CopyOfNull) {
-    StHandleBlock const none(nullptr);
+    const StHandleBlock none(nullptr);
     StHandleBlock copy(none);
     EXPECT_EQ(nullptr, copy.Get());
     EXPECT_EQ(nullptr, none.GetCopy());
@@ -142,9 +142,9 @@ TEST_F(StHandleBlockTest, CopyOfNull) {
 }
 
 TEST_F(StHandleBlockTest, CopyingFails) {
-    StHandleBlock const block(HandleOf("abc"));
+    const StHandleBlock block(HandleOf("abc"));
     StHandleBlock other(HandleOf("xy"));
-    Handle const held = other.Get();
+    const Handle held = other.Get();
     for (int form = 0; form < 4; ++form) {
         fakes::FailCall(1);
         EXPECT_EQ(memFullErr, CodeOf([&] {
@@ -160,7 +160,7 @@ TEST_F(StHandleBlockTest, CopyingFails) {
 }
 
 TEST_F(StHandleBlockTest, Assignment) {
-    StHandleBlock const block(HandleOf("abc"));
+    const StHandleBlock block(HandleOf("abc"));
     StHandleBlock other(HandleOf("xy"));
     EXPECT_EQ(&other, &(other = block));
     EXPECT_EQ("abc", TextOf(other.Get()));
@@ -176,7 +176,7 @@ TEST_F(StHandleBlockTest, Assignment) {
 TEST_F(StHandleBlockTest, ReleasedBlockLivesOn) {
     Handle handle = nullptr;
     {
-        StHandleBlock const block(HandleOf("abc"));
+        const StHandleBlock block(HandleOf("abc"));
         handle = block.Release();
         EXPECT_EQ(handle, block.Get()) << "still pointed at";
         EXPECT_EQ(handle, block.Release());
@@ -187,7 +187,7 @@ TEST_F(StHandleBlockTest, ReleasedBlockLivesOn) {
 
 TEST_F(StHandleBlockTest, Adopting) {
     StHandleBlock block(HandleOf("abc"));
-    Handle const other = HandleOf("xy");
+    const Handle other = HandleOf("xy");
     block.Adopt(other);
     EXPECT_EQ(other, block.Get());
     EXPECT_EQ(1U, Count("DisposeHandle"));
@@ -201,7 +201,7 @@ TEST_F(StHandleBlockTest, Adopting) {
 
 TEST_F(StHandleBlockTest, ResourceIsReleased) {
     {
-        StHandleBlock const block(TheResource());
+        const StHandleBlock block(TheResource());
         EXPECT_TRUE(block.IsAResource());
     }
     EXPECT_EQ(1U, Count("ReleaseResource"));
@@ -211,7 +211,7 @@ TEST_F(StHandleBlockTest, ResourceIsReleased) {
 TEST_F(StHandleBlockTest, AnyStatusMakesItAPlainHandle) {
     fakes::SetErrorOfPlainHandles(-185);
     {
-        StHandleBlock const block(HandleOf("abc"));
+        const StHandleBlock block(HandleOf("abc"));
         EXPECT_TRUE(block.IsAResource()) << "only \"no such resource\" says no";
     }
     EXPECT_EQ(0U, Count("ReleaseResource"));
@@ -224,9 +224,9 @@ TEST_F(StHandleBlockTest, PlainHandlesAndNullAreNoResource) {
 }
 
 TEST_F(StHandleBlockTest, Clear) {
-    StClearHandleBlock const block(5, true);
+    const StClearHandleBlock block(5, true);
     EXPECT_EQ(std::string(5, '\0'), TextOf(block.Get()));
-    for (OSErr const error : {OSErr{noErr}, OSErr{-117}}) {
+    for (const OSErr error : {OSErr{noErr}, OSErr{-117}}) {
         fakes::FailCall(1);
         fakes::SetErrorOfFailure(error);
         EXPECT_EQ(error == noErr ? OSErr{memFullErr} : error,
@@ -237,9 +237,9 @@ TEST_F(StHandleBlockTest, Clear) {
 }
 
 TEST_F(StHandleBlockTest, Temporary) {
-    StTempHandle const block(5, true);
+    const StTempHandle block(5, true);
     EXPECT_EQ(5, GetHandleSize(block.Get()));
-    for (OSErr const error : {OSErr{noErr}, OSErr{-117}}) {
+    for (const OSErr error : {OSErr{noErr}, OSErr{-117}}) {
         fakes::FailCall(1);
         fakes::SetErrorOfFailure(error);
         EXPECT_EQ(error, CodeOf([] { StTempHandle const none(5, true); }));
@@ -251,10 +251,10 @@ TEST_F(StHandleBlockTest, Temporary) {
 
 // Every call of a scenario fails in turn, with nothing left live.
 TEST_F(StHandleBlockTest, EveryCallFails) {
-    int const before = fakes::LiveHandles();
+    const int before = fakes::LiveHandles();
     for (int failing = 1;; ++failing) {
         fakes::FailCall(failing);
-        long const code = CodeOf([] {
+        const long code = CodeOf([] {
             StHandleBlock first(10, true, false);
             StClearHandleBlock const second(10, true);
             StTempHandle const third(10, true);

@@ -1,6 +1,6 @@
-#include <foundation/StHandleState.h>
-
 #include "GuardTest.h"
+
+#include <foundation/StHandleState.h>
 
 namespace {
 
@@ -15,7 +15,7 @@ class StHandleLockerTest : public GuardTest {
 
 TEST_F(StHandleLockerTest, LocksAndUnlocks) {
     {
-        StHandleLocker const locker(mHandle);
+        const StHandleLocker locker(mHandle);
         EXPECT_TRUE(fakes::IsLocked(mHandle));
     }
     EXPECT_FALSE(fakes::IsLocked(mHandle));
@@ -24,7 +24,7 @@ TEST_F(StHandleLockerTest, LocksAndUnlocks) {
 
 TEST_F(StHandleLockerTest, LeavesALockedHandleLocked) {
     HLock(mHandle);
-    { StHandleLocker const locker(mHandle); }
+    { const StHandleLocker locker(mHandle); }
     EXPECT_TRUE(fakes::IsLocked(mHandle));
     EXPECT_EQ(1U, Count("HLock")) << "the test's own";
     EXPECT_EQ(0U, Count("HUnlock"));
@@ -33,7 +33,7 @@ TEST_F(StHandleLockerTest, LeavesALockedHandleLocked) {
 TEST_F(StHandleLockerTest, OtherStateBitsAreNoLock) {
     HSetState(mHandle, kHandleResourceBit | kHandlePurgeableBit);
     {
-        StHandleLocker const locker(mHandle);
+        const StHandleLocker locker(mHandle);
         EXPECT_TRUE(fakes::IsLocked(mHandle));
     }
     EXPECT_FALSE(fakes::IsLocked(mHandle));
@@ -62,7 +62,7 @@ TEST_F(StHandleLockerTest, NoStateToBeHad) {
 }
 
 TEST_F(StHandleLockerTest, AdoptingUnlocksTheOneBefore) {
-    Handle const other = HandleOf("x");
+    const Handle other = HandleOf("x");
     {
         StHandleLocker locker(mHandle);
         locker.Adopt(other);
@@ -83,7 +83,7 @@ TEST_F(StHandleLockerTest, AdoptingTheSameLocksItAgain) {
 }
 
 TEST_F(StHandleLockerTest, AdoptingFails) {
-    Handle const other = HandleOf("x");
+    const Handle other = HandleOf("x");
     StHandleLocker locker(mHandle);
     fakes::FailCall(1);
     fakes::SetErrorOfFailure(nilHandleErr);
@@ -122,7 +122,7 @@ TEST_F(StHandleStateTest, PutsBackEveryState) {
     for (int state : {0x00, 0x20, 0x40, 0x60, 0x80, 0xA0, 0xC0, 0xE0}) {
         HSetState(mHandle, static_cast<SInt8>(state));
         {
-            StHandleState const guard(mHandle);
+            const StHandleState guard(mHandle);
             HSetState(mHandle, static_cast<SInt8>(~state & 0xE0));
         }
         EXPECT_EQ(state, static_cast<UInt8>(HGetState(mHandle)));
@@ -130,7 +130,7 @@ TEST_F(StHandleStateTest, PutsBackEveryState) {
 }
 
 TEST_F(StHandleStateTest, EvenWhenNothingChanged) {
-    { StHandleState const guard(mHandle); }
+    { const StHandleState guard(mHandle); }
     EXPECT_EQ(1U, Count("HSetState"));
 }
 

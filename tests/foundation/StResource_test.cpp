@@ -1,7 +1,7 @@
-#include <foundation/StResource.h>
-
 #include "GuardTest.h"
 #include "fakes/Resources.h"
+
+#include <foundation/StResource.h>
 
 namespace {
 
@@ -24,19 +24,19 @@ class StResourceTest : public GuardTest {
 
 TEST_F(StResourceTest, ByID) {
     {
-        StResource const resource(kType, kTwo, true, false);
+        const StResource resource(kType, kTwo, true, false);
         EXPECT_EQ("second", TextOf(resource.Get()));
     }
     EXPECT_EQ((std::vector<std::string>{"GetResource", "ReleaseResource"}),
               fakes::CallsOf({"GetResource", "Get1Resource", "ReleaseResource", "DisposeHandle"}));
-    StResource const resource(kType, kOne, true, true);
+    const StResource resource(kType, kOne, true, true);
     EXPECT_EQ("first", TextOf(resource.Get()));
     EXPECT_EQ(1U, Count("Get1Resource"));
 }
 
 TEST_F(StResourceTest, ByName) {
     {
-        StResource const resource(kType, kName, true, false);
+        const StResource resource(kType, kName, true, false);
         EXPECT_EQ("second", TextOf(resource.Get()));
         EXPECT_EQ(1U, Count("GetNamedResource"));
     }
@@ -58,10 +58,10 @@ TEST_F(StResourceTest, ByIndex) {
 }
 
 TEST_F(StResourceTest, NothingFound) {
-    for (OSErr const error : {OSErr{noErr}, OSErr{-108}}) {
+    for (const OSErr error : {OSErr{noErr}, OSErr{-108}}) {
         fakes::SetErrorOfSearch(error);
-        long const expected = error == noErr ? OSErr{resNotFound} : error;
-        for (unsigned char const oneDeep : {0, 1}) {
+        const long expected = error == noErr ? OSErr{resNotFound} : error;
+        for (const unsigned char oneDeep : {0, 1}) {
             EXPECT_EQ(expected, CodeOf([&] { StResource const none(kType, kNone, true, oneDeep); }));
             EXPECT_EQ(expected, CodeOf([&] { StResource const none(kType, kMissing, true, oneDeep); }));
             StResource none(kType, kNone, false, oneDeep);
@@ -76,31 +76,31 @@ TEST_F(StResourceTest, NothingFound) {
 
 TEST_F(StResourceTest, LookingAgainGivesBackTheFirst) {
     StResource resource(kType, kOne, true, false);
-    Handle const found = resource.GetResource(kType, kName, true, false);
+    const Handle found = resource.GetResource(kType, kName, true, false);
     EXPECT_EQ(found, resource.Get());
     EXPECT_EQ("second", TextOf(found));
     EXPECT_EQ(1U, Count("ReleaseResource"));
 }
 
 TEST_F(StResourceTest, TypesAre32Bit) {
-    StResource const resource(static_cast<unsigned long>(0xFFFFFFFF00000000ULL | kType), kOne, true, false);
+    const StResource resource(static_cast<unsigned long>(0xFFFFFFFF00000000ULL | kType), kOne, true, false);
     EXPECT_EQ("first", TextOf(resource.Get()));
 }
 
 TEST_F(StResourceTest, PlainHandleIsDisposedOf) {
-    { StResource const resource(HandleOf("plain")); }
+    { const StResource resource(HandleOf("plain")); }
     EXPECT_EQ(1U, Count("DisposeHandle"));
     fakes::SetErrorOfPlainHandles(-185);
-    { StResource const resource(HandleOf("plain")); }
+    { const StResource resource(HandleOf("plain")); }
     EXPECT_EQ(2U, Count("DisposeHandle")) << "whatever the status is";
-    { StResource const resource(nullptr); }
+    { const StResource resource(nullptr); }
     EXPECT_EQ(2U, Count("GetResAttrs"));
 }
 
 TEST_F(StResourceTest, DetachedIsDisposedOf) {
     {
         StResource resource(kType, kOne, true, false);
-        Handle const handle = resource.Get();
+        const Handle handle = resource.Get();
         resource.Detach();
         EXPECT_EQ(handle, resource.Get());
     }
@@ -114,10 +114,10 @@ TEST_F(StResourceTest, DetachedIsDisposedOf) {
 
 TEST_F(StResourceTest, Adopting) {
     StResource resource(kType, kOne, true, false);
-    Handle const held = resource.Get();
+    const Handle held = resource.Get();
     resource.Adopt(held);
     EXPECT_EQ(0U, Count("ReleaseResource"));
-    Handle const plain = HandleOf("plain");
+    const Handle plain = HandleOf("plain");
     resource.Adopt(plain);
     EXPECT_EQ(1U, Count("ReleaseResource"));
     EXPECT_EQ(plain, resource.Get());
@@ -136,10 +136,10 @@ TEST_F(StResourceTest, GivenBackWhenAnExceptionPasses) {
 }
 
 TEST_F(StResourceTest, EveryCallFails) {
-    int const before = fakes::LiveHandles();
+    const int before = fakes::LiveHandles();
     for (int failing = 1;; ++failing) {
         fakes::FailCall(failing);
-        long const code = CodeOf([] {
+        const long code = CodeOf([] {
             StResource first(kType, kOne, true, false);
             StResource second(kType, kName, true, false);
             second.GetIndResource(kType, kTwo, true, false);

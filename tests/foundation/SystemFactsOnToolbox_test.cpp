@@ -1,4 +1,7 @@
 // The system utilities over the real toolbox.
+#include "foundation/SystemStatics.h"
+#include "platform/catalogue/CatalogTest.h"
+
 #include <foundation/ClassicPermissions.h>
 #include <foundation/Guid.h>
 #include <foundation/SystemFacts.h>
@@ -14,9 +17,6 @@
 #include <filesystem>
 #include <set>
 #include <string_view>
-
-#include "foundation/SystemStatics.h"
-#include "platform/catalogue/CatalogTest.h"
 
 namespace {
 
@@ -35,14 +35,14 @@ TEST_F(SystemFactsOnToolboxTest, Gestalt) {
 }
 
 TEST_F(SystemFactsOnToolboxTest, Volumes) {
-    FSSpec const here = SpecOf(mFolder.Path());
+    const FSSpec here = SpecOf(mFolder.Path());
     EXPECT_FALSE(VolumeIsLocked(here.vRefNum)) << "a file was just made there";
     EXPECT_FALSE(VolumeIsLocked(-31000)) << "no such volume";
 }
 
 TEST_F(SystemFactsOnToolboxTest, Permissions) {
     std::string const path = mFolder.MakeFile("file");
-    FSSpec const spec = SpecOf(path);
+    const FSSpec spec = SpecOf(path);
     ASSERT_EQ(0, chmod(path.c_str(), 0640));
     UInt16 mode = 0;
     EXPECT_EQ(noErr, GetClassicPermissions(&spec, &mode));
@@ -60,7 +60,7 @@ TEST_F(SystemFactsOnToolboxTest, Permissions) {
 
 TEST_F(SystemFactsOnToolboxTest, Identifiers) {
     using Identifier = std::array<unsigned char, 16>;
-    for (bool const isTrue : {false, true}) {
+    for (const bool isTrue : {false, true}) {
         sTrueGuid = isTrue;
         std::set<Identifier> identifiers;
         for (int i = 0; i < 100; ++i) {

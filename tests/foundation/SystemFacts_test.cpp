@@ -1,3 +1,8 @@
+#include "fakes/Calls.h"
+#include "fakes/System.h"
+#include "fakes/Text.h"
+#include "foundation/SystemStatics.h"
+
 #include <foundation/SystemFacts.h>
 #include <gtest/gtest.h>
 #include <toolbox/MacErrors.h>
@@ -7,15 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "fakes/Calls.h"
-#include "fakes/System.h"
-#include "fakes/Text.h"
-#include "foundation/SystemStatics.h"
-
 namespace {
 
 // Taken before any test changes it.
-short const sAppIsJapaneseAtLoad = sAppIsJapanese;
+const short sAppIsJapaneseAtLoad = sAppIsJapanese;
 
 class SystemFactsTest : public ::testing::Test {
   protected:
@@ -31,7 +31,7 @@ class SystemFactsTest : public ::testing::Test {
 };
 
 TEST_F(SystemFactsTest, GetAppFSSpec) {
-    FSSpec const file = {-3, 17, "\7program"};
+    const FSSpec file = {-3, 17, "\7program"};
     fakes::ScriptProcess(noErr, file);
     FSSpec answer = {};
     EXPECT_EQ(noErr, GetAppFSSpec(&answer));
@@ -64,7 +64,7 @@ TEST_F(SystemFactsTest, GetAUXVersion) {
     };
     constexpr Row kRows[] = {{0x300, 3}, {0x2FF, 2},           {-1, -1}, {-256, -1},
                              {-257, -2}, {0x12345678, 0x3456}, {0xFF, 0}};
-    for (Row const& row : kRows) {
+    for (const Row& row : kRows) {
         fakes::ScriptGestalt(FourChars("a/ux"), row.response);
         EXPECT_EQ(row.version, GetAUXVersion()) << row.response;
     }
@@ -83,7 +83,7 @@ TEST_F(SystemFactsTest, Languages) {
     };
     constexpr Row kRows[] = {
         {0, 0, 0}, {11, 11, 11}, {0x1000B, 11, 11}, {-1, 0xFFFF, -1}, {0x8000, 0x8000, -32768}};
-    for (Row const& row : kRows) {
+    for (const Row& row : kRows) {
         fakes::SetSystemLanguage(row.answer);
         EXPECT_EQ(row.systems, GetSystemLanguage());
         EXPECT_EQ(row.applications, GetAppLanguage());
@@ -95,7 +95,7 @@ TEST_F(SystemFactsTest, AppIsJapanese) {
     fakes::SetApplicationEncoding(kCFStringEncodingMacJapanese);
     EXPECT_TRUE(AppIsJapanese());
     sAppIsJapanese = -1;
-    for (TextEncoding const encoding :
+    for (const TextEncoding encoding :
          {TextEncoding{kCFStringEncodingMacRoman}, TextEncoding{2}, TextEncoding{kCFStringEncodingUTF8}}) {
         fakes::SetApplicationEncoding(encoding);
         sAppIsJapanese = -1;
@@ -108,7 +108,7 @@ TEST_F(SystemFactsTest, AppIsJapaneseIsUnknownAtFirst) {
 }
 
 TEST_F(SystemFactsTest, AppIsJapaneseIsAskedOnce) {
-    int const before = fakes::ApplicationEncodingAskedCount();
+    const int before = fakes::ApplicationEncodingAskedCount();
     EXPECT_FALSE(AppIsJapanese());
     fakes::SetApplicationEncoding(kCFStringEncodingMacJapanese);
     EXPECT_FALSE(AppIsJapanese()) << "kept";
@@ -128,7 +128,7 @@ TEST_F(SystemFactsTest, VolumeIsLocked) {
     };
     constexpr Row kRows[] = {{0, false},     {0x80, true},    {0x8000, true},
                              {0x8080, true}, {0x7F7F, false}, {0xFFFF, true}};
-    for (Row const& row : kRows) {
+    for (const Row& row : kRows) {
         fakes::ScriptVolume(noErr, static_cast<SInt16>(row.attributes));
         EXPECT_EQ(row.isLocked, VolumeIsLocked(-2)) << row.attributes;
     }

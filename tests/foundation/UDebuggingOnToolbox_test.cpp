@@ -1,4 +1,6 @@
 // Debug reports over the real toolbox: a developer at a terminal.
+#include "support/PseudoTerminal.h"
+
 #include <foundation/LException.h>
 #include <foundation/UDebugging.h>
 #include <gtest/gtest.h>
@@ -8,8 +10,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "support/PseudoTerminal.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ int ThrowWith(SInt32 inSetting) {
     UDebugging::gDebugThrow = inSetting;
     try {
         UDebugging::DebugThrow(-108, "file.cpp", kExtra, 12);
-    } catch (LException const& exception) {
+    } catch (const LException& exception) {
         return (exception.GetErrorCode() == -108 ? kThrew : 0) +
                (UDebugging::gDebugThrow == inSetting ? 0 : kSilenced);
     }

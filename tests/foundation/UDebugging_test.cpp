@@ -1,3 +1,6 @@
+#include "fakes/Alerts.h"
+#include "fakes/Calls.h"
+
 #include <foundation/LException.h>
 #include <foundation/UDebugging.h>
 #include <gtest/gtest.h>
@@ -5,9 +8,6 @@
 #include <limits>
 #include <string>
 #include <vector>
-
-#include "fakes/Alerts.h"
-#include "fakes/Calls.h"
 
 namespace {
 
@@ -31,8 +31,8 @@ class UDebuggingTest : public ::testing::Test {
 
     static Calls Reports() {
         Calls reports;
-        for (std::string const& call : fakes::CallLog())
-            for (char const* name : {"ParamText", "StopAlert", "Debugger", "DebugStr", "ExitToShell"})
+        for (const std::string& call : fakes::CallLog())
+            for (const char* name : {"ParamText", "StopAlert", "Debugger", "DebugStr", "ExitToShell"})
                 if (call.rfind(std::string(name) + "(", 0) == 0) reports.push_back(call);
         return reports;
     }
@@ -41,7 +41,7 @@ class UDebuggingTest : public ::testing::Test {
     static long CodeThrown(long inError, Extra inExtra) {
         try {
             UDebugging::DebugThrow(inError, "file.cpp", inExtra, 12);
-        } catch (LException const& exception) {
+        } catch (const LException& exception) {
             EXPECT_EQ(0, exception.GetErrorString()[0]);
             return exception.GetErrorCode();
         }
@@ -66,7 +66,7 @@ TEST_F(UDebuggingTest, PascalFromCString) {
 }
 
 TEST_F(UDebuggingTest, ThrowAlertHasFourTexts) {
-    Calls const expected = {"ParamText(text|file.cpp|extra|12)", "StopAlert(251)"};
+    const Calls expected = {"ParamText(text|file.cpp|extra|12)", "StopAlert(251)"};
     UDebugging::AlertThrowAt(kText, "file.cpp", kExtra, 12);
     EXPECT_EQ(expected, Reports());
     fakes::StartScenario();
@@ -75,7 +75,7 @@ TEST_F(UDebuggingTest, ThrowAlertHasFourTexts) {
 }
 
 TEST_F(UDebuggingTest, SignalAlertInEveryForm) {
-    Calls const expected = {"ParamText(text|file.cpp|extra|-7)", "StopAlert(252)"};
+    const Calls expected = {"ParamText(text|file.cpp|extra|-7)", "StopAlert(252)"};
     for (int form = 0; form < 4; ++form) {
         fakes::StartScenario();
         if (form == 0) UDebugging::AlertSignalAt(kText, "file.cpp", kExtra, -7);
@@ -107,13 +107,13 @@ TEST_F(UDebuggingTest, AlertsDoNotAskTheSettings) {
 }
 
 TEST_F(UDebuggingTest, EveryItem) {
-    for (DialogItemIndex const item : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 255}) {
-        for (bool const isThrow : {true, false}) {
+    for (const DialogItemIndex item : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 255}) {
+        for (const bool isThrow : {true, false}) {
             fakes::StartScenario();
             fakes::HitItem(item);
             UDebugging::gDebugThrow = 1;
             UDebugging::gDebugSignal = 2;
-            auto const alert = [isThrow] {
+            const auto alert = [isThrow] {
                 if (isThrow)
                     UDebugging::AlertThrowAt(kText, "f", kExtra, 1);
                 else
@@ -143,7 +143,7 @@ TEST_F(UDebuggingTest, StatusAlert) {
 }
 
 TEST_F(UDebuggingTest, ThrowWithoutReport) {
-    for (SInt32 const setting : {0, 3, -1, std::numeric_limits<SInt32>::max()}) {
+    for (const SInt32 setting : {0, 3, -1, std::numeric_limits<SInt32>::max()}) {
         UDebugging::gDebugThrow = setting;
         EXPECT_EQ(-108, CodeThrown(-108, kExtra));
         EXPECT_EQ(-108, CodeThrown(-108, "extra"));
@@ -153,7 +153,7 @@ TEST_F(UDebuggingTest, ThrowWithoutReport) {
 
 TEST_F(UDebuggingTest, ThrowWithTheAlert) {
     UDebugging::gDebugThrow = 1;
-    Calls const expected = {"ParamText(-108|file.cpp|extra|12)", "StopAlert(251)"};
+    const Calls expected = {"ParamText(-108|file.cpp|extra|12)", "StopAlert(251)"};
     EXPECT_EQ(-108, CodeThrown(-108, kExtra));
     EXPECT_EQ(expected, Reports());
     fakes::StartScenario();

@@ -1,9 +1,9 @@
 // The application's version over the real Resource Manager.
+#include "platform/resources/ResourcesTest.h"
+
 #include <foundation/Versions.h>
 
 #include <string>
-
-#include "platform/resources/ResourcesTest.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ constexpr ResType kVersion = FourChars("vers");
 class GetVersionOnToolboxTest : public ResourcesTest {
   protected:
     // Of a text and a region, with the number 1.2.3b4 before them and a long text behind.
-    static Image VersionOf(short inID, std::string const& inText, short inRegion) {
+    static Image VersionOf(short inID, const std::string& inText, short inRegion) {
         std::string data = "\x01\x23\x60\x04";
         data += static_cast<char>(inRegion >> 8);
         data += static_cast<char>(inRegion);
@@ -31,8 +31,8 @@ class GetVersionOnToolboxTest : public ResourcesTest {
 };
 
 TEST_F(GetVersionOnToolboxTest, OfTheChainFromTheCurrentFileOn) {
-    SInt16 const older = Open(MakeFile("older", {VersionOf(1, "1.0", -242)}));
-    SInt16 const newer = Open(MakeFile("newer", {VersionOf(1, "2.5.1 beta", 0x0102)}));
+    const SInt16 older = Open(MakeFile("older", {VersionOf(1, "1.0", -242)}));
+    const SInt16 newer = Open(MakeFile("newer", {VersionOf(1, "2.5.1 beta", 0x0102)}));
     EXPECT_EQ("2.5.1 beta 258", Version());
     EXPECT_EQ("2.5.1 beta 258", Version()) << "and again, once it was released";
     UseResFile(older);
@@ -43,8 +43,8 @@ TEST_F(GetVersionOnToolboxTest, OfTheChainFromTheCurrentFileOn) {
 }
 
 TEST_F(GetVersionOnToolboxTest, OfAnOlderFileWhenTheCurrentOneHasNone) {
-    SInt16 const older = Open(MakeFile("older", {VersionOf(1, "1.0", 14)}));
-    SInt16 const newer = Open(MakeFile("newer", {VersionOf(2, "2.0", 15)}));
+    const SInt16 older = Open(MakeFile("older", {VersionOf(1, "1.0", 14)}));
+    const SInt16 newer = Open(MakeFile("newer", {VersionOf(2, "2.0", 15)}));
     EXPECT_EQ("1.0 14", Version());
     Str255 text = {};
     GetVersion(text, nullptr);
@@ -54,15 +54,15 @@ TEST_F(GetVersionOnToolboxTest, OfAnOlderFileWhenTheCurrentOneHasNone) {
 }
 
 TEST_F(GetVersionOnToolboxTest, LeavesNothingLoaded) {
-    SInt16 const file = Open(MakeFile("file", {VersionOf(1, "1.0", 14)}));
-    UInt64 const handles = GetLiveHandleCount();
+    const SInt16 file = Open(MakeFile("file", {VersionOf(1, "1.0", 14)}));
+    const UInt64 handles = GetLiveHandleCount();
     EXPECT_EQ("1.0 14", Version());
     EXPECT_EQ(handles, GetLiveHandleCount());
     CloseResFile(file);
 }
 
 TEST_F(GetVersionOnToolboxTest, OfAResourceThatIsNotLoaded) {
-    SInt16 const file = Open(MakeFile("file", {VersionOf(1, "1.0", 14)}));
+    const SInt16 file = Open(MakeFile("file", {VersionOf(1, "1.0", 14)}));
     SetResLoad(false);
     EXPECT_EQ(" 0", Version());
     SetResLoad(true);

@@ -1,9 +1,9 @@
+#include "GuardTest.h"
+#include "fakes/Resources.h"
+
 #include <foundation/Versions.h>
 #include <gtest/gtest.h>
 #include <toolbox/MacTypes.h>
-
-#include "GuardTest.h"
-#include "fakes/Resources.h"
 
 namespace {
 

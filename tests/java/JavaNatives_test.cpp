@@ -1,5 +1,7 @@
 // The native entries over a scripted Java runtime and a scripted engine. What a real runtime makes of them is
 // tested from Java.
+#include "../../converter/JavaCallbackContext.h"
+
 #include <converter/AACToWAV.h>
 #include <converter/JavaNatives.h>
 #include <gmock/gmock.h>
@@ -14,8 +16,6 @@
 #include <new>
 #include <string>
 #include <vector>
-
-#include "../../converter/JavaCallbackContext.h"
 
 using testing::ElementsAre;
 
@@ -159,17 +159,17 @@ OSErr EnterMovies() {
     Note("EnterMovies");
     return paramErr;  // nobody looks
 }
-void convert_AAC_to_WAV(char const* inPath, void* inContext, DataCallback inCallback) {
+void convert_AAC_to_WAV(const char* inPath, void* inContext, DataCallback inCallback) {
     Note(std::string("whole ") + inPath);
     Deliver(inContext, inCallback);
 }
-void convert_AAC_to_WAV(char const* inPath, void* inContext, DataCallback inCallback, Int64 inStart,
+void convert_AAC_to_WAV(const char* inPath, void* inContext, DataCallback inCallback, Int64 inStart,
                         Int64 inDuration) {
     Note(std::string("window ") + inPath + " " + std::to_string(inStart.LongLong()) + " " +
          std::to_string(inDuration.LongLong()));
     Deliver(inContext, inCallback);
 }
-Int64 getConvertedLength(char const* inPath) {
+Int64 getConvertedLength(const char* inPath) {
     Note(std::string("length ") + inPath);
     if (sScript->engineThrows == Script::kOutOfMemory) throw std::bad_alloc();
     return Int64(0x1'0000'0001LL);

@@ -96,9 +96,8 @@ jmethodID GetStatic(JNIEnv*, jclass, const char* inName, const char* inSignature
 jint Register(JNIEnv*, jclass, const JNINativeMethod* inMethods, jint inCount) {
     // A class that lacks the last method has the others bound.
     const jint boundCount = sScript->canRegister ? inCount : inCount - 1;
-    for (int i = 0; i < boundCount; ++i) {
+    for (int i = 0; i < boundCount; ++i)
         sScript->natives[std::string(inMethods[i].name) + inMethods[i].signature] = inMethods[i].fnPtr;
-    }
     sScript->pending = !sScript->canRegister;
     return sScript->canRegister ? JNI_OK : JNI_ERR;
 }
@@ -200,7 +199,7 @@ jint GetNoEnv(JavaVM*, void**, jint) {
 
 // ---- the reader
 
-SegmentExporter::SegmentExporter(char const*, MovieOpenOptions const& inOptions) {
+SegmentExporter::SegmentExporter(const char*, const MovieOpenOptions& inOptions) {
     EXPECT_EQ(sizeof inOptions, inOptions.byteCount);
     sScript->soundTrack = inOptions.soundTrack;
     for (std::size_t i = 0; i < sScript->stops.size(); ++i)

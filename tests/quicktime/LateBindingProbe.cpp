@@ -32,7 +32,7 @@ long LiveObjects() {
 #endif
 }
 
-void Tell(char const* inName, long inValue) {
+void Tell(const char* inName, long inValue) {
     std::printf("%s %ld\n", inName, inValue);
 }
 
@@ -47,12 +47,12 @@ void TellFound() {
 using Loader = OSStatus (*)(CFStringRef, CFBundleRef*, bool);
 
 // The status, and 1 when failing left a bundle or anything else alive.
-void TellLoading(char const* inName, Loader inLoader, CFStringRef inFramework, bool inIsPrivate) {
-    long const before = LiveObjects();
+void TellLoading(const char* inName, Loader inLoader, CFStringRef inFramework, bool inIsPrivate) {
+    const long before = LiveObjects();
     auto bundle = reinterpret_cast<CFBundleRef>(&inLoader);
-    OSStatus const status = inLoader(inFramework, &bundle, inIsPrivate);
+    const OSStatus status = inLoader(inFramework, &bundle, inIsPrivate);
     Tell(inName, status);
-    bool const isRight =
+    const bool isRight =
         (status == 0) == (bundle != nullptr) && (bundle == nullptr || CFGetRetainCount(bundle) == 1);
     if (bundle != nullptr) CFRelease(bundle);
     Tell("  bundle-as-told", isRight);
@@ -70,22 +70,22 @@ void TellLoaders() {
 
 void TellBinding() {
     Tell("inited-at-start", qtInited);
-    long const before = LiveObjects();
+    const long before = LiveObjects();
     Tell("load", LoadWeakQTSymbols());
     Tell("inited", qtInited);
     TellFound();
-    long const after = LiveObjects();
+    const long after = LiveObjects();
     Tell("again", LoadWeakQTSymbols());
     Tell("more-objects", LiveObjects() - after);
     Tell("keeps-nothing-on-failure", qtInited || after == before);
 }
 
 void TellWrappers() {
-    long const before = LiveObjects();
+    const long before = LiveObjects();
     Tell("begin", UQTInteraction::BeginSuppress());
     UQTInteraction::EndSuppress(0);
     Tell("allowed", UQTInteraction::IsInteractionAllowed());
-    { StDisableQTInteraction const guard; }
+    { const StDisableQTInteraction guard; }
 
     OSType type = 1;
     ByteCount size = 2;
@@ -111,7 +111,7 @@ void TellWrappers() {
     Tell("objects-left-by-wrappers", LiveObjects() - before);
 }
 
-void TellRetry(std::filesystem::path const& inFrom, std::filesystem::path const& inTo) {
+void TellRetry(const std::filesystem::path& inFrom, const std::filesystem::path& inTo) {
     Tell("load", LoadWeakQTSymbols());
     Tell("begin", UQTInteraction::BeginSuppress());
     Tell("inited", qtInited);
@@ -120,7 +120,7 @@ void TellRetry(std::filesystem::path const& inFrom, std::filesystem::path const&
     Tell("inited", qtInited);
     TellFound();
     std::filesystem::rename(inTo, inFrom);
-    long const before = LiveObjects();
+    const long before = LiveObjects();
     Tell("load", LoadWeakQTSymbols());
     Tell("begin", UQTInteraction::BeginSuppress());
     Tell("more-objects", LiveObjects() - before);

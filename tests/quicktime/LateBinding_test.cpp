@@ -1,5 +1,8 @@
 // Late binding in processes of its own, over frameworks that lack functions or do not load: as a program
 // links the library, and with all of it inside, where what stays alive is counted.
+#include "LateBoundNames.h"
+#include "support/TemporaryFolder.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -10,9 +13,6 @@
 #include <string>
 #include <vector>
 
-#include "LateBoundNames.h"
-#include "support/TemporaryFolder.h"
-
 namespace {
 
 namespace fs = std::filesystem;
@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 // "bin" with the program and "lib" with the libraries, or nothing where they are inside it.
 class Tree {
   public:
-    explicit Tree(std::string const& inProgram) : mProgram(mFolder / "bin/probe") {
+    explicit Tree(const std::string& inProgram) : mProgram(mFolder / "bin/probe") {
         mFolder.MakeFolder("bin");
         mFolder.MakeFolder("lib/mirtal/Frameworks");
         Put(inProgram, mProgram);
@@ -30,14 +30,14 @@ class Tree {
     }
 
     std::string Frameworks() const { return mFolder / "lib/mirtal/Frameworks"; }
-    void PutFramework(std::string const& inFrameworks) const {
+    void PutFramework(const std::string& inFrameworks) const {
         fs::copy(std::string(TEST_FRAMEWORKS) + '/' + inFrameworks, Frameworks(),
                  fs::copy_options::recursive | fs::copy_options::overwrite_existing);
     }
-    std::string Path(std::string const& inName) const { return mFolder / inName; }
+    std::string Path(const std::string& inName) const { return mFolder / inName; }
 
     // What the program tells, its complaints included.
-    std::string Run(std::string const& inArguments = "") const {
+    std::string Run(const std::string& inArguments = "") const {
         std::unique_ptr<FILE, int (*)(FILE*)> program(
             popen((mProgram + ' ' + inArguments + " 2>&1").c_str(), "r"), pclose);
         if (program == nullptr) return "not started";
@@ -50,7 +50,7 @@ class Tree {
 
   private:
     // A second name is enough, where the folders are on one volume.
-    static void Put(fs::path const& inFrom, fs::path const& inTo) {
+    static void Put(const fs::path& inFrom, const fs::path& inTo) {
         std::error_code error;
         fs::create_hard_link(fs::canonical(inFrom), inTo, error);
         if (error) fs::copy_file(inFrom, inTo);
@@ -60,15 +60,15 @@ class Tree {
     std::string mProgram;
 };
 
-std::string Line(char const* inName, long inValue) {
+std::string Line(const char* inName, long inValue) {
     return std::string(inName) + ' ' + std::to_string(inValue) + '\n';
 }
 
 // What the probe tells of a framework with these functions; of none that loads, when inLoads is false.
-std::string Expected(std::vector<bool> const& inFound, bool inLoads, long inFolderStatus = 0) {
-    long const status = inLoads ? 0 : inFolderStatus != 0 ? inFolderStatus : -4960;
+std::string Expected(const std::vector<bool>& inFound, bool inLoads, long inFolderStatus = 0) {
+    const long status = inLoads ? 0 : inFolderStatus != 0 ? inFolderStatus : -4960;
     std::string bits;
-    for (bool const found : inFound)
+    for (const bool found : inFound)
         bits += found ? '1' : '0';
     std::ostringstream text;
     text << Line("inited-at-start", 0) << Line("load", status) << Line("inited", inLoads) << "found " << bits
@@ -88,19 +88,19 @@ std::string Expected(std::vector<bool> const& inFound, bool inLoads, long inFold
     text << Line("architecture", inFound[7] ? 0 : -4) << Line("  is", inFound[7] ? 14 : 0);
     text << Line("objects-left-by-wrappers", 0);
     text << Line("folder", inFolderStatus);
-    long const missing = inFolderStatus != 0 ? inFolderStatus : -4960;
-    for (auto const& [name, loaded] : {std::pair{"bundle", status}, std::pair{"carbon", status},
+    const long missing = inFolderStatus != 0 ? inFolderStatus : -4960;
+    for (const auto& [name, loaded] : {std::pair{"bundle", status}, std::pair{"carbon", status},
                                        std::pair{"no-such-name", missing}, std::pair{"private", missing}})
         text << Line(name, loaded) << Line("  bundle-as-told", 1) << Line("  objects-left", 0);
     return text.str();
 }
 
-std::vector<bool> const kNone(9, false);
-std::vector<bool> const kAll(9, true);
+const std::vector<bool> kNone(9, false);
+const std::vector<bool> kAll(9, true);
 
-class LateBindingTest : public ::testing::TestWithParam<char const*> {
+class LateBindingTest : public ::testing::TestWithParam<const char*> {
   protected:
-    Tree const mTree{GetParam()};
+    const Tree mTree{GetParam()};
 };
 
 TEST_P(LateBindingTest, Complete) {
@@ -123,7 +123,7 @@ TEST_P(LateBindingTest, LacksAllFunctions) {
 }
 
 TEST_P(LateBindingTest, DoesNotLoad) {
-    for (char const* const framework : {"unresolved", "no-elf"}) {
+    for (const char* const framework : {"unresolved", "no-elf"}) {
         mTree.PutFramework(framework);
         EXPECT_EQ(Expected(kNone, false), mTree.Run()) << framework;
     }
@@ -152,7 +152,7 @@ TEST_P(LateBindingTest, FolderCannotBeMade) {
     // Which status it is, is the Folder Manager's part; it is passed on as it is.
     std::size_t const at = told.find("\nfolder ");
     ASSERT_NE(std::string::npos, at) << told;
-    long const status = std::stol(told.substr(at + 8));
+    const long status = std::stol(told.substr(at + 8));
     EXPECT_NE(0, status);
     EXPECT_NE(-4960, status);
     EXPECT_EQ(Expected(kNone, false, status), told);

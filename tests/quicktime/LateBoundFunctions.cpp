@@ -6,7 +6,7 @@
 
 namespace {
 
-OSStatus Info(char const* inName, OSType inClass, OSType inID, OSType* outType, ByteCount* outSize,
+OSStatus Info(const char* inName, OSType inClass, OSType inID, OSType* outType, ByteCount* outSize,
               UInt32* outFlags) {
     fakes::Log(std::string(inName) + "()");
     sScript.propertyClass = inClass;
@@ -20,7 +20,7 @@ OSStatus Info(char const* inName, OSType inClass, OSType inID, OSType* outType, 
     return sScript.status;
 }
 
-OSStatus Get(char const* inName, OSType inClass, OSType inID, ByteCount inSize, void* outValue,
+OSStatus Get(const char* inName, OSType inClass, OSType inID, ByteCount inSize, void* outValue,
              ByteCount* outSizeUsed) {
     fakes::Log(std::string(inName) + "()");
     sScript.propertyClass = inClass;
@@ -34,7 +34,7 @@ OSStatus Get(char const* inName, OSType inClass, OSType inID, ByteCount inSize, 
     return sScript.status;
 }
 
-OSStatus Set(char const* inName, OSType inClass, OSType inID, ByteCount inSize, void const* inValue) {
+OSStatus Set(const char* inName, OSType inClass, OSType inID, ByteCount inSize, const void* inValue) {
     fakes::Log(std::string(inName) + "()");
     sScript.propertyClass = inClass;
     sScript.propertyID = inID;
@@ -69,7 +69,7 @@ OSStatus GetMovie(Movie inMovie, OSType inClass, OSType inID, ByteCount inSize, 
     return Get("GetMovie", inClass, inID, inSize, outValue, outSizeUsed);
 }
 
-OSStatus SetMovie(Movie inMovie, OSType inClass, OSType inID, ByteCount inSize, void const* inValue) {
+OSStatus SetMovie(Movie inMovie, OSType inClass, OSType inID, ByteCount inSize, const void* inValue) {
     sScript.movie = inMovie;
     return Set("SetMovie", inClass, inID, inSize, inValue);
 }
@@ -82,7 +82,7 @@ OSStatus GetProcess(OSType inClass, OSType inID, ByteCount inSize, void* outValu
     return Get("GetProcess", inClass, inID, inSize, outValue, outSizeUsed);
 }
 
-OSStatus SetProcess(OSType inClass, OSType inID, ByteCount inSize, void const* inValue) {
+OSStatus SetProcess(OSType inClass, OSType inID, ByteCount inSize, const void* inValue) {
     return Set("SetProcess", inClass, inID, inSize, inValue);
 }
 
@@ -103,7 +103,7 @@ std::map<std::string, void*> Functions() {
             {"QTSetProcessProperty", Address(SetProcess)}};
 }
 
-constexpr char const* kFramework = "QuickTime.framework";
+constexpr const char* kFramework = "QuickTime.framework";
 
 }  // namespace
 
@@ -126,7 +126,7 @@ LateBoundTest::~LateBoundTest() {
 
 void LateBoundTest::PutQuickTime(std::initializer_list<std::string> inMissing) {
     std::map<std::string, void*> functions = Functions();
-    for (std::string const& name : inMissing)
+    for (const std::string& name : inMissing)
         EXPECT_EQ(1U, functions.erase(name)) << name;
     fakes::PutFramework(kFramework, {functions});
 }

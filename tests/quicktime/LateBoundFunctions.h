@@ -2,6 +2,12 @@
 // back to what it is when a program starts.
 #pragma once
 
+#include "LateBoundNames.h"
+#include "fakes/AccessKeys.h"
+#include "fakes/Calls.h"
+#include "fakes/Frameworks.h"
+#include "fakes/Memory.h"
+
 #include <gtest/gtest.h>
 #include <quicktime/WeakQTSymbols.h>
 #include <toolbox/MacTypes.h>
@@ -10,12 +16,6 @@
 #include <initializer_list>
 #include <string>
 #include <vector>
-
-#include "LateBoundNames.h"
-#include "fakes/AccessKeys.h"
-#include "fakes/Calls.h"
-#include "fakes/Frameworks.h"
-#include "fakes/Memory.h"
 
 using Calls = std::vector<std::string>;
 
@@ -33,8 +33,8 @@ struct LateBoundScript {
     OSType propertyClass = 0;
     OSType propertyID = 0;
     ByteCount inSize = 0;
-    void const* in = nullptr;
-    void const* out[3] = {};
+    const void* in = nullptr;
+    const void* out[3] = {};
 };
 inline LateBoundScript sScript;
 
@@ -48,7 +48,7 @@ class LateBoundTest : public ::testing::Test {
     static void PutQuickTimeThatDoesNotLoad();
     static void PutEmptyQuickTime();  // that has none of them
     // Calls of a name.
-    static std::size_t Count(std::string const& inName) { return fakes::CallsOf({inName}).size(); }
+    static std::size_t Count(const std::string& inName) { return fakes::CallsOf({inName}).size(); }
     static std::vector<bool> Found();  // which entries are filled, in the order of the names
     static void ForgetTable();
 };

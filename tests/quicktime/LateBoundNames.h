@@ -2,7 +2,7 @@
 #pragma once
 
 // In the order in which they are looked up.
-inline constexpr char const* kLateBoundNames[] = {"QTBeginUserInteractionSuppression",
+inline constexpr const char* kLateBoundNames[] = {"QTBeginUserInteractionSuppression",
                                                   "QTEndUserInteractionSuppression",
                                                   "QTIsUserInteractionAllowed",
                                                   "QTGetMoviePropertyInfo",

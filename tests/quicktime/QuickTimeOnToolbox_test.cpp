@@ -1,4 +1,6 @@
 // The room over the real toolbox and its QuickTime.framework, as a program links them.
+#include "support/TemporaryFolder.h"
+
 #include <converter/AACToWAV.h>
 #include <gtest/gtest.h>
 #include <quicktime/StDisableQTInteraction.h>
@@ -18,8 +20,6 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-
-#include "support/TemporaryFolder.h"
 
 namespace {
 
@@ -42,8 +42,8 @@ TEST(QuickTimeOnToolbox, AllNineAreFound) {
 
 TEST(QuickTimeOnToolbox, SuppressionNests) {
     EXPECT_TRUE(UQTInteraction::IsInteractionAllowed());
-    long const outer = UQTInteraction::BeginSuppress();
-    long const inner = UQTInteraction::BeginSuppress();
+    const long outer = UQTInteraction::BeginSuppress();
+    const long inner = UQTInteraction::BeginSuppress();
     EXPECT_NE(0, outer);
     EXPECT_NE(outer, inner);
     EXPECT_FALSE(UQTInteraction::IsInteractionAllowed());
@@ -58,9 +58,9 @@ TEST(QuickTimeOnToolbox, SuppressionNests) {
 
 TEST(QuickTimeOnToolbox, GuardSuppressesInItsScope) {
     {
-        StDisableQTInteraction const outer;
+        const StDisableQTInteraction outer;
         EXPECT_FALSE(UQTInteraction::IsInteractionAllowed());
-        { StDisableQTInteraction const inner; }
+        { const StDisableQTInteraction inner; }
         EXPECT_FALSE(UQTInteraction::IsInteractionAllowed());
     }
     EXPECT_TRUE(UQTInteraction::IsInteractionAllowed());
@@ -74,7 +74,7 @@ TEST(QuickTimeOnToolbox, GuardSuppressesInItsScope) {
 }
 
 TEST(QuickTimeOnToolbox, PropertiesOfAMovie) {
-    Movie const movie = MovieFromPath(MIRTAL_FIXTURES "/tone-44100-stereo.m4a");
+    const Movie movie = MovieFromPath(MIRTAL_FIXTURES "/tone-44100-stereo.m4a");
     ASSERT_NE(nullptr, movie);
 
     OSType type = 0;
@@ -111,7 +111,7 @@ TEST(QuickTimeOnToolbox, PropertyOfTheProcess) {
                                                            &flags));
     EXPECT_EQ(kPropertyTypeOSType, type);
     EXPECT_EQ(4U, size);
-    for (OSType const architecture : {kSoundArchitectureSoundManager, kSoundArchitectureCoreAudio}) {
+    for (const OSType architecture : {kSoundArchitectureSoundManager, kSoundArchitectureCoreAudio}) {
         EXPECT_EQ(noErr, UQTProperties::SetProcessProperty(FourChars("qges"), FourChars("snda"),
                                                            sizeof architecture, &architecture));
         unsigned long got = ~0UL;
@@ -175,7 +175,7 @@ class AccessOnToolboxTest : public ::testing::Test {
     }
 
     test_files::TemporaryFolder const mState;
-    UInt64 const mHandles = GetLiveHandleCount();
+    const UInt64 mHandles = GetLiveHandleCount();
 };
 
 TEST_F(AccessOnToolboxTest, KeysOfTheProcess) {
@@ -192,9 +192,9 @@ TEST_F(AccessOnToolboxTest, KeysOfTheProcess) {
 }
 
 TEST_F(AccessOnToolboxTest, KeysOfTheSystem) {
-    for (char const* const key : {"one", "", "three \xFF"})
+    for (const char* const key : {"one", "", "three \xFF"})
         EXPECT_EQ(noErr, UQTAccess::Register("Type", key, true));
-    for (char const* const key : {"one", "ONE", "", "three \xFF"})
+    for (const char* const key : {"one", "ONE", "", "three \xFF"})
         EXPECT_TRUE(UQTAccess::IsRegistered("Type", key, true)) << key;
     EXPECT_FALSE(UQTAccess::IsRegistered("Type", "one", false));
     EXPECT_EQ(noErr, UQTAccess::Unregister("Type", "one", true));
@@ -229,7 +229,7 @@ TEST_F(AccessOnToolboxTest, SecondSwitchChangesNothing) {
     EXPECT_EQ(kSoundArchitectureSoundManager, Architecture());
     // The file is replaced on a change: one that stays keeps its date. A restart would choose anew.
     fs::last_write_time(KeyFile(), fs::file_time_type::clock::now() - std::chrono::hours(1));
-    auto const date = fs::last_write_time(KeyFile());
+    const auto date = fs::last_write_time(KeyFile());
     std::string const text = KeyFileText();
     EXPECT_EQ(noErr, SetSoundArchitecture(kSoundArchitectureCoreAudio));
 
@@ -275,7 +275,7 @@ TEST_F(AccessOnToolboxTest, DamagedKeysStopTheSwitch) {
 
 TEST_F(AccessOnToolboxTest, KeysThatCannotBeWrittenStopTheSwitch) {
     std::ofstream(mState / "mirtal") << "a file where the folder should be";
-    OSErr const status = UQTAccess::Register("SoundArchitecture", "soundmgr", true);
+    const OSErr status = UQTAccess::Register("SoundArchitecture", "soundmgr", true);
     EXPECT_NE(noErr, status);
     EXPECT_EQ(status, UQTAccess::SetSoundManagerArchitecture());
 }

@@ -1,8 +1,8 @@
+#include "LateBoundFunctions.h"
+
 #include <quicktime/StDisableQTInteraction.h>
 
 #include <type_traits>
-
-#include "LateBoundFunctions.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ using StDisableQTInteractionTest = LateBoundTest;
 
 Calls Suppressions() {
     Calls calls;
-    for (std::string const& call : fakes::CallLog())
+    for (const std::string& call : fakes::CallLog())
         if (call.rfind("Begin", 0) == 0 || call.rfind("End", 0) == 0) calls.push_back(call);
     return calls;
 }
@@ -22,7 +22,7 @@ Calls Suppressions() {
 TEST_F(StDisableQTInteractionTest, SpansTheScope) {
     PutQuickTime();
     {
-        StDisableQTInteraction const guard;
+        const StDisableQTInteraction guard;
         EXPECT_EQ(Calls{"Begin()"}, Suppressions());
     }
     EXPECT_EQ((Calls{"Begin()", "End(4711)"}), Suppressions());
@@ -31,9 +31,9 @@ TEST_F(StDisableQTInteractionTest, SpansTheScope) {
 TEST_F(StDisableQTInteractionTest, NestedEndInReverse) {
     PutQuickTime();
     {
-        StDisableQTInteraction const outer;
-        StDisableQTInteraction const middle;
-        { StDisableQTInteraction const inner; }
+        const StDisableQTInteraction outer;
+        const StDisableQTInteraction middle;
+        { const StDisableQTInteraction inner; }
         EXPECT_EQ("End(4713)", Suppressions().back());
     }
     EXPECT_EQ((Calls{"Begin()", "Begin()", "Begin()", "End(4713)", "End(4712)", "End(4711)"}),
@@ -53,25 +53,25 @@ TEST_F(StDisableQTInteractionTest, EndsWhenAnExceptionPasses) {
 
 TEST_F(StDisableQTInteractionTest, HarmlessWithoutTheFunctions) {
     PutEmptyQuickTime();
-    { StDisableQTInteraction const guard; }
+    { const StDisableQTInteraction guard; }
     EXPECT_EQ(Calls(), Suppressions());
 }
 
 TEST_F(StDisableQTInteractionTest, HarmlessWithoutTheFramework) {
-    { StDisableQTInteraction const guard; }
+    { const StDisableQTInteraction guard; }
     EXPECT_EQ(2U, Count("CFBundleCreate"));
     EXPECT_EQ(0, qtInited);
 }
 
 TEST_F(StDisableQTInteractionTest, TokenZeroIsEndedToo) {
     PutQuickTime({"QTBeginUserInteractionSuppression"});
-    { StDisableQTInteraction const guard; }
+    { const StDisableQTInteraction guard; }
     EXPECT_EQ(Calls{"End(0)"}, Suppressions());
 }
 
 TEST_F(StDisableQTInteractionTest, NothingToEndWith) {
     PutQuickTime({"QTEndUserInteractionSuppression"});
-    { StDisableQTInteraction const guard; }
+    { const StDisableQTInteraction guard; }
     EXPECT_EQ(Calls{"Begin()"}, Suppressions());
 }
 

@@ -1,14 +1,14 @@
+#include "LateBoundFunctions.h"
+
 #include <quicktime/UQTAccess.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/Movies.h>
 
 #include <cstdlib>
 
-#include "LateBoundFunctions.h"
-
 namespace {
 
-constexpr char const* kType = "SoundArchitecture";
+constexpr const char* kType = "SoundArchitecture";
 
 using UQTAccessTest = LateBoundTest;
 
@@ -86,13 +86,13 @@ TEST_F(UQTAccessTest, IsRegisteredAtItsScope) {
 
 TEST_F(UQTAccessTest, IsRegisteredWithoutRegardToCase) {
     fakes::PutKey("Type", "CoreAudio", false);
-    for (char const* key : {"CoreAudio", "coreaudio", "COREAUDIO", "cOREaUDIO"})
+    for (const char* key : {"CoreAudio", "coreaudio", "COREAUDIO", "cOREaUDIO"})
         EXPECT_TRUE(UQTAccess::IsRegistered("Type", key, false)) << key;
 }
 
 TEST_F(UQTAccessTest, PrefixIsNotRegistered) {
     fakes::PutKey("Type", "coreaudio", false);
-    for (char const* key : {"", "c", "coreaudi", "coreaudio2", "xoreaudio", "coreaudix"})
+    for (const char* key : {"", "c", "coreaudi", "coreaudio2", "xoreaudio", "coreaudix"})
         EXPECT_FALSE(UQTAccess::IsRegistered("Type", key, false)) << key;
 }
 
@@ -102,7 +102,7 @@ TEST_F(UQTAccessTest, KeyWithNULIsNotTheTextBeforeIt) {
 }
 
 TEST_F(UQTAccessTest, LooksAtAllKeysInOrder) {
-    for (char const* key : {"one", "two", "three"})
+    for (const char* key : {"one", "two", "three"})
         fakes::PutKey("Type", key, false);
     EXPECT_TRUE(UQTAccess::IsRegistered("Type", "three", false));
     EXPECT_EQ("QTFindChildByIndex(3)", fakes::CallLog()[7]);
@@ -162,7 +162,7 @@ TEST_F(UQTAccessTest, ToolboxIsInitializedUnlessItSaysOtherwise) {
     EXPECT_FALSE(UQTAccess::IsMovieToolboxInitialized());
     EnterMovies();
     EXPECT_TRUE(UQTAccess::IsMovieToolboxInitialized());
-    for (OSErr const sticky : {OSErr{0}, OSErr{-2010}, OSErr{2020}, OSErr{-2021}, OSErr{-1}}) {
+    for (const OSErr sticky : {OSErr{0}, OSErr{-2010}, OSErr{2020}, OSErr{-2021}, OSErr{-1}}) {
         fakes::SetStickyError(sticky);
         EXPECT_TRUE(UQTAccess::IsMovieToolboxInitialized()) << sticky;
     }
@@ -210,13 +210,13 @@ class SoundArchitectureTest : public LateBoundTest {
     }
 
     static std::string Safety() {
-        char const* const value = std::getenv("QuickTimeSafety");
+        const char* const value = std::getenv("QuickTimeSafety");
         return value != nullptr ? value : "(not set)";
     }
     // Calls that change or ask something of the toolbox.
     static Calls Steps() {
         Calls steps;
-        for (std::string const& call : fakes::CallLog())
+        for (const std::string& call : fakes::CallLog())
             if (call.rfind("QTRegister", 0) == 0 || call.rfind("QTUnregister", 0) == 0 ||
                 call.rfind("QTGetAccess", 0) == 0 || call.find("Movies()") != std::string::npos ||
                 call == "GetMoviesStickyError()" || call == "GetProcess()")
@@ -225,7 +225,7 @@ class SoundArchitectureTest : public LateBoundTest {
     }
 };
 
-constexpr char const* kAsksKeys = "QTGetAccessKeys(SoundArchitecture, 1)";
+constexpr const char* kAsksKeys = "QTGetAccessKeys(SoundArchitecture, 1)";
 
 TEST_F(SoundArchitectureTest, FromCoreAudio) {
     fakes::PutKey(kType, "coreaudio", true);
@@ -265,7 +265,7 @@ TEST_F(SoundArchitectureTest, SecondCallChangesNothing) {
     EXPECT_EQ(noErr, UQTAccess::SetSoundManagerArchitecture());
     std::size_t const steps = Steps().size();
     EXPECT_EQ(noErr, UQTAccess::SetSoundManagerArchitecture());
-    Calls const all = Steps();
+    const Calls all = Steps();
     EXPECT_EQ((Calls{"GetMoviesStickyError()", kAsksKeys, kAsksKeys, "GetProcess()"}),
               Calls(all.begin() + static_cast<long>(steps), all.end()));
     EXPECT_EQ(Calls{"soundmgr"}, fakes::KeysOf(kType, true));
@@ -322,7 +322,7 @@ struct Outcome {
 };
 
 TEST_F(SoundArchitectureTest, EveryFailingCallInTurn) {
-    Outcome const outcomes[] = {
+    const Outcome outcomes[] = {
         {fakes::kErrorOfEnter, {"coreaudio"}, 0},       // entering
         {noErr, {"coreaudio", "soundmgr"}, 1},          // the keys, which then hold no "coreaudio"
         {fakes::kErrorOfNoKey, {"coreaudio"}, 1},       // memory for the key to unregister
@@ -339,7 +339,7 @@ TEST_F(SoundArchitectureTest, EveryFailingCallInTurn) {
         {noErr, {"soundmgr"}, 1}                        // none
     };
     int failing = 0;
-    for (Outcome const& outcome : outcomes) {
+    for (const Outcome& outcome : outcomes) {
         fakes::StartScenario();
         ForgetTable();
         PutQuickTime();

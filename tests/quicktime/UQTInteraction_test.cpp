@@ -1,6 +1,6 @@
-#include <quicktime/UQTInteraction.h>
-
 #include "LateBoundFunctions.h"
+
+#include <quicktime/UQTInteraction.h>
 
 namespace {
 
@@ -23,7 +23,7 @@ TEST_F(UQTInteractionTest, EndTakesTheToken) {
 
 TEST_F(UQTInteractionTest, AllowedIsWhatTheToolboxSays) {
     PutQuickTime();
-    for (Boolean const allowed : {Boolean{0}, Boolean{1}}) {
+    for (const Boolean allowed : {Boolean{0}, Boolean{1}}) {
         sScript.isInteractionAllowed = allowed;
         EXPECT_EQ(allowed, UQTInteraction::IsInteractionAllowed());
     }
@@ -52,14 +52,14 @@ void (*const kCalls[])() = {[] { static_cast<void>(UQTInteraction::BeginSuppress
                             [] { UQTInteraction::IsInteractionAllowed(); }};
 
 TEST_F(UQTInteractionTest, FirstCallResolves) {
-    for (auto const call : kCalls) {
+    for (const auto call : kCalls) {
         fakes::StartScenario();
         fakes::ForgetLiveBundles();
         ForgetTable();
         PutQuickTime();
         call();
         EXPECT_EQ(1, qtInited);
-        for (auto const later : kCalls)
+        for (const auto later : kCalls)
             later();
         EXPECT_EQ(1U, Count("CFBundleCreate"));
     }
@@ -67,7 +67,7 @@ TEST_F(UQTInteractionTest, FirstCallResolves) {
 
 TEST_F(UQTInteractionTest, EveryCallTriesAFailedLoadOnceMore) {
     std::size_t tries = 0;
-    for (auto const call : kCalls) {
+    for (const auto call : kCalls) {
         call();
         EXPECT_EQ(++tries, Count("CFBundleCreate"));
     }

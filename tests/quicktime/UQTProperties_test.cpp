@@ -1,7 +1,7 @@
+#include "LateBoundFunctions.h"
+
 #include <quicktime/UQTProperties.h>
 #include <toolbox/MacErrors.h>
-
-#include "LateBoundFunctions.h"
 
 namespace {
 
@@ -11,7 +11,7 @@ constexpr OSType kID = FourChars("EFGH");
 class UQTPropertiesTest : public LateBoundTest {
   protected:
     // An address is all that is passed on.
-    Movie const mMovie = reinterpret_cast<Movie>(this);
+    const Movie mMovie = reinterpret_cast<Movie>(this);
     OSType mType = 1;
     ByteCount mSize = 2;
     UInt32 mFlags = 3;
@@ -153,7 +153,7 @@ TEST_F(UQTPropertiesTest, NullsPassThrough) {
 
 TEST_F(UQTPropertiesTest, StatusIsPassedOn) {
     PutQuickTime();
-    for (OSStatus const status :
+    for (const OSStatus status :
          {OSStatus{0}, OSStatus{1}, OSStatus{kQTPropertyNotSupportedErr}, INT32_MIN}) {
         sScript.status = status;
         for (int wrapper = 0; wrapper < kWrapperCount; ++wrapper)

@@ -1,13 +1,13 @@
+#include "LateBoundFunctions.h"
+
 #include <quicktime/WeakQTSymbols.h>
 #include <toolbox/MacErrors.h>
-
-#include "LateBoundFunctions.h"
 
 namespace {
 
 // As the program's loader leaves them, before any test or call.
-Boolean const sFlagAtLoad = qtInited;
-bool const sIsEmptyAtLoad = _QTBeginUserInteractionSuppression == nullptr &&
+const Boolean sFlagAtLoad = qtInited;
+const bool sIsEmptyAtLoad = _QTBeginUserInteractionSuppression == nullptr &&
                             _QTEndUserInteractionSuppression == nullptr &&
                             _QTIsUserInteractionAllowed == nullptr && _QTGetMoviePropertyInfo == nullptr &&
                             _QTGetMovieProperty == nullptr && _QTSetMovieProperty == nullptr &&
@@ -16,8 +16,8 @@ bool const sIsEmptyAtLoad = _QTBeginUserInteractionSuppression == nullptr &&
 
 static_assert(sizeof qtInited == 1);
 
-std::vector<bool> const kNone(9, false);
-std::vector<bool> const kAll(9, true);
+const std::vector<bool> kNone(9, false);
+const std::vector<bool> kAll(9, true);
 
 using WeakQTSymbolsTest = LateBoundTest;
 
@@ -65,7 +65,7 @@ TEST_F(WeakQTSymbolsTest, EachEntryIsItsFunction) {
 TEST_F(WeakQTSymbolsTest, SecondCallTouchesNothing) {
     PutQuickTime();
     LoadWeakQTSymbols();
-    auto const entry = _QTGetProcessProperty;
+    const auto entry = _QTGetProcessProperty;
     std::size_t const calls = fakes::CallLog().size();
     fakes::RemoveFramework("QuickTime.framework");
     EXPECT_EQ(noErr, LoadWeakQTSymbols());

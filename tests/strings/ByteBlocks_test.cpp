@@ -1,3 +1,5 @@
+#include "support/PageEnd.h"
+
 #include <gtest/gtest.h>
 #include <strings/ByteBlocks.h>
 
@@ -6,8 +8,6 @@
 #include <limits>
 #include <string>
 #include <vector>
-
-#include "support/PageEnd.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ TEST_P(ByteBlocksMoved, WhateverTheOverlap) {
                 std::vector<unsigned char> moved = original;
                 move(moved.data() + from, moved.data() + to, static_cast<long>(count));
                 for (std::size_t i = 0; i < moved.size(); ++i) {
-                    bool const isMoved = i >= to && i < to + count;
+                    const bool isMoved = i >= to && i < to + count;
                     ASSERT_EQ(original[isMoved ? i - to + from : i], moved[i])
                         << from << ' ' << to << ' ' << count << ' ' << i;
                 }
@@ -53,7 +53,7 @@ TEST_P(ByteBlocksMoved, NothingForNoCount) {
 // Cut to 32 bits, the counts would be those of four bytes, of none and of a negative number.
 TEST_P(ByteBlocksMoved, CountsPast32Bits) {
     if constexpr (sizeof(long) > 4) {
-        for (long long const count : {0x1'0000'0004LL, 0x1'0000'0000LL, 0x8000'0000LL}) {
+        for (const long long count : {0x1'0000'0004LL, 0x1'0000'0000LL, 0x8000'0000LL}) {
             support::PageEnd const source(4096, support::PageEnd::kNothing);
             support::PageEnd const destination(4096, support::PageEnd::kNothing);
             EXPECT_EXIT((move(source.Bytes(), destination.Bytes(), static_cast<long>(count)), std::_Exit(0)),
@@ -63,7 +63,7 @@ TEST_P(ByteBlocksMoved, CountsPast32Bits) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(EitherWay, ByteBlocksMoved, ::testing::Values(0, 1), [](auto const& inInfo) {
+INSTANTIATE_TEST_SUITE_P(EitherWay, ByteBlocksMoved, ::testing::Values(0, 1), [](const auto& inInfo) {
     return std::string(inInfo.param == 0 ? "InTheCaller" : "ByName");
 });
 

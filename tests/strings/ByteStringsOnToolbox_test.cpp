@@ -1,4 +1,7 @@
 // What byte strings say of scripts and of resources, over the real toolbox.
+#include "PascalBuffer.h"
+#include "platform/resources/ResourcesTest.h"
+
 #include <gtest/gtest.h>
 #include <strings/ByteBlocks.h>
 #include <strings/CStrings.h>
@@ -9,9 +12,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "PascalBuffer.h"
-#include "platform/resources/ResourcesTest.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ TEST_F(ByteStringsOnToolboxTest, ByteTypesAsTheToolboxHasThem) {
     for (int script = smCurrentScript; script <= smUninterp; ++script)
         for (int first = 0; first < 256; ++first)
             for (int second : {0x20, 0x41, 0x82, 0xA0, 0xC3, 0xE3, 0xFE}) {
-                char const text[] = {static_cast<char>(first), static_cast<char>(second), 'a'};
+                const char text[] = {static_cast<char>(first), static_cast<char>(second), 'a'};
                 for (short offset = 0; offset < 3; ++offset)
                     ASSERT_EQ(CharacterByteType(text, offset, static_cast<ScriptCode>(script)),
                               InterruptSafeCharacterByteType(text, offset, static_cast<ScriptCode>(script)))
@@ -98,7 +98,7 @@ TEST_F(ListsOnToolboxTest, StringsAreAppended) {
     std::string many = {'\1', '\1'};
     for (int i = 0; i < 256; ++i)
         many += "\1x";
-    SInt16 const file =
+    const SInt16 file =
         Open(MakeFile("lists", {ImageOf(FourChars("STR#"), 128, std::string("\0\2\5first\6second", 15)),
                                 ImageOf(FourChars("STR#"), 129, many + "\4last\6behind")}));
     P text("the ");
@@ -107,7 +107,7 @@ TEST_F(ListsOnToolboxTest, StringsAreAppended) {
     EXPECT_EQ("the secondfirst", text.Text());
     PAddIndString(text, 129, 257);
     EXPECT_EQ("the secondfirstlast", text.Text());
-    for (short const index : {short{0}, short{3}, short{-1}})
+    for (const short index : {short{0}, short{3}, short{-1}})
         PAddIndString(text, 128, index);
     PAddIndString(text, 129, 258);
     PAddIndString(text, 130, 1);

@@ -1,3 +1,8 @@
+#include "PascalBuffer.h"
+#include "fakes/Calls.h"
+#include "fakes/Script.h"
+#include "strings/NaiveByteStrings.h"
+
 #include <gtest/gtest.h>
 #include <strings/CStrings.h>
 #include <strings/CharacterBytes.h>
@@ -5,11 +10,6 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-
-#include "PascalBuffer.h"
-#include "fakes/Calls.h"
-#include "fakes/Script.h"
-#include "strings/NaiveByteStrings.h"
 
 namespace {
 
@@ -50,7 +50,7 @@ TEST_F(CStringsTest, CopyIsCutAndTerminated) {
 }
 
 TEST_F(CStringsTest, NothingIsWrittenForNoLength) {
-    for (short const maxLength : {short{0}, short{-1}, short{-32768}}) {
+    for (const short maxLength : {short{0}, short{-1}, short{-32768}}) {
         char copy[] = "untouched";
         CStrNCopy("abc", copy, maxLength);
         EXPECT_STREQ("untouched", copy);

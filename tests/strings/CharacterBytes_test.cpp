@@ -1,10 +1,10 @@
+#include "fakes/Calls.h"
+#include "fakes/Script.h"
+
 #include <gtest/gtest.h>
 #include <strings/CharacterBytes.h>
 
 #include <string>
-
-#include "fakes/Calls.h"
-#include "fakes/Script.h"
 
 namespace {
 
@@ -19,10 +19,10 @@ class CharacterBytesTest : public ::testing::Test {
     static std::size_t FillCount() { return fakes::CallsOf({"FillParseTable"}).size(); }
 };
 
-std::string TypesOf(std::string const& inText, ScriptCode inScript) {
+std::string TypesOf(const std::string& inText, ScriptCode inScript) {
     std::string types;
     for (std::size_t i = 0; i < inText.size(); ++i) {
-        short const type = InterruptSafeCharacterByteType(inText.data(), static_cast<short>(i), inScript);
+        const short type = InterruptSafeCharacterByteType(inText.data(), static_cast<short>(i), inScript);
         types += type == -1 ? '(' : type == 1 ? ')' : type == 0 ? '.' : '?';
     }
     return types;
@@ -52,8 +52,8 @@ TEST_F(CharacterBytesTest, AsCountedFromTheLeft) {
             std::string text, expected;
             for (int i = 0, rest = pattern; i < length; ++i, rest /= 3)
                 text += "a\x82\xFF"[rest % 3];
-            for (char const character : text) {
-                bool const isSecond = !expected.empty() && expected.back() == '(';
+            for (const char character : text) {
+                const bool isSecond = !expected.empty() && expected.back() == '(';
                 expected += isSecond ? ')' : character == '\x82' ? '(' : '.';
             }
             ASSERT_EQ(expected, TypesOf(text, smJapanese));

@@ -10,7 +10,7 @@ inline std::string PlugParams(const std::string& inText, const std::optional<std
     std::string result;
     std::string rest = inText;
     while (!rest.empty()) {
-        bool const isPair = rest[0] == '^' && rest.size() > 1;
+        const bool isPair = rest[0] == '^' && rest.size() > 1;
         std::string const token = rest.substr(0, isPair ? 2 : 1);
         rest.erase(0, token.size());
         if (isPair && token[1] >= '0' && token[1] <= '3')
@@ -64,7 +64,7 @@ inline std::string StripLeadingBlanks(std::string inText) {
 template <typename IsFirst>
 std::size_t CutLength(const std::string& inBytes, std::size_t inLength, int inMaxLength, IsFirst inIsFirst) {
     if (inMaxLength < 0) inMaxLength = 0;
-    auto const maxLength = static_cast<std::size_t>(inMaxLength);
+    const auto maxLength = static_cast<std::size_t>(inMaxLength);
     if (inLength < maxLength) return inLength;
     std::size_t start = 0;
     while (start < maxLength)

@@ -16,8 +16,8 @@ class OnDoubles : public ::testing::Test {
     }
 
     // Whether the log has this call.
-    static bool WasCalled(std::string const& inCall) {
-        for (std::string const& call : fakes::CallLog())
+    static bool WasCalled(const std::string& inCall) {
+        for (const std::string& call : fakes::CallLog())
             if (call == inCall) return true;
         return false;
     }

@@ -1,3 +1,9 @@
+#include "PascalBuffer.h"
+#include "fakes/Calls.h"
+#include "fakes/Resources.h"
+#include "fakes/Script.h"
+#include "strings/NaiveByteStrings.h"
+
 #include <gtest/gtest.h>
 #include <strings/CharacterBytes.h>
 #include <strings/PascalStrings.h>
@@ -5,12 +11,6 @@
 #include <cmath>
 #include <limits>
 #include <string>
-
-#include "PascalBuffer.h"
-#include "fakes/Calls.h"
-#include "fakes/Resources.h"
-#include "fakes/Script.h"
-#include "strings/NaiveByteStrings.h"
 
 namespace {
 
@@ -61,7 +61,7 @@ TEST_F(PascalStringsTest, EqualAtEveryLength) {
 // A string may be kept in no more bytes than it has.
 TEST_F(PascalStringsTest, EqualReadsNoFurtherThanEither) {
     std::string const shortBuffer = "\1a";
-    auto const* const shortText = reinterpret_cast<const unsigned char*>(shortBuffer.data());
+    const auto* const shortText = reinterpret_cast<const unsigned char*>(shortBuffer.data());
     EXPECT_EQ(0, PStrEqual(P(Filler(255)), shortText));
     EXPECT_EQ(0, PStrEqual(shortText, P(Filler(255))));
 }
@@ -86,7 +86,7 @@ TEST_F(PascalStringsTest, EqualUpToACountThatOneHasNot) {
 
 TEST_F(PascalStringsTest, EqualUpToEveryCount) {
     for (std::size_t length = 0; length <= 255; ++length) {
-        auto const count = static_cast<unsigned char>(length);
+        const auto count = static_cast<unsigned char>(length);
         std::string const text = Filler(length);
         EXPECT_EQ(1, PStrNEqual(P(text), P(text), count)) << length;
         EXPECT_EQ(1, PStrNEqual(P(Filler(255)), P(text), count)) << length;
@@ -172,7 +172,7 @@ TEST_P(PascalStringsCopied, Overlapping) {
         }
 }
 
-INSTANTIATE_TEST_SUITE_P(EitherWay, PascalStringsCopied, ::testing::Values(0, 1), [](auto const& inInfo) {
+INSTANTIATE_TEST_SUITE_P(EitherWay, PascalStringsCopied, ::testing::Values(0, 1), [](const auto& inInfo) {
     return std::string(inInfo.param == 0 ? "InTheCaller" : "ByName");
 });
 
@@ -302,7 +302,7 @@ TEST_F(PascalStringsTest, AddNum) {
 
 TEST_F(PascalStringsTest, AddNumOfNegativeNumbers) {
     P text;
-    for (long const number : {-1L, -9L, -10L, -12345L, -2147483647L}) {
+    for (const long number : {-1L, -9L, -10L, -12345L, -2147483647L}) {
         P of("n=");
         PAddNum(of, number);
         EXPECT_EQ("n=" + std::to_string(number), of.Text());
@@ -326,7 +326,7 @@ TEST_F(PascalStringsTest, AddIndString) {
     PAddIndString(text, 128, 2);
     PAddIndString(text, 128, 1);
     EXPECT_EQ("the secondfirst", text.Text());
-    for (short const index : {short{0}, short{3}, short{-1}})
+    for (const short index : {short{0}, short{3}, short{-1}})
         PAddIndString(text, 128, index);
     PAddIndString(text, 129, 1);
     EXPECT_EQ("the secondfirst", text.Text());
@@ -394,7 +394,7 @@ TEST_F(PascalStringsTest, Double) {
 }
 
 TEST_F(PascalStringsTest, StripLeadingBlanks) {
-    for (auto const& [text, expected] : {std::pair{"", ""},
+    for (const auto& [text, expected] : {std::pair{"", ""},
                                          {"a", "a"},
                                          {" a", "a"},
                                          {"   a b ", "a b "},

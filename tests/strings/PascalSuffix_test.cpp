@@ -1,19 +1,19 @@
+#include "PascalBuffer.h"
+#include "fakes/Calls.h"
+#include "strings/NaiveByteStrings.h"
+
 #include <gtest/gtest.h>
 #include <strings/PascalStrings.h>
 
 #include <random>
 #include <string>
 
-#include "PascalBuffer.h"
-#include "fakes/Calls.h"
-#include "strings/NaiveByteStrings.h"
-
 namespace {
 
 using P = PascalBuffer;
 
 TEST(PascalSuffix, Remove) {
-    for (auto const& [text, expected] : {std::pair{"photo.jpeg", "photo"},
+    for (const auto& [text, expected] : {std::pair{"photo.jpeg", "photo"},
                                          {"photo.j", "photo"},
                                          {"photo.", "photo"},
                                          {"photo", "photo"},
@@ -69,7 +69,7 @@ TEST(PascalSuffix, NothingBeforeTheStringIsLookedAt) {
 }
 
 TEST(PascalSuffix, Extract) {
-    for (auto const& [text, stem, suffix] : {std::tuple{"photo.jpeg", "photo", ".jpeg"},
+    for (const auto& [text, stem, suffix] : {std::tuple{"photo.jpeg", "photo", ".jpeg"},
                                              {"archive.backup", "archive.backup", ""},
                                              {"name.12345", "name", ".12345"},
                                              {"photo", "photo", ""},
@@ -112,7 +112,7 @@ TEST(PascalSuffix, HasChangesNeither) {
 TEST(PascalSuffix, AgainstTheModel) {
     for (int length = 0; length <= 9; ++length)
         for (int pattern = 0; pattern < 1 << length; ++pattern)
-            for (char const behind : {'.', 'x'}) {
+            for (const char behind : {'.', 'x'}) {
                 std::string text;
                 for (int i = 0; i < length; ++i)
                     text += (pattern >> i & 1) != 0 ? '.' : 'a';
@@ -134,7 +134,7 @@ TEST(PascalSuffix, RandomTextsAgainstTheModel) {
             character = "abAB.\x01\x7F"[random() % 7];
         for (char& character : asked)
             character = ".aB"[random() % 3];
-        auto const behind = static_cast<unsigned char>(random() % 3 == 0 ? '.' : random());
+        const auto behind = static_cast<unsigned char>(random() % 3 == 0 ? '.' : random());
         P removed(text, behind), extracted(text, behind), suffix;
         PStrRemoveSuffix(removed);
         ASSERT_EQ(naive::RemoveSuffix(text, static_cast<char>(behind)), removed.Text());

@@ -1,3 +1,6 @@
+#include "PascalBuffer.h"
+#include "strings/NaiveByteStrings.h"
+
 #include <gtest/gtest.h>
 #include <strings/PascalStrings.h>
 
@@ -5,15 +8,12 @@
 #include <random>
 #include <string>
 
-#include "PascalBuffer.h"
-#include "strings/NaiveByteStrings.h"
-
 namespace {
 
 using Param = std::optional<std::string>;
 using P = PascalBuffer;
 
-std::string Plug(std::string const& inText, Param const (&inParams)[4]) {
+std::string Plug(const std::string& inText, Param const (&inParams)[4]) {
     P text(inText), buffers[4];
     const unsigned char* params[4] = {};
     for (int i = 0; i < 4; ++i) {
@@ -69,7 +69,7 @@ TEST(PlugParams, AParameterMayBeTheTextItself) {
 
 TEST(PlugParams, RandomTextsAgainstTheModel) {
     std::mt19937 random(7);
-    auto const randomText = [&random](std::size_t inMaxLength) {
+    const auto randomText = [&random](std::size_t inMaxLength) {
         std::string text(random() % (inMaxLength + 1), '\0');
         for (char& character : text)
             character = "^^^01234 x\xFF"[random() % 11];

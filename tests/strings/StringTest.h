@@ -15,14 +15,14 @@ inline TCFString Units(std::u16string_view inUnits) {
     return string;
 }
 
-inline std::u16string UnitsOf(TCFString const& inString) {
+inline std::u16string UnitsOf(const TCFString& inString) {
     std::u16string units(static_cast<std::size_t>(inString.Length()), u'\0');
     for (std::size_t i = 0; i < units.size(); ++i)
         units[i] = inString.Char(static_cast<long>(i));
     return units;
 }
 
-inline bool IsTheEmptyString(TCFString const& inString) {
+inline bool IsTheEmptyString(const TCFString& inString) {
     return inString.StringRef() == TCFString::EmptyCFString();
 }
 

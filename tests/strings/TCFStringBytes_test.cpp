@@ -1,9 +1,9 @@
+#include "OnDoubles.h"
+
 #include <toolbox/MacErrors.h>
 
 #include <algorithm>
 #include <vector>
-
-#include "OnDoubles.h"
 
 namespace {
 
@@ -91,7 +91,7 @@ TEST_F(TCFStringBytesTest, StdStringLeavesItsArgumentOnFailure) {
 
 TEST_F(TCFStringBytesTest, StdStringWithoutMemory) {
     std::string text = "before";
-    TCFString const string = Units(u"abc");
+    const TCFString string = Units(u"abc");
     fakes::FailCall(1);
     EXPECT_FALSE(string.StdStringWithEncoding(text, kUTF8));
     EXPECT_TRUE(fakes::FailureDelivered());
@@ -124,7 +124,7 @@ TEST_F(TCFStringBytesTest, UTF8Length) {
 }
 
 TEST_F(TCFStringBytesTest, UTF8LengthWithoutMemory) {
-    TCFString const string = Units(u"abc");
+    const TCFString string = Units(u"abc");
     fakes::FailCall(1);
     EXPECT_EQ(0, string.UTF8Length());
     EXPECT_TRUE(fakes::FailureDelivered());
@@ -159,12 +159,12 @@ TEST_F(TCFStringBytesTest, HFSUniStr) {
 
 TEST_F(TCFStringBytesTest, HFSUniStrThereAndBack) {
     HFSUniStr255 name;
-    TCFString const string = Units(u"caf\u00E9");
+    const TCFString string = Units(u"caf\u00E9");
     EXPECT_TRUE(TCFString(string.HFSUniStr(name)) == string);
 }
 
 TEST_F(TCFStringBytesTest, WithBytes) {
-    auto const* const bytes = reinterpret_cast<unsigned char const*>(
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(
         "\xEF\xBB\xBF"
         "abc");
     EXPECT_EQ(u"abc", UnitsOf(TCFString::WithBytes(bytes, 6, kUTF8, true)));
@@ -175,7 +175,7 @@ TEST_F(TCFStringBytesTest, WithBytes) {
 }
 
 TEST_F(TCFStringBytesTest, WithBytesThatAreNoText) {
-    auto const* const bytes = reinterpret_cast<unsigned char const*>("a\xFF");
+    const auto* const bytes = reinterpret_cast<const unsigned char*>("a\xFF");
     EXPECT_TRUE(IsTheEmptyString(TCFString::WithBytes(bytes, 2, kASCII, false)));
     fakes::FailCall(1);
     EXPECT_TRUE(IsTheEmptyString(TCFString::WithBytes(bytes, 1, kASCII, false)));

@@ -1,14 +1,14 @@
-#include <toolbox/MacErrors.h>
-
 #include "OnDoubles.h"
 #include "fakes/Collation.h"
+
+#include <toolbox/MacErrors.h>
 
 namespace {
 
 class TCFStringCaseTest : public OnDoubles {};
 
 TEST_F(TCFStringCaseTest, Case) {
-    TCFString const string = Units(u"aB cD");
+    const TCFString string = Units(u"aB cD");
     EXPECT_EQ(u"AB CD", UnitsOf(string.Uppercase()));
     EXPECT_EQ(u"ab cd", UnitsOf(string.Lowercase()));
     EXPECT_EQ(u"Ab Cd", UnitsOf(string.Capitalize()));
@@ -18,11 +18,11 @@ TEST_F(TCFStringCaseTest, Case) {
 }
 
 TEST_F(TCFStringCaseTest, CaseOfNoLanguage) {
-    TCFString const string = Units(u"i");
+    const TCFString string = Units(u"i");
     static_cast<void>(string.Uppercase());
     static_cast<void>(string.Lowercase());
     static_cast<void>(string.Capitalize());
-    for (char const* const call : {"CFStringUppercase", "CFStringLowercase", "CFStringCapitalize"})
+    for (const char* const call : {"CFStringUppercase", "CFStringLowercase", "CFStringCapitalize"})
         EXPECT_TRUE(WasCalled(fakes::CallText(call, 0))) << call;
 }
 
@@ -36,10 +36,10 @@ TEST_F(TCFStringCaseTest, Normalize) {
 }
 
 TEST_F(TCFStringCaseTest, WhatCannotBeCopiedIsEmpty) {
-    TCFString const string = Units(u"a");
+    const TCFString string = Units(u"a");
     TCFString (TCFString::*const kOperations[])()
         const = {&TCFString::Capitalize, &TCFString::Uppercase, &TCFString::Lowercase};
-    for (auto const operation : kOperations) {
+    for (const auto operation : kOperations) {
         fakes::FailCall(1);
         EXPECT_TRUE(IsTheEmptyString((string.*operation)()));
         EXPECT_TRUE(fakes::FailureDelivered());
@@ -49,8 +49,8 @@ TEST_F(TCFStringCaseTest, WhatCannotBeCopiedIsEmpty) {
 }
 
 TEST_F(TCFStringCaseTest, FinderCompareToClampsTheOrder) {
-    TCFString const left = Units(u"a"), right = Units(u"b");
-    for (SInt32 const order : {2, 3, 4, 0x7FFFFFFF}) {
+    const TCFString left = Units(u"a"), right = Units(u"b");
+    for (const SInt32 order : {2, 3, 4, 0x7FFFFFFF}) {
         fakes::ScriptCollation(noErr, order, false);
         EXPECT_EQ(1, left.FinderCompareTo(right, true)) << order;
         EXPECT_EQ(1, left.FinderCompareTo(right, false)) << order;
@@ -61,8 +61,8 @@ TEST_F(TCFStringCaseTest, FinderCompareToClampsTheOrder) {
 }
 
 TEST_F(TCFStringCaseTest, FinderCompareToTakesOneStepForNoneUnlessStrict) {
-    TCFString const left = Units(u"a"), right = Units(u"b");
-    for (SInt32 const order : {-1, 1}) {
+    const TCFString left = Units(u"a"), right = Units(u"b");
+    for (const SInt32 order : {-1, 1}) {
         fakes::ScriptCollation(noErr, order, false);
         EXPECT_EQ(order, left.FinderCompareTo(right, 1));
         EXPECT_EQ(order, left.FinderCompareTo(right, 255));
@@ -71,7 +71,7 @@ TEST_F(TCFStringCaseTest, FinderCompareToTakesOneStepForNoneUnlessStrict) {
 }
 
 TEST_F(TCFStringCaseTest, FinderCompareToOfEquivalentsAndFailures) {
-    TCFString const left = Units(u"a"), right = Units(u"A");
+    const TCFString left = Units(u"a"), right = Units(u"A");
     fakes::ScriptCollation(noErr, 3, true);
     EXPECT_EQ(0, left.FinderCompareTo(right, true)) << "the test of equivalence is on";
     fakes::ScriptCollation(noErr, 0, false);

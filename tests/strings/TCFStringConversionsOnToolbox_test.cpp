@@ -1,10 +1,10 @@
 // Conversions, formats and the application's strings over the real toolbox.
+#include "StringTest.h"
+#include "platform/resources/ResourcesTest.h"
+
 #include <foundation/LException.h>
 
 #include <cstdlib>
-
-#include "StringTest.h"
-#include "platform/resources/ResourcesTest.h"
 
 namespace {
 
@@ -17,8 +17,8 @@ TEST(ConversionsOnToolboxTest, BytesThereAndBack) {
     std::string bytes;
     ASSERT_TRUE(Units(text).StdStringWithEncoding(bytes, kUTF8));
     EXPECT_EQ("a\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E", bytes);
-    auto const* const start = reinterpret_cast<unsigned char const*>(bytes.data());
-    auto const count = static_cast<long>(bytes.size());
+    const auto* const start = reinterpret_cast<const unsigned char*>(bytes.data());
+    const auto count = static_cast<long>(bytes.size());
     EXPECT_EQ(text, UnitsOf(TCFString::WithBytes(start, count, kUTF8, false)));
     EXPECT_EQ(10, Units(text).UTF8Length());
     char buffer[11];
@@ -27,7 +27,7 @@ TEST(ConversionsOnToolboxTest, BytesThereAndBack) {
 }
 
 TEST(ConversionsOnToolboxTest, WhatIsMadeOfNothingIsTheEmptyString) {
-    unsigned char const mark[] = {0xFE, 0xFF};
+    const unsigned char mark[] = {0xFE, 0xFF};
     EXPECT_TRUE(IsTheEmptyString(TCFString::WithBytes(mark, 2, kCFStringEncodingUnicode, true)));
     EXPECT_TRUE(IsTheEmptyString(TCFString(0.0, kCFDateFormatterNoStyle, kCFDateFormatterNoStyle)));
     EXPECT_TRUE(IsTheEmptyString(TCFString("", kUTF8)));
@@ -59,7 +59,7 @@ TEST(ConversionsOnToolboxTest, WhatHasNoUTF8Form) {
 }
 
 TEST(ConversionsOnToolboxTest, ByteOrderMarks) {
-    unsigned char const marked[] = {0xFE, 0xFF, 0x00, 'a', 0x20, 0xAC};
+    const unsigned char marked[] = {0xFE, 0xFF, 0x00, 'a', 0x20, 0xAC};
     EXPECT_EQ(u"a\u20AC", UnitsOf(TCFString::WithBytes(marked, 6, kCFStringEncodingUnicode, true)));
     EXPECT_EQ(u"a\u20AC", UnitsOf(TCFString::WithBytes(marked + 2, 4, kCFStringEncodingUTF16BE, false)));
     EXPECT_TRUE(TCFString::WithBytes(marked, -1, kUTF8, false).IsEmpty());
@@ -67,7 +67,7 @@ TEST(ConversionsOnToolboxTest, ByteOrderMarks) {
 }
 
 TEST(ConversionsOnToolboxTest, NoMemoryForTheScratch) {
-    TCFString const string = Units(std::u16string(1000, u'a'));
+    const TCFString string = Units(std::u16string(1000, u'a'));
     std::string text = "before";
     SetMemoryLimit(GetMemoryInUse() + 100);
     EXPECT_FALSE(string.StdStringWithEncoding(text, kUTF8));
@@ -87,18 +87,18 @@ TEST(ConversionsOnToolboxTest, Units255) {
 TEST(ConversionsOnToolboxTest, Formats) {
     EXPECT_EQ(u"4294967295", UnitsOf(TCFString::Int(4294967295)));
     EXPECT_EQ(u"0", UnitsOf(TCFString::Int(0)));
-    TCFString const name = Units(u"\u20AC");
+    const TCFString name = Units(u"\u20AC");
     EXPECT_EQ(u"[\u20AC] -7 2a", UnitsOf(TCFString::CFPrintf(CFSTR("[%@] %d %x"), name.StringRef(), -7, 42)));
     EXPECT_EQ(u"b a", UnitsOf(TCFString::CFPrintf(CFSTR("%2$@ %1$@"), CFSTR("a"), CFSTR("b"))));
     EXPECT_TRUE(TCFString::CFPrintf(nullptr).IsEmpty());
 }
 
 TEST(ConversionsOnToolboxTest, MomentsInEveryStyle) {
-    CFDateFormatterStyle const kNone = kCFDateFormatterNoStyle;
+    const CFDateFormatterStyle kNone = kCFDateFormatterNoStyle;
     EXPECT_TRUE(TCFString(0.0, kNone, kNone).IsEmpty());
     for (CFDateFormatterStyle style = kCFDateFormatterShortStyle; style <= kCFDateFormatterFullStyle;
          ++style) {
-        TCFString const date(86400.0 * 200, style, kNone), time(86400.0 * 200, kNone, style);
+        const TCFString date(86400.0 * 200, style, kNone), time(86400.0 * 200, kNone, style);
         EXPECT_GT(date.Length(), 0) << style;
         EXPECT_GT(time.Length(), 0) << style;
         EXPECT_TRUE(date != time) << style;
@@ -111,9 +111,9 @@ TEST(ConversionsOnToolboxTest, MomentsInEveryStyle) {
 // What Res has read stays read in this process, so every test has resource ids of its own.
 class ResOnToolboxTest : public ResourcesTest {
   protected:
-    static std::string ListOf(std::vector<std::string> const& inEntries) {
+    static std::string ListOf(const std::vector<std::string>& inEntries) {
         std::string data = {'\0', static_cast<char>(inEntries.size())};
-        for (std::string const& entry : inEntries)
+        for (const std::string& entry : inEntries)
             (data += static_cast<char>(entry.size())) += entry;
         return data;
     }
@@ -125,8 +125,8 @@ class ResOnToolboxTest : public ResourcesTest {
 };
 
 TEST_F(ResOnToolboxTest, StringsOfAList) {
-    short const id = NextID();
-    SInt16 const file = OpenWith({ImageOf(FourChars("STR#"), id, ListOf({"one", "", "caf\xC3\xA9"})),
+    const short id = NextID();
+    const SInt16 file = OpenWith({ImageOf(FourChars("STR#"), id, ListOf({"one", "", "caf\xC3\xA9"})),
                                   ImageOf(FourChars("STR "), id, "\6single")});
     EXPECT_EQ(u"one", UnitsOf(TCFString::Res(id, 1)));
     EXPECT_TRUE(TCFString::Res(id, 2).IsEmpty());
@@ -140,22 +140,22 @@ TEST_F(ResOnToolboxTest, StringsOfAList) {
 }
 
 TEST_F(ResOnToolboxTest, WhatIsMissing) {
-    short const id = NextID();
+    const short id = NextID();
     EXPECT_TRUE(TCFString::Res(id, 1).IsEmpty());
     try {
         static_cast<void>(TCFString::Res(id, -1));
         ADD_FAILURE() << "nothing was thrown";
-    } catch (LException const& exception) {
+    } catch (const LException& exception) {
         EXPECT_EQ(0x6E696C50, exception.GetErrorCode());
     }
-    SInt16 const file = OpenWith({ImageOf(FourChars("STR#"), id, ListOf({"one"}))});
+    const SInt16 file = OpenWith({ImageOf(FourChars("STR#"), id, ListOf({"one"}))});
     EXPECT_EQ(u"one", UnitsOf(TCFString::Res(id, 1))) << "read again";
     CloseResFile(file);
 }
 
 TEST_F(ResOnToolboxTest, ResourcesThatAreCutOff) {
-    short const id = NextID(), empty = NextID();
-    SInt16 const file =
+    const short id = NextID(), empty = NextID();
+    const SInt16 file =
         OpenWith({ImageOf(FourChars("STR "), id, "\377abc"), ImageOf(FourChars("STR "), empty, ""),
                   ImageOf(FourChars("STR#"), id, std::string("\0\2\1", 3))});
     EXPECT_EQ(u"abc", UnitsOf(TCFString::Res(id, -1)));
@@ -166,8 +166,8 @@ TEST_F(ResOnToolboxTest, ResourcesThatAreCutOff) {
 }
 
 TEST_F(ResOnToolboxTest, AResourceThatIsNotLoadedIsEmpty) {
-    short const id = NextID();
-    SInt16 const file = OpenWith({ImageOf(FourChars("STR "), id, "\3one")});
+    const short id = NextID();
+    const SInt16 file = OpenWith({ImageOf(FourChars("STR "), id, "\3one")});
     SetResLoad(false);
     EXPECT_TRUE(TCFString::Res(id, -1).IsEmpty());
     SetResLoad(true);

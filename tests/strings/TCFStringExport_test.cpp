@@ -1,4 +1,7 @@
 // CString and PString: text as bytes, and every step of falling back from one encoding to the next.
+#include "fakes/Calls.h"
+#include "fakes/Text.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <strings/TCFString.h>
@@ -6,9 +9,6 @@
 #include <algorithm>
 #include <string>
 #include <vector>
-
-#include "fakes/Calls.h"
-#include "fakes/Text.h"
 
 namespace {
 
@@ -27,13 +27,13 @@ TCFString Unencodable() {
     return TCFString(name);
 }
 
-TCFString UTF8(std::string const& inText) {
+TCFString UTF8(const std::string& inText) {
     return TCFString(inText.c_str(), kCFStringEncodingUTF8);
 }
 
 std::vector<std::string> Conversions() {
     std::vector<std::string> calls;
-    for (std::string const& call : fakes::CallLog())
+    for (const std::string& call : fakes::CallLog())
         if (call.find("CFStringCreate") != 0) calls.push_back(call);
     return calls;
 }
@@ -57,17 +57,17 @@ class ExportTest : public ::testing::Test {
     }
 
     // Into a buffer with room for exactly inMaxLength bytes and one more, as the contract says.
-    static std::string AsCString(TCFString const& inString, long inMaxLength) {
+    static std::string AsCString(const TCFString& inString, long inMaxLength) {
         std::vector<char> buffer(static_cast<std::size_t>(inMaxLength) + 1, '#');
         EXPECT_EQ(buffer.data(), inString.CString(inMaxLength, buffer.data()));
         EXPECT_NE(buffer.end(), std::find(buffer.begin(), buffer.end(), '\0'));
         return buffer.data();
     }
-    static std::string AsPString(TCFString const& inString, long inMaxLength) {
+    static std::string AsPString(const TCFString& inString, long inMaxLength) {
         std::vector<unsigned char> buffer(static_cast<std::size_t>(inMaxLength) + 1, '#');
         EXPECT_EQ(buffer.data(), inString.PString(buffer.data(), inMaxLength));
         EXPECT_LE(buffer[0], inMaxLength);
-        return std::string(reinterpret_cast<char const*>(buffer.data() + 1),
+        return std::string(reinterpret_cast<const char*>(buffer.data() + 1),
                            std::min<long>(buffer[0], inMaxLength));
     }
 
@@ -84,13 +84,13 @@ TEST_F(CStringTest, EmptyConvertsNothing) {
 }
 
 TEST_F(CStringTest, DefaultEncodingFirst) {
-    TCFString const string = UTF8("caf\xC3\xA9");
+    const TCFString string = UTF8("caf\xC3\xA9");
     EXPECT_EQ("caf\xC3\xA9", AsCString(string, 5)) << "exactly as much as fits";
     EXPECT_THAT(Conversions(), ElementsAre(Get(6, kUTF8)));
 }
 
 TEST_F(CStringTest, SystemEncodingSecond) {
-    TCFString const string = UTF8("caf\xC3\xA9");
+    const TCFString string = UTF8("caf\xC3\xA9");
     fakes::RefuseCStringsIn(kUTF8);
     EXPECT_EQ("caf\x8E", AsCString(string, 10));
     EXPECT_THAT(Conversions(), ElementsAre(Get(11, kUTF8), Get(11, kRoman)));
@@ -107,7 +107,7 @@ TEST_F(CStringTest, TooLongIsCut) {
 }
 
 TEST_F(CStringTest, TooLongIsCutInTheSystemEncodingWhenTheDefaultFails) {
-    TCFString const string = UTF8("\xC3\xA9\xC3\xA9\xC3\xA9");
+    const TCFString string = UTF8("\xC3\xA9\xC3\xA9\xC3\xA9");
     fakes::RefuseCStringsIn(kUTF8);
     EXPECT_EQ("\x8E\x8E", AsCString(string, 2));
     EXPECT_THAT(Conversions(),

@@ -1,22 +1,22 @@
 // Every operation over the real Core Foundation, with each of its allocations failing once.
-#include <functional>
-#include <thread>
-#include <vector>
-
 #include "StringTest.h"
 #include "corefoundation/CF_test_access.h"
 #include "support/FailingCFMemory.h"
+
+#include <functional>
+#include <thread>
+#include <vector>
 
 namespace {
 
 using support::FailingCFMemory;
 using toolbox::corefoundation::LiveObjectsForTesting;
 
-using Operation = std::function<TCFString(TCFString const&)>;
+using Operation = std::function<TCFString(const TCFString&)>;
 
 struct Row {
-    char const* name;
-    char16_t const* result;
+    const char* name;
+    const char16_t* result;
     // What there is when memory is short: nothing, or the string as it was. Of several steps a later one may
     // go on with that.
     std::vector<std::u16string> fallbacks;
@@ -26,74 +26,74 @@ struct Row {
 constexpr char16_t kText[] = u"a:Very long name.txt";
 
 std::vector<Row> Rows() {
-    static TCFString const sA = Units(u"a"), sB = Units(u"b"), sMark = Units(u"^0"), sEmpty;
+    static const TCFString sA = Units(u"a"), sB = Units(u"b"), sMark = Units(u"^0"), sEmpty;
     std::u16string const empty, same = kText, mark = u"^0";
     return {
         {"concatenation",
          u"a:Very long name.txta",
          {empty},
-         [](TCFString const& inString) { return inString + sA; }},
-        {"substring", u"Very", {empty}, [](TCFString const& inString) { return inString.Substring(2, 4); }},
-        {"suffix", u".txt", {empty}, [](TCFString const& inString) { return inString.Suffix(); }},
+         [](const TCFString& inString) { return inString + sA; }},
+        {"substring", u"Very", {empty}, [](const TCFString& inString) { return inString.Substring(2, 4); }},
+        {"suffix", u".txt", {empty}, [](const TCFString& inString) { return inString.Suffix(); }},
         {"name",
          u"a:Very long name",
          {empty},
-         [](TCFString const& inString) { return inString.RemoveSuffix(); }},
+         [](const TCFString& inString) { return inString.RemoveSuffix(); }},
         {"cut",
          u"a_Very.txt",
          {u"a_Very lon", u".txt", empty, u"a:Very.txt"},
-         [](TCFString const& inString) { return inString.HFSName(10); }},
+         [](const TCFString& inString) { return inString.HFSName(10); }},
         {"replace",
          u"b:Very long name.txt",
          {same},
-         [](TCFString const& inString) { return inString.Replace(CFRangeMake(0, 1), sB); }},
+         [](const TCFString& inString) { return inString.Replace(CFRangeMake(0, 1), sB); }},
         {"replace longer",
          u"0123456789012345678901234567890123456789",
          {same},
-         [](TCFString const& inString) {
+         [](const TCFString& inString) {
              static TCFString const sLong = Units(u"0123456789012345678901234567890123456789");
              return inString.Replace(CFRangeMake(0, 100), sLong);
          }},
         {"find and replace",
          u"^0:Very long n^0me.txt",
          {same},
-         [](TCFString const& inString) {
+         [](const TCFString& inString) {
              return inString.FindAndReplace(sA, sMark, CFRangeMake(0, inString.Length()), 0);
          }},
         {"capitals",
          u"A:VERY LONG NAME.TXT",
          {empty, same},
-         [](TCFString const& inString) { return inString.Uppercase(); }},
+         [](const TCFString& inString) { return inString.Uppercase(); }},
         {"small letters",
          u"a:very long name.txt",
          {empty, same},
-         [](TCFString const& inString) { return inString.Lowercase(); }},
+         [](const TCFString& inString) { return inString.Lowercase(); }},
         {"title",
          u"A:Very Long Name.txt",
          {empty, same},
-         [](TCFString const& inString) { return inString.Capitalize(); }},
+         [](const TCFString& inString) { return inString.Capitalize(); }},
         {"normal form",
          u"a:Very long name.txt",
          {empty},
-         [](TCFString const& inString) { return inString.Normalize(kCFStringNormalizationFormKD); }},
+         [](const TCFString& inString) { return inString.Normalize(kCFStringNormalizationFormKD); }},
         {"parameters",
          u"a:Very long name.txt",
          {mark},
-         [](TCFString const& inString) { return sMark.PlugParams(inString, sEmpty, sEmpty, sEmpty); }},
+         [](const TCFString& inString) { return sMark.PlugParams(inString, sEmpty, sEmpty, sEmpty); }},
     };
 }
 
 TEST(FaultsOnToolboxTest, EveryAllocationOfEveryOperation) {
-    TCFString const string = Units(kText);
-    for (Row const& row : Rows()) {
+    const TCFString string = Units(kText);
+    for (const Row& row : Rows()) {
         UnitsOf(row.apply(string));  // what is made once and kept is made now
-        SInt64 const objects = LiveObjectsForTesting();
+        const SInt64 objects = LiveObjectsForTesting();
         for (int call = 1;; ++call) {
             SCOPED_TRACE(std::string(row.name) + ", allocation " + std::to_string(call));
             std::u16string result;
             bool wasDelivered = false;
             {
-                FailingCFMemory const failing(call);
+                const FailingCFMemory failing(call);
                 result = UnitsOf(row.apply(string));
                 wasDelivered = failing.Delivered();
             }
@@ -104,7 +104,7 @@ TEST(FaultsOnToolboxTest, EveryAllocationOfEveryOperation) {
                 break;
             }
             bool isKnown = result == row.result;
-            for (std::u16string const& fallback : row.fallbacks)
+            for (const std::u16string& fallback : row.fallbacks)
                 isKnown = isKnown || result == fallback;
             EXPECT_TRUE(isKnown) << "something else came of it, of " << result.size() << " units";
             ASSERT_LT(call, 100);
@@ -114,13 +114,13 @@ TEST(FaultsOnToolboxTest, EveryAllocationOfEveryOperation) {
 }
 
 TEST(FaultsOnToolboxTest, EveryAllocationOfAMoment) {
-    auto const moment = [] {
+    const auto moment = [] {
         return UnitsOf(TCFString(0.0, kCFDateFormatterFullStyle, kCFDateFormatterFullStyle));
     };
     std::u16string const whole = moment();
-    SInt64 const objects = LiveObjectsForTesting();
+    const SInt64 objects = LiveObjectsForTesting();
     for (int call = 1;; ++call) {
-        FailingCFMemory const failing(call);
+        const FailingCFMemory failing(call);
         std::u16string const result = moment();
         EXPECT_EQ(objects, LiveObjectsForTesting());
         if (!failing.Delivered()) break;
@@ -130,7 +130,7 @@ TEST(FaultsOnToolboxTest, EveryAllocationOfAMoment) {
 }
 
 TEST(FaultsOnToolboxTest, OperationsOnManyThreads) {
-    TCFString const shared = Units(kText);
+    const TCFString shared = Units(kText);
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&shared] {

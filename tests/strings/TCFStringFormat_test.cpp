@@ -5,7 +5,7 @@ namespace {
 class TCFStringFormatTest : public OnDoubles {};
 
 TEST_F(TCFStringFormatTest, CFPrintf) {
-    TCFString const name = Units(u"x.txt");
+    const TCFString name = Units(u"x.txt");
     EXPECT_EQ(u"open x.txt 7!", UnitsOf(TCFString::CFPrintf(CFSTR("open %@ %lu!"), name.StringRef(), 7UL)));
     EXPECT_TRUE(TCFString::CFPrintf(CFSTR("")).IsEmpty());
     EXPECT_EQ(1, CFGetRetainCount(TCFString::CFPrintf(CFSTR("a")).StringRef()));
@@ -24,12 +24,12 @@ TEST_F(TCFStringFormatTest, Concatenation) {
     EXPECT_EQ(u"a", UnitsOf(Units(u"a") + TCFString::Empty));
     EXPECT_TRUE((TCFString::Empty + TCFString::Empty).IsEmpty());
     EXPECT_EQ(u"%@%lu", UnitsOf(Units(u"%@") + Units(u"%lu"))) << "arguments are no formats";
-    TCFString const twice = Units(u"ab");
+    const TCFString twice = Units(u"ab");
     EXPECT_EQ(u"abab", UnitsOf(twice + twice));
 }
 
 TEST_F(TCFStringFormatTest, WhatCannotBeCreatedIsEmpty) {
-    TCFString const left = Units(u"a"), right = Units(u"b");
+    const TCFString left = Units(u"a"), right = Units(u"b");
     fakes::FailCall(1);
     EXPECT_TRUE(IsTheEmptyString(left + right));
     fakes::FailCall(1);
@@ -40,7 +40,7 @@ TEST_F(TCFStringFormatTest, WhatCannotBeCreatedIsEmpty) {
 }
 
 TEST_F(TCFStringFormatTest, Moment) {
-    TCFString const moment(86400.0, kCFDateFormatterLongStyle, kCFDateFormatterShortStyle);
+    const TCFString moment(86400.0, kCFDateFormatterLongStyle, kCFDateFormatterShortStyle);
     EXPECT_EQ(u"3/1 86400", UnitsOf(moment));
     EXPECT_EQ(1, CFGetRetainCount(moment.StringRef()));
     EXPECT_TRUE(WasCalled(fakes::CallText("CFDateFormatterCreate", 3, 1)));
@@ -50,7 +50,7 @@ TEST_F(TCFStringFormatTest, MomentWhenAnyStepFails) {
     int failures = 0;
     for (;; ++failures) {
         fakes::FailCall(failures + 1);
-        TCFString const moment(0.0, kCFDateFormatterNoStyle, kCFDateFormatterFullStyle);
+        const TCFString moment(0.0, kCFDateFormatterNoStyle, kCFDateFormatterFullStyle);
         if (!fakes::FailureDelivered()) break;
         EXPECT_TRUE(IsTheEmptyString(moment)) << "call " << failures + 1;
     }

@@ -1,11 +1,11 @@
+#include "OnDoubles.h"
+
 #include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <random>
 #include <string>
 #include <vector>
-
-#include "OnDoubles.h"
 
 namespace {
 
@@ -16,24 +16,24 @@ constexpr unsigned char kGood = 1, kBad = 0, kUnset = 0xEE;
 template <typename Number>
 using Parsed = std::pair<Number, unsigned char>;
 
-Parsed<long> LongOf(std::u16string const& inText, long inBase = 10) {
+Parsed<long> LongOf(const std::u16string& inText, long inBase = 10) {
     unsigned char isGood = kUnset;
-    long const number = Units(inText).ToLong(inBase, &isGood);
+    const long number = Units(inText).ToLong(inBase, &isGood);
     return {number, isGood};
 }
-Parsed<long long> LongLongOf(std::u16string const& inText, long inBase = 10) {
+Parsed<long long> LongLongOf(const std::u16string& inText, long inBase = 10) {
     unsigned char isGood = kUnset;
-    long long const number = Units(inText).ToLongLong(inBase, &isGood).LongLong();
+    const long long number = Units(inText).ToLongLong(inBase, &isGood).LongLong();
     return {number, isGood};
 }
-Parsed<double> DoubleOf(std::u16string const& inText) {
+Parsed<double> DoubleOf(const std::u16string& inText) {
     unsigned char isGood = kUnset;
-    double const number = Units(inText).ToDouble(&isGood);
+    const double number = Units(inText).ToDouble(&isGood);
     return {number, isGood};
 }
 
 struct Row {
-    char16_t const* text;
+    const char16_t* text;
     long base;
     long number;
     unsigned char isGood;
@@ -70,13 +70,13 @@ constexpr Row kRows[] = {
 };
 
 TEST_F(TCFStringNumbersTest, ToLong) {
-    for (Row const& row : kRows)
+    for (const Row& row : kRows)
         EXPECT_EQ(Parsed<long>(row.number, row.isGood), LongOf(row.text, row.base))
             << UnitsOf(Units(row.text)).size() << " units, " << row.number;
 }
 
 TEST_F(TCFStringNumbersTest, ToLongLong) {
-    for (Row const& row : kRows)
+    for (const Row& row : kRows)
         EXPECT_EQ(Parsed<long long>(row.number, row.isGood), LongLongOf(row.text, row.base))
             << UnitsOf(Units(row.text)).size() << " units, " << row.number;
     EXPECT_EQ(Parsed<long long>(9223372036854775807, kGood), LongLongOf(u"9223372036854775807"));
@@ -93,7 +93,7 @@ TEST_F(TCFStringNumbersTest, BeyondTheTypeTheNearest) {
 }
 
 TEST_F(TCFStringNumbersTest, ABaseThatIsNone) {
-    for (long const base : {1L, 37L, -2L, 100L}) {
+    for (const long base : {1L, 37L, -2L, 100L}) {
         EXPECT_EQ(Parsed<long>(0, kBad), LongOf(u"42", base)) << base;
         EXPECT_EQ(Parsed<long>(0, kGood), LongOf(u"", base)) << base;
         EXPECT_EQ(Parsed<long long>(0, kBad), LongLongOf(u"42", base)) << base;
@@ -163,10 +163,10 @@ TEST_F(TCFStringNumbersTest, ToDoubleReadsAsFarAsStrtod) {
             character = kCharacters[random() % (sizeof kCharacters - 1)];
     }
     int goodCount = 0;
-    for (std::string const& text : texts) {
+    for (const std::string& text : texts) {
         char* end = nullptr;
-        double const number = std::trunc(std::strtod(text.c_str(), &end));
-        auto const [read, isGood] = DoubleOf(std::u16string(text.begin(), text.end()));
+        const double number = std::trunc(std::strtod(text.c_str(), &end));
+        const auto [read, isGood] = DoubleOf(std::u16string(text.begin(), text.end()));
         EXPECT_EQ(*end == '\0' ? kGood : kBad, isGood) << text;
         if (std::abs(number) < 9e18) {
             EXPECT_EQ(number, read) << text;

@@ -1,4 +1,7 @@
 // The string core over the real Core Foundation.
+#include "corefoundation/CF_test_access.h"
+#include "os/SystemCalls_test_access.h"
+
 #include <gtest/gtest.h>
 #include <strings/TCFString.h>
 
@@ -7,31 +10,28 @@
 #include <thread>
 #include <vector>
 
-#include "corefoundation/CF_test_access.h"
-#include "os/SystemCalls_test_access.h"
-
 namespace {
 
-TCFString ASCII(std::string const& inText) {
+TCFString ASCII(const std::string& inText) {
     return TCFString(inText.c_str(), kCFStringEncodingASCII);
 }
-TCFString UTF8(std::string const& inText) {
+TCFString UTF8(const std::string& inText) {
     return TCFString(inText.c_str(), kCFStringEncodingUTF8);
 }
-CFIndex Count(TCFString const& inString) {
+CFIndex Count(const TCFString& inString) {
     return CFGetRetainCount(inString.StringRef());
 }
 
-std::string AsCString(TCFString const& inString, long inMaxLength) {
+std::string AsCString(const TCFString& inString, long inMaxLength) {
     std::vector<char> buffer(static_cast<std::size_t>(inMaxLength) + 1, '#');
     return inString.CString(inMaxLength, buffer.data());
 }
 
-std::string AsPString(TCFString const& inString, long inMaxLength) {
+std::string AsPString(const TCFString& inString, long inMaxLength) {
     std::vector<unsigned char> buffer(static_cast<std::size_t>(inMaxLength) + 1, '#');
     inString.PString(buffer.data(), inMaxLength);
     EXPECT_LE(buffer[0], inMaxLength);
-    return {reinterpret_cast<char const*>(buffer.data() + 1), buffer[0]};
+    return {reinterpret_cast<const char*>(buffer.data() + 1), buffer[0]};
 }
 
 TCFString Unencodable() {
@@ -54,7 +54,7 @@ TEST(TCFStringOnToolboxTest, WhatCannotBeCreatedIsEmpty) {
     EXPECT_TRUE(ASCII("\xFF").IsEmpty());
     EXPECT_NE(nullptr, ASCII("\xFF").StringRef());
     EXPECT_TRUE(UTF8("\xC3").IsEmpty());
-    EXPECT_TRUE(TCFString(static_cast<char const*>(nullptr), kCFStringEncodingUTF8).IsEmpty());
+    EXPECT_TRUE(TCFString(static_cast<const char*>(nullptr), kCFStringEncodingUTF8).IsEmpty());
     TCFString adopted = ASCII("abc");
     adopted.Adopt(nullptr);
     EXPECT_TRUE(adopted.IsEmpty());
@@ -65,7 +65,7 @@ TEST(TCFStringOnToolboxTest, CountsFollowOwnership) {
     TCFString string = ASCII("abc");
     EXPECT_EQ(1, Count(string));
     {
-        TCFString const copy(string);
+        const TCFString copy(string);
         string = copy;
         EXPECT_EQ(2, Count(string));
     }
@@ -91,9 +91,9 @@ class NoMemory {
 };
 
 TEST(TCFStringOnToolboxTest, CopiesAndAssignmentsMakeNothing) {
-    TCFString const first = ASCII("first"), second = ASCII("second");
-    SInt64 const objects = toolbox::corefoundation::LiveObjectsForTesting();
-    NoMemory const noMemory;
+    const TCFString first = ASCII("first"), second = ASCII("second");
+    const SInt64 objects = toolbox::corefoundation::LiveObjectsForTesting();
+    const NoMemory noMemory;
     TCFString string(first);
     EXPECT_TRUE(string == first);
     string = second;
@@ -104,22 +104,22 @@ TEST(TCFStringOnToolboxTest, CopiesAndAssignmentsMakeNothing) {
 }
 
 TEST(TCFStringOnToolboxTest, WithoutMemoryWhatIsMadeIsEmpty) {
-    TCFString const string = ASCII("0123456789");
+    const TCFString string = ASCII("0123456789");
     HFSUniStr255 name = {};
     name.length = 1;
-    NoMemory const noMemory;
+    const NoMemory noMemory;
     EXPECT_TRUE(ASCII("a").IsEmpty());
-    EXPECT_TRUE(TCFString(reinterpret_cast<unsigned char const*>("\1a"), kCFStringEncodingASCII).IsEmpty());
+    EXPECT_TRUE(TCFString(reinterpret_cast<const unsigned char*>("\1a"), kCFStringEncodingASCII).IsEmpty());
     EXPECT_TRUE(TCFString(name).IsEmpty());
     EXPECT_TRUE(string.Substring(2, 3).IsEmpty());
     EXPECT_EQ("0123", AsCString(string, 4)) << "conversions to bytes need none";
 }
 
 TEST(TCFStringOnToolboxTest, Encodings) {
-    TCFString const roman("caf\x8E", kCFStringEncodingMacRoman);
+    const TCFString roman("caf\x8E", kCFStringEncodingMacRoman);
     EXPECT_TRUE(roman == UTF8("caf\xC3\xA9"));
     EXPECT_EQ(2, UTF8("\xF0\x9D\x84\x9E").Length()) << "a surrogate pair";
-    auto const* const pascal = reinterpret_cast<unsigned char const*>("\3abcdef");
+    const auto* const pascal = reinterpret_cast<const unsigned char*>("\3abcdef");
     EXPECT_TRUE(TCFString(pascal, kCFStringEncodingASCII) == ASCII("abc"));
 }
 
@@ -128,8 +128,8 @@ TEST(TCFStringOnToolboxTest, ComparisonAndSubstring) {
     EXPECT_TRUE(ASCII("abc") != ASCII("ABC"));
     EXPECT_EQ(kCFCompareEqualTo, ASCII("abc").CompareTo(ASCII("ABC"), kCFCompareCaseInsensitive));
     EXPECT_EQ(kCFCompareLessThan, ASCII("abc").CompareTo(ASCII("abd"), 0));
-    TCFString const string = ASCII("0123456789");
-    CFRange const range = string.CheckRange(CFRangeMake(-2, 5));
+    const TCFString string = ASCII("0123456789");
+    const CFRange range = string.CheckRange(CFRangeMake(-2, 5));
     EXPECT_TRUE(string.Substring(range.location, range.length) == ASCII("0123456"));
     EXPECT_TRUE(string.Substring(10, 0).IsEmpty());
 }
@@ -155,7 +155,7 @@ TEST(TCFStringOnToolboxTest, PString) {
 }
 
 TEST(TCFStringOnToolboxTest, ReadersOnManyThreads) {
-    TCFString const shared = ASCII("shared");
+    const TCFString shared = ASCII("shared");
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&shared] {

@@ -1,11 +1,11 @@
 // The operations over the real Core Foundation, against a second implementation on random text.
-#include <cstdlib>
-#include <random>
-#include <vector>
-
 #include "NaiveStrings.h"
 #include "StringTest.h"
 #include "platform/corefoundation/CommaLocale.h"
+
+#include <cstdlib>
+#include <random>
+#include <vector>
 
 namespace {
 
@@ -28,13 +28,13 @@ class Random {
         return text;
     }
     // A piece of the text more often than not, so that something is found.
-    Text Piece(Text const& inText) {
+    Text Piece(const Text& inText) {
         if (inText.empty() || Below(3) == 0) return String(3);
-        auto const start = static_cast<std::size_t>(Below(naive::LengthOf(inText)));
+        const auto start = static_cast<std::size_t>(Below(naive::LengthOf(inText)));
         return inText.substr(start, static_cast<std::size_t>(Below(4)));
     }
-    Range AnyRange(Text const& inText) {
-        long const length = naive::LengthOf(inText);
+    Range AnyRange(const Text& inText) {
+        const long length = naive::LengthOf(inText);
         return {Below(length + 6) - 3, Below(length + 6) - 3};
     }
     unsigned long Flags() { return kFlags[Below(std::size(kFlags))]; }
@@ -50,10 +50,10 @@ CFRange AsCFRange(Range inRange) {
     return CFRangeMake(inRange.location, inRange.length);
 }
 
-std::string Shown(Text const& inText) {
+std::string Shown(const Text& inText) {
     std::string shown;
     char buffer[8];
-    for (char16_t const unit : inText) {
+    for (const char16_t unit : inText) {
         std::snprintf(buffer, sizeof buffer, unit >= 32 && unit < 127 ? "%c" : "<%X>", unit);
         shown += buffer;
     }
@@ -72,12 +72,12 @@ TEST(OperationsOnToolboxTest, FindAgainstNaive) {
     Random random(1);
     int foundCount = 0;
     for (int i = 0; i < kRounds && !::testing::Test::HasFailure(); ++i) {
-        Text const text = random.String(12), find = random.Piece(text);
-        Range const range = random.AnyRange(text);
-        unsigned long const flags = random.Flags();
+        const Text text = random.String(12), find = random.Piece(text);
+        const Range range = random.AnyRange(text);
+        const unsigned long flags = random.Flags();
         TRACE(text, find, Text(), range, flags);
-        TCFString const string = Units(text), wanted = Units(find);
-        Range const found = AsRange(string.Find(wanted, flags));
+        const TCFString string = Units(text), wanted = Units(find);
+        const Range found = AsRange(string.Find(wanted, flags));
         EXPECT_EQ(naive::Find(text, find, flags).location, found.location);
         EXPECT_EQ(naive::FindInRange(text, range, find, flags),
                   AsRange(string.FindInRange(AsCFRange(range), wanted, flags)));
@@ -94,15 +94,15 @@ TEST(OperationsOnToolboxTest, ReplaceAgainstNaive) {
     Random random(2);
     int changedCount = 0;
     for (int i = 0; i < kRounds && !::testing::Test::HasFailure(); ++i) {
-        Text const text = random.String(16), find = random.Piece(text), with = random.String(4);
-        Range const range = random.AnyRange(text);
-        unsigned long const flags = random.Flags();
+        const Text text = random.String(16), find = random.Piece(text), with = random.String(4);
+        const Range range = random.AnyRange(text);
+        const unsigned long flags = random.Flags();
         TRACE(text, find, with, range, flags);
-        TCFString const string = Units(text), wanted = Units(find), put = Units(with);
+        const TCFString string = Units(text), wanted = Units(find), put = Units(with);
         EXPECT_EQ(naive::Replace(text, range, with), UnitsOf(string.Replace(AsCFRange(range), put)));
         EXPECT_EQ(naive::ReplaceSubstring(text, find, with, flags),
                   UnitsOf(string.ReplaceSubstring(wanted, put, flags)));
-        Text const all = UnitsOf(string.FindAndReplace(wanted, put, AsCFRange(range), flags));
+        const Text all = UnitsOf(string.FindAndReplace(wanted, put, AsCFRange(range), flags));
         EXPECT_EQ(naive::FindAndReplace(text, find, with, range, flags), all);
         EXPECT_EQ(text, UnitsOf(string)) << "the string itself stays";
         if (all != text) ++changedCount;
@@ -113,10 +113,10 @@ TEST(OperationsOnToolboxTest, ReplaceAgainstNaive) {
 TEST(OperationsOnToolboxTest, NamesAndConcatenationAgainstNaive) {
     Random random(3);
     for (int i = 0; i < kRounds && !::testing::Test::HasFailure(); ++i) {
-        Text const text = random.String(20), tail = random.String(15);
-        long const maxLength = random.Below(24) - 2;
+        const Text text = random.String(20), tail = random.String(15);
+        const long maxLength = random.Below(24) - 2;
         SCOPED_TRACE("text " + Shown(text) + " length " + std::to_string(maxLength));
-        TCFString const string = Units(text);
+        const TCFString string = Units(text);
         EXPECT_EQ(naive::Suffix(text), UnitsOf(string.Suffix()));
         EXPECT_EQ(naive::RemoveSuffix(text), UnitsOf(string.RemoveSuffix()));
         EXPECT_EQ(naive::HFSName(text, maxLength), UnitsOf(string.HFSName(maxLength)));
@@ -127,15 +127,15 @@ TEST(OperationsOnToolboxTest, NamesAndConcatenationAgainstNaive) {
 TEST(OperationsOnToolboxTest, PlugParamsAgainstNaive) {
     Random random(4);
     constexpr char16_t kMarks[] = {u'^', u'^', u'0', u'1', u'2', u'3', u'x'};
-    auto const markedText = [&random, &kMarks](long inMaxLength) {
+    const auto markedText = [&random, &kMarks](long inMaxLength) {
         Text text(static_cast<std::size_t>(random.Below(inMaxLength + 1)), u'\0');
         for (char16_t& unit : text)
             unit = kMarks[random.Below(std::size(kMarks))];
         return text;
     };
     for (int i = 0; i < kRounds && !::testing::Test::HasFailure(); ++i) {
-        Text const text = markedText(16);
-        std::array<Text, 4> const params = {markedText(3), markedText(3), markedText(3), markedText(3)};
+        const Text text = markedText(16);
+        const std::array<Text, 4> params = {markedText(3), markedText(3), markedText(3), markedText(3)};
         SCOPED_TRACE(Shown(text) + Shown(params[0]) + Shown(params[1]) + Shown(params[2]) + Shown(params[3]));
         EXPECT_EQ(naive::PlugParams(text, params),
                   UnitsOf(Units(text).PlugParams(Units(params[0]), Units(params[1]), Units(params[2]),
@@ -144,7 +144,7 @@ TEST(OperationsOnToolboxTest, PlugParamsAgainstNaive) {
 }
 
 TEST(OperationsOnToolboxTest, NumbersHaveAPointInEveryLocale) {
-    CommaLocale const locale;
+    const CommaLocale locale;
     ASSERT_EQ(3.75, std::strtod("3,75", nullptr)) << "else this shows nothing";
     unsigned char isGood = 0;
     EXPECT_EQ(3.0, Units(u"3.75").ToDouble(&isGood));
@@ -160,7 +160,7 @@ TEST(OperationsOnToolboxTest, CaseBeyondOneUnit) {
     EXPECT_EQ(u"\u00E9t\u00E9", UnitsOf(Units(u"\u00C9T\u00C9").Lowercase()));
     EXPECT_EQ(u"\u00C9t\u00E9 An B2c", UnitsOf(Units(u"\u00E9T\u00C9 aN b2C").Capitalize()));
     EXPECT_EQ(u"\U00010400", UnitsOf(Units(u"\U00010428").Uppercase())) << "a surrogate pair";
-    Text const alone = {u'a', 0xD834};
+    const Text alone = {u'a', 0xD834};
     EXPECT_EQ((Text{u'A', 0xD834}), UnitsOf(Units(alone).Uppercase()));
     EXPECT_TRUE(Units(u"stra\u00DFe").HasSuffix(Units(u"ASSE")));
     EXPECT_TRUE(TCFString::Empty.Uppercase().IsEmpty());
@@ -169,7 +169,7 @@ TEST(OperationsOnToolboxTest, CaseBeyondOneUnit) {
 }
 
 TEST(OperationsOnToolboxTest, NormalForms) {
-    TCFString const string = Units(u"caf\u00E9 \uFB01");
+    const TCFString string = Units(u"caf\u00E9 \uFB01");
     EXPECT_EQ(u"cafe\u0301 \uFB01", UnitsOf(string.Normalize(kCFStringNormalizationFormD)));
     EXPECT_EQ(u"cafe\u0301 fi", UnitsOf(string.Normalize(kCFStringNormalizationFormKD)));
     EXPECT_EQ(u"caf\u00E9 \uFB01",
@@ -184,14 +184,14 @@ TEST(OperationsOnToolboxTest, FinderOrder) {
                                             u"file9", u"file10", u"filet",  u"Zebra"};
     for (std::size_t i = 0; i < std::size(kOrdered); ++i)
         for (std::size_t k = 0; k < std::size(kOrdered); ++k) {
-            SInt32 const order = i < k ? -1 : i > k ? 1 : 0;
+            const SInt32 order = i < k ? -1 : i > k ? 1 : 0;
             EXPECT_EQ(order, Units(kOrdered[i]).FinderCompareTo(Units(kOrdered[k]), true)) << i << " " << k;
             EXPECT_EQ(order, Units(kOrdered[i]).FinderCompareTo(Units(kOrdered[k]), false)) << i << " " << k;
         }
 }
 
 TEST(OperationsOnToolboxTest, FinderOrderOfWhatDiffersLittle) {
-    auto const compare = [](std::u16string_view inLeft, std::u16string_view inRight, bool inStrict) {
+    const auto compare = [](std::u16string_view inLeft, std::u16string_view inRight, bool inStrict) {
         return Units(inLeft).FinderCompareTo(Units(inRight), inStrict);
     };
     EXPECT_EQ(0, compare(u"README", u"readme", true)) << "case";

@@ -10,12 +10,12 @@ Range AsPair(CFRange inRange) {
     return {inRange.location, inRange.length};
 }
 
-bool IsCopy(TCFString const& inResult, TCFString const& inString) {
+bool IsCopy(const TCFString& inResult, const TCFString& inString) {
     return inResult.StringRef() == inString.StringRef();
 }
 
 TEST_F(TCFStringReplaceTest, HasPrefix) {
-    TCFString const string = Units(u"abc");
+    const TCFString string = Units(u"abc");
     EXPECT_FALSE(string.HasPrefix(Units(u"AB"), false));
     EXPECT_TRUE(string.HasPrefix(Units(u"AB"), true));
     EXPECT_TRUE(string.HasPrefix(Units(u"ab"), false));
@@ -29,7 +29,7 @@ TEST_F(TCFStringReplaceTest, HasPrefix) {
 }
 
 TEST_F(TCFStringReplaceTest, HasPrefixComparesTheFrontWithTheFlagOfItsCase) {
-    TCFString const string = Units(u"abc");
+    const TCFString string = Units(u"abc");
     string.HasPrefix(Units(u"ab"), true);
     EXPECT_TRUE(WasCalled(fakes::CallText("CFStringCompareWithOptions", 0, 2, 1)));
     string.HasPrefix(Units(u"a"), false);
@@ -50,7 +50,7 @@ TEST_F(TCFStringReplaceTest, HasSuffixSearchesTheWholeFromItsEnd) {
 }
 
 TEST_F(TCFStringReplaceTest, Find) {
-    TCFString const string = Units(u"banana");
+    const TCFString string = Units(u"banana");
     EXPECT_EQ(Range(1, 2), AsPair(string.Find(Units(u"an"), 0)));
     EXPECT_EQ(Range(3, 2), AsPair(string.Find(Units(u"an"), kCFCompareBackwards)));
     EXPECT_EQ(Range(1, 2), AsPair(string.Find(Units(u"AN"), kCFCompareCaseInsensitive)));
@@ -61,7 +61,7 @@ TEST_F(TCFStringReplaceTest, Find) {
 }
 
 TEST_F(TCFStringReplaceTest, FindInRange) {
-    TCFString const string = Units(u"banana"), an = Units(u"an");
+    const TCFString string = Units(u"banana"), an = Units(u"an");
     EXPECT_EQ(Range(3, 2), AsPair(string.FindInRange(CFRangeMake(2, 4), an, 0)));
     EXPECT_EQ(Range(1, 2), AsPair(string.FindInRange(CFRangeMake(0, 4), an, kCFCompareBackwards)));
     EXPECT_EQ(Range(-1, -1), AsPair(string.FindInRange(CFRangeMake(2, 2), an, 0)));
@@ -70,7 +70,7 @@ TEST_F(TCFStringReplaceTest, FindInRange) {
 }
 
 TEST_F(TCFStringReplaceTest, FindInRangeBringsTheRangeInside) {
-    TCFString const string = Units(u"banana"), an = Units(u"an");
+    const TCFString string = Units(u"banana"), an = Units(u"an");
     EXPECT_EQ(Range(3, 2), AsPair(string.FindInRange(CFRangeMake(2, 100), an, 0)));
     EXPECT_EQ(Range(1, 2), AsPair(string.FindInRange(CFRangeMake(-2, 1), an, 0))) << "widened to (0, 3)";
     EXPECT_EQ(Range(-1, -1), AsPair(string.FindInRange(CFRangeMake(6, 2), an, 0)));
@@ -78,7 +78,7 @@ TEST_F(TCFStringReplaceTest, FindInRangeBringsTheRangeInside) {
 }
 
 TEST_F(TCFStringReplaceTest, Replace) {
-    TCFString const string = Units(u"abcdef"), with = Units(u"XY");
+    const TCFString string = Units(u"abcdef"), with = Units(u"XY");
     EXPECT_EQ(u"abXYef", UnitsOf(string.Replace(CFRangeMake(2, 2), with)));
     EXPECT_EQ(u"abcdXY", UnitsOf(string.Replace(CFRangeMake(4, 100), with)));
     EXPECT_EQ(u"XY", UnitsOf(string.Replace(CFRangeMake(0, 6), with)));
@@ -89,21 +89,21 @@ TEST_F(TCFStringReplaceTest, Replace) {
 }
 
 TEST_F(TCFStringReplaceTest, ReplaceAtAndPastTheEndLiesBeforeTheLastUnit) {
-    TCFString const with = Units(u"X");
+    const TCFString with = Units(u"X");
     EXPECT_EQ(u"abXc", UnitsOf(Units(u"abc").Replace(CFRangeMake(3, 0), with)));
     EXPECT_EQ(u"abXc", UnitsOf(Units(u"abc").Replace(CFRangeMake(100, 5), with)));
     EXPECT_EQ(u"X", UnitsOf(TCFString::Empty.Replace(CFRangeMake(100, 5), with)));
 }
 
 TEST_F(TCFStringReplaceTest, ReplaceOfANegativeRangeIsACopy) {
-    TCFString const string = Units(u"abcdef"), with = Units(u"X");
+    const TCFString string = Units(u"abcdef"), with = Units(u"X");
     EXPECT_TRUE(IsCopy(string.Replace(CFRangeMake(-1, 2), with), string));
     EXPECT_TRUE(IsCopy(string.Replace(CFRangeMake(1, -2), with), string));
     EXPECT_TRUE(fakes::CallsOf({"CFStringCreateMutableCopy"}).empty());
 }
 
 TEST_F(TCFStringReplaceTest, ReplaceSubstring) {
-    TCFString const string = Units(u"banana"), a = Units(u"a"), b = Units(u"b");
+    const TCFString string = Units(u"banana"), a = Units(u"a"), b = Units(u"b");
     EXPECT_EQ(u"bbnana", UnitsOf(string.ReplaceSubstring(a, b, 0)));
     EXPECT_EQ(u"bananb", UnitsOf(string.ReplaceSubstring(a, b, kCFCompareBackwards)));
     EXPECT_EQ(u"bbnana", UnitsOf(string.ReplaceSubstring(Units(u"A"), b, kCFCompareCaseInsensitive)));
@@ -113,7 +113,7 @@ TEST_F(TCFStringReplaceTest, ReplaceSubstring) {
 }
 
 TEST_F(TCFStringReplaceTest, FindAndReplace) {
-    TCFString const string = Units(u"banana"), a = Units(u"a"), b = Units(u"b");
+    const TCFString string = Units(u"banana"), a = Units(u"a"), b = Units(u"b");
     EXPECT_EQ(u"bbnbnb", UnitsOf(string.FindAndReplace(a, b, CFRangeMake(0, 6), 0)));
     EXPECT_EQ(u"bbnana", UnitsOf(string.FindAndReplace(a, b, CFRangeMake(0, 2), 0)));
     EXPECT_EQ(u"banbnb", UnitsOf(string.FindAndReplace(a, b, CFRangeMake(2, 100), 0)));
@@ -123,7 +123,7 @@ TEST_F(TCFStringReplaceTest, FindAndReplace) {
 }
 
 TEST_F(TCFStringReplaceTest, FindAndReplaceOfNothingIsACopy) {
-    TCFString const string = Units(u"banana"), a = Units(u"a"), b = Units(u"b");
+    const TCFString string = Units(u"banana"), a = Units(u"a"), b = Units(u"b");
     EXPECT_TRUE(IsCopy(string.FindAndReplace(Units(u"x"), b, CFRangeMake(0, 6), 0), string));
     EXPECT_TRUE(IsCopy(string.FindAndReplace(a, b, CFRangeMake(0, 1), 0), string));
     EXPECT_TRUE(IsCopy(string.FindAndReplace(a, b, CFRangeMake(-1, 6), 0), string));
@@ -132,13 +132,13 @@ TEST_F(TCFStringReplaceTest, FindAndReplaceOfNothingIsACopy) {
 }
 
 TEST_F(TCFStringReplaceTest, FindAndReplaceHandsItsFlagsOn) {
-    static_cast<void>(
-        Units(u"bAnana").FindAndReplace(Units(u"A"), Units(u"b"), CFRangeMake(0, 9), kCFCompareCaseInsensitive));
+    static_cast<void>(Units(u"bAnana").FindAndReplace(Units(u"A"), Units(u"b"), CFRangeMake(0, 9),
+                                                      kCFCompareCaseInsensitive));
     EXPECT_TRUE(WasCalled(fakes::CallText("CFStringFindAndReplace", 0, 6, 1)));
 }
 
 TEST_F(TCFStringReplaceTest, WithoutMemoryReplacingIsACopy) {
-    TCFString const string = Units(u"banana"), a = Units(u"a"), b = Units(u"b");
+    const TCFString string = Units(u"banana"), a = Units(u"a"), b = Units(u"b");
     fakes::FailCall(1);
     EXPECT_TRUE(IsCopy(string.Replace(CFRangeMake(0, 1), b), string));
     fakes::FailCall(1);
@@ -149,7 +149,7 @@ TEST_F(TCFStringReplaceTest, WithoutMemoryReplacingIsACopy) {
 }
 
 TEST_F(TCFStringReplaceTest, PlugParams) {
-    TCFString const empty, x = Units(u"x"), z = Units(u"z");
+    const TCFString empty, x = Units(u"x"), z = Units(u"z");
     EXPECT_EQ(u"x-^1-z-^0", UnitsOf(Units(u"^0-^1-^2-^0").PlugParams(x, empty, z, empty)));
     EXPECT_EQ(u"dcba",
               UnitsOf(Units(u"^3^2^1^0").PlugParams(Units(u"a"), Units(u"b"), Units(u"c"), Units(u"d"))));
@@ -158,7 +158,7 @@ TEST_F(TCFStringReplaceTest, PlugParams) {
 }
 
 TEST_F(TCFStringReplaceTest, PlugParamsSearchesWhatItPutIn) {
-    TCFString const empty;
+    const TCFString empty;
     EXPECT_EQ(u"ab ^1", UnitsOf(Units(u"^0 ^1").PlugParams(Units(u"a^1"), Units(u"b"), empty, empty)))
         << "the mark put in comes first";
     EXPECT_EQ(u"^0", UnitsOf(Units(u"^1").PlugParams(Units(u"x"), Units(u"^0"), empty, empty)))
@@ -168,9 +168,9 @@ TEST_F(TCFStringReplaceTest, PlugParamsSearchesWhatItPutIn) {
 }
 
 TEST_F(TCFStringReplaceTest, PlugParamsTakesAnyEmptyStringForAbsent) {
-    TCFString const empty = Units(u"");
+    const TCFString empty = Units(u"");
     ASSERT_FALSE(IsTheEmptyString(empty)) << "another object";
-    TCFString const string = Units(u"^0^1^2^3");
+    const TCFString string = Units(u"^0^1^2^3");
     EXPECT_TRUE(IsCopy(string.PlugParams(empty, empty, empty, empty), string));
 }
 

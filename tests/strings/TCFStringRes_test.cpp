@@ -1,9 +1,9 @@
+#include "OnDoubles.h"
+#include "fakes/Resources.h"
+
 #include <foundation/LException.h>
 
 #include <algorithm>
-
-#include "OnDoubles.h"
-#include "fakes/Resources.h"
 
 namespace {
 
@@ -15,17 +15,17 @@ class TCFStringResTest : public ::testing::Test {
     TCFStringResTest() : mID(sNextID++) { fakes::StartScenario(); }
     ~TCFStringResTest() override { EXPECT_TRUE(fakes::Misuses().empty()); }
 
-    void ScriptString(std::string const& inData) const { fakes::ScriptResource(kString, mID, "", inData); }
-    void ScriptList(std::vector<std::string> const& inEntries) const {
+    void ScriptString(const std::string& inData) const { fakes::ScriptResource(kString, mID, "", inData); }
+    void ScriptList(const std::vector<std::string>& inEntries) const {
         std::string data = {'\0', static_cast<char>(inEntries.size())};
-        for (std::string const& entry : inEntries)
+        for (const std::string& entry : inEntries)
             (data += static_cast<char>(entry.size())) += entry;
         fakes::ScriptResource(kList, mID, "", data);
     }
     static int Reads() { return static_cast<int>(fakes::CallsOf({"GetString", "GetIndString"}).size()); }
     TCFString Res(short inIndex) const { return TCFString::Res(mID, inIndex); }
 
-    short const mID;
+    const short mID;
 
   private:
     static inline short sNextID = 1000;
@@ -39,9 +39,9 @@ TEST_F(TCFStringResTest, EntryOfAList) {
 
 TEST_F(TCFStringResTest, ARepeatedLookupReadsNothing) {
     ScriptList({"one", "two", "three"});
-    TCFString const first = Res(3);
+    const TCFString first = Res(3);
     EXPECT_EQ(1, Reads());
-    TCFString const second = Res(3);
+    const TCFString second = Res(3);
     EXPECT_EQ(1, Reads());
     EXPECT_EQ(first.StringRef(), second.StringRef()) << "the same string";
     fakes::ForgetResources();
@@ -92,7 +92,7 @@ TEST_F(TCFStringResTest, TextThatTheEncodingDoesNotHoldIsEmptyAndReadAgain) {
 
 TEST_F(TCFStringResTest, ASingleStringIsReadOnceAndReleased) {
     ScriptString("\5caf\xC3\xA9");
-    int const handles = fakes::LiveHandles();
+    const int handles = fakes::LiveHandles();
     EXPECT_EQ(u"caf\u00E9", UnitsOf(Res(-1)));
     EXPECT_EQ(u"caf\u00E9", UnitsOf(Res(-1)));
     EXPECT_EQ(1, Reads());
@@ -113,7 +113,7 @@ TEST_F(TCFStringResTest, AMissingSingleStringIsThrown) {
         try {
             static_cast<void>(Res(-1));
             FAIL() << "nothing was thrown";
-        } catch (LException const& exception) {
+        } catch (const LException& exception) {
             EXPECT_EQ(0x6E696C50, exception.GetErrorCode()) << "nilP";
         }
     }
@@ -150,9 +150,9 @@ TEST_F(TCFStringResTest, WhatCouldNotBeMadeIsReadAgain) {
 
 TEST_F(TCFStringResTest, OneStringIsKeptForEachEntry) {
     ScriptList({"one", "two"});
-    int const strings = fakes::LiveStrings();
+    const int strings = fakes::LiveStrings();
     for (int i = 0; i < 3; ++i)
-        for (short const index : {1, 2, 3})
+        for (const short index : {1, 2, 3})
             static_cast<void>(Res(index));
     EXPECT_EQ(strings + 2, fakes::LiveStrings()) << "an empty one is no string of its own";
 }

@@ -4,13 +4,13 @@ namespace {
 
 class TCFStringSuffixTest : public OnDoubles {};
 
-std::u16string SuffixOf(std::u16string const& inText) {
+std::u16string SuffixOf(const std::u16string& inText) {
     return UnitsOf(Units(inText).Suffix());
 }
-std::u16string WithoutSuffix(std::u16string const& inText) {
+std::u16string WithoutSuffix(const std::u16string& inText) {
     return UnitsOf(Units(inText).RemoveSuffix());
 }
-std::u16string NameOf(std::u16string const& inText, long inMaxLength) {
+std::u16string NameOf(const std::u16string& inText, long inMaxLength) {
     return UnitsOf(Units(inText).HFSName(inMaxLength));
 }
 
@@ -45,8 +45,8 @@ TEST_F(TCFStringSuffixTest, RemoveSuffix) {
 }
 
 TEST_F(TCFStringSuffixTest, WithoutASuffixTheStringItselfIsAnswered) {
-    for (char16_t const* text : {u"noext", u"report.final draft", u"x.abcdefghijkl", u""}) {
-        TCFString const string = Units(text);
+    for (const char16_t* text : {u"noext", u"report.final draft", u"x.abcdefghijkl", u""}) {
+        const TCFString string = Units(text);
         EXPECT_EQ(string.StringRef(), string.RemoveSuffix().StringRef());
     }
 }
@@ -64,7 +64,7 @@ TEST_F(TCFStringSuffixTest, HFSNameOfWhatFits) {
     EXPECT_EQ(u"name.txt", NameOf(u"name.txt", 8));
     EXPECT_EQ(u"name.txt", NameOf(u"name.txt", 0)) << "no limit";
     EXPECT_EQ(u"name.txt", NameOf(u"name.txt", -1));
-    TCFString const string = Units(u"name.txt");
+    const TCFString string = Units(u"name.txt");
     EXPECT_EQ(string.StringRef(), string.HFSName(255).StringRef());
 }
 
@@ -83,17 +83,17 @@ TEST_F(TCFStringSuffixTest, HFSNameChangesColonsAfterTheCut) {
 }
 
 TEST_F(TCFStringSuffixTest, HFSNameOfManyColonsCopiesOnce) {
-    TCFString const string = Units(std::u16string(10000, u':'));
+    const TCFString string = Units(std::u16string(10000, u':'));
     EXPECT_EQ(std::u16string(10000, u'_'), UnitsOf(string.HFSName(0)));
     EXPECT_EQ(1u, fakes::CallsOf({"CFStringCreateMutableCopy"}).size());
 }
 
 TEST_F(TCFStringSuffixTest, HFSNameWithoutMemoryEnds) {
-    TCFString const string = Units(u"a:very:long:name.txt");
+    const TCFString string = Units(u"a:very:long:name.txt");
     int failures = 0;
     for (;; ++failures) {
         fakes::FailCall(failures + 1);
-        TCFString const name = string.HFSName(10);
+        const TCFString name = string.HFSName(10);
         if (!fakes::FailureDelivered()) break;
         EXPECT_LE(name.Length(), 10) << "call " << failures + 1;
     }

@@ -1,3 +1,6 @@
+#include "fakes/Calls.h"
+#include "fakes/Text.h"
+
 #include <gtest/gtest.h>
 #include <strings/TCFString.h>
 
@@ -7,9 +10,6 @@
 #include <string>
 #include <type_traits>
 #include <utility>
-
-#include "fakes/Calls.h"
-#include "fakes/Text.h"
 
 namespace {
 
@@ -28,16 +28,16 @@ class TCFStringTest : public ::testing::Test {
     int mLiveStrings = fakes::LiveStrings();
 };
 
-TCFString ASCII(char const* inText) {
+TCFString ASCII(const char* inText) {
     return TCFString(inText, kCFStringEncodingASCII);
 }
-CFIndex Count(TCFString const& inString) {
+CFIndex Count(const TCFString& inString) {
     return CFGetRetainCount(inString.StringRef());
 }
-CFStringRef NewString(char const* inText) {
+CFStringRef NewString(const char* inText) {
     return CFStringCreateWithCString(kCFAllocatorDefault, inText, kCFStringEncodingASCII);
 }
-bool IsTheEmptyString(TCFString const& inString) {
+bool IsTheEmptyString(const TCFString& inString) {
     return inString.StringRef() == TCFString::EmptyCFString() && inString.IsEmpty();
 }
 
@@ -47,7 +47,7 @@ TEST_F(TCFStringTest, LoadTimeConstants) {
     EXPECT_STREQ("<CANNOT DISPLAY>", TCFString::kCannotDisplayCString);
     EXPECT_EQ(16, TCFString::kCannotDisplayString[0]);
     EXPECT_EQ("<CANNOT DISPLAY>",
-              std::string(reinterpret_cast<char const*>(TCFString::kCannotDisplayString + 1), 16));
+              std::string(reinterpret_cast<const char*>(TCFString::kCannotDisplayString + 1), 16));
     EXPECT_EQ(TCFString::kCannotDisplayCFString, ASCII("<CANNOT DISPLAY>"));
 }
 
@@ -58,7 +58,7 @@ TEST_F(TCFStringTest, DefaultEncodingIsAskedOnceInAProcess) {
 }
 
 TEST_F(TCFStringTest, DefaultIsTheSharedEmptyString) {
-    TCFString const first, second;
+    const TCFString first, second;
     EXPECT_TRUE(IsTheEmptyString(first));
     EXPECT_EQ(first.StringRef(), second.StringRef());
     EXPECT_TRUE(first == second);
@@ -67,10 +67,10 @@ TEST_F(TCFStringTest, DefaultIsTheSharedEmptyString) {
 }
 
 TEST_F(TCFStringTest, CopyIsTheSameObjectRetained) {
-    TCFString const source = ASCII("abc");
-    CFIndex const count = Count(source);
+    const TCFString source = ASCII("abc");
+    const CFIndex count = Count(source);
     {
-        TCFString const copy(source);
+        const TCFString copy(source);
         EXPECT_EQ(source.StringRef(), copy.StringRef());
         EXPECT_EQ(count + 1, Count(source));
     }
@@ -78,9 +78,9 @@ TEST_F(TCFStringTest, CopyIsTheSameObjectRetained) {
 }
 
 TEST_F(TCFStringTest, ConstructorRetainsAReference) {
-    CFStringRef const reference = NewString("abc");
+    const CFStringRef reference = NewString("abc");
     {
-        TCFString const string(reference);
+        const TCFString string(reference);
         EXPECT_EQ(reference, string.StringRef());
         EXPECT_EQ(2, CFGetRetainCount(reference));
     }
@@ -89,17 +89,17 @@ TEST_F(TCFStringTest, ConstructorRetainsAReference) {
 }
 
 TEST_F(TCFStringTest, NullReferenceIsEmpty) {
-    TCFString const string(nullptr);
+    const TCFString string(nullptr);
     EXPECT_TRUE(string.IsEmpty());
     EXPECT_NE(nullptr, string.StringRef());
     EXPECT_TRUE(IsTheEmptyString(string));
 }
 
 TEST_F(TCFStringTest, FromACString) {
-    TCFString const roman("caf\x8E", kCFStringEncodingMacRoman);
+    const TCFString roman("caf\x8E", kCFStringEncodingMacRoman);
     EXPECT_EQ(4, roman.Length());
     EXPECT_EQ(0x00E9, roman.Char(3));
-    TCFString const utf8("caf\xC3\xA9", kCFStringEncodingUTF8);
+    const TCFString utf8("caf\xC3\xA9", kCFStringEncodingUTF8);
     EXPECT_TRUE(roman == utf8);
     EXPECT_EQ(1, Count(roman));
 }
@@ -107,15 +107,15 @@ TEST_F(TCFStringTest, FromACString) {
 TEST_F(TCFStringTest, FromACStringThatTheEncodingCannotConvert) {
     EXPECT_TRUE(IsTheEmptyString(TCFString("\xFF", kCFStringEncodingASCII)));
     EXPECT_TRUE(IsTheEmptyString(TCFString("\xC3", kCFStringEncodingUTF8)));
-    EXPECT_TRUE(IsTheEmptyString(TCFString(static_cast<char const*>(nullptr), kCFStringEncodingASCII)));
+    EXPECT_TRUE(IsTheEmptyString(TCFString(static_cast<const char*>(nullptr), kCFStringEncodingASCII)));
 }
 
 TEST_F(TCFStringTest, FromAPascalString) {
-    auto const* const text = reinterpret_cast<unsigned char const*>("\3abcdef");
+    const auto* const text = reinterpret_cast<const unsigned char*>("\3abcdef");
     EXPECT_TRUE(TCFString(text, kCFStringEncodingASCII) == ASCII("abc"));
-    auto const* const bad = reinterpret_cast<unsigned char const*>("\2a\xFF");
+    const auto* const bad = reinterpret_cast<const unsigned char*>("\2a\xFF");
     EXPECT_TRUE(IsTheEmptyString(TCFString(bad, kCFStringEncodingASCII)));
-    auto const* const empty = reinterpret_cast<unsigned char const*>("\0");
+    const auto* const empty = reinterpret_cast<const unsigned char*>("\0");
     EXPECT_TRUE(TCFString(empty, kCFStringEncodingASCII).IsEmpty());
 }
 
@@ -124,7 +124,7 @@ TEST_F(TCFStringTest, FromAFileName) {
     name.length = 2;
     name.unicode[0] = 'h';
     name.unicode[1] = 0xD800;
-    TCFString const string(name);
+    const TCFString string(name);
     EXPECT_EQ(2, string.Length());
     EXPECT_EQ(0xD800, string.Char(1));
     name.length = 0;
@@ -139,8 +139,8 @@ TEST_F(TCFStringTest, FromAFileName) {
 TEST_F(TCFStringTest, FailedCreationsAreEmpty) {
     HFSUniStr255 name = {};
     name.length = 1;
-    auto const* const pascal = reinterpret_cast<unsigned char const*>("\1a");
-    TCFString const source = ASCII("abc");
+    const auto* const pascal = reinterpret_cast<const unsigned char*>("\1a");
+    const TCFString source = ASCII("abc");
     fakes::FailCall(1);
     EXPECT_TRUE(IsTheEmptyString(ASCII("abc")));
     fakes::FailCall(1);
@@ -154,8 +154,8 @@ TEST_F(TCFStringTest, FailedCreationsAreEmpty) {
 
 TEST_F(TCFStringTest, AssignmentRetainsTheNewAndReleasesTheOld) {
     TCFString target = ASCII("old");
-    TCFString const old(target);
-    TCFString const source = ASCII("new");
+    const TCFString old(target);
+    const TCFString source = ASCII("new");
     EXPECT_EQ(&target, &(target = source));
     EXPECT_EQ(source.StringRef(), target.StringRef());
     EXPECT_EQ(2, Count(source));
@@ -164,10 +164,10 @@ TEST_F(TCFStringTest, AssignmentRetainsTheNewAndReleasesTheOld) {
 
 TEST_F(TCFStringTest, AssignmentToItselfOrACopyChangesNoCount) {
     TCFString string = ASCII("abc");
-    TCFString const& itself = string;
+    const TCFString& itself = string;
     string = itself;
     EXPECT_EQ(1, Count(string));
-    TCFString const copy(string);
+    const TCFString copy(string);
     string = copy;
     EXPECT_EQ(2, Count(string));
 }
@@ -179,9 +179,9 @@ TEST_F(TCFStringTest, AssignmentOfEmpty) {
 }
 
 TEST_F(TCFStringTest, AdoptTakesOverTheReference) {
-    CFStringRef const reference = NewString("abc");
+    const CFStringRef reference = NewString("abc");
     TCFString string = ASCII("old");
-    TCFString const old(string);
+    const TCFString old(string);
     string.Adopt(reference);
     EXPECT_EQ(reference, string.StringRef());
     EXPECT_EQ(1, CFGetRetainCount(reference));
@@ -211,8 +211,8 @@ TEST_F(TCFStringTest, EnsureNonNullRefKeepsAString) {
 }
 
 TEST_F(TCFStringTest, RetainGivesTheCallerACount) {
-    TCFString const string = ASCII("abc");
-    CFStringRef const reference = string.Retain();
+    const TCFString string = ASCII("abc");
+    const CFStringRef reference = string.Retain();
     EXPECT_EQ(string.StringRef(), reference);
     EXPECT_EQ(2, Count(string));
     CFRelease(reference);
@@ -220,7 +220,7 @@ TEST_F(TCFStringTest, RetainGivesTheCallerACount) {
 }
 
 TEST_F(TCFStringTest, LengthAndCharacters) {
-    TCFString const string("a\xE2\x82\xAC", kCFStringEncodingUTF8);
+    const TCFString string("a\xE2\x82\xAC", kCFStringEncodingUTF8);
     EXPECT_EQ(2, string.Length());
     EXPECT_FALSE(string.IsEmpty());
     EXPECT_EQ('a', string.Char(0));
@@ -228,7 +228,7 @@ TEST_F(TCFStringTest, LengthAndCharacters) {
 }
 
 TEST_F(TCFStringTest, Substring) {
-    TCFString const string = ASCII("0123456789");
+    const TCFString string = ASCII("0123456789");
     EXPECT_TRUE(string.Substring(2, 3) == ASCII("234"));
     EXPECT_TRUE(string.Substring(0, 10) == string);
     EXPECT_TRUE(string.Substring(10, 0).IsEmpty());
@@ -236,18 +236,18 @@ TEST_F(TCFStringTest, Substring) {
 }
 
 TEST_F(TCFStringTest, SubstringIsOfTheRangeAsItIsGiven) {
-    TCFString const string = ASCII("0123456789");
-    TCFString const part = string.Substring(8, 100);
+    const TCFString string = ASCII("0123456789");
+    const TCFString part = string.Substring(8, 100);
     EXPECT_EQ("CFStringCreateWithSubstring(8, 100)", fakes::CallLog().back());
     EXPECT_TRUE(part == ASCII("89"));
 }
 
 TEST_F(TCFStringTest, EveryEmptyStringThatIsMadeIsTheOne) {
-    auto const* const none = reinterpret_cast<unsigned char const*>("");
-    TCFString const string = ASCII("abc");
-    TCFString const b = ASCII("b"), all = ASCII("abc");
-    CFRange const whole = CFRangeMake(0, 3);
-    for (TCFString const& made :
+    const auto* const none = reinterpret_cast<const unsigned char*>("");
+    const TCFString string = ASCII("abc");
+    const TCFString b = ASCII("b"), all = ASCII("abc");
+    const CFRange whole = CFRangeMake(0, 3);
+    for (const TCFString& made :
          {ASCII(""), TCFString(none, kCFStringEncodingASCII), TCFString(HFSUniStr255{}),
           TCFString::WithBytes(none, 0, kCFStringEncodingASCII, false), TCFString::CFPrintf(CFSTR("")),
           TCFString::Empty + TCFString::Empty, string.Substring(1, 0),
@@ -262,10 +262,10 @@ TEST_F(TCFStringTest, EveryEmptyStringThatIsMadeIsTheOne) {
 }
 
 TEST_F(TCFStringTest, AnEmptyReferenceIsHeldAsItWasPassed) {
-    CFStringRef const passed = NewString("");
+    const CFStringRef passed = NewString("");
     ASSERT_NE(TCFString::EmptyCFString(), passed);
     {
-        TCFString const string(passed);
+        const TCFString string(passed);
         EXPECT_EQ(passed, string.StringRef());
         EXPECT_EQ(passed, TCFString(string).StringRef());
         EXPECT_TRUE(string == TCFString::Empty);
@@ -293,8 +293,8 @@ TEST_F(TCFStringTest, EqualityIsExact) {
 }
 
 TEST_F(TCFStringTest, IdenticalStringsAreEqualWithoutComparing) {
-    TCFString const string = ASCII("abc");
-    TCFString const copy(string);
+    const TCFString string = ASCII("abc");
+    const TCFString copy(string);
     EXPECT_TRUE(string == copy);
     EXPECT_FALSE(string != copy);
     EXPECT_TRUE(fakes::CallsOf({"CFStringCompare"}).empty());
@@ -302,13 +302,13 @@ TEST_F(TCFStringTest, IdenticalStringsAreEqualWithoutComparing) {
     EXPECT_EQ(1u, fakes::CallsOf({"CFStringCompare"}).size());
 }
 
-std::pair<long, long> Checked(TCFString const& inString, long inLocation, long inLength) {
-    CFRange const range = inString.CheckRange(CFRangeMake(inLocation, inLength));
+std::pair<long, long> Checked(const TCFString& inString, long inLocation, long inLength) {
+    const CFRange range = inString.CheckRange(CFRangeMake(inLocation, inLength));
     return {range.location, range.length};
 }
 
 TEST_F(TCFStringTest, CheckRangeOnTenUnits) {
-    TCFString const string = ASCII("0123456789");
+    const TCFString string = ASCII("0123456789");
     using Range = std::pair<long, long>;
     EXPECT_EQ(Range(0, 7), Checked(string, -2, 5)) << "widened, not shortened";
     EXPECT_EQ(Range(0, 10), Checked(string, -20, 5));
@@ -324,7 +324,7 @@ TEST_F(TCFStringTest, CheckRangeOnTenUnits) {
 }
 
 TEST_F(TCFStringTest, CheckRangeLeavesItsArgument) {
-    CFRange const range = CFRangeMake(-1, 100);
+    const CFRange range = CFRangeMake(-1, 100);
     TCFString::Empty.CheckRange(range);
     EXPECT_EQ(-1, range.location);
     EXPECT_EQ(100, range.length);
@@ -341,15 +341,15 @@ TEST_F(TCFStringTest, CheckRangeIsAlwaysInside) {
     constexpr long kMax = std::numeric_limits<long>::max();
     constexpr long kMin = std::numeric_limits<long>::min();
     std::mt19937 random(17);
-    auto const pick = [&random] {
+    const auto pick = [&random] {
         constexpr long kEdges[] = {kMin, kMin + 1, -11, -10, -1, 0, 1, 5, 9, 10, 11, kMax - 1, kMax};
         return kEdges[random() % std::size(kEdges)];
     };
-    TCFString const strings[] = {TCFString::Empty, ASCII("x"), ASCII("01234"), ASCII("0123456789")};
+    const TCFString strings[] = {TCFString::Empty, ASCII("x"), ASCII("01234"), ASCII("0123456789")};
     for (int i = 0; i < 5000; ++i) {
-        TCFString const& string = strings[random() % std::size(strings)];
-        long const location = pick(), length = pick();
-        CFRange const range = string.CheckRange(CFRangeMake(location, length));
+        const TCFString& string = strings[random() % std::size(strings)];
+        const long location = pick(), length = pick();
+        const CFRange range = string.CheckRange(CFRangeMake(location, length));
         EXPECT_GE(range.location, 0) << location << " " << length;
         EXPECT_GE(range.length, 0) << location << " " << length;
         EXPECT_LE(range.location, string.Length()) << location << " " << length;

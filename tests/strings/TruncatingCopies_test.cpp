@@ -21,22 +21,22 @@ namespace {
 
 using Pascal = const unsigned char*;
 
-Pascal P(char const* inText) {
+Pascal P(const char* inText) {
     return reinterpret_cast<Pascal>(inText);
 }
 
 TEST(PStrNCopyTest, TakesTheShorterOfLengthAndLimit) {
     struct {
-        char const* source;
+        const char* source;
         short limit;
-        char const* expected;
+        const char* expected;
     } const cases[] = {{"\5hello", 3, "\3hel"}, {"\5hello", 5, "\5hello"}, {"\5hello", 255, "\5hello"},
                        {"\5hello", 0, "\0"},    {"\0", 10, "\0"},          {"\5hello", 32767, "\5hello"}};
-    for (auto const& each : cases) {
+    for (const auto& each : cases) {
         unsigned char buffer[16];
         std::memset(buffer, 0xEE, sizeof buffer);
         truncating::PStrNCopy(P(each.source), buffer, each.limit);
-        auto const length = static_cast<unsigned char>(each.expected[0]);
+        const auto length = static_cast<unsigned char>(each.expected[0]);
         EXPECT_EQ(0, std::memcmp(each.expected, buffer, length + 1u)) << each.limit;
         EXPECT_EQ(0xEE, buffer[length + 1]) << each.limit;
     }
@@ -66,12 +66,12 @@ TEST(PStrNCopyTest, KnowsNothingOfDoubleBytes) {
 
 TEST(CStrNCopyTest, CutsAtTheLimitAndTerminates) {
     struct {
-        char const* source;
+        const char* source;
         short limit;
-        char const* expected;
+        const char* expected;
     } const cases[] = {{"hello", 3, "hel"}, {"hello", 5, "hello"}, {"hello", 6, "hello"},
                        {"hello", 1, "h"},   {"", 4, ""},           {"hello", 32767, "hello"}};
-    for (auto const& each : cases) {
+    for (const auto& each : cases) {
         char buffer[16];
         std::memset(buffer, '#', sizeof buffer);
         truncating::CStrNCopy(each.source, buffer, each.limit);

@@ -3,8 +3,8 @@
 
 namespace support {
 
-// A loop over n from 1 until none is delivered reaches each step of a scenario. It allocates nothing and needs
-// no construction at run time, so that it serves beneath operator new, too.
+// A loop over n from 1 until none is delivered reaches each step of a scenario. It allocates nothing and
+// needs no construction at run time, so that it serves beneath operator new, too.
 class Countdown {
   public:
     enum Extent { kOnce, kForever };

@@ -1,9 +1,8 @@
 // What the calls about files do and answer: the file system in memory as the real one.
 #include "support/FileWorld.h"
 
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <linux/fs.h>
 #include <sys/file.h>
 #include <sys/stat.h>

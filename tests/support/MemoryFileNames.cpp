@@ -1,4 +1,6 @@
 // The calls of the file system in memory that take names.
+#include "support/MemoryFiles.h"
+
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/stat.h>
@@ -9,8 +11,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-
-#include "support/MemoryFiles.h"
 
 namespace support {
 

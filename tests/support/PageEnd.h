@@ -25,8 +25,8 @@ class PageEnd {
         if (mprotect(end, mPageByteCount, inBeyond) != 0) throw std::bad_alloc();
     }
     ~PageEnd() { munmap(mPages, 2 * mPageByteCount); }
-    PageEnd(PageEnd const&) = delete;
-    PageEnd& operator=(PageEnd const&) = delete;
+    PageEnd(const PageEnd&) = delete;
+    PageEnd& operator=(const PageEnd&) = delete;
 
     unsigned char* Bytes() const { return mBytes; }
 

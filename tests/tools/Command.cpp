@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <poll.h>
 #include <pty.h>
 #include <sys/ioctl.h>
@@ -9,8 +10,6 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <linux/capability.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -31,9 +30,7 @@ constexpr std::chrono::seconds kPatience{600};
 bool ReadSome(int inDescriptor, std::string& ioText) {
     char bytes[65536];
     const ssize_t count = read(inDescriptor, bytes, sizeof bytes);
-    if (count > 0) {
-        ioText.append(bytes, static_cast<std::size_t>(count));
-    }
+    if (count > 0) ioText.append(bytes, static_cast<std::size_t>(count));
     return count > 0 || (count < 0 && errno == EINTR);
 }
 
@@ -61,9 +58,8 @@ TemporaryFolder::~TemporaryFolder() {
 
 std::vector<std::string> TemporaryFolder::Names() const {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(mPath)) {
+    for (const auto& entry : std::filesystem::directory_iterator(mPath))
         names.push_back(entry.path().filename().string());
-    }
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -132,9 +128,7 @@ int Command::OpenInput(int inErr) {
 
 int Command::OpenStream(Stream inStream, int& outReadEnd) {
     int ends[2] = {-1, -1};
-    if (inStream == Stream::kClosed) {
-        return -1;
-    }
+    if (inStream == Stream::kClosed) return -1;
     if (inStream == Stream::kTerminal) {
         winsize size{};
         size.ws_col = terminalColumnCount;
@@ -142,11 +136,10 @@ int Command::OpenStream(Stream inStream, int& outReadEnd) {
     } else {
         EXPECT_EQ(0, pipe(ends));
     }
-    if (inStream == Stream::kClosedPipe) {
+    if (inStream == Stream::kClosedPipe)
         CloseIfOpen(ends[0]);
-    } else {
+    else
         fcntl(ends[0], F_SETFD, FD_CLOEXEC);
-    }
     outReadEnd = ends[0];
     return ends[1];
 }
@@ -155,15 +148,12 @@ void Command::Become(int inIn, int inOut, int inErr) {
     dup2(inIn, STDIN_FILENO);
     inErr >= 0 ? dup2(inErr, STDERR_FILENO) : close(STDERR_FILENO);
     inOut >= 0 ? dup2(inOut, STDOUT_FILENO) : close(STDOUT_FILENO);
-    for (int descriptor = STDERR_FILENO + 1; descriptor < 64; ++descriptor) {
+    for (int descriptor = STDERR_FILENO + 1; descriptor < 64; ++descriptor)
         close(descriptor);
-    }
-    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ})
         signal(number, SIG_DFL);
-    }
-    for (const int number : ignoredSignals) {
+    for (const int number : ignoredSignals)
         signal(number, SIG_IGN);
-    }
     if (fileSizeLimitBytes >= 0) {
         const rlimit limit{static_cast<rlim_t>(fileSizeLimitBytes), static_cast<rlim_t>(fileSizeLimitBytes)};
         setrlimit(RLIMIT_FSIZE, &limit);
@@ -177,16 +167,12 @@ void Command::Become(int inIn, int inOut, int inErr) {
         prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0);
         prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0);
     }
-    for (std::string& variable : environment) {
+    for (std::string& variable : environment)
         putenv(variable.data());
-    }
-    if (!folder.empty() && chdir(folder.c_str()) != 0) {
-        _exit(126);
-    }
+    if (!folder.empty() && chdir(folder.c_str()) != 0) _exit(126);
     std::vector<char*> argumentPointers{const_cast<char*>("aac2wav")};
-    for (std::string& argument : arguments) {
+    for (std::string& argument : arguments)
         argumentPointers.push_back(argument.data());
-    }
     argumentPointers.push_back(nullptr);
     execv(AAC2WAV_COMMAND, argumentPointers.data());
     _exit(127);
@@ -204,18 +190,14 @@ void Command::Start() {
     int inEnd = OpenInput(errEnd);
     mProcess = fork();
     ASSERT_GE(mProcess, 0);
-    if (mProcess == 0) {
-        Become(inEnd, outEnd, errEnd);
-    }
+    if (mProcess == 0) Become(inEnd, outEnd, errEnd);
     CloseIfOpen(inEnd);
     CloseIfOpen(outEnd);
     CloseIfOpen(errEnd);
 }
 
 bool Command::IsRunning() {
-    if (!mIsWaitedFor) {
-        mIsWaitedFor = waitpid(mProcess, &mStatus, WNOHANG) == mProcess;
-    }
+    if (!mIsWaitedFor) mIsWaitedFor = waitpid(mProcess, &mStatus, WNOHANG) == mProcess;
     return !mIsWaitedFor;
 }
 
@@ -276,22 +258,17 @@ Outcome Command::Wait() {
             kill(mProcess, SIGKILL);
             break;
         }
-        if (ready > 0 && streams[0].revents != 0 && !ReadSome(mOut, outcome.out)) {
-            CloseIfOpen(mOut);
-        }
-        if (ready > 0 && streams[1].revents != 0 && !ReadSome(mErr, outcome.err)) {
-            CloseIfOpen(mErr);
-        }
+        if (ready > 0 && streams[0].revents != 0 && !ReadSome(mOut, outcome.out)) CloseIfOpen(mOut);
+        if (ready > 0 && streams[1].revents != 0 && !ReadSome(mErr, outcome.err)) CloseIfOpen(mErr);
     }
     if (!mIsWaitedFor) {
         EXPECT_EQ(mProcess, waitpid(mProcess, &mStatus, 0));
         mIsWaitedFor = true;
     }
-    if (WIFEXITED(mStatus)) {
+    if (WIFEXITED(mStatus))
         outcome.exitCode = WEXITSTATUS(mStatus);
-    } else {
+    else
         outcome.signal = WTERMSIG(mStatus);
-    }
     return outcome;
 }
 

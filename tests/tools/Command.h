@@ -57,10 +57,10 @@ class Command {
     std::vector<std::string> arguments;
     std::string folder;                    // to run in, when not empty
     std::vector<std::string> environment;  // "NAME=value", added
-    std::string inPath;                // standard input is this file, else nothing,
-    off_t inOffset = 0;                // from here on,
-    std::optional<std::string> inText;  // or a pipe with these bytes,
-    std::optional<std::string> typed;  // or the terminal of standard error, where this is typed
+    std::string inPath;                    // standard input is this file, else nothing,
+    off_t inOffset = 0;                    // from here on,
+    std::optional<std::string> inText;     // or a pipe with these bytes,
+    std::optional<std::string> typed;      // or the terminal of standard error, where this is typed
     Stream out = Stream::kCaptured;
     std::string outPath;  // standard output goes to this file instead
     int outFlags = O_WRONLY | O_CREAT | O_TRUNC;

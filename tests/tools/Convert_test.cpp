@@ -28,9 +28,8 @@ constexpr char kTone[] = "tone-44100-stereo.m4a";
 testing::AssertionResult IsOneMessage(const std::string& inErr, const std::string& inSubject) {
     const std::string start = "aac2wav: " + (inSubject.empty() ? "" : inSubject + ": ");
     if (inErr.rfind(start, 0) != 0 || std::count(inErr.begin(), inErr.end(), '\n') != 1 ||
-        inErr.back() != '\n' || inErr.size() <= start.size() + 1) {
+        inErr.back() != '\n' || inErr.size() <= start.size() + 1)
         return testing::AssertionFailure() << "not one message about " << inSubject << ": " << inErr;
-    }
     return testing::AssertionSuccess();
 }
 
@@ -125,9 +124,8 @@ TEST(Convert, NamesOfEveryKind) {
                                             "line\nend",
                                             "\xFF\xFE no UTF-8",
                                             std::string(240, 'n')};
-    for (const std::string& name : names) {
+    for (const std::string& name : names)
         std::filesystem::copy(Fixture("tone-8000-mono.m4a"), folder.Path(name + ".m4a"));
-    }
     for (const std::string& name : names) {
         Command command({"--", name + ".m4a"});
         command.folder = folder.Path();

@@ -4,10 +4,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sysexits.h>
 
 #include <cstdlib>
-#include <nlohmann/json.hpp>
 
 namespace {
 

@@ -24,9 +24,8 @@ std::string Help() {
 std::set<std::string> Matches(const std::string& inText, const char* inPattern) {
     const std::regex pattern(inPattern);
     std::set<std::string> found;
-    for (std::sregex_iterator match(inText.begin(), inText.end(), pattern), end; match != end; ++match) {
+    for (std::sregex_iterator match(inText.begin(), inText.end(), pattern), end; match != end; ++match)
         found.insert((*match)[1]);
-    }
     return found;
 }
 
@@ -42,9 +41,8 @@ std::string Source(const std::string& inName) {
 std::set<std::string> OptionsInManual(const std::string& inName) {
     std::set<std::string> options;
     for (const std::string& escaped :
-         Matches(Source(inName), R"(\n\.TP\n(?:\\fB\\-\S\\fR, )?\\fB\\-\\-([a-z0-9\\-]+)\\fR)")) {
+         Matches(Source(inName), R"(\n\.TP\n(?:\\fB\\-\S\\fR, )?\\fB\\-\\-([a-z0-9\\-]+)\\fR)"))
         options.insert(std::regex_replace(escaped, std::regex(R"(\\-)"), "-"));
-    }
     return options;
 }
 

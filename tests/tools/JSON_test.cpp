@@ -2,10 +2,10 @@
 #include "Command.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sysexits.h>
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 namespace {

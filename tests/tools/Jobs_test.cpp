@@ -16,9 +16,8 @@ using tools_test::WriteFile;
 
 std::vector<Job> Plan(const std::vector<std::string>& inArguments) {
     std::vector<const char*> pointers{"aac2wav"};
-    for (const std::string& argument : inArguments) {
+    for (const std::string& argument : inArguments)
         pointers.push_back(argument.c_str());
-    }
     tool::Options options;
     EXPECT_TRUE(ReadOptions(static_cast<int>(pointers.size()), pointers.data(), options));
     return tool::PlanJobs(options);
@@ -37,9 +36,8 @@ int Refusal(const std::vector<std::string>& inArguments) {
 // The codes of each job's own refusal.
 std::vector<int> Refusals(const std::vector<std::string>& inArguments) {
     std::vector<int> codes;
-    for (const Job& job : Plan(inArguments)) {
+    for (const Job& job : Plan(inArguments))
         codes.push_back(job.refusal ? job.refusal->ExitCode() : EX_OK);
-    }
     return codes;
 }
 
@@ -185,14 +183,12 @@ TEST(PlanJobs, JSONAndSoundDoNotShareStandardOutput) {
 class PlanFolderTest : public testing::Test {
   protected:
     void SetUp() override {
-        for (const char* folder : {"music/b", "music/.hidden", "music/out", "elsewhere"}) {
+        for (const char* folder : {"music/b", "music/.hidden", "music/out", "elsewhere"})
             std::filesystem::create_directories(mFolder.Path(folder));
-        }
         for (const char* file : {"music/z.m4a", "music/a.MP3", "music/notes.txt", "music/.secret.m4a",
                                  "music/m4a", "music/b/c.aac", "music/.hidden/d.m4a", "music/out/e.m4a",
-                                 "elsewhere/f.m4a", "music/.aac2wav-123456"}) {
+                                 "elsewhere/f.m4a", "music/.aac2wav-123456"})
             WriteFile(mFolder.Path(file), "x");
-        }
         std::filesystem::create_symlink("../elsewhere", mFolder.Path("music/link"));
         std::filesystem::create_symlink("../elsewhere/f.m4a", mFolder.Path("music/linked.m4a"));
         ASSERT_EQ(0, mkfifo(mFolder.Path("music/pipe.m4a").c_str(), 0600));

@@ -13,9 +13,8 @@ using tool::Task;
 
 Options Read(const std::vector<std::string>& inArguments) {
     std::vector<const char*> pointers{"aac2wav"};
-    for (const std::string& argument : inArguments) {
+    for (const std::string& argument : inArguments)
         pointers.push_back(argument.c_str());
-    }
     Options options;
     EXPECT_TRUE(ReadOptions(static_cast<int>(pointers.size()), pointers.data(), options));
     return options;

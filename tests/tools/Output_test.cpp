@@ -448,9 +448,8 @@ TEST(Output, ASecondSignalRemovesTheUnfinishedFile) {
         tool::WatchSignals();
         Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
         output.Write("abc", 3);
-        for (int count = 0; count < inSignalCount; ++count) {
+        for (int count = 0; count < inSignalCount; ++count)
             std::raise(SIGTERM);
-        }
         _exit(7);
     };
     EXPECT_EXIT(stop(2), testing::KilledBySignal(SIGTERM), "");

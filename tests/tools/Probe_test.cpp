@@ -1,14 +1,13 @@
-#include "Description.h"
-
 #include "Command.h"
+#include "Description.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sysexits.h>
 
 #include <algorithm>
 #include <cstring>
-#include <nlohmann/json.hpp>
 
 namespace {
 
@@ -215,9 +214,8 @@ TEST(Probe, SeveralFilesAreALineEach) {
     EXPECT_EQ(EX_DATAERR, outcome.exitCode);
     std::istringstream lines(outcome.out);
     std::vector<json> objects;
-    for (std::string line; std::getline(lines, line);) {
+    for (std::string line; std::getline(lines, line);)
         objects.push_back(json::parse(line));
-    }
     ASSERT_EQ(3u, objects.size());
     EXPECT_TRUE(objects[0].contains("sound"));
     EXPECT_TRUE(objects[1].contains("error"));

@@ -19,9 +19,8 @@ class Recursive : public testing::Test {
   protected:
     void SetUp() override {
         std::filesystem::create_directories(Path("music/b/c"));
-        for (const char* name : {"music/one.m4a", "music/b/two.m4a", "music/b/c/three.m4a"}) {
+        for (const char* name : {"music/one.m4a", "music/b/two.m4a", "music/b/c/three.m4a"})
             std::filesystem::copy(Fixture("tone-8000-mono.m4a"), Path(name));
-        }
         WriteFile(Path("music/words.m4a"), "words");
         WriteFile(Path("music/notes.txt"), "notes");
     }

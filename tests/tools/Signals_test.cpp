@@ -28,9 +28,8 @@ void WaitUntilWriting(Command& ioCommand, const TemporaryFolder& inFolder) {
         for (const std::string& name : inFolder.Names()) {
             std::error_code isGone;
             if (name.rfind(".aac2wav-", 0) == 0 &&
-                std::filesystem::file_size(inFolder.Path(name), isGone) > 100000 && !isGone) {
+                std::filesystem::file_size(inFolder.Path(name), isGone) > 100000 && !isGone)
                 return;
-            }
         }
     }
     FAIL() << "it ended before it could be stopped";

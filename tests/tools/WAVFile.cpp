@@ -7,9 +7,8 @@ namespace {
 
 std::uint64_t Little(const std::string& inBytes, std::size_t inOffset, int inByteCount) {
     std::uint64_t value = 0;
-    for (int index = inByteCount - 1; index >= 0; --index) {
+    for (int index = inByteCount - 1; index >= 0; --index)
         value = value << 8 | static_cast<unsigned char>(inBytes[inOffset + static_cast<std::size_t>(index)]);
-    }
     return value;
 }
 
@@ -29,9 +28,7 @@ WAVFile ParseWAV(const std::string& inBytes) {
     WAVFile file;
     file.isRF64 = inBytes.compare(0, 4, "RF64") == 0;
     const std::size_t headerByteCount = file.isRF64 ? 80 : 44;
-    if (inBytes.size() < headerByteCount || (!file.isRF64 && inBytes.compare(0, 4, "RIFF") != 0)) {
-        return file;
-    }
+    if (inBytes.size() < headerByteCount || (!file.isRF64 && inBytes.compare(0, 4, "RIFF") != 0)) return file;
     const std::size_t format = headerByteCount - 32;
     const std::uint64_t soundByteCount = inBytes.size() - headerByteCount;
     file.sampleRateHz = static_cast<std::uint32_t>(Little(inBytes, format + 12, 4));
@@ -68,9 +65,8 @@ double WAVFile::RMS(std::int64_t inFirst, std::int64_t inEnd, int inChannel) con
 
 double WAVFile::FrequencyHz(int inChannel) const {
     int passages = 0;
-    for (std::int64_t frame = 1; frame < frameCount; ++frame) {
+    for (std::int64_t frame = 1; frame < frameCount; ++frame)
         passages += Sample(frame - 1, inChannel) < 0 && Sample(frame, inChannel) >= 0 ? 1 : 0;
-    }
     return static_cast<double>(passages) * sampleRateHz / static_cast<double>(frameCount);
 }
 

@@ -29,9 +29,7 @@ struct Delivery {
     static void Deliver(void* inContext, void* inData, long inLength) {
         auto& delivery = *static_cast<Delivery*>(inContext);
         // A window shorter than its start gives lengths below zero.
-        if (inLength <= 0) {
-            return;
-        }
+        if (inLength <= 0) return;
         delivery.output.Write(inData, static_cast<std::size_t>(inLength));
         delivery.progress.Advance(inLength);
     }
@@ -50,21 +48,18 @@ struct Work {
 // 11.
 SInt64 AnnouncedFrames(const SegmentExporter& inExporter, const Options& inOptions) {
     const SInt64 frameCount = FrameCountOf(inExporter);
-    if (inOptions.hasWindow && inOptions.durationBytes > 0) {
+    if (inOptions.hasWindow && inOptions.durationBytes > 0)
         return std::min(frameCount, std::max<SInt64>(0, inOptions.durationBytes - 11));
-    }
     return frameCount;
 }
 
 void CheckBeforeWriting(const SegmentExporter& inExporter, const Work& inWork) {
     const MovieSoundReport report = ReportOf(inExporter);
     RequireDecodable(report, inWork.input.Name());
-    if (report.format == 0 && !inWork.options.isQuiet) {
+    if (report.format == 0 && !inWork.options.isQuiet)
         Say(inWork.input.Name(), "note: there is no sound in it; the output is silence");
-    }
-    if (inWork.options.soundTrack == 0 && !inWork.options.isQuiet) {
+    if (inWork.options.soundTrack == 0 && !inWork.options.isQuiet)
         TellTakenTrack(inExporter, inWork.input.Name());
-    }
 }
 
 void RequireWAVLength(SInt64 inByteCount, const Work& inWork) {
@@ -88,9 +83,7 @@ void Finish(Output& ioOutput, const SegmentExporter& inExporter, SInt64 inFrameC
         }
     }
     ioOutput.Commit();
-    if (inWork.options.keepsTime) {
-        ioOutput.SetTimes(inWork.input.Times());
-    }
+    if (inWork.options.keepsTime) ioOutput.SetTimes(inWork.input.Times());
     if (inWork.options.isJSON) {
         const Description description = {inWork.job.input,        report,
                                          inExporter.SampleRate(), inFrameCount,
@@ -185,7 +178,8 @@ Ending Convert(const Job& inJob, Session& ioSession) {
     const Work work{inJob, options, ioSession, input, manner};
     Ending ending;
     try {
-        options.isRF64 || options.isRaw || options.hasTags || options.HasCut() ? Pull(work, ending) : Push(work, ending);
+        options.isRF64 || options.isRaw || options.hasTags || options.HasCut() ? Pull(work, ending)
+                                                                               : Push(work, ending);
     } catch (const LException& exception) {
         throw FailureOf(exception, input.Name());
     }

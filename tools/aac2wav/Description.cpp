@@ -2,11 +2,12 @@
 
 #include "Printable.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstring>
-#include <nlohmann/json.hpp>
 
 namespace tool {
 namespace {
@@ -164,9 +165,8 @@ std::string DescriptionText(const Description& inDescription) {
     line("damage", std::to_string(report.damagedPacketCount) + " packets, " +
                        std::to_string(report.silencedFrameCount) + " frames silenced, " +
                        std::to_string(report.skippedByteCount) + " bytes skipped");
-    for (std::size_t index = 0; index < inDescription.tracks.size(); ++index) {
+    for (std::size_t index = 0; index < inDescription.tracks.size(); ++index)
         line(("track " + std::to_string(index + 1)).c_str(), TrackText(inDescription.tracks[index]));
-    }
     return text;
 }
 

@@ -33,16 +33,14 @@ class Walk {
             struct stat item {};
             if (::lstat(path.c_str(), &item) != 0) continue;  // gone meanwhile
             if (S_ISDIR(item.st_mode)) {
-                if (FileIdentity(item.st_dev, item.st_ino) != mLeftOut) {
+                if (FileIdentity(item.st_dev, item.st_ino) != mLeftOut)
                     folders.push_back(inRelativeFolder + name + '/');
-                }
             } else if (IsSoundExtension(ExtensionOf(name)) && IsFile(path, item)) {
                 mFound.push_back({path, inRelativeFolder});
             }
         }
-        for (const std::string& folder : folders) {
+        for (const std::string& folder : folders)
             Visit(folder);
-        }
     }
 
     // A link to nothing is taken for one, so that it is told.

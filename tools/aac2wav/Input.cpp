@@ -33,31 +33,22 @@ struct ClosingDescriptor {
 
 struct stat StatusOf(const std::string& inPath) {
     struct stat item {};
-    if (::stat(inPath.c_str(), &item) != 0) {
-        throw Failure(EX_NOINPUT, inPath, SystemReason(errno));
-    }
-    if (S_ISDIR(item.st_mode)) {
+    if (::stat(inPath.c_str(), &item) != 0) throw Failure(EX_NOINPUT, inPath, SystemReason(errno));
+    if (S_ISDIR(item.st_mode))
         throw Failure(EX_NOINPUT, inPath, "is a folder; --recursive converts what is in it");
-    }
-    if (!S_ISREG(item.st_mode) && !S_ISFIFO(item.st_mode)) {
+    if (!S_ISREG(item.st_mode) && !S_ISFIFO(item.st_mode))
         throw Failure(EX_NOINPUT, inPath, "is neither a file nor a pipe");
-    }
     return item;
 }
 
 struct stat StandardInputStatus() {
     const std::string name = InputName("-");
     struct stat item {};
-    if (::isatty(STDIN_FILENO) == 1) {
-        throw Failure(EX_USAGE, name, "is a terminal; send it a file or a pipe");
-    }
+    if (::isatty(STDIN_FILENO) == 1) throw Failure(EX_USAGE, name, "is a terminal; send it a file or a pipe");
     const int mode = ::fcntl(STDIN_FILENO, F_GETFL);
-    if (mode < 0 || ::fstat(STDIN_FILENO, &item) != 0 || (mode & O_ACCMODE) == O_WRONLY) {
+    if (mode < 0 || ::fstat(STDIN_FILENO, &item) != 0 || (mode & O_ACCMODE) == O_WRONLY)
         throw Failure(EX_NOINPUT, name, SystemReason(EBADF));
-    }
-    if (S_ISDIR(item.st_mode)) {
-        throw Failure(EX_NOINPUT, name, "is a folder");
-    }
+    if (S_ISDIR(item.st_mode)) throw Failure(EX_NOINPUT, name, "is a folder");
     return item;
 }
 
@@ -68,9 +59,7 @@ int OpenForReading(const std::string& inPath) {
         CheckSignals();
         descriptor = ::open(inPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
     } while (descriptor < 0 && errno == EINTR);
-    if (descriptor < 0) {
-        throw Failure(EX_NOINPUT, inPath, SystemReason(errno));
-    }
+    if (descriptor < 0) throw Failure(EX_NOINPUT, inPath, SystemReason(errno));
     return descriptor;
 }
 
@@ -135,9 +124,7 @@ void Input::OpenStandardInput() {
     const bool isAtStart = S_ISREG(item.st_mode) && ::lseek(STDIN_FILENO, 0, SEEK_CUR) == 0;
     // A file that was opened for us may be one that we may not open.
     mPath = PathOfDescriptor(STDIN_FILENO);
-    if (!isAtStart || ::access(mPath.c_str(), R_OK) != 0) {
-        Spool(STDIN_FILENO);
-    }
+    if (!isAtStart || ::access(mPath.c_str(), R_OK) != 0) Spool(STDIN_FILENO);
 }
 
 void Input::OpenPath(const std::string& inPath) {
@@ -146,9 +133,7 @@ void Input::OpenPath(const std::string& inPath) {
     mTimes[1] = item.st_mtim;
     mPath = inPath;
     const ClosingDescriptor opened(OpenForReading(inPath));
-    if (!S_ISREG(item.st_mode)) {
-        Spool(opened.number);
-    }
+    if (!S_ISREG(item.st_mode)) Spool(opened.number);
 }
 
 void Input::Spool(int inDescriptor) {

@@ -38,18 +38,14 @@ class Planner {
         : mOptions(inOptions), mInputs(inOptions.names), mExtension(inOptions.isRaw ? ".raw" : ".wav") {}
 
     std::vector<Job> Run() {
-        if (mOptions.task == Task::kConvert) {
-            ChooseOutput();
-        }
-        if (std::count(mInputs.begin(), mInputs.end(), "-") > 1) {
+        if (mOptions.task == Task::kConvert) ChooseOutput();
+        if (std::count(mInputs.begin(), mInputs.end(), "-") > 1)
             throw UsageFailure("standard input is read once");
-        }
         for (const std::string& input : mInputs) {
-            if (mOptions.isRecursive && input != "-" && IsFolder(input)) {
+            if (mOptions.isRecursive && input != "-" && IsFolder(input))
                 PlanFolder(input);
-            } else {
+            else
                 PlanFile(input);
-            }
         }
         if (mOptions.task == Task::kConvert) {
             RefuseInputsAsOutputs();
@@ -66,16 +62,10 @@ class Planner {
             mInputs.pop_back();
             RefuseSlip(mInputs, *mOutput);
         }
-        if (!mOutput && mInputs[0] == "-") {
-            mOutput = "-";
-        }
-        if (mOutput && IsStandardOutput(*mOutput)) {
-            mOutput = "-";
-        }
+        if (!mOutput && mInputs[0] == "-") mOutput = "-";
+        if (mOutput && IsStandardOutput(*mOutput)) mOutput = "-";
         mIsToFolder = mOutput && *mOutput != "-" && IsFolder(*mOutput);
-        if (mOutput && !mIsToFolder) {
-            CheckFile(*mOutput);
-        }
+        if (mOutput && !mIsToFolder) CheckFile(*mOutput);
         if ((mOptions.hasWindow || mOptions.HasCut()) && (!mOutput || mIsToFolder)) {
             throw UsageFailure(
                 "a part of the stream needs a name for the output: it is not the whole file's");
@@ -101,9 +91,7 @@ class Planner {
                           : Failure(EX_CANTCREAT, inOutput, "no such folder");
         }
         if (inOutput == "-") {
-            if (mOptions.isJSON) {
-                throw UsageFailure("standard output cannot take both the sound and --json");
-            }
+            if (mOptions.isJSON) throw UsageFailure("standard output cannot take both the sound and --json");
             return;
         }
         const std::string extension = ExtensionOf(inOutput);
@@ -139,9 +127,7 @@ class Planner {
         if (isBeside) output.reset();
         std::vector<Failure> failures;
         std::vector<FoundFile> files = FindSoundFiles(inFolder, output, failures);
-        if (mOptions.task == Task::kConvert) {
-            LeaveOutDerived(files, isBeside);
-        }
+        if (mOptions.task == Task::kConvert) LeaveOutDerived(files, isBeside);
         for (const FoundFile& file : files) {
             Job job;
             job.input = file.path;
@@ -167,9 +153,8 @@ class Planner {
     void LeaveOutDerived(std::vector<FoundFile>& ioFiles, bool inIsBeside) const {
         std::set<std::string> derived;
         for (const FoundFile& file : ioFiles) {
-            if (!IsWAVExtension(ExtensionOf(file.path))) {
+            if (!IsWAVExtension(ExtensionOf(file.path)))
                 derived.insert(DerivedName(file.path, FolderOf(file.path), ".wav"));
-            }
         }
         const auto isLeftOut = [&](const FoundFile& inFile) {
             if (!IsWAVExtension(ExtensionOf(inFile.path))) return false;

@@ -81,17 +81,15 @@ std::optional<std::int64_t> NumberOf(const std::string& inText) {
 
 std::int64_t ReadBytes(const char* inOption, const std::string& inText, std::int64_t inLeast) {
     const auto number = NumberOf(inText);
-    if (!number || *number < inLeast) {
+    if (!number || *number < inLeast)
         throw UsageFailure(std::string(inOption) + " needs a number of bytes, not " + inText);
-    }
     return *number;
 }
 
 std::int32_t ReadTrack(const std::string& inText) {
     const auto number = NumberOf(inText);
-    if (!number || *number < 1 || *number > std::numeric_limits<std::int32_t>::max()) {
+    if (!number || *number < 1 || *number > std::numeric_limits<std::int32_t>::max())
         throw UsageFailure("--track needs a number from 1 on, not " + inText);
-    }
     return static_cast<std::int32_t>(*number);
 }
 
@@ -102,9 +100,8 @@ std::int64_t ReadLimit(const std::string& inText) {
     const bool hasUnit = unit != kUnits.npos;
     const int shift = hasUnit ? static_cast<int>(unit + 1) * 10 : 0;
     const auto number = NumberOf(inText.substr(0, inText.size() - (hasUnit ? 1 : 0)));
-    if (!number || *number < 0 || *number > std::numeric_limits<std::int64_t>::max() >> shift) {
+    if (!number || *number < 0 || *number > std::numeric_limits<std::int64_t>::max() >> shift)
         throw UsageFailure("--spool-limit needs a number of bytes, as 500000000 or 500M, not " + inText);
-    }
     return *number << shift;
 }
 

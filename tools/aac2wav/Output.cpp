@@ -24,7 +24,7 @@ namespace {
 
 constexpr char kTemporaryName[] = ".aac2wav-XXXXXX";
 constexpr char kStandardOutput[] = "standard output";
-constexpr int kMostLinks = 40;           // as the kernel has it
+constexpr int kMaxLinks = 40;            // as the kernel has it
 constexpr int kPipeByteCount = 1 << 20;  // what an unprivileged process may ask for
 
 // What a link says, as a path; empty when inPath is no link.
@@ -41,15 +41,11 @@ std::string LinkTarget(const std::string& inPath) {
 // The file that a path leads to, which need not be there yet.
 std::string FollowLinks(const std::string& inPath) {
     const std::unique_ptr<char, decltype(&std::free)> real(::realpath(inPath.c_str(), nullptr), &std::free);
-    if (real) {
-        return real.get();
-    }
+    if (real) return real.get();
     std::string path = inPath;
-    for (int count = 0; count < kMostLinks; ++count) {
+    for (int count = 0; count < kMaxLinks; ++count) {
         std::string target = LinkTarget(path);
-        if (target.empty()) {
-            return path;
-        }
+        if (target.empty()) return path;
         path = std::move(target);
     }
     throw Failure(EX_CANTCREAT, inPath, SystemReason(ELOOP));
@@ -64,15 +60,9 @@ mode_t NewFileMode() {
 // Gives a file a name that nothing has, or fails with EEXIST. Where the file system can neither move with
 // that condition nor make links, there is a moment before the move in which the name may be taken unnoticed.
 int MoveToNewName(const char* inFrom, const char* inTo) {
-    if (::renameat2(AT_FDCWD, inFrom, AT_FDCWD, inTo, RENAME_NOREPLACE) == 0) {
-        return 0;
-    }
-    if (errno != EINVAL && errno != ENOSYS) {
-        return -1;
-    }
-    if (::link(inFrom, inTo) == 0) {
-        return ::unlink(inFrom);
-    }
+    if (::renameat2(AT_FDCWD, inFrom, AT_FDCWD, inTo, RENAME_NOREPLACE) == 0) return 0;
+    if (errno != EINVAL && errno != ENOSYS) return -1;
+    if (::link(inFrom, inTo) == 0) return ::unlink(inFrom);
     struct stat other {};
     if (errno == EEXIST || ::lstat(inTo, &other) == 0) {
         errno = EEXIST;
@@ -98,9 +88,8 @@ bool HaveSameBytes(const std::string& inOne, const std::string& inOther) {
         one.read(ours.data(), static_cast<std::streamsize>(ours.size()));
         other.read(theirs.data(), static_cast<std::streamsize>(theirs.size()));
         if (one.gcount() != other.gcount() ||
-            std::memcmp(ours.data(), theirs.data(), static_cast<std::size_t>(one.gcount())) != 0) {
+            std::memcmp(ours.data(), theirs.data(), static_cast<std::size_t>(one.gcount())) != 0)
             return false;
-        }
     }
     return one.eof() && other.eof();
 }
@@ -136,12 +125,8 @@ void WriteAll(int inDescriptor, const void* inBytes, std::size_t inByteCount, co
             continue;
         }
         const int error = errno;
-        if (error == EINTR) {
-            continue;
-        }
-        if (error == EPIPE) {
-            ThrowBrokenPipe();
-        }
+        if (error == EINTR) continue;
+        if (error == EPIPE) ThrowBrokenPipe();
         throw Failure(EX_IOERR, inSubject, SystemReason(error));
     }
 }
@@ -171,9 +156,8 @@ Output::Old Output::LookAt(const std::string& inPath, const Manner& inManner) {
     old.exists = ::stat(old.target.c_str(), &old.item) == 0;
     const int error = old.exists ? 0 : errno;
     if (old.exists && S_ISDIR(old.item.st_mode)) throw Failure(EX_CANTCREAT, inPath, "is a folder");
-    if (inManner.replace == Replace::kNothing && (old.exists || IsTaken(inPath))) {
+    if (inManner.replace == Replace::kNothing && (old.exists || IsTaken(inPath)))
         throw Failure(EX_CANTCREAT, inPath, "exists; --force replaces it, --no-clobber skips it");
-    }
     if (!old.exists) {
         const std::string folder = FolderOf(old.target);
         const bool isAlone = inManner.makesFolders || folder.empty() || ::access(folder.c_str(), F_OK) == 0;
@@ -195,9 +179,8 @@ void Output::LookIntoFile(const std::string& inPath, const Manner& inManner, Old
     }
     ioOld.isWhole = check.isWhole;
     if (!isSoundOnly || check.isEmpty || check.isWAV) return;
-    if (!inManner.isHeaderless) {
+    if (!inManner.isHeaderless)
         throw Failure(EX_CANTCREAT, inPath, "exists and is no WAV file; --force replaces it");
-    }
     ioOld.mustMatch = true;
 }
 
@@ -216,26 +199,21 @@ Output::Output(const std::string& inPath, const Manner& inManner) : mPath(inPath
     mOld = old.item;
     mOldIsWhole = old.isWhole;
     mMustMatch = old.mustMatch;
-    if (!mHasOld) {
+    if (!mHasOld)
         OpenNew();
-    } else if (S_ISREG(mOld.st_mode)) {
+    else if (S_ISREG(mOld.st_mode))
         OpenBeside(mOld.st_mode & 0777);
-    } else {
+    else
         OpenDirectly();
-    }
 }
 
 Output::~Output() {
-    if (mDescriptor > STDERR_FILENO) {
-        ::close(mDescriptor);
-    }
+    if (mDescriptor > STDERR_FILENO) ::close(mDescriptor);
     if (!mTemporaryPath.empty()) {
         SetUnfinishedFile(nullptr);
         ::unlink(mTemporaryPath.c_str());
     }
-    if (!mIsNamed) {
-        RemoveMadeFolders();
-    }
+    if (!mIsNamed) RemoveMadeFolders();
 }
 
 void Output::OpenNew() {
@@ -250,9 +228,8 @@ void Output::OpenNew() {
 
 // Those that somebody has put something into meanwhile stay.
 void Output::RemoveMadeFolders() const {
-    for (auto folder = mMadeFolders.rbegin(); folder != mMadeFolders.rend(); ++folder) {
+    for (auto folder = mMadeFolders.rbegin(); folder != mMadeFolders.rend(); ++folder)
         ::rmdir(folder->c_str());
-    }
 }
 
 void Output::MakeFolders() {
@@ -287,18 +264,14 @@ void Output::OpenDirectly() {
         CheckSignals();
         mDescriptor = ::open(mTarget.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
     } while (mDescriptor < 0 && errno == EINTR);
-    if (mDescriptor < 0) {
-        throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
-    }
+    if (mDescriptor < 0) throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
 }
 
 void Output::OpenBeside(mode_t inMode) {
     const std::string pattern = FolderOf(mTarget) + kTemporaryName;
     std::vector<char> name(pattern.c_str(), pattern.c_str() + pattern.size() + 1);
     mDescriptor = ::mkostemp(name.data(), O_CLOEXEC);
-    if (mDescriptor < 0) {
-        throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
-    }
+    if (mDescriptor < 0) throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
     mTemporaryPath = name.data();
     SetUnfinishedFile(mTemporaryPath.c_str());
     // Some file systems know no permissions; the file is then as they make it.
@@ -315,12 +288,8 @@ void Output::Commit() {
     if (mManner.isSynced) Sync(mDescriptor, mPath);
     // Some file systems tell of a failed write only here. The descriptor is gone whatever close says.
     const int descriptor = std::exchange(mDescriptor, -1);
-    if (::close(descriptor) != 0 && errno != EINTR) {
-        throw Failure(EX_IOERR, mPath, SystemReason(errno));
-    }
-    if (mTemporaryPath.empty()) {
-        return;
-    }
+    if (::close(descriptor) != 0 && errno != EINTR) throw Failure(EX_IOERR, mPath, SystemReason(errno));
+    if (mTemporaryPath.empty()) return;
     if (mMustMatch) {
         if (!HaveSameBytes(mTemporaryPath, mTarget)) {
             throw Failure(EX_CANTCREAT, mPath,
@@ -344,9 +313,8 @@ void Output::TakeName() {
     }
     struct stat now {};
     if (::lstat(to, &now) == 0 && mHasOld) {
-        if (!IsSameFile(now, mOld)) {
+        if (!IsSameFile(now, mOld))
             throw Failure(EX_CANTCREAT, mPath, "was changed meanwhile; --force replaces it");
-        }
         if (::rename(from, to) != 0) throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
         return;
     }
@@ -358,15 +326,13 @@ void Output::TakeName() {
 
 void Output::SyncFolders() const {
     SyncFolder(FolderOf(mTarget), mPath);
-    for (const std::string& folder : mMadeFolders) {
+    for (const std::string& folder : mMadeFolders)
         SyncFolder(FolderOf(folder), mPath);
-    }
 }
 
 void Output::SetTimes(const timespec (&inTimes)[2]) const {
-    if (mIsNamed && ::utimensat(AT_FDCWD, mTarget.c_str(), inTimes, 0) != 0) {
+    if (mIsNamed && ::utimensat(AT_FDCWD, mTarget.c_str(), inTimes, 0) != 0)
         throw Failure(EX_IOERR, mPath, "its time cannot be set: " + SystemReason(errno));
-    }
 }
 
 }  // namespace tool

@@ -31,16 +31,16 @@ class Output {
     };
     struct Manner {
         Replace replace = Replace::kSoundOnly;
-        // What is written is no WAV file. One of the same bytes is then left as it is, so that a command can be
-        // repeated, although it is none that kSoundOnly replaces.
+        // What is written is no WAV file. One of the same bytes is then left as it is, so that a command can
+        // be repeated, although it is none that kSoundOnly replaces.
         bool isHeaderless = false;
-        bool isSynced = false;     // Commit waits until the disk has it
+        bool isSynced = false;      // Commit waits until the disk has it
         bool makesFolders = false;  // those on the way to the file
     };
 
     // "-" is standard output. A regular file, new or old, is written under another name in the same folder; a
-    // device or pipe is written to directly; a link is followed, also to where nothing is yet. Throws Failure:
-    // EX_USAGE for standard output that is a terminal, EX_CANTCREAT.
+    // device or pipe is written to directly; a link is followed, also to where nothing is yet. Throws
+    // Failure: EX_USAGE for standard output that is a terminal, EX_CANTCREAT.
     Output(const std::string& inPath, const Manner& inManner);
     ~Output();
     Output(const Output&) = delete;

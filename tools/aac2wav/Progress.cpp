@@ -37,9 +37,7 @@ std::size_t ColumnCount() {
 std::size_t CharacterByteCount(std::string_view inText) {
     const auto lead = static_cast<unsigned char>(inText[0]);
     const std::size_t count = lead < 0xC2 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 1;
-    if (count > inText.size()) {
-        return 1;
-    }
+    if (count > inText.size()) return 1;
     const auto isContinuation = [](unsigned char byte) { return (byte & 0xC0) == 0x80; };
     return std::all_of(inText.begin() + 1, inText.begin() + count, isContinuation) ? count : 1;
 }
@@ -55,9 +53,7 @@ std::size_t FittingByteCount(std::string_view inText, std::size_t inColumnCount)
     std::size_t at = 0;
     while (at < inText.size()) {
         const std::size_t byteCount = CharacterByteCount(inText.substr(at));
-        if (WidthOf(byteCount) > inColumnCount) {
-            break;
-        }
+        if (WidthOf(byteCount) > inColumnCount) break;
         inColumnCount -= WidthOf(byteCount);
         at += byteCount;
     }
@@ -70,18 +66,12 @@ std::string ProgressLine(const std::string& inName, const std::string& inText, s
     constexpr char kGap[] = "  ";
     constexpr char kEllipsis[] = "...";
     constexpr std::size_t kLeastNameColumns = 4;
-    if (inColumnCount == 0) {
-        return inName + kGap + inText;
-    }
+    if (inColumnCount == 0) return inName + kGap + inText;
     const std::size_t room = inColumnCount - 1;  // in the last column, some terminals go on to the next line
     const std::size_t textColumns = inText.size() + std::strlen(kGap);
-    if (room < textColumns + kLeastNameColumns) {
-        return inText.substr(0, room);
-    }
+    if (room < textColumns + kLeastNameColumns) return inText.substr(0, room);
     const std::size_t nameColumns = room - textColumns;
-    if (FittingByteCount(inName, nameColumns) == inName.size()) {
-        return inName + kGap + inText;
-    }
+    if (FittingByteCount(inName, nameColumns) == inName.size()) return inName + kGap + inText;
     const std::size_t kept = FittingByteCount(inName, nameColumns - std::strlen(kEllipsis));
     return inName.substr(0, kept) + kEllipsis + kGap + inText;
 }
@@ -120,16 +110,12 @@ Progress::Progress(const std::string& inPath, std::int64_t inTotal, std::int64_t
       mNext(mStart + kInterval) {}
 
 Progress::~Progress() {
-    if (mHasLine) {
-        Tell(kWipeLine);
-    }
+    if (mHasLine) Tell(kWipeLine);
 }
 
 void Progress::Advance(std::int64_t inCount) {
     mDone += inCount;
-    if (!mIsShown) {
-        return;
-    }
+    if (!mIsShown) return;
     const Clock::time_point now = Clock::now();
     if (now >= mNext) {
         mNext = now + kInterval;

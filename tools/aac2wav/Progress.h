@@ -38,7 +38,8 @@ class Progress {
     Clock::time_point mNext;
 };
 
-// For the line: "43%  2840x  0:02 left", or "17.2 MB read" of a total that is not known. inElapsedSeconds > 0.
+// For the line: "43%  2840x  0:02 left", or "17.2 MB read" of a total that is not known. inElapsedSeconds >
+// 0.
 std::string ProgressText(std::int64_t inDone, std::int64_t inTotal, std::int64_t inPerSecond,
                          double inElapsedSeconds);
 

@@ -19,9 +19,7 @@ char sUnfinishedPath[PATH_MAX];
 // Calls nothing but what a handler may.
 void TakeNote(int inSignal) {
     if (sPending != 0) {
-        if (sUnfinishedPath[0] != '\0') {
-            ::unlink(sUnfinishedPath);
-        }
+        if (sUnfinishedPath[0] != '\0') ::unlink(sUnfinishedPath);
         DieBySignal(inSignal);
     }
     sPending = inSignal;
@@ -49,9 +47,7 @@ void SetUnfinishedFile(const char* inPath) {
     sUnfinishedPath[0] = '\0';
     std::atomic_signal_fence(std::memory_order_seq_cst);
     const std::size_t length = inPath == nullptr ? 0 : std::strlen(inPath);
-    if (length == 0 || length >= sizeof sUnfinishedPath) {
-        return;
-    }
+    if (length == 0 || length >= sizeof sUnfinishedPath) return;
     std::memcpy(sUnfinishedPath + 1, inPath + 1, length);
     std::atomic_signal_fence(std::memory_order_seq_cst);
     sUnfinishedPath[0] = inPath[0];
@@ -59,9 +55,7 @@ void SetUnfinishedFile(const char* inPath) {
 
 void WatchSignals() {
     for (const int signal : kEndings) {
-        if (HasAction(signal, SIG_DFL)) {
-            SetHandler(signal, TakeNote);
-        }
+        if (HasAction(signal, SIG_DFL)) SetHandler(signal, TakeNote);
     }
     sDiesOfBrokenPipe = !HasAction(SIGPIPE, SIG_IGN);
     SetHandler(SIGPIPE, SIG_IGN);

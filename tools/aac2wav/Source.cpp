@@ -38,12 +38,10 @@ Failure OpenFailure(const LException& inException, const Input& inInput) {
     // A file of no folder, one in memory, can be opened by its path and has no place in the catalogue. No
     // movie was asked for then, and the toolbox's text is another file's.
     FSRef item;
-    if (FSPathMakeRef(reinterpret_cast<const UInt8*>(inInput.Path().c_str()), &item, nullptr) != noErr) {
+    if (FSPathMakeRef(reinterpret_cast<const UInt8*>(inInput.Path().c_str()), &item, nullptr) != noErr)
         return Failure(EX_NOINPUT, inInput.Name(), "is in no folder");
-    }
-    if (inException.GetErrorCode() == badFormat || inException.GetErrorCode() == noCodecErr) {
+    if (inException.GetErrorCode() == badFormat || inException.GetErrorCode() == noCodecErr)
         return UndecodableFailure(inException, inInput);
-    }
     const std::string reason = inException.GetErrorCode() == memFullErr ? "" : GetMovieOpenErrorText();
     return reason.empty() ? FailureOf(inException, inInput.Name())
                           : Failure(EX_DATAERR, inInput.Name(), reason);
@@ -68,12 +66,10 @@ FrameRange RangeOf(const SegmentExporter& inExporter, const Input& inInput, cons
         if (range.first >= frameCount) throw EmptyCut(inInput, frameCount, "--from is at its end or past it");
     }
     if (inOptions.to) range.end = std::min(frameCount, inOptions.to->Frames(rateHz));
-    if (inOptions.cutLength) {
+    if (inOptions.cutLength)
         range.end = range.first + std::min(frameCount - range.first, inOptions.cutLength->Frames(rateHz));
-    }
-    if (inOptions.HasCut() && range.end <= range.first) {
+    if (inOptions.HasCut() && range.end <= range.first)
         throw EmptyCut(inInput, frameCount, "the end is not behind the beginning");
-    }
     return range;
 }
 
@@ -137,19 +133,13 @@ void Stream::Deliver(const Receive& inReceive) const {
 }
 
 void RequireDecodable(const MovieSoundReport& inReport, const std::string& inPath) {
-    if (inReport.decodable == noErr) {
-        return;
-    }
-    if (inReport.decodable == memFullErr) {
-        throw Failure(EX_OSERR, inPath, GetStatusText(memFullErr));
-    }
+    if (inReport.decodable == noErr) return;
+    if (inReport.decodable == memFullErr) throw Failure(EX_OSERR, inPath, GetStatusText(memFullErr));
     const std::string format = inReport.formatName[0] != '\0' ? inReport.formatName : "its format";
-    if (inReport.decodable == badFormat) {
+    if (inReport.decodable == badFormat)
         throw Failure(EX_DATAERR, inPath, "the sound is encrypted (" + format + ")");
-    }
-    if (inReport.decodable == noCodecErr) {
+    if (inReport.decodable == noCodecErr)
         throw Failure(EX_DATAERR, inPath, "there is no decoder for " + format);
-    }
     throw Failure(EX_DATAERR, inPath, NotDecoded(inReport.decodable));
 }
 
@@ -164,9 +154,8 @@ SInt64 FrameCountOf(const SegmentExporter& inExporter) {
 
 Failure FailureOf(const LException& inException, const std::string& inPath) {
     const auto code = static_cast<OSStatus>(inException.GetErrorCode());
-    if (code == memFullErr || code == static_cast<OSStatus>(FourChars("nilP"))) {
+    if (code == memFullErr || code == static_cast<OSStatus>(FourChars("nilP")))
         return Failure(EX_OSERR, inPath, GetStatusText(memFullErr));
-    }
     return Failure(EX_DATAERR, inPath, NotDecoded(code));
 }
 
@@ -183,15 +172,11 @@ void TellTakenTrack(const SegmentExporter& inExporter, const std::string& inPath
 }
 
 bool TellDamage(const MovieSoundReport& inReport, const std::string& inPath, bool inQuiet) {
-    if (inReport.skippedByteCount > 0 && !inQuiet) {
+    if (inReport.skippedByteCount > 0 && !inQuiet)
         Say(inPath, "warning: " + Count(inReport.skippedByteCount, "byte") + " without sound skipped");
-    }
-    if (inReport.damagedPacketCount == 0) {
-        return false;
-    }
-    if (inReport.isCutOff != 0 && !inQuiet) {
+    if (inReport.damagedPacketCount == 0) return false;
+    if (inReport.isCutOff != 0 && !inQuiet)
         Say(inPath, "warning: the file is cut off: it promises more sound than it holds");
-    }
     if (!inQuiet && inReport.damagedPacketCount > inReport.isCutOff) {
         const SInt64 silencedMillis =
             inReport.sampleRateHz > 0 ? inReport.silencedFrameCount * 1000 / inReport.sampleRateHz : 0;

@@ -1,15 +1,15 @@
 // An input opened for conversion, with every failure in words.
 #pragma once
 
+#include "Failure.h"
+#include "Input.h"
+#include "Options.h"
+
 #include <converter/SegmentExporter.h>
 #include <converter/WAVReader.h>
 #include <foundation/LException.h>
 #include <toolbox/SoundReport.h>
 #include <toolbox/SoundTracks.h>
-
-#include "Failure.h"
-#include "Input.h"
-#include "Options.h"
 
 #include <cstddef>
 #include <functional>
@@ -49,9 +49,9 @@ class Stream {
   private:
     std::unique_ptr<WAVReader> mReader;
     FrameRange mRange;
-    SInt64 mFirstByte = 0;   // of the reader's stream: behind the header where none is wanted
+    SInt64 mFirstByte = 0;  // of the reader's stream: behind the header where none is wanted
     bool mIsRF64 = false;
-    std::string mTagChunk;   // behind the sound; often empty
+    std::string mTagChunk;  // behind the sound; often empty
 };
 
 // Throws Failure about inPath (EX_DATAERR) for sound that no decoder reads.

@@ -9,10 +9,10 @@
 namespace tool {
 namespace {
 
-constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
 // More seconds than any file can hold, few enough to be counted in frames of any rate by 128 bits.
-constexpr std::int64_t kMostSeconds = std::int64_t{1} << 53;
-constexpr std::size_t kMostFractionDigits = 18;
+constexpr std::int64_t kMaxSeconds = std::int64_t{1} << 53;
+constexpr std::size_t kMaxFractionDigits = 18;
 
 // Digits and nothing else.
 std::optional<std::int64_t> ReadNumber(std::string_view inText) {
@@ -25,7 +25,7 @@ std::optional<std::int64_t> ReadNumber(std::string_view inText) {
 
 bool ReadFraction(std::string_view inDigits, StreamTime& ioTime) {
     const auto number = ReadNumber(inDigits);
-    if (!number || inDigits.size() > kMostFractionDigits) return false;
+    if (!number || inDigits.size() > kMaxFractionDigits) return false;
     ioTime.fraction = *number;
     for (std::size_t digit = 0; digit < inDigits.size(); ++digit)
         ioTime.fractionUnits *= 10;
@@ -34,16 +34,15 @@ bool ReadFraction(std::string_view inDigits, StreamTime& ioTime) {
 
 // "h:m:s", "m:s" or "s".
 std::optional<std::int64_t> ReadSeconds(std::string_view inText) {
-    constexpr int kMostParts = 3;
+    constexpr int kMaxParts = 3;
     std::int64_t seconds = 0;
-    for (int part = 0; part < kMostParts; ++part) {
+    for (int part = 0; part < kMaxParts; ++part) {
         const std::size_t colon = inText.find(':');
         const auto number = ReadNumber(inText.substr(0, colon));
-        if (!number || *number > kMostSeconds || (part > 0 && *number >= 60)) return std::nullopt;
+        if (!number || *number > kMaxSeconds || (part > 0 && *number >= 60)) return std::nullopt;
         seconds = seconds * 60 + *number;
-        if (colon == std::string_view::npos) {
-            return seconds > kMostSeconds ? std::nullopt : std::optional(seconds);
-        }
+        if (colon == std::string_view::npos)
+            return seconds > kMaxSeconds ? std::nullopt : std::optional(seconds);
         inText.remove_prefix(colon + 1);
     }
     return std::nullopt;
@@ -76,7 +75,7 @@ std::int64_t StreamTime::Frames(std::int32_t inRateHz) const {
     if (isFrames) return whole;
     const auto rate = static_cast<__int128>(inRateHz);
     const __int128 part = (fraction * rate * 2 + fractionUnits) / (static_cast<__int128>(fractionUnits) * 2);
-    return static_cast<std::int64_t>(std::min<__int128>(whole * rate + part, kMost));
+    return static_cast<std::int64_t>(std::min<__int128>(whole * rate + part, kMax));
 }
 
 }  // namespace tool

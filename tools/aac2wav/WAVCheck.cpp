@@ -16,7 +16,7 @@ namespace {
 constexpr std::int64_t kChunkHeadBytes = 8;
 constexpr std::int64_t kFormatBytes = 16;
 constexpr std::uint32_t kSeeDs64 = 0xFFFFFFFF;
-constexpr int kMostChunks = 10000;  // a file made of tiny chunks is walked no further
+constexpr int kMaxChunks = 10000;  // a file made of tiny chunks is walked no further
 
 std::uint64_t LittleEndian(const unsigned char* inBytes, int inByteCount) {
     std::uint64_t value = 0;
@@ -54,8 +54,7 @@ class Walk {
 
     void WalkChunks() {
         std::int64_t at = 12;
-        for (int count = 0; count < kMostChunks && at + kChunkHeadBytes <= mFileBytes && !mHasSound;
-             ++count) {
+        for (int count = 0; count < kMaxChunks && at + kChunkHeadBytes <= mFileBytes && !mHasSound; ++count) {
             unsigned char chunk[kChunkHeadBytes + 28];
             if (!Read(at, chunk, kChunkHeadBytes)) return;
             auto byteCount = static_cast<std::int64_t>(LittleEndian(chunk + 4, 4));
@@ -80,9 +79,9 @@ class Walk {
         const std::uint64_t rest = LittleEndian(inSizes, 8);
         const std::uint64_t data = LittleEndian(inSizes + 8, 8);
         // What is no sensible size fits no file.
-        constexpr std::uint64_t kMost = INT64_MAX / 2;
-        mEndBytes = rest > kMost ? INT64_MAX : static_cast<std::int64_t>(rest) + kChunkHeadBytes;
-        mLongDataBytes = data > kMost ? -1 : static_cast<std::int64_t>(data);
+        constexpr std::uint64_t kMax = INT64_MAX / 2;
+        mEndBytes = rest > kMax ? INT64_MAX : static_cast<std::int64_t>(rest) + kChunkHeadBytes;
+        mLongDataBytes = data > kMax ? -1 : static_cast<std::int64_t>(data);
     }
 
     void TakeFormat(const unsigned char* inFormat, std::int64_t inByteCount) {
@@ -108,17 +107,13 @@ class Walk {
 
 WAVCheck CheckWAV(const std::string& inPath, const std::string& inName) {
     const int descriptor = ::open(inPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (descriptor < 0) {
-        throw Failure(EX_CANTCREAT, inName, SystemReason(errno));
-    }
+    if (descriptor < 0) throw Failure(EX_CANTCREAT, inName, SystemReason(errno));
     WAVCheck check;
     struct stat item {};
     const bool isRead = ::fstat(descriptor, &item) == 0 && Walk(descriptor, item.st_size).Run(check);
     const int error = errno;
     ::close(descriptor);
-    if (!isRead) {
-        throw Failure(EX_CANTCREAT, inName, SystemReason(error));
-    }
+    if (!isRead) throw Failure(EX_CANTCREAT, inName, SystemReason(error));
     return check;
 }
 

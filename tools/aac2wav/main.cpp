@@ -23,9 +23,8 @@ namespace {
 void HoldStandardStreams() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (::fcntl(descriptor, F_GETFD) < 0 &&
-            ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY) < 0) {
+            ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY) < 0)
             ::_exit(EX_OSERR);
-        }
     }
 }
 
@@ -47,7 +46,8 @@ tool::Ending Tell(const tool::Failure& inFailure, const tool::Job& inJob, const 
     // Where standard output fails there is nothing to write JSON to.
     if (inOptions.isJSON && inFailure.Subject() != "standard output") {
         const bool isAboutInput = inFailure.Subject() == tool::InputName(inJob.input);
-        const std::string about = isAboutInput || inFailure.Subject().empty() ? "" : inFailure.Subject() + ": ";
+        const std::string about =
+            isAboutInput || inFailure.Subject().empty() ? "" : inFailure.Subject() + ": ";
         tool::Print(tool::FailureJSON(inJob.input, about + inFailure.what(), inJob.output));
     }
     return {inFailure.ExitCode(), false};
@@ -98,9 +98,7 @@ int RunJobs(const std::vector<tool::Job>& inJobs, tool::Session& ioSession) {
         worst = std::max(worst, EX_CANTCREAT);
         failedCount += inJobs.size() - ioSession.number + 1;
     }
-    if (options.isRecursive && !options.isQuiet) {
-        TellSummary(inJobs.size(), skippedCount, failedCount);
-    }
+    if (options.isRecursive && !options.isQuiet) TellSummary(inJobs.size(), skippedCount, failedCount);
     return worst;
 }
 
@@ -114,9 +112,7 @@ int RunAll(int inArgumentCount, const char* const* inArguments) {
     tool::Options options;
     std::vector<tool::Job> jobs;
     try {
-        if (!tool::ReadOptions(inArgumentCount, inArguments, options)) {
-            return EX_OK;
-        }
+        if (!tool::ReadOptions(inArgumentCount, inArguments, options)) return EX_OK;
         jobs = tool::PlanJobs(options);
     } catch (const tool::Failure& failure) {
         tool::Say(failure.Subject(), failure.what());

@@ -25,13 +25,12 @@ class Reader {
                               mArguments.end());
                 return;
             }
-            if (argument.size() < 2 || argument[0] != '-') {
+            if (argument.size() < 2 || argument[0] != '-')
                 mNames.push_back(argument);
-            } else if (argument[1] == '-') {
+            else if (argument[1] == '-')
                 ReadLong(argument);
-            } else {
+            else
                 ReadLetters(argument);
-            }
         }
     }
 
@@ -69,9 +68,8 @@ class Reader {
     }
 
     std::string NextArgument(const ArgumentOption& inOption) {
-        if (mAt == mArguments.size()) {
+        if (mAt == mArguments.size())
             throw UsageFailure(std::string("--") + inOption.name + " needs " + inOption.valueName);
-        }
         return mArguments[mAt++];
     }
 

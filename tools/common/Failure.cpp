@@ -16,9 +16,7 @@ std::string SystemReason(int inErrno) {
 
 void Say(const std::string& inSubject, const std::string& inText) {
     std::string line = std::string(kCommandName) + ": ";
-    if (!inSubject.empty()) {
-        line += inSubject + ": ";
-    }
+    if (!inSubject.empty()) line += inSubject + ": ";
     line += inText;
     line = Printable(line);
     line += '\n';

@@ -52,11 +52,10 @@ std::string Printable(const std::string& inText) {
     std::string text;
     for (std::string_view rest = inText; !rest.empty();) {
         const Character character = FirstCharacter(rest);
-        if (character.isValid && !IsHarmful(character.code)) {
+        if (character.isValid && !IsHarmful(character.code))
             text += rest.substr(0, character.byteCount);
-        } else {
+        else
             text += '?';
-        }
         rest.remove_prefix(character.byteCount);
     }
     return text;

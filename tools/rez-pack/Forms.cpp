@@ -17,7 +17,7 @@ constexpr ResType kString = FourChars("STR ");
 constexpr ResType kStringList = FourChars("STR#");
 constexpr ResType kAlert = FourChars("ALRT");
 constexpr ResType kItemList = FourChars("DITL");
-constexpr std::size_t kMostCounted = 0xFFFF;
+constexpr std::size_t kMaxCounted = 0xFFFF;
 constexpr UInt8 kDisabled = 0x80;
 
 struct ItemKind {
@@ -96,7 +96,7 @@ JSON Shown(const std::string& inText, CFStringEncoding inEncoding) {
 
 const JSON& ListOf(const JSON& inDescription, const char* inName) {
     const JSON& list = inDescription.at(inName);
-    if (!list.is_array() || list.size() > kMostCounted)
+    if (!list.is_array() || list.size() > kMaxCounted)
         throw DescriptionError(std::string(inName) + " is not a list of at most 65535");
     return list;
 }

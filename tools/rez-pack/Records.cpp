@@ -30,10 +30,10 @@ constexpr UInt8 NamedAttributes() {
 constexpr UInt8 kOtherAttributes = static_cast<UInt8>(~(NamedAttributes() | resChanged));
 
 constexpr int kDeepest = 100;
-constexpr std::size_t kMostQuotedBytes = 60;
-constexpr std::size_t kMostReasonBytes = 200;
+constexpr std::size_t kMaxQuotedBytes = 60;
+constexpr std::size_t kMaxReasonBytes = 200;
 // What can be counted, and so shown again.
-constexpr int kMostOfType = 32767;
+constexpr int kMaxOfType = 32767;
 
 // Whole characters of UTF-8.
 std::string Shortened(std::string_view inText, std::size_t inMostBytes) {
@@ -131,8 +131,8 @@ class Takings {
             throw DescriptionError("resources " + std::to_string(found->second) + " and " +
                                    std::to_string(number) + " are both of type " + type + " and id " +
                                    std::to_string(inRecord.id));
-        if (++mOfType[inRecord.type] > kMostOfType)
-            throw DescriptionError("there are more than " + std::to_string(kMostOfType) +
+        if (++mOfType[inRecord.type] > kMaxOfType)
+            throw DescriptionError("there are more than " + std::to_string(kMaxOfType) +
                                    " resources of type " + type);
     }
 
@@ -173,13 +173,13 @@ JSON Parsed(const std::string& inText) {
 }
 
 std::string Quoted(const JSON& inValue) {
-    return Shortened(inValue.dump(-1, ' ', false, JSON::error_handler_t::replace), kMostQuotedBytes);
+    return Shortened(inValue.dump(-1, ' ', false, JSON::error_handler_t::replace), kMaxQuotedBytes);
 }
 
 std::string ReasonOf(const JSON::exception& inError) {
     const std::string_view words = inError.what();
     const std::size_t kindEnd = words.find("] ");
-    return Shortened(kindEnd == std::string_view::npos ? words : words.substr(kindEnd + 2), kMostReasonBytes);
+    return Shortened(kindEnd == std::string_view::npos ? words : words.substr(kindEnd + 2), kMaxReasonBytes);
 }
 
 std::vector<Record> RecordsOf(const JSON& inDescription, CFStringEncoding inEncoding) {

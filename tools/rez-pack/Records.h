@@ -16,9 +16,9 @@
 // other names are refused.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <toolbox/CFString.h>
 #include <toolbox/MacTypes.h>
-#include <nlohmann/json.hpp>
 
 #include <stdexcept>
 #include <string>

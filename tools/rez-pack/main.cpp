@@ -18,7 +18,8 @@ using namespace rez_pack;
 constexpr char kUsage[] =
     "Usage: rez-pack make [OPTIONS] DESCRIPTION FILE\n"
     "       rez-pack show [OPTIONS] FILE\n"
-    "Makes a resource file, in place of what it holds, from a description in JSON; and shows one as such.\n\n";
+    "Makes a resource file, in place of what it holds, from a description in JSON; and shows one as "
+    "such.\n\n";
 
 struct Options {
     bool isMake = false;
@@ -62,8 +63,7 @@ void Print(const std::string& inText) {
 }
 
 void Show(const Options& inOptions) {
-    Print(DescriptionOf(ReadResources(inOptions.file, inOptions.Place()), inOptions.encoding).dump(2) +
-          '\n');
+    Print(DescriptionOf(ReadResources(inOptions.file, inOptions.Place()), inOptions.encoding).dump(2) + '\n');
 }
 
 CFStringEncoding EncodingOf(const std::optional<std::string>& inName) {
@@ -75,9 +75,8 @@ CFStringEncoding EncodingOf(const std::optional<std::string>& inName) {
 void ReadNames(const std::vector<std::string>& inNames, Options& outOptions) {
     if (inNames.empty()) throw tool::UsageFailure("say make or show");
     const std::string& command = inNames[0];
-    if (command != "make" && command != "show") {
+    if (command != "make" && command != "show")
         throw tool::UsageFailure("there is no command " + command + ": make and show are all");
-    }
     outOptions.isMake = command == "make";
     if (inNames.size() != (outOptions.isMake ? 3 : 2)) {
         throw tool::UsageFailure(outOptions.isMake ? "make takes a DESCRIPTION and a FILE"

@@ -16,7 +16,7 @@
 typedef void (*DataCallback)(void* inContext, void* inData, long inLength);
 
 // The movie at a POSIX path, or null. The caller disposes of it.
-[[nodiscard]] MIRTAL_EXPORT Movie MovieFromPath(char const* inPath);
+[[nodiscard]] MIRTAL_EXPORT Movie MovieFromPath(const char* inPath);
 // A new handle with sample description inIndex (from 1), or null when there is none of more than 15 bytes.
 // The caller disposes of it.
 [[nodiscard]] MIRTAL_EXPORT Handle GetIndMediaSampleDescription(Media inMedia, long inIndex);
@@ -27,11 +27,11 @@ MIRTAL_EXPORT long GetMovieSampleRate(Movie inMovie);
 
 // Bytes of the whole stream, known without decoding; 0 when the file cannot be opened. Wraps above 4 GiB:
 // WAVReader has the exact length. Throws no LException.
-MIRTAL_EXPORT Int64 getConvertedLength(char const* inPath);
+MIRTAL_EXPORT Int64 getConvertedLength(const char* inPath);
 
 // The whole stream, or the window of it that ConvertWindow describes. Neither reports a failure: the stream
 // then ends early, or never begins. An exception of inCallback's that is no LException passes through, with
 // everything released.
-MIRTAL_EXPORT void convert_AAC_to_WAV(char const* inPath, void* inContext, DataCallback inCallback);
-MIRTAL_EXPORT void convert_AAC_to_WAV(char const* inPath, void* inContext, DataCallback inCallback,
+MIRTAL_EXPORT void convert_AAC_to_WAV(const char* inPath, void* inContext, DataCallback inCallback);
+MIRTAL_EXPORT void convert_AAC_to_WAV(const char* inPath, void* inContext, DataCallback inCallback,
                                       Int64 inStart, Int64 inDuration);

@@ -19,13 +19,13 @@ class MIRTAL_EXPORT SegmentExporter {
     // Throws LException: "nilP" when the movie, the exporter or a buffer cannot be had; for sound that cannot
     // be decoded what exporting it would answer, -206 when it is encrypted and -8961 when there is no
     // decoder; else the failing call's status.
-    explicit SegmentExporter(char const* inPath);
+    explicit SegmentExporter(const char* inPath);
     // Opens with options: a sound track of the caller's choice, or a way to stop it. Throws LException: what
     // opening answered when there is no movie, trackNotInMovie and userCanceledErr among it; else as above.
-    SegmentExporter(char const* inPath, MovieOpenOptions const& inOptions);
+    SegmentExporter(const char* inPath, const MovieOpenOptions& inOptions);
     ~SegmentExporter();
-    SegmentExporter(SegmentExporter const&) = delete;
-    SegmentExporter& operator=(SegmentExporter const&) = delete;
+    SegmentExporter(const SegmentExporter&) = delete;
+    SegmentExporter& operator=(const SegmentExporter&) = delete;
 
     Movie GetMovie() const { return mMovie; }                // borrowed; its time scale is SampleRate()
     SInt32 SampleRate() const { return mRate; }              // frames per second
@@ -44,7 +44,7 @@ class MIRTAL_EXPORT SegmentExporter {
     Segment Export(SInt64 inFirstFrame, SInt32 inFrameCount);
 
   private:
-    void Prepare(char const* inPath, MovieOpenOptions const* inOptions);
+    void Prepare(const char* inPath, const MovieOpenOptions* inOptions);
     void MakeParts();
     void SetOutputFormat();
     void Render(SInt64 inFirstFrame, SInt32 inFrameCount);

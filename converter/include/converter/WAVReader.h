@@ -31,7 +31,7 @@ class MIRTAL_EXPORT WAVReader {
     };
 
     // The whole movie at a path. Throws as SegmentExporter's constructor does.
-    explicit WAVReader(char const* inPath, Header inHeader = Header::kRIFF);
+    explicit WAVReader(const char* inPath, Header inHeader = Header::kRIFF);
     // Frames of an opened movie as a stream with a header of its own: its bytes behind that are those of the
     // same frames of the whole.
     //   inExporter  must not be null, and is the reader's from here on
@@ -39,8 +39,8 @@ class MIRTAL_EXPORT WAVReader {
     // Throws LException: paramErr unless 0 <= first <= end.
     WAVReader(std::unique_ptr<SegmentExporter> inExporter, Header inHeader, FrameRange inRange = {});
     ~WAVReader();
-    WAVReader(WAVReader const&) = delete;
-    WAVReader& operator=(WAVReader const&) = delete;
+    WAVReader(const WAVReader&) = delete;
+    WAVReader& operator=(const WAVReader&) = delete;
 
     SInt64 ByteCount() const;   // of the whole stream, header included
     SInt64 FrameCount() const;  // of the sound behind the header

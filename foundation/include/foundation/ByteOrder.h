@@ -23,11 +23,11 @@ MIRTAL_EXPORT void SwapSectors(char* ioData, long inSectorCount);
 
 // As the in-place forms, into outDst, which is inSrc itself or does not overlap it. Bytes after the last
 // whole unit are not copied.
-MIRTAL_EXPORT void BlockMoveDataSwappedShort(void const* inSrc, void* outDst, long inByteCount);
-MIRTAL_EXPORT void BlockMoveDataSwappedLong(void const* inSrc, void* outDst, long inByteCount);
+MIRTAL_EXPORT void BlockMoveDataSwappedShort(const void* inSrc, void* outDst, long inByteCount);
+MIRTAL_EXPORT void BlockMoveDataSwappedLong(const void* inSrc, void* outDst, long inByteCount);
 // For callers whose buffers are 16-byte aligned; the same functions.
-MIRTAL_EXPORT void BlockMoveDataSwappedShortAltivecAligned(void const* inSrc, void* outDst, long inByteCount);
-MIRTAL_EXPORT void BlockMoveDataSwappedLongAltivecAligned(void const* inSrc, void* outDst, long inByteCount);
+MIRTAL_EXPORT void BlockMoveDataSwappedShortAltivecAligned(const void* inSrc, void* outDst, long inByteCount);
+MIRTAL_EXPORT void BlockMoveDataSwappedLongAltivecAligned(const void* inSrc, void* outDst, long inByteCount);
 
 class MIRTAL_EXPORT UPlatforms {
   public:

@@ -2,9 +2,8 @@
 #pragma once
 
 #include <foundation/MirtalExport.h>
-#include <toolbox/DialogWindows.h>
-
 #include <stdbool.h>
+#include <toolbox/DialogWindows.h>
 
 #ifdef __cplusplus
 extern "C" {

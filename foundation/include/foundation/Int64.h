@@ -11,18 +11,18 @@
 
 class MIRTAL_EXPORT Int64 {
   public:
-    Int64(Int64 const& inOther);
-    Int64(int const& inValue);            // sign-extended
-    Int64(long const& inValue);           // low 32 bits, sign-extended
-    Int64(unsigned long const& inValue);  // low 32 bits, zero-extended
-    Int64(long long const& inValue);
-    Int64(unsigned long long const& inValue);  // the same 64 bits
-    Int64(UnsignedWide const& inValue);        // high word to hi, low word to lo
+    Int64(const Int64& inOther);
+    Int64(const int& inValue);            // sign-extended
+    Int64(const long& inValue);           // low 32 bits, sign-extended
+    Int64(const unsigned long& inValue);  // low 32 bits, zero-extended
+    Int64(const long long& inValue);
+    Int64(const unsigned long long& inValue);  // the same 64 bits
+    Int64(const UnsignedWide& inValue);        // high word to hi, low word to lo
 
-    Int64& operator=(Int64 const& inOther);
-    Int64& operator+=(Int64 const& inOther);
-    Int64& operator-=(Int64 const& inOther);
-    Int64& operator*=(Int64 const& inOther);  // low 64 bits of the product
+    Int64& operator=(const Int64& inOther);
+    Int64& operator+=(const Int64& inOther);
+    Int64& operator-=(const Int64& inOther);
+    Int64& operator*=(const Int64& inOther);  // low 64 bits of the product
 
     long Lo32() const;            // low word as a signed value
     unsigned long ULo32() const;  // low word
@@ -36,10 +36,10 @@ class MIRTAL_EXPORT Int64 {
     UInt32 lo;
 };
 
-MIRTAL_EXPORT Int64 operator+(Int64 const& inLeft, Int64 const& inRight);
-MIRTAL_EXPORT Int64 operator-(Int64 const& inLeft, Int64 const& inRight);
+MIRTAL_EXPORT Int64 operator+(const Int64& inLeft, const Int64& inRight);
+MIRTAL_EXPORT Int64 operator-(const Int64& inLeft, const Int64& inRight);
 
 // The whole set of comparisons: high words as signed first, then low words as unsigned.
-MIRTAL_EXPORT bool operator>(Int64 const& inLeft, Int64 const& inRight);
-MIRTAL_EXPORT bool operator<(Int64 const& inLeft, Int64 const& inRight);
-MIRTAL_EXPORT bool operator<=(Int64 const& inLeft, Int64 const& inRight);
+MIRTAL_EXPORT bool operator>(const Int64& inLeft, const Int64& inRight);
+MIRTAL_EXPORT bool operator<(const Int64& inLeft, const Int64& inRight);
+MIRTAL_EXPORT bool operator<=(const Int64& inLeft, const Int64& inRight);

@@ -12,24 +12,24 @@
 class MIRTAL_EXPORT LException : public std::exception {
   public:
     // The low 32 bits of the code, as a signed value, are kept; 0 is a code like any other.
-    LException(long inErrorCode, TCFString const& inErrorString);
-    LException(LException const& inOther);
-    LException& operator=(LException const& inOther);
+    LException(long inErrorCode, const TCFString& inErrorString);
+    LException(const LException& inOther);
+    LException& operator=(const LException& inOther);
     ~LException() override;
 
     // Always "<CANNOT DISPLAY>": the message is read with GetErrorString, the code with GetErrorCode.
-    char const* what() const noexcept override;
+    const char* what() const noexcept override;
 
     long GetErrorCode() const;
     void SetErrorCode(long inErrorCode);
-    void SetErrorString(TCFString const& inErrorString);
+    void SetErrorString(const TCFString& inErrorString);
 
     // The message as a Pascal string, cut to what fits in 255 bytes. It lies in this object, good until the
     // next call on it; so one thread at a time.
-    unsigned char const* GetErrorString() const;
+    const unsigned char* GetErrorString() const;
 
     [[noreturn]] static void Throw(long inErrorCode);
-    [[noreturn]] static void Throw(long inErrorCode, TCFString const& inErrorString);
+    [[noreturn]] static void Throw(long inErrorCode, const TCFString& inErrorString);
 
   private:
     SInt32 mErrorCode;

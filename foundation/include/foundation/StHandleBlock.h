@@ -17,8 +17,8 @@ class MIRTAL_EXPORT StHandleBlock {
     // then, with inThrowFail, the last status is thrown; without, the guard holds null.
     StHandleBlock(long inSize, bool inThrowFail, bool inUseTempMem);
     // A copy of the block, owned, whether the other guard owns its own or not.
-    StHandleBlock(StHandleBlock const& inOther);
-    StHandleBlock& operator=(StHandleBlock const& inOther);
+    StHandleBlock(const StHandleBlock& inOther);
+    StHandleBlock& operator=(const StHandleBlock& inOther);
     ~StHandleBlock();
 
     char** Get() const { return mHandle; }  // borrowed
@@ -26,8 +26,8 @@ class MIRTAL_EXPORT StHandleBlock {
     [[nodiscard]] char** GetCopy() const;
     // Gives up ownership; the guard keeps pointing at the block.
     char** Release() const;
-    // Frees the block if it is owned: a resource with ReleaseResource, any other with DisposeHandle. The guard
-    // holds null then, whether it owned its block or not.
+    // Frees the block if it is owned: a resource with ReleaseResource, any other with DisposeHandle. The
+    // guard holds null then, whether it owned its block or not.
     void Dispose();
     // Takes the handle over. One held so far is disposed of, unless it is the same.
     void Adopt(char** inHandle);

@@ -11,8 +11,8 @@ class MIRTAL_EXPORT StHandleLocker {
   public:
     explicit StHandleLocker(char** inHandle);  // may be null
     ~StHandleLocker();
-    StHandleLocker(StHandleLocker const&) = delete;
-    StHandleLocker& operator=(StHandleLocker const&) = delete;
+    StHandleLocker(const StHandleLocker&) = delete;
+    StHandleLocker& operator=(const StHandleLocker&) = delete;
 
     // Unlocks the handle held so far if the guard locked it, and holds this one. When its state cannot be
     // had, it is held unlocked, and that is thrown.
@@ -32,8 +32,8 @@ class MIRTAL_EXPORT StHandleState {
   public:
     explicit StHandleState(char** inHandle);
     ~StHandleState();
-    StHandleState(StHandleState const&) = delete;
-    StHandleState& operator=(StHandleState const&) = delete;
+    StHandleState(const StHandleState&) = delete;
+    StHandleState& operator=(const StHandleState&) = delete;
 
   private:
     char** mHandle;

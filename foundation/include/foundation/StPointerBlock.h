@@ -18,8 +18,8 @@ class MIRTAL_EXPORT StPointerBlock {
     // guard holds null.
     StPointerBlock(long inSize, bool inThrowFail, bool inClear);
     // A copy of the block, owned, whether the other guard owns its own or not.
-    StPointerBlock(StPointerBlock const& inOther);
-    StPointerBlock& operator=(StPointerBlock const& inOther);
+    StPointerBlock(const StPointerBlock& inOther);
+    StPointerBlock& operator=(const StPointerBlock& inOther);
     ~StPointerBlock();
 
     // A copy that the caller owns; null of null.

@@ -11,11 +11,11 @@ class MIRTAL_EXPORT StResource {
     explicit StResource(char** inHandle);  // may be null
     // As GetResource below.
     StResource(unsigned long inType, short inID, unsigned char inThrowFail, unsigned char inOneDeep);
-    StResource(unsigned long inType, unsigned char const* inName, unsigned char inThrowFail,
+    StResource(unsigned long inType, const unsigned char* inName, unsigned char inThrowFail,
                unsigned char inOneDeep);
     ~StResource();
-    StResource(StResource const&) = delete;
-    StResource& operator=(StResource const&) = delete;
+    StResource(const StResource&) = delete;
+    StResource& operator=(const StResource&) = delete;
 
     char** Get() const { return mHandle; }  // borrowed
 
@@ -23,7 +23,7 @@ class MIRTAL_EXPORT StResource {
     // only. What is found is held and returned, borrowed. When there is none: with inThrowFail that is
     // thrown; without, null.
     char** GetResource(unsigned long inType, short inID, unsigned char inThrowFail, unsigned char inOneDeep);
-    char** GetResource(unsigned long inType, unsigned char const* inName, unsigned char inThrowFail,
+    char** GetResource(unsigned long inType, const unsigned char* inName, unsigned char inThrowFail,
                        unsigned char inOneDeep);
     char** GetIndResource(unsigned long inType, short inIndex, unsigned char inThrowFail,
                           unsigned char inOneDeep);

@@ -2,10 +2,9 @@
 #pragma once
 
 #include <foundation/MirtalExport.h>
+#include <stdbool.h>
 #include <toolbox/FileSpecs.h>
 #include <toolbox/MacTypes.h>
-
-#include <stdbool.h>
 
 #ifdef __cplusplus
 extern "C" {

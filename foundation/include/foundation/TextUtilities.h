@@ -2,9 +2,8 @@
 #pragma once
 
 #include <foundation/MirtalExport.h>
-#include <toolbox/MacTypes.h>
-
 #include <stdbool.h>
+#include <toolbox/MacTypes.h>
 
 #ifdef __cplusplus
 extern "C" {

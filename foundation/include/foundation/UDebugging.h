@@ -22,29 +22,29 @@ class MIRTAL_EXPORT UDebugging {
     static SInt32 gDebugSignal;
 
     // The C string as a Pascal string; returns outPStr, which holds up to 256 bytes.
-    static StringPtr LoadPStrFromCStr(unsigned char* outPStr, char const* inCStr);
+    static StringPtr LoadPStrFromCStr(unsigned char* outPStr, const char* inCStr);
 
     // The alerts, whatever the settings are.
-    static void AlertThrowAt(unsigned char const* inText, char const* inFile, unsigned char const* inExtra,
+    static void AlertThrowAt(const unsigned char* inText, const char* inFile, const unsigned char* inExtra,
                              long inLine);
-    static void AlertThrowAt(unsigned char const* inText, char const* inFile, char const* inExtra,
+    static void AlertThrowAt(const unsigned char* inText, const char* inFile, const char* inExtra,
                              long inLine);
-    static void AlertSignalAt(unsigned char const* inText, char const* inFile, unsigned char const* inExtra,
+    static void AlertSignalAt(const unsigned char* inText, const char* inFile, const unsigned char* inExtra,
                               long inLine);
-    static void AlertSignalAt(char const* inText, char const* inFile, unsigned char const* inExtra,
+    static void AlertSignalAt(const char* inText, const char* inFile, const unsigned char* inExtra,
                               long inLine);
-    static void AlertSignalAt(unsigned char const* inText, char const* inFile, char const* inExtra,
+    static void AlertSignalAt(const unsigned char* inText, const char* inFile, const char* inExtra,
                               long inLine);
-    static void AlertSignalAt(char const* inText, char const* inFile, char const* inExtra, long inLine);
+    static void AlertSignalAt(const char* inText, const char* inFile, const char* inExtra, long inLine);
     // With the text "Status Code = " and the status.
-    static void AlertSignalOSStatusAt(long inStatus, char const* inFile, unsigned char const* inExtra,
+    static void AlertSignalOSStatusAt(long inStatus, const char* inFile, const unsigned char* inExtra,
                                       long inLine);
-    static void AlertSignalOSStatusAt(long inStatus, char const* inFile, char const* inExtra, long inLine);
+    static void AlertSignalOSStatusAt(long inStatus, const char* inFile, const char* inExtra, long inLine);
 
     // Reports as gDebugThrow says, and throws an LException with the code.
-    [[noreturn]] static void DebugThrow(long inError, char const* inFile, unsigned char const* inExtra,
+    [[noreturn]] static void DebugThrow(long inError, const char* inFile, const unsigned char* inExtra,
                                         long inLine);
-    [[noreturn]] static void DebugThrow(long inError, char const* inFile, char const* inExtra, long inLine);
+    [[noreturn]] static void DebugThrow(long inError, const char* inFile, const char* inExtra, long inLine);
 
     // Sends the number to the debugger, in decimal.
     static void DebugNumber(long inNumber);

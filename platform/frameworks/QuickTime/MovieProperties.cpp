@@ -1,7 +1,6 @@
-#include <toolbox/MovieProperties.h>
-
 #include "PropertyTable.h"
 
+#include <toolbox/MovieProperties.h>
 #include <toolbox/SoundReport.h>
 
 namespace {

@@ -1,7 +1,7 @@
+#include "PropertyTable.h"
+
 #include <toolbox/MovieProperties.h>
 #include <toolbox/SoundArchitecture.h>
-
-#include "PropertyTable.h"
 
 namespace {
 

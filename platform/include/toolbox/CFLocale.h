@@ -9,8 +9,8 @@ TOOLBOX_EXTERN_C_BEGIN
 TOOLBOX_EXPORT CFTypeID CFLocaleGetTypeID(void);
 // The locale without customs of its own, that is common to all. Borrowed, and never destroyed.
 TOOLBOX_EXPORT CFLocaleRef CFLocaleGetSystem(void);
-// The process's: of LC_ALL, LC_MESSAGES or LANG, the first that is not empty, at its first use. Null when memory
-// is short.
+// The process's: of LC_ALL, LC_MESSAGES or LANG, the first that is not empty, at its first use. Null when
+// memory is short.
 TOOLBOX_MUST_USE CFLocaleRef CFLocaleCopyCurrent(void);
 // By identifier, also in the form of a language tag (de-CH); any well-formed one is a locale, as its parts
 // are looked up from the left. Null when the identifier is null, not ASCII or too long, or memory is short.

@@ -1,5 +1,5 @@
-// Core Foundation strings: the names of encodings and the flags of comparisons, for every header that speaks of
-// strings.
+// Core Foundation strings: the names of encodings and the flags of comparisons, for every header that speaks
+// of strings.
 #pragma once
 
 #include <toolbox/CFBase.h>

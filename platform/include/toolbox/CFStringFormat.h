@@ -21,10 +21,9 @@
 // no directive is copied as it stands and takes no argument; %n is none.
 #pragma once
 
+#include <stdarg.h>
 #include <toolbox/CFBase.h>
 #include <toolbox/CFStringBase.h>
-
-#include <stdarg.h>
 
 TOOLBOX_EXTERN_C_BEGIN
 

@@ -25,10 +25,10 @@ typedef SInt32 Fixed;    // 16.16 fixed point
 typedef UInt32 UnsignedFixed;
 
 typedef char* Ptr;
-typedef Ptr* Handle;                                      // address of a master pointer; see MacMemory.h
-typedef unsigned long ByteCount;                          // bytes
-typedef SInt32 Size;                                      // bytes; negative is never legal
-typedef unsigned char Str255[256];                        // a length byte and up to 255 bytes of text
+typedef Ptr* Handle;                // address of a master pointer; see MacMemory.h
+typedef unsigned long ByteCount;    // bytes
+typedef SInt32 Size;                // bytes; negative is never legal
+typedef unsigned char Str255[256];  // a length byte and up to 255 bytes of text
 typedef unsigned char* StringPtr;
 typedef const unsigned char* ConstStr255Param;
 typedef UInt32 TextEncoding;

@@ -18,8 +18,8 @@ enum {
     kMovieTagEncoder
 };
 
-// One of them, as the file has it: UTF-8 where the file keeps to its own rules. Null when there is none, and for a null
-// movie. Borrowed: good as long as the movie.
+// One of them, as the file has it: UTF-8 where the file keeps to its own rules. Null when there is none, and
+// for a null movie. Borrowed: good as long as the movie.
 TOOLBOX_EXPORT const char* GetMovieTag(Movie inMovie, UInt32 inTag);
 
 TOOLBOX_EXTERN_C_END

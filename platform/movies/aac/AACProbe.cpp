@@ -15,7 +15,7 @@ extern "C" {
 namespace toolbox::movies {
 namespace {
 
-constexpr std::uint32_t kHighestCoreRateHz = 24000;
+constexpr std::uint32_t kMaxCoreRateHz = 24000;
 constexpr std::uint32_t kPacketsTried = 4;
 
 bool ParsesAsUnsignalled(const SoundFormat& inFormat, AACConfig& outConfig) {
@@ -39,7 +39,7 @@ void TakeOver(const ProbedSound& inSound, SoundFormat& ioFormat) {
 
 bool NeedsImplicitSBRProbe(const SoundFormat& inFormat) {
     AACConfig config;
-    return ParsesAsUnsignalled(inFormat, config) && config.coreRateHz <= kHighestCoreRateHz;
+    return ParsesAsUnsignalled(inFormat, config) && config.coreRateHz <= kMaxCoreRateHz;
 }
 
 bool ProbeImplicitSBR(const SoundFormat& inFormat, const PacketBytes& inPacket, ProbedSound& outSound) {
@@ -64,7 +64,7 @@ OSStatus SettleImplicitSBR(PacketReader& inReader, std::uint32_t inFirstPacket, 
                            SoundFormat& ioFormat) {
     AACConfig config;
     if (!ParsesAsUnsignalled(ioFormat, config)) return noErr;
-    if (config.coreRateHz <= kHighestCoreRateHz) {
+    if (config.coreRateHz <= kMaxCoreRateHz) {
         const std::uint32_t tries = std::min(inPacketCount, kPacketsTried);
         for (std::uint32_t i = 0; i < tries; ++i) {
             PacketBytes bytes;

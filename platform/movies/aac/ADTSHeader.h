@@ -39,9 +39,7 @@ struct ADTSHeader {
 inline bool ParseADTSHeader(const std::uint8_t* inBytes, ADTSHeader& outHeader) {
     const std::uint32_t word = os::Load32(inBytes);
     // Sync word and layer. The layer is 0 here; in the frames of MPEG layers I to III it never is.
-    if ((word & 0xFFF60000) != 0xFFF00000) {
-        return false;
-    }
+    if ((word & 0xFFF60000) != 0xFFF00000) return false;
     outHeader.common = word & ADTSHeader::kCommonMask;
     outHeader.hasChecksum = (word & 0x00010000) == 0;
     outHeader.frameBytes = (word & 3) << 11 | static_cast<std::uint32_t>(inBytes[4]) << 3 | inBytes[5] >> 5;

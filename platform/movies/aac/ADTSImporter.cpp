@@ -1,7 +1,7 @@
 // The movie that a raw AAC file is: one sound track, every frame of it presented.
+#include "ADTSScan.h"
 #include "aac/AACConfig.h"
 #include "aac/AACProbe.h"
-#include "ADTSScan.h"
 #include "track/MovieImporter.h"
 
 #include <toolbox/MacErrors.h>
@@ -50,9 +50,7 @@ OSStatus DescribeByHeader(PacketReader& inReader, const ADTSStretch& inStretch, 
     for (std::uint32_t tried = 0; tried < inPacketCount && tried < kPacketsProbed; ++tried) {
         PacketBytes bytes;
         const OSStatus status = inReader.Read(inStretch.firstPacket + tried, bytes);
-        if (status == ioErr || status == memFullErr) {
-            return status;
-        }
+        if (status == ioErr || status == memFullErr) return status;
         ProbedSound sound;
         if (status == noErr && ProbeImplicitSBR(outFormat, bytes, sound)) {
             outFormat.sampleRateHz = sound.sampleRateHz;
@@ -66,16 +64,13 @@ OSStatus DescribeByHeader(PacketReader& inReader, const ADTSStretch& inStretch, 
 
 OSStatus DescribeStretch(PacketReader& inReader, const ADTSStretch& inStretch, std::uint32_t inPacketCount,
                          SoundFormat& outFormat) {
-    if (KeepsHeader(inStretch.header)) {
-        return DescribeByHeader(inReader, inStretch, inPacketCount, outFormat);
-    }
+    if (KeepsHeader(inStretch.header)) return DescribeByHeader(inReader, inStretch, inPacketCount, outFormat);
     outFormat.dataFormat = FourChars("mp4a");
     const ADTSHeader& header = inStretch.header;
     if (!DescribeAAC(
             MakeAudioSpecificConfig(DecoderObjectType(header), header.RateIndex(), header.ChannelConfig()),
-            outFormat)) {
+            outFormat))
         return invalidMovie;
-    }
     return SettleImplicitSBR(inReader, inStretch.firstPacket, inPacketCount, outFormat);
 }
 
@@ -113,9 +108,7 @@ OSStatus TrackBuilder::FindFormat(PacketReader& inReader, const ADTSStretch& inS
     }
     SoundFormat format;
     const OSStatus status = DescribeStretch(inReader, inStretch, inPacketCount, format);
-    if (status != noErr) {
-        return status;
-    }
+    if (status != noErr) return status;
     outFormat = static_cast<std::uint32_t>(mFormatHeaders.size());
     mFormatHeaders.push_back(header);
     mTrack.formats.push_back(std::move(format));
@@ -129,9 +122,7 @@ std::int64_t TrackBuilder::MediaFrame(std::int64_t inTicks) const {
 }
 
 void TrackBuilder::CloseSpan() {
-    if (mTrack.spans.empty()) {
-        return;
-    }
+    if (mTrack.spans.empty()) return;
     PacketSpan& span = mTrack.spans.back();
     mTicks += mSpanFrames * (kTicksPerSecond / mTrack.formats[span.format].sampleRateHz);
     span.frameCount = MediaFrame(mTicks) - span.firstFrame;
@@ -163,9 +154,7 @@ OSStatus TrackBuilder::Build(const std::vector<ADTSStretch>& inStretches, Packet
         const std::uint32_t count = end - inStretches[index].firstPacket;
         std::uint32_t format = 0;
         const OSStatus status = FindFormat(inReader, inStretches[index], count, format);
-        if (status != noErr) {
-            return status;
-        }
+        if (status != noErr) return status;
         Add(inStretches[index], count, format);
     }
     CloseSpan();
@@ -183,12 +172,8 @@ OSStatus ImportADTS(const std::shared_ptr<const MediaFile>& inFile, ImportedMovi
         outProblem = NoSuchSoundTrack(inOptions.soundTrack, 1);
         return trackNotInMovie;
     }
-    if (status == invalidMovie) {
-        outProblem = "the AAC stream changes its format too often";
-    }
-    if (status != noErr) {
-        return status;
-    }
+    if (status == invalidMovie) outProblem = "the AAC stream changes its format too often";
+    if (status != noErr) return status;
     auto track = std::make_unique<SoundTrack>();
     const std::uint32_t packetCount = frames.packets.Count();
     track->skippedByteCount = frames.skippedByteCount;

@@ -73,18 +73,12 @@ bool Scanner::IsConfirmed(std::int64_t inOffset, const ADTSHeader& inHeader) {
 
 bool Scanner::IsChain(std::int64_t inOffset) {
     ADTSHeader first;
-    if (!HeaderAt(inOffset, first)) {
-        return false;
-    }
+    if (!HeaderAt(inOffset, first)) return false;
     ADTSHeader header = first;
     for (int count = 1; count < kChainOfCutStart; ++count) {
         inOffset += header.frameBytes;
-        if (IsEnd(inOffset)) {
-            return count >= kChainToEnd;
-        }
-        if (!HeaderAt(inOffset, header) || !header.Agrees(first)) {
-            return false;
-        }
+        if (IsEnd(inOffset)) return count >= kChainToEnd;
+        if (!HeaderAt(inOffset, header) || !header.Agrees(first)) return false;
     }
     return true;
 }
@@ -105,46 +99,32 @@ bool BeginsAsContainer(const std::uint8_t* inBytes, std::size_t inCount) {
                                                   "ADIF"};
     if (inCount >= 4) {
         for (const char* beginning : kBeginnings) {
-            if (std::memcmp(inBytes, beginning, 4) == 0) {
-                return true;
-            }
+            if (std::memcmp(inBytes, beginning, 4) == 0) return true;
         }
     }
     if (inCount >= 8 &&
-        (std::memcmp(inBytes + 4, "ftyp", 4) == 0 || std::memcmp(inBytes + 4, "moov", 4) == 0)) {
+        (std::memcmp(inBytes + 4, "ftyp", 4) == 0 || std::memcmp(inBytes + 4, "moov", 4) == 0))
         return true;
-    }
-    if (inCount >= 4 && std::memcmp(inBytes, "\0\0\1\xBA", 4) == 0) {
-        return true;
-    }
+    if (inCount >= 4 && std::memcmp(inBytes, "\0\0\1\xBA", 4) == 0) return true;
     constexpr std::size_t kTransportPacketBytes = 188;
     for (const std::size_t sync : {std::size_t{0}, std::size_t{4}}) {
         const std::size_t stride = kTransportPacketBytes + sync;
-        if (inCount > sync + stride && inBytes[sync] == 0x47 && inBytes[sync + stride] == 0x47) {
-            return true;
-        }
+        if (inCount > sync + stride && inBytes[sync] == 0x47 && inBytes[sync + stride] == 0x47) return true;
     }
     return false;
 }
 
 std::optional<std::int64_t> Scanner::FindStart() {
     std::int64_t start = 0;
-    while (const std::int64_t tagBytes = ID3v2Bytes(mWindow, start)) {
+    while (const std::int64_t tagBytes = ID3v2Bytes(mWindow, start))
         start += tagBytes;
-    }
     ADTSHeader header;
-    if (HeaderAt(start, header) && IsConfirmed(start, header)) {
-        return start;
-    }
+    if (HeaderAt(start, header) && IsConfirmed(start, header)) return start;
     const std::int64_t left = mWindow.FileSizeBytes() - start;
-    if (left < std::int64_t{ADTSHeader::kBytesNeeded}) {
-        return std::nullopt;
-    }
+    if (left < std::int64_t{ADTSHeader::kBytesNeeded}) return std::nullopt;
     const std::size_t count = static_cast<std::size_t>(std::min<std::int64_t>(left, kLookAheadBytes));
     const std::uint8_t* bytes = mWindow.At(start, count);
-    if (bytes == nullptr || BeginsAsContainer(bytes, count)) {
-        return std::nullopt;
-    }
+    if (bytes == nullptr || BeginsAsContainer(bytes, count)) return std::nullopt;
     const std::int64_t last = start + std::min<std::int64_t>(left, ADTSHeader::kMaxFrameBytes);
     for (std::int64_t offset = start + 1; offset < last; ++offset) {
         if (IsChain(offset)) {
@@ -162,9 +142,7 @@ std::optional<std::int64_t> Scanner::FindConfirmed(std::int64_t inFrom) {
         const std::size_t wanted = static_cast<std::size_t>(
             std::min<std::int64_t>(mWindow.FileSizeBytes() - offset, kLookAheadBytes));
         const std::uint8_t* bytes = mWindow.At(offset, wanted);
-        if (bytes == nullptr) {
-            return std::nullopt;
-        }
+        if (bytes == nullptr) return std::nullopt;
         const std::size_t held = mWindow.HeldBytes(offset);
         // The last bytes of the window are left for the next one, except at the end of the file.
         const std::size_t searched = held > kLookAheadBytes ? held - kLookAheadBytes : held;
@@ -175,9 +153,7 @@ std::optional<std::int64_t> Scanner::FindConfirmed(std::int64_t inFrom) {
         }
         offset += static_cast<const std::uint8_t*>(sync) - bytes;
         ADTSHeader header;
-        if (HeaderAt(offset, header) && IsConfirmed(offset, header)) {
-            return offset;
-        }
+        if (HeaderAt(offset, header) && IsConfirmed(offset, header)) return offset;
         ++offset;
     }
     return std::nullopt;
@@ -221,9 +197,7 @@ void Scanner::SettleBlocks(std::int64_t inEndOfFrame) {
 
 // The frame held back ends at inEndOfFrame: at its own end, or earlier where it was cut.
 void Scanner::Settle(std::int64_t inEndOfFrame) {
-    if (!mHeld) {
-        return;
-    }
+    if (!mHeld) return;
     if (KeepsHeader(*mHeld)) {
         Note(*mHeld, mHeld->blockCount);
         mFrames.packets.Append(mHeldOffset, static_cast<std::uint32_t>(inEndOfFrame - mHeldOffset));
@@ -247,13 +221,9 @@ void Scanner::Hold(const ADTSHeader& inHeader) {
 // The usual case, without a call for each frame: the next header agrees with the frame held back, one block,
 // no checksum, all of it in the window.
 void Scanner::TakeFastFrames() {
-    if (!mHeld || mHeld->hasChecksum || mHeld->blockCount != 1 || KeepsHeader(*mHeld)) {
-        return;
-    }
+    if (!mHeld || mHeld->hasChecksum || mHeld->blockCount != 1 || KeepsHeader(*mHeld)) return;
     std::size_t held = mWindow.HeldBytes(mPosition);
-    if (held < ADTSHeader::kBytesNeeded) {
-        return;
-    }
+    if (held < ADTSHeader::kBytesNeeded) return;
     Note(*mHeld, 1);
     const std::uint8_t* bytes = mWindow.At(mPosition, ADTSHeader::kBytesNeeded);
     std::int64_t offset = mHeldOffset;
@@ -286,13 +256,9 @@ void Scanner::TakeFastFrames() {
 // Takes the frame at mPosition; false when none is there.
 bool Scanner::TakeFrame() {
     ADTSHeader header;
-    if (!HeaderAt(mPosition, header)) {
-        return false;
-    }
+    if (!HeaderAt(mPosition, header)) return false;
     const bool isExpected = mHeld && mHeld->Agrees(header);
-    if (!isExpected && !IsConfirmed(mPosition, header)) {
-        return false;
-    }
+    if (!isExpected && !IsConfirmed(mPosition, header)) return false;
     Hold(header);
     return true;
 }
@@ -301,19 +267,13 @@ bool Scanner::TakeFrame() {
 // frame of the same length of time.
 bool Scanner::TakeCutHeader() {
     const std::int64_t leftBytes = mWindow.FileSizeBytes() - mPosition;
-    if (!mHeld || leftBytes <= 0 || leftBytes >= std::int64_t{ADTSHeader::kBytesNeeded}) {
-        return false;
-    }
+    if (!mHeld || leftBytes <= 0 || leftBytes >= std::int64_t{ADTSHeader::kBytesNeeded}) return false;
     const std::uint8_t* bytes = mWindow.At(mPosition, static_cast<std::size_t>(leftBytes));
-    if (bytes == nullptr) {
-        return false;
-    }
+    if (bytes == nullptr) return false;
     for (int i = 0; i < 4 && i < leftBytes; ++i) {
         const int shift = 24 - 8 * i;
         const std::uint32_t mask = ADTSHeader::kCommonMask >> shift & 0xFF;
-        if ((bytes[i] & mask) != (mHeld->common >> shift & 0xFF)) {
-            return false;
-        }
+        if ((bytes[i] & mask) != (mHeld->common >> shift & 0xFF)) return false;
     }
     ADTSHeader cut = *mHeld;
     cut.frameBytes = cut.headerBytes = static_cast<std::uint32_t>(leftBytes);
@@ -333,9 +293,7 @@ bool Scanner::PassGap() {
     }
     const std::int64_t from = mHeld ? mHeldOffset + mHeld->headerBytes + mHeld->blockCount : mPosition;
     const std::optional<std::int64_t> found = FindConfirmed(from);
-    if (!found && TakeCutHeader()) {
-        return true;
-    }
+    if (!found && TakeCutHeader()) return true;
     if (!found) {
         Settle(mPosition);
         mFrames.skippedByteCount +=
@@ -351,23 +309,15 @@ bool Scanner::PassGap() {
 OSStatus Scanner::Run() {
     mEndOfSound = EndTagsOffset(mWindow);
     const std::optional<std::int64_t> start = FindStart();
-    if (!start) {
-        return mWindow.Status() != noErr ? mWindow.Status() : cantFindHandler;
-    }
+    if (!start) return mWindow.Status() != noErr ? mWindow.Status() : cantFindHandler;
     mPosition = *start;
     ADTSHeader first;
-    if (!HeaderAt(mPosition, first)) {
-        return mWindow.Status();
-    }
+    if (!HeaderAt(mPosition, first)) return mWindow.Status();
     mFrames.packets = PacketTable(KeepsHeader(first) ? 0 : first.headerBytes);
     while (!IsEnd(mPosition) && mWindow.Status() == noErr) {
-        if (!TakeFrame() && !PassGap()) {
-            break;
-        }
+        if (!TakeFrame() && !PassGap()) break;
         TakeFastFrames();
-        if (IsOverfull()) {
-            return invalidMovie;
-        }
+        if (IsOverfull()) return invalidMovie;
     }
     Settle(mPosition);
     return mWindow.Status();

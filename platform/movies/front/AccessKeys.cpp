@@ -1,8 +1,8 @@
-#include <toolbox/AccessKeys.h>
-
-#include "keys/AccessKeyFile.h"
 #include "MovieToolbox.h"
+#include "keys/AccessKeyFile.h"
 #include "keys/ProcessKeys.h"
+
+#include <toolbox/AccessKeys.h>
 
 #include <new>
 #include <string>

@@ -1,8 +1,8 @@
-#include <toolbox/Components.h>
-
 #include "ComponentRegistry.h"
 #include "Movies_test_access.h"
 #include "SoundExporter.h"
+
+#include <toolbox/Components.h>
 
 #include <atomic>
 #include <iterator>

@@ -65,9 +65,7 @@ class FileSource final : public general::ByteSource {
 OSStatus ImportGeneral(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
                        std::string& outProblem, const ImportOptions& inOptions) {
     const general::Interface* component = Component();
-    if (component == nullptr) {
-        return cantFindHandler;
-    }
+    if (component == nullptr) return cantFindHandler;
     return component->import(std::make_shared<const FileSource>(inFile), outMovie, outProblem, inOptions);
 }
 

@@ -89,10 +89,10 @@ OSStatus Import(const std::shared_ptr<const MediaFile>& inFile, const ImportOpti
 OSStatus RequireReason(const OpaqueMovie& inMovie) {
     using namespace toolbox::movies;
     // The bytes of every stream, with the longest header that one has, must be countable.
-    constexpr std::int64_t kLongestHeaderBytes = 80;
-    constexpr std::int64_t kMostFrames =
-        (std::numeric_limits<std::int64_t>::max() - kLongestHeaderBytes) / std::int64_t{kBytesPerStoredFrame};
-    if (LengthOf(inMovie, StreamRateHz(inMovie.FirstSoundTrack())) > kMostFrames) {
+    constexpr std::int64_t kMaxHeaderBytes = 80;
+    constexpr std::int64_t kMaxFrames =
+        (std::numeric_limits<std::int64_t>::max() - kMaxHeaderBytes) / std::int64_t{kBytesPerStoredFrame};
+    if (LengthOf(inMovie, StreamRateHz(inMovie.FirstSoundTrack())) > kMaxFrames) {
         SetErrorText("the file claims a length beyond reason");
         return invalidMovie;
     }

@@ -1,9 +1,9 @@
-#include <toolbox/Movies.h>
-
-#include "track/ExactTime.h"
 #include "MovieObjects.h"
 #include "Movies_test_access.h"
 #include "SoundDescription.h"
+#include "track/ExactTime.h"
+
+#include <toolbox/Movies.h>
 
 #include <algorithm>
 #include <array>
@@ -90,9 +90,8 @@ void DisposeMovie(Movie inMovie) {
 
 TimeValue GetMovieDuration(Movie inMovie) {
     if (inMovie == nullptr) return 0;
-    constexpr std::int64_t kLargest = std::numeric_limits<TimeValue>::max();
-    return static_cast<TimeValue>(
-        std::min(toolbox::movies::LengthOf(*inMovie, inMovie->timeScale), kLargest));
+    constexpr std::int64_t kMax = std::numeric_limits<TimeValue>::max();
+    return static_cast<TimeValue>(std::min(toolbox::movies::LengthOf(*inMovie, inMovie->timeScale), kMax));
 }
 
 TimeScale GetMovieTimeScale(Movie inMovie) {

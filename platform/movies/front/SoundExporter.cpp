@@ -19,7 +19,7 @@ namespace toolbox::movies {
 
 namespace {
 
-constexpr std::int64_t kMostFrames =
+constexpr std::int64_t kMaxFrames =
     (std::numeric_limits<Size>::max() - static_cast<std::int64_t>(kSoundResourceHeadBytes)) /
     static_cast<std::int64_t>(kBytesPerStoredFrame);
 
@@ -78,7 +78,7 @@ OSStatus SoundExporter::Export(Handle ioHandle, const OpaqueMovie& inMovie, cons
         renderer = &RendererOf(track->media, rateHz);
         frames = FramesIn(inStart, inDuration, inMovie.timeScale, rateHz, renderer->FrameCount());
     }
-    if (frames.count > kMostFrames) return memFullErr;
+    if (frames.count > kMaxFrames) return memFullErr;
 
     const std::size_t sizeBytes =
         kSoundResourceHeadBytes + static_cast<std::size_t>(frames.count) * kBytesPerStoredFrame;

@@ -1,11 +1,11 @@
-#include <toolbox/MovieTags.h>
-#include <toolbox/SoundReport.h>
-#include <toolbox/SoundTracks.h>
-
 #include "MovieObjects.h"
 #include "decoder/SoundDecoder.h"
 #include "render/SoundRenderer.h"
 #include "track/ExactTime.h"
+
+#include <toolbox/MovieTags.h>
+#include <toolbox/SoundReport.h>
+#include <toolbox/SoundTracks.h>
 
 #include <algorithm>
 #include <cstring>
@@ -121,8 +121,7 @@ OSErr CheckMovieSound(Movie inMovie, UInt32 inRateHz, SInt64 inFirst, SInt64 inE
     const OpaqueTrack* track = inMovie->FirstSoundTrack();
     if (track == nullptr || inEnd <= inFirst) return noErr;
     try {
-        return static_cast<OSErr>(
-            CheckSound(track->media, {inRateHz, inFirst, inEnd, inProc, inContext}));
+        return static_cast<OSErr>(CheckSound(track->media, {inRateHz, inFirst, inEnd, inProc, inContext}));
     } catch (const std::bad_alloc&) {
         return memFullErr;
     }

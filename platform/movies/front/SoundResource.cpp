@@ -32,7 +32,7 @@ void PutSoundResourceHead(std::uint32_t inRateHz, std::uint32_t inFrameCount, st
     constexpr std::uint16_t kFormatTellsCompression = 0xFFFF;
 
     std::memset(outHead, 0, kSoundResourceHeadBytes);
-    os::Store16(outHead, 1);  // format
+    os::Store16(outHead, 1);      // format
     os::Store16(outHead + 2, 1);  // data formats
     os::Store16(outHead + 4, kSampledSynth);
     os::Store32(outHead + 6, kInitStereo);

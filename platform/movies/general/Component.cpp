@@ -18,9 +18,7 @@ OSStatus Import(const std::shared_ptr<const general::ByteSource>& inSource, Impo
     try {
         std::string problem;
         const OSStatus status = general::SurveyMovie(inSource, outMovie, problem, inOptions);
-        if (status != noErr && status != cantFindHandler) {
-            outProblem = std::move(problem);
-        }
+        if (status != noErr && status != cantFindHandler) outProblem = std::move(problem);
         return status;
     } catch (const std::bad_alloc&) {
         return memFullErr;

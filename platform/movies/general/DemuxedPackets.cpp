@@ -25,9 +25,7 @@ class DemuxedReader final : public PacketReader {
 
     OSStatus Read(std::uint32_t inPacket, PacketBytes& outBytes) override {
         outBytes = PacketBytes();
-        if (inPacket >= mPacketCount) {
-            return eofErr;
-        }
+        if (inPacket >= mPacketCount) return eofErr;
         const LogScope quiet;
         try {
             return ReadOn(inPacket, outBytes);
@@ -41,27 +39,21 @@ class DemuxedReader final : public PacketReader {
         const bool isHeld = mHasPacket && inPacket + 1 == mNext;
         if (!isHeld && (mDemuxer == nullptr || inPacket < mNext)) {
             const OSStatus status = Restart();
-            if (status != noErr) {
-                return status;
-            }
+            if (status != noErr) return status;
         }
         std::string problem;
         while (mNext <= inPacket) {
             mPacket.Clear();
             mHasPacket = false;
             const OSStatus status = mDemuxer->Next(*mPacket, problem);
-            if (status != noErr) {
-                return status;
-            }
+            if (status != noErr) return status;
             if (mDemuxer->Sound() != nullptr && mPacket->stream_index == mDemuxer->Sound()->index) {
                 ++mNext;
                 mHasPacket = true;
             }
         }
         // Decoders keep packets by reference; a packet without a count of its own would be copied each time.
-        if (mPacket->buf == nullptr && av_packet_make_refcounted(&*mPacket) < 0) {
-            return memFullErr;
-        }
+        if (mPacket->buf == nullptr && av_packet_make_refcounted(&*mPacket) < 0) return memFullErr;
         outBytes = {mPacket->data, static_cast<std::size_t>(mPacket->size), mPacket->buf};
         return noErr;
     }

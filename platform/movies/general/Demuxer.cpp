@@ -50,15 +50,11 @@ bool IsKnown(const AVStream& inStream) {
 // anything was taken for the size of a table. What libavutil allows at most it refuses without asking the
 // system; and where there is memory for all that the file can hold, more than that was asked for.
 bool IsMemoryShort(std::int64_t inFileBytes) {
-    if (errno != ENOMEM) {
-        return false;
-    }
-    constexpr std::size_t kMostPerByte = 64;
+    if (errno != ENOMEM) return false;
+    constexpr std::size_t kMaxPerByte = 64;
     constexpr std::size_t kAnyway = 1 << 20;
     std::size_t neededBytes = 0;
-    if (__builtin_mul_overflow(static_cast<std::size_t>(inFileBytes), kMostPerByte, &neededBytes)) {
-        return true;
-    }
+    if (__builtin_mul_overflow(static_cast<std::size_t>(inFileBytes), kMaxPerByte, &neededBytes)) return true;
     void* const memory = std::malloc(neededBytes + kAnyway);
     std::free(memory);
     return memory == nullptr;
@@ -88,10 +84,8 @@ bool Demuxer::IsEnabled(const AVStream& inStream) const {
 int Demuxer::ReadBytes(void* inDemuxer, std::uint8_t* outBytes, int inCount) {
     Demuxer& self = *static_cast<Demuxer*>(inDemuxer);
     self.mIsLimitMet =
-        self.mIsLimitMet || (!self.mDiscardsPictures && self.mBytesWithoutPacket >= kMostBytesWithoutPacket);
-    if (self.mIsLimitMet) {
-        return AVERROR_EOF;
-    }
+        self.mIsLimitMet || (!self.mDiscardsPictures && self.mBytesWithoutPacket >= kMaxBytesWithoutPacket);
+    if (self.mIsLimitMet) return AVERROR_EOF;
     std::size_t read = 0;
     const OSStatus status =
         self.mSource->ReadAt(self.mPosition, outBytes, static_cast<std::size_t>(inCount), &read);
@@ -124,18 +118,14 @@ std::int64_t Demuxer::Seek(void* inDemuxer, std::int64_t inOffset, int inWhence)
             return AVERROR(EINVAL);
     }
     std::int64_t target = 0;
-    if (__builtin_add_overflow(base, inOffset, &target) || target < 0) {
-        return AVERROR(EINVAL);
-    }
+    if (__builtin_add_overflow(base, inOffset, &target) || target < 0) return AVERROR(EINVAL);
     self.mPosition = target;
     return target;
 }
 
 OSStatus Demuxer::OpenInput(std::string& outProblem) {
     auto* buffer = static_cast<unsigned char*>(av_malloc(kReadBufferBytes));
-    if (buffer == nullptr) {
-        return memFullErr;
-    }
+    if (buffer == nullptr) return memFullErr;
     mBytes = avio_alloc_context(buffer, kReadBufferBytes, 0, this, &ReadBytes, nullptr, &Seek);
     if (mBytes == nullptr) {
         av_free(buffer);
@@ -144,23 +134,15 @@ OSStatus Demuxer::OpenInput(std::string& outProblem) {
     const AVInputFormat* format = nullptr;
     errno = 0;
     const int score = av_probe_input_buffer2(mBytes, &format, "", nullptr, 0, 0);
-    if (mReadStatus != noErr) {
-        return mReadStatus;
-    }
-    if (score == AVERROR(ENOMEM)) {
-        return IsMemoryShort(mSource->SizeBytes()) ? memFullErr : cantFindHandler;
-    }
-    if (score < kLeastProbeScore || av_match_list(format->name, kDemuxers, ',') <= 0) {
-        return cantFindHandler;
-    }
+    if (mReadStatus != noErr) return mReadStatus;
+    if (score == AVERROR(ENOMEM)) return IsMemoryShort(mSource->SizeBytes()) ? memFullErr : cantFindHandler;
+    if (score < kLeastProbeScore || av_match_list(format->name, kDemuxers, ',') <= 0) return cantFindHandler;
     return OpenAs(*format, outProblem);
 }
 
 OSStatus Demuxer::OpenAs(const AVInputFormat& inFormat, std::string& outProblem) {
     mFormat = avformat_alloc_context();
-    if (mFormat == nullptr) {
-        return memFullErr;
-    }
+    if (mFormat == nullptr) return memFullErr;
     mFormat->pb = mBytes;
     mFormat->flags |= AVFMT_FLAG_CUSTOM_IO;
     mFormat->io_open = &RefuseOpening;
@@ -181,9 +163,7 @@ OSStatus Demuxer::OpenAs(const AVInputFormat& inFormat, std::string& outProblem)
         mIsLimitMet = false;
         return noErr;
     }
-    if (opened == AVERROR(ENOMEM) && IsMemoryShort(mSource->SizeBytes())) {
-        return memFullErr;
-    }
+    if (opened == AVERROR(ENOMEM) && IsMemoryShort(mSource->SizeBytes())) return memFullErr;
     if (opened == AVERROR(ENOMEM)) {
         outProblem = "a table claims more than the file can hold";
         return invalidMovie;
@@ -196,9 +176,7 @@ OSStatus Demuxer::Open(std::shared_ptr<const ByteSource> inSource, const ImportO
                        std::unique_ptr<Demuxer>& outDemuxer, std::string& outProblem) {
     std::unique_ptr<Demuxer> demuxer(new Demuxer(std::move(inSource), inOptions));
     const OSStatus status = demuxer->OpenInput(outProblem);
-    if (status != noErr) {
-        return status;
-    }
+    if (status != noErr) return status;
     demuxer->SortStreams();
     outDemuxer = std::move(demuxer);
     return noErr;
@@ -214,44 +192,31 @@ Demuxer::~Demuxer() {
 
 // With the stream counted already.
 bool Demuxer::IsChosen(const AVStream& inStream) const {
-    if (!IsSound(inStream)) {
-        return false;
-    }
-    if (mOptions.soundTrack != 0) {
-        return mSoundCount == mOptions.soundTrack;
-    }
-    if (mSound != nullptr) {
-        return false;
-    }
-    if (IsEnabled(inStream)) {
-        return true;
-    }
+    if (!IsSound(inStream)) return false;
+    if (mOptions.soundTrack != 0) return mSoundCount == mOptions.soundTrack;
+    if (mSound != nullptr) return false;
+    if (IsEnabled(inStream)) return true;
     // Where streams can be disabled at all, they are all known from the beginning.
     for (unsigned index = 0; index < mFormat->nb_streams; ++index) {
         const AVStream& other = *mFormat->streams[index];
-        if (IsSound(other) && IsEnabled(other)) {
-            return false;
-        }
+        if (IsSound(other) && IsEnabled(other)) return false;
     }
     return true;
 }
 
 // Streams that have come to light since: the chosen one of sound is kept, pictures as wanted, everything else
-// discarded. One whose packets have to tell what it is must give them until they have; it counts from then on.
+// discarded. One whose packets have to tell what it is must give them until they have; it counts from then
+// on.
 void Demuxer::SortStreams() {
-    for (; mSeenStreamCount < mFormat->nb_streams; ++mSeenStreamCount) {
+    for (; mSeenStreamCount < mFormat->nb_streams; ++mSeenStreamCount)
         mUnsorted.push_back(mFormat->streams[mSeenStreamCount]);
-    }
     std::erase_if(mUnsorted, [this](AVStream* inStream) {
-        if (!IsKnown(*inStream)) {
-            return false;
-        }
+        if (!IsKnown(*inStream)) return false;
         mSoundCount += IsSound(*inStream) ? 1 : 0;
-        if (IsChosen(*inStream)) {
+        if (IsChosen(*inStream))
             mSound = inStream;
-        } else if (!IsPicture(*inStream) || mDiscardsPictures) {
+        else if (!IsPicture(*inStream) || mDiscardsPictures)
             inStream->discard = AVDISCARD_ALL;
-        }
         return true;
     });
 }
@@ -260,9 +225,7 @@ void Demuxer::DiscardPictures() {
     mDiscardsPictures = true;
     for (unsigned index = 0; index < mFormat->nb_streams; ++index) {
         AVStream& stream = *mFormat->streams[index];
-        if (&stream != mSound && IsKnown(stream)) {
-            stream.discard = AVDISCARD_ALL;
-        }
+        if (&stream != mSound && IsKnown(stream)) stream.discard = AVDISCARD_ALL;
     }
 }
 
@@ -275,9 +238,7 @@ OSStatus Demuxer::Next(AVPacket& outPacket, std::string& outProblem) {
     for (;;) {
         errno = 0;
         const int read = av_read_frame(mFormat, &outPacket);
-        if (read == AVERROR(ENOMEM) && IsMemoryShort(mSource->SizeBytes())) {
-            return memFullErr;
-        }
+        if (read == AVERROR(ENOMEM) && IsMemoryShort(mSource->SizeBytes())) return memFullErr;
         if (read < 0 && mIsLimitMet && mPacketsEnd < 0) {
             outProblem = kNothingFound;
             return invalidMovie;

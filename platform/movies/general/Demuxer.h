@@ -21,7 +21,7 @@ namespace toolbox::movies::general {
 class Demuxer {
   public:
     // How much is read for opening, and then in search of each packet. The content ends where that is met.
-    static constexpr std::int64_t kMostBytesWithoutPacket = std::int64_t{64} << 20;
+    static constexpr std::int64_t kMaxBytesWithoutPacket = std::int64_t{64} << 20;
 
     // inOptions chooses the sound stream. cantFindHandler when no demuxer of ours knows the file;
     // invalidMovie when one does and cannot read it; ioErr.

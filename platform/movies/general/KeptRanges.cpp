@@ -13,9 +13,7 @@ void KeptRanges::Add(std::int64_t inFrames, std::int64_t inSkipAtStart, std::int
     const std::int64_t start = mFrames + skipped;
     const std::int64_t end = mFrames + inFrames - std::clamp<std::int64_t>(inDiscardAtEnd, 0, inFrames);
     mFrames += inFrames;
-    if (start >= end) {
-        return;
-    }
+    if (start >= end) return;
     const bool continues = !mRanges.empty() && (mRanges.back().end == start || mRanges.size() >= kMaxRanges);
     if (continues) {
         // Past the limit this presents what lies between the ranges, too.

@@ -16,9 +16,7 @@ namespace {
 thread_local int sScopeDepth = 0;
 
 void PassOn(void* inContext, int inLevel, const char* inFormat, std::va_list inArguments) {
-    if (sScopeDepth == 0) {
-        av_log_default_callback(inContext, inLevel, inFormat, inArguments);
-    }
+    if (sScopeDepth == 0) av_log_default_callback(inContext, inLevel, inFormat, inArguments);
 }
 
 }  // namespace

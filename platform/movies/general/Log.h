@@ -1,5 +1,5 @@
-// What libavformat and libavcodec say while they work for this component is not printed: it is meant for those
-// who make them. People are told in our words.
+// What libavformat and libavcodec say while they work for this component is not printed: it is meant for
+// those who make them. People are told in our words.
 #pragma once
 
 namespace toolbox::movies::general {

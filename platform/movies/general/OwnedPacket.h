@@ -13,9 +13,7 @@ namespace toolbox::movies::general {
 class OwnedPacket {
   public:
     OwnedPacket() : mPacket(av_packet_alloc()) {
-        if (mPacket == nullptr) {
-            throw std::bad_alloc();
-        }
+        if (mPacket == nullptr) throw std::bad_alloc();
     }
     void Clear() { av_packet_unref(mPacket.get()); }
     AVPacket& operator*() const { return *mPacket; }

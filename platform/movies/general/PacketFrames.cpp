@@ -53,9 +53,7 @@ class AACFrames final : public PacketFrames {
 class LayerFrames final : public PacketFrames {
   public:
     std::int64_t Next(const std::uint8_t* inBytes, std::size_t inByteCount) override {
-        if (inByteCount < 4 || inBytes[0] != 0xFF || (inBytes[1] & 0xE0) != 0xE0) {
-            return -1;
-        }
+        if (inByteCount < 4 || inBytes[0] != 0xFF || (inBytes[1] & 0xE0) != 0xE0) return -1;
         const bool isVersion1 = (inBytes[1] & 0x18) == 0x18;
         switch (inBytes[1] & 0x06) {
             case 0x06:
@@ -74,29 +72,17 @@ class LayerFrames final : public PacketFrames {
 class FLACFrames final : public PacketFrames {
   public:
     std::int64_t Next(const std::uint8_t* inBytes, std::size_t inByteCount) override {
-        if (inByteCount < 6 || inBytes[0] != 0xFF || (inBytes[1] & 0xFC) != 0xF8) {
-            return -1;
-        }
+        if (inByteCount < 6 || inBytes[0] != 0xFF || (inBytes[1] & 0xFC) != 0xF8) return -1;
         const unsigned code = inBytes[2] >> 4;
-        if (code == 1) {
-            return 192;
-        }
-        if (code >= 2 && code <= 5) {
-            return 576 << (code - 2);
-        }
-        if (code >= 8) {
-            return 256 << (code - 8);
-        }
+        if (code == 1) return 192;
+        if (code >= 2 && code <= 5) return 576 << (code - 2);
+        if (code >= 8) return 256 << (code - 8);
         // The number is written as UTF-8 writes a character, in up to seven bytes.
         const int leadingOnes = std::countl_one(inBytes[4]);
         const std::size_t numberBytes = leadingOnes < 2 ? 1 : static_cast<std::size_t>(leadingOnes);
         const std::size_t at = 4 + numberBytes;
-        if (code == 6 && at < inByteCount) {
-            return inBytes[at] + 1;
-        }
-        if (code == 7 && at + 1 < inByteCount) {
-            return os::Load16(inBytes + at) + 1;
-        }
+        if (code == 6 && at < inByteCount) return inBytes[at] + 1;
+        if (code == 7 && at + 1 < inByteCount) return os::Load16(inBytes + at) + 1;
         return -1;
     }
 };
@@ -106,9 +92,7 @@ class FLACFrames final : public PacketFrames {
 class OpusFrames final : public PacketFrames {
   public:
     std::int64_t Next(const std::uint8_t* inBytes, std::size_t inByteCount) override {
-        if (inByteCount == 0) {
-            return -1;
-        }
+        if (inByteCount == 0) return -1;
         const unsigned config = inBytes[0] >> 3;
         static constexpr std::array<int, 4> kLow = {480, 960, 1920, 2880};
         static constexpr std::array<int, 2> kHybrid = {480, 960};
@@ -138,9 +122,7 @@ class VorbisFrames final : public PacketFrames {
 
     std::int64_t Next(const std::uint8_t* inBytes, std::size_t inByteCount) override {
         const int frames = av_vorbis_parse_frame(mParser, inBytes, static_cast<int>(inByteCount));
-        if (frames < 0) {
-            return -1;
-        }
+        if (frames < 0) return -1;
         const bool isFirst = mIsFirst;
         mIsFirst = false;
         return isFirst ? 0 : frames;
@@ -157,12 +139,8 @@ class ALACFrames final : public PacketFrames {
     explicit ALACFrames(std::uint32_t inFullFrames) : mFullFrames(inFullFrames) {}
     std::int64_t Next(const std::uint8_t* inBytes, std::size_t inByteCount) override {
         // 3 bits of element type, 4 of instance, 12 unused, 1 "has a length", 2 of shift, 1 "uncompressed"
-        if (inByteCount < 7) {
-            return -1;
-        }
-        if ((inBytes[2] & 0x10) == 0) {
-            return mFullFrames;
-        }
+        if (inByteCount < 7) return -1;
+        if ((inBytes[2] & 0x10) == 0) return mFullFrames;
         const std::uint64_t bits = os::LoadNumber(inBytes + 2, 5);
         const auto frames = static_cast<std::uint32_t>(bits >> 1);
         return frames <= mFullFrames ? std::int64_t{frames} : -1;
@@ -179,12 +157,10 @@ std::unique_ptr<PacketFrames> NewVorbisFrames(const AVCodecParameters& inParamet
 
 // Byte 4 to 7 of the configuration behind its 12-byte atom header: the frames of a full packet.
 std::unique_ptr<PacketFrames> NewALACFrames(const AVCodecParameters& inParameters) {
-    if (inParameters.extradata_size < 36) {
-        return nullptr;
-    }
+    if (inParameters.extradata_size < 36) return nullptr;
     const std::uint32_t frames = os::Load32(inParameters.extradata + 12);
-    constexpr std::uint32_t kMostFrames = 1 << 20;
-    return frames == 0 || frames > kMostFrames ? nullptr : std::make_unique<ALACFrames>(frames);
+    constexpr std::uint32_t kMaxFrames = 1 << 20;
+    return frames == 0 || frames > kMaxFrames ? nullptr : std::make_unique<ALACFrames>(frames);
 }
 
 }  // namespace

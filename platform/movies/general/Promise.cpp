@@ -19,7 +19,7 @@ namespace toolbox::movies::general {
 namespace {
 
 // A file of so many chunks is damaged in other ways; it is not walked through for this.
-constexpr int kMostChunks = 1 << 20;
+constexpr int kMaxChunks = 1 << 20;
 
 // The file's bytes as numbers. What lies beyond its end reads as 0.
 class Bytes {
@@ -82,7 +82,7 @@ bool IsWaveCut(const Bytes& inBytes) {
     const bool isBig = inBytes.Is(0, "RIFX");
     std::uint64_t largeDataBytes = 0;
     std::int64_t chunk = 12;
-    for (int count = 0; count < kMostChunks && chunk + 8 <= inBytes.Size(); ++count) {
+    for (int count = 0; count < kMaxChunks && chunk + 8 <= inBytes.Size(); ++count) {
         const std::uint64_t sizeBytes = isBig ? inBytes.Big(chunk + 4, 4) : inBytes.Little(chunk + 4, 4);
         if (inBytes.Is(chunk, "ds64")) largeDataBytes = inBytes.Little(chunk + 16, 8);
         if (inBytes.Is(chunk, "data")) {
@@ -99,7 +99,7 @@ bool IsWaveCut(const Bytes& inBytes) {
 bool IsWave64Cut(const Bytes& inBytes) {
     constexpr std::int64_t kHeadBytes = 24;
     std::int64_t chunk = 40;
-    for (int count = 0; count < kMostChunks && chunk + kHeadBytes <= inBytes.Size(); ++count) {
+    for (int count = 0; count < kMaxChunks && chunk + kHeadBytes <= inBytes.Size(); ++count) {
         const std::uint64_t sizeBytes = inBytes.Little(chunk + 16, 8);
         if (inBytes.Is(chunk, "data")) return inBytes.Lacks(chunk, sizeBytes, kAllOnes64);
         if (sizeBytes < kHeadBytes) return false;
@@ -111,7 +111,7 @@ bool IsWave64Cut(const Bytes& inBytes) {
 // FORM with its chunks: AIFF, AIFF-C ("SSND") and 8SVX ("BODY").
 bool IsFormCut(const Bytes& inBytes) {
     std::int64_t chunk = 12;
-    for (int count = 0; count < kMostChunks && chunk + 8 <= inBytes.Size(); ++count) {
+    for (int count = 0; count < kMaxChunks && chunk + 8 <= inBytes.Size(); ++count) {
         const std::uint64_t sizeBytes = inBytes.Big(chunk + 4, 4);
         if (inBytes.Is(chunk, "SSND") || inBytes.Is(chunk, "BODY"))
             return inBytes.Lacks(chunk + 8, sizeBytes, kAllOnes32);
@@ -123,7 +123,7 @@ bool IsFormCut(const Bytes& inBytes) {
 bool IsCoreAudioCut(const Bytes& inBytes) {
     constexpr std::int64_t kHeadBytes = 12;
     std::int64_t chunk = 8;
-    for (int count = 0; count < kMostChunks && chunk + kHeadBytes <= inBytes.Size(); ++count) {
+    for (int count = 0; count < kMaxChunks && chunk + kHeadBytes <= inBytes.Size(); ++count) {
         const std::uint64_t sizeBytes = inBytes.Big(chunk + 4, 8);
         if (inBytes.Is(chunk, "data")) return inBytes.Lacks(chunk + kHeadBytes, sizeBytes, kAllOnes64);
         chunk = After(inBytes, chunk + kHeadBytes, sizeBytes, 1);
@@ -138,7 +138,7 @@ bool IsSunCut(const Bytes& inBytes) {
 // The list of packets, "movi", of each RIFF: a file of more than a gigabyte has several.
 bool IsVideoInterleaveCut(const Bytes& inBytes) {
     std::int64_t chunk = 0;
-    for (int count = 0; count < kMostChunks && chunk + 12 <= inBytes.Size(); ++count) {
+    for (int count = 0; count < kMaxChunks && chunk + 12 <= inBytes.Size(); ++count) {
         const std::uint64_t sizeBytes = inBytes.Little(chunk + 4, 4);
         if (inBytes.Is(chunk, "RIFF")) {
             chunk += 12;  // into it
@@ -154,7 +154,7 @@ bool IsVideoInterleaveCut(const Bytes& inBytes) {
 
 bool IsDirectStreamCut(const Bytes& inBytes) {
     std::int64_t chunk = 28;
-    for (int count = 0; count < kMostChunks && chunk + 12 <= inBytes.Size(); ++count) {
+    for (int count = 0; count < kMaxChunks && chunk + 12 <= inBytes.Size(); ++count) {
         const std::uint64_t sizeBytes = inBytes.Little(chunk + 4, 8);
         if (inBytes.Is(chunk, "data")) return inBytes.Lacks(chunk, sizeBytes, kAllOnes64);
         if (sizeBytes < 12) return false;
@@ -167,7 +167,7 @@ bool IsDirectStreamCut(const Bytes& inBytes) {
 bool IsAdvancedSystemsCut(const Bytes& inBytes) {
     constexpr std::string_view kData("\x36\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C", 16);
     std::int64_t object = 0;
-    for (int count = 0; count < kMostChunks && object + 24 <= inBytes.Size(); ++count) {
+    for (int count = 0; count < kMaxChunks && object + 24 <= inBytes.Size(); ++count) {
         const std::uint64_t sizeBytes = inBytes.Little(object + 16, 8);
         if (inBytes.Is(object, kData)) return inBytes.Lacks(object, sizeBytes, kAllOnes64);
         if (sizeBytes < 24) return false;
@@ -207,7 +207,7 @@ bool IsMatroskaCut(const Bytes& inBytes) {
     std::int64_t offset = 0;
     bool isSegmentCut = false;
     bool isLastCluster = false;
-    for (int count = 0; count < kMostChunks && offset < inBytes.Size(); ++count) {
+    for (int count = 0; count < kMaxChunks && offset < inBytes.Size(); ++count) {
         if (!ReadElement(inBytes, offset, element)) break;
         const bool lacks =
             element.isSizeKnown && inBytes.Lacks(element.content, element.sizeBytes, kAllOnes64);
@@ -227,8 +227,8 @@ bool IsMatroskaCut(const Bytes& inBytes) {
 // The last page tells in a table how long its pieces are.
 bool IsOggCut(const Bytes& inBytes) {
     constexpr std::int64_t kHeadBytes = 27;
-    constexpr std::int64_t kLargestPageBytes = kHeadBytes + 255 + 255 * 255;
-    const std::int64_t start = std::max<std::int64_t>(inBytes.Size() - kLargestPageBytes, 0);
+    constexpr std::int64_t kMaxPageBytes = kHeadBytes + 255 + 255 * 255;
+    const std::int64_t start = std::max<std::int64_t>(inBytes.Size() - kMaxPageBytes, 0);
     std::vector<char> tail(static_cast<std::size_t>(inBytes.Size() - start));
     if (!inBytes.Copy(start, tail.data(), tail.size())) return false;
     const std::size_t found = std::string_view(tail.data(), tail.size()).rfind("OggS");

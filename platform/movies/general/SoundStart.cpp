@@ -1,7 +1,7 @@
 #include "SoundStart.h"
 
-#include "decoder/SoundDecoder.h"
 #include "OwnedPacket.h"
+#include "decoder/SoundDecoder.h"
 
 #include <toolbox/MacErrors.h>
 
@@ -115,15 +115,12 @@ namespace {
 // Takes over what a packet decoded to, if it gave sound.
 bool TakeSound(SoundDecoder& ioDecoder, const AVPacket& inPacket, SoundStart& ioStart) {
     if (ioDecoder.Send({inPacket.data, static_cast<std::size_t>(inPacket.size), inPacket.buf}) !=
-        SoundDecoder::Outcome::kNothing) {
+        SoundDecoder::Outcome::kNothing)
         return false;
-    }
     std::uint32_t frames = 0;
     while (ioDecoder.Receive() == SoundDecoder::Outcome::kSound) {
         const AVFrame& frame = ioDecoder.Frame();
-        if (frame.sample_rate <= 0 || frame.ch_layout.nb_channels <= 0) {
-            continue;
-        }
+        if (frame.sample_rate <= 0 || frame.ch_layout.nb_channels <= 0) continue;
         if (frames == 0) {
             ioStart.format.sampleRateHz = static_cast<std::uint32_t>(frame.sample_rate);
             ioStart.format.channelCount = Pinned<std::uint16_t>(frame.ch_layout.nb_channels);
@@ -143,22 +140,14 @@ OSStatus LearnSoundStart(Demuxer& ioDemuxer, SoundStart& outStart, std::string& 
     for (int tried = 0; tried < kPacketsTried;) {
         packet.Clear();
         const OSStatus status = ioDemuxer.Next(*packet, outProblem);
-        if (status == eofErr) {
-            break;
-        }
-        if (status != noErr) {
-            return status;
-        }
-        if (ioDemuxer.Sound() == nullptr || packet->stream_index != ioDemuxer.Sound()->index) {
-            continue;
-        }
+        if (status == eofErr) break;
+        if (status != noErr) return status;
+        if (ioDemuxer.Sound() == nullptr || packet->stream_index != ioDemuxer.Sound()->index) continue;
         ++tried;
         if (!isOpen) {
             outStart.format = DescribedFormat(*ioDemuxer.Sound()->codecpar);
             const OSStatus opened = decoder.Open(outStart.format);
-            if (opened == memFullErr) {
-                return memFullErr;
-            }
+            if (opened == memFullErr) return memFullErr;
             if (opened != noErr) {
                 outStart.format.decodable = noCodecErr;
                 constexpr std::uint32_t kSomeRateHz = 44100;
@@ -168,13 +157,9 @@ OSStatus LearnSoundStart(Demuxer& ioDemuxer, SoundStart& outStart, std::string& 
             }
             isOpen = true;
         }
-        if (TakeSound(decoder, *packet, outStart)) {
-            return noErr;
-        }
+        if (TakeSound(decoder, *packet, outStart)) return noErr;
     }
-    if (ioDemuxer.Sound() == nullptr) {
-        return noSoundTrackInMovieErr;
-    }
+    if (ioDemuxer.Sound() == nullptr) return noSoundTrackInMovieErr;
     outProblem = "none of the sound can be decoded";
     return invalidMovie;
 }

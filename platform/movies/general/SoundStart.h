@@ -1,8 +1,8 @@
 // What a sound stream is, learned from its parameters and by decoding until it first sounds.
 #pragma once
 
-#include "general/Component.h"
 #include "Demuxer.h"
+#include "general/Component.h"
 
 #include <memory>
 #include <string>

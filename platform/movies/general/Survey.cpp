@@ -75,9 +75,7 @@ struct Pictures {
     void Add(const AVPacket& inPacket) {
         const std::int64_t stamp = inPacket.pts != AV_NOPTS_VALUE ? inPacket.pts : inPacket.dts;
         std::int64_t packetEnd = 0;
-        if (stamp == AV_NOPTS_VALUE || __builtin_add_overflow(stamp, inPacket.duration, &packetEnd)) {
-            return;
-        }
+        if (stamp == AV_NOPTS_VALUE || __builtin_add_overflow(stamp, inPacket.duration, &packetEnd)) return;
         first = first == AV_NOPTS_VALUE ? stamp : std::min(first, stamp);
         end = end == AV_NOPTS_VALUE ? packetEnd : std::max(end, packetEnd);
     }
@@ -144,32 +142,22 @@ class Survey {
 OSStatus Survey::Learn(std::string& outProblem) {
     std::unique_ptr<Demuxer> demuxer;
     OSStatus status = Demuxer::Open(mSource, mOptions, demuxer, outProblem);
-    if (status != noErr) {
-        return status;
-    }
+    if (status != noErr) return status;
     status = LearnSoundStart(*demuxer, mStart, outProblem);
     if (status == noSoundTrackInMovieErr) {
-        if (mOptions.soundTrack == 0) {
-            return noErr;
-        }
+        if (mOptions.soundTrack == 0) return noErr;
         outProblem = NoSuchSoundTrack(mOptions.soundTrack, demuxer->SoundCount());
         return trackNotInMovie;
     }
-    if (status != noErr) {
-        return status;
-    }
+    if (status != noErr) return status;
     mHasSound = true;
     mFrames = PacketFrames::New(*demuxer->Sound()->codecpar, mStart.decodedFrames);
-    if (mFrames == nullptr && mStart.format.decodable == noErr) {
-        return mDecoded.emplace().Open(mStart.format);
-    }
+    if (mFrames == nullptr && mStart.format.decodable == noErr) return mDecoded.emplace().Open(mStart.format);
     return noErr;
 }
 
 std::int64_t Survey::FramesOf(const AVPacket& inPacket) {
-    if (mDecoded) {
-        return mDecoded->Next(inPacket, mStart.format);
-    }
+    if (mDecoded) return mDecoded->Next(inPacket, mStart.format);
     if (mFrames != nullptr) {
         const std::int64_t frames = mFrames->Next(inPacket.data, static_cast<std::size_t>(inPacket.size));
         return frames >= 0 ? frames
@@ -193,12 +181,8 @@ void Survey::AddTrim(const AVPacket& inPacket, std::int64_t inFrames) {
         discard = LittleEndian32(data + 4);
     }
     // Containers that tell the delay in a header of the stream do not repeat it at the first packet.
-    if (mSpan.packetCount == 0 && skip == 0) {
-        skip = mDemuxer->Sound()->codecpar->initial_padding;
-    }
-    if (mSpan.packetCount == 0) {
-        mCountedTooMuch = CountedTooMuch(inPacket, inFrames);
-    }
+    if (mSpan.packetCount == 0 && skip == 0) skip = mDemuxer->Sound()->codecpar->initial_padding;
+    if (mSpan.packetCount == 0) mCountedTooMuch = CountedTooMuch(inPacket, inFrames);
     mKept.Add(inFrames, skip, discard - mCountedTooMuch);
 }
 
@@ -208,9 +192,7 @@ std::int64_t Survey::CountedTooMuch(const AVPacket& inFirst, std::int64_t inFram
     const AVStream& stream = *mDemuxer->Sound();
     const bool countsFrames = stream.time_base.num == 1 && stream.time_base.den > 0 &&
                               static_cast<std::uint32_t>(stream.time_base.den) == mStart.format.sampleRateHz;
-    if (stream.codecpar->codec_id != AV_CODEC_ID_VORBIS || !countsFrames || inFirst.pts != 0) {
-        return 0;
-    }
+    if (stream.codecpar->codec_id != AV_CODEC_ID_VORBIS || !countsFrames || inFirst.pts != 0) return 0;
     return std::max<std::int64_t>(inFirst.duration - inFrames, 0);
 }
 
@@ -218,9 +200,8 @@ OSStatus Survey::AddSound(const AVPacket& inPacket) {
     const std::int64_t frames = FramesOf(inPacket);
     if (mSpan.packetCount >= mSource->SizeBytes() + kPacketsBeyondBytes ||
         mSpan.packetCount == std::numeric_limits<std::uint32_t>::max() || mSpan.durations.size() > kMaxRuns ||
-        mSpan.frameCount > kMaxFrames || frames > std::numeric_limits<std::int32_t>::max()) {
+        mSpan.frameCount > kMaxFrames || frames > std::numeric_limits<std::int32_t>::max())
         return invalidMovie;
-    }
     AddTrim(inPacket, frames);
     const auto framesPerPacket = static_cast<std::uint32_t>(frames);
     if (mSpan.durations.empty() || mSpan.durations.back().framesPerPacket != framesPerPacket) {
@@ -237,13 +218,9 @@ OSStatus Survey::AddSound(const AVPacket& inPacket) {
 // What a decoder holds back to the end is the last packet's.
 void Survey::AddRest() {
     const std::int64_t rest = mDecoded ? mDecoded->Rest(mStart.format) : 0;
-    if (rest <= 0 || mSpan.packetCount == 0) {
-        return;
-    }
+    if (rest <= 0 || mSpan.packetCount == 0) return;
     const std::int64_t last = mLastFrames + rest;
-    if (mSpan.durations.back().firstPacket == mSpan.packetCount - 1) {
-        mSpan.durations.pop_back();
-    }
+    if (mSpan.durations.back().firstPacket == mSpan.packetCount - 1) mSpan.durations.pop_back();
     mSpan.durations.push_back(
         {mSpan.packetCount - 1, static_cast<std::uint32_t>(last), mSpan.frameCount - mLastFrames});
     mSpan.frameCount += rest;
@@ -257,18 +234,15 @@ OSStatus Survey::ReadAll(std::string& outProblem) {
         packet.Clear();
         // Many packets may come of one read, and each may have to be decoded.
         status = mSource->MustStop() ? OSStatus{userCanceledErr} : mDemuxer->Next(*packet, outProblem);
-        if (status != noErr) {
-            break;
-        }
+        if (status != noErr) break;
         if (mDemuxer->Sound() != nullptr && packet->stream_index == mDemuxer->Sound()->index) {
             status = mHasSound ? AddSound(*packet) : OSStatus{noErr};
         } else if (mDemuxer->Format().streams[packet->stream_index] == FindPictures()) {
             mPictures.Add(*packet);
         }
     }
-    if (status == invalidMovie && outProblem.empty()) {
+    if (status == invalidMovie && outProblem.empty())
         outProblem = "the file claims more sound than it can hold";
-    }
     AddRest();
     return status == eofErr ? noErr : status;
 }
@@ -276,24 +250,20 @@ OSStatus Survey::ReadAll(std::string& outProblem) {
 void Survey::DescribeSound(ImportedMovie& outMovie) {
     auto track = std::make_unique<SoundTrack>();
     SoundFormat& format = mStart.format;
-    if (mSpan.durations.size() == 1) {
-        format.nominalPacketFrames = mSpan.durations.front().framesPerPacket;
-    }
+    if (mSpan.durations.size() == 1) format.nominalPacketFrames = mSpan.durations.front().framesPerPacket;
     mKept.Describe(*track);
     track->isCutOff =
         IsCutOff(*mSource, *mDemuxer->Format().iformat, *mDemuxer->Sound(),
                  {mSpan.packetCount, mSpan.frameCount, format.sampleRateHz, mLastHead, mLastBytes});
     track->skippedByteCount = static_cast<std::uint64_t>(mDemuxer->BytesGivenUp());
-    if (track->skippedByteCount > 0) {
+    if (track->skippedByteCount > 0)
         mSource = std::make_shared<const CutSource>(mSource, mDemuxer->ReadEndBytes());
-    }
     track->packets = NewDemuxedPackets(mSource, mOptions, mSpan.packetCount);
     track->formats.push_back(std::move(format));
     track->spans.push_back(std::move(mSpan));
     std::int64_t presented = 0;
-    for (const Edit& edit : track->edits) {
+    for (const Edit& edit : track->edits)
         presented += edit.frameCount;
-    }
     ImportedTrack& imported = outMovie.tracks.emplace_back();
     imported.mediaType = FourChars("soun");
     imported.duration = {presented, track->SampleRateHz()};
@@ -308,9 +278,7 @@ void Survey::ListSoundTracks(ImportedMovie& outMovie) const {
     const AVFormatContext& format = mDemuxer->Format();
     for (unsigned index = 0; index < format.nb_streams; ++index) {
         const AVStream& stream = *format.streams[index];
-        if (!Demuxer::IsSound(stream)) {
-            continue;
-        }
+        if (!Demuxer::IsSound(stream)) continue;
         const bool isTaken = mHasSound && &stream == mDemuxer->Sound();
         const SoundFormat described = isTaken ? mStart.format : DescribedFormat(*stream.codecpar);
         SoundTrackFacts& facts = outMovie.soundTracks.emplace_back();
@@ -323,36 +291,27 @@ void Survey::ListSoundTracks(ImportedMovie& outMovie) const {
             stream.codecpar->codec_id == AV_CODEC_ID_AAC || stream.codecpar->codec_id == AV_CODEC_ID_AAC_LATM;
         const AVDictionaryEntry* language = av_dict_get(stream.metadata, "language", nullptr, 0);
         if (language != nullptr && std::strlen(language->value) == 3 &&
-            std::strcmp(language->value, "und") != 0) {
+            std::strcmp(language->value, "und") != 0)
             facts.language = language->value;
-        }
-        if (isTaken) {
-            outMovie.takenSoundTrack = static_cast<std::uint32_t>(outMovie.soundTracks.size());
-        }
+        if (isTaken) outMovie.takenSoundTrack = static_cast<std::uint32_t>(outMovie.soundTracks.size());
     }
 }
 
 AVStream* Survey::FindPictures() {
     AVFormatContext& format = mDemuxer->Format();
     for (unsigned index = 0; index < format.nb_streams; ++index) {
-        if (Demuxer::IsPicture(*format.streams[index])) {
-            return format.streams[index];
-        }
+        if (Demuxer::IsPicture(*format.streams[index])) return format.streams[index];
     }
     return nullptr;
 }
 
 void Survey::DescribePictures(ImportedMovie& outMovie) {
     const AVStream* stream = FindPictures();
-    if (stream == nullptr || stream->time_base.num <= 0 || stream->time_base.den <= 0) {
-        return;
-    }
+    if (stream == nullptr || stream->time_base.num <= 0 || stream->time_base.den <= 0) return;
     std::int64_t length = stream->duration;
     if (length == AV_NOPTS_VALUE || length <= 0) {
         const bool isKnown = mPictures.first != AV_NOPTS_VALUE && mPictures.end != AV_NOPTS_VALUE;
-        if (!isKnown || __builtin_sub_overflow(mPictures.end, mPictures.first, &length)) {
-            length = 0;
-        }
+        if (!isKnown || __builtin_sub_overflow(mPictures.end, mPictures.first, &length)) length = 0;
     }
     ImportedTrack& imported = outMovie.tracks.emplace_back();
     imported.mediaType = FourChars("vide");
@@ -382,28 +341,21 @@ void Survey::ReadTags(ImportedMovie& outMovie) const {
     outMovie.tags.clear();
     for (const TagName& each : kNames) {
         const AVDictionaryEntry* entry = av_dict_get(mDemuxer->Format().metadata, each.name, nullptr, 0);
-        if (entry == nullptr && mDemuxer->Sound() != nullptr) {
+        if (entry == nullptr && mDemuxer->Sound() != nullptr)
             entry = av_dict_get(mDemuxer->Sound()->metadata, each.name, nullptr, 0);
-        }
         if (entry != nullptr && entry->value[0] != 0) outMovie.tags.push_back({each.tag, entry->value});
     }
 }
 
 OSStatus Survey::Run(ImportedMovie& outMovie, std::string& outProblem) {
     OSStatus status = Learn(outProblem);
-    if (status == noErr) {
-        status = ReadAll(outProblem);
-    }
-    if (status != noErr) {
-        return status;
-    }
+    if (status == noErr) status = ReadAll(outProblem);
+    if (status != noErr) return status;
     outMovie.tracks.clear();
     ListSoundTracks(outMovie);
     ReadTags(outMovie);
     outMovie.containerName = ContainerName(*mDemuxer->Format().iformat);
-    if (mHasSound) {
-        DescribeSound(outMovie);
-    }
+    if (mHasSound) DescribeSound(outMovie);
     DescribePictures(outMovie);
     if (outMovie.tracks.empty()) {
         outProblem = "the file holds neither sound nor pictures";

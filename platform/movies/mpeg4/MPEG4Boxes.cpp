@@ -22,12 +22,12 @@ const std::uint8_t* BoxFile::At(std::int64_t inOffsetBytes, std::size_t inByteCo
 }
 
 bool BoxFile::Fill(std::int64_t inOffsetBytes, std::size_t inByteCount) {
-    if (mStatus != noErr || inByteCount > kLargestLook) return false;
+    if (mStatus != noErr || inByteCount > kMaxLookBytes) return false;
     if (inOffsetBytes < 0 || inOffsetBytes > SizeBytes()) return false;
     const std::int64_t leftBytes = SizeBytes() - inOffsetBytes;
     if (static_cast<std::int64_t>(inByteCount) > leftBytes) return false;
     if (!mWindow)
-        mWindow.reset(new std::uint8_t[kLargestLook]);  // left unset: only what was read is looked at
+        mWindow.reset(new std::uint8_t[kMaxLookBytes]);  // left unset: only what was read is looked at
     const auto wanted = std::min<std::int64_t>(std::max(inByteCount, kUsualLook), leftBytes);
     mWindowStart = inOffsetBytes;
     mWindowBytes = 0;

@@ -23,14 +23,14 @@ constexpr OSType BoxType(const char (&inName)[5]) {
 // The file's bytes by position.
 class BoxFile {
   public:
-    static constexpr std::size_t kLargestLook = 64 * 1024;
+    static constexpr std::size_t kMaxLookBytes = 64 * 1024;
 
     explicit BoxFile(const MediaFile& inFile) : mFile(inFile) {}
 
     std::int64_t SizeBytes() const { return mFile.SizeBytes(); }
 
     // The bytes at an offset, good until the next call. Null when fewer than inByteCount (at most
-    // kLargestLook) are left in the file, or when it cannot be read: see Status.
+    // kMaxLookBytes) are left in the file, or when it cannot be read: see Status.
     const std::uint8_t* At(std::int64_t inOffsetBytes, std::size_t inByteCount);
 
     // noErr, or ioErr once a read has failed.

@@ -10,8 +10,8 @@ namespace toolbox::movies {
 namespace {
 
 constexpr std::int64_t kVersionBytes = 4;
-constexpr std::int64_t kDataHeadBytes = 8;       // kind and locale in front of a value
-constexpr std::int64_t kLongestTextBytes = 512;  // what follows the numbers we take is of no interest
+constexpr std::int64_t kDataHeadBytes = 8;   // kind and locale in front of a value
+constexpr std::int64_t kMaxTextBytes = 512;  // what follows the numbers we take is of no interest
 
 int DigitOf(char inCharacter) {
     if (inCharacter >= '0' && inCharacter <= '9') return inCharacter - '0';
@@ -53,7 +53,7 @@ bool ReadItem(BoxFile& ioFile, const Box& inItem, GaplessTag& outTag) {
         return false;
     const Box data = FindBox(ioFile, inItem, BoxType("data"));
     if (!data.Exists() || data.ContentSizeBytes() <= kDataHeadBytes) return false;
-    const std::int64_t textBytes = std::min(data.ContentSizeBytes() - kDataHeadBytes, kLongestTextBytes);
+    const std::int64_t textBytes = std::min(data.ContentSizeBytes() - kDataHeadBytes, kMaxTextBytes);
     const std::uint8_t* const text =
         ioFile.At(data.contentBytes + kDataHeadBytes, static_cast<std::size_t>(textBytes));
     if (text == nullptr) return false;

@@ -22,7 +22,7 @@ namespace toolbox::movies {
 namespace {
 
 // A file with many broken movie headers is not read through once for each of them.
-constexpr int kMostMoviesTried = 4;
+constexpr int kMaxMoviesTried = 4;
 
 bool MayBegin(OSType inType) {
     constexpr OSType kTypes[] = {BoxType("ftyp"), BoxType("moov"), BoxType("mdat"), BoxType("moof"),
@@ -168,7 +168,7 @@ class FileReader {
         do {
             mIsMovieFile = mIsMovieFile || IsTelling(box.type);
             if (box.type == BoxType("moov") && ReadMovie(box, outMovie)) return noErr;
-        } while (mFailure != cantFindHandler && mMoviesTried < kMostMoviesTried && walk.Next(box));
+        } while (mFailure != cantFindHandler && mMoviesTried < kMaxMoviesTried && walk.Next(box));
         return Failure(outProblem);
     }
 

@@ -17,8 +17,8 @@ extern "C" {
 namespace toolbox::movies {
 namespace {
 
-constexpr std::uint32_t kMostDescriptions = 64;
-constexpr std::uint32_t kHighestRateHz = 768000;
+constexpr std::uint32_t kMaxDescriptions = 64;
+constexpr std::uint32_t kMaxRateHz = 768000;
 constexpr OSType kMPEG4Audio = BoxType("mp4a");
 
 // What the fixed part of a description says.
@@ -39,7 +39,7 @@ struct EntryBoxes {
 
 std::vector<std::uint8_t> CopyBytes(BoxFile& ioFile, std::int64_t inFromBytes, std::int64_t inToBytes) {
     if (inToBytes <= inFromBytes ||
-        inToBytes - inFromBytes > static_cast<std::int64_t>(BoxFile::kLargestLook))
+        inToBytes - inFromBytes > static_cast<std::int64_t>(BoxFile::kMaxLookBytes))
         return {};
     const auto byteCount = static_cast<std::size_t>(inToBytes - inFromBytes);
     const std::uint8_t* const bytes = ioFile.At(inFromBytes, byteCount);
@@ -49,7 +49,7 @@ std::vector<std::uint8_t> CopyBytes(BoxFile& ioFile, std::int64_t inFromBytes, s
 
 std::uint32_t RateOfDouble(std::uint64_t inBits) {
     const auto rate = std::bit_cast<double>(inBits);
-    return rate >= 1 && rate <= kHighestRateHz ? static_cast<std::uint32_t>(std::lround(rate)) : 0;
+    return rate >= 1 && rate <= kMaxRateHz ? static_cast<std::uint32_t>(std::lround(rate)) : 0;
 }
 
 // Reads the fixed part. inBoxVersion: of the description box; 1 there makes version 1 of a description the
@@ -239,7 +239,7 @@ void DescribeALAC(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& i
     ioDescription.format.nominalPacketFrames = os::Load32(&bytes[kFrameLength]);
     ioDescription.format.bitsPerSample = bytes[kBitDepth];
     ioDescription.format.channelCount = bytes[kNumChannels];
-    if (const std::uint32_t rateHz = os::Load32(&bytes[kSampleRate]); rateHz != 0 && rateHz <= kHighestRateHz)
+    if (const std::uint32_t rateHz = os::Load32(&bytes[kSampleRate]); rateHz != 0 && rateHz <= kMaxRateHz)
         ioDescription.format.sampleRateHz = rateHz;
     ioDescription.format.decoderConfig = std::move(bytes);
 }
@@ -280,7 +280,7 @@ void DescribeFLAC(BoxFile& ioFile, const Box& inConfig, MPEG4SoundDescription& i
     // STREAMINFO, RFC 9639, 8.2: least and most samples of a block in 16 bits each, sizes of frames in 24
     // each; then rate 20 bits, channels - 1 in 3, depth - 1 in 5, ...
     const std::uint32_t bits = os::Load32(&info[10]);
-    if (const std::uint32_t rateHz = bits >> 12; rateHz != 0 && rateHz <= kHighestRateHz)
+    if (const std::uint32_t rateHz = bits >> 12; rateHz != 0 && rateHz <= kMaxRateHz)
         ioDescription.format.sampleRateHz = rateHz;
     ioDescription.format.channelCount = static_cast<std::uint16_t>((bits >> 9 & 7) + 1);
     ioDescription.format.bitsPerSample = static_cast<std::uint16_t>((bits >> 4 & 31) + 1);
@@ -348,7 +348,7 @@ std::vector<MPEG4SoundDescription> ReadSoundDescriptions(BoxFile& ioFile, const 
     const std::uint8_t* const head = ioFile.At(inDescriptions.contentBytes, fields::kEntries);
     if (head == nullptr) return descriptions;
     const std::uint8_t version = head[0];
-    const std::uint32_t count = std::min(os::Load32(head + fields::kEntryCount), kMostDescriptions);
+    const std::uint32_t count = std::min(os::Load32(head + fields::kEntryCount), kMaxDescriptions);
     BoxWalk walk(ioFile, inDescriptions.contentBytes + fields::kEntries, inDescriptions.endBytes);
     for (Box box; descriptions.size() < count && walk.Next(box);) {
         SoundEntry entry;

@@ -1,12 +1,12 @@
 #include "MPEG4Sound.h"
 
+#include "MPEG4Edits.h"
+#include "MPEG4SampleTable.h"
+#include "MPEG4Spans.h"
 #include "aac/AACConfig.h"
 #include "aac/AACProbe.h"
 #include "track/ExactTime.h"
 #include "track/FilePackets.h"
-#include "MPEG4Edits.h"
-#include "MPEG4SampleTable.h"
-#include "MPEG4Spans.h"
 
 #include <toolbox/MacErrors.h>
 #include <toolbox/SoundReport.h>
@@ -22,7 +22,7 @@ namespace toolbox::movies {
 namespace {
 
 constexpr std::uint32_t kUnknownRateHz = 44100;
-constexpr std::uint32_t kHighestRateHz = 768000;
+constexpr std::uint32_t kMaxRateHz = 768000;
 
 // 0 where the format is not AAC.
 std::uint32_t CoreRateOf(const SoundFormat& inFormat) {
@@ -80,7 +80,7 @@ class SoundMaker {
             SoundFormat& format = description.format;
             if (format.sampleRateHz == 0)
                 format.sampleRateHz =
-                    mTrack.media.timeScale <= kHighestRateHz ? mTrack.media.timeScale : kUnknownRateHz;
+                    mTrack.media.timeScale <= kMaxRateHz ? mTrack.media.timeScale : kUnknownRateHz;
             if (!description.isOurs) format.decodable = noCodecErr;
             mSound->formats.push_back(std::move(format));
         }
@@ -133,11 +133,10 @@ class SoundMaker {
         const std::uint32_t coreRateHz = CoreRateOf(mSound->formats.front());
         const std::uint32_t ratio = coreRateHz != 0 && rateHz == coreRateHz * 2 ? 2 : 1;
         GaplessTrim trim;
-        if (mSettings.gapless && ApplyGaplessTag(*mSettings.gapless, mMediaFrames, ratio, trim)) {
+        if (mSettings.gapless && ApplyGaplessTag(*mSettings.gapless, mMediaFrames, ratio, trim))
             Trim(trim.startFrames, trim.soundFrames, kSoundTrimGaplessTag);
-        } else if (mTrack.edits.empty() && mDelayFrames > 0 && mDelayFrames < mMediaFrames) {
+        else if (mTrack.edits.empty() && mDelayFrames > 0 && mDelayFrames < mMediaFrames)
             Trim(mDelayFrames, mMediaFrames - mDelayFrames, kSoundTrimCodecHeader);
-        }
     }
 
     void Trim(std::int64_t inStartFrames, std::int64_t inSoundFrames, std::uint32_t inSource) {

@@ -10,7 +10,7 @@ namespace toolbox::movies {
 namespace {
 
 // Durations that are no whole number of frames are spread out packet by packet, as far as this many runs go.
-constexpr std::size_t kMostUnevenRuns = std::size_t{1} << 20;
+constexpr std::size_t kMaxUnevenRuns = std::size_t{1} << 20;
 
 class SpanMaker {
   public:
@@ -96,7 +96,7 @@ class SpanMaker {
             return AddRun(inPacket, inCount, format.nominalPacketFrames);
         }
         const std::uint64_t scaled = std::uint64_t{deltaUnits} * format.sampleRateHz;
-        if (scaled % mTimeScale == 0 || mUnevenRuns > kMostUnevenRuns)
+        if (scaled % mTimeScale == 0 || mUnevenRuns > kMaxUnevenRuns)
             return AddRun(inPacket, inCount, (scaled + (scaled % mTimeScale != 0 ? mCarry : 0)) / mTimeScale);
         return AddUneven(inPacket, inCount, scaled);
     }
@@ -111,7 +111,7 @@ class SpanMaker {
 
     bool AddUneven(std::uint32_t inPacket, std::uint32_t inCount, std::uint64_t inScaledUnits) {
         for (std::uint32_t i = 0; i < inCount; ++i) {
-            if (++mUnevenRuns > kMostUnevenRuns)
+            if (++mUnevenRuns > kMaxUnevenRuns)
                 return AddRun(inPacket + i, inCount - i, (inScaledUnits + mCarry) / mTimeScale);
             const std::uint64_t total = inScaledUnits + mCarry;
             mCarry = total % mTimeScale;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::int64_t kVersionBytes = 4;
 constexpr std::int64_t kDataHeadBytes = 8;  // kind and locale in front of a value
-constexpr std::int64_t kLongestTextBytes = 32 * 1024;
+constexpr std::int64_t kMaxTextBytes = 32 * 1024;
 constexpr std::uint32_t kUTF8 = 1;  // kind of a value
 
 struct TagName {
@@ -56,7 +56,7 @@ std::string TrackNumber(const std::uint8_t* inValue, std::int64_t inByteCount) {
 std::string ValueOf(BoxFile& ioFile, const Box& inItem) {
     const Box data = FindBox(ioFile, inItem, BoxType("data"));
     if (!data.Exists() || data.ContentSizeBytes() <= kDataHeadBytes) return {};
-    const std::int64_t byteCount = std::min(data.ContentSizeBytes() - kDataHeadBytes, kLongestTextBytes);
+    const std::int64_t byteCount = std::min(data.ContentSizeBytes() - kDataHeadBytes, kMaxTextBytes);
     const std::uint8_t* const bytes =
         ioFile.At(data.contentBytes, static_cast<std::size_t>(kDataHeadBytes + byteCount));
     if (bytes == nullptr) return {};

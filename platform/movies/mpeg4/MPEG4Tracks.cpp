@@ -16,7 +16,7 @@ extern "C" {
 namespace toolbox::movies {
 namespace {
 
-constexpr std::size_t kMostTracks = 1024;
+constexpr std::size_t kMaxTracks = 1024;
 constexpr std::int64_t kUnlistedPackets = std::int64_t{1} << 20;
 constexpr std::int64_t kSmallestUnlistedBytes = 16;
 constexpr OSType kSoundMedia = BoxType("soun");
@@ -91,7 +91,7 @@ void CollectChapterTracks(BoxFile& ioFile, const Box& inReferences, std::vector<
     if (!chapters.Exists()) return;
     TableReader table(ioFile, chapters, chapters.contentBytes, std::numeric_limits<std::uint32_t>::max(), 4);
     while (const std::uint8_t* const entry = table.NextEntry()) {
-        if (ioIDs.size() >= kMostTracks) return;
+        if (ioIDs.size() >= kMaxTracks) return;
         ioIDs.push_back(os::Load32(entry));
     }
 }
@@ -115,7 +115,7 @@ class HeaderReader {
             if (box.type == BoxType("mvhd")) {
                 mHeader.timeScale = NumberAfterTimes(mFile, box);
                 hasHeader = true;
-            } else if (box.type == BoxType("trak") && mHeader.tracks.size() < kMostTracks) {
+            } else if (box.type == BoxType("trak") && mHeader.tracks.size() < kMaxTracks) {
                 ReadTrack(box);
             }
         }

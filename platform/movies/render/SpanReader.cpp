@@ -347,9 +347,8 @@ OSStatus SpanReader::FinishPacket() {
 OSStatus SpanReader::FinishDamagedPacket() {
     const std::int64_t missing =
         IsLagging() && mPacket.hasSounded ? 0 : std::min(mOwedFrames, mPacket.frameCount);
-    if (missing > 0 || mPacket.frameCount == 0) {
+    if (missing > 0 || mPacket.frameCount == 0)
         mDamage.Note(mNextPacket - 1, ScaleRounded(missing, mTrackRateHz, mFormat.sampleRateHz));
-    }
     if (!mDecoder.HasDelay()) return Settle(0);
     GiveSilence(missing);
     mOwedFrames -= missing;

@@ -18,7 +18,7 @@ namespace {
 constexpr std::int64_t kBlockBytes = 128 * 1024;
 constexpr std::int64_t kTailBytes = 64;        // readable behind every packet
 constexpr std::int64_t kFarBytes = 16 * 1024;  // a gap worth a read of its own
-constexpr std::uint32_t kLargestPacketBytes = 16 * 1024 * 1024;
+constexpr std::uint32_t kMaxPacketBytes = 16 * 1024 * 1024;
 
 // Sums and differences of what a file claims wrap instead of overflowing: such a packet is found missing when
 // read.
@@ -107,7 +107,7 @@ class FilePacketReader final : public PacketReader {
 
   private:
     OSStatus Load(std::uint32_t inPacket, const PacketTable::Place& inPlace) {
-        if (inPlace.sizeBytes > kLargestPacketBytes) return paramErr;
+        if (inPlace.sizeBytes > kMaxPacketBytes) return paramErr;
         const std::int64_t fileBytes = mFile->SizeBytes();
         if (inPlace.offsetBytes < 0 || inPlace.offsetBytes > fileBytes ||
             inPlace.sizeBytes > fileBytes - inPlace.offsetBytes)

@@ -12,7 +12,7 @@ namespace {
 constexpr std::int64_t kSecondsOfADay = 86400;
 constexpr std::int64_t kTimesAllPackets = 1000;
 // What a packet decodes to at most where its format does not say.
-constexpr std::int64_t kLongestPacketFrames = 65536;
+constexpr std::int64_t kMaxPacketFrames = 65536;
 
 std::int64_t Sum(std::int64_t inA, std::int64_t inB) {
     std::int64_t sum = 0;
@@ -65,7 +65,7 @@ class GapFinder {
             return ScaleRounded(inFrames, mTrack.SampleRateHz(), format.sampleRateHz);
         };
         const std::int64_t longest =
-            format.nominalPacketFrames != 0 ? format.nominalPacketFrames : kLongestPacketFrames;
+            format.nominalPacketFrames != 0 ? format.nominalPacketFrames : kMaxPacketFrames;
         const auto& runs = inSpan.durations;
         for (std::size_t i = 0; i < runs.size(); ++i) {
             const std::uint32_t end =

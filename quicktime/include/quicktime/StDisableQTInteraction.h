@@ -7,8 +7,8 @@ class MIRTAL_EXPORT StDisableQTInteraction {
   public:
     StDisableQTInteraction();
     ~StDisableQTInteraction();
-    StDisableQTInteraction(StDisableQTInteraction const&) = delete;
-    StDisableQTInteraction& operator=(StDisableQTInteraction const&) = delete;
+    StDisableQTInteraction(const StDisableQTInteraction&) = delete;
+    StDisableQTInteraction& operator=(const StDisableQTInteraction&) = delete;
 
   private:
     long mToken;

@@ -12,10 +12,10 @@
 class MIRTAL_EXPORT UQTAccess {
   public:
     // The toolbox's own status.
-    [[nodiscard]] static OSErr Register(char const* inKeyType, char const* inKey, bool inSystemWide);
-    [[nodiscard]] static OSErr Unregister(char const* inKeyType, char const* inKey, bool inSystemWide);
+    [[nodiscard]] static OSErr Register(const char* inKeyType, const char* inKey, bool inSystemWide);
+    [[nodiscard]] static OSErr Unregister(const char* inKeyType, const char* inKey, bool inSystemWide);
     // Case does not count, in the way of strncasecmp. False also when the toolbox cannot tell.
-    static bool IsRegistered(char const* inKeyType, char const* inKey, bool inSystemWide);
+    static bool IsRegistered(const char* inKeyType, const char* inKey, bool inSystemWide);
 
     // False only if the toolbox's sticky error says that it was not entered.
     static bool IsMovieToolboxInitialized();

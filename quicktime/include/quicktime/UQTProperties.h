@@ -20,7 +20,7 @@ class MIRTAL_EXPORT UQTProperties {
     [[nodiscard]] static OSStatus GetMovieProperty(Movie inMovie, OSType inClass, OSType inID,
                                                    ByteCount inSize, void* outValue, ByteCount* outSizeUsed);
     [[nodiscard]] static OSStatus SetMovieProperty(Movie inMovie, OSType inClass, OSType inID,
-                                                   ByteCount inSize, void const* inValue);
+                                                   ByteCount inSize, const void* inValue);
 
     // The same of the process.
     [[nodiscard]] static OSStatus GetProcessPropertyInfo(OSType inClass, OSType inID, OSType* outType,
@@ -28,5 +28,5 @@ class MIRTAL_EXPORT UQTProperties {
     [[nodiscard]] static OSStatus GetProcessProperty(OSType inClass, OSType inID, ByteCount inSize,
                                                      void* outValue, ByteCount* outSizeUsed);
     [[nodiscard]] static OSStatus SetProcessProperty(OSType inClass, OSType inID, ByteCount inSize,
-                                                     void const* inValue);
+                                                     const void* inValue);
 };

@@ -17,13 +17,13 @@ typedef OSStatus (*QTGetMoviePropertyInfoProcPtr)(Movie inMovie, OSType inClass,
 typedef OSStatus (*QTGetMoviePropertyProcPtr)(Movie inMovie, OSType inClass, OSType inID, ByteCount inSize,
                                               void* outValue, ByteCount* outSizeUsed);
 typedef OSStatus (*QTSetMoviePropertyProcPtr)(Movie inMovie, OSType inClass, OSType inID, ByteCount inSize,
-                                              void const* inValue);
+                                              const void* inValue);
 typedef OSStatus (*QTGetProcessPropertyInfoProcPtr)(OSType inClass, OSType inID, OSType* outType,
                                                     ByteCount* outSize, UInt32* outFlags);
 typedef OSStatus (*QTGetProcessPropertyProcPtr)(OSType inClass, OSType inID, ByteCount inSize, void* outValue,
                                                 ByteCount* outSizeUsed);
 typedef OSStatus (*QTSetProcessPropertyProcPtr)(OSType inClass, OSType inID, ByteCount inSize,
-                                                void const* inValue);
+                                                const void* inValue);
 
 // True once the lookup has succeeded; the pointers are then what they will be to the end of the process.
 extern MIRTAL_EXPORT Boolean qtInited;

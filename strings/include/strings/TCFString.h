@@ -20,11 +20,11 @@
 class MIRTAL_EXPORT TCFString {
   public:
     // Built when the library is loaded, in this order.
-    static TCFString const Empty;
-    static TCFString const kCannotDisplayCFString;
+    static const TCFString Empty;
+    static const TCFString kCannotDisplayCFString;
     // "<CANNOT DISPLAY>", which stands for text that no encoding can hold; as a C and as a Pascal string.
-    static char const* const kCannotDisplayCString;
-    static unsigned char const* const kCannotDisplayString;
+    static const char* const kCannotDisplayCString;
+    static const unsigned char* const kCannotDisplayString;
 
     TCFString();
     TCFString(const TCFString& inOther);
@@ -46,7 +46,7 @@ class MIRTAL_EXPORT TCFString {
     void EnsureNonNullRef();
     static CFStringRef EmptyCFString();  // borrowed
 
-    CFStringRef StringRef() const;  // borrowed; good while this object holds it
+    CFStringRef StringRef() const;             // borrowed; good while this object holds it
     [[nodiscard]] CFStringRef Retain() const;  // the caller releases it
     long Length() const;
     bool IsEmpty() const;

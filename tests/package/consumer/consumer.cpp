@@ -1,5 +1,5 @@
-// Converts a file with nothing but the installed headers, and checks the promise: the length announced is the length
-// delivered. Then binds what newer toolboxes have, and uses it.
+// Converts a file with nothing but the installed headers, and checks the promise: the length announced is the
+// length delivered. Then binds what newer toolboxes have, and uses it.
 #include <converter/AACToWAV.h>
 #include <files/UBundle.h>
 #include <quicktime/UQTInteraction.h>
@@ -8,7 +8,9 @@
 
 #include <cstdio>
 
-static void Count(void* inContext, void*, long inLength) { *static_cast<long*>(inContext) += inLength; }
+static void Count(void* inContext, void*, long inLength) {
+    *static_cast<long*>(inContext) += inLength;
+}
 
 // All nine are in the framework that was installed beside the toolbox.
 static bool BindsLate() {

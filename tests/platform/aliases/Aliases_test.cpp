@@ -1,17 +1,16 @@
-#include <toolbox/Aliases.h>
-#include <toolbox/MacMemory.h>
-
-#include "support/FailingCalls.h"
-#include "support/FailingNew.h"
-#include "platform/catalogue/Refs.h"
-#include "support/TemporaryFolder.h"
 #include "aliases/AliasRecord.h"
 #include "memory/MacMemory_test_access.h"
+#include "platform/catalogue/Refs.h"
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
+#include <toolbox/Aliases.h>
+#include <toolbox/MacMemory.h>
 #include <unistd.h>
+
 #include <cstring>
 #include <filesystem>
 #include <string>

@@ -1,14 +1,13 @@
-#include <toolbox/AtomContainers.h>
+#include "os/BigEndian.h"
+#include "support/FailingNew.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/AtomContainers.h>
 
 #include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
-
-#include "support/FailingNew.h"
-#include "os/BigEndian.h"
 
 namespace {
 
@@ -321,23 +320,23 @@ TEST_F(AtomContainersTest, BytesBehindTheChildrenStay) {
 }
 
 TEST_F(AtomContainersTest, MostChildren) {
-    constexpr std::size_t kMost = 65535;
-    SetHandleSize(mContainer, static_cast<Size>(kRoot + kHeader + kMost * kHeader));
+    constexpr std::size_t kMax = 65535;
+    SetHandleSize(mContainer, static_cast<Size>(kRoot + kHeader + kMax * kHeader));
     ASSERT_EQ(noErr, MemError());
-    std::memset(At(kRoot + kHeader), 0, kMost * kHeader);
-    for (std::size_t i = 0; i < kMost; ++i) {
+    std::memset(At(kRoot + kHeader), 0, kMax * kHeader);
+    for (std::size_t i = 0; i < kMax; ++i) {
         std::uint8_t* const atom = At(kRoot + kHeader + i * kHeader);
         toolbox::os::Store32(atom, kHeader);
         toolbox::os::Store32(atom + 4, kOne);
         toolbox::os::Store32(atom + 8, static_cast<std::uint32_t>(i + 1));
     }
-    PutSize(static_cast<QTAtom>(kRoot), static_cast<std::uint32_t>(kHeader + kMost * kHeader));
-    PutChildCount(static_cast<QTAtom>(kRoot), kMost - 1);
+    PutSize(static_cast<QTAtom>(kRoot), static_cast<std::uint32_t>(kHeader + kMax * kHeader));
+    PutChildCount(static_cast<QTAtom>(kRoot), kMax - 1);
     EXPECT_EQ(32767, QTCountChildrenOfType(mContainer, 0, kOne)) << "as many as can be told";
     SInt16 index = 0;
     EXPECT_NE(0, QTFindChildByID(mContainer, 0, kOne, 40000, &index));
     EXPECT_EQ(32767, index);
-    PutChildCount(static_cast<QTAtom>(kRoot), kMost);
+    PutChildCount(static_cast<QTAtom>(kRoot), kMax);
     EXPECT_EQ(atomIndexInvalidErr, TryAdd(0, kTwo));
 }
 

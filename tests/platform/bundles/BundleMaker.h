@@ -1,8 +1,8 @@
 // Bundles for tests, made in a temporary folder.
 #pragma once
 
-#include "support/TemporaryFolder.h"
 #include "platform/corefoundation/CFSupport.h"
+#include "support/TemporaryFolder.h"
 
 #include <toolbox/CFBundle.h>
 

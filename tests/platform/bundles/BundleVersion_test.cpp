@@ -1,5 +1,4 @@
 #include <bundles/BundleFolder.h>
-
 #include <gtest/gtest.h>
 
 using toolbox::corefoundation::PackVersion;

@@ -1,18 +1,14 @@
-#include <toolbox/CFBundle.h>
-
 #include "BundleMaker.h"
-
 #include "support/FailingCFMemory.h"
 #include "support/FailingNew.h"
 
 #include <corefoundation/CF_test_access.h>
-#include <os/SystemCalls_test_access.h>
-
-#include <toolbox/CFNumber.h>
-
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <os/SystemCalls_test_access.h>
 #include <sys/stat.h>
+#include <toolbox/CFBundle.h>
+#include <toolbox/CFNumber.h>
 
 #include <atomic>
 #include <thread>

@@ -1,13 +1,10 @@
-#include <toolbox/CFURL.h>
-
 #include "BundleMaker.h"
-
 #include "support/FailingCFMemory.h"
 #include "support/FailingNew.h"
 
 #include <corefoundation/CF_test_access.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/CFURL.h>
 
 #include <cstring>
 #include <thread>

@@ -1,5 +1,4 @@
 #include <bundles/PathStyles.h>
-
 #include <gtest/gtest.h>
 
 using namespace toolbox::corefoundation;

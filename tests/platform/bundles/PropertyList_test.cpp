@@ -1,22 +1,17 @@
-#include <bundles/PropertyList.h>
-
 #include "BundleMaker.h"
-
 #include "support/FailingCFMemory.h"
 #include "support/FailingNew.h"
 
+#include <bundles/PropertyList.h>
 #include <corefoundation/CF_test_access.h>
-
+#include <gtest/gtest.h>
+#include <plist/plist.h>
+#include <pthread.h>
 #include <toolbox/CFArray.h>
 #include <toolbox/CFData.h>
 #include <toolbox/CFDate.h>
 #include <toolbox/CFNumber.h>
 
-#include <plist/plist.h>
-
-#include <gtest/gtest.h>
-
-#include <pthread.h>
 #include <cstdlib>
 
 using namespace test_bundles;

@@ -1,10 +1,8 @@
-#include <toolbox/CFURL.h>
-
 #include "BundleMaker.h"
 
 #include <corefoundation/CF_test_access.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/CFURL.h>
 
 using namespace test_bundles;
 using toolbox::corefoundation::LiveObjectsForTesting;

@@ -1,17 +1,16 @@
-#include <toolbox/CatalogInfo.h>
+#include "CatalogTest.h"
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <toolbox/CatalogInfo.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
 #include <string>
-
-#include "CatalogTest.h"
-#include "support/FailingCalls.h"
-#include "support/FailingNew.h"
 
 namespace {
 

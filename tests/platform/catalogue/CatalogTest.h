@@ -1,14 +1,14 @@
 // Items of a test's own folder, by reference and by specification.
 #pragma once
 
+#include "Refs.h"
+#include "support/TemporaryFolder.h"
+
 #include <gtest/gtest.h>
 #include <toolbox/CatalogInfo.h>
 
 #include <string>
 #include <string_view>
-
-#include "Refs.h"
-#include "support/TemporaryFolder.h"
 
 namespace test_files {
 

@@ -5,8 +5,8 @@
 #include "support/FileWorld.h"
 
 #include <gtest/gtest.h>
-
 #include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <string>

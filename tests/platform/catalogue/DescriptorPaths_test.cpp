@@ -1,16 +1,16 @@
 #include "catalogue/DescriptorPaths.h"
 
 #include "Refs.h"
-#include "support/TemporaryFolder.h"
 #include "catalogue/FileAccess.h"
-
-#include <gtest/gtest.h>
-#include <toolbox/Aliases.h>
-#include <toolbox/MacMemory.h>
+#include "support/TemporaryFolder.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <toolbox/Aliases.h>
+#include <toolbox/MacMemory.h>
 #include <unistd.h>
+
 #include <filesystem>
 #include <string>
 

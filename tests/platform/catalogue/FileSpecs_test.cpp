@@ -1,14 +1,13 @@
-#include <toolbox/FileSpecs.h>
+#include "CatalogTest.h"
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/FileSpecs.h>
 
 #include <cstring>
 #include <filesystem>
 #include <string>
-
-#include "CatalogTest.h"
-#include "support/FailingCalls.h"
-#include "support/FailingNew.h"
 
 namespace {
 

@@ -1,16 +1,15 @@
 // References made and resolved on several threads while the files are renamed. Run under the thread sanitizer
 // too.
-#include <toolbox/Aliases.h>
-#include <toolbox/MacMemory.h>
-
 #include "Refs.h"
-#include "support/TemporaryFolder.h"
 #include "catalogue/FileAccess.h"
 #include "places/NodeTable.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-
+#include <toolbox/Aliases.h>
+#include <toolbox/MacMemory.h>
 #include <unistd.h>
+
 #include <atomic>
 #include <cstring>
 #include <filesystem>
@@ -74,9 +73,8 @@ TEST(FilesThreads, ReferencesHoldWhileFilesAreRenamed) {
     std::atomic<int> aliasCount = 0;
     const auto rename = [&](int inThread) {
         for (int round = 0; round < kRounds; ++round) {
-            for (int file = inThread; file < kFiles; file += 2) {
+            for (int file = inThread; file < kFiles; file += 2)
                 std::filesystem::rename(folder / NameOf(file, round), folder / NameOf(file, round + 1));
-            }
             std::this_thread::yield();
         }
     };

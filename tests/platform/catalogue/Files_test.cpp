@@ -1,5 +1,3 @@
-#include <toolbox/Files.h>
-
 #include "Refs.h"
 #include "places/NodeTable.h"
 #include "status/StatusOfErrno.h"
@@ -8,9 +6,10 @@
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
+#include <toolbox/Files.h>
 #include <unistd.h>
+
 #include <cstring>
 #include <filesystem>
 

@@ -1,21 +1,20 @@
 #include "catalogue/MountedVolumes.h"
 
+#include "catalogue/Volumes.h"
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
+#include "support/TemporaryFolder.h"
+
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/statvfs.h>
 #include <toolbox/MacErrors.h>
-
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
-
-#include "support/FailingCalls.h"
-#include "support/FailingNew.h"
-#include "support/TemporaryFolder.h"
-#include "catalogue/Volumes.h"
 
 namespace {
 

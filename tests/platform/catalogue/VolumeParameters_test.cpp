@@ -1,18 +1,16 @@
-#include <toolbox/Volumes.h>
-
-#include <gtest/gtest.h>
-#include <sys/statvfs.h>
+#include "CatalogTest.h"
+#include "catalogue/MountedVolumes.h"
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/statvfs.h>
+#include <toolbox/Volumes.h>
 
 #include <cerrno>
 #include <cstring>
 #include <string>
-
-#include "CatalogTest.h"
-#include "support/FailingCalls.h"
-#include "support/FailingNew.h"
-#include "catalogue/MountedVolumes.h"
 
 namespace {
 

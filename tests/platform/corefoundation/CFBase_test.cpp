@@ -1,10 +1,8 @@
-#include <toolbox/CFBase.h>
-
 #include "CFSupport.h"
 
 #include <corefoundation/CF_test_access.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/CFBase.h>
 
 #include <limits>
 #include <thread>

@@ -1,13 +1,11 @@
 // Which encodings there are, and what Mac Japanese does that no other encoding does. A program of its own,
 // whose first test is the first to ask for the tables.
-#include <toolbox/CFStringEncodings.h>
-
 #include "CFSupport.h"
 
 #include <corefoundation/CF_test_access.h>
-#include <os/SystemCalls_test_access.h>
-
 #include <gtest/gtest.h>
+#include <os/SystemCalls_test_access.h>
+#include <toolbox/CFStringEncodings.h>
 
 #include <cstdlib>
 #include <limits>
@@ -124,7 +122,7 @@ TEST(CFStringEncodings, ListIsWhole) {
 }
 
 TEST(CFStringEncodings, MaximumSize) {
-    constexpr CFIndex kMost = std::numeric_limits<CFIndex>::max();
+    constexpr CFIndex kMax = std::numeric_limits<CFIndex>::max();
     const struct {
         CFStringEncoding encoding;
         CFIndex bytesPerUnit;
@@ -136,7 +134,7 @@ TEST(CFStringEncodings, MaximumSize) {
         EXPECT_EQ(0, CFStringGetMaximumSizeForEncoding(0, row.encoding));
         EXPECT_EQ(row.bytesPerUnit, CFStringGetMaximumSizeForEncoding(1, row.encoding));
         EXPECT_EQ(10 * row.bytesPerUnit, CFStringGetMaximumSizeForEncoding(10, row.encoding));
-        const CFIndex longest = kMost / row.bytesPerUnit;
+        const CFIndex longest = kMax / row.bytesPerUnit;
         EXPECT_EQ(longest * row.bytesPerUnit, CFStringGetMaximumSizeForEncoding(longest, row.encoding));
         EXPECT_EQ(kCFNotFound, CFStringGetMaximumSizeForEncoding(-1, row.encoding));
         if (row.bytesPerUnit > 1) {

@@ -1,11 +1,9 @@
-#include <toolbox/CFString.h>
-
 #include "CFSupport.h"
 
 #include <corefoundation/CF_test_access.h>
-#include <os/SystemCalls_test_access.h>
-
 #include <gtest/gtest.h>
+#include <os/SystemCalls_test_access.h>
+#include <toolbox/CFString.h>
 
 #include <cstring>
 #include <limits>

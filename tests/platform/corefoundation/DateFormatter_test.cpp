@@ -1,9 +1,8 @@
-#include <toolbox/CFDateFormatter.h>
-
 #include "CFSupport.h"
 #include "Faults.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/CFDateFormatter.h>
 #include <unicode/ucal.h>
 
 #include <cmath>

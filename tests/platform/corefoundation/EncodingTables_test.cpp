@@ -1,10 +1,9 @@
 // Every byte, every pair of bytes and every code point in each encoding of one or two bytes a character,
 // against what another implementation says: the tables that write-encoding-tables has written.
-#include <toolbox/CFStringEncodings.h>
-
 #include "CFSupport.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/CFStringEncodings.h>
 
 #include <cstdio>
 #include <cstdlib>

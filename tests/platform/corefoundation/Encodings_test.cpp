@@ -1,11 +1,9 @@
 // Bytes to text and back in every encoding that is known.
-#include <toolbox/CFString.h>
-
 #include "CFSupport.h"
 
 #include <corefoundation/CF_test_access.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/CFString.h>
 
 #include <bit>
 #include <limits>

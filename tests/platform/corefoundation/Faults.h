@@ -1,12 +1,11 @@
 // The system's calls made to fail, one after the other.
 #pragma once
 
-#include <corefoundation/CF_test_access.h>
-#include <os/SystemCalls_test_access.h>
-
 #include "support/Countdown.h"
 
+#include <corefoundation/CF_test_access.h>
 #include <gtest/gtest.h>
+#include <os/SystemCalls_test_access.h>
 
 #include <cstdlib>
 

@@ -1,9 +1,8 @@
-#include <toolbox/CFStringFind.h>
-
 #include "CFSupport.h"
 #include "Faults.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/CFStringFind.h>
 #include <unicode/uloc.h>
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>

@@ -1,8 +1,7 @@
 // How texts are searched: what is found, and with how much looking.
-#include <corefoundation/Finder.h>
-
 #include "CFSupport.h"
 
+#include <corefoundation/Finder.h>
 #include <gtest/gtest.h>
 
 #include <random>

@@ -1,13 +1,11 @@
 // What happens once in a process, on first use, and may fail then: the tables of an encoding are made, and
 // the order of the locale is looked up. A program of its own, so that its use is the first.
-#include <toolbox/CFString.h>
-
 #include "CFSupport.h"
 
 #include <corefoundation/CF_test_access.h>
-#include <os/SystemCalls_test_access.h>
-
 #include <gtest/gtest.h>
+#include <os/SystemCalls_test_access.h>
+#include <toolbox/CFString.h>
 
 #include <cstdlib>
 

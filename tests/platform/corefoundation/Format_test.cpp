@@ -1,12 +1,11 @@
-#include <toolbox/CFDate.h>
-#include <toolbox/CFStringFormat.h>
-#include <toolbox/CFUUID.h>
-
 #include "CFSupport.h"
 #include "CommaLocale.h"
 #include "Faults.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/CFDate.h>
+#include <toolbox/CFStringFormat.h>
+#include <toolbox/CFUUID.h>
 #include <unistd.h>
 
 #include <cinttypes>

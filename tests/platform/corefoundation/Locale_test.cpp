@@ -1,10 +1,9 @@
-#include <toolbox/CFDateFormatter.h>
-#include <toolbox/CFLocale.h>
-
 #include "CFSupport.h"
 #include "Faults.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/CFDateFormatter.h>
+#include <toolbox/CFLocale.h>
 #include <unicode/uloc.h>
 
 #include <cstdio>

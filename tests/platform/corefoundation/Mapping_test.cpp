@@ -1,10 +1,9 @@
-#include <toolbox/CFLocale.h>
-#include <toolbox/CFMutableString.h>
-
 #include "CFSupport.h"
 #include "Faults.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/CFLocale.h>
+#include <toolbox/CFMutableString.h>
 #include <unicode/uloc.h>
 
 #include <string>

@@ -1,9 +1,8 @@
-#include <toolbox/CFMutableString.h>
-
 #include "CFSupport.h"
 #include "Faults.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/CFMutableString.h>
 
 #include <limits>
 #include <random>
@@ -129,9 +128,8 @@ TEST(MutableString, InsertAndDelete) {
     EXPECT_EQ(u"0abc4", TextOf(string));
     CFStringDelete(string.get(), CFRangeMake(5, 0));
     for (const CFRange outside : {CFRange{5, 1}, CFRange{-1, 1}, CFRange{0, 6}, CFRange{0, -1},
-                                  CFRange{1, kMaxIndex}, CFRange{kMaxIndex, 1}}) {
+                                  CFRange{1, kMaxIndex}, CFRange{kMaxIndex, 1}})
         CFStringDelete(string.get(), outside);
-    }
     EXPECT_EQ(u"0abc4", TextOf(string));
     CFStringDelete(string.get(), CFRangeMake(0, 5));
     EXPECT_EQ(u"", TextOf(string));

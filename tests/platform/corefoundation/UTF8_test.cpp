@@ -1,6 +1,5 @@
 // The two loops beside ICU's macros, which look at one character at a time.
 #include <corefoundation/UTF8.h>
-
 #include <gtest/gtest.h>
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>

@@ -1,11 +1,10 @@
-#include <toolbox/CFDate.h>
-#include <toolbox/CFUUID.h>
-
 #include "CFSupport.h"
 #include "Faults.h"
 #include "os/SystemCalls_test_access.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/CFDate.h>
+#include <toolbox/CFUUID.h>
 
 #include <cerrno>
 #include <chrono>

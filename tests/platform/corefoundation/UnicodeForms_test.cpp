@@ -1,11 +1,9 @@
 // Every code point, and every byte and pair of bytes, in the forms of Unicode, against the C library's iconv.
-#include <toolbox/CFString.h>
-
 #include "CFSupport.h"
 
 #include <gtest/gtest.h>
-
 #include <iconv.h>
+#include <toolbox/CFString.h>
 
 #include <bit>
 #include <cstring>

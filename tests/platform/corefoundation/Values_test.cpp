@@ -1,13 +1,11 @@
 // Numbers, truth values, data, arrays and dictionaries.
 #include "platform/bundles/BundleMaker.h"
-
 #include "support/FailingNew.h"
 
 #include <corefoundation/CF_test_access.h>
 #include <corefoundation/Values.h>
-#include <os/SystemCalls_test_access.h>
-
 #include <gtest/gtest.h>
+#include <os/SystemCalls_test_access.h>
 
 #include <cmath>
 #include <limits>

@@ -1,8 +1,5 @@
-#include <toolbox/Folders.h>
-
 #include "catalogue/Catalogue.h"
 #include "folders/FolderPlaces.h"
-
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/TemporaryFolder.h"
@@ -12,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <toolbox/Folders.h>
 #include <unistd.h>
 
 #include <cerrno>

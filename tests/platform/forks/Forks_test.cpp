@@ -1,5 +1,10 @@
 #include "forks/Forks.h"
 
+#include "formats/AppleDouble.h"
+#include "os/Replace.h"
+#include "support/FailingCalls.h"
+#include "support/TemporaryFolder.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
@@ -10,11 +15,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-
-#include "support/FailingCalls.h"
-#include "support/TemporaryFolder.h"
-#include "formats/AppleDouble.h"
-#include "os/Replace.h"
 
 namespace {
 
@@ -232,9 +232,9 @@ TEST_F(ForksTest, EveryCallFailsWhileADataForkIsOverwritten) {
 }
 
 // Contents that begin with the place of their text, as one digit.
-constexpr toolbox::os::MovableHead kDigitHead = {
-    1,
-    [](UInt8* ioHead, UInt32 inDistanceBytes) { *ioHead = static_cast<UInt8>(*ioHead + inDistanceBytes); }};
+constexpr toolbox::os::MovableHead kDigitHead = {1, [](UInt8* ioHead, UInt32 inDistanceBytes) {
+                                                     *ioHead = static_cast<UInt8>(*ioHead + inDistanceBytes);
+                                                 }};
 
 std::string TextOfMovable(const std::string& inPath) {
     const std::string contents = Contents(inPath);

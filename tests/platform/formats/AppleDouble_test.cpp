@@ -1,10 +1,10 @@
 #include "formats/AppleDouble.h"
 
+#include "os/BigEndian.h"
+
 #include <gtest/gtest.h>
 
 #include <vector>
-
-#include "os/BigEndian.h"
 
 namespace {
 

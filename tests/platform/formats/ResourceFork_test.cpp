@@ -1,12 +1,12 @@
 #include "formats/ResourceFork.h"
 
+#include "os/BigEndian.h"
+#include "platform/resources/ResourcesTest.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
-
-#include "platform/resources/ResourcesTest.h"
-#include "os/BigEndian.h"
 
 namespace {
 

@@ -1,7 +1,10 @@
 // QuickTime.framework over the toolbox's library, as programs use both.
 
-#include <gtest/gtest.h>
+#include "FrameworkFunctions.h"
+#include "platform/keys/StateFolder.h"
+#include "support/PseudoTerminal.h"
 
+#include <gtest/gtest.h>
 #include <toolbox/AccessKeys.h>
 #include <toolbox/Aliases.h>
 #include <toolbox/Dialogs.h>
@@ -14,10 +17,6 @@
 #include <fstream>
 #include <limits>
 #include <string>
-
-#include "support/PseudoTerminal.h"
-#include "platform/keys/StateFolder.h"
-#include "FrameworkFunctions.h"
 
 namespace {
 

@@ -1,13 +1,12 @@
 // The toolbox as a program in C uses it.
+#include "ToolboxFromC.h"
+
+#include <string.h>
 #include <toolbox/CFString.h>
 #include <toolbox/FixMath.h>
 #include <toolbox/MacMemory.h>
 #include <toolbox/TextEncoding.h>
 #include <toolbox/Timer.h>
-
-#include <string.h>
-
-#include "ToolboxFromC.h"
 
 int CopyThroughHandleFromC(const char* inText, char* outText, int inSize) {
     Handle handle = NULL;

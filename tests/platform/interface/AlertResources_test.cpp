@@ -1,8 +1,8 @@
 #include "interface/AlertResources.h"
 
-#include <gtest/gtest.h>
-
 #include "AlertBytes.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 

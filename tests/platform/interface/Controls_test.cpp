@@ -1,8 +1,7 @@
-#include <toolbox/Controls.h>
+#include "DialogTest.h"
 
 #include <gtest/gtest.h>
-
-#include "DialogTest.h"
+#include <toolbox/Controls.h>
 
 namespace {
 

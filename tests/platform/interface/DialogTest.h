@@ -1,15 +1,15 @@
 // Dialogs of a test's own, from resources in a file of its own.
 #pragma once
 
+#include "AlertBytes.h"
+#include "Pictures.h"
+#include "platform/resources/ResourcesTest.h"
+
 #include <toolbox/Controls.h>
 #include <toolbox/DialogWindows.h>
 #include <toolbox/Resources.h>
 
 #include <string_view>
-
-#include "AlertBytes.h"
-#include "Pictures.h"
-#include "platform/resources/ResourcesTest.h"
 
 namespace test_interface {
 

@@ -1,11 +1,10 @@
-#include <toolbox/DialogWindows.h>
-
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "DialogTest.h"
 #include "support/FailingNew.h"
+
+#include <gtest/gtest.h>
+#include <toolbox/DialogWindows.h>
+
+#include <string>
 
 namespace {
 

@@ -1,13 +1,12 @@
-#include <toolbox/Dialogs.h>
-
-#include <toolbox/Resources.h>
-
-#include <thread>
-
 #include "AlertBytes.h"
 #include "os/SystemCalls_test_access.h"
 #include "platform/resources/ResourcesTest.h"
 #include "support/PseudoTerminal.h"
+
+#include <toolbox/Dialogs.h>
+#include <toolbox/Resources.h>
+
+#include <thread>
 
 namespace {
 

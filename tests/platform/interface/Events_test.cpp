@@ -1,6 +1,5 @@
-#include <toolbox/Events.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/Events.h>
 #include <toolbox/Timer.h>
 
 #include <thread>

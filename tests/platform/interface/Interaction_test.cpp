@@ -1,16 +1,14 @@
-#include <toolbox/Interaction.h>
+#include "support/FailingNew.h"
+#include "support/PseudoTerminal.h"
 
 #include <gtest/gtest.h>
-
 #include <toolbox/Dialogs.h>
+#include <toolbox/Interaction.h>
 
 #include <limits>
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "support/FailingNew.h"
-#include "support/PseudoTerminal.h"
 
 namespace {
 

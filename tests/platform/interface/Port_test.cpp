@@ -1,11 +1,11 @@
 #include "interface/Port.h"
 
+#include "Pictures.h"
+#include "support/FailingNew.h"
+
 #include <gtest/gtest.h>
 
 #include <thread>
-
-#include "Pictures.h"
-#include "support/FailingNew.h"
 
 namespace {
 

@@ -1,10 +1,9 @@
-#include <toolbox/QuickDraw.h>
+#include "Pictures.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/QuickDraw.h>
 
 #include <string>
-
-#include "Pictures.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 #include "interface/Terminal.h"
 
+#include "os/SystemCalls_test_access.h"
+
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cstring>
 #include <string>
-
-#include "os/SystemCalls_test_access.h"
 
 namespace {
 

@@ -1,8 +1,12 @@
 #include "keys/AccessKeyFile.h"
 
-#include <gtest/gtest.h>
+#include "StateFolder.h"
+#include "os/SystemCalls_test_access.h"
+#include "support/FailingCalls.h"
+#include "support/UserDatabase.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -14,11 +18,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "StateFolder.h"
-#include "os/SystemCalls_test_access.h"
-#include "support/FailingCalls.h"
-#include "support/UserDatabase.h"
 
 namespace {
 
@@ -192,11 +191,11 @@ TEST_F(AccessKeyFileTest, SomethingElseInItsPlace) {
 }
 
 TEST_F(AccessKeyFileTest, LargestFile) {
-    const std::size_t room = kMostKeyFileBytes - kFirst.size() - std::string("type=\nend\n").size();
+    const std::size_t room = kMaxKeyFileBytes - kFirst.size() - std::string("type=\nend\n").size();
     EXPECT_EQ(dskFulErr, Add(std::string(room + 1, 'x')));
     EXPECT_EQ("-", mState.Text());
     EXPECT_EQ(noErr, Add(std::string(room, 'x')));
-    EXPECT_EQ(kMostKeyFileBytes, mState.Text().size());
+    EXPECT_EQ(kMaxKeyFileBytes, mState.Text().size());
     EXPECT_EQ(std::string(room, 'x') + ' ', Loaded());
     EXPECT_EQ(dskFulErr, Add(""));
     EXPECT_EQ(noErr, Remove(std::string(room, 'X')));
@@ -206,7 +205,7 @@ TEST_F(AccessKeyFileTest, LargestFile) {
 
 TEST_F(AccessKeyFileTest, MostKeys) {
     std::string text = kFirst;
-    for (std::size_t i = 0; i < AccessKeyList::kMostKeys; ++i)
+    for (std::size_t i = 0; i < AccessKeyList::kMaxKeys; ++i)
         text += "type=" + std::to_string(i) + '\n';
     mState.PutText(text + "end\n");
     EXPECT_EQ(dskFulErr, Add("one more"));

@@ -101,11 +101,11 @@ TEST(AccessKeyList, DamagedText) {
 
 TEST(AccessKeyList, MostKeys) {
     std::string text = "mirtal access keys 1\n";
-    for (std::size_t i = 0; i < AccessKeyList::kMostKeys; ++i)
+    for (std::size_t i = 0; i < AccessKeyList::kMaxKeys; ++i)
         text += "t=" + std::to_string(i) + '\n';
     AccessKeyList keys;
     EXPECT_TRUE(keys.Decode(text + "end\n"));
-    EXPECT_EQ(AccessKeyList::kMostKeys, keys.Count());
+    EXPECT_EQ(AccessKeyList::kMaxKeys, keys.Count());
     EXPECT_FALSE(keys.Decode(text + "t=more\nend\n"));
 }
 

@@ -1,19 +1,17 @@
 // Programs that change system-wide keys at the same time.
 
+#include "StateFolder.h"
 #include "keys/AccessKeyFile.h"
-
-#include <gtest/gtest.h>
+#include "os/SystemCalls_test_access.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <toolbox/MacErrors.h>
 #include <unistd.h>
 
 #include <functional>
 #include <string>
-
-#include "StateFolder.h"
-#include "os/SystemCalls_test_access.h"
 
 namespace {
 

@@ -1,14 +1,14 @@
 // A user's state folder of the test's own, so that nobody's access keys are read or changed.
 #pragma once
 
+#include "support/TemporaryFolder.h"
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <optional>
 #include <string>
-
-#include "support/TemporaryFolder.h"
 
 namespace test_movies {
 

@@ -1,10 +1,8 @@
 // The books when blocks go from thread to thread, threads come and go, and there are more of them than
 // accounts.
-#include <toolbox/MacMemory.h>
-
-#include <memory/Accounts.h>
-
 #include <gtest/gtest.h>
+#include <memory/Accounts.h>
+#include <toolbox/MacMemory.h>
 
 #include <atomic>
 #include <barrier>
@@ -156,8 +154,8 @@ TEST_F(AccountsTest, LimitIsExactForAllThreadsTogether) {
 
 TEST_F(AccountsTest, LimitIsNotPassedWhileOthersDispose) {
     constexpr int kThreads = 8;
-    constexpr UInt64 kMost = 50;
-    const UInt64 limit = GetMemoryInUse() + kMost * 100;
+    constexpr UInt64 kMax = 50;
+    const UInt64 limit = GetMemoryInUse() + kMax * 100;
     SetMemoryLimit(limit);
     std::atomic<UInt64> liveCount{0};
     std::atomic<UInt64> mostSeen{0};
@@ -183,6 +181,6 @@ TEST_F(AccountsTest, LimitIsNotPassedWhileOthersDispose) {
             DisposeHandle(handle);
         }
     });
-    EXPECT_GT(madeCount, kMost);
-    EXPECT_LE(mostSeen, kMost);
+    EXPECT_GT(madeCount, kMax);
+    EXPECT_LE(mostSeen, kMax);
 }

@@ -1,9 +1,7 @@
-#include <toolbox/MacMemory.h>
-
+#include <gtest/gtest.h>
 #include <memory/MacMemory_test_access.h>
 #include <os/SystemCalls_test_access.h>
-
-#include <gtest/gtest.h>
+#include <toolbox/MacMemory.h>
 
 #include <cstdint>
 #include <cstring>

@@ -1,6 +1,7 @@
-#include <toolbox/MacMemory.h>
+#include "support/PageEnd.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/MacMemory.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -8,8 +9,6 @@
 #include <cstring>
 #include <string>
 #include <thread>
-
-#include "support/PageEnd.h"
 
 TEST(Pointer, HasItsSize) {
     const UInt64 before = GetLivePtrCount();

@@ -6,7 +6,6 @@
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-
 #include <unistd.h>
 
 #include <algorithm>

@@ -5,7 +5,6 @@
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
 
 #include <cerrno>

@@ -4,7 +4,6 @@
 #include "support/RunningProgram.h"
 
 #include <gtest/gtest.h>
-
 #include <limits.h>
 
 #include <cerrno>

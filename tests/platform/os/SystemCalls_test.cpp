@@ -1,10 +1,8 @@
 #include "os/SystemCalls_test_access.h"
-
 #include "support/FailingCalls.h"
 
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cerrno>

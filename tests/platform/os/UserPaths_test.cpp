@@ -4,7 +4,6 @@
 #include "support/Variables.h"
 
 #include <gtest/gtest.h>
-
 #include <pwd.h>
 #include <unistd.h>
 

@@ -1,8 +1,8 @@
+#include "places/CatalogueNames.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
-
-#include "places/CatalogueNames.h"
 
 namespace {
 

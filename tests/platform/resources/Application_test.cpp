@@ -1,11 +1,11 @@
 #include "resources/Application.h"
 
-#include <cerrno>
-
 #include "ResourcesTest.h"
 #include "forks/Forks.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
+
+#include <cerrno>
 
 namespace {
 

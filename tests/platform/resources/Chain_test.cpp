@@ -1,10 +1,10 @@
 #include "resources/Chain.h"
 
-#include <thread>
-
 #include "ResourcesTest.h"
 #include "forks/Forks.h"
 #include "support/FailingCalls.h"
+
+#include <thread>
 
 namespace {
 

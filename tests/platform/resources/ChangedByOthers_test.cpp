@@ -1,4 +1,6 @@
 // Resource files that somebody else writes while they are open.
+#include "platform/resources/ResourcesTest.h"
+
 #include <gtest/gtest.h>
 #include <toolbox/MacErrors.h>
 
@@ -7,8 +9,6 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-
-#include "platform/resources/ResourcesTest.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include <cerrno>
-
 #include "ResourcesTest.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
+
+#include <cerrno>
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include <atomic>
-#include <thread>
-
 #include "ResourcesTest.h"
 #include "interface/ResourceBytes.h"
+
+#include <atomic>
+#include <thread>
 
 namespace {
 

@@ -1,6 +1,11 @@
 // Resource files of a test's own, and a chain without an application.
 #pragma once
 
+#include "formats/ResourceFork.h"
+#include "resources/Resources_test_access.h"
+#include "support/RunningProgram.h"
+#include "support/TemporaryFolder.h"
+
 #include <gtest/gtest.h>
 #include <toolbox/Files.h>
 #include <toolbox/MacMemory.h>
@@ -9,11 +14,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "formats/ResourceFork.h"
-#include "resources/Resources_test_access.h"
-#include "support/RunningProgram.h"
-#include "support/TemporaryFolder.h"
 
 namespace test_resources {
 

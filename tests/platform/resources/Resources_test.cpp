@@ -1,12 +1,12 @@
-#include <toolbox/Resources.h>
-
-#include <algorithm>
-#include <ctime>
-
 #include "ResourcesTest.h"
 #include "memory/MacMemory_test_access.h"
 #include "os/BigEndian.h"
 #include "os/SystemCalls_test_access.h"
+
+#include <toolbox/Resources.h>
+
+#include <algorithm>
+#include <ctime>
 
 namespace {
 

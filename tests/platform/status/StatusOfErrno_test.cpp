@@ -1,8 +1,7 @@
 #include "status/StatusOfErrno.h"
 
-#include <toolbox/MacErrors.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
 
 #include <cerrno>
 #include <thread>

@@ -1,8 +1,6 @@
-#include <toolbox/StatusText.h>
-
-#include <toolbox/MacErrors.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
+#include <toolbox/StatusText.h>
 
 #include <string>
 

@@ -1,17 +1,16 @@
-#include <toolbox/Debugger.h>
+#include "os/SystemCalls_test_access.h"
+#include "support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
+#include <toolbox/Debugger.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <string>
-
-#include "os/SystemCalls_test_access.h"
-#include "support/TemporaryFolder.h"
 
 namespace {
 

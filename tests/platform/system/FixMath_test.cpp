@@ -1,13 +1,12 @@
-#include <toolbox/FixMath.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/FixMath.h>
 
 #include <cmath>
 #include <limits>
 
 namespace {
 
-constexpr Fixed kLargest = std::numeric_limits<Fixed>::max();
+constexpr Fixed kMax = std::numeric_limits<Fixed>::max();
 constexpr Fixed kSmallest = std::numeric_limits<Fixed>::min();
 
 }  // namespace
@@ -51,15 +50,15 @@ TEST(FixRatio, RateThatDoesNotFitASignedNumber) {
 }
 
 TEST(FixRatio, ZeroDenominator) {
-    EXPECT_EQ(kLargest, FixRatio(1, 0));
-    EXPECT_EQ(kLargest, FixRatio(32767, 0));
-    EXPECT_EQ(kLargest, FixRatio(0, 0));
+    EXPECT_EQ(kMax, FixRatio(1, 0));
+    EXPECT_EQ(kMax, FixRatio(32767, 0));
+    EXPECT_EQ(kMax, FixRatio(0, 0));
     EXPECT_EQ(kSmallest, FixRatio(-1, 0));
     EXPECT_EQ(kSmallest, FixRatio(-32768, 0));
 }
 
 TEST(FixRatio, QuotientThatDoesNotFit) {
-    EXPECT_EQ(kLargest, FixRatio(-32768, -1));
+    EXPECT_EQ(kMax, FixRatio(-32768, -1));
 }
 
 TEST(FixRatio, EveryDenominatorRoundsToNearest) {
@@ -67,7 +66,7 @@ TEST(FixRatio, EveryDenominatorRoundsToNearest) {
         if (denominator == 0) continue;
         for (const int numerator : {-32768, -12345, -1, 0, 1, 7, 21436, 32767}) {
             const double exact = 65536.0 * numerator / denominator;
-            if (exact > kLargest) continue;
+            if (exact > kMax) continue;
             const Fixed ratio = FixRatio(static_cast<SInt16>(numerator), static_cast<SInt16>(denominator));
             ASSERT_LE(std::abs(ratio - exact), 0.5) << numerator << "/" << denominator;
         }

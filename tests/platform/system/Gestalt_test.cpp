@@ -1,10 +1,9 @@
-#include <toolbox/Gestalt.h>
+#include "os/SystemCalls_test_access.h"
 
 #include <gtest/gtest.h>
 #include <sys/sysinfo.h>
+#include <toolbox/Gestalt.h>
 #include <unistd.h>
-
-#include "os/SystemCalls_test_access.h"
 
 namespace {
 

@@ -1,9 +1,12 @@
-#include <toolbox/Processes.h>
+#include "os/SystemCalls_test_access.h"
+#include "support/RunningProgram.h"
+#include "support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/sysinfo.h>
 #include <toolbox/Files.h>
+#include <toolbox/Processes.h>
 #include <toolbox/Timer.h>
 #include <unistd.h>
 
@@ -11,10 +14,6 @@
 #include <climits>
 #include <filesystem>
 #include <string>
-
-#include "os/SystemCalls_test_access.h"
-#include "support/RunningProgram.h"
-#include "support/TemporaryFolder.h"
 
 namespace {
 

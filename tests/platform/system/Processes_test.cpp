@@ -1,12 +1,11 @@
-#include <toolbox/Processes.h>
+#include "platform/resources/ResourcesTest.h"
 
+#include <toolbox/Processes.h>
 #include <toolbox/Resources.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
-
-#include "platform/resources/ResourcesTest.h"
 
 namespace {
 

@@ -1,11 +1,10 @@
-#include <toolbox/Timer.h>
+#include "os/SystemCalls_test_access.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/Timer.h>
 
 #include <chrono>
 #include <thread>
-
-#include "os/SystemCalls_test_access.h"
 
 namespace {
 

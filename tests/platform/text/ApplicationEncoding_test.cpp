@@ -1,17 +1,15 @@
-#include <toolbox/CFStringEncodings.h>
-#include <toolbox/TextEncoding.h>
-
 #include "forks/Forks.h"
 #include "platform/resources/ResourcesTest.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/TemporaryFolder.h"
 
-#include <text/Regions.h>
-#include <text/Text_test_access.h>
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <text/Regions.h>
+#include <text/Text_test_access.h>
+#include <toolbox/CFStringEncodings.h>
+#include <toolbox/TextEncoding.h>
 
 #include <cerrno>
 #include <filesystem>

@@ -1,12 +1,10 @@
-#include <toolbox/MacErrors.h>
-#include <toolbox/UnicodeUtilities.h>
-
-#include <text/Text_test_access.h>
-
 #include "support/Countdown.h"
 #include "support/FailingNew.h"
 
 #include <gtest/gtest.h>
+#include <text/Text_test_access.h>
+#include <toolbox/MacErrors.h>
+#include <toolbox/UnicodeUtilities.h>
 
 #include <algorithm>
 #include <iterator>

@@ -1,6 +1,5 @@
-#include <toolbox/Script.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/Script.h>
 
 #include <cstdlib>
 #include <string>

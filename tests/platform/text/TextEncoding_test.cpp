@@ -1,8 +1,7 @@
+#include <gtest/gtest.h>
 #include <toolbox/CFStringEncodings.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/TextEncoding.h>
-
-#include <gtest/gtest.h>
 
 #include <cstring>
 #include <limits>

@@ -1,6 +1,5 @@
-#include <toolbox/TextUtils.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/TextUtils.h>
 #include <unicode/uchar.h>
 #include <unicode/ucnv.h>
 

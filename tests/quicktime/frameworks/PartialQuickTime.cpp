@@ -53,7 +53,7 @@ EXPORTED OSStatus QTGetMovieProperty(Movie, OSType, OSType, ByteCount inSize, vo
 }
 #endif
 #ifndef LACKS_QTSetMovieProperty
-EXPORTED OSStatus QTSetMovieProperty(Movie, OSType, OSType, ByteCount, void const*) {
+EXPORTED OSStatus QTSetMovieProperty(Movie, OSType, OSType, ByteCount, const void*) {
     return -1003;
 }
 #endif
@@ -70,7 +70,7 @@ EXPORTED OSStatus QTGetProcessProperty(OSType, OSType, ByteCount inSize, void* o
 }
 #endif
 #ifndef LACKS_QTSetProcessProperty
-EXPORTED OSStatus QTSetProcessProperty(OSType, OSType, ByteCount, void const*) {
+EXPORTED OSStatus QTSetProcessProperty(OSType, OSType, ByteCount, const void*) {
     return -1006;
 }
 #endif

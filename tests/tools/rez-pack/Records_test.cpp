@@ -1,12 +1,13 @@
 // Descriptions of resources, and their bytes.
+#include "Records.h"
+
+#include "Descriptions.h"
+#include "Forms.h"
+
 #include <gtest/gtest.h>
 #include <toolbox/Resources.h>
 
 #include <random>
-
-#include "Descriptions.h"
-#include "Forms.h"
-#include "Records.h"
 
 namespace {
 

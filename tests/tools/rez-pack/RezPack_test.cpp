@@ -1,25 +1,24 @@
 // The resource packer: the files that it writes, and the command as its users run it.
-#include <gtest/gtest.h>
-
-#include <signal.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <toolbox/Resources.h>
-#include <unistd.h>
-#include <regex>
-#include <set>
-
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
 #include "Descriptions.h"
 #include "Failure.h"
 #include "Files.h"
 #include "Records.h"
 #include "support/FailingNew.h"
 #include "support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <toolbox/Resources.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Between Core Foundation strings and UTF-8 in std::string. Functions may throw std::bad_alloc.
 #pragma once
 
-#include <toolbox/CFString.h>
-
 #include "corefoundation/Owned.h"
+
+#include <toolbox/CFString.h>
 
 #include <new>
 #include <string>

@@ -1,12 +1,12 @@
 // The values of property lists, as they are made. All answer null when memory is short.
 #pragma once
 
+#include "corefoundation/Owned.h"
+
 #include <toolbox/CFArray.h>
 #include <toolbox/CFData.h>
 #include <toolbox/CFDictionary.h>
 #include <toolbox/CFNumber.h>
-
-#include "corefoundation/Owned.h"
 
 #include <span>
 

@@ -33,7 +33,7 @@ namespace toolbox::resources {
 constexpr std::size_t kForkHeaderBytes = 16;
 constexpr std::size_t kLengthBytes = 4;  // before each resource's data
 // Offsets of 16 bits and 65,536 references reach no further into a map.
-constexpr UInt32 kMostMapBytes = 0x100000;
+constexpr UInt32 kMaxMapBytes = 0x100000;
 
 struct ForkHeader {
     UInt32 dataOffset = 0;
@@ -78,7 +78,7 @@ template <typename Source>
                               std::vector<Reference>& outReferences) {
     int error = ReadForkHeader(inFork, outHeader);
     if (error != 0) return error;
-    std::vector<UInt8> map(std::min(outHeader.mapBytes, kMostMapBytes));
+    std::vector<UInt8> map(std::min(outHeader.mapBytes, kMaxMapBytes));
     error = inFork.Read(outHeader.mapOffset, map.data(), map.size());
     if (error != 0) return error;
     return DecodeMap(map, outFileAttributes, outReferences) ? 0 : EBADMSG;

@@ -10,7 +10,7 @@
 
 namespace toolbox::movies {
 
-constexpr std::size_t kMostKeyFileBytes = std::size_t{1} << 20;
+constexpr std::size_t kMaxKeyFileBytes = std::size_t{1} << 20;
 
 enum class KeyChange { kAdd, kRemove };
 

@@ -16,7 +16,7 @@ struct AccessKey {
 
 class AccessKeyList {
   public:
-    static constexpr std::size_t kMostKeys = 5000;
+    static constexpr std::size_t kMaxKeys = 5000;
 
     bool Contains(const AccessKey& inKey) const;
     void Add(AccessKey inKey) { mKeys.push_back(std::move(inKey)); }  // throws std::bad_alloc
@@ -28,7 +28,7 @@ class AccessKeyList {
 
     std::string Encode() const;  // throws std::bad_alloc
     // False, with the list unspecified, when inText is nothing that Encode gives, letter case of hexadecimal
-    // digits aside, or has more than kMostKeys. Throws std::bad_alloc.
+    // digits aside, or has more than kMaxKeys. Throws std::bad_alloc.
     bool Decode(std::string_view inText);
 
   private:

@@ -1,10 +1,9 @@
 // Open files: who owns them, and reading and writing until all is done. Functions answer 0 or an errno.
 #pragma once
 
-#include <toolbox/MacTypes.h>
-
 #include <fcntl.h>
 #include <sys/types.h>
+#include <toolbox/MacTypes.h>
 
 #include <cstddef>
 #include <span>

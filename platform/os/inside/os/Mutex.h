@@ -1,5 +1,5 @@
-// A mutex whose use the compiler verifies: Clang refuses code that touches what a mutex guards without holding it. In
-// builds with assertions it also knows its holder.
+// A mutex whose use the compiler verifies: Clang refuses code that touches what a mutex guards without
+// holding it. In builds with assertions it also knows its holder.
 //
 //   GUARDED_BY(mutex)   behind a variable or member: touched by whoever holds the mutex only
 //   NEEDS_LOCK(mutex)   behind a function: its callers hold the mutex
@@ -26,8 +26,8 @@
 
 namespace toolbox::os {
 
-// Not recursive. Constant-initialised and never destroyed with effect, so that it may be used while the program
-// begins and ends.
+// Not recursive. Constant-initialised and never destroyed with effect, so that it may be used while the
+// program begins and ends.
 class LOCK_ATTRIBUTE(capability("mutex")) Mutex {
   public:
     constexpr Mutex() = default;
@@ -43,8 +43,8 @@ class LOCK_ATTRIBUTE(capability("mutex")) Mutex {
         ForgetHolder();
         mMutex.unlock();
     }
-    // For functions that the compiler cannot follow: the caller says that this thread holds the mutex, and builds with
-    // assertions end when it does not.
+    // For functions that the compiler cannot follow: the caller says that this thread holds the mutex, and
+    // builds with assertions end when it does not.
     void AssertHeld() const LOCK_ATTRIBUTE(assert_capability(this)) { assert(IsHeldHere()); }
 
   private:
@@ -53,9 +53,15 @@ class LOCK_ATTRIBUTE(capability("mutex")) Mutex {
     void ForgetHolder() {}
 #else
     // Nobody is 0, which no thread of the system is.
-    void SetHolder() { mHolder.store(pthread_self(), std::memory_order_relaxed); }
-    void ForgetHolder() { mHolder.store(0, std::memory_order_relaxed); }
-    bool IsHeldHere() const { return mHolder.load(std::memory_order_relaxed) == pthread_self(); }
+    void SetHolder() {
+        mHolder.store(pthread_self(), std::memory_order_relaxed);
+    }
+    void ForgetHolder() {
+        mHolder.store(0, std::memory_order_relaxed);
+    }
+    bool IsHeldHere() const {
+        return mHolder.load(std::memory_order_relaxed) == pthread_self();
+    }
     std::atomic<pthread_t> mHolder{0};
 #endif
     std::mutex mMutex;

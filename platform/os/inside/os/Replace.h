@@ -17,7 +17,7 @@ namespace toolbox::os {
 // The first bytes of contents that tell where the others lie, so that these can lie elsewhere for a while.
 struct MovableHead {
     // Few, so that the system writes them at once; 0: nothing can be moved.
-    static constexpr std::size_t kMostBytes = 64;
+    static constexpr std::size_t kMaxBytes = 64;
     std::size_t byteCount = 0;
     // Makes them tell of the others inDistanceBytes further on.
     void (*move)(UInt8* ioHead, UInt32 inDistanceBytes) = nullptr;

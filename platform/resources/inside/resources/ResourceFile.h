@@ -3,9 +3,8 @@
 // but for data read meanwhile.
 #pragma once
 
-#include "formats/ResourceFork.h"
-
 #include "forks/Forks.h"
+#include "formats/ResourceFork.h"
 
 #include <toolbox/Files.h>
 #include <toolbox/MacTypes.h>

@@ -1,7 +1,6 @@
 #include <aac/AACConfig.h>
-#include <toolbox/MacErrors.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
 
 #include <cstring>
 #include <vector>

@@ -1,11 +1,9 @@
+#include "fakes/AACEncoder.h"
 #include "platform/movies/mpeg4/MPEG4Import.h"
 
-#include "fakes/AACEncoder.h"
-
 #include <aac/AACProbe.h>
-#include <toolbox/MacErrors.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
 
 namespace toolbox::movies {
 namespace {

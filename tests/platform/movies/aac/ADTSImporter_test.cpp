@@ -1,8 +1,8 @@
+#include "decoder/SoundDecoder.h"
 #include "fakes/AACEncoder.h"
 #include "fakes/ADTSWriter.h"
 #include "fakes/MemoryFile.h"
 #include "track/MovieImporter.h"
-#include "decoder/SoundDecoder.h"
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -107,9 +107,8 @@ TEST(ADTSImporter, DeclinesWithoutAWord) {
 TEST(ADTSImporter, OrdinaryFile) {
     const EncodedSound sound = Encode(44100, 2, 44100);
     ADTSWriter writer;
-    for (const auto& packet : sound.packets) {
+    for (const auto& packet : sound.packets)
         writer.Frame(FrameOf(packet, 4, 2));
-    }
     const Imported imported = Import(writer);
     ASSERT_EQ(noErr, imported.status);
     EXPECT_EQ("ADTS", imported.movie.containerName);
@@ -140,9 +139,8 @@ TEST(ADTSImporter, EveryRateAndChannelConfiguration) {
         for (const std::uint8_t channels : {1, 2, 6}) {
             const EncodedSound sound = Encode(kRates[index], channels, 5000);
             ADTSWriter writer;
-            for (const auto& packet : sound.packets) {
+            for (const auto& packet : sound.packets)
                 writer.Frame(FrameOf(packet, index, channels));
-            }
             const Imported imported = Import(writer);
             ASSERT_EQ(noErr, imported.status);
             const SoundTrack& track = imported.Sound();
@@ -241,9 +239,8 @@ std::vector<std::uint8_t> WithChannelsTold(const std::vector<std::uint8_t>& inPa
                                            std::uint32_t inRateIndex) {
     std::vector<bool> bits;
     const auto append = [&bits](std::uint32_t inValue, int inCount) {
-        for (int bit = inCount - 1; bit >= 0; --bit) {
+        for (int bit = inCount - 1; bit >= 0; --bit)
             bits.push_back((inValue >> bit & 1) != 0);
-        }
     };
     append(5, 3);  // program config element
     append(0, 4);
@@ -255,26 +252,22 @@ std::vector<std::uint8_t> WithChannelsTold(const std::vector<std::uint8_t>& inPa
     append(0, 3);  // no mixdowns
     append(0, 1);  // the front element is one channel
     append(0, 4);
-    while (bits.size() % 8 != 0) {
+    while (bits.size() % 8 != 0)
         bits.push_back(false);
-    }
     append(0, 8);  // no comment
-    for (const std::uint8_t byte : inPacket) {
+    for (const std::uint8_t byte : inPacket)
         append(byte, 8);
-    }
     std::vector<std::uint8_t> result(bits.size() / 8);
-    for (std::size_t bit = 0; bit < bits.size(); ++bit) {
+    for (std::size_t bit = 0; bit < bits.size(); ++bit)
         result[bit / 8] = static_cast<std::uint8_t>(result[bit / 8] << 1 | (bits[bit] ? 1 : 0));
-    }
     return result;
 }
 
 TEST(ADTSImporter, ChannelsToldByAnElement) {
     const EncodedSound sound = Encode(44100, 1, 5000);
     ADTSWriter writer;
-    for (const auto& packet : sound.packets) {
+    for (const auto& packet : sound.packets)
         writer.Frame(FrameOf(WithChannelsTold(packet, 4), 4, 0));
-    }
     const Imported imported = Import(writer);
     ASSERT_EQ(noErr, imported.status);
     const SoundTrack& track = imported.Sound();

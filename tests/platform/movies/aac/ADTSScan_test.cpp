@@ -139,12 +139,8 @@ TEST(ADTSScan, TagsAtTheEnd) {
     for (int tags = 1; tags < 4; ++tags) {
         ADTSWriter writer;
         writer.Dummy(20);
-        if ((tags & 1) != 0) {
-            writer.APE(50);
-        }
-        if ((tags & 2) != 0) {
-            writer.ID3v1();
-        }
+        if ((tags & 1) != 0) writer.APE(50);
+        if ((tags & 2) != 0) writer.ID3v1();
         const Scanned scanned = Scan(writer);
         EXPECT_THAT(scanned.Packets(), ElementsAre(Pair(7, 20))) << tags;
         EXPECT_EQ(0u, scanned.frames.skippedByteCount) << tags;
@@ -274,20 +270,17 @@ TEST(ADTSScan, FramesInsideOtherContainersAreNotOurs) {
 
 TEST(ADTSScan, OtherAudioIsNotOurs) {
     std::string layer3;
-    for (int frame = 0; frame < 20; ++frame) {
+    for (int frame = 0; frame < 20; ++frame)
         layer3 += std::string("\xFF\xFB\x90\x64", 4) + std::string(413, '\0');
-    }
     EXPECT_EQ(cantFindHandler, Scan(layer3).status);
     std::string multiplex;
-    for (int frame = 0; frame < 20; ++frame) {
+    for (int frame = 0; frame < 20; ++frame)
         multiplex += std::string("\x56\xE0\x64", 3) + std::string(100, '\x55');
-    }
     EXPECT_EQ(cantFindHandler, Scan(multiplex).status);
     std::mt19937 random(7);
     std::string noise;
-    for (int byte = 0; byte < 100000; ++byte) {
+    for (int byte = 0; byte < 100000; ++byte)
         noise.push_back(static_cast<char>(random()));
-    }
     EXPECT_EQ(cantFindHandler, Scan(noise).status);
 }
 
@@ -358,9 +351,8 @@ TEST(ADTSScan, ChangeOfFormatNeedsConfirmation) {
 
 TEST(ADTSScan, TooManyChangesAreRefused) {
     ADTSWriter writer;
-    for (int change = 0; change <= 1 << 18; ++change) {
+    for (int change = 0; change <= 1 << 18; ++change)
         writer.Dummies(2, 1, Of(change % 2 == 0 ? 3 : 4));
-    }
     EXPECT_EQ(invalidMovie, Scan(writer).status);
 }
 

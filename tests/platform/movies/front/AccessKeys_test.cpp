@@ -1,17 +1,16 @@
-#include <toolbox/AccessKeys.h>
+#include "keys/AccessKeyList.h"
+#include "keys/ProcessKeys.h"
+#include "platform/keys/StateFolder.h"
+#include "support/FailingNew.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/AccessKeys.h>
 
 #include <cstring>
 #include <functional>
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "support/FailingNew.h"
-#include "platform/keys/StateFolder.h"
-#include "keys/AccessKeyList.h"
-#include "keys/ProcessKeys.h"
 
 namespace {
 
@@ -212,7 +211,7 @@ TEST_F(AccessKeysOfTheProcess, LeaveNoFile) {
 TEST_F(AccessKeysOfTheProcess, AreSoMany) {
     using toolbox::movies::ChangeProcessKeys;
     using toolbox::movies::KeyChange;
-    const std::size_t most = toolbox::movies::AccessKeyList::kMostKeys;
+    const std::size_t most = toolbox::movies::AccessKeyList::kMaxKeys;
     for (std::size_t i = 0; i < most; ++i)
         ASSERT_EQ(noErr, ChangeProcessKeys(KeyChange::kAdd, {"many", std::to_string(i)}));
     EXPECT_EQ(memFullErr, Register("Type", "one more", 0));

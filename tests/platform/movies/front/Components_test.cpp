@@ -1,8 +1,7 @@
+#include <gtest/gtest.h>
 #include <movies/front/Movies_test_access.h>
 #include <toolbox/Components.h>
 #include <toolbox/MacErrors.h>
-
-#include <gtest/gtest.h>
 
 #include <vector>
 

@@ -64,9 +64,7 @@ const Sample kSamples[] = {
 INSTANTIATE_TEST_SUITE_P(All, ImporterCorpus, testing::ValuesIn(kSamples), [](const auto& inInfo) {
     std::string name = inInfo.param.file;
     for (char& character : name) {
-        if (!isalnum(static_cast<unsigned char>(character))) {
-            character = '_';
-        }
+        if (!isalnum(static_cast<unsigned char>(character))) character = '_';
     }
     return name;
 });

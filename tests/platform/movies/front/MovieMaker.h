@@ -1,9 +1,9 @@
 // Movies opened from an alias like any other, with contents of the test's choice.
 #pragma once
 
-#include "support/TemporaryFolder.h"
 #include "fakes/MemorySound.h"
 #include "fakes/ScriptedImporters.h"
+#include "support/TemporaryFolder.h"
 
 #include <toolbox/Aliases.h>
 #include <toolbox/Movies.h>
@@ -32,9 +32,8 @@ class FileAlias {
         FSRef item;
         AliasHandle alias = nullptr;
         if (FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath.c_str()), &item, nullptr) != noErr ||
-            FSNewAliasMinimal(&item, &alias) != noErr) {
+            FSNewAliasMinimal(&item, &alias) != noErr)
             throw std::runtime_error("no alias");
-        }
         return reinterpret_cast<Handle>(alias);
     }
 
@@ -77,9 +76,8 @@ class OpenedMovie {
         Script(std::move(inTracks), inTimeScale);
         const FileAlias alias;
         if (NewMovieFromDataRef(&mMovie, newMovieDontAskUnresolvedDataRefs, nullptr, alias.Get(),
-                                rAliasType) != noErr) {
+                                rAliasType) != noErr)
             throw std::runtime_error("no movie");
-        }
     }
     explicit OpenedMovie(mirtal::fakes::MemorySound inSound) : OpenedMovie(One(std::move(inSound))) {}
     ~OpenedMovie() { DisposeMovie(mMovie); }

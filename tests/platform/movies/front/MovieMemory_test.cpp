@@ -1,14 +1,13 @@
 // Every allocation between opening a movie and closing its exporter fails once.
 
-#include "support/FailingMemory.h"
 #include "MovieMaker.h"
 #include "fakes/AnyEncoder.h"
+#include "support/FailingMemory.h"
 
+#include <gtest/gtest.h>
 #include <movies/front/Movies_test_access.h>
 #include <render/SoundRenderer.h>
 #include <toolbox/SoundReport.h>
-
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <functional>
@@ -58,9 +57,8 @@ void Convert(Handle inAlias, Handle inDescription, Result& outResult) {
     }
     if (outResult.status == noErr)
         outResult.status = MovieExportSetSampleDescription(exporter, inDescription, SoundMediaType);
-    for (TimeValue start = 0; outResult.status == noErr && start < 6000; start += 3000) {
+    for (TimeValue start = 0; outResult.status == noErr && start < 6000; start += 3000)
         outResult.status = MovieExportToHandle(exporter, block, movie, nullptr, start, 3000);
-    }
     if (outResult.status == noErr) {
         MovieSoundReport report;
         outResult.status = GetMovieSoundReport(movie, &report);
@@ -174,9 +172,8 @@ class BlockPackets final : public toolbox::movies::PacketStore {
             mByteCount += packet.size();
         }
         mBlock = av_buffer_allocz(mByteCount + AV_INPUT_BUFFER_PADDING_SIZE);
-        for (std::size_t i = 0; i < inPackets.size(); ++i) {
+        for (std::size_t i = 0; i < inPackets.size(); ++i)
             std::copy(inPackets[i].begin(), inPackets[i].end(), mBlock->data + mPlaces[i].first);
-        }
     }
     ~BlockPackets() override { av_buffer_unref(&mBlock); }
 

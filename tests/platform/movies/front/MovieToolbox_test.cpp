@@ -2,8 +2,12 @@
 
 #include "movies/front/MovieToolbox.h"
 
-#include <gtest/gtest.h>
+#include "keys/AccessKeyFile.h"
+#include "keys/ProcessKeys.h"
+#include "platform/keys/StateFolder.h"
+#include "support/FailingNew.h"
 
+#include <gtest/gtest.h>
 #include <toolbox/AccessKeys.h>
 #include <toolbox/Movies.h>
 #include <toolbox/SoundArchitecture.h>
@@ -11,11 +15,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "support/FailingNew.h"
-#include "platform/keys/StateFolder.h"
-#include "keys/AccessKeyFile.h"
-#include "keys/ProcessKeys.h"
 
 namespace {
 

@@ -1,15 +1,13 @@
-#include <toolbox/Movies.h>
-
 #include "MovieMaker.h"
 
+#include <gtest/gtest.h>
 #include <movies/front/Movies_test_access.h>
 #include <os/SystemCalls_test_access.h>
 #include <toolbox/MovieOpening.h>
+#include <toolbox/Movies.h>
 #include <toolbox/SoundReport.h>
 #include <toolbox/SoundTracks.h>
 #include <toolbox/StatusText.h>
-
-#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <new>
@@ -121,16 +119,16 @@ TEST_F(OpeningAMovie, ASuccessForgetsTheLastProblem) {
 }
 
 TEST_F(OpeningAMovie, ALengthThatCannotBeCountedInBytesIsDamage) {
-    constexpr std::int64_t kMostFrames = (INT64_MAX - 80) / 4;
+    constexpr std::int64_t kMaxFrames = (INT64_MAX - 80) / 4;
     const auto opens = [this](std::int64_t inFrames) {
         test_movies::Script(Tracks(PictureTrack(inFrames, 44100)));
         const OSErr status = Open();
         DisposeMovie(mMovie);
         return status;
     };
-    EXPECT_EQ(noErr, opens(kMostFrames));
+    EXPECT_EQ(noErr, opens(kMaxFrames));
     EXPECT_STREQ("", GetMovieOpenErrorText());
-    EXPECT_EQ(invalidMovie, opens(kMostFrames + 1));
+    EXPECT_EQ(invalidMovie, opens(kMaxFrames + 1));
     EXPECT_STREQ("the file claims a length beyond reason", GetMovieOpenErrorText());
     EXPECT_EQ(invalidMovie, opens(INT64_MAX));
 }

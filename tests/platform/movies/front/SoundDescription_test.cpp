@@ -1,6 +1,5 @@
-#include <movies/front/SoundDescription.h>
-
 #include <gtest/gtest.h>
+#include <movies/front/SoundDescription.h>
 
 #include <cstdint>
 #include <vector>

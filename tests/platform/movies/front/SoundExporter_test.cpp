@@ -1,10 +1,9 @@
 #include "MovieMaker.h"
 
+#include <gtest/gtest.h>
 #include <movies/front/Movies_test_access.h>
 #include <toolbox/Movies.h>
 #include <toolbox/SoundReport.h>
-
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <functional>

@@ -1,6 +1,5 @@
-#include <movies/front/SoundResource.h>
-
 #include <gtest/gtest.h>
+#include <movies/front/SoundResource.h>
 
 #include <cstdint>
 #include <vector>
@@ -21,19 +20,19 @@ std::vector<std::uint8_t> Head(std::uint32_t inRateHz, std::uint32_t inFrameCoun
 
 TEST(SoundResource, EveryByteOfTheHead) {
     const std::vector<std::uint8_t> expected = {
-        0,    1,    0,    1,    0,   5,   0,   0,   0,    0xC0,  // format 1, one data format: sampled sound,
-                                                                 // stereo
-        0,    1,    0x80, 0x51, 0,   0,   0,   0,   0,    20,    // one command: buffer at offset 20
-        0,    0,    0,    0,    0,   0,   0,   2,   0xAC, 0x44, 0,
-        0,                                                     // no pointer, 2 channels, 44100.0
-        0,    0,    0,    0,    0,   0,   0,   0,   0xFE, 60,  // no loop, compressed header, middle C
-        0,    1,    0,    2,                                   // 65538 frames
-        0x40, 0x0E, 0xAC, 0x44, 0,   0,   0,   0,   0,    0,   // 44100 as an extended
-        0,    0,    0,    0,    't', 'w', 'o', 's', 0,    0,    0,
+        0, 1, 0, 1, 0, 5, 0, 0, 0, 0xC0,      // format 1, one data format: sampled sound,
+                                              // stereo
+        0, 1, 0x80, 0x51, 0, 0, 0, 0, 0, 20,  // one command: buffer at offset 20
+        0, 0, 0, 0, 0, 0, 0, 2, 0xAC, 0x44, 0,
+        0,                                         // no pointer, 2 channels, 44100.0
+        0, 0, 0, 0, 0, 0, 0, 0, 0xFE, 60,          // no loop, compressed header, middle C
+        0, 1, 0, 2,                                // 65538 frames
+        0x40, 0x0E, 0xAC, 0x44, 0, 0, 0, 0, 0, 0,  // 44100 as an extended
+        0, 0, 0, 0, 't', 'w', 'o', 's', 0, 0, 0,
         0,  // no markers, format
-        0,    0,    0,    0,    0,   0,   0,   0,   0xFF, 0xFF, 0,
-        0,                      // no state, the format tells the compression
-        0,    0,    0,    16};  // no synthesiser, 16 bits
+        0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0,
+        0,             // no state, the format tells the compression
+        0, 0, 0, 16};  // no synthesiser, 16 bits
     EXPECT_EQ(expected, Head(44100, 65538));
 }
 

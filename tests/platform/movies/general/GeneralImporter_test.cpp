@@ -1,6 +1,5 @@
 // The general importer over files that the ffmpeg command makes while the test runs.
 #include "GeneralImports.h"
-
 #include "decoder/SoundDecoder.h"
 #include "fakes/MemoryFile.h"
 #include "general/Component.h"
@@ -49,9 +48,8 @@ std::vector<std::int64_t> AnnouncedFrames(const SoundTrack& inTrack) {
     const PacketSpan& span = inTrack.spans.at(0);
     std::size_t run = 0;
     for (std::uint32_t packet = 0; packet < span.packetCount; ++packet) {
-        while (run + 1 < span.durations.size() && span.durations[run + 1].firstPacket <= packet) {
+        while (run + 1 < span.durations.size() && span.durations[run + 1].firstPacket <= packet)
             ++run;
-        }
         frames.push_back(span.durations[run].framesPerPacket);
     }
     return frames;
@@ -493,16 +491,13 @@ TEST(GeneralImporter, CorruptFilesNeverBreakIt) {
                 damaged[(state >> 8) % damaged.size()] = static_cast<char>(state >> 24);
             }
             const Imported imported = Import(damaged);
-            if (imported.status != noErr) {
-                continue;
-            }
+            if (imported.status != noErr) continue;
             ASSERT_FALSE(imported.movie.tracks.empty());
             if (imported.movie.tracks[0].sound != nullptr) {
                 EXPECT_GT(imported.Sound().SampleRateHz(), 0u);
                 std::int64_t announced = 0;
-                for (const std::int64_t frames : AnnouncedFrames(imported.Sound())) {
+                for (const std::int64_t frames : AnnouncedFrames(imported.Sound()))
                     announced += frames;
-                }
                 EXPECT_EQ(imported.Sound().spans[0].frameCount, announced);
                 EXPECT_LE(imported.Sound().FrameCount(), announced);
             }
@@ -572,9 +567,8 @@ TEST_F(GeneralImporterLoading, FirstImportsRace) {
     for (std::size_t index = 0; index < frames.size(); ++index) {
         threads.emplace_back([&, index] { frames[index] = Import(bytes).Sound().FrameCount(); });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(std::vector<std::int64_t>(4, 4800), frames);
 }
 

@@ -10,9 +10,8 @@ using Edits = std::vector<std::pair<std::int64_t, std::int64_t>>;  // media star
 
 Edits EditsOf(const SoundTrack& inTrack) {
     Edits edits;
-    for (const Edit& edit : inTrack.edits) {
+    for (const Edit& edit : inTrack.edits)
         edits.emplace_back(edit.mediaStart, edit.frameCount);
-    }
     return edits;
 }
 
@@ -81,9 +80,8 @@ TEST(KeptRanges, AllTrimmed) {
 
 TEST(KeptRanges, ThousandsOfTrimsAreNotFollowed) {
     KeptRanges ranges;
-    for (int packet = 0; packet < 10000; ++packet) {
+    for (int packet = 0; packet < 10000; ++packet)
         ranges.Add(10, 1, 1);
-    }
     SoundTrack track;
     ranges.Describe(track);
     EXPECT_EQ(4096u, track.edits.size());

@@ -1,6 +1,5 @@
 // How much of a file the general importer looks at, and that it stops when it is told to.
 #include "GeneralImports.h"
-
 #include "os/SystemCalls_test_access.h"
 
 #include <gtest/gtest.h>

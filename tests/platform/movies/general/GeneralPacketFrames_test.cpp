@@ -21,9 +21,7 @@ std::int64_t FramesOf(AVCodecID inCodec, std::initializer_list<int> inBytes,
     av_channel_layout_default(&parameters->ch_layout, 2);
     const auto frames = PacketFrames::New(*parameters, inDecodedFrames);
     avcodec_parameters_free(&parameters);
-    if (frames == nullptr) {
-        return -2;
-    }
+    if (frames == nullptr) return -2;
     const std::vector<std::uint8_t> bytes(inBytes.begin(), inBytes.end());
     return frames->Next(bytes.data(), bytes.size());
 }

@@ -1,8 +1,7 @@
 // Where the sound lies that the general importer presents: what codecs and muxers add before and behind it is
 // left out, in every release of the libraries beneath.
-#include "GeneralImports.h"
-
 #include "../render/Rendering.h"
+#include "GeneralImports.h"
 #include "fakes/MatroskaWriter.h"
 
 #include <gtest/gtest.h>
@@ -31,9 +30,8 @@ Samples Rendered(Imported inImported) {
 
 double Energy(const Samples& inSamples) {
     double energy = 0;
-    for (const std::int16_t sample : inSamples) {
+    for (const std::int16_t sample : inSamples)
         energy += static_cast<double>(sample) * sample;
-    }
     return energy;
 }
 
@@ -42,9 +40,8 @@ double Energy(const Samples& inSamples) {
 double Distance(const Samples& inCoded, const Samples& inOriginal) {
     EXPECT_EQ(inOriginal.size(), inCoded.size());
     Samples difference;
-    for (std::size_t index = 0; index < std::min(inCoded.size(), inOriginal.size()); ++index) {
+    for (std::size_t index = 0; index < std::min(inCoded.size(), inOriginal.size()); ++index)
         difference.push_back(static_cast<std::int16_t>(inCoded[index] - inOriginal[index]));
-    }
     return std::sqrt(Energy(difference) / Energy(inOriginal));
 }
 constexpr double kFarthest = 0.1;
@@ -61,9 +58,8 @@ Samples Original(const SoundToEncode& inSound) {
     Samples samples;
     const auto planes = mirtal::fakes::MakeSound(inSound);
     for (std::size_t frame = 0; frame < inSound.frameCount; ++frame) {
-        for (const std::vector<float>& plane : planes) {
+        for (const std::vector<float>& plane : planes)
             samples.push_back(static_cast<std::int16_t>(std::lrint(plane[frame] * 32767)));
-        }
     }
     return samples;
 }

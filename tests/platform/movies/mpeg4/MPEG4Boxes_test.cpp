@@ -1,10 +1,8 @@
 #include "MPEG4Import.h"
 
+#include <gtest/gtest.h>
 #include <movies/mpeg4/MPEG4Boxes.h>
 #include <toolbox/MacErrors.h>
-
-#include <gtest/gtest.h>
-
 #include <unistd.h>
 
 #include <cstring>
@@ -124,8 +122,8 @@ TEST(MPEG4Boxes, LooksOnlyAtWhatIsThere) {
     EXPECT_NE(nullptr, boxes.At(0, 100));
     EXPECT_NE(nullptr, boxes.At(99999, 1));
     EXPECT_NE(nullptr, boxes.At(100000, 0));
-    EXPECT_NE(nullptr, boxes.At(5, BoxFile::kLargestLook));
-    EXPECT_EQ(nullptr, boxes.At(5, BoxFile::kLargestLook + 1));
+    EXPECT_NE(nullptr, boxes.At(5, BoxFile::kMaxLookBytes));
+    EXPECT_EQ(nullptr, boxes.At(5, BoxFile::kMaxLookBytes + 1));
     EXPECT_EQ(nullptr, boxes.At(99999, 2));
     EXPECT_EQ(nullptr, boxes.At(100001, 0));
     EXPECT_EQ(nullptr, boxes.At(-1, 1));

@@ -3,10 +3,9 @@
 // down.
 #include "MPEG4Import.h"
 
+#include <gtest/gtest.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/SoundReport.h>
-
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fstream>

@@ -1,8 +1,7 @@
 #include "fakes/MP4Writer.h"
 
-#include <movies/mpeg4/MPEG4Descriptors.h>
-
 #include <gtest/gtest.h>
+#include <movies/mpeg4/MPEG4Descriptors.h>
 
 namespace toolbox::movies {
 namespace {

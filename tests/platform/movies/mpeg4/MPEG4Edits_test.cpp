@@ -1,9 +1,8 @@
-#include <movies/mpeg4/MPEG4Edits.h>
-#include <toolbox/MacErrors.h>
-
 #include "MPEG4Import.h"
 
 #include <gtest/gtest.h>
+#include <movies/mpeg4/MPEG4Edits.h>
+#include <toolbox/MacErrors.h>
 
 #include <numeric>
 #include <string>

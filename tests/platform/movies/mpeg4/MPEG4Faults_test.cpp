@@ -1,13 +1,11 @@
 // The MPEG-4 importer where the device or the memory fails: at every call in turn, until none fails.
 #include "MPEG4Import.h"
-
 #include "fakes/AACEncoder.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 
-#include <toolbox/MacErrors.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
 
 #include <cerrno>
 #include <new>

@@ -1,8 +1,7 @@
 #include "MPEG4Import.h"
 
-#include <toolbox/MacErrors.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
 
 #include <vector>
 

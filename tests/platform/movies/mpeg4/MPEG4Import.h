@@ -4,10 +4,9 @@
 #include "fakes/MP4Writer.h"
 #include "fakes/MemoryFile.h"
 
-#include <track/MovieImporter.h>
-#include <toolbox/MacErrors.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
+#include <track/MovieImporter.h>
 
 #include <cstdint>
 #include <memory>

@@ -1,12 +1,9 @@
 #include "MPEG4Import.h"
-
 #include "fakes/AACEncoder.h"
 
+#include <gtest/gtest.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/SoundReport.h>
-
-#include <gtest/gtest.h>
-
 #include <unistd.h>
 
 namespace toolbox::movies {

@@ -1,10 +1,9 @@
 #include "MPEG4Import.h"
 
 #include <aac/AACConfig.h>
+#include <gtest/gtest.h>
 #include <movies/mpeg4/MPEG4SampleDescription.h>
 #include <toolbox/MacErrors.h>
-
-#include <gtest/gtest.h>
 
 extern "C" {
 #include <libavcodec/codec_id.h>

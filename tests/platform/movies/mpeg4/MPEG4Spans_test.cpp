@@ -1,9 +1,8 @@
 #include "MPEG4Import.h"
 
+#include <gtest/gtest.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/SoundReport.h>
-
-#include <gtest/gtest.h>
 
 namespace toolbox::movies {
 namespace {

@@ -1,8 +1,7 @@
-#include <movies/mpeg4/MPEG4Tags.h>
-
 #include "MPEG4Import.h"
 
 #include <gtest/gtest.h>
+#include <movies/mpeg4/MPEG4Tags.h>
 #include <toolbox/MovieTags.h>
 
 #include <string>

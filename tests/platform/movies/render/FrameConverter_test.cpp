@@ -1,4 +1,5 @@
 #include "movies/render/FrameConverter.h"
+
 #include "Rendering.h"
 
 #include <gtest/gtest.h>

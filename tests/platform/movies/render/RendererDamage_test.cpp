@@ -1,8 +1,7 @@
 #include "Rendering.h"
 
-#include <toolbox/MacErrors.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -4,11 +4,9 @@
 #include "fakes/AnyEncoder.h"
 #include "fakes/MemorySound.h"
 
-#include <render/SoundRenderer.h>
-
-#include <toolbox/MacErrors.h>
-
 #include <gtest/gtest.h>
+#include <render/SoundRenderer.h>
+#include <toolbox/MacErrors.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,5 @@
-#include <render/SampleConversion.h>
-
 #include <gtest/gtest.h>
+#include <render/SampleConversion.h>
 
 #include <cmath>
 #include <limits>

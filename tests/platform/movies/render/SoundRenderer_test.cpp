@@ -1,8 +1,7 @@
 #include "Rendering.h"
 
-#include <toolbox/MacErrors.h>
-
 #include <gtest/gtest.h>
+#include <toolbox/MacErrors.h>
 
 #include <cstdint>
 #include <random>
@@ -104,9 +103,8 @@ TEST(SoundRenderer, AWindowCostsAtMostOneCell) {
 TEST(SoundRenderer, ReadingOnDecodesEachPacketOnce) {
     Rendering rendering(NewSound(Encoded(FiveSeconds())));
     const std::int64_t frameCount = rendering.FrameCount();
-    for (std::int64_t first = 0; first < frameCount; first += 4410) {
+    for (std::int64_t first = 0; first < frameCount; first += 4410)
         rendering.Render(first, std::min<std::int64_t>(4410, frameCount - first));
-    }
     const std::uint64_t preRolls = (rendering.Store().PacketCount() - 1) / 44;
     EXPECT_EQ(rendering.Store().PacketCount() + preRolls, rendering.Store().readCount);
 }

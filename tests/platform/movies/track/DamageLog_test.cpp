@@ -1,6 +1,5 @@
-#include <track/DamageLog.h>
-
 #include <gtest/gtest.h>
+#include <track/DamageLog.h>
 
 #include <cstdint>
 #include <random>

@@ -1,6 +1,5 @@
-#include <track/ExactTime.h>
-
 #include <gtest/gtest.h>
+#include <track/ExactTime.h>
 
 #include <cstdint>
 

@@ -1,12 +1,10 @@
 #include "fakes/MP4Writer.h"
 #include "fakes/MemoryFile.h"
 
-#include <track/FilePackets.h>
-#include <toolbox/MacErrors.h>
-
 #include <gtest/gtest.h>
-
 #include <sys/mman.h>
+#include <toolbox/MacErrors.h>
+#include <track/FilePackets.h>
 #include <unistd.h>
 
 #include <algorithm>

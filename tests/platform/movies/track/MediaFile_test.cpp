@@ -6,10 +6,10 @@
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <limits>

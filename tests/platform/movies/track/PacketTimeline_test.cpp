@@ -1,6 +1,5 @@
-#include <track/PacketTimeline.h>
-
 #include <gtest/gtest.h>
+#include <track/PacketTimeline.h>
 
 #include <cstdint>
 

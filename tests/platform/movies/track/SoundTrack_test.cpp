@@ -1,6 +1,5 @@
-#include <track/SoundTrack.h>
-
 #include <gtest/gtest.h>
+#include <track/SoundTrack.h>
 
 #include <cstdint>
 

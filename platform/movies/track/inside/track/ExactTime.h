@@ -12,8 +12,8 @@ namespace toolbox::movies {
 inline std::int64_t ScaleRounded(std::int64_t inValue, std::int64_t inMultiplier, std::int64_t inDivisor) {
     const __int128 product = static_cast<__int128>(inValue) * inMultiplier;
     const __int128 rounded = (product + inDivisor / 2) / inDivisor;
-    constexpr __int128 kLargest = std::numeric_limits<std::int64_t>::max();
-    return static_cast<std::int64_t>(rounded < kLargest ? rounded : kLargest);
+    constexpr __int128 kMax = std::numeric_limits<std::int64_t>::max();
+    return static_cast<std::int64_t>(rounded < kMax ? rounded : kMax);
 }
 
 }  // namespace toolbox::movies

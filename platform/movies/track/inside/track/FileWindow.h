@@ -28,9 +28,7 @@ class FileWindow {
     // The bytes of the file at an offset, good until the next call; null when fewer than inCount, at most
     // kWindowBytes, are left or the device fails (see Status).
     const std::uint8_t* At(std::int64_t inOffset, std::size_t inCount) {
-        if (!Holds(inOffset, inCount) && !Move(inOffset, inCount)) {
-            return nullptr;
-        }
+        if (!Holds(inOffset, inCount) && !Move(inOffset, inCount)) return nullptr;
         return mBytes.get() + (inOffset - mStart);
     }
     // How many bytes from an offset on At can give without reading.
@@ -50,9 +48,8 @@ class FileWindow {
     }
     bool Move(std::int64_t inOffset, std::size_t inCount) {
         if (inOffset < 0 || inOffset > FileSizeBytes() || inCount > mCapacity ||
-            static_cast<std::int64_t>(inCount) > FileSizeBytes() - inOffset) {
+            static_cast<std::int64_t>(inCount) > FileSizeBytes() - inOffset)
             return false;
-        }
         // From the beginning of a page the system copies faster, which is most of what a scan takes.
         const auto inPage = static_cast<std::size_t>(inOffset % kPageBytes);
         mStart = inCount <= mCapacity - std::min(inPage, mCapacity)

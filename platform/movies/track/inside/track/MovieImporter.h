@@ -1,5 +1,5 @@
-// The interface of movie importers. They are components of type "eat "; two are built in, the general one is a
-// loadable component that is opened only when both decline.
+// The interface of movie importers. They are components of type "eat "; two are built in, the general one is
+// a loadable component that is opened only when both decline.
 #pragma once
 
 #include "track/ImportOptions.h"
@@ -14,9 +14,9 @@ namespace toolbox::movies {
 // Reads the movie that a file holds.
 //   outMovie    complete on success, unspecified on failure
 //   outProblem  for people, why not; untouched when declining
-// cantFindHandler declines: the file is not of this importer's kind. invalidMovie: it is, but damaged beyond reading.
-// trackNotInMovie: the file has fewer sound tracks than the one that is wanted.
-// Content never throws; std::bad_alloc may pass and is turned into memFullErr by the caller.
+// cantFindHandler declines: the file is not of this importer's kind. invalidMovie: it is, but damaged beyond
+// reading. trackNotInMovie: the file has fewer sound tracks than the one that is wanted. Content never
+// throws; std::bad_alloc may pass and is turned into memFullErr by the caller.
 using ImportFunction = OSStatus (*)(const std::shared_ptr<const MediaFile>& inFile, ImportedMovie& outMovie,
                                     std::string& outProblem, const ImportOptions& inOptions);
 

@@ -64,8 +64,8 @@ struct SoundFormat {
     OSStatus decodable = 0;  // noErr; badFormat: encrypted; noCodecErr: no decoder for it
 };
 
-// From this packet on (until the next run), a packet is presented for so many frames. A decoder that gives more is cut,
-// one that gives fewer is followed by silence.
+// From this packet on (until the next run), a packet is presented for so many frames. A decoder that gives
+// more is cut, one that gives fewer is followed by silence.
 struct DurationRun {
     std::uint32_t firstPacket = 0;  // absolute packet number
     std::uint32_t framesPerPacket = 0;
@@ -76,10 +76,10 @@ struct DurationRun {
 struct PacketSpan {
     std::uint32_t firstPacket = 0;
     std::uint32_t packetCount = 0;
-    std::uint32_t format = 0;             // index into SoundTrack::formats
-    std::int64_t firstFrame = 0;          // media frames; later than the previous span's end where sound is missing
-    std::int64_t frameCount = 0;          // media frames
-    std::vector<DurationRun> durations;   // in packet order, the first at firstPacket
+    std::uint32_t format = 0;     // index into SoundTrack::formats
+    std::int64_t firstFrame = 0;  // media frames; later than the previous span's end where sound is missing
+    std::int64_t frameCount = 0;  // media frames
+    std::vector<DurationRun> durations;  // in packet order, the first at firstPacket
 };
 
 // A stretch of the presentation.
@@ -113,9 +113,9 @@ struct Duration {
 
 // One track of sound or picture.
 struct ImportedTrack {
-    OSType mediaType = 0;                // "soun" or "vide"
-    Duration duration;                   // presented
-    std::unique_ptr<SoundTrack> sound;   // of "soun" only
+    OSType mediaType = 0;               // "soun" or "vide"
+    Duration duration;                  // presented
+    std::unique_ptr<SoundTrack> sound;  // of "soun" only
 };
 
 // A sound track of the file, whether or not it is one of the movie's.

@@ -1,0 +1,161 @@
+#!/usr/bin/env python3
+"""Whether every body of one line stands without braces, in sources that scripts/format has laid out. Where one branch of
+an if needs braces all have them.
+
+Usage: braces.py ROOT [--fix]. Prints each pair that is not needed as file:line and exits 1 if there is one, or if a planted
+one is missed; with --fix takes them off instead (scripts/format comes before and after).
+"""
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+CONTROL = re.compile(r"^\s*(\} )?(else )?(if|for|while)\b.*|^\s*\} else \{$")
+# One statement on a line of its own. One that is controlled itself is left, as an else could change its owner, and so is a
+# macro, which may be controlled inside.
+STATEMENT = re.compile(r"^\s+(?!\s|if\b|for\b|while\b|do\b|switch\b|else\b|case\b|default\b|[A-Z][A-Z0-9_]+\(|//)[^{}]*;$")
+IDLE = """
+void f() {
+    if (a) {
+        return;
+    }
+    for (int i = 0;
+         i < 3; ++i) {
+        f();
+    }
+    if (a) {
+        f();
+    } else if (b) {
+        g();
+    } else {
+        h();
+    }
+}
+"""
+BARE = """
+void f() {
+    if (a)
+        return;
+    for (int i = 0;
+         i < 3; ++i)
+        f();
+    if (a)
+        f();
+    else if (b)
+        g();
+    else
+        h();
+}
+"""
+NEEDED = """
+void f() {
+    if (a) {
+        f();
+    } else {
+        g();
+        h();
+    }
+    for (;;) {
+        if (a) f();
+    }
+    if (a) {
+        EXPECT_TRUE(b);
+    }
+    while (a) {
+        // why
+        f();
+    }
+    do {
+        f();
+    } while (a);
+    const auto call = [&] {
+        f();
+    };
+}
+"""
+
+
+def indent_of(line):
+    return len(line) - len(line.lstrip())
+
+
+def head_of(lines, last):
+    """The line where the statement begins whose opening brace ends line `last`; None when none of ours does."""
+    for first in range(last, -1, -1):
+        if CONTROL.match(lines[first]):
+            # The lines between continue the condition, so they stand further in.
+            indent = indent_of(lines[first])
+            return first if all(indent_of(line) > indent for line in lines[first + 1:last + 1]) else None
+        if lines[first].endswith((";", "}", ":")) or lines[first].lstrip().startswith("#"):
+            return None
+    return None
+
+
+def holds_one_line(lines, brace):
+    """Whether the brace at the end of this line opens a body of one statement that its own closing brace follows."""
+    if brace + 2 >= len(lines) or not lines[brace].endswith("{"):
+        return False
+    first = head_of(lines, brace)
+    if first is None or not STATEMENT.match(lines[brace + 1]) or "//" in lines[brace + 1]:
+        return False
+    indent = indent_of(lines[first])
+    close = lines[brace + 2]
+    return indent_of(lines[brace + 1]) == indent + 4 and indent_of(close) == indent and close.lstrip().startswith("}")
+
+
+def idle_chain(lines, brace):
+    """The lines that end in the braces of a whole statement, from its first branch on, none of which is needed."""
+    first = head_of(lines, brace) if lines[brace].endswith("{") else None
+    if first is None or lines[first].lstrip().startswith("}"):
+        return []
+    chain = []
+    while holds_one_line(lines, brace):
+        chain.append(brace)
+        close = lines[brace + 2].lstrip()
+        if close == "}":
+            return chain
+        if not close.startswith("} else"):
+            return []
+        brace = next((i for i in range(brace + 2, len(lines)) if lines[i].endswith("{")), brace)
+    return []
+
+
+def idle_braces(text):
+    lines = text.split("\n")
+    return [brace for number in range(len(lines)) for brace in idle_chain(lines, number)]
+
+
+def without(text, braces):
+    lines, drop, result = text.split("\n"), set(braces), []
+    for number, line in enumerate(lines):
+        if number in drop:
+            line = line[:-1].rstrip()
+        if number - 2 in drop or number in drop:
+            line = re.sub(r"^(\s*)\}( (?=else)|$)", r"\1", line)
+            if not line.strip():
+                continue
+        result.append(line)
+    return "\n".join(result)
+
+
+def main():
+    root, fixes = Path(sys.argv[1]), "--fix" in sys.argv
+    names = subprocess.run(["git", "-C", str(root), "ls-files", "*.h", "*.cpp"], capture_output=True, text=True,
+                           check=True).stdout.split()
+    count = 0
+    for name in names:
+        text = (root / name).read_text()
+        idle = idle_braces(text)
+        count += len(idle)
+        if fixes and idle:
+            (root / name).write_text(without(text, idle))
+        elif idle:
+            print("\n".join(f"{name}:{line + 1}: braces around one line" for line in idle))
+    is_blind = without(IDLE, idle_braces(IDLE)) != BARE or bool(idle_braces(NEEDED))
+    if is_blind:
+        print("what is planted is not found, or what is needed is")
+    print(f"{len(names)} files, {count} pairs of braces {'taken off' if fixes else 'that are not needed'}")
+    return 1 if is_blind or (count and not fixes) else 0
+
+
+sys.exit(main())
