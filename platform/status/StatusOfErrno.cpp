@@ -1,6 +1,7 @@
 #include "status/StatusOfErrno.h"
 
-#include <string.h>
+#include "os/ErrorText.h"
+
 #include <toolbox/MacErrors.h>
 
 #include <cerrno>
@@ -71,8 +72,7 @@ void ForgetSystemError() {
 }
 
 const char* SystemErrorText(OSStatus inStatus) {
-    const char* const text = inStatus == ioErr && tOtherError != 0 ? strerrordesc_np(tOtherError) : nullptr;
-    return text == nullptr ? "" : text;
+    return inStatus == ioErr && tOtherError != 0 ? os::GetErrorText(tOtherError) : "";
 }
 
 }  // namespace toolbox

@@ -5,6 +5,6 @@
 #include <malloc.h>
 
 extern "C" JNIEXPORT jlong JNICALL Java_com_mirtal_EnduranceProgram_heapBytesInUse(JNIEnv*, jclass) {
-    struct const mallinfo2 heap = mallinfo2();
+    const struct mallinfo2 heap = mallinfo2();
     return static_cast<jlong>(heap.uordblks + heap.hblkhd);
 }

@@ -8,6 +8,7 @@
 #include <jni.h>
 #include <toolbox/Files.h>
 #include <toolbox/SoundReport.h>
+#include <toolbox/StatusText.h>
 
 #include <algorithm>
 #include <cstdarg>

@@ -64,8 +64,6 @@ TEST(SystemErrorText, OfWhatHasNoMeaningOfItsOwn) {
     std::thread([] { EXPECT_STREQ("", toolbox::SystemErrorText(ioErr)) << "another thread's"; }).join();
     toolbox::ForgetSystemError();
     EXPECT_STREQ("", toolbox::SystemErrorText(ioErr));
-    EXPECT_EQ(ioErr, StatusOfErrno(99999));
-    EXPECT_STREQ("", toolbox::SystemErrorText(ioErr)) << "nobody knows that";
 }
 
 TEST(SystemErrorText, NotOfContentsThatMakeNoSense) {

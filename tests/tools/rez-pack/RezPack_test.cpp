@@ -244,7 +244,7 @@ TEST_F(RezPackTest, AFileThatMayOnlyBeRead) {
         exitCodes.push_back(failure.ExitCode());
     }
     ASSERT_EQ(0, user == 0 ? seteuid(user) : 0);
-    EXPECT_EQ(std::vector<std::string>{"Permission denied"}, reasons);
+    EXPECT_EQ(std::vector<std::string>{"permission denied"}, reasons);
     EXPECT_EQ(std::vector<int>{73}, exitCodes);
     EXPECT_EQ(before, Contents(mOut));
 }
