@@ -13,16 +13,19 @@ ROOT, TOOLBOX, LIBRARY, FRAMEWORK = Path(sys.argv[1]), sys.argv[2], sys.argv[3],
 
 # What compilers and their instrumentation export from any shared library.
 ALWAYS = re.compile(r"^(_init|_fini|__bss_start|_edata|_end|__asan\w*|__odr_asan[.\w]*|__sancov\w*|__gcov\w*|__llvm\w*)$"
-                    r"|^((\w+ )*std::|typeinfo|vtable|guard variable for std|operator (new|delete)|__gnu_cxx)"
+                    # The standard library's own, which builds without optimisation leave out of line.
+                    r"|^_Z(GV)?Z*N?[KVR]*(St|S[abisod]|9__gnu_cxx)"
+                    r"|^_ZT[ISV]|^_Z(n[wa]|d[la])"
                     # The Java runtime finds these by name; tests/java looks after them.
                     r"|^(Java_com_mirtal_\w+|JNI_On(Load|Unload))$")
 
 
 def exported(library):
-    output = subprocess.run(["nm", "-D", "--defined-only", "-C", library], capture_output=True, text=True,
+    output = subprocess.run(["nm", "-D", "--defined-only", "-j", library], capture_output=True, text=True,
                             check=True).stdout
-    names = {line.split(None, 2)[2] for line in output.splitlines() if len(line.split(None, 2)) == 3}
-    return {name for name in names if not ALWAYS.search(name)}
+    names = "\n".join(name for name in output.split() if not ALWAYS.search(name))
+    plain = subprocess.run(["c++filt"], input=names, capture_output=True, text=True, check=True).stdout
+    return set(plain.splitlines())
 
 
 def declared(folder, marker):

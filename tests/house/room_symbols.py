@@ -17,15 +17,15 @@ from rooms import LIST, Rooms
 
 # What compilers call by themselves, and what their instrumentation does.
 RUNTIME = re.compile(r"^(_Z|__|_Unwind_|_GLOBAL_OFFSET_TABLE_$|_ITM_|llvm_gcov|main$)")
-# Functions of the C library that only work on what they are given.
-PURE = re.compile(r"^(mem(ccpy|chr|cmp|cpy|move|set|mem)|str(n?cat|r?chr|n?cmp|n?cpy|n?len|c?spn|pbrk|str)|stpcpy"
+# Functions of the C library that only work on what they are given; bcmp is what Clang makes of some memcmp.
+PURE = re.compile(r"^(bcmp|mem(ccpy|chr|cmp|cpy|move|set|mem)|str(n?cat|r?chr|n?cmp|n?cpy|n?len|c?spn|pbrk|str)|stpcpy"
                   r"|(m|c|re)alloc|aligned_alloc|free|abort|qsort|bsearch|v?sn?printf|v?sscanf|strto(d|f|k?ld|u?l|u?ll)"
                   r"|ato[fil]|l?abs|is(alpha|alnum|digit|space|upper|lower|punct|xdigit)|to(upper|lower)"
                   r"|(l?l?round|l?l?rint|ceil|floor|trunc|fmod|fabs|sqrt|pow|exp2?|log(2|10)?|sin|cos|tan|ldexp|frexp|"
                   r"nearbyint|copysign|fma|fmin|fmax|modf|scalbn)[fl]?)$")
 # Words of the list for many calls; and what std::mutex and its like call.
 GROUPS = ("toolbox", "locks", "system")
-LOCKS = re.compile(r"^pthread_(mutex|rwlock|once|cond)")
+LOCKS = re.compile(r"^pthread_(mutex|rwlock|once|cond|self)")
 SYMBOL = re.compile(r"^\s*\d+:\s+\S+\s+\S+\s+\S+\s+(LOCAL|GLOBAL|WEAK|UNIQUE)\s+(\w+)\s.*?(\S+) (\S+)$")
 
 
