@@ -6,32 +6,27 @@
 #include "support/MemoryFiles.h"
 #include "support/TemporaryFolder.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/types.h>
 
-#include <cerrno>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace support {
 
-// All that it does goes through the table of system calls.
+// What the table has a call for goes through it. Failures of what a test prepares fail the test.
 class FileWorld {
   public:
     enum Kind { kReal, kMemory };
 
-    explicit FileWorld(Kind inKind) {
-        if (inKind == kReal) {
-            mRealFolder.emplace();
-            mPath = mRealFolder->Path();
-            return;
-        }
-        mMemory.emplace();
-        mPath = "/folder";
-        EXPECT_EQ(0, Calls().mkdirat(AT_FDCWD, mPath.c_str(), 0700));
-    }
+    explicit FileWorld(Kind inKind);
+    ~FileWorld();
+    FileWorld(const FileWorld&) = delete;
+    FileWorld& operator=(const FileWorld&) = delete;
 
     const std::string& Path() const { return mPath; }
     std::string operator/(std::string_view inName) const { return mPath + '/' + std::string(inName); }
@@ -39,50 +34,78 @@ class FileWorld {
     MemoryFiles* Memory() { return mMemory ? &*mMemory : nullptr; }
 
     // These return the new item's path.
-    std::string MakeFile(std::string_view inName, std::string_view inContents = "contents") const {
-        const std::string path = *this / inName;
-        const int file =
-            Calls().openat(AT_FDCWD, path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        EXPECT_GE(file, 0) << path;
-        EXPECT_EQ(static_cast<ssize_t>(inContents.size()),
-                  Calls().write(file, inContents.data(), inContents.size()));
-        EXPECT_EQ(0, Calls().close(file));
-        return path;
-    }
-    std::string MakeFolder(std::string_view inName) const {
-        for (std::size_t end = 0; end != std::string_view::npos;) {
-            end = inName.find('/', end + 1);
-            const std::string path = *this / inName.substr(0, end);
-            EXPECT_TRUE(Calls().mkdirat(AT_FDCWD, path.c_str(), 0755) == 0 || errno == EEXIST) << path;
-        }
-        return *this / inName;
-    }
-    std::string MakeLink(const std::string& inTarget, std::string_view inName) {
-        const std::string path = *this / inName;
-        EXPECT_EQ(0, mMemory ? mMemory->MakeLink(inTarget, path) : symlink(inTarget.c_str(), path.c_str()));
-        return path;
-    }
+    std::string MakeFile(std::string_view inName, std::string_view inContents = "contents") const;
+    std::string MakeFolder(std::string_view inName) const;  // with those above it
+    std::string MakeLink(const std::string& inTarget, std::string_view inName);
+    std::string MakePipe(std::string_view inName);
 
-    static void Rename(const std::string& inOldPath, const std::string& inNewPath) {
-        EXPECT_EQ(0, Calls().renameat2(AT_FDCWD, inOldPath.c_str(), AT_FDCWD, inNewPath.c_str(), 0))
-            << inOldPath;
-    }
-    static void Remove(const std::string& inPath, bool inIsFolder = false) {
-        EXPECT_EQ(0, Calls().unlinkat(AT_FDCWD, inPath.c_str(), inIsFolder ? AT_REMOVEDIR : 0)) << inPath;
-    }
-    static bool Exists(const std::string& inPath) {
-        return Calls().faccessat(AT_FDCWD, inPath.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0;
-    }
-    std::size_t OpenDescriptorCount() const {
-        return mMemory ? mMemory->OpenCount() : test_files::OpenDescriptorCount();
-    }
+    // Another name for a file. 0 or an errno, as are all that mount.
+    int MakeHardLink(const std::string& inOldPath, const std::string& inNewPath);
+    void SetTimes(const std::string& inPath, const timespec& inAccess, const timespec& inChange);
+    static void SetMode(const std::string& inPath, mode_t inMode);
+    static void Rename(const std::string& inOldPath, const std::string& inNewPath);
+    static void Remove(const std::string& inPath, bool inIsFolder = false);
+    // With all that is in it; what is not there is as good.
+    static void RemoveAll(const std::string& inPath);
+
+    // Links are not followed.
+    static bool Exists(const std::string& inPath);
+    static std::vector<std::string> NamesIn(const std::string& inPath);  // sorted
+    // Of what a link leads to.
+    static struct statx StatusOf(const std::string& inPath);
+    // Or "errno 2" for instance.
+    static std::string Contents(const std::string& inPath);
+    static std::string Contents(int inDescriptor);
+    std::size_t OpenDescriptorCount() const;
+
+    // Only an administrator may, of a machine that lets its processes have mounts of their own.
+    bool MayMount() const;
+    int MountVolume(const std::string& inPath);
+    int MountFolder(const std::string& inFolder, const std::string& inPath);
+    int Unmount(const std::string& inPath);
+    int ForbidWriting(const std::string& inPath);
+
+    // For a test's time.
+    class CurrentFolder {
+      public:
+        CurrentFolder(FileWorld& ioWorld, const std::string& inPath);
+        ~CurrentFolder();
+        CurrentFolder(const CurrentFolder&) = delete;
+        CurrentFolder& operator=(const CurrentFolder&) = delete;
+
+      private:
+        FileWorld& mWorld;
+        std::string mBefore;
+    };
+    class NoMoreDescriptors {
+      public:
+        explicit NoMoreDescriptors(FileWorld& ioWorld);
+        ~NoMoreDescriptors();
+        NoMoreDescriptors(const NoMoreDescriptors&) = delete;
+        NoMoreDescriptors& operator=(const NoMoreDescriptors&) = delete;
+
+      private:
+        FileWorld& mWorld;
+        struct rlimit mBefore = {};
+    };
+    // Who is an administrator becomes one who is not, and owns the folder.
+    class OrdinaryUser {
+      public:
+        explicit OrdinaryUser(FileWorld& ioWorld);
+        ~OrdinaryUser();
+        OrdinaryUser(const OrdinaryUser&) = delete;
+        OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+
+      private:
+        bool mIsChanged = false;
+        std::vector<gid_t> mGroups;
+    };
 
   private:
-    static const toolbox::os::SystemCalls& Calls() { return toolbox::os::Calls(); }
-
     std::optional<test_files::TemporaryFolder> mRealFolder;
     std::optional<MemoryFiles> mMemory;
     std::string mPath;
+    std::vector<std::string> mRealMounts;
 };
 
 // A test of both: INSTANTIATE_TEST_SUITE_P(Worlds, Name, support::BothWorlds(), support::NameOfWorld).

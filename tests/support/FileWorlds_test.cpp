@@ -51,14 +51,7 @@ class FileWorlds : public support::FileWorldTest {
             << inName;
         return status;
     }
-    std::string Contents(std::string_view inName) const {
-        char bytes[100];
-        const int file = Open(inName, O_RDONLY);
-        if (file < 0) return "errno " + std::to_string(-file);
-        const ssize_t count = Calls().pread(file, bytes, sizeof bytes, 0);
-        EXPECT_EQ(0, Calls().close(file));
-        return count < 0 ? "unreadable" : std::string(bytes, static_cast<std::size_t>(count));
-    }
+    std::string Contents(std::string_view inName) const { return FileWorld::Contents(mFolder / inName); }
     static int ErrorOf(int inResult) { return inResult == 0 ? 0 : errno; }
 };
 INSTANTIATE_TEST_SUITE_P(Worlds, FileWorlds, support::BothWorlds(), support::NameOfWorld);

@@ -16,27 +16,35 @@ namespace support {
 
 namespace {
 
-constexpr unsigned kDeviceMinor = 77;
 constexpr unsigned kBlockBytes = 4096;
 
 int Fail(int inErrno) {
     errno = inErrno;
     return -1;
 }
-int Answer(int inErrno) {
-    return inErrno == 0 ? 0 : Fail(inErrno);
+
+// 0 or the errno of giving a name in a folder.
+int CheckNewName(const MemoryTree::Place& inPlace) {
+    if (inPlace.folder.mount->isReadOnly) return EROFS;
+    return MemoryTree::MayAccess(*inPlace.folder.node, W_OK | X_OK) ? 0 : EACCES;
 }
 
-bool MayChangeNamesIn(const MemoryNode& inFolder) {
-    return MemoryTree::MayAccess(inFolder, W_OK | X_OK);
+// 0 or the errno of taking away the name of an item of that kind.
+int CheckOldName(const MemoryTree::Place& inPlace, bool inIsFolder) {
+    const MemoryNode& folder = *inPlace.folder.node;
+    const MemoryNode& item = *inPlace.Named();
+    if (!MemoryTree::MayAccess(folder, W_OK | X_OK)) return EACCES;
+    const uid_t user = geteuid();
+    const bool isOthers = user != 0 && user != item.owner && user != folder.owner;
+    if ((folder.mode & S_ISVTX) != 0 && isOthers) return EPERM;
+    if (inIsFolder != item.IsFolder()) return inIsFolder ? ENOTDIR : EISDIR;
+    return 0;
 }
 
 bool IsInside(const MemoryNode* inItem, const MemoryNode& inFolder) {
-    for (;; inItem = inItem->folder) {
-        if (inItem == nullptr) return false;
+    for (; inItem != nullptr; inItem = inItem->Folder())
         if (inItem == &inFolder) return true;
-        if (inItem->folder == inItem) return false;
-    }
+    return false;
 }
 
 struct statx_timestamp TimeOf(const timespec& inTime) {
@@ -47,7 +55,7 @@ struct statx_timestamp TimeOf(const timespec& inTime) {
 }
 
 unsigned char EntryTypeOf(const MemoryNode& inItem) {
-    return inItem.IsFolder() ? DT_DIR : inItem.IsLink() ? DT_LNK : DT_REG;
+    return static_cast<unsigned char>(IFTODT(inItem.mode));
 }
 
 struct dirent EntryOf(const std::string& inName, const MemoryNode& inItem) {
@@ -70,45 +78,35 @@ int ErrorOfNameless(const char* inPath, bool inRemovesFolder) {
 
 }  // namespace
 
-int MemoryFiles::FolderOf(int inFolder, const char* inPath, MemoryNodePtr& outFolder) {
-    outFolder = mTree.Root();
+int MemoryFiles::FolderOf(int inFolder, const char* inPath, MemoryLocation& outFolder) {
+    outFolder = mCurrentFolder;
     if (inFolder == AT_FDCWD || inPath[0] == '/') return 0;
     const OpenFile* const file = Get(inFolder);
     if (file == nullptr) return EBADF;
-    outFolder = file->item;
+    outFolder = file->at;
     return 0;
 }
 
-int MemoryFiles::Find(int inFolder, const char* inPath, bool inFollowsLast, MemoryTree::Place& outPlace) {
+int MemoryFiles::Find(int inFolder, const char* inPath, Last inLast, Place& outPlace) {
     if (inPath[0] == '\0') return ENOENT;
-    MemoryNodePtr folder;
+    MemoryLocation folder;
     const int error = FolderOf(inFolder, inPath, folder);
-    return error != 0 ? error : mTree.Find(folder, inPath, inFollowsLast, outPlace);
+    return error != 0 ? error : mTree.Find(folder, inPath, inLast, outPlace);
 }
 
-int MemoryFiles::FindItem(int inFolder, const char* inPath, bool inFollowsLast, MemoryNodePtr& outItem) {
-    MemoryTree::Place place;
-    const int error = Find(inFolder, inPath, inFollowsLast, place);
+int MemoryFiles::FindItem(int inFolder, const char* inPath, int inFlags, MemoryLocation& outItem) {
+    if (inPath[0] == '\0' && (inFlags & AT_EMPTY_PATH) != 0) return FolderOf(inFolder, inPath, outItem);
+    Place place;
+    const Last last = (inFlags & AT_SYMLINK_NOFOLLOW) == 0 ? Last::kFollowed : Last::kItself;
+    const int error = Find(inFolder, inPath, last, place);
     outItem = place.item;
-    return error == 0 && outItem == nullptr ? ENOENT : error;
-}
-
-int MemoryFiles::MakeLink(const std::string& inTarget, const std::string& inPath) {
-    const std::lock_guard lock(mMutex);
-    MemoryTree::Place place;
-    const int error = Find(AT_FDCWD, inPath.c_str(), false, place);
-    if (error != 0) return error;
-    if (place.item != nullptr) return EEXIST;
-    if (place.mustBeFolder || inTarget.empty()) return ENOENT;
-    if (!MayChangeNamesIn(*place.folder)) return EACCES;
-    mTree.Add(place, S_IFLNK | 0777)->bytes = inTarget;
-    return 0;
+    return error == 0 && outItem.node == nullptr ? ENOENT : error;
 }
 
 MemoryFiles::Listing* MemoryFiles::List(int inDescriptor) {
     const OpenFile* const file = Get(inDescriptor);
     const int error = file == nullptr || (file->flags & O_PATH) != 0 ? EBADF
-                      : file->item->IsFolder()                       ? 0
+                      : file->Item().IsFolder()                      ? 0
                                                                      : ENOTDIR;
     if (error != 0) {
         errno = error;
@@ -116,9 +114,8 @@ MemoryFiles::Listing* MemoryFiles::List(int inDescriptor) {
     }
     auto listing = std::make_unique<Listing>();
     listing->descriptor = inDescriptor;
-    const MemoryNode& folder = *file->item;
-    listing->entries = {EntryOf(".", folder),
-                        EntryOf("..", folder.folder == nullptr ? folder : *folder.folder)};
+    const MemoryNode& folder = file->Item();
+    listing->entries = {EntryOf(".", folder), EntryOf("..", *mTree.Above(file->at).node)};
     for (const auto& [name, item] : folder.items)
         listing->entries.push_back(EntryOf(name, *item));
     Listing* const result = listing.get();
@@ -136,158 +133,202 @@ int MemoryFiles::CloseListing(Listing* inListing) {
     return Close(descriptor);
 }
 
-int MemoryFiles::GetStatus(int inFolder, const char* inPath, int inFlags, struct statx& outStatus) {
-    MemoryNodePtr item;
-    int error = 0;
-    if (inPath[0] == '\0' && (inFlags & AT_EMPTY_PATH) != 0)
-        error = FolderOf(inFolder, inPath, item);
-    else
-        error = FindItem(inFolder, inPath, (inFlags & AT_SYMLINK_NOFOLLOW) == 0, item);
+int MemoryFiles::GetStatus(int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                           struct statx& outStatus) {
+    constexpr int kFlags = AT_EMPTY_PATH | AT_NO_AUTOMOUNT | AT_SYMLINK_NOFOLLOW | AT_STATX_SYNC_TYPE;
+    MemoryLocation at;
+    const int error = (inFlags & ~kFlags) != 0 ? EINVAL : FindItem(inFolder, inPath, inFlags, at);
     if (error != 0) return Fail(error);
+    const MemoryNode& item = *at.node;
     outStatus = {};
-    outStatus.stx_mask = STATX_BASIC_STATS | STATX_BTIME;
+    outStatus.stx_mask = STATX_BASIC_STATS | STATX_MNT_ID | (inMask & STATX_BTIME);
     outStatus.stx_blksize = kBlockBytes;
-    outStatus.stx_nlink = item->folder == nullptr ? 0 : 1;
-    if (item->IsFolder() && item->folder != nullptr)
-        for (const auto& entry : item->items)
+    outStatus.stx_nlink = static_cast<__u32>(item.names.size());
+    if (item.IsFolder() && !item.IsRemoved()) {
+        outStatus.stx_nlink = 2;
+        for (const auto& entry : item.items)
             outStatus.stx_nlink += entry.second->IsFolder();
-    if (item->IsFolder() && item->folder != nullptr) ++outStatus.stx_nlink;
-    outStatus.stx_uid = item->owner;
-    outStatus.stx_gid = item->group;
-    outStatus.stx_mode = static_cast<__u16>(item->mode);
-    outStatus.stx_ino = item->inode;
-    outStatus.stx_size = item->bytes.size();
-    outStatus.stx_blocks = (item->bytes.size() + 511) / 512;
-    outStatus.stx_btime = TimeOf(item->birth);
-    outStatus.stx_atime = outStatus.stx_ctime = outStatus.stx_mtime = TimeOf(item->changed);
-    outStatus.stx_dev_minor = kDeviceMinor;
+    }
+    outStatus.stx_uid = item.owner;
+    outStatus.stx_gid = item.group;
+    outStatus.stx_mode = static_cast<__u16>(item.mode);
+    outStatus.stx_ino = item.inode;
+    outStatus.stx_size = item.bytes.size();
+    outStatus.stx_blocks = (item.bytes.size() + 511) / 512;
+    if ((inMask & STATX_BTIME) != 0) outStatus.stx_btime = TimeOf(item.birth);
+    outStatus.stx_atime = TimeOf(item.accessed);
+    outStatus.stx_mtime = TimeOf(item.changed);
+    outStatus.stx_ctime = TimeOf(item.statusChanged);
+    outStatus.stx_dev_major = item.volume->deviceMajor;
+    outStatus.stx_dev_minor = item.volume->deviceMinor;
+    outStatus.stx_mnt_id = at.mount->id;
+    outStatus.stx_attributes_mask = STATX_ATTR_MOUNT_ROOT;
+    if (at.node == at.mount->root) outStatus.stx_attributes = STATX_ATTR_MOUNT_ROOT;
     return 0;
 }
 
 int MemoryFiles::GetVolumeStatus(const char* inPath, struct statvfs& outStatus) {
-    MemoryNodePtr item;
-    const int error = FindItem(AT_FDCWD, inPath, true, item);
+    MemoryLocation at;
+    const int error = FindItem(AT_FDCWD, inPath, 0, at);
     if (error != 0) return Fail(error);
+    const MemoryVolume& volume = *at.node->volume;
     outStatus = {};
     outStatus.f_bsize = outStatus.f_frsize = kBlockBytes;
-    outStatus.f_blocks = mCapacityBytes / kBlockBytes;
-    outStatus.f_bfree = outStatus.f_bavail = FreeByteCount() / kBlockBytes;
-    outStatus.f_files = outStatus.f_ffree = 1 << 20;
+    outStatus.f_blocks = volume.capacityBytes / kBlockBytes;
+    outStatus.f_bfree = outStatus.f_bavail = volume.FreeByteCount() / kBlockBytes;
+    if (volume.capacityBytes != 0) outStatus.f_files = outStatus.f_ffree = 1 << 20;
+    outStatus.f_flag = at.mount->isReadOnly ? ST_RDONLY : 0;
     outStatus.f_namemax = NAME_MAX;
     return 0;
 }
 
 int MemoryFiles::CheckAccess(int inFolder, const char* inPath, int inMode, int inFlags) {
-    MemoryNodePtr item;
-    const int error = FindItem(inFolder, inPath, (inFlags & AT_SYMLINK_NOFOLLOW) == 0, item);
+    constexpr int kFlags = AT_EACCESS | AT_SYMLINK_NOFOLLOW | AT_EMPTY_PATH;
+    if ((inMode & ~(R_OK | W_OK | X_OK)) != 0 || (inFlags & ~kFlags) != 0) return Fail(EINVAL);
+    MemoryLocation at;
+    const int error = FindItem(inFolder, inPath, inFlags, at);
     if (error != 0) return Fail(error);
-    return MemoryTree::MayAccess(*item, inMode) ? 0 : Fail(EACCES);
+    const bool may = (inFlags & AT_EACCESS) != 0
+                         ? MemoryTree::MayAccess(*at.node, inMode)
+                         : MemoryTree::MayAccess(*at.node, inMode, {getuid(), getgid()});
+    if (!may) return Fail(EACCES);
+    return (inMode & W_OK) != 0 && at.mount->isReadOnly ? Fail(EROFS) : 0;
 }
 
-int MemoryFiles::SetMode(const MemoryNodePtr& inItem, mode_t inMode) {
-    if (inItem->IsLink()) return Fail(EOPNOTSUPP);
-    if (geteuid() != 0 && geteuid() != inItem->owner) return Fail(EPERM);
-    inItem->mode = (inItem->mode & S_IFMT) | (inMode & 07777);
+int MemoryFiles::SetMode(const MemoryLocation& inItem, mode_t inMode) {
+    MemoryNode& item = *inItem.node;
+    if (inItem.mount->isReadOnly) return Fail(EROFS);
+    if (item.IsLink()) return Fail(EOPNOTSUPP);
+    if (geteuid() != 0 && geteuid() != item.owner) return Fail(EPERM);
+    item.mode = (item.mode & S_IFMT) | (inMode & 07777);
+    MemoryTree::TouchStatus(item);
     return 0;
 }
 
-int MemoryFiles::SetOwner(const MemoryNodePtr& inItem, uid_t inUser, gid_t inGroup) {
-    const bool keepsUser = inUser == static_cast<uid_t>(-1) || inUser == inItem->owner;
-    const bool keepsGroup = inGroup == static_cast<gid_t>(-1) || inGroup == inItem->group;
+int MemoryFiles::SetModeByPath(int inFolder, const char* inPath, mode_t inMode, int inFlags) {
+    MemoryLocation at;
+    const int error =
+        (inFlags & ~AT_SYMLINK_NOFOLLOW) != 0 ? EINVAL : FindItem(inFolder, inPath, inFlags, at);
+    return error != 0 ? Fail(error) : SetMode(at, inMode);
+}
+
+int MemoryFiles::SetOwner(const MemoryLocation& inItem, uid_t inUser, gid_t inGroup) {
+    MemoryNode& item = *inItem.node;
+    if (inItem.mount->isReadOnly) return Fail(EROFS);
+    const bool keepsUser = inUser == static_cast<uid_t>(-1) || inUser == item.owner;
+    const bool keepsGroup = inGroup == static_cast<gid_t>(-1) || inGroup == item.group;
     if (geteuid() != 0 && !(keepsUser && keepsGroup)) return Fail(EPERM);
-    if (!keepsUser) inItem->owner = inUser;
-    if (!keepsGroup) inItem->group = inGroup;
+    if (!keepsUser) item.owner = inUser;
+    if (!keepsGroup) item.group = inGroup;
+    MemoryTree::TouchStatus(item);
     return 0;
 }
 
 int MemoryFiles::MakeFolder(int inFolder, const char* inPath, mode_t inMode) {
-    MemoryTree::Place place;
-    const int error = Find(inFolder, inPath, false, place);
-    // A file is there whatever the path says behind its name.
-    if (error != 0) return Fail(error == ENOTDIR && place.mustBeFolder ? EEXIST : error);
-    if (place.item != nullptr) return Fail(EEXIST);
-    if (!MayChangeNamesIn(*place.folder)) return Fail(EACCES);
+    Place place;
+    int error = Find(inFolder, inPath, Last::kEntry, place);
+    if (error == 0 && place.item.node != nullptr) error = EEXIST;
+    if (error == 0) error = CheckNewName(place);
+    if (error != 0) return Fail(error);
     mTree.Add(place, S_IFDIR | (inMode & 01777));
     return 0;
 }
 
 // 0 or the errno of a rename between two places that were found.
-int MemoryFiles::CheckReplacement(const MemoryTree::Place& inOld, const MemoryTree::Place& inNew,
-                                  unsigned inFlags) const {
+int MemoryFiles::CheckRename(const Place& inOld, const Place& inNew, unsigned inFlags) const {
     const bool exchanges = (inFlags & RENAME_EXCHANGE) != 0;
-    const bool keepsNew = (inFlags & RENAME_NOREPLACE) != 0;
+    const bool keeps = (inFlags & RENAME_NOREPLACE) != 0;
+    if (inOld.folder.mount != inNew.folder.mount) return EXDEV;
     if (inOld.name.empty()) return EBUSY;
-    if (inNew.name.empty()) return keepsNew ? EEXIST : EBUSY;
-    if (inOld.item == nullptr) return ENOENT;
-    if (keepsNew && inNew.item != nullptr) return EEXIST;
-    if (exchanges && inNew.item == nullptr) return ENOENT;
-    if (!inOld.item->IsFolder() && inNew.mustBeFolder) return ENOTDIR;
-    if (IsInside(inNew.folder.get(), *inOld.item)) return EINVAL;
-    if (inNew.item != nullptr && IsInside(inOld.folder.get(), *inNew.item))
+    if (inNew.name.empty()) return keeps ? EEXIST : EBUSY;
+    if (inOld.folder.mount->isReadOnly) return EROFS;
+    const MemoryNode* const old = inOld.Named();
+    const MemoryNode* const replaced = inNew.Named();
+    if (old == nullptr) return ENOENT;
+    if (keeps && replaced != nullptr) return EEXIST;
+    if (exchanges && replaced == nullptr) return ENOENT;
+    if (exchanges && inNew.hasSlash && !replaced->IsFolder()) return ENOTDIR;
+    if (!old->IsFolder() && (inOld.hasSlash || (inNew.hasSlash && !exchanges))) return ENOTDIR;
+    if (IsInside(inNew.folder.node.get(), *old)) return EINVAL;
+    if (replaced != nullptr && IsInside(inOld.folder.node.get(), *replaced))
         return exchanges ? EINVAL : ENOTEMPTY;
-    if (!MayChangeNamesIn(*inOld.folder) || !MayChangeNamesIn(*inNew.folder)) return EACCES;
-    if (inNew.item == nullptr || exchanges || inOld.item == inNew.item) return 0;
-    if (inOld.item->IsFolder() && !inNew.item->IsFolder()) return ENOTDIR;
-    if (!inOld.item->IsFolder() && inNew.item->IsFolder()) return EISDIR;
-    return inNew.item->items.empty() ? 0 : ENOTEMPTY;
+    if (replaced == old) return 0;
+    int error = CheckOldName(inOld, old->IsFolder());
+    if (error == 0 && replaced == nullptr) error = CheckNewName(inNew);
+    if (error == 0 && replaced != nullptr)
+        error = CheckOldName(inNew, exchanges ? replaced->IsFolder() : old->IsFolder());
+    if (error != 0) return error;
+    if (mTree.IsMountPoint(*old) || (replaced != nullptr && mTree.IsMountPoint(*replaced))) return EBUSY;
+    return exchanges || replaced == nullptr || replaced->items.empty() ? 0 : ENOTEMPTY;
 }
 
 int MemoryFiles::Rename(int inOldFolder, const char* inOldPath, int inNewFolder, const char* inNewPath,
                         unsigned inFlags) {
     const unsigned known = RENAME_NOREPLACE | RENAME_EXCHANGE;
     if ((inFlags & ~known) != 0 || (inFlags & known) == known) return Fail(EINVAL);
-    MemoryTree::Place oldPlace;
-    MemoryTree::Place newPlace;
-    int error = Find(inOldFolder, inOldPath, false, oldPlace);
-    if (error == 0) error = Find(inNewFolder, inNewPath, false, newPlace);
-    if (error == 0) error = CheckReplacement(oldPlace, newPlace, inFlags);
-    if (error != 0 || oldPlace.item == newPlace.item) return Answer(error);
-    mTree.Remove(oldPlace);
-    if (newPlace.item != nullptr) mTree.Remove(newPlace);
-    mTree.Put(newPlace, oldPlace.item);
-    if ((inFlags & RENAME_EXCHANGE) != 0) mTree.Put(oldPlace, newPlace.item);
+    Place oldPlace;
+    Place newPlace;
+    int error = Find(inOldFolder, inOldPath, Last::kEntry, oldPlace);
+    if (error == 0) error = Find(inNewFolder, inNewPath, Last::kEntry, newPlace);
+    if (error == 0) error = CheckRename(oldPlace, newPlace, inFlags);
+    if (error != 0) return Fail(error);
+    const MemoryNodePtr item = oldPlace.item.node;
+    const MemoryNodePtr replaced = newPlace.item.node;
+    if (item == replaced) return 0;
+    MemoryTree::Unlink(oldPlace);
+    if (replaced != nullptr) MemoryTree::Unlink(newPlace);
+    MemoryTree::Link(newPlace, item);
+    if ((inFlags & RENAME_EXCHANGE) != 0) MemoryTree::Link(oldPlace, replaced);
     return 0;
 }
 
 int MemoryFiles::Remove(int inFolder, const char* inPath, int inFlags) {
     if ((inFlags & ~AT_REMOVEDIR) != 0) return Fail(EINVAL);
     const bool isOfFolder = inFlags == AT_REMOVEDIR;
-    MemoryTree::Place place;
-    const int error = Find(inFolder, inPath, false, place);
+    Place place;
+    int error = Find(inFolder, inPath, Last::kEntry, place);
+    if (error == 0 && place.name.empty()) error = ErrorOfNameless(inPath, isOfFolder);
+    if (error == 0 && place.folder.mount->isReadOnly) error = EROFS;
+    const MemoryNode* const item = error == 0 ? place.Named() : nullptr;
+    if (error == 0 && item == nullptr) error = ENOENT;
+    if (error == 0 && !isOfFolder && place.hasSlash) error = item->IsFolder() ? EISDIR : ENOTDIR;
+    if (error == 0) error = CheckOldName(place, isOfFolder);
+    if (error == 0 && mTree.IsMountPoint(*item)) error = EBUSY;
+    if (error == 0 && !item->items.empty()) error = ENOTEMPTY;
     if (error != 0) return Fail(error);
-    if (place.name.empty()) return Fail(ErrorOfNameless(inPath, isOfFolder));
-    if (place.item == nullptr) return Fail(ENOENT);
-    if (!MayChangeNamesIn(*place.folder)) return Fail(EACCES);
-    if (isOfFolder != place.item->IsFolder()) return Fail(isOfFolder ? ENOTDIR : EISDIR);
-    if (!place.item->items.empty()) return Fail(ENOTEMPTY);
-    mTree.Remove(place);
+    MemoryTree::Unlink(place);
     return 0;
 }
 
 ssize_t MemoryFiles::ReadLink(int inFolder, const char* inPath, char* outTarget, std::size_t inCapacity) {
     if (inCapacity == 0) return Fail(EINVAL);
-    MemoryNodePtr item;
-    const int error = FindItem(inFolder, inPath, false, item);
+    MemoryLocation at;
+    const int error = FindItem(inFolder, inPath, AT_SYMLINK_NOFOLLOW | AT_EMPTY_PATH, at);
     if (error != 0) return Fail(error);
-    if (!item->IsLink()) return Fail(EINVAL);
-    return static_cast<ssize_t>(item->bytes.copy(outTarget, inCapacity));
+    if (!at.node->IsLink()) return Fail(inPath[0] == '\0' ? ENOENT : EINVAL);
+    return static_cast<ssize_t>(mTree.TextOf(*at.node).copy(outTarget, inCapacity));
 }
 
 char* MemoryFiles::Canonical(const char* inPath, char* outBuffer) {
-    MemoryNodePtr item;
-    const int error = FindItem(AT_FDCWD, inPath, true, item);
+    Place place;
+    std::string path;
+    int error = mTree.FindByText(mCurrentFolder, inPath, place);
+    if (error == 0 && place.item.node == nullptr) error = ENOENT;
+    if (error == 0 && !mTree.GetPath(place.folder, path)) error = ENOENT;
+    if (!place.name.empty()) path += (path == "/" ? "" : "/") + place.name;
+    if (error == 0 && path.size() >= PATH_MAX) error = ENAMETOOLONG;
     if (error != 0) {
         errno = error;
         return nullptr;
     }
-    const std::string path = mTree.PathOf(*item);
     return outBuffer == nullptr ? strdup(path.c_str()) : std::strcpy(outBuffer, path.c_str());
 }
 
 void MemoryFiles::ReplaceByPath(toolbox::os::SystemCalls& ioCalls) {
-    ioCalls.statx = [](int inFolder, const char* inPath, int inFlags, unsigned, struct statx* outStatus) {
+    ioCalls.statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                       struct statx* outStatus) {
         const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->GetStatus(inFolder, inPath, inFlags, *outStatus);
+        return sInUse->GetStatus(inFolder, inPath, inFlags, inMask, *outStatus);
     };
     ioCalls.statvfs = [](const char* inPath, struct statvfs* outStatus) {
         const std::lock_guard lock(sInUse->mMutex);
@@ -299,10 +340,7 @@ void MemoryFiles::ReplaceByPath(toolbox::os::SystemCalls& ioCalls) {
     };
     ioCalls.fchmodat = [](int inFolder, const char* inPath, mode_t inMode, int inFlags) {
         const std::lock_guard lock(sInUse->mMutex);
-        MemoryNodePtr item;
-        const bool follows = (inFlags & AT_SYMLINK_NOFOLLOW) == 0;
-        const int error = sInUse->FindItem(inFolder, inPath, follows, item);
-        return error != 0 ? Fail(error) : sInUse->SetMode(item, inMode);
+        return sInUse->SetModeByPath(inFolder, inPath, inMode, inFlags);
     };
     ioCalls.mkdirat = [](int inFolder, const char* inPath, mode_t inMode) {
         const std::lock_guard lock(sInUse->mMutex);

@@ -16,10 +16,12 @@
 
 namespace support {
 
-// While it lives, the table's calls about files reach a tree of its own, which begins as an empty root: one
-// volume, where births are told apart to the nanosecond. Descriptors of the system's are unknown to it, and
-// its own to the system. Errors are those of Linux, also in their order of precedence where it matters. Any
-// number of threads, but one such file system at a time.
+// While it lives, the table's calls about files reach a tree of its own, which begins as an empty root and
+// what the kernel tells of this process in /proc: the table of mounts, and the descriptors. Births are told
+// apart to the nanosecond. Descriptors of the system's are unknown to it, and its own to the system. Errors
+// are those of Linux, also in their order of precedence where it matters. Access is that of this process's
+// users. The root is the mount that the real one is, and no other has anything in common with what is or was
+// on this machine or in memory. Any number of threads, but one such file system at a time.
 class MemoryFiles {
   public:
     MemoryFiles();
@@ -27,22 +29,37 @@ class MemoryFiles {
     MemoryFiles(const MemoryFiles&) = delete;
     MemoryFiles& operator=(const MemoryFiles&) = delete;
 
-    // The table has no call for it. 0 or an errno.
+    // What the table has no call for; as the system's calls they answer 0 or an errno.
     int MakeLink(const std::string& inTarget, const std::string& inPath);
+    int MakeHardLink(const std::string& inOldPath, const std::string& inNewPath);
+    // A pipe or the like, by the kind that is in its mode.
+    int MakeSpecial(const std::string& inPath, mode_t inMode);
+    int SetCurrentFolder(const std::string& inPath);
+    // When it was last read and written.
+    int SetTimes(const std::string& inPath, const timespec& inAccess, const timespec& inChange);
+    // An empty volume; a folder that is at another place too; neither.
+    int MountVolume(const std::string& inPath);
+    int MountFolder(const std::string& inFolder, const std::string& inPath);
+    int Unmount(const std::string& inPath);
+    // What is mounted there is not to be written by this way any more.
+    int ForbidWriting(const std::string& inPath);
 
-    // What all files together may hold.
+    // What all files of the first volume together may hold.
     void SetCapacity(std::uint64_t inByteCount);
     // No read or write moves more than this.
     void SetMaxBytesPerCall(std::size_t inByteCount);
+    void SetMaxDescriptors(std::size_t inCount);
     std::size_t OpenCount() const;
 
   private:
     // What one open made: descriptors of one would share it.
     struct OpenFile {
-        MemoryNodePtr item;
+        MemoryLocation at;
         int flags = 0;
         std::size_t position = 0;
         int lock = 0;  // LOCK_SH, LOCK_EX or none
+
+        MemoryNode& Item() const { return *at.node; }
     };
     // What an open folder tells, in the state of when it was opened.
     struct Listing {
@@ -50,6 +67,8 @@ class MemoryFiles {
         std::vector<struct dirent> entries;
         std::size_t next = 0;
     };
+    using Last = MemoryTree::Last;
+    using Place = MemoryTree::Place;
 
     static void Replace(toolbox::os::SystemCalls& ioCalls);
     static void ReplaceByPath(toolbox::os::SystemCalls& ioCalls);
@@ -66,11 +85,12 @@ class MemoryFiles {
     Listing* List(int inDescriptor);
     struct dirent* NextOf(Listing& ioListing);
     int CloseListing(Listing* inListing);
-    int GetStatus(int inFolder, const char* inPath, int inFlags, struct statx& outStatus);
+    int GetStatus(int inFolder, const char* inPath, int inFlags, unsigned inMask, struct statx& outStatus);
     int GetVolumeStatus(const char* inPath, struct statvfs& outStatus);
     int CheckAccess(int inFolder, const char* inPath, int inMode, int inFlags);
-    int SetMode(const MemoryNodePtr& inItem, mode_t inMode);
-    int SetOwner(const MemoryNodePtr& inItem, uid_t inUser, gid_t inGroup);
+    int SetMode(const MemoryLocation& inItem, mode_t inMode);
+    int SetModeByPath(int inFolder, const char* inPath, mode_t inMode, int inFlags);
+    int SetOwner(const MemoryLocation& inItem, uid_t inUser, gid_t inGroup);
     int MakeFolder(int inFolder, const char* inPath, mode_t inMode);
     int Rename(int inOldFolder, const char* inOldPath, int inNewFolder, const char* inNewPath,
                unsigned inFlags);
@@ -78,24 +98,36 @@ class MemoryFiles {
     ssize_t ReadLink(int inFolder, const char* inPath, char* outTarget, std::size_t inCapacity);
     char* Canonical(const char* inPath, char* outBuffer);
 
+    // 0 or an errno.
+    int FindToOpen(int inFolder, const char* inPath, int inFlags, Place& outPlace);
+    int FindNewName(const std::string& inPath, Place& outPlace);
+    int CheckOpening(const Place& inPlace, int inFlags) const;
+    int FolderOf(int inFolder, const char* inPath, MemoryLocation& outFolder);
+    int Find(int inFolder, const char* inPath, Last inLast, Place& outPlace);
+    // What is open itself where the path is empty and the flags allow for that.
+    int FindItem(int inFolder, const char* inPath, int inFlags, MemoryLocation& outItem);
+    int CheckRename(const Place& inOld, const Place& inNew, unsigned inFlags) const;
+
     OpenFile* Get(int inDescriptor);
-    int FolderOf(int inFolder, const char* inPath, MemoryNodePtr& outFolder);
-    int Find(int inFolder, const char* inPath, bool inFollowsLast, MemoryTree::Place& outPlace);
-    int FindItem(int inFolder, const char* inPath, bool inFollowsLast, MemoryNodePtr& outItem);
-    int CheckReplacement(const MemoryTree::Place& inOld, const MemoryTree::Place& inNew,
-                         unsigned inFlags) const;
     bool IsLockedByAnother(const OpenFile& inFile, int inLock) const;
-    std::uint64_t FreeByteCount() const;
+    bool IsBusy(const MemoryMount& inMount) const;
+
+    // What the kernel tells of this process.
+    void MakeProcess();
+    void TellOfOpened(int inDescriptor, const std::string& inPath);
+    void TellOfClosed(int inDescriptor);
+    Place InProcess(const std::string& inFolder, const std::string& inName) const;
 
     static MemoryFiles* sInUse;
     const toolbox::os::SystemCalls mReal;
     mutable std::mutex mMutex;
     std::condition_variable mUnlocked;
     MemoryTree mTree;
+    MemoryLocation mCurrentFolder = mTree.Root();
     std::map<int, OpenFile> mOpenFiles;
     std::map<Listing*, std::unique_ptr<Listing>> mListings;
-    std::uint64_t mCapacityBytes = 1 << 30;
     std::size_t mMaxBytesPerCall = SIZE_MAX;
+    std::size_t mMaxDescriptors = 1 << 20;
 };
 
 }  // namespace support

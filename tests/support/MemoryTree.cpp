@@ -13,152 +13,134 @@ namespace {
 
 constexpr int kMaxLinks = 40;  // as in Linux
 
-std::uint64_t ByteCountOf(const MemoryNode& inItem) {
-    std::uint64_t count = inItem.bytes.size();
-    for (const auto& entry : inItem.items)
-        count += ByteCountOf(*entry.second);
-    return count;
+bool IsInGroup(gid_t inGroup, gid_t inUsersGroup) {
+    std::vector<gid_t> groups(static_cast<std::size_t>(std::max(getgroups(0, nullptr), 0)));
+    if (!groups.empty()) (void)getgroups(static_cast<int>(groups.size()), groups.data());
+    return inGroup == inUsersGroup || std::find(groups.begin(), groups.end(), inGroup) != groups.end();
 }
 
 }  // namespace
 
-bool MemoryNode::IsFolder() const {
-    return S_ISDIR(mode);
-}
-bool MemoryNode::IsFile() const {
-    return S_ISREG(mode);
-}
-bool MemoryNode::IsLink() const {
-    return S_ISLNK(mode);
+const MemoryNode* MemoryTree::Place::Named() const {
+    if (name.empty()) return nullptr;
+    const auto found = folder.node->items.find(name);
+    return found == folder.node->items.end() ? nullptr : found->second.get();
 }
 
-MemoryTree::MemoryTree() : mMask(umask(0)) {
-    umask(mMask);
-    mRoot = Add({}, S_IFDIR | 0777);
-    mRoot->folder = mRoot.get();
+// From the link that ioPlace.item is.
+int MemoryTree::FollowLink(Way& ioWay, Place& ioPlace) const {
+    if (++ioWay.linkCount > kMaxLinks) return ELOOP;
+    const MemoryNodePtr link = ioPlace.item.node;
+    if (link->opened.node == nullptr || ioWay.isByText) {
+        const MemoryLocation folder = ioPlace.folder;
+        return Walk(folder, TextOf(*link), Last::kFollowed, ioWay, ioPlace);
+    }
+    ioPlace.folder = ioPlace.item = link->opened;
+    ioPlace.name.clear();
+    return 0;
 }
 
 // From the folder that ioPlace.item is, to the item of that name.
-int MemoryTree::Step(std::string_view inName, int& ioLinkCount, bool inIsLast, bool inFollowsLast,
-                     Place& ioPlace) const {
-    if (ioPlace.item == nullptr) return ENOENT;
-    if (!ioPlace.item->IsFolder()) return ENOTDIR;
-    if (!MayAccess(*ioPlace.item, X_OK)) return EACCES;
+int MemoryTree::Step(std::string_view inName, bool inIsFollowed, Way& ioWay, Place& ioPlace) const {
+    if (ioPlace.item.node == nullptr) return ENOENT;
+    if (!ioPlace.item.node->IsFolder()) return ENOTDIR;
+    if (!MayAccess(*ioPlace.item.node, X_OK)) return EACCES;
     if (inName.size() > NAME_MAX) return ENAMETOOLONG;
     ioPlace.folder = ioPlace.item;
     ioPlace.name.clear();
     if (inName == ".") return 0;
     if (inName == "..") {
-        MemoryNode* const folder = ioPlace.folder->folder;
-        if (folder == nullptr) return ENOENT;
-        const bool isRoot = folder == mRoot.get();
-        ioPlace.item = isRoot ? mRoot : folder->folder->items.find(NameIn(*folder))->second;
+        ioPlace.folder = ioPlace.item = Above(ioPlace.item);
         return 0;
     }
-    if (ioPlace.folder->folder == nullptr) return ENOENT;  // nothing comes into a folder that was removed
-    const auto found = ioPlace.folder->items.find(inName);
-    ioPlace.item = found == ioPlace.folder->items.end() ? nullptr : found->second;
+    MemoryNode& folder = *ioPlace.folder.node;
+    if (folder.IsRemoved()) return ENOENT;  // nothing comes into it any more
+    const auto found = folder.items.find(inName);
+    ioPlace.item.node = found == folder.items.end() ? nullptr : found->second;
+    ioPlace.item = Top(ioPlace.item);
     ioPlace.name = inName;
-    const bool isFollowed = ioPlace.item != nullptr && ioPlace.item->IsLink() && (!inIsLast || inFollowsLast);
-    if (!isFollowed) return 0;
-    if (++ioLinkCount > kMaxLinks) return ELOOP;
-    const MemoryNodePtr link = ioPlace.item;
-    const MemoryNodePtr folder = ioPlace.folder;
-    return Walk(folder, link->bytes, true, ioLinkCount, ioPlace);
+    const bool isLink = ioPlace.item.node != nullptr && ioPlace.item.node->IsLink();
+    return isLink && inIsFollowed ? FollowLink(ioWay, ioPlace) : 0;
 }
 
-int MemoryTree::Walk(const MemoryNodePtr& inFrom, std::string_view inPath, bool inFollowsLast,
-                     int& ioLinkCount, Place& outPlace) const {
+int MemoryTree::Walk(const MemoryLocation& inFrom, std::string_view inPath, Last inLast, Way& ioWay,
+                     Place& outPlace) const {
     if (inPath.empty()) return ENOENT;
     if (inPath.size() >= PATH_MAX) return ENAMETOOLONG;
     const std::string path(inPath);  // of a link that may be replaced
     outPlace = Place();
-    outPlace.item = path[0] == '/' ? mRoot : inFrom;
-    outPlace.folder = outPlace.item;
+    outPlace.folder = outPlace.item = path[0] == '/' ? Root() : inFrom;
     const std::size_t end = path.find_last_not_of('/') + 1;
     const bool hasSlash = end < path.size();
+    const bool isLastFollowed = inLast == Last::kFollowed || (inLast == Last::kItself && hasSlash);
     for (std::size_t start = path.find_first_not_of('/'); start < end;) {
         const std::size_t nameEnd = std::min(path.find('/', start), end);
         const bool isLast = nameEnd == end;
-        const int error = Step(std::string_view(path).substr(start, nameEnd - start), ioLinkCount, isLast,
-                               inFollowsLast || hasSlash, outPlace);
+        const int error = Step(std::string_view(path).substr(start, nameEnd - start),
+                               !isLast || isLastFollowed, ioWay, outPlace);
         if (error != 0) return error;
         start = isLast ? end : path.find_first_not_of('/', nameEnd);
     }
-    outPlace.mustBeFolder = outPlace.mustBeFolder || hasSlash;
-    if (outPlace.mustBeFolder && outPlace.item != nullptr && !outPlace.item->IsFolder()) return ENOTDIR;
-    return 0;
+    outPlace.hasSlash = outPlace.hasSlash || hasSlash;
+    const bool mustBeFolder = outPlace.hasSlash && inLast != Last::kEntry;
+    return mustBeFolder && outPlace.item.node != nullptr && !outPlace.item.node->IsFolder() ? ENOTDIR : 0;
 }
 
-int MemoryTree::Find(const MemoryNodePtr& inFrom, std::string_view inPath, bool inFollowsLast,
+int MemoryTree::Find(const MemoryLocation& inFrom, std::string_view inPath, Last inLast,
                      Place& outPlace) const {
-    int linkCount = 0;
-    return Walk(inFrom, inPath, inFollowsLast, linkCount, outPlace);
+    Way way;
+    return Walk(inFrom, inPath, inLast, way, outPlace);
 }
 
-int MemoryTree::FindItem(const MemoryNodePtr& inFrom, std::string_view inPath, bool inFollowsLast,
-                         MemoryNodePtr& outItem) const {
-    Place place;
-    const int error = Find(inFrom, inPath, inFollowsLast, place);
-    outItem = place.item;
-    return error == 0 && outItem == nullptr ? ENOENT : error;
+int MemoryTree::FindByText(const MemoryLocation& inFrom, std::string_view inPath, Place& outPlace) const {
+    Way way = {true};
+    return Walk(inFrom, inPath, Last::kFollowed, way, outPlace);
 }
 
 MemoryNodePtr MemoryTree::Add(const Place& inPlace, mode_t inMode) {
-    auto item = std::make_shared<MemoryNode>();
-    item->inode = mNextInode++;
-    item->mode = S_ISLNK(inMode) ? inMode : inMode & ~mMask;
-    item->owner = geteuid();
-    item->group = getegid();
-    item->folder = inPlace.folder.get();
-    Touch(*item);
-    item->birth = item->changed;
-    if (inPlace.folder != nullptr) {
-        inPlace.folder->items[inPlace.name] = item;
-        Touch(*inPlace.folder);
-    }
+    MemoryNodePtr item = NewNode(*inPlace.folder.node->volume, inMode);
+    Link(inPlace, item);
+    item->statusChanged = item->birth;
     return item;
 }
 
-void MemoryTree::Remove(const Place& inPlace) {
-    inPlace.folder->items.erase(inPlace.name);
-    inPlace.item->folder = nullptr;
-    Touch(*inPlace.folder);
+void MemoryTree::Link(const Place& inPlace, const MemoryNodePtr& inItem) {
+    MemoryNode& folder = *inPlace.folder.node;
+    folder.items[inPlace.name] = inItem;
+    inItem->names.push_back({&folder, inPlace.name});
+    inItem->formerFolder = nullptr;
+    Touch(folder);
+    TouchStatus(*inItem);
 }
 
-void MemoryTree::Put(const Place& inPlace, const MemoryNodePtr& inItem) {
-    inPlace.folder->items[inPlace.name] = inItem;
-    inItem->folder = inPlace.folder.get();
-    Touch(*inPlace.folder);
+void MemoryTree::Unlink(const Place& inPlace) {
+    MemoryNode& folder = *inPlace.folder.node;
+    const auto found = folder.items.find(inPlace.name);
+    const MemoryNodePtr item = found->second;
+    folder.items.erase(found);
+    std::erase_if(item->names, [&](const MemoryNode::Name& inName) {
+        return inName.folder == &folder && inName.text == inPlace.name;
+    });
+    if (item->IsFolder()) item->formerFolder = inPlace.folder.node;
+    Touch(folder);
+    TouchStatus(*item);
 }
 
-std::uint64_t MemoryTree::ByteCount() const {
-    return ByteCountOf(*mRoot);
-}
-
-std::string MemoryTree::NameIn(const MemoryNode& inItem) {
-    for (const auto& [name, item] : inItem.folder->items)
-        if (item.get() == &inItem) return name;
-    return {};
-}
-
-std::string MemoryTree::PathOf(const MemoryNode& inItem) const {
-    if (&inItem == mRoot.get()) return "/";
+std::string MemoryTree::TextOf(const MemoryNode& inLink) const {
+    if (inLink.opened.node == nullptr) return inLink.bytes;
     std::string path;
-    for (const MemoryNode* item = &inItem; item != mRoot.get(); item = item->folder)
-        path.insert(0, '/' + NameIn(*item));
-    return path;
+    if (GetPath(inLink.opened, path)) return path;
+    return inLink.bytes + " (deleted)";
 }
 
 bool MemoryTree::MayAccess(const MemoryNode& inItem, int inAccess) {
-    const uid_t user = geteuid();
-    if (user == 0) return (inAccess & X_OK) == 0 || inItem.IsFolder() || (inItem.mode & 0111) != 0;
-    const int shift = user == inItem.owner ? 6 : getegid() == inItem.group ? 3 : 0;
-    return (inAccess & ~static_cast<int>(inItem.mode >> shift & 07)) == 0;
+    return MayAccess(inItem, inAccess, {geteuid(), getegid()});
 }
 
-void MemoryTree::Touch(MemoryNode& ioItem) {
-    clock_gettime(CLOCK_REALTIME, &ioItem.changed);
+bool MemoryTree::MayAccess(const MemoryNode& inItem, int inAccess, const User& inUser) {
+    if (inUser.user == 0) return (inAccess & X_OK) == 0 || inItem.IsFolder() || (inItem.mode & 0111) != 0;
+    const int shift = inUser.user == inItem.owner ? 6 : IsInGroup(inItem.group, inUser.group) ? 3 : 0;
+    return (inAccess & ~static_cast<int>(inItem.mode >> shift & 07)) == 0;
 }
 
 }  // namespace support

@@ -1,80 +1,64 @@
-// Folders, files and links in memory, found by path as the system finds them.
+// Items in memory, found by path as the system finds them, and their names.
 #pragma once
 
-#include <sys/types.h>
-#include <time.h>
+#include "support/MemoryVolumes.h"
 
-#include <cstdint>
-#include <functional>
-#include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 
 namespace support {
 
-struct MemoryNode {
-    std::uint64_t inode = 0;
-    mode_t mode = 0;  // kind and permissions
-    uid_t owner = 0;
-    gid_t group = 0;
-    timespec birth = {};
-    timespec changed = {};  // its contents
-    std::string bytes;      // of a file; where a link leads
-    std::map<std::string, std::shared_ptr<MemoryNode>, std::less<>> items;
-    MemoryNode* folder = nullptr;  // the root's is itself; null: it has no name any more
-
-    bool IsFolder() const;
-    bool IsFile() const;
-    bool IsLink() const;
-};
-using MemoryNodePtr = std::shared_ptr<MemoryNode>;
-
-class MemoryTree {
+class MemoryTree : public MemoryVolumes {
   public:
-    MemoryTree();
+    using MemoryVolumes::MemoryVolumes;
 
-    const MemoryNodePtr& Root() const { return mRoot; }
-
-    // Where a path leads. Only the last name may be missing: item is null then.
+    // What becomes of a path's last name.
+    enum class Last {
+        kFollowed,  // where it is a link
+        kItself,    // but followed where a slash is behind it
+        kEntry      // never followed: names are given and taken away
+    };
+    // Where a path leads. Only the last name may be missing.
     struct Place {
-        MemoryNodePtr
-            folder;        // that the last name is in; the item itself where the path has none, such as "/"
-        std::string name;  // empty where the path ends with no name, or with "." or ".."
-        MemoryNodePtr item;
-        bool mustBeFolder = false;  // a slash behind the name
+        MemoryLocation folder;  // that the last name is in; the item itself where the path has none
+        std::string name;       // empty where the path ends with no name, or with "." or ".."
+        MemoryLocation item;    // what is mounted there, if anything is
+        bool hasSlash = false;  // behind the name
+        // What has the name, also where something is mounted upon it; null where it has none.
+        const MemoryNode* Named() const;
     };
     // 0 or an errno. inFrom is where a relative path begins.
-    int Find(const MemoryNodePtr& inFrom, std::string_view inPath, bool inFollowsLast, Place& outPlace) const;
-    // Find's, of an item that is there. ENOENT otherwise.
-    int FindItem(const MemoryNodePtr& inFrom, std::string_view inPath, bool inFollowsLast,
-                 MemoryNodePtr& outItem) const;
+    int Find(const MemoryLocation& inFrom, std::string_view inPath, Last inLast, Place& outPlace) const;
+    // As the C library finds it, name by name: the kernel's links lead to what they read.
+    int FindByText(const MemoryLocation& inFrom, std::string_view inPath, Place& outPlace) const;
 
-    // The new item, which the user of this process owns. May be at any place; the caller has looked.
+    // A new item with that name, which no other has. The caller has looked at all the rest.
     MemoryNodePtr Add(const Place& inPlace, mode_t inMode);
-    void Remove(const Place& inPlace);
-    // An item that has no name gets that one, which no other has.
-    void Put(const Place& inPlace, const MemoryNodePtr& inItem);
-    // Of all that has a name.
-    std::uint64_t ByteCount() const;
+    // Gives an item a name, and takes a name away.
+    static void Link(const Place& inPlace, const MemoryNodePtr& inItem);
+    static void Unlink(const Place& inPlace);
 
-    // Of an item that has a name.
-    std::string PathOf(const MemoryNode& inItem) const;
+    // What a link leads to, as text.
+    std::string TextOf(const MemoryNode& inLink) const;
 
-    // Whether the user of this process has all of R_OK, W_OK and X_OK that inAccess asks for.
+    struct User {
+        uid_t user;
+        gid_t group;
+    };
+    // Whether a user of this process has all of R_OK, W_OK and X_OK that inAccess asks for; without one, the
+    // effective user.
     static bool MayAccess(const MemoryNode& inItem, int inAccess);
-    static void Touch(MemoryNode& ioItem);
+    static bool MayAccess(const MemoryNode& inItem, int inAccess, const User& inUser);
 
   private:
-    static std::string NameIn(const MemoryNode& inItem);
-    int Step(std::string_view inName, int& ioLinkCount, bool inIsLast, bool inFollowsLast,
-             Place& ioPlace) const;
-    int Walk(const MemoryNodePtr& inFrom, std::string_view inPath, bool inFollowsLast, int& ioLinkCount,
+    struct Way {
+        bool isByText = false;
+        int linkCount = 0;
+    };
+    int Step(std::string_view inName, bool inIsFollowed, Way& ioWay, Place& ioPlace) const;
+    int FollowLink(Way& ioWay, Place& ioPlace) const;
+    int Walk(const MemoryLocation& inFrom, std::string_view inPath, Last inLast, Way& ioWay,
              Place& outPlace) const;
-
-    std::uint64_t mNextInode = 2;
-    mode_t mMask = 0;
-    MemoryNodePtr mRoot;
 };
 
 }  // namespace support
