@@ -1,6 +1,7 @@
 #include "support/FailingMemory.h"
 
 #include "support/Countdown.h"
+#include "support/KitsOwn.h"
 
 #include <dlfcn.h>
 
@@ -25,7 +26,7 @@ thread_local std::uint64_t tAlignedCount = 0;
 thread_local int tLibraryDepth = 0;  // > 0: a library call of ours is under way
 
 bool IsToFail() {
-    return tLibraryDepth == 0 && tCountdown.IsDue();
+    return tLibraryDepth == 0 && !support::KitsOwn::IsHere() && tCountdown.IsDue();
 }
 
 // The library's own function, with what it allocates left alone.

@@ -194,12 +194,16 @@ int FileWorld::ForbidWriting(const std::string& inPath) {
 }
 
 FileWorld::CurrentFolder::CurrentFolder(FileWorld& ioWorld, const std::string& inPath)
-    : mWorld(ioWorld), mBefore(std::filesystem::current_path()) {
-    EXPECT_EQ(0, mWorld.mMemory ? mWorld.mMemory->SetCurrentFolder(inPath) : chdir(inPath.c_str())) << inPath;
+    : mWorld(ioWorld), mBefore(ioWorld.mMemory ? "/" : std::filesystem::current_path().string()) {
+    Go(inPath);
 }
 
 FileWorld::CurrentFolder::~CurrentFolder() {
-    EXPECT_EQ(0, mWorld.mMemory ? mWorld.mMemory->SetCurrentFolder("/") : chdir(mBefore.c_str()));
+    Go(mBefore);
+}
+
+void FileWorld::CurrentFolder::Go(const std::string& inPath) {
+    EXPECT_EQ(0, mWorld.mMemory ? mWorld.mMemory->SetCurrentFolder(inPath) : chdir(inPath.c_str())) << inPath;
 }
 
 FileWorld::NoMoreDescriptors::NoMoreDescriptors(FileWorld& ioWorld) : mWorld(ioWorld) {
@@ -225,7 +229,8 @@ FileWorld::OrdinaryUser::OrdinaryUser(FileWorld& ioWorld) : mIsChanged(geteuid()
     EXPECT_EQ(0, Calls().fchown(folder, kNobody, kNobody));
     EXPECT_EQ(0, Calls().close(folder));
     mGroups.resize(static_cast<std::size_t>(getgroups(0, nullptr)));
-    EXPECT_EQ(mGroups.size(), static_cast<std::size_t>(getgroups(static_cast<int>(mGroups.size()), mGroups.data())));
+    EXPECT_EQ(mGroups.size(),
+              static_cast<std::size_t>(getgroups(static_cast<int>(mGroups.size()), mGroups.data())));
     EXPECT_EQ(0, setgroups(0, nullptr));
     EXPECT_EQ(0, setresgid(kNobody, kNobody, 0));
     EXPECT_EQ(0, setresuid(kNobody, kNobody, 0));

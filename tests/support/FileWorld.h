@@ -70,6 +70,7 @@ class FileWorld {
       public:
         CurrentFolder(FileWorld& ioWorld, const std::string& inPath);
         ~CurrentFolder();
+        void Go(const std::string& inPath);
         CurrentFolder(const CurrentFolder&) = delete;
         CurrentFolder& operator=(const CurrentFolder&) = delete;
 

@@ -39,7 +39,9 @@ class FileWorldNames : public support::FileWorldTest {
     int MakeFolder(std::string_view inName) const {
         return ErrorOf(Calls().mkdirat(AT_FDCWD, (mFolder / inName).c_str(), 0700));
     }
-    struct statx StatusOf(std::string_view inName) const { return FileWorld::StatusOf(mFolder / inName); }
+    struct statx StatusOf(std::string_view inName) const {
+        return FileWorld::StatusOf(mFolder / inName);
+    }
     // Or the errno.
     static std::string Canonical(const std::string& inPath) {
         char* const path = Calls().realpath(inPath.c_str(), nullptr);

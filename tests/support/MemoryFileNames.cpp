@@ -103,13 +103,11 @@ int MemoryFiles::FindItem(int inFolder, const char* inPath, int inFlags, MemoryL
     return error == 0 && outItem.node == nullptr ? ENOENT : error;
 }
 
-MemoryFiles::Listing* MemoryFiles::List(int inDescriptor) {
-    const OpenFile* const file = Get(inDescriptor);
-    const int error = file == nullptr || (file->flags & O_PATH) != 0 ? EBADF
-                      : file->Item().IsFolder()                      ? 0
-                                                                     : ENOTDIR;
-    if (error != 0) {
-        errno = error;
+// The system's type of an open folder is nobody's to look into.
+DIR* MemoryFiles::List(int inDescriptor) {
+    const OpenFile* const file = GetOpen(inDescriptor);
+    if (file == nullptr || !file->Item().IsFolder()) {
+        errno = file == nullptr ? EBADF : ENOTDIR;
         return nullptr;
     }
     auto listing = std::make_unique<Listing>();
@@ -120,65 +118,67 @@ MemoryFiles::Listing* MemoryFiles::List(int inDescriptor) {
         listing->entries.push_back(EntryOf(name, *item));
     Listing* const result = listing.get();
     mListings[result] = std::move(listing);
-    return result;
+    return reinterpret_cast<DIR*>(result);
 }
 
-struct dirent* MemoryFiles::NextOf(Listing& ioListing) {
-    return ioListing.next == ioListing.entries.size() ? nullptr : &ioListing.entries[ioListing.next++];
+struct dirent* MemoryFiles::NextOf(DIR* ioListing) {
+    Listing& listing = *reinterpret_cast<Listing*>(ioListing);
+    return listing.next == listing.entries.size() ? nullptr : &listing.entries[listing.next++];
 }
 
-int MemoryFiles::CloseListing(Listing* inListing) {
-    const int descriptor = inListing->descriptor;
-    mListings.erase(inListing);
+int MemoryFiles::CloseListing(DIR* inListing) {
+    const auto found = mListings.find(reinterpret_cast<Listing*>(inListing));
+    const int descriptor = found->second->descriptor;
+    mListings.erase(found);
     return Close(descriptor);
 }
 
 int MemoryFiles::GetStatus(int inFolder, const char* inPath, int inFlags, unsigned inMask,
-                           struct statx& outStatus) {
+                           struct statx* outStatus) {
     constexpr int kFlags = AT_EMPTY_PATH | AT_NO_AUTOMOUNT | AT_SYMLINK_NOFOLLOW | AT_STATX_SYNC_TYPE;
     MemoryLocation at;
     const int error = (inFlags & ~kFlags) != 0 ? EINVAL : FindItem(inFolder, inPath, inFlags, at);
     if (error != 0) return Fail(error);
     const MemoryNode& item = *at.node;
-    outStatus = {};
-    outStatus.stx_mask = STATX_BASIC_STATS | STATX_MNT_ID | (inMask & STATX_BTIME);
-    outStatus.stx_blksize = kBlockBytes;
-    outStatus.stx_nlink = static_cast<__u32>(item.names.size());
+    *outStatus = {};
+    outStatus->stx_mask = STATX_BASIC_STATS | STATX_MNT_ID | (inMask & STATX_BTIME);
+    outStatus->stx_blksize = kBlockBytes;
+    outStatus->stx_nlink = static_cast<__u32>(item.names.size());
     if (item.IsFolder() && !item.IsRemoved()) {
-        outStatus.stx_nlink = 2;
+        outStatus->stx_nlink = 2;
         for (const auto& entry : item.items)
-            outStatus.stx_nlink += entry.second->IsFolder();
+            outStatus->stx_nlink += entry.second->IsFolder();
     }
-    outStatus.stx_uid = item.owner;
-    outStatus.stx_gid = item.group;
-    outStatus.stx_mode = static_cast<__u16>(item.mode);
-    outStatus.stx_ino = item.inode;
-    outStatus.stx_size = item.bytes.size();
-    outStatus.stx_blocks = (item.bytes.size() + 511) / 512;
-    if ((inMask & STATX_BTIME) != 0) outStatus.stx_btime = TimeOf(item.birth);
-    outStatus.stx_atime = TimeOf(item.accessed);
-    outStatus.stx_mtime = TimeOf(item.changed);
-    outStatus.stx_ctime = TimeOf(item.statusChanged);
-    outStatus.stx_dev_major = item.volume->deviceMajor;
-    outStatus.stx_dev_minor = item.volume->deviceMinor;
-    outStatus.stx_mnt_id = at.mount->id;
-    outStatus.stx_attributes_mask = STATX_ATTR_MOUNT_ROOT;
-    if (at.node == at.mount->root) outStatus.stx_attributes = STATX_ATTR_MOUNT_ROOT;
+    outStatus->stx_uid = item.owner;
+    outStatus->stx_gid = item.group;
+    outStatus->stx_mode = static_cast<__u16>(item.mode);
+    outStatus->stx_ino = item.inode;
+    outStatus->stx_size = item.bytes.size();
+    outStatus->stx_blocks = (item.bytes.size() + 511) / 512;
+    if ((inMask & STATX_BTIME) != 0) outStatus->stx_btime = TimeOf(item.birth);
+    outStatus->stx_atime = TimeOf(item.accessed);
+    outStatus->stx_mtime = TimeOf(item.changed);
+    outStatus->stx_ctime = TimeOf(item.statusChanged);
+    outStatus->stx_dev_major = item.volume->deviceMajor;
+    outStatus->stx_dev_minor = item.volume->deviceMinor;
+    outStatus->stx_mnt_id = at.mount->id;
+    outStatus->stx_attributes_mask = STATX_ATTR_MOUNT_ROOT;
+    if (at.node == at.mount->root) outStatus->stx_attributes = STATX_ATTR_MOUNT_ROOT;
     return 0;
 }
 
-int MemoryFiles::GetVolumeStatus(const char* inPath, struct statvfs& outStatus) {
+int MemoryFiles::GetVolumeStatus(const char* inPath, struct statvfs* outStatus) {
     MemoryLocation at;
     const int error = FindItem(AT_FDCWD, inPath, 0, at);
     if (error != 0) return Fail(error);
     const MemoryVolume& volume = *at.node->volume;
-    outStatus = {};
-    outStatus.f_bsize = outStatus.f_frsize = kBlockBytes;
-    outStatus.f_blocks = volume.capacityBytes / kBlockBytes;
-    outStatus.f_bfree = outStatus.f_bavail = volume.FreeByteCount() / kBlockBytes;
-    if (volume.capacityBytes != 0) outStatus.f_files = outStatus.f_ffree = 1 << 20;
-    outStatus.f_flag = at.mount->isReadOnly ? ST_RDONLY : 0;
-    outStatus.f_namemax = NAME_MAX;
+    *outStatus = {};
+    outStatus->f_bsize = outStatus->f_frsize = kBlockBytes;
+    outStatus->f_blocks = volume.capacityBytes / kBlockBytes;
+    outStatus->f_bfree = outStatus->f_bavail = volume.FreeByteCount() / kBlockBytes;
+    if (volume.capacityBytes != 0) outStatus->f_files = outStatus->f_ffree = 1 << 20;
+    outStatus->f_flag = at.mount->isReadOnly ? ST_RDONLY : 0;
+    outStatus->f_namemax = NAME_MAX;
     return 0;
 }
 
@@ -195,7 +195,7 @@ int MemoryFiles::CheckAccess(int inFolder, const char* inPath, int inMode, int i
     return (inMode & W_OK) != 0 && at.mount->isReadOnly ? Fail(EROFS) : 0;
 }
 
-int MemoryFiles::SetMode(const MemoryLocation& inItem, mode_t inMode) {
+int MemoryFiles::SetModeOf(const MemoryLocation& inItem, mode_t inMode) {
     MemoryNode& item = *inItem.node;
     if (inItem.mount->isReadOnly) return Fail(EROFS);
     if (item.IsLink()) return Fail(EOPNOTSUPP);
@@ -205,16 +205,18 @@ int MemoryFiles::SetMode(const MemoryLocation& inItem, mode_t inMode) {
     return 0;
 }
 
-int MemoryFiles::SetModeByPath(int inFolder, const char* inPath, mode_t inMode, int inFlags) {
+int MemoryFiles::SetMode(int inFolder, const char* inPath, mode_t inMode, int inFlags) {
     MemoryLocation at;
     const int error =
         (inFlags & ~AT_SYMLINK_NOFOLLOW) != 0 ? EINVAL : FindItem(inFolder, inPath, inFlags, at);
-    return error != 0 ? Fail(error) : SetMode(at, inMode);
+    return error != 0 ? Fail(error) : SetModeOf(at, inMode);
 }
 
-int MemoryFiles::SetOwner(const MemoryLocation& inItem, uid_t inUser, gid_t inGroup) {
-    MemoryNode& item = *inItem.node;
-    if (inItem.mount->isReadOnly) return Fail(EROFS);
+int MemoryFiles::SetOwnerOfOpen(int inDescriptor, uid_t inUser, gid_t inGroup) {
+    const OpenFile* const file = GetOpen(inDescriptor);
+    if (file == nullptr) return Fail(EBADF);
+    if (file->at.mount->isReadOnly) return Fail(EROFS);
+    MemoryNode& item = file->Item();
     const bool keepsUser = inUser == static_cast<uid_t>(-1) || inUser == item.owner;
     const bool keepsGroup = inGroup == static_cast<gid_t>(-1) || inGroup == item.group;
     if (geteuid() != 0 && !(keepsUser && keepsGroup)) return Fail(EPERM);
@@ -322,47 +324,6 @@ char* MemoryFiles::Canonical(const char* inPath, char* outBuffer) {
         return nullptr;
     }
     return outBuffer == nullptr ? strdup(path.c_str()) : std::strcpy(outBuffer, path.c_str());
-}
-
-void MemoryFiles::ReplaceByPath(toolbox::os::SystemCalls& ioCalls) {
-    ioCalls.statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
-                       struct statx* outStatus) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->GetStatus(inFolder, inPath, inFlags, inMask, *outStatus);
-    };
-    ioCalls.statvfs = [](const char* inPath, struct statvfs* outStatus) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->GetVolumeStatus(inPath, *outStatus);
-    };
-    ioCalls.faccessat = [](int inFolder, const char* inPath, int inMode, int inFlags) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->CheckAccess(inFolder, inPath, inMode, inFlags);
-    };
-    ioCalls.fchmodat = [](int inFolder, const char* inPath, mode_t inMode, int inFlags) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->SetModeByPath(inFolder, inPath, inMode, inFlags);
-    };
-    ioCalls.mkdirat = [](int inFolder, const char* inPath, mode_t inMode) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->MakeFolder(inFolder, inPath, inMode);
-    };
-    ioCalls.renameat2 = [](int inOldFolder, const char* inOldPath, int inNewFolder, const char* inNewPath,
-                           unsigned inFlags) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->Rename(inOldFolder, inOldPath, inNewFolder, inNewPath, inFlags);
-    };
-    ioCalls.unlinkat = [](int inFolder, const char* inPath, int inFlags) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->Remove(inFolder, inPath, inFlags);
-    };
-    ioCalls.readlinkat = [](int inFolder, const char* inPath, char* outTarget, std::size_t inCapacity) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->ReadLink(inFolder, inPath, outTarget, inCapacity);
-    };
-    ioCalls.realpath = [](const char* inPath, char* outBuffer) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->Canonical(inPath, outBuffer);
-    };
 }
 
 }  // namespace support

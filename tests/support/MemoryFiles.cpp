@@ -1,5 +1,7 @@
 #include "support/MemoryFiles.h"
 
+#include "support/KitsOwn.h"
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -38,22 +40,58 @@ int CheckSpecial(const MemoryNode& inItem, int inFlags) {
 // Of the volume that the real root is on, which outlives this one in memory.
 struct statx RootStatus(const toolbox::os::SystemCalls& inReal) {
     struct statx status = {};
-    (void)inReal.statx(AT_FDCWD, "/", 0, STATX_BASIC_STATS | STATX_MNT_ID, &status);
+    (void)inReal.statx(AT_FDCWD, "/", 0, STATX_BASIC_STATS | STATX_BTIME | STATX_MNT_ID, &status);
     return status;
-}
-MemoryTree TreeLike(const struct statx& inRoot) {
-    return {inRoot.stx_dev_major, inRoot.stx_dev_minor, inRoot.stx_mnt_id};
 }
 
 }  // namespace
 
 MemoryFiles* MemoryFiles::sInUse = nullptr;
 
-MemoryFiles::MemoryFiles() : mReal(toolbox::os::CallsForTesting()), mTree(TreeLike(RootStatus(mReal))) {
+template <auto kFunction>
+struct MemoryFiles::StandIn {
+    template <typename Result, typename... Arguments>
+    static constexpr auto Of(Result (MemoryFiles::*)(Arguments...)) {
+        return +[](Arguments... inArguments) {
+            const KitsOwn own;
+            const std::lock_guard lock(sInUse->mMutex);
+            return (sInUse->*kFunction)(inArguments...);
+        };
+    }
+    static constexpr auto kCall = Of(kFunction);
+};
+
+void MemoryFiles::Replace(toolbox::os::SystemCalls& ioCalls) {
+    ioCalls.openat = StandIn<&MemoryFiles::Open>::kCall;
+    ioCalls.close = StandIn<&MemoryFiles::Close>::kCall;
+    ioCalls.pread = StandIn<&MemoryFiles::ReadAt>::kCall;
+    ioCalls.pwrite = StandIn<&MemoryFiles::WriteAt>::kCall;
+    ioCalls.read = StandIn<&MemoryFiles::Read>::kCall;
+    ioCalls.write = StandIn<&MemoryFiles::Write>::kCall;
+    ioCalls.posix_fallocate = StandIn<&MemoryFiles::Reserve>::kCall;
+    ioCalls.ftruncate = StandIn<&MemoryFiles::SetLength>::kCall;
+    ioCalls.fsync = StandIn<&MemoryFiles::Sync>::kCall;
+    ioCalls.flock = Lock;
+    ioCalls.fchmod = StandIn<&MemoryFiles::SetModeOfOpen>::kCall;
+    ioCalls.fchown = StandIn<&MemoryFiles::SetOwnerOfOpen>::kCall;
+    ioCalls.fdopendir = StandIn<&MemoryFiles::List>::kCall;
+    ioCalls.readdir = StandIn<&MemoryFiles::NextOf>::kCall;
+    ioCalls.closedir = StandIn<&MemoryFiles::CloseListing>::kCall;
+    ioCalls.statx = StandIn<&MemoryFiles::GetStatus>::kCall;
+    ioCalls.statvfs = StandIn<&MemoryFiles::GetVolumeStatus>::kCall;
+    ioCalls.faccessat = StandIn<&MemoryFiles::CheckAccess>::kCall;
+    ioCalls.fchmodat = StandIn<&MemoryFiles::SetMode>::kCall;
+    ioCalls.mkdirat = StandIn<&MemoryFiles::MakeFolder>::kCall;
+    ioCalls.renameat2 = StandIn<&MemoryFiles::Rename>::kCall;
+    ioCalls.unlinkat = StandIn<&MemoryFiles::Remove>::kCall;
+    ioCalls.readlinkat = StandIn<&MemoryFiles::ReadLink>::kCall;
+    ioCalls.realpath = StandIn<&MemoryFiles::Canonical>::kCall;
+}
+
+MemoryFiles::MemoryFiles() : mReal(toolbox::os::CallsForTesting()), mTree(RootStatus(mReal)) {
     MakeProcess();
     sInUse = this;
     Replace(toolbox::os::CallsForTesting());
-    ReplaceByPath(toolbox::os::CallsForTesting());
 }
 
 MemoryFiles::~MemoryFiles() {
@@ -84,6 +122,11 @@ std::size_t MemoryFiles::OpenCount() const {
 MemoryFiles::OpenFile* MemoryFiles::Get(int inDescriptor) {
     const auto found = mOpenFiles.find(inDescriptor);
     return found == mOpenFiles.end() ? nullptr : &found->second;
+}
+
+MemoryFiles::OpenFile* MemoryFiles::GetOpen(int inDescriptor) {
+    OpenFile* const file = Get(inDescriptor);
+    return file == nullptr || (file->flags & O_PATH) != 0 ? nullptr : file;
 }
 
 int MemoryFiles::FindToOpen(int inFolder, const char* inPath, int inFlags, Place& outPlace) {
@@ -154,43 +197,64 @@ int MemoryFiles::Close(int inDescriptor) {
     return 0;
 }
 
-ssize_t MemoryFiles::Read(int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset,
-                          bool inMovesOn) {
+ssize_t MemoryFiles::ReadFrom(const OpenFile& inFile, void* outBytes, std::size_t inByteCount,
+                              std::size_t inOffset) const {
+    if (!IsReadable(inFile.flags)) return Fail(EBADF);
+    if (inFile.Item().IsFolder()) return Fail(EISDIR);
+    const std::string& bytes = inFile.Item().bytes;
+    return static_cast<ssize_t>(bytes.copy(static_cast<char*>(outBytes),
+                                           std::min(inByteCount, mMaxBytesPerCall),
+                                           std::min(inOffset, bytes.size())));
+}
+
+ssize_t MemoryFiles::ReadAt(int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset) {
     OpenFile* const file = Get(inDescriptor);
-    if (file == nullptr || !IsReadable(file->flags)) return Fail(EBADF);
     if (inOffset < 0) return Fail(EINVAL);
-    if (file->Item().IsFolder()) return Fail(EISDIR);
-    if (S_ISFIFO(file->Item().mode) && !inMovesOn) return Fail(ESPIPE);
-    const std::string& bytes = file->Item().bytes;
-    const std::size_t start =
-        std::min(inMovesOn ? file->position : static_cast<std::size_t>(inOffset), bytes.size());
-    const std::size_t count =
-        bytes.copy(static_cast<char*>(outBytes), std::min(inByteCount, mMaxBytesPerCall), start);
-    if (inMovesOn) file->position = start + count;
+    if (file == nullptr) return Fail(EBADF);
+    if (S_ISFIFO(file->Item().mode)) return Fail(ESPIPE);
+    return ReadFrom(*file, outBytes, inByteCount, static_cast<std::size_t>(inOffset));
+}
+
+ssize_t MemoryFiles::Read(int inDescriptor, void* outBytes, std::size_t inByteCount) {
+    OpenFile* const file = Get(inDescriptor);
+    if (file == nullptr) return Fail(EBADF);
+    const ssize_t count = ReadFrom(*file, outBytes, inByteCount, file->position);
+    if (count > 0) file->position += static_cast<std::size_t>(count);
+    return count;
+}
+
+ssize_t MemoryFiles::WriteTo(OpenFile& ioFile, const void* inBytes, std::size_t inByteCount,
+                             std::size_t inOffset) const {
+    if (!IsWritable(ioFile.flags)) return Fail(EBADF);
+    if (inByteCount == 0) return 0;
+    std::string& bytes = ioFile.Item().bytes;
+    const std::uint64_t maxEnd = bytes.size() + ioFile.Item().volume->FreeByteCount();
+    if (inOffset >= maxEnd) return Fail(ENOSPC);
+    const auto count =
+        static_cast<std::size_t>(std::min<std::uint64_t>({inByteCount, mMaxBytesPerCall, maxEnd - inOffset}));
+    bytes.resize(std::max(bytes.size(), inOffset + count));
+    bytes.replace(inOffset, count, static_cast<const char*>(inBytes), count);
+    MemoryTree::Touch(ioFile.Item());
     return static_cast<ssize_t>(count);
 }
 
-ssize_t MemoryFiles::Write(int inDescriptor, const void* inBytes, std::size_t inByteCount, off_t inOffset,
-                           bool inMovesOn) {
+ssize_t MemoryFiles::WriteAt(int inDescriptor, const void* inBytes, std::size_t inByteCount, off_t inOffset) {
     OpenFile* const file = Get(inDescriptor);
-    if (file == nullptr || !IsWritable(file->flags)) return Fail(EBADF);
     if (inOffset < 0) return Fail(EINVAL);
-    if (inByteCount == 0) return 0;
-    std::string& bytes = file->Item().bytes;
+    if (file == nullptr) return Fail(EBADF);
     // Linux appends also where a position is told.
     const bool appends = (file->flags & O_APPEND) != 0;
-    const std::size_t start = appends     ? bytes.size()
-                              : inMovesOn ? file->position
-                                          : static_cast<std::size_t>(inOffset);
-    const std::uint64_t maxEnd = bytes.size() + file->Item().volume->FreeByteCount();
-    if (start >= maxEnd) return Fail(ENOSPC);
-    const auto count =
-        static_cast<std::size_t>(std::min<std::uint64_t>({inByteCount, mMaxBytesPerCall, maxEnd - start}));
-    bytes.resize(std::max(bytes.size(), start + count));
-    bytes.replace(start, count, static_cast<const char*>(inBytes), count);
-    if (inMovesOn) file->position = start + count;
-    MemoryTree::Touch(file->Item());
-    return static_cast<ssize_t>(count);
+    return WriteTo(*file, inBytes, inByteCount,
+                   appends ? file->Item().bytes.size() : static_cast<std::size_t>(inOffset));
+}
+
+ssize_t MemoryFiles::Write(int inDescriptor, const void* inBytes, std::size_t inByteCount) {
+    OpenFile* const file = Get(inDescriptor);
+    if (file == nullptr) return Fail(EBADF);
+    if ((file->flags & O_APPEND) != 0) file->position = file->Item().bytes.size();
+    const ssize_t count = WriteTo(*file, inBytes, inByteCount, file->position);
+    if (count > 0) file->position += static_cast<std::size_t>(count);
+    return count;
 }
 
 // Answers the errno, as it does.
@@ -208,9 +272,9 @@ int MemoryFiles::Reserve(int inDescriptor, off_t inOffset, off_t inByteCount) {
 }
 
 int MemoryFiles::SetLength(int inDescriptor, off_t inByteCount) {
-    OpenFile* const file = Get(inDescriptor);
+    OpenFile* const file = GetOpen(inDescriptor);
     if (inByteCount < 0) return Fail(EINVAL);
-    if (file == nullptr || (file->flags & O_PATH) != 0) return Fail(EBADF);
+    if (file == nullptr) return Fail(EBADF);
     if (!IsWritable(file->flags)) return Fail(EINVAL);
     file->Item().bytes.resize(static_cast<std::size_t>(inByteCount));
     MemoryTree::Touch(file->Item());
@@ -225,86 +289,30 @@ bool MemoryFiles::IsLockedByAnother(const OpenFile& inFile, int inLock) const {
     });
 }
 
+int MemoryFiles::Sync(int inDescriptor) {
+    return GetOpen(inDescriptor) == nullptr ? Fail(EBADF) : 0;
+}
+
+int MemoryFiles::SetModeOfOpen(int inDescriptor, mode_t inMode) {
+    const OpenFile* const file = GetOpen(inDescriptor);
+    return file == nullptr ? Fail(EBADF) : SetModeOf(file->at, inMode);
+}
+
 int MemoryFiles::Lock(int inDescriptor, int inOperation) {
-    std::unique_lock lock(mMutex);
+    const KitsOwn own;
+    std::unique_lock lock(sInUse->mMutex);
     const int kind = inOperation & ~LOCK_NB;
     if (kind != LOCK_SH && kind != LOCK_EX && kind != LOCK_UN) return Fail(EINVAL);
     for (;;) {
-        OpenFile* const file = Get(inDescriptor);
-        if (file == nullptr || (file->flags & O_PATH) != 0) return Fail(EBADF);
-        const bool waits = kind != LOCK_UN && IsLockedByAnother(*file, kind);
+        OpenFile* const file = sInUse->GetOpen(inDescriptor);
+        if (file == nullptr) return Fail(EBADF);
+        const bool waits = kind != LOCK_UN && sInUse->IsLockedByAnother(*file, kind);
         file->lock = kind == LOCK_UN || waits ? 0 : kind;  // what was held goes before the new lock comes
-        mUnlocked.notify_all();
+        sInUse->mUnlocked.notify_all();
         if (!waits) return 0;
         if ((inOperation & LOCK_NB) != 0) return Fail(EWOULDBLOCK);
-        mUnlocked.wait(lock);
+        sInUse->mUnlocked.wait(lock);
     }
-}
-
-void MemoryFiles::Replace(toolbox::os::SystemCalls& ioCalls) {
-    ioCalls.openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->Open(inFolder, inPath, inFlags, inMode);
-    };
-    ioCalls.close = [](int inDescriptor) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->Close(inDescriptor);
-    };
-    ioCalls.pread = [](int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->Read(inDescriptor, outBytes, inByteCount, inOffset, false);
-    };
-    ioCalls.pwrite = [](int inDescriptor, const void* inBytes, std::size_t inByteCount, off_t inOffset) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->Write(inDescriptor, inBytes, inByteCount, inOffset, false);
-    };
-    ioCalls.read = [](int inDescriptor, void* outBytes, std::size_t inByteCount) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->Read(inDescriptor, outBytes, inByteCount, 0, true);
-    };
-    ioCalls.write = [](int inDescriptor, const void* inBytes, std::size_t inByteCount) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->Write(inDescriptor, inBytes, inByteCount, 0, true);
-    };
-    ioCalls.posix_fallocate = [](int inDescriptor, off_t inOffset, off_t inByteCount) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->Reserve(inDescriptor, inOffset, inByteCount);
-    };
-    ioCalls.ftruncate = [](int inDescriptor, off_t inByteCount) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->SetLength(inDescriptor, inByteCount);
-    };
-    ioCalls.fsync = [](int inDescriptor) {
-        const std::lock_guard lock(sInUse->mMutex);
-        const OpenFile* const file = sInUse->Get(inDescriptor);
-        return file == nullptr || (file->flags & O_PATH) != 0 ? Fail(EBADF) : 0;
-    };
-    ioCalls.flock = [](int inDescriptor, int inOperation) { return sInUse->Lock(inDescriptor, inOperation); };
-    ioCalls.fchmod = [](int inDescriptor, mode_t inMode) {
-        const std::lock_guard lock(sInUse->mMutex);
-        const OpenFile* const file = sInUse->Get(inDescriptor);
-        return file == nullptr || (file->flags & O_PATH) != 0 ? Fail(EBADF)
-                                                              : sInUse->SetMode(file->at, inMode);
-    };
-    ioCalls.fchown = [](int inDescriptor, uid_t inUser, gid_t inGroup) {
-        const std::lock_guard lock(sInUse->mMutex);
-        const OpenFile* const file = sInUse->Get(inDescriptor);
-        return file == nullptr || (file->flags & O_PATH) != 0 ? Fail(EBADF)
-                                                              : sInUse->SetOwner(file->at, inUser, inGroup);
-    };
-    // The system's type of an open folder is nobody's to look into.
-    ioCalls.fdopendir = [](int inDescriptor) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return reinterpret_cast<DIR*>(sInUse->List(inDescriptor));
-    };
-    ioCalls.readdir = [](DIR* ioListing) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->NextOf(*reinterpret_cast<Listing*>(ioListing));
-    };
-    ioCalls.closedir = [](DIR* inListing) {
-        const std::lock_guard lock(sInUse->mMutex);
-        return sInUse->CloseListing(reinterpret_cast<Listing*>(inListing));
-    };
 }
 
 }  // namespace support

@@ -20,8 +20,9 @@ namespace support {
 // what the kernel tells of this process in /proc: the table of mounts, and the descriptors. Births are told
 // apart to the nanosecond. Descriptors of the system's are unknown to it, and its own to the system. Errors
 // are those of Linux, also in their order of precedence where it matters. Access is that of this process's
-// users. The root is the mount that the real one is, and no other has anything in common with what is or was
-// on this machine or in memory. Any number of threads, but one such file system at a time.
+// users. The root is the very folder that the real one is, mounted as it is; nothing else has anything in
+// common with what is or was on this machine or in memory. Any number of threads, but one such file system at
+// a time.
 class MemoryFiles {
   public:
     MemoryFiles();
@@ -70,33 +71,37 @@ class MemoryFiles {
     using Last = MemoryTree::Last;
     using Place = MemoryTree::Place;
 
-    static void Replace(toolbox::os::SystemCalls& ioCalls);
-    static void ReplaceByPath(toolbox::os::SystemCalls& ioCalls);
-
-    // All but the last answer as the system's calls do.
+    // The table's calls.
     int Open(int inFolder, const char* inPath, int inFlags, mode_t inMode);
     int Close(int inDescriptor);
-    ssize_t Read(int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset, bool inMovesOn);
-    ssize_t Write(int inDescriptor, const void* inBytes, std::size_t inByteCount, off_t inOffset,
-                  bool inMovesOn);
+    ssize_t ReadAt(int inDescriptor, void* outBytes, std::size_t inByteCount, off_t inOffset);
+    ssize_t WriteAt(int inDescriptor, const void* inBytes, std::size_t inByteCount, off_t inOffset);
+    ssize_t Read(int inDescriptor, void* outBytes, std::size_t inByteCount);
+    ssize_t Write(int inDescriptor, const void* inBytes, std::size_t inByteCount);
     int Reserve(int inDescriptor, off_t inOffset, off_t inByteCount);
     int SetLength(int inDescriptor, off_t inByteCount);
-    int Lock(int inDescriptor, int inOperation);
-    Listing* List(int inDescriptor);
-    struct dirent* NextOf(Listing& ioListing);
-    int CloseListing(Listing* inListing);
-    int GetStatus(int inFolder, const char* inPath, int inFlags, unsigned inMask, struct statx& outStatus);
-    int GetVolumeStatus(const char* inPath, struct statvfs& outStatus);
+    int Sync(int inDescriptor);
+    static int Lock(int inDescriptor, int inOperation);
+    int SetModeOfOpen(int inDescriptor, mode_t inMode);
+    int SetOwnerOfOpen(int inDescriptor, uid_t inUser, gid_t inGroup);
+    DIR* List(int inDescriptor);
+    struct dirent* NextOf(DIR* ioListing);
+    int CloseListing(DIR* inListing);
+    int GetStatus(int inFolder, const char* inPath, int inFlags, unsigned inMask, struct statx* outStatus);
+    int GetVolumeStatus(const char* inPath, struct statvfs* outStatus);
     int CheckAccess(int inFolder, const char* inPath, int inMode, int inFlags);
-    int SetMode(const MemoryLocation& inItem, mode_t inMode);
-    int SetModeByPath(int inFolder, const char* inPath, mode_t inMode, int inFlags);
-    int SetOwner(const MemoryLocation& inItem, uid_t inUser, gid_t inGroup);
+    int SetMode(int inFolder, const char* inPath, mode_t inMode, int inFlags);
     int MakeFolder(int inFolder, const char* inPath, mode_t inMode);
     int Rename(int inOldFolder, const char* inOldPath, int inNewFolder, const char* inNewPath,
                unsigned inFlags);
     int Remove(int inFolder, const char* inPath, int inFlags);
     ssize_t ReadLink(int inFolder, const char* inPath, char* outTarget, std::size_t inCapacity);
     char* Canonical(const char* inPath, char* outBuffer);
+
+    // Calls one of these, one thread at a time.
+    template <auto kFunction>
+    struct StandIn;
+    static void Replace(toolbox::os::SystemCalls& ioCalls);
 
     // 0 or an errno.
     int FindToOpen(int inFolder, const char* inPath, int inFlags, Place& outPlace);
@@ -108,7 +113,13 @@ class MemoryFiles {
     int FindItem(int inFolder, const char* inPath, int inFlags, MemoryLocation& outItem);
     int CheckRename(const Place& inOld, const Place& inNew, unsigned inFlags) const;
 
-    OpenFile* Get(int inDescriptor);
+    OpenFile* Get(int inDescriptor);      // null: it is not open
+    OpenFile* GetOpen(int inDescriptor);  // nor is what is open only as a place
+    ssize_t ReadFrom(const OpenFile& inFile, void* outBytes, std::size_t inByteCount,
+                     std::size_t inOffset) const;
+    ssize_t WriteTo(OpenFile& ioFile, const void* inBytes, std::size_t inByteCount,
+                    std::size_t inOffset) const;
+    static int SetModeOf(const MemoryLocation& inItem, mode_t inMode);
     bool IsLockedByAnother(const OpenFile& inFile, int inLock) const;
     bool IsBusy(const MemoryMount& inMount) const;
 

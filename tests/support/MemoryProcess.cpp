@@ -151,7 +151,7 @@ int MemoryFiles::MountFolder(const std::string& inFolder, const std::string& inP
     int error = FindItem(AT_FDCWD, inFolder.c_str(), 0, folder);
     if (error == 0) error = FindItem(AT_FDCWD, inPath.c_str(), 0, point);
     if (error != 0) return error;
-    if (!folder.node->IsFolder() || !point.node->IsFolder()) return ENOTDIR;
+    if (folder.node->IsFolder() != point.node->IsFolder()) return ENOTDIR;
     mTree.Mount(folder.node, point);
     return 0;
 }

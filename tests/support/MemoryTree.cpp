@@ -66,7 +66,7 @@ int MemoryTree::Step(std::string_view inName, bool inIsFollowed, Way& ioWay, Pla
 int MemoryTree::Walk(const MemoryLocation& inFrom, std::string_view inPath, Last inLast, Way& ioWay,
                      Place& outPlace) const {
     if (inPath.empty()) return ENOENT;
-    if (inPath.size() >= PATH_MAX) return ENAMETOOLONG;
+    if (inPath.size() >= PATH_MAX && !ioWay.isByText) return ENAMETOOLONG;
     const std::string path(inPath);  // of a link that may be replaced
     outPlace = Place();
     outPlace.folder = outPlace.item = path[0] == '/' ? Root() : inFrom;

@@ -64,13 +64,14 @@ std::uint64_t MemoryVolume::FreeByteCount() const {
     return capacityBytes - std::min(ByteCountOf(*root, seen), capacityBytes);
 }
 
-MemoryVolumes::MemoryVolumes(unsigned inDeviceMajor, unsigned inDeviceMinor, std::uint64_t inMountID)
-    : mMask(umask(0)) {
+MemoryVolumes::MemoryVolumes(const struct statx& inRoot) : mMask(umask(0)) {
     umask(mMask);
     MemoryVolume& volume = NewVolume("memory", 1 << 30);
-    volume.deviceMajor = inDeviceMajor;
-    volume.deviceMinor = inDeviceMinor;
-    mMounts.push_back(std::make_unique<MemoryMount>(MemoryMount{inMountID, volume.root, {}}));
+    volume.deviceMajor = inRoot.stx_dev_major;
+    volume.deviceMinor = inRoot.stx_dev_minor;
+    volume.root->inode = inRoot.stx_ino;
+    volume.root->birth = {inRoot.stx_btime.tv_sec, inRoot.stx_btime.tv_nsec};
+    mMounts.push_back(std::make_unique<MemoryMount>(MemoryMount{inRoot.stx_mnt_id, volume.root, {}}));
 }
 
 MemoryVolume& MemoryVolumes::NewVolume(std::string_view inType, std::uint64_t inCapacityBytes) {

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+struct statx;
+
 namespace support {
 
 struct MemoryMount;
@@ -74,8 +76,8 @@ struct MemoryMount {
 
 class MemoryVolumes {
   public:
-    // The first volume is mounted as "/", on that device and by that mount.
-    MemoryVolumes(unsigned inDeviceMajor, unsigned inDeviceMinor, std::uint64_t inMountID);
+    // The first volume is mounted as "/", and is the one that this tells of.
+    explicit MemoryVolumes(const struct statx& inRoot);
 
     MemoryLocation Root() const { return {mMounts[0].get(), mMounts[0]->root}; }
     MemoryVolume& NewVolume(std::string_view inType, std::uint64_t inCapacityBytes);
