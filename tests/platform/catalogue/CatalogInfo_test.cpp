@@ -2,29 +2,21 @@
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <toolbox/CatalogInfo.h>
 #include <unistd.h>
 
 #include <cstring>
-#include <filesystem>
 #include <string>
 
 namespace {
 
 using namespace test_files;
+using support::FileWorld;
 
 constexpr FSCatalogInfoBitmap kAll = kFSCatInfoNodeFlags | kFSCatInfoVolume | kFSCatInfoParentDirID |
                                      kFSCatInfoNodeID | kFSCatInfoContentMod | kFSCatInfoAttrMod |
                                      kFSCatInfoAccessDate | kFSCatInfoPermissions | kFSCatInfoDataSizes;
-
-struct stat StatusOf(const std::string& inPath) {
-    struct stat status = {};
-    EXPECT_EQ(0, stat(inPath.c_str(), &status));
-    return status;
-}
 
 std::u16string TextOf(const HFSUniStr255& inName) {
     return std::u16string(inName.unicode, inName.unicode + inName.length);
@@ -43,8 +35,9 @@ class CatalogInfoTest : public CatalogTest {
         return FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info);
     }
 };
+INSTANTIATE_TEST_SUITE_P(Worlds, CatalogInfoTest, support::BothWorlds(), support::NameOfWorld);
 
-TEST_F(CatalogInfoTest, FileAndFolder) {
+TEST_P(CatalogInfoTest, FileAndFolder) {
     const std::string file = mFolder.MakeFile("file", "12345");
     const FSCatalogInfo info = InfoOf(file, kAll);
     const FSCatalogInfo folder = InfoOf(mFolder.Path(), kAll);
@@ -55,12 +48,12 @@ TEST_F(CatalogInfoTest, FileAndFolder) {
     EXPECT_EQ(folder.volume, info.volume);
     EXPECT_LT(info.volume, 0);
     EXPECT_EQ(5U, info.dataLogicalSize);
-    EXPECT_EQ(static_cast<UInt64>(StatusOf(file).st_blocks) * 512, info.dataPhysicalSize);
+    EXPECT_EQ(static_cast<UInt64>(FileWorld::StatusOf(file).stx_blocks) * 512, info.dataPhysicalSize);
     EXPECT_EQ(0U, folder.dataLogicalSize);
     EXPECT_EQ(0U, folder.dataPhysicalSize);
 }
 
-TEST_F(CatalogInfoTest, RootFolder) {
+TEST_P(CatalogInfoTest, RootFolder) {
     const FSCatalogInfo info = InfoOf("/", kAll);
     EXPECT_EQ(2U, info.nodeID);
     EXPECT_EQ(1U, info.parentDirID);
@@ -75,7 +68,7 @@ TEST_F(CatalogInfoTest, RootFolder) {
     EXPECT_EQ(u"/", TextOf(name));
 }
 
-TEST_F(CatalogInfoTest, NameAndParent) {
+TEST_P(CatalogInfoTest, NameAndParent) {
     const std::string path = mFolder.MakeFile("a:b \xC3\xA9 \xFF");
     const FSRef ref = RefOf(path);
     HFSUniStr255 name;
@@ -83,51 +76,49 @@ TEST_F(CatalogInfoTest, NameAndParent) {
     EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &name, nullptr, &parent));
     EXPECT_EQ(u"a/b \u00E9 \uF7FF", TextOf(name));
     EXPECT_EQ(mFolder.Path(), PathOf(parent));
-    std::filesystem::rename(path, mFolder / "other");
+    mFolder.Rename(path, mFolder / "other");
     EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &name, nullptr, nullptr));
     EXPECT_EQ(u"other", TextOf(name));
 }
 
-TEST_F(CatalogInfoTest, LongestName) {
+TEST_P(CatalogInfoTest, LongestName) {
     const FSRef ref = RefOf(mFolder.MakeFile(std::string(255, 'n')));
     HFSUniStr255 name;
     EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &name, nullptr, nullptr));
     EXPECT_EQ(std::u16string(255, u'n'), TextOf(name));
 }
 
-TEST_F(CatalogInfoTest, Permissions) {
+TEST_P(CatalogInfoTest, Permissions) {
     const std::string path = mFolder.MakeFile("file");
-    ASSERT_EQ(0, chmod(path.c_str(), 04751));
+    FileWorld::SetMode(path, 04751);
     FSCatalogInfo info = InfoOf(path, kFSCatInfoPermissions);
     EXPECT_EQ(0104751, info.permissions.mode) << "with the bits of the kind";
     EXPECT_EQ(getuid(), info.permissions.userID);
-    EXPECT_EQ(StatusOf(path).st_gid, info.permissions.groupID);
+    EXPECT_EQ(FileWorld::StatusOf(path).stx_gid, info.permissions.groupID);
     EXPECT_EQ(7, info.permissions.userAccess);
-    ASSERT_EQ(0, chmod(path.c_str(), 0644));
+    FileWorld::SetMode(path, 0644);
     info = InfoOf(path, kFSCatInfoPermissions);
     EXPECT_EQ(6, info.permissions.userAccess);
     EXPECT_EQ(040000, InfoOf(mFolder.Path(), kFSCatInfoPermissions).permissions.mode & 0170000);
 }
 
-TEST_F(CatalogInfoTest, Dates) {
+TEST_P(CatalogInfoTest, Dates) {
     const std::string path = mFolder.MakeFile("file");
-    const timespec times[] = {{0, 500'000'000}, {1'000'000'000, 250'000'000}};
-    ASSERT_EQ(0, utimensat(AT_FDCWD, path.c_str(), times, 0));
+    mFolder.SetTimes(path, {0, 500'000'000}, {1'000'000'000, 250'000'000});
     const FSCatalogInfo info = InfoOf(path, kFSCatInfoContentMod | kFSCatInfoAccessDate | kFSCatInfoAttrMod);
     EXPECT_EQ(2'082'844'800U, SecondsOf(info.accessDate));
     EXPECT_EQ(0x8000, info.accessDate.fraction);
     EXPECT_EQ(3'082'844'800U, SecondsOf(info.contentModDate));
     EXPECT_EQ(0x4000, info.contentModDate.fraction);
-    EXPECT_EQ(2'082'844'800U + static_cast<UInt64>(StatusOf(path).st_ctime),
+    EXPECT_EQ(2'082'844'800U + static_cast<UInt64>(FileWorld::StatusOf(path).stx_ctime.tv_sec),
               SecondsOf(info.attributeModDate));
-    const timespec late[] = {{0, 0}, {5'000'000'000, 0}};
-    ASSERT_EQ(0, utimensat(AT_FDCWD, path.c_str(), late, 0));
+    mFolder.SetTimes(path, {0, 0}, {5'000'000'000, 0});
     // What the file system keeps of it; most keep it all.
-    EXPECT_EQ(2'082'844'800U + static_cast<UInt64>(StatusOf(path).st_mtime),
+    EXPECT_EQ(2'082'844'800U + static_cast<UInt64>(FileWorld::StatusOf(path).stx_mtime.tv_sec),
               SecondsOf(InfoOf(path, kFSCatInfoContentMod).contentModDate));
 }
 
-TEST_F(CatalogInfoTest, OnlyWhatIsAskedFor) {
+TEST_P(CatalogInfoTest, OnlyWhatIsAskedFor) {
     const FSRef ref = RefOf(mFolder.MakeFile("file"));
     FSCatalogInfo untouched;
     std::memset(&untouched, 0xEE, sizeof untouched);
@@ -141,26 +132,26 @@ TEST_F(CatalogInfoTest, OnlyWhatIsAskedFor) {
     EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, nullptr, nullptr));
 }
 
-TEST_F(CatalogInfoTest, SetPermissions) {
+TEST_P(CatalogInfoTest, SetPermissions) {
     const std::string path = mFolder.MakeFile("file");
     EXPECT_EQ(noErr, SetMode(path, 0600));
-    EXPECT_EQ(0100600U, StatusOf(path).st_mode);
+    EXPECT_EQ(0100600U, FileWorld::StatusOf(path).stx_mode);
     EXPECT_EQ(noErr, SetMode(path, 0040755)) << "the kind stays";
-    EXPECT_EQ(0100755U, StatusOf(path).st_mode);
+    EXPECT_EQ(0100755U, FileWorld::StatusOf(path).stx_mode);
     EXPECT_EQ(noErr, SetMode(mFolder.MakeFolder("folder"), 01777));
-    EXPECT_EQ(0041777U, StatusOf(mFolder / "folder").st_mode);
+    EXPECT_EQ(0041777U, FileWorld::StatusOf(mFolder / "folder").stx_mode);
 }
 
-TEST_F(CatalogInfoTest, SetNothing) {
+TEST_P(CatalogInfoTest, SetNothing) {
     const std::string path = mFolder.MakeFile("file");
     const FSRef ref = RefOf(path);
-    const mode_t before = StatusOf(path).st_mode;
+    const auto before = FileWorld::StatusOf(path).stx_mode;
     const FSCatalogInfo info = {};
     EXPECT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoNone, &info));
-    EXPECT_EQ(before, StatusOf(path).st_mode);
+    EXPECT_EQ(before, FileWorld::StatusOf(path).stx_mode);
 }
 
-TEST_F(CatalogInfoTest, AnotherUsersItem) {
+TEST_P(CatalogInfoTest, AnotherUsersItem) {
     const std::string path = mFolder.MakeFile("file");
     const toolbox::os::SystemCalls saved = toolbox::os::CallsForTesting();
     toolbox::os::CallsForTesting().fchmodat = [](int, const char*, mode_t, int) { return errno = EPERM, -1; };
@@ -168,7 +159,7 @@ TEST_F(CatalogInfoTest, AnotherUsersItem) {
     toolbox::os::CallsForTesting() = saved;
 }
 
-TEST_F(CatalogInfoTest, BadArguments) {
+TEST_P(CatalogInfoTest, BadArguments) {
     const std::string path = mFolder.MakeFile("file");
     const FSRef ref = RefOf(path);
     FSCatalogInfo info = {};
@@ -187,7 +178,7 @@ TEST_F(CatalogInfoTest, BadArguments) {
     FSRef none = {};
     EXPECT_EQ(errFSBadFSRef, FSGetCatalogInfo(&none, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr));
     EXPECT_EQ(errFSBadFSRef, FSSetCatalogInfo(&none, kFSCatInfoPermissions, &info));
-    std::filesystem::remove(path);
+    mFolder.Remove(path);
     EXPECT_EQ(fnfErr, FSGetCatalogInfo(&ref, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr));
     EXPECT_EQ(fnfErr, FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info));
 }
@@ -211,7 +202,7 @@ OSErr GetAll(const FSRef& inRef, Outputs& outOutputs) {
                             &outOutputs.parent);
 }
 
-TEST_F(CatalogInfoTest, EveryCallFails) {
+TEST_P(CatalogInfoTest, EveryCallFails) {
     const FSRef ref = RefOf(mFolder.MakeFile("file"));
     const Outputs untouched = Untouched();
     for (int failing = 1;; ++failing) {
@@ -229,7 +220,7 @@ TEST_F(CatalogInfoTest, EveryCallFails) {
     }
 }
 
-TEST_F(CatalogInfoTest, MemoryFails) {
+TEST_P(CatalogInfoTest, MemoryFails) {
     const FSRef ref = RefOf(mFolder.MakeFile(std::string(100, 'n')));
     const Outputs untouched = Untouched();
     for (int failing = 1;; ++failing) {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Refs.h"
-#include "support/TemporaryFolder.h"
+#include "support/FileWorld.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/CatalogInfo.h>
@@ -26,7 +26,7 @@ inline std::string NameOf(const FSSpec& inSpec) {
     return {reinterpret_cast<const char*>(inSpec.name) + 1, inSpec.name[0]};
 }
 
-class CatalogTest : public testing::Test {
+class CatalogTest : public support::FileWorldTest {
   protected:
     static FSRef RefOf(const std::string& inPath) {
         FSRef ref = {};
@@ -59,8 +59,6 @@ class CatalogTest : public testing::Test {
         inName.copy(reinterpret_cast<char*>(spec.name) + 1, inName.size());
         return spec;
     }
-
-    TemporaryFolder mFolder;
 };
 
 }  // namespace test_files

@@ -2,7 +2,7 @@
 
 #include "Refs.h"
 #include "catalogue/FileAccess.h"
-#include "support/TemporaryFolder.h"
+#include "support/FileWorld.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,16 +11,25 @@
 #include <toolbox/MacMemory.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <string>
 
 namespace {
 
+using support::FileWorld;
 using test_files::MakeRef;
 using test_files::PathOf;
-using test_files::TemporaryFolder;
 using toolbox::files::IsDescriptorPath;
 using toolbox::files::OpenForReading;
+
+// Those of memory files and pipes, which only the kernel makes, are of the real system alone.
+class DescriptorPathsTest : public support::FileWorldTest {
+  protected:
+    int Open(const std::string& inPath) const {
+        return toolbox::os::Calls().openat(AT_FDCWD, inPath.c_str(), O_RDONLY | O_CLOEXEC, 0);
+    }
+    static void Close(int inDescriptor) { EXPECT_EQ(0, toolbox::os::Calls().close(inDescriptor)); }
+};
+INSTANTIATE_TEST_SUITE_P(Worlds, DescriptorPathsTest, support::BothWorlds(), support::NameOfWorld);
 
 std::string SelfPath(int inDescriptor) {
     return "/proc/self/fd/" + std::to_string(inDescriptor);
@@ -53,9 +62,7 @@ std::string ContentsOf(const FSRef& inRef) {
     std::string path;
     const OSStatus status = OpenForReading(inRef, file, path);
     if (status != noErr) return "status " + std::to_string(status);
-    char bytes[100] = {};
-    const ssize_t count = pread(file.Number(), bytes, sizeof bytes, 0);
-    return std::string(bytes, static_cast<std::size_t>(count));
+    return FileWorld::Contents(file.Number());
 }
 
 TEST(DescriptorPaths, AreToldByTheirForm) {
@@ -80,26 +87,28 @@ TEST(DescriptorPaths, LeadToAFileWithoutAName) {
     EXPECT_EQ(PathOf(ref), PathOf(again));
 }
 
-TEST(DescriptorPaths, LeadToADeletedFile) {
-    const TemporaryFolder folder;
-    const int descriptor = open(folder.MakeFile("a", "bytes").c_str(), O_RDONLY | O_CLOEXEC);
-    std::filesystem::remove(folder / "a");
+TEST_P(DescriptorPathsTest, LeadToADeletedFile) {
+    const int descriptor = Open(mFolder.MakeFile("a", "bytes"));
+    FileWorld::Remove(mFolder / "a");
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef(SelfPath(descriptor), &ref));
+    EXPECT_EQ(OwnPath(descriptor), PathOf(ref));
     EXPECT_EQ("bytes", ContentsOf(ref));
-    close(descriptor);
+    FSRef again;
+    ASSERT_EQ(noErr, MakeRef("/dev/fd/" + std::to_string(descriptor), &again));
+    EXPECT_EQ(PathOf(ref), PathOf(again));
+    Close(descriptor);
     EXPECT_EQ("status -43", ContentsOf(ref));
     EXPECT_EQ(fnfErr, MakeRef(SelfPath(descriptor), &ref));
 }
 
-TEST(DescriptorPaths, OfAFileWithANameLeadToIt) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+TEST_P(DescriptorPathsTest, OfAFileWithANameLeadToIt) {
+    const std::string path = mFolder.MakeFile("a");
+    const int descriptor = Open(path);
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef(SelfPath(descriptor), &ref));
     EXPECT_EQ(path, PathOf(ref));
-    close(descriptor);
+    Close(descriptor);
 }
 
 TEST(DescriptorPaths, AreFollowedByAnAlias) {

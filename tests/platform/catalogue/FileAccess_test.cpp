@@ -3,25 +3,23 @@
 #include "Refs.h"
 #include "status/StatusOfErrno.h"
 #include "support/FailingCalls.h"
-#include "support/TemporaryFolder.h"
+#include "support/FileWorld.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <filesystem>
+#include <functional>
+#include <string>
+#include <utility>
 
 namespace {
 
-namespace fs = std::filesystem;
+using support::FileWorld;
 using test_files::FailingCalls;
 using test_files::MakeRef;
-using test_files::OpenDescriptorCount;
-using test_files::TemporaryFolder;
 using toolbox::files::OpenForReading;
 namespace os = toolbox::os;
 
@@ -31,100 +29,95 @@ FSRef RefOf(const std::string& inPath) {
     return ref;
 }
 
-std::string ReadAll(int inDescriptor) {
-    char bytes[100];
-    const ssize_t count = read(inDescriptor, bytes, sizeof(bytes));
-    return std::string(bytes, static_cast<std::size_t>(count < 0 ? 0 : count));
-}
+class FileAccessTest : public support::FileWorldTest {
+  protected:
+    // What opening an item that cannot be opened answers; fails when anything is left open.
+    OSStatus Refusal(const FSRef& inItem) const {
+        const std::size_t before = mFolder.OpenDescriptorCount();
+        os::Descriptor file;
+        std::string path = "before";
+        const OSStatus status = OpenForReading(inItem, file, path);
+        EXPECT_FALSE(file.IsOpen());
+        EXPECT_EQ(before, mFolder.OpenDescriptorCount());
+        return status;
+    }
+};
+class OpenForReadingTest : public FileAccessTest {};
+class ReadSmallFileTest : public FileAccessTest {};
+INSTANTIATE_TEST_SUITE_P(Worlds, OpenForReadingTest, support::BothWorlds(), support::NameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Worlds, ReadSmallFileTest, support::BothWorlds(), support::NameOfWorld);
 
-// What opening an item that cannot be opened answers; fails when anything is left open.
-OSStatus Refusal(const FSRef& inItem) {
-    const std::size_t before = OpenDescriptorCount();
-    os::Descriptor file;
-    std::string path = "before";
-    const OSStatus status = OpenForReading(inItem, file, path);
-    EXPECT_FALSE(file.IsOpen());
-    EXPECT_EQ(before, OpenDescriptorCount());
-    return status;
-}
-
-TEST(OpenForReading, AFile) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a", "bytes");
+TEST_P(OpenForReadingTest, AFile) {
+    const std::string path = mFolder.MakeFile("a", "bytes");
     os::Descriptor file;
     std::string found;
     ASSERT_EQ(noErr, OpenForReading(RefOf(path), file, found));
     EXPECT_EQ(path, found);
-    EXPECT_EQ("bytes", ReadAll(file.Number()));
+    EXPECT_EQ("bytes", FileWorld::Contents(file.Number()));
+    EXPECT_EQ(-1, os::Calls().pwrite(file.Number(), "x", 1, 0));
+    EXPECT_EQ(EBADF, errno);
+    if (GetParam() != FileWorld::kReal) return;
     EXPECT_NE(0, fcntl(file.Number(), F_GETFD) & FD_CLOEXEC);
     EXPECT_EQ(O_RDONLY, fcntl(file.Number(), F_GETFL) & O_ACCMODE);
 }
 
-TEST(OpenForReading, AnEmptyFile) {
-    const TemporaryFolder folder;
+TEST_P(OpenForReadingTest, AnEmptyFile) {
     os::Descriptor file;
     std::string found;
-    ASSERT_EQ(noErr, OpenForReading(RefOf(folder.MakeFile("a", "")), file, found));
-    EXPECT_EQ("", ReadAll(file.Number()));
+    ASSERT_EQ(noErr, OpenForReading(RefOf(mFolder.MakeFile("a", "")), file, found));
+    EXPECT_EQ("", FileWorld::Contents(file.Number()));
 }
 
-TEST(OpenForReading, ARenamedFile) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a", "bytes");
+TEST_P(OpenForReadingTest, ARenamedFile) {
+    const std::string path = mFolder.MakeFile("a", "bytes");
     const FSRef ref = RefOf(path);
-    fs::rename(path, folder / "b");
-    folder.MakeFile("a", "another's");
+    FileWorld::Rename(path, mFolder / "b");
+    mFolder.MakeFile("a", "another's");
     os::Descriptor file;
     std::string found;
     ASSERT_EQ(noErr, OpenForReading(ref, file, found));
-    EXPECT_EQ(folder / "b", found);
-    EXPECT_EQ("bytes", ReadAll(file.Number()));
+    EXPECT_EQ(mFolder / "b", found);
+    EXPECT_EQ("bytes", FileWorld::Contents(file.Number()));
 }
 
-TEST(OpenForReading, WhatHasNoDataFork) {
-    const TemporaryFolder folder;
-    EXPECT_EQ(notAFileErr, Refusal(RefOf(folder.Path())));
-    ASSERT_EQ(0, mkfifo((folder / "pipe").c_str(), 0600));
-    EXPECT_EQ(errFSForkNotFound, Refusal(RefOf(folder / "pipe")));
+TEST_P(OpenForReadingTest, WhatHasNoDataFork) {
+    EXPECT_EQ(notAFileErr, Refusal(RefOf(mFolder.Path())));
+    EXPECT_EQ(errFSForkNotFound, Refusal(RefOf(mFolder.MakePipe("pipe"))));
     EXPECT_EQ(errFSForkNotFound, Refusal(RefOf("/dev/null")));
+    if (GetParam() != FileWorld::kReal) return;
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    (folder / "socket").copy(address.sun_path, sizeof(address.sun_path) - 1);
+    (mFolder / "socket").copy(address.sun_path, sizeof(address.sun_path) - 1);
     ASSERT_EQ(0, bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)));
-    EXPECT_EQ(errFSForkNotFound, Refusal(RefOf(folder / "socket")));
+    EXPECT_EQ(errFSForkNotFound, Refusal(RefOf(mFolder / "socket")));
     close(listener);
 }
 
-TEST(OpenForReading, BadReferenceAndDeletedFile) {
-    const TemporaryFolder folder;
+TEST_P(OpenForReadingTest, BadReferenceAndDeletedFile) {
     EXPECT_EQ(errFSBadFSRef, Refusal(FSRef{}));
-    const std::string path = folder.MakeFile("a");
+    const std::string path = mFolder.MakeFile("a");
     const FSRef ref = RefOf(path);
-    fs::remove(path);
+    FileWorld::Remove(path);
     EXPECT_EQ(fnfErr, Refusal(ref));
 }
 
-TEST(OpenForReading, NoMoreDescriptors) {
-    const TemporaryFolder folder;
-    const FSRef ref = RefOf(folder.MakeFile("a"));
-    rlimit before = {};
-    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &before));
-    rlimit none = before;
-    none.rlim_cur = 0;
-    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &none));
+TEST_P(OpenForReadingTest, NoMoreDescriptors) {
+    const FSRef ref = RefOf(mFolder.MakeFile("a"));
     os::Descriptor file;
     std::string path;
-    const OSStatus status = OpenForReading(ref, file, path);
-    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &before));
+    OSStatus status = noErr;
+    {
+        const FileWorld::NoMoreDescriptors none(mFolder);
+        status = OpenForReading(ref, file, path);
+    }
     EXPECT_EQ(tmfoErr, status);
     EXPECT_FALSE(file.IsOpen());
 }
 
-TEST(OpenForReading, EveryFailingCall) {
-    const TemporaryFolder folder;
-    const FSRef ref = RefOf(folder.MakeFile("a", "bytes"));
-    const std::size_t descriptors = OpenDescriptorCount();
+TEST_P(OpenForReadingTest, EveryFailingCall) {
+    const FSRef ref = RefOf(mFolder.MakeFile("a", "bytes"));
+    const std::size_t descriptors = mFolder.OpenDescriptorCount();
     for (const int number : {EIO, EACCES, EMFILE, EAGAIN}) {
         for (int failing = 1;; ++failing) {
             os::Descriptor file;
@@ -138,126 +131,119 @@ TEST(OpenForReading, EveryFailingCall) {
             }
             if (!delivered) {
                 EXPECT_EQ(noErr, status);
-                EXPECT_EQ("bytes", ReadAll(file.Number()));
+                EXPECT_EQ("bytes", FileWorld::Contents(file.Number()));
                 EXPECT_EQ(4, failing);  // looked at, opened, looked at again
                 break;
             }
             EXPECT_EQ(toolbox::StatusOfErrno(number), status) << failing;
             EXPECT_FALSE(file.IsOpen());
-            EXPECT_EQ(descriptors, OpenDescriptorCount());
+            EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount());
         }
     }
 }
 
-// Stands in for the system's open; what it does first is another program's doing.
-std::string sPath;
-int sOpenCount;
-void (*sMeanwhile)();
+// Before each open but those of folders, which are searched, another program does something.
+toolbox::os::SystemCalls sReal;
+std::function<void()> sMeanwhile;
 
-OSStatus OpenWhile(const FSRef& inRef, void (*inMeanwhile)(), os::Descriptor& outFile, std::string& outPath) {
-    const toolbox::os::SystemCalls real = toolbox::os::Calls();
-    sOpenCount = 0;
-    sMeanwhile = inMeanwhile;
-    toolbox::os::CallsForTesting().openat = [](int, const char* inPath, int inFlags, mode_t) {
-        if ((inFlags & O_DIRECTORY) != 0) return open(inPath, inFlags);  // the folder that is searched
-        ++sOpenCount;
+int OpenMeanwhile(int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+    if ((inFlags & O_DIRECTORY) == 0) {
+        toolbox::os::CallsForTesting().openat = sReal.openat;
         sMeanwhile();
-        return open(inPath, inFlags);
-    };
+        toolbox::os::CallsForTesting().openat = OpenMeanwhile;
+    }
+    return sReal.openat(inFolder, inPath, inFlags, inMode);
+}
+
+OSStatus OpenWhile(const FSRef& inRef, std::function<void()> inMeanwhile, os::Descriptor& outFile,
+                   std::string& outPath) {
+    sReal = toolbox::os::Calls();
+    sMeanwhile = std::move(inMeanwhile);
+    toolbox::os::CallsForTesting().openat = OpenMeanwhile;
     const OSStatus status = OpenForReading(inRef, outFile, outPath);
-    toolbox::os::CallsForTesting() = real;
+    toolbox::os::CallsForTesting() = sReal;
     return status;
 }
 
-TEST(OpenForReading, AnotherFileTakesThePathMeanwhile) {
-    const TemporaryFolder folder;
-    sPath = folder.MakeFile("a", "bytes");
-    const FSRef ref = RefOf(sPath);
+TEST_P(OpenForReadingTest, AnotherFileTakesThePathMeanwhile) {
+    const std::string path = mFolder.MakeFile("a", "bytes");
+    const FSRef ref = RefOf(path);
     os::Descriptor file;
     std::string found;
-    const std::size_t descriptors = OpenDescriptorCount();
-    ASSERT_EQ(noErr, OpenWhile(
-                         ref,
-                         [] {
-                             if (sOpenCount > 1) return;
-                             fs::rename(sPath, sPath + " moved");
-                             fs::copy_file("/proc/self/comm", sPath);
-                         },
-                         file, found));
-    EXPECT_EQ(2, sOpenCount);
-    EXPECT_EQ(sPath + " moved", found);
-    EXPECT_EQ("bytes", ReadAll(file.Number()));
+    const std::size_t descriptors = mFolder.OpenDescriptorCount();
+    int openCount = 0;
+    const auto replace = [&] {
+        if (++openCount > 1) return;
+        FileWorld::Rename(path, path + " moved");
+        mFolder.MakeFile("a", "another's");
+    };
+    ASSERT_EQ(noErr, OpenWhile(ref, replace, file, found));
+    EXPECT_EQ(2, openCount);
+    EXPECT_EQ(path + " moved", found);
+    EXPECT_EQ("bytes", FileWorld::Contents(file.Number()));
     file = os::Descriptor();
-    EXPECT_EQ(descriptors, OpenDescriptorCount());
+    EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount());
 }
 
-TEST(OpenForReading, APipeTakesThePathMeanwhile) {
-    const TemporaryFolder folder;
-    sPath = folder.MakeFile("a", "bytes");
-    const FSRef ref = RefOf(sPath);
+TEST_P(OpenForReadingTest, APipeTakesThePathMeanwhile) {
+    const std::string path = mFolder.MakeFile("a", "bytes");
+    const FSRef ref = RefOf(path);
     os::Descriptor file;
     std::string found;
-    EXPECT_EQ(fnfErr, OpenWhile(
-                          ref,
-                          [] {
-                              fs::remove(sPath);
-                              ASSERT_EQ(0, mkfifo(sPath.c_str(), 0600));
-                          },
-                          file, found));
+    const auto replace = [&] {
+        FileWorld::Remove(path);
+        mFolder.MakePipe("a");
+    };
+    EXPECT_EQ(fnfErr, OpenWhile(ref, replace, file, found));
     EXPECT_FALSE(file.IsOpen());
     EXPECT_EQ("", found);
 }
 
-TEST(OpenForReading, ALinkTakesThePathMeanwhile) {
-    const TemporaryFolder folder;
-    sPath = folder.MakeFile("a", "bytes");
-    const FSRef ref = RefOf(sPath);
+TEST_P(OpenForReadingTest, ALinkTakesThePathMeanwhile) {
+    const std::string path = mFolder.MakeFile("a", "bytes");
+    const FSRef ref = RefOf(path);
     os::Descriptor file;
     std::string found;
-    ASSERT_EQ(noErr, OpenWhile(
-                         ref,
-                         [] {
-                             if (sOpenCount > 1) return;
-                             fs::rename(sPath, sPath + " moved");
-                             ASSERT_EQ(0, symlink("/dev/null", sPath.c_str()));
-                         },
-                         file, found));
-    EXPECT_EQ("bytes", ReadAll(file.Number()));
+    bool isLink = false;
+    const auto replace = [&] {
+        if (std::exchange(isLink, true)) return;
+        FileWorld::Rename(path, path + " moved");
+        mFolder.MakeLink("/dev/null", "a");
+    };
+    ASSERT_EQ(noErr, OpenWhile(ref, replace, file, found));
+    EXPECT_EQ("bytes", FileWorld::Contents(file.Number()));
 }
 
-TEST(ReadSmallFile, ReadsAll) {
-    const TemporaryFolder folder;
+TEST_P(ReadSmallFileTest, ReadsAll) {
     std::string contents = "old";
-    EXPECT_EQ(noErr, toolbox::files::ReadSmallFile(RefOf(folder.MakeFile("empty", "")), 10, contents));
+    EXPECT_EQ(noErr, toolbox::files::ReadSmallFile(RefOf(mFolder.MakeFile("empty", "")), 10, contents));
     EXPECT_EQ("", contents);
     EXPECT_EQ(noErr,
-              toolbox::files::ReadSmallFile(RefOf(folder.MakeFile("ten", "0123456789")), 10, contents));
+              toolbox::files::ReadSmallFile(RefOf(mFolder.MakeFile("ten", "0123456789")), 10, contents));
     EXPECT_EQ("0123456789", contents);
     const std::string large(200'000, 'x');
     EXPECT_EQ(noErr,
-              toolbox::files::ReadSmallFile(RefOf(folder.MakeFile("large", large)), 1'000'000, contents));
+              toolbox::files::ReadSmallFile(RefOf(mFolder.MakeFile("large", large)), 1'000'000, contents));
     EXPECT_EQ(large, contents);
 }
 
-TEST(ReadSmallFile, RefusesWhatIsTooLarge) {
-    const TemporaryFolder folder;
+TEST_P(ReadSmallFileTest, RefusesWhatIsTooLarge) {
     std::string contents;
     EXPECT_EQ(fileBoundsErr,
-              toolbox::files::ReadSmallFile(RefOf(folder.MakeFile("a", "0123456789")), 9, contents));
-    EXPECT_EQ(fileBoundsErr, toolbox::files::ReadSmallFile(RefOf(folder.MakeFile("a", "0")), 0, contents));
-    EXPECT_EQ(notAFileErr, toolbox::files::ReadSmallFile(RefOf(folder.MakeFolder("b")), 9, contents));
+              toolbox::files::ReadSmallFile(RefOf(mFolder.MakeFile("a", "0123456789")), 9, contents));
+    EXPECT_EQ(fileBoundsErr, toolbox::files::ReadSmallFile(RefOf(mFolder.MakeFile("a", "0")), 0, contents));
+    EXPECT_EQ(notAFileErr, toolbox::files::ReadSmallFile(RefOf(mFolder.MakeFolder("b")), 9, contents));
 }
 
-TEST(ReadSmallFile, EveryFailingCallIsTold) {
-    const TemporaryFolder folder;
-    const FSRef ref = RefOf(folder.MakeFile("a", std::string(100'000, 'x')));
-    const std::size_t descriptorsBefore = test_files::OpenDescriptorCount();
+TEST_P(ReadSmallFileTest, EveryFailingCallIsTold) {
+    const FSRef ref = RefOf(mFolder.MakeFile("a", std::string(100'000, 'x')));
+    const std::size_t descriptorsBefore = mFolder.OpenDescriptorCount();
     int failureCount = 0;
     for (int n = 1;; ++n) {
         std::string contents;
         const FailingCalls calls(n, EIO);
         const OSStatus status = toolbox::files::ReadSmallFile(ref, 200'000, contents);
-        ASSERT_EQ(descriptorsBefore, test_files::OpenDescriptorCount()) << n;
+        ASSERT_EQ(descriptorsBefore, mFolder.OpenDescriptorCount()) << n;
         if (!calls.Delivered()) {
             EXPECT_EQ(noErr, status);
             break;
@@ -267,9 +253,8 @@ TEST(ReadSmallFile, EveryFailingCallIsTold) {
     EXPECT_GE(failureCount, 5);
 }
 
-TEST(ReadSmallFile, InterruptedReadsGoOn) {
-    const TemporaryFolder folder;
-    const FSRef ref = RefOf(folder.MakeFile("a", "0123456789"));
+TEST_P(ReadSmallFileTest, InterruptedReadsGoOn) {
+    const FSRef ref = RefOf(mFolder.MakeFile("a", "0123456789"));
     auto& calls = toolbox::os::CallsForTesting();
     static auto sReadAt = calls.pread;
     static int sCallCount;

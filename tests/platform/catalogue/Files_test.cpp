@@ -3,54 +3,41 @@
 #include "status/StatusOfErrno.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
-#include "support/TemporaryFolder.h"
+#include "support/FileWorld.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <toolbox/Files.h>
-#include <unistd.h>
 
 #include <cstring>
-#include <filesystem>
+#include <string>
 
 namespace {
 
-namespace fs = std::filesystem;
+using support::FileWorld;
 using test_files::FailingCalls;
 using test_files::FailingNew;
 using test_files::MakeRef;
-using test_files::OpenDescriptorCount;
 using test_files::PathOf;
-using test_files::TemporaryFolder;
 
-// The current folder for a test's time.
-class CurrentFolder {
-  public:
-    explicit CurrentFolder(const std::string& inPath) : mBefore(fs::current_path()) {
-        fs::current_path(inPath);
-    }
-    ~CurrentFolder() { fs::current_path(mBefore); }
-    CurrentFolder(const CurrentFolder&) = delete;
-    CurrentFolder& operator=(const CurrentFolder&) = delete;
+class FSPathMakeRefTest : public support::FileWorldTest {};
+class FSRefMakePathTest : public support::FileWorldTest {};
+INSTANTIATE_TEST_SUITE_P(Worlds, FSPathMakeRefTest, support::BothWorlds(), support::NameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Worlds, FSRefMakePathTest, support::BothWorlds(), support::NameOfWorld);
 
-  private:
-    fs::path mBefore;
-};
-
-TEST(FSPathMakeRef, FileAndFolder) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("tone.m4a");
+TEST_P(FSPathMakeRefTest, FileAndFolder) {
+    const std::string path = mFolder.MakeFile("tone.m4a");
     FSRef ref;
     Boolean isDirectory = 1;
     ASSERT_EQ(noErr, MakeRef(path, &ref, &isDirectory));
     EXPECT_EQ(0, isDirectory);
     EXPECT_EQ(path, PathOf(ref));
-    ASSERT_EQ(noErr, MakeRef(folder.Path(), &ref, &isDirectory));
+    ASSERT_EQ(noErr, MakeRef(mFolder.Path(), &ref, &isDirectory));
     EXPECT_EQ(1, isDirectory);
-    EXPECT_EQ(folder.Path(), PathOf(ref));
+    EXPECT_EQ(mFolder.Path(), PathOf(ref));
 }
 
-TEST(FSPathMakeRef, RootFolder) {
+TEST_P(FSPathMakeRefTest, RootFolder) {
     FSRef ref;
     Boolean isDirectory = 0;
     for (const char* path : {"/", "//", "/.", "/..", "/tmp/.."}) {
@@ -60,7 +47,7 @@ TEST(FSPathMakeRef, RootFolder) {
     }
 }
 
-TEST(FSPathMakeRef, NullArguments) {
+TEST_P(FSPathMakeRefTest, NullArguments) {
     FSRef ref;
     std::memset(&ref, 0x5A, sizeof(ref));
     const FSRef before = ref;
@@ -69,22 +56,20 @@ TEST(FSPathMakeRef, NullArguments) {
     EXPECT_EQ(0, std::memcmp(&before, &ref, sizeof(ref)));
 }
 
-TEST(FSPathMakeRef, MissingItemLeavesOutputs) {
-    const TemporaryFolder folder;
+TEST_P(FSPathMakeRefTest, MissingItemLeavesOutputs) {
     FSRef ref;
     std::memset(&ref, 0x5A, sizeof(ref));
     const FSRef before = ref;
     Boolean isDirectory = 7;
-    EXPECT_EQ(fnfErr, MakeRef(folder / "none", &ref, &isDirectory));
+    EXPECT_EQ(fnfErr, MakeRef(mFolder / "none", &ref, &isDirectory));
     EXPECT_EQ(7, isDirectory);
     EXPECT_EQ(0, std::memcmp(&before, &ref, sizeof(ref)));
 }
 
-TEST(FSPathMakeRef, MissingItemAndMissingFolder) {
-    const TemporaryFolder folder;
-    const CurrentFolder inside(folder.Path());
-    folder.MakeFile("file");
-    ASSERT_EQ(0, symlink("nowhere", (folder / "dangling").c_str()));
+TEST_P(FSPathMakeRefTest, MissingItemAndMissingFolder) {
+    const FileWorld::CurrentFolder inside(mFolder, mFolder.Path());
+    mFolder.MakeFile("file");
+    mFolder.MakeLink("nowhere", "dangling");
     FSRef ref;
     EXPECT_EQ(fnfErr, MakeRef("", &ref));
     EXPECT_EQ(fnfErr, MakeRef("none", &ref));
@@ -95,144 +80,133 @@ TEST(FSPathMakeRef, MissingItemAndMissingFolder) {
     EXPECT_EQ(dirNFErr, MakeRef("none/below", &ref));
     EXPECT_EQ(dirNFErr, MakeRef("none/below//", &ref));
     EXPECT_EQ(dirNFErr, MakeRef("dangling/below", &ref));
-    EXPECT_EQ(dirNFErr, MakeRef(folder / "none/far/below", &ref));
+    EXPECT_EQ(dirNFErr, MakeRef(mFolder / "none/far/below", &ref));
     EXPECT_EQ(dirNFErr, MakeRef("file/below", &ref));
     EXPECT_EQ(dirNFErr, MakeRef("file/", &ref));
 }
 
-TEST(FSPathMakeRef, TrailingSlashes) {
-    const TemporaryFolder folder;
-    folder.MakeFolder("sub");
+TEST_P(FSPathMakeRefTest, TrailingSlashes) {
+    mFolder.MakeFolder("sub");
     FSRef plain;
     FSRef slashes;
-    ASSERT_EQ(noErr, MakeRef(folder / "sub", &plain));
-    ASSERT_EQ(noErr, MakeRef(folder / "sub///", &slashes));
+    ASSERT_EQ(noErr, MakeRef(mFolder / "sub", &plain));
+    ASSERT_EQ(noErr, MakeRef(mFolder / "sub///", &slashes));
     EXPECT_EQ(0, std::memcmp(&plain, &slashes, sizeof(FSRef)));
-    EXPECT_EQ(folder / "sub", PathOf(slashes));
+    EXPECT_EQ(mFolder / "sub", PathOf(slashes));
 }
 
-TEST(FSPathMakeRef, RelativePathStartsAtTheFolderOfTheMoment) {
-    const TemporaryFolder folder;
-    folder.MakeFolder("one");
-    folder.MakeFolder("two");
-    folder.MakeFile("one/a");
-    folder.MakeFile("two/a");
+TEST_P(FSPathMakeRefTest, RelativePathStartsAtTheFolderOfTheMoment) {
+    mFolder.MakeFolder("one");
+    mFolder.MakeFolder("two");
+    mFolder.MakeFile("one/a");
+    mFolder.MakeFile("two/a");
     FSRef first;
     FSRef second;
     {
-        const CurrentFolder inside(folder / "one");
+        const FileWorld::CurrentFolder inside(mFolder, mFolder / "one");
         ASSERT_EQ(noErr, MakeRef("a", &first));
     }
     {
-        const CurrentFolder inside(folder / "two");
+        const FileWorld::CurrentFolder inside(mFolder, mFolder / "two");
         ASSERT_EQ(noErr, MakeRef("./a", &second));
-        EXPECT_EQ(folder / "one/a", PathOf(first));
+        EXPECT_EQ(mFolder / "one/a", PathOf(first));
         ASSERT_EQ(noErr, MakeRef("../one/../one//a", &second));
     }
     EXPECT_EQ(0, std::memcmp(&first, &second, sizeof(FSRef)));
 }
 
-TEST(FSPathMakeRef, RelativePathWhenTheCurrentFolderIsGone) {
-    const TemporaryFolder folder;
-    folder.MakeFolder("gone");
-    const CurrentFolder inside(folder / "gone");
-    fs::remove(folder / "gone");
+TEST_P(FSPathMakeRefTest, RelativePathWhenTheCurrentFolderIsGone) {
+    mFolder.MakeFolder("gone");
+    const FileWorld::CurrentFolder inside(mFolder, mFolder / "gone");
+    FileWorld::Remove(mFolder / "gone", true);
     FSRef ref;
     EXPECT_EQ(fnfErr, MakeRef("a", &ref));
 }
 
-TEST(FSPathMakeRef, LinksAreFollowed) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("real");
-    folder.MakeFolder("sub");
-    folder.MakeFile("sub/inner");
-    ASSERT_EQ(0, symlink("real", (folder / "link").c_str()));
-    ASSERT_EQ(0, symlink("link", (folder / "link to link").c_str()));
-    ASSERT_EQ(0, symlink("sub", (folder / "sublink").c_str()));
+TEST_P(FSPathMakeRefTest, LinksAreFollowed) {
+    const std::string path = mFolder.MakeFile("real");
+    mFolder.MakeFolder("sub");
+    mFolder.MakeFile("sub/inner");
+    mFolder.MakeLink("real", "link");
+    mFolder.MakeLink("link", "link to link");
+    mFolder.MakeLink("sub", "sublink");
     FSRef ref;
-    ASSERT_EQ(noErr, MakeRef(folder / "link to link", &ref));
+    ASSERT_EQ(noErr, MakeRef(mFolder / "link to link", &ref));
     EXPECT_EQ(path, PathOf(ref));
-    ASSERT_EQ(noErr, MakeRef(folder / "sublink/inner", &ref));
-    EXPECT_EQ(folder / "sub/inner", PathOf(ref));
+    ASSERT_EQ(noErr, MakeRef(mFolder / "sublink/inner", &ref));
+    EXPECT_EQ(mFolder / "sub/inner", PathOf(ref));
 }
 
-TEST(FSPathMakeRef, LinksInACircle) {
-    const TemporaryFolder folder;
-    ASSERT_EQ(0, symlink("b", (folder / "a").c_str()));
-    ASSERT_EQ(0, symlink("a", (folder / "b").c_str()));
+TEST_P(FSPathMakeRefTest, LinksInACircle) {
+    mFolder.MakeLink("b", "a");
+    mFolder.MakeLink("a", "b");
     FSRef ref;
-    EXPECT_EQ(bdNamErr, MakeRef(folder / "a", &ref));
+    EXPECT_EQ(bdNamErr, MakeRef(mFolder / "a", &ref));
 }
 
-TEST(FSPathMakeRef, NamesOfAnyBytes) {
-    const TemporaryFolder folder;
+TEST_P(FSPathMakeRefTest, NamesOfAnyBytes) {
     for (const std::string& name :
          {std::string("with space.m4a"), std::string(" "), std::string("gr\xC3\xBC\xC3\x9F.m4a"),
           std::string("gru\xCC\x88.m4a"), std::string("\xF0\x9F\x8E\xB5"),
           std::string("\xFF\xFE\x80 not text"), std::string("a:b\\c\"d'e"), std::string("line\nbreak"),
           std::string("-rf"), std::string("\xC0\x80"), std::string("\xED\xA0\xBC lone"), std::string("..."),
           std::string(255, 'n')}) {
-        const std::string path = folder.MakeFile(name);
+        const std::string path = mFolder.MakeFile(name);
         FSRef ref;
         ASSERT_EQ(noErr, MakeRef(path, &ref)) << name;
         EXPECT_EQ(path, PathOf(ref));
     }
 }
 
-TEST(FSPathMakeRef, BothNormalFormsAreTwoFiles) {
-    const TemporaryFolder folder;
+TEST_P(FSPathMakeRefTest, BothNormalFormsAreTwoFiles) {
     FSRef composed;
     FSRef decomposed;
-    ASSERT_EQ(noErr, MakeRef(folder.MakeFile("\xC3\xBC"), &composed));
-    ASSERT_EQ(noErr, MakeRef(folder.MakeFile("u\xCC\x88"), &decomposed));
+    ASSERT_EQ(noErr, MakeRef(mFolder.MakeFile("\xC3\xBC"), &composed));
+    ASSERT_EQ(noErr, MakeRef(mFolder.MakeFile("u\xCC\x88"), &decomposed));
     EXPECT_NE(0, std::memcmp(&composed, &decomposed, sizeof(FSRef)));
-    EXPECT_EQ(folder / "\xC3\xBC", PathOf(composed));
+    EXPECT_EQ(mFolder / "\xC3\xBC", PathOf(composed));
 }
 
-TEST(FSPathMakeRef, NameOrPathTooLong) {
-    const TemporaryFolder folder;
+TEST_P(FSPathMakeRefTest, NameOrPathTooLong) {
     FSRef ref;
-    EXPECT_EQ(bdNamErr, MakeRef(folder / std::string(256, 'n'), &ref));
-    std::string deep = folder.Path();
+    EXPECT_EQ(bdNamErr, MakeRef(mFolder / std::string(256, 'n'), &ref));
+    std::string deep = mFolder.Path();
     while (deep.size() < 5000)
         deep += "/sub";
     EXPECT_EQ(dirNFErr, MakeRef(deep, &ref));
 }
 
 // Folders nested so deep that the innermost has no path that the system takes.
-TEST(FSPathMakeRef, RelativePathToAPlaceTooDeepForAPath) {
-    const TemporaryFolder folder;
-    const CurrentFolder stay(folder.Path());
+TEST_P(FSPathMakeRefTest, RelativePathToAPlaceTooDeepForAPath) {
+    FileWorld::CurrentFolder current(mFolder, mFolder.Path());
     const std::string name(250, 'd');
     constexpr int kLevels = 20;
-    std::string path = folder.Path();
+    std::string path = mFolder.Path();
     for (int level = 0; level < kLevels; ++level) {
-        ASSERT_EQ(0, mkdir(name.c_str(), 0700));
-        ASSERT_EQ(0, chdir(name.c_str()));
+        ASSERT_EQ(0, toolbox::os::Calls().mkdirat(AT_FDCWD, name.c_str(), 0700));
+        current.Go(name);
         path += '/' + name;
     }
     FSRef ref;
     EXPECT_EQ(bdNamErr, MakeRef(".", &ref));
     EXPECT_EQ(bdNamErr, MakeRef(path, &ref));
     for (int level = 0; level < kLevels; ++level) {
-        ASSERT_EQ(0, chdir(".."));
-        ASSERT_EQ(0, rmdir(name.c_str()));
+        current.Go("..");
+        FileWorld::Remove(name, true);
     }
 }
 
-TEST(FSPathMakeRef, ModifiedUTF8IsTriedSecond) {
-    const TemporaryFolder folder;
-    folder.MakeFolder("\xF0\x9F\x98\x80 mood");
-    const std::string path = folder.MakeFile("\xF0\x9F\x98\x80 mood/\xF0\x9F\x8E\xB5.m4a");
+TEST_P(FSPathMakeRefTest, ModifiedUTF8IsTriedSecond) {
+    mFolder.MakeFolder("\xF0\x9F\x98\x80 mood");
+    const std::string path = mFolder.MakeFile("\xF0\x9F\x98\x80 mood/\xF0\x9F\x8E\xB5.m4a");
     FSRef ref;
-    ASSERT_EQ(noErr, MakeRef(folder / "\xED\xA0\xBD\xED\xB8\x80 mood/\xED\xA0\xBC\xED\xBE\xB5.m4a", &ref));
+    ASSERT_EQ(noErr, MakeRef(mFolder / "\xED\xA0\xBD\xED\xB8\x80 mood/\xED\xA0\xBC\xED\xBE\xB5.m4a", &ref));
     EXPECT_EQ(path, PathOf(ref));
 }
 
-TEST(FSPathMakeRef, TheNameAsGivenComesFirst) {
-    const TemporaryFolder folder;
-    const std::string joined = folder.MakeFile("\xF0\x9F\x8E\xB5");
-    const std::string paired = folder.MakeFile("\xED\xA0\xBC\xED\xBE\xB5");
+TEST_P(FSPathMakeRefTest, TheNameAsGivenComesFirst) {
+    const std::string joined = mFolder.MakeFile("\xF0\x9F\x8E\xB5");
+    const std::string paired = mFolder.MakeFile("\xED\xA0\xBC\xED\xBE\xB5");
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef(paired, &ref));
     EXPECT_EQ(paired, PathOf(ref));
@@ -240,30 +214,27 @@ TEST(FSPathMakeRef, TheNameAsGivenComesFirst) {
     EXPECT_EQ(joined, PathOf(ref));
 }
 
-TEST(FSPathMakeRef, ModifiedUTF8LongerThanANameMayBe) {
-    const TemporaryFolder folder;
+TEST_P(FSPathMakeRefTest, ModifiedUTF8LongerThanANameMayBe) {
     std::string name;
     std::string modified;
     for (int count = 0; count < 60; ++count) {
         name += "\xF0\x9F\x8E\xB5";
         modified += "\xED\xA0\xBC\xED\xBE\xB5";
     }
-    const std::string path = folder.MakeFile(name);
+    const std::string path = mFolder.MakeFile(name);
     FSRef ref;
-    ASSERT_EQ(noErr, MakeRef(folder / modified, &ref));
+    ASSERT_EQ(noErr, MakeRef(mFolder / modified, &ref));
     EXPECT_EQ(path, PathOf(ref));
 }
 
-TEST(FSPathMakeRef, MissingEitherWay) {
-    const TemporaryFolder folder;
+TEST_P(FSPathMakeRefTest, MissingEitherWay) {
     FSRef ref;
-    EXPECT_EQ(fnfErr, MakeRef(folder / "\xED\xA0\xBC\xED\xBE\xB5", &ref));
-    EXPECT_EQ(dirNFErr, MakeRef(folder / "\xED\xA0\xBC\xED\xBE\xB5/a", &ref));
+    EXPECT_EQ(fnfErr, MakeRef(mFolder / "\xED\xA0\xBC\xED\xBE\xB5", &ref));
+    EXPECT_EQ(dirNFErr, MakeRef(mFolder / "\xED\xA0\xBC\xED\xBE\xB5/a", &ref));
 }
 
-TEST(FSPathMakeRef, OneItemHasOneReference) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSPathMakeRefTest, OneItemHasOneReference) {
+    const std::string path = mFolder.MakeFile("a");
     FSRef first;
     ASSERT_EQ(noErr, MakeRef(path, &first));
     const std::size_t nodes = toolbox::files::NodeTable::Shared().Count();
@@ -275,23 +246,21 @@ TEST(FSPathMakeRef, OneItemHasOneReference) {
     EXPECT_EQ(nodes, toolbox::files::NodeTable::Shared().Count());
 }
 
-TEST(FSPathMakeRef, HardLinksAreOneItem) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
-    fs::create_hard_link(path, folder / "b");
+TEST_P(FSPathMakeRefTest, HardLinksAreOneItem) {
+    const std::string path = mFolder.MakeFile("a");
+    ASSERT_EQ(0, mFolder.MakeHardLink(path, mFolder / "b"));
     FSRef first;
     FSRef second;
     ASSERT_EQ(noErr, MakeRef(path, &first));
-    ASSERT_EQ(noErr, MakeRef(folder / "b", &second));
+    ASSERT_EQ(noErr, MakeRef(mFolder / "b", &second));
     EXPECT_EQ(0, std::memcmp(&first, &second, sizeof(FSRef)));
-    EXPECT_EQ(folder / "b", PathOf(first));
-    fs::remove(folder / "b");
+    EXPECT_EQ(mFolder / "b", PathOf(first));
+    FileWorld::Remove(mFolder / "b");
     EXPECT_EQ(path, PathOf(first));
 }
 
-TEST(FSRefMakePath, BufferSizes) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSRefMakePathTest, BufferSizes) {
+    const std::string path = mFolder.MakeFile("a");
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef(path, &ref));
     const UInt32 needed = static_cast<UInt32>(path.size() + 1);
@@ -305,7 +274,7 @@ TEST(FSRefMakePath, BufferSizes) {
     EXPECT_EQ(path + '\0' + '#', buffer);
 }
 
-TEST(FSRefMakePath, NullAndForeignArguments) {
+TEST_P(FSRefMakePathTest, NullAndForeignArguments) {
     UInt8 path[8];
     FSRef ref = {};
     EXPECT_EQ(paramErr, FSRefMakePath(nullptr, path, sizeof(path)));
@@ -315,17 +284,16 @@ TEST(FSRefMakePath, NullAndForeignArguments) {
     EXPECT_EQ(errFSBadFSRef, FSRefMakePath(&ref, path, sizeof(path)));
 }
 
-TEST(FSRefMakePath, ReferenceToAnItemNeverSeen) {
+TEST_P(FSRefMakePathTest, ReferenceToAnItemNeverSeen) {
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef("/", &ref));
     std::memset(ref.hidden + 8, 0xEE, 24);
     EXPECT_EQ("status -43", PathOf(ref));
 }
 
-TEST(FSPathMakeRef, EveryFailingCall) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
-    const std::size_t descriptors = OpenDescriptorCount();
+TEST_P(FSPathMakeRefTest, EveryFailingCall) {
+    const std::string path = mFolder.MakeFile("a");
+    const std::size_t descriptors = mFolder.OpenDescriptorCount();
     for (const int number : {EIO, EACCES, ENOMEM, EMFILE}) {
         for (int failing = 1;; ++failing) {
             FSRef ref;
@@ -336,7 +304,7 @@ TEST(FSPathMakeRef, EveryFailingCall) {
                 status = MakeRef(path, &ref);
                 delivered = calls.Delivered();
             }
-            EXPECT_EQ(descriptors, OpenDescriptorCount());
+            EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount());
             if (!delivered) {
                 EXPECT_EQ(noErr, status);
                 EXPECT_GT(failing, 2);
@@ -347,11 +315,11 @@ TEST(FSPathMakeRef, EveryFailingCall) {
     }
 }
 
-TEST(Files, EveryFailingAllocation) {
-    const TemporaryFolder folder;
+TEST_P(FSPathMakeRefTest, EveryFailingAllocation) {
     for (int failing = 1;; ++failing) {
         // A path that was never seen, with a name that needs memory of its own.
-        const std::string path = folder.MakeFile("a name of more than some bytes " + std::to_string(failing));
+        const std::string path =
+            mFolder.MakeFile("a name of more than some bytes " + std::to_string(failing));
         FSRef ref;
         UInt8 found[4096];
         OSStatus made = noErr;

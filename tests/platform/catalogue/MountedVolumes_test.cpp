@@ -3,9 +3,8 @@
 #include "catalogue/Volumes.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
-#include "support/TemporaryFolder.h"
+#include "support/FileWorld.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/statvfs.h>
 #include <toolbox/MacErrors.h>
@@ -37,14 +36,15 @@ TEST(MountFolders, WhatMakesNoSense) {
               MountFolders("1 2 3 4 /\\04\n1 2 3 4 /\\999\n1 2 3 4 /\\"));
 }
 
-class MountedVolumesTest : public testing::Test {
+class MountedVolumesTest : public support::FileWorldTest {
   protected:
     ~MountedVolumesTest() override { CallsForTesting() = mSaved; }
 
     SystemCalls mSaved = CallsForTesting();
 };
+INSTANTIATE_TEST_SUITE_P(Worlds, MountedVolumesTest, support::BothWorlds(), support::NameOfWorld);
 
-TEST_F(MountedVolumesTest, TheFirstIsTheRootFolders) {
+TEST_P(MountedVolumesTest, TheFirstIsTheRootFolders) {
     std::vector<SInt16> volumes;
     ASSERT_EQ(noErr, ListVolumes(volumes));
     ASSERT_FALSE(volumes.empty());
@@ -64,7 +64,7 @@ TEST_F(MountedVolumesTest, TheFirstIsTheRootFolders) {
     }
 }
 
-TEST_F(MountedVolumesTest, Facts) {
+TEST_P(MountedVolumesTest, Facts) {
     CallsForTesting().statvfs = [](const char* inPath, struct statvfs* outStatus) {
         EXPECT_STREQ("/", inPath);
         *outStatus = {};
@@ -86,32 +86,32 @@ TEST_F(MountedVolumesTest, Facts) {
     EXPECT_TRUE(facts.isReadOnly);
 }
 
-std::string sAskedDevice;
-
-TEST_F(MountedVolumesTest, ReadOnlyDevice) {
+TEST_P(MountedVolumesTest, ReadOnlyDevice) {
+    static std::string sFile, sAsked;
+    static SystemCalls sReal;
+    sReal = Calls();
     for (const char* const contents : {"1\n", "0\n", ""}) {
-        test_files::TemporaryFolder folder;
-        static std::string sFile;
-        sFile = folder.MakeFile("ro", contents);
-        CallsForTesting().openat = [](int, const char* inPath, int inFlags, mode_t) {
-            sAskedDevice = inPath;
-            return open(sFile.c_str(), inFlags);
+        sFile = mFolder.MakeFile("ro", contents);
+        CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+            sAsked = inPath;
+            return sReal.openat(inFolder, sFile.c_str(), inFlags, inMode);
         };
         VolumeFacts facts;
-        ASSERT_EQ(noErr, GetVolumeFacts(0, facts));
+        EXPECT_EQ(noErr, GetVolumeFacts(0, facts));
+        CallsForTesting() = sReal;
         EXPECT_EQ(contents[0] == '1', facts.isDeviceReadOnly);
-        EXPECT_EQ(0U, sAskedDevice.find("/sys/dev/block/"));
+        EXPECT_EQ(0U, sAsked.find("/sys/dev/block/"));
     }
 }
 
-TEST_F(MountedVolumesTest, NoSuchVolume) {
+TEST_P(MountedVolumesTest, NoSuchVolume) {
     VolumeFacts facts;
     EXPECT_EQ(nsvErr, GetVolumeFacts(1, facts));
     EXPECT_EQ(nsvErr, GetVolumeFacts(-31000, facts));
 }
 
-TEST_F(MountedVolumesTest, EveryCallFails) {
-    const std::size_t descriptors = test_files::OpenDescriptorCount();
+TEST_P(MountedVolumesTest, EveryCallFails) {
+    const std::size_t descriptors = mFolder.OpenDescriptorCount();
     for (int failing = 1;; ++failing) {
         std::vector<SInt16> volumes;
         VolumeFacts facts;
@@ -126,7 +126,7 @@ TEST_F(MountedVolumesTest, EveryCallFails) {
         }
         EXPECT_TRUE(status == noErr || status == ioErr) << failing;
         EXPECT_TRUE(factsStatus == noErr || factsStatus == ioErr) << failing;
-        EXPECT_EQ(descriptors, test_files::OpenDescriptorCount()) << failing;
+        EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount()) << failing;
         if (!delivered) {
             EXPECT_EQ(noErr, status);
             EXPECT_EQ(noErr, factsStatus);
@@ -135,13 +135,15 @@ TEST_F(MountedVolumesTest, EveryCallFails) {
     }
 }
 
-TEST_F(MountedVolumesTest, ReadsAreRepeated) {
+TEST_P(MountedVolumesTest, ReadsAreRepeated) {
     static int sReads;
+    static SystemCalls sReal;
     sReads = 0;
+    sReal = Calls();
     CallsForTesting().pread = [](int inDescriptor, void* outBytes, std::size_t inByteCount,
                                  off_t inOffset) -> ssize_t {
         if (++sReads % 2 == 1) return errno = EINTR, -1;
-        return pread(inDescriptor, outBytes, std::min<std::size_t>(inByteCount, 100), inOffset);
+        return sReal.pread(inDescriptor, outBytes, std::min<std::size_t>(inByteCount, 100), inOffset);
     };
     std::vector<SInt16> some;
     ASSERT_EQ(noErr, ListVolumes(some));

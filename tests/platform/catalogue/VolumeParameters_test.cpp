@@ -3,7 +3,6 @@
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/statvfs.h>
 #include <toolbox/Volumes.h>
@@ -36,9 +35,11 @@ class VolumeParametersTest : public CatalogTest {
     }
     // Answers what to read where the kernel tells whether a device can be written.
     void ScriptDevice(const char* inContents) {
+        CallsForTesting().openat = mSaved.openat;
         sFile = mFolder.MakeFile("ro", inContents);
-        CallsForTesting().openat = [](int, const char*, int inFlags, mode_t) {
-            return open(sFile.c_str(), inFlags);
+        sSaved = mSaved;
+        CallsForTesting().openat = [](int inFolder, const char*, int inFlags, mode_t inMode) {
+            return sSaved.openat(inFolder, sFile.c_str(), inFlags, inMode);
         };
     }
     HVolumeParam& Get(SInt16 inVolume, SInt16 inIndex = 0) {
@@ -51,12 +52,14 @@ class VolumeParametersTest : public CatalogTest {
     }
 
     static inline std::string sFile;
+    static inline toolbox::os::SystemCalls sSaved;
     HParamBlockRec mBlock = {};
     OSErr mError = 1;
     toolbox::os::SystemCalls mSaved = CallsForTesting();
 };
+INSTANTIATE_TEST_SUITE_P(Worlds, VolumeParametersTest, support::BothWorlds(), support::NameOfWorld);
 
-TEST_F(VolumeParametersTest, OfAnItem) {
+TEST_P(VolumeParametersTest, OfAnItem) {
     const SInt16 volume = InfoOf(mFolder.Path(), kFSCatInfoVolume).volume;
     EXPECT_EQ(volume, Get(volume).ioVRefNum);
     EXPECT_EQ(noErr, mError);
@@ -66,7 +69,7 @@ TEST_F(VolumeParametersTest, OfAnItem) {
     EXPECT_EQ(+mBlock.volumeParam.ioVAlBlkSiz, +mBlock.volumeParam.ioVClpSiz);
 }
 
-TEST_F(VolumeParametersTest, TheFirst) {
+TEST_P(VolumeParametersTest, TheFirst) {
     const SInt16 first = InfoOf("/", kFSCatInfoVolume).volume;
     EXPECT_EQ(first, Get(0).ioVRefNum);
     EXPECT_EQ(first, Get(-9, 1).ioVRefNum) << "the index goes before the number";
@@ -76,7 +79,7 @@ TEST_F(VolumeParametersTest, TheFirst) {
     EXPECT_EQ(0, std::memcmp("\1/", name, 2));
 }
 
-TEST_F(VolumeParametersTest, AllByIndex) {
+TEST_P(VolumeParametersTest, AllByIndex) {
     std::vector<SInt16> volumes;
     ASSERT_EQ(noErr, toolbox::files::ListVolumes(volumes));
     for (std::size_t i = 0; i < volumes.size(); ++i) {
@@ -89,7 +92,7 @@ TEST_F(VolumeParametersTest, AllByIndex) {
     EXPECT_EQ(nsvErr, mError);
 }
 
-TEST_F(VolumeParametersTest, Locks) {
+TEST_P(VolumeParametersTest, Locks) {
     ScriptStatus();
     ScriptDevice("0\n");
     EXPECT_EQ(0, Get(0).ioVAtrb);
@@ -101,7 +104,7 @@ TEST_F(VolumeParametersTest, Locks) {
     EXPECT_EQ(0x0080, Get(0).ioVAtrb);
 }
 
-TEST_F(VolumeParametersTest, Blocks) {
+TEST_P(VolumeParametersTest, Blocks) {
     struct Row {
         unsigned long blockBytes;
         unsigned long blocks;
@@ -130,7 +133,7 @@ TEST_F(VolumeParametersTest, Blocks) {
     }
 }
 
-TEST_F(VolumeParametersTest, ItemCount) {
+TEST_P(VolumeParametersTest, ItemCount) {
     ScriptStatus();
     sStatus.f_files = 70;
     sStatus.f_ffree = 30;
@@ -139,7 +142,7 @@ TEST_F(VolumeParametersTest, ItemCount) {
     EXPECT_EQ(0xFFFFFFFF, +Get(0).ioVFilCnt);
 }
 
-TEST_F(VolumeParametersTest, NoSuchVolume) {
+TEST_P(VolumeParametersTest, NoSuchVolume) {
     for (const SInt16 number : {-31000, 1, 32767}) {
         mBlock = {};
         std::memset(&mBlock, 0xEE, sizeof mBlock);
@@ -153,8 +156,8 @@ TEST_F(VolumeParametersTest, NoSuchVolume) {
     EXPECT_EQ(paramErr, PBHGetVInfoSync(nullptr));
 }
 
-TEST_F(VolumeParametersTest, CallsFail) {
-    const std::size_t descriptors = OpenDescriptorCount();
+TEST_P(VolumeParametersTest, CallsFail) {
+    const std::size_t descriptors = mFolder.OpenDescriptorCount();
     for (int failing = 1;; ++failing) {
         bool delivered = false;
         {
@@ -162,7 +165,7 @@ TEST_F(VolumeParametersTest, CallsFail) {
             Get(0, 1);
             delivered = failure.Delivered();
         }
-        EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
+        EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount()) << failing;
         EXPECT_TRUE(mError == noErr || mError == ioErr) << failing << ": " << mError;
         if (!delivered) {
             EXPECT_EQ(noErr, mError);
@@ -171,8 +174,8 @@ TEST_F(VolumeParametersTest, CallsFail) {
     }
 }
 
-TEST_F(VolumeParametersTest, MemoryFails) {
-    const std::size_t descriptors = OpenDescriptorCount();
+TEST_P(VolumeParametersTest, MemoryFails) {
+    const std::size_t descriptors = mFolder.OpenDescriptorCount();
     for (int failing = 1;; ++failing) {
         mBlock = {};
         mBlock.volumeParam.ioVolIndex = 1;
@@ -183,7 +186,7 @@ TEST_F(VolumeParametersTest, MemoryFails) {
             error = PBHGetVInfoSync(&mBlock);
             delivered = failure.Delivered();
         }
-        EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
+        EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount()) << failing;
         EXPECT_EQ(delivered ? memFullErr : noErr, error) << failing;
         if (!delivered) break;
     }
