@@ -112,6 +112,8 @@ class FileWorld {
 // A test of both: INSTANTIATE_TEST_SUITE_P(Worlds, Name, support::BothWorlds(), support::NameOfWorld).
 class FileWorldTest : public testing::TestWithParam<FileWorld::Kind> {
   protected:
+    std::size_t OpenDescriptorCount() const { return mFolder.OpenDescriptorCount(); }
+
     FileWorld mFolder{GetParam()};
 };
 inline auto BothWorlds() {

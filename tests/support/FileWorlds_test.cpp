@@ -232,7 +232,7 @@ TEST_P(FileWorlds, Listing) {
     mFolder.MakeFile("a");
     mFolder.MakeFolder("sub");
     mFolder.MakeLink("a", "link");
-    const std::size_t openCount = mFolder.OpenDescriptorCount();
+    const std::size_t openCount = OpenDescriptorCount();
     DIR* const folder = Calls().fdopendir(Open("", O_RDONLY | O_DIRECTORY));
     ASSERT_NE(nullptr, folder);
     std::set<std::string> names;
@@ -246,7 +246,7 @@ TEST_P(FileWorlds, Listing) {
     EXPECT_EQ(0, errno);
     EXPECT_EQ((std::set<std::string>{".", "..", "a", "link", "sub"}), names);
     EXPECT_EQ(0, Calls().closedir(folder));
-    EXPECT_EQ(openCount, mFolder.OpenDescriptorCount());
+    EXPECT_EQ(openCount, OpenDescriptorCount());
     const int file = Open("a", O_RDONLY);
     EXPECT_EQ(nullptr, Calls().fdopendir(file));
     EXPECT_EQ(ENOTDIR, errno);

@@ -3,27 +3,23 @@
 #include "platform/catalogue/Refs.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
-#include "support/TemporaryFolder.h"
+#include "support/FileWorld.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <toolbox/Aliases.h>
 #include <toolbox/MacMemory.h>
-#include <unistd.h>
 
 #include <cstring>
-#include <filesystem>
 #include <string>
 
 namespace {
 
-namespace fs = std::filesystem;
+using support::FileWorld;
 using test_files::FailingCalls;
 using test_files::FailingNew;
 using test_files::MakeRef;
-using test_files::OpenDescriptorCount;
 using test_files::PathOf;
-using test_files::TemporaryFolder;
 using toolbox::files::AliasContents;
 using toolbox::os::ItemKind;
 
@@ -84,23 +80,28 @@ std::vector<UInt8> ForgetIdentity(const Alias& inAlias) {
     return Encode(contents);
 }
 
-TEST(FSNewAliasMinimal, RecordOfTheItem) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("tone.m4a");
+class FSNewAliasMinimalTest : public support::FileWorldTest {};
+class FSResolveAliasTest : public support::FileWorldTest {};
+class AliasesTest : public support::FileWorldTest {};
+INSTANTIATE_TEST_SUITE_P(Worlds, FSNewAliasMinimalTest, support::BothWorlds(), support::NameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Worlds, FSResolveAliasTest, support::BothWorlds(), support::NameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Worlds, AliasesTest, support::BothWorlds(), support::NameOfWorld);
+
+TEST_P(FSNewAliasMinimalTest, RecordOfTheItem) {
+    const std::string path = mFolder.MakeFile("tone.m4a");
     const Alias alias(path);
     const std::string bytes = alias.Bytes();
     EXPECT_EQ(std::string(4, '\0'), bytes.substr(0, 4));
     EXPECT_EQ(bytes.size(), static_cast<UInt8>(bytes[4]) * 256u + static_cast<UInt8>(bytes[5]));
-    struct stat status = {};
-    ASSERT_EQ(0, stat(path.c_str(), &status));
+    const struct statx status = FileWorld::StatusOf(path);
     const AliasContents contents = alias.Contents();
     EXPECT_EQ(ItemKind::kFile, contents.kind);
-    EXPECT_EQ(status.st_dev, contents.identity.device);
-    EXPECT_EQ(status.st_ino, contents.identity.inode);
+    EXPECT_EQ(makedev(status.stx_dev_major, status.stx_dev_minor), contents.identity.device);
+    EXPECT_EQ(status.stx_ino, contents.identity.inode);
     EXPECT_EQ(path, contents.path);
 }
 
-TEST(FSNewAliasMinimal, BadArguments) {
+TEST_P(FSNewAliasMinimalTest, BadArguments) {
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef("/", &ref));
     AliasHandle alias = reinterpret_cast<AliasHandle>(&ref);
@@ -113,33 +114,30 @@ TEST(FSNewAliasMinimal, BadArguments) {
     EXPECT_EQ(nullptr, alias);
 }
 
-TEST(FSNewAliasMinimal, ItemThatIsGone) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSNewAliasMinimalTest, ItemThatIsGone) {
+    const std::string path = mFolder.MakeFile("a");
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef(path, &ref));
-    fs::remove(path);
+    FileWorld::Remove(path);
     AliasHandle alias = reinterpret_cast<AliasHandle>(&ref);
     EXPECT_EQ(fnfErr, FSNewAliasMinimal(&ref, &alias));
     EXPECT_EQ(nullptr, alias);
 }
 
-TEST(FSResolveAlias, WhereItWas) {
-    const TemporaryFolder folder;
+TEST_P(FSResolveAliasTest, WhereItWas) {
     for (const std::string& name :
          {std::string("a.m4a"), std::string("\xFF \xF0\x9F\x8E\xB5"), std::string(255, 'n')}) {
-        const std::string path = folder.MakeFile(name);
+        const std::string path = mFolder.MakeFile(name);
         const Alias alias(path);
         EXPECT_EQ(path, alias.Resolve());
         EXPECT_EQ(path, alias.Resolve());
     }
-    EXPECT_EQ(folder.Path(), Alias(folder.Path()).Resolve());
+    EXPECT_EQ(mFolder.Path(), Alias(mFolder.Path()).Resolve());
     EXPECT_EQ("/", Alias("/").Resolve());
 }
 
-TEST(FSResolveAlias, FileToResolveFromIsNotNeeded) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSResolveAliasTest, FileToResolveFromIsNotNeeded) {
+    const std::string path = mFolder.MakeFile("a");
     const Alias alias(path);
     FSRef from;
     FSRef target;
@@ -150,127 +148,117 @@ TEST(FSResolveAlias, FileToResolveFromIsNotNeeded) {
     EXPECT_EQ(0, wasChanged);
 }
 
-TEST(FSResolveAlias, RenamedInItsFolder) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSResolveAliasTest, RenamedInItsFolder) {
+    const std::string path = mFolder.MakeFile("a");
     const Alias alias(path);
-    fs::rename(path, folder / "a much longer name than it had");
-    EXPECT_EQ(folder / "a much longer name than it had changed", alias.Resolve());
-    EXPECT_EQ(folder / "a much longer name than it had", alias.Contents().path);
-    EXPECT_EQ(folder / "a much longer name than it had", alias.Resolve());
-    fs::rename(folder / "a much longer name than it had", path);
+    FileWorld::Rename(path, mFolder / "a much longer name than it had");
+    EXPECT_EQ(mFolder / "a much longer name than it had changed", alias.Resolve());
+    EXPECT_EQ(mFolder / "a much longer name than it had", alias.Contents().path);
+    EXPECT_EQ(mFolder / "a much longer name than it had", alias.Resolve());
+    FileWorld::Rename(mFolder / "a much longer name than it had", path);
     EXPECT_EQ(path + " changed", alias.Resolve());
     EXPECT_EQ(path, alias.Resolve());
 }
 
-TEST(FSResolveAlias, MovedToAPlaceThatThisProcessKnows) {
-    const TemporaryFolder folder;
-    folder.MakeFolder("sub");
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSResolveAliasTest, MovedToAPlaceThatThisProcessKnows) {
+    mFolder.MakeFolder("sub");
+    const std::string path = mFolder.MakeFile("a");
     const Alias alias(path);
-    fs::rename(path, folder / "sub/b");
+    FileWorld::Rename(path, mFolder / "sub/b");
     EXPECT_EQ("status -43", alias.Resolve());
     FSRef seen;
-    ASSERT_EQ(noErr, MakeRef(folder / "sub/b", &seen));
-    EXPECT_EQ(folder / "sub/b changed", alias.Resolve());
+    ASSERT_EQ(noErr, MakeRef(mFolder / "sub/b", &seen));
+    EXPECT_EQ(mFolder / "sub/b changed", alias.Resolve());
 }
 
-TEST(FSResolveAlias, AnotherFileInItsPlace) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSResolveAliasTest, AnotherFileInItsPlace) {
+    const std::string path = mFolder.MakeFile("a");
     const Alias alias(path);
-    fs::rename(path, folder / "backup");
-    folder.MakeFile("a", "saved anew");
+    FileWorld::Rename(path, mFolder / "backup");
+    mFolder.MakeFile("a", "saved anew");
     EXPECT_EQ(path + " changed", alias.Resolve());
     EXPECT_EQ(path, alias.Resolve());
-    struct stat status = {};
-    ASSERT_EQ(0, stat(path.c_str(), &status));
-    EXPECT_EQ(status.st_ino, alias.Contents().identity.inode);
+    const struct statx status = FileWorld::StatusOf(path);
+    EXPECT_EQ(status.stx_ino, alias.Contents().identity.inode);
 }
 
-TEST(FSResolveAlias, AFolderInAFilesPlaceIsNotIt) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSResolveAliasTest, AFolderInAFilesPlaceIsNotIt) {
+    const std::string path = mFolder.MakeFile("a");
     const Alias alias(path);
-    fs::rename(path, folder / "b");
-    folder.MakeFolder("a");
-    EXPECT_EQ(folder / "b changed", alias.Resolve());
-    const Alias second(folder / "b");
-    fs::remove(folder / "b");
-    folder.MakeFolder("b");
+    FileWorld::Rename(path, mFolder / "b");
+    mFolder.MakeFolder("a");
+    EXPECT_EQ(mFolder / "b changed", alias.Resolve());
+    const Alias second(mFolder / "b");
+    FileWorld::Remove(mFolder / "b");
+    mFolder.MakeFolder("b");
     EXPECT_EQ("status -43", second.Resolve());
 }
 
-TEST(FSResolveAlias, ALinkInItsPlace) {
-    const TemporaryFolder folder;
-    folder.MakeFolder("sub");
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSResolveAliasTest, ALinkInItsPlace) {
+    mFolder.MakeFolder("sub");
+    const std::string path = mFolder.MakeFile("a");
     const Alias alias(path);
-    fs::rename(path, folder / "sub/a");
-    ASSERT_EQ(0, symlink("sub/a", path.c_str()));
-    EXPECT_EQ(folder / "sub/a changed", alias.Resolve());
+    FileWorld::Rename(path, mFolder / "sub/a");
+    mFolder.MakeLink("sub/a", "a");
+    EXPECT_EQ(mFolder / "sub/a changed", alias.Resolve());
 }
 
-TEST(FSResolveAlias, RecordOfAnEarlierRun) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSResolveAliasTest, RecordOfAnEarlierRun) {
+    const std::string path = mFolder.MakeFile("a");
     const Alias later(ForgetIdentity(Alias(path)));
     EXPECT_EQ(path + " changed", later.Resolve());
     EXPECT_EQ(path, later.Resolve());
 }
 
-TEST(FSResolveAlias, RecordOfAnEarlierRunOfARenamedItem) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("never referred to");
-    struct stat status = {};
-    ASSERT_EQ(0, stat(path.c_str(), &status));
+TEST_P(FSResolveAliasTest, RecordOfAnEarlierRunOfARenamedItem) {
+    const std::string path = mFolder.MakeFile("never referred to");
+    const struct statx status = FileWorld::StatusOf(path);
     // The birth may be unknown to the run that made the record.
-    const Alias alias(
-        Encode({0, ItemKind::kFile, {status.st_dev, status.st_ino, 0}, folder / "former name"}));
+    const Alias alias(Encode({0,
+                              ItemKind::kFile,
+                              {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino, 0},
+                              mFolder / "former name"}));
     EXPECT_EQ(path + " changed", alias.Resolve());
     EXPECT_EQ(path, alias.Resolve());
 }
 
-TEST(FSResolveAlias, DeletedItem) {
-    const TemporaryFolder folder;
-    folder.MakeFolder("sub");
-    const std::string path = folder.MakeFile("sub/a");
+TEST_P(FSResolveAliasTest, DeletedItem) {
+    mFolder.MakeFolder("sub");
+    const std::string path = mFolder.MakeFile("sub/a");
     const Alias alias(path);
     const std::string before = alias.Bytes();
-    fs::remove(path);
+    FileWorld::Remove(path);
     EXPECT_EQ("status -43", alias.Resolve());
-    fs::remove_all(folder / "sub");
+    FileWorld::RemoveAll(mFolder / "sub");
     EXPECT_EQ("status -43", alias.Resolve());
     EXPECT_EQ(before, alias.Bytes());
 }
 
-TEST(FSResolveAlias, UserTypeAndBytesBehindTheRecordStay) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSResolveAliasTest, UserTypeAndBytesBehindTheRecordStay) {
+    const std::string path = mFolder.MakeFile("a");
     for (const std::string& name : {std::string("a name that is longer"), std::string("b")}) {
-        AliasContents contents = Alias(folder / "a").Contents();
+        AliasContents contents = Alias(mFolder / "a").Contents();
         contents.userType = FourChars("MINE");
         std::vector<UInt8> bytes = Encode(contents);
         for (const char one : std::string("tail"))
             bytes.push_back(static_cast<UInt8>(one));
         const Alias alias(bytes);
-        fs::rename(folder / "a", folder / name);
-        EXPECT_EQ(folder / (name + " changed"), alias.Resolve());
+        FileWorld::Rename(mFolder / "a", mFolder / name);
+        EXPECT_EQ(mFolder / (name + " changed"), alias.Resolve());
         EXPECT_EQ("MINE", alias.Bytes().substr(0, 4));
         EXPECT_EQ("tail", alias.Bytes().substr(alias.Bytes().size() - 4));
-        EXPECT_EQ(40 + folder.Path().size() + 1 + name.size() + 4, alias.Bytes().size());
-        EXPECT_EQ(folder / name, alias.Resolve());
-        fs::rename(folder / name, path);
+        EXPECT_EQ(40 + mFolder.Path().size() + 1 + name.size() + 4, alias.Bytes().size());
+        EXPECT_EQ(mFolder / name, alias.Resolve());
+        FileWorld::Rename(mFolder / name, path);
     }
 }
 
-TEST(FSResolveAlias, RecordThatCannotGrowStays) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSResolveAliasTest, RecordThatCannotGrowStays) {
+    const std::string path = mFolder.MakeFile("a");
     const Alias alias(path);
     const std::string before = alias.Bytes();
-    const std::string longer = folder / std::string(200, 'n');
-    fs::rename(path, longer);
+    const std::string longer = mFolder / std::string(200, 'n');
+    FileWorld::Rename(path, longer);
     SetMemoryLimit(GetMemoryInUse());
     EXPECT_EQ(longer, alias.Resolve());
     SetMemoryLimit(0);
@@ -278,26 +266,24 @@ TEST(FSResolveAlias, RecordThatCannotGrowStays) {
     EXPECT_EQ(longer + " changed", alias.Resolve());
 }
 
-TEST(FSResolveAlias, BlocksThatMove) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSResolveAliasTest, BlocksThatMove) {
+    const std::string path = mFolder.MakeFile("a");
     const Alias alias(path);
     toolbox::memory::SetMovesAtEveryResize(true);
     for (const std::string& name :
          {std::string(100, 'n'), std::string("b"), std::string(200, 'm'), std::string("a")}) {
-        fs::rename(alias.Contents().path, folder / name);
-        EXPECT_EQ(folder / (name + " changed"), alias.Resolve());
-        EXPECT_EQ(folder / name, alias.Contents().path);
+        FileWorld::Rename(alias.Contents().path, mFolder / name);
+        EXPECT_EQ(mFolder / (name + " changed"), alias.Resolve());
+        EXPECT_EQ(mFolder / name, alias.Contents().path);
     }
     toolbox::memory::SetMovesAtEveryResize(false);
 }
 
 // What kept the search from ending is told, not that nothing was found.
-TEST(FSResolveAlias, SearchThatFails) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(FSResolveAliasTest, SearchThatFails) {
+    const std::string path = mFolder.MakeFile("a");
     const Alias alias(path);
-    fs::rename(path, folder / "b");
+    FileWorld::Rename(path, mFolder / "b");
     const toolbox::os::SystemCalls real = toolbox::os::Calls();
     toolbox::os::CallsForTesting().fdopendir = [](int) -> DIR* {
         errno = EMFILE;
@@ -305,12 +291,11 @@ TEST(FSResolveAlias, SearchThatFails) {
     };
     EXPECT_EQ("status -42", alias.Resolve());
     toolbox::os::CallsForTesting() = real;
-    EXPECT_EQ(folder / "b changed", alias.Resolve());
+    EXPECT_EQ(mFolder / "b changed", alias.Resolve());
 }
 
-TEST(FSResolveAlias, NullArguments) {
-    const TemporaryFolder folder;
-    const Alias alias(folder.Path());
+TEST_P(FSResolveAliasTest, NullArguments) {
+    const Alias alias(mFolder.Path());
     FSRef target;
     Boolean wasChanged = 0;
     EXPECT_EQ(paramErr, FSResolveAlias(nullptr, nullptr, &target, &wasChanged));
@@ -318,22 +303,20 @@ TEST(FSResolveAlias, NullArguments) {
     EXPECT_EQ(paramErr, FSResolveAlias(nullptr, alias.Get(), &target, nullptr));
 }
 
-TEST(FSResolveAlias, BadRecords) {
-    const TemporaryFolder folder;
-    const std::string bytes = Alias(folder.Path()).Bytes();
+TEST_P(FSResolveAliasTest, BadRecords) {
+    const std::string bytes = Alias(mFolder.Path()).Bytes();
     for (std::size_t size = 0; size < bytes.size(); ++size) {
         EXPECT_EQ("status -50", Alias(std::vector<UInt8>(bytes.begin(), bytes.begin() + size)).Resolve())
             << size;
     }
     EXPECT_EQ("status -50", Alias(std::vector<UInt8>(1000, 0xFF)).Resolve());
     EXPECT_EQ("status -50", Alias(std::vector<UInt8>(1000, 0)).Resolve());
-    const Alias emptied(folder.Path());
+    const Alias emptied(mFolder.Path());
     EmptyHandle(emptied.AsHandle());
     EXPECT_EQ("status -50", emptied.Resolve());
 }
 
-TEST(FSResolveAlias, FailureLeavesTheTarget) {
-    const TemporaryFolder folder;
+TEST_P(FSResolveAliasTest, FailureLeavesTheTarget) {
     const Alias alias(std::vector<UInt8>(100, 0));
     FSRef target;
     std::memset(&target, 0x5A, sizeof(target));
@@ -344,10 +327,9 @@ TEST(FSResolveAlias, FailureLeavesTheTarget) {
     EXPECT_EQ(0, wasChanged);
 }
 
-TEST(FSNewAliasMinimal, NoMemoryForTheHandle) {
-    const TemporaryFolder folder;
+TEST_P(FSNewAliasMinimalTest, NoMemoryForTheHandle) {
     FSRef ref;
-    ASSERT_EQ(noErr, MakeRef(folder.Path(), &ref));
+    ASSERT_EQ(noErr, MakeRef(mFolder.Path(), &ref));
     const UInt64 handles = GetLiveHandleCount();
     AliasHandle alias = reinterpret_cast<AliasHandle>(&ref);
     SetMemoryLimit(1);
@@ -357,9 +339,8 @@ TEST(FSNewAliasMinimal, NoMemoryForTheHandle) {
     EXPECT_EQ(handles, GetLiveHandleCount());
 }
 
-TEST(Aliases, EveryFailingCall) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a");
+TEST_P(AliasesTest, EveryFailingCall) {
+    const std::string path = mFolder.MakeFile("a");
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef(path, &ref));
     const UInt64 handles = GetLiveHandleCount();
@@ -400,9 +381,8 @@ TEST(Aliases, EveryFailingCall) {
     }
 }
 
-TEST(Aliases, EveryFailingAllocation) {
-    const TemporaryFolder folder;
-    const std::string path = folder.MakeFile("a name of more than some bytes");
+TEST_P(AliasesTest, EveryFailingAllocation) {
+    const std::string path = mFolder.MakeFile("a name of more than some bytes");
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef(path, &ref));
     const UInt64 handles = GetLiveHandleCount();

@@ -1,6 +1,7 @@
 #include "CatalogTest.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
+#include "support/FileWorld.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/CatalogInfo.h>
@@ -26,7 +27,7 @@ UInt64 SecondsOf(const UTCDateTime& inDate) {
     return UInt64{inDate.highSeconds} << 32 | inDate.lowSeconds;
 }
 
-class CatalogInfoTest : public CatalogTest {
+class CatalogInfoTest : public CatalogItemsTest<support::FileWorldTest> {
   protected:
     static OSErr SetMode(const std::string& inPath, UInt16 inMode) {
         const FSRef ref = RefOf(inPath);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Refs.h"
-#include "support/FileWorld.h"
+#include "support/FolderTest.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/CatalogInfo.h>
@@ -26,7 +26,9 @@ inline std::string NameOf(const FSSpec& inSpec) {
     return {reinterpret_cast<const char*>(inSpec.name) + 1, inSpec.name[0]};
 }
 
-class CatalogTest : public support::FileWorldTest {
+// Of a test with a folder.
+template <typename Test>
+class CatalogItemsTest : public Test {
   protected:
     static FSRef RefOf(const std::string& inPath) {
         FSRef ref = {};
@@ -53,12 +55,13 @@ class CatalogTest : public support::FileWorldTest {
     }
     // A specification in the test's own folder.
     FSSpec Here(std::string_view inName) const {
-        const FSCatalogInfo info = InfoOf(mFolder.Path(), kFSCatInfoVolume | kFSCatInfoNodeID);
+        const FSCatalogInfo info = InfoOf(this->mFolder.Path(), kFSCatInfoVolume | kFSCatInfoNodeID);
         FSSpec spec = {info.volume, static_cast<SInt32>(info.nodeID), {}};
         spec.name[0] = static_cast<unsigned char>(inName.size());
         inName.copy(reinterpret_cast<char*>(spec.name) + 1, inName.size());
         return spec;
     }
 };
+using CatalogTest = CatalogItemsTest<FolderTest>;
 
 }  // namespace test_files

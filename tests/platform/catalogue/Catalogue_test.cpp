@@ -183,7 +183,7 @@ TEST_P(FindByRef, EveryFailingCall) {
     const std::string path = mFolder.MakeFile("sub/a");
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef(path, &ref));
-    const std::size_t descriptors = mFolder.OpenDescriptorCount();
+    const std::size_t descriptors = OpenDescriptorCount();
     for (int failing = 1;; ++failing) {
         // Away from the hint, so that the whole search takes place.
         const std::string now = mFolder / ("sub/now " + std::to_string(failing));
@@ -196,7 +196,7 @@ TEST_P(FindByRef, EveryFailingCall) {
             status = FSRefMakePath(&ref, found, sizeof(found));
             delivered = calls.Delivered();
         }
-        EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount());
+        EXPECT_EQ(descriptors, OpenDescriptorCount());
         if (status == noErr) {
             EXPECT_EQ(now, reinterpret_cast<char*>(found));  // only closing the folder failed, or nothing
         } else {

@@ -33,12 +33,12 @@ class FileAccessTest : public support::FileWorldTest {
   protected:
     // What opening an item that cannot be opened answers; fails when anything is left open.
     OSStatus Refusal(const FSRef& inItem) const {
-        const std::size_t before = mFolder.OpenDescriptorCount();
+        const std::size_t before = OpenDescriptorCount();
         os::Descriptor file;
         std::string path = "before";
         const OSStatus status = OpenForReading(inItem, file, path);
         EXPECT_FALSE(file.IsOpen());
-        EXPECT_EQ(before, mFolder.OpenDescriptorCount());
+        EXPECT_EQ(before, OpenDescriptorCount());
         return status;
     }
 };
@@ -117,7 +117,7 @@ TEST_P(OpenForReadingTest, NoMoreDescriptors) {
 
 TEST_P(OpenForReadingTest, EveryFailingCall) {
     const FSRef ref = RefOf(mFolder.MakeFile("a", "bytes"));
-    const std::size_t descriptors = mFolder.OpenDescriptorCount();
+    const std::size_t descriptors = OpenDescriptorCount();
     for (const int number : {EIO, EACCES, EMFILE, EAGAIN}) {
         for (int failing = 1;; ++failing) {
             os::Descriptor file;
@@ -137,7 +137,7 @@ TEST_P(OpenForReadingTest, EveryFailingCall) {
             }
             EXPECT_EQ(toolbox::StatusOfErrno(number), status) << failing;
             EXPECT_FALSE(file.IsOpen());
-            EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount());
+            EXPECT_EQ(descriptors, OpenDescriptorCount());
         }
     }
 }
@@ -170,7 +170,7 @@ TEST_P(OpenForReadingTest, AnotherFileTakesThePathMeanwhile) {
     const FSRef ref = RefOf(path);
     os::Descriptor file;
     std::string found;
-    const std::size_t descriptors = mFolder.OpenDescriptorCount();
+    const std::size_t descriptors = OpenDescriptorCount();
     int openCount = 0;
     const auto replace = [&] {
         if (++openCount > 1) return;
@@ -182,7 +182,7 @@ TEST_P(OpenForReadingTest, AnotherFileTakesThePathMeanwhile) {
     EXPECT_EQ(path + " moved", found);
     EXPECT_EQ("bytes", FileWorld::Contents(file.Number()));
     file = os::Descriptor();
-    EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount());
+    EXPECT_EQ(descriptors, OpenDescriptorCount());
 }
 
 TEST_P(OpenForReadingTest, APipeTakesThePathMeanwhile) {
@@ -237,13 +237,13 @@ TEST_P(ReadSmallFileTest, RefusesWhatIsTooLarge) {
 
 TEST_P(ReadSmallFileTest, EveryFailingCallIsTold) {
     const FSRef ref = RefOf(mFolder.MakeFile("a", std::string(100'000, 'x')));
-    const std::size_t descriptorsBefore = mFolder.OpenDescriptorCount();
+    const std::size_t descriptorsBefore = OpenDescriptorCount();
     int failureCount = 0;
     for (int n = 1;; ++n) {
         std::string contents;
         const FailingCalls calls(n, EIO);
         const OSStatus status = toolbox::files::ReadSmallFile(ref, 200'000, contents);
-        ASSERT_EQ(descriptorsBefore, mFolder.OpenDescriptorCount()) << n;
+        ASSERT_EQ(descriptorsBefore, OpenDescriptorCount()) << n;
         if (!calls.Delivered()) {
             EXPECT_EQ(noErr, status);
             break;

@@ -1,6 +1,7 @@
 #include "CatalogTest.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
+#include "support/FileWorld.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/FileSpecs.h>
@@ -12,7 +13,7 @@ namespace {
 
 using namespace test_files;
 
-class FileSpecsTest : public CatalogTest {
+class FileSpecsTest : public CatalogItemsTest<support::FileWorldTest> {
   protected:
     // Both volume and folder of the test's own folder.
     OSErr Make(std::string_view inName, FSSpec& outSpec) const {
@@ -182,7 +183,7 @@ TEST_P(FileSpecsTest, NullArguments) {
 TEST_P(FileSpecsTest, EveryCallFails) {
     const std::string name = std::string(40, 'n') + ".txt";
     const FSSpec spec = SpecOf(mFolder.MakeFile(name));
-    const std::size_t descriptors = mFolder.OpenDescriptorCount();
+    const std::size_t descriptors = OpenDescriptorCount();
     for (int failing = 1;; ++failing) {
         FSRef ref = {};
         FSSpec again = {};
@@ -195,7 +196,7 @@ TEST_P(FileSpecsTest, EveryCallFails) {
             specError = FSMakeFSSpec(spec.vRefNum, spec.parID, spec.name, &again);
             delivered = failure.Delivered();
         }
-        EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount()) << failing;
+        EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
         // A folder that does not answer after a name was not found in it counts as missing.
         EXPECT_TRUE(refError == noErr || refError == ioErr || refError == dirNFErr)
             << failing << ": " << refError;
@@ -209,7 +210,7 @@ TEST_P(FileSpecsTest, EveryCallFails) {
 
 TEST_P(FileSpecsTest, MemoryFails) {
     const FSSpec spec = SpecOf(mFolder.MakeFile(std::string(40, 'n') + ".txt"));
-    const std::size_t descriptors = mFolder.OpenDescriptorCount();
+    const std::size_t descriptors = OpenDescriptorCount();
     for (int failing = 1;; ++failing) {
         FSRef ref = {};
         FSSpec again = {7, 7, "\1x"};
@@ -221,7 +222,7 @@ TEST_P(FileSpecsTest, MemoryFails) {
             if (error == noErr) error = FSMakeFSSpec(spec.vRefNum, spec.parID, spec.name, &again);
             delivered = failure.Delivered();
         }
-        EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount()) << failing;
+        EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
         EXPECT_EQ(delivered ? memFullErr : noErr, error) << failing;
         EXPECT_EQ(delivered ? 7 : spec.vRefNum, again.vRefNum) << failing << ": untouched on failure";
         if (!delivered) break;

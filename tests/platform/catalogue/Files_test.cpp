@@ -293,7 +293,7 @@ TEST_P(FSRefMakePathTest, ReferenceToAnItemNeverSeen) {
 
 TEST_P(FSPathMakeRefTest, EveryFailingCall) {
     const std::string path = mFolder.MakeFile("a");
-    const std::size_t descriptors = mFolder.OpenDescriptorCount();
+    const std::size_t descriptors = OpenDescriptorCount();
     for (const int number : {EIO, EACCES, ENOMEM, EMFILE}) {
         for (int failing = 1;; ++failing) {
             FSRef ref;
@@ -304,7 +304,7 @@ TEST_P(FSPathMakeRefTest, EveryFailingCall) {
                 status = MakeRef(path, &ref);
                 delivered = calls.Delivered();
             }
-            EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount());
+            EXPECT_EQ(descriptors, OpenDescriptorCount());
             if (!delivered) {
                 EXPECT_EQ(noErr, status);
                 EXPECT_GT(failing, 2);

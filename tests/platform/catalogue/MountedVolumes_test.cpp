@@ -111,7 +111,7 @@ TEST_P(MountedVolumesTest, NoSuchVolume) {
 }
 
 TEST_P(MountedVolumesTest, EveryCallFails) {
-    const std::size_t descriptors = mFolder.OpenDescriptorCount();
+    const std::size_t descriptors = OpenDescriptorCount();
     for (int failing = 1;; ++failing) {
         std::vector<SInt16> volumes;
         VolumeFacts facts;
@@ -126,7 +126,7 @@ TEST_P(MountedVolumesTest, EveryCallFails) {
         }
         EXPECT_TRUE(status == noErr || status == ioErr) << failing;
         EXPECT_TRUE(factsStatus == noErr || factsStatus == ioErr) << failing;
-        EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount()) << failing;
+        EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
         if (!delivered) {
             EXPECT_EQ(noErr, status);
             EXPECT_EQ(noErr, factsStatus);

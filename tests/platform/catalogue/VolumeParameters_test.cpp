@@ -2,6 +2,7 @@
 #include "catalogue/MountedVolumes.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
+#include "support/FileWorld.h"
 
 #include <gtest/gtest.h>
 #include <sys/statvfs.h>
@@ -18,7 +19,7 @@ using toolbox::os::CallsForTesting;
 
 struct statvfs sStatus;
 
-class VolumeParametersTest : public CatalogTest {
+class VolumeParametersTest : public CatalogItemsTest<support::FileWorldTest> {
   protected:
     VolumeParametersTest() {
         sStatus = {};
@@ -157,7 +158,7 @@ TEST_P(VolumeParametersTest, NoSuchVolume) {
 }
 
 TEST_P(VolumeParametersTest, CallsFail) {
-    const std::size_t descriptors = mFolder.OpenDescriptorCount();
+    const std::size_t descriptors = OpenDescriptorCount();
     for (int failing = 1;; ++failing) {
         bool delivered = false;
         {
@@ -165,7 +166,7 @@ TEST_P(VolumeParametersTest, CallsFail) {
             Get(0, 1);
             delivered = failure.Delivered();
         }
-        EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount()) << failing;
+        EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
         EXPECT_TRUE(mError == noErr || mError == ioErr) << failing << ": " << mError;
         if (!delivered) {
             EXPECT_EQ(noErr, mError);
@@ -175,7 +176,7 @@ TEST_P(VolumeParametersTest, CallsFail) {
 }
 
 TEST_P(VolumeParametersTest, MemoryFails) {
-    const std::size_t descriptors = mFolder.OpenDescriptorCount();
+    const std::size_t descriptors = OpenDescriptorCount();
     for (int failing = 1;; ++failing) {
         mBlock = {};
         mBlock.volumeParam.ioVolIndex = 1;
@@ -186,7 +187,7 @@ TEST_P(VolumeParametersTest, MemoryFails) {
             error = PBHGetVInfoSync(&mBlock);
             delivered = failure.Delivered();
         }
-        EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount()) << failing;
+        EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
         EXPECT_EQ(delivered ? memFullErr : noErr, error) << failing;
         if (!delivered) break;
     }

@@ -1,13 +1,12 @@
 #include "folders/UserFolders.h"
 
-#include "support/TemporaryFolder.h"
+#include "support/FileWorld.h"
 #include "support/UserDatabase.h"
 #include "support/Variables.h"
 
 #include <gtest/gtest.h>
 
 using namespace toolbox::files;
-using test_files::TemporaryFolder;
 using test_files::Variables;
 
 namespace {
@@ -47,19 +46,21 @@ TEST(UserFolders, WithoutAHome) {
     EXPECT_EQ("", UserFolderPath("DESKTOP", "Desktop"));
 }
 
-TEST(UserFolders, UserFolderOfSettingsOrName) {
-    const TemporaryFolder folder;
-    Variables variables{{"HOME", folder.Path()}};
-    EXPECT_EQ(folder / "Desktop", UserFolderPath("DESKTOP", "Desktop"));
-    folder.MakeFolder(".config");
-    folder.MakeFile(".config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"$HOME/Tisch\"\n");
-    EXPECT_EQ(folder / "Tisch", UserFolderPath("DESKTOP", "Desktop"));
-    EXPECT_EQ(folder / "Music", UserFolderPath("MUSIC", "Music"));
-    folder.MakeFolder("settings");
-    variables["XDG_CONFIG_HOME"] = folder / "settings";
-    EXPECT_EQ(folder / "Desktop", UserFolderPath("DESKTOP", "Desktop"));
-    folder.MakeFile("settings/user-dirs.dirs", "XDG_DESKTOP_DIR=\"/elsewhere\"\n");
+class UserFoldersTest : public support::FileWorldTest {};
+INSTANTIATE_TEST_SUITE_P(Worlds, UserFoldersTest, support::BothWorlds(), support::NameOfWorld);
+
+TEST_P(UserFoldersTest, OfSettingsOrName) {
+    Variables variables{{"HOME", mFolder.Path()}};
+    EXPECT_EQ(mFolder / "Desktop", UserFolderPath("DESKTOP", "Desktop"));
+    mFolder.MakeFolder(".config");
+    mFolder.MakeFile(".config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"$HOME/Tisch\"\n");
+    EXPECT_EQ(mFolder / "Tisch", UserFolderPath("DESKTOP", "Desktop"));
+    EXPECT_EQ(mFolder / "Music", UserFolderPath("MUSIC", "Music"));
+    mFolder.MakeFolder("settings");
+    variables["XDG_CONFIG_HOME"] = mFolder / "settings";
+    EXPECT_EQ(mFolder / "Desktop", UserFolderPath("DESKTOP", "Desktop"));
+    mFolder.MakeFile("settings/user-dirs.dirs", "XDG_DESKTOP_DIR=\"/elsewhere\"\n");
     EXPECT_EQ("/elsewhere", UserFolderPath("DESKTOP", "Desktop"));
-    folder.MakeFile("settings/user-dirs.dirs", "XDG_DESKTOP_DIR=\"/elsewhere\"\n" + std::string(70000, '#'));
-    EXPECT_EQ(folder / "Desktop", UserFolderPath("DESKTOP", "Desktop")) << "too long for settings";
+    mFolder.MakeFile("settings/user-dirs.dirs", "XDG_DESKTOP_DIR=\"/elsewhere\"\n" + std::string(70000, '#'));
+    EXPECT_EQ(mFolder / "Desktop", UserFolderPath("DESKTOP", "Desktop")) << "too long for settings";
 }

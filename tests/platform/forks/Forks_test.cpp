@@ -3,7 +3,7 @@
 #include "formats/AppleDouble.h"
 #include "os/Replace.h"
 #include "support/FailingCalls.h"
-#include "support/TemporaryFolder.h"
+#include "support/FileWorld.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -12,25 +12,19 @@
 #include <toolbox/MacErrors.h>
 
 #include <cerrno>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <string>
+#include <vector>
 
 namespace {
 
 using namespace toolbox::files;
 using namespace toolbox::os;
+using support::FileWorld;
 using test_files::FailingCalls;
-using test_files::TemporaryFolder;
 using Bytes = std::vector<UInt8>;
 
 Bytes BytesOf(std::string_view inText) {
     return {inText.begin(), inText.end()};
-}
-
-std::string Contents(const std::string& inPath) {
-    std::ifstream file(inPath, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 FSRef RefOf(const std::string& inPath) {
@@ -46,35 +40,38 @@ OSStatus ReadFork(const FSRef& inFile, Fork inFork, std::string& outText) {
     return status == noErr ? fork.Read(0, outText.data(), outText.size()) : status;
 }
 
-class ForksTest : public testing::Test {
+class ForksTest : public support::FileWorldTest {
   protected:
-    ~ForksTest() override { EXPECT_EQ(mDescriptors, test_files::OpenDescriptorCount()); }
+    ~ForksTest() override { EXPECT_EQ(mDescriptors, OpenDescriptorCount()); }
 
     void MakeCompanion(const std::vector<AppleDoublePart>& inParts) {
         Bytes file;
         ASSERT_TRUE(EncodeAppleDouble(inParts, file));
         mFolder.MakeFile("._file", {reinterpret_cast<const char*>(file.data()), file.size()});
     }
-    std::size_t ItemCount() const {
-        const std::filesystem::directory_iterator items(mFolder.Path());
-        return static_cast<std::size_t>(std::distance(begin(items), end(items)));
+    static std::string Contents(const std::string& inPath) { return FileWorld::Contents(inPath); }
+    void SetLength(off_t inByteCount) const {
+        Descriptor file;
+        EXPECT_EQ(0, OpenFile(mPath.c_str(), O_RDWR, file));
+        EXPECT_EQ(0, Calls().ftruncate(file.Number(), inByteCount));
     }
+    std::size_t ItemCount() const { return FileWorld::NamesIn(mFolder.Path()).size(); }
 
-    TemporaryFolder mFolder;
     std::string mPath = mFolder.MakeFile("file", "the data");
     FSRef mRef = RefOf(mPath);
     std::string mText;
 
   private:
-    std::size_t mDescriptors = test_files::OpenDescriptorCount();
+    std::size_t mDescriptors = OpenDescriptorCount();
 };
+INSTANTIATE_TEST_SUITE_P(Worlds, ForksTest, support::BothWorlds(), support::NameOfWorld);
 
-TEST_F(ForksTest, DataForkIsTheFile) {
+TEST_P(ForksTest, DataForkIsTheFile) {
     EXPECT_EQ(noErr, ReadFork(mRef, Fork::kData, mText));
     EXPECT_EQ("the data", mText);
 }
 
-TEST_F(ForksTest, ReadingStaysInside) {
+TEST_P(ForksTest, ReadingStaysInside) {
     OpenFork fork;
     ASSERT_EQ(noErr, Open(mRef, Fork::kData, fork));
     char bytes[8];
@@ -85,11 +82,11 @@ TEST_F(ForksTest, ReadingStaysInside) {
     EXPECT_EQ(eofErr, fork.Read(9, bytes, 0));
     EXPECT_EQ(eofErr, fork.Read(UINT64_MAX, bytes, 2));
     EXPECT_EQ(eofErr, fork.Read(1, bytes, SIZE_MAX));
-    std::filesystem::resize_file(mPath, 2);
+    SetLength(2);
     EXPECT_EQ(eofErr, fork.Read(0, bytes, 4)) << "cut off meanwhile";
 }
 
-TEST_F(ForksTest, ResourceForkIsAnEntryOfTheCompanion) {
+TEST_P(ForksTest, ResourceForkIsAnEntryOfTheCompanion) {
     EXPECT_EQ(errFSForkNotFound, ReadFork(mRef, Fork::kResource, mText));
     MakeCompanion(
         {{AppleDoubleEntry::kFinderInfo, Bytes(32)}, {AppleDoubleEntry::kResourceFork, BytesOf("rsrc")}});
@@ -101,31 +98,31 @@ TEST_F(ForksTest, ResourceForkIsAnEntryOfTheCompanion) {
     EXPECT_EQ(eofErr, fork.Read(4, &byte, 1));
 }
 
-TEST_F(ForksTest, CompanionWithoutTheEntry) {
+TEST_P(ForksTest, CompanionWithoutTheEntry) {
     MakeCompanion({{AppleDoubleEntry::kFinderInfo, Bytes(32)}});
     EXPECT_EQ(errFSForkNotFound, ReadFork(mRef, Fork::kResource, mText));
 }
 
-TEST_F(ForksTest, CompanionThatIsNone) {
+TEST_P(ForksTest, CompanionThatIsNone) {
     mFolder.MakeFile("._file", "something else altogether, and long enough");
     EXPECT_EQ(ioErr, ReadFork(mRef, Fork::kResource, mText));
     EXPECT_EQ(ioErr, WriteFork(mRef, Fork::kResource, BytesOf("rsrc")));
     EXPECT_EQ("something else altogether, and long enough", Contents(mFolder / "._file"));
     mFolder.MakeFile("._file", "short");
     EXPECT_EQ(ioErr, ReadFork(mRef, Fork::kResource, mText));
-    std::filesystem::remove(mFolder / "._file");
+    FileWorld::Remove(mFolder / "._file");
     mFolder.MakeFolder("._file");
     EXPECT_EQ(errFSForkNotFound, ReadFork(mRef, Fork::kResource, mText));
 }
 
-TEST_F(ForksTest, CompanionThatIsALinkIsNotFollowed) {
+TEST_P(ForksTest, CompanionThatIsALinkIsNotFollowed) {
     MakeCompanion({{AppleDoubleEntry::kResourceFork, BytesOf("rsrc")}});
-    std::filesystem::rename(mFolder / "._file", mFolder / "elsewhere");
-    std::filesystem::create_symlink(mFolder / "elsewhere", mFolder / "._file");
+    FileWorld::Rename(mFolder / "._file", mFolder / "elsewhere");
+    mFolder.MakeLink(mFolder / "elsewhere", "._file");
     EXPECT_EQ(errFSForkNotFound, ReadFork(mRef, Fork::kResource, mText));
 }
 
-TEST_F(ForksTest, WritingMakesACompanion) {
+TEST_P(ForksTest, WritingMakesACompanion) {
     EXPECT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("first")));
     EXPECT_EQ(noErr, ReadFork(mRef, Fork::kResource, mText));
     EXPECT_EQ("first", mText);
@@ -135,7 +132,7 @@ TEST_F(ForksTest, WritingMakesACompanion) {
     EXPECT_EQ(2U, ItemCount());
 }
 
-TEST_F(ForksTest, WritingKeepsTheOtherEntries) {
+TEST_P(ForksTest, WritingKeepsTheOtherEntries) {
     MakeCompanion({{AppleDoubleEntry::kResourceFork, BytesOf("old")},
                    {4, BytesOf("comment")},
                    {AppleDoubleEntry::kFinderInfo, BytesOf("finder")}});
@@ -146,15 +143,15 @@ TEST_F(ForksTest, WritingKeepsTheOtherEntries) {
     EXPECT_EQ("newer", mText);
 }
 
-TEST_F(ForksTest, WritingKeepsPermissions) {
+TEST_P(ForksTest, WritingKeepsPermissions) {
     ASSERT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("first")));
-    ASSERT_EQ(0, chmod((mFolder / "._file").c_str(), 0640));
+    FileWorld::SetMode(mFolder / "._file", 0640);
     ASSERT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("second")));
-    EXPECT_EQ(std::filesystem::perms(0640), std::filesystem::status(mFolder / "._file").permissions());
+    EXPECT_EQ(S_IFREG | 0640, FileWorld::StatusOf(mFolder / "._file").stx_mode);
 }
 
-TEST_F(ForksTest, DataForkStaysTheSameFile) {
-    std::filesystem::create_hard_link(mPath, mFolder / "link");
+TEST_P(ForksTest, DataForkStaysTheSameFile) {
+    ASSERT_EQ(0, mFolder.MakeHardLink(mPath, mFolder / "link"));
     for (const std::string text : {"longer than it was", "short", "", "again"}) {
         EXPECT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf(text)));
         EXPECT_EQ(noErr, ReadFork(mRef, Fork::kData, mText));
@@ -163,16 +160,16 @@ TEST_F(ForksTest, DataForkStaysTheSameFile) {
     }
 }
 
-TEST_F(ForksTest, ItemsThatAreNoFile) {
+TEST_P(ForksTest, ItemsThatAreNoFile) {
     const FSRef folder = RefOf(mFolder.Path());
     for (const Fork fork : {Fork::kData, Fork::kResource})
         EXPECT_EQ(notAFileErr, WriteFork(folder, fork, BytesOf("x")));
-    std::filesystem::remove(mPath);
+    FileWorld::Remove(mPath);
     EXPECT_EQ(fnfErr, ReadFork(mRef, Fork::kData, mText));
     EXPECT_EQ(fnfErr, WriteFork(mRef, Fork::kResource, BytesOf("x")));
 }
 
-TEST_F(ForksTest, NameWithoutRoomForThePrefix) {
+TEST_P(ForksTest, NameWithoutRoomForThePrefix) {
     const FSRef file = RefOf(mFolder.MakeFile(std::string(255, 'n')));
     EXPECT_EQ(errFSForkNotFound, ReadFork(file, Fork::kResource, mText));
     EXPECT_EQ(bdNamErr, WriteFork(file, Fork::kResource, BytesOf("x")));
@@ -181,7 +178,7 @@ TEST_F(ForksTest, NameWithoutRoomForThePrefix) {
 
 // Whatever call fails, once or from there on, the fork is the old one or the new one, and nothing is left
 // behind.
-TEST_F(ForksTest, EveryCallFailsWhileACompanionIsReplaced) {
+TEST_P(ForksTest, EveryCallFailsWhileACompanionIsReplaced) {
     for (const auto extent : {FailingCalls::kOnce, FailingCalls::kForever}) {
         for (int failing = 1;; ++failing) {
             ASSERT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("old")));
@@ -208,14 +205,19 @@ TEST_F(ForksTest, EveryCallFailsWhileACompanionIsReplaced) {
     }
 }
 
-TEST_F(ForksTest, EveryCallFailsWhileADataForkIsOverwritten) {
+TEST_P(ForksTest, EveryCallFailsWhileADataForkIsOverwritten) {
     int successes = 0;
     for (int failing = 1;; ++failing) {
         ASSERT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf("old")));
-        const FailingCalls calls(failing, ENOSPC);
-        const OSStatus status = WriteFork(mRef, Fork::kData, BytesOf("longer"));
+        OSStatus status = noErr;
+        bool wasDelivered = false;
+        {
+            const FailingCalls calls(failing, ENOSPC);
+            status = WriteFork(mRef, Fork::kData, BytesOf("longer"));
+            wasDelivered = calls.Delivered();
+        }
         const std::string contents = Contents(mPath);
-        if (!calls.Delivered()) {
+        if (!wasDelivered) {
             EXPECT_EQ(noErr, status);
             EXPECT_EQ("longer", contents);
             break;
@@ -237,13 +239,13 @@ constexpr toolbox::os::MovableHead kDigitHead = {1, [](UInt8* ioHead, UInt32 inD
                                                  }};
 
 std::string TextOfMovable(const std::string& inPath) {
-    const std::string contents = Contents(inPath);
+    const std::string contents = FileWorld::Contents(inPath);
     const auto place = static_cast<std::size_t>(contents.empty() ? 0 : contents[0] - '0');
     return place > contents.size() ? "nothing" : contents.substr(place, 3);
 }
 
 // Wherever it stops for good, the file has one text or the other.
-TEST_F(ForksTest, EveryCallFailsWhileMovableContentsAreOverwritten) {
+TEST_P(ForksTest, EveryCallFailsWhileMovableContentsAreOverwritten) {
     for (const auto extent : {FailingCalls::kOnce, FailingCalls::kForever}) {
         bool wasOld = false, wasMoved = false;
         for (int failing = 1;; ++failing) {
@@ -270,39 +272,41 @@ TEST_F(ForksTest, EveryCallFailsWhileMovableContentsAreOverwritten) {
     }
 }
 
-TEST_F(ForksTest, MovableContentsAreNeverMissing) {
+TEST_P(ForksTest, MovableContentsAreNeverMissing) {
     static std::string sPath;
     static int sLooks;
+    static SystemCalls sReal;
     sPath = mPath;
     sLooks = 0;
+    sReal = Calls();
     ASSERT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf("1old")));
     auto& calls = CallsForTesting();
-    const SystemCalls saved = calls;
     calls.pwrite = [](int inDescriptor, const void* inBytes, std::size_t inByteCount, off_t inOffset) {
-        const ssize_t count = pwrite(inDescriptor, inBytes, inByteCount, inOffset);
+        const ssize_t count = sReal.pwrite(inDescriptor, inBytes, inByteCount, inOffset);
         const std::string text = TextOfMovable(sPath);
         EXPECT_TRUE(text == "old" || text == "new") << Contents(sPath);
         ++sLooks;
         return count;
     };
     EXPECT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf("1new"), kDigitHead));
-    calls = saved;
+    calls = sReal;
     EXPECT_EQ(4, sLooks) << "rest and head, twice";
     EXPECT_EQ("1new", Contents(mPath));
 }
 
-TEST_F(ForksTest, OneWriterAtATime) {
-    const int other = open(mPath.c_str(), O_RDWR);
-    ASSERT_EQ(0, flock(other, LOCK_EX));
+TEST_P(ForksTest, OneWriterAtATime) {
+    Descriptor other;
+    ASSERT_EQ(0, OpenFile(mPath.c_str(), O_RDWR, other));
+    ASSERT_EQ(0, Calls().flock(other.Number(), LOCK_EX));
     const std::string before = Contents(mPath);
     EXPECT_EQ(fBsyErr, WriteFork(mRef, Fork::kData, BytesOf("text")));
     EXPECT_EQ(before, Contents(mPath));
-    close(other);
+    EXPECT_EQ(0, other.Close());
     EXPECT_EQ(noErr, WriteFork(mRef, Fork::kData, BytesOf("text")));
 }
 
 // Also where the file has holes, which take room only when they are written.
-TEST_F(ForksTest, RoomIsTakenForTheWhole) {
+TEST_P(ForksTest, RoomIsTakenForTheWhole) {
     static off_t sFrom, sCount;
     auto& calls = CallsForTesting();
     const SystemCalls saved = calls;
@@ -311,20 +315,21 @@ TEST_F(ForksTest, RoomIsTakenForTheWhole) {
         sCount = inCount;
         return ENOSPC;
     };
-    ASSERT_EQ(0, truncate(mPath.c_str(), 100));
+    SetLength(100);
     EXPECT_EQ(dskFulErr, WriteFork(mRef, Fork::kData, BytesOf("text")));
     EXPECT_EQ(0, sFrom);
     EXPECT_EQ(4, sCount);
     EXPECT_EQ(dskFulErr, WriteFork(mRef, Fork::kData, BytesOf("1new"), kDigitHead));
     EXPECT_EQ(104, sCount);
     calls = saved;
-    EXPECT_EQ(100U, std::filesystem::file_size(mPath));
+    EXPECT_EQ(100U, Contents(mPath).size());
 }
 
-TEST_F(ForksTest, WritesInterruptedAndShort) {
+TEST_P(ForksTest, WritesInterruptedAndShort) {
     auto& calls = CallsForTesting();
-    const SystemCalls saved = calls;
+    static SystemCalls sReal;
     static int sCalls;
+    sReal = calls;
     sCalls = 0;
     calls.pwrite = [](int inDescriptor, const void* inBytes, std::size_t inByteCount,
                       off_t inOffset) -> ssize_t {
@@ -332,12 +337,12 @@ TEST_F(ForksTest, WritesInterruptedAndShort) {
             errno = EINTR;
             return -1;
         }
-        return pwrite(inDescriptor, inBytes, inByteCount > 0 ? 1 : 0, inOffset);
+        return sReal.pwrite(inDescriptor, inBytes, inByteCount > 0 ? 1 : 0, inOffset);
     };
     const OSStatus status = WriteFork(mRef, Fork::kData, BytesOf("slowly"));
     calls.pwrite = [](int, const void*, std::size_t, off_t) -> ssize_t { return 0; };
     EXPECT_EQ(ioErr, WriteFork(mRef, Fork::kData, BytesOf("nothing")));
-    calls = saved;
+    calls = sReal;
     EXPECT_EQ(noErr, status);
     EXPECT_EQ(12, sCalls);
 }

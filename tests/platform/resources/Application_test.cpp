@@ -4,6 +4,7 @@
 #include "forks/Forks.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
+#include "support/FileWorld.h"
 
 #include <cerrno>
 
@@ -13,7 +14,7 @@ using namespace test_resources;
 using toolbox::files::Fork;
 using toolbox::files::WriteFork;
 
-class ApplicationTest : public ResourcesTest {
+class ApplicationTest : public ResourceFilesTest<support::FileWorldTest> {
   protected:
     ApplicationTest() {
         mProgram.Put(mApplication);
@@ -22,24 +23,25 @@ class ApplicationTest : public ResourcesTest {
 
     const std::string mApplication = mFolder.MakeFile("application", "code");
 };
+INSTANTIATE_TEST_SUITE_P(Worlds, ApplicationTest, support::BothWorlds(), support::NameOfWorld);
 
-TEST_F(ApplicationTest, WithoutResources) {
+TEST_P(ApplicationTest, WithoutResources) {
     EXPECT_EQ(0, CurResFile());
 }
 
-TEST_F(ApplicationTest, FileBesideTheExecutable) {
+TEST_P(ApplicationTest, FileBesideTheExecutable) {
     MakeFile("application.rsrc", {ImageOf(kText, 1, "beside")});
     EXPECT_EQ("beside", TextOf(GetResource(kText, 1)));
     EXPECT_GT(CurResFile(), 0);
 }
 
-TEST_F(ApplicationTest, ForkOfTheExecutableComesFirst) {
+TEST_P(ApplicationTest, ForkOfTheExecutableComesFirst) {
     MakeFile("application.rsrc", {ImageOf(kText, 1, "beside")});
     ASSERT_EQ(noErr, WriteFork(RefOf(mApplication), Fork::kResource, ForkOf({ImageOf(kText, 1, "its own")})));
     EXPECT_EQ("its own", TextOf(GetResource(kText, 1)));
 }
 
-TEST_F(ApplicationTest, IsAtTheEndOfTheChain) {
+TEST_P(ApplicationTest, IsAtTheEndOfTheChain) {
     MakeFile("application.rsrc", {ImageOf(kText, 1, "beside")});
     Open(MakeFile("other", {ImageOf(kText, 1, "other")}));
     EXPECT_EQ("other", TextOf(GetResource(kText, 1)));
@@ -49,14 +51,14 @@ TEST_F(ApplicationTest, IsAtTheEndOfTheChain) {
     EXPECT_EQ(nullptr, GetResource(kText, 1)) << "once closed it stays closed";
 }
 
-TEST_F(ApplicationTest, FileThatCannotBeReadCountsAsAbsent) {
+TEST_P(ApplicationTest, FileThatCannotBeReadCountsAsAbsent) {
     MakeFileOf("application.rsrc", std::vector<UInt8>(100, 'x'));
     EXPECT_EQ(0, CurResFile());
     EXPECT_EQ(noErr, ResError());
 }
 
 // What there were no descriptors for once is not absent for good.
-TEST_F(ApplicationTest, OpenedLaterWhenThereWereNoDescriptors) {
+TEST_P(ApplicationTest, OpenedLaterWhenThereWereNoDescriptors) {
     MakeFile("application.rsrc", {ImageOf(kText, 1, "beside"), ImageOf(kText, 2, "two")});
     const FSRef other = MakeFile("other", {ImageOf(kText, 1, "other")});
     for (int failing = 1;; ++failing) {
@@ -82,7 +84,7 @@ TEST_F(ApplicationTest, OpenedLaterWhenThereWereNoDescriptors) {
     }
 }
 
-TEST_F(ApplicationTest, OpenedLaterWhenThereWasNoMemory) {
+TEST_P(ApplicationTest, OpenedLaterWhenThereWasNoMemory) {
     MakeFile("application.rsrc", {ImageOf(kText, 1, "beside", "", resPreload)});
     for (int failing = 1;; ++failing) {
         toolbox::resources::StartAnew();
@@ -102,7 +104,7 @@ TEST_F(ApplicationTest, OpenedLaterWhenThereWasNoMemory) {
     }
 }
 
-TEST_F(ApplicationTest, OpenedLaterWhileOthersAreOpen) {
+TEST_P(ApplicationTest, OpenedLaterWhileOthersAreOpen) {
     MakeFile("application.rsrc", {ImageOf(kText, 1, "beside")});
     const FSRef other = MakeFile("other", {ImageOf(kText, 1, "other")});
     SInt16 refNum = 0;

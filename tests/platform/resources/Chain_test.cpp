@@ -3,6 +3,7 @@
 #include "ResourcesTest.h"
 #include "forks/Forks.h"
 #include "support/FailingCalls.h"
+#include "support/FileWorld.h"
 
 #include <thread>
 
@@ -12,7 +13,10 @@ using namespace test_resources;
 
 constexpr UniChar kForkName[] = {'R', 'E', 'S', 'O', 'U', 'R', 'C', 'E', '_', 'F', 'O', 'R', 'K'};
 
-TEST_F(ResourcesTest, NothingOpen) {
+class ChainTest : public ResourceFilesTest<support::FileWorldTest> {};
+INSTANTIATE_TEST_SUITE_P(Worlds, ChainTest, support::BothWorlds(), support::NameOfWorld);
+
+TEST_P(ChainTest, NothingOpen) {
     EXPECT_EQ(0, CurResFile());
     EXPECT_EQ(nullptr, GetResource(kText, 1));
     EXPECT_EQ(noErr, ResError());
@@ -31,7 +35,7 @@ TEST_F(ResourcesTest, NothingOpen) {
     EXPECT_EQ(resFNotFound, ResError());
 }
 
-TEST_F(ResourcesTest, SearchGoesFromTheCurrentFileDown) {
+TEST_P(ChainTest, SearchGoesFromTheCurrentFileDown) {
     const SInt16 first = Open(MakeFile("1", {ImageOf(kText, 1, "first"), ImageOf(kText, 9, "nine")}));
     const SInt16 second = Open(MakeFile("2", {ImageOf(kText, 1, "second")}));
     const SInt16 third = Open(MakeFile("3", {ImageOf(kText, 1, "third")}));
@@ -47,7 +51,7 @@ TEST_F(ResourcesTest, SearchGoesFromTheCurrentFileDown) {
     EXPECT_EQ(nullptr, GetResource(kText, 1)) << "the system's file";
 }
 
-TEST_F(ResourcesTest, ClosingTheCurrentFile) {
+TEST_P(ChainTest, ClosingTheCurrentFile) {
     const SInt16 first = Open(MakeFile("1", {}));
     const SInt16 second = Open(MakeFile("2", {}));
     const SInt16 third = Open(MakeFile("3", {}));
@@ -60,7 +64,7 @@ TEST_F(ResourcesTest, ClosingTheCurrentFile) {
     EXPECT_EQ(0, CurResFile());
 }
 
-TEST_F(ResourcesTest, ClosingGivesUpTheHandles) {
+TEST_P(ChainTest, ClosingGivesUpTheHandles) {
     const UInt64 before = GetLiveHandleCount();
     const SInt16 refNum =
         Open(MakeFile("f", {ImageOf(kText, 1, "a"), ImageOf(kText, 2, "b", "", resLocked)}));
@@ -71,7 +75,7 @@ TEST_F(ResourcesTest, ClosingGivesUpTheHandles) {
     EXPECT_EQ(before, GetLiveHandleCount());
 }
 
-TEST_F(ResourcesTest, ForksThatAreNoResourceFile) {
+TEST_P(ChainTest, ForksThatAreNoResourceFile) {
     EXPECT_EQ(-1, Open(MakeFileOf("empty", std::vector<UInt8>())));
     EXPECT_EQ(eofErr, ResError());
     EXPECT_EQ(-1, Open(MakeFileOf("short", std::vector<UInt8>(15))));
@@ -88,7 +92,7 @@ TEST_F(ResourcesTest, ForksThatAreNoResourceFile) {
     EXPECT_EQ(errFSBadFSRef, ResError());
 }
 
-TEST_F(ResourcesTest, OpeningWithBadArguments) {
+TEST_P(ChainTest, OpeningWithBadArguments) {
     const FSRef file = MakeFile("f", {});
     SInt16 refNum = 5;
     EXPECT_EQ(paramErr, FSOpenResourceFile(nullptr, 0, nullptr, fsRdPerm, &refNum));
@@ -103,7 +107,7 @@ TEST_F(ResourcesTest, OpeningWithBadArguments) {
     EXPECT_EQ(paramErr, ResError());
 }
 
-TEST_F(ResourcesTest, OpenTwice) {
+TEST_P(ChainTest, OpenTwice) {
     const FSRef file = MakeFile("f", {ImageOf(kText, 1, "one")});
     const SInt16 first = Open(file);
     const SInt16 other = Open(MakeFile("other", {}));
@@ -115,7 +119,7 @@ TEST_F(ResourcesTest, OpenTwice) {
     EXPECT_NE(reading, Open(file, fsRdPerm));
 }
 
-TEST_F(ResourcesTest, ReferenceNumbersAreNotReusedAtOnce) {
+TEST_P(ChainTest, ReferenceNumbersAreNotReusedAtOnce) {
     const FSRef file = MakeFile("f", {ImageOf(kText, 1, "one")});
     const SInt16 first = Open(file);
     CloseResFile(first);
@@ -129,7 +133,7 @@ TEST_F(ResourcesTest, ReferenceNumbersAreNotReusedAtOnce) {
     }
 }
 
-TEST_F(ResourcesTest, ResourceForkOfAFile) {
+TEST_P(ChainTest, ResourceForkOfAFile) {
     const FSRef file = RefOf(mFolder.MakeFile("file", "its data"));
     EXPECT_EQ(-1, FSOpenResFile(&file, fsRdWrPerm));
     EXPECT_EQ(eofErr, ResError());
@@ -147,7 +151,7 @@ TEST_F(ResourcesTest, ResourceForkOfAFile) {
     EXPECT_EQ("in the companion", TextOf(GetResource(kText, 1)));
 }
 
-TEST_F(ResourcesTest, CreatingWithBadArguments) {
+TEST_P(ChainTest, CreatingWithBadArguments) {
     const FSRef file = RefOf(mFolder.MakeFile("file", ""));
     EXPECT_EQ(paramErr, FSCreateResourceFork(nullptr, 0, nullptr, 0));
     EXPECT_EQ(paramErr, FSCreateResourceFork(&file, 0, nullptr, 1));
@@ -158,7 +162,7 @@ TEST_F(ResourcesTest, CreatingWithBadArguments) {
     EXPECT_GT(Open(file), 0);
 }
 
-TEST_F(ResourcesTest, ResErrorIsEachThreadsOwn) {
+TEST_P(ChainTest, ResErrorIsEachThreadsOwn) {
     CloseResFile(99);
     std::thread([] {
         EXPECT_EQ(noErr, ResError());
@@ -167,7 +171,7 @@ TEST_F(ResourcesTest, ResErrorIsEachThreadsOwn) {
     EXPECT_EQ(resFNotFound, ResError());
 }
 
-TEST_F(ResourcesTest, ManyThreadsAtOnce) {
+TEST_P(ChainTest, ManyThreadsAtOnce) {
     ASSERT_GT(Open(MakeFile("f", {ImageOf(kText, 1, "one"), ImageOf(kText, 2, "two")})), 0);
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
@@ -184,15 +188,15 @@ TEST_F(ResourcesTest, ManyThreadsAtOnce) {
         thread.join();
 }
 
-TEST_F(ResourcesTest, EveryCallFailsWhileAFileIsOpened) {
+TEST_P(ChainTest, EveryCallFailsWhileAFileIsOpened) {
     const FSRef file = MakeFile("f", {ImageOf(kText, 1, "one", "", resPreload)});
     for (int failing = 1;; ++failing) {
-        const std::size_t descriptors = test_files::OpenDescriptorCount();
+        const std::size_t descriptors = OpenDescriptorCount();
         const test_files::FailingCalls calls(failing, EIO);
         SInt16 refNum = 0;
         const OSErr error = FSOpenResourceFile(&file, 0, nullptr, fsRdWrPerm, &refNum);
         CloseResFile(refNum);
-        EXPECT_EQ(descriptors, test_files::OpenDescriptorCount());
+        EXPECT_EQ(descriptors, OpenDescriptorCount());
         if (!calls.Delivered()) {
             EXPECT_EQ(noErr, error);
             EXPECT_GT(failing, 5);

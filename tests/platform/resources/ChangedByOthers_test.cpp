@@ -1,31 +1,24 @@
 // Resource files that somebody else writes while they are open.
 #include "platform/resources/ResourcesTest.h"
+#include "support/FileWorld.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/MacErrors.h>
 
-#include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 namespace {
 
 using namespace test_resources;
+using support::FileWorld;
 
-class ChangedByOthersTest : public ResourcesTest {
+class ChangedByOthersTest : public ResourceFilesTest<support::FileWorldTest> {
   protected:
-    static std::string Contents(const std::string& inPath) {
-        std::ifstream file(inPath, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
     // As another program would, a second later: times on disk are coarse.
-    void WriteAsAnother(const std::vector<UInt8>& inFork) const {
-        std::ofstream(mPath, std::ios::binary)
-            .write(reinterpret_cast<const char*>(inFork.data()), static_cast<std::streamsize>(inFork.size()));
-        std::filesystem::last_write_time(mPath,
-                                         std::filesystem::last_write_time(mPath) + std::chrono::seconds(1));
+    void WriteAsAnother(const std::vector<UInt8>& inFork) {
+        const struct statx before = FileWorld::StatusOf(mPath);
+        mFolder.MakeFile("file", {reinterpret_cast<const char*>(inFork.data()), inFork.size()});
+        mFolder.SetTimes(mPath, {}, {before.stx_mtime.tv_sec + 1, before.stx_mtime.tv_nsec});
     }
 
     const std::vector<UInt8> mBefore = ForkOf({ImageOf(kText, 1, "one"), ImageOf(kText, 2, "two")});
@@ -34,9 +27,10 @@ class ChangedByOthersTest : public ResourcesTest {
     FSRef mFile = MakeFileOf("file", mBefore);
     std::string mPath = mFolder / "file";
 };
+INSTANTIATE_TEST_SUITE_P(Worlds, ChangedByOthersTest, support::BothWorlds(), support::NameOfWorld);
 
 // The offsets that were read with the map tell of other bytes now.
-TEST_F(ChangedByOthersTest, DataIsNotReadFromOldPlaces) {
+TEST_P(ChangedByOthersTest, DataIsNotReadFromOldPlaces) {
     const SInt16 refNum = Open(mFile, fsRdPerm);
     EXPECT_EQ("one", TextOf(GetResource(kText, 1)));
     WriteAsAnother(mAfter);
@@ -48,20 +42,20 @@ TEST_F(ChangedByOthersTest, DataIsNotReadFromOldPlaces) {
     EXPECT_EQ("new two", TextOf(GetResource(kText, 2)));
 }
 
-TEST_F(ChangedByOthersTest, WorkOfOthersIsNotWrittenOver) {
+TEST_P(ChangedByOthersTest, WorkOfOthersIsNotWrittenOver) {
     const SInt16 refNum = Open(mFile);
     AddResource(NewText("three"), kText, 3, nullptr);
     ASSERT_EQ(noErr, ResError());
     WriteAsAnother(mAfter);
-    const std::string contents = Contents(mPath);
+    const std::string contents = FileWorld::Contents(mPath);
     UpdateResFile(refNum);
     EXPECT_EQ(fBsyErr, ResError());
     CloseResFile(refNum);
     EXPECT_EQ(fBsyErr, ResError());
-    EXPECT_EQ(contents, Contents(mPath));
+    EXPECT_EQ(contents, FileWorld::Contents(mPath));
 }
 
-TEST_F(ChangedByOthersTest, OwnChangesAreNoOthers) {
+TEST_P(ChangedByOthersTest, OwnChangesAreNoOthers) {
     const SInt16 refNum = Open(mFile);
     for (SInt16 id = 10; id < 14; ++id) {
         AddResource(NewText("more " + std::to_string(id)), kText, id, nullptr);
@@ -74,7 +68,7 @@ TEST_F(ChangedByOthersTest, OwnChangesAreNoOthers) {
     const auto fork =
         ForkOf({ImageOf(kText, 1, "one"), ImageOf(kText, 2, "two"), ImageOf(kText, 10, "more 10"),
                 ImageOf(kText, 11, "more 11"), ImageOf(kText, 12, "more 12"), ImageOf(kText, 13, "more 13")});
-    EXPECT_EQ(fork.size(), Contents(mPath).size()) << "no longer than it has to be";
+    EXPECT_EQ(fork.size(), FileWorld::Contents(mPath).size()) << "no longer than it has to be";
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "ResourcesTest.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
+#include "support/FileWorld.h"
 
 #include <cerrno>
 
@@ -8,7 +9,7 @@ namespace {
 
 using namespace test_resources;
 
-class ChangesTest : public ResourcesTest {
+class ChangesTest : public ResourceFilesTest<support::FileWorldTest> {
   protected:
     FSRef mFile = MakeFile("f", {ImageOf(kText, 1, "one", "first"), ImageOf(kText, 2, "two"),
                                  ImageOf(kOther, 3, "protected", "", resProtected)});
@@ -20,8 +21,9 @@ class ChangesTest : public ResourcesTest {
         mRefNum = Open(mFile);
     }
 };
+INSTANTIATE_TEST_SUITE_P(Worlds, ChangesTest, support::BothWorlds(), support::NameOfWorld);
 
-TEST_F(ChangesTest, Added) {
+TEST_P(ChangesTest, Added) {
     const Handle added = NewText("added");
     AddResource(added, kText, 3, PascalText("third"));
     EXPECT_EQ(noErr, ResError());
@@ -40,7 +42,7 @@ TEST_F(ChangesTest, Added) {
     EXPECT_EQ(0, GetResAttrs(GetResource(kText, 3)));
 }
 
-TEST_F(ChangesTest, WhatCannotBeAdded) {
+TEST_P(ChangesTest, WhatCannotBeAdded) {
     AddResource(nullptr, kText, 3, nullptr);
     EXPECT_EQ(addResFailed, ResError());
     AddResource(GetResource(kText, 1), kText, 3, nullptr);
@@ -63,7 +65,7 @@ TEST_F(ChangesTest, WhatCannotBeAdded) {
     DisposeHandle(empty);
 }
 
-TEST_F(ChangesTest, SameTypeAndIDTwice) {
+TEST_P(ChangesTest, SameTypeAndIDTwice) {
     AddResource(NewText("other"), kText, 1, nullptr);
     EXPECT_EQ(noErr, ResError());
     EXPECT_EQ(3, Count1Resources(kText));
@@ -72,7 +74,7 @@ TEST_F(ChangesTest, SameTypeAndIDTwice) {
     EXPECT_EQ("one", TextOf(GetResource(kText, 1))) << "the first";
 }
 
-TEST_F(ChangesTest, Changed) {
+TEST_P(ChangesTest, Changed) {
     const Handle handle = GetResource(kText, 1);
     EXPECT_EQ(noErr, PtrToXHand("rewritten", handle, 9));
     ReleaseResource(GetResource(kText, 2));
@@ -99,7 +101,7 @@ TEST_F(ChangesTest, Changed) {
     EXPECT_EQ("two", TextOf(GetResource(kText, 2)));
 }
 
-TEST_F(ChangesTest, ProtectedStays) {
+TEST_P(ChangesTest, ProtectedStays) {
     const Handle handle = GetResource(kOther, 3);
     ChangedResource(handle);
     EXPECT_EQ(resAttrErr, ResError());
@@ -116,7 +118,7 @@ TEST_F(ChangesTest, ProtectedStays) {
     EXPECT_EQ(resPurgeable, GetResAttrs(GetNamedResource(kOther, PascalText("x"))));
 }
 
-TEST_F(ChangesTest, Info) {
+TEST_P(ChangesTest, Info) {
     const Handle handle = GetResource(kText, 1);
     SetResInfo(handle, 10, nullptr);
     EXPECT_EQ(noErr, ResError());
@@ -129,7 +131,7 @@ TEST_F(ChangesTest, Info) {
     EXPECT_EQ("one", TextOf(GetResource(kText, 10)));
 }
 
-TEST_F(ChangesTest, Removed) {
+TEST_P(ChangesTest, Removed) {
     const Handle handle = GetResource(kText, 1);
     RemoveResource(handle);
     EXPECT_EQ(noErr, ResError());
@@ -143,7 +145,7 @@ TEST_F(ChangesTest, Removed) {
     EXPECT_EQ("two", TextOf(GetResource(kText, 2)));
 }
 
-TEST_F(ChangesTest, RemovedFromAnotherFile) {
+TEST_P(ChangesTest, RemovedFromAnotherFile) {
     const Handle handle = GetResource(kText, 1);
     Open(MakeFile("other", {}));
     RemoveResource(handle);
@@ -151,7 +153,7 @@ TEST_F(ChangesTest, RemovedFromAnotherFile) {
     EXPECT_EQ(handle, GetResource(kText, 1));
 }
 
-TEST_F(ChangesTest, LastOfItsType) {
+TEST_P(ChangesTest, LastOfItsType) {
     const Handle handle = GetResource(kText, 1);
     const Handle second = GetResource(kText, 2);
     RemoveResource(handle);
@@ -164,7 +166,7 @@ TEST_F(ChangesTest, LastOfItsType) {
     EXPECT_EQ(noErr, ResError());
 }
 
-TEST_F(ChangesTest, WriteResourceWritesOne) {
+TEST_P(ChangesTest, WriteResourceWritesOne) {
     const Handle one = GetResource(kText, 1);
     const Handle two = GetResource(kText, 2);
     const Handle added = NewText("added");
@@ -190,7 +192,7 @@ TEST_F(ChangesTest, WriteResourceWritesOne) {
     EXPECT_EQ("added", TextOf(GetResource(kText, 3)));
 }
 
-TEST_F(ChangesTest, ReadOnlyFile) {
+TEST_P(ChangesTest, ReadOnlyFile) {
     CloseResFile(mRefNum);
     mRefNum = Open(mFile, fsRdPerm);
     const Handle handle = GetResource(kText, 1);
@@ -213,7 +215,7 @@ TEST_F(ChangesTest, ReadOnlyFile) {
     EXPECT_EQ(0, CurResFile()) << "closed all the same";
 }
 
-TEST_F(ChangesTest, FileAttributes) {
+TEST_P(ChangesTest, FileAttributes) {
     SetResFileAttrs(mRefNum, mapCompact | mapReadOnly | mapChanged | 1);
     EXPECT_EQ(mapCompact | mapChanged, GetResFileAttrs(mRefNum));
     Reopen();
@@ -225,7 +227,7 @@ TEST_F(ChangesTest, FileAttributes) {
     EXPECT_EQ("one", TextOf(GetResource(kText, 1)));
 }
 
-TEST_F(ChangesTest, ChangedAndThenEmptied) {
+TEST_P(ChangesTest, ChangedAndThenEmptied) {
     const Handle handle = GetResource(kText, 1);
     ChangedResource(handle);
     EmptyHandle(handle);
@@ -238,7 +240,7 @@ TEST_F(ChangesTest, ChangedAndThenEmptied) {
 
 // A program that disposes of a resource's handle is wrong; the block that comes in its place must not be
 // written as the resource.
-TEST_F(ChangesTest, ChangedAndThenDisposedOf) {
+TEST_P(ChangesTest, ChangedAndThenDisposedOf) {
     for (const bool isClosed : {false, true}) {
         const Handle changed = GetResource(kText, 1);
         ChangedResource(changed);
@@ -262,7 +264,7 @@ TEST_F(ChangesTest, ChangedAndThenDisposedOf) {
     }
 }
 
-TEST_F(ChangesTest, OneIsWrittenWhileAnotherWasDisposedOf) {
+TEST_P(ChangesTest, OneIsWrittenWhileAnotherWasDisposedOf) {
     const Handle added = NewText("gone");
     AddResource(added, kText, 7, nullptr);
     const Handle written = GetResource(kText, 1);
@@ -279,7 +281,7 @@ TEST_F(ChangesTest, OneIsWrittenWhileAnotherWasDisposedOf) {
     DisposeHandle(plain);
 }
 
-TEST_F(ChangesTest, TooMuchForTheFormat) {
+TEST_P(ChangesTest, TooMuchForTheFormat) {
     AddResource(NewText(std::string(0x1000000, 'x')), kText, 7, nullptr);
     AddResource(NewText("after it"), kText, 8, nullptr);
     UpdateResFile(mRefNum);
@@ -291,7 +293,7 @@ TEST_F(ChangesTest, TooMuchForTheFormat) {
     EXPECT_EQ("one", TextOf(GetResource(kText, 1))) << "the file is as it was";
 }
 
-TEST_F(ChangesTest, EveryCallFailsWhileAForkIsWritten) {
+TEST_P(ChangesTest, EveryCallFailsWhileAForkIsWritten) {
     const FSRef file = RefOf(mFolder.MakeFile("forked", "data"));
     const UniChar name[] = {'R', 'E', 'S', 'O', 'U', 'R', 'C', 'E', '_', 'F', 'O', 'R', 'K'};
     ASSERT_EQ(noErr, FSCreateResourceFork(&file, 13, name, 0));
@@ -330,11 +332,11 @@ TEST_F(ChangesTest, EveryCallFailsWhileAForkIsWritten) {
 }
 
 // Memory of C++ objects ends at the n-th allocation, for every n, from opening to the end of writing.
-TEST_F(ChangesTest, EveryAllocationFails) {
+TEST_P(ChangesTest, EveryAllocationFails) {
     CloseResFile(mRefNum);
     for (int failing = 1;; ++failing) {
         const UInt64 handles = GetLiveHandleCount();
-        const std::size_t descriptors = test_files::OpenDescriptorCount();
+        const std::size_t descriptors = OpenDescriptorCount();
         const FSRef file =
             MakeFile("g", {ImageOf(kText, 1, "one", "a name that is too long to lie in the string")});
         const Handle added = NewText("added");
@@ -363,7 +365,7 @@ TEST_F(ChangesTest, EveryAllocationFails) {
             EXPECT_EQ(noErr, ResError()) << failing;
         }
         EXPECT_EQ(handles, GetLiveHandleCount()) << failing;
-        EXPECT_EQ(descriptors, test_files::OpenDescriptorCount()) << failing;
+        EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
         refNum = Open(file, fsRdPerm);
         EXPECT_EQ("one", TextOf(GetResource(kText, 1))) << failing;
         EXPECT_EQ(wasAdded == noErr ? 2 : 1, Count1Resources(kText)) << failing;

@@ -11,6 +11,7 @@ using namespace std::string_literals;
 
 constexpr ResType kList = FourChars("STR#");
 
+// Over the real file system alone: what is tested is in memory.
 class StringsTest : public ResourcesTest {
   protected:
     static std::string At(SInt16 inListID, SInt16 inIndex) {

@@ -3,8 +3,8 @@
 
 #include "formats/ResourceFork.h"
 #include "resources/Resources_test_access.h"
+#include "support/FolderTest.h"
 #include "support/RunningProgram.h"
-#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/Files.h>
@@ -60,15 +60,17 @@ inline std::string TextOf(ConstStr255Param inPascalText) {
     return {reinterpret_cast<const char*>(inPascalText + 1), inPascalText[0]};
 }
 
-class ResourcesTest : public testing::Test {
+// Of a test with a folder.
+template <typename Test>
+class ResourceFilesTest : public Test {
   protected:
-    ResourcesTest() { toolbox::resources::StartAnew(); }
-    ~ResourcesTest() override {
+    ResourceFilesTest() { toolbox::resources::StartAnew(); }
+    ~ResourceFilesTest() override {
         mProgram.Put("");
         toolbox::resources::StartAnew();
         SetResLoad(true);
         EXPECT_EQ(mHandles, GetLiveHandleCount());
-        EXPECT_EQ(mDescriptors, test_files::OpenDescriptorCount());
+        EXPECT_EQ(mDescriptors, this->OpenDescriptorCount());
     }
 
     static FSRef RefOf(const std::string& inPath) {
@@ -79,7 +81,8 @@ class ResourcesTest : public testing::Test {
     }
     // A file whose data fork is the fork.
     FSRef MakeFileOf(std::string_view inName, const std::vector<UInt8>& inFork) {
-        return RefOf(mFolder.MakeFile(inName, {reinterpret_cast<const char*>(inFork.data()), inFork.size()}));
+        return RefOf(
+            this->mFolder.MakeFile(inName, {reinterpret_cast<const char*>(inFork.data()), inFork.size()}));
     }
     FSRef MakeFile(std::string_view inName, std::vector<Image> inImages) {
         return MakeFileOf(inName, ForkOf(std::move(inImages)));
@@ -98,12 +101,12 @@ class ResourcesTest : public testing::Test {
         return handle;
     }
 
-    test_files::TemporaryFolder mFolder;
     test_files::RunningProgram mProgram;
 
   private:
     UInt64 mHandles = GetLiveHandleCount();
-    std::size_t mDescriptors = test_files::OpenDescriptorCount();
+    std::size_t mDescriptors = this->OpenDescriptorCount();
 };
+using ResourcesTest = ResourceFilesTest<test_files::FolderTest>;
 
 }  // namespace test_resources

@@ -12,6 +12,7 @@ namespace {
 
 using namespace test_resources;
 
+// Over the real file system alone: once a file is open, no more of it is asked for than its bytes.
 TEST_F(ResourcesTest, ByID) {
     ASSERT_GT(
         Open(MakeFile("f", {ImageOf(kText, 1, "one"), ImageOf(kText, -2, "two"), ImageOf(kOther, 1, "")})),
