@@ -1,12 +1,14 @@
 // A folder of a test's own, gone with everything in it at the end.
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace test_files {
 
@@ -26,6 +28,14 @@ class TemporaryFolder {
 
     const std::string& Path() const { return mPath; }
     std::string operator/(std::string_view inName) const { return mPath + '/' + std::string(inName); }
+    // Everything in it, hidden or not, sorted.
+    std::vector<std::string> Names() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(mPath))
+            names.push_back(entry.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
 
     // Both return the new item's path.
     std::string MakeFile(std::string_view inName, std::string_view inContents = "contents") const {

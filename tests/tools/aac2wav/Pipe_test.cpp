@@ -21,7 +21,7 @@ class Piped : public testing::Test {
   protected:
     Outcome Run(const std::vector<std::string>& inArguments, const std::string& inBytes) const {
         Command command(inArguments);
-        command.environment = {"TMPDIR=" + mFolder.Path("")};
+        command.environment = {"TMPDIR=" + mFolder / ""};
         command.inText = inBytes;
         const Outcome outcome = command.Run();
         EXPECT_TRUE(mFolder.Names().empty());
@@ -43,10 +43,10 @@ TEST_F(Piped, ConvertsToStandardOutput) {
 }
 
 TEST_F(Piped, ConvertsToAFile) {
-    EXPECT_EQ(EX_OK, Run({"-", mOut.Path("out.wav")}, mSound).exitCode);
-    EXPECT_TRUE(mWAV == ReadFile(mOut.Path("out.wav")));
-    EXPECT_EQ(EX_OK, Run({"-o", mOut.Path("more.wav"), "-"}, mSound).exitCode);
-    EXPECT_TRUE(mWAV == ReadFile(mOut.Path("more.wav")));
+    EXPECT_EQ(EX_OK, Run({"-", mOut / "out.wav"}, mSound).exitCode);
+    EXPECT_TRUE(mWAV == ReadFile(mOut / "out.wav"));
+    EXPECT_EQ(EX_OK, Run({"-o", mOut / "more.wav", "-"}, mSound).exitCode);
+    EXPECT_TRUE(mWAV == ReadFile(mOut / "more.wav"));
 }
 
 TEST_F(Piped, IsMeasuredAndProbed) {
@@ -83,22 +83,22 @@ TEST_F(Piped, HasALimit) {
 
 TEST_F(Piped, AFullDiskIsTold) {
     Command command({"-"});
-    command.environment = {"TMPDIR=" + mFolder.Path("")};
+    command.environment = {"TMPDIR=" + mFolder / ""};
     command.inText = mSound;
     command.fileSizeLimitBytes = 1000;
     const Outcome outcome = command.Run();
     EXPECT_EQ(EX_IOERR, outcome.exitCode);
-    EXPECT_THAT(outcome.err, HasSubstr(mFolder.Path("")));
+    EXPECT_THAT(outcome.err, HasSubstr(mFolder / ""));
     EXPECT_TRUE(mFolder.Names().empty());
 }
 
 TEST_F(Piped, AFolderThatIsNotThereIsTold) {
     Command command({"-"});
-    command.environment = {"TMPDIR=" + mFolder.Path("missing")};
+    command.environment = {"TMPDIR=" + mFolder / "missing"};
     command.inText = mSound;
     const Outcome outcome = command.Run();
     EXPECT_EQ(EX_CANTCREAT, outcome.exitCode);
-    EXPECT_THAT(outcome.err, HasSubstr(mFolder.Path("missing")));
+    EXPECT_THAT(outcome.err, HasSubstr(mFolder / "missing"));
 }
 
 TEST_F(Piped, WithoutAFolderOfItsOwnItGoesToTheUsualPlace) {
@@ -110,7 +110,7 @@ TEST_F(Piped, WithoutAFolderOfItsOwnItGoesToTheUsualPlace) {
 
 TEST_F(Piped, IsSpooledAsAnUnnamedFile) {
     Command command({"-"});
-    command.environment = {"TMPDIR=" + mFolder.Path("")};
+    command.environment = {"TMPDIR=" + mFolder / ""};
     command.inText = ReadFile(Fixture("long.m4a"));
     command.out = Command::Stream::kUnread;
     command.Start();
@@ -123,12 +123,12 @@ TEST_F(Piped, IsSpooledAsAnUnnamedFile) {
 }
 
 TEST_F(Piped, CanBeStoppedWhileItWaits) {
-    ASSERT_EQ(0, mkfifo(mOut.Path("pipe").c_str(), 0600));
-    Command command({mOut.Path("pipe"), mOut.Path("out.wav")});
-    command.environment = {"TMPDIR=" + mFolder.Path("")};
+    ASSERT_EQ(0, mkfifo((mOut / "pipe").c_str(), 0600));
+    Command command({mOut / "pipe", mOut / "out.wav"});
+    command.environment = {"TMPDIR=" + mFolder / ""};
     command.Start();
     // Opening waits for us, so this is not before the command is there.
-    std::ofstream writer(mOut.Path("pipe"), std::ios::binary);
+    std::ofstream writer(mOut / "pipe", std::ios::binary);
     writer << mSound.substr(0, 1000) << std::flush;
     command.Signal(SIGTERM);
     EXPECT_EQ(SIGTERM, command.Wait().signal);
@@ -137,9 +137,9 @@ TEST_F(Piped, CanBeStoppedWhileItWaits) {
 }
 
 TEST_F(Piped, ANamedPipeIsTheSame) {
-    ASSERT_EQ(0, mkfifo(mOut.Path("pipe").c_str(), 0600));
-    std::thread writer([this] { WriteFile(mOut.Path("pipe"), mSound); });
-    const Outcome outcome = RunTool({mOut.Path("pipe"), "-"});
+    ASSERT_EQ(0, mkfifo((mOut / "pipe").c_str(), 0600));
+    std::thread writer([this] { WriteFile(mOut / "pipe", mSound); });
+    const Outcome outcome = RunTool({mOut / "pipe", "-"});
     writer.join();
     EXPECT_EQ(EX_OK, outcome.exitCode) << outcome.err;
     EXPECT_TRUE(mWAV == outcome.out);
@@ -150,7 +150,7 @@ class Redirected : public Piped {
     Outcome RunOn(const std::string& inPath, off_t inOffset = 0) const {
         Command command({"-"});
         // Nothing may be kept there.
-        command.environment = {"TMPDIR=" + mFolder.Path("missing")};
+        command.environment = {"TMPDIR=" + mFolder / "missing"};
         command.inPath = inPath;
         command.inOffset = inOffset;
         return command.Run();
@@ -164,28 +164,28 @@ TEST_F(Redirected, AFileIsReadAsItIs) {
 }
 
 TEST_F(Redirected, AFileFromTheMiddleOnIsWhatIsLeftOfIt) {
-    WriteFile(mOut.Path("both"), "some words before " + mSound);
-    EXPECT_EQ(EX_CANTCREAT, RunOn(mOut.Path("both"), 18).exitCode);  // it has to be kept, and cannot be
+    WriteFile(mOut / "both", "some words before " + mSound);
+    EXPECT_EQ(EX_CANTCREAT, RunOn(mOut / "both", 18).exitCode);  // it has to be kept, and cannot be
     Command command({"-"});
-    command.inPath = mOut.Path("both");
+    command.inPath = mOut / "both";
     command.inOffset = 18;
     EXPECT_TRUE(mWAV == command.Run().out);
 }
 
 TEST_F(Redirected, AFileThatOthersMayNotOpenIsRead) {
-    std::filesystem::copy(Fixture(kTone), mOut.Path("closed"));
+    std::filesystem::copy(Fixture(kTone), mOut / "closed");
     Command command({"-"});
-    command.inPath = mOut.Path("closed");
+    command.inPath = mOut / "closed";
     command.obeysPermissions = true;
-    std::filesystem::permissions(mOut.Path("closed"), std::filesystem::perms::none);
+    std::filesystem::permissions(mOut / "closed", std::filesystem::perms::none);
     // Root opens it for the command, which then may not.
-    if (std::ifstream(mOut.Path("closed")).good()) {
+    if (std::ifstream(mOut / "closed").good()) {
         EXPECT_TRUE(mWAV == command.Run().out);
     }
 }
 
 TEST_F(Redirected, WhatIsNoFileIsTold) {
-    const Outcome folder = RunOn(mOut.Path(""));
+    const Outcome folder = RunOn(mOut / "");
     EXPECT_EQ(EX_NOINPUT, folder.exitCode);
     EXPECT_EQ("aac2wav: standard input: is a folder\n", folder.err);
     Command terminal({"-"});

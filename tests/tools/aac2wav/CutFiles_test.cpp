@@ -31,11 +31,11 @@ TEST(CutFiles, RawAACCutWithinAHeaderIsDamaged) {
     const std::string whole = ReadFile(Fixture("tone-44100-stereo.aac"));
     const std::size_t last = whole.rfind(whole.substr(0, 3));
     for (const std::size_t leftBytes : {1u, 3u, 6u}) {
-        WriteFile(folder.Path("cut.aac"), whole.substr(0, last + leftBytes));
-        EXPECT_EQ(EX_DATAERR, RunTool({folder.Path("cut.aac"), "-"}).exitCode) << leftBytes;
+        WriteFile(folder / "cut.aac", whole.substr(0, last + leftBytes));
+        EXPECT_EQ(EX_DATAERR, RunTool({folder / "cut.aac", "-"}).exitCode) << leftBytes;
     }
-    WriteFile(folder.Path("cut.aac"), whole.substr(0, last));
-    EXPECT_EQ(EX_OK, RunTool({folder.Path("cut.aac"), "-"}).exitCode);
+    WriteFile(folder / "cut.aac", whole.substr(0, last));
+    EXPECT_EQ(EX_OK, RunTool({folder / "cut.aac", "-"}).exitCode);
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ std::vector<json> Lines(const std::string& inText) {
 
 class ConversionsAsJSON : public testing::Test {
   protected:
-    std::string Path(const std::string& inName) const { return mFolder.Path(inName); }
+    std::string Path(const std::string& inName) const { return mFolder / inName; }
 
     TemporaryFolder mFolder;
     const std::string mTone = Fixture("tone-8000-mono.m4a");

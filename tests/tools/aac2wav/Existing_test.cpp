@@ -24,7 +24,7 @@ class Existing : public testing::Test {
         std::filesystem::copy(Fixture(kTone), Path("song.m4a"));
         WriteFile(Path("song.wav"), mMaster);
     }
-    std::string Path(const std::string& inName) const { return mFolder.Path(inName); }
+    std::string Path(const std::string& inName) const { return mFolder / inName; }
     std::string Song() const { return ReadFile(Path("song.wav")); }
     void ExpectKept(const std::vector<std::string>& inArguments, int inExitCode) const {
         const std::vector<std::string> before = mFolder.Names();

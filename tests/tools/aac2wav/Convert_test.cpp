@@ -35,12 +35,12 @@ testing::AssertionResult IsOneMessage(const std::string& inErr, const std::strin
 
 TEST(Convert, OneSecondIs176444Bytes) {
     const TemporaryFolder folder;
-    const Outcome outcome = RunTool({Fixture(kTone), folder.Path("out.wav")});
+    const Outcome outcome = RunTool({Fixture(kTone), folder / "out.wav"});
     EXPECT_EQ(EX_OK, outcome.exitCode);
     EXPECT_EQ("", outcome.out);
     EXPECT_EQ("", outcome.err);
     EXPECT_EQ(std::vector<std::string>{"out.wav"}, folder.Names());
-    const std::string bytes = ReadFile(folder.Path("out.wav"));
+    const std::string bytes = ReadFile(folder / "out.wav");
     EXPECT_EQ(176444u, bytes.size());
     const WAVFile wav = ParseWAV(bytes);
     EXPECT_TRUE(wav.isWellFormed);
@@ -53,11 +53,11 @@ TEST(Convert, OneSecondIs176444Bytes) {
 
 TEST(Convert, StandardOutputHasTheSameBytes) {
     const TemporaryFolder folder;
-    EXPECT_EQ(EX_OK, RunTool({Fixture(kTone), folder.Path("out.wav")}).exitCode);
+    EXPECT_EQ(EX_OK, RunTool({Fixture(kTone), folder / "out.wav"}).exitCode);
     const Outcome outcome = RunTool({Fixture(kTone), "-"});
     EXPECT_EQ(EX_OK, outcome.exitCode);
     EXPECT_EQ("", outcome.err);
-    EXPECT_EQ(ReadFile(folder.Path("out.wav")), outcome.out);
+    EXPECT_EQ(ReadFile(folder / "out.wav"), outcome.out);
 }
 
 TEST(Convert, MonoGoesToBothChannelsAtFullLevel) {
@@ -71,24 +71,24 @@ TEST(Convert, MonoGoesToBothChannelsAtFullLevel) {
 
 TEST(Convert, OutputIsBesideTheInputWhenLeftOut) {
     const TemporaryFolder folder;
-    std::filesystem::copy(Fixture(kTone), folder.Path("song.m4a"));
-    EXPECT_EQ(EX_OK, RunTool({folder.Path("song.m4a")}).exitCode);
+    std::filesystem::copy(Fixture(kTone), folder / "song.m4a");
+    EXPECT_EQ(EX_OK, RunTool({folder / "song.m4a"}).exitCode);
     EXPECT_EQ((std::vector<std::string>{"song.m4a", "song.wav"}), folder.Names());
-    EXPECT_TRUE(ParseWAV(ReadFile(folder.Path("song.wav"))).isWellFormed);
+    EXPECT_TRUE(ParseWAV(ReadFile(folder / "song.wav")).isWellFormed);
 }
 
 TEST(Convert, RelativePaths) {
     const TemporaryFolder folder;
-    std::filesystem::create_directories(folder.Path("in/deep"));
-    std::filesystem::copy(Fixture(kTone), folder.Path("in/deep/song.m4a"));
+    std::filesystem::create_directories(folder / "in/deep");
+    std::filesystem::copy(Fixture(kTone), folder / "in/deep/song.m4a");
     Command command({"../deep/song.m4a", "../../out.wav"});
-    command.folder = folder.Path("in/deep");
+    command.folder = folder / "in/deep";
     EXPECT_EQ(EX_OK, command.Run().exitCode);
-    EXPECT_EQ(176444u, std::filesystem::file_size(folder.Path("out.wav")));
+    EXPECT_EQ(176444u, std::filesystem::file_size(folder / "out.wav"));
     Command plain({"song.m4a"});
-    plain.folder = folder.Path("in/deep");
+    plain.folder = folder / "in/deep";
     EXPECT_EQ(EX_OK, plain.Run().exitCode);
-    EXPECT_EQ(176444u, std::filesystem::file_size(folder.Path("in/deep/song.wav")));
+    EXPECT_EQ(176444u, std::filesystem::file_size(folder / "in/deep/song.wav"));
 }
 
 TEST(Convert, AFolderTakesSeveral) {
@@ -96,13 +96,13 @@ TEST(Convert, AFolderTakesSeveral) {
     const Outcome outcome = RunTool({Fixture(kTone), Fixture("tone-8000-mono.m4a"), folder.Path()});
     EXPECT_EQ(EX_OK, outcome.exitCode);
     EXPECT_EQ((std::vector<std::string>{"tone-44100-stereo.wav", "tone-8000-mono.wav"}), folder.Names());
-    EXPECT_EQ(32044u, std::filesystem::file_size(folder.Path("tone-8000-mono.wav")));
+    EXPECT_EQ(32044u, std::filesystem::file_size(folder / "tone-8000-mono.wav"));
 }
 
 TEST(Convert, OneFailureDoesNotStopTheOthersAndTheWorstCodeIsReturned) {
     const TemporaryFolder folder;
     const Outcome outcome =
-        RunTool({Fixture("words.m4a"), folder.Path("none.m4a"), Fixture(kTone), folder.Path()});
+        RunTool({Fixture("words.m4a"), folder / "none.m4a", Fixture(kTone), folder.Path()});
     EXPECT_EQ(EX_NOINPUT, outcome.exitCode);
     EXPECT_EQ(2, std::count(outcome.err.begin(), outcome.err.end(), '\n'));
     EXPECT_EQ(std::vector<std::string>{"tone-44100-stereo.wav"}, folder.Names());
@@ -125,50 +125,49 @@ TEST(Convert, NamesOfEveryKind) {
                                             "\xFF\xFE no UTF-8",
                                             std::string(240, 'n')};
     for (const std::string& name : names)
-        std::filesystem::copy(Fixture("tone-8000-mono.m4a"), folder.Path(name + ".m4a"));
+        std::filesystem::copy(Fixture("tone-8000-mono.m4a"), folder / (name + ".m4a"));
     for (const std::string& name : names) {
         Command command({"--", name + ".m4a"});
         command.folder = folder.Path();
         const Outcome outcome = command.Run();
         EXPECT_EQ(EX_OK, outcome.exitCode) << name << outcome.err;
-        EXPECT_EQ(32044u, ReadFile(folder.Path(name + ".wav")).size()) << name;
+        EXPECT_EQ(32044u, ReadFile(folder / (name + ".wav")).size()) << name;
     }
     EXPECT_EQ(2 * names.size(), folder.Names().size());
 }
 
 TEST(Convert, NamesDoNotDependOnTheLocale) {
     const TemporaryFolder folder;
-    std::filesystem::copy(Fixture("tone-8000-mono.m4a"),
-                          folder.Path("\xE6\x97\xA5\xE6\x9C\xAC \xC3\xA4.m4a"));
+    std::filesystem::copy(Fixture("tone-8000-mono.m4a"), folder / "\xE6\x97\xA5\xE6\x9C\xAC \xC3\xA4.m4a");
     for (const char* locale : {"LC_ALL=C", "LC_ALL=POSIX", "LC_ALL=C.UTF-8", "LC_ALL=xx_YY"}) {
-        Command command({folder.Path("\xE6\x97\xA5\xE6\x9C\xAC \xC3\xA4.m4a"), folder.Path("\xC3\xB6.wav")});
+        Command command({folder / "\xE6\x97\xA5\xE6\x9C\xAC \xC3\xA4.m4a", folder / "\xC3\xB6.wav"});
         command.environment = {locale};
         EXPECT_EQ(EX_OK, command.Run().exitCode) << locale;
-        EXPECT_EQ(32044u, std::filesystem::file_size(folder.Path("\xC3\xB6.wav")));
-        std::filesystem::remove(folder.Path("\xC3\xB6.wav"));
+        EXPECT_EQ(32044u, std::filesystem::file_size(folder / "\xC3\xB6.wav"));
+        std::filesystem::remove(folder / "\xC3\xB6.wav");
     }
 }
 
 TEST(Convert, MessagesAreOneLineWhateverTheName) {
     const TemporaryFolder folder;
-    const Outcome outcome = RunTool({folder.Path("a\nb\033[31m.m4a"), "-"});
+    const Outcome outcome = RunTool({folder / "a\nb\033[31m.m4a", "-"});
     EXPECT_EQ(EX_NOINPUT, outcome.exitCode);
-    EXPECT_TRUE(IsOneMessage(outcome.err, folder.Path("a?b?[31m.m4a")));
+    EXPECT_TRUE(IsOneMessage(outcome.err, folder / "a?b?[31m.m4a"));
 }
 
 TEST(Convert, MissingAndUnreadableInputs) {
     const TemporaryFolder folder;
-    std::filesystem::create_symlink("loop", folder.Path("loop"));
-    std::filesystem::create_symlink("nowhere", folder.Path("dangling"));
-    WriteFile(folder.Path("file"), "x");
+    std::filesystem::create_symlink("loop", folder / "loop");
+    std::filesystem::create_symlink("nowhere", folder / "dangling");
+    WriteFile(folder / "file", "x");
     for (const char* name : {"none.m4a", "none/none.m4a", "loop", "dangling", "file/in", "."}) {
-        const Outcome outcome = RunTool({folder.Path(name), folder.Path("out.wav")});
+        const Outcome outcome = RunTool({folder / name, folder / "out.wav"});
         EXPECT_EQ(EX_NOINPUT, outcome.exitCode) << name;
-        EXPECT_TRUE(IsOneMessage(outcome.err, folder.Path(name)));
+        EXPECT_TRUE(IsOneMessage(outcome.err, folder / name));
     }
-    EXPECT_FALSE(std::filesystem::exists(folder.Path("out.wav")));
-    EXPECT_THAT(RunTool({folder.Path("."), "-"}).err, HasSubstr("is a folder"));
-    EXPECT_THAT(RunTool({folder.Path("none"), "-"}).err, HasSubstr("No such file"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "out.wav"));
+    EXPECT_THAT(RunTool({folder / ".", "-"}).err, HasSubstr("is a folder"));
+    EXPECT_THAT(RunTool({folder / "none", "-"}).err, HasSubstr("No such file"));
     const Outcome device = RunTool({"/dev/null", "-"});
     EXPECT_EQ(EX_NOINPUT, device.exitCode);
     EXPECT_TRUE(IsOneMessage(device.err, "/dev/null"));
@@ -176,29 +175,29 @@ TEST(Convert, MissingAndUnreadableInputs) {
 
 TEST(Convert, PermissionsAreTold) {
     const TemporaryFolder folder;
-    std::filesystem::copy(Fixture(kTone), folder.Path("song.m4a"));
-    std::filesystem::permissions(folder.Path("song.m4a"), std::filesystem::perms::none);
-    std::filesystem::create_directory(folder.Path("closed"));
-    std::filesystem::permissions(folder.Path("closed"), std::filesystem::perms(0555));
+    std::filesystem::copy(Fixture(kTone), folder / "song.m4a");
+    std::filesystem::permissions(folder / "song.m4a", std::filesystem::perms::none);
+    std::filesystem::create_directory(folder / "closed");
+    std::filesystem::permissions(folder / "closed", std::filesystem::perms(0555));
 
-    Command read({folder.Path("song.m4a"), folder.Path("out.wav")});
+    Command read({folder / "song.m4a", folder / "out.wav"});
     read.obeysPermissions = true;
     const Outcome unread = read.Run();
     EXPECT_EQ(EX_NOINPUT, unread.exitCode);
-    EXPECT_TRUE(IsOneMessage(unread.err, folder.Path("song.m4a")));
+    EXPECT_TRUE(IsOneMessage(unread.err, folder / "song.m4a"));
 
-    Command write({Fixture(kTone), folder.Path("closed/out.wav")});
+    Command write({Fixture(kTone), folder / "closed/out.wav"});
     write.obeysPermissions = true;
     const Outcome unwritten = write.Run();
     EXPECT_EQ(EX_CANTCREAT, unwritten.exitCode);
-    EXPECT_TRUE(IsOneMessage(unwritten.err, folder.Path("closed/out.wav")));
+    EXPECT_TRUE(IsOneMessage(unwritten.err, folder / "closed/out.wav"));
     EXPECT_EQ((std::vector<std::string>{"closed", "song.m4a"}), folder.Names());
 }
 
 TEST(Convert, WhatIsNoSoundIsRefusedBeforeAnythingIsWritten) {
     const TemporaryFolder folder;
     for (const char* name : {"words.m4a", "empty.m4a", "no-tables.m4a"}) {
-        const Outcome outcome = RunTool({Fixture(name), folder.Path("out.wav")});
+        const Outcome outcome = RunTool({Fixture(name), folder / "out.wav"});
         EXPECT_EQ(EX_DATAERR, outcome.exitCode) << name;
         EXPECT_TRUE(IsOneMessage(outcome.err, Fixture(name)));
         EXPECT_EQ("", RunTool({Fixture(name), "-"}).out);
@@ -209,24 +208,24 @@ TEST(Convert, WhatIsNoSoundIsRefusedBeforeAnythingIsWritten) {
 // Whatever the libraries beneath have to say of it.
 TEST(Convert, MessagesAreInOurWords) {
     const TemporaryFolder folder;
-    WriteFile(folder.Path("cut.mkv"), ReadFile(Fixture("tone.mkv")).substr(0, 300));
-    WriteFile(folder.Path("bad.caf"), std::string("caff\0\1\0\0", 8));
-    WriteFile(folder.Path("cut.ogg"), ReadFile(Fixture("tone.ogg")).substr(0, 10));
+    WriteFile(folder / "cut.mkv", ReadFile(Fixture("tone.mkv")).substr(0, 300));
+    WriteFile(folder / "bad.caf", std::string("caff\0\1\0\0", 8));
+    WriteFile(folder / "cut.ogg", ReadFile(Fixture("tone.ogg")).substr(0, 10));
     const std::pair<const char*, const char*> expected[] = {
         {"cut.mkv", "the file ends before its sound begins"},
         {"bad.caf", "the file is damaged, or not what it looks like"},
         {"cut.ogg", "the file ends before its sound begins"}};
     for (const auto& [name, words] : expected) {
-        const Outcome outcome = RunTool({folder.Path(name), "-"});
+        const Outcome outcome = RunTool({folder / name, "-"});
         EXPECT_EQ(EX_DATAERR, outcome.exitCode);
-        EXPECT_EQ("aac2wav: " + folder.Path(name) + ": " + words + '\n', outcome.err);
+        EXPECT_EQ("aac2wav: " + folder / name + ": " + words + '\n', outcome.err);
     }
 }
 
 TEST(Convert, AMessageNamesTheFileOnceAndAsItWasGiven) {
     const TemporaryFolder folder;
-    WriteFile(folder.Path("words.m4a"), "words");
-    std::filesystem::create_symlink("words.m4a", folder.Path("link.m4a"));
+    WriteFile(folder / "words.m4a", "words");
+    std::filesystem::create_symlink("words.m4a", folder / "link.m4a");
     for (const char* name : {"words.m4a", "./words.m4a", "link.m4a"}) {
         Command command({name, "-"});
         command.folder = folder.Path();
@@ -239,7 +238,7 @@ TEST(Convert, AMessageNamesTheFileOnceAndAsItWasGiven) {
 
 TEST(Convert, EncryptedSoundIsRefusedBeforeAnythingIsWritten) {
     const TemporaryFolder folder;
-    const Outcome outcome = RunTool({Fixture("encrypted.mp4"), folder.Path("out.wav")});
+    const Outcome outcome = RunTool({Fixture("encrypted.mp4"), folder / "out.wav"});
     EXPECT_EQ(EX_DATAERR, outcome.exitCode);
     EXPECT_TRUE(IsOneMessage(outcome.err, Fixture("encrypted.mp4")));
     EXPECT_THAT(outcome.err, HasSubstr("encrypted"));
@@ -262,11 +261,11 @@ TEST(Convert, PictureOnlyBecomesSilenceWithANote) {
 
 TEST(Convert, DamageBecomesSilenceOfTheSameLengthAndAWarning) {
     const TemporaryFolder folder;
-    const Outcome outcome = RunTool({Fixture("truncated.m4a"), folder.Path("out.wav")});
+    const Outcome outcome = RunTool({Fixture("truncated.m4a"), folder / "out.wav"});
     EXPECT_EQ(EX_DATAERR, outcome.exitCode);
     EXPECT_TRUE(IsOneMessage(outcome.err, Fixture("truncated.m4a")));
     EXPECT_THAT(outcome.err, HasSubstr("20 damaged packets, 442 ms"));
-    const WAVFile wav = ParseWAV(ReadFile(folder.Path("out.wav")));
+    const WAVFile wav = ParseWAV(ReadFile(folder / "out.wav"));
     EXPECT_TRUE(wav.isWellFormed);
     ASSERT_EQ(44100, wav.frameCount);
     const WAVFile whole = ParseWAV(RunTool({Fixture("faststart.m4a"), "-"}).out);
@@ -299,52 +298,52 @@ TEST(Convert, KeepGoingTakesDamageAsSuccess) {
 
 TEST(Convert, InputIsNeverTheOutput) {
     const TemporaryFolder folder;
-    std::filesystem::copy(Fixture("tone-16.wav"), folder.Path("song.wav"));
-    const std::string before = ReadFile(folder.Path("song.wav"));
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{folder.Path("song.wav")},
-                                                      {folder.Path("song.wav"), folder.Path("song.wav")},
-                                                      {"--force", folder.Path("song.wav"), folder.Path()}}) {
+    std::filesystem::copy(Fixture("tone-16.wav"), folder / "song.wav");
+    const std::string before = ReadFile(folder / "song.wav");
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{folder / "song.wav"},
+                                                      {folder / "song.wav", folder / "song.wav"},
+                                                      {"--force", folder / "song.wav", folder.Path()}}) {
         const Outcome outcome = RunTool(arguments);
         EXPECT_EQ(EX_USAGE, outcome.exitCode);
-        EXPECT_EQ(before, ReadFile(folder.Path("song.wav")));
+        EXPECT_EQ(before, ReadFile(folder / "song.wav"));
     }
     EXPECT_EQ(1u, folder.Names().size());
 }
 
 TEST(Convert, ReplacesAWAVFileButNothingElse) {
     const TemporaryFolder folder;
-    EXPECT_EQ(EX_OK, RunTool({Fixture("tone-8000-mono.m4a"), folder.Path("out.wav")}).exitCode);
-    EXPECT_EQ(EX_OK, RunTool({Fixture(kTone), folder.Path("out.wav")}).exitCode);
-    EXPECT_EQ(176444u, std::filesystem::file_size(folder.Path("out.wav")));
+    EXPECT_EQ(EX_OK, RunTool({Fixture("tone-8000-mono.m4a"), folder / "out.wav"}).exitCode);
+    EXPECT_EQ(EX_OK, RunTool({Fixture(kTone), folder / "out.wav"}).exitCode);
+    EXPECT_EQ(176444u, std::filesystem::file_size(folder / "out.wav"));
 
-    WriteFile(folder.Path("thesis"), "words");
-    const Outcome outcome = RunTool({Fixture(kTone), folder.Path("thesis")});
+    WriteFile(folder / "thesis", "words");
+    const Outcome outcome = RunTool({Fixture(kTone), folder / "thesis"});
     EXPECT_EQ(EX_CANTCREAT, outcome.exitCode);
-    EXPECT_TRUE(IsOneMessage(outcome.err, folder.Path("thesis")));
-    EXPECT_EQ("words", ReadFile(folder.Path("thesis")));
-    EXPECT_EQ(EX_OK, RunTool({"--force", Fixture(kTone), folder.Path("thesis")}).exitCode);
-    EXPECT_EQ(176444u, std::filesystem::file_size(folder.Path("thesis")));
+    EXPECT_TRUE(IsOneMessage(outcome.err, folder / "thesis"));
+    EXPECT_EQ("words", ReadFile(folder / "thesis"));
+    EXPECT_EQ(EX_OK, RunTool({"--force", Fixture(kTone), folder / "thesis"}).exitCode);
+    EXPECT_EQ(176444u, std::filesystem::file_size(folder / "thesis"));
 }
 
 TEST(Convert, OutputsThatCannotBe) {
     const TemporaryFolder folder;
-    const Outcome missing = RunTool({Fixture(kTone), folder.Path("missing/out.wav")});
+    const Outcome missing = RunTool({Fixture(kTone), folder / "missing/out.wav"});
     EXPECT_EQ(EX_CANTCREAT, missing.exitCode);
-    EXPECT_TRUE(IsOneMessage(missing.err, folder.Path("missing/out.wav")));
-    EXPECT_EQ(EX_CANTCREAT, RunTool({Fixture(kTone), folder.Path("missing/")}).exitCode);
-    EXPECT_EQ(EX_CANTCREAT, RunTool({Fixture(kTone), Fixture(kTone), folder.Path("missing")}).exitCode);
+    EXPECT_TRUE(IsOneMessage(missing.err, folder / "missing/out.wav"));
+    EXPECT_EQ(EX_CANTCREAT, RunTool({Fixture(kTone), folder / "missing/"}).exitCode);
+    EXPECT_EQ(EX_CANTCREAT, RunTool({Fixture(kTone), Fixture(kTone), folder / "missing"}).exitCode);
     // A folder where the file would be.
-    std::filesystem::create_directory(folder.Path("tone-44100-stereo.wav"));
+    std::filesystem::create_directory(folder / "tone-44100-stereo.wav");
     EXPECT_EQ(EX_CANTCREAT, RunTool({Fixture(kTone), folder.Path()}).exitCode);
 }
 
 TEST(Convert, AFullDiskLeavesNothingBehind) {
     const TemporaryFolder folder;
-    Command limited({Fixture(kTone), folder.Path("out.wav")});
+    Command limited({Fixture(kTone), folder / "out.wav"});
     limited.fileSizeLimitBytes = 65536;
     const Outcome outcome = limited.Run();
     EXPECT_EQ(EX_IOERR, outcome.exitCode);
-    EXPECT_TRUE(IsOneMessage(outcome.err, folder.Path("out.wav")));
+    EXPECT_TRUE(IsOneMessage(outcome.err, folder / "out.wav"));
     EXPECT_TRUE(folder.Names().empty());
 
     const Outcome device = RunTool({Fixture(kTone), "/dev/full"});
@@ -359,12 +358,12 @@ TEST(Convert, AFullDiskLeavesNothingBehind) {
 
 TEST(Convert, AFullDiskKeepsTheOldFile) {
     const TemporaryFolder folder;
-    EXPECT_EQ(EX_OK, RunTool({Fixture("tone-8000-mono.m4a"), folder.Path("out.wav")}).exitCode);
-    const std::string before = ReadFile(folder.Path("out.wav"));
-    Command limited({Fixture(kTone), folder.Path("out.wav")});
+    EXPECT_EQ(EX_OK, RunTool({Fixture("tone-8000-mono.m4a"), folder / "out.wav"}).exitCode);
+    const std::string before = ReadFile(folder / "out.wav");
+    Command limited({Fixture(kTone), folder / "out.wav"});
     limited.fileSizeLimitBytes = 65536;
     EXPECT_EQ(EX_IOERR, limited.Run().exitCode);
-    EXPECT_EQ(before, ReadFile(folder.Path("out.wav")));
+    EXPECT_EQ(before, ReadFile(folder / "out.wav"));
     EXPECT_EQ(1u, folder.Names().size());
 }
 
@@ -379,21 +378,21 @@ TEST(Convert, StandardOutputMustNotBeATerminal) {
 
 TEST(Convert, AClosedStandardOutputIsNoFile) {
     const TemporaryFolder folder;
-    std::filesystem::copy(Fixture(kTone), folder.Path("song.m4a"));
-    Command command({folder.Path("song.m4a"), "-"});
+    std::filesystem::copy(Fixture(kTone), folder / "song.m4a");
+    Command command({folder / "song.m4a", "-"});
     command.out = Command::Stream::kClosed;
     EXPECT_EQ(EX_IOERR, command.Run().exitCode);
-    EXPECT_EQ(ReadFile(Fixture(kTone)), ReadFile(folder.Path("song.m4a")));
-    Command toFile({folder.Path("song.m4a"), folder.Path("out.wav")});
+    EXPECT_EQ(ReadFile(Fixture(kTone)), ReadFile(folder / "song.m4a"));
+    Command toFile({folder / "song.m4a", folder / "out.wav"});
     toFile.out = Command::Stream::kClosed;
     toFile.err = Command::Stream::kClosed;
     EXPECT_EQ(EX_OK, toFile.Run().exitCode);
-    EXPECT_EQ(176444u, std::filesystem::file_size(folder.Path("out.wav")));
+    EXPECT_EQ(176444u, std::filesystem::file_size(folder / "out.wav"));
 }
 
 TEST(Convert, ProgressIsForTerminalsOnly) {
     const TemporaryFolder folder;
-    Command command({Fixture("long.m4a"), folder.Path("out.wav")});
+    Command command({Fixture("long.m4a"), folder / "out.wav"});
     command.err = Command::Stream::kTerminal;
     const Outcome outcome = command.Run();
     EXPECT_EQ(EX_OK, outcome.exitCode);
@@ -401,7 +400,7 @@ TEST(Convert, ProgressIsForTerminalsOnly) {
     EXPECT_THAT(outcome.err, HasSubstr("%  "));
     EXPECT_THAT(outcome.err, HasSubstr(" left"));
     EXPECT_THAT(outcome.err, EndsWith("\r\033[K"));
-    EXPECT_EQ(86130688u * 4 + 44, std::filesystem::file_size(folder.Path("out.wav")));
+    EXPECT_EQ(86130688u * 4 + 44, std::filesystem::file_size(folder / "out.wav"));
 
     Command quiet({"--quiet", Fixture("long.m4a"), "/dev/null"});
     quiet.err = Command::Stream::kTerminal;
@@ -412,8 +411,8 @@ TEST(Convert, ProgressIsForTerminalsOnly) {
 TEST(Convert, ProgressStaysOnOneLine) {
     const TemporaryFolder folder;
     const std::string name(200, 'n');
-    std::filesystem::create_symlink(Fixture("long.m4a"), folder.Path(name));
-    Command command({folder.Path(name), "/dev/null"});
+    std::filesystem::create_symlink(Fixture("long.m4a"), folder / name);
+    Command command({folder / name, "/dev/null"});
     command.err = Command::Stream::kTerminal;
     command.terminalColumnCount = 60;
     const Outcome outcome = command.Run();
@@ -557,7 +556,7 @@ TEST(RF64, SmallStreamsAreWellFormed) {
 
 TEST(RF64, BeyondFourGigabytesRIFFIsRefused) {
     const TemporaryFolder folder;
-    const Outcome outcome = RunTool({Fixture("huge-8000-mono.aac"), folder.Path("out.wav")});
+    const Outcome outcome = RunTool({Fixture("huge-8000-mono.aac"), folder / "out.wav"});
     EXPECT_EQ(EX_DATAERR, outcome.exitCode);
     EXPECT_TRUE(IsOneMessage(outcome.err, Fixture("huge-8000-mono.aac")));
     EXPECT_THAT(outcome.err, HasSubstr("--rf64"));

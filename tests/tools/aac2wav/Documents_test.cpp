@@ -132,8 +132,8 @@ TEST(Documents, BashCompletes) {
     EXPECT_EQ("--start ", complete("--st"));
     EXPECT_EQ("--no-clobber ", complete("--no"));
     const TemporaryFolder folder;
-    WriteFile(folder.Path("song one.m4a"), "");
-    EXPECT_EQ(folder.Path("song one.m4a") + ' ', complete(folder.Path("so")));
+    WriteFile(folder / "song one.m4a", "");
+    EXPECT_EQ(folder / "song one.m4a" + ' ', complete(folder / "so"));
 }
 
 }  // namespace

@@ -174,19 +174,19 @@ TEST(Probe, SilenceIsCountedAndNotRendered) {
     };
     TemporaryFolder folder;
     setDuration(80000U * 44100);
-    WriteFile(folder.Path("weeks.m4a"), bytes);
-    const Outcome weeks = RunTool({"--probe", "--json", folder.Path("weeks.m4a")});
+    WriteFile(folder / "weeks.m4a", bytes);
+    const Outcome weeks = RunTool({"--probe", "--json", folder / "weeks.m4a"});
     EXPECT_EQ(EX_OK, weeks.exitCode) << weeks.err;
     const json object = json::parse(weeks.out);
     EXPECT_LT(40LL * 80000 * 44100, object["sound"]["frames"].get<std::int64_t>());
     EXPECT_EQ(0, object["damage"]["packets"]);
     EXPECT_EQ(0, object["damage"]["silencedFrames"]);
     setDuration(0xFFFFFFFF);
-    WriteFile(folder.Path("months.m4a"), bytes);
-    const Outcome months = RunTool({"--probe", folder.Path("months.m4a")});
+    WriteFile(folder / "months.m4a", bytes);
+    const Outcome months = RunTool({"--probe", folder / "months.m4a"});
     EXPECT_EQ(EX_DATAERR, months.exitCode);
     EXPECT_THAT(months.err, HasSubstr("a gap in its sound that is beyond reason"));
-    EXPECT_EQ(EX_DATAERR, RunTool({"--length", folder.Path("months.m4a")}).exitCode);
+    EXPECT_EQ(EX_DATAERR, RunTool({"--length", folder / "months.m4a"}).exitCode);
 }
 
 TEST(Probe, PictureOnly) {

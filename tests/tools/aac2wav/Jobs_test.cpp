@@ -77,10 +77,10 @@ TEST(PlanJobs, StandardInputHasNoNameToDeriveFrom) {
 
 TEST(PlanJobs, FolderTakesEachUnderItsName) {
     const TemporaryFolder folder;
-    EXPECT_EQ((Pairs{{"a/x.m4a", folder.Path("x.wav")}}), Names({"a/x.m4a", folder.Path()}));
-    const Pairs both = {{"a/x.m4a", folder.Path("x.wav")}, {"y.m4a", folder.Path("y.wav")}};
-    EXPECT_EQ(both, Names({"a/x.m4a", "y.m4a", folder.Path("")}));
-    EXPECT_EQ(both, Names({"-o", folder.Path(""), "a/x.m4a", "y.m4a"}));
+    EXPECT_EQ((Pairs{{"a/x.m4a", folder / "x.wav"}}), Names({"a/x.m4a", folder.Path()}));
+    const Pairs both = {{"a/x.m4a", folder / "x.wav"}, {"y.m4a", folder / "y.wav"}};
+    EXPECT_EQ(both, Names({"a/x.m4a", "y.m4a", folder / ""}));
+    EXPECT_EQ(both, Names({"-o", folder / "", "a/x.m4a", "y.m4a"}));
     for (const Job& job : Plan({"a/x.m4a", "y.m4a", folder.Path()})) {
         EXPECT_TRUE(job.isDerived);
     }
@@ -88,36 +88,36 @@ TEST(PlanJobs, FolderTakesEachUnderItsName) {
 
 TEST(PlanJobs, EveryNameIsAnInputWithAnOutputOption) {
     const TemporaryFolder folder;
-    WriteFile(folder.Path("b.m4a"), "x");
+    WriteFile(folder / "b.m4a", "x");
     EXPECT_EQ((Pairs{{"a.m4a", "out.wav"}}), Names({"-o", "out.wav", "a.m4a"}));
     EXPECT_EQ(EX_CANTCREAT, Refusal({"-o", "out.wav", "a.m4a", "b.m4a"}));
-    EXPECT_EQ(EX_USAGE, Refusal({"-o", folder.Path("b.m4a"), "a.m4a", "c.m4a"}));
+    EXPECT_EQ(EX_USAGE, Refusal({"-o", folder / "b.m4a", "a.m4a", "c.m4a"}));
     EXPECT_EQ(EX_USAGE, Refusal({"-o", "-", "a.m4a", "b.m4a"}));
 }
 
 TEST(PlanJobs, SeveralInputsNeedAFolder) {
     const TemporaryFolder folder;
-    WriteFile(folder.Path("file"), "");
-    EXPECT_EQ(EX_USAGE, Refusal({"a", "b", folder.Path("file")}));
+    WriteFile(folder / "file", "");
+    EXPECT_EQ(EX_USAGE, Refusal({"a", "b", folder / "file"}));
     EXPECT_EQ(EX_USAGE, Refusal({"a", "b", "-"}));
-    EXPECT_EQ(EX_CANTCREAT, Refusal({"a", "b", folder.Path("missing")}));
+    EXPECT_EQ(EX_CANTCREAT, Refusal({"a", "b", folder / "missing"}));
 }
 
 TEST(PlanJobs, NoOutputIsAnInput) {
     const TemporaryFolder folder;
-    const std::string song = folder.Path("song.wav");
+    const std::string song = folder / "song.wav";
     WriteFile(song, "x");
-    WriteFile(folder.Path("other.m4a"), "x");
-    std::filesystem::create_symlink(song, folder.Path("link"));
-    std::filesystem::create_hard_link(song, folder.Path("twin"));
+    WriteFile(folder / "other.m4a", "x");
+    std::filesystem::create_symlink(song, folder / "link");
+    std::filesystem::create_hard_link(song, folder / "twin");
     using Codes = std::vector<int>;
     EXPECT_EQ(Codes{EX_USAGE}, Refusals({song}));
     EXPECT_EQ(Codes{EX_USAGE}, Refusals({"--force", song, song}));
-    EXPECT_EQ(Codes{EX_USAGE}, Refusals({song, folder.Path("link")}));
-    EXPECT_EQ(Codes{EX_USAGE}, Refusals({song, folder.Path("twin")}));
+    EXPECT_EQ(Codes{EX_USAGE}, Refusals({song, folder / "link"}));
+    EXPECT_EQ(Codes{EX_USAGE}, Refusals({song, folder / "twin"}));
     EXPECT_EQ(Codes{EX_USAGE}, Refusals({song, folder.Path()}));
     // That one alone: the others go on.
-    EXPECT_EQ((Codes{EX_USAGE, EX_OK}), Refusals({song, folder.Path("other.m4a"), folder.Path()}));
+    EXPECT_EQ((Codes{EX_USAGE, EX_OK}), Refusals({song, folder / "other.m4a", folder.Path()}));
     EXPECT_EQ(Codes{EX_OK}, Refusals({"elsewhere/song.m4a", folder.Path()}));
 }
 
@@ -132,7 +132,7 @@ TEST(PlanJobs, InputsOfOneNameMakeNothing) {
 
 TEST(PlanJobs, ASlipOfTheShellIsNoOutput) {
     const TemporaryFolder folder;
-    const std::string second = folder.Path("b.wav");
+    const std::string second = folder / "b.wav";
     EXPECT_EQ(EX_OK, Refusal({"a.wav", second}));  // nothing there yet
     WriteFile(second, "");
     EXPECT_EQ(EX_USAGE, Refusal({"a.wav", second}));
@@ -155,11 +155,10 @@ TEST(PlanJobs, OutputsOfOtherFormatsAreRefused) {
     for (const char* name : {"out.wav", "out.WAV", "out.wave", "out", "out.raw", "out.bin", "mp3"}) {
         EXPECT_EQ(EX_OK, Refusal({"a.m4b", name})) << name;
     }
-    ASSERT_EQ(0, mkfifo(folder.Path("pipe.mp3").c_str(), 0600));
-    EXPECT_EQ(EX_OK, Refusal({"a.m4b", folder.Path("pipe.mp3")}));
-    std::filesystem::create_directory(folder.Path("folder.mp3"));
-    EXPECT_EQ((Pairs{{"a.m4b", folder.Path("folder.mp3/a.wav")}}),
-              Names({"a.m4b", folder.Path("folder.mp3")}));
+    ASSERT_EQ(0, mkfifo((folder / "pipe.mp3").c_str(), 0600));
+    EXPECT_EQ(EX_OK, Refusal({"a.m4b", folder / "pipe.mp3"}));
+    std::filesystem::create_directory(folder / "folder.mp3");
+    EXPECT_EQ((Pairs{{"a.m4b", folder / "folder.mp3/a.wav"}}), Names({"a.m4b", folder / "folder.mp3"}));
 }
 
 TEST(PlanJobs, APartNeedsANamedOutput) {
@@ -184,16 +183,16 @@ class PlanFolderTest : public testing::Test {
   protected:
     void SetUp() override {
         for (const char* folder : {"music/b", "music/.hidden", "music/out", "elsewhere"})
-            std::filesystem::create_directories(mFolder.Path(folder));
+            std::filesystem::create_directories(mFolder / folder);
         for (const char* file : {"music/z.m4a", "music/a.MP3", "music/notes.txt", "music/.secret.m4a",
                                  "music/m4a", "music/b/c.aac", "music/.hidden/d.m4a", "music/out/e.m4a",
                                  "elsewhere/f.m4a", "music/.aac2wav-123456"})
-            WriteFile(mFolder.Path(file), "x");
-        std::filesystem::create_symlink("../elsewhere", mFolder.Path("music/link"));
-        std::filesystem::create_symlink("../elsewhere/f.m4a", mFolder.Path("music/linked.m4a"));
-        ASSERT_EQ(0, mkfifo(mFolder.Path("music/pipe.m4a").c_str(), 0600));
+            WriteFile(mFolder / file, "x");
+        std::filesystem::create_symlink("../elsewhere", mFolder / "music/link");
+        std::filesystem::create_symlink("../elsewhere/f.m4a", mFolder / "music/linked.m4a");
+        ASSERT_EQ(0, mkfifo((mFolder / "music/pipe.m4a").c_str(), 0600));
     }
-    std::string Path(const std::string& inName) const { return mFolder.Path(inName); }
+    std::string Path(const std::string& inName) const { return mFolder / inName; }
 
     TemporaryFolder mFolder;
 };

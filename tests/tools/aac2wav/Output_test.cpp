@@ -75,7 +75,7 @@ mode_t ModeOf(const std::string& inPath) {
 
 TEST(Output, AppearsOnlyWhenCommitted) {
     const TemporaryFolder folder;
-    const std::string path = folder.Path("out.wav");
+    const std::string path = folder / "out.wav";
     {
         Output output(path, {Output::Replace::kSoundOnly});
         output.Write("abc", 3);
@@ -92,7 +92,7 @@ TEST(Output, AppearsOnlyWhenCommitted) {
 TEST(Output, LeavesNothingWithoutCommit) {
     const TemporaryFolder folder;
     {
-        Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
+        Output output(folder / "out.wav", {Output::Replace::kSoundOnly});
         output.Write("abc", 3);
         EXPECT_EQ(1u, folder.Names().size());
     }
@@ -102,18 +102,18 @@ TEST(Output, LeavesNothingWithoutCommit) {
 TEST(Output, OldFileStaysWithoutCommit) {
     const TemporaryFolder folder;
     const std::string old(kWAV, sizeof kWAV);
-    WriteFile(folder.Path("out.wav"), old);
+    WriteFile(folder / "out.wav", old);
     {
-        Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
+        Output output(folder / "out.wav", {Output::Replace::kSoundOnly});
         output.Write("abc", 3);
     }
-    EXPECT_EQ(old, ReadFile(folder.Path("out.wav")));
+    EXPECT_EQ(old, ReadFile(folder / "out.wav"));
     EXPECT_EQ(1u, folder.Names().size());
 }
 
 TEST(Output, ReplacesAWAVFileAndKeepsItsPermissions) {
     const TemporaryFolder folder;
-    const std::string path = folder.Path("out.wav");
+    const std::string path = folder / "out.wav";
     WriteFile(path, std::string(kWAV, sizeof kWAV));
     std::filesystem::permissions(path, std::filesystem::perms(0640));
     Output output(path, {Output::Replace::kSoundOnly});
@@ -127,15 +127,15 @@ TEST(Output, ReplacesAnRF64AndAnEmptyFile) {
     const TemporaryFolder folder;
     std::string old(kWAV, sizeof kWAV);
     old.replace(0, 4, "RF64");
-    WriteFile(folder.Path("a"), old);
-    WriteFile(folder.Path("b"), "");
-    EXPECT_EQ(EX_OK, Refusal(folder.Path("a")));
-    EXPECT_EQ(EX_OK, Refusal(folder.Path("b")));
+    WriteFile(folder / "a", old);
+    WriteFile(folder / "b", "");
+    EXPECT_EQ(EX_OK, Refusal(folder / "a"));
+    EXPECT_EQ(EX_OK, Refusal(folder / "b"));
 }
 
 TEST(Output, RefusesToReplaceAnythingElse) {
     const TemporaryFolder folder;
-    const std::string path = folder.Path("thesis.txt");
+    const std::string path = folder / "thesis.txt";
     for (const std::string& content :
          {std::string("x"), std::string("RIFF\0\0\0\0WAV", 11), std::string("RIFF\0\0\0\0AVI LIST", 16),
           std::string("some words in it")}) {
@@ -150,54 +150,54 @@ TEST(Output, RefusesToReplaceAnythingElse) {
 TEST(Output, NewFileHasThePermissionsOfTheUmask) {
     const TemporaryFolder folder;
     const mode_t old = umask(027);
-    Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
+    Output output(folder / "out.wav", {Output::Replace::kSoundOnly});
     output.Commit();
     umask(old);
-    EXPECT_EQ(mode_t{0640}, ModeOf(folder.Path("out.wav")));
+    EXPECT_EQ(mode_t{0640}, ModeOf(folder / "out.wav"));
 }
 
 TEST(Output, FollowsALink) {
     const TemporaryFolder folder;
-    std::filesystem::create_directory(folder.Path("there"));
-    WriteFile(folder.Path("there/old.wav"), "");
-    std::filesystem::create_symlink("there/old.wav", folder.Path("link.wav"));
-    Output output(folder.Path("link.wav"), {Output::Replace::kSoundOnly});
+    std::filesystem::create_directory(folder / "there");
+    WriteFile(folder / "there/old.wav", "");
+    std::filesystem::create_symlink("there/old.wav", folder / "link.wav");
+    Output output(folder / "link.wav", {Output::Replace::kSoundOnly});
     output.Write("abc", 3);
     output.Commit();
-    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("link.wav")));
-    EXPECT_EQ("abc", ReadFile(folder.Path("there/old.wav")));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.wav"));
+    EXPECT_EQ("abc", ReadFile(folder / "there/old.wav"));
 }
 
 TEST(Output, FollowsALinkToWhereNothingIsYet) {
     const TemporaryFolder folder;
-    std::filesystem::create_directory(folder.Path("there"));
-    std::filesystem::create_symlink("there/next.wav", folder.Path("link.wav"));
-    std::filesystem::create_symlink(folder.Path("there/new.wav"), folder.Path("there/next.wav"));
-    Output output(folder.Path("link.wav"), {Output::Replace::kSoundOnly});
+    std::filesystem::create_directory(folder / "there");
+    std::filesystem::create_symlink("there/next.wav", folder / "link.wav");
+    std::filesystem::create_symlink(folder / "there/new.wav", folder / "there/next.wav");
+    Output output(folder / "link.wav", {Output::Replace::kSoundOnly});
     output.Write("abc", 3);
     output.Commit();
-    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("link.wav")));
-    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("there/next.wav")));
-    EXPECT_EQ("abc", ReadFile(folder.Path("there/new.wav")));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.wav"));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "there/next.wav"));
+    EXPECT_EQ("abc", ReadFile(folder / "there/new.wav"));
     EXPECT_EQ((std::vector<std::string>{"link.wav", "there"}), folder.Names());
 }
 
 TEST(Output, RefusesALinkThatLeadsNowhere) {
     const TemporaryFolder folder;
-    std::filesystem::create_symlink("b", folder.Path("a"));
-    std::filesystem::create_symlink("a", folder.Path("b"));
-    std::filesystem::create_symlink("missing/out.wav", folder.Path("c"));
+    std::filesystem::create_symlink("b", folder / "a");
+    std::filesystem::create_symlink("a", folder / "b");
+    std::filesystem::create_symlink("missing/out.wav", folder / "c");
     for (const auto replace : {Output::Replace::kSoundOnly, Output::Replace::kAnything}) {
-        EXPECT_EQ("Too many levels of symbolic links", RefusalText(folder.Path("a"), replace));
-        EXPECT_EQ("No such file or directory", RefusalText(folder.Path("c"), replace));
+        EXPECT_EQ("Too many levels of symbolic links", RefusalText(folder / "a", replace));
+        EXPECT_EQ("No such file or directory", RefusalText(folder / "c", replace));
     }
-    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("a")));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "a"));
     EXPECT_EQ((std::vector<std::string>{"a", "b", "c"}), folder.Names());
 }
 
 TEST(Output, TellsWhyItCannotLookAtAnOldFile) {
     const TemporaryFolder folder;
-    const std::string path = folder.Path("out.wav");
+    const std::string path = folder / "out.wav";
     WriteFile(path, std::string(kWAV, sizeof kWAV));
     rlimit old{};
     ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &old));
@@ -207,12 +207,12 @@ TEST(Output, TellsWhyItCannotLookAtAnOldFile) {
     ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &old));
     EXPECT_EQ("Too many open files", reason);
     EXPECT_EQ("File name too long",
-              RefusalText(folder.Path(std::string(256, 'n')), Output::Replace::kAnything));
+              RefusalText(folder / (std::string(256, 'n')), Output::Replace::kAnything));
 }
 
 void ExpectAppearedFileStays() {
     const TemporaryFolder folder;
-    const std::string path = folder.Path("out.wav");
+    const std::string path = folder / "out.wav";
     Output output(path, {Output::Replace::kSoundOnly});
     output.Write("abc", 3);
     WriteFile(path, "another's");
@@ -222,10 +222,10 @@ void ExpectAppearedFileStays() {
 
 void ExpectNewFileIsMade() {
     const TemporaryFolder folder;
-    Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
+    Output output(folder / "out.wav", {Output::Replace::kSoundOnly});
     output.Write("abc", 3);
     output.Commit();
-    EXPECT_EQ("abc", ReadFile(folder.Path("out.wav")));
+    EXPECT_EQ("abc", ReadFile(folder / "out.wav"));
     EXPECT_EQ(1u, folder.Names().size());
 }
 
@@ -235,7 +235,7 @@ TEST(Output, DoesNotReplaceWhatAppearedMeanwhile) {
 
 TEST(Output, ReplacesWhatAppearedMeanwhileWhenToldTo) {
     const TemporaryFolder folder;
-    const std::string path = folder.Path("out.wav");
+    const std::string path = folder / "out.wav";
     Output output(path, {Output::Replace::kAnything});
     output.Write("abc", 3);
     WriteFile(path, "another's");
@@ -281,13 +281,13 @@ TEST(Output, WaitsForTheDiskWhenItIsTo) {
         Refuse({{SYS_fsync, EIO}});
         Output::Manner manner;
         {
-            Output output(folder.Path("out.wav"), manner);
+            Output output(folder / "out.wav", manner);
             output.Commit();
         }
         manner.isSynced = true;
         int exitCode = EX_OK;
         try {
-            Output output(folder.Path("synced.wav"), manner);
+            Output output(folder / "synced.wav", manner);
             output.Commit();
         } catch (const Failure& failure) {
             exitCode = failure.ExitCode();
@@ -303,7 +303,7 @@ TEST(Output, WaitsForTheDiskWhenItIsTo) {
 TEST(Output, DoesNotReplaceWhatChangedMeanwhile) {
     for (const auto replace : {Output::Replace::kSoundOnly, Output::Replace::kThisFile}) {
         const TemporaryFolder folder;
-        const std::string path = folder.Path("out.wav");
+        const std::string path = folder / "out.wav";
         WriteFile(path, std::string(kWAV, sizeof kWAV));
         Output output(path, {replace});
         output.Write("abc", 3);
@@ -312,41 +312,41 @@ TEST(Output, DoesNotReplaceWhatChangedMeanwhile) {
         EXPECT_EQ("another's words", ReadFile(path));
     }
     const TemporaryFolder folder;
-    WriteFile(folder.Path("out.wav"), "words");
-    Output output(folder.Path("out.wav"), {Output::Replace::kAnything});
+    WriteFile(folder / "out.wav", "words");
+    Output output(folder / "out.wav", {Output::Replace::kAnything});
     output.Write("abc", 3);
-    WriteFile(folder.Path("out.wav"), "other words");
+    WriteFile(folder / "out.wav", "other words");
     output.Commit();
-    EXPECT_EQ("abc", ReadFile(folder.Path("out.wav")));
+    EXPECT_EQ("abc", ReadFile(folder / "out.wav"));
 }
 
 TEST(Output, TakesItsNameWhenTheOldFileIsGone) {
     const TemporaryFolder folder;
-    WriteFile(folder.Path("out.wav"), "");
-    Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
+    WriteFile(folder / "out.wav", "");
+    Output output(folder / "out.wav", {Output::Replace::kSoundOnly});
     output.Write("abc", 3);
-    std::filesystem::remove(folder.Path("out.wav"));
+    std::filesystem::remove(folder / "out.wav");
     output.Commit();
-    EXPECT_EQ("abc", ReadFile(folder.Path("out.wav")));
+    EXPECT_EQ("abc", ReadFile(folder / "out.wav"));
 }
 
 TEST(Output, ANameThatNobodyTypedIsTakenFromNothing) {
     const TemporaryFolder folder;
-    WriteFile(folder.Path("empty.wav"), "");
-    std::filesystem::create_symlink("nothing", folder.Path("link.wav"));
+    WriteFile(folder / "empty.wav", "");
+    std::filesystem::create_symlink("nothing", folder / "link.wav");
     for (const char* name : {"empty.wav", "link.wav"}) {
-        EXPECT_EQ(EX_CANTCREAT, Refusal(folder.Path(name), Output::Replace::kNothing)) << name;
+        EXPECT_EQ(EX_CANTCREAT, Refusal(folder / name, Output::Replace::kNothing)) << name;
     }
-    Output output(folder.Path("out.wav"), {Output::Replace::kNothing});
+    Output output(folder / "out.wav", {Output::Replace::kNothing});
     output.Write("abc", 3);
-    WriteFile(folder.Path("out.wav"), "");
+    WriteFile(folder / "out.wav", "");
     EXPECT_EQ("appeared meanwhile; --force replaces it", CommitRefusal(output));
-    EXPECT_EQ("", ReadFile(folder.Path("out.wav")));
+    EXPECT_EQ("", ReadFile(folder / "out.wav"));
 }
 
 TEST(Output, TheSameBytesWithoutAHeaderAreNoLoss) {
     const TemporaryFolder folder;
-    const std::string path = folder.Path("part");
+    const std::string path = folder / "part";
     WriteFile(path, "abc");
     std::filesystem::permissions(path, std::filesystem::perms(0604));
     for (const std::string& bytes :
@@ -363,46 +363,46 @@ TEST(Output, TheSameBytesWithoutAHeaderAreNoLoss) {
 
 TEST(Output, MakesTheFoldersOnTheWayAndTakesThemBack) {
     const TemporaryFolder folder;
-    const std::string path = folder.Path("a/b/out.wav");
+    const std::string path = folder / "a/b/out.wav";
     Output::Manner manner;
     EXPECT_EQ(EX_CANTCREAT, Refusal(path));
     manner.makesFolders = true;
     {
         const Output output(path, manner);
-        EXPECT_TRUE(std::filesystem::exists(folder.Path("a/b")));
+        EXPECT_TRUE(std::filesystem::exists(folder / "a/b"));
     }
     EXPECT_TRUE(folder.Names().empty());
     {
         const Output output(path, manner);
-        WriteFile(folder.Path("a/note"), "");
+        WriteFile(folder / "a/note", "");
     }
     EXPECT_EQ(std::vector<std::string>{"a"}, folder.Names());
-    EXPECT_FALSE(std::filesystem::exists(folder.Path("a/b")));
+    EXPECT_FALSE(std::filesystem::exists(folder / "a/b"));
     manner.isSynced = true;
     Output output(path, manner);
     output.Commit();
     EXPECT_TRUE(std::filesystem::exists(path));
-    WriteFile(folder.Path("file"), "");
-    EXPECT_THROW(Output(folder.Path("file/b/out.wav"), manner), Failure);
+    WriteFile(folder / "file", "");
+    EXPECT_THROW(Output(folder / "file/b/out.wav", manner), Failure);
 }
 
 TEST(Output, KnowsAWholeWAVFile) {
     const TemporaryFolder folder;
     const std::string whole = tools_test::ReadFile(tools_test::Fixture("tone-16.wav"));
-    WriteFile(folder.Path("whole.wav"), whole);
-    WriteFile(folder.Path("half.wav"), whole.substr(0, whole.size() / 2));
-    EXPECT_TRUE(Output(folder.Path("whole.wav"), {Output::Replace::kSoundOnly}).ReplacesWholeWAV());
-    EXPECT_TRUE(Output(folder.Path("whole.wav"), {Output::Replace::kAnything}).ReplacesWholeWAV());
-    EXPECT_FALSE(Output(folder.Path("half.wav"), {Output::Replace::kSoundOnly}).ReplacesWholeWAV());
-    EXPECT_FALSE(Output(folder.Path("new.wav"), {Output::Replace::kSoundOnly}).ReplacesWholeWAV());
+    WriteFile(folder / "whole.wav", whole);
+    WriteFile(folder / "half.wav", whole.substr(0, whole.size() / 2));
+    EXPECT_TRUE(Output(folder / "whole.wav", {Output::Replace::kSoundOnly}).ReplacesWholeWAV());
+    EXPECT_TRUE(Output(folder / "whole.wav", {Output::Replace::kAnything}).ReplacesWholeWAV());
+    EXPECT_FALSE(Output(folder / "half.wav", {Output::Replace::kSoundOnly}).ReplacesWholeWAV());
+    EXPECT_FALSE(Output(folder / "new.wav", {Output::Replace::kSoundOnly}).ReplacesWholeWAV());
 }
 
 TEST(Output, CheckChangesNothing) {
     const TemporaryFolder folder;
-    Output::Check(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
+    Output::Check(folder / "out.wav", {Output::Replace::kSoundOnly});
     Output::Check("-", {Output::Replace::kSoundOnly});
     EXPECT_TRUE(folder.Names().empty());
-    EXPECT_THROW(Output::Check(folder.Path("missing/out.wav"), {Output::Replace::kSoundOnly}), Failure);
+    EXPECT_THROW(Output::Check(folder / "missing/out.wav", {Output::Replace::kSoundOnly}), Failure);
     EXPECT_THROW(Output::Check(folder.Path(), {Output::Replace::kAnything}), Failure);
 }
 
@@ -424,18 +424,18 @@ TEST(Output, ADeviceIsWrittenDirectly) {
 
 TEST(Output, RefusesAFolderAndAMissingFolder) {
     const TemporaryFolder folder;
-    WriteFile(folder.Path("file"), "");
+    WriteFile(folder / "file", "");
     EXPECT_EQ(EX_CANTCREAT, Refusal(folder.Path()));
-    EXPECT_EQ(EX_CANTCREAT, Refusal(folder.Path("missing/out.wav")));
-    EXPECT_EQ(EX_CANTCREAT, Refusal(folder.Path("missing/")));
-    EXPECT_EQ(EX_CANTCREAT, Refusal(folder.Path("file/out.wav")));
+    EXPECT_EQ(EX_CANTCREAT, Refusal(folder / "missing/out.wav"));
+    EXPECT_EQ(EX_CANTCREAT, Refusal(folder / "missing/"));
+    EXPECT_EQ(EX_CANTCREAT, Refusal(folder / "file/out.wav"));
     EXPECT_EQ(std::vector<std::string>{"file"}, folder.Names());
 }
 
 TEST(Output, TakesTheLongestName) {
     const TemporaryFolder folder;
     const std::string name(255, 'n');
-    Output output(folder.Path(name), {Output::Replace::kSoundOnly});
+    Output output(folder / name, {Output::Replace::kSoundOnly});
     output.Commit();
     EXPECT_EQ(std::vector<std::string>{name}, folder.Names());
 }
@@ -446,7 +446,7 @@ TEST(Output, ASecondSignalRemovesTheUnfinishedFile) {
     const TemporaryFolder folder;
     const auto stop = [&folder](int inSignalCount) {
         tool::WatchSignals();
-        Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
+        Output output(folder / "out.wav", {Output::Replace::kSoundOnly});
         output.Write("abc", 3);
         for (int count = 0; count < inSignalCount; ++count)
             std::raise(SIGTERM);
@@ -460,8 +460,8 @@ TEST(Output, ASecondSignalRemovesTheUnfinishedFile) {
 
 TEST(Output, TellsAFailedRename) {
     const TemporaryFolder folder;
-    Output output(folder.Path("out.wav"), {Output::Replace::kSoundOnly});
-    std::filesystem::create_directory(folder.Path("out.wav"));
+    Output output(folder / "out.wav", {Output::Replace::kSoundOnly});
+    std::filesystem::create_directory(folder / "out.wav");
     try {
         output.Commit();
         ADD_FAILURE() << "a folder was replaced";

@@ -16,8 +16,8 @@ using tools_test::WriteFile;
 class WAVCheckTest : public testing::Test {
   protected:
     tool::WAVCheck Check(const std::string& inBytes) const {
-        WriteFile(mFolder.Path("file"), inBytes);
-        return tool::CheckWAV(mFolder.Path("file"), "file");
+        WriteFile(mFolder / "file", inBytes);
+        return tool::CheckWAV(mFolder / "file", "file");
     }
     bool IsWhole(const std::string& inBytes) const { return Check(inBytes).isWhole; }
 
@@ -98,7 +98,7 @@ TEST_F(WAVCheckTest, OtherChunksAreWalkedOver) {
 
 TEST_F(WAVCheckTest, WhatCannotBeReadIsTold) {
     try {
-        tool::CheckWAV(mFolder.Path("none"), "a name");
+        tool::CheckWAV(mFolder / "none", "a name");
         ADD_FAILURE() << "nothing was read";
     } catch (const tool::Failure& failure) {
         EXPECT_EQ(EX_CANTCREAT, failure.ExitCode());

@@ -28,7 +28,7 @@ void WaitUntilWriting(Command& ioCommand, const TemporaryFolder& inFolder) {
         for (const std::string& name : inFolder.Names()) {
             std::error_code isGone;
             if (name.rfind(".aac2wav-", 0) == 0 &&
-                std::filesystem::file_size(inFolder.Path(name), isGone) > 100000 && !isGone)
+                std::filesystem::file_size(inFolder / name, isGone) > 100000 && !isGone)
                 return;
         }
     }
@@ -39,10 +39,10 @@ class Stopping : public testing::TestWithParam<int> {};
 
 TEST_P(Stopping, LeavesNoFileBehind) {
     const TemporaryFolder folder;
-    Command command({Fixture("long.m4a"), folder.Path("out.wav")});
+    Command command({Fixture("long.m4a"), folder / "out.wav"});
     command.Start();
     WaitUntilWriting(command, folder);
-    EXPECT_FALSE(std::filesystem::exists(folder.Path("out.wav")));
+    EXPECT_FALSE(std::filesystem::exists(folder / "out.wav"));
     command.Signal(GetParam());
     const Outcome outcome = command.Wait();
     EXPECT_EQ(GetParam(), outcome.signal);
@@ -52,14 +52,14 @@ TEST_P(Stopping, LeavesNoFileBehind) {
 
 TEST_P(Stopping, KeepsTheOldFile) {
     const TemporaryFolder folder;
-    ASSERT_EQ(EX_OK, RunTool({Fixture("tone-8000-mono.m4a"), folder.Path("out.wav")}).exitCode);
-    const std::string before = ReadFile(folder.Path("out.wav"));
-    Command command({Fixture("long.m4a"), folder.Path("out.wav")});
+    ASSERT_EQ(EX_OK, RunTool({Fixture("tone-8000-mono.m4a"), folder / "out.wav"}).exitCode);
+    const std::string before = ReadFile(folder / "out.wav");
+    Command command({Fixture("long.m4a"), folder / "out.wav"});
     command.Start();
     WaitUntilWriting(command, folder);
     command.Signal(GetParam());
     EXPECT_EQ(GetParam(), command.Wait().signal);
-    EXPECT_EQ(before, ReadFile(folder.Path("out.wav")));
+    EXPECT_EQ(before, ReadFile(folder / "out.wav"));
     EXPECT_EQ(1u, folder.Names().size());
 }
 
@@ -108,15 +108,15 @@ TEST(Signals, ASignalIgnoredAtTheStartStaysIgnored) {
 
 TEST(Signals, OpeningAPipeWithoutReaderCanBeStopped) {
     const TemporaryFolder folder;
-    ASSERT_EQ(0, mkfifo(folder.Path("pipe").c_str(), 0600));
-    Command command({Fixture("tone-44100-stereo.m4a"), folder.Path("pipe")});
+    ASSERT_EQ(0, mkfifo((folder / "pipe").c_str(), 0600));
+    Command command({Fixture("tone-44100-stereo.m4a"), folder / "pipe"});
     command.Start();
     while (command.IsRunning() && !command.IsAsleep())
         std::this_thread::sleep_for(1ms);
     ASSERT_TRUE(command.IsRunning());
     command.Signal(SIGTERM);
     EXPECT_EQ(SIGTERM, command.Wait().signal);
-    EXPECT_TRUE(std::filesystem::is_fifo(folder.Path("pipe")));
+    EXPECT_TRUE(std::filesystem::is_fifo(folder / "pipe"));
 }
 
 TEST(Signals, ProbingCanBeStopped) {
@@ -150,10 +150,10 @@ TEST(BrokenPipe, IsAnErrorWhereSIGPIPEIsIgnored) {
 
 TEST(BrokenPipe, OfMessagesDoesNotSpoilTheFile) {
     const TemporaryFolder folder;
-    Command command({Fixture("truncated.m4a"), folder.Path("out.wav")});
+    Command command({Fixture("truncated.m4a"), folder / "out.wav"});
     command.err = Command::Stream::kClosedPipe;
     EXPECT_EQ(EX_DATAERR, command.Run().exitCode);
-    EXPECT_EQ(176444u, std::filesystem::file_size(folder.Path("out.wav")));
+    EXPECT_EQ(176444u, std::filesystem::file_size(folder / "out.wav"));
     EXPECT_EQ(1u, folder.Names().size());
 }
 

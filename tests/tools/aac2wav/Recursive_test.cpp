@@ -24,7 +24,7 @@ class Recursive : public testing::Test {
         WriteFile(Path("music/words.m4a"), "words");
         WriteFile(Path("music/notes.txt"), "notes");
     }
-    std::string Path(const std::string& inName) const { return mFolder.Path(inName); }
+    std::string Path(const std::string& inName) const { return mFolder / inName; }
     bool Exists(const std::string& inName) const { return std::filesystem::exists(Path(inName)); }
 
     TemporaryFolder mFolder;

@@ -19,7 +19,7 @@ constexpr char kTexts[] =
 class Tags : public testing::Test {
   protected:
     std::string Make(const std::string& inName, const std::string& inOptions) const {
-        const std::string path = mFolder.Path(inName);
+        const std::string path = mFolder / inName;
         const std::string command = "ffmpeg -v error -nostdin -f lavfi -i sine=r=8000:d=0.5 " + inOptions +
                                     " -fflags +bitexact -flags:a +bitexact '" + path + "'";
         EXPECT_EQ(0, std::system(command.c_str())) << command;
@@ -89,9 +89,9 @@ TEST_F(Tags, APartHasThemToo) {
 
 TEST_F(Tags, OthersReadThem) {
     const std::string song = Make("song.m4a", kTexts);
-    ASSERT_EQ(EX_OK, RunTool({"--tags", song, mFolder.Path("out.wav")}).exitCode);
+    ASSERT_EQ(EX_OK, RunTool({"--tags", song, mFolder / "out.wav"}).exitCode);
     const std::string command = "[ \"$(ffprobe -v error -show_entries format_tags=title -of csv=p=0 '" +
-                                mFolder.Path("out.wav") + "')\" = 'T\xC3\xA4st' ]";
+                                mFolder / "out.wav" + "')\" = 'T\xC3\xA4st' ]";
     EXPECT_EQ(0, std::system(command.c_str()));
 }
 

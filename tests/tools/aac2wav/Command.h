@@ -2,31 +2,18 @@
 // test's choice.
 #pragma once
 
+#include "support/TemporaryFolder.h"
+
 #include <fcntl.h>
 #include <sys/types.h>
 
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tools_test {
 
-// A folder of the test's own, removed with it.
-class TemporaryFolder {
-  public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string Path(const std::string& inName = "") const { return (mPath / inName).string(); }
-    // Everything in it, hidden or not, sorted.
-    std::vector<std::string> Names() const;
-
-  private:
-    std::filesystem::path mPath;
-};
+using test_files::TemporaryFolder;
 
 std::string Fixture(const std::string& inName);
 std::string ReadFile(const std::string& inPath);

@@ -110,7 +110,7 @@ TEST_F(Cut, RawIsTheSamplesAlone) {
     EXPECT_EQ(529200, json::parse(RunTool({"--raw", "--probe", "--json", mSong}).out)["stream"]["bytes"]);
     EXPECT_EQ(529280, json::parse(RunTool({"--rf64", "--probe", "--json", mSong}).out)["stream"]["bytes"]);
     const TemporaryFolder folder;
-    EXPECT_EQ(EX_OK, RunTool({"--raw", mSong, folder.Path("")}).exitCode);
+    EXPECT_EQ(EX_OK, RunTool({"--raw", mSong, folder / ""}).exitCode);
     EXPECT_EQ(std::vector<std::string>{"sweep-44100-stereo.raw"}, folder.Names());
 }
 
@@ -128,7 +128,7 @@ class Track : public testing::Test {
     }
 
     TemporaryFolder mFolder;
-    const std::string mFilm = mFolder.Path("film.mp4");
+    const std::string mFilm = mFolder / "film.mp4";
 };
 
 TEST_F(Track, IsChosenByItsNumber) {
