@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <utility>
 
 namespace rez_pack {
@@ -70,15 +69,12 @@ void AddText(Bytes& ioBytes, const std::string& inText) {
     ioBytes.insert(ioBytes.end(), inText.begin(), inText.end());
 }
 
-int Short(const JSON& inValue) {
-    return Number(inValue, std::numeric_limits<SInt16>::min(), std::numeric_limits<SInt16>::max());
-}
-
-void AddBounds(Bytes& ioBytes, const JSON& inBounds) {
-    if (!inBounds.is_array() || inBounds.size() != 4)
-        throw DescriptionError("bounds are [top, left, bottom, right]");
-    for (const JSON& coordinate : inBounds)
-        AddWord(ioBytes, Short(coordinate));
+void AddBounds(Bytes& ioBytes, const JSON& inDescription) {
+    OfMember(inDescription, "bounds", [&ioBytes](const JSON& inBounds) {
+        RequireKind(inBounds.is_array() && inBounds.size() == 4, "[top, left, bottom, right]", inBounds);
+        for (const JSON& coordinate : inBounds)
+            AddWord(ioBytes, Short(coordinate));
+    });
 }
 
 JSON ReadBounds(Reader& ioReader) {
@@ -94,20 +90,18 @@ JSON Shown(const std::string& inText, CFStringEncoding inEncoding) {
     return text ? JSON(*text) : JSON();
 }
 
-const JSON& ListOf(const JSON& inDescription, const char* inName) {
-    const JSON& list = inDescription.at(inName);
-    if (!list.is_array() || list.size() > kMaxCounted)
-        throw DescriptionError(std::string(inName) + " is not a list of at most 65535");
-    return list;
+// Hands the entries of a list to a function, one after the other.
+template <typename Use>
+void ForEach(const JSON& inList, const char* inEntryName, Use inUse) {
+    RequireKind(inList.is_array() && inList.size() <= kMaxCounted, "a list of at most 65535", inList);
+    for (std::size_t i = 0; i < inList.size(); ++i)
+        Within(inEntryName + (' ' + std::to_string(i + 1)), [&] { inUse(inList[i]); });
 }
 
-Bytes EncodeStringList(const JSON& inDescription, CFStringEncoding inEncoding) {
-    const JSON& strings = ListOf(inDescription, "strings");
-    Bytes bytes;
-    AddWord(bytes, static_cast<int>(strings.size()));
-    for (const JSON& string : strings)
-        AddText(bytes, ShortText(string, inEncoding));
-    return bytes;
+void AddStringList(Bytes& ioBytes, const JSON& inStrings, CFStringEncoding inEncoding) {
+    AddWord(ioBytes, static_cast<int>(inStrings.size()));
+    ForEach(inStrings, "string",
+            [&](const JSON& inString) { AddText(ioBytes, ShortText(inString, inEncoding)); });
 }
 
 bool DecodeStringList(Reader& ioReader, CFStringEncoding inEncoding, JSON& ioDescription) {
@@ -119,22 +113,23 @@ bool DecodeStringList(Reader& ioReader, CFStringEncoding inEncoding, JSON& ioDes
     return ioReader.isGood;
 }
 
-Bytes EncodeAlert(const JSON& inDescription) {
-    Bytes bytes;
-    AddBounds(bytes, inDescription.at("bounds"));
-    AddWord(bytes, Short(inDescription.at("items")));
-    const JSON& stages = inDescription.at("stages");
-    if (!stages.is_array() || stages.size() != 4) throw DescriptionError("an alert has four stages");
+int BitsOfStage(const JSON& inStage) {
+    CheckMembers(inStage, {"default", "shown", "sound"}, "of a stage");
+    const int button =
+        OfMember(inStage, "default", [](const JSON& inValue) { return Number(inValue, 1, 2); });
+    const int sound = OfMember(inStage, "sound", [](const JSON& inValue) { return Number(inValue, 0, 3); });
+    return (button - 1) << 3 | int{OfMember(inStage, "shown", Flag)} << 2 | sound;
+}
+
+void AddStages(Bytes& ioBytes, const JSON& inStages) {
+    RequireKind(inStages.is_array() && inStages.size() == 4, "a list of four", inStages);
     int word = 0;
-    for (std::size_t i = 0; i < 4; ++i) {
-        const JSON& stage = stages[i];
-        CheckMembers(stage, {"default", "shown", "sound"}, "of a stage");
-        const int bits = (Number(stage.at("default"), 1, 2) - 1) << 3 |
-                         int{stage.at("shown").get<bool>()} << 2 | Number(stage.at("sound"), 0, 3);
-        word |= bits << (4 * i);
-    }
-    AddWord(bytes, word);
-    return bytes;
+    int shift = 0;
+    ForEach(inStages, "stage", [&](const JSON& inStage) {
+        word |= BitsOfStage(inStage) << shift;
+        shift += 4;
+    });
+    AddWord(ioBytes, word);
 }
 
 bool DecodeAlert(Reader& ioReader, JSON& ioDescription) {
@@ -155,26 +150,26 @@ const ItemKind& KindOfName(const JSON& inName) {
     throw DescriptionError("there is no kind of item " + Quoted(inName));
 }
 
-Bytes EncodeItemList(const JSON& inDescription, CFStringEncoding inEncoding) {
-    const JSON& items = ListOf(inDescription, "items");
-    Bytes bytes;
-    AddWord(bytes, static_cast<int>(items.size()) - 1);
-    for (const JSON& item : items) {
-        const ItemKind& kind = KindOfName(item.at("kind"));
-        CheckMembers(item, {"kind", "bounds", "enabled", kind.isText ? "text" : "resource"},
-                     "of such an item");
-        bytes.insert(bytes.end(), 4, 0);
-        AddBounds(bytes, item.at("bounds"));
-        bytes.push_back(static_cast<UInt8>(kind.code | (item.value("enabled", true) ? 0 : kDisabled)));
-        if (kind.isText) {
-            AddText(bytes, ShortText(item.value("text", JSON("")), inEncoding));
-        } else {
-            bytes.push_back(2);
-            AddWord(bytes, Short(item.at("resource")));
-        }
-        if (bytes.size() % 2 != 0) bytes.push_back(0);
+void AddItem(Bytes& ioBytes, const JSON& inItem, CFStringEncoding inEncoding) {
+    RequireKind(inItem.is_object(), "an object", inItem);
+    const ItemKind kind = OfMember(inItem, "kind", KindOfName);
+    CheckMembers(inItem, {"kind", "bounds", "enabled", kind.isText ? "text" : "resource"}, "of such an item");
+    ioBytes.insert(ioBytes.end(), 4, 0);
+    AddBounds(ioBytes, inItem);
+    const bool isEnabled = !inItem.contains("enabled") || OfMember(inItem, "enabled", Flag);
+    ioBytes.push_back(static_cast<UInt8>(kind.code | (isEnabled ? 0 : kDisabled)));
+    if (kind.isText) {
+        AddText(ioBytes, OptionalText(inItem, "text", inEncoding));
+    } else {
+        ioBytes.push_back(2);
+        AddWord(ioBytes, OfMember(inItem, "resource", Short));
     }
-    return bytes;
+    if (ioBytes.size() % 2 != 0) ioBytes.push_back(0);
+}
+
+void AddItemList(Bytes& ioBytes, const JSON& inItems, CFStringEncoding inEncoding) {
+    AddWord(ioBytes, static_cast<int>(inItems.size()) - 1);
+    ForEach(inItems, "item", [&](const JSON& inItem) { AddItem(ioBytes, inItem, inEncoding); });
 }
 
 bool DecodeItem(Reader& ioReader, CFStringEncoding inEncoding, JSON& ioItems) {
@@ -220,33 +215,6 @@ bool Decode(ResType inType, Reader& ioReader, CFStringEncoding inEncoding, JSON&
 
 }  // namespace
 
-void CheckMembers(const JSON& inObject, const std::vector<std::string_view>& inKnown, const char* inPlace) {
-    for (const auto& [name, value] : inObject.items())
-        if (std::find(inKnown.begin(), inKnown.end(), name) == inKnown.end())
-            throw DescriptionError("there is no member " + Quoted(name) + " " + inPlace);
-}
-
-int Number(const JSON& inValue, int inLeast, int inMost) {
-    if (!inValue.is_number_integer())
-        throw DescriptionError("a whole number is needed, not " + Quoted(inValue));
-    const auto number = inValue.get<std::int64_t>();
-    // Numbers without a sign go further than those with one.
-    const bool isTooGreat =
-        inValue.is_number_unsigned() && inValue.get<std::uint64_t>() > std::numeric_limits<SInt32>::max();
-    if (isTooGreat || number < inLeast || number > inMost)
-        throw DescriptionError(Quoted(inValue) + " is not from " + std::to_string(inLeast) + " to " +
-                               std::to_string(inMost));
-    return static_cast<int>(number);
-}
-
-std::string ShortText(const JSON& inText, CFStringEncoding inEncoding) {
-    if (!inText.is_string()) throw DescriptionError("a text is needed, not " + Quoted(inText));
-    const auto text = Recoded(inText.get<std::string>(), kCFStringEncodingUTF8, inEncoding);
-    if (!text) throw DescriptionError("the encoding has no room for " + Quoted(inText));
-    if (text->size() > 255) throw DescriptionError("a text is longer than 255 bytes");
-    return *text;
-}
-
 bool HasForm(ResType inType) {
     return inType == kString || inType == kStringList || inType == kAlert || inType == kItemList;
 }
@@ -268,15 +236,23 @@ Bytes EncodeForm(ResType inType, const JSON& inDescription, CFStringEncoding inE
     Bytes bytes;
     switch (inType) {
         case kString:
-            AddText(bytes, ShortText(inDescription.at("string"), inEncoding));
-            return bytes;
+            OfMember(inDescription, "string",
+                     [&](const JSON& inText) { AddText(bytes, ShortText(inText, inEncoding)); });
+            break;
         case kStringList:
-            return EncodeStringList(inDescription, inEncoding);
+            OfMember(inDescription, "strings",
+                     [&](const JSON& inStrings) { AddStringList(bytes, inStrings, inEncoding); });
+            break;
         case kAlert:
-            return EncodeAlert(inDescription);
+            AddBounds(bytes, inDescription);
+            AddWord(bytes, OfMember(inDescription, "items", Short));
+            OfMember(inDescription, "stages", [&](const JSON& inStages) { AddStages(bytes, inStages); });
+            break;
         default:
-            return EncodeItemList(inDescription, inEncoding);
+            OfMember(inDescription, "items",
+                     [&](const JSON& inItems) { AddItemList(bytes, inItems, inEncoding); });
     }
+    return bytes;
 }
 
 bool DecodeForm(ResType inType, const Bytes& inData, CFStringEncoding inEncoding, JSON& ioDescription) {

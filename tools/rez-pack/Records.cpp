@@ -1,6 +1,7 @@
 #include "Records.h"
 
 #include "Forms.h"
+#include "Syntax.h"
 #include "Text.h"
 
 #include <toolbox/Resources.h>
@@ -29,9 +30,7 @@ constexpr UInt8 NamedAttributes() {
 // resChanged tells a state in memory, and is never in a file.
 constexpr UInt8 kOtherAttributes = static_cast<UInt8>(~(NamedAttributes() | resChanged));
 
-constexpr int kDeepest = 100;
 constexpr std::size_t kMaxQuotedBytes = 60;
-constexpr std::size_t kMaxReasonBytes = 200;
 // What can be counted, and so shown again.
 constexpr int kMaxOfType = 32767;
 
@@ -54,15 +53,16 @@ int Nibble(char inDigit) {
     constexpr std::string_view kDigits = "0123456789ABCDEF";
     const char digit = inDigit >= 'a' && inDigit <= 'f' ? static_cast<char>(inDigit - 'a' + 'A') : inDigit;
     const std::size_t value = kDigits.find(digit);
-    if (value == std::string_view::npos) throw DescriptionError("data is not in hexadecimal");
+    if (value == std::string_view::npos) throw DescriptionError("the bytes are not in hexadecimal");
     return static_cast<int>(value);
 }
 
-Bytes BytesOfHex(const std::string& inText) {
-    if (inText.size() % 2 != 0) throw DescriptionError("data has half a byte");
+Bytes BytesOfHex(const JSON& inText) {
+    const auto& text = TextIn(inText);
+    if (text.size() % 2 != 0) throw DescriptionError("half a byte is there");
     Bytes bytes;
-    for (std::size_t i = 0; i < inText.size(); i += 2)
-        bytes.push_back(static_cast<UInt8>(Nibble(inText[i]) << 4 | Nibble(inText[i + 1])));
+    for (std::size_t i = 0; i < text.size(); i += 2)
+        bytes.push_back(static_cast<UInt8>(Nibble(text[i]) << 4 | Nibble(text[i + 1])));
     return bytes;
 }
 
@@ -76,20 +76,29 @@ std::string HexOf(const Bytes& inBytes) {
 }
 
 UInt8 AttributesOf(const JSON& inDescription) {
-    UInt8 attributes = 0;
-    for (const JSON& attribute : inDescription.value("attributes", JSON::array()))
-        attributes |= AttributeOf(attribute);
-    const int others = Number(inDescription.value("otherAttributes", JSON(0)), 0, 0xFF);
-    if ((others & ~kOtherAttributes) != 0)
-        throw DescriptionError("otherAttributes has bits that have names, or are not kept in files");
-    return static_cast<UInt8>(attributes | others);
+    int attributes = 0;
+    if (inDescription.contains("attributes")) {
+        OfMember(inDescription, "attributes", [&attributes](const JSON& inNames) {
+            RequireKind(inNames.is_array(), "a list", inNames);
+            for (const JSON& name : inNames)
+                attributes |= AttributeOf(name);
+        });
+    }
+    if (inDescription.contains("otherAttributes")) {
+        OfMember(inDescription, "otherAttributes", [&attributes](const JSON& inBits) {
+            const int others = Number(inBits, 0, 0xFF);
+            if ((others & ~kOtherAttributes) != 0)
+                throw DescriptionError("there are bits that have names, or are not kept in files");
+            attributes |= others;
+        });
+    }
+    return static_cast<UInt8>(attributes);
 }
 
 std::string NameOf(const JSON& inDescription, CFStringEncoding inEncoding) {
-    if (!inDescription.contains("nameData"))
-        return ShortText(inDescription.value("name", JSON("")), inEncoding);
+    if (!inDescription.contains("nameData")) return OptionalText(inDescription, "name", inEncoding);
     if (inDescription.contains("name")) throw DescriptionError("name and nameData are both there");
-    const Bytes bytes = BytesOfHex(inDescription["nameData"].get<std::string>());
+    const Bytes bytes = OfMember(inDescription, "nameData", BytesOfHex);
     if (bytes.size() > 255) throw DescriptionError("a name is longer than 255 bytes");
     return {bytes.begin(), bytes.end()};
 }
@@ -100,7 +109,7 @@ Bytes DataOf(ResType inType, const JSON& inDescription, CFStringEncoding inEncod
     if (!HasForm(inType) || inDescription.contains("data")) {
         members.push_back("data");
         CheckMembers(inDescription, members, "beside data");
-        return BytesOfHex(inDescription.at("data").get<std::string>());
+        return OfMember(inDescription, "data", BytesOfHex);
     }
     const std::vector<std::string_view> form = MembersOfForm(inType);
     members.insert(members.end(), form.begin(), form.end());
@@ -108,12 +117,17 @@ Bytes DataOf(ResType inType, const JSON& inDescription, CFStringEncoding inEncod
     return EncodeForm(inType, inDescription, inEncoding);
 }
 
+ResType TypeOf(const JSON& inText) {
+    const auto type = TypeOfText(TextIn(inText));
+    if (!type) throw DescriptionError("a type is four characters of Mac Roman, not " + Quoted(inText));
+    return *type;
+}
+
 Record RecordOf(const JSON& inDescription, CFStringEncoding inEncoding) {
     Record record;
-    const auto type = TypeOfText(inDescription.at("type").get<std::string>());
-    if (!type) throw DescriptionError("a type is four characters of Mac Roman");
-    record.type = *type;
-    record.id = static_cast<SInt16>(Number(inDescription.at("id"), -32768, 32767));
+    RequireKind(inDescription.is_object(), "an object", inDescription);
+    record.type = OfMember(inDescription, "type", TypeOf);
+    record.id = static_cast<SInt16>(OfMember(inDescription, "id", Short));
     record.name = NameOf(inDescription, inEncoding);
     record.attributes = AttributesOf(inDescription);
     record.data = DataOf(record.type, inDescription, inEncoding);
@@ -166,20 +180,19 @@ JSON DescriptionOf(const Record& inRecord, CFStringEncoding inEncoding) {
 }  // namespace
 
 JSON Parsed(const std::string& inText) {
-    return JSON::parse(inText, [](int inDepth, JSON::parse_event_t, JSON&) {
-        if (inDepth >= kDeepest) throw DescriptionError("nested too deeply");
+    const auto isModest = [&inText](int inDepth, JSON::parse_event_t, JSON&) {
+        if (inDepth >= kMaxDepth) throw DescriptionError(SyntaxFault(inText));
         return true;
-    });
+    };
+    try {
+        return JSON::parse(inText, isModest);
+    } catch (const JSON::exception&) {
+        throw DescriptionError(SyntaxFault(inText));
+    }
 }
 
 std::string Quoted(const JSON& inValue) {
     return Shortened(inValue.dump(-1, ' ', false, JSON::error_handler_t::replace), kMaxQuotedBytes);
-}
-
-std::string ReasonOf(const JSON::exception& inError) {
-    const std::string_view words = inError.what();
-    const std::size_t kindEnd = words.find("] ");
-    return Shortened(kindEnd == std::string_view::npos ? words : words.substr(kindEnd + 2), kMaxReasonBytes);
 }
 
 std::vector<Record> RecordsOf(const JSON& inDescription, CFStringEncoding inEncoding) {
@@ -189,14 +202,8 @@ std::vector<Record> RecordsOf(const JSON& inDescription, CFStringEncoding inEnco
     std::vector<Record> records;
     Takings takings;
     for (const JSON& resource : inDescription["resources"]) {
-        const std::string which = "resource " + std::to_string(records.size() + 1) + ": ";
-        try {
-            records.push_back(RecordOf(resource, inEncoding));
-        } catch (const DescriptionError& error) {
-            throw DescriptionError(which + error.what());
-        } catch (const JSON::exception& error) {
-            throw DescriptionError(which + ReasonOf(error));
-        }
+        records.push_back(Within("resource " + std::to_string(records.size() + 1),
+                                 [&] { return RecordOf(resource, inEncoding); }));
         takings.Take(records.back());
     }
     return records;

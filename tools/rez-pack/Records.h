@@ -37,21 +37,18 @@ struct Record {
     Bytes data;
 };
 
-// Why a description cannot be followed; names the resource.
+// Why a description cannot be followed, and where: the resource and what of it, or line and column.
 class DescriptionError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
 // The description in inText, which is not nested deeper than any that means something: what walks through it
-// may call itself. Throws a JSON exception or DescriptionError.
+// may call itself. Throws DescriptionError.
 JSON Parsed(const std::string& inText);
 
 // A value for a message, cut off when it is long.
 std::string Quoted(const JSON& inValue);
-
-// The library's words, without the name of the error's kind in front, cut off when they quote much.
-std::string ReasonOf(const JSON::exception& inError);
 
 // The records that a description tells of, text in the encoding; no two of one type and id. Throws
 // DescriptionError.

@@ -48,8 +48,6 @@ void Make(const Options& inOptions) {
     std::vector<Record> records;
     try {
         records = RecordsOf(Parsed(text), inOptions.encoding);
-    } catch (const JSON::exception& error) {
-        throw tool::Failure(EX_DATAERR, inOptions.description, ReasonOf(error));
     } catch (const DescriptionError& error) {
         throw tool::Failure(EX_DATAERR, inOptions.description, error.what());
     }

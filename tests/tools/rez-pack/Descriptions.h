@@ -30,8 +30,6 @@ inline std::string MessageOf(const std::string& inText) {
         RecordsIn(inText);
     } catch (const rez_pack::DescriptionError& error) {
         return error.what();
-    } catch (const rez_pack::JSON::exception& error) {
-        return rez_pack::ReasonOf(error);
     }
     return "none";
 }

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <toolbox/Resources.h>
 
+#include <functional>
 #include <random>
 
 namespace {
@@ -176,7 +177,7 @@ TEST(RezPackRecords, MembersThatNobodyReads) {
     EXPECT_EQ("resource 1: there is no member \"strings\" of such a resource",
               messageOf(R"({"type": "STR ", "id": 1, "string": "a", "strings": []})"));
     const std::string stage = R"({"default": 1, "shown": true, "sound": 0, "sounds": 1})";
-    EXPECT_EQ("resource 1: there is no member \"sounds\" of a stage",
+    EXPECT_EQ("resource 1: stages: stage 1: there is no member \"sounds\" of a stage",
               messageOf(R"({"type": "ALRT", "id": 1, "bounds": [0,0,0,0], "items": 1, "stages": [)" + stage +
                         "," + stage + "," + stage + "," + stage + "]}"));
     for (const auto& [kind, member] :
@@ -185,7 +186,7 @@ TEST(RezPackRecords, MembersThatNobodyReads) {
         const std::string message = messageOf(R"({"type": "DITL", "id": 1, "items": [{"kind": ")"s + kind +
                                               R"(", "bounds": [0,0,0,0], )" + member + "}]}");
         const std::string name(member, std::string_view(member).find(':'));
-        EXPECT_EQ("resource 1: there is no member " + name + " of such an item", message);
+        EXPECT_EQ("resource 1: items: item 1: there is no member " + name + " of such an item", message);
     }
 }
 
@@ -202,24 +203,99 @@ TEST(RezPackRecords, NestedDeeply) {
         return R"({"resources": [{"type": "STR ", "id": 1, "string": )" + std::string(inDepth, '[') +
                std::string(inDepth, ']') + "}]}";
     };
-    EXPECT_TRUE(MessageOf(nested(20)).starts_with("resource 1: a text is needed, not [[["));
+    EXPECT_TRUE(MessageOf(nested(20)).starts_with("resource 1: string: a text is needed, not [[["));
     for (const std::size_t depth : {98U, 200000U})
-        EXPECT_EQ("nested too deeply", MessageOf(nested(depth)));
-    EXPECT_TRUE(MessageOf(nested(97)).starts_with("resource 1: a text is needed")) << "and three around it";
-    EXPECT_EQ("nested too deeply", MessageOf(std::string(101, '['))) << "before it is found unfinished";
+        EXPECT_EQ("line 1, column 149: nested too deeply", MessageOf(nested(depth)));
+    EXPECT_TRUE(MessageOf(nested(97)).starts_with("resource 1: string: a text is needed"))
+        << "and three around it";
+    EXPECT_EQ("line 1, column 101: nested too deeply", MessageOf(std::string(101, '[')))
+        << "before it is found unfinished";
 }
 
 TEST(RezPackRecords, LongValuesAreCutOffInMessages) {
     const std::string value = R"({"type": "STR ", "id": 1, "string": [")";
-    EXPECT_EQ("resource 1: a text is needed, not [\"" + std::string(58, 'x') + "...",
+    EXPECT_EQ("resource 1: string: a text is needed, not [\"" + std::string(58, 'x') + "...",
               MessageOf(R"({"resources": [)" + value + std::string(100000, 'x') + "\"]}]}"));
     std::string wide;
     for (int i = 0; i < 1000; ++i)
         wide += "本";
     const std::string message = MessageOf(R"({"resources": [)" + value + wide + "\"]}]}");
-    EXPECT_EQ("resource 1: a text is needed, not [\"" + wide.substr(0, 57) + "...", message)
+    EXPECT_EQ("resource 1: string: a text is needed, not [\"" + wide.substr(0, 57) + "...", message)
         << "after a whole character";
-    EXPECT_GT(300U, MessageOf("\"" + std::string(100000, 'x')).size()) << "the parser's own";
+    EXPECT_GT(300U, MessageOf(std::string(100000, 'x')).size()) << "a word that is no value";
+}
+
+TEST(RezPackRecords, MessagesTellTheMember) {
+    const auto messageOf = [](const std::string& inResource) {
+        return MessageOf(R"({"resources": [)" + inResource + "]}");
+    };
+    EXPECT_EQ("resource 1: an object is needed, not 7", messageOf("7"));
+    EXPECT_EQ("resource 1: type is missing", messageOf(R"({"id": 1, "data": ""})"));
+    EXPECT_EQ("resource 1: type: a text is needed, not null", messageOf(R"({"type": null})"));
+    EXPECT_EQ("resource 1: id: a whole number is needed, not 1.5",
+              messageOf(R"({"type": "abcd", "id": 1.5})"));
+    EXPECT_EQ("resource 1: attributes: a list is needed, not \"locked\"",
+              messageOf(R"({"type": "abcd", "id": 1, "data": "", "attributes": "locked"})"));
+    EXPECT_EQ("resource 1: data: a text is needed, not [1]",
+              messageOf(R"({"type": "abcd", "id": 1, "data": [1]})"));
+    EXPECT_EQ("resource 1: strings: string 2: a text is needed, not 3",
+              messageOf(R"({"type": "STR#", "id": 1, "strings": ["a", 3]})"));
+    const std::string item = R"({"type": "DITL", "id": 1, "items": [{"kind": "button", "bounds": [0,0,0,)";
+    EXPECT_EQ("resource 1: items: item 1: bounds: 40000 is not from -32768 to 32767",
+              messageOf(item + "40000]}]}"));
+    EXPECT_EQ("resource 1: items: item 1: enabled: true or false is needed, not \"no\"",
+              messageOf(item + R"(0], "enabled": "no"}]})"));
+    EXPECT_EQ("resource 1: stages: a list of four is needed, not []",
+              messageOf(R"({"type": "ALRT", "id": 1, "bounds": [0,0,0,0], "items": 1, "stages": []})"));
+}
+
+// Every value is replaced by one of every kind, and every member is left out: nothing is told in other words
+// than ours, or not at all.
+TEST(RezPackRecords, MembersOfEveryOtherKind) {
+    const JSON whole = JSON::parse(kAlertDescription);
+    const std::vector<JSON> others = {nullptr,
+                                      true,
+                                      5,
+                                      -1,
+                                      1.5,
+                                      "x",
+                                      JSON::array(),
+                                      JSON::object(),
+                                      {1},
+                                      {{"a", 1}},
+                                      18446744073709551615U};
+    std::vector<JSON::json_pointer> places;
+    const std::function<void(const JSON&, const JSON::json_pointer&)> visit = [&](const JSON& inValue,
+                                                                                  const auto& inPlace) {
+        places.push_back(inPlace);
+        if (inValue.is_array())
+            for (std::size_t i = 0; i < inValue.size(); ++i)
+                visit(inValue[i], inPlace / i);
+        if (inValue.is_object())
+            for (const auto& [name, value] : inValue.items())
+                visit(value, inPlace / name);
+    };
+    visit(whole, JSON::json_pointer());
+    int refusedCount = 0;
+    const auto follow = [&refusedCount](const JSON& inDescription) {
+        const std::string message = MessageOf(inDescription.dump());
+        const bool isPlaced = message == "none" || message.starts_with("resource") ||
+                              message.starts_with("the description is not");
+        ASSERT_TRUE(isPlaced) << message << inDescription;
+        refusedCount += message != "none";
+    };
+    for (const JSON::json_pointer& place : places) {
+        for (const JSON& other : others) {
+            JSON changed = whole;
+            changed[place] = other;
+            follow(changed);
+        }
+        if (place.empty() || whole[place.parent_pointer()].is_array()) continue;
+        JSON without = whole;
+        without[place.parent_pointer()].erase(place.back());
+        follow(without);
+    }
+    EXPECT_LT(700, refusedCount);
 }
 
 }  // namespace
