@@ -1,5 +1,6 @@
 // The movie that a raw AAC file is: one sound track, every frame of it presented.
 #include "ADTSScan.h"
+#include "ID3Texts.h"
 #include "aac/AACConfig.h"
 #include "aac/AACProbe.h"
 #include "track/MovieImporter.h"
@@ -189,6 +190,7 @@ OSStatus ImportADTS(const std::shared_ptr<const MediaFile>& inFile, ImportedMovi
     outMovie.soundTracks = {
         {format.dataFormat, format.name, "", format.sampleRateHz, format.channelCount, true, true}};
     outMovie.takenSoundTrack = 1;
+    outMovie.tags = ReadID3Texts(*inFile);
     outMovie.tracks.clear();
     ImportedTrack& imported = outMovie.tracks.emplace_back();
     imported.mediaType = FourChars("soun");

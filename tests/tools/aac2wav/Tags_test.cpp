@@ -53,8 +53,9 @@ std::string ExpectedList() {
 }
 
 TEST_F(Tags, StandBehindTheSamples) {
-    for (const char* name : {"song.m4a", "song.flac", "song.mka"}) {
-        const std::string song = Make(name, kTexts);
+    for (const char* name : {"song.m4a", "song.flac", "song.mka", "song.aac"}) {
+        const bool isRaw = std::string(name) == "song.aac";
+        const std::string song = Make(name, kTexts + std::string(isRaw ? "-write_id3v2 1" : ""));
         const std::string plain = RunTool({song, "-"}).out;
         const Outcome outcome = RunTool({"--tags", song, "-"});
         EXPECT_EQ(EX_OK, outcome.exitCode) << outcome.err;
