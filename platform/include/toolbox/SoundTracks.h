@@ -9,9 +9,9 @@ typedef struct MovieSoundTrackInfo {
     OSType format;        // data format of its first sample description
     char formatName[64];  // for people: "AAC LC"; "" when only the data format is known
     char language[4];     // ISO 639-2: "deu"; "" when the file does not tell
-    UInt32
-        sampleRateHz;  // of the decoded sound where it is part of the movie, else as described; 0: not known
-    UInt32 channelCount;  // likewise
+    // Of the decoded sound where it is part of the movie, else as described; 0: not known.
+    UInt32 sampleRateHz;
+    UInt32 channelCount;
     Boolean isEnabled;
     Boolean isAAC;
     Boolean isTaken;  // it is the movie's first sound track: the one that is exported

@@ -224,7 +224,7 @@ bool IsMatroskaCut(const Bytes& inBytes) {
     return isSegmentCut && isLastCluster;
 }
 
-// The last page tells in a table how long its pieces are.
+// The last page says that it is the last, and tells in a table how long its pieces are.
 bool IsOggCut(const Bytes& inBytes) {
     constexpr std::int64_t kHeadBytes = 27;
     constexpr std::int64_t kMaxPageBytes = kHeadBytes + 255 + 255 * 255;
@@ -238,7 +238,8 @@ bool IsOggCut(const Bytes& inBytes) {
     std::int64_t end = page + kHeadBytes + pieceCount;
     for (std::int64_t piece = 0; piece < pieceCount; ++piece)
         end += static_cast<std::int64_t>(inBytes.Big(page + kHeadBytes + piece, 1));
-    return end > inBytes.Size();
+    const bool isLast = (inBytes.Big(page + 5, 1) & 0x04) != 0;
+    return !isLast || end > inBytes.Size();
 }
 
 // The samples that STREAMINFO tells in its last 36 bits before the checksum.

@@ -7,7 +7,9 @@
 #include <pty.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
+#include <sys/ptrace.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -145,6 +147,7 @@ void Command::Become(int inIn, int inOut, int inErr) {
         prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0);
         prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0);
     }
+    if (isTraced && ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(125);
     for (std::string& variable : environment)
         putenv(variable.data());
     if (!folder.empty() && chdir(folder.c_str()) != 0) _exit(126);
@@ -200,6 +203,33 @@ bool Command::HasOpen(const std::string& inFile) const {
          std::filesystem::directory_iterator("/proc/" + std::to_string(mProcess) + "/fd", isGone))
         if (std::filesystem::read_symlink(descriptor.path(), isGone) == file) return true;
     return false;
+}
+
+int Command::ReadingsAfter(int inSignal, int inCount, const std::string& inFile) {
+    const std::filesystem::path file = std::filesystem::canonical(inFile);
+    int count = 0;
+    while (waitpid(mProcess, &mStatus, 0) == mProcess && WIFSTOPPED(mStatus)) {
+        constexpr int kStoppedAtCall = SIGTRAP | 0x80;
+        const int stop = WSTOPSIG(mStatus);
+        __ptrace_syscall_info call{};
+        if (stop == SIGTRAP) {
+            // It has become the command.
+            EXPECT_EQ(0, ptrace(PTRACE_SETOPTIONS, mProcess, nullptr, PTRACE_O_TRACESYSGOOD));
+        } else if (stop == kStoppedAtCall) {
+            ptrace(PTRACE_GET_SYSCALL_INFO, mProcess, sizeof call, &call);
+        }
+        const bool isReading = call.op == PTRACE_SYSCALL_INFO_ENTRY &&
+                               (call.entry.nr == SYS_pread64 || call.entry.nr == SYS_read);
+        std::error_code isNone;
+        const std::string descriptor =
+            "/proc/" + std::to_string(mProcess) + "/fd/" + std::to_string(call.entry.args[0]);
+        if (isReading && std::filesystem::read_symlink(descriptor, isNone) == file && ++count == inCount)
+            Signal(inSignal);
+        const int passedOn = stop == SIGTRAP || stop == kStoppedAtCall ? 0 : stop;
+        ptrace(PTRACE_SYSCALL, mProcess, nullptr, passedOn);
+    }
+    mIsWaitedFor = true;
+    return count - inCount;
 }
 
 bool Command::EndsUnread() {

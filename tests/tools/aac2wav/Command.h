@@ -56,6 +56,7 @@ class Command {
     long fileSizeLimitBytes = -1;
     std::vector<int> ignoredSignals;
     bool obeysPermissions = false;  // also when the tests are run by root
+    bool isTraced = false;          // waits for ReadingsAfter before it begins
 
     void Start();
     bool IsRunning();
@@ -66,6 +67,10 @@ class Command {
     int WaitingByteCount() const;
     int WaitingErrorByteCount() const;  // of standard error
     void Signal(int inSignal) const;
+    // Sends a traced command a signal as it begins the inCount-th reading of a file, and answers how many
+    // more of that file it began until it ended. Every call of the system's is stopped at: no time plays a
+    // part.
+    int ReadingsAfter(int inSignal, int inCount, const std::string& inFile);
     // Waits, with nothing read, for as long as Wait does.
     bool EndsUnread();
     // Reads what is left and waits; after ten minutes the command is killed and a failure noted.

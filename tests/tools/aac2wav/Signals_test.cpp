@@ -131,6 +131,27 @@ TEST(Signals, ProbingCanBeStopped) {
     EXPECT_EQ("", outcome.out);
 }
 
+// Behind the sound are 60 MB of nothing, in which an opening looks for more of it, a block at a time.
+TEST(Signals, OpeningAForeignFileCanBeStopped) {
+    const TemporaryFolder folder;
+    const std::string file = folder / "song.wav";
+    std::filesystem::copy(Fixture("tone-16.wav"), file);
+    std::filesystem::resize_file(file, 60 << 20);
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{file, folder / "out.wav"}, {"--length", file}, {"--probe", file}}) {
+        Command command(arguments);
+        command.isTraced = true;
+        command.Start();
+        constexpr int kReadings = 30;
+        EXPECT_GE(3, command.ReadingsAfter(SIGINT, kReadings, file)) << "of some 1400";
+        const Outcome outcome = command.Wait();
+        EXPECT_EQ(SIGINT, outcome.signal);
+        EXPECT_EQ("", outcome.out);
+        EXPECT_EQ("", outcome.err);
+    }
+    EXPECT_EQ(std::vector<std::string>{"song.wav"}, folder.Names());
+}
+
 TEST(BrokenPipe, EndsSilentlyBySIGPIPE) {
     Command command({Fixture("tone-44100-stereo.m4a"), "-"});
     command.out = Command::Stream::kClosedPipe;

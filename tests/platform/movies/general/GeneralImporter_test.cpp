@@ -369,6 +369,26 @@ TEST(GeneralImporter, WhatTheContainerPromisedAndDidNotHoldIsDamage) {
     }
 }
 
+// Such a file has whole pages only, and none that says that it is the last.
+TEST(GeneralImporter, OggThatEndsBetweenTwoPagesIsCutOff) {
+    for (const auto& [options, extension] : {std::pair("-ac 2 -c:a libvorbis -page_duration 200000", "ogg"),
+                                             std::pair("-ac 2 -c:a libopus -page_duration 200000", "opus")}) {
+        const std::string whole = MakeFile(48000, 96000, options, extension);
+        std::vector<std::size_t> pages;
+        for (std::size_t page = 0; page != std::string::npos; page = whole.find("OggS", page + 1))
+            pages.push_back(page);
+        constexpr std::size_t kHeaderPages = 2;  // with one of sound behind them
+        ASSERT_LT(kHeaderPages + 4, pages.size());
+        EXPECT_FALSE(Import(whole).Sound().isCutOff) << extension;
+        EXPECT_FALSE(Import(whole + "words that somebody put behind it").Sound().isCutOff) << extension;
+        for (std::size_t page = kHeaderPages + 2; page < pages.size(); ++page) {
+            const Imported imported = Import(whole.substr(0, pages[page]));
+            ASSERT_EQ(noErr, imported.status) << imported.problem;
+            EXPECT_TRUE(imported.Sound().isCutOff) << extension << ' ' << page << " of " << pages.size();
+        }
+    }
+}
+
 void Put32(std::string& ioBytes, std::size_t inOffset, std::uint32_t inValue, bool inIsBig) {
     for (std::size_t i = 0; i < 4; ++i)
         ioBytes[inOffset + i] = static_cast<char>(inValue >> 8 * (inIsBig ? 3 - i : i));
