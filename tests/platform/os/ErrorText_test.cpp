@@ -1,6 +1,5 @@
-#include <os/ErrorText.h>
-
 #include <gtest/gtest.h>
+#include <os/ErrorText.h>
 
 #include <cerrno>
 #include <clocale>
