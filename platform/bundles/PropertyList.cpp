@@ -2,11 +2,11 @@
 
 #include "corefoundation/UTF8Text.h"
 #include "corefoundation/Values.h"
+#include "os/SystemCalls.h"
 
 #include <plist/plist.h>
 #include <toolbox/CFDate.h>
 
-#include <cstdlib>
 #include <memory>
 #include <type_traits>
 #include <vector>
@@ -18,7 +18,7 @@ namespace {
 constexpr std::string_view kBinaryMark = "bplist";
 
 struct FreeDeleter {
-    void operator()(void* inBlock) const { std::free(inBlock); }
+    void operator()(void* inBlock) const { os::Calls().free(inBlock); }
 };
 struct NodeDeleter {
     void operator()(void* inNode) const { plist_free(inNode); }

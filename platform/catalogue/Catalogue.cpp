@@ -31,7 +31,7 @@ static_assert(sizeof(RefContents) == 32 && sizeof(RefContents) <= sizeof(FSRef))
 constexpr UInt32 kRefMagic = FourChars("fsrf");
 
 struct FreeDeleter {
-    void operator()(char* inText) const { std::free(inText); }
+    void operator()(char* inText) const { os::Calls().free(inText); }
 };
 
 bool IsMissing(int inErrno) {

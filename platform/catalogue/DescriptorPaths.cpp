@@ -28,7 +28,7 @@ bool IsDescriptorFolder(std::string_view inFolder) {
 }
 
 struct FreeDeleter {
-    void operator()(char* inText) const { std::free(inText); }
+    void operator()(char* inText) const { os::Calls().free(inText); }
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Whether the compiled rooms use only the functions and objects of rooms that they see, whatever their headers say; and
-of the system only what cmake/rooms.txt names.
+of the system only what cmake/rooms.txt names. Of the platform none but its ground floor may call what the table of
+system calls has, nor whatever else there is: the rest goes through the table, so that tests can stand beneath.
 
 Usage: room_symbols.py TREE BUILD. BUILD has a compile_commands.json and the objects that it names. Exits 1 on a breach.
 """
@@ -26,6 +27,10 @@ PURE = re.compile(r"^(bcmp|mem(ccpy|chr|cmp|cpy|move|set|mem)|str(n?cat|r?chr|n?
 # Words of the list for many calls; and what std::mutex and its like call.
 GROUPS = ("toolbox", "locks", "system")
 LOCKS = re.compile(r"^pthread_(mutex|rwlock|once|cond|self)")
+# The ground floor, and the table that all else of the platform goes through.
+GROUND = "platform/os"
+TABLE = f"{GROUND}/inside/os/SystemCalls.h"
+TABLE_ENTRY = re.compile(r"^ *CALL\((\w+),", re.MULTILINE)
 SYMBOL = re.compile(r"^\s*\d+:\s+\S+\s+\S+\s+\S+\s+(LOCAL|GLOBAL|WEAK|UNIQUE)\s+(\w+)\s.*?(\S+) (\S+)$")
 
 
@@ -82,8 +87,15 @@ class Links:
     def __init__(self, rooms, objects, defined):
         self.rooms, self.objects, self.defined, self.breaches = rooms, objects, defined, []
         self.called = collections.defaultdict(set)
+        self.table = set(TABLE_ENTRY.findall((rooms.tree / TABLE).read_text()))
+
+    @staticmethod
+    def is_above_ground(room):
+        return room.name.startswith("platform/") and room.name != GROUND
 
     def check(self):
+        if not self.table:
+            self.breaches.append(f"{TABLE}: no call is in the table")
         for each in self.objects:
             for name in sorted(each.undefined):
                 definers = self.defined.get(name)
@@ -95,6 +107,8 @@ class Links:
         for room in {each.room.name: each.room for each in self.objects}.values():
             never = [name for name in room.calls if name not in GROUPS and name not in self.called[room.name]]
             self.breaches += [f"{LIST}: room {room.name} names {name}, which it does not call" for name in never]
+            if self.is_above_ground(room) and "system" in room.calls:
+                self.breaches.append(f"{LIST}: room {room.name} may call anything, which is for {GROUND} alone")
 
     def check_ours(self, user, name, definers):
         def is_allowed(definer, is_exported):
@@ -111,6 +125,9 @@ class Links:
         plain = name.split("@")[0]
         base = re.sub(r"^__isoc\d+_|^__(\w+)_chk$", lambda match: match[1] or "", plain)
         self.called[user.room.name].add(base)
+        if self.is_above_ground(user.room) and base in self.table:
+            self.breaches.append(f"{user.source}: calls {name} past the table of {TABLE}")
+            return
         if RUNTIME.match(base) or PURE.match(base) or base in user.room.calls or "system" in user.room.calls:
             return
         if LOCKS.match(base) and "locks" in user.room.calls:

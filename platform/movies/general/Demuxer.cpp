@@ -11,7 +11,6 @@ extern "C" {
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <new>
 
 namespace toolbox::movies::general {
@@ -55,8 +54,8 @@ bool IsMemoryShort(std::int64_t inFileBytes) {
     constexpr std::size_t kAnyway = 1 << 20;
     std::size_t neededBytes = 0;
     if (__builtin_mul_overflow(static_cast<std::size_t>(inFileBytes), kMaxPerByte, &neededBytes)) return true;
-    void* const memory = std::malloc(neededBytes + kAnyway);
-    std::free(memory);
+    void* const memory = ::operator new(neededBytes + kAnyway, std::nothrow);
+    ::operator delete(memory);
     return memory == nullptr;
 }
 
