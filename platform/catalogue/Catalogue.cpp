@@ -61,11 +61,15 @@ int WalkPath(const std::string& inPath, std::vector<PathStep>& outSteps, os::Ite
     outSteps.clear();
     std::string prefix = "/";
     std::size_t nameStart = 1;
+    os::VolumeKey volume;
     for (std::string_view name;;) {
         const int error = os::GetPathStatus(prefix.c_str(), outLast);
         if (error != 0) return error;
         if (outLast.kind == os::ItemKind::kLink) return ENOENT;  // took the place of what was there
-        outSteps.push_back({outLast.identity, outLast.kind == os::ItemKind::kFolder, name});
+        const bool isFolder = outLast.kind == os::ItemKind::kFolder;
+        const bool isVolumeRoot = isFolder && (outSteps.empty() || outLast.Volume() != volume);
+        outSteps.push_back({outLast.identity, isVolumeRoot, name});
+        volume = outLast.Volume();
         if (nameStart >= inPath.size()) return 0;
         const std::size_t nameEnd = std::min(inPath.find('/', nameStart), inPath.size());
         name = std::string_view(inPath).substr(nameStart, nameEnd - nameStart);

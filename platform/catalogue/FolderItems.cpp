@@ -77,7 +77,7 @@ OSStatus FindFolderByID(SInt16 inVolume, NodeID inFolderID, FoundItem& outFolder
     OSStatus status = dirNFErr;
     if (inFolderID == 0 || inFolderID == kRootID)
         status = FindByPath(volume.rootPath.c_str(), outFolder);
-    else if (NodeTable::Shared().FindID(volume.device, inFolderID, identity))
+    else if (NodeTable::Shared().FindID(volume.key.device, inFolderID, identity))
         status = FindByIdentity(identity, outFolder);
     if (status != noErr) return AsFolderStatus(status);
     return outFolder.status.kind == os::ItemKind::kFolder ? noErr : static_cast<OSStatus>(dirNFErr);

@@ -117,7 +117,7 @@ OSStatus GetVolumeFacts(SInt16 inVolume, VolumeFacts& outFacts) {
                 facts.f_bavail,
                 facts.f_files - facts.f_ffree,
                 (facts.f_flag & ST_RDONLY) != 0,
-                IsDeviceReadOnly(volume.device)};
+                IsDeviceReadOnly(volume.key.device)};
     return noErr;
 }
 

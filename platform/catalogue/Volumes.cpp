@@ -1,8 +1,10 @@
 #include "catalogue/Volumes.h"
 
+#include "catalogue/DescriptorPaths.h"
 #include "os/Mutex.h"
 #include "status/StatusOfErrno.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <vector>
 
@@ -23,60 +25,106 @@ Table& SharedTable() {
     return table;
 }
 
-// The path of the topmost folder above an item that is on its volume.
-std::string RootPathOf(const FoundItem& inItem) {
-    std::string root = inItem.path;
-    while (root != "/") {
-        const std::size_t slash = root.rfind('/');
-        const std::string folder = root.substr(0, slash == 0 ? 1 : slash);
+std::string FolderPathOf(const std::string& inPath) {
+    return inPath.substr(0, std::max<std::size_t>(inPath.rfind('/'), 1));
+}
+
+bool IsAt(const os::VolumeKey& inKey, const std::string& inRootPath) {
+    os::ItemStatus root;
+    return os::GetPathStatus(inRootPath.c_str(), root) == 0 && root.Volume() == inKey;
+}
+
+// The path of the topmost folder of a volume, from that of an item on it.
+OSStatus FindRootPath(const os::VolumeKey& inKey, std::string inItemPath, std::string& outRootPath) {
+    for (outRootPath = std::move(inItemPath); outRootPath != "/";) {
+        std::string folder = FolderPathOf(outRootPath);
         os::ItemStatus status;
-        if (os::GetPathStatus(folder.c_str(), status) != 0 ||
-            status.identity.device != inItem.status.identity.device)
-            break;
-        root = folder;
+        const int error = os::GetPathStatus(folder.c_str(), status);
+        if (error != 0) return StatusOfErrno(error);
+        if (status.Volume() != inKey) break;
+        outRootPath = std::move(folder);
     }
-    return root;
+    return noErr;
 }
 
 SInt16 NumberAt(std::size_t inIndex) {
     return static_cast<SInt16>(kBootVolume - static_cast<SInt16>(inIndex));
 }
 
-// The number of a volume, which is added if it is new.
-OSStatus FindNumber(std::vector<Volume>& ioVolumes, const Volume& inVolume, SInt16& outNumber) {
-    for (std::size_t i = 0; i < ioVolumes.size(); ++i) {
-        if (ioVolumes[i].device != inVolume.device) continue;
-        if (i != 0) ioVolumes[i].rootPath = inVolume.rootPath;  // it may be mounted elsewhere by now
-        outNumber = NumberAt(i);
-        return noErr;
+std::vector<Volume>::iterator FindKey(std::vector<Volume>& ioVolumes, const os::VolumeKey& inKey) {
+    return std::find_if(ioVolumes.begin(), ioVolumes.end(),
+                        [&inKey](const Volume& inVolume) { return inVolume.key == inKey; });
+}
+
+// The number of a volume that was met, and is where it was then; false when there is none.
+bool FindKnown(const os::VolumeKey& inKey, SInt16& outNumber) {
+    std::string rootPath;
+    {
+        Table& table = SharedTable();
+        const os::MutexLock lock(table.mutex);
+        const auto known = FindKey(table.volumes, inKey);
+        if (known == table.volumes.end()) return false;
+        outNumber = NumberAt(static_cast<std::size_t>(known - table.volumes.begin()));
+        rootPath = known->rootPath;
     }
-    if (ioVolumes.size() == kMaxVolumes) return nsvErr;
-    ioVolumes.push_back(inVolume);
-    outNumber = NumberAt(ioVolumes.size() - 1);
+    return IsAt(inKey, rootPath);
+}
+
+// The number of a volume that is new, or elsewhere than before.
+OSStatus Meet(const Volume& inBoot, const Volume& inVolume, SInt16& outNumber) {
+    Table& table = SharedTable();
+    const os::MutexLock lock(table.mutex);
+    std::vector<Volume>& volumes = table.volumes;
+    if (volumes.empty()) volumes.push_back(inBoot);
+    volumes[0] = inBoot;
+    auto known = FindKey(volumes, inVolume.key);
+    if (known == volumes.end()) {
+        if (volumes.size() == kMaxVolumes) return nsvErr;
+        known = volumes.insert(known, inVolume);
+    } else if (known != volumes.begin()) {
+        known->rootPath = inVolume.rootPath;
+    }
+    outNumber = NumberAt(static_cast<std::size_t>(known - volumes.begin()));
     return noErr;
+}
+
+OSStatus GetBootVolume(Volume& outVolume) {
+    os::ItemStatus root;
+    const int error = os::GetPathStatus("/", root);
+    if (error == 0) outVolume = {root.Volume(), "/"};
+    return StatusOfErrno(error);
 }
 
 }  // namespace
 
+OSStatus GetVolumeKey(const FoundItem& inItem, os::VolumeKey& outKey) {
+    outKey = inItem.status.Volume();
+    if (inItem.status.kind == os::ItemKind::kFolder || IsDescriptorPath(inItem.path)) return noErr;
+    if (inItem.status.isMountRoot) {
+        os::ItemStatus folder;
+        const int error = os::GetPathStatus(FolderPathOf(inItem.path).c_str(), folder);
+        if (error == 0) outKey = folder.Volume();
+        return StatusOfErrno(error);
+    }
+    // Where layers are united, files have other devices than their folders.
+    NodeFacts facts;
+    if (NodeTable::Shared().GetFacts(inItem.status.identity, facts) && facts.hasParent)
+        outKey.device = facts.parent.device;
+    return noErr;
+}
+
 OSStatus GetVolumeNumber(const FoundItem& inItem, SInt16& outNumber) {
-    os::ItemStatus boot;
-    const int error = os::GetPathStatus("/", boot);
-    if (error != 0) return StatusOfErrno(error);
-    const Volume volume = {inItem.status.identity.device, RootPathOf(inItem)};
-    Table& table = SharedTable();
-    const os::MutexLock lock(table.mutex);
-    if (table.volumes.empty()) table.volumes.push_back({boot.identity.device, "/"});
-    return FindNumber(table.volumes, volume, outNumber);
+    Volume volume;
+    OSStatus status = GetVolumeKey(inItem, volume.key);
+    if (status != noErr || FindKnown(volume.key, outNumber)) return status;
+    Volume boot;
+    status = GetBootVolume(boot);
+    if (status == noErr) status = FindRootPath(volume.key, inItem.path, volume.rootPath);
+    return status == noErr ? Meet(boot, volume, outNumber) : status;
 }
 
 OSStatus GetVolume(SInt16 inNumber, Volume& outVolume) {
-    os::ItemStatus root;
-    if (inNumber == kBootVolume) {
-        const int error = os::GetPathStatus("/", root);
-        if (error != 0) return StatusOfErrno(error);
-        outVolume = {root.identity.device, "/"};
-        return noErr;
-    }
+    if (inNumber == kBootVolume) return GetBootVolume(outVolume);
     {
         Table& table = SharedTable();
         const os::MutexLock lock(table.mutex);
@@ -84,9 +132,10 @@ OSStatus GetVolume(SInt16 inNumber, Volume& outVolume) {
         if (inNumber > kBootVolume || index >= table.volumes.size()) return nsvErr;
         outVolume = table.volumes[index];
     }
+    os::ItemStatus root;
     const int error = os::GetPathStatus(outVolume.rootPath.c_str(), root);
     if (error != 0) return error == ENOENT ? static_cast<OSStatus>(nsvErr) : StatusOfErrno(error);
-    return root.identity.device == outVolume.device ? noErr : nsvErr;
+    return root.Volume() == outVolume.key ? noErr : nsvErr;
 }
 
 }  // namespace toolbox::files

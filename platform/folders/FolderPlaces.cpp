@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <string_view>
 
 namespace toolbox::files {
@@ -87,23 +88,17 @@ std::string PathBesideLibrary(std::string_view inName) {
     return folder.append("/mirtal/").append(inName);
 }
 
-// The device of a path, or of the nearest folder above it that there is; false when none can be seen.
-bool GetDeviceAround(std::string inPath, std::uint64_t& outDevice) {
-    for (;;) {
+// Whether a path, or the nearest folder above it that there is, is on the volume.
+bool IsOn(const Volume& inVolume, std::string inPath) {
+    while (!inPath.empty()) {
         FoundItem item;
-        if (FindByPath(inPath.c_str(), item) == noErr) {
-            outDevice = item.status.identity.device;
-            return true;
-        }
-        const std::size_t slash = inPath.rfind('/');
-        if (inPath == "/" || slash == std::string::npos) return false;
-        inPath.erase(slash == 0 ? 1 : slash);
+        os::VolumeKey key;
+        if (FindByPath(inPath.c_str(), item) == noErr)
+            return GetVolumeKey(item, key) == noErr && key == inVolume.key;
+        if (inPath == "/") return false;
+        inPath.erase(std::max<std::size_t>(inPath.rfind('/'), 1));
     }
-}
-
-bool IsOn(const Volume& inVolume, const std::string& inPath) {
-    std::uint64_t device = 0;
-    return !inPath.empty() && GetDeviceAround(inPath, device) && device == inVolume.device;
+    return false;
 }
 
 std::string PathInRoot(const Volume& inVolume, std::string_view inName) {

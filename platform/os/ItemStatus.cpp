@@ -13,6 +13,8 @@ namespace toolbox::os {
 namespace {
 
 constexpr std::int64_t kNanosPerSecond = 1'000'000'000;
+constexpr std::uint64_t kBytesPerBlock = 512;  // of what the system counts as blocks
+constexpr unsigned kFields = STATX_BASIC_STATS | STATX_BTIME | STATX_MNT_ID;
 
 ItemKind KindOfMode(unsigned inMode) {
     if (S_ISREG(inMode)) return ItemKind::kFile;
@@ -27,16 +29,32 @@ std::int64_t NanosOf(const struct statx_timestamp& inTime) {
                                      inTime.tv_nsec);
 }
 
+Moment MomentOf(const struct statx_timestamp& inTime) {
+    return {inTime.tv_sec, inTime.tv_nsec};
+}
+
+ItemIdentity IdentityOf(const struct statx& inStatus) {
+    const bool hasBirth = (inStatus.stx_mask & STATX_BTIME) != 0;
+    return {makedev(inStatus.stx_dev_major, inStatus.stx_dev_minor), inStatus.stx_ino,
+            hasBirth ? NanosOf(inStatus.stx_btime) : 0};
+}
+
 int GetStatus(int inFolder, const char* inPath, int inFlags, ItemStatus& outStatus) {
     struct statx status = {};
-    if (Calls().statx(inFolder, inPath, inFlags, STATX_BASIC_STATS | STATX_BTIME, &status) != 0) return errno;
-    outStatus.identity.device = makedev(status.stx_dev_major, status.stx_dev_minor);
-    outStatus.identity.inode = status.stx_ino;
-    outStatus.identity.birthNanos = 0;
-    if ((status.stx_mask & STATX_BTIME) != 0) outStatus.identity.birthNanos = NanosOf(status.stx_btime);
-    outStatus.changeNanos = NanosOf(status.stx_mtime);
+    if (Calls().statx(inFolder, inPath, inFlags, kFields, &status) != 0) return errno;
+    outStatus.identity = IdentityOf(status);
     outStatus.kind = KindOfMode(status.stx_mode);
+    outStatus.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    outStatus.mode = status.stx_mode;
+    outStatus.owner = status.stx_uid;
+    outStatus.group = status.stx_gid;
+    outStatus.mount = (status.stx_mask & STATX_MNT_ID) != 0 ? status.stx_mnt_id : 0;
     outStatus.sizeBytes = static_cast<std::int64_t>(status.stx_size);
+    outStatus.allocatedBytes = status.stx_blocks * kBytesPerBlock;
+    outStatus.changeNanos = NanosOf(status.stx_mtime);
+    outStatus.contentDate = MomentOf(status.stx_mtime);
+    outStatus.attributeDate = MomentOf(status.stx_ctime);
+    outStatus.accessDate = MomentOf(status.stx_atime);
     return 0;
 }
 

@@ -47,53 +47,53 @@ NodeID NodeTable::Record(const std::vector<PathStep>& inPath) {
     const os::MutexLock lock(mMutex);
     std::vector<Index> chain;
     chain.reserve(inPath.size());
-    std::uint64_t parentDevice = 0;
     for (const PathStep& step : inPath) {
         // A folder mounted somewhere beneath itself: the short way leads there as well.
         const Index known = FindKey(KeyOf(step.identity));
         const auto earlier = std::find(chain.begin(), chain.end(), known);
-        if (known != kNone && earlier != chain.end()) {
+        if (known != kNone && earlier != chain.end())
             chain.erase(earlier + 1, chain.end());
-        } else {
-            const Index parent = chain.empty() ? kNone : chain.back();
-            const bool isVolumeRoot =
-                step.isFolder && (chain.empty() || step.identity.device != parentDevice);
-            chain.push_back(RecordStep(step, parent, isVolumeRoot));
-        }
-        parentDevice = step.identity.device;
+        else
+            chain.push_back(RecordStep(step, chain.empty() ? kNone : chain.back()));
     }
-    return mNodes[chain.back()].nodeID;
+    return mNodes[chain.back()].ID();
 }
 
-NodeTable::Index NodeTable::RecordStep(const PathStep& inStep, Index inParent, bool inIsVolumeRoot) {
+NodeTable::Index NodeTable::RecordStep(const PathStep& inStep, Index inParent) {
     const Index index = FindKey(KeyOf(inStep.identity));
-    if (index == kNone) return AddNode(inStep, inParent, inIsVolumeRoot);
+    if (index == kNone) return AddNode(inStep, inParent);
     Node& node = mNodes[index];
+    if (!inStep.isVolumeRoot) GiveOrdinaryID(index);
     if (node.name != inStep.name) node.name.assign(inStep.name);
     node.parent = inParent;
+    node.isVolumeRoot = inStep.isVolumeRoot;
     if (inStep.identity.birthNanos != 0) node.identity.birthNanos = inStep.identity.birthNanos;
     return index;
 }
 
-NodeTable::Index NodeTable::AddNode(const PathStep& inStep, Index inParent, bool inIsVolumeRoot) {
+NodeTable::Index NodeTable::AddNode(const PathStep& inStep, Index inParent) {
     const Index index = static_cast<Index>(mNodes.size());
-    const NodeID nodeID = ChooseID(inStep.identity, inIsVolumeRoot);
-    const bool isAllotted = nodeID != inStep.identity.inode;
-    const Key idKey{inStep.identity.device, nodeID};
-    mNodes.push_back({inStep.identity, nodeID, inParent, std::string(inStep.name)});
+    mNodes.push_back({inStep.identity, 0, inParent, inStep.isVolumeRoot, std::string(inStep.name)});
     try {
-        if (isAllotted) mByAllottedID.emplace(idKey, index);
         mByIdentity.insert(index);
+        if (!inStep.isVolumeRoot) GiveOrdinaryID(index);
     } catch (...) {
-        if (isAllotted) mByAllottedID.erase(idKey);
+        mByIdentity.erase(index);
         mNodes.pop_back();
         throw;
     }
     return index;
 }
 
-NodeID NodeTable::ChooseID(const os::ItemIdentity& inItem, bool inIsVolumeRoot) {
-    if (inIsVolumeRoot && !IsTaken(inItem.device, kRootID)) return kRootID;
+void NodeTable::GiveOrdinaryID(Index inIndex) {
+    Node& node = mNodes[inIndex];
+    if (node.ordinaryID != 0) return;
+    const NodeID nodeID = ChooseID(node.identity);
+    if (nodeID != node.identity.inode) mByAllottedID.emplace(Key{node.identity.device, nodeID}, inIndex);
+    node.ordinaryID = nodeID;
+}
+
+NodeID NodeTable::ChooseID(const os::ItemIdentity& inItem) {
     if (inItem.inode >= kFirstOrdinaryID && inItem.inode <= UINT32_MAX) {
         const NodeID sameAsInode = static_cast<NodeID>(inItem.inode);
         if (!IsTaken(inItem.device, sameAsInode)) return sameAsInode;
@@ -110,7 +110,7 @@ NodeTable::Index NodeTable::FindIndexOfID(std::uint64_t inDevice, NodeID inID) c
     const auto allotted = mByAllottedID.find(key);
     if (allotted != mByAllottedID.end()) return allotted->second;
     const Index sameInode = FindKey(key);
-    return sameInode != kNone && mNodes[sameInode].nodeID == inID ? sameInode : kNone;
+    return sameInode != kNone && mNodes[sameInode].ordinaryID == inID ? sameInode : kNone;
 }
 
 bool NodeTable::IsTaken(std::uint64_t inDevice, NodeID inID) const {
@@ -136,12 +136,12 @@ bool NodeTable::GetFacts(const os::ItemIdentity& inItem, NodeFacts& outFacts) co
     const Index index = FindItem(inItem);
     if (index == kNone) return false;
     const Node& node = mNodes[index];
-    outFacts.nodeID = node.nodeID;
+    outFacts.nodeID = node.ID();
     outFacts.name = node.name;
     outFacts.hasParent = node.parent != kNone;
     outFacts.parent = outFacts.hasParent ? mNodes[node.parent].identity : os::ItemIdentity();
     outFacts.parentID =
-        node.nodeID == kRootID || !outFacts.hasParent ? kRootParentID : mNodes[node.parent].nodeID;
+        node.isVolumeRoot != 0 || !outFacts.hasParent ? kRootParentID : mNodes[node.parent].ID();
     return true;
 }
 

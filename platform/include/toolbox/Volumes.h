@@ -2,8 +2,8 @@
 //
 // A volume has a negative reference number from the first time that the process meets it until its end. The
 // first is the one of the root folder "/". File systems that the kernel makes up, such as /proc, hold no
-// blocks and are not counted; one that is mounted at several places is one volume. Every function may be
-// called on any thread.
+// blocks and are not counted; one that is mounted at several places is as many volumes, between which nothing
+// is moved by renaming. Every function may be called on any thread.
 #pragma once
 
 #include <toolbox/Files.h>

@@ -56,11 +56,11 @@ std::string FolderOfThisProgram() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
 }
 
-// A volume that is a folder of the test's: places are told by device alone.
+// A volume that is a folder of the test's.
 Volume VolumeAt(const std::string& inRootPath) {
     FoundItem item;
     EXPECT_EQ(noErr, FindByPath(inRootPath.c_str(), item));
-    return {item.status.identity.device + 1, inRootPath};
+    return {{item.status.mount, item.status.identity.device + 1}, inRootPath};
 }
 
 std::vector<std::string> PathsOf(const std::vector<Place>& inPlaces) {
@@ -297,7 +297,7 @@ TEST_P(Folders, Temporary) {
 TEST_P(Folders, TemporaryOnAVolume) {
     FoundItem home;
     ASSERT_EQ(noErr, FindByPath(mHome.Path().c_str(), home));
-    const Volume same = {home.status.identity.device, "/"};
+    const Volume same = {home.status.Volume(), "/"};
     mVariables["TMPDIR"] = mHome / "t";
     EXPECT_EQ(std::vector{mHome / "t"}, PathsOf(TemporaryPlacesOn(same)));
     mVariables["TMPDIR"] = "/proc/none";
@@ -311,7 +311,7 @@ TEST_P(Folders, TrashOnAVolume) {
     FoundItem home;
     ASSERT_EQ(noErr, FindByPath(mHome.Path().c_str(), home));
     EXPECT_EQ(std::vector{mHome / ".local/share/Trash/files"},
-              PathsOf(TrashPlacesOn({home.status.identity.device, "/"})))
+              PathsOf(TrashPlacesOn({home.status.Volume(), "/"})))
         << "the volume that the user's trash will be on";
     const std::string user = std::to_string(::getuid());
     const std::vector own = {mHome / ".Trash-" + user + "/files"};

@@ -34,6 +34,33 @@ TEST(GetPathStatus, AgreesWithStat) {
     EXPECT_EQ(expected.st_ino, status.identity.inode);
     EXPECT_EQ(5, status.sizeBytes);
     EXPECT_EQ(ItemKind::kFile, status.kind);
+    EXPECT_EQ(expected.st_mode, status.mode);
+    EXPECT_EQ(expected.st_uid, status.owner);
+    EXPECT_EQ(expected.st_gid, status.group);
+    EXPECT_EQ(static_cast<std::uint64_t>(expected.st_blocks) * 512, status.allocatedBytes);
+    EXPECT_EQ(expected.st_atim.tv_sec, status.accessDate.seconds);
+    EXPECT_EQ(expected.st_mtim.tv_nsec, status.contentDate.nanos);
+    EXPECT_EQ(expected.st_ctim.tv_nsec, status.attributeDate.nanos);
+}
+
+TEST(GetPathStatus, Mounts) {
+    const TemporaryFolder folder;
+    ItemStatus root, item, process;
+    ASSERT_EQ(0, GetPathStatus("/proc", root));
+    ASSERT_EQ(0, GetPathStatus("/proc/version", process));
+    ASSERT_EQ(0, GetPathStatus(folder.MakeFile("a").c_str(), item));
+    EXPECT_NE(0U, root.mount);
+    EXPECT_TRUE(root.isMountRoot);
+    EXPECT_FALSE(process.isMountRoot);
+    EXPECT_FALSE(item.isMountRoot);
+    EXPECT_EQ(root.Volume(), process.Volume());
+    EXPECT_NE(root.mount, item.mount);
+}
+
+TEST(VolumeKey, IsMountAndDevice) {
+    EXPECT_EQ((VolumeKey{1, 2}), (VolumeKey{1, 2}));
+    EXPECT_NE((VolumeKey{1, 2}), (VolumeKey{9, 2}));
+    EXPECT_NE((VolumeKey{1, 2}), (VolumeKey{1, 9}));
 }
 
 TEST(GetPathStatus, Kinds) {

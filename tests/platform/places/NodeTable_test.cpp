@@ -15,13 +15,16 @@ constexpr std::uint64_t kDisk = 65024;
 constexpr std::uint64_t kOtherDisk = 7;
 
 PathStep Folder(std::uint64_t inInode, std::string_view inName, std::uint64_t inDevice = kDisk) {
+    return {{inDevice, inInode, 1}, false, inName};
+}
+PathStep VolumeRoot(std::uint64_t inInode, std::string_view inName, std::uint64_t inDevice = kOtherDisk) {
     return {{inDevice, inInode, 1}, true, inName};
 }
 PathStep File(std::uint64_t inInode, std::string_view inName, std::uint64_t inDevice = kDisk) {
     return {{inDevice, inInode, 1}, false, inName};
 }
 PathStep Root() {
-    return Folder(2, "");
+    return VolumeRoot(2, "", kDisk);
 }
 
 std::string PathOf(const NodeTable& inTable, const PathStep& inStep) {
@@ -70,21 +73,19 @@ TEST(NodeTable, PathAndIdsFollowTheInodes) {
 TEST(NodeTable, ItemsByTheirIds) {
     NodeTable table;
     table.Record({Root(), Folder(200, "music"), File(0x123456789AU, "large")});
-    table.Record({Root(), Folder(200, "other disk", kOtherDisk)});
+    table.Record({Root(), VolumeRoot(200, "other disk")});
     ItemIdentity found;
     ASSERT_TRUE(table.FindID(kDisk, 200, found));
     EXPECT_EQ(kDisk, found.device);
     EXPECT_EQ(200u, found.inode);
-    ASSERT_TRUE(table.FindID(kDisk, kRootID, found));
-    EXPECT_EQ(2u, found.inode);
-    ASSERT_TRUE(table.FindID(kOtherDisk, kRootID, found)) << "a volume's root";
-    EXPECT_EQ(200u, found.inode);
+    EXPECT_FALSE(table.FindID(kDisk, kRootID, found)) << "every volume's root has that one";
+    EXPECT_FALSE(table.FindID(kOtherDisk, kRootID, found));
     const NodeID allotted = FactsOf(table, File(0x123456789AU, "")).nodeID;
     ASSERT_TRUE(table.FindID(kDisk, allotted, found));
     EXPECT_EQ(0x123456789AU, found.inode);
     EXPECT_FALSE(table.FindID(kOtherDisk, 200, found)) << "that is its inode, not its id";
     EXPECT_FALSE(table.FindID(kDisk, 201, found));
-    EXPECT_FALSE(table.FindID(99, kRootID, found));
+    EXPECT_FALSE(table.FindID(99, 200, found));
 }
 
 TEST(NodeTable, RecordingAgainAddsNothing) {
@@ -146,21 +147,19 @@ TEST(NodeTable, AnInodeInUseIsNotAllotted) {
 
 TEST(NodeTable, LowInodesOfOrdinaryItemsAreNotTheirIds) {
     NodeTable table;
-    table.Record({Folder(128, "")});  // a root whose inode is not 2
-    EXPECT_EQ(kRootID, FactsOf(table, Folder(128, "")).nodeID);
+    const PathStep root = VolumeRoot(128, "", kDisk);
+    table.Record({root});
+    EXPECT_EQ(kRootID, FactsOf(table, root).nodeID);
     for (const std::uint64_t inode : {0, 1, 2, 15}) {
-        EXPECT_GE(table.Record({Folder(128, ""), File(inode, "low")}), kFirstOrdinaryID) << inode;
+        EXPECT_GE(table.Record({root, File(inode, "low")}), kFirstOrdinaryID) << inode;
     }
-    EXPECT_EQ(16u, table.Record({Folder(128, ""), File(16, "first")}));
-    // The root took 2 rather than its inode, which no other item can have, so it is free for an allotted one
-    // only.
-    EXPECT_NE(kRootID, table.Record({Folder(128, ""), File(129, "next")}));
+    EXPECT_EQ(16u, table.Record({root, File(16, "first")}));
 }
 
 TEST(NodeTable, EachVolumeHasItsRoot) {
     NodeTable table;
-    table.Record({Root(), Folder(200, "mnt"), Folder(256, "disk", kOtherDisk), File(300, "a", kOtherDisk)});
-    const NodeFacts mounted = FactsOf(table, Folder(256, "", kOtherDisk));
+    table.Record({Root(), Folder(200, "mnt"), VolumeRoot(256, "disk"), File(300, "a", kOtherDisk)});
+    const NodeFacts mounted = FactsOf(table, VolumeRoot(256, ""));
     EXPECT_EQ(kRootID, mounted.nodeID);
     EXPECT_EQ(kRootParentID, mounted.parentID);
     EXPECT_TRUE(mounted.hasParent);
@@ -168,23 +167,30 @@ TEST(NodeTable, EachVolumeHasItsRoot) {
     EXPECT_EQ("/mnt/disk/a", PathOf(table, File(300, "", kOtherDisk)));
 }
 
-TEST(NodeTable, SecondFolderOfAVolumeMountedElsewhereIsOrdinary) {
+// A folder that is mounted elsewhere, too, is a root by the one path and an ordinary folder by the other.
+TEST(NodeTable, AFolderIsWhatItIsByItsLatestPath) {
     NodeTable table;
-    table.Record({Root(), Folder(256, "disk", kOtherDisk)});
-    table.Record({Root(), Folder(400, "bound", kOtherDisk)});
-    EXPECT_EQ(400u, FactsOf(table, Folder(400, "", kOtherDisk)).nodeID);
-    EXPECT_EQ(kRootID, FactsOf(table, Folder(256, "", kOtherDisk)).nodeID);
-}
-
-TEST(NodeTable, AFileMountedAloneIsNoRoot) {
-    NodeTable table;
-    EXPECT_EQ(400u, table.Record({Root(), Folder(200, "etc"), File(400, "hosts", kOtherDisk)}));
+    const std::vector<PathStep> mounted = {Root(), VolumeRoot(400, "bound", kDisk), File(401, "a")};
+    const std::vector<PathStep> ordinary = {Root(), Folder(200, "x"), Folder(400, "y"), File(401, "a")};
+    table.Record(mounted);
+    EXPECT_EQ(kRootID, FactsOf(table, Folder(400, "")).nodeID);
+    EXPECT_EQ(kRootParentID, FactsOf(table, Folder(400, "")).parentID);
+    EXPECT_EQ(kRootID, FactsOf(table, File(401, "")).parentID);
+    table.Record(ordinary);
+    EXPECT_EQ(400u, FactsOf(table, Folder(400, "")).nodeID);
+    EXPECT_EQ(200u, FactsOf(table, Folder(400, "")).parentID);
+    EXPECT_EQ(400u, FactsOf(table, File(401, "")).parentID);
+    table.Record(mounted);
+    EXPECT_EQ(kRootID, FactsOf(table, Folder(400, "")).nodeID);
+    ItemIdentity found;
+    ASSERT_TRUE(table.FindID(kDisk, 400, found)) << "an id that was handed out stays the item's";
+    EXPECT_EQ(400u, found.inode);
 }
 
 TEST(NodeTable, SameInodeOnTwoVolumesIsTwoItems) {
     NodeTable table;
     table.Record({Root(), File(300, "a")});
-    table.Record({Root(), Folder(256, "disk", kOtherDisk), File(300, "b", kOtherDisk)});
+    table.Record({Root(), VolumeRoot(256, "disk"), File(300, "b", kOtherDisk)});
     EXPECT_EQ("/a", PathOf(table, File(300, "")));
     EXPECT_EQ("/disk/b", PathOf(table, File(300, "", kOtherDisk)));
 }

@@ -1,13 +1,14 @@
 // Volumes: mounted file systems, by the numbers that programs name them with.
 //
-// A volume is a device, and has its number from the first time that the process meets it until the process's
-// end. One that is mounted at several folders is one volume, at the folder by which it was met last. Safe on
-// any thread. Functions may throw std::bad_alloc.
+// A volume is a mount: a file system that is mounted at two folders is two volumes. Where the kernel tells no
+// mounts, it is a device, at the folder by which it was met last. What is a device of its own within a mount,
+// such as a subvolume of btrfs, is a volume, too. An item is on its folder's volume unless it is the topmost
+// folder of another; a file that is mounted alone is not. Numbers hold from the first time that the process
+// meets a volume until the process's end. Safe on any thread. Functions may throw std::bad_alloc.
 #pragma once
 
 #include "catalogue/Catalogue.h"
 
-#include <cstdint>
 #include <string>
 
 namespace toolbox::files {
@@ -16,9 +17,12 @@ namespace toolbox::files {
 constexpr SInt16 kBootVolume = -1;
 
 struct Volume {
-    std::uint64_t device = 0;
+    os::VolumeKey key;
     std::string rootPath;  // absolute, of its topmost folder
 };
+
+// What tells the volume of an item, which was just found, from others.
+[[nodiscard]] OSStatus GetVolumeKey(const FoundItem& inItem, os::VolumeKey& outKey);
 
 // The number of the volume on which an item is, which was just found. nsvErr when there are no numbers left.
 [[nodiscard]] OSStatus GetVolumeNumber(const FoundItem& inItem, SInt16& outNumber);

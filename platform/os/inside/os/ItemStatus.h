@@ -1,4 +1,5 @@
-// What the system tells of an item: who it is, of what kind and how long.
+// What the system tells of an item: who it is, where it is mounted, of what kind, how long, whose and when
+// changed.
 #pragma once
 
 #include <toolbox/MacTypes.h>
@@ -21,6 +22,14 @@ struct ItemIdentity {
     }
 };
 
+// Tells a mounted file system from every other that is mounted now: the kernel's number of the mount, 0 where
+// it tells none, and the device, because some file systems have parts that are devices of their own.
+struct VolumeKey {
+    std::uint64_t mount = 0;
+    std::uint64_t device = 0;
+    bool operator==(const VolumeKey&) const = default;
+};
+
 enum class ItemKind : std::uint16_t {
     kFile = 1,
     kFolder = 2,
@@ -28,11 +37,29 @@ enum class ItemKind : std::uint16_t {
     kOther = 4
 };  // kept in alias records
 
+// Since 1970; the fraction counts forward also before.
+struct Moment {
+    std::int64_t seconds = 0;
+    std::uint32_t nanos = 0;
+};
+
 struct ItemStatus {
     ItemIdentity identity;
     ItemKind kind = ItemKind::kOther;
+    bool isMountRoot = false;  // something is mounted where it lies, and it is that; false where nobody tells
+    std::uint16_t mode = 0;    // POSIX: permissions, and the bits of the kind
+    std::uint32_t owner = 0;
+    std::uint32_t group = 0;
+    std::uint64_t mount = 0;  // as in VolumeKey
     std::int64_t sizeBytes = 0;
-    std::int64_t changeNanos = 0;  // when contents were last changed, since 1970
+    std::uint64_t allocatedBytes = 0;  // on the volume
+    std::int64_t changeNanos = 0;      // contentDate as one number, to compare
+    Moment contentDate;                // when each was last changed, or read
+    Moment attributeDate;
+    Moment accessDate;
+
+    // The volume of a folder, and of what lies in it, unless that is a folder of another one.
+    VolumeKey Volume() const { return {mount, identity.device}; }
 };
 
 // All answer 0 or an errno. Only the second follows a link at the end of the path.

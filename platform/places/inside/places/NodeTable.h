@@ -32,13 +32,13 @@ constexpr NodeID kFirstOrdinaryID = 16;  // those below never name an ordinary i
 // One item of a path from the root folder down.
 struct PathStep {
     os::ItemIdentity identity;
-    bool isFolder = false;
-    std::string_view name;  // empty for the root folder; any other bytes but '/' and NUL
+    bool isVolumeRoot = false;  // the topmost folder of its volume
+    std::string_view name;      // empty for the root folder; any other bytes but '/' and NUL
 };
 
 struct NodeFacts {
-    NodeID nodeID = 0;
-    NodeID parentID = 0;
+    NodeID nodeID = 0;       // kRootID for a volume's root
+    NodeID parentID = 0;     // kRootParentID for a volume's root
     bool hasParent = false;  // false for the root of all paths
     os::ItemIdentity parent;
     std::string name;
@@ -64,20 +64,23 @@ class NodeTable {
     bool GetFacts(const os::ItemIdentity& inItem, NodeFacts& outFacts) const;
     bool GetPath(const os::ItemIdentity& inItem, std::string& outPath) const;
 
-    // The item with a node id; false when it has no node.
+    // The item with a node id, which is not kRootID: roots are found by their volumes. False when it has no
+    // node.
     bool FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& outItem) const;
 
     std::size_t Count() const;
 
   private:
     using Index = std::uint32_t;
-    static constexpr Index kNone = UINT32_MAX;
+    static constexpr Index kNone = INT32_MAX;
 
     struct Node {
         os::ItemIdentity identity;
-        NodeID nodeID;
-        Index parent;
+        NodeID ordinaryID;  // 0 until it was met as anything but a volume's root
+        Index parent : 31;
+        Index isVolumeRoot : 1;  // where the hint says that it is
         std::string name;
+        NodeID ID() const { return isVolumeRoot != 0 ? kRootID : ordinaryID; }
     };
     struct Key {
         std::uint64_t device;
@@ -111,9 +114,10 @@ class NodeTable {
 
     Index FindKey(const Key& inKey) const NEEDS_LOCK(mMutex);
     Index FindItem(const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
-    Index RecordStep(const PathStep& inStep, Index inParent, bool inIsVolumeRoot) NEEDS_LOCK(mMutex);
-    Index AddNode(const PathStep& inStep, Index inParent, bool inIsVolumeRoot) NEEDS_LOCK(mMutex);
-    NodeID ChooseID(const os::ItemIdentity& inItem, bool inIsVolumeRoot) NEEDS_LOCK(mMutex);
+    Index RecordStep(const PathStep& inStep, Index inParent) NEEDS_LOCK(mMutex);
+    Index AddNode(const PathStep& inStep, Index inParent) NEEDS_LOCK(mMutex);
+    void GiveOrdinaryID(Index inIndex) NEEDS_LOCK(mMutex);
+    NodeID ChooseID(const os::ItemIdentity& inItem) NEEDS_LOCK(mMutex);
     Index FindIndexOfID(std::uint64_t inDevice, NodeID inID) const NEEDS_LOCK(mMutex);
     bool IsTaken(std::uint64_t inDevice, NodeID inID) const NEEDS_LOCK(mMutex);
 
