@@ -5,13 +5,13 @@
 #include "status/StatusOfErrno.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <toolbox/CatalogInfo.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <iterator>
 #include <new>
 
 namespace toolbox::files {
@@ -21,21 +21,16 @@ namespace {
 static_assert(sizeof(FSCatalogInfo) == 144);
 static_assert(offsetof(FSCatalogInfo, permissions) == 56 && offsetof(FSCatalogInfo, dataLogicalSize) == 104);
 
-constexpr FSCatalogInfoBitmap kKnownInfo = kFSCatInfoNodeFlags | kFSCatInfoVolume | kFSCatInfoParentDirID |
-                                           kFSCatInfoNodeID | kFSCatInfoContentMod | kFSCatInfoAttrMod |
-                                           kFSCatInfoAccessDate | kFSCatInfoPermissions | kFSCatInfoDataSizes;
 constexpr FSCatalogInfoBitmap kSettableInfo = kFSCatInfoPermissions;
 constexpr mode_t kPermissionBits = 07777;
 constexpr std::size_t kMaxNameUnits = 255;
-constexpr std::uint64_t kBytesPerBlock = 512;  // of what the system counts as blocks
 
 // From the start of 1904 to that of 1970.
 constexpr std::int64_t kSecondsBefore1970 = 2'082'844'800;
 
-UTCDateTime DateOf(const struct statx_timestamp& inTime) {
-    const std::int64_t seconds = std::max<std::int64_t>(inTime.tv_sec + kSecondsBefore1970, 0);
-    const auto fraction =
-        static_cast<UInt16>((static_cast<std::uint64_t>(inTime.tv_nsec) << 16) / 1'000'000'000);
+UTCDateTime DateOf(const os::Moment& inMoment) {
+    const std::int64_t seconds = std::max<std::int64_t>(inMoment.seconds + kSecondsBefore1970, 0);
+    const auto fraction = static_cast<UInt16>((std::uint64_t{inMoment.nanos} << 16) / 1'000'000'000);
     return {static_cast<UInt16>(seconds >> 32), static_cast<UInt32>(seconds), fraction};
 }
 
@@ -48,47 +43,94 @@ UInt8 AccessOf(const std::string& inPath) {
     return static_cast<UInt8>(access);
 }
 
+// What was found out of an item: item and facts always, the rest where it is asked for.
 struct Knowledge {
     FoundItem item;
     NodeFacts facts;
-    struct statx status = {};
     SInt16 volume = 0;
+    UInt8 access = 0;
+
+    const os::ItemStatus& Status() const { return item.status; }
+    bool IsOfKind(os::ItemKind inKind) const { return item.status.kind == inKind; }
 };
 
-OSStatus FindOut(const FSRef& inRef, Knowledge& outKnowledge) {
+// Where a field comes from, beside the one look that finds the item.
+enum class Source {
+    kFinding,  // nowhere else
+    kVolume,   // one more look, at the volume's root
+    kAccess    // three questions
+};
+
+struct Field {
+    FSCatalogInfoBitmap bit;
+    Source source;
+    void (*fill)(const Knowledge& inKnown, FSCatalogInfo& ioInfo);
+};
+
+constexpr Field kFields[] = {
+    {kFSCatInfoNodeFlags, Source::kFinding,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
+         ioInfo.nodeFlags = inKnown.IsOfKind(os::ItemKind::kFolder) ? kFSNodeIsDirectoryMask : 0;
+     }},
+    {kFSCatInfoVolume, Source::kVolume,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.volume = inKnown.volume; }},
+    {kFSCatInfoParentDirID, Source::kFinding,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.parentDirID = inKnown.facts.parentID; }},
+    {kFSCatInfoNodeID, Source::kFinding,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.nodeID = inKnown.facts.nodeID; }},
+    {kFSCatInfoContentMod, Source::kFinding,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
+         ioInfo.contentModDate = DateOf(inKnown.Status().contentDate);
+     }},
+    {kFSCatInfoAttrMod, Source::kFinding,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
+         ioInfo.attributeModDate = DateOf(inKnown.Status().attributeDate);
+     }},
+    {kFSCatInfoAccessDate, Source::kFinding,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
+         ioInfo.accessDate = DateOf(inKnown.Status().accessDate);
+     }},
+    {kFSCatInfoPermissions, Source::kAccess,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
+         const os::ItemStatus& status = inKnown.Status();
+         ioInfo.permissions = {status.owner, status.group, 0, inKnown.access, status.mode, 0};
+     }},
+    {kFSCatInfoDataSizes, Source::kFinding,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
+         const bool isFile = inKnown.IsOfKind(os::ItemKind::kFile);
+         ioInfo.dataLogicalSize = isFile ? static_cast<UInt64>(inKnown.Status().sizeBytes) : 0;
+         ioInfo.dataPhysicalSize = isFile ? inKnown.Status().allocatedBytes : 0;
+     }},
+};
+
+constexpr FSCatalogInfoBitmap BitsOfFields() {
+    FSCatalogInfoBitmap bits = 0;
+    for (const Field& field : kFields)
+        bits |= field.bit;
+    return bits;
+}
+constexpr FSCatalogInfoBitmap kKnownInfo = BitsOfFields();
+
+bool Asks(FSCatalogInfoBitmap inWhich, Source inSource) {
+    return std::any_of(std::begin(kFields), std::end(kFields), [&](const Field& inField) {
+        return inField.source == inSource && (inWhich & inField.bit) != 0;
+    });
+}
+
+OSStatus FindOut(const FSRef& inRef, FSCatalogInfoBitmap inWhich, bool inAsksVolume,
+                 Knowledge& outKnowledge) {
+    const FoundItem& item = outKnowledge.item;
     OSStatus status = FindByRef(inRef, outKnowledge.item);
     if (status != noErr) return status;
-    const FoundItem& item = outKnowledge.item;
     if (!NodeTable::Shared().GetFacts(item.status.identity, outKnowledge.facts)) return fnfErr;
-    status = GetVolumeNumber(item, outKnowledge.volume);
-    if (status != noErr) return status;
-    if (os::Calls().statx(AT_FDCWD, item.path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS,
-                          &outKnowledge.status) != 0)
-        return StatusOfErrno(errno);
-    return noErr;
+    if (inAsksVolume || Asks(inWhich, Source::kVolume)) status = GetVolumeNumber(item, outKnowledge.volume);
+    if (Asks(inWhich, Source::kAccess)) outKnowledge.access = AccessOf(item.path);
+    return status;
 }
 
-void FillWhere(const Knowledge& inKnowledge, FSCatalogInfoBitmap inWhich, FSCatalogInfo& ioInfo) {
-    const bool isFolder = inKnowledge.item.status.kind == os::ItemKind::kFolder;
-    if ((inWhich & kFSCatInfoNodeFlags) != 0) ioInfo.nodeFlags = isFolder ? kFSNodeIsDirectoryMask : 0;
-    if ((inWhich & kFSCatInfoVolume) != 0) ioInfo.volume = inKnowledge.volume;
-    if ((inWhich & kFSCatInfoParentDirID) != 0) ioInfo.parentDirID = inKnowledge.facts.parentID;
-    if ((inWhich & kFSCatInfoNodeID) != 0) ioInfo.nodeID = inKnowledge.facts.nodeID;
-}
-
-void FillStatus(const Knowledge& inKnowledge, FSCatalogInfoBitmap inWhich, FSCatalogInfo& ioInfo) {
-    const struct statx& status = inKnowledge.status;
-    if ((inWhich & kFSCatInfoContentMod) != 0) ioInfo.contentModDate = DateOf(status.stx_mtime);
-    if ((inWhich & kFSCatInfoAttrMod) != 0) ioInfo.attributeModDate = DateOf(status.stx_ctime);
-    if ((inWhich & kFSCatInfoAccessDate) != 0) ioInfo.accessDate = DateOf(status.stx_atime);
-    if ((inWhich & kFSCatInfoPermissions) != 0)
-        ioInfo.permissions = {
-            status.stx_uid, status.stx_gid, 0, AccessOf(inKnowledge.item.path), status.stx_mode, 0};
-    if ((inWhich & kFSCatInfoDataSizes) != 0) {
-        const bool isFile = inKnowledge.item.status.kind == os::ItemKind::kFile;
-        ioInfo.dataLogicalSize = isFile ? status.stx_size : 0;
-        ioInfo.dataPhysicalSize = isFile ? status.stx_blocks * kBytesPerBlock : 0;
-    }
+void Fill(const Knowledge& inKnowledge, FSCatalogInfoBitmap inWhich, FSCatalogInfo& ioInfo) {
+    for (const Field& field : kFields)
+        if ((inWhich & field.bit) != 0) field.fill(inKnowledge, ioInfo);
 }
 
 OSStatus MakeParentRef(const Knowledge& inKnowledge, FSRef& outRef) {
@@ -115,19 +157,17 @@ struct Outputs {
 };
 
 OSStatus GetInfo(const FSRef& inRef, FSCatalogInfoBitmap inWhich, const Outputs& inOutputs) {
+    const bool wantsSpec = inOutputs.spec != nullptr;
     Knowledge knowledge;
-    OSStatus status = FindOut(inRef, knowledge);
+    OSStatus status = FindOut(inRef, inWhich, wantsSpec, knowledge);
     FSSpec spec = {};
     FSRef parent = {};
-    if (status == noErr && inOutputs.spec != nullptr) status = MakeSpec(knowledge.item, spec);
+    if (status == noErr && wantsSpec) spec = SpecOf(knowledge.item, knowledge.facts, knowledge.volume);
     if (status == noErr && inOutputs.parent != nullptr) status = MakeParentRef(knowledge, parent);
     if (status != noErr) return status;
     // Nothing fails from here on.
     const HFSUniStr255 name = UniStrOf(NameInCatalogue(knowledge.item));
-    if (inOutputs.info != nullptr) {
-        FillWhere(knowledge, inWhich, *inOutputs.info);
-        FillStatus(knowledge, inWhich, *inOutputs.info);
-    }
+    if (inOutputs.info != nullptr) Fill(knowledge, inWhich, *inOutputs.info);
     if (inOutputs.name != nullptr) *inOutputs.name = name;
     if (inOutputs.spec != nullptr) *inOutputs.spec = spec;
     if (inOutputs.parent != nullptr) *inOutputs.parent = parent;

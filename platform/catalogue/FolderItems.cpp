@@ -104,16 +104,19 @@ OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem) {
     return nameStatus == fnfErr ? FindByNode(folder, inSpec.name, outItem) : nameStatus;
 }
 
+FSSpec SpecOf(const FoundItem& inItem, const NodeFacts& inFacts, SInt16 inVolume) {
+    FSSpec spec = {inVolume, static_cast<SInt32>(inFacts.parentID), {}};
+    SpecName(NameInCatalogue(inItem), inFacts.nodeID, spec.name);
+    return spec;
+}
+
 OSStatus MakeSpec(const FoundItem& inItem, FSSpec& outSpec) {
     NodeFacts facts;
     if (!NodeTable::Shared().GetFacts(inItem.status.identity, facts)) return fnfErr;
     SInt16 volume = 0;
     const OSStatus status = GetVolumeNumber(inItem, volume);
-    if (status != noErr) return status;
-    FSSpec spec = {volume, static_cast<SInt32>(facts.parentID), {}};
-    SpecName(NameInCatalogue(inItem), facts.nodeID, spec.name);
-    outSpec = spec;
-    return noErr;
+    if (status == noErr) outSpec = SpecOf(inItem, facts, volume);
+    return status;
 }
 
 std::u16string NameInCatalogue(const FoundItem& inItem) {

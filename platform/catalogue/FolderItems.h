@@ -18,7 +18,9 @@ namespace toolbox::files {
 // can be none. Of the id that is the parent of all root folders, the one item is the root folder.
 [[nodiscard]] OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem);
 
-// The specification of an item that was just found.
+// The specification of an item that was just found; the first where the table's facts and the volume of it
+// are at hand.
+[[nodiscard]] FSSpec SpecOf(const FoundItem& inItem, const NodeFacts& inFacts, SInt16 inVolume);
 [[nodiscard]] OSStatus MakeSpec(const FoundItem& inItem, FSSpec& outSpec);
 
 // The item's name in the catalogue. That of the root of all paths is "/"; of another volume's root it is the

@@ -1,4 +1,5 @@
 #include "CatalogTest.h"
+#include "support/CountedCalls.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/FileWorld.h"
@@ -131,6 +132,27 @@ TEST_P(CatalogInfoTest, OnlyWhatIsAskedFor) {
     info.nodeID = untouched.nodeID;
     EXPECT_EQ(0, std::memcmp(&untouched, &info, sizeof info));
     EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, nullptr, nullptr));
+}
+
+// However deep it lies.
+TEST_P(CatalogInfoTest, CallsForWhatIsAskedFor) {
+    mFolder.MakeFolder("1/2/3/4/5/6/7/8/9/10");
+    const FSRef ref = RefOf(mFolder.MakeFile("1/2/3/4/5/6/7/8/9/10/file"));
+    FSCatalogInfo info = {};
+    FSSpec spec = {};
+    // Volume and encoding of names are met once.
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr));
+    const auto callsFor = [&](FSCatalogInfoBitmap inWhich, FSSpec* outSpec = nullptr) {
+        const CountedCalls calls;
+        EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, inWhich, &info, nullptr, outSpec, nullptr));
+        return calls.Made();
+    };
+    EXPECT_EQ("statx 1", callsFor(kFSCatInfoNone));
+    EXPECT_EQ("statx 1", callsFor(kAll & ~(kFSCatInfoVolume | kFSCatInfoPermissions)));
+    EXPECT_EQ("statx 2", callsFor(kFSCatInfoVolume)) << "the item and its volume's root";
+    EXPECT_EQ("statx 2", callsFor(kFSCatInfoVolume, &spec));
+    EXPECT_EQ("statx 1, faccessat 3", callsFor(kFSCatInfoPermissions));
+    EXPECT_EQ("statx 2, faccessat 3", callsFor(kAll, &spec));
 }
 
 TEST_P(CatalogInfoTest, SetPermissions) {
