@@ -1,7 +1,7 @@
 #include "FolderItems.h"
 #include "catalogue/Volumes.h"
+#include "names/CatalogueNames.h"
 #include "os/SystemCalls.h"
-#include "places/CatalogueNames.h"
 #include "status/StatusOfErrno.h"
 
 #include <fcntl.h>

@@ -1,9 +1,9 @@
 #include "catalogue/Catalogue.h"
 
 #include "catalogue/DescriptorPaths.h"
+#include "names/ModifiedUTF8.h"
 #include "os/Folders.h"
 #include "os/SystemCalls.h"
-#include "places/ModifiedUTF8.h"
 #include "status/StatusOfErrno.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "FolderItems.h"
 #include "catalogue/Volumes.h"
-#include "places/CatalogueNames.h"
+#include "names/CatalogueNames.h"
 
 #include <toolbox/FileSpecs.h>
 

@@ -1,8 +1,8 @@
 #include "FolderItems.h"
 
 #include "catalogue/Volumes.h"
+#include "names/CatalogueNames.h"
 #include "os/Folders.h"
-#include "places/CatalogueNames.h"
 #include "status/StatusOfErrno.h"
 
 #include <algorithm>

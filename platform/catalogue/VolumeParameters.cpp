@@ -1,7 +1,7 @@
 #include "FolderItems.h"
 #include "MountedVolumes.h"
 #include "catalogue/Volumes.h"
-#include "places/CatalogueNames.h"
+#include "names/CatalogueNames.h"
 
 #include <toolbox/Volumes.h>
 

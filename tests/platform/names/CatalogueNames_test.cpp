@@ -1,4 +1,4 @@
-#include "places/CatalogueNames.h"
+#include "names/CatalogueNames.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Names of the catalogue as Pascal strings.
-#include "places/CatalogueNames.h"
+#include "names/CatalogueNames.h"
 
 #include <toolbox/CFString.h>
 #include <toolbox/MacErrors.h>

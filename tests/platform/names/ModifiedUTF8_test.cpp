@@ -1,4 +1,4 @@
-#include "places/ModifiedUTF8.h"
+#include "names/ModifiedUTF8.h"
 
 #include <gtest/gtest.h>
 
