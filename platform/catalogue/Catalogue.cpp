@@ -2,7 +2,6 @@
 
 #include "catalogue/DescriptorPaths.h"
 #include "names/ModifiedUTF8.h"
-#include "os/Folders.h"
 #include "os/SystemCalls.h"
 #include "status/StatusOfErrno.h"
 
@@ -172,19 +171,43 @@ OSStatus FindByIdentity(const os::ItemIdentity& inItem, FoundItem& outItem) {
     return status;
 }
 
+OSStatus FindAtPlace(const FoundItem& inFolder, const Place& inPlace, FoundItem& outItem) {
+    std::string path = PathInFolder(inFolder.path, inPlace.name);
+    const int error = GetStatus(inPlace, outItem.status);
+    if (error != 0) return IsMissing(error) ? fnfErr : StatusOfErrno(error);
+    if (outItem.status.kind == os::ItemKind::kLink) return FindByPath(path.c_str(), outItem);
+    const bool isVolumeRoot = IsVolumeRoot(inPlace, outItem.status);
+    outItem.nodeID = NodeTable::Shared().RecordChild(inPlace.folderStatus.identity,
+                                                     {outItem.status.identity, isVolumeRoot, inPlace.name});
+    if (outItem.nodeID == 0) return FindByPath(path.c_str(), outItem);
+    outItem.path = std::move(path);
+    return noErr;
+}
+
 OSStatus FindInFolder(const std::string& inFolderPath, const os::ItemIdentity& inItem, FoundItem& outItem) {
-    os::FolderReader folder;
-    const int openError = folder.Open(inFolderPath.c_str());
-    if (openError != 0) return IsMissing(openError) ? fnfErr : StatusOfErrno(openError);
-    for (;;) {
-        const struct dirent* entry = nullptr;
-        const int readError = folder.Next(entry);
-        if (entry == nullptr) return readError == 0 ? fnfErr : StatusOfErrno(readError);
-        // Of a folder on which a volume is mounted this is the inode beneath; but that one cannot be renamed.
-        if (entry->d_ino != inItem.inode) continue;
-        const int error = LookAt(PathInFolder(inFolderPath, entry->d_name), inItem, outItem);
-        if (!IsMissing(error)) return StatusOfErrno(error);
-    }
+    Place place;
+    int error = OpenFolder(inFolderPath, place);
+    // Of a folder on which a volume is mounted an entry tells the inode beneath; but that one cannot be
+    // renamed.
+    const auto isItem = [&](const struct dirent& inEntry) {
+        if (inEntry.d_ino != inItem.inode) return ENOENT;
+        const int statusError = GetStatus(place, outItem.status);
+        if (statusError != 0) return IsMissing(statusError) ? ENOENT : statusError;
+        return outItem.status.identity.IsSameItem(inItem) ? 0 : ENOENT;
+    };
+    if (error == 0) error = FindName(place, isItem);
+    if (error == 0) outItem.path = PathInFolder(inFolderPath, place.name);
+    return IsMissing(error) ? fnfErr : StatusOfErrno(error);
+}
+
+OSStatus OpenPlace(const FoundItem& inItem, Place& outPlace) {
+    int error = OpenPlaceOf(inItem.path, outPlace);
+    os::ItemStatus status;
+    // The root folder has no name; and what only a descriptor holds has one that is a link to it.
+    const bool hasName = !outPlace.name.empty() && !IsDescriptorPath(inItem.path);
+    if (error == 0 && hasName) error = GetStatus(outPlace, status);
+    if (error != 0) return IsMissing(error) ? fnfErr : StatusOfErrno(error);
+    return !hasName || status.identity.IsSameItem(inItem.status.identity) ? noErr : fnfErr;
 }
 
 FSRef MakeRef(const FoundItem& inItem) {

@@ -2,52 +2,46 @@
 
 #include "catalogue/Volumes.h"
 #include "names/CatalogueNames.h"
-#include "os/Folders.h"
 #include "status/StatusOfErrno.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <string>
 
 namespace toolbox::files {
 
 namespace {
 
-std::string PathInFolder(const FoundItem& inFolder, std::string_view inName) {
-    std::string path = inFolder.path;
-    if (path.back() != '/') path += '/';
-    return path.append(inName);
-}
-
 // A folder that went meanwhile is like one that never was.
 OSStatus AsFolderStatus(OSStatus inStatus) {
     return inStatus == fnfErr ? static_cast<OSStatus>(dirNFErr) : inStatus;
 }
 
-// The name of the folder's item that is the same but for case and form; empty when there is none.
-OSStatus FindSimilarName(const FoundItem& inFolder, std::u16string_view inName, std::string& outDiskName) {
-    outDiskName.clear();
-    os::FolderReader folder;
-    int error = folder.Open(inFolder.path.c_str());
-    if (error != 0) return StatusOfErrno(error);
-    for (;;) {
-        const struct dirent* entry = nullptr;
-        error = folder.Next(entry);
-        if (entry == nullptr) return StatusOfErrno(error);
-        if (!IsSameName(CatalogueName(entry->d_name), inName)) continue;
-        outDiskName = entry->d_name;
-        return noErr;
-    }
+// Opens the folder, which was just found. dirNFErr when something else is there by now.
+OSStatus OpenFound(const FoundItem& inFolder, Place& outPlace) {
+    const int error = OpenFolder(inFolder.path, outPlace);
+    if (error != 0) return AsFolderStatus(StatusOfErrno(error));
+    const bool isSame = outPlace.folderStatus.identity.IsSameItem(inFolder.status.identity);
+    return isSame ? noErr : static_cast<OSStatus>(dirNFErr);
+}
+
+// Sets the name to that of the folder's item which is the same but for case and form. fnfErr when there is
+// none.
+OSStatus FindSimilarName(std::u16string_view inName, Place& ioPlace) {
+    const int error = FindName(ioPlace, [&](const struct dirent& inEntry) {
+        return IsSameName(CatalogueName(inEntry.d_name), inName) ? 0 : ENOENT;
+    });
+    return StatusOfErrno(error);
 }
 
 OSStatus FindByName(const FoundItem& inFolder, std::u16string_view inName, FoundItem& outItem) {
-    std::string diskName;
-    if (!DiskName(inName, diskName)) return bdNamErr;
-    const OSStatus status = FindByPath(PathInFolder(inFolder, diskName).c_str(), outItem);
+    Place place;
+    if (!DiskName(inName, place.name)) return bdNamErr;
+    OSStatus status = OpenFound(inFolder, place);
+    if (status == noErr) status = FindAtPlace(inFolder, place, outItem);
     if (status != fnfErr) return status;
-    const OSStatus searchStatus = FindSimilarName(inFolder, inName, diskName);
-    if (searchStatus != noErr) return searchStatus;
-    return diskName.empty() ? static_cast<OSStatus>(fnfErr)
-                            : FindByPath(PathInFolder(inFolder, diskName).c_str(), outItem);
+    status = FindSimilarName(inName, place);
+    return status == noErr ? FindAtPlace(inFolder, place, outItem) : status;
 }
 
 // The item whose name tells its node, if it is in the folder still.

@@ -128,17 +128,17 @@ std::string DomainFolderPath(Domain inDomain, OSType inType) {
     return {};
 }
 
-std::vector<Place> TemporaryPlacesOn(const Volume& inVolume) {
+std::vector<FolderPlace> TemporaryPlacesOn(const Volume& inVolume) {
     for (const std::string& path : {TemporaryPath(), std::string("/tmp"), std::string("/var/tmp")})
         if (IsOn(inVolume, path)) return {{path}};
     return {{PathInRoot(inVolume, ".TemporaryItems-" + std::to_string(os::Calls().getuid())), true}};
 }
 
-std::vector<Place> TrashPlacesOn(const Volume& inVolume) {
+std::vector<FolderPlace> TrashPlacesOn(const Volume& inVolume) {
     const std::string users = DomainFolderPath(Domain::kUser, kTrashFolderType);
     if (IsOn(inVolume, users)) return {{users}};
     const std::string userID = std::to_string(os::Calls().getuid());
-    std::vector<Place> places;
+    std::vector<FolderPlace> places;
     const std::string shared = PathInRoot(inVolume, ".Trash");
     if (IsSharedTrash(shared)) places.push_back({shared + '/' + userID + "/files", true});
     places.push_back({PathInRoot(inVolume, ".Trash-" + userID + "/files"), true});

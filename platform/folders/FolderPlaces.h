@@ -16,13 +16,13 @@ enum class Domain { kUser, kLocal, kSystem };
 // Empty when the domain has no folder of the type, or it is not known.
 std::string DomainFolderPath(Domain inDomain, OSType inType);
 
-struct Place {
+struct FolderPlace {
     std::string path;
     bool isVolumesOwn = false;  // on a volume where others could put a folder or link of this name
 };
 
 // The temporary folders or trashes for a volume's items, the one to prefer first.
-std::vector<Place> TemporaryPlacesOn(const Volume& inVolume);
-std::vector<Place> TrashPlacesOn(const Volume& inVolume);
+std::vector<FolderPlace> TemporaryPlacesOn(const Volume& inVolume);
+std::vector<FolderPlace> TrashPlacesOn(const Volume& inVolume);
 
 }  // namespace toolbox::files

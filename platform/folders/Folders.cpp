@@ -20,7 +20,7 @@ constexpr mode_t kForEverybody = 0755;
 
 struct Request {
     OSType type;
-    std::vector<Place> places;  // the one to prefer first
+    std::vector<FolderPlace> places;  // the one to prefer first
     mode_t mode;
 };
 
@@ -32,7 +32,7 @@ bool IsUsersOwn(const std::string& inPath) {
            S_ISDIR(status.stx_mode) && status.stx_uid == os::Calls().getuid();
 }
 
-OSStatus FindAt(const Place& inPlace, FoundItem& outFolder) {
+OSStatus FindAt(const FolderPlace& inPlace, FoundItem& outFolder) {
     const OSStatus status = FindByPath(inPlace.path.c_str(), outFolder);
     if (status == dirNFErr) return fnfErr;
     if (status != noErr) return status;
@@ -43,7 +43,7 @@ OSStatus FindAt(const Place& inPlace, FoundItem& outFolder) {
     return !inPlace.isVolumesOwn || isUsers ? static_cast<OSStatus>(noErr) : afpAccessDenied;
 }
 
-OSStatus MakeAt(const Request& inRequest, const Place& inPlace, FoundItem& outFolder) {
+OSStatus MakeAt(const Request& inRequest, const FolderPlace& inPlace, FoundItem& outFolder) {
     int error = os::MakeFolders(inPlace.path, inRequest.mode);
     if (error == 0 && inRequest.type == kTrashFolderType) {
         const std::string trash = inPlace.path.substr(0, inPlace.path.rfind('/'));
@@ -54,12 +54,12 @@ OSStatus MakeAt(const Request& inRequest, const Place& inPlace, FoundItem& outFo
 
 OSStatus FindOrMake(const Request& inRequest, bool inMakes, FoundItem& outFolder) {
     OSStatus status = fnfErr;
-    for (const Place& place : inRequest.places) {
+    for (const FolderPlace& place : inRequest.places) {
         status = FindAt(place, outFolder);
         if (status == noErr) return noErr;
     }
     if (!inMakes || status != fnfErr) return status;
-    for (const Place& place : inRequest.places) {
+    for (const FolderPlace& place : inRequest.places) {
         status = MakeAt(inRequest, place, outFolder);
         if (status == noErr) return noErr;
     }

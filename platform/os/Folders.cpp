@@ -21,9 +21,9 @@ FolderReader::~FolderReader() {
     if (mFolder != nullptr) Calls().closedir(mFolder);
 }
 
-int FolderReader::Open(const char* inPath) {
+int FolderReader::Open(int inFolder, const char* inPath) {
     Descriptor folder;
-    const int error = OpenFile(inPath, O_RDONLY | O_DIRECTORY | O_NONBLOCK, folder);
+    const int error = OpenFile(inFolder, inPath, O_RDONLY | O_DIRECTORY | O_NONBLOCK, folder);
     if (error != 0) return error;
     mFolder = Calls().fdopendir(folder.Number());
     if (mFolder == nullptr) return errno;

@@ -60,8 +60,12 @@ int GetStatus(int inFolder, const char* inPath, int inFlags, ItemStatus& outStat
 
 }  // namespace
 
+int GetStatusAt(int inFolder, const char* inName, ItemStatus& outStatus) {
+    return GetStatus(inFolder, inName, AT_SYMLINK_NOFOLLOW, outStatus);
+}
+
 int GetPathStatus(const char* inPath, ItemStatus& outStatus) {
-    return GetStatus(AT_FDCWD, inPath, AT_SYMLINK_NOFOLLOW, outStatus);
+    return GetStatusAt(AT_FDCWD, inPath, outStatus);
 }
 
 int GetTargetStatus(const char* inPath, ItemStatus& outStatus) {

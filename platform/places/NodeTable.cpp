@@ -59,6 +59,19 @@ NodeID NodeTable::Record(const std::vector<PathStep>& inPath) {
     return mNodes[chain.back()].ID();
 }
 
+NodeID NodeTable::RecordChild(const os::ItemIdentity& inFolder, const PathStep& inChild) {
+    const os::MutexLock lock(mMutex);
+    const Index folder = FindItem(inFolder);
+    if (folder == kNone || IsWithin(folder, FindKey(KeyOf(inChild.identity)))) return 0;
+    return mNodes[RecordStep(inChild, folder)].ID();
+}
+
+bool NodeTable::IsWithin(Index inIndex, Index inFolder) const {
+    for (Index at = inIndex; at != kNone; at = mNodes[at].parent)
+        if (at == inFolder) return true;
+    return false;
+}
+
 NodeTable::Index NodeTable::RecordStep(const PathStep& inStep, Index inParent) {
     const Index index = FindKey(KeyOf(inStep.identity));
     if (index == kNone) return AddNode(inStep, inParent);

@@ -1,4 +1,5 @@
 #include "CatalogTest.h"
+#include "support/CountedCalls.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/FileWorld.h"
@@ -74,6 +75,32 @@ TEST_P(FileSpecsTest, SearchWithoutRegardToCaseAndForm) {
     FSSpec spec = {};
     EXPECT_EQ(noErr, Make("CAFE\xCC\x81.TXT", spec));
     EXPECT_TRUE(NameOf(spec) == "Caf\xC3\xA9.TXT" || NameOf(spec) == "caf\xC3\xA9.txt") << "as on disk";
+}
+
+// However deep the folder lies: volume, folder, the folder held open, the item in it.
+TEST_P(FileSpecsTest, CallsForAnItemOfAFolder) {
+    mFolder.MakeFolder("1/2/3/4/5/6/7/8/9/10");
+    const FSSpec spec = SpecOf(mFolder.MakeFile("1/2/3/4/5/6/7/8/9/10/file"));
+    FSRef ref = {};
+    const CountedCalls calls;
+    EXPECT_EQ(noErr, FSpMakeFSRef(&spec, &ref));
+    EXPECT_EQ("openat 1, close 1, statx 4", calls.Made());
+}
+
+TEST_P(FileSpecsTest, FoldersThatChangedPlacesMeanwhile) {
+    const std::string outer = mFolder.MakeFolder("x");
+    const std::string inner = mFolder.MakeFolder("x/y");
+    const FSCatalogInfo innerInfo = InfoOf(inner, kFSCatInfoNodeID | kFSCatInfoVolume);
+    mFolder.Rename(inner, mFolder / "y");
+    EXPECT_EQ(mFolder / "y", PathOf(RefOf(mFolder / "y")));
+    mFolder.Rename(outer, mFolder / "y/x");
+    FSSpec spec = {innerInfo.volume, static_cast<SInt32>(innerInfo.nodeID), "\1x"};
+    EXPECT_EQ(mFolder / "y/x", PathOfSpec(spec));
+    mFolder.Rename(mFolder / "y/x", mFolder / "x");
+    mFolder.Rename(mFolder / "y", mFolder / "x/y");
+    const FSCatalogInfo outerInfo = InfoOf(mFolder / "x", kFSCatInfoNodeID);
+    spec = {innerInfo.volume, static_cast<SInt32>(outerInfo.nodeID), "\1y"};
+    EXPECT_EQ(mFolder / "x/y", PathOfSpec(spec));
 }
 
 TEST_P(FileSpecsTest, Folders) {

@@ -63,9 +63,9 @@ Volume VolumeAt(const std::string& inRootPath) {
     return {{item.status.mount, item.status.identity.device + 1}, inRootPath};
 }
 
-std::vector<std::string> PathsOf(const std::vector<Place>& inPlaces) {
+std::vector<std::string> PathsOf(const std::vector<FolderPlace>& inPlaces) {
     std::vector<std::string> paths;
-    for (const Place& place : inPlaces)
+    for (const FolderPlace& place : inPlaces)
         paths.push_back(place.path);
     return paths;
 }

@@ -101,6 +101,20 @@ TEST(GetDescriptorStatus, SameAsThePath) {
     EXPECT_EQ(EBADF, GetDescriptorStatus(-1, byDescriptor));
 }
 
+TEST(GetStatusAt, OfAnItemAsItLiesThere) {
+    const TemporaryFolder folder;
+    folder.MakeFile("a", "12345");
+    ASSERT_EQ(0, symlink("a", (folder / "link").c_str()));
+    const int descriptor = open(folder.Path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    ItemStatus status;
+    EXPECT_EQ(0, GetStatusAt(descriptor, "a", status));
+    EXPECT_EQ(5, status.sizeBytes);
+    EXPECT_EQ(0, GetStatusAt(descriptor, "link", status));
+    EXPECT_EQ(ItemKind::kLink, status.kind);
+    EXPECT_EQ(ENOENT, GetStatusAt(descriptor, "none", status));
+    close(descriptor);
+}
+
 TEST(GetPathStatus, FileSystemWithoutBirth) {
     const TemporaryFolder folder;
     const std::string path = folder.MakeFile("a");

@@ -113,6 +113,39 @@ TEST(NodeTable, RenamedFolderMovesWhatIsInIt) {
     EXPECT_EQ(3u, table.Count());
 }
 
+TEST(NodeTable, ChildIsRecordedFromItsFolderAlone) {
+    NodeTable table;
+    table.Record({Root(), Folder(200, "music")});
+    EXPECT_EQ(300u, table.RecordChild(Folder(200, "").identity, File(300, "a.m4a")));
+    EXPECT_EQ("/music/a.m4a", PathOf(table, File(300, "")));
+    EXPECT_EQ(200u, FactsOf(table, File(300, "")).parentID);
+    EXPECT_EQ(300u, table.RecordChild(Root().identity, File(300, "b.m4a"))) << "moved since";
+    EXPECT_EQ("/b.m4a", PathOf(table, File(300, "")));
+    EXPECT_EQ(kRootID, table.RecordChild(Folder(200, "").identity, VolumeRoot(9, "disk")));
+    EXPECT_EQ("/music/disk", PathOf(table, VolumeRoot(9, "")));
+    EXPECT_EQ(4u, table.Count());
+}
+
+TEST(NodeTable, ChildOfAFolderThatHasNoNode) {
+    NodeTable table;
+    table.Record({Root(), Folder(200, "music")});
+    EXPECT_EQ(0u, table.RecordChild(Folder(201, "").identity, File(300, "a.m4a")));
+    PathStep later = Folder(200, "");
+    later.identity.birthNanos = 2;
+    EXPECT_EQ(0u, table.RecordChild(later.identity, File(300, "a.m4a"))) << "another has its inode";
+    EXPECT_EQ(2u, table.Count());
+}
+
+// Folders changed places, and the hints do not know it yet.
+TEST(NodeTable, ChildThatTheFolderLiesWithinFormsNoCircle) {
+    NodeTable table;
+    table.Record({Root(), Folder(200, "x"), Folder(201, "y"), Folder(202, "z")});
+    EXPECT_EQ(0u, table.RecordChild(Folder(202, "").identity, Folder(200, "x")));
+    EXPECT_EQ(0u, table.RecordChild(Folder(202, "").identity, Folder(202, "z")));
+    EXPECT_EQ(0u, table.RecordChild(Folder(202, "").identity, Root()));
+    EXPECT_EQ("/x/y/z", PathOf(table, Folder(202, "")));
+}
+
 TEST(NodeTable, LargeInodesGetIdsOfTheirOwn) {
     NodeTable table;
     const std::uint64_t large = std::uint64_t{1} << 40;

@@ -4,6 +4,7 @@
 
 #include "os/ItemStatus.h"
 #include "places/NodeTable.h"
+#include "places/Place.h"
 
 #include <toolbox/Files.h>
 
@@ -22,6 +23,10 @@ struct FoundItem {
 // unspecified on failure.
 [[nodiscard]] OSStatus FindByPath(const char* inPath, FoundItem& outItem);
 
+// The item of a folder that was just found and holds the place open; a link is followed. What is no link is
+// recorded from the folder alone. fnfErr when there is none of that name.
+[[nodiscard]] OSStatus FindAtPlace(const FoundItem& inFolder, const Place& inPlace, FoundItem& outItem);
+
 // The item itself, which must have a node, wherever it is now: at the path where it was last seen, or renamed
 // within its folder, or with a folder above it renamed. fnfErr when it is gone.
 [[nodiscard]] OSStatus FindByIdentity(const os::ItemIdentity& inItem, FoundItem& outItem);
@@ -29,6 +34,9 @@ struct FoundItem {
 // Looks for an item among those of a folder. fnfErr when it is not there.
 [[nodiscard]] OSStatus FindInFolder(const std::string& inFolderPath, const os::ItemIdentity& inItem,
                                     FoundItem& outItem);
+
+// Opens the place of an item that was just found; fnfErr when it is there no more.
+[[nodiscard]] OSStatus OpenPlace(const FoundItem& inItem, Place& outPlace);
 
 [[nodiscard]] FSRef MakeRef(const FoundItem& inItem);
 // False when the bytes are no reference.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/types.h>
 
 #include <string>
@@ -16,8 +17,9 @@ class FolderReader {
     FolderReader(const FolderReader&) = delete;
     FolderReader& operator=(const FolderReader&) = delete;
 
-    // Once.
-    [[nodiscard]] int Open(const char* inPath);
+    // Once. What inPath names from an open folder.
+    [[nodiscard]] int Open(int inFolder, const char* inPath);
+    [[nodiscard]] int Open(const char* inPath) { return Open(AT_FDCWD, inPath); }
     // outEntry is null at the end, and after a failure; else good until the next call.
     [[nodiscard]] int Next(const struct dirent*& outEntry);
 

@@ -66,5 +66,7 @@ struct ItemStatus {
 [[nodiscard]] int GetPathStatus(const char* inPath, ItemStatus& outStatus);
 [[nodiscard]] int GetTargetStatus(const char* inPath, ItemStatus& outStatus);
 [[nodiscard]] int GetDescriptorStatus(int inDescriptor, ItemStatus& outStatus);
+// Of what has the name in an open folder; a link is told of itself.
+[[nodiscard]] int GetStatusAt(int inFolder, const char* inName, ItemStatus& outStatus);
 
 }  // namespace toolbox::os

@@ -57,6 +57,10 @@ class NodeTable {
     // Returns the last one's id. inPath must not be empty.
     NodeID Record(const std::vector<PathStep>& inPath);
 
+    // Records one item of a folder that has a node. Returns its id; 0, with nothing recorded, when the folder
+    // has no node, or lies within the item by what is known of it: then the whole path tells.
+    NodeID RecordChild(const os::ItemIdentity& inFolder, const PathStep& inChild);
+
     // The node's new leaf name in the folder where it was.
     void Rename(const os::ItemIdentity& inItem, std::string_view inName);
 
@@ -114,6 +118,7 @@ class NodeTable {
 
     Index FindKey(const Key& inKey) const NEEDS_LOCK(mMutex);
     Index FindItem(const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
+    bool IsWithin(Index inIndex, Index inFolder) const NEEDS_LOCK(mMutex);
     Index RecordStep(const PathStep& inStep, Index inParent) NEEDS_LOCK(mMutex);
     Index AddNode(const PathStep& inStep, Index inParent) NEEDS_LOCK(mMutex);
     void GiveOrdinaryID(Index inIndex) NEEDS_LOCK(mMutex);
