@@ -1,9 +1,9 @@
 # The two shared libraries, and a static one of each for tests that reach inside.
 
-set(TOOLBOX_ROOMS toolbox_os toolbox_status toolbox_memory toolbox_formats toolbox_places toolbox_corefoundation
-    toolbox_text toolbox_names toolbox_catalogue toolbox_forks toolbox_folders toolbox_aliases toolbox_resources
-    toolbox_bundles toolbox_system toolbox_interface toolbox_atoms toolbox_keys toolbox_movies_track toolbox_movies_decoder toolbox_movies_aac
-    toolbox_movies_mpeg4 toolbox_movies_render toolbox_movies_front)
+set(TOOLBOX_ROOMS toolbox_os toolbox_status toolbox_memory toolbox_formats toolbox_places toolbox_companions
+    toolbox_corefoundation toolbox_text toolbox_names toolbox_catalogue toolbox_forks toolbox_folders toolbox_aliases
+    toolbox_resources toolbox_bundles toolbox_system toolbox_interface toolbox_atoms toolbox_keys toolbox_movies_track
+    toolbox_movies_decoder toolbox_movies_aac toolbox_movies_mpeg4 toolbox_movies_render toolbox_movies_front)
 set(LIBRARY_ROOMS aac2wav_foundation aac2wav_strings aac2wav_files aac2wav_quicktime aac2wav_converter)
 if(MIRTAL_JAVA)
     list(APPEND LIBRARY_ROOMS aac2wav_java)

@@ -1,6 +1,7 @@
 #include "FolderItems.h"
 
 #include "catalogue/Volumes.h"
+#include "companions/Companions.h"
 #include "names/CatalogueNames.h"
 #include "status/StatusOfErrno.h"
 
@@ -26,10 +27,10 @@ OSStatus OpenFound(const FoundItem& inFolder, Place& outPlace) {
 }
 
 // Sets the name to that of the folder's item which is the same but for case and form. fnfErr when there is
-// none.
+// none; what the folder has beside its items is nobody's similar name.
 OSStatus FindSimilarName(std::u16string_view inName, Place& ioPlace) {
     const int error = FindName(ioPlace, [&](const struct dirent& inEntry) {
-        return IsSameName(CatalogueName(inEntry.d_name), inName) ? 0 : ENOENT;
+        return IsSameName(CatalogueName(inEntry.d_name), inName) && !IsCompanion(ioPlace) ? 0 : ENOENT;
     });
     return StatusOfErrno(error);
 }

@@ -2,11 +2,11 @@
 
 #include "catalogue/Catalogue.h"
 #include "catalogue/FileAccess.h"
+#include "companions/Companions.h"
 #include "formats/AppleDouble.h"
 #include "os/ItemStatus.h"
 #include "status/StatusOfErrno.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -14,32 +14,16 @@ namespace toolbox::files {
 
 namespace {
 
-constexpr std::size_t kFinderInfoBytes = 32;
-
-// fnfErr when the item has none.
-OSStatus OpenCompanion(const std::string& inItemPath, OpenFork& outCompanion) {
-    os::Descriptor file;
-    const int error = os::OpenFile(CompanionPath(inItemPath).c_str(), O_RDONLY | os::kItemItself, file);
-    if (error == 0) return outCompanion.Adopt(std::move(file));
-    // A name that has no room for the prefix has no companion either.
-    return error == ELOOP || error == ENAMETOOLONG ? OSStatus{fnfErr} : StatusOfErrno(error);
-}
-
 OSStatus OpenResourceFork(const FSRef& inFile, OpenFork& outFork) {
     FoundItem item;
+    Place place;
     OSStatus status = FindByRef(inFile, item);
+    if (status == noErr) status = OpenPlace(item, place);
     if (status != noErr) return status;
-    status = OpenCompanion(item.path, outFork);
-    if (status == fnfErr) return errFSForkNotFound;
-    std::vector<AppleDoubleEntry> entries;
-    if (status == noErr) status = StatusOfErrno(ReadAppleDouble(outFork.Bytes(), entries));
-    if (status != noErr) return status;
-    for (const AppleDoubleEntry& entry : entries) {
-        if (entry.id != AppleDoubleEntry::kResourceFork) continue;
-        outFork.Narrow(entry.offsetBytes, entry.lengthBytes);
-        return noErr;
-    }
-    return errFSForkNotFound;
+    os::FileRange bytes;
+    const int error = OpenEntry(place, AppleDoubleEntry::kResourceFork, bytes);
+    if (error == 0) outFork = OpenFork(std::move(bytes));
+    return error == ENOENT || error == EISDIR ? OSStatus{errFSForkNotFound} : StatusOfErrno(error);
 }
 
 OSStatus OpenDataFork(const FSRef& inFile, OpenFork& outFork) {
@@ -49,35 +33,12 @@ OSStatus OpenDataFork(const FSRef& inFile, OpenFork& outFork) {
     return status == noErr ? outFork.Adopt(std::move(file)) : status;
 }
 
-// The parts of a companion but for the resource fork.
-OSStatus ReadOtherParts(const OpenFork& inCompanion, std::vector<AppleDoublePart>& outParts) {
-    std::vector<AppleDoubleEntry> entries;
-    OSStatus status = StatusOfErrno(ReadAppleDouble(inCompanion.Bytes(), entries));
-    for (const AppleDoubleEntry& entry : entries) {
-        if (entry.id == AppleDoubleEntry::kResourceFork) continue;
-        AppleDoublePart part = {entry.id, std::vector<UInt8>(entry.lengthBytes)};
-        status = inCompanion.Read(entry.offsetBytes, part.bytes.data(), part.bytes.size());
-        if (status != noErr) break;
-        outParts.push_back(std::move(part));
-    }
-    return status;
-}
-
-OSStatus WriteResourceFork(const std::string& inItemPath, const std::vector<UInt8>& inBytes) {
-    std::vector<AppleDoublePart> parts;
-    OpenFork companion;
-    OSStatus status = OpenCompanion(inItemPath, companion);
-    if (status == noErr) {
-        status = ReadOtherParts(companion, parts);
-    } else if (status == fnfErr) {
-        parts.push_back({AppleDoubleEntry::kFinderInfo, std::vector<UInt8>(kFinderInfoBytes)});
-        status = noErr;
-    }
+OSStatus WriteResourceFork(const FoundItem& inItem, const std::vector<UInt8>& inBytes) {
+    Place place;
+    const OSStatus status = OpenPlace(inItem, place);
     if (status != noErr) return status;
-    parts.push_back({AppleDoubleEntry::kResourceFork, inBytes});
-    std::vector<UInt8> file;
-    if (!EncodeAppleDouble(parts, file)) return dskFulErr;
-    return StatusOfErrno(os::ReplaceFile(CompanionPath(inItemPath), file));
+    const int error = ReplaceEntry(place, AppleDoubleEntry::kResourceFork, inBytes);
+    return error == EISDIR ? OSStatus{errFSForkNotFound} : StatusOfErrno(error);
 }
 
 OSStatus WriteDataFork(const FoundItem& inItem, const std::vector<UInt8>& inBytes,
@@ -120,8 +81,7 @@ OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& i
     if (status != noErr) return status;
     if (item.status.kind == os::ItemKind::kFolder) return notAFileErr;
     if (item.status.kind != os::ItemKind::kFile) return errFSForkNotFound;
-    return inFork == Fork::kData ? WriteDataFork(item, inBytes, inHead)
-                                 : WriteResourceFork(item.path, inBytes);
+    return inFork == Fork::kData ? WriteDataFork(item, inBytes, inHead) : WriteResourceFork(item, inBytes);
 }
 
 }  // namespace toolbox::files

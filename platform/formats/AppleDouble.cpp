@@ -79,9 +79,4 @@ bool EncodeAppleDouble(const std::vector<AppleDoublePart>& inParts, std::vector<
     return true;
 }
 
-std::string CompanionPath(const std::string& inPath) {
-    const std::size_t leaf = inPath.rfind('/') + 1;
-    return inPath.substr(0, leaf) + "._" + inPath.substr(leaf);
-}
-
 }  // namespace toolbox::files

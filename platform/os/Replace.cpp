@@ -25,16 +25,16 @@ constexpr int kNames = 100;
 
 std::atomic<unsigned> sNextNumber = 0;
 
-// The name has the companions' prefix, so that listings leave it out.
-std::string NewName(const std::string& inFolder) {
-    return inFolder + "._.new-" + std::to_string(Calls().getpid()) + "-" + std::to_string(sNextNumber++);
+// Begins with a dot, so that most listings leave it out when a failing machine left it behind.
+std::string NewName() {
+    return "._.new-" + std::to_string(Calls().getpid()) + "-" + std::to_string(sNextNumber++);
 }
 
-// Takes over owner and permissions of the file at inPath, if there is one. 0 or an errno. Only a privileged
-// process can give files away; others have what they make.
-int KeepAccess(const std::string& inPath, int inDescriptor) {
+// Takes over owner and permissions of the file of that name, if there is one. 0 or an errno. Only a
+// privileged process can give files away; others have what they make.
+int KeepAccess(int inFolder, const std::string& inName, int inDescriptor) {
     struct statx old = {};
-    if (Calls().statx(AT_FDCWD, inPath.c_str(), 0, STATX_MODE | STATX_UID | STATX_GID, &old) != 0)
+    if (Calls().statx(inFolder, inName.c_str(), 0, STATX_MODE | STATX_UID | STATX_GID, &old) != 0)
         return errno == ENOENT ? 0 : errno;
     if (Calls().fchown(inDescriptor, old.stx_uid, old.stx_gid) != 0 && errno != EPERM) return errno;
     return Calls().fchmod(inDescriptor, old.stx_mode & kPermissions) == 0 ? 0 : errno;
@@ -69,31 +69,54 @@ int WriteInPlace(int inDescriptor, const std::vector<UInt8>& inBytes, std::size_
     return error;
 }
 
-int CreateNew(const std::string& inFolder, std::string& outPath, Descriptor& outFile) {
+int CreateNew(int inFolder, std::string& outName, Descriptor& outFile) {
     int error = EEXIST;
     for (int i = 0; i < kNames && error == EEXIST; ++i) {
-        outPath = NewName(inFolder);
-        error = OpenFile(outPath.c_str(), O_WRONLY | O_CREAT | O_EXCL, outFile, kNewFileMode);
+        outName = NewName();
+        error = OpenFile(inFolder, outName.c_str(), O_WRONLY | O_CREAT | O_EXCL, outFile, kNewFileMode);
     }
     return error;
 }
 
+// Writes a new file whole, and closes it. 0 or an errno.
+int WriteNew(Descriptor& ioFile, const std::vector<UInt8>& inBytes) {
+    int error = WriteAt(ioFile.Number(), inBytes);
+    if (error == 0 && Calls().fsync(ioFile.Number()) != 0) error = errno;
+    const int closeError = ioFile.Close();
+    return error == 0 ? closeError : error;
+}
+
+// So that a name outlasts a failure of the machine. Where that cannot be had, as in a folder that may not be
+// read, the system writes it later; the name is there already, and nobody is told that it were not.
+void SyncFolder(int inFolder) {
+    Descriptor folder;
+    if (OpenFile(inFolder, ".", O_RDONLY | O_DIRECTORY, folder) == 0) (void)Calls().fsync(folder.Number());
+}
+
 }  // namespace
 
-int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes) {
-    std::string newPath;
+int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes) {
+    std::string newName;
     Descriptor file;
-    int error = CreateNew(inPath.substr(0, inPath.rfind('/') + 1), newPath, file);
+    int error = CreateNew(inFolder, newName, file);
     if (error != 0) return error;
-    error = KeepAccess(inPath, file.Number());
-    if (error == 0) error = WriteAt(file.Number(), inBytes);
-    if (error == 0 && Calls().fsync(file.Number()) != 0) error = errno;
-    const int closeError = file.Close();
-    if (error == 0) error = closeError;
-    if (error == 0 && Calls().renameat2(AT_FDCWD, newPath.c_str(), AT_FDCWD, inPath.c_str(), 0) != 0)
+    error = KeepAccess(inFolder, inName, file.Number());
+    if (error == 0) error = WriteNew(file, inBytes);
+    if (error == 0 && Calls().renameat2(inFolder, newName.c_str(), inFolder, inName.c_str(), 0) != 0)
         error = errno;
-    if (error != 0) (void)Calls().unlinkat(AT_FDCWD, newPath.c_str(), 0);
+    if (error == 0)
+        SyncFolder(inFolder);
+    else
+        (void)Calls().unlinkat(inFolder, newName.c_str(), 0);
     return error;
+}
+
+int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes) {
+    const std::size_t nameStart = inPath.rfind('/') + 1;
+    const std::string folderPath = nameStart == 0 ? "." : inPath.substr(0, nameStart);
+    Descriptor folder;
+    const int error = OpenFile(folderPath.c_str(), O_PATH | O_DIRECTORY, folder);
+    return error != 0 ? error : ReplaceFile(folder.Number(), inPath.substr(nameStart), inBytes);
 }
 
 int OverwriteFile(int inDescriptor, const std::vector<UInt8>& inBytes, const MovableHead& inHead) {

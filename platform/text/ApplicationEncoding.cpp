@@ -1,6 +1,7 @@
 #include "ApplicationEncoding.h"
 
 #include "Regions.h"
+#include "companions/Companions.h"
 #include "formats/AppleDouble.h"
 #include "formats/ResourceFork.h"
 #include "os/BigEndian.h"
@@ -31,18 +32,9 @@ std::atomic<CFStringEncoding> sEncoding{kNotLookedUp};
 
 // 0 or an errno. The resource fork in the companion of the file at inPath; ENOENT when there is none.
 int OpenForkInCompanion(const std::string& inPath, os::FileRange& outFork) {
-    os::Descriptor file;
-    int error = os::OpenFile(files::CompanionPath(inPath).c_str(), O_RDONLY | os::kItemItself, file);
-    std::vector<files::AppleDoubleEntry> entries;
-    if (error == 0) error = outFork.Adopt(std::move(file));
-    if (error == 0) error = files::ReadAppleDouble(outFork, entries);
-    if (error != 0) return error;
-    for (const files::AppleDoubleEntry& entry : entries) {
-        if (entry.id != files::AppleDoubleEntry::kResourceFork) continue;
-        outFork.Narrow(entry.offsetBytes, entry.lengthBytes);
-        return 0;
-    }
-    return ENOENT;
+    files::Place place;
+    const int error = files::OpenPlaceOf(inPath, place);
+    return error != 0 ? error : files::OpenEntry(place, files::AppleDoubleEntry::kResourceFork, outFork);
 }
 
 // 0 or an errno. The file beside the program that holds a resource fork as its contents.

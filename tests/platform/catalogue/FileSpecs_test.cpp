@@ -1,4 +1,5 @@
 #include "CatalogTest.h"
+#include "companions/Companions.h"
 #include "support/CountedCalls.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
@@ -75,6 +76,16 @@ TEST_P(FileSpecsTest, SearchWithoutRegardToCaseAndForm) {
     FSSpec spec = {};
     EXPECT_EQ(noErr, Make("CAFE\xCC\x81.TXT", spec));
     EXPECT_TRUE(NameOf(spec) == "Caf\xC3\xA9.TXT" || NameOf(spec) == "caf\xC3\xA9.txt") << "as on disk";
+}
+
+TEST_F(FileSpecsTest, CompanionsHaveNoSimilarNames) {
+    toolbox::files::Place place;
+    ASSERT_EQ(0, toolbox::files::OpenPlaceOf(mFolder.MakeFile("Song"), place));
+    ASSERT_EQ(0, toolbox::files::ReplaceEntry(place, 4, {'x'}));
+    EXPECT_EQ("status -43", PathOfSpec(Here("._SONG")));
+    EXPECT_EQ(mFolder / "._Song", PathOfSpec(Here("._Song"))) << "as it is, it is found";
+    std::filesystem::remove(mFolder / "Song");
+    EXPECT_EQ(mFolder / "._Song", PathOfSpec(Here("._SONG"))) << "an item of its own by now";
 }
 
 // However deep the folder lies: volume, folder, the folder held open, the item in it.

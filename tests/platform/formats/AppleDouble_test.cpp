@@ -103,12 +103,6 @@ TEST(AppleDouble, IDsAreDistinctAndNotZero) {
     EXPECT_TRUE(Decodes(file));
 }
 
-TEST(AppleDouble, CompanionPath) {
-    EXPECT_EQ("/a/._b", CompanionPath("/a/b"));
-    EXPECT_EQ("/._b", CompanionPath("/b"));
-    EXPECT_EQ("._b", CompanionPath("b"));
-}
-
 TEST(AppleDouble, AsManyEntriesAsCanBe) {
     std::vector<AppleDoublePart> parts;
     for (UInt32 id = 1; id <= 0xFFFF; ++id)

@@ -1,6 +1,5 @@
-// The bytes of a file's two forks. The data fork is the file; the resource fork is an entry of its
-// AppleDouble companion, the file of the same name with "._" before it. Functions may throw std::bad_alloc,
-// with nothing left open.
+// The bytes of a file's two forks. The data fork is the file; the resource fork is an entry of its companion
+// (Companions.h). Functions may throw std::bad_alloc, with nothing left open.
 #pragma once
 
 #include "os/FileRange.h"
@@ -11,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace toolbox::files {
@@ -20,10 +20,10 @@ enum class Fork { kData, kResource };
 // Bytes of an open file, as many as there were when it was opened. One thread at a time.
 class OpenFork {
   public:
+    OpenFork() = default;
+    explicit OpenFork(os::FileRange inBytes) : mBytes(std::move(inBytes)) {}
     // The whole of an open file. errFSForkNotFound when it is none; nothing is open on failure.
     [[nodiscard]] OSStatus Adopt(os::Descriptor inFile);
-    // From now on these bytes only, which must be inside.
-    void Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes) { mBytes.Narrow(inOffsetBytes, inSizeBytes); }
 
     bool IsOpen() const { return mBytes.IsOpen(); }
     UInt64 SizeBytes() const { return mBytes.SizeBytes(); }

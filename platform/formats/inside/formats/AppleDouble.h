@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <string>
 #include <vector>
 
 namespace toolbox::files {
@@ -62,8 +61,5 @@ template <typename Source>
 // systems keep in the Finder information may tell offsets in the file, and a fork that grows must not move
 // it. False when it is longer than the format can tell.
 bool EncodeAppleDouble(const std::vector<AppleDoublePart>& inParts, std::vector<UInt8>& outBytes);
-
-// The path of the companion of the item at inPath.
-std::string CompanionPath(const std::string& inPath);
 
 }  // namespace toolbox::files

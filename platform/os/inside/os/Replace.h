@@ -9,9 +9,12 @@
 
 namespace toolbox::os {
 
-// Makes inBytes the contents of the file at inPath, which need not exist: whoever opens it sees the old
-// contents or the new, also after the machine has failed on the way. An existing file's permissions stay. On
-// failure the old contents stay, and nothing is left behind.
+// Makes inBytes the contents of the file of that name in an open folder, which need not exist: whoever opens
+// it sees the old contents or the new, also after the machine has failed on the way, and it is the new ones
+// once this has answered 0. All is done in that folder, wherever it is by now. An existing file's permissions
+// stay. On failure the old contents stay, and nothing is left behind.
+[[nodiscard]] int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes);
+// The same for the file at inPath.
 [[nodiscard]] int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes);
 
 // The first bytes of contents that tell where the others lie, so that these can lie elsewhere for a while.
