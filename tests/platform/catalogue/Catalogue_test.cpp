@@ -17,10 +17,29 @@ using support::FileWorld;
 using test_files::FailingCalls;
 using test_files::MakeRef;
 using test_files::PathOf;
+using toolbox::files::FoundItem;
+using toolbox::files::OpenFolder;
+using toolbox::files::Place;
 
 class FindByRef : public support::FileWorldTest {};
 class FindByPath : public support::FileWorldTest {};
+class AtPlace : public support::FileWorldTest {
+  protected:
+    // The path at which the folder's item is found, or "status -43" for instance.
+    std::string Find(const std::string& inFolderPath, const std::string& inName) {
+        FoundItem folder;
+        EXPECT_EQ(noErr, toolbox::files::FindByPath(inFolderPath.c_str(), folder));
+        Place place;
+        EXPECT_EQ(0, OpenFolder(folder.path, place));
+        place.name = inName;
+        const OSStatus status = FindAtPlace(folder, place, mFound);
+        return status == noErr ? mFound.path : "status " + std::to_string(status);
+    }
+
+    FoundItem mFound;
+};
 INSTANTIATE_TEST_SUITE_P(Worlds, FindByRef, support::BothWorlds(), support::NameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Worlds, AtPlace, support::BothWorlds(), support::NameOfWorld);
 INSTANTIATE_TEST_SUITE_P(Worlds, FindByPath, support::BothWorlds(), support::NameOfWorld);
 
 TEST_P(FindByRef, RenamedByAnother) {
@@ -176,6 +195,55 @@ TEST_P(FindByPath, LinkTakesAFoldersPlaceMeanwhile) {
     toolbox::os::CallsForTesting() = real;
     ASSERT_EQ(noErr, status);
     EXPECT_EQ(mFolder / "sub moved/a", PathOf(ref));
+}
+
+TEST_P(AtPlace, ItemIsFoundAsByItsPath) {
+    const std::string folder = mFolder.MakeFolder("sub");
+    const std::string path = mFolder.MakeFile("sub/a");
+    EXPECT_EQ(path, Find(folder, "a"));
+    FoundItem byPath;
+    ASSERT_EQ(noErr, toolbox::files::FindByPath(path.c_str(), byPath));
+    EXPECT_EQ(byPath.nodeID, mFound.nodeID);
+    EXPECT_TRUE(byPath.status.identity.IsSameItem(mFound.status.identity));
+    EXPECT_EQ("status -43", Find(folder, "none"));
+    EXPECT_EQ('/' + path.substr(1, path.find('/', 1) - 1), Find("/", path.substr(1, path.find('/', 1) - 1)));
+}
+
+TEST_P(AtPlace, LinksAreFollowed) {
+    const std::string path = mFolder.MakeFile("a");
+    mFolder.MakeLink("a", "link");
+    mFolder.MakeLink("none", "dangling");
+    EXPECT_EQ(path, Find(mFolder.Path(), "link"));
+    EXPECT_EQ("status -43", Find(mFolder.Path(), "dangling"));
+}
+
+// What is known of a folder's path may be old by the time that its item is looked up.
+TEST_P(AtPlace, FolderThatHasNoNodeYet) {
+    const std::string path = mFolder.MakeFile("a");
+    Place place;
+    ASSERT_EQ(0, OpenPlaceOf(path, place));
+    place.folderStatus.identity.inode += 1'000'000'000;
+    FoundItem folder, item;
+    ASSERT_EQ(noErr, toolbox::files::FindByPath(mFolder.Path().c_str(), folder));
+    ASSERT_EQ(noErr, FindAtPlace(folder, place, item));
+    EXPECT_EQ(path, item.path);
+    EXPECT_NE(0U, item.nodeID);
+}
+
+TEST_P(AtPlace, OfAFoundItem) {
+    const std::string path = mFolder.MakeFile("a");
+    FoundItem item, root;
+    ASSERT_EQ(noErr, toolbox::files::FindByPath(path.c_str(), item));
+    ASSERT_EQ(noErr, toolbox::files::FindByPath("/", root));
+    Place place;
+    EXPECT_EQ(noErr, OpenPlace(item, place));
+    EXPECT_EQ("a", place.name);
+    EXPECT_EQ(noErr, OpenPlace(root, place));
+    EXPECT_EQ("", place.name);
+    mFolder.Rename(path, mFolder / "b");
+    EXPECT_EQ(fnfErr, OpenPlace(item, place)) << "gone";
+    mFolder.MakeFile("a");
+    EXPECT_EQ(fnfErr, OpenPlace(item, place)) << "another's by now";
 }
 
 TEST_P(FindByRef, EveryFailingCall) {
