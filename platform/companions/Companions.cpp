@@ -83,7 +83,7 @@ int ReplaceEntry(const Place& inItem, UInt32 inID, const std::vector<UInt8>& inB
 }
 
 bool IsCompanion(const Place& inPlace) {
-    if (!inPlace.name.starts_with(kPrefix) || inPlace.name.size() == kPrefix.size()) return false;
+    if (!inPlace.name.starts_with(kPrefix)) return false;
     os::ItemStatus item;
     const std::string itemName = inPlace.name.substr(kPrefix.size());
     const int folder = inPlace.folder.Number();

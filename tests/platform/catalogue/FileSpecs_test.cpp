@@ -5,9 +5,11 @@
 #include "support/FailingNew.h"
 #include "support/FileWorld.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <toolbox/FileSpecs.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -78,13 +80,13 @@ TEST_P(FileSpecsTest, SearchWithoutRegardToCaseAndForm) {
     EXPECT_TRUE(NameOf(spec) == "Caf\xC3\xA9.TXT" || NameOf(spec) == "caf\xC3\xA9.txt") << "as on disk";
 }
 
-TEST_F(FileSpecsTest, CompanionsHaveNoSimilarNames) {
+TEST_P(FileSpecsTest, CompanionsHaveNoSimilarNames) {
     toolbox::files::Place place;
     ASSERT_EQ(0, toolbox::files::OpenPlaceOf(mFolder.MakeFile("Song"), place));
     ASSERT_EQ(0, toolbox::files::ReplaceEntry(place, 4, {'x'}));
     EXPECT_EQ("status -43", PathOfSpec(Here("._SONG")));
     EXPECT_EQ(mFolder / "._Song", PathOfSpec(Here("._Song"))) << "as it is, it is found";
-    std::filesystem::remove(mFolder / "Song");
+    mFolder.Remove(mFolder / "Song");
     EXPECT_EQ(mFolder / "._Song", PathOfSpec(Here("._SONG"))) << "an item of its own by now";
 }
 
@@ -96,6 +98,29 @@ TEST_P(FileSpecsTest, CallsForAnItemOfAFolder) {
     const CountedCalls calls;
     EXPECT_EQ(noErr, FSpMakeFSRef(&spec, &ref));
     EXPECT_EQ("openat 1, close 1, statx 4", calls.Made());
+}
+
+// Another program's doing between finding a folder and looking into it.
+std::string sReplacedFolder;
+toolbox::os::SystemCalls sReal;
+TEST_P(FileSpecsTest, AnotherFolderTakesThePlaceMeanwhile) {
+    sReplacedFolder = mFolder.MakeFolder("sub");
+    const FSSpec spec = SpecOf(mFolder.MakeFile("sub/file"));
+    mFolder.MakeFolder("another");
+    mFolder.MakeFile("another/file");
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+        if (sReplacedFolder == inPath) {
+            EXPECT_EQ(0, sReal.renameat2(AT_FDCWD, inPath, AT_FDCWD,
+                                         (sReplacedFolder + "/../another").c_str(), RENAME_EXCHANGE));
+        }
+        return sReal.openat(inFolder, inPath, inFlags, inMode);
+    };
+    FSRef ref = {};
+    const OSErr error = FSpMakeFSRef(&spec, &ref);
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ(dirNFErr, error);
+    EXPECT_EQ(mFolder / "another/file", PathOfSpec(spec));
 }
 
 TEST_P(FileSpecsTest, FoldersThatChangedPlacesMeanwhile) {

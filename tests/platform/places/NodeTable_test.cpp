@@ -140,9 +140,9 @@ TEST(NodeTable, ChildOfAFolderThatHasNoNode) {
 TEST(NodeTable, ChildThatTheFolderLiesWithinFormsNoCircle) {
     NodeTable table;
     table.Record({Root(), Folder(200, "x"), Folder(201, "y"), Folder(202, "z")});
-    EXPECT_EQ(0u, table.RecordChild(Folder(202, "").identity, Folder(200, "x")));
-    EXPECT_EQ(0u, table.RecordChild(Folder(202, "").identity, Folder(202, "z")));
-    EXPECT_EQ(0u, table.RecordChild(Folder(202, "").identity, Root()));
+    ASSERT_EQ(0u, table.RecordChild(Folder(202, "").identity, Folder(200, "x")));
+    ASSERT_EQ(0u, table.RecordChild(Folder(202, "").identity, Folder(202, "z")));
+    ASSERT_EQ(0u, table.RecordChild(Folder(202, "").identity, Root()));
     EXPECT_EQ("/x/y/z", PathOf(table, Folder(202, "")));
 }
 
