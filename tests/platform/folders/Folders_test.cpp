@@ -305,6 +305,10 @@ TEST_P(Folders, TemporaryOnAVolume) {
     const std::string own = ".TemporaryItems-" + std::to_string(::getuid());
     EXPECT_EQ(std::vector{mHome / own}, PathsOf(TemporaryPlacesOn(VolumeAt(mHome.Path()))));
     EXPECT_EQ(std::vector{"/" + own}, PathsOf(TemporaryPlacesOn(VolumeAt("/"))));
+    Volume mountedTwice = {home.status.Volume(), mHome.Path()};
+    ++mountedTwice.key.mount;
+    EXPECT_EQ(std::vector{mHome / own}, PathsOf(TemporaryPlacesOn(mountedTwice)))
+        << "nothing is renamed from the one mount to the other";
 }
 
 TEST_P(Folders, TrashOnAVolume) {
