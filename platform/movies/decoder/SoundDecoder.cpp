@@ -66,7 +66,10 @@ OSStatus SoundDecoder::Open(const SoundFormat& inFormat, Trimming inTrimming) {
     context->thread_count = 1;
     if (inTrimming == Trimming::kKeepsAll) context->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
     context->sample_rate = inFormat.sampleRateHz <= INT_MAX ? static_cast<int>(inFormat.sampleRateHz) : 0;
-    if (inFormat.channelCount > 0) av_channel_layout_default(&context->ch_layout, inFormat.channelCount);
+    if (inFormat.channelMask != 0)
+        av_channel_layout_from_mask(&context->ch_layout, inFormat.channelMask);
+    else if (inFormat.channelCount > 0)
+        av_channel_layout_default(&context->ch_layout, inFormat.channelCount);
     context->bits_per_coded_sample = inFormat.bitsPerSample;
     context->block_align = inFormat.blockAlign;
     const OSStatus status = CopyConfig(inFormat, *context);

@@ -100,6 +100,8 @@ SoundFormat DescribedFormat(const AVCodecParameters& inParameters) {
     }
     format.sampleRateHz = Pinned<std::uint32_t>(inParameters.sample_rate);
     format.channelCount = Pinned<std::uint16_t>(inParameters.ch_layout.nb_channels);
+    if (inParameters.ch_layout.order == AV_CHANNEL_ORDER_NATIVE)
+        format.channelMask = inParameters.ch_layout.u.mask;
     const int bits = inParameters.bits_per_coded_sample > 0 ? inParameters.bits_per_coded_sample
                                                             : inParameters.bits_per_raw_sample;
     format.bitsPerSample = bits > 0 ? Pinned<std::uint16_t>(bits) : std::uint16_t{16};

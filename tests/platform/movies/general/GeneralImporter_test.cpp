@@ -369,6 +369,27 @@ TEST(GeneralImporter, WhatTheContainerPromisedAndDidNotHoldIsDamage) {
     }
 }
 
+// A count of channels alone would make a center of the low ones, and other sides of the back.
+TEST(GeneralImporter, TheContainerSaysWhichChannelsThereAre) {
+    for (const char* layout :
+         {"2.1", "3.0", "4.0", "quad", "5.0", "5.0(side)", "5.1", "5.1(side)", "6.1", "7.1"}) {
+        const std::string options =
+            std::string("-af aformat=channel_layouts='") + layout + "' -c:a pcm_s16le";
+        const Imported imported = Import(MakeFile(48000, 480, options, "wav"));
+        ASSERT_EQ(noErr, imported.status) << layout;
+        SoundDecoder decoder;
+        ASSERT_EQ(noErr, decoder.Open(imported.Sound().formats.at(0)));
+        const auto reader = imported.Sound().packets->NewReader();
+        PacketBytes bytes;
+        ASSERT_EQ(noErr, reader->Read(0, bytes));
+        ASSERT_EQ(SoundDecoder::Outcome::kNothing, decoder.Send(bytes));
+        ASSERT_EQ(SoundDecoder::Outcome::kSound, decoder.Receive());
+        char name[64] = {};
+        av_channel_layout_describe(&decoder.Frame().ch_layout, name, sizeof name);
+        EXPECT_STREQ(layout, name);
+    }
+}
+
 // Such a file has whole pages only, and none that says that it is the last.
 TEST(GeneralImporter, OggThatEndsBetweenTwoPagesIsCutOff) {
     for (const auto& [options, extension] : {std::pair("-ac 2 -c:a libvorbis -page_duration 200000", "ogg"),

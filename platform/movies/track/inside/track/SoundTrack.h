@@ -57,6 +57,7 @@ struct SoundFormat {
     std::vector<std::uint8_t> decoderConfig;
     std::uint32_t sampleRateHz = 0;  // of the decoded sound, never 0
     std::uint16_t channelCount = 0;  // of the decoded sound; 0 when unknown
+    std::uint64_t channelMask = 0;   // which channels those are, as libavutil numbers them; 0: the usual ones
     std::uint16_t bitsPerSample = 16;
     std::uint16_t blockAlign = 0;           // bytes per frame of PCM, else 0
     std::uint32_t nominalPacketFrames = 0;  // frames a full packet decodes to; 0 when packets differ
