@@ -25,12 +25,9 @@ int ErrorOf(int inResult) {
     return inResult == 0 ? 0 : errno;
 }
 
-// Mounts are this process's own from now on.
-bool HasOwnMounts() {
-    static const bool has =
-        unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-    return has;
-}
+// Mounts are this process's own from its beginning: all have other numbers then.
+const bool sHasOwnMounts =
+    unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 
 }  // namespace
 
@@ -164,7 +161,7 @@ std::size_t FileWorld::OpenDescriptorCount() const {
 }
 
 bool FileWorld::MayMount() const {
-    return mMemory || HasOwnMounts();
+    return mMemory || sHasOwnMounts;
 }
 
 int FileWorld::MountVolume(const std::string& inPath) {
