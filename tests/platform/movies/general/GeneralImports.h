@@ -35,6 +35,11 @@ inline std::string MakeFile(std::uint32_t inRateHz, std::uint32_t inFrameCount, 
     return Contents(path);
 }
 
+inline void Put32(std::string& ioBytes, std::size_t inOffset, std::uint32_t inValue, bool inIsBig) {
+    for (std::size_t i = 0; i < 4; ++i)
+        ioBytes[inOffset + i] = static_cast<char>(inValue >> 8 * (inIsBig ? 3 - i : i));
+}
+
 struct Imported {
     OSStatus status = noErr;
     toolbox::movies::ImportedMovie movie;
