@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <iterator>
 #include <new>
+#include <string>
 
 namespace toolbox::files {
 
@@ -176,10 +177,15 @@ OSStatus GetInfo(const FSRef& inRef, FSCatalogInfoBitmap inWhich, const Outputs&
 
 OSStatus SetInfo(const FSRef& inRef, FSCatalogInfoBitmap inWhich, const FSCatalogInfo& inInfo) {
     FoundItem item;
-    const OSStatus status = FindByRef(inRef, item);
+    Place place;
+    OSStatus status = FindByRef(inRef, item);
     if (status != noErr || inWhich == kFSCatInfoNone) return status;
+    status = OpenPlace(item, place);
+    if (status != noErr) return status;
+    const std::string name = place.name.empty() ? "." : place.name;
     const mode_t mode = inInfo.permissions.mode & kPermissionBits;
-    return os::Calls().fchmodat(AT_FDCWD, item.path.c_str(), mode, 0) == 0 ? noErr : StatusOfErrno(errno);
+    return os::Calls().fchmodat(place.folder.Number(), name.c_str(), mode, 0) == 0 ? noErr
+                                                                                   : StatusOfErrno(errno);
 }
 
 }  // namespace

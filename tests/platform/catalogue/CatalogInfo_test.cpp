@@ -4,10 +4,12 @@
 #include "support/FailingNew.h"
 #include "support/FileWorld.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <toolbox/CatalogInfo.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -163,6 +165,34 @@ TEST_P(CatalogInfoTest, SetPermissions) {
     EXPECT_EQ(0100755U, FileWorld::StatusOf(path).stx_mode);
     EXPECT_EQ(noErr, SetMode(mFolder.MakeFolder("folder"), 01777));
     EXPECT_EQ(0041777U, FileWorld::StatusOf(mFolder / "folder").stx_mode);
+}
+
+TEST_P(CatalogInfoTest, SetOfARootFolder) {
+    const UInt16 mode = FileWorld::StatusOf("/").stx_mode;
+    EXPECT_EQ(noErr, SetMode("/", mode));
+    EXPECT_EQ(mode, FileWorld::StatusOf("/").stx_mode);
+}
+
+// Another program's doing between finding an item and changing it.
+std::string sItemPath, sOtherPath;
+toolbox::os::SystemCalls sReal;
+TEST_P(CatalogInfoTest, SetOfWhatAnotherTookThePlaceOf) {
+    sItemPath = mFolder.MakeFile("a");
+    sOtherPath = mFolder.MakeFile("b");
+    FileWorld::SetMode(sOtherPath, 0600);
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+        EXPECT_EQ(
+            0, sReal.renameat2(AT_FDCWD, sItemPath.c_str(), AT_FDCWD, sOtherPath.c_str(), RENAME_EXCHANGE));
+        return sReal.openat(inFolder, inPath, inFlags, inMode);
+    };
+    const FSRef ref = RefOf(sItemPath);
+    FSCatalogInfo info = {};
+    info.permissions.mode = 0777;
+    const OSErr error = FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info);
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ(fnfErr, error);
+    EXPECT_EQ(0100600, FileWorld::StatusOf(sItemPath).stx_mode) << "the other's, which is there now";
 }
 
 TEST_P(CatalogInfoTest, SetNothing) {
