@@ -28,10 +28,17 @@ class EnduranceTest {
         return Arrays.stream(result.output().split("\n")).map(Holdings::of).toList();
     }
 
+    private static long leastDescriptors(List<Holdings> rounds) {
+        return rounds.stream().mapToLong(Holdings::descriptors).min().orElseThrow();
+    }
+
     private static void assertFlat(List<Holdings> rounds, int from, long bytes) {
         Holdings first = rounds.get(from);
         Holdings last = rounds.get(rounds.size() - 1);
-        assertEquals(first.descriptors, last.descriptors, rounds.toString());
+        // The runtime opens files of its own for a moment, so one round alone tells nothing.
+        int middle = (from + rounds.size()) / 2;
+        assertTrue(leastDescriptors(rounds.subList(middle, rounds.size()))
+                <= leastDescriptors(rounds.subList(from, middle)), rounds.toString());
         assertTrue(last.references <= first.references, rounds.toString());
         assertTrue(last.nativeBytes - first.nativeBytes < bytes, rounds.toString());
     }
