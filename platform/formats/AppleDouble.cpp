@@ -19,6 +19,7 @@ constexpr std::size_t kCountOffset = 24;
 // Sorted rather than compared each with each: a small file can have 65,535 entries.
 bool HaveDistinctIDs(const std::vector<AppleDoubleEntry>& inEntries) {
     std::vector<UInt32> ids;
+    ids.reserve(inEntries.size());
     for (const AppleDoubleEntry& entry : inEntries)
         ids.push_back(entry.id);
     std::sort(ids.begin(), ids.end());
