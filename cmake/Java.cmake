@@ -1,8 +1,7 @@
-# The Java development kit, if there is one: MIRTAL_JAVA tells, and the target mirtal_jni has the headers of the native
-# interface. Nothing of the Java runtime is linked.
-option(MIRTAL_BUILD_JAVA "Build the Java side, where a JDK of version 17 or later is found" ON)
-set(MIRTAL_JAVA OFF)
-if(MIRTAL_BUILD_JAVA AND NOT MIRTAL_PURE_ONLY)
+# The Java development kit, if one is wanted and there: MIRTAL_JDK_FOUND tells, and the target mirtal_jni has the headers
+# of the native interface. Nothing of the Java runtime is linked.
+set(MIRTAL_JDK_FOUND OFF)
+if(MIRTAL_BUILD_JAVA)
     find_package(Java 17 QUIET COMPONENTS Development)
     if(Java_FOUND)
         file(REAL_PATH ${Java_JAVAC_EXECUTABLE} MIRTAL_JAVAC)
@@ -12,12 +11,24 @@ if(MIRTAL_BUILD_JAVA AND NOT MIRTAL_PURE_ONLY)
         find_path(MIRTAL_JNI_MACHINE_INCLUDE jni_md.h PATHS ${MIRTAL_JDK}/include/linux NO_DEFAULT_PATH)
     endif()
     if(Java_FOUND AND MIRTAL_JNI_INCLUDE AND MIRTAL_JNI_MACHINE_INCLUDE)
-        set(MIRTAL_JAVA ON)
+        set(MIRTAL_JDK_FOUND ON)
         add_library(mirtal_jni INTERFACE)
         target_include_directories(mirtal_jni SYSTEM INTERFACE ${MIRTAL_JNI_INCLUDE} ${MIRTAL_JNI_MACHINE_INCLUDE})
     endif()
 endif()
-if(NOT MIRTAL_JAVA AND NOT MIRTAL_PURE_ONLY)
-    message(STATUS "No JDK 17 or later, or MIRTAL_BUILD_JAVA is off: the Java side and the library's entries for it are "
-        "left out")
-endif()
+
+# Sets MIRTAL_JUNIT to the jars of JUnit 5, as Debian's package has it, or to nothing where one is missing.
+function(mirtal_find_junit)
+    set(jars)
+    foreach(name apiguardian-api junit-jupiter-api junit-jupiter-engine junit-platform-commons junit-platform-console
+            junit-platform-engine junit-platform-launcher junit-platform-reporting opentest4j picocli)
+        find_file(MIRTAL_${name}_JAR ${name}.jar PATHS /usr/share/java)
+        mark_as_advanced(MIRTAL_${name}_JAR)
+        if(NOT MIRTAL_${name}_JAR)
+            set(MIRTAL_JUNIT "" PARENT_SCOPE)
+            return()
+        endif()
+        list(APPEND jars ${MIRTAL_${name}_JAR})
+    endforeach()
+    set(MIRTAL_JUNIT ${jars} PARENT_SCOPE)
+endfunction()

@@ -22,8 +22,7 @@ add_library(toolbox SHARED ${toolbox_objects})
 add_library(mirtal::toolbox ALIAS toolbox)
 set_target_properties(toolbox PROPERTIES OUTPUT_NAME mirtal_toolbox SOVERSION 1 VERSION ${PROJECT_VERSION}
     EXPORT_NAME toolbox INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
-target_include_directories(toolbox INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform/include>
-    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/mirtal>)
+target_include_directories(toolbox INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform/include>)
 target_link_libraries(toolbox PRIVATE mirtal_settings ${TOOLBOX_LIBRARIES})
 target_compile_features(toolbox INTERFACE cxx_std_17)
 
@@ -35,11 +34,10 @@ set_target_properties(aac2wav_library PROPERTIES OUTPUT_NAME com_mirtal_AAC2WAV 
 foreach(room foundation strings files quicktime converter)
     target_include_directories(aac2wav_library INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/${room}/include>)
 endforeach()
-target_include_directories(aac2wav_library INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/mirtal>)
 target_link_libraries(aac2wav_library PUBLIC toolbox PRIVATE mirtal_settings)
 target_compile_features(aac2wav_library INTERFACE cxx_std_17)
 
-if(MIRTAL_BUILD_TESTS OR MIRTAL_BUILD_FUZZERS OR MIRTAL_BUILD_BENCHMARKS)
+if(MIRTAL_TESTS OR MIRTAL_BUILD_FUZZERS OR MIRTAL_BENCHMARKS)
     add_library(toolbox_inside STATIC EXCLUDE_FROM_ALL ${toolbox_objects})
     target_link_libraries(toolbox_inside PUBLIC mirtal_settings toolbox_headers ${TOOLBOX_LIBRARIES})
     target_include_directories(toolbox_inside PUBLIC ${PROJECT_SOURCE_DIR}/platform)
