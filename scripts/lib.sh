@@ -53,3 +53,22 @@ run_quietly() {
         die "that failed; the whole log is $log"
     fi
 }
+
+# loader_folder PREFIX: the folder of our libraries below PREFIX, if the loader keeps a list of what is in it.
+loader_folder() {
+    local library folder
+    [ -z "${DESTDIR-}" ] || return 0
+    library=$(find "$1" -maxdepth 3 -path "$1/lib*" -name 'libmirtal_toolbox.so.*' -print -quit 2>/dev/null) || true
+    [ -n "$library" ] || return 0
+    folder=$(realpath "$(dirname "$library")")
+    PATH=$PATH:/usr/sbin:/sbin ldconfig -v -N -X 2>/dev/null | sed -n 's/^\(\/[^:]*\):.*/\1/p' |
+        while read -r known; do [ "$(realpath -m "$known")" != "$folder" ] || echo "$folder"; done
+}
+
+refresh_loader() {
+    if [ "$(id -u)" = 0 ]; then
+        PATH=$PATH:/usr/sbin:/sbin ldconfig
+    else
+        say "As root, run ldconfig: the loader's list of libraries is out of date."
+    fi
+}
