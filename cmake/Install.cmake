@@ -10,10 +10,10 @@ cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_BINDIR BASE_DIRECTORY ${CMAKE_INSTALL_PRE
 cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE installed_libraries)
 cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_INCLUDEDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}
     OUTPUT_VARIABLE installed_headers)
-set(installed_targets toolbox aac2wav_library mirtal_general_importer quicktime_framework)
+set(installed_targets mirtal_toolbox mirtal_aac2wav mirtal_general_importer mirtal_quicktime_framework)
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME runtime)
-install(TARGETS toolbox aac2wav_library EXPORT mirtalTargets
+install(TARGETS mirtal_toolbox mirtal_aac2wav EXPORT mirtalTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT development
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mirtal)
 install(TARGETS mirtal_general_importer LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mirtal-components)
@@ -58,8 +58,8 @@ endif()
 
 if(MIRTAL_JAVA)
     set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME java)
-    list(APPEND installed_targets jar)
-    get_target_property(jar_file jar JAR_FILE)
+    list(APPEND installed_targets mirtal_jar)
+    get_target_property(jar_file mirtal_jar JAR_FILE)
     install(FILES ${jar_file} DESTINATION ${CMAKE_INSTALL_DATADIR}/java)
 endif()
 
