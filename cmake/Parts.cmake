@@ -67,7 +67,7 @@ else()
 
     include(Java)
     mirtal_part(JAVA "the Java classes" MIRTAL_JDK_FOUND "a JDK of version 17 or later")
-    mirtal_part(EXAMPLES "the examples" MIRTAL_JAVA "the Java classes")
+    mirtal_part(EXAMPLES "the examples")
 
     if(MIRTAL_BUILD_BENCHMARKS)
         find_package(benchmark QUIET)
@@ -91,11 +91,12 @@ if(MIRTAL_BUILD_TESTS)
         find_program(MIRTAL_FFPROBE ffprobe)
         find_program(MIRTAL_PERL perl)
         list(APPEND needs PNG_FOUND libpng-dev Python3_FOUND python3 MIRTAL_FFMPEG ffmpeg MIRTAL_FFPROBE ffprobe
-            MIRTAL_PERL perl MIRTAL_TOOLS "the command lines" MIRTAL_INSTALL MIRTAL_INSTALL)
+            MIRTAL_PERL perl MIRTAL_TOOLS "the command lines" MIRTAL_EXAMPLES "the examples" MIRTAL_INSTALL
+            MIRTAL_INSTALL)
     endif()
     if(MIRTAL_JAVA)
         mirtal_find_junit()
-        list(APPEND needs MIRTAL_JUNIT junit5 MIRTAL_EXAMPLES "the examples")
+        list(APPEND needs MIRTAL_JUNIT junit5)
     endif()
 endif()
 mirtal_part(TESTS "the tests" ${needs})
