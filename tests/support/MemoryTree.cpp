@@ -15,7 +15,7 @@ constexpr int kMaxLinks = 40;  // as in Linux
 
 bool IsInGroup(gid_t inGroup, gid_t inUsersGroup) {
     std::vector<gid_t> groups(static_cast<std::size_t>(std::max(getgroups(0, nullptr), 0)));
-    if (!groups.empty()) (void)getgroups(static_cast<int>(groups.size()), groups.data());
+    if (!groups.empty() && getgroups(static_cast<int>(groups.size()), groups.data()) < 0) groups.clear();
     return inGroup == inUsersGroup || std::find(groups.begin(), groups.end(), inGroup) != groups.end();
 }
 
