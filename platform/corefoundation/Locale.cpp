@@ -69,6 +69,13 @@ const char* NameForICU(const char* inVariable) {
     return hasCustoms ? inVariable : "en_US_POSIX";
 }
 
+// ICU 76 ends a program that asks for its locale when the variable names a language of 12 letters or more, or
+// is longer than names may be.
+bool IsBeyondICU(std::string_view inVariable) {
+    return inVariable.substr(0, inVariable.find_first_of("_-.@")).size() >= ULOC_LANG_CAPACITY ||
+           inVariable.size() >= ULOC_FULLNAME_CAPACITY;
+}
+
 }  // namespace
 
 const char* IdentifierOf(CFLocaleRef inLocale) {
@@ -84,6 +91,8 @@ const char* LocaleVariable() {
 }
 
 bool GetCurrentLocaleName(LocaleName& outName) {
+    outName.text[0] = '\0';
+    if (IsBeyondICU(LocaleVariable())) return true;
     const std::string_view known = uloc_getDefault();
     UErrorCode status = U_ZERO_ERROR;
     if (known.empty()) {

@@ -25,9 +25,17 @@ int ErrorOf(int inResult) {
     return inResult == 0 ? 0 : errno;
 }
 
+// Of a process whose root was changed to a plain folder the table of mounts does not show the root, and with
+// mounts of its own it would no longer know where its program lies.
+bool IsRootMounted() {
+    struct statx status = {};
+    return statx(AT_FDCWD, "/", 0, STATX_BASIC_STATS, &status) == 0 &&
+           (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
 // Mounts are this process's own from its beginning: all have other numbers then.
-const bool sHasOwnMounts =
-    unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+const bool sHasOwnMounts = IsRootMounted() && unshare(CLONE_NEWNS) == 0 &&
+                           mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 
 }  // namespace
 

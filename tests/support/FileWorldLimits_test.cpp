@@ -181,6 +181,8 @@ TEST_P(FileWorldLimits, TheProcessItself) {
 }
 
 TEST_P(FileWorldLimits, TheTableOfMounts) {
+    if (!IsMountRoot("/"))
+        GTEST_SKIP() << "the root was changed to a plain folder, which the table does not show";
     for (const std::string path : {"/", "/proc"}) {
         const auto mount = MountOf(path);
         ASSERT_LT(9U, mount.size()) << path;
