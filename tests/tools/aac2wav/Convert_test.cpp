@@ -209,7 +209,9 @@ TEST(Convert, WhatIsNoSoundIsRefusedBeforeAnythingIsWritten) {
 TEST(Convert, MessagesAreInOurWords) {
     const TemporaryFolder folder;
     WriteFile(folder / "cut.mkv", ReadFile(Fixture("tone.mkv")).substr(0, 300));
-    WriteFile(folder / "bad.caf", std::string("caff\0\1\0\0", 8));
+    // A description of a sound at no rate, and nothing behind it.
+    const std::string head("caff\0\1\0\0desc\0\0\0\0\0\0\0\x20", 20);
+    WriteFile(folder / "bad.caf", head + std::string(32, '\0'));
     WriteFile(folder / "cut.ogg", ReadFile(Fixture("tone.ogg")).substr(0, 10));
     const std::pair<const char*, const char*> expected[] = {
         {"cut.mkv", "the file ends before its sound begins"},
