@@ -25,6 +25,10 @@ int GetExecutablePath(std::string& outPath) {
     return outPath.empty() ? ENOENT : 0;
 }
 
+std::string ResourceFileBeside(const std::string& inExecutablePath) {
+    return inExecutablePath + ".rsrc";
+}
+
 int GetLibraryPath(std::string& outPath) {
     Dl_info info = {};
     struct link_map* library = nullptr;

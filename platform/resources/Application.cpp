@@ -28,7 +28,7 @@ OSStatus OpenResourcesOfApplication(std::unique_ptr<ResourceFile>& outFile) {
     if (status != noErr) return MayBeOverLater(status) ? status : OSStatus{noErr};
     status = OpenAt(path, files::Fork::kResource, outFile);
     if (status != noErr && !MayBeOverLater(status))
-        status = OpenAt(path + ".rsrc", files::Fork::kData, outFile);
+        status = OpenAt(os::ResourceFileBeside(path), files::Fork::kData, outFile);
     return MayBeOverLater(status) ? status : OSStatus{noErr};
 }
 

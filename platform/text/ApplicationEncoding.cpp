@@ -40,7 +40,8 @@ int OpenForkInCompanion(const std::string& inPath, os::FileRange& outFork) {
 // 0 or an errno. The file beside the program that holds a resource fork as its contents.
 int OpenForkBeside(const std::string& inPath, os::FileRange& outFork) {
     os::Descriptor file;
-    const int error = os::OpenFile((inPath + ".rsrc").c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY, file);
+    const int error =
+        os::OpenFile(os::ResourceFileBeside(inPath).c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY, file);
     return error == 0 ? outFork.Adopt(std::move(file)) : error;
 }
 
