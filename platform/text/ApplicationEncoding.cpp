@@ -85,7 +85,9 @@ bool IsFinal(int inErrno) {
         case ENAMETOOLONG:
         case EACCES:
         case EPERM:
-        case EINVAL:   // no file
+        case EISDIR:  // no file, here and below
+        case EINVAL:
+        case ENXIO:
         case EBADMSG:  // no companion, or no resource fork
         case ENODATA:
             return true;

@@ -173,6 +173,22 @@ TEST_F(ApplicationEncoding, ForksThatCannotBeReadCountAsAbsent) {
     EXPECT_EQ(kCFStringEncodingUTF8, GetApplicationTextEncoding()) << "without waiting for a writer";
 }
 
+TEST_F(ApplicationEncoding, WhatIsNoFileCountsAsAbsent) {
+    const std::string companion = mFolder / "._application";
+    for (const mode_t kind : {S_IFDIR, S_IFIFO, S_IFSOCK}) {
+        GiveResources({ImageOf(kVersion, 1, VersionOf(14))});
+        ASSERT_EQ(0, kind == S_IFDIR ? mkdir(companion.c_str(), 0700) : mknod(companion.c_str(), kind | 0600, 0));
+        toolbox::text::ForgetApplicationEncodingForTesting();
+        EXPECT_EQ(TextEncoding{kCFStringEncodingMacJapanese}, GetApplicationTextEncoding()) << std::oct << kind;
+        std::filesystem::remove(mFolder / "application.rsrc");
+        toolbox::text::ForgetApplicationEncodingForTesting();
+        EXPECT_EQ(kCFStringEncodingUTF8, GetApplicationTextEncoding());
+        GiveResources({ImageOf(kVersion, 1, VersionOf(14))});
+        EXPECT_EQ(kCFStringEncodingUTF8, GetApplicationTextEncoding()) << "that was a final answer";
+        std::filesystem::remove(companion);
+    }
+}
+
 TEST_F(ApplicationEncoding, KeepsNothingOpen) {
     GiveResources({ImageOf(kVersion, 1, VersionOf(14))});
     const std::size_t before = test_files::OpenDescriptorCount();
