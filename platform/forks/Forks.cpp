@@ -44,7 +44,8 @@ OSStatus WriteResourceFork(const FoundItem& inItem, const std::vector<UInt8>& in
 OSStatus WriteDataFork(const FoundItem& inItem, const std::vector<UInt8>& inBytes,
                        const os::MovableHead& inHead) {
     os::Descriptor file;
-    int error = os::OpenFile(inItem.path.c_str(), O_WRONLY | os::kItemItself, file);
+    int error = os::OpenFile(inItem.path.c_str(), O_RDWR | os::kItemItself, file);
+    if (error == EACCES) error = os::OpenFile(inItem.path.c_str(), O_WRONLY | os::kItemItself, file);
     if (error != 0) return StatusOfErrno(error);
     os::ItemStatus opened;
     error = os::GetDescriptorStatus(file.Number(), opened);

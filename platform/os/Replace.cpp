@@ -25,6 +25,29 @@ constexpr int kNames = 100;
 
 std::atomic<unsigned> sNextNumber = 0;
 
+// Calls that a signal may cut short are made again. All answer 0 or an errno.
+template <typename Call>
+int Uninterrupted(Call inCall) {
+    int error = 0;
+    do
+        error = inCall();
+    while (error == EINTR);
+    return error;
+}
+
+int Sync(int inDescriptor) {
+    return Uninterrupted([=] { return Calls().fsync(inDescriptor) == 0 ? 0 : errno; });
+}
+
+int SetLength(int inDescriptor, off_t inByteCount) {
+    return Uninterrupted([=] { return Calls().ftruncate(inDescriptor, inByteCount) == 0 ? 0 : errno; });
+}
+
+int TakeRoom(int inDescriptor, UInt64 inByteCount) {
+    return Uninterrupted(
+        [=] { return Calls().posix_fallocate(inDescriptor, 0, static_cast<off_t>(inByteCount)); });
+}
+
 // Begins with a dot, so that most listings leave it out when a failing machine left it behind.
 std::string NewName() {
     return "._.new-" + std::to_string(Calls().getpid()) + "-" + std::to_string(sNextNumber++);
@@ -48,13 +71,13 @@ int WriteMoved(int inDescriptor, const std::vector<UInt8>& inBytes, const Movabl
     std::array<UInt8, MovableHead::kMaxBytes> head;
     std::copy_n(inBytes.begin(), inHead.byteCount, head.begin());
     inHead.move(head.data(), inDistanceBytes);
-    const int error = WriteAt(inDescriptor, rest, UInt64{inHead.byteCount} + inDistanceBytes);
+    int error = WriteAt(inDescriptor, rest, UInt64{inHead.byteCount} + inDistanceBytes);
+    if (error == 0) error = Sync(inDescriptor);
     if (error != 0) return error;
-    if (Calls().fsync(inDescriptor) != 0) return errno;
     const ssize_t count = Calls().pwrite(inDescriptor, head.data(), inHead.byteCount, 0);
     if (count != static_cast<ssize_t>(inHead.byteCount)) return count < 0 ? errno : EIO;
     // Written it is; what cannot be synced now the system writes later, the rest being there before.
-    (void)Calls().fsync(inDescriptor);
+    (void)Sync(inDescriptor);
     return 0;
 }
 
@@ -62,11 +85,10 @@ int WriteMoved(int inDescriptor, const std::vector<UInt8>& inBytes, const Movabl
 int WriteInPlace(int inDescriptor, const std::vector<UInt8>& inBytes, std::size_t inHeadBytes) {
     const std::size_t headBytes = std::min(inHeadBytes, inBytes.size());
     int error = WriteAt(inDescriptor, std::span(inBytes).subspan(headBytes), headBytes);
-    if (error == 0 && headBytes > 0 && Calls().fsync(inDescriptor) != 0) error = errno;
+    if (error == 0 && headBytes > 0) error = Sync(inDescriptor);
     if (error == 0) error = WriteAt(inDescriptor, std::span(inBytes).first(headBytes));
-    if (error == 0 && Calls().ftruncate(inDescriptor, static_cast<off_t>(inBytes.size())) != 0) error = errno;
-    if (error == 0 && Calls().fsync(inDescriptor) != 0) error = errno;
-    return error;
+    if (error == 0) error = SetLength(inDescriptor, static_cast<off_t>(inBytes.size()));
+    return error == 0 ? Sync(inDescriptor) : error;
 }
 
 int CreateNew(int inFolder, std::string& outName, Descriptor& outFile) {
@@ -81,7 +103,7 @@ int CreateNew(int inFolder, std::string& outName, Descriptor& outFile) {
 // Writes a new file whole, and closes it. 0 or an errno.
 int WriteNew(Descriptor& ioFile, const std::vector<UInt8>& inBytes) {
     int error = WriteAt(ioFile.Number(), inBytes);
-    if (error == 0 && Calls().fsync(ioFile.Number()) != 0) error = errno;
+    if (error == 0) error = Sync(ioFile.Number());
     const int closeError = ioFile.Close();
     return error == 0 ? closeError : error;
 }
@@ -90,7 +112,7 @@ int WriteNew(Descriptor& ioFile, const std::vector<UInt8>& inBytes) {
 // read, the system writes it later; the name is there already, and nobody is told that it were not.
 void SyncFolder(int inFolder) {
     Descriptor folder;
-    if (OpenFile(inFolder, ".", O_RDONLY | O_DIRECTORY, folder) == 0) (void)Calls().fsync(folder.Number());
+    if (OpenFile(inFolder, ".", O_RDONLY | O_DIRECTORY, folder) == 0) (void)Sync(folder.Number());
 }
 
 }  // namespace
@@ -130,13 +152,12 @@ int OverwriteFile(int inDescriptor, const std::vector<UInt8>& inBytes, const Mov
     const UInt64 distance = std::max<UInt64>(oldSize, inBytes.size());
     const bool isMoved = oldSize > 0 && inHead.byteCount > 0 && inHead.byteCount <= inBytes.size() &&
                          distance + inBytes.size() <= std::numeric_limits<UInt32>::max();
-    error = Calls().posix_fallocate(
-        inDescriptor, 0, static_cast<off_t>(std::max<UInt64>(1, inBytes.size() + (isMoved ? distance : 0))));
+    error = TakeRoom(inDescriptor, std::max<UInt64>(1, inBytes.size() + (isMoved ? distance : 0)));
     if (error == 0 && isMoved)
         error = WriteMoved(inDescriptor, inBytes, inHead, static_cast<UInt32>(distance));
     if (error != 0) {
         // That the room cannot be given back harms less than a wrong status.
-        (void)Calls().ftruncate(inDescriptor, old.sizeBytes);
+        (void)SetLength(inDescriptor, old.sizeBytes);
         return error;
     }
     error = WriteInPlace(inDescriptor, inBytes, inHead.byteCount);

@@ -325,6 +325,64 @@ TEST_P(ForksTest, RoomIsTakenForTheWhole) {
     EXPECT_EQ(100U, Contents(mPath).size());
 }
 
+// The C library does it by hand where the file system cannot, and reads what is there.
+TEST_P(ForksTest, RoomIsTakenWithoutTheFileSystem) {
+    static SystemCalls sReal;
+    auto& calls = CallsForTesting();
+    sReal = calls;
+    calls.posix_fallocate = [](int inDescriptor, off_t inOffset, off_t) {
+        char byte;
+        return sReal.pread(inDescriptor, &byte, 1, inOffset) < 0 ? errno : 0;
+    };
+    const OSStatus status = WriteFork(mRef, Fork::kData, BytesOf("text"));
+    calls = sReal;
+    EXPECT_EQ(noErr, status);
+    EXPECT_EQ("text", Contents(mPath));
+}
+
+TEST_P(ForksTest, AFileThatMayOnlyBeWrittenIsWritten) {
+    static SystemCalls sReal;
+    auto& calls = CallsForTesting();
+    sReal = calls;
+    calls.openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+        if ((inFlags & O_ACCMODE) != O_RDWR) return sReal.openat(inFolder, inPath, inFlags, inMode);
+        errno = EACCES;
+        return -1;
+    };
+    const OSStatus status = WriteFork(mRef, Fork::kData, BytesOf("text"));
+    calls = sReal;
+    EXPECT_EQ(noErr, status);
+    EXPECT_EQ("text", Contents(mPath));
+}
+
+TEST_P(ForksTest, InterruptedCallsAreMadeAgain) {
+    static SystemCalls sReal;
+    static bool sIsSecond;
+    auto& calls = CallsForTesting();
+    sReal = calls;
+    sIsSecond = true;
+    calls.fsync = [](int inDescriptor) {
+        sIsSecond = !sIsSecond;
+        errno = EINTR;
+        return sIsSecond ? sReal.fsync(inDescriptor) : -1;
+    };
+    calls.ftruncate = [](int inDescriptor, off_t inByteCount) {
+        sIsSecond = !sIsSecond;
+        errno = EINTR;
+        return sIsSecond ? sReal.ftruncate(inDescriptor, inByteCount) : -1;
+    };
+    calls.posix_fallocate = [](int inDescriptor, off_t inOffset, off_t inCount) {
+        sIsSecond = !sIsSecond;
+        return sIsSecond ? sReal.posix_fallocate(inDescriptor, inOffset, inCount) : EINTR;
+    };
+    const OSStatus dataStatus = WriteFork(mRef, Fork::kData, BytesOf("1new"), kDigitHead);
+    const OSStatus resourceStatus = WriteFork(mRef, Fork::kResource, BytesOf("new"));
+    calls = sReal;
+    EXPECT_EQ(noErr, dataStatus);
+    EXPECT_EQ(noErr, resourceStatus);
+    EXPECT_EQ("1new", Contents(mPath));
+}
+
 TEST_P(ForksTest, WritesInterruptedAndShort) {
     auto& calls = CallsForTesting();
     static SystemCalls sReal;

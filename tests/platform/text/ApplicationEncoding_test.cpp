@@ -177,9 +177,11 @@ TEST_F(ApplicationEncoding, WhatIsNoFileCountsAsAbsent) {
     const std::string companion = mFolder / "._application";
     for (const mode_t kind : {S_IFDIR, S_IFIFO, S_IFSOCK}) {
         GiveResources({ImageOf(kVersion, 1, VersionOf(14))});
-        ASSERT_EQ(0, kind == S_IFDIR ? mkdir(companion.c_str(), 0700) : mknod(companion.c_str(), kind | 0600, 0));
+        ASSERT_EQ(
+            0, kind == S_IFDIR ? mkdir(companion.c_str(), 0700) : mknod(companion.c_str(), kind | 0600, 0));
         toolbox::text::ForgetApplicationEncodingForTesting();
-        EXPECT_EQ(TextEncoding{kCFStringEncodingMacJapanese}, GetApplicationTextEncoding()) << std::oct << kind;
+        EXPECT_EQ(TextEncoding{kCFStringEncodingMacJapanese}, GetApplicationTextEncoding())
+            << std::oct << kind;
         std::filesystem::remove(mFolder / "application.rsrc");
         toolbox::text::ForgetApplicationEncodingForTesting();
         EXPECT_EQ(kCFStringEncodingUTF8, GetApplicationTextEncoding());

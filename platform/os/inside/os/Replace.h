@@ -26,12 +26,13 @@ struct MovableHead {
     void (*move)(UInt8* ioHead, UInt32 inDistanceBytes) = nullptr;
 };
 
-// Makes inBytes the contents of the file open for writing as inDescriptor, which stays the same file for all
-// who have a reference or link to it. Nothing has changed when there is no room, or when somebody else is
-// overwriting it (EBUSY). With a head the file holds the old contents or the new at every moment, also
-// after the machine has failed on the way; for that time it is longer by both, and it may stay so, with the
-// head moved. Without one, or beyond 4 GiB, contents are neither the old nor the new when the device fails on
-// the way.
+// Makes inBytes the contents of the file open for reading and writing as inDescriptor, which stays the same
+// file for all who have a reference or link to it. Open for writing alone will do where the file system can
+// take room by itself; else that is done by reading and writing, and fails. Nothing has changed when there is
+// no room, or when somebody else is overwriting it (EBUSY). With a head the file holds the old contents or
+// the new at every moment, also after the machine has failed on the way; for that time it is longer by both,
+// and it may stay so, with the head moved. Without one, or beyond 4 GiB, contents are neither the old nor the
+// new when the device fails on the way.
 [[nodiscard]] int OverwriteFile(int inDescriptor, const std::vector<UInt8>& inBytes,
                                 const MovableHead& inHead = {});
 
