@@ -2,14 +2,12 @@
 
 #include "catalogue/DescriptorPaths.h"
 #include "names/ModifiedUTF8.h"
-#include "os/SystemCalls.h"
+#include "os/CanonicalPath.h"
 #include "status/StatusOfErrno.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -28,10 +26,6 @@ struct RefContents {
 };
 static_assert(sizeof(RefContents) == 32 && sizeof(RefContents) <= sizeof(FSRef));
 constexpr UInt32 kRefMagic = FourChars("fsrf");
-
-struct FreeDeleter {
-    void operator()(char* inText) const { os::Calls().free(inText); }
-};
 
 bool IsMissing(int inErrno) {
     return inErrno == ENOENT || inErrno == ENOTDIR || inErrno == ESTALE;
@@ -97,12 +91,8 @@ int RecordDescriptor(const std::string& inPath, FoundItem& outItem) {
 int RecordPath(const std::string& inPath, FoundItem& outItem) {
     int error = 0;
     for (int round = 0; round < kRounds; ++round) {
-        const std::unique_ptr<char, FreeDeleter> canonical(os::Calls().realpath(inPath.c_str(), nullptr));
-        if (canonical == nullptr) {
-            const int missing = errno;
-            return missing == ENOENT && RecordDescriptor(inPath, outItem) == 0 ? 0 : missing;
-        }
-        outItem.path = canonical.get();
+        const int missing = os::GetCanonicalPath(inPath.c_str(), outItem.path);
+        if (missing != 0) return missing == ENOENT && RecordDescriptor(inPath, outItem) == 0 ? 0 : missing;
         std::vector<PathStep> steps;
         error = WalkPath(outItem.path, steps, outItem.status);
         if (error == 0) {

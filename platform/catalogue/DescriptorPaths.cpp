@@ -1,10 +1,8 @@
 #include "catalogue/DescriptorPaths.h"
 
+#include "os/CanonicalPath.h"
 #include "os/ItemStatus.h"
-#include "os/SystemCalls.h"
 
-#include <cstdlib>
-#include <memory>
 #include <string_view>
 
 namespace toolbox::files {
@@ -27,10 +25,6 @@ bool IsDescriptorFolder(std::string_view inFolder) {
            IsNumber(inFolder.substr(kProcesses.size(), numberEnd - kProcesses.size()));
 }
 
-struct FreeDeleter {
-    void operator()(char* inText) const { os::Calls().free(inText); }
-};
-
 }  // namespace
 
 bool IsDescriptorPath(const std::string& inPath) {
@@ -44,9 +38,7 @@ std::string CanonicalDescriptorPath(const std::string& inPath, std::string& outF
     const std::size_t slash = inPath.rfind('/');
     if (slash == std::string::npos || !IsNumber(std::string_view(inPath).substr(slash + 1))) return {};
     const std::string folder = inPath.substr(0, slash + 1);
-    const std::unique_ptr<char, FreeDeleter> canonical(os::Calls().realpath(folder.c_str(), nullptr));
-    if (canonical == nullptr || !IsDescriptorFolder(canonical.get())) return {};
-    outFolder = canonical.get();
+    if (os::GetCanonicalPath(folder.c_str(), outFolder) != 0 || !IsDescriptorFolder(outFolder)) return {};
     std::string path = outFolder + inPath.substr(slash);
     os::ItemStatus opened;
     const bool isFile = os::GetTargetStatus(path.c_str(), opened) == 0 && opened.kind == os::ItemKind::kFile;

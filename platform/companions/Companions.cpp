@@ -19,11 +19,12 @@ struct Companion {
     std::vector<AppleDoubleEntry> entries;
 };
 
-// 0 or an errno; ENOENT when nothing of that name can be one, EISDIR when what has it is no file.
+// 0 or an errno; ENOENT when nothing has the name or can have it, EISDIR when what has it is no file.
 int OpenNamed(int inFolder, const std::string& inName, Companion& outCompanion) {
     os::Descriptor file;
     int error = os::OpenFile(inFolder, inName.c_str(), O_RDONLY | os::kItemItself, file);
-    if (error == ELOOP || error == ENAMETOOLONG) return ENOENT;
+    if (error == ENAMETOOLONG) return ENOENT;
+    if (error == ELOOP) return EISDIR;
     if (error == 0) error = outCompanion.file.Adopt(std::move(file));
     if (error == EINVAL) return EISDIR;
     return error != 0 ? error : ReadAppleDouble(outCompanion.file, outCompanion.entries);

@@ -1,5 +1,6 @@
 #include "os/OwnPaths.h"
 
+#include "os/CanonicalPath.h"
 #include "os/SystemCalls.h"
 
 #include <fcntl.h>
@@ -38,10 +39,7 @@ int GetLibraryPath(std::string& outPath) {
         return ENOENT;
     // The program itself has no name there.
     const char* const name = library->l_name[0] == 0 ? kExecutable : library->l_name;
-    char path[PATH_MAX];
-    if (Calls().realpath(name, path) == nullptr) return errno;
-    outPath = path;
-    return 0;
+    return GetCanonicalPath(name, outPath);
 }
 
 }  // namespace toolbox::os

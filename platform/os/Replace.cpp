@@ -1,5 +1,6 @@
 #include "os/Replace.h"
 
+#include "os/CanonicalPath.h"
 #include "os/Descriptor.h"
 #include "os/ItemStatus.h"
 #include "os/SystemCalls.h"
@@ -54,11 +55,13 @@ std::string NewName() {
 }
 
 // Takes over owner and permissions of the file of that name, if there is one. 0 or an errno. Only a
-// privileged process can give files away; others have what they make.
+// privileged process can give files away; others have what they make. ELOOP for a link, which is no file.
 int KeepAccess(int inFolder, const std::string& inName, int inDescriptor) {
     struct statx old = {};
-    if (Calls().statx(inFolder, inName.c_str(), 0, STATX_MODE | STATX_UID | STATX_GID, &old) != 0)
+    if (Calls().statx(inFolder, inName.c_str(), AT_SYMLINK_NOFOLLOW,
+                      STATX_TYPE | STATX_MODE | STATX_UID | STATX_GID, &old) != 0)
         return errno == ENOENT ? 0 : errno;
+    if (S_ISLNK(old.stx_mode)) return ELOOP;
     if (Calls().fchown(inDescriptor, old.stx_uid, old.stx_gid) != 0 && errno != EPERM) return errno;
     return Calls().fchmod(inDescriptor, old.stx_mode & kPermissions) == 0 ? 0 : errno;
 }
@@ -134,11 +137,16 @@ int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8
 }
 
 int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes) {
-    const std::size_t nameStart = inPath.rfind('/') + 1;
-    const std::string folderPath = nameStart == 0 ? "." : inPath.substr(0, nameStart);
+    // Where a link leads; what is not there yet has no other path than this.
+    std::string path;
+    int error = GetCanonicalPath(inPath.c_str(), path);
+    if (error != 0 && error != ENOENT) return error;
+    if (error == ENOENT) path = inPath;
+    const std::size_t nameStart = path.rfind('/') + 1;
+    const std::string folderPath = nameStart == 0 ? "." : path.substr(0, nameStart);
     Descriptor folder;
-    const int error = OpenFile(folderPath.c_str(), O_PATH | O_DIRECTORY, folder);
-    return error != 0 ? error : ReplaceFile(folder.Number(), inPath.substr(nameStart), inBytes);
+    error = OpenFile(folderPath.c_str(), O_PATH | O_DIRECTORY, folder);
+    return error != 0 ? error : ReplaceFile(folder.Number(), path.substr(nameStart), inBytes);
 }
 
 int OverwriteFile(int inDescriptor, const std::vector<UInt8>& inBytes, const MovableHead& inHead) {

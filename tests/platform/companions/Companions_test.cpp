@@ -87,7 +87,11 @@ TEST_P(CompanionsTest, WhatIsNoneIsRefusedAndStays) {
 TEST_P(CompanionsTest, ALinkIsNone) {
     MakeCompanion("elsewhere", {{kFork, BytesOf("rsrc")}});
     mFolder.MakeLink("elsewhere", "._file");
-    EXPECT_EQ(Error(ENOENT), Entry(kFork));
+    EXPECT_EQ(Error(EISDIR), Entry(kFork));
+    EXPECT_EQ(EISDIR, ReplaceEntry(mPlace, kFork, BytesOf("x")));
+    ItemStatus status;
+    ASSERT_EQ(0, GetPathStatus((mFolder / "._file").c_str(), status));
+    EXPECT_EQ(ItemKind::kLink, status.kind) << "a link of somebody's is left alone";
     EXPECT_FALSE(IsCompanionHere("._file"));
 }
 

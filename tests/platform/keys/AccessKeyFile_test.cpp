@@ -91,6 +91,20 @@ TEST_F(AccessKeyFileTest, HoldsWhatWasAddedAndNotRemoved) {
     EXPECT_EQ(0600U, ModeOf(mState.KeyFile() + ".lock"));
 }
 
+// As who keeps the settings of several machines in one folder has them.
+TEST_F(AccessKeyFileTest, ALinkStaysAndWhereItLeadsIsWritten) {
+    ASSERT_EQ(noErr, Add("one"));
+    const std::string elsewhere = mState.KeyFolder() + "-elsewhere";
+    std::filesystem::rename(mState.KeyFile(), elsewhere);
+    std::filesystem::create_symlink(elsewhere, mState.KeyFile());
+    EXPECT_EQ(noErr, Add("two"));
+    EXPECT_TRUE(std::filesystem::is_symlink(mState.KeyFile()));
+    EXPECT_EQ("one two ", Loaded());
+    std::filesystem::remove(elsewhere);
+    EXPECT_EQ(bdNamErr, Add("three")) << "it leads to nothing";
+    EXPECT_TRUE(std::filesystem::is_symlink(mState.KeyFile()));
+}
+
 TEST_F(AccessKeyFileTest, WhatIsSoAlreadyTouchesNothing) {
     ASSERT_EQ(noErr, Add("one"));
     const auto time = std::filesystem::last_write_time(mState.KeyFile());

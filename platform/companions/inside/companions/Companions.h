@@ -19,9 +19,8 @@ namespace toolbox::files {
 std::string CompanionName(const std::string& inItemName);
 
 // The bytes of an entry of the item's companion. ENOENT when it has no companion or that has no such entry; a
-// link is no companion, and a name that has no room for the prefix has none. EBADMSG or ENODATA when a file
-// of the companion's name is no AppleDouble file, EISDIR when it is a folder, pipe or the like. outEntry is
-// unspecified on failure.
+// name that has no room for the prefix has none. EBADMSG or ENODATA when a file of the companion's name is no
+// AppleDouble file, EISDIR when it is a folder, link, pipe or the like. outEntry is unspecified on failure.
 [[nodiscard]] int OpenEntry(const Place& inItem, UInt32 inID, os::FileRange& outEntry);
 
 // Makes inBytes the entry of the item's companion, which is replaced, with all else that it holds, or made.

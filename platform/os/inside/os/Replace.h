@@ -12,9 +12,9 @@ namespace toolbox::os {
 // Makes inBytes the contents of the file of that name in an open folder, which need not exist: whoever opens
 // it sees the old contents or the new, also after the machine has failed on the way, and it is the new ones
 // once this has answered 0. All is done in that folder, wherever it is by now. An existing file's permissions
-// stay. On failure the old contents stay, and nothing is left behind.
+// stay. On failure the old contents stay, and nothing is left behind. A link is refused with ELOOP.
 [[nodiscard]] int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes);
-// The same for the file at inPath.
+// The same for the file at inPath, or where links lead from there; ELOOP for one that leads to nothing.
 [[nodiscard]] int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes);
 
 // The first bytes of contents that tell where the others lie, so that these can lie elsewhere for a while.

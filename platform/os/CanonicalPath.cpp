@@ -1,0 +1,25 @@
+#include "os/CanonicalPath.h"
+
+#include "os/SystemCalls.h"
+
+#include <cerrno>
+#include <memory>
+
+namespace toolbox::os {
+
+namespace {
+
+struct FreeDeleter {
+    void operator()(char* inText) const { Calls().free(inText); }
+};
+
+}  // namespace
+
+int GetCanonicalPath(const char* inPath, std::string& outPath) {
+    const std::unique_ptr<char, FreeDeleter> path(Calls().realpath(inPath, nullptr));
+    if (path == nullptr) return errno;
+    outPath = path.get();
+    return 0;
+}
+
+}  // namespace toolbox::os
