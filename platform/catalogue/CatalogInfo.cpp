@@ -1,4 +1,6 @@
 #include "FolderItems.h"
+#include "catalogue/DescriptorPaths.h"
+#include "catalogue/FileAccess.h"
 #include "catalogue/Volumes.h"
 #include "names/CatalogueNames.h"
 #include "os/SystemCalls.h"
@@ -35,13 +37,22 @@ UTCDateTime DateOf(const os::Moment& inMoment) {
     return {static_cast<UInt16>(seconds >> 32), static_cast<UInt32>(seconds), fraction};
 }
 
-UInt8 AccessOf(const std::string& inPath) {
+bool IsRefusal(int inErrno) {
+    return inErrno == EACCES || inErrno == EPERM || inErrno == EROFS;
+}
+
+OSStatus GetAccess(const std::string& inPath, UInt8& outAccess) {
     constexpr int kAccesses[] = {R_OK, W_OK, X_OK};  // 4, 2, 1, as they are counted here too
     static_assert(R_OK == 4 && W_OK == 2 && X_OK == 1);
     int access = 0;
-    for (const int one : kAccesses)
-        if (os::Calls().faccessat(AT_FDCWD, inPath.c_str(), one, AT_EACCESS) == 0) access |= one;
-    return static_cast<UInt8>(access);
+    for (const int one : kAccesses) {
+        if (os::Calls().faccessat(AT_FDCWD, inPath.c_str(), one, AT_EACCESS) == 0)
+            access |= one;
+        else if (!IsRefusal(errno))
+            return StatusOfErrno(errno);
+    }
+    outAccess = static_cast<UInt8>(access);
+    return noErr;
 }
 
 // What was found out of an item: item and facts always, the rest where it is asked for.
@@ -125,7 +136,7 @@ OSStatus FindOut(const FSRef& inRef, FSCatalogInfoBitmap inWhich, bool inAsksVol
     if (status != noErr) return status;
     if (!NodeTable::Shared().GetFacts(item.status.identity, outKnowledge.facts)) return fnfErr;
     if (inAsksVolume || Asks(inWhich, Source::kVolume)) status = GetVolumeNumber(item, outKnowledge.volume);
-    if (Asks(inWhich, Source::kAccess)) outKnowledge.access = AccessOf(item.path);
+    if (status == noErr && Asks(inWhich, Source::kAccess)) status = GetAccess(item.path, outKnowledge.access);
     return status;
 }
 
@@ -177,15 +188,15 @@ OSStatus GetInfo(const FSRef& inRef, FSCatalogInfoBitmap inWhich, const Outputs&
 
 OSStatus SetInfo(const FSRef& inRef, FSCatalogInfoBitmap inWhich, const FSCatalogInfo& inInfo) {
     FoundItem item;
-    Place place;
+    os::Descriptor file;
     OSStatus status = FindByRef(inRef, item);
     if (status != noErr || inWhich == kFSCatInfoNone) return status;
-    status = OpenPlace(item, place);
+    status = OpenFound(item, O_PATH, file);
     if (status != noErr) return status;
-    const std::string name = place.name.empty() ? "." : place.name;
+    // By what is held, which cannot become a link to something else; fchmod refuses what is held by O_PATH.
+    const std::string path = PathOfDescriptor(file.Number());
     const mode_t mode = inInfo.permissions.mode & kPermissionBits;
-    return os::Calls().fchmodat(place.folder.Number(), name.c_str(), mode, 0) == 0 ? noErr
-                                                                                   : StatusOfErrno(errno);
+    return os::Calls().fchmodat(AT_FDCWD, path.c_str(), mode, 0) == 0 ? noErr : StatusOfErrno(errno);
 }
 
 }  // namespace

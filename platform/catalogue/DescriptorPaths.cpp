@@ -27,6 +27,10 @@ bool IsDescriptorFolder(std::string_view inFolder) {
 
 }  // namespace
 
+std::string PathOfDescriptor(int inDescriptor) {
+    return "/proc/self/fd/" + std::to_string(inDescriptor);
+}
+
 bool IsDescriptorPath(const std::string& inPath) {
     const std::size_t slash = inPath.rfind('/');
     if (slash == std::string::npos) return false;

@@ -1,6 +1,5 @@
 #include "catalogue/FileAccess.h"
 
-#include "catalogue/Catalogue.h"
 #include "catalogue/DescriptorPaths.h"
 #include "status/StatusOfErrno.h"
 
@@ -19,22 +18,22 @@ OSStatus StatusOfKind(os::ItemKind inKind) {
     return inKind == os::ItemKind::kFolder ? notAFileErr : errFSForkNotFound;
 }
 
-// Opens the item where it was found; fnfErr when something else is there meanwhile.
-OSStatus OpenFound(const std::string& inPath, const os::ItemIdentity& inItem, os::Descriptor& outFile) {
+}  // namespace
+
+OSStatus OpenFound(const FoundItem& inItem, int inFlags, os::Descriptor& outFile) {
     // The path of a descriptor is itself a link, to what is open there.
-    const int itemFlags = IsDescriptorPath(inPath) ? os::kItemItself & ~O_NOFOLLOW : os::kItemItself;
+    const int itemFlags = IsDescriptorPath(inItem.path) ? os::kItemItself & ~O_NOFOLLOW : os::kItemItself;
+    outFile = os::Descriptor();
     os::Descriptor file;
-    int error = os::OpenFile(inPath.c_str(), O_RDONLY | itemFlags, file);
+    int error = os::OpenFile(inItem.path.c_str(), inFlags | itemFlags, file);
     if (error != 0) return error == ELOOP ? static_cast<OSStatus>(fnfErr) : StatusOfErrno(error);
     os::ItemStatus opened;
     error = os::GetDescriptorStatus(file.Number(), opened);
     if (error != 0) return StatusOfErrno(error);
-    if (!opened.identity.IsSameItem(inItem)) return fnfErr;
+    if (!opened.identity.IsSameItem(inItem.status.identity)) return fnfErr;
     outFile = std::move(file);
     return noErr;
 }
-
-}  // namespace
 
 OSStatus OpenForReading(const FSRef& inItem, os::Descriptor& outFile, std::string& outPath) {
     outFile = os::Descriptor();
@@ -44,9 +43,9 @@ OSStatus OpenForReading(const FSRef& inItem, os::Descriptor& outFile, std::strin
         FoundItem found;
         status = FindByRef(inItem, found);
         if (status != noErr) return status;
-        outPath = std::move(found.path);
         status = StatusOfKind(found.status.kind);
-        if (status == noErr) status = OpenFound(outPath, found.status.identity, outFile);
+        if (status == noErr) status = OpenFound(found, O_RDONLY, outFile);
+        outPath = std::move(found.path);
     }
     return status;
 }

@@ -44,13 +44,10 @@ OSStatus WriteResourceFork(const FoundItem& inItem, const std::vector<UInt8>& in
 OSStatus WriteDataFork(const FoundItem& inItem, const std::vector<UInt8>& inBytes,
                        const os::MovableHead& inHead) {
     os::Descriptor file;
-    int error = os::OpenFile(inItem.path.c_str(), O_RDWR | os::kItemItself, file);
-    if (error == EACCES) error = os::OpenFile(inItem.path.c_str(), O_WRONLY | os::kItemItself, file);
-    if (error != 0) return StatusOfErrno(error);
-    os::ItemStatus opened;
-    error = os::GetDescriptorStatus(file.Number(), opened);
-    if (error == 0 && !opened.identity.IsSameItem(inItem.status.identity)) return fnfErr;
-    if (error == 0) error = os::OverwriteFile(file.Number(), inBytes, inHead);
+    OSStatus status = OpenFound(inItem, O_RDWR, file);
+    if (status == afpAccessDenied) status = OpenFound(inItem, O_WRONLY, file);
+    if (status != noErr) return status;
+    const int error = os::OverwriteFile(file.Number(), inBytes, inHead);
     const int closeError = file.Close();
     return StatusOfErrno(error != 0 ? error : closeError);
 }

@@ -195,6 +195,48 @@ TEST_P(CatalogInfoTest, SetOfWhatAnotherTookThePlaceOf) {
     EXPECT_EQ(0100600, FileWorld::StatusOf(sItemPath).stx_mode) << "the other's, which is there now";
 }
 
+// The same, later still, and with a link to somebody's.
+TEST_P(CatalogInfoTest, SetOfWhatBecomesALink) {
+    sItemPath = mFolder.MakeFile("a");
+    sOtherPath = mFolder.MakeFile("b");
+    FileWorld::SetMode(sOtherPath, 0600);
+    mFolder.MakeLink("b", "link");
+    const FSRef ref = RefOf(sItemPath);
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().fchmodat = [](int inFolder, const char* inPath, mode_t inMode,
+                                                 int inFlags) {
+        const std::string link = sItemPath.substr(0, sItemPath.size() - 1) + "link";
+        EXPECT_EQ(0, sReal.renameat2(AT_FDCWD, link.c_str(), AT_FDCWD, sItemPath.c_str(), RENAME_EXCHANGE));
+        return sReal.fchmodat(inFolder, inPath, inMode, inFlags);
+    };
+    FSCatalogInfo info = {};
+    info.permissions.mode = 0755;
+    const OSErr error = FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info);
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ(noErr, error);
+    EXPECT_EQ(0100600, FileWorld::StatusOf(sOtherPath).stx_mode) << "where the link leads";
+    EXPECT_EQ(0100755, FileWorld::StatusOf(mFolder / "link").stx_mode) << "the item, by its new name";
+}
+
+TEST_P(CatalogInfoTest, WhetherItMayBeUsedCanBeUnknown) {
+    const FSRef ref = RefOf(mFolder.MakeFile("file"));
+    sReal = toolbox::os::Calls();
+    for (const int error : {EACCES, EPERM, EROFS, EIO, ENOMEM}) {
+        static int sErrno;
+        sErrno = error;
+        toolbox::os::CallsForTesting().faccessat = [](int, const char*, int inMode, int) {
+            return inMode == W_OK ? (errno = sErrno, -1) : 0;
+        };
+        FSCatalogInfo info = {};
+        info.permissions.userAccess = 99;
+        const OSErr status = FSGetCatalogInfo(&ref, kFSCatInfoPermissions, &info, nullptr, nullptr, nullptr);
+        toolbox::os::CallsForTesting() = sReal;
+        const bool isRefused = error != EIO && error != ENOMEM;
+        EXPECT_EQ(isRefused ? noErr : error == EIO ? ioErr : memFullErr, status) << error;
+        EXPECT_EQ(isRefused ? 5 : 99, info.permissions.userAccess) << error;
+    }
+}
+
 TEST_P(CatalogInfoTest, SetNothing) {
     const std::string path = mFolder.MakeFile("file");
     const FSRef ref = RefOf(path);

@@ -6,6 +6,9 @@
 
 namespace toolbox::files {
 
+// That of what this process has open.
+std::string PathOfDescriptor(int inDescriptor);
+
 // Whether a path whose folder is canonical is one.
 bool IsDescriptorPath(const std::string& inPath);
 

@@ -1,6 +1,7 @@
-// How other managers read an item of the catalogue.
+// How an item of the catalogue is opened.
 #pragma once
 
+#include "catalogue/Catalogue.h"
 #include "os/Descriptor.h"
 
 #include <toolbox/Files.h>
@@ -8,6 +9,11 @@
 #include <string>
 
 namespace toolbox::files {
+
+// Opens an item that was just found, links not followed. fnfErr when something else has taken its place
+// meanwhile; outFile is not open on failure.
+//   inFlags  of openat, beside os::kItemItself
+[[nodiscard]] OSStatus OpenFound(const FoundItem& inItem, int inFlags, os::Descriptor& outFile);
 
 // Opens an item for reading; outFile is not open on failure, for which the File Manager has a status.
 // outPath: the item's path at this moment, for messages; empty when it cannot be found. Only a file is
