@@ -268,7 +268,7 @@ TEST_P(Folders, FrameworksMoveWithTheLibrary) {
         // The test carries the toolbox inside itself.
         if (std::string_view(inPath) != "/proc/self/exe") return sReal.realpath(inPath, outPath);
         if (sLibrary.empty()) return errno = ENOENT, nullptr;
-        return std::strcpy(outPath, sLibrary.c_str());
+        return strdup(sLibrary.c_str());
     };
     sLibrary = mHome / "x/lib/x86_64-linux-gnu/libmirtal_toolbox.so.1";
     const std::string folder = mHome / "x/lib/x86_64-linux-gnu/mirtal";

@@ -447,9 +447,7 @@ TEST_F(GeneralImporterLoading, ToolboxThatDoesNotKnowWhereItIs) {
 
 TEST_F(GeneralImporterLoading, LooksBesideTheToolboxAndTriesAgain) {
     sOpened.clear();
-    os::CallsForTesting().realpath = [](const char*, char* outPath) {
-        return std::strcpy(outPath, "/somewhere/lib/toolbox.so");
-    };
+    os::CallsForTesting().realpath = [](const char*, char*) { return strdup("/somewhere/lib/toolbox.so"); };
     os::CallsForTesting().dlopen = [](const char* inPath, int) -> void* {
         sOpened.push_back(inPath);
         return nullptr;
