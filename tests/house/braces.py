@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Whether every body of one line stands without braces, in sources that scripts/format has laid out. Where one branch of
-an if needs braces all have them.
+"""Whether every body of one line stands without braces, in sources that scripts/format has laid out; and whether, where
+one branch of an if needs braces, all have them.
 
-Usage: braces.py ROOT [--fix]. Prints each pair that is not needed as file:line and exits 1 if there is one, or if a planted
-one is missed; with --fix takes them off instead (scripts/format comes before and after).
+Usage: braces.py ROOT [--fix]. Prints each pair that is not needed, and each that is missing, as file:line and exits 1 if
+there is one, or if a planted one is missed; with --fix takes off what is not needed instead (scripts/format comes before
+and after).
 """
 import re
 import subprocess
@@ -13,7 +14,9 @@ from pathlib import Path
 CONTROL = re.compile(r"^\s*(\} )?(else )?(if|for|while)\b.*|^\s*\} else \{$")
 # One statement on a line of its own. One that is controlled itself is left, as an else could change its owner, and so is a
 # macro, which may be controlled inside.
-STATEMENT = re.compile(r"^\s+(?!\s|if\b|for\b|while\b|do\b|switch\b|else\b|case\b|default\b|[A-Z][A-Z0-9_]+\(|//)[^{}]*;$")
+STATEMENT = re.compile(r"^\s+(?!\s|if\b|for\b|while\b|do\b|switch\b|else\b|case\b|default\b|try\b|[A-Z][A-Z0-9_]+\(|//).*;$")
+LITERAL = re.compile(r"\"(?:\\.|[^\"\\])*\"|'(?:\\.|[^'\\])'")
+BRANCH = re.compile(r"^\s*(\} )?else\b")
 IDLE = """
 void f() {
     if (a) {
@@ -22,6 +25,12 @@ void f() {
     for (int i = 0;
          i < 3; ++i) {
         f();
+    }
+    while (a) {
+        b = {};
+    }
+    if (a) {
+        f([] { return T{'{'}; });
     }
     if (a) {
         f();
@@ -39,6 +48,10 @@ void f() {
     for (int i = 0;
          i < 3; ++i)
         f();
+    while (a)
+        b = {};
+    if (a)
+        f([] { return T{'{'}; });
     if (a)
         f();
     else if (b)
@@ -65,6 +78,11 @@ void f() {
         // why
         f();
     }
+    if (a) {
+        f([] {
+            g();
+        });
+    }
     do {
         f();
     } while (a);
@@ -73,6 +91,34 @@ void f() {
     };
 }
 """
+# One missing pair each: the branch before, the one in the middle, the last one.
+UNEVEN = [
+    """
+    if (a)
+        f();
+    else {
+        f();
+        g();
+    }
+""",
+    """
+    if (a) {
+        f();
+        g();
+    } else if (b &&
+               c)
+        f();
+    else
+        g();
+""",
+    """
+    if (a) {
+        f();
+        g();
+    } else
+        g();
+""",
+]
 
 
 def indent_of(line):
@@ -96,7 +142,8 @@ def holds_one_line(lines, brace):
     if brace + 2 >= len(lines) or not lines[brace].endswith("{"):
         return False
     first = head_of(lines, brace)
-    if first is None or not STATEMENT.match(lines[brace + 1]) or "//" in lines[brace + 1]:
+    body = LITERAL.sub("0", lines[brace + 1])
+    if first is None or not STATEMENT.match(body) or "//" in body or body.count("{") != body.count("}"):
         return False
     indent = indent_of(lines[first])
     close = lines[brace + 2]
@@ -125,6 +172,21 @@ def idle_braces(text):
     return [brace for number in range(len(lines)) for brace in idle_chain(lines, number)]
 
 
+def uneven_branches(text):
+    """The lines where a branch begins that has braces and the one before has none, or the other way round."""
+    lines, uneven = text.split("\n"), []
+    for number, line in enumerate(lines):
+        branch = BRANCH.match(line)
+        if not branch:
+            continue
+        last = number
+        while not lines[last].endswith(("{", ";")) and indent_of(lines[last + 1]) > indent_of(line) + 4:
+            last += 1
+        if bool(branch[1]) != lines[last].endswith("{"):
+            uneven.append(number)
+    return uneven
+
+
 def without(text, braces):
     lines, drop, result = text.split("\n"), set(braces), []
     for number, line in enumerate(lines):
@@ -142,7 +204,7 @@ def main():
     root, fixes = Path(sys.argv[1]), "--fix" in sys.argv
     names = subprocess.run(["git", "-C", str(root), "ls-files", "*.h", "*.cpp"], capture_output=True, text=True,
                            check=True).stdout.split()
-    count = 0
+    count, uneven_count = 0, 0
     for name in names:
         text = (root / name).read_text()
         idle = idle_braces(text)
@@ -151,11 +213,17 @@ def main():
             (root / name).write_text(without(text, idle))
         elif idle:
             print("\n".join(f"{name}:{line + 1}: braces around one line" for line in idle))
+        uneven = uneven_branches(without(text, idle))
+        uneven_count += len(uneven)
+        for line in uneven:
+            print(f"{name}:{line + 1}: one branch has braces and the other has none")
     is_blind = without(IDLE, idle_braces(IDLE)) != BARE or bool(idle_braces(NEEDED))
+    is_blind |= bool(uneven_branches(BARE + NEEDED)) or any(len(uneven_branches(text)) != 1 for text in UNEVEN)
     if is_blind:
         print("what is planted is not found, or what is needed is")
-    print(f"{len(names)} files, {count} pairs of braces {'taken off' if fixes else 'that are not needed'}")
-    return 1 if is_blind or (count and not fixes) else 0
+    print(f"{len(names)} files, {count} pairs of braces {'taken off' if fixes else 'that are not needed'}, "
+          f"{uneven_count} missing")
+    return 1 if is_blind or uneven_count or (count and not fixes) else 0
 
 
 sys.exit(main())

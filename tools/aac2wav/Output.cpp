@@ -31,9 +31,7 @@ constexpr int kPipeByteCount = 1 << 20;  // what an unprivileged process may ask
 std::string LinkTarget(const std::string& inPath) {
     char target[PATH_MAX];
     const ssize_t length = ::readlink(inPath.c_str(), target, sizeof target);
-    if (length <= 0) {
-        return {};
-    }
+    if (length <= 0) return {};
     const std::string path(target, static_cast<std::size_t>(length));
     return path[0] == '/' ? path : FolderOf(inPath) + path;
 }
@@ -248,9 +246,8 @@ void Output::MakeFolders() {
 }
 
 void Output::OpenStandardOutput() {
-    if (::isatty(STDOUT_FILENO) == 1) {
+    if (::isatty(STDOUT_FILENO) == 1)
         throw Failure(EX_USAGE, {}, "standard output is a terminal; send it to a file or a pipe");
-    }
     mPath = kStandardOutput;
     mDescriptor = STDOUT_FILENO;
     // A pipe that holds several seconds of sound saves most changes between us and its reader. What is no

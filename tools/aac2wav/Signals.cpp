@@ -63,9 +63,7 @@ void WatchSignals() {
 }
 
 void CheckSignals() {
-    if (sPending != 0) {
-        throw Interrupted{static_cast<int>(sPending)};
-    }
+    if (sPending != 0) throw Interrupted{static_cast<int>(sPending)};
 }
 
 void WaitForInput(int inDescriptor) {
@@ -87,9 +85,7 @@ bool HasSignal() {
 }
 
 void ThrowBrokenPipe() {
-    if (sDiesOfBrokenPipe) {
-        throw Interrupted{SIGPIPE};
-    }
+    if (sDiesOfBrokenPipe) throw Interrupted{SIGPIPE};
 }
 
 void DieBySignal(int inSignal) {

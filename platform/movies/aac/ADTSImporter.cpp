@@ -140,9 +140,8 @@ void TrackBuilder::Add(const ADTSStretch& inStretch, std::uint32_t inPacketCount
     }
     PacketSpan& span = mTrack.spans.back();
     const std::uint32_t framesPerPacket = mTrack.formats[inFormat].nominalPacketFrames * inStretch.blockCount;
-    if (span.durations.empty() || span.durations.back().framesPerPacket != framesPerPacket) {
+    if (span.durations.empty() || span.durations.back().framesPerPacket != framesPerPacket)
         span.durations.push_back({inStretch.firstPacket, framesPerPacket, mSpanFrames});
-    }
     span.packetCount += inPacketCount;
     mSpanFrames += std::int64_t{framesPerPacket} * inPacketCount;
 }

@@ -161,9 +161,8 @@ std::optional<std::int64_t> Scanner::FindConfirmed(std::int64_t inFrom) {
 
 void Scanner::Note(const ADTSHeader& inHeader, std::uint32_t inBlockCount) {
     if (mFrames.stretches.empty() || !mFrames.stretches.back().header.Agrees(inHeader) ||
-        mFrames.stretches.back().blockCount != inBlockCount) {
+        mFrames.stretches.back().blockCount != inBlockCount)
         mFrames.stretches.push_back({mFrames.packets.Count(), inHeader, inBlockCount});
-    }
 }
 
 bool Scanner::IsOverfull() const {

@@ -242,9 +242,7 @@ OSStatus Demuxer::Next(AVPacket& outPacket, std::string& outProblem) {
             outProblem = kNothingFound;
             return invalidMovie;
         }
-        if (read < 0) {
-            return mReadStatus != noErr ? mReadStatus : OSStatus{eofErr};
-        }
+        if (read < 0) return mReadStatus != noErr ? mReadStatus : OSStatus{eofErr};
         SortStreams();
         const AVStream* stream = mFormat->streams[outPacket.stream_index];
         if (stream->discard != AVDISCARD_ALL && (stream == mSound || IsPicture(*stream))) {

@@ -25,12 +25,9 @@ void KeptRanges::Add(std::int64_t inFrames, std::int64_t inSkipAtStart, std::int
 
 void KeptRanges::Describe(SoundTrack& outTrack) const {
     outTrack.edits.clear();
-    for (const Range& range : mRanges) {
+    for (const Range& range : mRanges)
         outTrack.edits.push_back({range.end - range.start, range.start});
-    }
-    if (mRanges.empty()) {
-        outTrack.edits.push_back({0, 0});
-    }
+    if (mRanges.empty()) outTrack.edits.push_back({0, 0});
     outTrack.framesTrimmedAtStart = mRanges.empty() ? mFrames : mRanges.front().start;
     outTrack.framesTrimmedAtEnd = mRanges.empty() ? 0 : mFrames - mRanges.back().end;
     const bool isTrimmed =

@@ -204,9 +204,8 @@ OSStatus Survey::AddSound(const AVPacket& inPacket) {
         return invalidMovie;
     AddTrim(inPacket, frames);
     const auto framesPerPacket = static_cast<std::uint32_t>(frames);
-    if (mSpan.durations.empty() || mSpan.durations.back().framesPerPacket != framesPerPacket) {
+    if (mSpan.durations.empty() || mSpan.durations.back().framesPerPacket != framesPerPacket)
         mSpan.durations.push_back({mSpan.packetCount, framesPerPacket, mSpan.frameCount});
-    }
     ++mSpan.packetCount;
     mSpan.frameCount += frames;
     mLastFrames = frames;
@@ -235,11 +234,10 @@ OSStatus Survey::ReadAll(std::string& outProblem) {
         // Many packets may come of one read, and each may have to be decoded.
         status = mSource->MustStop() ? OSStatus{userCanceledErr} : mDemuxer->Next(*packet, outProblem);
         if (status != noErr) break;
-        if (mDemuxer->Sound() != nullptr && packet->stream_index == mDemuxer->Sound()->index) {
+        if (mDemuxer->Sound() != nullptr && packet->stream_index == mDemuxer->Sound()->index)
             status = mHasSound ? AddSound(*packet) : OSStatus{noErr};
-        } else if (mDemuxer->Format().streams[packet->stream_index] == FindPictures()) {
+        else if (mDemuxer->Format().streams[packet->stream_index] == FindPictures())
             mPictures.Add(*packet);
-        }
     }
     if (status == invalidMovie && outProblem.empty())
         outProblem = "the file claims more sound than it can hold";
@@ -316,9 +314,8 @@ void Survey::DescribePictures(ImportedMovie& outMovie) {
     ImportedTrack& imported = outMovie.tracks.emplace_back();
     imported.mediaType = FourChars("vide");
     std::int64_t units = 0;
-    if (length > 0 && !__builtin_mul_overflow(length, std::int64_t{stream->time_base.num}, &units)) {
+    if (length > 0 && !__builtin_mul_overflow(length, std::int64_t{stream->time_base.num}, &units))
         imported.duration = {units, stream->time_base.den};
-    }
 }
 
 // "Matroska / WebM", or what stands before an explanation in brackets.

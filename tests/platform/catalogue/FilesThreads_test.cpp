@@ -91,9 +91,8 @@ TEST(FilesThreads, ReferencesHoldWhileFilesAreRenamed) {
         }
     };
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < kThreads; ++thread) {
+    for (int thread = 0; thread < kThreads; ++thread)
         threads.emplace_back([&, thread] { thread < 2 ? rename(thread) : resolve(thread); });
-    }
     for (std::thread& thread : threads)
         thread.join();
 

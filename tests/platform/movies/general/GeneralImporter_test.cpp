@@ -478,9 +478,8 @@ TEST_F(GeneralImporterLoading, FirstImportsRace) {
     const std::string bytes = MakeFile(48000, 4800, "-c:a pcm_s16le", "wav");
     std::vector<std::thread> threads;
     std::vector<std::int64_t> frames(4);
-    for (std::size_t index = 0; index < frames.size(); ++index) {
+    for (std::size_t index = 0; index < frames.size(); ++index)
         threads.emplace_back([&, index] { frames[index] = Import(bytes).Sound().FrameCount(); });
-    }
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(std::vector<std::int64_t>(4, 4800), frames);
