@@ -13,11 +13,13 @@ import sys
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
+sys.dont_write_bytecode = True  # the tree stays as it is
+from room_rules import Includes
+from rooms import Rooms, source_files
+
 ROOT, BUILD, CLANG = Path(sys.argv[1]).resolve(), Path(sys.argv[2]), sys.argv[3]
 ANNOTATED = "platform/os/inside/os/Mutex.h"
 PLAIN = re.compile(r"std::(recursive_|timed_|shared_)*mutex\b|std::(lock_guard|unique_lock|scoped_lock|shared_lock)\b")
-# What the code of the platform's locks is in, directly or by a header.
-USES = re.compile(r"\bos::Mutex|NodeTable\.h|Chain\.h")
 KEPT = re.compile(r"-(I|D|std=|isystem)")
 
 PLANTED = """
@@ -53,6 +55,14 @@ def flags(command):
     return kept
 
 
+def sources_that_see_it():
+    """The platform's files that see the mutex; and which of them by way of other headers."""
+    held = Includes(Rooms(ROOT), source_files(ROOT))
+    held.run()
+    seen = {path for path, others in held.reached.items() if ANNOTATED in others and path.startswith("platform/")}
+    return seen, {path for path in seen if ANNOTATED not in held.edges[path]}
+
+
 def main():
     breaches = []
     for path in sorted((ROOT / "platform").rglob("*")):
@@ -62,11 +72,16 @@ def main():
         for number, line in enumerate(path.read_text().split("\n"), 1):
             if PLAIN.search(line.split("//")[0]):
                 breaches.append(f"{name}:{number}: a mutex that Clang cannot verify; os/Mutex.h has one")
+    seen, through_others = sources_that_see_it()
     units = {}
     for unit in json.loads((BUILD / "compile_commands.json").read_text()):
         path = Path(unit["directory"], unit["file"]).resolve()
-        if path.is_relative_to(ROOT / "platform") and USES.search(path.read_text()):
+        if path.is_relative_to(ROOT) and path.relative_to(ROOT).as_posix() in seen:
             units[path] = unit
+    breaches += [f"{name}:1: sees the mutex and is not compiled" for name in sorted(seen)
+                 if name.endswith(".cpp") and ROOT / name not in units]
+    if not through_others:
+        breaches.append("nobody sees the mutex through another header: they are not followed")
     with ThreadPoolExecutor(2) as pool:
         runs = pool.map(lambda item: verify(flags(item[1]["command"]), str(item[0]), item[1]["directory"]), units.items())
         breaches += [error for passed, error in runs if not passed]
