@@ -137,8 +137,8 @@ void OnBlocks(benchmark::internal::Benchmark* inBenchmark) {
 // Equal, and different in the first byte, in the middle and in the last.
 void OnComparedBlocks(benchmark::internal::Benchmark* inBenchmark) {
     inBenchmark->ComputeStatistics("min", Least)->ArgNames({"bytes", "different"});
-    for (std::int64_t const byteCount : {4, 16, 32, 64, 128, 255, 512, 4096, 32768, 1 << 20})
-        for (std::int64_t const place : {byteCount, std::int64_t{0}, byteCount / 2, byteCount - 1})
+    for (const std::int64_t byteCount : {4, 16, 32, 64, 128, 255, 512, 4096, 32768, 1 << 20})
+        for (const std::int64_t place : {byteCount, std::int64_t{0}, byteCount / 2, byteCount - 1})
             inBenchmark->Args({byteCount, place});
 }
 

@@ -27,9 +27,9 @@ void TwoAtomicOperations(benchmark::State& ioState) {
 }
 
 void CopyUnits(benchmark::State& ioState) {
-    std::u16string const source = u"a name of some length.txt";
+    const std::u16string source = u"a name of some length.txt";
     for (auto _ : ioState) {
-        std::u16string const copy(source);
+        const std::u16string copy(source);
         benchmark::DoNotOptimize(copy.data());
     }
 }
@@ -62,7 +62,7 @@ class ListsInFront {
         std::string folder = (std::filesystem::temp_directory_path() / "strings-benchmark-XXXXXX").string();
         if (mkdtemp(folder.data()) == nullptr) std::abort();
         mFolder = folder;
-        std::string const path = (mFolder / "lists.rsrc").string();
+        const std::string path = (mFolder / "lists.rsrc").string();
         std::ofstream(path).close();
         FSRef file;
         if (FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &file, nullptr) != noErr)
@@ -99,7 +99,7 @@ void LookUpAgain(benchmark::State& ioState) {
     unsigned next = 0;
     const auto lookUp = [&next, listCount] {
         next = next * 1664525u + 1013904223u;
-        auto const id = static_cast<short>(128 + (next >> 16) % static_cast<unsigned>(listCount));
+        const auto id = static_cast<short>(128 + (next >> 16) % static_cast<unsigned>(listCount));
         return TCFString::Res(id, static_cast<short>(1 + (next >> 8) % 20));
     };
     for (short id = 0; id < listCount; ++id)

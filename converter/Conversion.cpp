@@ -45,7 +45,7 @@ class StreamDelivery {
         while (nextFrame < mFrameCount) {
             const SInt32 askedFrames =
                 std::min(mExporter.SegmentFrames(), WrappingDifference(mFrameCount, nextFrame));
-            SegmentExporter::Segment const segment = mExporter.Export(nextFrame, askedFrames);
+            const SegmentExporter::Segment segment = mExporter.Export(nextFrame, askedFrames);
             if (segment.frameCount == 0) break;
             Deliver(segment.data, CutAtEnd(segment.byteCount));
             nextFrame = WrappingSum(nextFrame, segment.frameCount);

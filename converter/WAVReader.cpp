@@ -119,7 +119,7 @@ void WAVReader::Stream::RenderFrom(SInt64 inFrame) {
     mSegmentFrames = 0;
     const auto askedFrames =
         static_cast<SInt32>(std::min<SInt64>(mExporter->SegmentFrames(), mFrameCount - inFrame));
-    SegmentExporter::Segment const segment = mExporter->Export(mFirstFrame + inFrame, askedFrames);
+    const SegmentExporter::Segment segment = mExporter->Export(mFirstFrame + inFrame, askedFrames);
     // A stream position is a frame, so each frame must have its four bytes; and none would never get there.
     if (segment.frameCount <= 0 ||
         static_cast<SInt64>(segment.frameCount) * kFrameByteCount != segment.byteCount)

@@ -123,7 +123,7 @@ jlong JNICALL Open(JNIEnv* inEnv, jclass inReader, jbyteArray inPath, jint inSou
         try {
             auto exporter = std::make_unique<SegmentExporter>(path.c_str(), options);
             return ToHandle(std::make_unique<Source>(std::move(exporter)).release());
-        } catch (LException const& failure) {
+        } catch (const LException& failure) {
             // What the question threw tells more.
             if (inEnv->ExceptionCheck()) return 0;
             const auto status = static_cast<OSStatus>(failure.GetErrorCode());

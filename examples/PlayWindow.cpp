@@ -40,8 +40,8 @@ SInt64 ReadFrames(std::string_view inText, SInt32 inRateHz) {
     const char* const end = inText.data() + inText.size();
     const auto [stop, error] = std::from_chars(inText.data(), end, number, std::chars_format::fixed);
     if (error != std::errc() || stop != end || !std::isfinite(number) || std::signbit(number)) return -1;
-    constexpr double kMost = 9e15;  // whole numbers are exact up to here
-    return std::llround(std::min(isFrames ? number : number * inRateHz, kMost));
+    constexpr double kMaxWholeNumber = 9e15;  // whole numbers are exact up to here
+    return std::llround(std::min(isFrames ? number : number * inRateHz, kMaxWholeNumber));
 }
 
 // Writes it all. False when standard output takes no more; errno tells why.

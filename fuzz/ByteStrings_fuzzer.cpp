@@ -28,7 +28,7 @@ class Input {
 
     std::string Text() {
         const unsigned char byteCount = Byte();
-        std::string const text(mRest.substr(0, byteCount));
+        const std::string text(mRest.substr(0, byteCount));
         mRest.remove_prefix(text.size());
         return text;
     }
@@ -85,7 +85,7 @@ void Blanks(const std::string& inText) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
     Input input(inData, inSize);
-    std::string const text = input.Text();
+    const std::string text = input.Text();
     PlugParams(text, input);
     const unsigned char behind = input.Byte();
     Suffixes(text, behind, input.Text());

@@ -27,7 +27,7 @@ SInt32 Flags(bool inSystemWide) {
 // The bytes of a text without its NUL; null when they cannot be had. The caller disposes of it.
 Handle NewTextHandle(const char* inText) {
     constexpr std::size_t kMax = std::numeric_limits<Size>::max();
-    std::size_t const byteCount = std::strlen(inText);
+    const std::size_t byteCount = std::strlen(inText);
     const Handle handle = NewHandle(byteCount <= kMax ? static_cast<Size>(byteCount) : Size{-1});
     if (handle != nullptr) std::memcpy(*handle, inText, byteCount);
     return handle;

@@ -16,7 +16,7 @@ short CStrLength(const char* inText) {
 
 void CStrNCopy(const char* inSource, char* outDestination, short inMaxLength) {
     if (inMaxLength <= 0) return;
-    std::size_t const maxLength = static_cast<std::size_t>(inMaxLength);
+    const std::size_t maxLength = static_cast<std::size_t>(inMaxLength);
     std::size_t length = std::min(std::strlen(inSource), maxLength);
     if (length == maxLength && IsSecondByte(inSource, inMaxLength, smCurrentScript)) --length;
     if (inSource != outDestination) std::memmove(outDestination, inSource, length);
@@ -25,7 +25,7 @@ void CStrNCopy(const char* inSource, char* outDestination, short inMaxLength) {
 
 char* PStrToCStr(unsigned char* ioText) {
     if (ioText == nullptr) return nullptr;
-    std::size_t const length = ioText[0];
+    const std::size_t length = ioText[0];
     std::memmove(ioText, ioText + 1, length);
     ioText[length] = '\0';
     return reinterpret_cast<char*>(ioText);

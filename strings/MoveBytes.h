@@ -9,7 +9,7 @@
 // and destination may overlap, too.
 template <typename Word>
 inline void MoveTwoWords(void* outDestination, const void* inSource, std::size_t inByteCount) {
-    std::size_t const lastOffset = inByteCount - sizeof(Word);
+    const std::size_t lastOffset = inByteCount - sizeof(Word);
     Word first, last;
     std::memcpy(&first, inSource, sizeof(Word));
     std::memcpy(&last, static_cast<const char*>(inSource) + lastOffset, sizeof(Word));

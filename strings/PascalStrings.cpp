@@ -62,7 +62,7 @@ void PStrNCopy(const unsigned char* inSource, unsigned char* outDestination, sho
 }
 
 void PStrCat(unsigned char* ioText, const unsigned char* inTail) {
-    std::size_t const count = std::min<std::size_t>(inTail[0], kMaxLength - ioText[0]);
+    const std::size_t count = std::min<std::size_t>(inTail[0], kMaxLength - ioText[0]);
     unsigned char* const end = ioText + 1 + ioText[0];
     ioText[0] = static_cast<unsigned char>(ioText[0] + count);
     MoveBytes(end, inTail + 1, count);  // last: a jump, no call

@@ -14,7 +14,7 @@ constexpr int kParamCount = 4;
 void PPlugParams(unsigned char* ioText, const unsigned char* inParam0, const unsigned char* inParam1,
                  const unsigned char* inParam2, const unsigned char* inParam3) {
     const unsigned char* const params[kParamCount] = {inParam0, inParam1, inParam2, inParam3};
-    std::string_view const text = TextOf(ioText);
+    const std::string_view text = TextOf(ioText);
     Str255 result = {0};
     for (std::size_t at = 0; at < text.size(); ++at) {
         const char character = text[at];

@@ -27,7 +27,7 @@ auto Parse(const TCFString& inString, unsigned char* outIsGood, Read inRead) {
 template <typename Read>
 auto ParseInBase(const TCFString& inString, long inBase, unsigned char* outIsGood, Read inRead) {
     return Parse(inString, outIsGood, [inBase, inRead](const char* inText, char** ioEnd) {
-        bool const isBase = inBase == 0 || (inBase >= 2 && inBase <= 36);
+        const bool isBase = inBase == 0 || (inBase >= 2 && inBase <= 36);
         return isBase ? inRead(inText, ioEnd, static_cast<int>(inBase)) : 0;
     });
 }

@@ -14,7 +14,7 @@ void PStrNCopy(const unsigned char* inSource, unsigned char* outDestination, sho
 
 void CStrNCopy(const char* inSource, char* outDestination, short inMaxLength) {
     if (inMaxLength <= 0) return;
-    std::size_t const length = std::min(std::strlen(inSource), static_cast<std::size_t>(inMaxLength));
+    const std::size_t length = std::min(std::strlen(inSource), static_cast<std::size_t>(inMaxLength));
     if (inSource != outDestination) std::memmove(outDestination, inSource, length);
     outDestination[length] = '\0';
 }

@@ -98,7 +98,7 @@ TEST_F(WholeTest, AShortEndIsPaddedToTheAnnouncedLength) {
 TEST_F(WholeTest, PaddingAfterBlocksOfFewerBytesThanFrames) {
     ScriptedMovie script = ToneMovie(100, 250);
     script.render = [](SInt64, SInt64 inCount) {
-        auto const count = static_cast<UInt32>(inCount);
+        const auto count = static_cast<UInt32>(inCount);
         return Rendered{0, SoundBlock(count, Bytes(count * 2, 1), 1)};
     };
     fakes::AddMovie("file", script);

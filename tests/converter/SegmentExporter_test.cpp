@@ -149,13 +149,13 @@ TEST_F(SegmentExporterTest, OpeningWithOptionsTellsWhyNot) {
 }
 
 TEST_F(SegmentExporterTest, MissingFileIsNilP) {
-    EXPECT_EQ(kNilP, CodeThrownBy([] { SegmentExporter const exporter("/nothing"); }));
+    EXPECT_EQ(kNilP, CodeThrownBy([] { const SegmentExporter exporter("/nothing"); }));
 }
 
 TEST_F(SegmentExporterTest, ExportSwapsInPlace) {
     AddMovieRendering({0, SoundBlock(2, {1, 2, 3, 4, 5, 6, 7, 8})});
     SegmentExporter exporter("file");
-    SegmentExporter::Segment const segment = ExportOf(exporter);
+    const SegmentExporter::Segment segment = ExportOf(exporter);
     EXPECT_EQ(8, segment.byteCount);
     EXPECT_EQ(2, segment.frameCount);
     EXPECT_FALSE(segment.isSilence);
@@ -176,7 +176,7 @@ TEST_F(SegmentExporterTest, EmptyStretchIsSilenceOfTheLengthAskedFor) {
     for (const Bytes& block : {SoundBlock(0, {}), SoundBlock(5, {}, 0), SoundBlock(5, {}, 2, 7)}) {
         AddMovieRendering({0, block});
         SegmentExporter exporter("file");
-        SegmentExporter::Segment const segment = ExportOf(exporter);
+        const SegmentExporter::Segment segment = ExportOf(exporter);
         EXPECT_TRUE(segment.isSilence);
         EXPECT_EQ(exporter.Silence(), segment.data);
         EXPECT_EQ(40, segment.byteCount);
@@ -188,7 +188,7 @@ TEST_F(SegmentExporterTest, SilenceIsASecondAtMost) {
     AddMovieRendering({0, SoundBlock(0, {})});
     SegmentExporter exporter("file");
     exporter.MakeExportHandle();
-    SegmentExporter::Segment const segment = exporter.Export(0, 101);
+    const SegmentExporter::Segment segment = exporter.Export(0, 101);
     EXPECT_EQ(400, segment.byteCount);
     EXPECT_EQ(100, segment.frameCount);
 }
@@ -240,7 +240,7 @@ TEST_F(SegmentExporterTest, ByteCountIsThe32BitProduct) {
         const Bytes samples(8192, 1);
         AddMovieRendering({0, SoundBlock(each.frameCount, samples, each.channelCount, each.sampleBits)});
         SegmentExporter exporter("file");
-        SegmentExporter::Segment const segment = ExportOf(exporter);
+        const SegmentExporter::Segment segment = ExportOf(exporter);
         EXPECT_EQ(each.byteCount, segment.byteCount);
         EXPECT_EQ(static_cast<SInt32>(each.frameCount), segment.frameCount);
     }

@@ -104,8 +104,8 @@ TEST_F(WAVReaderTest, AnyRangeHasTheBytesOfTheWhole) {
         WAVReader reader("file");
         std::mt19937 random(99);
         for (int i = 0; i < 500; ++i) {
-            std::size_t const first = random() % stream.size();
-            std::size_t const count = random() % (stream.size() - first + 1);
+            const std::size_t first = random() % stream.size();
+            const std::size_t count = random() % (stream.size() - first + 1);
             ASSERT_EQ(Slice(stream, first, first + count),
                       ReadBytes(reader, static_cast<SInt64>(first), count))
                 << rendered << ": " << first << " + " << count;
@@ -156,7 +156,7 @@ TEST_F(WAVReaderTest, ARangeIsAStreamOfItsOwn) {
         const Bytes sound = Slice(whole, 44 + static_cast<std::size_t>(range.first) * 4,
                                   44 + static_cast<std::size_t>(range.end) * 4);
         expected.insert(expected.end(), sound.begin(), sound.end());
-        for (std::size_t const piece : {1u, 45u, 399u, 5000u}) {
+        for (const std::size_t piece : {1u, 45u, 399u, 5000u}) {
             WAVReader reader(std::make_unique<SegmentExporter>("file"), WAVReader::Header::kRIFF, range);
             EXPECT_EQ(frameCount, reader.FrameCount());
             EXPECT_EQ(44 + frameCount * 4, reader.ByteCount());

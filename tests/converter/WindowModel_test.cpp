@@ -43,9 +43,9 @@ std::vector<Chunk> Model(const Scenario& s) {
     } else {
         duration = frames + 44;
     }
-    std::int64_t const total = static_cast<std::uint32_t>(static_cast<std::uint32_t>(frames) * 4u + 44u);
+    const std::int64_t total = static_cast<std::uint32_t>(static_cast<std::uint32_t>(frames) * 4u + 44u);
     std::int64_t position = s.start;
-    std::int64_t const remaining = duration - s.start;
+    const std::int64_t remaining = duration - s.start;
     std::int32_t exportStart = 0;
     if (position >= 44 && position >= total) return chunks;
     if (position >= 44) {
@@ -62,7 +62,7 @@ std::vector<Chunk> Model(const Scenario& s) {
     while (exportStart < frames) {
         std::int32_t length = frames - exportStart;
         if (s.rate < length) length = s.rate;
-        std::int64_t const there =
+        const std::int64_t there =
             std::max<std::int64_t>(0, std::min<std::int64_t>(length, s.renderedFrames - exportStart));
         std::int32_t bytes = static_cast<std::int32_t>(there) * 4;
         Bytes data = fakes::ToneBytes(exportStart, there, false);

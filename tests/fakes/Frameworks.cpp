@@ -56,7 +56,7 @@ CFURLRef MakeURL(const std::string& inPath) {
     return reinterpret_cast<CFURLRef>(url);
 }
 
-URL const* FindURL(CFURLRef inURL, const char* inCaller) {
+const URL* FindURL(CFURLRef inURL, const char* inCaller) {
     if (TheState().urls.count(inURL) != 0) return reinterpret_cast<const URL*>(inURL);
     ReportMisuse(std::string(inCaller).append(" of a URL that is not live"));
     return nullptr;
@@ -125,7 +125,7 @@ bool ReleaseFrameworkObject(CFTypeRef inObject) {
 using namespace fakes;
 
 OSErr FSFindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, FSRef* outFolder) {
-    std::string const code = CodeText(inType);
+    const std::string code = CodeText(inType);
     if (LogAndFail("FSFindFolder(" + std::to_string(inWhere) + ", " + code + ", " +
                    std::to_string(inCreateFolder) + ")"))
         return TheState().errorOfFolders;
@@ -136,23 +136,23 @@ OSErr FSFindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, FSRef*
 
 CFURLRef CFURLCreateFromFSRef(CFAllocatorRef inAllocator, const FSRef* inRef) {
     CheckAllocator(inAllocator);
-    std::string const path(reinterpret_cast<const char*>(inRef->hidden));
+    const std::string path(reinterpret_cast<const char*>(inRef->hidden));
     return LogAndFail("CFURLCreateFromFSRef(" + path + ")") ? nullptr : MakeURL(path);
 }
 
 CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef inAllocator, CFURLRef inURL,
                                                CFStringRef inComponent, Boolean inIsDirectory) {
     CheckAllocator(inAllocator);
-    std::string const name = TextOf(inComponent);
+    const std::string name = TextOf(inComponent);
     const bool fails = LogAndFail("CFURLCreateCopyAppendingPathComponent(" + name + ", " +
                                   std::to_string(inIsDirectory) + ")");
-    URL const* const url = FindURL(inURL, "CFURLCreateCopyAppendingPathComponent");
+    const URL* const url = FindURL(inURL, "CFURLCreateCopyAppendingPathComponent");
     return fails || url == nullptr ? nullptr : MakeURL(url->path + "/" + name);
 }
 
 CFBundleRef CFBundleCreate(CFAllocatorRef inAllocator, CFURLRef inURL) {
     CheckAllocator(inAllocator);
-    URL const* const url = FindURL(inURL, "CFBundleCreate");
+    const URL* const url = FindURL(inURL, "CFBundleCreate");
     if (LogAndFail("CFBundleCreate(" + (url != nullptr ? url->path : "") + ")") || url == nullptr)
         return nullptr;
     const auto found = TheState().frameworks.find(url->path);
@@ -171,7 +171,7 @@ Boolean CFBundleLoadExecutable(CFBundleRef inBundle) {
 }
 
 void* CFBundleGetFunctionPointerForName(CFBundleRef inBundle, CFStringRef inName) {
-    std::string const name = TextOf(inName);
+    const std::string name = TextOf(inName);
     Log("CFBundleGetFunctionPointerForName(" + name + ")");
     const Bundle* const bundle = FindBundle(inBundle, "CFBundleGetFunctionPointerForName");
     if (bundle == nullptr) return nullptr;

@@ -123,7 +123,7 @@ using namespace fakes;
 OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory) {
     if (LogAndFail("FSPathMakeRef()") || inPath == nullptr) return paramErr;
     if (outIsDirectory != nullptr) ReportMisuse("FSPathMakeRef asked whether the file is a folder");
-    std::string const path(reinterpret_cast<const char*>(inPath));
+    const std::string path(reinterpret_cast<const char*>(inPath));
     if (TheState().movies.count(path) == 0) return fnfErr;
     const auto index = static_cast<UInt32>(TheState().paths.size());
     TheState().paths.push_back(path);

@@ -60,7 +60,7 @@ Handle SearchID(const char* inCall, ResType inType, SInt16 inID, bool inOneDeep)
 }
 
 Handle SearchName(const char* inCall, ResType inType, ConstStr255Param inName, bool inOneDeep) {
-    std::string const name(reinterpret_cast<const char*>(inName + 1), inName[0]);
+    const std::string name(reinterpret_cast<const char*>(inName + 1), inName[0]);
     return Search(CallText(inCall, inType), inOneDeep,
                   [&](const Resource& inOne) { return inOne.type == inType && inOne.name == name; });
 }

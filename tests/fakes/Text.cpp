@@ -313,7 +313,7 @@ OSStatus GetTextAndEncodingFromCFString(CFStringRef inString, UInt8* outText, By
 
 void c2pstrcpy(StringPtr outPascal, const char* inText) {
     Log("c2pstrcpy()");
-    std::size_t const length = std::min<std::size_t>(std::strlen(inText), 255);
+    const std::size_t length = std::min<std::size_t>(std::strlen(inText), 255);
     std::memmove(outPascal + 1, inText, length);
     outPascal[0] = static_cast<unsigned char>(length);
 }

@@ -38,7 +38,7 @@ std::u16string Widened(const std::string& inText) {
 std::u16string ReplacedAll(const std::u16string& inText, const std::u16string& inFind,
                            const std::u16string& inWith, CFStringCompareFlags inFlags, CFIndex& outCount) {
     outCount = 0;
-    std::u16string const find = Comparable(inFind, inFlags);
+    const std::u16string find = Comparable(inFind, inFlags);
     std::u16string result;
     for (std::size_t i = 0; i < inText.size();) {
         if (!find.empty() && Comparable(inText.substr(i, find.size()), inFlags) == find) {
@@ -111,7 +111,7 @@ CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, CFDictionaryRef
 }
 
 void CFStringGetCharacters(CFStringRef inString, CFRange inRange, UniChar* outCharacters) {
-    std::u16string const part = Part(inString, inRange);
+    const std::u16string part = Part(inString, inRange);
     std::copy(part.begin(), part.end(), outCharacters);
 }
 
@@ -126,12 +126,12 @@ CFComparisonResult CFStringCompareWithOptions(CFStringRef inString1, CFStringRef
 Boolean CFStringFindWithOptions(CFStringRef inString, CFStringRef inFind, CFRange inRange,
                                 CFStringCompareFlags inFlags, CFRange* outFound) {
     Log(CallText("CFStringFindWithOptions", inRange.location, inRange.length, inFlags));
-    std::u16string const text = Comparable(Part(inString, inRange), inFlags);
-    std::u16string const find = Comparable(Text(inFind), inFlags);
+    const std::u16string text = Comparable(Part(inString, inRange), inFlags);
+    const std::u16string find = Comparable(Text(inFind), inFlags);
     if (find.empty() || find.size() > text.size()) return 0;
     const bool isBackwards = (inFlags & kCFCompareBackwards) != 0;
-    std::size_t const anchor = isBackwards ? text.size() - find.size() : 0;
-    std::size_t const at = isBackwards ? text.rfind(find) : text.find(find);
+    const std::size_t anchor = isBackwards ? text.size() - find.size() : 0;
+    const std::size_t at = isBackwards ? text.rfind(find) : text.find(find);
     if (at == std::u16string::npos || ((inFlags & kCFCompareAnchored) != 0 && at != anchor)) return 0;
     if (outFound != nullptr)
         *outFound = CFRangeMake(inRange.location + static_cast<CFIndex>(at), CFStringGetLength(inFind));
@@ -157,7 +157,7 @@ CFIndex CFStringFindAndReplace(CFMutableStringRef ioString, CFStringRef inFind, 
                                CFRange inRange, CFStringCompareFlags inFlags) {
     Log(CallText("CFStringFindAndReplace", inRange.location, inRange.length, inFlags));
     CFIndex count = 0;
-    std::u16string const part =
+    const std::u16string part =
         ReplacedAll(Part(ioString, inRange), Text(inFind), Text(inWith), inFlags, count);
     std::u16string text = Text(ioString);
     text.replace(static_cast<std::size_t>(inRange.location), static_cast<std::size_t>(inRange.length), part);
@@ -185,7 +185,7 @@ void CFStringCapitalize(CFMutableStringRef ioString, CFLocaleRef inLocale) {
 void CFStringNormalize(CFMutableStringRef ioString, CFStringNormalizationForm inForm) {
     Log(CallText("CFStringNormalize", inForm));
     const bool composes = inForm == kCFStringNormalizationFormC || inForm == kCFStringNormalizationFormKC;
-    std::u16string const composed = u"\u00E9", decomposed = u"e\u0301";
+    const std::u16string composed = u"\u00E9", decomposed = u"e\u0301";
     CFIndex ignored = 0;
     SetCharacters(ioString, ReplacedAll(Text(ioString), composes ? decomposed : composed,
                                         composes ? composed : decomposed, 0, ignored));
@@ -203,7 +203,7 @@ CFDateFormatterRef CFDateFormatterCreate(CFAllocatorRef, CFLocaleRef inLocale,
     if (LogAndFail(CallText("CFDateFormatterCreate", inDateStyle, inTimeStyle))) return nullptr;
     if (inLocale == nullptr || Characters(reinterpret_cast<CFStringRef>(inLocale)) != u"locale")
         ReportMisuse("CFDateFormatterCreate of no locale");
-    std::string const styles = std::to_string(inDateStyle) + "/" + std::to_string(inTimeStyle);
+    const std::string styles = std::to_string(inDateStyle) + "/" + std::to_string(inTimeStyle);
     const auto* const formatter = MakeString(Widened(styles));
     return reinterpret_cast<CFDateFormatterRef>(const_cast<CFMutableStringRef>(formatter));
 }
@@ -212,6 +212,6 @@ CFDateFormatterRef CFDateFormatterCreate(CFAllocatorRef, CFLocaleRef inLocale,
 CFStringRef CFDateFormatterCreateStringWithAbsoluteTime(CFAllocatorRef, CFDateFormatterRef inFormatter,
                                                         CFAbsoluteTime inTime) {
     if (LogAndFail("CFDateFormatterCreateStringWithAbsoluteTime()")) return nullptr;
-    std::u16string const styles = Text(reinterpret_cast<CFStringRef>(inFormatter));
+    const std::u16string styles = Text(reinterpret_cast<CFStringRef>(inFormatter));
     return MakeString(styles + Widened(" " + std::to_string(static_cast<long>(inTime))));
 }

@@ -118,10 +118,10 @@ TEST(SwapBytes24Test, TheByteAfterTheUnitsIsKept) {
 // The seventh byte is read and written back as it is, so it has to be there and may not be constant.
 TEST(SwapBytes24Test, TouchesFourBytesForEachUnit) {
     for (const auto beyond : {support::PageEnd::kNothing, support::PageEnd::kReadOnly}) {
-        support::PageEnd const bytes(6, beyond);
+        const support::PageEnd bytes(6, beyond);
         EXPECT_EXIT((SwapBytes24(bytes.Bytes(), 6), std::_Exit(0)), support::IsKilled, "") << beyond;
     }
-    support::PageEnd const whole(7, support::PageEnd::kNothing);
+    const support::PageEnd whole(7, support::PageEnd::kNothing);
     std::iota(whole.Bytes(), whole.Bytes() + 7, static_cast<unsigned char>(1));
     SwapBytes24(whole.Bytes(), 6);
     EXPECT_THAT(Bytes(whole.Bytes(), whole.Bytes() + 7), ElementsAre(3, 2, 1, 6, 5, 4, 7));

@@ -42,21 +42,21 @@ TEST_F(GuardsOnToolboxTest, HandleStates) {
         HPurge(block.Get());
     }
     EXPECT_EQ(0, HGetState(block.Get()));
-    EXPECT_EQ(nilHandleErr, CodeOf([] { StHandleState const state(nullptr); }));
+    EXPECT_EQ(nilHandleErr, CodeOf([] { const StHandleState state(nullptr); }));
 }
 
 TEST_F(GuardsOnToolboxTest, MemoryThatCannotBeHad) {
     const StHandleBlock block(100, true, false);
     const StPointerBlock pointer(100, true, true);
     SetMemoryLimit(GetMemoryInUse() + 50);
-    EXPECT_EQ(memFullErr, CodeOf([] { StHandleBlock const none(100, true, true); }));
-    EXPECT_EQ(memFullErr, CodeOf([] { StClearHandleBlock const none(100, true); }));
-    EXPECT_EQ(memFullErr, CodeOf([] { StTempHandle const none(100, true); }));
-    EXPECT_EQ(memFullErr, CodeOf([] { StPointerBlock const none(100, true, false); }));
-    EXPECT_EQ(memFullErr, CodeOf([] { StClearPointerBlock const none(100, true); }));
+    EXPECT_EQ(memFullErr, CodeOf([] { const StHandleBlock none(100, true, true); }));
+    EXPECT_EQ(memFullErr, CodeOf([] { const StClearHandleBlock none(100, true); }));
+    EXPECT_EQ(memFullErr, CodeOf([] { const StTempHandle none(100, true); }));
+    EXPECT_EQ(memFullErr, CodeOf([] { const StPointerBlock none(100, true, false); }));
+    EXPECT_EQ(memFullErr, CodeOf([] { const StClearPointerBlock none(100, true); }));
     EXPECT_EQ(memFullErr, CodeOf([&] { static_cast<void>(block.GetCopy()); }));
-    EXPECT_EQ(memFullErr, CodeOf([&] { StPointerBlock const none(pointer); }));
-    EXPECT_EQ(memFullErr, CodeOf([] { StHandleBlock const none(0x100000001L, true, false); }));
+    EXPECT_EQ(memFullErr, CodeOf([&] { const StPointerBlock none(pointer); }));
+    EXPECT_EQ(memFullErr, CodeOf([] { const StHandleBlock none(0x100000001L, true, false); }));
 }
 
 TEST_F(GuardsOnToolboxTest, ResourceInAHandleBlock) {
@@ -90,8 +90,8 @@ TEST_F(GuardsOnToolboxTest, Resources) {
 
 TEST_F(GuardsOnToolboxTest, ResourcesThatAreMissing) {
     Open(MakeFile("f", {ImageOf(kText, 1, "one")}));
-    EXPECT_EQ(resNotFound, CodeOf([] { StResource const none(kText, kNone, true, false); }));
-    EXPECT_EQ(resNotFound, CodeOf([] { StResource const none(kOther, kOne, true, false); }))
+    EXPECT_EQ(resNotFound, CodeOf([] { const StResource none(kText, kNone, true, false); }));
+    EXPECT_EQ(resNotFound, CodeOf([] { const StResource none(kOther, kOne, true, false); }))
         << "the Resource Manager tells no status for this";
     EXPECT_EQ(nullptr, StResource(kText, kNone, false, false).Get());
 }

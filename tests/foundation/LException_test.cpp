@@ -106,7 +106,7 @@ TEST_F(LExceptionTest, CopyLeavesTheTextBufferAlone) {
     alignas(LException) unsigned char memory[sizeof(LException)];
     std::memset(memory, 0x5A, sizeof memory);
     auto* const copy = new (memory) LException(source);
-    std::size_t const used = sizeof(void*) + sizeof(void*) + sizeof(TCFString);
+    const std::size_t used = sizeof(void*) + sizeof(void*) + sizeof(TCFString);
     std::size_t kept = 0;
     for (std::size_t i = used; i < sizeof memory; ++i)
         kept += memory[i] == 0x5A;
@@ -134,7 +134,7 @@ TEST_F(LExceptionTest, AssignmentTakesCodeAndMessageButNotTheText) {
 TEST_F(LExceptionTest, LongMessagesAreCutAt255Bytes) {
     for (std::size_t length : {254u, 255u, 256u, 1000u}) {
         const LException exception(1, ASCII(std::string(length, 'm')));
-        std::string const expected(std::min<std::size_t>(length, 255), 'm');
+        const std::string expected(std::min<std::size_t>(length, 255), 'm');
         EXPECT_EQ(expected, Text(exception.GetErrorString())) << length;
     }
     // Nothing holds so much: the scratch has 1023 bytes.

@@ -46,7 +46,7 @@ TEST_F(StHandleBlockTest, DoesNotFreeWhatItDoesNotOwn) {
 
 TEST_F(StHandleBlockTest, FreesWhenAnExceptionPasses) {
     EXPECT_EQ(-50, CodeOf([] {
-        StHandleBlock const block(100, true, false);
+        const StHandleBlock block(100, true, false);
         LException::Throw(-50);
     }));
 }
@@ -60,11 +60,11 @@ TEST_F(StHandleBlockTest, NewBlock) {
 TEST_F(StHandleBlockTest, NewBlockCannotBeHad) {
     fakes::FailCall(1);
     fakes::SetErrorOfFailure(-117);
-    EXPECT_EQ(-117, CodeOf([] { StHandleBlock const block(100, true, false); }));
+    EXPECT_EQ(-117, CodeOf([] { const StHandleBlock block(100, true, false); }));
     EXPECT_EQ(0U, Count("TempNewHandle"));
     fakes::FailCall(1);
     fakes::SetErrorOfFailure(noErr);
-    EXPECT_EQ(0, CodeOf([] { StHandleBlock const block(100, true, false); }))
+    EXPECT_EQ(0, CodeOf([] { const StHandleBlock block(100, true, false); }))
         << "no other code takes its place here";
     fakes::FailCall(1);
     StHandleBlock block(100, false, false);
@@ -83,14 +83,14 @@ TEST_F(StHandleBlockTest, TemporaryMemoryInstead) {
 // Each of the two says why it failed; the last word is the temporary memory's.
 TEST_F(StHandleBlockTest, TemporaryMemoryCannotBeHadEither) {
     fakes::FailMemoryCalls({-117, -118});
-    EXPECT_EQ(-118, CodeOf([] { StHandleBlock const block(100, true, true); }));
+    EXPECT_EQ(-118, CodeOf([] { const StHandleBlock block(100, true, true); }));
     EXPECT_EQ((std::vector<std::string>{"NewHandle(100)", "TempNewHandle(100)"}), fakes::CallLog());
     fakes::FailMemoryCalls({-117});
-    EXPECT_EQ(-117, CodeOf([] { StTempHandle const block(100, true); }));
+    EXPECT_EQ(-117, CodeOf([] { const StTempHandle block(100, true); }));
     fakes::FailMemoryCalls({-117, noErr});
-    EXPECT_EQ(0, CodeOf([] { StHandleBlock const block(100, true, true); }));
+    EXPECT_EQ(0, CodeOf([] { const StHandleBlock block(100, true, true); }));
     fakes::FailMemoryCalls({-117});
-    EXPECT_EQ(-117, CodeOf([] { StHandleBlock const block(100, true, false); }));
+    EXPECT_EQ(-117, CodeOf([] { const StHandleBlock block(100, true, false); }));
 }
 
 TEST_F(StHandleBlockTest, TemporaryMemoryWithoutAnException) {
@@ -107,7 +107,7 @@ TEST_F(StHandleBlockTest, SizesThatCannotBeTold) {
     if (sizeof(long) == 4) return;  // every long is a size there
     const long size = static_cast<long>(0x100000010LL);
     fakes::FailCall(1);
-    EXPECT_EQ(memFullErr, CodeOf([] { StHandleBlock const block(size, true, false); }));
+    EXPECT_EQ(memFullErr, CodeOf([] { const StHandleBlock block(size, true, false); }));
     EXPECT_EQ("NewHandle(-1)", fakes::CallLog().back());
 }
 
@@ -148,7 +148,7 @@ TEST_F(StHandleBlockTest, CopyingFails) {
     for (int form = 0; form < 4; ++form) {
         fakes::FailCall(1);
         EXPECT_EQ(memFullErr, CodeOf([&] {
-                      if (form == 0) StHandleBlock const copy(block);
+                      if (form == 0) const StHandleBlock copy(block);
                       if (form == 1) static_cast<void>(block.GetCopy());
                       if (form == 2) other = block;
                       if (form == 3) other.CopyAndAdopt(block.Get());
@@ -230,7 +230,7 @@ TEST_F(StHandleBlockTest, Clear) {
         fakes::FailCall(1);
         fakes::SetErrorOfFailure(error);
         EXPECT_EQ(error == noErr ? OSErr{memFullErr} : error,
-                  CodeOf([] { StClearHandleBlock const none(5, true); }));
+                  CodeOf([] { const StClearHandleBlock none(5, true); }));
     }
     fakes::FailCall(1);
     EXPECT_EQ(nullptr, StClearHandleBlock(5, false).Get());
@@ -242,7 +242,7 @@ TEST_F(StHandleBlockTest, Temporary) {
     for (const OSErr error : {OSErr{noErr}, OSErr{-117}}) {
         fakes::FailCall(1);
         fakes::SetErrorOfFailure(error);
-        EXPECT_EQ(error, CodeOf([] { StTempHandle const none(5, true); }));
+        EXPECT_EQ(error, CodeOf([] { const StTempHandle none(5, true); }));
     }
     fakes::FailCall(1);
     EXPECT_EQ(nullptr, StTempHandle(5, false).Get());
@@ -256,8 +256,8 @@ TEST_F(StHandleBlockTest, EveryCallFails) {
         fakes::FailCall(failing);
         const long code = CodeOf([] {
             StHandleBlock first(10, true, false);
-            StClearHandleBlock const second(10, true);
-            StTempHandle const third(10, true);
+            const StClearHandleBlock second(10, true);
+            const StTempHandle third(10, true);
             StHandleBlock copy(second);
             copy = third;
             first.CopyAndAdopt(copy.Get());

@@ -41,7 +41,7 @@ TEST_F(StHandleLockerTest, OtherStateBitsAreNoLock) {
 
 TEST_F(StHandleLockerTest, UnlocksWhenAnExceptionPasses) {
     EXPECT_EQ(-50, CodeOf([this] {
-        StHandleLocker const locker(mHandle);
+        const StHandleLocker locker(mHandle);
         LException::Throw(-50);
     }));
     EXPECT_FALSE(fakes::IsLocked(mHandle));
@@ -56,7 +56,7 @@ TEST_F(StHandleLockerTest, Null) {
 TEST_F(StHandleLockerTest, NoStateToBeHad) {
     fakes::FailCall(1);
     fakes::SetErrorOfFailure(memWZErr);
-    EXPECT_EQ(memWZErr, CodeOf([this] { StHandleLocker const locker(mHandle); }));
+    EXPECT_EQ(memWZErr, CodeOf([this] { const StHandleLocker locker(mHandle); }));
     EXPECT_FALSE(fakes::IsLocked(mHandle));
     EXPECT_EQ(0U, Count("HLock") + Count("HUnlock"));
 }
@@ -137,12 +137,12 @@ TEST_F(StHandleStateTest, EvenWhenNothingChanged) {
 TEST_F(StHandleStateTest, NoStateToBeHad) {
     fakes::FailCall(1);
     fakes::SetErrorOfFailure(memWZErr);
-    EXPECT_EQ(memWZErr, CodeOf([this] { StHandleState const guard(mHandle); }));
+    EXPECT_EQ(memWZErr, CodeOf([this] { const StHandleState guard(mHandle); }));
     EXPECT_EQ(0U, Count("HSetState"));
 }
 
 TEST_F(StHandleStateTest, NullIsThrown) {
-    EXPECT_EQ(nilHandleErr, CodeOf([] { StHandleState const guard(nullptr); }));
+    EXPECT_EQ(nilHandleErr, CodeOf([] { const StHandleState guard(nullptr); }));
 }
 
 }  // namespace

@@ -59,7 +59,7 @@ TEST_F(StPointerBlockTest, NewBlockCannotBeHad) {
             fakes::FailCall(1);
             fakes::SetErrorOfFailure(error);
             EXPECT_EQ(error == noErr ? OSErr{memFullErr} : error,
-                      CodeOf([clear] { StPointerBlock const block(5, true, clear); }));
+                      CodeOf([clear] { const StPointerBlock block(5, true, clear); }));
         }
         fakes::FailCall(1);
         const StPointerBlock block(5, false, clear);
@@ -75,7 +75,7 @@ TEST_F(StPointerBlockTest, Clear) {
         fakes::FailCall(1);
         fakes::SetErrorOfFailure(error);
         EXPECT_EQ(error == noErr ? OSErr{memFullErr} : error,
-                  CodeOf([] { StClearPointerBlock const none(100, true); }));
+                  CodeOf([] { const StClearPointerBlock none(100, true); }));
     }
     fakes::FailCall(1);
     EXPECT_EQ(nullptr, StClearPointerBlock(100, false).Get());
@@ -106,7 +106,7 @@ TEST_F(StPointerBlockTest, CopyingFails) {
         fakes::SetErrorOfFailure(error);
         fakes::FailCall(2);
         EXPECT_EQ(error == noErr ? OSErr{memFullErr} : error,
-                  CodeOf([&] { StPointerBlock const copy(block); }))
+                  CodeOf([&] { const StPointerBlock copy(block); }))
             << "NewPtr";
     }
     fakes::FailCall(1);

@@ -40,7 +40,7 @@ TEST_F(StResourceTest, ByName) {
         EXPECT_EQ("second", TextOf(resource.Get()));
         EXPECT_EQ(1U, Count("GetNamedResource"));
     }
-    EXPECT_EQ(resNotFound, CodeOf([] { StResource const resource(kType, kName, true, true); }))
+    EXPECT_EQ(resNotFound, CodeOf([] { const StResource resource(kType, kName, true, true); }))
         << "not in the current file";
     EXPECT_EQ(1U, Count("Get1NamedResource"));
 }
@@ -62,8 +62,8 @@ TEST_F(StResourceTest, NothingFound) {
         fakes::SetErrorOfSearch(error);
         const long expected = error == noErr ? OSErr{resNotFound} : error;
         for (const unsigned char oneDeep : {0, 1}) {
-            EXPECT_EQ(expected, CodeOf([&] { StResource const none(kType, kNone, true, oneDeep); }));
-            EXPECT_EQ(expected, CodeOf([&] { StResource const none(kType, kMissing, true, oneDeep); }));
+            EXPECT_EQ(expected, CodeOf([&] { const StResource none(kType, kNone, true, oneDeep); }));
+            EXPECT_EQ(expected, CodeOf([&] { const StResource none(kType, kMissing, true, oneDeep); }));
             StResource none(kType, kNone, false, oneDeep);
             EXPECT_EQ(nullptr, none.Get());
             EXPECT_EQ(nullptr, none.GetResource(kType, kMissing, false, oneDeep));
@@ -129,7 +129,7 @@ TEST_F(StResourceTest, Adopting) {
 
 TEST_F(StResourceTest, GivenBackWhenAnExceptionPasses) {
     EXPECT_EQ(-50, CodeOf([] {
-        StResource const resource(kType, kOne, true, false);
+        const StResource resource(kType, kOne, true, false);
         LException::Throw(-50);
     }));
     EXPECT_EQ(1U, Count("ReleaseResource"));

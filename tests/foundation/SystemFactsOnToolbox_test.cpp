@@ -41,7 +41,7 @@ TEST_F(SystemFactsOnToolboxTest, Volumes) {
 }
 
 TEST_F(SystemFactsOnToolboxTest, Permissions) {
-    std::string const path = mFolder.MakeFile("file");
+    const std::string path = mFolder.MakeFile("file");
     const FSSpec spec = SpecOf(path);
     ASSERT_EQ(0, chmod(path.c_str(), 0640));
     UInt16 mode = 0;

@@ -58,7 +58,7 @@ TEST_F(UDebuggingTest, PascalFromCString) {
         unsigned char text[257];
         text[256] = 0x5A;
         EXPECT_EQ(text, UDebugging::LoadPStrFromCStr(text, std::string(length, 'c').c_str()));
-        std::size_t const expected = length < 255 ? length : 255;
+        const std::size_t expected = length < 255 ? length : 255;
         EXPECT_EQ(expected, text[0]);
         EXPECT_EQ(std::string(expected, 'c'), std::string(reinterpret_cast<char*>(text + 1), text[0]));
         EXPECT_EQ(0x5A, text[256]);
@@ -87,8 +87,8 @@ TEST_F(UDebuggingTest, SignalAlertInEveryForm) {
 }
 
 TEST_F(UDebuggingTest, LongAndEmptyTexts) {
-    std::string const text(300, 't');
-    std::string const file(300, 'f');
+    const std::string text(300, 't');
+    const std::string file(300, 'f');
     UDebugging::AlertSignalAt(text.c_str(), file.c_str(), "", 2147483647);
     EXPECT_EQ("ParamText(" + text.substr(0, 255) + "|" + file.substr(0, 255) + "||2147483647)", Reports()[0]);
 }

@@ -148,9 +148,9 @@ TEST_P(LateBindingTest, FolderOfFrameworksIsMade) {
 TEST_P(LateBindingTest, FolderCannotBeMade) {
     fs::remove_all(mTree.Path("lib/mirtal"));
     std::ofstream(mTree.Path("lib/mirtal")) << "no folder";
-    std::string const told = mTree.Run();
+    const std::string told = mTree.Run();
     // Which status it is, is the Folder Manager's part; it is passed on as it is.
-    std::size_t const at = told.find("\nfolder ");
+    const std::size_t at = told.find("\nfolder ");
     ASSERT_NE(std::string::npos, at) << told;
     const long status = std::stol(told.substr(at + 8));
     EXPECT_NE(0, status);
@@ -160,8 +160,8 @@ TEST_P(LateBindingTest, FolderCannotBeMade) {
 
 TEST_P(LateBindingTest, FailedLoadIsTriedAgainAndALaterOneIsFinal) {
     mTree.PutFramework("complete");
-    std::string const framework = mTree.Frameworks() + "/QuickTime.framework";
-    std::string const aside = mTree.Path("aside");
+    const std::string framework = mTree.Frameworks() + "/QuickTime.framework";
+    const std::string aside = mTree.Path("aside");
     fs::rename(framework, aside);
     EXPECT_EQ(Line("load", -4960) + Line("begin", 0) + Line("inited", 0) + Line("begin", 1000) +
                   Line("inited", 1) + "found 111111111\n" + Line("load", 0) + Line("begin", 1000) +

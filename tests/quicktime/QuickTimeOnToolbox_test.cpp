@@ -66,7 +66,7 @@ TEST(QuickTimeOnToolbox, GuardSuppressesInItsScope) {
     EXPECT_TRUE(UQTInteraction::IsInteractionAllowed());
     EXPECT_THROW(
         {
-            StDisableQTInteraction const guard;
+            const StDisableQTInteraction guard;
             throw 1;
         },
         int);
@@ -174,7 +174,7 @@ class AccessOnToolboxTest : public ::testing::Test {
         return architecture;
     }
 
-    test_files::TemporaryFolder const mState;
+    const test_files::TemporaryFolder mState;
     const UInt64 mHandles = GetLiveHandleCount();
 };
 
@@ -230,7 +230,7 @@ TEST_F(AccessOnToolboxTest, SecondSwitchChangesNothing) {
     // The file is replaced on a change: one that stays keeps its date. A restart would choose anew.
     fs::last_write_time(KeyFile(), fs::file_time_type::clock::now() - std::chrono::hours(1));
     const auto date = fs::last_write_time(KeyFile());
-    std::string const text = KeyFileText();
+    const std::string text = KeyFileText();
     EXPECT_EQ(noErr, SetSoundArchitecture(kSoundArchitectureCoreAudio));
 
     EXPECT_EQ(noErr, UQTAccess::SetSoundManagerArchitecture());

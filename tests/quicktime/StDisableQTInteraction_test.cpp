@@ -44,7 +44,7 @@ TEST_F(StDisableQTInteractionTest, EndsWhenAnExceptionPasses) {
     PutQuickTime();
     EXPECT_THROW(
         {
-            StDisableQTInteraction const guard;
+            const StDisableQTInteraction guard;
             throw 1;
         },
         int);

@@ -49,8 +49,8 @@ TEST_F(UQTAccessTest, EmptyKeyAndType) {
 }
 
 TEST_F(UQTAccessTest, TypeIsCutAt255Bytes) {
-    std::string const type(300, 't');
-    std::string const key(300, 'k');
+    const std::string type(300, 't');
+    const std::string key(300, 'k');
     EXPECT_EQ(noErr, UQTAccess::Register(type.c_str(), key.c_str(), false));
     EXPECT_EQ(Calls{key}, fakes::KeysOf(type.substr(0, 255), false));
     EXPECT_TRUE(UQTAccess::IsRegistered(type.substr(0, 255).c_str(), key.c_str(), false));
@@ -263,7 +263,7 @@ TEST_F(SoundArchitectureTest, OnlyCoreAudioIsToGo) {
 TEST_F(SoundArchitectureTest, SecondCallChangesNothing) {
     fakes::PutKey(kType, "coreaudio", true);
     EXPECT_EQ(noErr, UQTAccess::SetSoundManagerArchitecture());
-    std::size_t const steps = Steps().size();
+    const std::size_t steps = Steps().size();
     EXPECT_EQ(noErr, UQTAccess::SetSoundManagerArchitecture());
     const Calls all = Steps();
     EXPECT_EQ((Calls{"GetMoviesStickyError()", kAsksKeys, kAsksKeys, "GetProcess()"}),

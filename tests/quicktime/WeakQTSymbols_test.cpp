@@ -39,7 +39,7 @@ TEST_F(WeakQTSymbolsTest, FillsTheTableInOrder) {
                    "CFBundleLoadExecutable()",
                    "CFRelease(fram/QuickTime.framework)",
                    "CFRelease(fram)"};
-    for (std::string const name : kLateBoundNames)
+    for (const std::string name : kLateBoundNames)
         expected.push_back("CFBundleGetFunctionPointerForName(" + name + ")");
     EXPECT_EQ(expected, fakes::CallLog());
 }
@@ -47,7 +47,7 @@ TEST_F(WeakQTSymbolsTest, FillsTheTableInOrder) {
 TEST_F(WeakQTSymbolsTest, EachEntryIsItsFunction) {
     PutQuickTime();
     LoadWeakQTSymbols();
-    std::size_t const before = fakes::CallLog().size();
+    const std::size_t before = fakes::CallLog().size();
     _QTBeginUserInteractionSuppression();
     _QTEndUserInteractionSuppression(3);
     _QTIsUserInteractionAllowed();
@@ -66,7 +66,7 @@ TEST_F(WeakQTSymbolsTest, SecondCallTouchesNothing) {
     PutQuickTime();
     LoadWeakQTSymbols();
     const auto entry = _QTGetProcessProperty;
-    std::size_t const calls = fakes::CallLog().size();
+    const std::size_t calls = fakes::CallLog().size();
     fakes::RemoveFramework("QuickTime.framework");
     EXPECT_EQ(noErr, LoadWeakQTSymbols());
     EXPECT_EQ(calls, fakes::CallLog().size());

@@ -13,7 +13,7 @@ namespace {
 
 // The move in the caller's own code, and the exported one.
 using BlockMover = void (*)(const void*, void*, long);
-BlockMover const volatile kMovers[] = {[](const void* inSource, void* outDestination, long inByteCount) {
+const volatile BlockMover kMovers[] = {[](const void* inSource, void* outDestination, long inByteCount) {
                                            BlockMoveData(inSource, outDestination, inByteCount);
                                        },
                                        BlockMoveData};
@@ -54,8 +54,8 @@ TEST_P(ByteBlocksMoved, NothingForNoCount) {
 TEST_P(ByteBlocksMoved, CountsPast32Bits) {
     if constexpr (sizeof(long) > 4) {
         for (const long long count : {0x1'0000'0004LL, 0x1'0000'0000LL, 0x8000'0000LL}) {
-            support::PageEnd const source(4096, support::PageEnd::kNothing);
-            support::PageEnd const destination(4096, support::PageEnd::kNothing);
+            const support::PageEnd source(4096, support::PageEnd::kNothing);
+            const support::PageEnd destination(4096, support::PageEnd::kNothing);
             EXPECT_EXIT((move(source.Bytes(), destination.Bytes(), static_cast<long>(count)), std::_Exit(0)),
                         support::IsKilled, "")
                 << count;
@@ -71,7 +71,7 @@ TEST(ByteBlocks, ZeroesExactlyTheCount) {
     for (Size count = -2; count <= 100; ++count) {
         std::string block(104, 'x');
         BlockZero(block.data() + 2, count);
-        std::size_t const zeroed = static_cast<std::size_t>(count < 0 ? 0 : count);
+        const std::size_t zeroed = static_cast<std::size_t>(count < 0 ? 0 : count);
         EXPECT_EQ("xx" + std::string(zeroed, '\0') + std::string(102 - zeroed, 'x'), block);
     }
     BlockZero(nullptr, 0);
@@ -89,7 +89,7 @@ TEST(ByteBlocks, EqualUpToTheCount) {
 }
 
 TEST(ByteBlocks, UnequalAtEveryPlace) {
-    std::string const left(70, 'q');
+    const std::string left(70, 'q');
     for (std::size_t i = 0; i < left.size(); ++i) {
         std::string right = left;
         right[i] = '\xF1';

@@ -38,12 +38,12 @@ TEST_F(CStringsTest, Length) {
 TEST_F(CStringsTest, CopyIsCutAndTerminated) {
     for (std::size_t length = 0; length <= 40; ++length)
         for (int maxLength = 1; maxLength <= 42; ++maxLength) {
-            std::string const source = Filler(length);
+            const std::string source = Filler(length);
             char copy[64];
             std::memset(copy, '#', sizeof copy);
             CStrNCopy(source.c_str(), copy, static_cast<short>(maxLength));
             EXPECT_EQ(source.substr(0, static_cast<std::size_t>(maxLength)), copy);
-            std::size_t const written = std::strlen(copy) + 1;
+            const std::size_t written = std::strlen(copy) + 1;
             EXPECT_EQ(sizeof copy - written,
                       static_cast<std::size_t>(std::count(copy + written, copy + 64, '#')));
         }
@@ -58,7 +58,7 @@ TEST_F(CStringsTest, NothingIsWrittenForNoLength) {
 }
 
 TEST_F(CStringsTest, CopyOfTheLongest) {
-    std::string const source(40000, 'y');
+    const std::string source(40000, 'y');
     std::string copy(32768, '#');
     CStrNCopy(source.c_str(), copy.data(), 32767);
     EXPECT_EQ(std::string(32767, 'y') + '\0', copy);
@@ -119,14 +119,14 @@ TEST_F(CStringsTest, CopiesAgainstTheModel) {
                     source += (pattern >> i & 1) != 0 ? '\x82' : 'a';
                 char copy[16];
                 CStrNCopy(source.c_str(), copy, static_cast<short>(maxLength));
-                std::size_t const cut = naive::CutLength(source + '\0', source.size(), maxLength, IsFirst);
+                const std::size_t cut = naive::CutLength(source + '\0', source.size(), maxLength, IsFirst);
                 ASSERT_EQ(source.substr(0, cut), copy) << maxLength;
             }
 }
 
 TEST_F(CStringsTest, FromPascalInPlace) {
     for (std::size_t length = 0; length <= 255; ++length) {
-        std::string const text = Filler(length);
+        const std::string text = Filler(length);
         PascalBuffer buffer(text);
         char* const result = PStrToCStr(buffer);
         ASSERT_EQ(static_cast<void*>(result), static_cast<unsigned char*>(buffer));
@@ -138,11 +138,11 @@ TEST_F(CStringsTest, FromPascalInPlace) {
 
 TEST_F(CStringsTest, ToPascalInPlace) {
     for (std::size_t length = 0; length <= 300; ++length) {
-        std::string const text = Filler(length);
+        const std::string text = Filler(length);
         std::string buffer = text + '\0';
         unsigned char* const result = CStrToPStr(buffer.data());
         ASSERT_EQ(static_cast<void*>(result), buffer.data());
-        std::size_t const kept = std::min<std::size_t>(length, 255);
+        const std::size_t kept = std::min<std::size_t>(length, 255);
         ASSERT_EQ(static_cast<char>(kept) + text.substr(0, kept), buffer.substr(0, kept + 1));
         if (length > kept) {
             ASSERT_EQ(text.substr(kept + 1) + '\0', buffer.substr(kept + 1)) << "bytes behind";

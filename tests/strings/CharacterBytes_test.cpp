@@ -61,7 +61,7 @@ TEST_F(CharacterBytesTest, AsCountedFromTheLeft) {
 }
 
 TEST_F(CharacterBytesTest, BytesBehindAreNotLookedAt) {
-    std::string const longest(32767, '\x81');
+    const std::string longest(32767, '\x81');
     EXPECT_EQ(smFirstByte, InterruptSafeCharacterByteType(longest.data(), 32766, smJapanese));
     EXPECT_EQ(smLastByte, InterruptSafeCharacterByteType(longest.data(), 32765, smJapanese));
 }

@@ -11,7 +11,7 @@ inline std::string PlugParams(const std::string& inText, const std::optional<std
     std::string rest = inText;
     while (!rest.empty()) {
         const bool isPair = rest[0] == '^' && rest.size() > 1;
-        std::string const token = rest.substr(0, isPair ? 2 : 1);
+        const std::string token = rest.substr(0, isPair ? 2 : 1);
         rest.erase(0, token.size());
         if (isPair && token[1] >= '0' && token[1] <= '3')
             result += inParams[token[1] - '0'].value_or("");
@@ -32,12 +32,12 @@ inline std::size_t LastDot(const std::string& inText) {
 // inBehind is the byte behind the text.
 inline std::string RemoveSuffix(const std::string& inText, char inBehind) {
     if (inBehind == '.' && inText.size() < 255) return inText;
-    std::size_t const dot = LastDot(inText);
+    const std::size_t dot = LastDot(inText);
     return dot == 0 ? inText : inText.substr(0, dot - 1);
 }
 
 inline std::string Suffix(const std::string& inText) {
-    std::size_t const dot = LastDot(inText);
+    const std::size_t dot = LastDot(inText);
     return dot == 0 ? "" : inText.substr(dot - 1);
 }
 
@@ -49,7 +49,7 @@ inline std::string ASCIIUpper(std::string inText) {
 
 // As far as both are ASCII.
 inline bool HasSuffix(const std::string& inText, const std::string& inSuffix) {
-    std::string const own = Suffix(inText);
+    const std::string own = Suffix(inText);
     return !own.empty() && ASCIIUpper(own) == ASCIIUpper(inSuffix);
 }
 

@@ -48,9 +48,9 @@ TEST_F(PascalStringsTest, Equal) {
 TEST_F(PascalStringsTest, EqualAtEveryLength) {
     for (std::size_t length = 1; length <= 255; ++length) {
         std::string text = Filler(length);
-        P const buffer(text);
+        const P buffer(text);
         EXPECT_EQ(1, PStrEqual(buffer, P(text)));
-        for (std::size_t const at : {std::size_t{0}, length / 2, length - 1}) {
+        for (const std::size_t at : {std::size_t{0}, length / 2, length - 1}) {
             std::string other = text;
             other[at] = '#';
             EXPECT_EQ(0, PStrEqual(buffer, P(other))) << length << ' ' << at;
@@ -60,7 +60,7 @@ TEST_F(PascalStringsTest, EqualAtEveryLength) {
 
 // A string may be kept in no more bytes than it has.
 TEST_F(PascalStringsTest, EqualReadsNoFurtherThanEither) {
-    std::string const shortBuffer = "\1a";
+    const std::string shortBuffer = "\1a";
     const auto* const shortText = reinterpret_cast<const unsigned char*>(shortBuffer.data());
     EXPECT_EQ(0, PStrEqual(P(Filler(255)), shortText));
     EXPECT_EQ(0, PStrEqual(shortText, P(Filler(255))));
@@ -87,7 +87,7 @@ TEST_F(PascalStringsTest, EqualUpToACountThatOneHasNot) {
 TEST_F(PascalStringsTest, EqualUpToEveryCount) {
     for (std::size_t length = 0; length <= 255; ++length) {
         const auto count = static_cast<unsigned char>(length);
-        std::string const text = Filler(length);
+        const std::string text = Filler(length);
         EXPECT_EQ(1, PStrNEqual(P(text), P(text), count)) << length;
         EXPECT_EQ(1, PStrNEqual(P(Filler(255)), P(text), count)) << length;
         if (length == 0) continue;
@@ -136,7 +136,7 @@ TEST_F(PascalStringsTest, EndsWith) {
 
 // The copying in the caller's own code, and the exported one.
 using Copier = void (*)(const unsigned char*, unsigned char*);
-Copier const volatile kCopiers[] = {
+const volatile Copier kCopiers[] = {
     [](const unsigned char* inSource, unsigned char* outDestination) { PStrCopy(inSource, outDestination); },
     PStrCopy};
 
@@ -147,7 +147,7 @@ class PascalStringsCopied : public PascalStringsTest, public ::testing::WithPara
 
 TEST_P(PascalStringsCopied, AtEveryLength) {
     for (std::size_t length = 0; length <= 255; ++length) {
-        std::string const text = Filler(length);
+        const std::string text = Filler(length);
         P copy;
         copyString(P(text), copy);
         EXPECT_EQ(text, copy.Text());
@@ -159,8 +159,8 @@ TEST_P(PascalStringsCopied, AtEveryLength) {
 
 TEST_P(PascalStringsCopied, Overlapping) {
     for (std::size_t length = 0; length <= 100; ++length)
-        for (std::size_t const shift : {1, 2, 7, 8, 9, 16, 31, 64}) {
-            std::string const text = Filler(length);
+        for (const std::size_t shift : {1, 2, 7, 8, 9, 16, 31, 64}) {
+            const std::string text = Filler(length);
             P buffer(text);
             copyString(buffer, static_cast<unsigned char*>(buffer) + shift);
             P moved;
@@ -179,10 +179,10 @@ INSTANTIATE_TEST_SUITE_P(EitherWay, PascalStringsCopied, ::testing::Values(0, 1)
 TEST_F(PascalStringsTest, CutCopyOfEveryLengthAndLimit) {
     for (std::size_t length = 0; length <= 255; ++length)
         for (int maxLength : {-32768, -1, 0, 1, 2, 9, 10, 11, 100, 253, 254, 255, 256, 32767}) {
-            std::string const text = Filler(length);
+            const std::string text = Filler(length);
             P copy;
             PStrNCopy(P(text), copy, static_cast<short>(maxLength));
-            std::string const expected = text.substr(0, static_cast<std::size_t>(std::max(maxLength, 0)));
+            const std::string expected = text.substr(0, static_cast<std::size_t>(std::max(maxLength, 0)));
             ASSERT_EQ(expected, copy.Text()) << length << ' ' << maxLength;
             ASSERT_TRUE(copy.IsUntouchedFrom(expected.size() + 1));
         }
@@ -241,7 +241,7 @@ TEST_F(PascalStringsTest, CutCopiesAgainstTheModel) {
                     source += (pattern >> i & 1) != 0 ? '\x82' : 'a';
                 P copy;
                 PStrNCopy(P(source), copy, static_cast<short>(maxLength));
-                std::size_t const cut = naive::CutLength(source + '\xEE', source.size(), maxLength, IsFirst);
+                const std::size_t cut = naive::CutLength(source + '\xEE', source.size(), maxLength, IsFirst);
                 ASSERT_EQ(source.substr(0, cut), copy.Text()) << maxLength;
             }
 }
@@ -249,7 +249,7 @@ TEST_F(PascalStringsTest, CutCopiesAgainstTheModel) {
 TEST_F(PascalStringsTest, CatOfEveryLength) {
     for (std::size_t length = 0; length <= 255; ++length)
         for (std::size_t tailLength = 0; tailLength <= 255; ++tailLength) {
-            std::string const text = Filler(length), tail = Filler(tailLength, 5);
+            const std::string text = Filler(length), tail = Filler(tailLength, 5);
             P buffer(text);
             PStrCat(buffer, P(tail));
             ASSERT_EQ((text + tail).substr(0, 255), buffer.Text());
@@ -413,8 +413,8 @@ TEST_F(PascalStringsTest, StripLeadingBlanks) {
 
 TEST_F(PascalStringsTest, StripOfEveryNumberOfBlanks) {
     for (std::size_t length = 0; length <= 255; ++length)
-        for (std::size_t const blankCount : {std::size_t{0}, length / 2, length}) {
-            std::string const text = std::string(blankCount, ' ') + Filler(length - blankCount);
+        for (const std::size_t blankCount : {std::size_t{0}, length / 2, length}) {
+            const std::string text = std::string(blankCount, ' ') + Filler(length - blankCount);
             P copy;
             PStrStripLeadingBlanks(P(text), copy);
             ASSERT_EQ(naive::StripLeadingBlanks(text), copy.Text());

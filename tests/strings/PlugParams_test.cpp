@@ -13,7 +13,7 @@ namespace {
 using Param = std::optional<std::string>;
 using P = PascalBuffer;
 
-std::string Plug(const std::string& inText, Param const (&inParams)[4]) {
+std::string Plug(const std::string& inText, const Param (&inParams)[4]) {
     P text(inText), buffers[4];
     const unsigned char* params[4] = {};
     for (int i = 0; i < 4; ++i) {
@@ -50,7 +50,7 @@ TEST(PlugParams, InsertedTextIsNotSearched) {
 }
 
 TEST(PlugParams, WhatDoesNotFitIsDropped) {
-    std::string const longText = Filler(255);
+    const std::string longText = Filler(255);
     EXPECT_EQ(longText, Plug("^0", {longText, {}, {}, {}}));
     EXPECT_EQ(longText, Plug("^0^0^0!", {longText, {}, {}, {}}));
     EXPECT_EQ(Filler(254) + "a", Plug("^0^1", {Filler(254), "abc", {}, {}}));
@@ -76,8 +76,8 @@ TEST(PlugParams, RandomTextsAgainstTheModel) {
         return text;
     };
     for (int run = 0; run < 20000; ++run) {
-        std::size_t const maxLength = run % 3 == 0 ? 255 : 12;
-        std::string const text = randomText(maxLength);
+        const std::size_t maxLength = run % 3 == 0 ? 255 : 12;
+        const std::string text = randomText(maxLength);
         Param params[4];
         for (Param& param : params)
             if (random() % 4 != 0) param = randomText(maxLength);

@@ -147,7 +147,7 @@ TEST_F(TCFStringBytesTest, HFSUniStr) {
     EXPECT_EQ('b', name.unicode[1]);
     TCFString::Empty.HFSUniStr(name);
     EXPECT_EQ(0, name.length);
-    for (std::size_t const length : {254u, 255u, 256u, 300u}) {
+    for (const std::size_t length : {254u, 255u, 256u, 300u}) {
         std::u16string units(length, u'x');
         units[std::min<std::size_t>(length, 255) - 1] = u'y';
         Units(units).HFSUniStr(name);

@@ -13,7 +13,7 @@ using namespace test_resources;
 constexpr unsigned kUTF8 = kCFStringEncodingUTF8;
 
 TEST(ConversionsOnToolboxTest, BytesThereAndBack) {
-    std::u16string const text = u"a\u00E9\u20AC\U0001D11E";
+    const std::u16string text = u"a\u00E9\u20AC\U0001D11E";
     std::string bytes;
     ASSERT_TRUE(Units(text).StdStringWithEncoding(bytes, kUTF8));
     EXPECT_EQ("a\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E", bytes);

@@ -132,7 +132,7 @@ TEST_F(CStringTest, TheScratchHolds1023Bytes) {
 }
 
 TEST_F(CStringTest, LongTextThatFitsNeedsNoScratch) {
-    std::string const text(5000, 'z');
+    const std::string text(5000, 'z');
     EXPECT_EQ(text, AsCString(UTF8(text), 5000));
 }
 
@@ -173,13 +173,13 @@ TEST_F(PStringTest, TooLongIsCutInTheSystemEncoding) {
 }
 
 TEST_F(PStringTest, TheWholeScratchCounts) {
-    std::string const text(255, 'z');
+    const std::string text(255, 'z');
     EXPECT_EQ(text.substr(0, 254), AsPString(UTF8(text), 254));
     EXPECT_THAT(Conversions(), ElementsAre(BestFitInto(254), GetPascal(255, kRoman), GetPascal(256, kRoman)));
 }
 
 TEST_F(PStringTest, ThroughTheCFormWhenTheScratchIsTooSmall) {
-    std::string const text(300, 'z');
+    const std::string text(300, 'z');
     EXPECT_EQ(text.substr(0, 100), AsPString(UTF8(text), 100));
     EXPECT_THAT(Conversions(),
                 ElementsAre(BestFitInto(100), GetPascal(101, kRoman), GetPascal(256, kRoman), Get(101, kUTF8),
@@ -187,7 +187,7 @@ TEST_F(PStringTest, ThroughTheCFormWhenTheScratchIsTooSmall) {
 }
 
 TEST_F(PStringTest, NoScratchAtTheFullLength) {
-    std::string const text(300, 'z');
+    const std::string text(300, 'z');
     EXPECT_EQ(text.substr(0, 255), AsPString(UTF8(text), 255));
     EXPECT_THAT(Conversions(), ElementsAre(BestFitInto(255), GetPascal(256, kRoman), Get(256, kUTF8),
                                            Get(256, kRoman), Get(1024, kUTF8), "c2pstrcpy()"));

@@ -27,7 +27,7 @@ constexpr char16_t kText[] = u"a:Very long name.txt";
 
 std::vector<Row> Rows() {
     static const TCFString sA = Units(u"a"), sB = Units(u"b"), sMark = Units(u"^0"), sEmpty;
-    std::u16string const empty, same = kText, mark = u"^0";
+    const std::u16string empty, same = kText, mark = u"^0";
     return {
         {"concatenation",
          u"a:Very long name.txta",
@@ -51,7 +51,7 @@ std::vector<Row> Rows() {
          u"0123456789012345678901234567890123456789",
          {same},
          [](const TCFString& inString) {
-             static TCFString const sLong = Units(u"0123456789012345678901234567890123456789");
+             static const TCFString sLong = Units(u"0123456789012345678901234567890123456789");
              return inString.Replace(CFRangeMake(0, 100), sLong);
          }},
         {"find and replace",
@@ -117,11 +117,11 @@ TEST(FaultsOnToolboxTest, EveryAllocationOfAMoment) {
     const auto moment = [] {
         return UnitsOf(TCFString(0.0, kCFDateFormatterFullStyle, kCFDateFormatterFullStyle));
     };
-    std::u16string const whole = moment();
+    const std::u16string whole = moment();
     const SInt64 objects = LiveObjectsForTesting();
     for (int call = 1;; ++call) {
         const FailingCFMemory failing(call);
-        std::u16string const result = moment();
+        const std::u16string result = moment();
         EXPECT_EQ(objects, LiveObjectsForTesting());
         if (!failing.Delivered()) break;
         EXPECT_TRUE(result.empty() || result == whole) << call;
@@ -135,7 +135,7 @@ TEST(FaultsOnToolboxTest, OperationsOnManyThreads) {
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&shared] {
             for (int k = 0; k < 500; ++k) {
-                TCFString const name = shared.RemoveSuffix() + shared.Suffix();
+                const TCFString name = shared.RemoveSuffix() + shared.Suffix();
                 if (name != shared || UnitsOf(shared.HFSName(10)) != u"a_Very.txt" ||
                     shared.FinderCompareTo(name, true) != 0)
                     ADD_FAILURE() << "wrong on one of several threads";

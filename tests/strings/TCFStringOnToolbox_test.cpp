@@ -160,7 +160,7 @@ TEST(TCFStringOnToolboxTest, ReadersOnManyThreads) {
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&shared] {
             for (int k = 0; k < 2000; ++k) {
-                TCFString const copy(shared);
+                const TCFString copy(shared);
                 if (copy != shared || TCFString::DefaultEncoding() != TCFString::DefaultEncoding())
                     ADD_FAILURE() << "copies differ";
             }

@@ -180,7 +180,7 @@ TEST(OperationsOnToolboxTest, NormalForms) {
 }
 
 TEST(OperationsOnToolboxTest, FinderOrder) {
-    std::u16string_view const kOrdered[] = {u"",      u"file",   u"file 1", u"file1",
+    const std::u16string_view kOrdered[] = {u"",      u"file",   u"file 1", u"file1",
                                             u"file9", u"file10", u"filet",  u"Zebra"};
     for (std::size_t i = 0; i < std::size(kOrdered); ++i)
         for (std::size_t k = 0; k < std::size(kOrdered); ++k) {
@@ -205,7 +205,7 @@ TEST(OperationsOnToolboxTest, FinderOrderOfWhatDiffersLittle) {
 }
 
 TEST(OperationsOnToolboxTest, FinderOrderIsOf255Units) {
-    std::u16string const front(255, u'x');
+    const std::u16string front(255, u'x');
     EXPECT_EQ(0, Units(front + u"a").FinderCompareTo(Units(front + u"b"), true));
     EXPECT_EQ(-1, Units(front.substr(1) + u"a").FinderCompareTo(Units(front.substr(1) + u"b"), true));
 }

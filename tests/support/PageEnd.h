@@ -31,7 +31,7 @@ class PageEnd {
     unsigned char* Bytes() const { return mBytes; }
 
   private:
-    std::size_t const mPageByteCount;
+    const std::size_t mPageByteCount;
     void* const mPages;
     unsigned char* mBytes = nullptr;
 };

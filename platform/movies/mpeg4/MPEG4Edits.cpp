@@ -18,14 +18,14 @@ class EditConverter {
         const std::int64_t restFrames =
             mediaStart == Edit::kEmpty ? 0 : std::max<std::int64_t>(mClocks.mediaFrames - mediaStart, 0);
         if (inEdit.lengthUnits == 0 && !inTakesRest) return true;
-        if (inEdit.lengthUnits > static_cast<std::uint64_t>(kLongestMedia - mUnits)) return false;
+        if (inEdit.lengthUnits > static_cast<std::uint64_t>(kMaxMediaLength - mUnits)) return false;
         const auto lengthUnits = static_cast<std::int64_t>(inEdit.lengthUnits);
         std::int64_t frameCount = restFrames;
         if (inEdit.lengthUnits != 0 && (mediaStart == Edit::kEmpty || !MeansTheEnd(lengthUnits, restFrames)))
             frameCount = FramesOf(lengthUnits);
         else
             SynchroniseAt(mPositionFrames + frameCount);
-        if (frameCount > kLongestMedia - mPositionFrames) return false;
+        if (frameCount > kMaxMediaLength - mPositionFrames) return false;
         mPositionFrames += frameCount;
         if (frameCount > 0) mEdits.push_back({frameCount, mediaStart});
         return true;
@@ -35,7 +35,7 @@ class EditConverter {
 
   private:
     std::int64_t StartOf(const MPEG4Edit& inEdit) const {
-        const std::int64_t units = std::min(inEdit.mediaTime, kLongestMedia) - mClocks.mediaStartUnits;
+        const std::int64_t units = std::min(inEdit.mediaTime, kMaxMediaLength) - mClocks.mediaStartUnits;
         return ScaleRounded(std::max<std::int64_t>(units, 0), mClocks.rateHz, mClocks.mediaTimeScale);
     }
 
@@ -107,8 +107,8 @@ Duration PresentedDuration(const std::vector<MPEG4Edit>& inEdits, std::uint32_t 
                            std::int64_t inMediaUnits, std::uint32_t inMediaTimeScale) {
     std::uint64_t sumUnits = 0;
     for (const MPEG4Edit& edit : inEdits)
-        sumUnits += std::min<std::uint64_t>(edit.lengthUnits,
-                                            kLongestMedia - std::min<std::uint64_t>(sumUnits, kLongestMedia));
+        sumUnits += std::min<std::uint64_t>(
+            edit.lengthUnits, kMaxMediaLength - std::min<std::uint64_t>(sumUnits, kMaxMediaLength));
     if (sumUnits != 0) return {static_cast<std::int64_t>(sumUnits), inMovieTimeScale};
     return {inMediaUnits, inMediaTimeScale};
 }

@@ -111,7 +111,7 @@ class TrackFragmentReader {
         Fields fields(mFile, inTime);
         const bool isLarge = fields.Take32() >> 24 != 0;
         const std::uint64_t units = isLarge ? fields.Take64() : fields.Take32();
-        if (fields.AreCut() || units > static_cast<std::uint64_t>(kLongestMedia)) return;
+        if (fields.AreCut() || units > static_cast<std::uint64_t>(kMaxMediaLength)) return;
         MPEG4Media& media = *mTrack->media;
         const auto startUnits = static_cast<std::int64_t>(units);
         // The very first packet may have any time; a later one that is a tick off is not.

@@ -7,7 +7,7 @@ bool MPEG4Media::AppendTimes(std::uint32_t inFirstPacket, std::uint32_t inPacket
     if (inPacketCount == 0) return true;
     // Both factors fit 32 bits, so that the product fits 64.
     const std::uint64_t lengthUnits = std::uint64_t{inPacketCount} * inDeltaUnits;
-    if (lengthUnits > static_cast<std::uint64_t>(kLongestMedia - endUnits)) return false;
+    if (lengthUnits > static_cast<std::uint64_t>(kMaxMediaLength - endUnits)) return false;
     const bool continues = !times.empty() && times.back().deltaUnits == inDeltaUnits &&
                            times.back().startUnits + std::int64_t{inFirstPacket - times.back().firstPacket} *
                                                          std::int64_t{inDeltaUnits} ==

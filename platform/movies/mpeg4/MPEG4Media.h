@@ -11,7 +11,7 @@
 namespace toolbox::movies {
 
 // No sound is this long, and sums of lengths below it do not overflow.
-constexpr std::int64_t kLongestMedia = std::int64_t{1} << 53;
+constexpr std::int64_t kMaxMediaLength = std::int64_t{1} << 53;
 
 struct MPEG4Media {
     // From this packet on (until the next run) each takes deltaUnits, the first at startUnits: later than the

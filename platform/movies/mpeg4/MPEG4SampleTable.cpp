@@ -286,7 +286,7 @@ std::int64_t SumOfDurations(BoxFile& ioFile, const Box& inSampleTable) {
     while (const std::uint8_t* const entry = table.NextEntry()) {
         const std::uint64_t units =
             std::uint64_t{os::Load32(entry + fields::kTimeCount)} * os::Load32(entry + fields::kTimeDelta);
-        if (units > static_cast<std::uint64_t>(kLongestMedia) - sumUnits) return kLongestMedia;
+        if (units > static_cast<std::uint64_t>(kMaxMediaLength) - sumUnits) return kMaxMediaLength;
         sumUnits += units;
     }
     return static_cast<std::int64_t>(sumUnits);

@@ -15,7 +15,7 @@ namespace toolbox::movies {
 [[nodiscard]] OSStatus ReadSampleTable(BoxFile& ioFile, const Box& inSampleTable, MPEG4Media& ioMedia,
                                        std::string& outProblem);
 
-// The sum of all durations of a sample table, in media time; pinned at kLongestMedia.
+// The sum of all durations of a sample table, in media time; pinned at kMaxMediaLength.
 std::int64_t SumOfDurations(BoxFile& ioFile, const Box& inSampleTable);
 
 // How many packets a sample table claims.

@@ -81,7 +81,7 @@ class SpanMaker {
         const std::uint32_t spanRateHz = mFormats[span.format].sampleRateHz;
         const std::uint32_t rateHz = mFormats.front().sampleRateHz;
         span.frameCount = spanRateHz == rateHz ? mSpanFrames : ScaleRounded(mSpanFrames, rateHz, spanRateHz);
-        if (span.firstFrame > kLongestMedia - std::min(span.frameCount, kLongestMedia)) mIsTooLong = true;
+        if (span.firstFrame > kMaxMediaLength - std::min(span.frameCount, kMaxMediaLength)) mIsTooLong = true;
         mEndFrame = mIsTooLong ? span.firstFrame : span.firstFrame + span.frameCount;
     }
 
@@ -127,7 +127,7 @@ class SpanMaker {
         if (durations.empty() || durations.back().framesPerPacket != framesPerPacket)
             durations.push_back({inPacket, framesPerPacket, mSpanFrames});
         const std::uint64_t frameCount = std::uint64_t{inCount} * framesPerPacket;
-        if (frameCount > static_cast<std::uint64_t>(kLongestMedia - mSpanFrames)) return false;
+        if (frameCount > static_cast<std::uint64_t>(kMaxMediaLength - mSpanFrames)) return false;
         mSpanFrames += static_cast<std::int64_t>(frameCount);
         return true;
     }
