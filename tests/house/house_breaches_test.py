@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Plants breaches of the rules of rooms and of sources without tests in a copy of the tree, one of each kind, and expects
-each to be found, and nothing where none is.
+"""Plants breaches of the rules of rooms, of sources without tests, of words and of statuses in a copy of the tree, one of
+each kind, and expects each to be found, and nothing where none is.
 
 Usage: house_breaches_test.py TREE BUILD COMPILER
 """
@@ -132,6 +132,7 @@ ALLOWED = ("strings", '#include <cstring>\nextern "C" short CurResFile(); extern
                       'unsigned long Planted(const char* a) { return std::strlen(a) + CurResFile(); }')
 
 TESTED_BY = "tests/house/tested_by.txt"
+JAVA = "java/src/"
 
 
 def tested_by(line, what):
@@ -147,8 +148,68 @@ TESTS = [
     tested_by("files/UCarbon.cpp  tests/files/UBundle_test.cpp  NeverHeardOf", "NeverHeardOf is no case of"),
     tested_by("files/UCarbon.cpp  tests/strings/CStrings_test.cpp  CStrings", "CStrings is no case of"),
     tested_by("files/UCarbon.cpp", "not a source, a test and a name"),
+    ("a Java source without a test", {JAVA + "main/java/com/mirtal/Untested.java": lambda text: "class Untested {}\n"},
+     "com/mirtal/Untested.java:1: no test at java/src/test/java/com/mirtal/UntestedTest.java"),
+    tested_by(f"{JAVA}main/java/com/mirtal/Gone.java  {JAVA}test/java/com/mirtal/WavSourceTest.java  damageIsTold",
+              "there is no source java/src/main/java/com/mirtal/Gone.java"),
+    tested_by(f"{JAVA}main/java/com/mirtal/Damage.java  {JAVA}test/java/com/mirtal/ChildJava.java  Damage",
+              "there is no test java/src/test/java/com/mirtal/ChildJava.java"),
+    tested_by(f"{JAVA}main/java/com/mirtal/Damage.java  {JAVA}test/java/com/mirtal/SampledTest.java  damageIsTold",
+              "damageIsTold is no case of java/src/test/java/com/mirtal/SampledTest.java"),
 ]
 
+
+def added(path, lines, what):
+    """A plant of lines at the end of a file."""
+    return (f"{lines} in {path}", {path: lambda text: text + lines + "\n"}, f"{re.escape(path)}.*{what}")
+
+
+def east(path, lines):
+    return added(path, lines, "const stands behind its type")
+
+
+RULES = [
+    east("strings/CStrings.cpp", "std::string const gPlanted;"),
+    east("strings/PascalStrings.cpp", "static std::vector<std::pair<int, int>> const sPlanted;"),
+    east("strings/PlugParams.cpp", "auto Planted(FSRef const* inRef) { return inRef; }"),
+    east("strings/TruncatingCopies.cpp", "const char *const *const kPlanted = 0; unsigned const kOther = 0;"),
+    added("strings/CStrings.cpp", "constexpr int kLongestPlant = 3;", "kLongestPlant: an upper bound is kMax"),
+    added("strings/CStrings.cpp", "constexpr int kMost = 3;", "kMost: an upper bound is kMax"),
+    added("strings/MoveBytes.h", "\n" * 600, "longer than 600 lines"),
+    ("a test in no target", {"tests/strings/Forgotten_test.cpp": lambda text: "int gForgotten;\n"}, "Forgotten_test.cpp:1: is in no target"),
+    ("a Java test in no target", {JAVA + "test/java/com/mirtal/ForgottenTest.java": lambda text: "class ForgottenTest {}\n"},
+     "ForgottenTest.java:1: is in no target"),
+]
+RIGHT = [
+    "const std::string gPlanted; extern const char* const kPlanted; TOOLBOX_EXPORT const char* Planted();",
+    "template <typename T>\nconst T& Planted(); auto Other = []() -> const char* { return 0; };",
+    "struct Planted { int Get() const; }; // int const\nconst char* gPlanted = \"int const\"; // kMost",
+    "using kMostly = int;",
+]
+
+ERRORS, WORDS, CODES = "platform/include/toolbox/MacErrors.h", "platform/status/StatusText.cpp", JAVA + "main/java/com/mirtal/PlatformStatus.java"
+
+
+def changed(path, before, after, what):
+    return (f"{after!r} in {path}", {path: lambda text: text.replace(before, after, 1)}, f"{re.escape(path)}: {what}")
+
+
+STATUSES = [
+    changed(ERRORS, "ioErr = -36,", "ioErr = -36, // as usual\n    twinErr = -36,", "twinErr and ioErr are one number"),
+    ("a status that comments name, and nobody answers",
+     {ERRORS: lambda text: text.replace("enum {", "enum {\n    plantErr = -999,", 1),
+      "strings/CStrings.cpp": lambda text: text + "// Answers plantErr.\n"}, "nobody answers plantErr"),
+    changed(WORDS, "    {ioErr, ", "    {noErr, ", "no words for ioErr"),
+    changed(WORDS, "    {bdNamErr, ", "    {eofErr, ", "eofErr has words twice"),
+    changed(CODES, "NO_FILE = -43;", "NO_FILE = -48;", "NO_FILE is -48, and fnfErr is -43"),
+    changed(CODES, "// bdNamErr", "// dupFNErr", "BAD_NAME is -37, and dupFNErr is -48"),
+    changed(CODES, "// eofErr", "", "END_OF_FILE: no name of"),
+    changed(CODES, "// dirNFErr", "// fnfErr", "fnfErr has two names"),
+    changed(CODES, "    private", "    static final int UNUSED = -36;  // ioErr\n    private", "nobody uses UNUSED"),
+    changed(CODES, "    private", "    static int other = -36;\n    private", "a constant is not of the form"),
+]
+
+PLANTS = (INCLUDES, LISTED, MAPS, TESTS, RULES, STATUSES, SYMBOLS)
 failures = []
 
 
@@ -239,9 +300,15 @@ def test_list(tree):
     expect_none("the tree without its plants", run("room_rules.py", tree))
 
 
-def test_tests(tree):
-    expect_none("the tests as they are", run("source_tests.py", tree))
-    expect_all(tree, "source_tests.py", TESTS)
+def test_script(tree, script, plants):
+    expect_none(f"{script} on the tree as it is", run(script, tree))
+    expect_all(tree, script, plants)
+
+
+def test_rules(tree):
+    test_script(tree, "house_rules.py", RULES)
+    with Changed(tree, {"strings/CStrings.cpp": lambda text: text + "\n".join(RIGHT) + "\n"}):
+        expect_none("words that are right", run("house_rules.py", tree))
 
 
 def test_symbols(tree, source_tree, build, compiler):
@@ -282,14 +349,20 @@ def test_symbols(tree, source_tree, build, compiler):
 def main(source_tree, build, compiler):
     with tempfile.TemporaryDirectory() as folder:
         tree = Path(folder).resolve() / "tree"
-        for name in source_files(source_tree) + [LIST, MAP, TESTED_BY]:
+        lists = [path.relative_to(source_tree).as_posix() for path in (source_tree / "tests").rglob("CMakeLists.txt")]
+        lists += [f"{folder}/CMakeLists.txt" for folder in ("bench", "fuzz")]
+        java = [path.relative_to(source_tree).as_posix() for path in (source_tree / "java").rglob("*.java")]
+        for name in source_files(source_tree) + java + lists + [LIST, MAP, TESTED_BY]:
             (tree / name).parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(source_tree / name, tree / name)
         test_includes(tree)
         test_list(tree)
-        test_tests(tree)
+        test_script(tree, "source_tests.py", TESTS)
+        subprocess.run(["git", "init", "--quiet", tree], check=True)
+        test_rules(tree)
+        test_script(tree, "status_codes.py", STATUSES)
         test_symbols(tree, source_tree, build, compiler)
-    print("\n".join(failures + [f"{len(INCLUDES) + len(LISTED) + len(MAPS) + len(TESTS) + len(SYMBOLS) + 4} plants, {len(failures)} failures"]))
+    print("\n".join(failures + [f"{sum(map(len, PLANTS)) + 4} plants, {len(failures)} failures"]))
     return 1 if failures else 0
 
 

@@ -1,17 +1,22 @@
 #!/usr/bin/env python3
 """Whether everybody means the same by a status, as a test.
 
-Usage: status_codes.py ROOT. Every code of the toolbox's header is answered by somebody and has its words; every code
-that the Java side names is one of them. Prints each breach; exits 1 if there is one.
+Usage: status_codes.py TREE. Every code of the toolbox's header is answered by somebody and has its words; every code
+that the Java side names stands beside the header's name for it, is that name's number, and is used. Prints each breach;
+exits 1 if there is one.
 """
 import re
-import subprocess
 import sys
 from pathlib import Path
 
+sys.dont_write_bytecode = True  # the tree stays as it is
+from room_rules import TEXT_OR_COMMENT
+from rooms import source_files
+
 HEADER = "platform/include/toolbox/MacErrors.h"
 WORDS = "platform/status/StatusText.cpp"
-JAVA = "java/src/main/java/com/mirtal/PlatformStatus.java"
+JAVA_SOURCES = "java/src/main/java"
+JAVA = JAVA_SOURCES + "/com/mirtal/PlatformStatus.java"
 # Nobody answers these yet: forks that were opened for reading will.
 RESERVED = {"wrPermErr"}
 
@@ -20,43 +25,66 @@ def number(text):
     return int(text, 0) - (1 << 32 if int(text, 0) > 0x7FFFFFFF else 0)
 
 
-def main():
-    root = Path(sys.argv[1])
-    header = (root / HEADER).read_text()
-    codes = {name: number(value) for name, value in re.findall(r"^\s+(\w+) = (?:\(int\))?(-?\w+)", header, re.M)}
-    breaches = []
-    by_number = {}
-    for name, code in codes.items():
-        if code in by_number:
-            breaches.append(f"{HEADER}: {name} and {by_number[code]} are one number")
-        by_number[code] = name
+def code_of(path):
+    """What a source says to the compiler: without comments and texts."""
+    return TEXT_OR_COMMENT.sub(" ", path.read_text())
 
-    command = ["git", "-C", str(root), "ls-files", "--cached", "--others", "--exclude-standard", "*.cpp", "*.h"]
-    files = subprocess.run(command, capture_output=True, text=True, check=True).stdout.split()
-    answering = [f for f in files if not f.startswith(("tests/", "fuzz/", "bench/")) and f not in (HEADER, WORDS)]
+
+def repeated(names):
+    return {name for name in names if names.count(name) > 1}
+
+
+def header_breaches(tree, codes):
+    names = list(codes)
+    for index, name in enumerate(names):
+        for other in names[:index]:
+            if codes[name] == codes[other]:
+                yield f"{HEADER}: {name} and {other} are one number"
     used = set()
-    for name in answering:
-        if (root / name).is_file():
-            used.update(re.findall(r"\b\w+\b", (root / name).read_text()))
+    for name in source_files(tree):
+        if not name.startswith(("tests/", "fuzz/", "bench/", "examples/")) and name not in (HEADER, WORDS):
+            used.update(re.findall(r"\b\w+\b", code_of(tree / name)))
     for name in codes.keys() - used - RESERVED:
-        breaches.append(f"{HEADER}: nobody answers {name}")
+        yield f"{HEADER}: nobody answers {name}"
     for name in RESERVED & used:
-        breaches.append(f"{Path(__file__).name}: {name} is answered by now")
+        yield f"{Path(__file__).name}: {name} is answered by now"
 
-    worded = re.findall(r"^    \{(\w+), \"", (root / WORDS).read_text(), re.M)
+
+def words_breaches(tree, codes):
+    worded = re.findall(r"^    \{(\w+), \"", (tree / WORDS).read_text(), re.M)
     for name in codes.keys() - set(worded) - {"noErr"}:
-        breaches.append(f"{WORDS}: no words for {name}")
-    for name in {name for name in worded if worded.count(name) > 1}:
-        breaches.append(f"{WORDS}: {name} has words twice")
+        yield f"{WORDS}: no words for {name}"
+    for name in repeated(worded):
+        yield f"{WORDS}: {name} has words twice"
 
-    for name, value in re.findall(r"static final int (\w+) = (-?\w+);", (root / JAVA).read_text()):
-        if number(value) not in by_number:
-            breaches.append(f"{JAVA}: {name} is {value}, which the toolbox does not answer")
-    for breach in sorted(breaches):
-        print(breach)
-    print(f"{len(codes)} codes, {len(breaches)} breaches")
+
+def java_breaches(tree, codes):
+    text = (tree / JAVA).read_text()
+    constants = re.findall(r"static final int (\w+) = (-?\w+);(?: *// (\w+)$)?", text, re.M)
+    if len(constants) != len(re.findall(r"\bint \w+ *=", text)):
+        yield f"{JAVA}: a constant is not of the form static final int NAME = CODE;  // nameInTheHeader"
+    for name, value, published in constants:
+        if published not in codes:
+            yield f"{JAVA}: {name}: no name of {HEADER} stands beside it"
+        elif codes[published] != number(value):
+            yield f"{JAVA}: {name} is {value}, and {published} is {codes[published]}"
+    for published in repeated([published for _, _, published in constants if published]):
+        yield f"{JAVA}: {published} has two names"
+    used = set()
+    for path in (tree / JAVA_SOURCES).rglob("*.java"):
+        used.update(re.findall(r"\bPlatformStatus\.(\w+)", code_of(path)))
+    for name, _, _ in constants:
+        if name not in used:
+            yield f"{JAVA}: nobody uses {name}"
+
+
+def main(tree):
+    header = (tree / HEADER).read_text()
+    codes = {name: number(value) for name, value in re.findall(r"^\s+(\w+) = (?:\(int\))?(-?\w+)", header, re.M)}
+    breaches = [*header_breaches(tree, codes), *words_breaches(tree, codes), *java_breaches(tree, codes)]
+    print("\n".join(sorted(breaches) + [f"{len(codes)} codes, {len(breaches)} breaches"]))
     return 1 if breaches else 0
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(Path(sys.argv[1])))
