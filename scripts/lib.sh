@@ -6,13 +6,15 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # What the libraries and the command line are built with.
 BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libavcodec-dev libavformat-dev libicu-dev libplist-dev
     nlohmann-json3-dev)
-# What the tests need beyond that. The second line is for the 32-bit big-endian run, the third for Java.
+# What the tests need beyond that. The second line is for the layout, of which Debian 12 has the release that counts; the
+# third for the 32-bit big-endian run, the fourth for Java.
 TEST_PACKAGES=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev ffmpeg python3 git mandoc perl locales
+    clang-format
     g++-powerpc-linux-gnu qemu-user
     default-jdk-headless junit5 chromium curl)
 
 # What the checks beyond the tests need; the compiler's run-time library has its version in its name.
-CHECK_PACKAGES=(clang clang-format clang-tidy llvm)
+CHECK_PACKAGES=(clang clang-tidy llvm)
 
 say() { printf '%s\n' "$*" >&2; }
 
@@ -52,6 +54,18 @@ run_quietly() {
         tail -n 60 "$log" >&2
         die "that failed; the whole log is $log"
     fi
+}
+
+# refuse_dropped_results LOG: fails if the compiler, which ran in the log's folder, warned of a result that must be used.
+# The sources of such lines are to be compiled again, so that the next build warns of them too.
+refuse_dropped_results() {
+    local lines line
+    lines=$(grep -F '[-Wunused-result]' "$1") || return 0
+    say "$lines"
+    while read -r line; do
+        (cd "$(dirname "$1")" && touch -c "${line%%:*}")
+    done <<<"$lines"
+    die "results that must be used are dropped"
 }
 
 # loader_folder PREFIX: the folder of our libraries below PREFIX, if the loader keeps a list of what is in it.

@@ -2,11 +2,14 @@
 """What may not be dropped says so: each function of a header that answers a status, or gives its caller something to
 dispose of, is marked ([[nodiscard]], TOOLBOX_MUST_USE), unless may_drop.txt gives a reason why it may be dropped.
 
-Usage: must_use.py ROOT. Prints each breach as file:line: what; exits 1 if there is one, or if a planted one is missed.
+Usage: must_use.py ROOT COMPILER. Prints each breach as file:line: what; exits 1 if there is one, if a planted one is
+missed, or if a result that is dropped gets past the compiler and scripts/test.
 """
+import os
 import re
 import subprocess
 import sys
+import tempfile
 from pathlib import Path
 
 ROOMS = ("converter/", "files/", "foundation/", "platform/", "quicktime/", "strings/", "tools/")
@@ -18,6 +21,12 @@ MARK = re.compile(r"\[\[nodiscard\]\]|\bTOOLBOX_(FRAMEWORK_)?MUST_USE\b")
 SPECIFIERS = re.compile(r"\[\[\w+\]\]|\b(TOOLBOX_\w+|MIRTAL_EXPORT|static|virtual|inline|constexpr|extern|friend)\b|\"C\"")
 DECLARATION = re.compile(r"^\s*(?P<before>[\w\[\]:\s*&<>\"]*?[\s*&])(?P<name>\w+)\(")
 NO_TYPE = re.compile(r"^\s*(return|else|if|for|while|new|delete|explicit|operator|typedef|using|case|throw)\b")
+
+# A status under each mark: what is included, and the call.
+CALLS = {
+    "TOOLBOX_MUST_USE": ("toolbox/FileSpecs.h", "FSpMakeFSRef(nullptr, nullptr)"),
+    "[[nodiscard]]": ("foundation/ClassicPermissions.h", "SetClassicPermissions(nullptr, 0)"),
+}
 
 
 def declarations(text):
@@ -76,8 +85,36 @@ def missed_when_planted(headers, may_drop):
     return missed
 
 
+def misjudged(root, compiler):
+    """The marks that a compiler does not answer as it should: with the warning that scripts/test makes a failure of."""
+    rooms = [f"-I{path}" for path in root.glob("*/include")]
+    command = [compiler, "-std=c++17", "-fsyntax-only", "-Werror=unused-result", *rooms, "-x", "c++", "-"]
+    for mark, (header, call) in CALLS.items():
+        for is_dropped, use in ((True, call), (False, f"return {call}")):
+            code = f"#include <{header}>\nint Planted() {{\n{use};\nreturn 0; }}\n"
+            run = subprocess.run(command, input=code, capture_output=True, text=True, check=False)
+            if (run.returncode != 0) != is_dropped or ("unused-result" in run.stderr) != is_dropped:
+                yield f"{compiler}: {mark}: {use}: answered {run.returncode}: {run.stderr}"
+
+
+def missed_by_the_build(root, compiler):
+    """What scripts/test makes of a build whose compiler warned, and of one that had nothing to say."""
+    script = f'set -euo pipefail; . "{root.resolve()}/scripts/lib.sh"; refuse_dropped_results "$1/build.log"'
+    for is_dropped, use in ((True, "Planted();"), (False, "return Planted();")):
+        with tempfile.TemporaryDirectory() as folder:
+            source, log = Path(folder, "Planted.cpp"), Path(folder, "build.log")
+            source.write_text(f"[[nodiscard]] int Planted();\nint Use() {{\n{use}\nreturn 0; }}\n")
+            os.utime(source, (0, 0))
+            with log.open("w") as output:
+                subprocess.run([compiler, "-std=c++17", "-fsyntax-only", source.name], cwd=folder, stderr=output, check=True)
+            run = subprocess.run(["bash", "-c", script, "test", folder], capture_output=True, text=True, check=False)
+            is_told = "Planted.cpp:3" in run.stderr and source.stat().st_mtime > 0
+            if (run.returncode != 0) != is_dropped or is_told != is_dropped:
+                yield f"scripts/test: {use} answered {run.returncode}: {run.stderr}"
+
+
 def main():
-    root = Path(sys.argv[1])
+    root, compiler = Path(sys.argv[1]), sys.argv[2]
     names = subprocess.run(["git", "-C", str(root), "ls-files", "*.h"], capture_output=True, text=True,
                            check=True).stdout.split()
     ours = [name for name in names if name.startswith(ROOMS)]
@@ -86,6 +123,7 @@ def main():
     may_drop = {line.split(":")[0] for line in lines if line and not line.startswith("#")}
     breaches = check(headers, may_drop)
     breaches += [f"not found when planted: {what}" for what in missed_when_planted(headers, may_drop)]
+    breaches += [*misjudged(root, compiler), *missed_by_the_build(root, compiler)]
     print("\n".join(breaches))
     print(f"{len(headers)} headers, {len(may_drop)} functions whose result may be dropped")
     return 1 if breaches else 0
