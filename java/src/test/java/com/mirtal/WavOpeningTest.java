@@ -10,9 +10,7 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import java.io.InterruptedIOException;
 import java.nio.file.Path;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.Timeout;
 
-@Timeout(120)
 class WavOpeningTest {
     private static final Path TWO_SOUNDS = TestMedia.file("two-sounds.m4a");
 

@@ -12,13 +12,11 @@ import java.util.Collections;
 import java.util.List;
 import java.util.concurrent.atomic.AtomicInteger;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.Timeout;
 
 /**
  * Who reads how often when a source is closed or cancelled. The test's own thread has the reader's lock, as a
  * read in progress has it, so that the order in which the others come is the test's to choose.
  */
-@Timeout(120)
 class WavSourceClosingTest {
     private static final int READERS = 8;
 

@@ -19,9 +19,7 @@ import java.util.List;
 import java.util.Random;
 import javax.sound.sampled.AudioInputStream;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.Timeout;
 
-@Timeout(120)
 class WavSourceSlicesTest {
     /** The header as the format's table has it. */
     private static byte[] header(int rateHz, int frameCount) {
