@@ -30,7 +30,7 @@ std::string ReadLine() {
 Question::Answer Question::Ask(const std::string& inPath) {
     if (mIsAll) return Answer::kYes;
     const std::string text =
-        std::string(kCommandName) + ": " + Printable(inPath) + " exists; replace it? [y/N/all/quit] ";
+        std::string(CommandName()) + ": " + Printable(inPath) + " exists; replace it? [y/N/all/quit] ";
     WriteAll(STDERR_FILENO, text.data(), text.size(), "standard error");
     const std::string answer = ReadLine();
     mIsAll = answer == "all" || answer == "a";

@@ -131,6 +131,7 @@ int RunAll(int inArgumentCount, const char* const* inArguments) {
 }  // namespace
 
 int main(int inArgumentCount, char** inArguments) {
+    tool::SetCommandName("aac2wav");
     HoldStandardStreams();
     tool::WatchSignals();
     try {

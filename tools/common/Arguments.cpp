@@ -122,7 +122,7 @@ std::string OptionsHelp(const std::vector<ArgumentOption>& inOptions) {
 }
 
 Failure UsageFailure(const std::string& inReason) {
-    return Failure(EX_USAGE, {}, inReason + " (see " + kCommandName + " --help)");
+    return Failure(EX_USAGE, {}, inReason + " (see " + CommandName() + " --help)");
 }
 
 }  // namespace tool

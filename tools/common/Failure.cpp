@@ -8,14 +8,26 @@
 
 namespace tool {
 
-const char kCommandName[] = TOOL_COMMAND_NAME;
+namespace {
+
+const char* sCommandName = "";
+
+}  // namespace
+
+void SetCommandName(const char* inName) {
+    sCommandName = inName;
+}
+
+const char* CommandName() {
+    return sCommandName;
+}
 
 std::string SystemReason(int inErrno) {
     return std::strerror(inErrno);
 }
 
 void Say(const std::string& inSubject, const std::string& inText) {
-    std::string line = std::string(kCommandName) + ": ";
+    std::string line = std::string(CommandName()) + ": ";
     if (!inSubject.empty()) line += inSubject + ": ";
     line += inText;
     line = Printable(line);

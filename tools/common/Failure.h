@@ -25,8 +25,10 @@ class Failure : public std::runtime_error {
 // The system's words for an errno.
 std::string SystemReason(int inErrno);
 
-// Of the command that this is built for.
-extern const char kCommandName[];
+// The command's name, which stands before all that it says. Set once, first thing in main; the text is kept,
+// not copied. Never null; empty before it is set.
+void SetCommandName(const char* inName);
+const char* CommandName();
 
 // "command: subject: text", one line on standard error whatever the file's name holds.
 void Say(const std::string& inSubject, const std::string& inText);

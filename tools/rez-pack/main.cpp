@@ -108,6 +108,7 @@ void Run(int inArgumentCount, char** inArguments) {
 }  // namespace
 
 int main(int inArgumentCount, char** inArguments) {
+    tool::SetCommandName("rez-pack");
     // A limit on the size of files becomes an error of write().
     std::signal(SIGXFSZ, SIG_IGN);
     try {

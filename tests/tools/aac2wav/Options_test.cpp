@@ -162,6 +162,7 @@ TEST(ReadOptions, RefusesWhatMakesNoSense) {
 }
 
 TEST(ReadOptions, TellsInWordsWhatIsWrong) {
+    tool::SetCommandName("aac2wav");
     EXPECT_EQ("--start is given twice (see aac2wav --help)",
               RefusalText({"--start", "1", "--start", "2", "a", "b"}));
     EXPECT_EQ("--json takes no value (see aac2wav --help)", RefusalText({"--json=3", "a"}));

@@ -79,6 +79,7 @@ TEST(Arguments, HelpEndsTheReading) {
 }
 
 TEST(Arguments, RefusalsTellWhatIsWrong) {
+    tool::SetCommandName("aac2wav");
     EXPECT_EQ("--start needs BYTES (see aac2wav --help)", ReadAll({"--start"}).refusal);
     EXPECT_EQ("--start needs BYTES (see aac2wav --help)", ReadAll({"-s"}).refusal);
     EXPECT_EQ("--start is given twice (see aac2wav --help)", ReadAll({"-s7", "--start=7"}).refusal);
