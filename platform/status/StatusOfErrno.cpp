@@ -60,6 +60,7 @@ OSStatus StatusOfErrno(int inErrno) {
         // What a file holds makes no sense: no error of the system.
         case EBADMSG:
         case ENODATA:
+            tOtherError = 0;
             return ioErr;
         default:
             tOtherError = inErrno;
