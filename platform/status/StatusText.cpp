@@ -1,5 +1,9 @@
+#include "status/StatusOfErrno.h"
+
 #include <toolbox/MacErrors.h>
 #include <toolbox/StatusText.h>
+
+#include <cstdio>
 
 namespace {
 
@@ -76,4 +80,14 @@ const char* GetStatusText(OSStatus inStatus) {
     for (const Words& words : kWords)
         if (words.status == inStatus) return words.text;
     return "";
+}
+
+const char* GetFailureText(OSStatus inStatus) {
+    const char* const text = GetStatusText(inStatus);
+    const char* const systemText = toolbox::SystemErrorText(inStatus);
+    if (systemText[0] == '\0') return text;
+    // Of fixed size, so that telling of a failure can be no failure.
+    static thread_local char sText[512];
+    std::snprintf(sText, sizeof sText, "%s: %s", text, systemText);
+    return sText;
 }

@@ -43,12 +43,9 @@ void SetErrorText(const char* inText) {
     tOpenErrorText[sizeof tOpenErrorText - 1] = 0;
 }
 
-// With the system's own where it has more to tell.
 std::string WordsOf(OSStatus inStatus) {
-    std::string words = GetStatusText(inStatus);
-    if (words.empty()) words = "status " + std::to_string(inStatus);
-    const std::string system = toolbox::SystemErrorText(inStatus);
-    return system.empty() ? words : words + ": " + system;
+    const std::string words = GetFailureText(inStatus);
+    return words.empty() ? "status " + std::to_string(inStatus) : words;
 }
 
 OSStatus OpenFile(Handle inAlias, std::shared_ptr<const MediaFile>& outFile) {
@@ -57,7 +54,7 @@ OSStatus OpenFile(Handle inAlias, std::shared_ptr<const MediaFile>& outFile) {
     OSStatus status = FSResolveAlias(nullptr, reinterpret_cast<AliasHandle>(inAlias), &item, &wasChanged);
     if (status == memFullErr) return status;
     if (status != noErr) {
-        SetErrorText(GetStatusText(couldNotResolveDataRef));
+        SetErrorText(WordsOf(status));
         return couldNotResolveDataRef;
     }
     status = MediaFile::Open(item, outFile);

@@ -1,7 +1,10 @@
+#include "status/StatusOfErrno.h"
+
 #include <gtest/gtest.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/StatusText.h>
 
+#include <cerrno>
 #include <string>
 
 namespace {
@@ -32,6 +35,19 @@ TEST(GetStatusText, NoneForWhatIsNoStatus) {
     EXPECT_STREQ("", GetStatusText(1));
     EXPECT_STREQ("", GetStatusText(-31999));
     EXPECT_STREQ("", GetStatusText(0x6E696C50));
+}
+
+TEST(GetFailureText, HasTheSystemsWordsWhereTheyTellMore) {
+    toolbox::ForgetSystemError();
+    const std::string words = GetStatusText(ioErr);
+    EXPECT_EQ(words, GetFailureText(ioErr));
+    EXPECT_EQ(ioErr, toolbox::StatusOfErrno(ENXIO));
+    EXPECT_EQ(words + ": No such device or address", GetFailureText(ioErr));
+    EXPECT_EQ(fnfErr, toolbox::StatusOfErrno(ENOENT));
+    EXPECT_STREQ(GetStatusText(fnfErr), GetFailureText(fnfErr));
+    EXPECT_STREQ("", GetFailureText(-31999));
+    toolbox::ForgetSystemError();
+    EXPECT_EQ(words, GetFailureText(ioErr));
 }
 
 }  // namespace

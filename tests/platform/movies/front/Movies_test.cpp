@@ -1,4 +1,5 @@
 #include "MovieMaker.h"
+#include "support/FailingCalls.h"
 
 #include <gtest/gtest.h>
 #include <movies/front/Movies_test_access.h>
@@ -174,7 +175,25 @@ TEST_F(OpeningAMovie, TheFileIsGone) {
     }
     EXPECT_EQ(couldNotResolveDataRef, NewMovieFromDataRef(&mMovie, 0, nullptr, alias->Get(), rAliasType));
     EXPECT_EQ(nullptr, mMovie);
-    EXPECT_STRNE("", GetMovieOpenErrorText());
+    EXPECT_STREQ(GetStatusText(fnfErr), GetMovieOpenErrorText());
+}
+
+TEST_F(OpeningAMovie, WhyTheFileCannotBeLookedUp) {
+    const struct {
+        int number;
+        std::string words;
+    } kCases[] = {{EACCES, GetStatusText(afpAccessDenied)},
+                  {EMFILE, GetStatusText(tmfoErr)},
+                  {ENXIO, GetStatusText(ioErr) + std::string(": No such device or address")}};
+    for (const auto& one : kCases) {
+        OSErr error = noErr;
+        {
+            const test_files::FailingCalls failing(1, one.number, test_files::FailingCalls::kForever);
+            error = Open();
+        }
+        EXPECT_EQ(couldNotResolveDataRef, error) << one.words;
+        EXPECT_EQ(one.words, GetMovieOpenErrorText());
+    }
 }
 
 TEST_F(OpeningAMovie, TheSystemsOwnWordsWhereTheStatusSaysLess) {
@@ -195,6 +214,7 @@ TEST_F(OpeningAMovie, TheSystemsOwnWordsWhereTheStatusSaysLess) {
 TEST_F(OpeningAMovie, NoAliasRecord) {
     const Handle nonsense = NewHandleClear(3);
     EXPECT_EQ(couldNotResolveDataRef, NewMovieFromDataRef(&mMovie, 0, nullptr, nonsense, rAliasType));
+    EXPECT_STREQ(GetStatusText(paramErr), GetMovieOpenErrorText());
     DisposeHandle(nonsense);
 }
 
