@@ -2,6 +2,7 @@
 //
 // The Java half sees to it that a handle is used by one thread at a time and never after it was closed.
 #include <converter/Conversion.h>
+#include <converter/FailureStatus.h>
 #include <converter/WAVReader.h>
 #include <foundation/LException.h>
 #include <jni.h>
@@ -70,8 +71,8 @@ auto Guarded(JNIEnv* inEnv, jclass inReader, Body inBody) -> decltype(inBody()) 
     try {
         return inBody();
     } catch (const LException& failure) {
-        const auto status = static_cast<OSStatus>(failure.GetErrorCode());
-        Raise(inEnv, inReader, status, GetStatusText(status));
+        const OSStatus status = StatusOfFailure(failure);
+        Raise(inEnv, inReader, status, GetFailureText(status));
     } catch (const std::bad_alloc&) {
         inEnv->ThrowNew(sJava.outOfMemory, "no native memory left");
     } catch (...) {
@@ -86,7 +87,7 @@ std::string_view ReasonNotOpened(const char* inPath, OSStatus inStatus) {
     FSRef file;
     if (inStatus == memFullErr ||
         FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath), &file, nullptr) != noErr)
-        return GetStatusText(inStatus);
+        return GetFailureText(inStatus);
     return GetMovieOpenErrorText();
 }
 
@@ -126,7 +127,7 @@ jlong JNICALL Open(JNIEnv* inEnv, jclass inReader, jbyteArray inPath, jint inSou
         } catch (const LException& failure) {
             // What the question threw tells more.
             if (inEnv->ExceptionCheck()) return 0;
-            const auto status = static_cast<OSStatus>(failure.GetErrorCode());
+            const OSStatus status = StatusOfFailure(failure);
             Raise(inEnv, inReader, status, ReasonNotOpened(path.c_str(), status));
             return 0;
         }

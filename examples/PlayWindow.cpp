@@ -4,6 +4,7 @@
 //   play-window --raw song.m4a 90 | aplay -f cd     samples only, to the end
 // Only the part is decoded. Exit codes: 0; 64 usage; 65 cannot be played; 66 cannot be read; 71 memory; 74
 // writing failed.
+#include <converter/FailureStatus.h>
 #include <converter/WAVReader.h>
 #include <foundation/LException.h>
 #include <sysexits.h>
@@ -84,12 +85,11 @@ int Play(const char* inPath, const char* inFrom, const char* inTo, bool inRaw) {
 }
 
 int Explain(const LException& inException, const char* inPath) {
-    const auto status = static_cast<OSStatus>(inException.GetErrorCode());
-    if (status == memFullErr || status == static_cast<OSStatus>(FourChars("nilP")))
-        return Fail(EX_OSERR, inPath, GetStatusText(memFullErr));
+    const OSStatus status = StatusOfFailure(inException);
+    if (status == memFullErr) return Fail(EX_OSERR, inPath, GetStatusText(memFullErr));
     // Opening tells more than its status does; what failed later has only that.
     const char* const opening = GetMovieOpenErrorText();
-    const char* const reason = *opening != '\0' ? opening : GetStatusText(status);
+    const char* const reason = *opening != '\0' ? opening : GetFailureText(status);
     constexpr OSStatus kUnreadable[] = {fnfErr,          dirNFErr,    bdNamErr, permErr,
                                         afpAccessDenied, notAFileErr, ioErr};
     const bool isUnreadable = std::count(std::begin(kUnreadable), std::end(kUnreadable), status) > 0;

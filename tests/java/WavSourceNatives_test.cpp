@@ -263,7 +263,7 @@ OSStatus FSPathMakeRef(const UInt8*, FSRef*, Boolean*) {
 const char* GetMovieOpenErrorText() {
     return "why";
 }
-const char* GetStatusText(OSStatus inStatus) {
+const char* GetFailureText(OSStatus inStatus) {
     return inStatus == fnfErr       ? "it is not there"
            : inStatus == memFullErr ? "no room"
            : inStatus == paramErr   ? "words"
@@ -429,7 +429,7 @@ TEST_F(WavSourceNatives, NoExceptionUnwindsIntoTheRuntime) {
     ByteArray bytes{std::string(10, '.')};
     mScript.reading = Script::kRefuses;
     EXPECT_EQ(0, Read(handle, 0, bytes, 0, 10));
-    EXPECT_EQ("1852402768 ", mScript.raised);
+    EXPECT_EQ("-108 no room", mScript.raised);
     mScript.reading = Script::kOutOfMemory;
     EXPECT_EQ(0, Read(handle, 0, bytes, 0, 10));
     EXPECT_EQ("OutOfMemoryError", mScript.raised);

@@ -3,6 +3,7 @@
 #include "Signals.h"
 #include "Tags.h"
 
+#include <converter/FailureStatus.h>
 #include <toolbox/Files.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/StatusText.h>
@@ -16,7 +17,7 @@ namespace {
 constexpr SInt64 kFrameBytes = 4;
 
 std::string NotDecoded(OSStatus inStatus) {
-    const std::string reason = GetStatusText(inStatus);
+    const std::string reason = GetFailureText(inStatus);
     return "cannot be decoded: " + (reason.empty() ? "status " + std::to_string(inStatus) : reason);
 }
 
@@ -42,7 +43,7 @@ Failure OpenFailure(const LException& inException, const Input& inInput) {
         return Failure(EX_NOINPUT, inInput.Name(), "is in no folder");
     if (inException.GetErrorCode() == badFormat || inException.GetErrorCode() == noCodecErr)
         return UndecodableFailure(inException, inInput);
-    const std::string reason = inException.GetErrorCode() == memFullErr ? "" : GetMovieOpenErrorText();
+    const std::string reason = StatusOfFailure(inException) == memFullErr ? "" : GetMovieOpenErrorText();
     return reason.empty() ? FailureOf(inException, inInput.Name())
                           : Failure(EX_DATAERR, inInput.Name(), reason);
 }
@@ -153,10 +154,9 @@ SInt64 FrameCountOf(const SegmentExporter& inExporter) {
 }
 
 Failure FailureOf(const LException& inException, const std::string& inPath) {
-    const auto code = static_cast<OSStatus>(inException.GetErrorCode());
-    if (code == memFullErr || code == static_cast<OSStatus>(FourChars("nilP")))
-        return Failure(EX_OSERR, inPath, GetStatusText(memFullErr));
-    return Failure(EX_DATAERR, inPath, NotDecoded(code));
+    const OSStatus status = StatusOfFailure(inException);
+    if (status == memFullErr) return Failure(EX_OSERR, inPath, GetStatusText(memFullErr));
+    return Failure(EX_DATAERR, inPath, NotDecoded(status));
 }
 
 void TellTakenTrack(const SegmentExporter& inExporter, const std::string& inPath) {

@@ -48,7 +48,7 @@ int ExitCodeOf(Use inUse, OSStatus inStatus) {
 
 // Of a toolbox status that ends the work.
 tool::Failure FailureOf(const std::string& inPath, Use inUse, OSStatus inStatus) {
-    const std::string reason = inStatus == eofErr ? GetStatusText(mapReadErr) : GetStatusText(inStatus);
+    const std::string reason = inStatus == eofErr ? GetStatusText(mapReadErr) : GetFailureText(inStatus);
     return tool::Failure(ExitCodeOf(inUse, inStatus), inPath,
                          reason.empty() ? "status " + std::to_string(inStatus) : reason);
 }

@@ -2,15 +2,21 @@
 
 #include "Command.h"
 #include "support/FailingNew.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
+#include <toolbox/Files.h>
 #include <toolbox/MacErrors.h>
+#include <toolbox/Resources.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstring>
 #include <new>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -23,11 +29,37 @@ Failure FailureOfCode(long inCode) {
 TEST(FailureOf, TellsMemoryFromSound) {
     EXPECT_EQ(EX_OSERR, FailureOfCode(memFullErr).ExitCode());
     EXPECT_EQ(EX_OSERR, FailureOfCode(static_cast<long>(FourChars("nilP"))).ExitCode());
+    EXPECT_STREQ("not enough memory", FailureOfCode(static_cast<long>(FourChars("nilP"))).what());
     EXPECT_STREQ("not enough memory", FailureOfCode(memFullErr).what());
     const Failure failure = FailureOfCode(paramErr);
     EXPECT_EQ(EX_DATAERR, failure.ExitCode());
     EXPECT_STREQ("cannot be decoded: an argument, or what the file holds, makes no sense", failure.what());
     EXPECT_EQ("song.m4a", failure.Subject());
+}
+
+// A thread of its own, so that no later test meets the system's error.
+TEST(FailureOf, HasTheSystemsWordsWhereTheyTellMore) {
+    std::thread([] {
+        const test_files::TemporaryFolder folder;
+        const std::string path = folder.MakeFile("program", "its data");
+        const std::u16string forkName = u"RESOURCE_FORK";
+        FSRef file;
+        ASSERT_EQ(noErr, FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &file, nullptr));
+        rlimit before;
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit nothing{0, before.rlim_max};
+        const auto signalBefore = std::signal(SIGXFSZ, SIG_IGN);
+        setrlimit(RLIMIT_FSIZE, &nothing);
+        const OSErr error = FSCreateResourceFork(&file, forkName.size(),
+                                                 reinterpret_cast<const UniChar*>(forkName.data()), 0);
+        setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, signalBefore);
+        ASSERT_EQ(ioErr, error);
+        EXPECT_STREQ(
+            "cannot be decoded: reading or writing failed, or it would be longer than files may be: File too "
+            "large",
+            FailureOfCode(error).what());
+    }).join();
 }
 
 // A file of no folder has a descriptor's path.

@@ -317,7 +317,8 @@ TEST_F(RezPackTest, ALimitOnTheSizeOfFiles) {
                                          std::string(200000, '0') + "\"}]}");
     const std::string program = mFolder.MakeFile("program", "its data");
     const std::string empty = mFolder.MakeFile("empty", "");
-    const std::string reason = ": reading or writing failed, or it would be longer than files may be\n";
+    const std::string reason =
+        ": reading or writing failed, or it would be longer than files may be: File too large\n";
     ASSERT_EQ(0, Run("make " + mDescription + " " + mOut).exitCode);
     const std::string before = Contents(mOut), made = mFolder / "made";
     for (const auto& [arguments, path] : {std::pair(" ", mOut), std::pair(" ", made), std::pair(" ", empty),

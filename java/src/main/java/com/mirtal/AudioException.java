@@ -16,7 +16,7 @@ public class AudioException extends IOException {
     private final int platformCode;
 
     AudioException(String path, int platformCode, String reason) {
-        super(path + ": " + reason + " (platform status " + codeText(platformCode) + ")");
+        super(path + ": " + reason + " (platform status " + platformCode + ")");
         this.path = path;
         this.platformCode = platformCode;
     }
@@ -31,7 +31,7 @@ public class AudioException extends IOException {
     }
 
     /**
-     * The platform's status code: a negative number such as -43, or a code of four characters.
+     * The platform's status code: a negative number such as -43.
      *
      * @return the code, never 0
      */
@@ -54,18 +54,5 @@ public class AudioException extends IOException {
                 new DamagedAudioException(path, code, reason);
             default -> new AudioException(path, code, reason);
         };
-    }
-
-    /** Codes of four characters are printed as such. */
-    private static String codeText(int code) {
-        StringBuilder text = new StringBuilder();
-        for (int shift = 24; shift >= 0; shift -= 8) {
-            char letter = (char) (code >> shift & 0xFF);
-            if (letter < ' ' || letter > '~') {
-                return Integer.toString(code);
-            }
-            text.append(letter);
-        }
-        return "\"" + text + "\"";
     }
 }

@@ -395,9 +395,7 @@ class WavSourceTest {
     }
 
     @Test
-    void codesOfFourCharactersAreShownAsSuch() {
-        assertEquals("x: it cannot be read (platform status \"nilP\")",
-            AudioException.of("x", 0x6E696C50, "").getMessage());
+    void aStatusWithoutWordsIsShownAsItsNumber() {
         assertEquals(
             "x: it cannot be read (platform status -36)", AudioException.of("x", -36, "").getMessage());
     }
