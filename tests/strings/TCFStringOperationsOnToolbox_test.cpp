@@ -1,7 +1,7 @@
 // The operations over the real Core Foundation, against a second implementation on random text.
 #include "NaiveStrings.h"
 #include "StringTest.h"
-#include "platform/corefoundation/CommaLocale.h"
+#include "support/CommaLocale.h"
 
 #include <cstdlib>
 #include <random>
@@ -144,7 +144,7 @@ TEST(OperationsOnToolboxTest, PlugParamsAgainstNaive) {
 }
 
 TEST(OperationsOnToolboxTest, NumbersHaveAPointInEveryLocale) {
-    const CommaLocale locale;
+    const support::CommaLocale locale;
     ASSERT_EQ(3.75, std::strtod("3,75", nullptr)) << "else this shows nothing";
     unsigned char isGood = 0;
     EXPECT_EQ(3.0, Units(u"3.75").ToDouble(&isGood));

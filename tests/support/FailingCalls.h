@@ -48,11 +48,10 @@ class FailingCalls {
         static inline toolbox::os::Failure sFailure;
 
         static Result Call(Arguments... inArguments) {
-            if (!Fails()) return (sReal.*kCall)(inArguments...);
-            if (sFailure == toolbox::os::Failure::kClosed) {
-                (void)(sReal.*kCall)(inArguments...);
-                errno = sErrno;
-            }
+            if (!sCountdown.IsDue()) return (sReal.*kCall)(inArguments...);
+            if (sFailure == toolbox::os::Failure::kClosed) (void)(sReal.*kCall)(inArguments...);
+            // What answers an errno leaves the thread's own alone.
+            if (sFailure != toolbox::os::Failure::kErrno) errno = sErrno;
             return FailedResult();
         }
         static Result FailedResult() {
@@ -63,11 +62,6 @@ class FailingCalls {
             return Result();
         }
     };
-    static bool Fails() {
-        if (!sCountdown.IsDue()) return false;
-        errno = sErrno;
-        return true;
-    }
 
     toolbox::os::SystemCalls mReal;
 };

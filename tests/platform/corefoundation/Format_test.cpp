@@ -1,6 +1,6 @@
 #include "CFSupport.h"
-#include "CommaLocale.h"
 #include "Faults.h"
+#include "support/CommaLocale.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/CFDate.h>
@@ -132,7 +132,7 @@ TEST(Format, NumbersAsInC) {
 }
 
 TEST(Format, NumbersHaveAPointInEveryLocale) {
-    const CommaLocale locale;
+    const support::CommaLocale locale;
     EXPECT_EQ(u"1,5 1.234.567", Printed("%.1f %'d", 1.5, 1234567));
     EXPECT_EQ(u"1.5 1234567", Formatted("%.1f %'d", 1.5, 1234567));
     EXPECT_EQ(u"1,5", Printed("%.1f", 1.5)) << "the program's locale is as before";
