@@ -41,8 +41,8 @@ std::optional<std::int64_t> ReadSeconds(std::string_view inText) {
         const auto number = ReadNumber(inText.substr(0, colon));
         if (!number || *number > kMaxSeconds || (part > 0 && *number >= 60)) return std::nullopt;
         seconds = seconds * 60 + *number;
-        if (colon == std::string_view::npos)
-            return seconds > kMaxSeconds ? std::nullopt : std::optional(seconds);
+        if (seconds > kMaxSeconds) return std::nullopt;
+        if (colon == std::string_view::npos) return seconds;
         inText.remove_prefix(colon + 1);
     }
     return std::nullopt;
