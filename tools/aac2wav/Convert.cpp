@@ -53,6 +53,12 @@ SInt64 AnnouncedFrames(const SegmentExporter& inExporter, const Options& inOptio
     return frameCount;
 }
 
+// The engine takes the low 32 bits of a duration. One that goes beyond the whole, and beyond the header,
+// which it bounds too, says no more than that.
+SInt64 PassedDurationBytes(const SegmentExporter& inExporter, const Options& inOptions) {
+    return std::min(inOptions.durationBytes, std::max(FrameCountOf(inExporter) + 11, kHeaderBytes));
+}
+
 void CheckBeforeWriting(const SegmentExporter& inExporter, const Work& inWork) {
     const MovieSoundReport report = ReportOf(inExporter);
     RequireDecodable(report, inWork.input.Name());
@@ -108,7 +114,7 @@ void Push(const Work& inWork, Ending& outEnding) {
         if (options.hasWindow) {
             ConvertWindow(*exporter, &delivery, Delivery::Deliver,
                           Int64(static_cast<long long>(options.startBytes)),
-                          Int64(static_cast<long long>(options.durationBytes)));
+                          Int64(static_cast<long long>(PassedDurationBytes(*exporter, options))));
         } else {
             ConvertWhole(*exporter, &delivery, Delivery::Deliver);
         }

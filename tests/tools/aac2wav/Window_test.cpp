@@ -55,6 +55,14 @@ TEST(Window, ArithmeticIsLiteral) {
     EXPECT_EQ(whole, RunTool({"--duration", "0", Fixture(kTone), "-"}).out);
     EXPECT_EQ(whole, RunTool({"--duration", "-7", Fixture(kTone), "-"}).out);
     EXPECT_EQ(whole, RunTool({"--start", "0", Fixture(kTone), "-"}).out);
+    // Longer than the whole is the whole, however long.
+    for (const char* duration : {"44111", "44112", "176444", "2147483658", "2147483659", "4294967307",
+                                 "4294967400", "9223372036854775807"}) {
+        EXPECT_TRUE(whole == RunTool({"--duration", duration, Fixture(kTone), "-"}).out) << duration;
+        EXPECT_TRUE(whole.substr(1000) ==
+                    RunTool({"--start", "1000", "--duration", duration, Fixture(kTone), "-"}).out)
+            << duration;
+    }
     // Byte 46 lies in frame 0: its first bytes are handed over, and the count stays that of byte 46.
     const Outcome rounded = RunTool({"--start", "46", Fixture(kTone), "-"});
     EXPECT_EQ(whole.size() - 46, rounded.out.size());
