@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <sysexits.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -148,6 +149,30 @@ TEST_F(Piped, ANamedPipeIsTheSame) {
 class Redirected : public Piped {
   protected:
     Outcome RunOn(const std::string& inPath, off_t inOffset = 0) const {
+TEST_F(Piped, TellsHowMuchOfItIsRead) {
+    ASSERT_EQ(0, mkfifo((mOut / "pipe").c_str(), 0600));
+    Command command({mOut / "pipe", "-"});
+    command.err = Command::Stream::kTerminal;
+    command.out = Command::Stream::kUnread;
+    command.Start();
+    {
+        std::ofstream writer(mOut / "pipe", std::ios::binary);
+        std::size_t written = 0;
+        // A few bytes at a time, until there is a line about them.
+        while (command.IsRunning() && command.WaitingErrorByteCount() == 0 && written < mSound.size() - 1) {
+            writer << mSound[written++] << std::flush;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        EXPECT_LT(written, mSound.size() - 1);
+        writer << mSound.substr(written);
+    }
+    const Outcome outcome = command.Wait();
+    EXPECT_EQ(EX_OK, outcome.exitCode);
+    EXPECT_TRUE(mWAV == outcome.out);
+    EXPECT_THAT(outcome.err, testing::StartsWith("\r\033[Kpipe  0.0 MB read"));
+    EXPECT_THAT(outcome.err, testing::EndsWith("\r\033[K"));
+}
+
         Command command({"-"});
         // Nothing may be kept there.
         command.environment = {"TMPDIR=" + mFolder / "missing"};

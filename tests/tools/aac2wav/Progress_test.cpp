@@ -25,6 +25,13 @@ TEST(ProgressText, NothingToDoIsDone) {
     EXPECT_EQ("100%  0x", ProgressText(0, -5, 1, 1));
 }
 
+TEST(ProgressText, WithoutATotalTellsWhatIsRead) {
+    constexpr std::int64_t kUnknown = tool::Progress::kUnknown;
+    EXPECT_EQ("0.0 MB read", ProgressText(0, kUnknown, 1, 1));
+    EXPECT_EQ("17.2 MB read", ProgressText(17200000, kUnknown, 1, 1));
+    EXPECT_EQ("4398046.5 MB read", ProgressText(std::int64_t{1} << 42, kUnknown, 1, 1));
+}
+
 TEST(ProgressText, FitsBeyond32Bits) {
     EXPECT_EQ(" 50%  8589934592x  0:01 left",
               ProgressText(std::int64_t{1} << 33, std::int64_t{1} << 34, 1, 1));
