@@ -11,15 +11,16 @@ from pathlib import Path
 sys.dont_write_bytecode = True  # the tree stays as it is
 from rooms import LIST, Rooms, source_files
 
-# Standard C++20, without what reaches the system by itself: rooms name that.
+# Standard C++20, without what is there to reach the system: clocks, threads, files, signals, random bits, the process's
+# locale; rooms name that. Single functions of the rest that do (std::getenv) are found by room_symbols.py.
 STANDARD = set("""
-algorithm any array atomic barrier bit bitset cassert ccomplex cctype cerrno cfenv cfloat charconv chrono cinttypes
-ciso646 climits clocale cmath codecvt compare complex concepts condition_variable coroutine csetjmp csignal cstdalign
-cstdarg cstdbool cstddef cstdint cstdio cstdlib cstring ctgmath ctime cuchar cwchar cwctype deque exception execution
-expected format forward_list functional initializer_list iomanip ios iosfwd istream iterator latch limits list locale map
-memory memory_resource mutex new numbers numeric optional ostream queue random ranges ratio regex scoped_allocator
-semaphore set shared_mutex source_location span sstream stack stdexcept streambuf string string_view syncstream
-system_error tuple type_traits typeindex typeinfo unordered_map unordered_set utility valarray variant vector version
+algorithm any array atomic barrier bit bitset cassert ccomplex cctype cerrno cfenv cfloat charconv cinttypes ciso646
+climits cmath codecvt compare complex concepts condition_variable coroutine csetjmp cstdalign cstdarg cstdbool cstddef
+cstdint cstdio cstdlib cstring ctgmath cuchar cwchar cwctype deque exception execution expected format forward_list
+functional initializer_list iomanip ios iosfwd istream iterator latch limits list locale map memory memory_resource
+mutex new numbers numeric optional ostream queue ranges ratio regex scoped_allocator semaphore set shared_mutex
+source_location span sstream stack stdexcept streambuf string string_view syncstream system_error tuple type_traits
+typeindex typeinfo unordered_map unordered_set utility valarray variant vector version
 """.split())
 
 # What `headers system` stands for: POSIX and what Linux has beside it.
@@ -28,28 +29,36 @@ SYSTEM = re.compile(r"^(sys|linux|net|netinet|arpa)/\w+\.h$|^(aio|assert|ctype|d
                     r"semaphore|signal|spawn|stdio|stdlib|string|strings|sysexits|syslog|termios|time|ucontext|ulimit|"
                     r"unistd|utime|wchar|wordexp)\.h$")
 
-DIRECTIVE = re.compile(r"^\s*(?:#|%:)\s*(?:include|include_next|import|embed)\b\s*(.*?)\s*$")
+SPLICE = re.compile(r"\\[ \t\f\v]*\n")
+COMMENT = re.compile(r"/\*.*?\*/")
+DIRECTIVE = re.compile(r"^\s*(?:#|%:)\s*(?:include|include_next|import|embed)\b\s*(.*)$")
+BROKEN = re.compile(r"^\s*(?:#|%:)\s*/\*")  # a comment of several lines before the directive's name
+SPELLED = re.compile(r'(?:<([^>]+)>|"([^"]+)")\s*(?://.*|/\*.*)?$')
 MODULE = re.compile(r"^\s*(?:export\s+)?import\s+[\w.:<\"]")
-TEXT_OR_COMMENT = re.compile(r'R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])+\'|//[^\n]*|/\*.*?\*/', re.DOTALL)
 TABLE = ("<!-- Made from cmake/rooms.txt: tests/house/room_rules.py TREE --write-table -->", "<!-- End of the rooms -->")
 MAP = "docs/architecture.md"
 
 
 def includes(text):
-    """(line number, what stands behind #include) for each; None where it is not spelled out."""
-    text = re.sub(r"\\\n", lambda match: "\v", text)  # a spliced line stays one, and is counted as two
-    blank = lambda match: re.sub(r"[^\n\v]", " ", match[0])
-    text = TEXT_OR_COMMENT.sub(lambda match: blank(match) if match[0].startswith(("//", "/*", "R")) else match[0], text)
+    """(line number, what stands behind #include) for each; None where it is not spelled out.
+
+    Each line is looked at by itself, as if nothing were open at its start, and once more behind each end of a comment:
+    no comment or text before it can hide it. So an #include inside a comment of several lines counts too.
+    """
     number = 1
-    for line in text.split("\n"):
+    for line in SPLICE.sub("\v", text.replace("\r\n", "\n")).split("\n"):
         here, number = number, number + 1 + line.count("\v")
         line = line.replace("\v", "")
-        match = DIRECTIVE.match(line)
-        if match:
-            spelled = re.match(r'<([^>]+)>$|"([^"]+)"$', match[1])
-            yield here, (spelled[1] or spelled[2], spelled[2] is not None) if spelled else None
-        elif MODULE.match(line):
-            yield here, None
+        for start in [0] + [match.end() for match in re.finditer(r"\*/", line)]:
+            code = COMMENT.sub(" ", line[start:])
+            directive = DIRECTIVE.match(code)
+            if directive:
+                spelled = SPELLED.match(directive[1])
+                yield here, (spelled[1] or spelled[2], spelled[2] is not None) if spelled else None
+                break
+            if MODULE.match(code) or BROKEN.match(code):
+                yield here, None
+                break
 
 
 def normal(path):
@@ -93,7 +102,7 @@ class Includes:
 
     def check_file(self, path):
         room = self.rooms.room_of(path)
-        text = (self.rooms.tree / path).read_text(errors="surrogateescape")
+        text = (self.rooms.tree / path).read_bytes().decode(errors="surrogateescape")  # line ends as they are
         for number, spelled in includes(text):
             where = f"{path}:{number}"
             if spelled is None:

@@ -63,6 +63,8 @@ class Rooms:
             room.holds = room.holds or [(room.name, [])]
             if not room.subject:
                 self.problems.append(f"{LIST}: room {room.name} has no subject")
+        named = {name for room in self.rooms.values() for name in room.libraries}
+        self.problems += [f"{LIST}: library {name} is of no room" for name in self.libraries if name not in named]
 
     def _begin(self, key, rest, where):
         if key == "free" and rest:
