@@ -92,7 +92,9 @@ int RecordPath(const std::string& inPath, FoundItem& outItem) {
     int error = 0;
     for (int round = 0; round < kRounds; ++round) {
         const int missing = os::GetCanonicalPath(inPath.c_str(), outItem.path);
-        if (missing != 0) return missing == ENOENT && RecordDescriptor(inPath, outItem) == 0 ? 0 : missing;
+        // A file that was opened for us may lie where we may not search.
+        const bool mayBeOpen = missing == ENOENT || missing == EACCES;
+        if (missing != 0) return mayBeOpen && RecordDescriptor(inPath, outItem) == 0 ? 0 : missing;
         std::vector<PathStep> steps;
         error = WalkPath(outItem.path, steps, outItem.status);
         if (error == 0) {

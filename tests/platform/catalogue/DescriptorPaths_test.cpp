@@ -11,6 +11,7 @@
 #include <toolbox/MacMemory.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 namespace {
@@ -108,6 +109,31 @@ TEST_P(DescriptorPathsTest, OfAFileWithANameLeadToIt) {
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef(SelfPath(descriptor), &ref));
     EXPECT_EQ(path, PathOf(ref));
+    Close(descriptor);
+}
+
+// It was opened by somebody who may search its folder, and handed on.
+std::string sOpened;
+char* (*sRealPath)(const char*, char*) = nullptr;
+TEST_P(DescriptorPathsTest, LeadToAFileInAFolderThatMayNotBeSearched) {
+    const int descriptor = Open(mFolder.MakeFile("a", "bytes"));
+    const toolbox::os::SystemCalls real = toolbox::os::Calls();
+    sOpened = SelfPath(descriptor);
+    sRealPath = real.realpath;
+    toolbox::os::CallsForTesting().realpath = [](const char* inPath, char* outBuffer) -> char* {
+        if (inPath != sOpened) return sRealPath(inPath, outBuffer);
+        errno = EACCES;
+        return nullptr;
+    };
+    FSRef ref;
+    const OSStatus status = MakeRef(SelfPath(descriptor), &ref);
+    sOpened = mFolder / "a";
+    FSRef none;
+    EXPECT_EQ(afpAccessDenied, MakeRef(sOpened, &none));
+    toolbox::os::CallsForTesting() = real;
+    ASSERT_EQ(noErr, status);
+    EXPECT_EQ(OwnPath(descriptor), PathOf(ref));
+    EXPECT_EQ("bytes", ContentsOf(ref));
     Close(descriptor);
 }
 

@@ -221,6 +221,23 @@ TEST_F(Redirected, WhatIsNoFileIsTold) {
     EXPECT_THAT(refused.err, HasSubstr("standard input: is a terminal"));
 }
 
+TEST_F(Redirected, AFileInAFolderThatOthersMayNotSearchIsRead) {
+    std::filesystem::create_directory(mOut / "closed");
+    std::filesystem::copy(Fixture(kTone), mOut / "closed/song.m4a");
+    Command command({"-"});
+    command.environment = {"TMPDIR=" + mFolder / "missing"};
+    command.inPath = mOut / "closed/song.m4a";
+    command.obeysPermissions = true;
+    std::filesystem::permissions(mOut / "closed", std::filesystem::perms::none);
+    // As above.
+    if (std::ifstream(mOut / "closed/song.m4a").good()) {
+        const Outcome outcome = command.Run();
+        EXPECT_EQ("", outcome.err);
+        EXPECT_TRUE(mWAV == outcome.out);
+    }
+    std::filesystem::permissions(mOut / "closed", std::filesystem::perms::owner_all);
+}
+
 TEST_F(Redirected, SoundDoesNotGoToATerminal) {
     Command command({"-"});
     command.inPath = Fixture(kTone);
