@@ -1,5 +1,6 @@
 #include "catalogue/FileAccess.h"
 
+#include "catalogue/Catalogue.h"
 #include "catalogue/DescriptorPaths.h"
 #include "status/StatusOfErrno.h"
 

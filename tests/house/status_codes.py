@@ -10,13 +10,13 @@ import sys
 from pathlib import Path
 
 sys.dont_write_bytecode = True  # the tree stays as it is
-from room_rules import TEXT_OR_COMMENT
 from rooms import source_files
 
 HEADER = "platform/include/toolbox/MacErrors.h"
 WORDS = "platform/status/StatusText.cpp"
 JAVA_SOURCES = "java/src/main/java"
 JAVA = JAVA_SOURCES + "/com/mirtal/PlatformStatus.java"
+TEXT_OR_COMMENT = re.compile(r'R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])+\'|//[^\n]*|/\*.*?\*/', re.DOTALL)
 # Nobody answers these yet: forks that were opened for reading will.
 RESERVED = {"wrPermErr"}
 

@@ -8,7 +8,7 @@
 // The toolbox's status of an exception, whose words are those of GetFailureText: its code, and memFullErr for
 // "nilP". That is thrown for what could not be had, which of an exporter or reader opened with options can be
 // memory only. (With a path alone they also throw it where there is no movie.)
-inline OSStatus StatusOfFailure(const LException& inException) {
+[[nodiscard]] inline OSStatus StatusOfFailure(const LException& inException) {
     const auto code = static_cast<OSStatus>(inException.GetErrorCode());
     return code == static_cast<OSStatus>(FourChars("nilP")) ? OSStatus{memFullErr} : code;
 }

@@ -146,9 +146,6 @@ TEST_F(Piped, ANamedPipeIsTheSame) {
     EXPECT_TRUE(mWAV == outcome.out);
 }
 
-class Redirected : public Piped {
-  protected:
-    Outcome RunOn(const std::string& inPath, off_t inOffset = 0) const {
 TEST_F(Piped, TellsHowMuchOfItIsRead) {
     ASSERT_EQ(0, mkfifo((mOut / "pipe").c_str(), 0600));
     Command command({mOut / "pipe", "-"});
@@ -173,6 +170,9 @@ TEST_F(Piped, TellsHowMuchOfItIsRead) {
     EXPECT_THAT(outcome.err, testing::EndsWith("\r\033[K"));
 }
 
+class Redirected : public Piped {
+  protected:
+    Outcome RunOn(const std::string& inPath, off_t inOffset = 0) const {
         Command command({"-"});
         // Nothing may be kept there.
         command.environment = {"TMPDIR=" + mFolder / "missing"};

@@ -1,7 +1,6 @@
 // How an item of the catalogue is opened.
 #pragma once
 
-#include "catalogue/Catalogue.h"
 #include "os/Descriptor.h"
 
 #include <toolbox/Files.h>
@@ -9,6 +8,8 @@
 #include <string>
 
 namespace toolbox::files {
+
+struct FoundItem;
 
 // Opens an item that was just found, links not followed. fnfErr when something else has taken its place
 // meanwhile; outFile is not open on failure.
