@@ -32,6 +32,26 @@ bool IsStandardOutput(const std::string& inName) {
     return inName == "-" || inName == "/dev/stdout" || inName == "/dev/fd/1" || inName == "/proc/self/fd/1";
 }
 
+// What a path means, however it is spelled: its folder, and its name there. Where the folder is not there
+// yet, its text.
+using Place = std::pair<std::optional<FileIdentity>, std::string>;
+
+Place PlaceOf(const std::string& inPath) {
+    const std::string folder = FolderOf(inPath);
+    const std::optional<FileIdentity> identity = IdentityOf(folder.empty() ? "." : folder);
+    return {identity, identity ? inPath.substr(folder.size()) : inPath};
+}
+
+// What is written when it is written to this path. Devices and pipes take whatever comes.
+Place OutputPlaceOf(const std::string& inPath) {
+    if (!IsFileOrNothing(inPath)) return {std::nullopt, inPath};
+    try {
+        return PlaceOf(FollowLinks(inPath));
+    } catch (const Failure&) {
+        return PlaceOf(inPath);  // a link to itself: the conversion will tell
+    }
+}
+
 class Planner {
   public:
     explicit Planner(const Options& inOptions)
@@ -48,6 +68,7 @@ class Planner {
                 PlanFile(input);
         }
         if (mOptions.task == Task::kConvert) {
+            LeaveOutRepetitions();
             RefuseInputsAsOutputs();
             RefuseCollisions();
         }
@@ -172,6 +193,15 @@ class Planner {
         }
     }
 
+    // One input, named twice and to become the same, is converted once.
+    void LeaveOutRepetitions() {
+        std::set<std::pair<Place, Place>> seen;
+        const auto isRepeated = [&seen](const Job& inJob) {
+            return !seen.emplace(PlaceOf(inJob.input), PlaceOf(inJob.output)).second;
+        };
+        mJobs.erase(std::remove_if(mJobs.begin(), mJobs.end(), isRepeated), mJobs.end());
+    }
+
     void RefuseInputsAsOutputs() {
         std::set<FileIdentity> inputs;
         for (const Job& job : mJobs) {
@@ -194,16 +224,16 @@ class Planner {
 
     // None of the inputs of one name is better than the others.
     void RefuseCollisions() {
-        std::map<std::string, std::vector<Job*>> makers;
+        std::map<Place, std::vector<Job*>> makers;
         for (Job& job : mJobs) {
-            if (!job.output.empty() && job.output != "-") makers[job.output].push_back(&job);
+            if (!job.output.empty() && job.output != "-") makers[OutputPlaceOf(job.output)].push_back(&job);
         }
-        for (const auto& [output, jobs] : makers) {
+        for (const auto& [place, jobs] : makers) {
             if (jobs.size() < 2) continue;
             const std::string reason = "would be made of both " + jobs[0]->input + " and " + jobs[1]->input +
                                        ", and is made of neither";
             for (Job* const job : jobs) {
-                if (!job->refusal) job->refusal = Failure(EX_CANTCREAT, output, reason);
+                if (!job->refusal) job->refusal = Failure(EX_CANTCREAT, job->output, reason);
             }
         }
     }

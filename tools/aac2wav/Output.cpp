@@ -36,17 +36,9 @@ std::string LinkTarget(const std::string& inPath) {
     return path[0] == '/' ? path : FolderOf(inPath) + path;
 }
 
-// The file that a path leads to, which need not be there yet.
-std::string FollowLinks(const std::string& inPath) {
-    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(inPath.c_str(), nullptr), &std::free);
-    if (real) return real.get();
-    std::string path = inPath;
-    for (int count = 0; count < kMaxLinks; ++count) {
-        std::string target = LinkTarget(path);
-        if (target.empty()) return path;
-        path = std::move(target);
-    }
-    throw Failure(EX_CANTCREAT, inPath, SystemReason(ELOOP));
+void RefuseTerminal() {
+    if (::isatty(STDOUT_FILENO) == 1)
+        throw Failure(EX_USAGE, {}, "standard output is a terminal; send it to a file or a pipe");
 }
 
 mode_t NewFileMode() {
@@ -139,10 +131,22 @@ bool IsTaken(const std::string& inPath) {
     return ::stat(inPath.c_str(), &item) != 0 || !S_ISDIR(item.st_mode);
 }
 
-// What stands under the name, and what may be done with it.
-struct Output::Old {
+std::string FollowLinks(const std::string& inPath) {
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(inPath.c_str(), nullptr), &std::free);
+    if (real) return real.get();
+    std::string path = inPath;
+    for (int count = 0; count < kMaxLinks; ++count) {
+        std::string target = LinkTarget(path);
+        if (target.empty()) return path;
+        path = std::move(target);
+    }
+    throw Failure(EX_CANTCREAT, inPath, SystemReason(ELOOP));
+}
+
     std::string target;
     bool exists = false;
+// What stands under the name, and what may be done with it.
+struct Output::Old {
     struct stat item {};
     bool isWhole = false;
     bool mustMatch = false;

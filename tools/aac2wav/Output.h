@@ -21,6 +21,10 @@ void Print(const std::string& inText);
 bool IsTaken(const std::string& inPath);
 
 // Belongs to one thread. Unless Commit was called, the destructor leaves things as they were before.
+// The file that a path leads to, which need not be there yet. Throws Failure (EX_CANTCREAT) for links that
+// lead back to themselves.
+std::string FollowLinks(const std::string& inPath);
+
 class Output {
   public:
     enum class Replace {

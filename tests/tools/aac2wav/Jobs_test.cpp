@@ -130,6 +130,45 @@ TEST(PlanJobs, InputsOfOneNameMakeNothing) {
               Refusals({"--force", "song.m4a", "song.aac", folder.Path()}));
 }
 
+// Spelled in two ways, one output looked like two, and the second took the first one's place.
+TEST(PlanJobs, OneOutputInTwoSpellingsIsMadeOfNeither) {
+    const TemporaryFolder folder;
+    const std::string music = folder / "music";
+    std::filesystem::create_directory(music);
+    std::filesystem::create_directory_symlink("music", folder / "linked");
+    WriteFile(music + "/x.m4a", "x");
+    WriteFile(folder / "x.mp3", "x");
+    using Codes = std::vector<int>;
+    const Codes neither = {EX_CANTCREAT, EX_CANTCREAT};
+    for (const char* const spelling : {"music", "./music", "music/", "music/../music", "linked"}) {
+        EXPECT_EQ(neither, Refusals({"-r", folder / "x.mp3", folder / spelling, music})) << spelling;
+        EXPECT_EQ(neither, Refusals({"-r", "--force", folder / "x.mp3", folder / spelling, music}));
+        EXPECT_EQ((Codes{EX_OK, EX_OK}), Refusals({"-r", folder / "y.mp3", folder / spelling, music}));
+    }
+    // Two names of one file, when they are followed.
+    std::filesystem::create_symlink("x.wav", music + "/y.wav");
+    EXPECT_EQ(neither, Refusals({"--force", folder / "x.mp3", folder / "y.mp3", music}));
+    std::filesystem::create_symlink("/dev/null", music + "/v.wav");
+    std::filesystem::create_symlink("/dev/null", music + "/w.wav");
+    EXPECT_EQ((Codes{EX_OK, EX_OK}), Refusals({"--force", folder / "v.mp3", folder / "w.mp3", music}));
+}
+
+TEST(PlanJobs, OneInputNamedTwiceIsConvertedOnce) {
+    const TemporaryFolder folder;
+    const std::string music = folder / "music";
+    std::filesystem::create_directories(music + "/sub");
+    std::filesystem::create_directory(folder / "out");
+    const std::string input = music + "/sub/x.m4a";
+    WriteFile(input, "x");
+    EXPECT_EQ((Pairs{{input, music + "/sub/x.wav"}}),
+              Names({"-r", music, folder / "music/./sub/../", "-o", music}));
+    EXPECT_EQ((Pairs{{input, folder / "out/x.wav"}}),
+              Names({input, input, folder / "music//sub/x.m4a", folder / "out"}));
+    // In the tree it has two places.
+    EXPECT_EQ((Pairs{{input, folder / "out/sub/x.wav"}, {input, folder / "out/x.wav"}}),
+              Names({"-r", music, music + "/sub", folder / "out"}));
+}
+
 TEST(PlanJobs, ASlipOfTheShellIsNoOutput) {
     const TemporaryFolder folder;
     const std::string second = folder / "b.wav";
