@@ -31,7 +31,11 @@ class Walk {
             CheckSignals();
             const std::string path = mRoot + inRelativeFolder + name;
             struct stat item {};
-            if (::lstat(path.c_str(), &item) != 0) continue;  // gone meanwhile
+            if (::lstat(path.c_str(), &item) != 0) {
+                // What is gone meanwhile was not asked for.
+                if (errno != ENOENT) mFailures.emplace_back(EX_NOINPUT, path, SystemReason(errno));
+                continue;
+            }
             if (S_ISDIR(item.st_mode)) {
                 if (FileIdentity(item.st_dev, item.st_ino) != mLeftOut)
                     folders.push_back(inRelativeFolder + name + '/');

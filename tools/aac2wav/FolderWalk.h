@@ -24,7 +24,8 @@ struct FoundFile {
 
 // Files whose extension is known, by the names that IsSoundExtension has; in the order of their names, those
 // of a folder before those beneath it. Hidden files and folders are left out, links to folders, and the
-// folder inLeftOut. Folders that cannot be read are in outFailures. Throws Interrupted.
+// folder inLeftOut. Folders that cannot be read are in outFailures, and names that cannot be looked at.
+// Throws Interrupted.
 std::vector<FoundFile> FindSoundFiles(const std::string& inFolder,
                                       const std::optional<FileIdentity>& inLeftOut,
                                       std::vector<Failure>& outFailures);

@@ -94,6 +94,20 @@ TEST_F(Recursive, AFolderThatCannotBeReadIsTold) {
     EXPECT_TRUE(Exists("music/b/two.wav"));
 }
 
+// Such a folder tells its names, and nothing about them: they were taken for gone.
+TEST_F(Recursive, NamesThatCannotBeLookedAtAreTold) {
+    std::filesystem::remove(Path("music/words.m4a"));
+    std::filesystem::permissions(Path("music/b/c"), std::filesystem::perms(0444));
+    Command command({"-r", Path("music")});
+    command.obeysPermissions = true;
+    const Outcome outcome = command.Run();
+    std::filesystem::permissions(Path("music/b/c"), std::filesystem::perms::all);
+    EXPECT_EQ(EX_NOINPUT, outcome.exitCode);
+    EXPECT_THAT(outcome.err, HasSubstr(Path("music/b/c/three.m4a") + ": Permission denied"));
+    EXPECT_THAT(outcome.err, EndsWith("aac2wav: 3 files: 2 done, 1 failed\n"));
+    EXPECT_TRUE(Exists("music/b/two.wav"));
+}
+
 TEST_F(Recursive, ProbesACollection) {
     const Outcome outcome = RunTool({"--probe", "--json", "-r", Path("music")});
     EXPECT_EQ(EX_DATAERR, outcome.exitCode);
