@@ -212,7 +212,8 @@ Output::Output(const std::string& inPath, const Manner& inManner) : mPath(inPath
 Output::~Output() {
     if (mDescriptor > STDERR_FILENO) ::close(mDescriptor);
     if (!mTemporaryPath.empty()) {
-        SetUnfinishedFile(nullptr);
+        // A second signal in between removes the name again. That it is somebody else's by then is out of
+        // reach: its six letters were chosen at random.
         ::unlink(mTemporaryPath.c_str());
     }
     if (!mIsNamed) RemoveMadeFolders();
@@ -230,6 +231,7 @@ void Output::OpenNew() {
 
 // Those that somebody has put something into meanwhile stay.
 void Output::RemoveMadeFolders() const {
+        SetUnfinishedFile(nullptr);
     for (auto folder = mMadeFolders.rbegin(); folder != mMadeFolders.rend(); ++folder)
         ::rmdir(folder->c_str());
 }

@@ -4,6 +4,7 @@
 #include "Failure.h"
 #include "Signals.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -243,12 +244,12 @@ TEST(Output, ReplacesWhatAppearedMeanwhileWhenToldTo) {
     EXPECT_EQ("abc", ReadFile(path));
 }
 
-// From here on, the calls fail in this process with these errors.
-void Refuse(std::initializer_list<std::pair<int, int>> inCallsAndErrors) {
+// From here on, this is done about the calls of this process.
+void Filter(const std::vector<std::pair<int, unsigned>>& inCallsAndActions) {
     std::vector<sock_filter> program{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
     for (const auto& [call, error] : inCallsAndErrors) {
         program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(call), 0, 1));
-        program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(error)));
+        program.push_back(BPF_STMT(BPF_RET | BPF_K, action));
     }
     program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
     const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
@@ -258,6 +259,14 @@ void Refuse(std::initializer_list<std::pair<int, int>> inCallsAndErrors) {
 
 // A file system that knows no move on condition; then one that makes no links either.
 TEST(Output, GetsItsNameOnAnyFileSystem) {
+// They fail with these errors.
+void Refuse(std::initializer_list<std::pair<int, unsigned>> inCallsAndErrors) {
+    std::vector<std::pair<int, unsigned>> actions(inCallsAndErrors);
+    for (auto& [call, action] : actions)
+        action |= SECCOMP_RET_ERRNO;
+    Filter(actions);
+}
+
     const auto byLink = [] {
         Refuse({{SYS_renameat2, EINVAL}});
         ExpectNewFileIsMade();
@@ -471,3 +480,42 @@ TEST(Output, TellsAFailedRename) {
 }
 
 }  // namespace
+#ifdef SYS_unlink
+constexpr int kUnlinkCall = SYS_unlink;
+#else
+constexpr int kUnlinkCall = SYS_unlinkat;
+#endif
+const char* sSecondRemoval = nullptr;
+
+// Stands in for every removal of a file: the first one meets two signals, the second leaves a mark.
+void MeetSignals(int) {
+    static int sCount = 0;
+    if (++sCount == 1) {
+        std::raise(SIGTERM);
+        std::raise(SIGTERM);
+    } else {
+        ::close(::open(sSecondRemoval, O_WRONLY | O_CREAT, 0600));
+    }
+}
+
+// Signals that come right before the file is removed end the process, which must then remove it.
+TEST(Output, SignalsAtTheEndRemoveTheUnfinishedFile) {
+    const TemporaryFolder folder;
+    const std::string mark = folder / "removed";
+    const auto stop = [&] {
+        sSecondRemoval = mark.c_str();
+        tool::WatchSignals();
+        struct sigaction action {};
+        action.sa_handler = MeetSignals;
+        action.sa_flags = SA_NODEFER;
+        sigaction(SIGSYS, &action, nullptr);
+        {
+            const Output output(folder / "out.wav", {Output::Replace::kSoundOnly});
+            Filter({{kUnlinkCall, SECCOMP_RET_TRAP}});
+        }
+        _exit(7);
+    };
+    EXPECT_EXIT(stop(), testing::KilledBySignal(SIGTERM), "");
+    EXPECT_TRUE(std::filesystem::exists(mark));
+}
+
