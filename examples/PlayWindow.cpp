@@ -26,7 +26,6 @@
 namespace {
 
 constexpr SInt64 kFrameBytes = 4;
-constexpr SInt64 kMaxWAVBytes = 0xFFFFFFFF + SInt64{8};  // its first size field counts what follows it
 
 int Fail(int inExitCode, std::string_view inAbout, std::string_view inReason) {
     std::cerr << "play-window: " << inAbout << ": " << inReason << '\n';
@@ -41,8 +40,8 @@ SInt64 ReadFrames(std::string_view inText, SInt32 inRateHz) {
     const char* const end = inText.data() + inText.size();
     const auto [stop, error] = std::from_chars(inText.data(), end, number, std::chars_format::fixed);
     if (error != std::errc() || stop != end || !std::isfinite(number) || std::signbit(number)) return -1;
-    constexpr double kMaxWholeNumber = 9e15;  // whole numbers are exact up to here
-    return std::llround(std::min(isFrames ? number : number * inRateHz, kMaxWholeNumber));
+    constexpr double kMaxFrames = 9e15;  // whole numbers are exact up to here
+    return std::llround(std::min(isFrames ? number : number * inRateHz, kMaxFrames));
 }
 
 // Writes it all. False when standard output takes no more; errno tells why.
@@ -73,7 +72,7 @@ int Play(const char* inPath, const char* inFrom, const char* inTo, bool inRaw) {
 
     WAVReader reader(std::move(exporter), WAVReader::Header::kRIFF, range);
     if (reader.FrameCount() == 0) return Fail(EX_USAGE, inFrom, "is at the end or past it");
-    if (!inRaw && reader.ByteCount() > kMaxWAVBytes)
+    if (!inRaw && reader.ByteCount() > WAVReader::kMaxRIFFBytes)
         return Fail(EX_DATAERR, inPath, "is too long for a WAV file");
     std::vector<unsigned char> bytes(64 * 1024);
     SInt64 position = inRaw ? reader.ByteCount() - reader.FrameCount() * kFrameBytes : 0;

@@ -20,6 +20,7 @@ namespace {
 
 constexpr SInt64 kFrameBytes = 4;
 constexpr SInt64 kHeaderBytes = sizeof(WAVHeader);
+constexpr SInt64 kMaxPushedBytes = std::numeric_limits<UInt32>::max();  // with which the engine counts
 
 // The engine's callback, with what it delivers to.
 struct Delivery {
@@ -68,13 +69,13 @@ void CheckBeforeWriting(const SegmentExporter& inExporter, const Work& inWork) {
         TellTakenTrack(inExporter, inWork.input.Name());
 }
 
-void RequireWAVLength(SInt64 inByteCount, const Work& inWork) {
-    if (inByteCount <= std::numeric_limits<UInt32>::max()) return;
-    // Not every option goes with a header that counts further.
-    const char* const hint = inWork.options.hasWindow ? "" : "; --rf64 goes beyond";
-    throw Failure(
-        EX_DATAERR, inWork.input.Name(),
-        "the stream has " + std::to_string(inByteCount) + " bytes, a WAV header counts to 4 GiB" + hint);
+void RequireWAVLength(SInt64 inByteCount, SInt64 inMaxBytes, const Work& inWork) {
+    if (inByteCount <= inMaxBytes) return;
+    const std::string beyond = inWork.options.hasWindow
+                                   ? "a window of bytes counts to " + std::to_string(inMaxBytes)
+                                   : "a WAV header counts to 4 GiB; --rf64 goes beyond";
+    throw Failure(EX_DATAERR, inWork.input.Name(),
+                  "the stream has " + std::to_string(inByteCount) + " bytes, " + beyond);
 }
 
 void Finish(Output& ioOutput, const SegmentExporter& inExporter, SInt64 inFrameCount, const Work& inWork,
@@ -98,14 +99,37 @@ void Finish(Output& ioOutput, const SegmentExporter& inExporter, SInt64 inFrameC
     }
 }
 
+// By the reader, which knows all but windows of bytes.
+void Pull(const Work& inWork, Ending& outEnding) {
+    const Stream stream(inWork.input, inWork.options);
+    CheckBeforeWriting(stream.Exporter(), inWork);
+    if (!inWork.options.isRF64 && !inWork.options.isRaw)
+        RequireWAVLength(stream.ByteCount(), WAVReader::kMaxRIFFBytes, inWork);
+    Output output(inWork.job.output, inWork.manner);
+    {
+        Progress progress(inWork.input.Name(), stream.ByteCount(), stream.SecondBytes(),
+                          inWork.options.isQuiet, inWork.session.Place());
+        stream.Deliver([&](const void* inBytes, std::size_t inByteCount) {
+            output.Write(inBytes, inByteCount);
+            progress.Advance(static_cast<SInt64>(inByteCount));
+        });
+    }
+    Finish(output, stream.Exporter(), stream.FrameCount(), inWork, outEnding);
+}
+
 // By the engine's own conversions, which know windows of bytes and headers of 44 bytes.
 void Push(const Work& inWork, Ending& outEnding) {
     const Options& options = inWork.options;
-    const auto exporter = OpenExporter(inWork.input, options);
-    CheckBeforeWriting(*exporter, inWork);
+    auto exporter = OpenExporter(inWork.input, options);
     const SInt64 frameCount = AnnouncedFrames(*exporter, options);
     const SInt64 announcedBytes = frameCount * kFrameBytes + kHeaderBytes;
-    RequireWAVLength(announcedBytes, inWork);
+    if (announcedBytes > kMaxPushedBytes && !options.hasWindow) {
+        exporter.reset();
+        Pull(inWork, outEnding);
+        return;
+    }
+    CheckBeforeWriting(*exporter, inWork);
+    RequireWAVLength(announcedBytes, kMaxPushedBytes, inWork);
     Output output(inWork.job.output, inWork.manner);
     {
         Delivery delivery{
@@ -120,23 +144,6 @@ void Push(const Work& inWork, Ending& outEnding) {
         }
     }
     Finish(output, *exporter, frameCount, inWork, outEnding);
-}
-
-// By the reader, which knows the rest.
-void Pull(const Work& inWork, Ending& outEnding) {
-    const Stream stream(inWork.input, inWork.options);
-    CheckBeforeWriting(stream.Exporter(), inWork);
-    if (!inWork.options.isRF64 && !inWork.options.isRaw) RequireWAVLength(stream.ByteCount(), inWork);
-    Output output(inWork.job.output, inWork.manner);
-    {
-        Progress progress(inWork.input.Name(), stream.ByteCount(), stream.SecondBytes(),
-                          inWork.options.isQuiet, inWork.session.Place());
-        stream.Deliver([&](const void* inBytes, std::size_t inByteCount) {
-            output.Write(inBytes, inByteCount);
-            progress.Advance(static_cast<SInt64>(inByteCount));
-        });
-    }
-    Finish(output, stream.Exporter(), stream.FrameCount(), inWork, outEnding);
 }
 
 bool IsSkipped(const Job& inJob, const Session& inSession) {

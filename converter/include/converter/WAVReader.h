@@ -26,9 +26,11 @@ struct FrameRange {
 class MIRTAL_EXPORT WAVReader {
   public:
     enum class Header {
-        kRIFF,  // 44 bytes; the size fields hold the low 32 bits above 4 GiB
+        kRIFF,  // 44 bytes; beyond kMaxRIFFBytes the size fields hold the low 32 bits
         kRF64   // 80 bytes: 64-bit sizes in a "ds64" chunk (EBU Tech 3306)
     };
+    // The longest stream of which kRIFF tells the truth: its first size field counts what follows it.
+    static constexpr SInt64 kMaxRIFFBytes = 0xFFFFFFFF + SInt64{8};
 
     // The whole movie at a path. Throws as SegmentExporter's constructor does.
     explicit WAVReader(const char* inPath, Header inHeader = Header::kRIFF);

@@ -546,44 +546,4 @@ TEST(Convert, PCMComesBackAsItWas) {
     }
 }
 
-TEST(RF64, SmallStreamsAreWellFormed) {
-    const Outcome outcome = RunTool({"--rf64", Fixture(kTone), "-"});
-    EXPECT_EQ(EX_OK, outcome.exitCode);
-    const WAVFile wav = ParseWAV(outcome.out);
-    EXPECT_TRUE(wav.isRF64);
-    EXPECT_TRUE(wav.isWellFormed);
-    EXPECT_EQ(176480u, outcome.out.size());
-    EXPECT_EQ(ParseWAV(RunTool({Fixture(kTone), "-"}).out).sound, wav.sound);
-}
-
-TEST(RF64, BeyondFourGigabytesRIFFIsRefused) {
-    const TemporaryFolder folder;
-    const Outcome outcome = RunTool({Fixture("huge-8000-mono.aac"), folder / "out.wav"});
-    EXPECT_EQ(EX_DATAERR, outcome.exitCode);
-    EXPECT_TRUE(IsOneMessage(outcome.err, Fixture("huge-8000-mono.aac")));
-    EXPECT_THAT(outcome.err, HasSubstr("--rf64"));
-    EXPECT_TRUE(folder.Names().empty());
-    EXPECT_EQ("4362076204\n", RunTool({"--length", Fixture("huge-8000-mono.aac")}).out);
-    EXPECT_EQ("4362076240\n", RunTool({"--length", "--rf64", Fixture("huge-8000-mono.aac")}).out);
-    // A window that a header can tell is no problem.
-    EXPECT_EQ(44u + 989 * 4, RunTool({"--duration", "1000", Fixture("huge-8000-mono.aac"), "-"}).out.size());
-}
-
-TEST(RF64, BeyondFourGigabytesTheHeaderIsExact) {
-    Command command({"--rf64", Fixture("huge-8000-mono.aac"), "-"});
-    command.out = Command::Stream::kUnread;
-    command.Start();
-    while (command.WaitingByteCount() < 80 && command.IsRunning()) {
-    }
-    command.Signal(SIGTERM);
-    const Outcome outcome = command.Wait();
-    EXPECT_EQ(SIGTERM, outcome.signal);
-    ASSERT_GE(outcome.out.size(), 80u);
-    EXPECT_THAT(outcome.out, StartsWith("RF64\xFF\xFF\xFF\xFFWAVEds64"));
-    // 0x104000048 bytes after the first 8, 0x104000000 of sound, 0x41000000 frames.
-    EXPECT_EQ(std::string("\x48\0\0\x04\x01\0\0\0\0\0\0\x04\x01\0\0\0\0\0\0\x41\0\0\0\0", 24),
-              outcome.out.substr(20, 24));
-    EXPECT_EQ(std::string("data\xFF\xFF\xFF\xFF", 8), outcome.out.substr(72, 8));
-}
-
 }  // namespace
