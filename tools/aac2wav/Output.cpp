@@ -93,9 +93,9 @@ void Sync(int inDescriptor, const std::string& inName) {
     }
 }
 
-void SyncFolder(const std::string& inFolder, const std::string& inName) {
-    const int descriptor =
-        ::open(inFolder.empty() ? "." : inFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+// A file or a folder.
+void SyncItem(const std::string& inPath, const std::string& inName) {
+    const int descriptor = ::open(inPath.empty() ? "." : inPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) throw Failure(EX_IOERR, inName, SystemReason(errno));
     const std::unique_ptr<const int, void (*)(const int*)> closer(
         &descriptor, [](const int* inOpen) { ::close(*inOpen); });
@@ -288,7 +288,7 @@ void Output::Write(const void* inBytes, std::size_t inByteCount) {
 
 void Output::Commit() {
     CheckSignals();
-    if (mManner.isSynced) Sync(mDescriptor, mPath);
+    if (mManner.isSynced && !mMustMatch) Sync(mDescriptor, mPath);
     // Some file systems tell of a failed write only here. The descriptor is gone whatever close says.
     const int descriptor = std::exchange(mDescriptor, -1);
     if (::close(descriptor) != 0 && errno != EINTR) throw Failure(EX_IOERR, mPath, SystemReason(errno));
@@ -312,6 +312,10 @@ void Output::TakeName() {
     const char* const to = mTarget.c_str();
     if (mManner.replace == Replace::kAnything) {
         if (::rename(from, to) != 0) throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
+        if (mManner.isSynced) {
+            SyncItem(mTarget, mPath);
+            SyncFolders();
+        }
         return;
     }
     struct stat now {};
@@ -328,9 +332,9 @@ void Output::TakeName() {
 }
 
 void Output::SyncFolders() const {
-    SyncFolder(FolderOf(mTarget), mPath);
+    SyncItem(FolderOf(mTarget), mPath);
     for (const std::string& folder : mMadeFolders)
-        SyncFolder(FolderOf(folder), mPath);
+        SyncItem(FolderOf(folder), mPath);
 }
 
 void Output::SetTimes(const timespec (&inTimes)[2]) const {

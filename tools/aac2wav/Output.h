@@ -61,7 +61,8 @@ class Output {
 
     // Closes the file and gives it its name, keeping the permissions of one that it replaces. A file that was
     // not there at first, or is another one now, is only replaced with Replace::kAnything. Throws Failure
-    // (EX_IOERR, EX_CANTCREAT); when the disk could not be waited for, the file has its name nevertheless.
+    // (EX_IOERR, EX_CANTCREAT), and the file has no name then, with one exception: when isSynced, its bytes
+    // are on the disk and it has its name before the folders are waited for, and keeps it when they fail.
     void Commit();
 
     // Gives the file these times, of last access and of last change; after Commit. Nothing happens to what is

@@ -37,6 +37,8 @@ constexpr int kLinkCall = SYS_linkat;
 #endif
 constexpr char kWAV[] = "RIFF\0\0\0\0WAVEfmt ";
 
+std::vector<std::string> sSynced;
+
 int Refusal(const std::string& inPath, Output::Replace inReplace = Output::Replace::kSoundOnly) {
     try {
         const Output output(inPath, {inReplace});
@@ -308,6 +310,21 @@ TEST(Output, WaitsForTheDiskWhenItIsTo) {
     EXPECT_EXIT(failingDisk(), testing::ExitedWithCode(0), "");
 }
 
+// What was kept is what the disk is to have: somebody may remove the input next.
+TEST(Output, WaitsForTheDiskThatHasTheKeptFile) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "part";
+    WriteFile(path, "abc");
+    Output::Manner manner;
+    manner.isHeaderless = true;
+    manner.isSynced = true;
+    Output output(path, manner);
+    output.Write("abc", 3);
+    sSynced.clear();
+    output.Commit();
+    EXPECT_EQ((std::vector<std::string>{path, folder.Path()}), sSynced);
+}
+
 // Whatever was there at first is all that may be replaced.
 TEST(Output, DoesNotReplaceWhatChangedMeanwhile) {
     for (const auto replace : {Output::Replace::kSoundOnly, Output::Replace::kThisFile}) {
@@ -519,3 +536,22 @@ TEST(Output, SignalsAtTheEndRemoveTheUnfinishedFile) {
     EXPECT_TRUE(std::filesystem::exists(mark));
 }
 
+TEST(Output, TellsAFailedRename) {
+    const TemporaryFolder folder;
+    Output output(folder / "out.wav", {Output::Replace::kSoundOnly});
+    std::filesystem::create_directory(folder / "out.wav");
+    try {
+        output.Commit();
+        ADD_FAILURE() << "a folder was replaced";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(EX_CANTCREAT, failure.ExitCode());
+    }
+}
+
+}  // namespace
+
+// In place of the system's, which it calls: takes note of what is waited for.
+extern "C" int fsync(int inDescriptor) {
+    sSynced.push_back(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(inDescriptor)));
+    return static_cast<int>(syscall(SYS_fsync, inDescriptor));
+}
