@@ -153,14 +153,18 @@ bool IsSkipped(const Job& inJob, const Session& inSession) {
     return true;
 }
 
-Output::Replace ReplaceOf(const Job& inJob, Session& ioSession) {
-    if (ioSession.options.replacesAnything) return Output::Replace::kAnything;
-    if (ioSession.options.skipsExisting) return Output::Replace::kNothing;
+Output::Replace ReplaceOf(const Job& inJob, const Session& inSession) {
+    if (inSession.options.replacesAnything) return Output::Replace::kAnything;
+    if (inSession.options.skipsExisting) return Output::Replace::kNothing;
     if (!inJob.isDerived) return Output::Replace::kSoundOnly;
-    if (!ioSession.question.MayAsk() || !IsTaken(inJob.output)) return Output::Replace::kNothing;
+    const bool isAsked = inSession.question.MayAsk() && IsTaken(inJob.output);
+    return isAsked ? Output::Replace::kThisFile : Output::Replace::kNothing;
+}
+
+void Ask(const Job& inJob, Session& ioSession) {
     switch (ioSession.question.Ask(inJob.output)) {
         case Question::Answer::kYes:
-            return Output::Replace::kThisFile;
+            return;
         case Question::Answer::kQuit:
             throw Quit();
         case Question::Answer::kNo:
@@ -169,12 +173,15 @@ Output::Replace ReplaceOf(const Job& inJob, Session& ioSession) {
     throw Failure(EX_CANTCREAT, inJob.output, "exists, and is kept");
 }
 
+// What is there is looked at before the question, so that the answer is about that and nothing later.
 Output::Manner MannerOf(const Job& inJob, Session& ioSession) {
     Output::Manner manner;
     manner.replace = ReplaceOf(inJob, ioSession);
     manner.isHeaderless = ioSession.options.IsHeaderless();
     manner.isSynced = ioSession.options.isSynced;
     manner.makesFolders = inJob.makesFolders;
+    manner.seen = Output::Check(inJob.output, manner);
+    if (manner.replace == Output::Replace::kThisFile) Ask(inJob, ioSession);
     return manner;
 }
 
@@ -186,7 +193,6 @@ Ending Convert(const Job& inJob, Session& ioSession) {
     if (IsSkipped(inJob, ioSession)) return {EX_OK, true};
     // Before anything is read: a pipe can be long, and is empty afterwards.
     const Output::Manner manner = MannerOf(inJob, ioSession);
-    Output::Check(inJob.output, manner);
     const Input input(inJob.input, options.spoolLimitBytes, options.isQuiet);
     const Work work{inJob, options, ioSession, input, manner};
     Ending ending;

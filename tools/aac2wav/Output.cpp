@@ -24,6 +24,8 @@ namespace {
 
 constexpr char kTemporaryName[] = ".aac2wav-XXXXXX";
 constexpr char kStandardOutput[] = "standard output";
+constexpr char kAppeared[] = "appeared meanwhile; --force replaces it";
+constexpr char kChanged[] = "was changed meanwhile; --force replaces it";
 constexpr int kMaxLinks = 40;            // as the kernel has it
 constexpr int kPipeByteCount = 1 << 20;  // what an unprivileged process may ask for
 
@@ -143,10 +145,10 @@ std::string FollowLinks(const std::string& inPath) {
     throw Failure(EX_CANTCREAT, inPath, SystemReason(ELOOP));
 }
 
-    std::string target;
-    bool exists = false;
 // What stands under the name, and what may be done with it.
 struct Output::Old {
+    std::string target;
+    bool exists = false;
     struct stat item {};
     bool isWhole = false;
     bool mustMatch = false;
@@ -186,8 +188,21 @@ void Output::LookIntoFile(const std::string& inPath, const Manner& inManner, Old
     ioOld.mustMatch = true;
 }
 
-void Output::Check(const std::string& inPath, const Manner& inManner) {
-    if (inPath != "-") LookAt(inPath, inManner);
+Output::Seen Output::Check(const std::string& inPath, const Manner& inManner) {
+    if (inPath == "-") {
+        RefuseTerminal();
+        return {};
+    }
+    const Old old = LookAt(inPath, inManner);
+    return {old.exists, old.item};
+}
+
+// What takes bytes as they come, a device or a pipe, has nothing to lose.
+void Output::RequireSeen(const std::string& inPath, const Manner& inManner, const Old& inOld) {
+    if (!inManner.seen || inManner.replace == Replace::kAnything) return;
+    if (!inOld.exists || !S_ISREG(inOld.item.st_mode)) return;
+    if (!inManner.seen->exists) throw Failure(EX_CANTCREAT, inPath, kAppeared);
+    if (!IsSameFile(inManner.seen->item, inOld.item)) throw Failure(EX_CANTCREAT, inPath, kChanged);
 }
 
 Output::Output(const std::string& inPath, const Manner& inManner) : mPath(inPath), mManner(inManner) {
@@ -196,6 +211,7 @@ Output::Output(const std::string& inPath, const Manner& inManner) : mPath(inPath
         return;
     }
     const Old old = LookAt(inPath, inManner);
+    RequireSeen(inPath, inManner, old);
     mTarget = old.target;
     mHasOld = old.exists;
     mOld = old.item;
@@ -215,6 +231,7 @@ Output::~Output() {
         // A second signal in between removes the name again. That it is somebody else's by then is out of
         // reach: its six letters were chosen at random.
         ::unlink(mTemporaryPath.c_str());
+        SetUnfinishedFile(nullptr);
     }
     if (!mIsNamed) RemoveMadeFolders();
 }
@@ -231,7 +248,6 @@ void Output::OpenNew() {
 
 // Those that somebody has put something into meanwhile stay.
 void Output::RemoveMadeFolders() const {
-        SetUnfinishedFile(nullptr);
     for (auto folder = mMadeFolders.rbegin(); folder != mMadeFolders.rend(); ++folder)
         ::rmdir(folder->c_str());
 }
@@ -252,8 +268,7 @@ void Output::MakeFolders() {
 }
 
 void Output::OpenStandardOutput() {
-    if (::isatty(STDOUT_FILENO) == 1)
-        throw Failure(EX_USAGE, {}, "standard output is a terminal; send it to a file or a pipe");
+    RefuseTerminal();
     mPath = kStandardOutput;
     mDescriptor = STDOUT_FILENO;
     // A pipe that holds several seconds of sound saves most changes between us and its reader. What is no
@@ -298,6 +313,10 @@ void Output::Commit() {
             throw Failure(EX_CANTCREAT, mPath,
                           "exists, is no WAV file and has other bytes; --force replaces it");
         }
+        if (mManner.isSynced) {
+            SyncItem(mTarget, mPath);
+            SyncFolders();
+        }
         return;
     }
     TakeName();
@@ -312,23 +331,16 @@ void Output::TakeName() {
     const char* const to = mTarget.c_str();
     if (mManner.replace == Replace::kAnything) {
         if (::rename(from, to) != 0) throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
-        if (mManner.isSynced) {
-            SyncItem(mTarget, mPath);
-            SyncFolders();
-        }
         return;
     }
     struct stat now {};
     if (::lstat(to, &now) == 0 && mHasOld) {
-        if (!IsSameFile(now, mOld))
-            throw Failure(EX_CANTCREAT, mPath, "was changed meanwhile; --force replaces it");
+        if (!IsSameFile(now, mOld)) throw Failure(EX_CANTCREAT, mPath, kChanged);
         if (::rename(from, to) != 0) throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
         return;
     }
-    if (MoveToNewName(from, to) != 0) {
-        throw Failure(EX_CANTCREAT, mPath,
-                      errno == EEXIST ? "appeared meanwhile; --force replaces it" : SystemReason(errno));
-    }
+    if (MoveToNewName(from, to) != 0)
+        throw Failure(EX_CANTCREAT, mPath, errno == EEXIST ? kAppeared : SystemReason(errno));
 }
 
 void Output::SyncFolders() const {

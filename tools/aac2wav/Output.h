@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,11 +21,11 @@ void Print(const std::string& inText);
 // Whether something has this name: a link to nothing, too, but no folder, which cannot be an output.
 bool IsTaken(const std::string& inPath);
 
-// Belongs to one thread. Unless Commit was called, the destructor leaves things as they were before.
 // The file that a path leads to, which need not be there yet. Throws Failure (EX_CANTCREAT) for links that
 // lead back to themselves.
 std::string FollowLinks(const std::string& inPath);
 
+// Belongs to one thread. Unless Commit was called, the destructor leaves things as they were before.
 class Output {
   public:
     enum class Replace {
@@ -33,6 +34,11 @@ class Output {
         kThisFile,   // whatever is there now, but not what comes in its place meanwhile
         kAnything
     };
+    // What has a name before the work begins.
+    struct Seen {
+        bool exists = false;
+        struct stat item {};
+    };
     struct Manner {
         Replace replace = Replace::kSoundOnly;
         // What is written is no WAV file. One of the same bytes is then left as it is, so that a command can
@@ -40,6 +46,8 @@ class Output {
         bool isHeaderless = false;
         bool isSynced = false;      // Commit waits until the disk has it
         bool makesFolders = false;  // those on the way to the file
+        // From Check. A file that is not this one stays, except with kAnything.
+        std::optional<Seen> seen;
     };
 
     // "-" is standard output. A regular file, new or old, is written under another name in the same folder; a
@@ -50,8 +58,9 @@ class Output {
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    // Throws what the constructor would for what is there already; changes nothing.
-    static void Check(const std::string& inPath, const Manner& inManner);
+    // Throws what the constructor would for what is there already; changes nothing. Reading the input can
+    // take hours: the constructor is to be told what was there before, by the manner.
+    static Seen Check(const std::string& inPath, const Manner& inManner);
 
     // An old WAV file stands there, all of it.
     bool ReplacesWholeWAV() const { return mOldIsWhole; }
@@ -72,6 +81,7 @@ class Output {
   private:
     struct Old;
     static Old LookAt(const std::string& inPath, const Manner& inManner);
+    static void RequireSeen(const std::string& inPath, const Manner& inManner, const Old& inOld);
     static void LookIntoFile(const std::string& inPath, const Manner& inManner, Old& ioOld);
     void OpenStandardOutput();
     void OpenDirectly();

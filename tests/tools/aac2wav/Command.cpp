@@ -94,7 +94,7 @@ int Command::OpenPipeOf(const std::string& inBytes) {
 int Command::OpenInput(int inErr) {
     if (typed) {
         EXPECT_EQ(Stream::kTerminal, err);
-        EXPECT_EQ(static_cast<ssize_t>(typed->size()), write(mErr, typed->data(), typed->size()));
+        Type(*typed);
         return dup(inErr);
     }
     if (inText) return OpenPipeOf(*inText);
@@ -256,6 +256,10 @@ void Command::Signal(int inSignal) const {
 }
 
 Outcome Command::Wait() {
+void Command::Type(const std::string& inTyped) const {
+    EXPECT_EQ(static_cast<ssize_t>(inTyped.size()), write(mErr, inTyped.data(), inTyped.size()));
+}
+
     Outcome outcome;
     const auto deadline = std::chrono::steady_clock::now() + kPatience;
     while (mOut >= 0 || mErr >= 0) {

@@ -68,6 +68,8 @@ class Command {
     int WaitingErrorByteCount() const;  // of standard error
     void Signal(int inSignal) const;
     // Sends a traced command a signal as it begins the inCount-th reading of a file, and answers how many
+    // At the terminal of standard error.
+    void Type(const std::string& inTyped) const;
     // more of that file it began until it ended. Every call of the system's is stopped at: no time plays a
     // part.
     int ReadingsAfter(int inSignal, int inCount, const std::string& inFile);

@@ -279,6 +279,23 @@ TEST_F(Asking, TheOptionsAnswer) {
     EXPECT_EQ(kToneBytes, Song().size());
 }
 
+// Somebody may think for an hour, and another program work meanwhile.
+TEST_F(Asking, TheAnswerIsAboutTheFileThatWasThere) {
+    Command command({Path("song.m4a")});
+    command.err = Command::Stream::kTerminal;
+    command.typed = "";
+    command.Start();
+    while (command.IsRunning() && command.WaitingErrorByteCount() == 0) {
+    }
+    WriteFile(Path("song.wav"), "another's");
+    command.Type("y\n");
+    const Outcome outcome = command.Wait();
+    EXPECT_EQ(EX_CANTCREAT, outcome.exitCode);
+    EXPECT_THAT(outcome.err, HasSubstr(Path("song.wav") + ": was changed meanwhile"));
+    EXPECT_EQ("another's", Song());
+    EXPECT_EQ((std::vector<std::string>{"song.m4a", "song.wav"}), mFolder.Names());
+}
+
 TEST_F(Asking, CanBeStopped) {
     Command command({Path("song.m4a")});
     command.err = Command::Stream::kTerminal;

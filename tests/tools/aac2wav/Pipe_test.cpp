@@ -3,8 +3,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sysexits.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
@@ -135,6 +137,44 @@ TEST_F(Piped, CanBeStoppedWhileItWaits) {
     EXPECT_EQ(SIGTERM, command.Wait().signal);
     EXPECT_TRUE(mFolder.Names().empty());
     EXPECT_EQ(std::vector<std::string>{"pipe"}, mOut.Names());
+}
+
+// Nothing would be left in it for a second try.
+TEST_F(Piped, NothingIsTakenForATerminal) {
+    const std::string pipe = mOut / "pipe";
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    const int ends = open(pipe.c_str(), O_RDWR | O_CLOEXEC);  // never closed while the command runs
+    ASSERT_EQ(5, write(ends, "words", 5));
+    Command command({"-"});
+    command.inPath = pipe;
+    command.out = Command::Stream::kTerminal;
+    const Outcome outcome = command.Run();
+    int count = 0;
+    EXPECT_EQ(0, ioctl(ends, FIONREAD, &count));
+    close(ends);
+    EXPECT_EQ(EX_USAGE, outcome.exitCode);
+    EXPECT_EQ("aac2wav: standard output is a terminal; send it to a file or a pipe\n", outcome.err);
+    EXPECT_EQ(5, count);
+}
+
+// A pipe can take hours, and what is a WAV file then is somebody's.
+TEST_F(Piped, WhatComesWhileItIsReadStays) {
+    const std::string pipe = mOut / "pipe";
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    Command command({pipe, mOut / "out.wav"});
+    command.environment = {"TMPDIR=" + mFolder / ""};
+    command.Start();
+    // Opening waits for us, so this is not before the command has looked.
+    std::ofstream writer(pipe, std::ios::binary);
+    const std::string another = ReadFile(Fixture("tone-24.wav"));
+    WriteFile(mOut / "out.wav", another);
+    writer << mSound << std::flush;
+    writer.close();
+    const Outcome outcome = command.Wait();
+    EXPECT_EQ(EX_CANTCREAT, outcome.exitCode);
+    EXPECT_EQ("aac2wav: " + mOut / "out.wav" + ": appeared meanwhile; --force replaces it\n", outcome.err);
+    EXPECT_TRUE(another == ReadFile(mOut / "out.wav"));
+    EXPECT_EQ((std::vector<std::string>{"out.wav", "pipe"}), mOut.Names());
 }
 
 TEST_F(Piped, ANamedPipeIsTheSame) {
