@@ -98,6 +98,7 @@ int Command::OpenInput(int inErr) {
         return dup(inErr);
     }
     if (inText) return OpenPipeOf(*inText);
+    if (inDescriptor >= 0) return dup(inDescriptor);
     const int descriptor = open(inPath.empty() ? "/dev/null" : inPath.c_str(), O_RDONLY);
     EXPECT_GE(descriptor, 0) << inPath;
     if (inOffset != 0) {
@@ -255,11 +256,11 @@ void Command::Signal(int inSignal) const {
     EXPECT_EQ(0, kill(mProcess, inSignal));
 }
 
-Outcome Command::Wait() {
 void Command::Type(const std::string& inTyped) const {
     EXPECT_EQ(static_cast<ssize_t>(inTyped.size()), write(mErr, inTyped.data(), inTyped.size()));
 }
 
+Outcome Command::Wait() {
     Outcome outcome;
     const auto deadline = std::chrono::steady_clock::now() + kPatience;
     while (mOut >= 0 || mErr >= 0) {

@@ -46,6 +46,7 @@ class Command {
     std::vector<std::string> environment;  // "NAME=value", added
     std::string inPath;                    // standard input is this file, else nothing,
     off_t inOffset = 0;                    // from here on,
+    int inDescriptor = -1;                 // or what is open here,
     std::optional<std::string> inText;     // or a pipe with these bytes,
     std::optional<std::string> typed;      // or the terminal of standard error, where this is typed
     Stream out = Stream::kCaptured;
@@ -67,9 +68,9 @@ class Command {
     int WaitingByteCount() const;
     int WaitingErrorByteCount() const;  // of standard error
     void Signal(int inSignal) const;
-    // Sends a traced command a signal as it begins the inCount-th reading of a file, and answers how many
     // At the terminal of standard error.
     void Type(const std::string& inTyped) const;
+    // Sends a traced command a signal as it begins the inCount-th reading of a file, and answers how many
     // more of that file it began until it ended. Every call of the system's is stopped at: no time plays a
     // part.
     int ReadingsAfter(int inSignal, int inCount, const std::string& inFile);
