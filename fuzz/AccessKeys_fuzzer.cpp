@@ -16,7 +16,7 @@
 
 namespace {
 
-using toolbox::movies::AccessKeyList;
+using toolbox::keys::AccessKeyList;
 
 void Require(bool inHolds, int inLine = __builtin_LINE()) {
     if (inHolds) return;

@@ -11,9 +11,9 @@
 
 namespace {
 
-using toolbox::movies::AtomChildren;
-using toolbox::movies::AtomHeader;
-using toolbox::movies::AtomTree;
+using toolbox::atoms::AtomChildren;
+using toolbox::atoms::AtomHeader;
+using toolbox::atoms::AtomTree;
 using toolbox::os::Load16;
 using toolbox::os::Load32;
 using toolbox::os::Store16;

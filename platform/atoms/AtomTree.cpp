@@ -2,7 +2,7 @@
 
 #include "os/BigEndian.h"
 
-namespace toolbox::movies {
+namespace toolbox::atoms {
 
 namespace {
 
@@ -52,4 +52,4 @@ bool AtomChildren::Next(AtomHeader& outChild) {
     return true;
 }
 
-}  // namespace toolbox::movies
+}  // namespace toolbox::atoms

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <span>
 
-namespace toolbox::movies {
+namespace toolbox::atoms {
 
 struct AtomHeader {
     static constexpr std::size_t kSizeBytes = 20;
@@ -68,4 +68,4 @@ class AtomChildren {
     std::uint16_t mRemaining;
 };
 
-}  // namespace toolbox::movies
+}  // namespace toolbox::atoms

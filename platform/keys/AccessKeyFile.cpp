@@ -14,7 +14,7 @@
 #include <cerrno>
 #include <string>
 
-namespace toolbox::movies {
+namespace toolbox::keys {
 
 namespace {
 
@@ -101,4 +101,4 @@ OSStatus ChangeSystemKeys(KeyChange inChange, const AccessKey& inKey) {
     return status == noErr ? ChangeLocked(KeyFile(folder), inChange, inKey) : status;
 }
 
-}  // namespace toolbox::movies
+}  // namespace toolbox::keys

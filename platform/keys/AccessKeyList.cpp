@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace toolbox::movies {
+namespace toolbox::keys {
 
 namespace {
 
@@ -115,4 +115,4 @@ bool AccessKeyList::Decode(std::string_view inText) {
     return true;
 }
 
-}  // namespace toolbox::movies
+}  // namespace toolbox::keys

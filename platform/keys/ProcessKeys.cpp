@@ -4,7 +4,7 @@
 
 #include <toolbox/MacErrors.h>
 
-namespace toolbox::movies {
+namespace toolbox::keys {
 
 namespace {
 
@@ -36,4 +36,4 @@ OSStatus ChangeProcessKeys(KeyChange inChange, const AccessKey& inKey) {
     return noErr;
 }
 
-}  // namespace toolbox::movies
+}  // namespace toolbox::keys

@@ -11,9 +11,9 @@
 
 namespace {
 
-using toolbox::movies::AccessKey;
-using toolbox::movies::AccessKeyList;
-using toolbox::movies::KeyChange;
+using toolbox::keys::AccessKey;
+using toolbox::keys::AccessKeyList;
+using toolbox::keys::KeyChange;
 
 std::string TextOf(ConstStr255Param inText) {
     return std::string(reinterpret_cast<const char*>(inText) + 1, inText[0]);
@@ -24,8 +24,8 @@ OSStatus Change(KeyChange inChange, ConstStr255Param inType, SInt32 inFlags, Han
     const Size byteCount = GetHandleSize(inKey);
     if (MemError() != noErr) return MemError();
     const AccessKey key = {TextOf(inType), std::string(*inKey, static_cast<std::size_t>(byteCount))};
-    return inFlags == kAccessKeySystemFlag ? toolbox::movies::ChangeSystemKeys(inChange, key)
-                                           : toolbox::movies::ChangeProcessKeys(inChange, key);
+    return inFlags == kAccessKeySystemFlag ? toolbox::keys::ChangeSystemKeys(inChange, key)
+                                           : toolbox::keys::ChangeProcessKeys(inChange, key);
 }
 
 OSStatus MakeContainer(const std::vector<std::string_view>& inKeys, QTAtomContainer& outContainer) {
@@ -43,10 +43,10 @@ OSStatus MakeContainer(const std::vector<std::string_view>& inKeys, QTAtomContai
 OSStatus Get(ConstStr255Param inType, SInt32 inFlags, QTAtomContainer& outKeys) {
     AccessKeyList keys;
     if (inFlags == kAccessKeySystemFlag) {
-        const OSStatus status = toolbox::movies::LoadSystemKeys(keys);
+        const OSStatus status = toolbox::keys::LoadSystemKeys(keys);
         if (status != noErr) return status;
     } else {
-        keys = toolbox::movies::CopyProcessKeys();
+        keys = toolbox::keys::CopyProcessKeys();
     }
     return MakeContainer(keys.KeysOf(TextOf(inType)), outKeys);
 }

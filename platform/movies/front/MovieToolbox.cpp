@@ -17,7 +17,7 @@
 
 namespace {
 
-using toolbox::movies::AccessKeyList;
+using toolbox::keys::AccessKeyList;
 
 constexpr std::string_view kArchitectureType = "SoundArchitecture";
 
@@ -34,7 +34,7 @@ OSType ChosenBy(const AccessKeyList& inKeys) {
     const auto keys = inKeys.KeysOf(kArchitectureType);
     const auto has = [&](std::string_view inKey) {
         return std::any_of(keys.begin(), keys.end(), [&](std::string_view inHeld) {
-            return toolbox::movies::IsSameKeyText(inHeld, inKey);
+            return toolbox::keys::IsSameKeyText(inHeld, inKey);
         });
     };
     if (has("coreaudio")) return kSoundArchitectureCoreAudio;
@@ -44,10 +44,10 @@ OSType ChosenBy(const AccessKeyList& inKeys) {
 OSStatus ChooseArchitecture(OSType& outArchitecture) {
     outArchitecture = kSoundArchitectureCoreAudio;
     try {
-        OSType chosen = ChosenBy(toolbox::movies::CopyProcessKeys());
+        OSType chosen = ChosenBy(toolbox::keys::CopyProcessKeys());
         if (chosen == 0) {
             AccessKeyList keys;
-            const OSStatus status = toolbox::movies::LoadSystemKeys(keys);
+            const OSStatus status = toolbox::keys::LoadSystemKeys(keys);
             if (status != noErr) return status;
             chosen = ChosenBy(keys);
         }

@@ -21,7 +21,7 @@
 
 namespace {
 
-using namespace toolbox::movies;
+using namespace toolbox::keys;
 using test_files::FailingCalls;
 using test_files::OpenDescriptorCount;
 using toolbox::os::CallsForTesting;

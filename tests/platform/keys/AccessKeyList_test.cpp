@@ -6,9 +6,9 @@
 
 namespace {
 
-using toolbox::movies::AccessKey;
-using toolbox::movies::AccessKeyList;
-using toolbox::movies::IsSameKeyText;
+using toolbox::keys::AccessKey;
+using toolbox::keys::AccessKeyList;
+using toolbox::keys::IsSameKeyText;
 
 std::string Joined(const AccessKeyList& inKeys, std::string_view inType) {
     std::string text;

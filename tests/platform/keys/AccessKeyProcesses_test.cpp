@@ -15,7 +15,7 @@
 
 namespace {
 
-using namespace toolbox::movies;
+using namespace toolbox::keys;
 
 constexpr int kKeyCount = 1000;
 constexpr int kKeysPerLeave = 100;

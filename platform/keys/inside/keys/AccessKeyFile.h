@@ -8,7 +8,7 @@
 
 #include <cstddef>
 
-namespace toolbox::movies {
+namespace toolbox::keys {
 
 constexpr std::size_t kMaxKeyFileBytes = std::size_t{1} << 20;
 
@@ -23,4 +23,4 @@ enum class KeyChange { kAdd, kRemove };
 // was. Throws std::bad_alloc.
 [[nodiscard]] OSStatus ChangeSystemKeys(KeyChange inChange, const AccessKey& inKey);
 
-}  // namespace toolbox::movies
+}  // namespace toolbox::keys

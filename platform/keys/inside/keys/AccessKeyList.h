@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace toolbox::movies {
+namespace toolbox::keys {
 
 struct AccessKey {
     std::string type;  // at most 255 bytes
@@ -38,4 +38,4 @@ class AccessKeyList {
 // Equal but for the case of ASCII letters.
 bool IsSameKeyText(std::string_view inOne, std::string_view inOther);
 
-}  // namespace toolbox::movies
+}  // namespace toolbox::keys

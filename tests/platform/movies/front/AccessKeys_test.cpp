@@ -70,10 +70,10 @@ std::string Keys(const std::string& inType, SInt32 inFlags) {
 class AccessKeysTest : public testing::TestWithParam<SInt32> {
   protected:
     ~AccessKeysTest() override {
-        const toolbox::movies::AccessKeyList left = toolbox::movies::CopyProcessKeys();
+        const toolbox::keys::AccessKeyList left = toolbox::keys::CopyProcessKeys();
         for (const std::string_view key : left.KeysOf("Type"))
             EXPECT_EQ(noErr, Unregister("Type", std::string(key), 0));
-        EXPECT_EQ(0U, toolbox::movies::CopyProcessKeys().Count());
+        EXPECT_EQ(0U, toolbox::keys::CopyProcessKeys().Count());
         EXPECT_EQ(mLiveHandles, GetLiveHandleCount());
     }
 
@@ -209,9 +209,9 @@ TEST_F(AccessKeysOfTheProcess, LeaveNoFile) {
 }
 
 TEST_F(AccessKeysOfTheProcess, AreSoMany) {
-    using toolbox::movies::ChangeProcessKeys;
-    using toolbox::movies::KeyChange;
-    const std::size_t most = toolbox::movies::AccessKeyList::kMaxKeys;
+    using toolbox::keys::ChangeProcessKeys;
+    using toolbox::keys::KeyChange;
+    const std::size_t most = toolbox::keys::AccessKeyList::kMaxKeys;
     for (std::size_t i = 0; i < most; ++i)
         ASSERT_EQ(noErr, ChangeProcessKeys(KeyChange::kAdd, {"many", std::to_string(i)}));
     EXPECT_EQ(memFullErr, Register("Type", "one more", 0));

@@ -18,9 +18,9 @@
 
 namespace {
 
-using toolbox::movies::ChangeProcessKeys;
-using toolbox::movies::ChangeSystemKeys;
-using toolbox::movies::KeyChange;
+using toolbox::keys::ChangeProcessKeys;
+using toolbox::keys::ChangeSystemKeys;
+using toolbox::keys::KeyChange;
 
 class MovieToolboxTest : public testing::Test {
   protected:
