@@ -1,5 +1,7 @@
 #include "Promise.h"
 
+#include "os/BigEndian.h"
+
 #include <toolbox/MacErrors.h>
 
 extern "C" {
@@ -36,10 +38,7 @@ class Bytes {
     std::uint64_t Big(std::int64_t inOffset, std::size_t inCount) const {
         std::array<std::uint8_t, 8> bytes;
         Copy(inOffset, bytes.data(), inCount);
-        std::uint64_t value = 0;
-        for (std::size_t i = 0; i < inCount; ++i)
-            value = value << 8 | bytes[i];
-        return value;
+        return os::LoadNumber(bytes.data(), inCount);
     }
     std::uint64_t Little(std::int64_t inOffset, std::size_t inCount) const {
         std::array<std::uint8_t, 8> bytes;
@@ -247,10 +246,8 @@ bool IsFLACCut(const AVStream& inStream, const FoundSound& inFound) {
     constexpr int kStreamInfoBytes = 34;
     const AVCodecParameters& parameters = *inStream.codecpar;
     if (parameters.extradata_size < kStreamInfoBytes) return false;
-    std::int64_t total = parameters.extradata[13] & 0x0F;
-    for (int i = 14; i < 18; ++i)
-        total = total << 8 | parameters.extradata[i];
-    return inFound.frameCount < total;
+    const std::uint64_t total = os::LoadNumber(parameters.extradata + 13, 5) & 0xF'FFFF'FFFF;
+    return inFound.frameCount < static_cast<std::int64_t>(total);
 }
 
 // How many frames of its codec a Xing, Info or VBRI header tells, 0 when there is none.
