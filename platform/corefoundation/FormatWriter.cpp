@@ -1,8 +1,7 @@
 #include "FormatWriter.h"
 
 #include "StringObject.h"
-
-#include <locale.h>
+#include "os/CLocale.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -13,22 +12,6 @@
 namespace toolbox::corefoundation {
 
 namespace {
-
-// The C locale on the thread: numbers are written with a point and without grouping whatever the program set.
-class CLocale {
-  public:
-    CLocale() : mSaved(uselocale(Get())) {}
-    ~CLocale() { uselocale(mSaved); }
-    CLocale(const CLocale&) = delete;
-    CLocale& operator=(const CLocale&) = delete;
-
-  private:
-    static locale_t Get() {
-        static const locale_t sLocale = newlocale(LC_ALL_MASK, "C", nullptr);
-        return sLocale;
-    }
-    locale_t mSaved;
-};
 
 class Writer {
   public:
@@ -199,7 +182,7 @@ class Writer {
         return WriteNumber(longConversion, Value().longNumber);
     }
 
-    // By the C library, which knows all about numbers.
+    // By the C library, which knows all about numbers; with a point and without grouping.
     template <typename Number>
     bool WriteNumber(const char* inConversion, Number inNumber) {
         char directive[16];
@@ -213,7 +196,8 @@ class Writer {
         end = stpcpy(stpcpy(end, "*.*"), inConversion);
         const int width = std::max<SInt32>(mWidth, 0);
         SystemArray<char, 256> bytes;
-        const CLocale locale;
+        const os::CLocaleOnThread locale;
+        if (!locale.IsSet()) return false;
         int count = std::snprintf(bytes.Data(), static_cast<std::size_t>(bytes.Capacity()), directive, width,
                                   mPrecision, inNumber);
         if (count >= bytes.Capacity()) {

@@ -1,13 +1,13 @@
 #include "os/ErrorText.h"
 
-#include <locale.h>
-#include <string.h>
+#include "os/CLocale.h"
+#include "os/SystemCalls.h"
 
 namespace toolbox::os {
 
 const char* GetErrorText(int inErrno) {
-    static const locale_t sEnglish = newlocale(LC_MESSAGES_MASK, "C", nullptr);
-    return sEnglish == nullptr ? "" : strerror_l(inErrno, sEnglish);
+    const locale_t english = GetCLocale();
+    return english == nullptr ? "" : Calls().strerror_l(inErrno, english);
 }
 
 }  // namespace toolbox::os

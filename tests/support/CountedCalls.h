@@ -38,7 +38,8 @@ class CountedCalls {
     static inline toolbox::os::SystemCalls sReal;
 
     static bool IsCounted(toolbox::os::Failure inFailure) {
-        return inFailure != toolbox::os::Failure::kNone && inFailure != toolbox::os::Failure::kNoMemory;
+        return inFailure != toolbox::os::Failure::kNone && inFailure != toolbox::os::Failure::kOnlyZero &&
+               inFailure != toolbox::os::Failure::kNoMemory;
     }
 
     template <auto kCall, typename Function = std::remove_reference_t<decltype(sReal.*kCall)>>

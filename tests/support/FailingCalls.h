@@ -9,9 +9,12 @@
 
 namespace test_files {
 
-// While it lives, the n-th call of those that tell an errno fails with one: once, or it and all after it. A
-// call that closes does close before it fails, as the system's own does. Calls that give memory do not fail,
-// nor do those that have no way to tell. One at a time, on one thread.
+// While it lives, the n-th call of those that can fail does so, with an errno if it tells one: once, or it
+// and all after it. A call that closes does close before it fails, as the system's own does. Calls that give
+// memory do not fail, nor do those that have no way to tell. One at a time, on one thread.
+//
+// Variables of the environment are gone then. So that what is looked for in the next place is found, and the
+// user's own folders are left alone, HOME and the user database tell of the test's folder.
 class FailingCalls {
   public:
     using Extent = support::Countdown::Extent;
@@ -50,16 +53,19 @@ class FailingCalls {
         static Result Call(Arguments... inArguments) {
             if (!sCountdown.IsDue()) return (sReal.*kCall)(inArguments...);
             if (sFailure == toolbox::os::Failure::kClosed) (void)(sReal.*kCall)(inArguments...);
-            // What answers an errno leaves the thread's own alone.
-            if (sFailure != toolbox::os::Failure::kErrno) errno = sErrno;
+            // What answers an errno, or only zero, leaves the thread's own alone.
+            if (sFailure != toolbox::os::Failure::kErrno && sFailure != toolbox::os::Failure::kOnlyZero) errno = sErrno;
             return FailedResult();
         }
         static Result FailedResult() {
             if constexpr (std::is_integral_v<Result>) {
                 if (sFailure == toolbox::os::Failure::kErrno) return sErrno;
-                if (sFailure != toolbox::os::Failure::kZero) return static_cast<Result>(-1);
+                if (!IsToldByZero()) return static_cast<Result>(-1);
             }
             return Result();
+        }
+        static bool IsToldByZero() {
+            return sFailure == toolbox::os::Failure::kZero || sFailure == toolbox::os::Failure::kOnlyZero;
         }
     };
 

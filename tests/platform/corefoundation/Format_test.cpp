@@ -1,6 +1,8 @@
 #include "CFSupport.h"
 #include "Faults.h"
+#include "os/CLocale_test_access.h"
 #include "support/CommaLocale.h"
+#include "support/FailingCalls.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/CFDate.h>
@@ -8,6 +10,7 @@
 #include <toolbox/CFUUID.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cinttypes>
 #include <climits>
 #include <cmath>
@@ -135,6 +138,18 @@ TEST(Format, NumbersHaveAPointInEveryLocale) {
     const support::CommaLocale locale;
     EXPECT_EQ(u"1,5 1.234.567", Printed("%.1f %'d", 1.5, 1234567));
     EXPECT_EQ(u"1.5 1234567", Formatted("%.1f %'d", 1.5, 1234567));
+    EXPECT_EQ(u"1,5", Printed("%.1f", 1.5)) << "the program's locale is as before";
+}
+
+TEST(Format, NoNumberIsWrittenInAnotherLocale) {
+    const CommaLocale locale;
+    for (const bool isMade : {false, true}) {
+        if (!isMade) toolbox::os::ForgetCLocaleForTesting();
+        const test_files::FailingCalls fault(1, ENOMEM);
+        EXPECT_EQ(u"<none>", Formatted("%.1f", 1.5)) << isMade;
+        EXPECT_TRUE(fault.Delivered());
+    }
+    EXPECT_EQ(u"1.5", Formatted("%.1f", 1.5));
     EXPECT_EQ(u"1,5", Printed("%.1f", 1.5)) << "the program's locale is as before";
 }
 

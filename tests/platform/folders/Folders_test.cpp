@@ -418,6 +418,7 @@ TEST_P(Folders, OutputIsUntouchedOnFailure) {
 }
 
 TEST_P(Folders, EveryFailingCallIsTold) {
+    const test_files::UserDatabase database(mHome.Path().c_str());
     const std::size_t descriptorsBefore = OpenDescriptorCount();
     const OSErr expected[] = {noErr, ioErr};
     for (const OSType type : {OSType{kTrashFolderType}, OSType{kDesktopFolderType}}) {

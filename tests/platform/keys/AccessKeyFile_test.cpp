@@ -259,7 +259,7 @@ TEST_F(AccessKeyFileTest, EveryCallOfTheFileManagerFails) {
 
 TEST_F(AccessKeyFileTest, InterruptedReadsGoOn) {
     ASSERT_EQ(noErr, Add("one"));
-    FailingCalls fault(3, EINTR);  // opened, asked for its status, read
+    FailingCalls fault(4, EINTR);  // the variable, opened, asked for its status, read
     EXPECT_EQ("one ", Loaded());
     EXPECT_TRUE(fault.Delivered());
 }

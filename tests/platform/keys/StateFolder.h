@@ -1,9 +1,11 @@
-// A user's state folder of the test's own, so that nobody's access keys are read or changed.
+// A user's state folder of the test's own, in a home folder of its own, so that nobody's access keys are read
+// or changed.
 #pragma once
 
 #include "support/TemporaryFolder.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -39,14 +41,17 @@ class Environment {
 
 class StateFolder {
   public:
-    StateFolder() { mEnvironment.Set("XDG_STATE_HOME", mFolder.Path().c_str()); }
+    StateFolder() {
+        mEnvironment.Set("HOME", mHome.Path().c_str());
+        mEnvironment.Set("XDG_STATE_HOME", mPath.c_str());
+    }
 
-    const std::string& Path() const { return mFolder.Path(); }
-    std::string KeyFolder() const { return mFolder / "mirtal"; }
-    std::string KeyFile() const { return mFolder / "mirtal/access-keys"; }
+    const std::string& Path() const { return mPath; }
+    std::string KeyFolder() const { return mPath + "/mirtal"; }
+    std::string KeyFile() const { return KeyFolder() + "/access-keys"; }
     void PutText(const std::string& inText) const {
-        mFolder.MakeFolder("mirtal");
-        mFolder.MakeFile("mirtal/access-keys", inText);
+        std::filesystem::create_directories(KeyFolder());
+        std::ofstream(KeyFile(), std::ios::binary) << inText;
     }
     // "-" when there is no file.
     std::string Text() const {
@@ -67,7 +72,8 @@ class StateFolder {
     }
 
   private:
-    test_files::TemporaryFolder mFolder;
+    test_files::TemporaryFolder mHome;
+    const std::string mPath = mHome.MakeFolder(".local/state");
     Environment mEnvironment;
 };
 

@@ -1,8 +1,11 @@
-// The calls by which the platform reaches the system: all of them, by the system's own names.
+// The calls by which the platform reaches the system: all of them, by the system's own names. Outside stand
+// what std::mutex and operator new call, exit(), which does not come back to tell of a failure, and what the
+// libraries beneath call by themselves.
 #pragma once
 
 #include <dirent.h>
 #include <dlfcn.h>
+#include <locale.h>
 #include <sys/types.h>
 #include <time.h>
 
@@ -21,6 +24,7 @@ namespace toolbox::os {
 enum class Failure {
     kMinusOne,  // by -1, with errno
     kZero,      // by 0 or null, with errno
+    kOnlyZero,  // by 0 or null without errno; it may be an answer as well
     kErrno,     // by the errno itself
     kClosed,    // by -1, with errno; what it was to close is closed all the same
     kNoMemory,  // by null: it gives memory
@@ -57,7 +61,7 @@ enum class Failure {
     CALL(readlinkat, ssize_t(int, const char*, char*, std::size_t), kMinusOne, ::readlinkat)                \
     CALL(realpath, char*(const char*, char*), kZero, ::realpath)                                            \
     CALL(isatty, int(int), kZero, ::isatty)                                                                 \
-    CALL(getenv, char*(const char*), kNone, ::getenv)                                                       \
+    CALL(getenv, char*(const char*), kOnlyZero, ::getenv)                                                   \
     CALL(getuid, uid_t(), kNone, ::getuid)                                                                  \
     CALL(getpid, pid_t(), kNone, ::getpid)                                                                  \
     CALL(getpwuid_r, int(uid_t, struct passwd*, char*, std::size_t, struct passwd**), kErrno, ::getpwuid_r) \
@@ -67,11 +71,15 @@ enum class Failure {
     CALL(sysinfo, int(struct sysinfo*), kMinusOne, ::sysinfo)                                               \
     CALL(sigaction, int(int, const struct sigaction*, struct sigaction*), kMinusOne, ::sigaction)           \
     CALL(raise, int(int), kMinusOne, ::raise)                                                               \
-    CALL(dlopen, void*(const char*, int), kZero, ::dlopen)                                                  \
+    CALL(dlopen, void*(const char*, int), kOnlyZero, ::dlopen)                                              \
     CALL(dlclose, int(void*), kClosed, ::dlclose)                                                           \
-    CALL(dlsym, void*(void*, const char*), kZero, ::dlsym)                                                  \
+    CALL(dlsym, void*(void*, const char*), kOnlyZero, ::dlsym)                                              \
     CALL(dlinfo, int(void*, int, void*), kMinusOne, ::dlinfo)                                               \
-    CALL(dladdr1, int(const void*, Dl_info*, void**, int), kZero, ::dladdr1)                                \
+    CALL(dladdr1, int(const void*, Dl_info*, void**, int), kOnlyZero, ::dladdr1)                            \
+    CALL(newlocale, locale_t(int, const char*, locale_t), kZero, ::newlocale)                               \
+    CALL(uselocale, locale_t(locale_t), kZero, ::uselocale)                                                 \
+    CALL(freelocale, void(locale_t), kNone, ::freelocale)                                                   \
+    CALL(strerror_l, char*(int, locale_t), kNone, ::strerror_l)                                             \
     CALL(malloc, void*(std::size_t), kNoMemory, ::malloc)                                                   \
     CALL(calloc, void*(std::size_t, std::size_t), kNoMemory, ::calloc)                                      \
     CALL(realloc, void*(void*, std::size_t), kNoMemory, ::realloc)                                          \
