@@ -60,16 +60,18 @@ constexpr BaseFolder kBaseFolders[] = {
     {kTrashFolderType, "XDG_DATA_HOME", ".local/share", "/Trash/files"},
 };
 
-std::string UserDomainPath(OSType inType) {
-    if (inType == kDomainTopLevelFolderType || inType == kCurrentUserFolderType) return os::HomePath();
+int GetUserDomainPath(OSType inType, std::string& outPath) {
+    if (inType == kDomainTopLevelFolderType || inType == kCurrentUserFolderType)
+        return os::GetHomePath(outPath);
     for (const UserFolder& folder : kUserFolders)
-        if (folder.type == inType) return UserFolderPath(folder.kind, folder.nameInHome);
+        if (folder.type == inType) return GetUserFolderPath(folder.kind, folder.nameInHome, outPath);
     for (const BaseFolder& folder : kBaseFolders) {
         if (folder.type != inType) continue;
-        const std::string base = os::BaseFolderPath(folder.variable, folder.pathInHome);
-        return base.empty() ? base : base + folder.pathInFolder;
+        const int error = os::GetBaseFolderPath(folder.variable, folder.pathInHome, outPath);
+        if (error == 0 && !outPath.empty()) outPath += folder.pathInFolder;
+        return error;
     }
-    return {};
+    return 0;
 }
 
 std::string TemporaryPath() {
@@ -78,14 +80,15 @@ std::string TemporaryPath() {
 }
 
 // A folder beside the toolbox's library.
-std::string PathBesideLibrary(std::string_view inName) {
-    std::string folder;
-    if (os::GetLibraryPath(folder) != 0) return {};
-    folder.erase(folder.rfind('/'));
+int GetPathBesideLibrary(std::string_view inName, std::string& outPath) {
+    const int error = os::GetLibraryPath(outPath);
+    if (error != 0) return error;
+    outPath.erase(outPath.rfind('/'));
     constexpr std::string_view kPrograms = "/bin";
-    if (folder.ends_with(kPrograms))
-        folder.replace(folder.size() - kPrograms.size(), kPrograms.size(), "/lib");
-    return folder.append("/mirtal/").append(inName);
+    if (outPath.ends_with(kPrograms))
+        outPath.replace(outPath.size() - kPrograms.size(), kPrograms.size(), "/lib");
+    outPath.append("/mirtal/").append(inName);
+    return 0;
 }
 
 // Whether a path, or the nearest folder above it that there is, is on the volume.
@@ -117,15 +120,19 @@ bool IsSharedTrash(const std::string& inPath) {
 
 }  // namespace
 
-std::string DomainFolderPath(Domain inDomain, OSType inType) {
-    if (inType == kTemporaryFolderType) return TemporaryPath();
-    if (inDomain == Domain::kUser) return UserDomainPath(inType);
+int GetDomainFolderPath(Domain inDomain, OSType inType, std::string& outPath) {
+    outPath.clear();
+    if (inType == kTemporaryFolderType) {
+        outPath = TemporaryPath();
+        return 0;
+    }
+    if (inDomain == Domain::kUser) return GetUserDomainPath(inType, outPath);
     for (const FixedFolder& folder : kFixedFolders)
-        if (folder.domain == inDomain && folder.type == inType) return folder.path;
-    if (inDomain != Domain::kSystem) return {};
-    if (inType == kFrameworksFolderType) return PathBesideLibrary("Frameworks");
-    if (inType == kPrivateFrameworksFolderType) return PathBesideLibrary("PrivateFrameworks");
-    return {};
+        if (folder.domain == inDomain && folder.type == inType) outPath = folder.path;
+    if (inDomain != Domain::kSystem) return 0;
+    if (inType == kFrameworksFolderType) return GetPathBesideLibrary("Frameworks", outPath);
+    if (inType == kPrivateFrameworksFolderType) return GetPathBesideLibrary("PrivateFrameworks", outPath);
+    return 0;
 }
 
 std::vector<FolderPlace> TemporaryPlacesOn(const Volume& inVolume) {
@@ -134,15 +141,20 @@ std::vector<FolderPlace> TemporaryPlacesOn(const Volume& inVolume) {
     return {{PathInRoot(inVolume, ".TemporaryItems-" + std::to_string(os::Calls().getuid())), true}};
 }
 
-std::vector<FolderPlace> TrashPlacesOn(const Volume& inVolume) {
-    const std::string users = DomainFolderPath(Domain::kUser, kTrashFolderType);
-    if (IsOn(inVolume, users)) return {{users}};
+int GetTrashPlacesOn(const Volume& inVolume, std::vector<FolderPlace>& outPlaces) {
+    outPlaces.clear();
+    std::string users;
+    const int error = GetDomainFolderPath(Domain::kUser, kTrashFolderType, users);
+    if (error != 0) return error;
+    if (IsOn(inVolume, users)) {
+        outPlaces.push_back({users});
+        return 0;
+    }
     const std::string userID = std::to_string(os::Calls().getuid());
-    std::vector<FolderPlace> places;
     const std::string shared = PathInRoot(inVolume, ".Trash");
-    if (IsSharedTrash(shared)) places.push_back({shared + '/' + userID + "/files", true});
-    places.push_back({PathInRoot(inVolume, ".Trash-" + userID + "/files"), true});
-    return places;
+    if (IsSharedTrash(shared)) outPlaces.push_back({shared + '/' + userID + "/files", true});
+    outPlaces.push_back({PathInRoot(inVolume, ".Trash-" + userID + "/files"), true});
+    return 0;
 }
 
 }  // namespace toolbox::files

@@ -13,16 +13,17 @@ namespace toolbox::files {
 
 enum class Domain { kUser, kLocal, kSystem };
 
-// Empty when the domain has no folder of the type, or it is not known.
-std::string DomainFolderPath(Domain inDomain, OSType inType);
+// The path is empty when the domain has no folder of the type, or it is not known. Answers 0, or the errno of
+// what could not be asked for it.
+[[nodiscard]] int GetDomainFolderPath(Domain inDomain, OSType inType, std::string& outPath);
 
 struct FolderPlace {
     std::string path;
     bool isVolumesOwn = false;  // on a volume where others could put a folder or link of this name
 };
 
-// The temporary folders or trashes for a volume's items, the one to prefer first.
+// The temporary folders or trashes for a volume's items, the one to prefer first. An errno as above.
 std::vector<FolderPlace> TemporaryPlacesOn(const Volume& inVolume);
-std::vector<FolderPlace> TrashPlacesOn(const Volume& inVolume);
+[[nodiscard]] int GetTrashPlacesOn(const Volume& inVolume, std::vector<FolderPlace>& outPlaces);
 
 }  // namespace toolbox::files

@@ -66,16 +66,19 @@ OSStatus FindOrMake(const Request& inRequest, bool inMakes, FoundItem& outFolder
     return status;
 }
 
-void AddDomain(Domain inDomain, Request& ioRequest) {
-    std::string path = DomainFolderPath(inDomain, ioRequest.type);
-    if (path.empty()) return;
+OSStatus AddDomain(Domain inDomain, Request& ioRequest) {
+    std::string path;
+    const int error = GetDomainFolderPath(inDomain, ioRequest.type, path);
+    if (error != 0) return StatusOfErrno(error);
+    if (path.empty()) return noErr;
     ioRequest.places.push_back({std::move(path)});
     ioRequest.mode = inDomain == Domain::kUser ? kForTheUserAlone : kForEverybody;
+    return noErr;
 }
 
-void AddUsersOrSystems(Request& ioRequest) {
-    AddDomain(Domain::kUser, ioRequest);
-    if (ioRequest.places.empty()) AddDomain(Domain::kSystem, ioRequest);
+OSStatus AddUsersOrSystems(Request& ioRequest) {
+    const OSStatus status = AddDomain(Domain::kUser, ioRequest);
+    return status == noErr && ioRequest.places.empty() ? AddDomain(Domain::kSystem, ioRequest) : status;
 }
 
 OSStatus AddVolume(SInt16 inNumber, Request& ioRequest) {
@@ -83,12 +86,9 @@ OSStatus AddVolume(SInt16 inNumber, Request& ioRequest) {
     const OSStatus status = GetVolume(inNumber, volume);
     if (status != noErr) return status;
     ioRequest.mode = kForTheUserAlone;
-    if (ioRequest.type == kTemporaryFolderType)
-        ioRequest.places = TemporaryPlacesOn(volume);
-    else if (ioRequest.type == kTrashFolderType)
-        ioRequest.places = TrashPlacesOn(volume);
-    else
-        AddUsersOrSystems(ioRequest);
+    if (ioRequest.type == kTrashFolderType) return StatusOfErrno(GetTrashPlacesOn(volume, ioRequest.places));
+    if (ioRequest.type != kTemporaryFolderType) return AddUsersOrSystems(ioRequest);
+    ioRequest.places = TemporaryPlacesOn(volume);
     return noErr;
 }
 
@@ -97,17 +97,13 @@ OSStatus AddPlaces(SInt16 inWhere, Request& ioRequest) {
         case kOnSystemDisk:
         case kOnAppropriateDisk:
         case 0:
-            AddUsersOrSystems(ioRequest);
-            return noErr;
+            return AddUsersOrSystems(ioRequest);
         case kUserDomain:
-            AddDomain(Domain::kUser, ioRequest);
-            return noErr;
+            return AddDomain(Domain::kUser, ioRequest);
         case kLocalDomain:
-            AddDomain(Domain::kLocal, ioRequest);
-            return noErr;
+            return AddDomain(Domain::kLocal, ioRequest);
         case kSystemDomain:
-            AddDomain(Domain::kSystem, ioRequest);
-            return noErr;
+            return AddDomain(Domain::kSystem, ioRequest);
         case kNetworkDomain:
             return noErr;
         default:

@@ -48,10 +48,11 @@ std::string ReadSetting(std::string_view inLine, std::string_view inVariable, st
 }
 
 std::string ReadUserSettings() {
-    const std::string folder = os::BaseFolderPath("XDG_CONFIG_HOME", ".config");
+    std::string folder;
     std::string contents;
     FoundItem file;
-    if (FindByPath((folder + "/user-dirs.dirs").c_str(), file) != noErr ||
+    if (os::GetBaseFolderPath("XDG_CONFIG_HOME", ".config", folder) != 0 ||
+        FindByPath((folder + "/user-dirs.dirs").c_str(), file) != noErr ||
         ReadSmallFile(MakeRef(file), kMaxSettingsBytes, contents) != noErr)
         return {};
     return contents;
@@ -59,11 +60,14 @@ std::string ReadUserSettings() {
 
 }  // namespace
 
-std::string UserFolderPath(std::string_view inKind, std::string_view inNameInHome) {
-    const std::string home = os::HomePath();
-    if (home.empty()) return {};
-    const std::string path = FindUserFolder(ReadUserSettings(), inKind, home);
-    return path.empty() ? home + '/' + std::string(inNameInHome) : path;
+int GetUserFolderPath(std::string_view inKind, std::string_view inNameInHome, std::string& outPath) {
+    std::string home;
+    const int error = os::GetHomePath(home);
+    outPath.clear();
+    if (error != 0 || home.empty()) return error;
+    outPath = FindUserFolder(ReadUserSettings(), inKind, home);
+    if (outPath.empty()) outPath = home.append(1, '/').append(inNameInHome);
+    return 0;
 }
 
 std::string FindUserFolder(std::string_view inContents, std::string_view inKind,

@@ -8,8 +8,10 @@
 namespace toolbox::files {
 
 // A user directory, for example "DESKTOP": what user-dirs.dirs tells of it, else the folder of that name in
-// the home folder. Empty when the home folder is not known.
-std::string UserFolderPath(std::string_view inKind, std::string_view inNameInHome);
+// the home folder. Empty when the home folder is not known. Answers 0, or the errno of a user database that
+// could not be asked.
+[[nodiscard]] int GetUserFolderPath(std::string_view inKind, std::string_view inNameInHome,
+                                    std::string& outPath);
 
 // What the contents of a user-dirs.dirs tell of a kind; empty when nothing that makes sense.
 std::string FindUserFolder(std::string_view inContents, std::string_view inKind, std::string_view inHomePath);

@@ -22,9 +22,11 @@ constexpr mode_t kFolderMode = 0700;  // as the XDG base directory specification
 constexpr mode_t kLockMode = 0600;
 
 // The folder of the keys; "" when nobody tells where the user's folders are.
-std::string KeyFolder() {
-    const std::string state = os::BaseFolderPath("XDG_STATE_HOME", ".local/state");
-    return state.empty() ? state : state + "/mirtal";
+OSStatus GetKeyFolder(std::string& outFolder) {
+    const int error = os::GetBaseFolderPath("XDG_STATE_HOME", ".local/state", outFolder);
+    if (error != 0) return StatusOfErrno(error);
+    if (!outFolder.empty()) outFolder += "/mirtal";
+    return noErr;
 }
 
 std::string KeyFile(const std::string& inFolder) {
@@ -79,18 +81,20 @@ OSStatus ChangeLocked(const std::string& inPath, KeyChange inChange, const Acces
 }  // namespace
 
 OSStatus LoadSystemKeys(AccessKeyList& outKeys) {
-    const std::string folder = KeyFolder();
-    if (!folder.empty()) return Load(KeyFile(folder), outKeys);
     outKeys = {};
-    return noErr;
+    std::string folder;
+    const OSStatus status = GetKeyFolder(folder);
+    return status != noErr || folder.empty() ? status : Load(KeyFile(folder), outKeys);
 }
 
 OSStatus ChangeSystemKeys(KeyChange inChange, const AccessKey& inKey) {
-    const std::string folder = KeyFolder();
+    std::string folder;
+    OSStatus status = GetKeyFolder(folder);
+    if (status != noErr) return status;
     if (folder.empty()) return fnfErr;
     // What is so already needs neither a lock nor a folder.
     AccessKeyList keys;
-    OSStatus status = Load(KeyFile(folder), keys);
+    status = Load(KeyFile(folder), keys);
     if (status != noErr || IsSo(inChange, inKey, keys)) return status;
     int error = os::MakeFolders(folder, kFolderMode);
     if (error != 0) return StatusOfErrno(error);

@@ -21,15 +21,23 @@ std::string AbsolutePath(const char* inPath) {
     return path;
 }
 
-std::string HomeInDatabase() {
+// So the system's manual lists them.
+bool MeansThatNobodyTells(int inError) {
+    return inError == ENOENT || inError == ESRCH || inError == EBADF || inError == EPERM;
+}
+
+int GetHomeInDatabase(std::string& outPath) {
+    outPath.clear();
+    int error = ERANGE;
     for (std::vector<char> text(1024); text.size() <= kMaxEntryBytes; text.resize(text.size() * 2)) {
         struct passwd entry = {};
         struct passwd* found = nullptr;
-        const int error = Calls().getpwuid_r(Calls().getuid(), &entry, text.data(), text.size(), &found);
-        if (error == ERANGE) continue;
-        return error == 0 && found != nullptr ? AbsolutePath(found->pw_dir) : std::string();
+        error = Calls().getpwuid_r(Calls().getuid(), &entry, text.data(), text.size(), &found);
+        if (error == ERANGE || error == EINTR) continue;
+        if (error == 0 && found != nullptr) outPath = AbsolutePath(found->pw_dir);
+        break;
     }
-    return {};
+    return MeansThatNobodyTells(error) ? 0 : error;
 }
 
 }  // namespace
@@ -38,16 +46,17 @@ std::string PathInVariable(const char* inVariable) {
     return AbsolutePath(Calls().getenv(inVariable));
 }
 
-std::string HomePath() {
-    std::string path = PathInVariable("HOME");
-    return path.empty() ? HomeInDatabase() : path;
+int GetHomePath(std::string& outPath) {
+    outPath = PathInVariable("HOME");
+    return outPath.empty() ? GetHomeInDatabase(outPath) : 0;
 }
 
-std::string BaseFolderPath(const char* inVariable, std::string_view inPathInHome) {
-    std::string path = PathInVariable(inVariable);
-    if (!path.empty()) return path;
-    path = HomePath();
-    return path.empty() ? path : path.append(1, '/').append(inPathInHome);
+int GetBaseFolderPath(const char* inVariable, std::string_view inPathInHome, std::string& outPath) {
+    outPath = PathInVariable(inVariable);
+    if (!outPath.empty()) return 0;
+    const int error = GetHomePath(outPath);
+    if (error == 0 && !outPath.empty()) outPath.append(1, '/').append(inPathInHome);
+    return error;
 }
 
 }  // namespace toolbox::os

@@ -16,8 +16,9 @@
 // answers badFileFormat. Any thread may call these.
 //
 // Failures are kept as sticky errors of the movie toolbox. Beside those named: a file status for the file,
-// its folder or its lock; fnfErr for a change when nobody tells a home folder (without one there are no
-// keys); paramErr for null, and for flags other than the scope; memFullErr.
+// its folder or its lock, and for a user database that cannot be asked; fnfErr for a change when nobody tells
+// a home folder (without one there are no keys); paramErr for null, and for flags other than the scope;
+// memFullErr.
 #pragma once
 
 #include <toolbox/AtomContainers.h>

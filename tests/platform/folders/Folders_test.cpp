@@ -70,6 +70,12 @@ std::vector<std::string> PathsOf(const std::vector<FolderPlace>& inPlaces) {
     return paths;
 }
 
+std::vector<FolderPlace> TrashesOn(const Volume& inVolume) {
+    std::vector<FolderPlace> places(7);
+    EXPECT_EQ(0, GetTrashPlacesOn(inVolume, places));
+    return places;
+}
+
 struct Row {
     OSType type;
     const char* path;  // in the home folder
@@ -239,6 +245,27 @@ TEST_P(Folders, WithoutAHome) {
     EXPECT_EQ(Status(fnfErr), Find(kUserDomain, kDomainTopLevelFolderType));
 }
 
+TEST_P(Folders, InTheHomeOfTheUserDatabase) {
+    const test_files::UserDatabase database(mHome.Path().c_str());
+    for (const char* unset : {"", "relative"}) {
+        mVariables["HOME"] = unset;
+        EXPECT_EQ(mHome.Path(), Find(kUserDomain, kDomainTopLevelFolderType));
+        for (const Row& row : kUserRows)
+            EXPECT_EQ(mHome / row.path, Find(kUserDomain, row.type, true));
+    }
+}
+
+TEST_P(Folders, AUserDatabaseThatCannotBeAskedIsTold) {
+    mVariables["HOME"] = "";
+    const test_files::UserDatabase broken(mHome.Path().c_str(), EMFILE);
+    for (const Row& row : kUserRows) {
+        EXPECT_EQ(Status(tmfoErr), Find(kUserDomain, row.type, true)) << row.path;
+        EXPECT_EQ(Status(tmfoErr), Find(kOnSystemDisk, row.type, true)) << row.path;
+        EXPECT_EQ(Status(tmfoErr), Find(kBootVolume, row.type, true)) << row.path;
+    }
+    EXPECT_EQ(Status(tmfoErr), Find(kUserDomain, kDomainTopLevelFolderType));
+}
+
 TEST_P(Folders, OnTheSystemDiskMeansTheUsersOrTheSystems) {
     const std::string desktop = mHome.MakeFolder("Desktop");
     for (const SInt16 where : {SInt16{kOnSystemDisk}, SInt16{kOnAppropriateDisk}, SInt16{0}, kBootVolume}) {
@@ -315,19 +342,19 @@ TEST_P(Folders, TrashOnAVolume) {
     FoundItem home;
     ASSERT_EQ(noErr, FindByPath(mHome.Path().c_str(), home));
     EXPECT_EQ(std::vector{mHome / ".local/share/Trash/files"},
-              PathsOf(TrashPlacesOn({home.status.Volume(), "/"})))
+              PathsOf(TrashesOn({home.status.Volume(), "/"})))
         << "the volume that the user's trash will be on";
     const std::string user = std::to_string(::getuid());
     const std::vector own = {mHome / ".Trash-" + user + "/files"};
     const Volume other = VolumeAt(mHome.Path());
-    EXPECT_EQ(own, PathsOf(TrashPlacesOn(other)));
+    EXPECT_EQ(own, PathsOf(TrashesOn(other)));
     mHome.MakeFolder(".Trash");
-    EXPECT_EQ(own, PathsOf(TrashPlacesOn(other))) << "users could take each other's away";
+    EXPECT_EQ(own, PathsOf(TrashesOn(other))) << "users could take each other's away";
     FileWorld::SetMode(mHome / ".Trash", 01777);
-    EXPECT_EQ((std::vector{mHome / ".Trash/" + user + "/files", own[0]}), PathsOf(TrashPlacesOn(other)));
+    EXPECT_EQ((std::vector{mHome / ".Trash/" + user + "/files", own[0]}), PathsOf(TrashesOn(other)));
     FileWorld::Rename(mHome / ".Trash", mHome / "moved");
     mHome.MakeLink("moved", ".Trash");
-    EXPECT_EQ(own, PathsOf(TrashPlacesOn(other))) << "a link";
+    EXPECT_EQ(own, PathsOf(TrashesOn(other))) << "a link";
 }
 
 // While it lives, a folder seems to be where another device is mounted.

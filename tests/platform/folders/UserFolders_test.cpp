@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <string>
+
 using namespace toolbox::files;
 using test_files::Variables;
 
@@ -13,6 +16,13 @@ namespace {
 
 std::string Desktop(std::string_view inContents) {
     return FindUserFolder(inContents, "DESKTOP", "/home/u");
+}
+
+// The path, or '?' and the error.
+std::string UserFolder(std::string_view inKind, std::string_view inNameInHome) {
+    std::string path = "before";
+    const int error = GetUserFolderPath(inKind, inNameInHome, path);
+    return error == 0 ? path : '?' + std::to_string(error);
 }
 
 }  // namespace
@@ -43,24 +53,35 @@ TEST(UserFolders, SettingsThatMakeNoSense) {
 TEST(UserFolders, WithoutAHome) {
     const Variables none({});
     const test_files::UserDatabase unknown(nullptr);
-    EXPECT_EQ("", UserFolderPath("DESKTOP", "Desktop"));
+    EXPECT_EQ("", UserFolder("DESKTOP", "Desktop"));
+    const test_files::UserDatabase broken("/home/u", EMFILE);
+    EXPECT_EQ('?' + std::to_string(EMFILE), UserFolder("DESKTOP", "Desktop"));
 }
 
 class UserFoldersTest : public support::FileWorldTest {};
 INSTANTIATE_TEST_SUITE_P(Worlds, UserFoldersTest, support::BothWorlds(), support::NameOfWorld);
 
-TEST_P(UserFoldersTest, OfSettingsOrName) {
-    Variables variables{{"HOME", mFolder.Path()}};
-    EXPECT_EQ(mFolder / "Desktop", UserFolderPath("DESKTOP", "Desktop"));
+TEST_P(UserFoldersTest, InTheHomeOfTheUserDatabase) {
+    const Variables none({});
+    const test_files::UserDatabase database(mFolder.Path().c_str());
+    EXPECT_EQ(mFolder / "Desktop", UserFolder("DESKTOP", "Desktop"));
     mFolder.MakeFolder(".config");
     mFolder.MakeFile(".config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"$HOME/Tisch\"\n");
-    EXPECT_EQ(mFolder / "Tisch", UserFolderPath("DESKTOP", "Desktop"));
-    EXPECT_EQ(mFolder / "Music", UserFolderPath("MUSIC", "Music"));
+    EXPECT_EQ(mFolder / "Tisch", UserFolder("DESKTOP", "Desktop"));
+}
+
+TEST_P(UserFoldersTest, OfSettingsOrName) {
+    Variables variables{{"HOME", mFolder.Path()}};
+    EXPECT_EQ(mFolder / "Desktop", UserFolder("DESKTOP", "Desktop"));
+    mFolder.MakeFolder(".config");
+    mFolder.MakeFile(".config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"$HOME/Tisch\"\n");
+    EXPECT_EQ(mFolder / "Tisch", UserFolder("DESKTOP", "Desktop"));
+    EXPECT_EQ(mFolder / "Music", UserFolder("MUSIC", "Music"));
     mFolder.MakeFolder("settings");
     variables["XDG_CONFIG_HOME"] = mFolder / "settings";
-    EXPECT_EQ(mFolder / "Desktop", UserFolderPath("DESKTOP", "Desktop"));
+    EXPECT_EQ(mFolder / "Desktop", UserFolder("DESKTOP", "Desktop"));
     mFolder.MakeFile("settings/user-dirs.dirs", "XDG_DESKTOP_DIR=\"/elsewhere\"\n");
-    EXPECT_EQ("/elsewhere", UserFolderPath("DESKTOP", "Desktop"));
+    EXPECT_EQ("/elsewhere", UserFolder("DESKTOP", "Desktop"));
     mFolder.MakeFile("settings/user-dirs.dirs", "XDG_DESKTOP_DIR=\"/elsewhere\"\n" + std::string(70000, '#'));
-    EXPECT_EQ(mFolder / "Desktop", UserFolderPath("DESKTOP", "Desktop")) << "too long for settings";
+    EXPECT_EQ(mFolder / "Desktop", UserFolder("DESKTOP", "Desktop")) << "too long for settings";
 }

@@ -153,6 +153,13 @@ TEST_F(AccessKeyFileTest, FoldersOfTheEnvironment) {
         EXPECT_EQ(fnfErr, Add("one"));
         EXPECT_EQ(fnfErr, Remove("one"));
     }
+    {
+        const test_files::UserDatabase broken(home.Path().c_str(), EMFILE);
+        EXPECT_EQ('?' + std::to_string(tmfoErr), Loaded())
+            << "who cannot ask does not know that there are none";
+        EXPECT_EQ(tmfoErr, Add("one"));
+        EXPECT_EQ(tmfoErr, Remove("one"));
+    }
     environment.Set("XDG_STATE_HOME", (home / "a//b/").c_str());
     EXPECT_EQ(noErr, Add("one"));
     EXPECT_EQ("one ", Loaded());
