@@ -6,6 +6,7 @@
 #include "status/StatusOfErrno.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
@@ -32,6 +33,7 @@ bool IsMissing(int inErrno) {
 }
 
 std::string PathInFolder(const std::string& inFolderPath, std::string_view inName) {
+    assert(!inFolderPath.empty());
     std::string path = inFolderPath;
     if (path.back() != '/') path += '/';
     return path.append(inName);
@@ -164,6 +166,7 @@ OSStatus FindByIdentity(const os::ItemIdentity& inItem, FoundItem& outItem) {
 }
 
 OSStatus FindAtPlace(const FoundItem& inFolder, const Place& inPlace, FoundItem& outItem) {
+    assert(inFolder.status.kind == os::ItemKind::kFolder && inPlace.folder.IsOpen());
     std::string path = PathInFolder(inFolder.path, inPlace.name);
     const int error = GetStatus(inPlace, outItem.status);
     if (error != 0) return IsMissing(error) ? fnfErr : StatusOfErrno(error);

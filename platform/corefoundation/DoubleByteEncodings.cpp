@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cassert>
+#include <span>
 
 namespace toolbox::corefoundation {
 
@@ -78,7 +80,7 @@ class DoubleByteCoder final : public Coder {
         if (!IsHint(inUnits[0]) && (inUnitCount < 2 || !IsHint(inUnits[1]))) return 0;
         const std::u16string_view rest(reinterpret_cast<const char16_t*>(inUnits),
                                        static_cast<std::size_t>(inUnitCount));
-        for (const CodeSequence& sequence : mSequences) {
+        for (const CodeSequence& sequence : Sequences()) {
             if (!rest.starts_with(sequence.units)) continue;
             outByteCount = StoreCode(sequence.code, outBytes);
             return static_cast<CFIndex>(sequence.units.size());
@@ -88,6 +90,12 @@ class DoubleByteCoder final : public Coder {
 
   private:
     const DoubleByteTables& Tables() const { return *mTables.load(std::memory_order_acquire); }
+
+    // Constant once there are tables: nobody gets a coder before that.
+    std::span<const CodeSequence> Sequences() const NO_LOCK_ANALYSIS {
+        assert(mTables.load(std::memory_order_acquire) != nullptr);
+        return mSequences;
+    }
 
     // A byte that is no character by itself is the first of two; cut off, it stays alone.
     UInt16 NextCode(const UInt8* inBytes, CFIndex inByteCount, CFIndex& ioAt) const {
@@ -103,8 +111,9 @@ class DoubleByteCoder final : public Coder {
     }
 
     const CodeSequence& SequenceOf(UInt16 inCode) const {
+        const std::span<const CodeSequence> sequences = Sequences();
         return *std::lower_bound(
-            mSequences.begin(), mSequences.end(), inCode,
+            sequences.begin(), sequences.end(), inCode,
             [](const CodeSequence& inSequence, UInt16 inWanted) { return inSequence.code < inWanted; });
     }
 
@@ -126,7 +135,7 @@ class DoubleByteCoder final : public Coder {
     const DoubleByteChanges& (*mGetChanges)() = nullptr;
     os::Mutex mMutex;
     std::atomic<const DoubleByteTables*> mTables{nullptr};
-    std::span<const CodeSequence> mSequences;
+    std::span<const CodeSequence> mSequences GUARDED_BY(mMutex);
 };
 
 constinit DoubleByteCoder sCoders[] = {

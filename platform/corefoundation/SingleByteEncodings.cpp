@@ -9,6 +9,8 @@
 #include <unicode/ucnv.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cassert>
 #include <span>
 
 namespace toolbox::corefoundation {
@@ -85,12 +87,12 @@ class SingleByteCoder final : public Coder {
         const os::MutexLock lock(mMutex);
         if (mIsReady.load(std::memory_order_relaxed)) return true;
         if (mKnownUpper != nullptr)
-            std::copy_n(mKnownUpper, kUpperCount, mUpper);
-        else if (!ReadUpperHalf(mConverterName, mUpper))
+            std::copy_n(mKnownUpper, kUpperCount, mTables.upper);
+        else if (!ReadUpperHalf(mConverterName, mTables.upper))
             return false;
         for (const Change& change : mChanges)
-            mUpper[change.byte - 0x80] = change.unit;
-        SortByUnit();
+            mTables.upper[change.byte - 0x80] = change.unit;
+        mTables.SortByUnit();
         mIsReady.store(true, std::memory_order_release);
         return true;
     }
@@ -108,9 +110,10 @@ class SingleByteCoder final : public Coder {
     }
 
     int EncodeCodePoint(UInt32 inCodePoint, UInt8* outBytes) const override {
-        const Pair* end = mByUnit + mAssignedCount;
+        const Tables& tables = ReadyTables();
+        const Pair* end = tables.byUnit + tables.assignedCount;
         const Pair* found =
-            std::lower_bound(mByUnit, end, inCodePoint,
+            std::lower_bound(tables.byUnit, end, inCodePoint,
                              [](const Pair& inPair, UInt32 inUnit) { return inPair.unit < inUnit; });
         if (found == end || found->unit != inCodePoint) return 0;
         outBytes[0] = found->byte;
@@ -123,16 +126,29 @@ class SingleByteCoder final : public Coder {
         UInt8 byte;
     };
 
-    UniChar UnitOf(UInt8 inByte) const { return inByte < 0x80 ? UniChar{inByte} : mUpper[inByte - 0x80]; }
+    struct Tables {
+        UniChar upper[kUpperCount];
+        Pair byUnit[kUpperCount];
+        int assignedCount;
 
-    void SortByUnit() {
-        mAssignedCount = 0;
-        for (int i = 0; i < kUpperCount; ++i) {
-            if (mUpper[i] != kUnassigned)
-                mByUnit[mAssignedCount++] = {mUpper[i], static_cast<UInt8>(0x80 + i)};
+        void SortByUnit() {
+            assignedCount = 0;
+            for (int i = 0; i < kUpperCount; ++i)
+                if (upper[i] != kUnassigned)
+                    byUnit[assignedCount++] = {upper[i], static_cast<UInt8>(0x80 + i)};
+            std::sort(byUnit, byUnit + assignedCount,
+                      [](const Pair& inLeft, const Pair& inRight) { return inLeft.unit < inRight.unit; });
         }
-        std::sort(mByUnit, mByUnit + mAssignedCount,
-                  [](const Pair& inLeft, const Pair& inRight) { return inLeft.unit < inRight.unit; });
+    };
+
+    // Constant once they are ready: nobody gets a coder before that.
+    const Tables& ReadyTables() const NO_LOCK_ANALYSIS {
+        assert(mIsReady.load(std::memory_order_acquire));
+        return mTables;
+    }
+
+    UniChar UnitOf(UInt8 inByte) const {
+        return inByte < 0x80 ? UniChar{inByte} : ReadyTables().upper[inByte - 0x80];
     }
 
     CFStringEncoding mEncoding;
@@ -141,9 +157,7 @@ class SingleByteCoder final : public Coder {
     std::span<const Change> mChanges;
     os::Mutex mMutex;
     std::atomic<bool> mIsReady{false};
-    UniChar mUpper[kUpperCount]{};
-    Pair mByUnit[kUpperCount]{};
-    int mAssignedCount = 0;
+    Tables mTables GUARDED_BY(mMutex){};
 };
 
 // Those most asked for come first.

@@ -39,11 +39,13 @@ void SetResError(OSStatus inStatus) {
 
 // Never destroyed: resources may be asked for while the program ends.
 Chain& Chain::Shared() {
+    ChainMutex().AssertHeld();
     static Chain& sChain = *new Chain;
     return sChain;
 }
 
 void Chain::OpenApplicationFile() {
+    ChainMutex().AssertHeld();
     if (mHasLookedForApplication) return;
     std::unique_ptr<ResourceFile> file;
     if (OpenResourcesOfApplication(file) != noErr) return;
@@ -62,7 +64,6 @@ void Chain::OpenApplicationFile() {
 }
 
 SInt16 Chain::FreeRefNum() {
-    ChainMutex().AssertHeld();
     for (SInt32 tries = std::numeric_limits<SInt16>::max(); tries > 0; --tries) {
         mLastRefNum = mLastRefNum == std::numeric_limits<SInt16>::max()
                           ? kFirstRefNum
@@ -73,6 +74,7 @@ SInt16 Chain::FreeRefNum() {
 }
 
 OSStatus Chain::Add(std::unique_ptr<ResourceFile> inFile, SInt16& outRefNum) {
+    ChainMutex().AssertHeld();
     const SInt16 refNum = FreeRefNum();
     if (refNum == 0) return tmfoErr;
     ResourceFile& file = *inFile;
@@ -108,7 +110,6 @@ void Chain::Preload(ResourceFile& ioFile) {
 }
 
 OSStatus Chain::CloseLink(std::size_t inIndex) {
-    ChainMutex().AssertHeld();
     ResourceFile& file = *mLinks[inIndex].file;
     TakeOffLostHandles(file);
     OSStatus status = memFullErr;
@@ -131,12 +132,14 @@ OSStatus Chain::CloseLink(std::size_t inIndex) {
 }
 
 OSStatus Chain::Close(SInt16 inRefNum) {
+    ChainMutex().AssertHeld();
     for (std::size_t i = 0; i < mLinks.size(); ++i)
         if (mLinks[i].refNum == inRefNum) return CloseLink(i);
     return resFNotFound;
 }
 
 OSStatus Chain::CloseAll() {
+    ChainMutex().AssertHeld();
     OSStatus first = noErr;
     while (!mLinks.empty()) {
         const OSStatus status = CloseLink(mLinks.size() - 1);
@@ -153,19 +156,20 @@ ResourceFile* Chain::File(SInt16 inRefNum) const {
 }
 
 SInt16 Chain::RefNumOf(const ResourceFile* inFile) const {
+    ChainMutex().AssertHeld();
     for (const Link& link : mLinks)
         if (link.file.get() == inFile) return link.refNum;
     return 0;
 }
 
 SInt16 Chain::RefNumOfFork(const FSRef& inFile, files::Fork inFork) const {
+    ChainMutex().AssertHeld();
     for (const Link& link : mLinks)
         if (!link.file->IsReadOnly() && link.file->IsFork(inFile, inFork)) return link.refNum;
     return 0;
 }
 
 std::vector<ResourceFile*> Chain::From(std::size_t inEnd, Depth inDepth) const {
-    ChainMutex().AssertHeld();
     std::vector<ResourceFile*> files;
     for (std::size_t i = inEnd; i > 0; --i) {
         files.push_back(mLinks[i - 1].file.get());
@@ -175,6 +179,7 @@ std::vector<ResourceFile*> Chain::From(std::size_t inEnd, Depth inDepth) const {
 }
 
 std::vector<ResourceFile*> Chain::Searched(Depth inDepth) const {
+    ChainMutex().AssertHeld();
     std::size_t end = mLinks.size();
     while (end > 0 && mLinks[end - 1].refNum != mCurrent)
         --end;
@@ -182,6 +187,7 @@ std::vector<ResourceFile*> Chain::Searched(Depth inDepth) const {
 }
 
 std::vector<ResourceFile*> Chain::Counted(Depth inDepth) const {
+    ChainMutex().AssertHeld();
     return inDepth == Depth::kOneDeep ? Searched(inDepth) : From(mLinks.size(), inDepth);
 }
 
@@ -191,6 +197,7 @@ FileTypes& Chain::TypesOf(ResourceFile& inFile) {
 }
 
 const std::vector<ResType>& Chain::Types(Depth inDepth) {
+    ChainMutex().AssertHeld();
     static const std::vector<ResType>& sNone = *new std::vector<ResType>;
     if (inDepth == Depth::kOneDeep) return Current() == nullptr ? sNone : TypesOf(*Current()).Order();
     if (!mAllTypes) {
@@ -205,12 +212,14 @@ const std::vector<ResType>& Chain::Types(Depth inDepth) {
 }
 
 void Chain::Added(Resource& ioResource) noexcept {
+    ChainMutex().AssertHeld();
     mAllTypes.reset();
     const auto found = mTypes.find(ioResource.file);
     if (found != mTypes.end()) found->second.Added(ioResource);
 }
 
 void Chain::Removed(const Resource& inResource) noexcept {
+    ChainMutex().AssertHeld();
     mAllTypes.reset();
     const auto found = mTypes.find(inResource.file);
     if (found != mTypes.end()) found->second.Removed(inResource.reference.type, inResource);
@@ -228,6 +237,7 @@ Resource* Chain::Find(Handle inHandle) {
 }
 
 void Chain::Adopt(Resource& ioResource, Handle inHandle) {
+    ChainMutex().AssertHeld();
     const auto [found, isNew] = mByHandle.try_emplace(inHandle, &ioResource);
     // The handle of another resource, disposed of behind our back and handed out again.
     if (!isNew && found->second != &ioResource) found->second->handle = nullptr;
@@ -236,6 +246,7 @@ void Chain::Adopt(Resource& ioResource, Handle inHandle) {
 }
 
 OSStatus Chain::Provide(Resource& ioResource, bool inLoads, Handle& outHandle) {
+    ChainMutex().AssertHeld();
     if (ioResource.handle != nullptr && Find(ioResource.handle) != &ioResource) ioResource.handle = nullptr;
     const bool isNew = ioResource.handle == nullptr;
     if (isNew) {
@@ -260,12 +271,14 @@ OSStatus Chain::Provide(Resource& ioResource, bool inLoads, Handle& outHandle) {
 }
 
 void Chain::LetGo(Resource& ioResource) {
+    ChainMutex().AssertHeld();
     HClrRBit(ioResource.handle);
     mByHandle.erase(ioResource.handle);
     ioResource.handle = nullptr;
 }
 
 void Chain::Release(Resource& ioResource) {
+    ChainMutex().AssertHeld();
     Handle handle = ioResource.handle;
     if (Find(handle) != &ioResource) return;
     mByHandle.erase(handle);
@@ -274,6 +287,7 @@ void Chain::Release(Resource& ioResource) {
 }
 
 void Chain::TakeOffLostHandles(ResourceFile& ioFile) {
+    ChainMutex().AssertHeld();
     for (const auto& resource : ioFile.Resources())
         if (resource->handle != nullptr && Find(resource->handle) != resource.get())
             resource->handle = nullptr;

@@ -15,12 +15,14 @@
 #include <toolbox/StatusText.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -62,6 +64,23 @@ OSStatus OpenFile(Handle inAlias, std::shared_ptr<const MediaFile>& outFile) {
     return status;
 }
 
+// What every importer promises, and everything behind the opening builds on.
+[[maybe_unused]] bool IsAsPromised(const ImportedMovie& inMovie) {
+    for (const toolbox::movies::ImportedTrack& track : inMovie.tracks) {
+        if (track.mediaType != SoundMediaType && track.mediaType != VideoMediaType) return false;
+        if (track.sound == nullptr) continue;
+        const std::vector<toolbox::movies::SoundFormat>& formats = track.sound->formats;
+        if (track.mediaType != SoundMediaType || formats.empty()) return false;
+        for (const toolbox::movies::SoundFormat& format : formats)
+            if (format.sampleRateHz == 0) return false;
+        for (const toolbox::movies::PacketSpan& span : track.sound->spans)
+            if (span.format >= formats.size()) return false;
+    }
+    for (const toolbox::movies::MovieTag& tag : inMovie.tags)
+        if (tag.text.empty() || tag.text.find('\0') != std::string::npos) return false;
+    return inMovie.takenSoundTrack <= inMovie.soundTracks.size();
+}
+
 OSStatus Import(const std::shared_ptr<const MediaFile>& inFile, const ImportOptions& inOptions,
                 ImportedMovie& outMovie) {
     for (const OpaqueComponent& component : toolbox::movies::RegisteredComponents()) {
@@ -74,6 +93,7 @@ OSStatus Import(const std::shared_ptr<const MediaFile>& inFile, const ImportOpti
             SetErrorText(problem.empty() ? WordsOf(status) : problem);
             return status;
         }
+        assert(IsAsPromised(movie));
         outMovie = std::move(movie);
         return noErr;
     }

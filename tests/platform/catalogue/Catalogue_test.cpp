@@ -278,4 +278,19 @@ TEST_P(FindByRef, EveryFailingCall) {
     }
 }
 
+#ifndef NDEBUG
+
+TEST(AtPlaceDeathTest, OfWhatIsNoFolder) {
+    FoundItem folder, file, item;
+    ASSERT_EQ(noErr, toolbox::files::FindByPath("/", folder));
+    ASSERT_EQ(noErr, toolbox::files::FindByPath("/proc/self/exe", file));
+    Place place;
+    EXPECT_DEATH(static_cast<void>(FindAtPlace(folder, place, item)), "IsOpen")
+        << "nor is its place held open";
+    ASSERT_EQ(0, OpenFolder("/", place));
+    EXPECT_DEATH(static_cast<void>(FindAtPlace(file, place, item)), "kFolder");
+}
+
+#endif
+
 }  // namespace

@@ -206,4 +206,42 @@ TEST_P(ChainTest, EveryCallFailsWhileAFileIsOpened) {
     }
 }
 
+#ifndef NDEBUG
+
+TEST(ChainDeathTest, EveryFunctionIsForTheHolderOfTheLock) {
+    using toolbox::resources::Chain;
+    Chain chain;
+    SInt16 refNum = 0;
+    Handle handle = nullptr;
+    FSRef file{};
+    toolbox::resources::Resource resource;
+    const auto isMeant = [](const toolbox::resources::Reference&) { return true; };
+    EXPECT_DEATH(chain.OpenApplicationFile(), "IsHeldHere");
+    EXPECT_DEATH(static_cast<void>(chain.Add(nullptr, refNum)), "IsHeldHere");
+    EXPECT_DEATH(static_cast<void>(chain.Close(1)), "IsHeldHere");
+    EXPECT_DEATH(static_cast<void>(chain.CloseAll()), "IsHeldHere");
+    EXPECT_DEATH(chain.File(1), "IsHeldHere");
+    EXPECT_DEATH(chain.RefNumOf(nullptr), "IsHeldHere");
+    EXPECT_DEATH(chain.RefNumOfFork(file, toolbox::files::Fork::kData), "IsHeldHere");
+    EXPECT_DEATH(chain.CurrentRefNum(), "IsHeldHere");
+    EXPECT_DEATH(chain.Current(), "IsHeldHere");
+    EXPECT_DEATH(chain.SetCurrent(1), "IsHeldHere");
+    EXPECT_DEATH(chain.Searched(toolbox::resources::Depth::kAll), "IsHeldHere");
+    EXPECT_DEATH(chain.Counted(toolbox::resources::Depth::kAll), "IsHeldHere");
+    EXPECT_DEATH(chain.Types(toolbox::resources::Depth::kAll), "IsHeldHere");
+    EXPECT_DEATH(chain.Added(resource), "IsHeldHere");
+    EXPECT_DEATH(chain.Removed(resource), "IsHeldHere");
+    EXPECT_DEATH(chain.Loads(), "IsHeldHere");
+    EXPECT_DEATH(chain.SetLoads(false), "IsHeldHere");
+    EXPECT_DEATH(static_cast<void>(chain.FindFirst(kText, toolbox::resources::Depth::kAll, isMeant, handle)),
+                 "IsHeldHere");
+    EXPECT_DEATH(static_cast<void>(chain.Provide(resource, false, handle)), "IsHeldHere");
+    EXPECT_DEATH(chain.Find(nullptr), "IsHeldHere");
+    EXPECT_DEATH(chain.Adopt(resource, nullptr), "IsHeldHere");
+    EXPECT_DEATH(chain.LetGo(resource), "IsHeldHere");
+    EXPECT_DEATH(chain.Release(resource), "IsHeldHere");
+}
+
+#endif
+
 }  // namespace

@@ -22,7 +22,8 @@ enum class Depth { kOneDeep, kAll };
 
 os::Mutex& ChainMutex();
 
-// Every function is called with the lock held, by way of Run.
+// Every function is called with the lock held, by way of Run; which is what the members are guarded by, and
+// what every function asserts, since Clang does not see through Run.
 class Chain {
   public:
     static Chain& Shared() NEEDS_LOCK(ChainMutex());
@@ -41,9 +42,15 @@ class Chain {
     SInt16 RefNumOf(const ResourceFile* inFile) const;
     SInt16 RefNumOfFork(const FSRef& inFile, files::Fork inFork) const;
 
-    SInt16 CurrentRefNum() const { return mCurrent; }
-    ResourceFile* Current() const { return File(mCurrent); }
-    void SetCurrent(SInt16 inRefNum) { mCurrent = inRefNum; }
+    SInt16 CurrentRefNum() const {
+        ChainMutex().AssertHeld();
+        return mCurrent;
+    }
+    ResourceFile* Current() const { return File(CurrentRefNum()); }
+    void SetCurrent(SInt16 inRefNum) {
+        ChainMutex().AssertHeld();
+        mCurrent = inRefNum;
+    }
 
     // Newest first: from the current file on, or all that are open.
     std::vector<ResourceFile*> Searched(Depth inDepth) const;
@@ -58,8 +65,14 @@ class Chain {
     // It is about to leave the list.
     void Removed(const Resource& inResource) noexcept;
 
-    bool Loads() const { return mLoads; }
-    void SetLoads(bool inLoads) { mLoads = inLoads; }
+    bool Loads() const {
+        ChainMutex().AssertHeld();
+        return mLoads;
+    }
+    void SetLoads(bool inLoads) {
+        ChainMutex().AssertHeld();
+        mLoads = inLoads;
+    }
     // The handle of the first resource of a type that passes; with the type nowhere in the files, noErr and
     // null.
     template <typename Predicate>
@@ -82,19 +95,19 @@ class Chain {
         SInt16 refNum;
         std::unique_ptr<ResourceFile> file;
     };
-    SInt16 FreeRefNum();
-    void Preload(ResourceFile& ioFile);
-    [[nodiscard]] OSStatus CloseLink(std::size_t inIndex);
-    std::vector<ResourceFile*> From(std::size_t inEnd, Depth inDepth) const;
+    SInt16 FreeRefNum() NEEDS_LOCK(ChainMutex());
+    void Preload(ResourceFile& ioFile) NEEDS_LOCK(ChainMutex());
+    [[nodiscard]] OSStatus CloseLink(std::size_t inIndex) NEEDS_LOCK(ChainMutex());
+    std::vector<ResourceFile*> From(std::size_t inEnd, Depth inDepth) const NEEDS_LOCK(ChainMutex());
 
-    std::vector<Link> mLinks;  // oldest first
-    std::unordered_map<Handle, Resource*> mByHandle;
-    std::unordered_map<const ResourceFile*, FileTypes> mTypes;
-    std::optional<std::vector<ResType>> mAllTypes;
-    SInt16 mCurrent = 0;
-    SInt16 mLastRefNum = 1;
-    bool mLoads = true;
-    bool mHasLookedForApplication = false;
+    std::vector<Link> mLinks GUARDED_BY(ChainMutex());  // oldest first
+    std::unordered_map<Handle, Resource*> mByHandle GUARDED_BY(ChainMutex());
+    std::unordered_map<const ResourceFile*, FileTypes> mTypes GUARDED_BY(ChainMutex());
+    std::optional<std::vector<ResType>> mAllTypes GUARDED_BY(ChainMutex());
+    SInt16 mCurrent GUARDED_BY(ChainMutex()) = 0;
+    SInt16 mLastRefNum GUARDED_BY(ChainMutex()) = 1;
+    bool mLoads GUARDED_BY(ChainMutex()) = true;
+    bool mHasLookedForApplication GUARDED_BY(ChainMutex()) = false;
 };
 
 template <typename Predicate>

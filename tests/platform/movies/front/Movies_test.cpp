@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -217,6 +218,50 @@ TEST_F(OpeningAMovie, NoAliasRecord) {
     EXPECT_STREQ(GetStatusText(paramErr), GetMovieOpenErrorText());
     DisposeHandle(nonsense);
 }
+
+#ifndef NDEBUG
+
+TEST_F(OpeningAMovie, DeathOfAnImporterThatBreaksItsPromises) {
+    static ImportedMovie* sMovie = nullptr;
+    const auto expectDeath = [this](ImportedMovie inMovie, const char* inWhat) {
+        sMovie = &inMovie;
+        Importers().mpeg4 = [](ImportedMovie& outMovie, std::string&) {
+            outMovie = std::move(*sMovie);
+            return noErr;
+        };
+        EXPECT_DEATH(static_cast<void>(Open()), "IsAsPromised") << inWhat;
+    };
+    const auto withTrack = [](toolbox::movies::ImportedTrack inTrack) {
+        ImportedMovie movie;
+        movie.tracks.push_back(std::move(inTrack));
+        return movie;
+    };
+    MemorySound sound = Undecoded(8000, 8000);
+    sound.track->formats.front().sampleRateHz = 0;
+    expectDeath(withTrack(SoundTrackOf(std::move(sound))), "a format without a rate");
+    toolbox::movies::ImportedTrack empty;
+    empty.mediaType = SoundMediaType;
+    empty.sound = std::make_unique<toolbox::movies::SoundTrack>();
+    expectDeath(withTrack(std::move(empty)), "sound without a format");
+    toolbox::movies::ImportedTrack picture = SoundTrackOf(Undecoded(8000, 8000));
+    picture.mediaType = VideoMediaType;
+    expectDeath(withTrack(std::move(picture)), "a picture with sound");
+    expectDeath(withTrack({}), "a track of no kind");
+    sound = Undecoded(8000, 8000);
+    sound.track->spans.resize(1);
+    sound.track->spans.front().format = 1;
+    expectDeath(withTrack(SoundTrackOf(std::move(sound))), "a span of a format that is not there");
+    for (const std::string& text : {std::string(), std::string("a\0b", 3)}) {
+        ImportedMovie movie;
+        movie.tags.push_back({1, text});
+        expectDeath(std::move(movie), "a tag without a text, or with NUL in it");
+    }
+    ImportedMovie movie;
+    movie.takenSoundTrack = 1;
+    expectDeath(std::move(movie), "a sound track taken of none");
+}
+
+#endif
 
 TEST_F(OpeningAMovie, WorksBeforeAndAfterEnterMovies) {
     Importers().mpeg4 = [](ImportedMovie&, std::string&) { return noErr; };
