@@ -203,9 +203,16 @@ bool Demuxer::IsChosen(const AVStream& inStream) const {
     return true;
 }
 
-// Streams that have come to light since: the chosen one of sound is kept, pictures as wanted, everything else
-// discarded. One whose packets have to tell what it is must give them until they have; it counts from then
-// on.
+// Whether its packets are left out where they are none that Next gives. Those of other sound, which may go on
+// for long while the chosen one is silent, show that the file does. Sample tables tell where that is: a
+// demuxer that goes by them passes other sound over, and must not stumble over what is missing of it.
+bool Demuxer::IsDiscarded(const AVStream& inStream) const {
+    if (mDiscardsPictures) return true;
+    return !IsPicture(inStream) && (!IsSound(inStream) || av_match_name("mov", mFormat->iformat->name) != 0);
+}
+
+// Streams that have come to light since: the chosen one of sound is kept, others as wanted. One whose packets
+// have to tell what it is must give them until they have; it counts from then on.
 void Demuxer::SortStreams() {
     for (; mSeenStreamCount < mFormat->nb_streams; ++mSeenStreamCount)
         mUnsorted.push_back(mFormat->streams[mSeenStreamCount]);
@@ -214,7 +221,7 @@ void Demuxer::SortStreams() {
         mSoundCount += IsSound(*inStream) ? 1 : 0;
         if (IsChosen(*inStream))
             mSound = inStream;
-        else if (!IsPicture(*inStream) || mDiscardsPictures)
+        else if (IsDiscarded(*inStream))
             inStream->discard = AVDISCARD_ALL;
         return true;
     });
@@ -245,10 +252,10 @@ OSStatus Demuxer::Next(AVPacket& outPacket, std::string& outProblem) {
         if (read < 0) return mReadStatus != noErr ? mReadStatus : OSStatus{eofErr};
         SortStreams();
         const AVStream* stream = mFormat->streams[outPacket.stream_index];
-        if (stream->discard != AVDISCARD_ALL && (stream == mSound || IsPicture(*stream))) {
+        if (stream->discard != AVDISCARD_ALL) {
             mBytesWithoutPacket = 0;
             mPacketsEnd = outPacket.pos >= 0 ? outPacket.pos + outPacket.size : avio_tell(mBytes);
-            return noErr;
+            if (stream == mSound || IsPicture(*stream)) return noErr;
         }
         av_packet_unref(&outPacket);
     }

@@ -43,8 +43,8 @@ class Demuxer {
     bool IsEnabled(const AVStream& inStream) const;
     // Whether a stream is moving pictures, and not the cover of the sound.
     static bool IsPicture(const AVStream& inStream);
-    // From now on, packets of pictures are left out. They have kept the limit from being met, so that what is
-    // read on for sound is not limited any more.
+    // From now on, only packets of the chosen sound are read. The others have kept the limit from being met,
+    // so that what is read on for sound is not limited any more.
     void DiscardPictures();
 
     // The next packet of the sound stream or, unless discarded, of a stream of pictures. The caller unrefs
@@ -63,6 +63,7 @@ class Demuxer {
     [[nodiscard]] OSStatus OpenAs(const AVInputFormat& inFormat, std::string& outProblem);
     void SortStreams();
     bool IsChosen(const AVStream& inStream) const;
+    bool IsDiscarded(const AVStream& inStream) const;
     static int ReadBytes(void* inDemuxer, std::uint8_t* outBytes, int inCount);
     static std::int64_t Seek(void* inDemuxer, std::int64_t inOffset, int inWhence);
 

@@ -110,6 +110,28 @@ TEST_F(GeneralImporterLimits, ALongWayToTheSound) {
     EXPECT_LE(sBytesRead, kLimitBytes + 16 * kBufferBytes);
 }
 
+// Other sound goes on for longer than the limit while the chosen one is silent.
+TEST_F(GeneralImporterLimits, APauseUnderOtherSoundIsNoEnd) {
+    for (const char* extension : {"mka", "mov"}) {
+        const std::string bytes =
+            MakeFile(8000, 24 * 8000,
+                     "-f lavfi -i anullsrc=r=192000:cl=7.1 -t 24 -map 0 -map 1 -filter:a:0 "
+                     "\"aselect='lt(t,0.5)+gt(t,23.5)'\" -c:a pcm_s16le -max_interleave_delta 0",
+                     extension);
+        ASSERT_LT(kLimitBytes + (std::int64_t{4} << 20), static_cast<std::int64_t>(bytes.size()));
+        const Imported imported = general_imports::Import(bytes);
+        ASSERT_EQ(noErr, imported.status) << imported.problem;
+        // Blocks of 1024 frames, four before the pause and four behind it; the last is no whole one.
+        EXPECT_EQ(7 * 1024 + 512, imported.Sound().FrameCount()) << extension;
+        EXPECT_EQ(0u, imported.Sound().skippedByteCount);
+        EXPECT_FALSE(imported.Sound().isCutOff);
+        const auto reader = imported.Sound().packets->NewReader();
+        PacketBytes last;
+        ASSERT_EQ(noErr, reader->Read(imported.Sound().packets->PacketCount() - 1, last));
+        EXPECT_NE(nullptr, last.data);
+    }
+}
+
 // What is asked between two packets is asked of a file in the buffer, too.
 TEST_F(GeneralImporterLimits, StopsBetweenPackets) {
     struct Stop {
