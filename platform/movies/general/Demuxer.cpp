@@ -11,6 +11,7 @@ extern "C" {
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <new>
 
 namespace toolbox::movies::general {
@@ -47,14 +48,16 @@ bool IsKnown(const AVStream& inStream) {
 
 // libavformat got no memory. That may be for want of it, or because a number in the file that is no number of
 // anything was taken for the size of a table. What libavutil allows at most it refuses without asking the
-// system; and where there is memory for all that the file can hold, more than that was asked for.
+// system; and where there is memory for all that the file's tables can need, more than that was asked for. No
+// file's tables need more than libavutil allows at most. Where this much is not there either, memory is
+// short, whatever the file claims: it is better tried again than called damaged.
 bool IsMemoryShort(std::int64_t inFileBytes) {
     if (errno != ENOMEM) return false;
-    constexpr std::size_t kMaxPerByte = 64;
-    constexpr std::size_t kAnyway = 1 << 20;
-    std::size_t neededBytes = 0;
-    if (__builtin_mul_overflow(static_cast<std::size_t>(inFileBytes), kMaxPerByte, &neededBytes)) return true;
-    void* const memory = ::operator new(neededBytes + kAnyway, std::nothrow);
+    constexpr std::int64_t kMaxPerByte = 64;
+    constexpr std::int64_t kMaxBytes = std::numeric_limits<int>::max();
+    constexpr std::int64_t kAnyway = 1 << 20;
+    const std::int64_t neededBytes = std::min(inFileBytes, kMaxBytes / kMaxPerByte) * kMaxPerByte + kAnyway;
+    void* const memory = ::operator new(static_cast<std::size_t>(neededBytes), std::nothrow);
     ::operator delete(memory);
     return memory == nullptr;
 }

@@ -4,11 +4,23 @@
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <toolbox/MacErrors.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <string>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define MIRTAL_IS_SANITIZED
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define MIRTAL_IS_SANITIZED
+#endif
+#endif
 
 namespace toolbox::movies {
 namespace {
@@ -160,6 +172,68 @@ TEST_F(GeneralImporterLimits, StopsBetweenPackets) {
     }
     EXPECT_GT(last, 10) << "there are ten packets";
 }
+
+// Sanitizers take address space for themselves, and end the process where there is none left.
+#ifndef MIRTAL_IS_SANITIZED
+// Files for which libavformat wants more memory than there is, each in a process of its own.
+class GeneralImporterMemory : public testing::Test {
+  protected:
+    GeneralImporterMemory() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+    ~GeneralImporterMemory() override { GTEST_FLAG_SET(death_test_style, mStyle); }
+
+    // Ends the process with 0 when it is so. What has to be loaded is loaded before memory gets short.
+    [[noreturn]] static void ExitAs(OSStatus inStatus, const std::shared_ptr<const MediaFile>& inFile,
+                                    std::int64_t inSpareBytes) {
+        static_cast<void>(general_imports::Import(MakeFile(8000, 800, "-c:a pcm_s16be", "mov")));
+        std::int64_t pageCount = 0;
+        std::ifstream("/proc/self/statm") >> pageCount;
+        const auto limitBytes = static_cast<rlim_t>(pageCount * sysconf(_SC_PAGESIZE) + inSpareBytes);
+        const rlimit limit{limitBytes, limitBytes};
+        if (setrlimit(RLIMIT_AS, &limit) != 0) std::_Exit(2);
+        ImportedMovie movie;
+        std::string problem;
+        const OSStatus status = ImportGeneral(inFile, movie, problem);
+        std::fprintf(stderr, "status %d: %s\n", static_cast<int>(status), problem.c_str());
+        std::_Exit(status == inStatus ? 0 : 1);
+    }
+
+    // Its table of sizes claims so many; behind it, nothing as far as inSizeBytes.
+    static std::shared_ptr<const MediaFile> NewMovie(std::uint32_t inSampleCount, std::int64_t inSizeBytes) {
+        std::string mov = MakeFile(48000, 480, "-c:a pcm_s16be -movflags +faststart", "mov");
+        const std::size_t sizes = mov.find("stsz");
+        EXPECT_NE(std::string::npos, sizes);
+        general_imports::Put32(mov, sizes + 8, 0, true);
+        general_imports::Put32(mov, sizes + 12, inSampleCount, true);
+        const int descriptor = memfd_create("movie", MFD_CLOEXEC);
+        EXPECT_EQ(static_cast<ssize_t>(mov.size()), pwrite(descriptor, mov.data(), mov.size(), 0));
+        EXPECT_EQ(0, ftruncate(descriptor, inSizeBytes));
+        return std::make_shared<const MediaFile>(descriptor, inSizeBytes, "movie");
+    }
+
+    static constexpr std::int64_t kMegabyte = 1 << 20;
+    const std::string mStyle = GTEST_FLAG_GET(death_test_style);
+};
+
+TEST_F(GeneralImporterMemory, IsShortWhereTheFileMayNeedIt) {
+    // Of four bytes each: more than there is, and less than such a file can hold.
+    EXPECT_EXIT(ExitAs(memFullErr, NewMovie(30000000, 240 * kMegabyte), 64 * kMegabyte),
+                testing::ExitedWithCode(0), "");
+}
+
+TEST_F(GeneralImporterMemory, IsNotWhatATableLacksThatNoFileHolds) {
+    EXPECT_EXIT(ExitAs(invalidMovie, NewMovie(30000000, 100000), 64 * kMegabyte), testing::ExitedWithCode(0),
+                "claims more than the file can hold");
+}
+
+TEST_F(GeneralImporterMemory, IsShortForAPacket) {
+    // All of the sound in one.
+    EXPECT_EXIT(
+        ExitAs(memFullErr,
+               NewMemoryFile(MakeFile(44100, 7000000, "-af asetnsamples=n=7000000 -c:a pcm_s16le", "flv")),
+               8 * kMegabyte),
+        testing::ExitedWithCode(0), "");
+}
+#endif
 
 }  // namespace
 }  // namespace toolbox::movies
