@@ -75,8 +75,8 @@ std::int64_t After(const Bytes& inBytes, std::int64_t inContent, std::uint64_t i
     return std::min(inContent + static_cast<std::int64_t>(padded), inBytes.Size());
 }
 
-// RIFF, and RIFX with its numbers the other way round. In RF64 and BW64 a "ds64" chunk in front has the sizes
-// that do not fit 32 bits: of the file, then of the data.
+// RIFF, QCP's as well, and RIFX with its numbers the other way round. In RF64 and BW64 a "ds64" chunk in
+// front has the sizes that do not fit 32 bits: of the file, then of the data.
 bool IsWaveCut(const Bytes& inBytes) {
     const bool isBig = inBytes.Is(0, "RIFX");
     std::uint64_t largeDataBytes = 0;
@@ -147,6 +147,19 @@ bool IsVideoInterleaveCut(const Bytes& inBytes) {
             inBytes.Lacks(chunk + 8, sizeBytes, kAllOnes32))
             return true;
         chunk = After(inBytes, chunk + 8, sizeBytes, 2);
+    }
+    return false;
+}
+
+// Blocks behind each other, the last of them without a size. Where that is missing, none is known to be.
+bool IsVoiceCut(const Bytes& inBytes) {
+    constexpr std::uint64_t kUnknown = 0xFFFFFF;
+    auto block = static_cast<std::int64_t>(inBytes.Little(20, 2));
+    for (int count = 0; count < kMaxChunks && block + 4 <= inBytes.Size(); ++count) {
+        const std::uint64_t sizeBytes = inBytes.Little(block + 1, 3);
+        if (inBytes.Big(block, 1) == 0) return false;
+        if (inBytes.Lacks(block + 4, sizeBytes, kUnknown)) return true;
+        block = After(inBytes, block + 4, sizeBytes, 1);
     }
     return false;
 }
@@ -323,12 +336,13 @@ bool IsCutOff(const ByteSource& inSource, const AVInputFormat& inFormat, AVStrea
     const Bytes bytes(inSource);
     const std::string_view names(inFormat.name);
     const std::string_view name = names.substr(0, names.find(','));
-    if (name == "wav") return IsWaveCut(bytes);
+    if (name == "wav" || name == "qcp") return IsWaveCut(bytes);
     if (name == "w64") return IsWave64Cut(bytes);
     if (name == "aiff" || name == "iff") return IsFormCut(bytes);
     if (name == "caf") return IsCoreAudioCut(bytes);
     if (name == "au") return IsSunCut(bytes);
     if (name == "avi") return IsVideoInterleaveCut(bytes);
+    if (name == "voc") return IsVoiceCut(bytes);
     if (name == "dsf") return IsDirectStreamCut(bytes);
     if (name == "asf") return IsAdvancedSystemsCut(bytes);
     if (name == "matroska") return IsMatroskaCut(bytes);
