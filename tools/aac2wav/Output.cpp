@@ -256,10 +256,11 @@ void Output::MakeFolders() {
     for (std::size_t slash = mTarget.find('/', 1); slash != std::string::npos;
          slash = mTarget.find('/', slash + 1)) {
         const std::string folder = mTarget.substr(0, slash);
-        if (::mkdir(folder.c_str(), 0777) == 0) {
-            mMadeFolders.push_back(folder);
-        } else if (errno != EEXIST) {
-            const int error = errno;
+        mMadeFolders.push_back(folder);
+        if (::mkdir(folder.c_str(), 0777) == 0) continue;
+        const int error = errno;
+        mMadeFolders.pop_back();
+        if (error != EEXIST) {
             struct stat item {};
             // Above us there may be what we may neither make nor change.
             if (::stat(folder.c_str(), &item) != 0) throw Failure(EX_CANTCREAT, mPath, SystemReason(error));
@@ -286,11 +287,10 @@ void Output::OpenDirectly() {
 }
 
 void Output::OpenBeside(mode_t inMode) {
-    const std::string pattern = FolderOf(mTarget) + kTemporaryName;
-    std::vector<char> name(pattern.c_str(), pattern.c_str() + pattern.size() + 1);
-    mDescriptor = ::mkostemp(name.data(), O_CLOEXEC);
+    // There is nothing to remove yet where no memory is left for the name.
+    mTemporaryPath = FolderOf(mTarget) + kTemporaryName;
+    mDescriptor = ::mkostemp(mTemporaryPath.data(), O_CLOEXEC);
     if (mDescriptor < 0) throw Failure(EX_CANTCREAT, mPath, SystemReason(errno));
-    mTemporaryPath = name.data();
     SetUnfinishedFile(mTemporaryPath.c_str());
     // Some file systems know no permissions; the file is then as they make it.
     [[maybe_unused]] const int result = ::fchmod(mDescriptor, inMode);
