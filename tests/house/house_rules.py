@@ -13,7 +13,7 @@ CODE = re.compile(r"//[^\n]*|#\s*include[^\n]*|/\*.*?\*/|R\"(\w*)\(.*?\)\1\"|\"(
                   re.DOTALL)
 # What may stand before a const that comes first; and what may be a const that does not.
 SPECIFIERS = set("static inline constexpr constinit consteval extern thread_local virtual friend explicit mutable typedef "
-                 "volatile return new case typename const register using operator else do sizeof throw".split())
+                 "volatile return new case typename const register using operator else endif do sizeof throw".split())
 MACRO = re.compile(r"[A-Z][A-Z0-9]*_[A-Z0-9_]+")
 CANDIDATE = re.compile(r"\b(?!(?:%s)\s)\w+\s+const\b|>\s*const\b" % "|".join(SPECIFIERS))
 BOUND = re.compile(r"\bk(Most|Longest|Biggest|Largest|Greatest|Highest|Maximum)(?![a-z])\w*")

@@ -54,7 +54,8 @@ class FailingCalls {
             if (!sCountdown.IsDue()) return (sReal.*kCall)(inArguments...);
             if (sFailure == toolbox::os::Failure::kClosed) (void)(sReal.*kCall)(inArguments...);
             // What answers an errno, or only zero, leaves the thread's own alone.
-            if (sFailure != toolbox::os::Failure::kErrno && sFailure != toolbox::os::Failure::kOnlyZero) errno = sErrno;
+            if (sFailure != toolbox::os::Failure::kErrno && sFailure != toolbox::os::Failure::kOnlyZero)
+                errno = sErrno;
             return FailedResult();
         }
         static Result FailedResult() {

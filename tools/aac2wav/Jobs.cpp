@@ -32,6 +32,10 @@ bool IsStandardOutput(const std::string& inName) {
     return inName == "-" || inName == "/dev/stdout" || inName == "/dev/fd/1" || inName == "/proc/self/fd/1";
 }
 
+bool IsStandardInput(const std::string& inName) {
+    return inName == "-" || inName == "/dev/stdin" || inName == "/dev/fd/0" || inName == "/proc/self/fd/0";
+}
+
 // What a path means, however it is spelled: its folder, and its name there. Where the folder is not there
 // yet, its text.
 using Place = std::pair<std::optional<FileIdentity>, std::string>;
@@ -58,6 +62,7 @@ class Planner {
         : mOptions(inOptions), mInputs(inOptions.names), mExtension(inOptions.isRaw ? ".raw" : ".wav") {}
 
     std::vector<Job> Run() {
+        SortNames();
         if (mOptions.task == Task::kConvert) ChooseOutput();
         if (std::count(mInputs.begin(), mInputs.end(), "-") > 1)
             throw UsageFailure("standard input is read once");
@@ -76,13 +81,18 @@ class Planner {
     }
 
   private:
-    void ChooseOutput() {
+    // Of several names the last is the output's, unless an option has it.
+    void SortNames() {
         mOutput = mOptions.output;
-        if (!mOutput && mInputs.size() > 1) {
+        if (mOptions.task == Task::kConvert && !mOutput && mInputs.size() > 1) {
             mOutput = mInputs.back();
             mInputs.pop_back();
             RefuseSlip(mInputs, *mOutput);
         }
+        std::replace_if(mInputs.begin(), mInputs.end(), IsStandardInput, "-");
+    }
+
+    void ChooseOutput() {
         if (!mOutput && mInputs[0] == "-") mOutput = "-";
         if (mOutput && IsStandardOutput(*mOutput)) mOutput = "-";
         mIsToFolder = mOutput && *mOutput != "-" && IsFolder(*mOutput);

@@ -59,8 +59,7 @@ Ending RunAndTell(const Job& inJob, Session& ioSession) {
         } catch (const Failure& failure) {
             return Tell(failure, inJob, ioSession.options);
         } catch (const std::bad_alloc&) {
-            return Tell(Failure(EX_OSERR, InputName(inJob.input), "out of memory"), inJob,
-                        ioSession.options);
+            return Tell(Failure(EX_OSERR, InputName(inJob.input), "out of memory"), inJob, ioSession.options);
         }
     } catch (const Failure& failure) {
         Say(failure.Subject(), failure.what());
@@ -103,9 +102,9 @@ int RunJobs(const std::vector<Job>& inJobs, Session& ioSession) {
     return worst;
 }
 
-bool MayAsk(const Options& inOptions) {
+bool MayAsk(const Options& inOptions, const std::vector<Job>& inJobs) {
     const bool readsStandardInput =
-        std::find(inOptions.names.begin(), inOptions.names.end(), "-") != inOptions.names.end();
+        std::any_of(inJobs.begin(), inJobs.end(), [](const Job& job) { return job.input == "-"; });
     return !inOptions.isQuiet && !inOptions.isJSON && !readsStandardInput && HasTerminal();
 }
 
@@ -119,7 +118,7 @@ int RunAll(int inArgumentCount, const char* const* inArguments) {
         Say(failure.Subject(), failure.what());
         return failure.ExitCode();
     }
-    Session session{options, Question(MayAsk(options)), 0, jobs.size()};
+    Session session{options, Question(MayAsk(options, jobs)), 0, jobs.size()};
     EnterMovies();
     const int worst = RunJobs(jobs, session);
     ExitMovies();

@@ -4,7 +4,6 @@
 #include "Signals.h"
 
 #include <fcntl.h>
-#include <sysexits.h>
 #include <unistd.h>
 
 namespace {

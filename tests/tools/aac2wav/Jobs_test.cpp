@@ -68,6 +68,16 @@ TEST(PlanJobs, StandardInputGoesToStandardOutput) {
     EXPECT_EQ((Pairs{{"song.m4a", "-"}}), Names({"song.m4a", "/dev/stdout"}));
 }
 
+TEST(PlanJobs, StandardInputHasSeveralNames) {
+    for (const char* name : {"/dev/stdin", "/dev/fd/0", "/proc/self/fd/0"}) {
+        EXPECT_EQ((Pairs{{"-", "-"}}), Names({name}));
+        EXPECT_EQ((Pairs{{"-", "out.wav"}}), Names({name, "out.wav"}));
+        EXPECT_EQ((Pairs{{"-", "out.wav"}}), Names({"-o", "out.wav", name}));
+        EXPECT_EQ((Pairs{{"-", ""}}), Names({"--length", name}));
+        EXPECT_EQ(EX_USAGE, Refusal({"--probe", "-", name}));
+    }
+}
+
 TEST(PlanJobs, StandardInputHasNoNameToDeriveFrom) {
     const TemporaryFolder folder;
     EXPECT_EQ((std::vector<int>{EX_USAGE, EX_OK}), Refusals({"-", "song.m4a", folder.Path()}));

@@ -87,8 +87,8 @@ TEST(RF64, ARIFFHeaderTellsEverythingThatItsSizeFieldHolds) {
     expectTold({"--for", std::to_string(kMaxFrames) + 'f', huge, "-"});
 
     std::filesystem::resize_file(input, 44 + kMaxFrames + 1);
-    for (const auto& arguments : {std::vector<std::string>{input, "-"},
-                                  {"--for", std::to_string(kMaxFrames + 1) + 'f', huge, "-"}}) {
+    for (const auto& arguments :
+         {std::vector<std::string>{input, "-"}, {"--for", std::to_string(kMaxFrames + 1) + 'f', huge, "-"}}) {
         const Outcome outcome = RunTool(arguments);
         EXPECT_EQ(EX_DATAERR, outcome.exitCode);
         EXPECT_EQ("", outcome.out);

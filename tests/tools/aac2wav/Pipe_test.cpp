@@ -45,6 +45,18 @@ TEST_F(Piped, ConvertsToStandardOutput) {
     EXPECT_TRUE(mWAV == Run({"-", "-"}, mSound).out);
 }
 
+TEST_F(Piped, IsTheSameUnderItsOtherNames) {
+    for (const char* name : {"/dev/stdin", "/dev/fd/0"}) {
+        EXPECT_TRUE(mWAV == Run({name}, mSound).out) << name;
+        EXPECT_EQ("176444\n", Run({"--length", name}, mSound).out);
+        EXPECT_EQ("aac2wav: standard input: is a folder\n", [&] {
+            Command command({name});
+            command.inPath = mOut / "";
+            return command.Run().err;
+        }());
+    }
+}
+
 TEST_F(Piped, ConvertsToAFile) {
     EXPECT_EQ(EX_OK, Run({"-", mOut / "out.wav"}, mSound).exitCode);
     EXPECT_TRUE(mWAV == ReadFile(mOut / "out.wav"));

@@ -60,17 +60,18 @@ TEST(GeneralPromiseFormats, QCP) {
     for (int frame = 0; frame < 200; ++frame)
         sound += '\x04' + std::string(34, '\0');
     const std::string codec("\x41\x6d\x7f\x5e\x15\xb1\xd0\x11\xba\x91\x00\x80\x5f\xb4\xb9\x7e", 16);
-    const std::string format = Little(1, 2) + codec + Little(1, 2) + std::string(80, '\0') + Little(14000, 2) +
-                               Little(35, 2) + Little(160, 2) + Little(8000, 2) + Little(16, 2) + Little(0, 4) +
-                               std::string(36, '\0');
-    const std::string head = "QLCMfmt " + Little(format.size(), 4) + format + "data" + Little(sound.size(), 4);
+    const std::string format = Little(1, 2) + codec + Little(1, 2) + std::string(80, '\0') +
+                               Little(14000, 2) + Little(35, 2) + Little(160, 2) + Little(8000, 2) +
+                               Little(16, 2) + Little(0, 4) + std::string(36, '\0');
+    const std::string head =
+        "QLCMfmt " + Little(format.size(), 4) + format + "data" + Little(sound.size(), 4);
     const std::string whole = "RIFF" + Little(head.size() + sound.size(), 4) + head + sound;
     ExpectCutsShow(whole, whole.size());
 }
 
 TEST(GeneralPromiseFormats, EightBitSampledVoice) {
-    const std::string body = "8SVXVHDR" + Big(20, 4) + Big(kSound.size(), 4) + Big(0, 8) + Big(8000, 2) + '\x01' +
-                             '\0' + Big(0x10000, 4) + "BODY" + Big(kSound.size(), 4) + kSound;
+    const std::string body = "8SVXVHDR" + Big(20, 4) + Big(kSound.size(), 4) + Big(0, 8) + Big(8000, 2) +
+                             '\x01' + '\0' + Big(0x10000, 4) + "BODY" + Big(kSound.size(), 4) + kSound;
     const std::string whole = "FORM" + Big(body.size(), 4) + body;
     ExpectCutsShow(whole, whole.size());
 }
@@ -85,9 +86,9 @@ TEST(GeneralPromiseFormats, RIFX) {
 TEST(GeneralPromiseFormats, DSF) {
     constexpr std::size_t kBlockBytes = 4096;
     const std::string sound(10 * kBlockBytes, '\x69');
-    const std::string format = "fmt " + Little(52, 8) + Little(1, 4) + Little(0, 4) + Little(1, 4) + Little(1, 4) +
-                               Little(2822400, 4) + Little(1, 4) + Little(sound.size() * 8, 8) +
-                               Little(kBlockBytes, 4) + Little(0, 4);
+    const std::string format = "fmt " + Little(52, 8) + Little(1, 4) + Little(0, 4) + Little(1, 4) +
+                               Little(1, 4) + Little(2822400, 4) + Little(1, 4) +
+                               Little(sound.size() * 8, 8) + Little(kBlockBytes, 4) + Little(0, 4);
     const std::string data = "data" + Little(sound.size() + 12, 8) + sound;
     const std::string whole =
         "DSD " + Little(28, 8) + Little(28 + format.size() + data.size(), 8) + Little(0, 8) + format + data;
