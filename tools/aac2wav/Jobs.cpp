@@ -258,6 +258,15 @@ class Planner {
 
 }  // namespace
 
+bool LeadsInto(int inDescriptor, const std::string& inInput) {
+    struct stat open {};
+    struct stat input {};
+    const bool isThere =
+        IsStandardInput(inInput) ? ::fstat(STDIN_FILENO, &input) == 0 : ::stat(inInput.c_str(), &input) == 0;
+    return isThere && S_ISREG(input.st_mode) && ::fstat(inDescriptor, &open) == 0 &&
+           open.st_dev == input.st_dev && open.st_ino == input.st_ino;
+}
+
 std::vector<Job> PlanJobs(const Options& inOptions) {
     return Planner(inOptions).Run();
 }

@@ -18,6 +18,9 @@ struct Job {
     std::optional<Failure> refusal;  // why nothing is done about it
 };
 
+// Whether what is written to the descriptor goes into that file; "-" is the one that standard input reads.
+bool LeadsInto(int inDescriptor, const std::string& inInput);
+
 // What is wrong with one file is its job's refusal; only what makes no sense at all is thrown. Throws
 // Failure: EX_USAGE, EX_CANTCREAT when the output folder is missing; and Interrupted.
 std::vector<Job> PlanJobs(const Options& inOptions);

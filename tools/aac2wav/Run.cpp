@@ -108,6 +108,17 @@ bool MayAsk(const Options& inOptions, const std::vector<Job>& inJobs) {
     return !inOptions.isQuiet && !inOptions.isJSON && !readsStandardInput && HasTerminal();
 }
 
+bool IsInput(int inDescriptor, const std::vector<Job>& inJobs) {
+    return std::any_of(inJobs.begin(), inJobs.end(),
+                       [inDescriptor](const Job& job) { return LeadsInto(inDescriptor, job.input); });
+}
+
+// Of what makes no sense, every word may be meant as an input.
+bool IsNamed(int inDescriptor, int inArgumentCount, const char* const* inArguments) {
+    return std::any_of(inArguments + std::min(inArgumentCount, 1), inArguments + inArgumentCount,
+                       [inDescriptor](const char* word) { return LeadsInto(inDescriptor, word); });
+}
+
 int RunAll(int inArgumentCount, const char* const* inArguments) {
     Options options;
     std::vector<Job> jobs;
@@ -115,8 +126,15 @@ int RunAll(int inArgumentCount, const char* const* inArguments) {
         if (!ReadOptions(inArgumentCount, inArguments, options)) return EX_OK;
         jobs = PlanJobs(options);
     } catch (const Failure& failure) {
-        Say(failure.Subject(), failure.what());
+        if (!IsNamed(STDERR_FILENO, inArgumentCount, inArguments)) Say(failure.Subject(), failure.what());
         return failure.ExitCode();
+    }
+    // A message would stand in the input.
+    if (IsInput(STDERR_FILENO, jobs)) return EX_USAGE;
+    const bool isPrinting = options.task != Task::kConvert || options.isJSON;
+    if (isPrinting && IsInput(STDOUT_FILENO, jobs)) {
+        Say("standard output", "is an input and cannot be the output as well");
+        return EX_USAGE;
     }
     Session session{options, Question(MayAsk(options, jobs)), 0, jobs.size()};
     EnterMovies();

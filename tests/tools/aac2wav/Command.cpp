@@ -168,7 +168,13 @@ void Command::Start() {
         outEnd = open(outPath.c_str(), outFlags, 0666);
         ASSERT_GE(outEnd, 0) << outPath;
     }
-    int errEnd = OpenStream(err, mErr);
+    int errEnd = -1;
+    if (errPath.empty()) {
+        errEnd = OpenStream(err, mErr);
+    } else {
+        errEnd = open(errPath.c_str(), O_WRONLY | O_APPEND);
+        ASSERT_GE(errEnd, 0) << errPath;
+    }
     int inEnd = OpenInput(errEnd);
     mProcess = fork();
     ASSERT_GE(mProcess, 0);

@@ -53,6 +53,7 @@ class Command {
     std::string outPath;  // standard output goes to this file instead
     int outFlags = O_WRONLY | O_CREAT | O_TRUNC;
     Stream err = Stream::kCaptured;
+    std::string errPath;                     // standard error is put behind what this file has, instead
     unsigned short terminalColumnCount = 0;  // 0: the terminal does not tell
     long fileSizeLimitBytes = -1;
     std::vector<int> ignoredSignals;

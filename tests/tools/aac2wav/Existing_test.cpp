@@ -166,6 +166,67 @@ TEST_F(Existing, StandardOutputThatIsTheInput) {
     EXPECT_EQ(EX_NOINPUT, device.Run().exitCode);
 }
 
+TEST_F(Existing, NothingIsPrintedIntoAnInput) {
+    const std::string before = ReadFile(Path("song.m4a"));
+    const std::string song = Path("song.m4a");
+    const std::vector<std::string> commands[] = {{"--json", song, Path("out.wav")},
+                                                 {"--json", "-", Path("out.wav")},
+                                                 {"--json", "-r", Path(""), Path("out")},
+                                                 {"--json", "--no-clobber", song},
+                                                 {"--length", song},
+                                                 {"--length", "-"},
+                                                 {"--probe", song},
+                                                 {"--probe", "--json", "-r", Path("")}};
+    std::filesystem::create_directory(Path("out"));
+    for (const std::vector<std::string>& arguments : commands) {
+        for (const int flags : {O_WRONLY | O_APPEND, O_RDWR}) {
+            Command command(arguments);
+            command.inPath = song;
+            command.outPath = song;
+            command.outFlags = flags;
+            const Outcome outcome = command.Run();
+            EXPECT_EQ(EX_USAGE, outcome.exitCode) << testing::PrintToString(arguments);
+            EXPECT_EQ("aac2wav: standard output: is an input and cannot be the output as well\n",
+                      outcome.err);
+            ASSERT_TRUE(before == ReadFile(song)) << testing::PrintToString(arguments);
+        }
+    }
+    EXPECT_FALSE(std::filesystem::exists(Path("out.wav")));
+    EXPECT_TRUE(std::filesystem::is_empty(Path("out")));
+    // Where nothing is printed, nothing is lost.
+    Command silent({song, Path("out.wav")});
+    silent.outPath = song;
+    silent.outFlags = O_WRONLY | O_APPEND;
+    EXPECT_EQ(EX_OK, silent.Run().exitCode);
+    EXPECT_EQ(before, ReadFile(song));
+}
+
+// Nobody can be told: a message would stand in the file.
+TEST_F(Existing, NothingIsSaidIntoAnInput) {
+    const std::string before = ReadFile(Path("song.m4a"));
+    const std::string song = Path("song.m4a");
+    const std::vector<std::string> commands[] = {
+        {song, Path("out.wav")},    {"--json", song, Path("out.wav")},
+        {song, Path("no/out.wav")}, {"--probe", "-r", Path("")},
+        {"--length", "-"},          {"--bogus", song},
+        {"--length", song, song}};
+    for (const std::vector<std::string>& arguments : commands) {
+        Command command(arguments);
+        command.inPath = song;
+        command.errPath = song;
+        const Outcome outcome = command.Run();
+        EXPECT_EQ(EX_USAGE, outcome.exitCode) << testing::PrintToString(arguments);
+        EXPECT_EQ("", outcome.out);
+        ASSERT_TRUE(before == ReadFile(song)) << testing::PrintToString(arguments);
+    }
+    EXPECT_FALSE(std::filesystem::exists(Path("out.wav")));
+    WriteFile(Path("log"), "before\n");
+    Command logged({Path("none.m4a"), Path("out.wav")});
+    logged.errPath = Path("log");
+    EXPECT_EQ(EX_NOINPUT, logged.Run().exitCode);
+    EXPECT_THAT(ReadFile(Path("log")), testing::StartsWith("before\naac2wav: "));
+}
+
 TEST_F(Existing, NoOutputHasAnotherFormatsName) {
     for (const char* name : {"out.flac", "out.mp3", "out.m4b"}) {
         const Outcome outcome = RunTool({Path("song.m4a"), Path(name)});
