@@ -182,10 +182,10 @@ void Output::LookIntoFile(const std::string& inPath, const Manner& inManner, Old
         if (isSoundOnly) throw;
     }
     ioOld.isWhole = check.isWhole;
-    if (!isSoundOnly || check.isEmpty || check.isWAV) return;
-    if (!inManner.isHeaderless)
+    if (!isSoundOnly || check.isEmpty) return;
+    ioOld.mustMatch = inManner.isHeaderless;
+    if (!inManner.isHeaderless && !check.isWAV)
         throw Failure(EX_CANTCREAT, inPath, "exists and is no WAV file; --force replaces it");
-    ioOld.mustMatch = true;
 }
 
 Output::Seen Output::Check(const std::string& inPath, const Manner& inManner) {
@@ -311,7 +311,7 @@ void Output::Commit() {
     if (mMustMatch) {
         if (!HaveSameBytes(mTemporaryPath, mTarget)) {
             throw Failure(EX_CANTCREAT, mPath,
-                          "exists, is no WAV file and has other bytes; --force replaces it");
+                          "exists and has other bytes, and these are no WAV file; --force replaces it");
         }
         if (mManner.isSynced) {
             SyncItem(mTarget, mPath);

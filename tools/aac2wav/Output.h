@@ -30,7 +30,7 @@ class Output {
   public:
     enum class Replace {
         kNothing,    // a name that nobody typed
-        kSoundOnly,  // a file that is empty or a WAV file
+        kSoundOnly,  // a file that is empty, or a WAV file by another
         kThisFile,   // whatever is there now, but not what comes in its place meanwhile
         kAnything
     };
@@ -41,8 +41,8 @@ class Output {
     };
     struct Manner {
         Replace replace = Replace::kSoundOnly;
-        // What is written is no WAV file. One of the same bytes is then left as it is, so that a command can
-        // be repeated, although it is none that kSoundOnly replaces.
+        // What is written is no WAV file: kSoundOnly then replaces only what is empty. A file of the same
+        // bytes is left as it is, so that a command can be repeated.
         bool isHeaderless = false;
         bool isSynced = false;      // Commit waits until the disk has it
         bool makesFolders = false;  // those on the way to the file

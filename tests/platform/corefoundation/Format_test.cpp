@@ -142,7 +142,7 @@ TEST(Format, NumbersHaveAPointInEveryLocale) {
 }
 
 TEST(Format, NoNumberIsWrittenInAnotherLocale) {
-    const CommaLocale locale;
+    const support::CommaLocale locale;
     for (const bool isMade : {false, true}) {
         if (!isMade) toolbox::os::ForgetCLocaleForTesting();
         const test_files::FailingCalls fault(1, ENOMEM);

@@ -122,6 +122,36 @@ TEST_F(Existing, ARepeatedCommandGivesTheSame) {
     }
 }
 
+TEST_F(Existing, BytesWithoutAHeaderReplaceNoWAV) {
+    for (const std::string& old : {mMaster, mMaster.substr(0, 1000)}) {
+        for (const std::vector<std::string>& options :
+             {std::vector<std::string>{"--start", "1000"}, {"--start", "44"}, {"--raw"}}) {
+            std::vector<std::string> arguments = options;
+            arguments.insert(arguments.end(), {Path("song.m4a"), Path("song.wav")});
+            WriteFile(Path("song.wav"), old);
+            const Outcome refused = RunTool(arguments);
+            EXPECT_EQ(EX_CANTCREAT, refused.exitCode) << testing::PrintToString(arguments);
+            EXPECT_THAT(refused.err, EndsWith("song.wav: exists and has other bytes, and these are no WAV "
+                                              "file; --force replaces it\n"));
+            EXPECT_TRUE(old == Song());
+            arguments.push_back("--force");
+            EXPECT_EQ(EX_OK, RunTool(arguments).exitCode);
+            const std::string part = Song();
+            EXPECT_FALSE(old == part);
+            arguments.pop_back();
+            EXPECT_EQ(EX_OK, RunTool(arguments).exitCode);
+            EXPECT_TRUE(part == Song());
+        }
+    }
+    WriteFile(Path("song.wav"), "");
+    EXPECT_EQ(EX_OK, RunTool({"--start", "1000", Path("song.m4a"), Path("song.wav")}).exitCode);
+    EXPECT_EQ(kToneBytes - 1000, Song().size());
+    // A window from the stream's beginning on is a WAV file.
+    WriteFile(Path("song.wav"), mMaster);
+    EXPECT_EQ(EX_OK, RunTool({"--duration", "1011", Path("song.m4a"), Path("song.wav")}).exitCode);
+    EXPECT_EQ(4044u, Song().size());
+}
+
 TEST_F(Existing, ADamagedInputKeepsAWholeWAV) {
     const std::string damaged = Fixture("truncated.m4a");
     ExpectKept({damaged, Path("song.wav")}, EX_DATAERR);

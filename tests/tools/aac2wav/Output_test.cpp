@@ -379,7 +379,9 @@ TEST(Output, TheSameBytesWithoutAHeaderAreNoLoss) {
          {std::string("abc"), std::string("abd"), std::string("ab"), std::string("abcd")}) {
         Output output(path, {Output::Replace::kSoundOnly, true});
         output.Write(bytes.data(), bytes.size());
-        EXPECT_EQ(bytes == "abc" ? "" : "exists, is no WAV file and has other bytes; --force replaces it",
+        EXPECT_EQ(bytes == "abc"
+                      ? ""
+                      : "exists and has other bytes, and these are no WAV file; --force replaces it",
                   CommitRefusal(output));
         EXPECT_EQ("abc", ReadFile(path));
     }
