@@ -16,9 +16,13 @@ namespace {
 
 constexpr SInt64 kFrameBytes = 4;
 
+std::string StatusWords(OSStatus inStatus) {
+    const std::string words = GetFailureText(inStatus);
+    return words.empty() ? "status " + std::to_string(inStatus) : words;
+}
+
 std::string NotDecoded(OSStatus inStatus) {
-    const std::string reason = GetFailureText(inStatus);
-    return "cannot be decoded: " + (reason.empty() ? "status " + std::to_string(inStatus) : reason);
+    return "cannot be decoded: " + StatusWords(inStatus);
 }
 
 // The movie opened; the exception's message is the name of its sound's format.
@@ -36,11 +40,14 @@ Failure UndecodableFailure(const LException& inException, const Input& inInput) 
 }
 
 Failure OpenFailure(const LException& inException, const Input& inInput) {
-    // A file of no folder, one in memory, can be opened by its path and has no place in the catalogue. No
-    // movie was asked for then, and the toolbox's text is another file's.
+    if (Failure failure = FailureOf(inException, inInput.Name()); failure.ExitCode() == EX_OSERR)
+        return failure;
+    // What the catalogue does not find was not asked for a movie, and the toolbox's text is another file's.
     FSRef item;
-    if (FSPathMakeRef(reinterpret_cast<const UInt8*>(inInput.Path().c_str()), &item, nullptr) != noErr)
-        return Failure(EX_NOINPUT, inInput.Name(), "is in no folder");
+    const OSStatus found =
+        FSPathMakeRef(reinterpret_cast<const UInt8*>(inInput.Path().c_str()), &item, nullptr);
+    if (found != noErr)
+        return Failure(found == memFullErr ? EX_OSERR : EX_NOINPUT, inInput.Name(), StatusWords(found));
     if (inException.GetErrorCode() == badFormat || inException.GetErrorCode() == noCodecErr)
         return UndecodableFailure(inException, inInput);
     const std::string reason = StatusOfFailure(inException) == memFullErr ? "" : GetMovieOpenErrorText();

@@ -10,10 +10,12 @@
 #include <toolbox/Files.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/Resources.h>
+#include <toolbox/StatusText.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <new>
 #include <string>
 #include <thread>
@@ -100,6 +102,44 @@ TEST(OpenExporter, TellsOfMemoryThatIsShort) {
         ++failed;
     }
     EXPECT_LT(10, failed);
+}
+
+// So too where it fails on the way to the reason, and only once.
+TEST(OpenExporter, TakesMemoryThatIsShortForNothingElse) {
+    for (const std::string& path :
+         {tools_test::Fixture("tone-44100-stereo.m4a"), std::string("/proc/self/exe")}) {
+        const tool::Input input(path, 0, true);
+        int shortCount = 0;
+        for (int allocation = 1;; ++allocation) {
+            const test_files::FailingNew failing(allocation, test_files::FailingNew::kOnce);
+            try {
+                static_cast<void>(tool::OpenExporter(input, {}));
+            } catch (const Failure& failure) {
+                const bool isShort = failure.ExitCode() == EX_OSERR;
+                shortCount += isShort ? 1 : 0;
+                EXPECT_TRUE(isShort || path == "/proc/self/exe") << allocation << ": " << failure.what();
+                EXPECT_TRUE(isShort || failure.ExitCode() == EX_DATAERR)
+                    << allocation << ": " << failure.what();
+            } catch (const std::bad_alloc&) {
+            }
+            if (!failing.Delivered()) break;
+        }
+        EXPECT_LT(5, shortCount) << path;
+    }
+}
+
+TEST(OpenExporter, TellsWhatHasGone) {
+    const tools_test::TemporaryFolder folder;
+    tools_test::WriteFile(folder / "song.m4a", "sound");
+    const tool::Input input(folder / "song.m4a", 0, true);
+    std::filesystem::remove(folder / "song.m4a");
+    try {
+        static_cast<void>(tool::OpenExporter(input, {}));
+        ADD_FAILURE() << "it opened";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(EX_NOINPUT, failure.ExitCode());
+        EXPECT_STREQ(GetStatusText(fnfErr), failure.what());
+    }
 }
 
 TEST(OpenExporter, TellsWhyTheSoundCannotBeDecoded) {
