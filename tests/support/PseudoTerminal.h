@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 #include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
+#include <utmp.h>
 
 #include <string>
 #include <string_view>
@@ -16,9 +18,17 @@ namespace test_interface {
 template <typename Program>
 std::string AtTerminal(std::string_view inTyped, Program inProgram, int& outResult) {
     int master = -1;
-    const pid_t child = forkpty(&master, nullptr, nullptr, nullptr);
-    if (child == 0) _exit(inProgram() & 0xFF);
+    int slave = -1;
+    EXPECT_EQ(0, openpty(&master, &slave, nullptr, nullptr, nullptr));
+    // What is typed is shown by the terminal, at once: it would come in the midst of what the program writes.
+    struct termios settings = {};
+    EXPECT_EQ(0, tcgetattr(slave, &settings));
+    settings.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    EXPECT_EQ(0, tcsetattr(slave, TCSANOW, &settings));
+    const pid_t child = fork();
+    if (child == 0) _exit(login_tty(slave) == 0 ? inProgram() & 0xFF : 0xFF);
     EXPECT_GT(child, 0);
+    close(slave);
     EXPECT_EQ(static_cast<ssize_t>(inTyped.size()), write(master, inTyped.data(), inTyped.size()));
     std::string shown;
     char bytes[256];
