@@ -2,17 +2,15 @@
 
 #include "Printable.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
 namespace tool {
 namespace {
-
-using JSON = nlohmann::ordered_json;
 
 const char* TrimSourceText(UInt32 inTrimSource) {
     switch (inTrimSource) {
@@ -62,9 +60,35 @@ std::string TrackText(const MovieSoundTrackInfo& inTrack) {
     return inTrack.isTaken != 0 ? text + ", taken" : text;
 }
 
-std::string Dump(const JSON& inObject) {
-    return PrintableJSON(inObject.dump(-1, ' ', false, JSON::error_handler_t::replace)) + '\n';
-}
+// An object of JSON, member by member. It is a text and nothing else, so that it can be let go of where
+// memory ends.
+class JSONObject {
+  public:
+    void PutText(const char* inMember, const std::string& inValue) { Put(inMember, QuotedJSON(inValue)); }
+    void PutNumber(const char* inMember, std::uint64_t inValue) { Put(inMember, std::to_string(inValue)); }
+    void PutNumber(const char* inMember, SInt64 inValue) { Put(inMember, std::to_string(inValue)); }
+    void PutSeconds(const char* inMember, double inValue) {
+        char text[400];  // the longest that there is, without an exponent
+        const char* const end =
+            std::to_chars(text, text + sizeof text, inValue, std::chars_format::fixed).ptr;
+        const std::string number(text, static_cast<std::size_t>(end - text));
+        Put(inMember, number.find('.') == std::string::npos ? number + ".0" : number);
+    }
+    void PutBoolean(const char* inMember, bool inValue) { Put(inMember, inValue ? "true" : "false"); }
+    void PutNull(const char* inMember) { Put(inMember, "null"); }
+    // 0 is not known.
+    void PutKnown(const char* inMember, UInt32 inValue) {
+        inValue == 0 ? PutNull(inMember) : PutNumber(inMember, std::uint64_t{inValue});
+    }
+    // inJSON as it is.
+    void Put(const std::string& inMember, const std::string& inJSON) {
+        mMembers += (mMembers.empty() ? "\"" : ",\"") + inMember + "\":" + inJSON;
+    }
+    std::string Text() const { return '{' + mMembers + '}'; }
+
+  private:
+    std::string mMembers;
+};
 
 std::string PercentEncoded(const std::string& inBytes) {
     std::string text;
@@ -79,62 +103,68 @@ std::string PercentEncoded(const std::string& inBytes) {
     return text;
 }
 
-void PutName(JSON& ioObject, const std::string& inMember, const std::string& inName) {
-    ioObject[inMember] = inName;
-    if (!IsUTF8(inName)) ioObject[inMember + "Bytes"] = PercentEncoded(inName);
+void PutName(JSONObject& ioObject, const std::string& inMember, const std::string& inName) {
+    ioObject.PutText(inMember.c_str(), inName);
+    if (!IsUTF8(inName)) ioObject.PutText((inMember + "Bytes").c_str(), PercentEncoded(inName));
 }
 
-JSON ObjectOf(const std::string& inPath, const std::string& inOutput) {
-    JSON object;
+JSONObject ObjectOf(const std::string& inPath, const std::string& inOutput) {
+    JSONObject object;
     PutName(object, "file", inPath);
     if (!inOutput.empty()) PutName(object, "output", inOutput);
     return object;
 }
 
-// Null for what is not known.
-JSON Known(UInt32 inNumber) {
-    return inNumber == 0 ? JSON() : JSON(inNumber);
-}
-
-JSON TracksJSON(const std::vector<MovieSoundTrackInfo>& inTracks) {
-    JSON tracks = JSON::array();
+std::string TracksJSON(const std::vector<MovieSoundTrackInfo>& inTracks) {
+    std::string text;
+    SInt64 number = 0;
     for (const MovieSoundTrackInfo& track : inTracks) {
-        tracks.push_back({{"track", tracks.size() + 1},
-                          {"format", NameOf(track)},
-                          {"type", FourCharacters(track.format)},
-                          {"sampleRateHz", Known(track.sampleRateHz)},
-                          {"channels", Known(track.channelCount)},
-                          {"language", track.language[0] == 0 ? JSON() : JSON(track.language)},
-                          {"enabled", track.isEnabled != 0},
-                          {"taken", track.isTaken != 0}});
+        JSONObject object;
+        object.PutNumber("track", ++number);
+        object.PutText("format", NameOf(track));
+        object.PutText("type", FourCharacters(track.format));
+        object.PutKnown("sampleRateHz", track.sampleRateHz);
+        object.PutKnown("channels", track.channelCount);
+        track.language[0] == 0 ? object.PutNull("language") : object.PutText("language", track.language);
+        object.PutBoolean("enabled", track.isEnabled != 0);
+        object.PutBoolean("taken", track.isTaken != 0);
+        text += (text.empty() ? "" : ",") + object.Text();
     }
-    return tracks;
+    return '[' + text + ']';
 }
 
-void PutDescription(JSON& ioObject, const Description& inDescription) {
+void PutSound(JSONObject& ioObject, const MovieSoundReport& inReport) {
+    JSONObject sound;
+    sound.PutText("format", inReport.formatName);
+    sound.PutText("type", FourCharacters(inReport.format));
+    sound.PutNumber("sampleRateHz", std::uint64_t{inReport.sampleRateHz});
+    sound.PutNumber("channels", std::uint64_t{inReport.channelCount});
+    sound.PutNumber("frames", inReport.frameCount);
+    sound.PutSeconds("seconds", SecondsOf(inReport.frameCount, inReport.sampleRateHz));
+    sound.PutNumber("packets", inReport.packetCount);
+    ioObject.Put("sound", sound.Text());
+    JSONObject trim;
+    trim.PutText("source", TrimSourceText(inReport.trimSource));
+    trim.PutNumber("startFrames", inReport.framesTrimmedAtStart);
+    trim.PutNumber("endFrames", inReport.framesTrimmedAtEnd);
+    ioObject.Put("trim", trim.Text());
+}
+
+void PutDescription(JSONObject& ioObject, const Description& inDescription) {
     const MovieSoundReport& report = inDescription.report;
-    ioObject["container"] = report.containerName;
-    if (report.format == 0) {
-        ioObject["sound"] = nullptr;
-    } else {
-        ioObject["sound"] = {{"format", report.formatName},
-                             {"type", FourCharacters(report.format)},
-                             {"sampleRateHz", report.sampleRateHz},
-                             {"channels", report.channelCount},
-                             {"frames", report.frameCount},
-                             {"seconds", SecondsOf(report.frameCount, report.sampleRateHz)},
-                             {"packets", report.packetCount}};
-        ioObject["trim"] = {{"source", TrimSourceText(report.trimSource)},
-                            {"startFrames", report.framesTrimmedAtStart},
-                            {"endFrames", report.framesTrimmedAtEnd}};
-    }
-    ioObject["stream"] = {{"bytes", inDescription.streamByteCount},
-                          {"frames", inDescription.streamFrameCount},
-                          {"sampleRateHz", inDescription.streamRateHz}};
-    if (!inDescription.tracks.empty()) ioObject["tracks"] = TracksJSON(inDescription.tracks);
-    ioObject["damage"] = {{"packets", report.damagedPacketCount},
-                          {"silencedFrames", report.silencedFrameCount},
-                          {"skippedBytes", report.skippedByteCount}};
+    ioObject.PutText("container", report.containerName);
+    report.format == 0 ? ioObject.PutNull("sound") : PutSound(ioObject, report);
+    JSONObject stream;
+    stream.PutNumber("bytes", inDescription.streamByteCount);
+    stream.PutNumber("frames", inDescription.streamFrameCount);
+    stream.PutNumber("sampleRateHz", SInt64{inDescription.streamRateHz});
+    ioObject.Put("stream", stream.Text());
+    if (!inDescription.tracks.empty()) ioObject.Put("tracks", TracksJSON(inDescription.tracks));
+    JSONObject damage;
+    damage.PutNumber("packets", report.damagedPacketCount);
+    damage.PutNumber("silencedFrames", report.silencedFrameCount);
+    damage.PutNumber("skippedBytes", report.skippedByteCount);
+    ioObject.Put("damage", damage.Text());
 }
 
 }  // namespace
@@ -171,27 +201,27 @@ std::string DescriptionText(const Description& inDescription) {
 }
 
 std::string DescriptionJSON(const Description& inDescription) {
-    JSON object = ObjectOf(inDescription.path, {});
+    JSONObject object = ObjectOf(inDescription.path, {});
     PutDescription(object, inDescription);
-    return Dump(object);
+    return object.Text() + '\n';
 }
 
 std::string ConversionJSON(const Description& inDescription, const std::string& inOutput) {
-    JSON object = ObjectOf(inDescription.path, inOutput);
+    JSONObject object = ObjectOf(inDescription.path, inOutput);
     PutDescription(object, inDescription);
-    return Dump(object);
+    return object.Text() + '\n';
 }
 
 std::string FailureJSON(const std::string& inPath, const std::string& inReason, const std::string& inOutput) {
-    JSON object = ObjectOf(inPath, inOutput);
-    object["error"] = inReason;
-    return Dump(object);
+    JSONObject object = ObjectOf(inPath, inOutput);
+    object.PutText("error", inReason);
+    return object.Text() + '\n';
 }
 
 std::string SkippedJSON(const std::string& inPath, const std::string& inOutput) {
-    JSON object = ObjectOf(inPath, inOutput);
-    object["skipped"] = true;
-    return Dump(object);
+    JSONObject object = ObjectOf(inPath, inOutput);
+    object.PutBoolean("skipped", true);
+    return object.Text() + '\n';
 }
 
 }  // namespace tool

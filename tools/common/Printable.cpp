@@ -61,20 +61,23 @@ std::string Printable(const std::string& inText) {
     return text;
 }
 
-std::string PrintableJSON(const std::string& inJSON) {
-    std::string text;
-    for (std::string_view rest = inJSON; !rest.empty();) {
+std::string QuotedJSON(const std::string& inText) {
+    std::string text = "\"";
+    for (std::string_view rest = inText; !rest.empty();) {
         const Character character = FirstCharacter(rest);
-        if (character.isValid && IsHarmful(character.code)) {
+        if (!character.isValid) {
+            text += "\xEF\xBF\xBD";
+        } else if (IsHarmful(character.code)) {
             char escape[8];
             std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(character.code));
             text += escape;
         } else {
+            if (character.code == '"' || character.code == '\\') text += '\\';
             text += rest.substr(0, character.byteCount);
         }
         rest.remove_prefix(character.byteCount);
     }
-    return text;
+    return text + '"';
 }
 
 }  // namespace tool

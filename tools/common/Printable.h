@@ -9,8 +9,9 @@ namespace tool {
 // marks that change the direction of text, and every byte that is not UTF-8.
 std::string Printable(const std::string& inText);
 
-// A line of JSON with the same characters escaped; its strings keep their values. inJSON must be UTF-8.
-std::string PrintableJSON(const std::string& inJSON);
+// A string of JSON, with its quotes, of that value: the same characters are escaped, and U+FFFD stands for
+// every byte that is not UTF-8.
+std::string QuotedJSON(const std::string& inText);
 
 // Well-formed from the first byte to the last.
 bool IsUTF8(const std::string& inText);

@@ -86,11 +86,12 @@ class RunCommand : public testing::Test {
 TEST_F(RunCommand, EndsInGoodOrderWithoutMemory) {
     FailEach(FailingNew::kForever, {"--length", mSong});
     FailEach(FailingNew::kForever, {mSong, mOut + "/song.wav"});
+    FailEach(FailingNew::kForever, {"--json", mSong, mOut + "/song.wav"});
     FailEach(FailingNew::kForever, {"-r", mFolder / "music", mOut});
 }
 
 TEST_F(RunCommand, EndsInGoodOrderWhereMemoryIsShortOnce) {
-    FailEach(FailingNew::kOnce, {mSong, mOut + "/song.wav"});
+    FailEach(FailingNew::kOnce, {"--json", mSong, mOut + "/song.wav"});
     FailEach(FailingNew::kOnce, {"--probe", mSong});
 }
 

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace {
 
 using tool::Printable;
-using tool::PrintableJSON;
+using tool::QuotedJSON;
 
 TEST(Printable, LeavesTextAsItIs) {
     for (const char* text : {"", "song one.m4a", "\xC3\xA4", "\xE6\x97\xA5\xE6\x9C\xAC", "\xF0\x9F\x8E\xB5",
@@ -54,11 +56,21 @@ TEST(IsUTF8, TakesWellFormedTextOnly) {
         EXPECT_FALSE(tool::IsUTF8(text));
 }
 
-TEST(PrintableJSON, EscapesTheSame) {
-    EXPECT_EQ("\"a\\u009bb\\u202ec\\u007f\"", PrintableJSON("\"a\xC2\x9B"
-                                                            "b\xE2\x80\xAE"
-                                                            "c\x7F\""));
-    EXPECT_EQ("{\"\xC3\xA4\":1}", PrintableJSON("{\"\xC3\xA4\":1}"));
+TEST(QuotedJSON, EscapesTheSameAndWhatJSONMustHaveEscaped) {
+    EXPECT_EQ("\"\"", QuotedJSON(""));
+    EXPECT_EQ("\"\xC3\xA4 b/\"", QuotedJSON("\xC3\xA4 b/"));
+    EXPECT_EQ("\"a\\u009bb\\u202ec\\u007f\"", QuotedJSON("a\xC2\x9B"
+                                                         "b\xE2\x80\xAE"
+                                                         "c\x7F"));
+    EXPECT_EQ("\"\\\"\\\\\\u000a\\u0000\"", QuotedJSON(std::string("\"\\\n\0", 4)));
+}
+
+TEST(QuotedJSON, IsUTF8WhateverTheTextIs) {
+    EXPECT_EQ(
+        "\"a\xEF\xBF\xBD\xEF\xBF\xBD"
+        "b\"",
+        QuotedJSON("a\xE2\x80"
+                   "b"));
 }
 
 }  // namespace
