@@ -1,5 +1,5 @@
-#include "converter/AllocationCount.h"
 #include "converter/EngineTest.h"
+#include "support/FailingNew.h"
 
 #include <converter/WAVReader.h>
 #include <foundation/LException.h>
@@ -334,23 +334,23 @@ TEST_F(WAVReaderTest, ReadingOnAllocatesNothing) {
     Bytes buffer(1000);
     reader.Read(0, buffer.data(), 44 + 400);
 
-    const long before = AllocationCount();
+    const std::uint64_t before = test_files::NewCount();
     for (SInt64 position = 444; position < 2444; position += 100)
         reader.Read(position, buffer.data(), 100);
-    const long byReader = AllocationCount() - before;
+    const std::uint64_t byReader = test_files::NewCount() - before;
 
     const Handle handle = NewHandle(484);
-    const long beforeDirect = AllocationCount();
+    const std::uint64_t beforeDirect = test_files::NewCount();
     for (SInt32 first = 100; first < 600; first += 100) {
         HUnlock(handle);
         ASSERT_EQ(noErr,
                   MovieExportToHandle(nullptr, handle, reader.Exporter().GetMovie(), nullptr, first, 100));
         HLock(handle);
     }
-    const long byDoubles = AllocationCount() - beforeDirect;
+    const std::uint64_t byDoubles = test_files::NewCount() - beforeDirect;
     DisposeHandle(handle);
 
-    EXPECT_GT(byDoubles, 0) << "the count sees allocations";
+    EXPECT_GT(byDoubles, 0U) << "the count sees allocations";
     EXPECT_EQ(byDoubles, byReader);
 }
 

@@ -1,7 +1,7 @@
 // Every operation over the real Core Foundation, with each of its allocations failing once.
 #include "StringTest.h"
 #include "corefoundation/CF_test_access.h"
-#include "support/FailingCFMemory.h"
+#include "support/FailingMalloc.h"
 
 #include <functional>
 #include <thread>
@@ -9,7 +9,7 @@
 
 namespace {
 
-using support::FailingCFMemory;
+using support::FailingMalloc;
 using toolbox::corefoundation::LiveObjectsForTesting;
 
 using Operation = std::function<TCFString(const TCFString&)>;
@@ -93,7 +93,7 @@ TEST(FaultsOnToolboxTest, EveryAllocationOfEveryOperation) {
             std::u16string result;
             bool wasDelivered = false;
             {
-                const FailingCFMemory failing(call);
+                const FailingMalloc failing(call);
                 result = UnitsOf(row.apply(string));
                 wasDelivered = failing.Delivered();
             }
@@ -120,7 +120,7 @@ TEST(FaultsOnToolboxTest, EveryAllocationOfAMoment) {
     const std::u16string whole = moment();
     const SInt64 objects = LiveObjectsForTesting();
     for (int call = 1;; ++call) {
-        const FailingCFMemory failing(call);
+        const FailingMalloc failing(call);
         const std::u16string result = moment();
         EXPECT_EQ(objects, LiveObjectsForTesting());
         if (!failing.Delivered()) break;

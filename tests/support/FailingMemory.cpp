@@ -1,13 +1,12 @@
 #include "support/FailingMemory.h"
 
-#include "support/Countdown.h"
+#include "support/FailingNew.h"
 #include "support/KitsOwn.h"
 
 #include <dlfcn.h>
 
 #include <cerrno>
 #include <cstdlib>
-#include <new>
 #include <tuple>
 
 extern "C" {
@@ -19,24 +18,16 @@ extern "C" {
 
 namespace {
 
-thread_local constinit support::Countdown tCountdown;
-thread_local std::uint64_t tNewCount = 0;
+using test_files::FailingNew;
+
 thread_local std::uint64_t tAlignedCount = 0;
-
-thread_local int tLibraryDepth = 0;  // > 0: a library call of ours is under way
-
-bool IsToFail() {
-    return tLibraryDepth == 0 && !support::KitsOwn::IsHere() && tCountdown.IsDue();
-}
 
 // The library's own function, with what it allocates left alone.
 template <typename Function, typename... Arguments>
 auto CallLibrary(Function*, const char* inName, Arguments... inArguments) {
     auto* const function = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, inName));
-    ++tLibraryDepth;
-    auto result = function(inArguments...);
-    --tLibraryDepth;
-    return result;
+    const support::KitsOwn itsOwn;
+    return function(inArguments...);
 }
 
 // Releases of libswresample differ in how constant they take what they only read.
@@ -55,42 +46,11 @@ using InPlanes = Parameters<decltype(swr_convert)>::At<3>;
 
 namespace test_movies {
 
-FailingMemory::FailingMemory(int inFailingAllocation, Mode inMode) {
-    const bool isForever = inMode == Mode::kForever;
-    tCountdown = support::Countdown(inFailingAllocation,
-                                    isForever ? support::Countdown::kForever : support::Countdown::kOnce);
-}
-
-FailingMemory::~FailingMemory() {
-    tCountdown = {};
-}
-
-bool FailingMemory::Delivered() const {
-    return tCountdown.Delivered();
-}
-
-std::uint64_t NewCount() {
-    return tNewCount;
-}
 std::uint64_t AlignedCount() {
     return tAlignedCount;
 }
 
 }  // namespace test_movies
-
-void* operator new(std::size_t inByteCount) {
-    ++tNewCount;
-    if (IsToFail()) throw std::bad_alloc();
-    if (void* const block = std::malloc(inByteCount == 0 ? 1 : inByteCount)) return block;
-    throw std::bad_alloc();
-}
-
-void operator delete(void* inBlock) noexcept {
-    std::free(inBlock);
-}
-void operator delete(void* inBlock, std::size_t) noexcept {
-    std::free(inBlock);
-}
 
 REPLACES_LIBRARY int posix_memalign(void** outBlock, std::size_t inAlignment,
                                     std::size_t inByteCount) noexcept {
@@ -103,52 +63,54 @@ REPLACES_LIBRARY int posix_memalign(void** outBlock, std::size_t inAlignment,
 }
 
 REPLACES_LIBRARY AVFrame* av_frame_alloc() {
-    return IsToFail() ? nullptr : CallLibrary(av_frame_alloc, "av_frame_alloc");
+    return FailingNew::IsDue() ? nullptr : CallLibrary(av_frame_alloc, "av_frame_alloc");
 }
 
 REPLACES_LIBRARY AVPacket* av_packet_alloc() {
-    return IsToFail() ? nullptr : CallLibrary(av_packet_alloc, "av_packet_alloc");
+    return FailingNew::IsDue() ? nullptr : CallLibrary(av_packet_alloc, "av_packet_alloc");
 }
 
 REPLACES_LIBRARY AVCodecContext* avcodec_alloc_context3(const AVCodec* inCodec) {
-    return IsToFail() ? nullptr : CallLibrary(avcodec_alloc_context3, "avcodec_alloc_context3", inCodec);
+    return FailingNew::IsDue() ? nullptr
+                               : CallLibrary(avcodec_alloc_context3, "avcodec_alloc_context3", inCodec);
 }
 
 REPLACES_LIBRARY void* av_mallocz(std::size_t inByteCount) {
-    return IsToFail() ? nullptr : CallLibrary(av_mallocz, "av_mallocz", inByteCount);
+    return FailingNew::IsDue() ? nullptr : CallLibrary(av_mallocz, "av_mallocz", inByteCount);
 }
 
 REPLACES_LIBRARY int avcodec_open2(AVCodecContext* inContext, const AVCodec* inCodec,
                                    AVDictionary** ioOptions) {
-    return IsToFail() ? AVERROR(ENOMEM)
-                      : CallLibrary(avcodec_open2, "avcodec_open2", inContext, inCodec, ioOptions);
+    return FailingNew::IsDue() ? AVERROR(ENOMEM)
+                               : CallLibrary(avcodec_open2, "avcodec_open2", inContext, inCodec, ioOptions);
 }
 
 REPLACES_LIBRARY int avcodec_send_packet(AVCodecContext* inContext, const AVPacket* inPacket) {
-    return IsToFail() ? AVERROR(ENOMEM)
-                      : CallLibrary(avcodec_send_packet, "avcodec_send_packet", inContext, inPacket);
+    return FailingNew::IsDue() ? AVERROR(ENOMEM)
+                               : CallLibrary(avcodec_send_packet, "avcodec_send_packet", inContext, inPacket);
 }
 
 REPLACES_LIBRARY int avcodec_receive_frame(AVCodecContext* inContext, AVFrame* outFrame) {
-    return IsToFail() ? AVERROR(ENOMEM)
-                      : CallLibrary(avcodec_receive_frame, "avcodec_receive_frame", inContext, outFrame);
+    return FailingNew::IsDue()
+               ? AVERROR(ENOMEM)
+               : CallLibrary(avcodec_receive_frame, "avcodec_receive_frame", inContext, outFrame);
 }
 
 REPLACES_LIBRARY int swr_init(SwrContext* inContext) {
-    return IsToFail() ? AVERROR(ENOMEM) : CallLibrary(swr_init, "swr_init", inContext);
+    return FailingNew::IsDue() ? AVERROR(ENOMEM) : CallLibrary(swr_init, "swr_init", inContext);
 }
 
 REPLACES_LIBRARY int swr_alloc_set_opts2(SwrContext** outContext, Layout outLayout, AVSampleFormat outFormat,
                                          int outRateHz, Layout inLayout, AVSampleFormat inFormat,
                                          int inRateHz, int inLogOffset, void* inLogContext) {
-    if (IsToFail()) return AVERROR(ENOMEM);
+    if (FailingNew::IsDue()) return AVERROR(ENOMEM);
     return CallLibrary(swr_alloc_set_opts2, "swr_alloc_set_opts2", outContext, outLayout, outFormat,
                        outRateHz, inLayout, inFormat, inRateHz, inLogOffset, inLogContext);
 }
 
 REPLACES_LIBRARY int swr_convert(SwrContext* inContext, OutPlanes outPlanes, int outFrameCount,
                                  InPlanes inPlanes, int inFrameCount) {
-    if (IsToFail()) return AVERROR(ENOMEM);
+    if (FailingNew::IsDue()) return AVERROR(ENOMEM);
     return CallLibrary(swr_convert, "swr_convert", inContext, outPlanes, outFrameCount, inPlanes,
                        inFrameCount);
 }

@@ -8,6 +8,7 @@
 namespace {
 
 thread_local constinit support::Countdown tCountdown;
+thread_local constinit std::uint64_t tNewCount = 0;
 
 }  // namespace
 
@@ -22,11 +23,19 @@ FailingNew::~FailingNew() {
 bool FailingNew::Delivered() const {
     return tCountdown.Delivered();
 }
+bool FailingNew::IsDue() {
+    return !support::KitsOwn::IsHere() && tCountdown.IsDue();
+}
+
+std::uint64_t NewCount() {
+    return tNewCount;
+}
 
 }  // namespace test_files
 
 void* operator new(std::size_t inByteCount) {
-    if (!support::KitsOwn::IsHere() && tCountdown.IsDue()) throw std::bad_alloc();
+    ++tNewCount;
+    if (test_files::FailingNew::IsDue()) throw std::bad_alloc();
     if (void* const block = std::malloc(inByteCount == 0 ? 1 : inByteCount)) return block;
     throw std::bad_alloc();
 }

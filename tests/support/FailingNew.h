@@ -4,6 +4,8 @@
 
 #include "support/Countdown.h"
 
+#include <cstdint>
+
 namespace test_files {
 
 // While it lives, the n-th allocation of this thread throws std::bad_alloc, and all after it unless it is to
@@ -20,6 +22,12 @@ class FailingNew {
     FailingNew& operator=(const FailingNew&) = delete;
 
     bool Delivered() const;
+
+    // Counts a step of another kind that is to fail in its turn; true when it is to.
+    static bool IsDue();
 };
+
+// Allocations of this thread since it started, failing ones among them.
+std::uint64_t NewCount();
 
 }  // namespace test_files

@@ -1,4 +1,5 @@
 #include "os/BigEndian.h"
+#include "support/FailEach.h"
 #include "support/FailingNew.h"
 
 #include <gtest/gtest.h>
@@ -386,23 +387,15 @@ TEST_F(AtomContainersTest, NoMemory) {
     EXPECT_EQ(nullptr, other);
     EXPECT_EQ(memFullErr, TryAdd(0, kOne));
     SetMemoryLimit(0);
-    for (int failing = 1;; ++failing) {
+    const int failureCount = support::FailEach<test_files::FailingNew>([&](const auto& inUnderFault) {
         OSErr error = noErr;
-        bool wasDelivered = false;
-        {
-            test_files::FailingNew fault(failing);
-            QTAtom atom = -1;
-            error = QTInsertChild(mContainer, 0, kOne, 0, 0, 0, nullptr, &atom);
-            wasDelivered = fault.Delivered();
-        }
-        if (!wasDelivered) {
-            EXPECT_EQ(noErr, error);
-            EXPECT_GT(failing, 1) << "nothing could fail";
-            break;
-        }
-        EXPECT_EQ(memFullErr, error) << failing;
-        EXPECT_EQ(0, QTCountChildrenOfType(mContainer, 0, kOne));
-    }
+        QTAtom atom = -1;
+        const bool failed =
+            inUnderFault([&] { error = QTInsertChild(mContainer, 0, kOne, 0, 0, 0, nullptr, &atom); });
+        EXPECT_EQ(failed ? memFullErr : noErr, error);
+        EXPECT_EQ(failed ? 0 : 1, QTCountChildrenOfType(mContainer, 0, kOne));
+    });
+    EXPECT_GE(failureCount, 1);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 #include "BundleMaker.h"
-#include "support/FailingCFMemory.h"
+#include "support/FailingMalloc.h"
 #include "support/FailingNew.h"
 
 #include <corefoundation/CF_test_access.h>
@@ -489,7 +489,7 @@ TEST_F(CFBundle, FailsCleanlyWithoutMemory) {
 
     isWhole = false;
     for (int n = 1; !isWhole && n <= 1000; ++n) {
-        const support::FailingCFMemory memory(n, support::Countdown::kForever);
+        const support::FailingMalloc memory(n, support::Countdown::kForever);
         isWhole = scenario();
         EXPECT_EQ(mLiveBefore, LiveObjectsForTesting()) << n;
     }

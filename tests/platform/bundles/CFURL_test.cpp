@@ -1,5 +1,6 @@
 #include "BundleMaker.h"
-#include "support/FailingCFMemory.h"
+#include "support/FailEach.h"
+#include "support/FailingMalloc.h"
 #include "support/FailingNew.h"
 
 #include <corefoundation/CF_test_access.h>
@@ -270,28 +271,14 @@ TEST_F(CFURL, FailsCleanlyWithoutMemory) {
         FSRef found = {};
         return styled != nullptr && name != nullptr && text != nullptr && CFURLGetFSRef(text, &found);
     };
-    int failureCount = 0;
-    for (int n = 1;; ++n) {
-        const test_files::FailingNew memory(n);
-        const bool isWhole = scenario();
-        if (!memory.Delivered()) {
-            EXPECT_TRUE(isWhole);
-            break;
-        }
-        EXPECT_FALSE(isWhole) << n;
-        EXPECT_EQ(mLiveBefore, LiveObjectsForTesting()) << n;
-        ++failureCount;
-    }
-    EXPECT_GT(failureCount, 10);
-
-    bool isWhole = false;
-    for (int n = 1; !isWhole && n <= 100; ++n) {
-        const support::FailingCFMemory memory(n, support::Countdown::kForever);
-        isWhole = scenario();
-        EXPECT_EQ(!memory.Delivered(), isWhole);
-        EXPECT_EQ(mLiveBefore, LiveObjectsForTesting()) << n;
-    }
-    EXPECT_TRUE(isWhole);
+    const auto body = [&](const auto& inUnderFault) {
+        bool isWhole = false;
+        const bool failed = inUnderFault([&] { isWhole = scenario(); });
+        EXPECT_EQ(!failed, isWhole);
+        EXPECT_EQ(mLiveBefore, LiveObjectsForTesting());
+    };
+    EXPECT_GT(support::FailEach<test_files::FailingNew>(body), 10);
+    EXPECT_GT(support::FailEach<support::FailingMalloc>(body, support::Countdown::kForever), 0);
 }
 
 TEST_F(CFURL, EqualByText) {

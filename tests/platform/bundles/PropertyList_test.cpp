@@ -1,5 +1,6 @@
 #include "BundleMaker.h"
-#include "support/FailingCFMemory.h"
+#include "support/FailEach.h"
+#include "support/FailingMalloc.h"
 #include "support/FailingNew.h"
 
 #include <bundles/PropertyList.h>
@@ -299,30 +300,27 @@ TEST_F(PropertyList, DoesWithLittleStack) {
 }
 
 TEST_F(PropertyList, FailsCleanlyWithoutMemory) {
-    bool isRead = false;
-    int failureCount = 0;
-    for (; !isRead && failureCount < 1000; ++failureCount) {
-        const support::FailingCFMemory memory(failureCount + 1, support::Countdown::kForever);
-        isRead = Read(kEveryType).ref != nullptr;
-        EXPECT_EQ(mLiveBefore, LiveObjectsForTesting()) << failureCount;
-    }
-    EXPECT_TRUE(isRead);
-    EXPECT_GT(failureCount, 15);
+    const auto body = [&](const auto& inUnderFault) {
+        bool isRead = false;
+        const bool failed = inUnderFault([&] { isRead = Read(kEveryType).ref != nullptr; });
+        EXPECT_EQ(!failed, isRead);
+        EXPECT_EQ(mLiveBefore, LiveObjectsForTesting());
+    };
+    EXPECT_GT(support::FailEach<support::FailingMalloc>(body, support::Countdown::kForever), 15);
 
     // What only gains speed by memory does without it, so that not every failure is felt.
     int thrownCount = 0;
-    bool isDelivered = true;
-    for (int n = 1; isDelivered; ++n) {
-        isRead = false;
-        try {
-            const test_files::FailingNew memory(n);
-            isRead = Read(kEveryType).ref != nullptr;
-            isDelivered = memory.Delivered();
-        } catch (const std::bad_alloc&) {
-            ++thrownCount;
-        }
-        EXPECT_EQ(mLiveBefore, LiveObjectsForTesting()) << n;
-    }
-    EXPECT_TRUE(isRead);
+    support::FailEach<test_files::FailingNew>([&](const auto& inUnderFault) {
+        bool isRead = false;
+        const bool failed = inUnderFault([&] {
+            try {
+                isRead = Read(kEveryType).ref != nullptr;
+            } catch (const std::bad_alloc&) {
+                ++thrownCount;
+            }
+        });
+        EXPECT_TRUE(isRead || failed);
+        EXPECT_EQ(mLiveBefore, LiveObjectsForTesting());
+    });
     EXPECT_GT(thrownCount, 5);
 }

@@ -1,9 +1,9 @@
 #include "CFSupport.h"
-#include "support/Countdown.h"
+#include "support/FailEach.h"
+#include "support/FailingMalloc.h"
 
 #include <corefoundation/CF_test_access.h>
 #include <gtest/gtest.h>
-#include <os/SystemCalls_test_access.h>
 #include <toolbox/CFString.h>
 
 #include <cstdlib>
@@ -201,35 +201,19 @@ TEST(Compare, BackwardsAndAnchoredMeanNothing) {
 
 // Each allocation fails in turn; the answer is then that of no flags, and nothing stays behind.
 TEST(Compare, NoMemory) {
-    static support::Countdown sCountdown;
-    static int sLive;
     const std::u16string lower(500, u'\u00E9');
     const std::u16string upper(500, u'\u00C9');
     const OwnedString left = StringOf(lower + u"02");
     const OwnedString right = StringOf(upper + u"2");
-    auto& calls = toolbox::os::CallsForTesting();
-    const auto saved = calls;
-    calls.malloc = [](std::size_t inByteCount) -> void* {
-        if (sCountdown.IsDue()) return nullptr;
-        ++sLive;
-        return std::malloc(inByteCount);
-    };
-    calls.free = [](void* inBlock) {
-        --sLive;
-        std::free(inBlock);
-    };
-    int failing = 1;
-    for (;; ++failing) {
-        sCountdown = support::Countdown(failing);
-        sLive = 0;
-        const CFComparisonResult result =
-            CFStringCompare(left.get(), right.get(), kNumerically | kCase | kNonliteral);
-        EXPECT_EQ(0, sLive) << failing;
-        EXPECT_EQ(sCountdown.Delivered() ? kCFCompareGreaterThan : kCFCompareEqualTo, result) << failing;
-        if (!sCountdown.Delivered()) break;
-    }
-    calls = saved;
-    EXPECT_EQ(9, failing) << "for either text, room for its units and for their places, and for more of both";
+    const int failureCount = support::FailEach<support::FailingMalloc>([&](const auto& inUnderFault) {
+        CFComparisonResult result = kCFCompareLessThan;
+        const bool failed = inUnderFault(
+            [&] { result = CFStringCompare(left.get(), right.get(), kNumerically | kCase | kNonliteral); });
+        EXPECT_EQ(0, support::FailingMalloc::LiveBlockCount());
+        EXPECT_EQ(failed ? kCFCompareGreaterThan : kCFCompareEqualTo, result);
+    });
+    EXPECT_EQ(8, failureCount)
+        << "for either text, room for its units and for their places, and for more of both";
 }
 
 TEST(Compare, WithoutHelp) {

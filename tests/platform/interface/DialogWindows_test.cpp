@@ -1,4 +1,5 @@
 #include "DialogTest.h"
+#include "support/FailEach.h"
 #include "support/FailingNew.h"
 
 #include <gtest/gtest.h>
@@ -169,24 +170,14 @@ TEST_F(DialogWindowsTest, MemoryFails) {
     OpenUsual();
     DisposeDialog(GetNewDialog(kDialogID, nullptr, nullptr));  // reads the resources
     const UInt64 handles = GetLiveHandleCount();
-    for (int failing = 1;; ++failing) {
+    const int failureCount = support::FailEach<test_files::FailingNew>([&](const auto& inUnderFault) {
         DialogRef dialog = nullptr;
-        bool delivered = false;
-        {
-            const test_files::FailingNew failure(failing);
-            dialog = GetNewDialog(kDialogID, nullptr, nullptr);
-            delivered = failure.Delivered();
-        }
-        if (!delivered) {
-            EXPECT_NE(nullptr, dialog);
-            DisposeDialog(dialog);
-            break;
-        }
-        EXPECT_EQ(nullptr, dialog) << failing;
+        const bool failed = inUnderFault([&] { dialog = GetNewDialog(kDialogID, nullptr, nullptr); });
+        EXPECT_EQ(failed, dialog == nullptr);
         DisposeDialog(dialog);
-        EXPECT_EQ(handles, GetLiveHandleCount()) << failing;
-    }
-    EXPECT_EQ(handles, GetLiveHandleCount());
+        EXPECT_EQ(handles, GetLiveHandleCount());
+    });
+    EXPECT_GE(failureCount, 1);
 }
 
 TEST_F(DialogWindowsTest, HandlesFail) {

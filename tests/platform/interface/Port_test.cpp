@@ -1,6 +1,7 @@
 #include "interface/Port.h"
 
 #include "Pictures.h"
+#include "support/FailEach.h"
 #include "support/FailingNew.h"
 
 #include <gtest/gtest.h>
@@ -50,22 +51,15 @@ TEST(Port, BadArguments) {
 }
 
 TEST(Port, MemoryFails) {
-    for (int failing = 1;; ++failing) {
+    const int failureCount = support::FailEach<test_files::FailingNew>([](const auto& inUnderFault) {
         GWorldPtr port = nullptr;
         OSErr error = noErr;
-        bool delivered = false;
-        {
-            const test_files::FailingNew failure(failing);
-            error = NewGWorld(&port, 1, &kSmall, nullptr, nullptr, 0);
-            delivered = failure.Delivered();
-        }
-        EXPECT_EQ(delivered, port == nullptr);
+        const bool failed = inUnderFault([&] { error = NewGWorld(&port, 1, &kSmall, nullptr, nullptr, 0); });
+        EXPECT_EQ(failed, port == nullptr);
         DisposeGWorld(port);
-        EXPECT_EQ(delivered ? memFullErr : noErr, error);
-        if (delivered) continue;
-        EXPECT_GE(failing, 2) << "something did fail";
-        break;
-    }
+        EXPECT_EQ(failed ? memFullErr : noErr, error);
+    });
+    EXPECT_GE(failureCount, 1);
 }
 
 TEST(Port, Widest) {

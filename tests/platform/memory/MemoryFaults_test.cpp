@@ -1,11 +1,11 @@
 // What remains when the system refuses memory: every allocation of a scenario fails once, and once from there
 // on.
-#include "support/Countdown.h"
+#include "support/FailEach.h"
+#include "support/FailingMalloc.h"
 
 #include <gtest/gtest.h>
 #include <memory/MacMemory_test_access.h>
 #include <memory/MasterPointers.h>
-#include <os/SystemCalls_test_access.h>
 #include <toolbox/MacMemory.h>
 
 #include <cstdlib>
@@ -18,31 +18,7 @@
 namespace {
 
 using support::Countdown;
-
-Countdown sFault;
-
-bool Fails() {
-    return sFault.IsDue();
-}
-
-class FaultScope {
-  public:
-    FaultScope(int inFailingCall, bool inForever) {
-        auto& calls = toolbox::os::CallsForTesting();
-        calls.malloc = [](std::size_t inCount) { return Fails() ? nullptr : std::malloc(inCount); };
-        calls.calloc = [](std::size_t inCount, std::size_t inSize) {
-            return Fails() ? nullptr : std::calloc(inCount, inSize);
-        };
-        calls.realloc = [](void* ioBlock, std::size_t inCount) {
-            return Fails() ? nullptr : std::realloc(ioBlock, inCount);
-        };
-        sFault = Countdown(inFailingCall, inForever ? Countdown::kForever : Countdown::kOnce);
-    }
-    ~FaultScope() { toolbox::os::CallsForTesting() = mSaved; }
-
-  private:
-    toolbox::os::SystemCalls mSaved = toolbox::os::CallsForTesting();
-};
+using support::FailingMalloc;
 
 // Runs a scenario with call 1, 2, 3, ... failing, until a run meets no fault. The scenario answers noErr or
 // the error it met, and leaves nothing behind. Returns how many places could fail.
@@ -51,21 +27,16 @@ int FailEveryCall(bool inForever, OSErr inExpected, Scenario inScenario) {
     const UInt64 handles = GetLiveHandleCount();
     const UInt64 ptrs = GetLivePtrCount();
     const UInt64 bytes = GetMemoryInUse();
-    for (int failing = 1;; ++failing) {
-        OSErr error = noErr;
-        {
-            const FaultScope fault(failing, inForever);
-            error = inScenario();
-        }
-        EXPECT_EQ(handles, GetLiveHandleCount()) << "call " << failing;
-        EXPECT_EQ(ptrs, GetLivePtrCount()) << "call " << failing;
-        EXPECT_EQ(bytes, GetMemoryInUse()) << "call " << failing;
-        if (!sFault.Delivered()) {
-            EXPECT_EQ(noErr, error);
-            return failing - 1;
-        }
-        EXPECT_EQ(inExpected, error) << "call " << failing;
-    }
+    return support::FailEach<FailingMalloc>(
+        [&](const auto& inUnderFault) {
+            OSErr error = noErr;
+            const bool failed = inUnderFault([&] { error = inScenario(); });
+            EXPECT_EQ(handles, GetLiveHandleCount());
+            EXPECT_EQ(ptrs, GetLivePtrCount());
+            EXPECT_EQ(bytes, GetMemoryInUse());
+            EXPECT_EQ(failed ? inExpected : OSErr{noErr}, error);
+        },
+        inForever ? Countdown::kForever : Countdown::kOnce);
 }
 
 OSErr DisposeAfter(Handle inHandle, OSErr inError) {
@@ -78,7 +49,7 @@ std::vector<Handle> TakeAllMastersRefusing() {
     constexpr std::size_t kMoreThanAreAtHand = 1'000'000;
     std::vector<Handle> handles;
     handles.reserve(kMoreThanAreAtHand);
-    const FaultScope fault(1, true);
+    const FailingMalloc fault(1, Countdown::kForever);
     while (handles.size() < kMoreThanAreAtHand) {
         Handle handle = NewEmptyHandle();
         if (handle == nullptr) break;
@@ -132,7 +103,7 @@ TEST(MemoryFaults, MasterPointers) {
 TEST(MemoryFaults, NewEmptyHandleWithoutMasterPointers) {
     const std::vector<Handle> handles = TakeAllMastersRefusing();
     EXPECT_EQ(memFullErr, MemError());
-    EXPECT_EQ(1, sFault.DeliveredCount());
+    EXPECT_EQ(1, FailingMalloc::DeliveredCount());
     Handle handle = NewEmptyHandle();
     EXPECT_NE(nullptr, handle) << "once there is memory again";
     DisposeHandle(handle);
@@ -183,7 +154,7 @@ TEST(MemoryFaults, GrowingLeavesTheBlockAsItWas) {
         ASSERT_EQ(noErr, PtrToHand("abc", &handle, 3));
         const Ptr block = *handle;
         {
-            const FaultScope fault(1, true);
+            const FailingMalloc fault(1, Countdown::kForever);
             SetHandleSize(handle, 1000);
             EXPECT_EQ(memFullErr, MemError());
             EXPECT_EQ(memFullErr, PtrAndHand("def", handle, 3));
@@ -204,9 +175,9 @@ TEST(MemoryFaults, AppendingDoesWithoutSpareRoom) {
     Handle handle = nullptr;
     ASSERT_EQ(noErr, PtrToHand("abc", &handle, 3));
     {
-        const FaultScope fault(1, false);
+        const FailingMalloc fault(1);
         EXPECT_EQ(noErr, PtrAndHand("def", handle, 3));
-        EXPECT_EQ(1, sFault.DeliveredCount());
+        EXPECT_EQ(1, FailingMalloc::DeliveredCount());
     }
     EXPECT_EQ("abcdef", std::string(*handle, 6));
     DisposeHandle(handle);
@@ -240,7 +211,7 @@ TEST(MemoryFaults, Copies) {
 TEST(MemoryFaults, ReallocateLeavesTheHandleEmptied) {
     Handle handle = NewHandle(10);
     {
-        const FaultScope fault(1, false);
+        const FailingMalloc fault(1);
         ReallocateHandle(handle, 20);
         EXPECT_EQ(memFullErr, MemError());
     }

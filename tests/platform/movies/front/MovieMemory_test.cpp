@@ -25,10 +25,10 @@ using mirtal::fakes::EncodedSound;
 using mirtal::fakes::MemorySound;
 using mirtal::fakes::NewSound;
 using mirtal::fakes::SoundToEncode;
+using test_files::FailingNew;
+using test_files::NewCount;
 using test_movies::AlignedCount;
-using test_movies::FailingMemory;
 using test_movies::FileAlias;
-using test_movies::NewCount;
 using test_movies::Script;
 using test_movies::SoundTrackOf;
 using test_movies::Tracks;
@@ -82,7 +82,7 @@ Handle OutputDescription() {
     return description;
 }
 
-void FailEveryAllocation(const std::function<MemorySound()>& inNewSound, FailingMemory::Mode inMode) {
+void FailEveryAllocation(const std::function<MemorySound()>& inNewSound, FailingNew::Extent inMode) {
     const FileAlias alias;
     const Handle description = OutputDescription();
     Script(Tracks(SoundTrackOf(inNewSound())));
@@ -102,7 +102,7 @@ void FailEveryAllocation(const std::function<MemorySound()>& inNewSound, Failing
         Result result;
         bool isDelivered = false;
         {
-            const FailingMemory failure(failing, inMode);
+            const FailingNew failure(failing, inMode);
             Convert(alias.Get(), description, result);
             isDelivered = failure.Delivered();
         }
@@ -125,7 +125,7 @@ void FailEveryAllocation(const std::function<MemorySound()>& inNewSound, Failing
     DisposeHandle(description);
 }
 
-class MovieMemory : public testing::TestWithParam<FailingMemory::Mode> {};
+class MovieMemory : public testing::TestWithParam<FailingNew::Extent> {};
 
 TEST_P(MovieMemory, CommonSound) {
     SoundToEncode description;
@@ -160,8 +160,7 @@ TEST_P(MovieMemory, IntegerSound) {
                         GetParam());
 }
 
-INSTANTIATE_TEST_SUITE_P(Both, MovieMemory,
-                         testing::Values(FailingMemory::Mode::kOnce, FailingMemory::Mode::kForever));
+INSTANTIATE_TEST_SUITE_P(Both, MovieMemory, testing::Values(FailingNew::kOnce, FailingNew::kForever));
 
 // A store like a file's: its packets lie in a block that is counted by references.
 class BlockPackets final : public toolbox::movies::PacketStore {
