@@ -67,6 +67,7 @@ constexpr Words kWords[] = {
     {kQTPropertyBadValueSizeErr, "the property's value has another size"},
     {kQTPropertyReadOnlyErr, "the property cannot be set"},
     {kQTPropertyNotSupportedErr, "there is no such property"},
+    {kQTPropertyNotAvailableErr, "the property is not available now"},
     {coreFoundationUnknownErr, "a step failed that does not tell why"},
     {afpAccessDenied, "permission denied"},
     {noCodecErr, "there is no decoder for its sound"},

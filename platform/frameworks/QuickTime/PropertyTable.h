@@ -5,7 +5,6 @@
 #include <toolbox/MovieProperties.h>
 
 #include <cstring>
-#include <iterator>
 
 namespace toolbox::quicktime {
 
@@ -16,7 +15,7 @@ struct Property {
     QTPropertyID id;
     QTPropertyValueType type;
     ByteCount sizeBytes;
-    bool (*isSupported)(Subject... inSubject);
+    bool (*isAvailable)(Subject... inSubject);
     void (*get)(Subject... inSubject, void* outValue);
     OSStatus (*set)(Subject... inSubject, const void* inValue);  // null: read only
 
@@ -37,22 +36,25 @@ Value ValueAt(const void* inValue) {
     return value;
 }
 
-// Null when the subject has no such property.
+// Tells a property that does not exist from one that the subject does not have now.
 template <typename Table, typename... Subject>
-auto FindProperty(const Table& inTable, QTPropertyClass inClass, QTPropertyID inID, Subject... inSubject)
-    -> decltype(std::begin(inTable)) {
-    for (const auto& property : inTable)
-        if (property.propertyClass == inClass && property.id == inID)
-            return property.isSupported(inSubject...) ? &property : nullptr;
-    return nullptr;
+[[nodiscard]] OSStatus FindProperty(const Table& inTable, QTPropertyClass inClass, QTPropertyID inID,
+                                    const Property<Subject...>*& outProperty, Subject... inSubject) {
+    for (const auto& property : inTable) {
+        if (property.propertyClass != inClass || property.id != inID) continue;
+        outProperty = &property;
+        return property.isAvailable(inSubject...) ? noErr : kQTPropertyNotAvailableErr;
+    }
+    return kQTPropertyNotSupportedErr;
 }
 
 template <typename Table, typename... Subject>
 [[nodiscard]] OSStatus GetPropertyInfo(const Table& inTable, QTPropertyClass inClass, QTPropertyID inID,
                                        QTPropertyValueType* outType, ByteCount* outSize, UInt32* outFlags,
                                        Subject... inSubject) {
-    const auto* property = FindProperty(inTable, inClass, inID, inSubject...);
-    if (property == nullptr) return kQTPropertyNotSupportedErr;
+    const Property<Subject...>* property = nullptr;
+    const OSStatus status = FindProperty(inTable, inClass, inID, property, inSubject...);
+    if (status != noErr) return status;
     if (outType != nullptr) *outType = property->type;
     if (outSize != nullptr) *outSize = property->sizeBytes;
     if (outFlags != nullptr) *outFlags = property->Flags();
@@ -63,8 +65,9 @@ template <typename Table, typename... Subject>
 [[nodiscard]] OSStatus GetProperty(const Table& inTable, QTPropertyClass inClass, QTPropertyID inID,
                                    ByteCount inSize, void* outValue, ByteCount* outSizeUsed,
                                    Subject... inSubject) {
-    const auto* property = FindProperty(inTable, inClass, inID, inSubject...);
-    if (property == nullptr) return kQTPropertyNotSupportedErr;
+    const Property<Subject...>* property = nullptr;
+    const OSStatus status = FindProperty(inTable, inClass, inID, property, inSubject...);
+    if (status != noErr) return status;
     if (inSize < property->sizeBytes) return kQTPropertyBadValueSizeErr;
     if (outValue == nullptr) return paramErr;
     property->get(inSubject..., outValue);
@@ -75,8 +78,9 @@ template <typename Table, typename... Subject>
 template <typename Table, typename... Subject>
 [[nodiscard]] OSStatus SetProperty(const Table& inTable, QTPropertyClass inClass, QTPropertyID inID,
                                    ByteCount inSize, const void* inValue, Subject... inSubject) {
-    const auto* property = FindProperty(inTable, inClass, inID, inSubject...);
-    if (property == nullptr) return kQTPropertyNotSupportedErr;
+    const Property<Subject...>* property = nullptr;
+    const OSStatus status = FindProperty(inTable, inClass, inID, property, inSubject...);
+    if (status != noErr) return status;
     if (property->set == nullptr) return kQTPropertyReadOnlyErr;
     if (inSize != property->sizeBytes) return kQTPropertyBadValueSizeErr;
     return inValue == nullptr ? static_cast<OSStatus>(paramErr) : property->set(inSubject..., inValue);

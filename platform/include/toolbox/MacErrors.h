@@ -48,7 +48,8 @@ enum {
     cannotBeLeafAtomErr = -2109,         // the atom has data, so it cannot have children
     kQTPropertyBadValueSizeErr = -2184,  // the value has another size
     kQTPropertyReadOnlyErr = -2191,      // the property cannot be set
-    kQTPropertyNotSupportedErr = -2195,  // no property of that class and id, or not here
+    kQTPropertyNotSupportedErr = -2195,  // no property of that class and id
+    kQTPropertyNotAvailableErr = -2200,  // there is one, but not here and now
     badComponentInstance = (int)0x80008001,
     badComponentSelector = (int)0x80008002,
     coreFoundationUnknownErr = -4960,  // a step of Core Foundation failed; it does not tell why

@@ -15,7 +15,7 @@
 //             "audi" "dmgd" UInt64  packets missing or damaged, met so far                             no
 //   process   "qges" "snda" OSType  sound architecture (toolbox/SoundArchitecture.h)                   yes
 //
-// Those of class "audi" are of the first sound track, and not supported where there is none. A movie's
+// Those of class "audi" are of the first sound track, and not available where there is none. A movie's
 // properties belong to the movie's thread; any thread may use those of the process.
 #pragma once
 
@@ -67,9 +67,10 @@ TOOLBOX_FRAMEWORK_EXPORT Boolean QTIsUserInteractionAllowed(void);
 // to that. Setting: inSize is the value's size.
 //
 // Results, in the order in which they are looked for: invalidMovie for a null movie;
-// kQTPropertyNotSupportedErr for a class and id that are not in the table, or sound where there is none;
-// kQTPropertyReadOnlyErr when a property that cannot be set is; kQTPropertyBadValueSizeErr; paramErr for a
-// null value, or one that the property cannot have. Nothing is changed on failure.
+// kQTPropertyNotSupportedErr for a class and id that are not in the table; kQTPropertyNotAvailableErr for
+// those of sound where there is none; kQTPropertyReadOnlyErr when a property that cannot be set is;
+// kQTPropertyBadValueSizeErr; paramErr for a null value, or one that the property cannot have. Nothing is
+// changed on failure.
 TOOLBOX_FRAMEWORK_MUST_USE OSStatus QTGetMoviePropertyInfo(Movie inMovie, QTPropertyClass inClass,
                                                            QTPropertyID inID, QTPropertyValueType* outType,
                                                            ByteCount* outSize, UInt32* outFlags);

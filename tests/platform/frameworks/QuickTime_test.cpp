@@ -192,7 +192,8 @@ TEST_F(QuickTimeFramework, MovieWithoutSoundHasNoPropertiesOfSound) {
     const FixtureMovie movie("video-only.mp4");
     for (const OSType id : {kMoviePropertySampleRate, kMoviePropertyChannelCount, kMoviePropertySoundFormat,
                             kMoviePropertyDamagedPacketCount})
-        ExpectNoProperty(movie, kMoviePropertyClassAudio, id, kQTPropertyNotSupportedErr);
+        ExpectNoProperty(movie, kMoviePropertyClassAudio, id, -2200);
+    ExpectNoProperty(movie, kMoviePropertyClassAudio, kMoviePropertyTimeScale, -2195);
     EXPECT_EQ(GetMovieDuration(movie), Get<SInt64>(movie, kMoviePropertyClassTime, kMoviePropertyDuration));
 }
 
