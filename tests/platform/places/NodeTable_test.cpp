@@ -1,5 +1,6 @@
 #include "places/NodeTable.h"
 
+#include "support/FailEach.h"
 #include "support/FailingNew.h"
 
 #include <gtest/gtest.h>
@@ -297,27 +298,23 @@ TEST(NodeTable, ShortMemoryLeavesItConsistent) {
     const std::uint64_t large = std::uint64_t{1} << 40;
     const std::vector<PathStep> path = {Root(), Folder(200, longName), Folder(large, longName),
                                         File(300, longName)};
-    for (int failing = 1;; ++failing) {
+    const int failureCount = support::FailEach<test_files::FailingNew>([&](const auto& inUnderFault) {
         NodeTable table;
         bool ranOut = false;
-        {
-            const test_files::FailingNew memory(failing);
+        const bool failed = inUnderFault([&] {
             try {
                 table.Record(path);
             } catch (const std::bad_alloc&) {
                 ranOut = true;
             }
-            EXPECT_EQ(memory.Delivered(), ranOut);
-        }
-        if (!ranOut) {
-            EXPECT_GT(failing, 5);
-            break;
-        }
-        EXPECT_LT(table.Count(), 4u);
-        EXPECT_EQ(300u, table.Record(path)) << failing;
+        });
+        EXPECT_EQ(failed, ranOut);
+        EXPECT_EQ(failed, table.Count() < 4u);
+        EXPECT_EQ(300u, table.Record(path));
         EXPECT_EQ(4u, table.Count());
         EXPECT_EQ('/' + longName + '/' + longName + '/' + longName, PathOf(table, File(300, "")));
-    }
+    });
+    EXPECT_GT(failureCount, 4);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "places/Place.h"
 
+#include "support/FailEach.h"
 #include "support/FailingCalls.h"
 #include "support/FileWorld.h"
 
@@ -120,25 +121,18 @@ TEST_P(PlaceTest, WalkEndsWithWhatIsWanted) {
 TEST_P(PlaceTest, EveryFailingCallIsTold) {
     const std::string path = mFolder.MakeFile("a");
     const std::size_t descriptors = mFolder.OpenDescriptorCount();
-    for (int failing = 1;; ++failing) {
+    const auto body = [&](const auto& inUnderFault) {
         int error = 0;
-        bool delivered = false;
-        {
-            const FailingCalls calls(failing, EIO);
+        const bool failed = inUnderFault([&] {
             Place place;
             error = OpenPlaceOf(path, place);
             if (error == 0)
                 error = FindName(place, [&](const struct dirent&) { return place.name == "a" ? 0 : ENOENT; });
-            delivered = calls.Delivered();
-        }
-        EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount()) << failing;
-        if (!delivered) {
-            EXPECT_EQ(0, error);
-            EXPECT_GT(failing, 6);
-            break;
-        }
-        EXPECT_TRUE(error == EIO || error == 0) << failing << ": only closing fails without harm";
-    }
+        });
+        EXPECT_EQ(descriptors, mFolder.OpenDescriptorCount());
+        EXPECT_TRUE(error == 0 || (failed && error == EIO)) << "only closing fails without harm";
+    };
+    EXPECT_GT(support::FailEach<FailingCalls>(body, EIO), 5);
 }
 
 TEST(IsVolumeRoot, IsAFolderOfAnotherVolume) {
