@@ -1,6 +1,8 @@
-// A fuzzer without libFuzzer: plays each file of the folders and files named, and so many mutations of each.
-// Usage: X_replay MUTATIONS FILE|FOLDER...
-// Every compiler builds it, so that inputs once found, and their like, are tried wherever the tests run.
+// A fuzzer without libFuzzer: plays each file of the folders and files named, and so many mutations of each,
+// or more in a long run. Usage: X_replay MUTATIONS FILE|FOLDER... Every compiler builds it, so that inputs
+// once found, and their like, are tried wherever the tests run.
+#include "../tests/support/Rounds.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -71,7 +73,7 @@ int main(int inCount, char** inArguments) {
         std::fprintf(stderr, "usage: %s MUTATIONS FILE|FOLDER...\n", inArguments[0]);
         return 2;
     }
-    const int mutationCount = std::atoi(inArguments[1]);
+    const int mutationCount = support::Rounds(std::atoi(inArguments[1]));
     const std::vector<std::string> paths = ListInputs(inCount - 2, inArguments + 2);
     std::mt19937 random(1);
     long played = 0;

@@ -2,6 +2,7 @@
 // conversions.
 #include "MediaFolder.h"
 #include "fakes/MP4Writer.h"
+#include "support/Rounds.h"
 #include "support/TemporaryFolder.h"
 
 #include <converter/WAVReader.h>
@@ -98,7 +99,7 @@ TEST_P(HostileFiles, ChangedBytes) {
     std::mt19937 random(static_cast<unsigned>(mContents.size()));
     // Half of the changes fall among the tables, which are small beside the sound.
     const std::size_t tables = mContents.find("moov");
-    for (int round = 0; round < 500; ++round) {
+    for (int round = 0, rounds = support::Rounds(500); round < rounds; ++round) {
         std::string changed = mContents;
         const bool isInTables = tables != std::string::npos && round % 2 == 0;
         const std::size_t first = isInTables ? tables : 0;

@@ -1,6 +1,7 @@
 #include "PascalBuffer.h"
 #include "fakes/Calls.h"
 #include "strings/NaiveByteStrings.h"
+#include "support/Rounds.h"
 
 #include <gtest/gtest.h>
 #include <strings/PascalStrings.h>
@@ -128,7 +129,7 @@ TEST(PascalSuffix, AgainstTheModel) {
 
 TEST(PascalSuffix, RandomTextsAgainstTheModel) {
     std::mt19937 random(20);
-    for (int run = 0; run < 20000; ++run) {
+    for (int run = 0, runs = support::Rounds(20000); run < runs; ++run) {
         std::string text(random() % 256, '\0'), asked(random() % 8, '\0');
         for (char& character : text)
             character = "abAB.\x01\x7F"[random() % 7];

@@ -1,5 +1,6 @@
 #include "PascalBuffer.h"
 #include "strings/NaiveByteStrings.h"
+#include "support/Rounds.h"
 
 #include <gtest/gtest.h>
 #include <strings/PascalStrings.h>
@@ -75,7 +76,7 @@ TEST(PlugParams, RandomTextsAgainstTheModel) {
             character = "^^^01234 x\xFF"[random() % 11];
         return text;
     };
-    for (int run = 0; run < 20000; ++run) {
+    for (int run = 0, runs = support::Rounds(20000); run < runs; ++run) {
         const std::size_t maxLength = run % 3 == 0 ? 255 : 12;
         const std::string text = randomText(maxLength);
         Param params[4];

@@ -2,6 +2,7 @@
 #include "NaiveStrings.h"
 #include "StringTest.h"
 #include "support/CommaLocale.h"
+#include "support/Rounds.h"
 
 #include <cstdlib>
 #include <random>
@@ -60,7 +61,7 @@ std::string Shown(const Text& inText) {
     return "'" + shown + "'";
 }
 
-constexpr int kRounds = 20000;
+const int kRounds = support::Rounds(20000);
 
 // Everything that a failure needs to be seen again.
 #define TRACE(text, find, with, range, flags)                                                          \

@@ -1,5 +1,7 @@
 #include "aliases/AliasRecord.h"
 
+#include "support/Rounds.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
@@ -98,7 +100,7 @@ TEST(AliasRecord, AnyBytesAreReadWithinTheirBounds) {
     ASSERT_EQ(noErr, EncodeAlias(Sample(), good));
     std::mt19937 random(1);
     int accepted = 0;
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0, rounds = support::Rounds(20000); round < rounds; ++round) {
         std::vector<UInt8> bytes = good;
         for (int count = 0; count < 3; ++count)
             bytes[random() % bytes.size()] = static_cast<UInt8>(random());

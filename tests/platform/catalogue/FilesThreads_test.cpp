@@ -3,6 +3,7 @@
 #include "Refs.h"
 #include "catalogue/FileAccess.h"
 #include "places/NodeTable.h"
+#include "support/Rounds.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +26,7 @@ using test_files::TemporaryFolder;
 
 constexpr int kThreads = 8;
 constexpr int kFiles = 6;
-constexpr int kRounds = 150;
+const int kRounds = support::Rounds(150);
 
 std::string NameOf(int inFile, int inRound) {
     return "folder/file " + std::to_string(inFile) + (inRound % 2 == 0 ? " even" : " odd");

@@ -2,6 +2,7 @@
 
 #include "os/BigEndian.h"
 #include "platform/resources/ResourcesTest.h"
+#include "support/Rounds.h"
 
 #include <gtest/gtest.h>
 
@@ -145,7 +146,7 @@ TEST(ResourceFork, ListsThatOverlapAreNotReadTwice) {
 
 TEST(ResourceFork, RandomMapsComeBack) {
     std::mt19937 random(1);
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0, rounds = support::Rounds(200); round < rounds; ++round) {
         std::vector<Image> images;
         for (unsigned left = random() % 40; left > 0; --left) {
             std::string data(random() % 50, '\0');

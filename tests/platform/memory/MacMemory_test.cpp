@@ -1,3 +1,5 @@
+#include "support/Rounds.h"
+
 #include <gtest/gtest.h>
 #include <memory/MacMemory_test_access.h>
 #include <os/SystemCalls_test_access.h>
@@ -500,7 +502,7 @@ TEST_F(HandleTest, FreeMemoryIsWhatTheSystemHas) {
 
 TEST_F(HandleTest, MadeOnOneThreadAndDisposedOfOnAnother) {
     constexpr int kThreads = 8;
-    constexpr int kRounds = 2000;
+    const int kRounds = support::Rounds(2000);
     std::vector<std::vector<Handle>> made(kThreads);
     const auto run = [&](auto inWork) {
         std::vector<std::thread> threads;

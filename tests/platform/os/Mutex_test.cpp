@@ -1,5 +1,7 @@
 #include "os/Mutex.h"
 
+#include "support/Rounds.h"
+
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -17,11 +19,11 @@ struct Counter {
 
 TEST(Mutex, IsHeldByOneThreadAtATime) {
     constexpr int kThreads = 4;
-    constexpr int kRounds = 5000;
+    const int kRounds = support::Rounds(5000);
     Counter counter;
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i)
-        threads.emplace_back([&counter] {
+        threads.emplace_back([&] {
             for (int round = 0; round < kRounds; ++round) {
                 const MutexLock lock(counter.mutex);
                 ++counter.count;

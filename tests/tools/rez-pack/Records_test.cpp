@@ -3,6 +3,7 @@
 
 #include "Descriptions.h"
 #include "Forms.h"
+#include "support/Rounds.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/Resources.h>
@@ -63,7 +64,7 @@ TEST(RezPackRecords, MacRoman) {
 // Whatever the bytes are, what is shown makes the same bytes again.
 TEST(RezPackRecords, AnyBytesComeBack) {
     std::mt19937 random(3);
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0, rounds = support::Rounds(3000); round < rounds; ++round) {
         Record record;
         const ResType types[] = {FourChars("STR "), FourChars("STR#"), FourChars("ALRT"), FourChars("DITL"),
                                  static_cast<ResType>(random())};

@@ -2,6 +2,7 @@
 #include "Syntax.h"
 
 #include "Descriptions.h"
+#include "support/Rounds.h"
 
 #include <gtest/gtest.h>
 
@@ -80,7 +81,7 @@ TEST(RezPackSyntax, KnowsWhateverTheParserRefuses) {
     std::mt19937 random(12);
     const std::string whole = kAlertDescription;
     int refusedCount = 0;
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0, rounds = support::Rounds(20000); round < rounds; ++round) {
         std::string text = whole;
         const std::size_t at = random() % text.size();
         switch (random() % 3) {
