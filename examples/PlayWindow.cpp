@@ -26,6 +26,7 @@
 namespace {
 
 constexpr SInt64 kFrameBytes = 4;
+constexpr std::size_t kBufferBytes = 65536;
 
 int Fail(int inExitCode, std::string_view inAbout, std::string_view inReason) {
     std::cerr << "play-window: " << inAbout << ": " << inReason << '\n';
@@ -74,7 +75,7 @@ int Play(const char* inPath, const char* inFrom, const char* inTo, bool inRaw) {
     if (reader.FrameCount() == 0) return Fail(EX_USAGE, inFrom, "is at the end or past it");
     if (!inRaw && reader.ByteCount() > WAVReader::kMaxRIFFBytes)
         return Fail(EX_DATAERR, inPath, "is too long for a WAV file");
-    std::vector<unsigned char> bytes(64 * 1024);
+    std::vector<unsigned char> bytes(kBufferBytes);
     SInt64 position = inRaw ? reader.ByteCount() - reader.FrameCount() * kFrameBytes : 0;
     while (const std::size_t count = reader.Read(position, bytes.data(), bytes.size())) {
         if (!Write(bytes.data(), count)) return Fail(EX_IOERR, "standard output", std::strerror(errno));

@@ -36,7 +36,7 @@ TEST_P(ImporterCorpus, RateChannelsAndLength) {
     ASSERT_FALSE(bytes.str().empty());
     ImportedMovie movie;
     std::string problem;
-    ASSERT_EQ(noErr, sample.import(mirtal::fakes::NewMemoryFile(bytes.str()), movie, problem)) << problem;
+    ASSERT_EQ(noErr, sample.import(mirtal::fakes::NewMemoryFile(bytes.str()), movie, problem, {})) << problem;
     ASSERT_EQ(1u, movie.tracks.size());
     const SoundTrack& track = *movie.tracks[0].sound;
     EXPECT_EQ(sample.sampleRateHz, track.SampleRateHz());
