@@ -1,4 +1,5 @@
 #include "MovieMaker.h"
+#include "os/ErrorText.h"
 #include "support/FailingCalls.h"
 
 #include <gtest/gtest.h>
@@ -186,6 +187,8 @@ TEST_F(OpeningAMovie, WhyTheFileCannotBeLookedUp) {
     } kCases[] = {{EACCES, GetStatusText(afpAccessDenied)},
                   {EMFILE, GetStatusText(tmfoErr)},
                   {ENXIO, GetStatusText(ioErr) + std::string(": No such device or address")}};
+    // The locale in which the system speaks is made once, by calls that fail below.
+    ASSERT_STREQ("No such device or address", toolbox::os::GetErrorText(ENXIO));
     for (const auto& one : kCases) {
         OSErr error = noErr;
         {
