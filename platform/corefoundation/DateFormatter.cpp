@@ -1,6 +1,7 @@
 #include "Locale.h"
 #include "StringObject.h"
 #include "UnicodeText.h"
+#include "corefoundation/CurrentLocale.h"
 
 #include <toolbox/CFDateFormatter.h>
 #include <unicode/udat.h>
@@ -59,6 +60,7 @@ bool OpenByStyles(DateFormatterObject& ioFormatter) {
         ioFormatter.pattern = CFSTR("");
         return true;
     }
+    SpareICUTheVariable();
     UErrorCode status = StartStatus();
     // The time's style comes first.
     ioFormatter.format = udat_open(ICUStyle(ioFormatter.timeStyle), ICUStyle(ioFormatter.dateStyle),
@@ -117,6 +119,7 @@ void CFDateFormatterSetFormat(CFDateFormatterRef ioFormatter, CFStringRef inForm
     CFStringRef pattern = CFStringCreateCopy(nullptr, inFormat);
     if (pattern == nullptr) return;
     const StringObject& text = ObjectOf(pattern);
+    SpareICUTheVariable();
     UErrorCode status = StartStatus();
     UDateFormat* format = udat_open(UDAT_PATTERN, UDAT_PATTERN, IdentifierOf(formatter.locale), nullptr, 0,
                                     ICUUnits(text.characters), static_cast<int32_t>(text.length), &status);

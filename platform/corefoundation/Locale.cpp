@@ -69,8 +69,7 @@ const char* NameForICU(const char* inVariable) {
     return hasCustoms ? inVariable : "en_US_POSIX";
 }
 
-// ICU 76 ends a program that asks for its locale when the variable names a language of 12 letters or more, or
-// is longer than names may be.
+// Whether the variable names a language of 12 letters or more, or is longer than names may be.
 bool IsBeyondICU(std::string_view inVariable) {
     return inVariable.substr(0, inVariable.find_first_of("_-.@")).size() >= ULOC_LANG_CAPACITY ||
            inVariable.size() >= ULOC_FULLNAME_CAPACITY;
@@ -90,8 +89,17 @@ const char* LocaleVariable() {
     return "";
 }
 
+// ICU 76 looks for its default whatever it opens, and ends the program when the variable is beyond it. So it
+// gets one before; one that the host gave it goes, because asking for that is looking for it.
+void SpareICUTheVariable() {
+    if (!IsBeyondICU(LocaleVariable())) return;
+    UErrorCode status = U_ZERO_ERROR;
+    uloc_setDefault("", &status);
+}
+
 bool GetCurrentLocaleName(LocaleName& outName) {
     outName.text[0] = '\0';
+    SpareICUTheVariable();
     if (IsBeyondICU(LocaleVariable())) return true;
     const std::string_view known = uloc_getDefault();
     UErrorCode status = U_ZERO_ERROR;

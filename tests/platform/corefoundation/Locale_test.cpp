@@ -127,6 +127,22 @@ TEST_F(CurrentLocale, NameThatIsTooLongForAny) {
     }
 }
 
+// Another locale than the process's is not kept from it by that.
+TEST_F(CurrentLocale, NameThatIsTooLongForAnyBesideAnother) {
+    const auto tell = [] {
+        Set("LC_ALL", "xxxxxxxxxxxx");
+        const Owned<CFDateFormatterRef> formatter(CFDateFormatterCreate(
+            nullptr, LocaleOf(u"de_DE").get(), kCFDateFormatterShortStyle, kCFDateFormatterNoStyle));
+        const OwnedString date(
+            CFDateFormatterCreateStringWithAbsoluteTime(nullptr, formatter.get(), 364 * 86400.0 + 43200));
+        char bytes[64] = {};
+        CFStringGetCString(date.get(), bytes, sizeof bytes, kCFStringEncodingUTF8);
+        std::fputs(bytes, stderr);
+        std::exit(0);
+    };
+    EXPECT_EXIT(tell(), testing::ExitedWithCode(0), "31.12.01");
+}
+
 TEST(Locale, CopiesAndEquality) {
     const Owned<CFLocaleRef> locale = LocaleOf(u"de_CH");
     const Owned<CFLocaleRef> copy(CFLocaleCreateCopy(nullptr, locale.get()));

@@ -11,7 +11,11 @@ struct LocaleName {
 // all are. Borrowed from the environment.
 const char* LocaleVariable();
 
-// The process's locale as ICU spells it. False when memory is short.
+// Before ICU opens anything by a locale, whichever it is: keeps it from a variable that would end the
+// program.
+void SpareICUTheVariable();
+
+// The process's locale as ICU spells it, after the above. False when memory is short.
 [[nodiscard]] bool GetCurrentLocaleName(LocaleName& outName);
 // The locale whose order is that of the process. One without customs (C, POSIX) has an order of its own only
 // by code, which is none for people: the order common to all locales stands in for it.
