@@ -73,7 +73,7 @@ int main(int inCount, char** inArguments) {
         std::fprintf(stderr, "usage: %s MUTATIONS FILE|FOLDER...\n", inArguments[0]);
         return 2;
     }
-    const int mutationCount = support::Rounds(std::atoi(inArguments[1]));
+    const int mutationCount = support::Rounds(static_cast<int>(std::strtol(inArguments[1], nullptr, 10)));
     const std::vector<std::string> paths = ListInputs(inCount - 2, inArguments + 2);
     std::mt19937 random(1);
     long played = 0;

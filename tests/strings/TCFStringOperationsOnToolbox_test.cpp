@@ -66,7 +66,7 @@ const int kRounds = support::Rounds(20000);
 // Everything that a failure needs to be seen again.
 #define TRACE(text, find, with, range, flags)                                                          \
     SCOPED_TRACE("text " + Shown(text) + " find " + Shown(find) + " with " + Shown(with) + " range " + \
-                 std::to_string(range.location) + "," + std::to_string(range.length) + " flags " +     \
+                 std::to_string((range).location) + "," + std::to_string((range).length) + " flags " + \
                  std::to_string(flags))
 
 TEST(OperationsOnToolboxTest, FindAgainstNaive) {

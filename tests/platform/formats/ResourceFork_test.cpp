@@ -13,7 +13,6 @@ namespace {
 
 using namespace test_resources;
 using namespace toolbox::resources;
-using toolbox::os::Load16;
 using toolbox::os::Store16;
 using toolbox::os::Store32;
 
