@@ -3,6 +3,7 @@
 #include "os/CanonicalPath.h"
 #include "os/Descriptor.h"
 #include "os/ItemStatus.h"
+#include "os/Rename.h"
 #include "os/SystemCalls.h"
 
 #include <sys/file.h>
@@ -23,6 +24,7 @@ constexpr mode_t kNewFileMode = 0666;
 constexpr mode_t kPermissions = 07777;
 // How many names are tried for the new file until one is free.
 constexpr int kNames = 100;
+constexpr std::size_t kBlockBytes = 16384;
 
 std::atomic<unsigned> sNextNumber = 0;
 
@@ -54,11 +56,12 @@ std::string NewName() {
     return "._.new-" + std::to_string(Calls().getpid()) + "-" + std::to_string(sNextNumber++);
 }
 
-// Takes over owner and permissions of the file of that name, if there is one. 0 or an errno. Only a
-// privileged process can give files away; others have what they make. ELOOP for a link, which is no file.
+// Takes over owner and permissions of the file of that name, if there is one, or of the descriptor where the
+// name is empty. 0 or an errno. Only a privileged process can give files away; others have what they make.
+// ELOOP for a link, which is no file.
 int KeepAccess(int inFolder, const std::string& inName, int inDescriptor) {
     struct statx old = {};
-    if (Calls().statx(inFolder, inName.c_str(), AT_SYMLINK_NOFOLLOW,
+    if (Calls().statx(inFolder, inName.c_str(), AT_SYMLINK_NOFOLLOW | AT_EMPTY_PATH,
                       STATX_TYPE | STATX_MODE | STATX_UID | STATX_GID, &old) != 0)
         return errno == ENOENT ? 0 : errno;
     if (S_ISLNK(old.stx_mode)) return ELOOP;
@@ -103,9 +106,20 @@ int CreateNew(int inFolder, std::string& outName, Descriptor& outFile) {
     return error;
 }
 
-// Writes a new file whole, and closes it. 0 or an errno.
-int WriteNew(Descriptor& ioFile, const std::vector<UInt8>& inBytes) {
-    int error = WriteAt(ioFile.Number(), inBytes);
+int CopyBytes(int inFrom, int inTo) {
+    std::array<UInt8, kBlockBytes> bytes;
+    std::size_t count = bytes.size();
+    for (UInt64 done = 0; count == bytes.size(); done += count) {
+        int error = ReadAt(inFrom, bytes.data(), bytes.size(), done, count);
+        if (error == 0) error = WriteAt(inTo, std::span(bytes).first(count), done);
+        if (error != 0) return error;
+    }
+    return 0;
+}
+
+// Ends the writing of a new file with that outcome so far, and closes it. 0 or an errno.
+int FinishNew(Descriptor& ioFile, int inError) {
+    int error = inError;
     if (error == 0) error = Sync(ioFile.Number());
     const int closeError = ioFile.Close();
     return error == 0 ? closeError : error;
@@ -126,9 +140,24 @@ int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8
     int error = CreateNew(inFolder, newName, file);
     if (error != 0) return error;
     error = KeepAccess(inFolder, inName, file.Number());
-    if (error == 0) error = WriteNew(file, inBytes);
+    if (error == 0) error = FinishNew(file, WriteAt(file.Number(), inBytes));
     if (error == 0 && Calls().renameat2(inFolder, newName.c_str(), inFolder, inName.c_str(), 0) != 0)
         error = errno;
+    if (error == 0)
+        SyncFolder(inFolder);
+    else
+        (void)Calls().unlinkat(inFolder, newName.c_str(), 0);
+    return error;
+}
+
+int CopyToNew(int inDescriptor, int inFolder, const std::string& inName) {
+    std::string newName;
+    Descriptor file;
+    int error = CreateNew(inFolder, newName, file);
+    if (error != 0) return error;
+    error = KeepAccess(inDescriptor, {}, file.Number());
+    if (error == 0) error = FinishNew(file, CopyBytes(inDescriptor, file.Number()));
+    if (error == 0) error = RenameToNew(inFolder, newName.c_str(), inFolder, inName.c_str());
     if (error == 0)
         SyncFolder(inFolder);
     else

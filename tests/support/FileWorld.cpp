@@ -89,8 +89,7 @@ std::string FileWorld::MakePipe(std::string_view inName) {
 }
 
 int FileWorld::MakeHardLink(const std::string& inOldPath, const std::string& inNewPath) {
-    return mMemory ? mMemory->MakeHardLink(inOldPath, inNewPath)
-                   : ErrorOf(link(inOldPath.c_str(), inNewPath.c_str()));
+    return ErrorOf(Calls().linkat(AT_FDCWD, inOldPath.c_str(), AT_FDCWD, inNewPath.c_str(), 0));
 }
 
 void FileWorld::SetTimes(const std::string& inPath, const timespec& inAccess, const timespec& inChange) {

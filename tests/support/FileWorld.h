@@ -40,7 +40,7 @@ class FileWorld {
     std::string MakePipe(std::string_view inName);
 
     // Another name for a file. 0 or an errno, as are all that mount.
-    int MakeHardLink(const std::string& inOldPath, const std::string& inNewPath);
+    static int MakeHardLink(const std::string& inOldPath, const std::string& inNewPath);
     void SetTimes(const std::string& inPath, const timespec& inAccess, const timespec& inChange);
     static void SetMode(const std::string& inPath, mode_t inMode);
     static void Rename(const std::string& inOldPath, const std::string& inNewPath);

@@ -76,6 +76,14 @@ TEST_P(FileWorldNames, SeveralOfAFile) {
     EXPECT_EQ(0, mFolder.MakeHardLink(mFolder / "link", mFolder / "second"));
     char target[10];
     EXPECT_EQ(5, Calls().readlinkat(AT_FDCWD, (mFolder / "second").c_str(), target, sizeof target));
+    const int folder = Open("sub", O_PATH | O_DIRECTORY);
+    const std::string link = mFolder / "link";
+    EXPECT_EQ(0, Calls().linkat(AT_FDCWD, link.c_str(), folder, "third", AT_SYMLINK_FOLLOW));
+    EXPECT_EQ("of a", FileWorld::Contents(mFolder / "sub/third"));
+    EXPECT_EQ(0, Calls().linkat(folder, "third", folder, "fourth", 0));
+    EXPECT_EQ(3U, StatusOf("sub/b").stx_nlink);
+    EXPECT_EQ(EINVAL, ErrorOf(Calls().linkat(folder, "third", folder, "fifth", 1 << 30)));
+    EXPECT_EQ(0, Calls().close(folder));
 }
 
 TEST_P(FileWorldNames, LinksAtTheEndOfAPath) {

@@ -284,6 +284,28 @@ int MemoryFiles::Rename(int inOldFolder, const char* inOldPath, int inNewFolder,
     return 0;
 }
 
+int MemoryFiles::FindNewName(int inFolder, const char* inPath, Place& outPlace) {
+    const int error = Find(inFolder, inPath, Last::kEntry, outPlace);
+    if (error != 0) return error;
+    if (outPlace.item.node != nullptr) return EEXIST;
+    return outPlace.hasSlash ? ENOENT : CheckNewName(outPlace);
+}
+
+int MemoryFiles::AddName(int inOldFolder, const char* inOldPath, int inNewFolder, const char* inNewPath,
+                         int inFlags) {
+    if ((inFlags & ~AT_SYMLINK_FOLLOW) != 0) return Fail(EINVAL);
+    const int flags = (inFlags & AT_SYMLINK_FOLLOW) != 0 ? 0 : AT_SYMLINK_NOFOLLOW;
+    MemoryLocation item;
+    Place place;
+    int error = FindItem(inOldFolder, inOldPath, flags, item);
+    if (error == 0) error = FindNewName(inNewFolder, inNewPath, place);
+    if (error == 0 && item.mount != place.folder.mount) error = EXDEV;
+    if (error == 0 && item.node->IsFolder()) error = EPERM;
+    if (error != 0) return Fail(error);
+    MemoryTree::Link(place, item.node);
+    return 0;
+}
+
 int MemoryFiles::Remove(int inFolder, const char* inPath, int inFlags) {
     if ((inFlags & ~AT_REMOVEDIR) != 0) return Fail(EINVAL);
     const bool isOfFolder = inFlags == AT_REMOVEDIR;

@@ -83,6 +83,7 @@ void MemoryFiles::Replace(toolbox::os::SystemCalls& ioCalls) {
     ioCalls.fchmodat = StandIn<&MemoryFiles::SetMode>::kCall;
     ioCalls.mkdirat = StandIn<&MemoryFiles::MakeFolder>::kCall;
     ioCalls.renameat2 = StandIn<&MemoryFiles::Rename>::kCall;
+    ioCalls.linkat = StandIn<&MemoryFiles::AddName>::kCall;
     ioCalls.unlinkat = StandIn<&MemoryFiles::Remove>::kCall;
     ioCalls.readlinkat = StandIn<&MemoryFiles::ReadLink>::kCall;
     ioCalls.realpath = StandIn<&MemoryFiles::Canonical>::kCall;

@@ -32,7 +32,6 @@ class MemoryFiles {
 
     // What the table has no call for; as the system's calls they answer 0 or an errno.
     int MakeLink(const std::string& inTarget, const std::string& inPath);
-    int MakeHardLink(const std::string& inOldPath, const std::string& inNewPath);
     // A pipe or the like, by the kind that is in its mode.
     int MakeSpecial(const std::string& inPath, mode_t inMode);
     int SetCurrentFolder(const std::string& inPath);
@@ -94,6 +93,7 @@ class MemoryFiles {
     int MakeFolder(int inFolder, const char* inPath, mode_t inMode);
     int Rename(int inOldFolder, const char* inOldPath, int inNewFolder, const char* inNewPath,
                unsigned inFlags);
+    int AddName(int inOldFolder, const char* inOldPath, int inNewFolder, const char* inNewPath, int inFlags);
     int Remove(int inFolder, const char* inPath, int inFlags);
     ssize_t ReadLink(int inFolder, const char* inPath, char* outTarget, std::size_t inCapacity);
     char* Canonical(const char* inPath, char* outBuffer);
@@ -105,7 +105,7 @@ class MemoryFiles {
 
     // 0 or an errno.
     int FindToOpen(int inFolder, const char* inPath, int inFlags, Place& outPlace);
-    int FindNewName(const std::string& inPath, Place& outPlace);
+    int FindNewName(int inFolder, const char* inPath, Place& outPlace);
     int CheckOpening(const Place& inPlace, int inFlags) const;
     int FolderOf(int inFolder, const char* inPath, MemoryLocation& outFolder);
     int Find(int inFolder, const char* inPath, Last inLast, Place& outPlace);

@@ -71,41 +71,19 @@ void MemoryFiles::TellOfClosed(int inDescriptor) {
         MemoryTree::Unlink(InProcess(folder, std::to_string(inDescriptor)));
 }
 
-int MemoryFiles::FindNewName(const std::string& inPath, Place& outPlace) {
-    const int error = Find(AT_FDCWD, inPath.c_str(), Last::kEntry, outPlace);
-    if (error != 0) return error;
-    if (outPlace.item.node != nullptr) return EEXIST;
-    if (outPlace.hasSlash) return ENOENT;
-    if (outPlace.folder.mount->isReadOnly) return EROFS;
-    return MemoryTree::MayAccess(*outPlace.folder.node, W_OK | X_OK) ? 0 : EACCES;
-}
-
 int MemoryFiles::MakeLink(const std::string& inTarget, const std::string& inPath) {
     const std::lock_guard lock(mMutex);
     Place place;
-    const int error = inTarget.empty() ? ENOENT : FindNewName(inPath, place);
+    const int error = inTarget.empty() ? ENOENT : FindNewName(AT_FDCWD, inPath.c_str(), place);
     if (error != 0) return error;
     mTree.Add(place, S_IFLNK | 0777)->bytes = inTarget;
-    return 0;
-}
-
-int MemoryFiles::MakeHardLink(const std::string& inOldPath, const std::string& inNewPath) {
-    const std::lock_guard lock(mMutex);
-    MemoryLocation item;
-    Place place;
-    int error = FindItem(AT_FDCWD, inOldPath.c_str(), AT_SYMLINK_NOFOLLOW, item);
-    if (error == 0) error = FindNewName(inNewPath, place);
-    if (error != 0) return error;
-    if (item.mount != place.folder.mount) return EXDEV;
-    if (item.node->IsFolder()) return EPERM;
-    MemoryTree::Link(place, item.node);
     return 0;
 }
 
 int MemoryFiles::MakeSpecial(const std::string& inPath, mode_t inMode) {
     const std::lock_guard lock(mMutex);
     Place place;
-    const int error = FindNewName(inPath, place);
+    const int error = FindNewName(AT_FDCWD, inPath.c_str(), place);
     if (error == 0) mTree.Add(place, inMode);
     return error;
 }

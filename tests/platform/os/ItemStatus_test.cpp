@@ -37,6 +37,7 @@ TEST(GetPathStatus, AgreesWithStat) {
     EXPECT_EQ(expected.st_mode, status.mode);
     EXPECT_EQ(expected.st_uid, status.owner);
     EXPECT_EQ(expected.st_gid, status.group);
+    EXPECT_EQ(1U, status.linkCount);
     EXPECT_EQ(static_cast<std::uint64_t>(expected.st_blocks) * 512, status.allocatedBytes);
     EXPECT_EQ(expected.st_atim.tv_sec, status.accessDate.seconds);
     EXPECT_EQ(expected.st_mtim.tv_nsec, status.contentDate.nanos);

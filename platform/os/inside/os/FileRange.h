@@ -18,6 +18,8 @@ class FileRange {
 
     bool IsOpen() const { return mFile.IsOpen(); }
     UInt64 SizeBytes() const { return mSizeBytes; }
+    // The file's, for what is asked of it or done to it as a whole.
+    int DescriptorNumber() const { return mFile.Number(); }
     // Exactly inByteCount bytes; ENODATA when the range, or by now the file, ends before. Bytes after a
     // failure are unspecified.
     [[nodiscard]] int Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const;

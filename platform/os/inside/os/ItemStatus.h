@@ -50,7 +50,8 @@ struct ItemStatus {
     std::uint16_t mode = 0;    // POSIX: permissions, and the bits of the kind
     std::uint32_t owner = 0;
     std::uint32_t group = 0;
-    std::uint64_t mount = 0;  // as in VolumeKey
+    std::uint32_t linkCount = 0;  // how many names it has
+    std::uint64_t mount = 0;      // as in VolumeKey
     std::int64_t sizeBytes = 0;
     std::uint64_t allocatedBytes = 0;  // on the volume
     std::int64_t changeNanos = 0;      // contentDate as one number, to compare

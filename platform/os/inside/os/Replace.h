@@ -17,6 +17,10 @@ namespace toolbox::os {
 // The same for the file at inPath, or where links lead from there; ELOOP for one that leads to nothing.
 [[nodiscard]] int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes);
 
+// Makes a copy of an open file, its permissions included, under a name that nothing has in an open folder: it
+// is there whole or not at all, also after the machine has failed. EEXIST when the name is taken.
+[[nodiscard]] int CopyToNew(int inDescriptor, int inFolder, const std::string& inName);
+
 // The first bytes of contents that tell where the others lie, so that these can lie elsewhere for a while.
 struct MovableHead {
     // Few, so that the system writes them at once; 0: nothing can be moved.

@@ -57,6 +57,7 @@ enum class Failure {
     CALL(fchmodat, int(int, const char*, mode_t, int), kMinusOne, ::fchmodat)                               \
     CALL(mkdirat, int(int, const char*, mode_t), kMinusOne, ::mkdirat)                                      \
     CALL(renameat2, int(int, const char*, int, const char*, unsigned), kMinusOne, ::renameat2)              \
+    CALL(linkat, int(int, const char*, int, const char*, int), kMinusOne, ::linkat)                         \
     CALL(unlinkat, int(int, const char*, int), kMinusOne, ::unlinkat)                                       \
     CALL(readlinkat, ssize_t(int, const char*, char*, std::size_t), kMinusOne, ::readlinkat)                \
     CALL(realpath, char*(const char*, char*), kZero, ::realpath)                                            \

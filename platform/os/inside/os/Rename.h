@@ -1,0 +1,17 @@
+// Another name for an item, which takes nobody's place.
+#pragma once
+
+namespace toolbox::os {
+
+// Gives what has a name in an open folder another one, there or in another open folder: in one step, and
+// never in the place of what has that name already. Answers 0 or an errno, with nothing changed: EEXIST when
+// the name is taken, EXDEV for a folder that is mounted elsewhere, EINVAL when a folder would come to lie
+// within itself.
+//
+// A file system may not know how to rename so. What is no folder then has both names for a moment, and keeps
+// both after the machine has failed. A folder, and without hard links a file, replaces something empty that
+// is made under the name first, and stays there after the machine has failed; what another program puts in
+// its place at that moment, by a rename that replaces, is replaced in turn.
+[[nodiscard]] int RenameToNew(int inFolder, const char* inName, int inNewFolder, const char* inNewName);
+
+}  // namespace toolbox::os
