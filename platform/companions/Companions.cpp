@@ -1,6 +1,6 @@
 #include "companions/Companions.h"
 
-#include "formats/AppleDouble.h"
+#include "CompanionFile.h"
 #include "os/Replace.h"
 
 #include <algorithm>
@@ -13,22 +13,6 @@ namespace {
 
 constexpr std::string_view kPrefix = "._";
 constexpr std::size_t kFinderInfoBytes = 32;
-
-struct Companion {
-    os::FileRange file;
-    std::vector<AppleDoubleEntry> entries;
-};
-
-// 0 or an errno; ENOENT when nothing has the name or can have it, EISDIR when what has it is no file.
-int OpenNamed(int inFolder, const std::string& inName, Companion& outCompanion) {
-    os::Descriptor file;
-    int error = os::OpenFile(inFolder, inName.c_str(), O_RDONLY | os::kItemItself, file);
-    if (error == ENAMETOOLONG) return ENOENT;
-    if (error == ELOOP) return EISDIR;
-    if (error == 0) error = outCompanion.file.Adopt(std::move(file));
-    if (error == EINVAL) return EISDIR;
-    return error != 0 ? error : ReadAppleDouble(outCompanion.file, outCompanion.entries);
-}
 
 int OpenCompanion(const Place& inItem, Companion& outCompanion) {
     return OpenNamed(inItem.folder.Number(), CompanionName(inItem.name), outCompanion);
@@ -46,7 +30,29 @@ int ReadOtherParts(const Companion& inCompanion, UInt32 inID, std::vector<AppleD
     return 0;
 }
 
+// Whether there is the item whose companion would have the place's name.
+bool HasItem(const Place& inPlace, os::ItemStatus& outItem) {
+    if (!inPlace.name.starts_with(kPrefix)) return false;
+    const std::string itemName = inPlace.name.substr(kPrefix.size());
+    return os::GetStatusAt(inPlace.folder.Number(), itemName.c_str(), outItem) == 0;
+}
+
+bool IsAppleDouble(const Place& inPlace) {
+    Companion companion;
+    return OpenNamed(inPlace.folder.Number(), inPlace.name, companion) == 0;
+}
+
 }  // namespace
+
+int OpenNamed(int inFolder, const std::string& inName, Companion& outCompanion) {
+    os::Descriptor file;
+    int error = os::OpenFile(inFolder, inName.c_str(), O_RDONLY | os::kItemItself, file);
+    if (error == ENAMETOOLONG) return ENOENT;
+    if (error == ELOOP) return EISDIR;
+    if (error == 0) error = outCompanion.file.Adopt(std::move(file));
+    if (error == EINVAL) return EISDIR;
+    return error != 0 ? error : ReadAppleDouble(outCompanion.file, outCompanion.entries);
+}
 
 std::string CompanionName(const std::string& inItemName) {
     return std::string(kPrefix) + inItemName;
@@ -84,13 +90,13 @@ int ReplaceEntry(const Place& inItem, UInt32 inID, const std::vector<UInt8>& inB
 }
 
 bool IsCompanion(const Place& inPlace) {
-    if (!inPlace.name.starts_with(kPrefix)) return false;
     os::ItemStatus item;
-    const std::string itemName = inPlace.name.substr(kPrefix.size());
-    const int folder = inPlace.folder.Number();
-    Companion companion;
-    return os::GetStatusAt(folder, itemName.c_str(), item) == 0 &&
-           OpenNamed(folder, inPlace.name, companion) == 0;
+    return HasItem(inPlace, item) && IsAppleDouble(inPlace);
+}
+
+bool WouldBeCompanion(const Place& inPlace, const os::ItemIdentity& inFile, const Place& inNewPlace) {
+    os::ItemStatus item;
+    return HasItem(inNewPlace, item) && !item.identity.IsSameItem(inFile) && IsAppleDouble(inPlace);
 }
 
 }  // namespace toolbox::files

@@ -21,7 +21,7 @@ namespace toolbox::os {
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;
-constexpr mode_t kPermissions = 07777;
+constexpr mode_t kPermissions = 06777;  // without the sticky bit, which means nothing of a file
 // How many names are tried for the new file until one is free.
 constexpr int kNames = 100;
 constexpr std::size_t kBlockBytes = 16384;
@@ -119,8 +119,7 @@ int CopyBytes(int inFrom, int inTo) {
 
 // Ends the writing of a new file with that outcome so far, and closes it. 0 or an errno.
 int FinishNew(Descriptor& ioFile, int inError) {
-    int error = inError;
-    if (error == 0) error = Sync(ioFile.Number());
+    const int error = inError == 0 ? Sync(ioFile.Number()) : inError;
     const int closeError = ioFile.Close();
     return error == 0 ? closeError : error;
 }

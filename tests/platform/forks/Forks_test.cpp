@@ -145,7 +145,7 @@ TEST_P(ForksTest, WritingKeepsTheOtherEntries) {
 
 TEST_P(ForksTest, WritingKeepsPermissions) {
     ASSERT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("first")));
-    FileWorld::SetMode(mFolder / "._file", 0640);
+    FileWorld::SetMode(mFolder / "._file", 01640);  // with the mark of a companion of two names
     ASSERT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("second")));
     EXPECT_EQ(S_IFREG | 0640, FileWorld::StatusOf(mFolder / "._file").stx_mode);
 }

@@ -30,5 +30,7 @@ std::string CompanionName(const std::string& inItemName);
 
 // Whether what is at a place is a companion; false also where that cannot be told.
 bool IsCompanion(const Place& inPlace);
+// Whether the file at a place would be one at another, of an item that is there; the same.
+bool WouldBeCompanion(const Place& inPlace, const os::ItemIdentity& inFile, const Place& inNewPlace);
 
 }  // namespace toolbox::files

@@ -1,0 +1,180 @@
+#include "companions/CompanionNames.h"
+
+#include "CompanionFile.h"
+#include "companions/Companions.h"
+#include "os/Rename.h"
+#include "os/Replace.h"
+#include "os/SystemCalls.h"
+
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace toolbox::files {
+
+namespace {
+
+constexpr mode_t kMark = S_ISVTX;
+constexpr mode_t kPermissions = 07777;
+constexpr std::size_t kMaxNameBytes = 255;
+// How many visible names are tried until one is free.
+constexpr int kNames = 100;
+
+bool IsNone(int inError) {
+    return inError == ENOENT || inError == EBADMSG || inError == ENODATA || inError == EISDIR ||
+           inError == ENXIO;
+}
+
+bool HasNoLinks(int inError) {
+    return inError == EPERM || inError == EOPNOTSUPP || inError == ENOSYS || inError == EMLINK;
+}
+
+bool IsAt(int inFolder, const std::string& inName, const os::ItemIdentity& inItem) noexcept {
+    os::ItemStatus status;
+    return os::GetStatusAt(inFolder, inName.c_str(), status) == 0 && status.identity.IsSameItem(inItem);
+}
+
+struct LockedFile {
+    os::FileRange file;
+    os::ItemStatus status;
+    bool isLocked = false;
+};
+
+// Opens the AppleDouble file of that name and locks it until it is closed, where files can be locked. EBUSY
+// also when the name passed to something else meanwhile.
+int OpenLocked(int inFolder, const std::string& inName, LockedFile& outFile) {
+    Companion companion;
+    int error = OpenNamed(inFolder, inName, companion);
+    if (error != 0) return error;
+    const int descriptor = companion.file.DescriptorNumber();
+    outFile.isLocked = os::Calls().flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+    if (!outFile.isLocked && errno == EWOULDBLOCK) return EBUSY;
+    error = os::GetDescriptorStatus(descriptor, outFile.status);
+    if (error != 0) return error;
+    os::ItemStatus named;
+    error = os::GetStatusAt(inFolder, inName.c_str(), named);
+    if (error == ENOENT || (error == 0 && !named.identity.IsSameItem(outFile.status.identity))) return EBUSY;
+    if (error == 0) outFile.file = std::move(companion.file);
+    return error;
+}
+
+// One that cannot be locked may be what another call is about.
+bool IsLeftover(const LockedFile& inOrphan) {
+    return inOrphan.isLocked && inOrphan.status.linkCount > 1 && (inOrphan.status.mode & kMark) != 0;
+}
+
+void SetMarkOf(int inDescriptor, const os::ItemStatus& inStatus, bool inIsMarked) noexcept {
+    const mode_t mode = inStatus.mode & kPermissions & ~kMark;
+    (void)os::Calls().fchmod(inDescriptor, inIsMarked ? mode | kMark : mode);
+}
+
+// Another name of a leftover is that of the companion itself, which needs no mark any more.
+int Drop(int inFolder, const std::string& inName, const LockedFile& inFile) {
+    if (os::Calls().unlinkat(inFolder, inName.c_str(), 0) != 0) return errno;
+    if (inFile.status.linkCount == 2) SetMarkOf(inFile.file.DescriptorNumber(), inFile.status, false);
+    return 0;
+}
+
+// "name (companion)", "name (companion 2)" and so on, of what of the name there is room for.
+std::string VisibleName(const std::string& inItemName, int inNumber) {
+    const std::string number = inNumber == 1 ? std::string() : ' ' + std::to_string(inNumber);
+    const std::string suffix = " (companion" + number + ')';
+    std::size_t byteCount = inItemName.size();
+    if (byteCount + suffix.size() > kMaxNameBytes) {
+        byteCount = kMaxNameBytes - suffix.size();
+        while (byteCount > 0 && (inItemName[byteCount] & 0xC0) == 0x80)  // within a character
+            --byteCount;
+    }
+    return inItemName.substr(0, byteCount) + suffix;
+}
+
+}  // namespace
+
+int HeldCompanion::Take(const Place& inItem) {
+    mFolder = inItem.folder.Number();
+    mName = CompanionName(inItem.name);
+    LockedFile companion;
+    const int error = OpenLocked(mFolder, mName, companion);
+    if (error != 0) return IsNone(error) ? 0 : error;
+    mFile = std::move(companion.file);
+    mStatus = companion.status;
+    return 0;
+}
+
+int HeldCompanion::AddName(const Place& inNewItem) {
+    if (!mFile.IsOpen()) return 0;
+    mNewName = CompanionName(inNewItem.name);
+    const int newFolder = inNewItem.folder.Number();
+    // A mark that cannot be made, as on another user's file, makes an ordinary file of a leftover, no more.
+    SetMarkOf(mFile.DescriptorNumber(), mStatus, true);
+    int error = 0;
+    if (os::Calls().linkat(mFolder, mName.c_str(), newFolder, mNewName.c_str(), 0) != 0) {
+        error = errno;
+        SetMarkOf(mFile.DescriptorNumber(), mStatus, false);
+        mIsCopied = HasNoLinks(error);
+        if (mIsCopied) error = os::CopyToNew(mFile.DescriptorNumber(), newFolder, mNewName);
+    }
+    if (error == 0) mNewFolder = newFolder;
+    return error;
+}
+
+bool HeldCompanion::HasNewName() const noexcept {
+    return mNewFolder >= 0 && (mIsCopied || IsAt(mNewFolder, mNewName, mStatus.identity));
+}
+
+void HeldCompanion::Unlink(int inFolder, const std::string& inName) noexcept {
+    mNewFolder = -1;
+    if (os::Calls().unlinkat(inFolder, inName.c_str(), 0) == 0 && !mIsCopied)
+        SetMarkOf(mFile.DescriptorNumber(), mStatus, false);
+}
+
+HeldCompanion::~HeldCompanion() {
+    if (HasNewName()) Unlink(mNewFolder, mNewName);
+}
+
+void HeldCompanion::LeaveOldName() noexcept {
+    if (HasNewName() && IsAt(mFolder, mName, mStatus.identity)) Unlink(mFolder, mName);
+    mNewFolder = -1;  // also where that cannot be told: then it is the old name that is left over
+}
+
+void HeldCompanion::Delete() noexcept {
+    if (mFile.IsOpen() && IsAt(mFolder, mName, mStatus.identity))
+        (void)os::Calls().unlinkat(mFolder, mName.c_str(), 0);
+}
+
+AsideOrphan::~AsideOrphan() {
+    if (mFolder >= 0) (void)os::RenameToNew(mFolder, mNewName.c_str(), mFolder, mName.c_str());
+}
+
+int AsideOrphan::SetAside(const Place& inNewItem) {
+    const int folder = inNewItem.folder.Number();
+    mName = CompanionName(inNewItem.name);
+    LockedFile orphan;
+    os::ItemStatus item;
+    int error = OpenLocked(folder, mName, orphan);
+    // What may not be looked at is told by nobody from any other file.
+    if (error != 0) return IsNone(error) || error == EACCES ? 0 : error;
+    error = GetStatus(inNewItem, item);
+    if (error != ENOENT) return error;
+    if (IsLeftover(orphan)) return Drop(folder, mName, orphan);
+    error = EEXIST;
+    for (int i = 1; i <= kNames && error == EEXIST; ++i) {
+        mNewName = VisibleName(inNewItem.name, i);
+        error = os::RenameToNew(folder, mName.c_str(), folder, mNewName.c_str());
+    }
+    if (error == 0) mFolder = folder;
+    return error;
+}
+
+void DropLeftover(const Place& inMissing) {
+    const int folder = inMissing.folder.Number();
+    const std::string name = CompanionName(inMissing.name);
+    LockedFile orphan;
+    os::ItemStatus item;
+    if (OpenLocked(folder, name, orphan) == 0 && IsLeftover(orphan) && GetStatus(inMissing, item) == ENOENT)
+        (void)Drop(folder, name, orphan);
+}
+
+}  // namespace toolbox::files

@@ -1,0 +1,83 @@
+// Names of companions, when their items are made, moved, renamed and deleted.
+//
+// Two names cannot be changed at once. So a companion gets its new name first, while it keeps the old one;
+// then the item is renamed; then the companion's old name goes. Whatever stops that, every item has its
+// companion beside it, and what is left over is a second name of one, without an item. It is known by a mark,
+// which the file bears while it has both: the sticky bit, which means nothing of a file. Who looks for an
+// item by that name takes the name away (DropLeftover), and so does who makes one.
+//
+// Where there are no hard links, the companion is copied, and what is left over is an ordinary file.
+//
+// A companion is locked (flock) while names are changed, so that no two calls do so at once, nor a look takes
+// away what another call is still about. Where files cannot be locked, leftovers stay. Functions answer 0 or
+// an errno, and may throw std::bad_alloc.
+#pragma once
+
+#include "os/FileRange.h"
+#include "os/ItemStatus.h"
+#include "places/Place.h"
+
+#include <string>
+
+namespace toolbox::files {
+
+// The companion of an item that is about to be moved, renamed or deleted, if it has one; held for that time,
+// in which both places stay open.
+class HeldCompanion {
+  public:
+    HeldCompanion() = default;
+    ~HeldCompanion();  // takes a new name away again, unless the old one went
+    HeldCompanion(const HeldCompanion&) = delete;
+    HeldCompanion& operator=(const HeldCompanion&) = delete;
+
+    // Once. EBUSY when another call holds it; EACCES when it may not be looked at.
+    [[nodiscard]] int Take(const Place& inItem);
+
+    // Before the item gets its new place: the companion's name there. EEXIST when something has it,
+    // ENAMETOOLONG when there is no room for it.
+    [[nodiscard]] int AddName(const Place& inNewItem);
+    // Once the item has its new place: takes the old name away. Where that fails it stays as a leftover.
+    void LeaveOldName() noexcept;
+
+    // After the item is deleted. What cannot be deleted stays as an ordinary file.
+    void Delete() noexcept;
+
+  private:
+    [[nodiscard]] bool HasNewName() const noexcept;
+    void Unlink(int inFolder, const std::string& inName) noexcept;
+
+    os::FileRange mFile;
+    os::ItemStatus mStatus;
+    int mFolder = -1;
+    std::string mName;
+    int mNewFolder = -1;  // while it has both names
+    std::string mNewName;
+    bool mIsCopied = false;
+};
+
+// A file that would be taken for the companion of an item that is to be made at a place or moved there, but
+// is another's or nobody's: it gets a visible name in that folder.
+class AsideOrphan {
+  public:
+    AsideOrphan() = default;
+    ~AsideOrphan();  // brings it back, unless it is to stay there
+    AsideOrphan(const AsideOrphan&) = delete;
+    AsideOrphan& operator=(const AsideOrphan&) = delete;
+
+    // Once; the place stays open. An item that is there keeps its companion. EBUSY when another call holds
+    // it.
+    [[nodiscard]] int SetAside(const Place& inNewItem);
+    // When the item is there.
+    void StayAside() noexcept { mFolder = -1; }
+
+  private:
+    int mFolder = -1;
+    std::string mName;
+    std::string mNewName;
+};
+
+// Takes away what an interrupted move left beside a place at which no item is. Nothing is told: it is tried
+// again by the next look.
+void DropLeftover(const Place& inMissing);
+
+}  // namespace toolbox::files
