@@ -32,13 +32,6 @@ bool IsMissing(int inErrno) {
     return inErrno == ENOENT || inErrno == ENOTDIR || inErrno == ESTALE;
 }
 
-std::string PathInFolder(const std::string& inFolderPath, std::string_view inName) {
-    assert(!inFolderPath.empty());
-    std::string path = inFolderPath;
-    if (path.back() != '/') path += '/';
-    return path.append(inName);
-}
-
 // Tells a missing item from a missing folder on the way to it.
 OSStatus StatusOfMissing(const std::string& inPath, int inErrno) {
     if (inErrno != ENOENT) return StatusOfErrno(inErrno);
@@ -142,6 +135,13 @@ OSStatus FindNode(const os::ItemIdentity& inItem, FoundItem& outItem) {
 }
 
 }  // namespace
+
+std::string PathInFolder(const std::string& inFolderPath, std::string_view inName) {
+    assert(!inFolderPath.empty());
+    std::string path = inFolderPath;
+    if (path.back() != '/') path += '/';
+    return path.append(inName);
+}
 
 OSStatus FindByPath(const char* inPath, FoundItem& outItem) {
     const std::string path = inPath;

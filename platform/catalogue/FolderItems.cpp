@@ -1,6 +1,7 @@
 #include "FolderItems.h"
 
 #include "catalogue/Volumes.h"
+#include "companions/CompanionNames.h"
 #include "companions/Companions.h"
 #include "names/CatalogueNames.h"
 #include "status/StatusOfErrno.h"
@@ -18,29 +19,29 @@ OSStatus AsFolderStatus(OSStatus inStatus) {
     return inStatus == fnfErr ? static_cast<OSStatus>(dirNFErr) : inStatus;
 }
 
-// Opens the folder, which was just found. dirNFErr when something else is there by now.
-OSStatus OpenFound(const FoundItem& inFolder, Place& outPlace) {
-    const int error = OpenFolder(inFolder.path, outPlace);
-    if (error != 0) return AsFolderStatus(StatusOfErrno(error));
-    const bool isSame = outPlace.folderStatus.identity.IsSameItem(inFolder.status.identity);
-    return isSame ? noErr : static_cast<OSStatus>(dirNFErr);
-}
-
-// Sets the name to that of the folder's item which is the same but for case and form. fnfErr when there is
-// none; what the folder has beside its items is nobody's similar name.
+// Sets the name to that of the folder's item which is the same but for case and form; of several to the one
+// of lowest bytes, whatever the order in which the folder tells them. fnfErr when there is none; what the
+// folder has beside its items is nobody's similar name.
 OSStatus FindSimilarName(std::u16string_view inName, Place& ioPlace) {
+    std::string lowest;
     const int error = FindName(ioPlace, [&](const struct dirent& inEntry) {
-        return IsSameName(CatalogueName(inEntry.d_name), inName) && !IsCompanion(ioPlace) ? 0 : ENOENT;
+        const bool isWanted = IsSameName(CatalogueName(inEntry.d_name), inName) &&
+                              (lowest.empty() || inEntry.d_name < lowest) && !IsCompanion(ioPlace);
+        if (isWanted) lowest = inEntry.d_name;
+        return ENOENT;
     });
-    return StatusOfErrno(error);
+    if (error != ENOENT || lowest.empty()) return StatusOfErrno(error);
+    ioPlace.name = std::move(lowest);
+    return noErr;
 }
 
 OSStatus FindByName(const FoundItem& inFolder, std::u16string_view inName, FoundItem& outItem) {
     Place place;
     if (!DiskName(inName, place.name)) return bdNamErr;
-    OSStatus status = OpenFound(inFolder, place);
+    OSStatus status = OpenFoundFolder(inFolder, place);
     if (status == noErr) status = FindAtPlace(inFolder, place, outItem);
     if (status != fnfErr) return status;
+    DropLeftover(place);
     status = FindSimilarName(inName, place);
     return status == noErr ? FindAtPlace(inFolder, place, outItem) : status;
 }
@@ -63,6 +64,13 @@ OSStatus FindByNode(const FoundItem& inFolder, ConstStr255Param inName, FoundIte
 }
 
 }  // namespace
+
+OSStatus OpenFoundFolder(const FoundItem& inFolder, Place& outPlace) {
+    const int error = OpenFolder(inFolder.path, outPlace);
+    if (error != 0) return AsFolderStatus(StatusOfErrno(error));
+    const bool isSame = outPlace.folderStatus.identity.IsSameItem(inFolder.status.identity);
+    return isSame ? noErr : static_cast<OSStatus>(dirNFErr);
+}
 
 OSStatus FindFolderByID(SInt16 inVolume, NodeID inFolderID, FoundItem& outFolder) {
     Volume volume;
@@ -97,6 +105,30 @@ OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem) {
     }
     const OSStatus nameStatus = FindByName(folder, name, outItem);
     return nameStatus == fnfErr ? FindByNode(folder, inSpec.name, outItem) : nameStatus;
+}
+
+OSStatus OpenSpec(const FSSpec& inSpec, Place& outPlace, os::ItemStatus& outItem) {
+    FoundItem item;
+    std::u16string name;
+    const auto folderID = static_cast<NodeID>(inSpec.parID);
+    if (inSpec.name[0] == 0 || folderID == kRootParentID) {
+        const OSStatus status = FindBySpec(inSpec, item);
+        outItem = item.status;
+        return status == noErr ? OpenPlace(item, outPlace) : status;
+    }
+    if (inSpec.name[0] > kMaxSpecNameBytes || !NameOfSpec(inSpec.name, name) ||
+        !DiskName(name, outPlace.name))
+        return bdNamErr;
+    FoundItem folder;
+    OSStatus status = FindFolderByID(inSpec.vRefNum, folderID, folder);
+    if (status == noErr) status = OpenFoundFolder(folder, outPlace);
+    if (status != noErr) return status;
+    status = StatusOfErrno(GetStatus(outPlace, outItem));
+    if (status == fnfErr) status = FindSimilarName(name, outPlace);
+    if (status == noErr) return StatusOfErrno(GetStatus(outPlace, outItem));
+    if (status == fnfErr) status = FindByNode(folder, inSpec.name, item);
+    outItem = item.status;
+    return status == noErr ? OpenPlace(item, outPlace) : status;
 }
 
 FSSpec SpecOf(const FoundItem& inItem, const NodeFacts& inFacts, SInt16 inVolume) {

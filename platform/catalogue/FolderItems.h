@@ -14,9 +14,16 @@ namespace toolbox::files {
 // A folder by its id on a volume; both as FSMakeFSSpec takes them. nsvErr, dirNFErr.
 [[nodiscard]] OSStatus FindFolderByID(SInt16 inVolume, NodeID inFolderID, FoundItem& outFolder);
 
+// Opens the folder, which was just found, as a place without a name. dirNFErr when something else is there by
+// now.
+[[nodiscard]] OSStatus OpenFoundFolder(const FoundItem& inFolder, Place& outPlace);
+
 // The item of a folder, by its name as a specification has it. fnfErr when there is none; bdNamErr when there
 // can be none. Of the id that is the parent of all root folders, the one item is the root folder.
 [[nodiscard]] OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem);
+
+// The same as a place, and what has the name there itself: a link is not followed.
+[[nodiscard]] OSStatus OpenSpec(const FSSpec& inSpec, Place& outPlace, os::ItemStatus& outItem);
 
 // The specification of an item that was just found; the first where the table's facts and the volume of it
 // are at hand.

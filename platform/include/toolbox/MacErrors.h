@@ -23,6 +23,7 @@ enum {
     memPurErr = -112,           // the block is locked and cannot be emptied
     memLockedErr = -117,        // the block is locked and cannot move
     dirNFErr = -120,            // no such folder on the way to the item
+    badMovErr = -122,           // a folder cannot move into what is in it
     userCanceledErr = -128,     // it was asked to stop
     notAFileErr = -1302,        // a file was needed, and this is a folder
     fileBoundsErr = -1309,      // the file is longer than what can be dealt with
@@ -30,6 +31,7 @@ enum {
     afpAccessDenied = -5000,    // the user may not do it
     errFSBadFSRef = -1401,      // the bytes are no reference
     errFSNotAFolder = -1407,    // a folder was needed
+    errFSMissingName = -1411,   // a name was needed
     errFSForkNotFound = -1409,  // the item has no such fork; a pipe, socket or device has none
     pathTooLongErr = -2110,     // the path does not fit in the room for it
     couldNotResolveDataRef = -2000,

@@ -9,6 +9,7 @@
 #include <toolbox/Files.h>
 
 #include <string>
+#include <string_view>
 
 namespace toolbox::files {
 
@@ -17,6 +18,9 @@ struct FoundItem {
     NodeID nodeID = 0;
     std::string path;  // absolute; true at the moment of finding
 };
+
+// The path of what has a name in a folder.
+std::string PathInFolder(const std::string& inFolderPath, std::string_view inName);
 
 // The item at inPath, links followed, recorded in the node table. A relative path starts at the current
 // folder. A path at which nothing is may be Java's modified UTF-8 and is tried again as such. outItem is

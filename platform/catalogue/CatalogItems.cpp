@@ -1,0 +1,251 @@
+#include "FolderItems.h"
+#include "NameWriter.h"
+#include "catalogue/DescriptorPaths.h"
+#include "names/CatalogueNames.h"
+#include "status/StatusOfErrno.h"
+
+#include <fcntl.h>
+#include <toolbox/CatalogItems.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+#include <string>
+#include <utility>
+
+namespace toolbox::files {
+
+namespace {
+
+constexpr std::size_t kMaxNameUnits = 255;
+constexpr std::size_t kMaxNameBytes = 255;
+
+struct NameText {
+    UniCharCount length;
+    const UniChar* units;
+};
+
+OSStatus DiskNameOf(const NameText& inName, std::string& outName) {
+    if (inName.units == nullptr || inName.length == 0) return errFSMissingName;
+    if (inName.length > kMaxNameUnits) return bdNamErr;
+    const std::u16string name(inName.units, inName.units + inName.length);
+    return DiskName(name, outName) && outName.size() <= kMaxNameBytes ? noErr : OSStatus{bdNamErr};
+}
+
+OSStatus OpenFolderOfRef(const FSRef& inRef, FoundItem& outFolder, Place& outPlace) {
+    const OSStatus status = FindByRef(inRef, outFolder);
+    if (status != noErr) return status == fnfErr ? OSStatus{dirNFErr} : status;
+    if (outFolder.status.kind != os::ItemKind::kFolder) return errFSNotAFolder;
+    return OpenFoundFolder(outFolder, outPlace);
+}
+
+// noErr for what may be deleted, moved and renamed. What something else than a folder is mounted upon the
+// system refuses by itself.
+OSStatus CheckMayGo(const Place& inPlace, const os::ItemStatus& inItem) {
+    return inPlace.name.empty() || IsVolumeRoot(inPlace, inItem) ? OSStatus{paramErr} : OSStatus{noErr};
+}
+
+OSStatus OpenItemOfRef(const FSRef& inRef, FoundItem& outItem, Place& outPlace) {
+    OSStatus status = FindByRef(inRef, outItem);
+    if (status != noErr) return status;
+    if (IsDescriptorPath(outItem.path)) return fnfErr;  // it has no name
+    status = OpenPlace(outItem, outPlace);
+    return status == noErr ? CheckMayGo(outPlace, outItem.status) : status;
+}
+
+struct NewInfo {
+    FSCatalogInfoBitmap which;
+    const FSCatalogInfo* info;
+};
+struct NewOutputs {
+    FSRef* ref;
+    FSSpec* spec;
+    UInt32* nodeID;
+};
+
+// At a place that has its name by now.
+OSStatus MakeAt(const FoundItem& inFolder, Place& ioPlace, os::ItemKind inKind, const NewInfo& inInfo,
+                const NewOutputs& inOutputs) {
+    NewItem made(ioPlace, inKind);
+    OSStatus status = StatusOfErrno(made.Make());
+    if (status != noErr) return status;
+    FoundItem item;
+    FSSpec spec = {};
+    status = FindAtPlace(inFolder, ioPlace, item);
+    if (status != noErr) return status;
+    if (!item.status.identity.IsSameItem(made.Identity())) return fnfErr;
+    const FSRef ref = MakeRef(item);
+    if (inInfo.which != kFSCatInfoNone) status = FSSetCatalogInfo(&ref, inInfo.which, inInfo.info);
+    if (status == noErr && inOutputs.spec != nullptr) status = MakeSpec(item, spec);
+    if (status != noErr) return status;
+    made.Keep();
+    if (inOutputs.ref != nullptr) *inOutputs.ref = ref;
+    if (inOutputs.spec != nullptr) *inOutputs.spec = spec;
+    if (inOutputs.nodeID != nullptr) *inOutputs.nodeID = item.nodeID;
+    return noErr;
+}
+
+OSStatus Make(const FSRef& inFolder, const NameText& inName, os::ItemKind inKind, const NewInfo& inInfo,
+              const NewOutputs& inOutputs) {
+    FoundItem folder;
+    Place place;
+    OSStatus status = DiskNameOf(inName, place.name);
+    if (status == noErr) status = OpenFolderOfRef(inFolder, folder, place);
+    return status == noErr ? MakeAt(folder, place, inKind, inInfo, inOutputs) : status;
+}
+
+OSErr MakeByRef(const FSRef* inFolder, const NameText& inName, os::ItemKind inKind, const NewInfo& inInfo,
+                const NewOutputs& inOutputs) {
+    if (inFolder == nullptr) return paramErr;
+    if (inInfo.which != kFSCatInfoNone && inInfo.info == nullptr) return paramErr;
+    try {
+        return static_cast<OSErr>(Make(*inFolder, inName, inKind, inInfo, inOutputs));
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}
+
+OSStatus Delete(const FSRef& inRef) {
+    FoundItem item;
+    Place place;
+    const OSStatus status = OpenItemOfRef(inRef, item, place);
+    return status == noErr ? StatusOfErrno(DeleteItem(place, item.status.kind)) : status;
+}
+
+// The item, at its place, to a place with a name in a folder of that path.
+OSStatus MoveTo(FoundItem& ioItem, const Place& inPlace, const std::string& inFolderPath, Place& ioNewPlace,
+                FSRef* outRef) {
+    std::string path = PathInFolder(inFolderPath, ioNewPlace.name);
+    const int error = MoveItem(inPlace, ioItem.status.identity, ioNewPlace, ioItem.nodeID);
+    // A file system may have no such name.
+    if (error == EINVAL) return inPlace.name == ioNewPlace.name ? badMovErr : bdNamErr;
+    if (error != 0) return StatusOfErrno(error);
+    ioItem.path = std::move(path);
+    if (ioItem.nodeID == 0) {
+        const OSStatus status = FindByPath(ioItem.path.c_str(), ioItem);
+        if (status != noErr) return status;
+    }
+    if (outRef != nullptr) *outRef = MakeRef(ioItem);
+    return noErr;
+}
+
+OSStatus Move(const FSRef& inRef, const FSRef& inFolder, FSRef* outRef) {
+    FoundItem item;
+    FoundItem folder;
+    Place place;
+    Place newPlace;
+    OSStatus status = OpenItemOfRef(inRef, item, place);
+    if (status == noErr) status = OpenFolderOfRef(inFolder, folder, newPlace);
+    if (status != noErr) return status;
+    newPlace.name = place.name;
+    return MoveTo(item, place, folder.path, newPlace, outRef);
+}
+
+OSStatus Rename(const FSRef& inRef, const NameText& inName, FSRef* outRef) {
+    FoundItem item;
+    Place place;
+    Place newPlace;
+    OSStatus status = DiskNameOf(inName, newPlace.name);
+    if (status == noErr) status = OpenItemOfRef(inRef, item, place);
+    if (status != noErr) return status;
+    newPlace.folderStatus = place.folderStatus;
+    status = StatusOfErrno(os::OpenFile(place.folder.Number(), ".", O_PATH | O_DIRECTORY, newPlace.folder));
+    if (status != noErr) return status;
+    const std::size_t nameStart = item.path.rfind('/') + 1;
+    return MoveTo(item, place, item.path.substr(0, nameStart), newPlace, outRef);
+}
+
+OSStatus MakeFolder(SInt16 inVolume, SInt32 inFolderID, ConstStr255Param inName, SInt32& outFolderID) {
+    FoundItem folder;
+    Place place;
+    std::u16string name;
+    if (inName[0] == 0 || inName[0] > kMaxSpecNameBytes || !NameOfSpec(inName, name) ||
+        !DiskName(name, place.name))
+        return bdNamErr;
+    OSStatus status = FindFolderByID(inVolume, static_cast<NodeID>(inFolderID), folder);
+    if (status == noErr) status = OpenFoundFolder(folder, place);
+    UInt32 nodeID = 0;
+    if (status == noErr)
+        status = MakeAt(folder, place, os::ItemKind::kFolder, {kFSCatInfoNone, nullptr},
+                        {nullptr, nullptr, &nodeID});
+    if (status == noErr) outFolderID = static_cast<SInt32>(nodeID);
+    return status;
+}
+
+OSStatus DeleteBySpec(const FSSpec& inSpec) {
+    Place place;
+    os::ItemStatus item;
+    OSStatus status = OpenSpec(inSpec, place, item);
+    if (status == noErr) status = CheckMayGo(place, item);
+    return status == noErr ? StatusOfErrno(DeleteItem(place, item.kind)) : status;
+}
+
+}  // namespace
+
+}  // namespace toolbox::files
+
+using namespace toolbox::files;
+
+OSErr FSCreateFileUnicode(const FSRef* inFolder, UniCharCount inNameLength, const UniChar* inName,
+                          FSCatalogInfoBitmap inWhichInfo, const FSCatalogInfo* inInfo, FSRef* outRef,
+                          FSSpec* outSpec) {
+    return MakeByRef(inFolder, {inNameLength, inName}, toolbox::os::ItemKind::kFile, {inWhichInfo, inInfo},
+                     {outRef, outSpec, nullptr});
+}
+
+OSErr FSCreateDirectoryUnicode(const FSRef* inFolder, UniCharCount inNameLength, const UniChar* inName,
+                               FSCatalogInfoBitmap inWhichInfo, const FSCatalogInfo* inInfo, FSRef* outRef,
+                               FSSpec* outSpec, UInt32* outFolderID) {
+    return MakeByRef(inFolder, {inNameLength, inName}, toolbox::os::ItemKind::kFolder, {inWhichInfo, inInfo},
+                     {outRef, outSpec, outFolderID});
+}
+
+OSErr FSDeleteObject(const FSRef* inItem) {
+    if (inItem == nullptr) return paramErr;
+    try {
+        return static_cast<OSErr>(Delete(*inItem));
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}
+
+OSErr FSMoveObject(const FSRef* inItem, const FSRef* inFolder, FSRef* outRef) {
+    if (inItem == nullptr || inFolder == nullptr) return paramErr;
+    try {
+        return static_cast<OSErr>(Move(*inItem, *inFolder, outRef));
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}
+
+OSErr FSRenameUnicode(const FSRef* inItem, UniCharCount inNameLength, const UniChar* inName, TextEncoding,
+                      FSRef* outRef) {
+    if (inItem == nullptr) return paramErr;
+    try {
+        return static_cast<OSErr>(Rename(*inItem, {inNameLength, inName}, outRef));
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}
+
+OSErr DirCreate(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName, SInt32* outFolderID) {
+    if (inName == nullptr || outFolderID == nullptr) return paramErr;
+    try {
+        return static_cast<OSErr>(MakeFolder(inVRefNum, inDirID, inName, *outFolderID));
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}
+
+OSErr HDelete(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName) {
+    FSSpec spec = {inVRefNum, inDirID, {}};
+    if (inName != nullptr) {
+        if (inName[0] >= sizeof spec.name) return bdNamErr;
+        std::copy_n(inName, inName[0] + 1, spec.name);
+    }
+    try {
+        return static_cast<OSErr>(DeleteBySpec(spec));
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+}

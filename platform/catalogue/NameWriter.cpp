@@ -1,0 +1,170 @@
+#include "NameWriter.h"
+
+#include "companions/Companions.h"
+#include "names/CatalogueNames.h"
+#include "os/Rename.h"
+#include "os/SystemCalls.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <new>
+#include <string>
+
+namespace toolbox::files {
+
+namespace {
+
+constexpr mode_t kNewFileMode = 0666;
+constexpr mode_t kNewFolderMode = 0777;
+
+// Looks for an item whose name is the same but for case and composition, and is not inOwnName, which gives
+// way to the new one. What may not be looked through has none, as far as can be told.
+int CheckNewName(Place& ioPlace, const std::string& inOwnName) {
+    const std::string diskName = ioPlace.name;
+    const std::u16string name = CatalogueName(diskName);
+    const int error = FindName(ioPlace, [&](const struct dirent& inEntry) {
+        if (inEntry.d_name == inOwnName || !IsSameName(CatalogueName(inEntry.d_name), name)) return ENOENT;
+        return IsCompanion(ioPlace) ? ENOENT : EEXIST;
+    });
+    ioPlace.name = diskName;
+    return error == ENOENT || error == EACCES ? 0 : error;
+}
+
+int DeleteNamed(const Place& inPlace, os::ItemKind inKind) {
+    const int flags = inKind == os::ItemKind::kFolder ? AT_REMOVEDIR : 0;
+    if (os::Calls().unlinkat(inPlace.folder.Number(), inPlace.name.c_str(), flags) == 0) return 0;
+    return errno == EEXIST ? ENOTEMPTY : errno;  // both are said of a folder that is not empty
+}
+
+// Of a copied volume's root the companion lies within. It is no item, so the folder is empty but for it.
+int DeleteOwnCompanion(const Place& inFolder) {
+    Place inside;
+    int error = os::OpenFile(inFolder.folder.Number(), inFolder.name.c_str(),
+                             O_PATH | O_DIRECTORY | O_NOFOLLOW, inside.folder);
+    if (error != 0) return error;
+    const std::string own = CompanionName(".");
+    error = FindName(
+        inside, [&own](const struct dirent& inEntry) { return inEntry.d_name == own ? ENOENT : ENOTEMPTY; });
+    if (error != ENOENT) return error;
+    inside.name = ".";
+    HeldCompanion companion;
+    error = companion.Take(inside);
+    if (error == 0) companion.Delete();
+    return error;
+}
+
+int DeleteFolder(const Place& inPlace) {
+    int error = DeleteNamed(inPlace, os::ItemKind::kFolder);
+    if (error != ENOTEMPTY) return error;
+    error = DeleteOwnCompanion(inPlace);
+    return error == 0 ? DeleteNamed(inPlace, os::ItemKind::kFolder) : error;
+}
+
+NodeID RecordAt(const Place& inPlace, const os::ItemIdentity& inItem) {
+    return NodeTable::Shared().RecordChild(inPlace.folderStatus.identity, {inItem, false, inPlace.name});
+}
+
+// What cannot be recorded for want of memory gets its old name back; where it cannot have that, it is moved,
+// and recorded by who looks for it.
+int RenameAndRecord(const Place& inPlace, const os::ItemIdentity& inItem, const Place& inNewPlace,
+                    NodeID& outNodeID) {
+    const int folder = inPlace.folder.Number();
+    const int newFolder = inNewPlace.folder.Number();
+    const char* const name = inPlace.name.c_str();
+    const char* const newName = inNewPlace.name.c_str();
+    const int error = os::RenameToNew(folder, name, newFolder, newName);
+    if (error != 0) return error;
+    try {
+        outNodeID = RecordAt(inNewPlace, inItem);
+    } catch (const std::bad_alloc&) {
+        outNodeID = 0;
+        if (os::RenameToNew(newFolder, newName, folder, name) == 0) throw;
+    }
+    return 0;
+}
+
+}  // namespace
+
+int NewItem::MakeFile() {
+    os::Descriptor file;
+    int error = os::OpenFile(mPlace.folder.Number(), mPlace.name.c_str(),
+                             O_WRONLY | O_CREAT | O_EXCL | os::kItemItself, file, kNewFileMode);
+    if (error != 0) return error;
+    os::ItemStatus status;
+    error = os::GetDescriptorStatus(file.Number(), status);
+    mIdentity = status.identity;
+    if (error != 0) (void)DeleteNamed(mPlace, mKind);
+    return error;
+}
+
+int NewItem::MakeFolder() {
+    if (os::Calls().mkdirat(mPlace.folder.Number(), mPlace.name.c_str(), kNewFolderMode) != 0) return errno;
+    os::ItemStatus status;
+    const int error = GetStatus(mPlace, status);
+    mIdentity = status.identity;
+    if (error != 0) (void)DeleteNamed(mPlace, mKind);
+    return error;
+}
+
+int NewItem::Make() {
+    int error = CheckNewName(mPlace, {});
+    if (error == 0) error = mOrphan.SetAside(mPlace);
+    if (error == 0) error = mKind == os::ItemKind::kFolder ? MakeFolder() : MakeFile();
+    mIsToDelete = error == 0;
+    return error;
+}
+
+void NewItem::Keep() noexcept {
+    mIsToDelete = false;
+    mOrphan.StayAside();
+}
+
+NewItem::~NewItem() {
+    os::ItemStatus status;
+    if (!mIsToDelete || GetStatus(mPlace, status) != 0 || !status.identity.IsSameItem(mIdentity)) return;
+    try {
+        (void)DeleteItem(mPlace, mKind);
+    } catch (const std::bad_alloc&) {
+        (void)DeleteNamed(mPlace, mKind);
+    }
+}
+
+// The item first: what is stopped in between leaves a companion without its item, which is an ordinary file,
+// and not an item that has lost what it had.
+int DeleteItem(const Place& inPlace, os::ItemKind inKind) {
+    HeldCompanion companion;
+    int error = companion.Take(inPlace);
+    // What may not be looked at stays, as another user's file.
+    if (error != 0 && error != EACCES) return error;
+    error = inKind == os::ItemKind::kFolder ? DeleteFolder(inPlace) : DeleteNamed(inPlace, inKind);
+    if (error == 0) companion.Delete();
+    return error;
+}
+
+int MoveItem(const Place& inPlace, const os::ItemIdentity& inItem, Place& ioNewPlace, NodeID& outNodeID) {
+    const bool isSameFolder = inPlace.folderStatus.identity.IsSameItem(ioNewPlace.folderStatus.identity);
+    if (isSameFolder && inPlace.name == ioNewPlace.name) {
+        outNodeID = RecordAt(inPlace, inItem);
+        return 0;
+    }
+    if (inPlace.folderStatus.Volume() != ioNewPlace.folderStatus.Volume()) return EXDEV;
+
+    AsideOrphan orphan;
+    HeldCompanion companion;
+    // It may have the very name itself that its companion is to get.
+    const bool isOrphan = isSameFolder && inPlace.name == CompanionName(ioNewPlace.name);
+    int error = CheckNewName(ioNewPlace, isSameFolder ? inPlace.name : std::string());
+    if (error == 0 && WouldBeCompanion(inPlace, inItem, ioNewPlace)) return EEXIST;
+    // First, because a leftover at the new place is the item's own companion.
+    if (error == 0 && !isOrphan) error = orphan.SetAside(ioNewPlace);
+    if (error == 0) error = companion.Take(inPlace);
+    if (error == 0) error = companion.AddName(ioNewPlace);
+    if (error == 0) error = RenameAndRecord(inPlace, inItem, ioNewPlace, outNodeID);
+    if (error != 0) return error;
+    companion.LeaveOldName();
+    orphan.StayAside();
+    return 0;
+}
+
+}  // namespace toolbox::files

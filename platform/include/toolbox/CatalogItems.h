@@ -1,0 +1,63 @@
+// Items of the catalogue made, deleted, moved and renamed.
+//
+// What a file or folder has beside its data goes with it: its companion (docs/files.md) is moved, renamed and
+// deleted with it, in an order in which nothing is lost whatever stops it. Nothing is ever replaced: a name
+// that an item has is refused (dupFNErr), also where it differs only by case or composition. What is exactly
+// the same the system refuses, whoever makes it at the same moment; what is similar is looked for, so that
+// two programs that make similar names at one moment may both succeed.
+//
+// Links are items: nothing touches what they lead to. References to an item stay good.
+//
+// Every function may be called on any thread. Beside what a function names: errFSBadFSRef for bytes that are
+// no reference, fnfErr when the item is gone, dirNFErr when the folder is gone, errFSNotAFolder when it is
+// none, paramErr for "/" and for the root folder of any volume, fBsyErr for what something is mounted upon
+// and when another call is changing the item's names, wPrErr when the volume is read only, dskFulErr, and
+// what Files.h tells of every function. Nothing has changed then.
+#pragma once
+
+#include <toolbox/CatalogInfo.h>
+#include <toolbox/UnicodeUtilities.h>
+
+TOOLBOX_EXTERN_C_BEGIN
+
+// Names are UTF-16, as HFSUniStr255 has them. errFSMissingName for no name, bdNamErr for one that no item can
+// have: of more than 255 units, or of more than 255 bytes on disk.
+
+// An empty file, or an empty folder, with what inWhichInfo and inInfo tell of it as FSSetCatalogInfo takes
+// them; where that fails, nothing is made, and its status is answered. A file of the companion's name that
+// would be taken for the new item's companion is given a visible name before: "name (companion)".
+//   inInfo               may be null for kFSCatInfoNone
+//   outRef, outSpec      of the new item; may be null; untouched on failure
+//   outFolderID          its node id; the same
+TOOLBOX_MUST_USE OSErr FSCreateFileUnicode(const FSRef* inFolder, UniCharCount inNameLength,
+                                           const UniChar* inName, FSCatalogInfoBitmap inWhichInfo,
+                                           const FSCatalogInfo* inInfo, FSRef* outRef, FSSpec* outSpec);
+TOOLBOX_MUST_USE OSErr FSCreateDirectoryUnicode(const FSRef* inFolder, UniCharCount inNameLength,
+                                                const UniChar* inName, FSCatalogInfoBitmap inWhichInfo,
+                                                const FSCatalogInfo* inInfo, FSRef* outRef, FSSpec* outSpec,
+                                                UInt32* outFolderID);
+
+// The item and its companion. Of a file with several names the one name. fBsyErr for a folder that is not
+// empty.
+TOOLBOX_MUST_USE OSErr FSDeleteObject(const FSRef* inItem);
+
+// Moves an item to another folder of its volume, under its name. To move it to the folder where it is does
+// nothing. diffVolErr for a folder of another volume, badMovErr for one that lies in the item.
+//   outRef  the item; may be null or inItem; untouched on failure
+TOOLBOX_MUST_USE OSErr FSMoveObject(const FSRef* inItem, const FSRef* inFolder, FSRef* outRef);
+
+// Another name for an item, in its folder; also its own in another case, where the file system tells the two
+// apart.
+//   inEncodingHint  not kept
+//   outRef          as above
+TOOLBOX_MUST_USE OSErr FSRenameUnicode(const FSRef* inItem, UniCharCount inNameLength, const UniChar* inName,
+                                       TextEncoding inEncodingHint, FSRef* outRef);
+
+// The same by volume, folder and name, as FSMakeFSSpec takes them: a new folder, whose id is outFolderID,
+// which may not be null; and the deletion of an item. The name is looked for as FSpMakeFSRef does it, but a
+// link is not followed; where none is given it is the folder itself.
+TOOLBOX_MUST_USE OSErr DirCreate(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName,
+                                 SInt32* outFolderID);
+TOOLBOX_MUST_USE OSErr HDelete(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName);
+
+TOOLBOX_EXTERN_C_END

@@ -1,0 +1,153 @@
+// A process that is killed at any system call of a change of names: nothing is lost, and who looks next finds
+// each item where it was or where it is to be, with its companion. Over the real file system alone: the
+// process and its calls are the kernel's.
+#include "ItemChanges.h"
+#include "support/FileWorld.h"
+
+#include <gtest/gtest.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <set>
+#include <string>
+
+namespace {
+
+using namespace test_files;
+
+// The kit's names for a folder of the real file system.
+class RealFolder : public testing::Test {
+  protected:
+    support::FileWorld mFolder{support::FileWorld::kReal};
+};
+
+class NameCrashes : public ItemChangesTest<RealFolder> {
+  protected:
+    // Makes a call in a process of its own, which is killed when it stops for the n-th time, before or after
+    // a system call. False when it ended before that.
+    template <typename Call>
+    static bool IsKilledAt(int inStop, Call inCall) {
+        const pid_t child = fork();
+        if (child == 0) {
+            if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(99);
+            raise(SIGSTOP);
+            _exit(inCall() == noErr ? 0 : 98);
+        }
+        int status = 0;
+        EXPECT_EQ(child, waitpid(child, &status, 0));
+        for (int stop = 0; WIFSTOPPED(status); ++stop) {
+            if (stop == inStop)
+                EXPECT_EQ(0, kill(child, SIGKILL));
+            else
+                EXPECT_EQ(0, ptrace(PTRACE_SYSCALL, child, nullptr, nullptr));
+            EXPECT_EQ(child, waitpid(child, &status, 0));
+        }
+        EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0) << status;
+        return WIFSIGNALED(status);
+    }
+
+    // Kills the call at each stop, with the folder as inPrepare leaves it. After each, once inLook has
+    // looked, the folder must be in one of the states.
+    template <typename Prepare, typename Call, typename Look>
+    void ExpectOneOf(const std::set<std::string>& inStates, Prepare inPrepare, Call inCall, Look inLook) {
+        std::set<std::string> seen;
+        for (int stop = 0;; ++stop) {
+            for (const std::string& name : support::FileWorld::NamesIn(mFolder.Path()))
+                support::FileWorld::RemoveAll(mFolder / name);
+            inPrepare();
+            const bool isKilled = IsKilledAt(stop, inCall);
+            inLook();
+            const std::string picture = Picture();
+            EXPECT_EQ(1U, inStates.count(picture)) << stop << ": " << picture;
+            seen.insert(picture);
+            if (!isKilled) break;
+            ASSERT_LT(stop, 2000);
+        }
+        EXPECT_EQ(inStates, seen) << "each of them is met";
+    }
+
+    FSRef mItem = {};
+    FSRef mSub = {};
+};
+
+TEST_F(NameCrashes, RenamingWithACompanion) {
+    const std::set<std::string> states = {"._a=#fork of a, a=of a, ", "._b=#fork of a, b=of a, "};
+    ExpectOneOf(
+        states, [this] { mItem = RefOf(MakeWithCompanion("", "a")); }, [this] { return Rename(mItem, u"b"); },
+        [this] {
+            const std::string found = LookFor({mFolder / "a", mFolder / "b"});
+            EXPECT_EQ(found == "yn" ? mFolder / "a" : mFolder / "b", PathOf(mItem)) << found;
+        });
+}
+
+TEST_F(NameCrashes, MovingWithACompanion) {
+    const std::set<std::string> states = {"._a=#fork of a, a=of a, sub(), ",
+                                          "sub(._a=#fork of a, a=of a, ), "};
+    ExpectOneOf(
+        states,
+        [this] {
+            mItem = RefOf(MakeWithCompanion("", "a"));
+            mSub = RefOf(mFolder.MakeFolder("sub"));
+        },
+        [this] { return Move(mItem, mSub); },
+        [this] {
+            const std::string found = LookFor({mFolder / "a", mFolder / "sub/a"});
+            EXPECT_EQ(found == "yn" ? mFolder / "a" : mFolder / "sub/a", PathOf(mItem)) << found;
+        });
+}
+
+TEST_F(NameCrashes, MovingTwice) {
+    const std::set<std::string> states = {"sub(._a=#fork of a, a=of a, ), "};
+    ExpectOneOf(
+        states,
+        [this] {
+            mItem = RefOf(MakeWithCompanion("", "a"));
+            mSub = RefOf(mFolder.MakeFolder("sub"));
+        },
+        [this] { return Move(mItem, mSub); },
+        [this] {
+            // As who does not look first: the second time clears away what the first one left, too.
+            FSRef item = {};
+            if (MakeRef(mFolder / "a", &item) == noErr)
+                EXPECT_EQ(noErr, Move(item, mSub));
+            else
+                EXPECT_EQ("n", LookFor({mFolder / "a"}));
+        });
+}
+
+TEST_F(NameCrashes, MovingWhereAnOrphanLies) {
+    const std::set<std::string> states = {"._a=#fork of a, a=of a, sub(._a=#of nobody, ), ",
+                                          "._a=#fork of a, a=of a, sub(a (companion)=#of nobody, ), ",
+                                          "sub(._a=#fork of a, a=of a, a (companion)=#of nobody, ), "};
+    ExpectOneOf(
+        states,
+        [this] {
+            mItem = RefOf(MakeWithCompanion("", "a"));
+            mSub = RefOf(mFolder.MakeFolder("sub"));
+            mFolder.MakeFile("sub/._a", CompanionBytes("of nobody"));
+        },
+        [this] { return Move(mItem, mSub); },
+        [this] {
+            LookFor({mFolder / "a", mFolder / "sub/a"});
+        });
+}
+
+TEST_F(NameCrashes, Deleting) {
+    const std::set<std::string> states = {"._a=#fork of a, a=of a, ", "._a=#fork of a, ", ""};
+    ExpectOneOf(
+        states, [this] { mItem = RefOf(MakeWithCompanion("", "a")); },
+        [this] { return FSDeleteObject(&mItem); }, [this] { LookFor({mFolder / "a"}); });
+}
+
+TEST_F(NameCrashes, MakingWhereAnOrphanLies) {
+    const std::set<std::string> states = {"._a=#of nobody, ", "a (companion)=#of nobody, ",
+                                          "a=, a (companion)=#of nobody, "};
+    const FSRef here = RefOf(mFolder.Path());
+    ExpectOneOf(
+        states, [this] { mFolder.MakeFile("._a", CompanionBytes("of nobody")); },
+        [this, &here] { return MakeFile(here, u"a"); }, [this] { LookFor({mFolder / "a"}); });
+}
+
+}  // namespace

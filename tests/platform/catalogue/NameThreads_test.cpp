@@ -1,0 +1,106 @@
+// Items made, moved, renamed, looked for and deleted by several threads at once. Run under the thread
+// sanitizer too.
+#include "ItemChanges.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace test_files;
+
+constexpr int kMovers = 4;
+constexpr int kItems = 3;
+constexpr int kRounds = 60;
+
+class RealFolder : public testing::Test {
+  protected:
+    support::FileWorld mFolder{support::FileWorld::kReal};
+};
+class NameThreads : public ItemChangesTest<RealFolder> {};
+
+// Somebody else was quicker.
+bool IsOutcome(OSErr inError) {
+    return inError == noErr || inError == fnfErr || inError == dupFNErr || inError == fBsyErr;
+}
+
+std::u16string NameOfRound(int inItem, int inRound) {
+    return {static_cast<char16_t>(u'a' + inItem), static_cast<char16_t>(u'0' + inRound % 3)};
+}
+
+TEST_F(NameThreads, EachItemKeepsItsCompanion) {
+    const std::vector<std::string> folders = {mFolder.MakeFolder("one"), mFolder.MakeFolder("two")};
+    const std::vector<FSRef> folderRefs = {RefOf(folders[0]), RefOf(folders[1])};
+    const FSCatalogInfo info = InfoOf(folders[0], kFSCatInfoVolume | kFSCatInfoNodeID);
+    for (int item = 0; item < kItems; ++item)
+        MakeWithCompanion("one/", {static_cast<char>('a' + item), '0'});
+    const std::size_t descriptors = test_files::OpenDescriptorCount();
+
+    std::atomic<int> changeCount = 0;
+    const auto change = [&](int inThread) {
+        for (int round = 0; round < kRounds; ++round) {
+            const int item = (inThread + round) % kItems;
+            for (const std::string& folder : folders) {
+                const std::u16string name = NameOfRound(item, inThread + round / 2);
+                FSRef ref = {};
+                if (MakeRef(folder + '/' + std::string(name.begin(), name.end()), &ref) != noErr) continue;
+                const OSErr error = round % 2 == 0 ? Move(ref, folderRefs[(inThread + round / 3) % 2])
+                                                   : Rename(ref, NameOfRound(item, round + inThread + 1));
+                EXPECT_TRUE(IsOutcome(error)) << error;
+                changeCount += error == noErr;
+            }
+        }
+    };
+    const auto look = [&] {
+        for (int round = 0; round < kRounds; ++round) {
+            const std::u16string name = NameOfRound(round % kItems, round);
+            FSSpec spec = {};
+            const OSErr error = FSMakeFSSpec(info.volume, static_cast<SInt32>(info.nodeID),
+                                             PascalName(std::string(name.begin(), name.end())), &spec);
+            EXPECT_TRUE(IsOutcome(error)) << error;
+        }
+    };
+    const auto makeAndDelete = [&] {
+        for (int round = 0; round < kRounds; ++round) {
+            FSRef ref = {};
+            EXPECT_EQ(noErr, MakeFile(folderRefs[round % 2], u"passing", &ref));
+            EXPECT_EQ(noErr, FSDeleteObject(&ref));
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kMovers; ++thread)
+        threads.emplace_back([&change, thread] { change(thread); });
+    threads.emplace_back(look);
+    threads.emplace_back(makeAndDelete);
+    for (std::thread& thread : threads)
+        thread.join();
+
+    EXPECT_GT(changeCount, 0);
+    EXPECT_EQ(descriptors, test_files::OpenDescriptorCount());
+    std::set<std::string> items;
+    std::set<std::string> expected;
+    for (int item = 0; item < kItems; ++item)
+        expected.insert("of " + std::string{static_cast<char>('a' + item), '0'});
+    std::size_t nameCount = 0;
+    for (const std::string& folder : folders) {
+        LookFor({folder + "/a0", folder + "/a1", folder + "/a2", folder + "/b0", folder + "/b1",
+                 folder + "/b2", folder + "/c0", folder + "/c1", folder + "/c2"});
+        for (const std::string& name : support::FileWorld::NamesIn(folder)) {
+            ++nameCount;
+            if (name[0] == '.') continue;
+            const std::string contents = support::FileWorld::Contents(folder + '/' + name);
+            EXPECT_TRUE(items.insert(contents).second) << "twice: " << contents;
+            EXPECT_EQ(CompanionBytes("fork " + contents),
+                      support::FileWorld::Contents(folder + "/._" + name));
+        }
+    }
+    EXPECT_EQ(expected, items);
+    EXPECT_EQ(2U * kItems, nameCount) << Picture();
+}
+
+}  // namespace
