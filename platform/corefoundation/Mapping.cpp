@@ -2,6 +2,7 @@
 #include "Locale.h"
 #include "MutableString.h"
 #include "UnicodeText.h"
+#include "corefoundation/CurrentLocale.h"
 
 #include <toolbox/CFMutableString.h>
 #include <unicode/unorm2.h>
@@ -66,6 +67,7 @@ void CFStringUppercase(CFMutableStringRef ioString, CFLocaleRef inLocale) {
 void CFStringCapitalize(CFMutableStringRef ioString, CFLocaleRef inLocale) {
     MapText(ioString, [inLocale](const UChar* inSource, int32_t inSourceLength, UChar* outUnits,
                                  int32_t inCapacity, UErrorCode* ioStatus) {
+        SpareICUTheVariable();
         return u_strToTitle(outUnits, inCapacity, inSource, inSourceLength, nullptr, IdentifierOf(inLocale),
                             ioStatus);
     });

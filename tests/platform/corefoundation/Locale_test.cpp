@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <toolbox/CFDateFormatter.h>
 #include <toolbox/CFLocale.h>
+#include <toolbox/CFMutableString.h>
 #include <unicode/uloc.h>
 
 #include <cstdio>
@@ -141,6 +142,20 @@ TEST_F(CurrentLocale, NameThatIsTooLongForAnyBesideAnother) {
         std::exit(0);
     };
     EXPECT_EXIT(tell(), testing::ExitedWithCode(0), "31.12.01");
+}
+
+// Words are told apart by data that ICU opens.
+TEST_F(CurrentLocale, NameThatIsTooLongForAnyBesideTitles) {
+    const auto tell = [] {
+        Set("LC_ALL", "xxxxxxxxxxxx");
+        const Owned<CFMutableStringRef> text(CFStringCreateMutableCopy(nullptr, 0, CFSTR("hello world")));
+        CFStringCapitalize(text.get(), nullptr);
+        char bytes[64] = {};
+        CFStringGetCString(text.get(), bytes, sizeof bytes, kCFStringEncodingUTF8);
+        std::fputs(bytes, stderr);
+        std::exit(0);
+    };
+    EXPECT_EXIT(tell(), testing::ExitedWithCode(0), "Hello World");
 }
 
 TEST(Locale, CopiesAndEquality) {
