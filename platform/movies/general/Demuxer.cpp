@@ -255,7 +255,7 @@ OSStatus Demuxer::Next(AVPacket& outPacket, std::string& outProblem) {
         if (read < 0) return mReadStatus != noErr ? mReadStatus : OSStatus{eofErr};
         SortStreams();
         const AVStream* stream = mFormat->streams[outPacket.stream_index];
-        if (stream->discard != AVDISCARD_ALL) {
+        if (stream->discard != AVDISCARD_ALL && IsKnown(*stream)) {
             mBytesWithoutPacket = 0;
             mPacketsEnd = outPacket.pos >= 0 ? outPacket.pos + outPacket.size : avio_tell(mBytes);
             if (stream == mSound || IsPicture(*stream)) return noErr;

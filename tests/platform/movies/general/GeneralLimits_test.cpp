@@ -144,6 +144,14 @@ TEST_F(GeneralImporterLimits, APauseUnderOtherSoundIsNoEnd) {
     }
 }
 
+// Packets of what nobody knows to be sound show nothing.
+TEST_F(GeneralImporterLimits, PrivateDataIsNotReadToItsEnd) {
+    const std::string bytes = MakeFile(8000, 8, "-f data -i /dev/zero -map 1 -c copy -fs 140M", "ts");
+    ASSERT_LT(2 * kLimitBytes, static_cast<std::int64_t>(bytes.size()));
+    EXPECT_EQ(invalidMovie, general_imports::Import(bytes).status);
+    EXPECT_LE(sBytesRead, kLimitBytes + 64 * kBufferBytes);
+}
+
 // What is asked between two packets is asked of a file in the buffer, too.
 TEST_F(GeneralImporterLimits, StopsBetweenPackets) {
     struct Stop {
