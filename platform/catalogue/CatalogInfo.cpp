@@ -55,10 +55,9 @@ OSStatus GetAccess(const std::string& inPath, UInt8& outAccess) {
     return noErr;
 }
 
-// What was found out of an item: item and facts always, the rest where it is asked for.
+// What was found out of an item: the item always, the rest where it is asked for.
 struct Knowledge {
     FoundItem item;
-    NodeFacts facts;
     SInt16 volume = 0;
     UInt8 access = 0;
 
@@ -87,9 +86,11 @@ constexpr Field kFields[] = {
     {kFSCatInfoVolume, Source::kVolume,
      [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.volume = inKnown.volume; }},
     {kFSCatInfoParentDirID, Source::kFinding,
-     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.parentDirID = inKnown.facts.parentID; }},
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
+         ioInfo.parentDirID = inKnown.item.facts.parentID;
+     }},
     {kFSCatInfoNodeID, Source::kFinding,
-     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.nodeID = inKnown.facts.nodeID; }},
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.nodeID = inKnown.item.facts.nodeID; }},
     {kFSCatInfoContentMod, Source::kFinding,
      [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
          ioInfo.contentModDate = DateOf(inKnown.Status().contentDate);
@@ -134,7 +135,6 @@ OSStatus FindOut(const FSRef& inRef, FSCatalogInfoBitmap inWhich, bool inAsksVol
     const FoundItem& item = outKnowledge.item;
     OSStatus status = FindByRef(inRef, outKnowledge.item);
     if (status != noErr) return status;
-    if (!NodeTable::Shared().GetFacts(item.status.identity, outKnowledge.facts)) return fnfErr;
     if (inAsksVolume || Asks(inWhich, Source::kVolume)) status = GetVolumeNumber(item, outKnowledge.volume);
     if (status == noErr && Asks(inWhich, Source::kAccess)) status = GetAccess(item.path, outKnowledge.access);
     return status;
@@ -147,9 +147,9 @@ void Fill(const Knowledge& inKnowledge, FSCatalogInfoBitmap inWhich, FSCatalogIn
 
 OSStatus MakeParentRef(const Knowledge& inKnowledge, FSRef& outRef) {
     outRef = {};
-    if (inKnowledge.facts.parentID == kRootParentID) return noErr;
+    if (inKnowledge.item.facts.parentID == kRootParentID) return noErr;
     FoundItem parent;
-    const OSStatus status = FindByIdentity(inKnowledge.facts.parent, parent);
+    const OSStatus status = FindByIdentity(inKnowledge.item.facts.parent, parent);
     if (status == noErr) outRef = MakeRef(parent);
     return status;
 }
@@ -174,7 +174,7 @@ OSStatus GetInfo(const FSRef& inRef, FSCatalogInfoBitmap inWhich, const Outputs&
     OSStatus status = FindOut(inRef, inWhich, wantsSpec, knowledge);
     FSSpec spec = {};
     FSRef parent = {};
-    if (status == noErr && wantsSpec) spec = SpecOf(knowledge.item, knowledge.facts, knowledge.volume);
+    if (status == noErr && wantsSpec) spec = SpecOf(knowledge.item, knowledge.volume);
     if (status == noErr && inOutputs.parent != nullptr) status = MakeParentRef(knowledge, parent);
     if (status != noErr) return status;
     // Nothing fails from here on.

@@ -45,12 +45,15 @@ OSStatus CheckMayGo(const Place& inPlace, const os::ItemStatus& inItem) {
     return inPlace.name.empty() || IsVolumeRoot(inPlace, inItem) ? OSStatus{paramErr} : OSStatus{noErr};
 }
 
+OSStatus OpenItem(const FoundItem& inItem, Place& outPlace) {
+    if (IsDescriptorPath(inItem.path)) return fnfErr;  // it has no name
+    const OSStatus status = OpenPlace(inItem, outPlace);
+    return status == noErr ? CheckMayGo(outPlace, inItem.status) : status;
+}
+
 OSStatus OpenItemOfRef(const FSRef& inRef, FoundItem& outItem, Place& outPlace) {
-    OSStatus status = FindByRef(inRef, outItem);
-    if (status != noErr) return status;
-    if (IsDescriptorPath(outItem.path)) return fnfErr;  // it has no name
-    status = OpenPlace(outItem, outPlace);
-    return status == noErr ? CheckMayGo(outPlace, outItem.status) : status;
+    const OSStatus status = FindByRef(inRef, outItem);
+    return status == noErr ? OpenItem(outItem, outPlace) : status;
 }
 
 struct NewInfo {
@@ -81,7 +84,7 @@ OSStatus MakeAt(const FoundItem& inFolder, Place& ioPlace, os::ItemKind inKind, 
     made.Keep();
     if (inOutputs.ref != nullptr) *inOutputs.ref = ref;
     if (inOutputs.spec != nullptr) *inOutputs.spec = spec;
-    if (inOutputs.nodeID != nullptr) *inOutputs.nodeID = item.nodeID;
+    if (inOutputs.nodeID != nullptr) *inOutputs.nodeID = item.facts.nodeID;
     return noErr;
 }
 
@@ -116,12 +119,12 @@ OSStatus Delete(const FSRef& inRef) {
 OSStatus MoveTo(FoundItem& ioItem, const Place& inPlace, const std::string& inFolderPath, Place& ioNewPlace,
                 FSRef* outRef) {
     std::string path = PathInFolder(inFolderPath, ioNewPlace.name);
-    const int error = MoveItem(inPlace, ioItem.status.identity, ioNewPlace, ioItem.nodeID);
+    const int error = MoveItem(inPlace, ioItem.status, ioNewPlace, ioItem.facts);
     // A file system may have no such name.
     if (error == EINVAL) return inPlace.name == ioNewPlace.name ? badMovErr : bdNamErr;
     if (error != 0) return StatusOfErrno(error);
     ioItem.path = std::move(path);
-    if (ioItem.nodeID == 0) {
+    if (ioItem.facts.nodeID == 0) {
         const OSStatus status = FindByPath(ioItem.path.c_str(), ioItem);
         if (status != noErr) return status;
     }
@@ -173,11 +176,11 @@ OSStatus MakeFolder(SInt16 inVolume, SInt32 inFolderID, ConstStr255Param inName,
 }
 
 OSStatus DeleteBySpec(const FSSpec& inSpec) {
+    FoundItem item;
     Place place;
-    os::ItemStatus item;
-    OSStatus status = OpenSpec(inSpec, place, item);
-    if (status == noErr) status = CheckMayGo(place, item);
-    return status == noErr ? StatusOfErrno(DeleteItem(place, item.kind)) : status;
+    OSStatus status = FindBySpec(inSpec, item);
+    if (status == noErr) status = OpenItem(item, place);
+    return status == noErr ? StatusOfErrno(DeleteItem(place, item.status.kind)) : status;
 }
 
 }  // namespace

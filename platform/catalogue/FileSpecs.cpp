@@ -25,7 +25,7 @@ OSStatus SpecOfNewItem(const FSSpec& inSpec, FSSpec& outSpec) {
     if (status != noErr) return status;
     outSpec = inSpec;
     outSpec.vRefNum = volume;
-    outSpec.parID = static_cast<SInt32>(folder.nodeID);
+    outSpec.parID = static_cast<SInt32>(folder.facts.nodeID);
     return fnfErr;
 }
 

@@ -38,6 +38,13 @@ OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirecto
     }
 }
 
+OSErr FSCompareFSRefs(const FSRef* inRef1, const FSRef* inRef2) {
+    if (inRef1 == nullptr || inRef2 == nullptr) return paramErr;
+    toolbox::os::ItemIdentity item1, item2;
+    if (!ReadRef(*inRef1, item1) || !ReadRef(*inRef2, item2)) return errFSBadFSRef;
+    return item1.IsSameItem(item2) ? noErr : errFSRefsDifferent;
+}
+
 OSStatus FSRefMakePath(const FSRef* inRef, UInt8* outPath, UInt32 inMaxPathSize) {
     if (inRef == nullptr || outPath == nullptr) return paramErr;
     try {

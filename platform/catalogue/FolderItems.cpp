@@ -46,21 +46,37 @@ OSStatus FindByName(const FoundItem& inFolder, std::u16string_view inName, Found
     return status == noErr ? FindAtPlace(inFolder, place, outItem) : status;
 }
 
-// The item whose name tells its node, if it is in the folder still.
+// Whether the item is in the folder, and has that name there in a specification.
+bool IsNamed(const FoundItem& inItem, const FoundItem& inFolder, ConstStr255Param inName) {
+    if (!inItem.facts.parent.IsSameItem(inFolder.status.identity)) return false;
+    const FSSpec spec = SpecOf(inItem, 0);
+    return std::equal(inName, inName + inName[0] + 1, spec.name);
+}
+
+// The item whose name tells its node, if it is in the folder still: by what is known of the node, else by
+// the entry that has its inode.
 OSStatus FindByNode(const FoundItem& inFolder, ConstStr255Param inName, FoundItem& outItem) {
     const NodeID nodeID = NodeOfSpecName(inName);
-    const std::uint64_t device = inFolder.status.identity.device;
+    if (nodeID == 0) return fnfErr;
     os::ItemIdentity identity;
-    if (nodeID == 0 || !NodeTable::Shared().FindID(device, nodeID, identity)) return fnfErr;
-    const OSStatus status = FindByIdentity(identity, outItem);
+    std::uint64_t inode = nodeID;
+    if (NodeTable::Shared().FindID(inFolder.status.identity.device, nodeID, identity)) {
+        const OSStatus status = FindByIdentity(identity, outItem);
+        if (status == noErr && IsNamed(outItem, inFolder, inName)) return noErr;
+        if (status != noErr && status != fnfErr) return status;
+        inode = identity.inode;
+    }
+    Place place;
+    const OSStatus status = OpenFoundFolder(inFolder, place);
     if (status != noErr) return status;
-    FSSpec spec;
-    const OSStatus specStatus = MakeSpec(outItem, spec);
-    if (specStatus != noErr) return specStatus;
-    const bool isInFolder = static_cast<NodeID>(spec.parID) == inFolder.nodeID;
-    return isInFolder && std::equal(inName, inName + inName[0] + 1, spec.name)
-               ? noErr
-               : static_cast<OSStatus>(fnfErr);
+    OSStatus found = fnfErr;
+    const int error = FindName(place, [&](const struct dirent& inEntry) {
+        if (inEntry.d_ino != inode) return ENOENT;
+        found = FindAtPlace(inFolder, place, outItem);
+        if (found == noErr && !IsNamed(outItem, inFolder, inName)) found = fnfErr;
+        return found == fnfErr ? ENOENT : 0;
+    });
+    return error == 0 ? found : StatusOfErrno(error);
 }
 
 }  // namespace
@@ -107,42 +123,16 @@ OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem) {
     return nameStatus == fnfErr ? FindByNode(folder, inSpec.name, outItem) : nameStatus;
 }
 
-OSStatus OpenSpec(const FSSpec& inSpec, Place& outPlace, os::ItemStatus& outItem) {
-    FoundItem item;
-    std::u16string name;
-    const auto folderID = static_cast<NodeID>(inSpec.parID);
-    if (inSpec.name[0] == 0 || folderID == kRootParentID) {
-        const OSStatus status = FindBySpec(inSpec, item);
-        outItem = item.status;
-        return status == noErr ? OpenPlace(item, outPlace) : status;
-    }
-    if (inSpec.name[0] > kMaxSpecNameBytes || !NameOfSpec(inSpec.name, name) ||
-        !DiskName(name, outPlace.name))
-        return bdNamErr;
-    FoundItem folder;
-    OSStatus status = FindFolderByID(inSpec.vRefNum, folderID, folder);
-    if (status == noErr) status = OpenFoundFolder(folder, outPlace);
-    if (status != noErr) return status;
-    status = StatusOfErrno(GetStatus(outPlace, outItem));
-    if (status == fnfErr) status = FindSimilarName(name, outPlace);
-    if (status == noErr) return StatusOfErrno(GetStatus(outPlace, outItem));
-    if (status == fnfErr) status = FindByNode(folder, inSpec.name, item);
-    outItem = item.status;
-    return status == noErr ? OpenPlace(item, outPlace) : status;
-}
-
-FSSpec SpecOf(const FoundItem& inItem, const NodeFacts& inFacts, SInt16 inVolume) {
-    FSSpec spec = {inVolume, static_cast<SInt32>(inFacts.parentID), {}};
-    SpecName(NameInCatalogue(inItem), inFacts.nodeID, spec.name);
+FSSpec SpecOf(const FoundItem& inItem, SInt16 inVolume) {
+    FSSpec spec = {inVolume, static_cast<SInt32>(inItem.facts.parentID), {}};
+    SpecName(NameInCatalogue(inItem), inItem.facts.nodeID, spec.name);
     return spec;
 }
 
 OSStatus MakeSpec(const FoundItem& inItem, FSSpec& outSpec) {
-    NodeFacts facts;
-    if (!NodeTable::Shared().GetFacts(inItem.status.identity, facts)) return fnfErr;
     SInt16 volume = 0;
     const OSStatus status = GetVolumeNumber(inItem, volume);
-    if (status == noErr) outSpec = SpecOf(inItem, facts, volume);
+    if (status == noErr) outSpec = SpecOf(inItem, volume);
     return status;
 }
 

@@ -22,12 +22,8 @@ namespace toolbox::files {
 // can be none. Of the id that is the parent of all root folders, the one item is the root folder.
 [[nodiscard]] OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem);
 
-// The same as a place, and what has the name there itself: a link is not followed.
-[[nodiscard]] OSStatus OpenSpec(const FSSpec& inSpec, Place& outPlace, os::ItemStatus& outItem);
-
-// The specification of an item that was just found; the first where the table's facts and the volume of it
-// are at hand.
-[[nodiscard]] FSSpec SpecOf(const FoundItem& inItem, const NodeFacts& inFacts, SInt16 inVolume);
+// The specification of an item that was just found; the first where its volume is at hand.
+[[nodiscard]] FSSpec SpecOf(const FoundItem& inItem, SInt16 inVolume);
 [[nodiscard]] OSStatus MakeSpec(const FoundItem& inItem, FSSpec& outSpec);
 
 // The item's name in the catalogue. That of the root of all paths is "/"; of another volume's root it is the

@@ -1,5 +1,6 @@
 #include "NameWriter.h"
 
+#include "Finding.h"
 #include "companions/Companions.h"
 #include "names/CatalogueNames.h"
 #include "os/Rename.h"
@@ -61,14 +62,16 @@ int DeleteFolder(const Place& inPlace) {
     return error == 0 ? DeleteNamed(inPlace, os::ItemKind::kFolder) : error;
 }
 
-NodeID RecordAt(const Place& inPlace, const os::ItemIdentity& inItem) {
-    return NodeTable::Shared().RecordChild(inPlace.folderStatus.identity, {inItem, false, inPlace.name});
+void RecordAt(const Place& inPlace, const os::ItemStatus& inItem, NodeFacts& outFacts) {
+    const PathStep step = StepOf(inItem, false, inPlace.name);
+    outFacts = {};
+    (void)NodeTable::Shared().RecordChild(inPlace.folderStatus.identity, step, outFacts);
 }
 
 // What cannot be recorded for want of memory gets its old name back; where it cannot have that, it is moved,
 // and recorded by who looks for it.
-int RenameAndRecord(const Place& inPlace, const os::ItemIdentity& inItem, const Place& inNewPlace,
-                    NodeID& outNodeID) {
+int RenameAndRecord(const Place& inPlace, const os::ItemStatus& inItem, const Place& inNewPlace,
+                    NodeFacts& outFacts) {
     const int folder = inPlace.folder.Number();
     const int newFolder = inNewPlace.folder.Number();
     const char* const name = inPlace.name.c_str();
@@ -76,9 +79,8 @@ int RenameAndRecord(const Place& inPlace, const os::ItemIdentity& inItem, const 
     const int error = os::RenameToNew(folder, name, newFolder, newName);
     if (error != 0) return error;
     try {
-        outNodeID = RecordAt(inNewPlace, inItem);
+        RecordAt(inNewPlace, inItem, outFacts);
     } catch (const std::bad_alloc&) {
-        outNodeID = 0;
         if (os::RenameToNew(newFolder, newName, folder, name) == 0) throw;
     }
     return 0;
@@ -142,10 +144,10 @@ int DeleteItem(const Place& inPlace, os::ItemKind inKind) {
     return error;
 }
 
-int MoveItem(const Place& inPlace, const os::ItemIdentity& inItem, Place& ioNewPlace, NodeID& outNodeID) {
+int MoveItem(const Place& inPlace, const os::ItemStatus& inItem, Place& ioNewPlace, NodeFacts& outFacts) {
     const bool isSameFolder = inPlace.folderStatus.identity.IsSameItem(ioNewPlace.folderStatus.identity);
     if (isSameFolder && inPlace.name == ioNewPlace.name) {
-        outNodeID = RecordAt(inPlace, inItem);
+        RecordAt(inPlace, inItem, outFacts);
         return 0;
     }
     if (inPlace.folderStatus.Volume() != ioNewPlace.folderStatus.Volume()) return EXDEV;
@@ -155,12 +157,12 @@ int MoveItem(const Place& inPlace, const os::ItemIdentity& inItem, Place& ioNewP
     // It may have the very name itself that its companion is to get.
     const bool isOrphan = isSameFolder && inPlace.name == CompanionName(ioNewPlace.name);
     int error = CheckNewName(ioNewPlace, isSameFolder ? inPlace.name : std::string());
-    if (error == 0 && WouldBeCompanion(inPlace, inItem, ioNewPlace)) return EEXIST;
+    if (error == 0 && WouldBeCompanion(inPlace, inItem.identity, ioNewPlace)) return EEXIST;
     // First, because a leftover at the new place is the item's own companion.
     if (error == 0 && !isOrphan) error = orphan.SetAside(ioNewPlace);
     if (error == 0) error = companion.Take(inPlace);
     if (error == 0) error = companion.AddName(ioNewPlace);
-    if (error == 0) error = RenameAndRecord(inPlace, inItem, ioNewPlace, outNodeID);
+    if (error == 0) error = RenameAndRecord(inPlace, inItem, ioNewPlace, outFacts);
     if (error != 0) return error;
     companion.LeaveOldName();
     orphan.StayAside();

@@ -41,8 +41,8 @@ class NewItem {
 
 // Gives an item, which has a node and is no volume's root, the new place; the node table learns of it. EXDEV
 // when that is on another volume, EINVAL when it is within the item.
-//   outNodeID  0: its whole path is to be recorded
-[[nodiscard]] int MoveItem(const Place& inPlace, const os::ItemIdentity& inItem, Place& ioNewPlace,
-                           NodeID& outNodeID);
+//   outFacts  nodeID 0: its whole path is to be recorded
+[[nodiscard]] int MoveItem(const Place& inPlace, const os::ItemStatus& inItem, Place& ioNewPlace,
+                           NodeFacts& outFacts);
 
 }  // namespace toolbox::files

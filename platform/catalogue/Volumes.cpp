@@ -1,5 +1,6 @@
 #include "catalogue/Volumes.h"
 
+#include "Finding.h"
 #include "catalogue/DescriptorPaths.h"
 #include "os/Mutex.h"
 #include "status/StatusOfErrno.h"
@@ -23,10 +24,6 @@ struct Table {
 Table& SharedTable() {
     static Table& table = *new Table;  // never destroyed: used until the process ends
     return table;
-}
-
-std::string FolderPathOf(const std::string& inPath) {
-    return inPath.substr(0, std::max<std::size_t>(inPath.rfind('/'), 1));
 }
 
 bool IsAt(const os::VolumeKey& inKey, const std::string& inRootPath) {
@@ -107,9 +104,7 @@ OSStatus GetVolumeKey(const FoundItem& inItem, os::VolumeKey& outKey) {
         return StatusOfErrno(error);
     }
     // Where layers are united, files have other devices than their folders.
-    NodeFacts facts;
-    if (NodeTable::Shared().GetFacts(inItem.status.identity, facts) && facts.hasParent)
-        outKey.device = facts.parent.device;
+    if (inItem.facts.hasParent) outKey.device = inItem.facts.parent.device;
     return noErr;
 }
 

@@ -144,7 +144,7 @@ OSErr FindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, SInt16* 
         if (status == noErr) status = GetVolumeNumber(folder, volume);
         if (status != noErr) return static_cast<OSErr>(status);
         if (outVolume != nullptr) *outVolume = volume;
-        if (outFolderID != nullptr) *outFolderID = folder.nodeID;
+        if (outFolderID != nullptr) *outFolderID = folder.facts.nodeID;
         return noErr;
     } catch (const std::bad_alloc&) {
         return memFullErr;

@@ -46,9 +46,9 @@ int GetStatus(int inFolder, const char* inPath, int inFlags, ItemStatus& outStat
     outStatus.kind = KindOfMode(status.stx_mode);
     outStatus.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
     outStatus.mode = status.stx_mode;
+    outStatus.linkCount = status.stx_nlink;
     outStatus.owner = status.stx_uid;
     outStatus.group = status.stx_gid;
-    outStatus.linkCount = status.stx_nlink;
     outStatus.mount = (status.stx_mask & STATX_MNT_ID) != 0 ? status.stx_mnt_id : 0;
     outStatus.sizeBytes = static_cast<std::int64_t>(status.stx_size);
     outStatus.allocatedBytes = status.stx_blocks * kBytesPerBlock;

@@ -2,14 +2,15 @@
 
 #include <algorithm>
 #include <cassert>
+#include <utility>
 
 namespace toolbox::files {
 
 namespace {
 
-// Allotted ids start far above the inodes of most volumes, so that they seldom take one away.
-constexpr NodeID kFirstAllottedID = 0x80000000;
-constexpr std::size_t kInitialBuckets = 64;
+bool IsItsOwnID(std::uint64_t inInode) {
+    return inInode >= kFirstOrdinaryID && inInode < kFirstAllottedID;
+}
 
 }  // namespace
 
@@ -19,169 +20,240 @@ NodeTable& NodeTable::Shared() {
     return table;
 }
 
-NodeTable::NodeTable()
-    : mByIdentity(kInitialBuckets, IndexHash{&mNodes}, IndexEqual{&mNodes}),
-      mNextAllottedID(kFirstAllottedID) {}
-
-std::size_t NodeTable::KeyHash::operator()(const Key& inKey) const noexcept {
-    std::uint64_t hash = inKey.number * 0x9E3779B97F4A7C15u + inKey.device;
+std::uint64_t NodeTable::Key::Hash() const {
+    std::uint64_t hash = inode * 0x9E3779B97F4A7C15u + device;
     hash ^= hash >> 32;
-    return static_cast<std::size_t>(hash * 0xD6E8FEB86659FD93u);
+    return hash * 0xD6E8FEB86659FD93u;
 }
 
 NodeTable::Index NodeTable::FindKey(const Key& inKey) const {
-    const auto found = mByIdentity.find(inKey);
-    return found == mByIdentity.end() ? kNone : *found;
+    const Index found = mFolderIndex.Find(inKey.Hash(), [&](Index inIndex) {
+        mMutex.AssertHeld();
+        return KeyOf(mFolders[inIndex].identity) == inKey;
+    });
+    return found == NumberIndex::kNone ? kNone : found;
 }
 
-NodeTable::Index NodeTable::FindItem(const os::ItemIdentity& inItem) const {
-    const Index index = FindKey(KeyOf(inItem));
-    return index != kNone && mNodes[index].identity.IsSameItem(inItem) ? index : kNone;
+NodeTable::Index NodeTable::FindFolder(const os::ItemIdentity& inFolder) const {
+    const Index index = FindKey(KeyOf(inFolder));
+    return index != kNone && mFolders[index].identity.IsSameItem(inFolder) ? index : kNone;
 }
 
-// Hints never form a circle: the steps recorded together are a path down from the root and no item is twice
-// among them, so every node recorded leads to the root afterwards, and so does every other node, whose hints
+// Hints never form a circle: the steps recorded together are a path down from the root and no folder is twice
+// among them, so every folder recorded leads to the root afterwards, and so does every other one, whose hints
 // end in them or are as they were.
-NodeID NodeTable::Record(const std::vector<PathStep>& inPath) {
-    assert(!inPath.empty());
+NodeFacts NodeTable::Record(const std::vector<PathStep>& inPath) {
+    assert(!inPath.empty() && inPath.front().isFolder);
     const os::MutexLock lock(mMutex);
     std::vector<Index> chain;
     chain.reserve(inPath.size());
     for (const PathStep& step : inPath) {
+        if (!step.isFolder) return RecordHint(step, chain.back());
         // A folder mounted somewhere beneath itself: the short way leads there as well.
         const Index known = FindKey(KeyOf(step.identity));
         const auto earlier = std::find(chain.begin(), chain.end(), known);
         if (known != kNone && earlier != chain.end())
             chain.erase(earlier + 1, chain.end());
         else
-            chain.push_back(RecordStep(step, chain.empty() ? kNone : chain.back()));
+            chain.push_back(RecordFolder(step, chain.empty() ? kNone : chain.back()));
     }
-    return mNodes[chain.back()].ID();
+    return FactsOf(chain.back());
 }
 
-NodeID NodeTable::RecordChild(const os::ItemIdentity& inFolder, const PathStep& inChild) {
+bool NodeTable::RecordChild(const os::ItemIdentity& inFolder, const PathStep& inChild, NodeFacts& outFacts) {
     const os::MutexLock lock(mMutex);
-    const Index folder = FindItem(inFolder);
-    if (folder == kNone || IsWithin(folder, FindKey(KeyOf(inChild.identity)))) return 0;
-    return mNodes[RecordStep(inChild, folder)].ID();
+    const Index folder = FindFolder(inFolder);
+    if (folder == kNone) return false;
+    if (!inChild.isFolder) {
+        outFacts = RecordHint(inChild, folder);
+        return true;
+    }
+    if (IsWithin(folder, FindKey(KeyOf(inChild.identity)))) return false;
+    outFacts = FactsOf(RecordFolder(inChild, folder));
+    return true;
 }
 
 bool NodeTable::IsWithin(Index inIndex, Index inFolder) const {
-    for (Index at = inIndex; at != kNone; at = mNodes[at].parent)
+    for (Index at = inIndex; at != kNone; at = mFolders[at].parent)
         if (at == inFolder) return true;
     return false;
 }
 
-NodeTable::Index NodeTable::RecordStep(const PathStep& inStep, Index inParent) {
+NodeTable::Index NodeTable::RecordFolder(const PathStep& inStep, Index inParent) {
     const Index index = FindKey(KeyOf(inStep.identity));
-    if (index == kNone) return AddNode(inStep, inParent);
-    Node& node = mNodes[index];
-    if (!inStep.isVolumeRoot) GiveOrdinaryID(index);
-    if (node.name != inStep.name) node.name.assign(inStep.name);
-    node.parent = inParent;
-    node.isVolumeRoot = inStep.isVolumeRoot;
-    if (inStep.identity.birthNanos != 0) node.identity.birthNanos = inStep.identity.birthNanos;
+    if (index == kNone) return AddFolder(inStep, inParent);
+    Folder& folder = mFolders[index];
+    NodeID id = folder.ordinaryID;
+    // The id of the folder that had the inode before is not this one's.
+    if (!folder.identity.IsSameItem(inStep.identity)) id = Allot(inStep.identity);
+    if (id == 0 && !inStep.isVolumeRoot) id = ChooseID(inStep.identity);
+    if (folder.name != inStep.name) folder.name.assign(inStep.name);
+    folder.ordinaryID = id;
+    folder.parent = inParent;
+    folder.isVolumeRoot = inStep.isVolumeRoot;
+    if (inStep.identity.birthNanos != 0) folder.identity.birthNanos = inStep.identity.birthNanos;
     return index;
 }
 
-NodeTable::Index NodeTable::AddNode(const PathStep& inStep, Index inParent) {
-    const Index index = static_cast<Index>(mNodes.size());
-    mNodes.push_back({inStep.identity, 0, inParent, inStep.isVolumeRoot, std::string(inStep.name)});
-    try {
-        mByIdentity.insert(index);
-        if (!inStep.isVolumeRoot) GiveOrdinaryID(index);
-    } catch (...) {
-        mByIdentity.erase(index);
-        mNodes.pop_back();
-        throw;
+NodeTable::Index NodeTable::AddFolder(const PathStep& inStep, Index inParent) {
+    const NodeID id = inStep.isVolumeRoot ? 0 : ChooseID(inStep.identity);
+    const auto index = static_cast<Index>(mFolders.size());
+    mFolderIndex.MakeRoom();
+    mFolders.push_back({inStep.identity, id, inParent, inStep.isVolumeRoot, std::string(inStep.name)});
+    mFolderIndex.Add(KeyOf(inStep.identity).Hash(), index);
+    return index;
+}
+
+// The hint that a name takes the place of: the same name; or any, also of an item that had the inode before,
+// where it is the one name.
+NodeTable::Index NodeTable::FindHint(const PathStep& inStep, Index inFolder) const {
+    const Key key = KeyOf(inStep.identity);
+    return mHintIndex.Find(key.Hash(), [&](Index inIndex) {
+        mMutex.AssertHeld();
+        const Hint& hint = mHints[inIndex];
+        return KeyOf(hint.identity) == key &&
+               (inStep.hasOneName || (hint.folder == inFolder && hint.name == inStep.name));
+    });
+}
+
+NodeFacts NodeTable::RecordHint(const PathStep& inStep, Index inFolder) {
+    const NodeID id = ChooseID(inStep.identity);
+    const Index known = FindHint(inStep, inFolder);
+    if (known == NumberIndex::kNone) {
+        AddHint(inStep, inFolder);
+        return FactsIn(inFolder, id);
     }
-    return index;
+    Hint& hint = mHints[known];
+    if (hint.name != inStep.name) hint.name.assign(inStep.name);
+    hint.folder = inFolder;
+    if (inStep.identity.birthNanos != 0) hint.identity.birthNanos = inStep.identity.birthNanos;
+    return FactsIn(inFolder, id);
 }
 
-void NodeTable::GiveOrdinaryID(Index inIndex) {
-    Node& node = mNodes[inIndex];
-    if (node.ordinaryID != 0) return;
-    const NodeID nodeID = ChooseID(node.identity);
-    if (nodeID != node.identity.inode) mByAllottedID.emplace(Key{node.identity.device, nodeID}, inIndex);
-    node.ordinaryID = nodeID;
+void NodeTable::AddHint(const PathStep& inStep, Index inFolder) {
+    Hint hint = {inStep.identity, inFolder, std::string(inStep.name)};
+    std::size_t index = mHints.size();
+    if (index < kMaxHints) {
+        mHintIndex.MakeRoom();
+        mHints.push_back(std::move(hint));
+    } else {
+        index = std::exchange(mOldestHint, (mOldestHint + 1) % kMaxHints);
+        mHintIndex.Remove(KeyOf(mHints[index].identity).Hash(), static_cast<Index>(index));
+        mHints[index] = std::move(hint);
+    }
+    mHintIndex.Add(KeyOf(inStep.identity).Hash(), static_cast<Index>(index));
 }
 
 NodeID NodeTable::ChooseID(const os::ItemIdentity& inItem) {
-    if (inItem.inode >= kFirstOrdinaryID && inItem.inode <= UINT32_MAX) {
-        const NodeID sameAsInode = static_cast<NodeID>(inItem.inode);
-        if (!IsTaken(inItem.device, sameAsInode)) return sameAsInode;
+    return IsItsOwnID(inItem.inode) ? static_cast<NodeID>(inItem.inode) : Allot(inItem);
+}
+
+NodeTable::Index NodeTable::FindAllotted(const os::ItemIdentity& inItem) const {
+    return mAllottedIndex.Find(KeyOf(inItem).Hash(), [&](Index inIndex) {
+        mMutex.AssertHeld();
+        return mAllotted[inIndex].IsSameItem(inItem);
+    });
+}
+
+NodeID NodeTable::Allot(const os::ItemIdentity& inItem) {
+    Index index = FindAllotted(inItem);
+    if (index == NumberIndex::kNone) {
+        index = static_cast<Index>(mAllotted.size());
+        mAllottedIndex.MakeRoom();
+        mAllotted.push_back(inItem);
+        mAllottedIndex.Add(KeyOf(inItem).Hash(), index);
     }
-    while (IsTaken(inItem.device, mNextAllottedID))
-        mNextAllottedID = std::max(mNextAllottedID + 1, kFirstOrdinaryID);
-    const NodeID allotted = mNextAllottedID;
-    mNextAllottedID = std::max(mNextAllottedID + 1, kFirstOrdinaryID);
-    return allotted;
-}
-
-NodeTable::Index NodeTable::FindIndexOfID(std::uint64_t inDevice, NodeID inID) const {
-    const Key key{inDevice, inID};
-    const auto allotted = mByAllottedID.find(key);
-    if (allotted != mByAllottedID.end()) return allotted->second;
-    const Index sameInode = FindKey(key);
-    return sameInode != kNone && mNodes[sameInode].ordinaryID == inID ? sameInode : kNone;
-}
-
-bool NodeTable::IsTaken(std::uint64_t inDevice, NodeID inID) const {
-    return FindIndexOfID(inDevice, inID) != kNone;
+    return kFirstAllottedID + index;
 }
 
 bool NodeTable::FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& outItem) const {
     const os::MutexLock lock(mMutex);
-    const Index index = FindIndexOfID(inDevice, inID);
-    if (index == kNone) return false;
-    outItem = mNodes[index].identity;
-    return true;
-}
-
-void NodeTable::Rename(const os::ItemIdentity& inItem, std::string_view inName) {
-    const os::MutexLock lock(mMutex);
-    const Index index = FindItem(inItem);
-    if (index != kNone) mNodes[index].name.assign(inName);
-}
-
-bool NodeTable::GetFacts(const os::ItemIdentity& inItem, NodeFacts& outFacts) const {
-    const os::MutexLock lock(mMutex);
-    const Index index = FindItem(inItem);
-    if (index == kNone) return false;
-    const Node& node = mNodes[index];
-    outFacts.nodeID = node.ID();
-    outFacts.name = node.name;
-    outFacts.hasParent = node.parent != kNone;
-    outFacts.parent = outFacts.hasParent ? mNodes[node.parent].identity : os::ItemIdentity();
-    outFacts.parentID =
-        node.isVolumeRoot != 0 || !outFacts.hasParent ? kRootParentID : mNodes[node.parent].ID();
-    return true;
-}
-
-bool NodeTable::GetPath(const os::ItemIdentity& inItem, std::string& outPath) const {
-    const os::MutexLock lock(mMutex);
-    const Index item = FindItem(inItem);
-    if (item == kNone) return false;
-    std::size_t byteCount = 0;
-    for (Index at = item; mNodes[at].parent != kNone; at = mNodes[at].parent)
-        byteCount += 1 + mNodes[at].name.size();
-    if (byteCount == 0) {
-        outPath = "/";
+    if (inID >= kFirstAllottedID) {
+        const std::size_t index = inID - kFirstAllottedID;
+        if (index >= mAllotted.size() || mAllotted[index].device != inDevice) return false;
+        outItem = mAllotted[index];
         return true;
     }
-    outPath.assign(byteCount, '/');
-    for (Index at = item; mNodes[at].parent != kNone; at = mNodes[at].parent) {
-        const std::string& name = mNodes[at].name;
-        byteCount -= name.size();
-        outPath.replace(byteCount, name.size(), name);
-        byteCount -= 1;
+    const Key key = {inDevice, inID};
+    const Index folder = FindKey(key);
+    if (folder != kNone && mFolders[folder].ordinaryID == inID) {
+        outItem = mFolders[folder].identity;
+        return true;
     }
+    if (!IsItsOwnID(inID)) return false;
+    const Index hint = mHintIndex.Find(key.Hash(), [&](Index inIndex) {
+        mMutex.AssertHeld();
+        return KeyOf(mHints[inIndex].identity) == key;
+    });
+    if (hint == NumberIndex::kNone) return false;
+    outItem = mHints[hint].identity;
     return true;
+}
+
+void NodeTable::Rename(const os::ItemIdentity& inFolder, std::string_view inName) {
+    const os::MutexLock lock(mMutex);
+    const Index index = FindFolder(inFolder);
+    if (index != kNone) mFolders[index].name.assign(inName);
+}
+
+NodeFacts NodeTable::FactsIn(Index inFolder, NodeID inID) const {
+    const Folder& folder = mFolders[inFolder];
+    return {inID, folder.ID(), true, folder.identity};
+}
+
+NodeFacts NodeTable::FactsOf(Index inFolder) const {
+    const Folder& folder = mFolders[inFolder];
+    if (folder.parent == kNone) return {folder.ID(), kRootParentID, false, {}};
+    NodeFacts facts = FactsIn(folder.parent, folder.ID());
+    if (folder.isVolumeRoot != 0) facts.parentID = kRootParentID;
+    return facts;
+}
+
+// Of the folder, or of a name in it.
+std::string NodeTable::PathOf(Index inFolder, std::string_view inName) const {
+    std::vector<std::string_view> names;
+    if (!inName.empty()) names.push_back(inName);
+    for (Index at = inFolder; mFolders[at].parent != kNone; at = mFolders[at].parent)
+        names.push_back(mFolders[at].name);
+    if (names.empty()) return "/";
+    std::size_t byteCount = 0;
+    for (const std::string_view name : names)
+        byteCount += 1 + name.size();
+    std::string path;
+    path.reserve(byteCount);
+    for (auto name = names.rbegin(); name != names.rend(); ++name)
+        path.append(1, '/').append(*name);
+    return path;
+}
+
+bool NodeTable::GetFolder(const os::ItemIdentity& inFolder, NodeHint& outHint) const {
+    const os::MutexLock lock(mMutex);
+    const Index index = FindFolder(inFolder);
+    if (index == kNone) return false;
+    outHint = {FactsOf(index), mFolders[index].name, PathOf(index)};
+    return true;
+}
+
+std::vector<NodeHint> NodeTable::GetHints(const os::ItemIdentity& inItem) const {
+    const os::MutexLock lock(mMutex);
+    std::vector<NodeHint> hints;
+    const bool hasInodeID = IsItsOwnID(inItem.inode);
+    const Index allotted = hasInodeID ? NumberIndex::kNone : FindAllotted(inItem);
+    if (!hasInodeID && allotted == NumberIndex::kNone) return hints;
+    const NodeID id = hasInodeID ? static_cast<NodeID>(inItem.inode) : kFirstAllottedID + allotted;
+    (void)mHintIndex.Find(KeyOf(inItem).Hash(), [&](Index inIndex) {
+        mMutex.AssertHeld();
+        const Hint& hint = mHints[inIndex];
+        if (hint.identity.IsSameItem(inItem))
+            hints.push_back({FactsIn(hint.folder, id), hint.name, PathOf(hint.folder, hint.name)});
+        return false;
+    });
+    return hints;
 }
 
 std::size_t NodeTable::Count() const {
     const os::MutexLock lock(mMutex);
-    return mNodes.size();
+    return mFolders.size() + mHints.size();
 }
 
 }  // namespace toolbox::files

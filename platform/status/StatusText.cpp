@@ -51,6 +51,7 @@ constexpr Words kWords[] = {
     {errFSNotAFolder, "is no folder"},
     {errFSForkNotFound, "is no regular file"},
     {errFSMissingName, "a name is missing"},
+    {errFSRefsDifferent, "the references are to two items"},
     {couldNotResolveDataRef, "the data reference names no file that can be found"},
     {cantFindHandler, "not a file with sound or picture that is known"},
     {invalidMovie, "it is damaged beyond reading"},

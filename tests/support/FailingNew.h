@@ -29,5 +29,7 @@ class FailingNew {
 
 // Allocations of this thread since it started, failing ones among them.
 std::uint64_t NewCount();
+// Bytes that this thread has got by operator new and not given back yet, as the allocator rounds them up.
+std::int64_t LiveNewBytes();
 
 }  // namespace test_files

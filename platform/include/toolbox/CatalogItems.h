@@ -6,7 +6,8 @@
 // the same the system refuses, whoever makes it at the same moment; what is similar is looked for, so that
 // two programs that make similar names at one moment may both succeed.
 //
-// Links are items: nothing touches what they lead to. References to an item stay good.
+// Links are items: nothing touches what they lead to. References to an item stay good; of a file with several
+// names those that mean the one name that is moved or renamed do not, but for the one that is answered.
 //
 // Every function may be called on any thread. Beside what a function names: errFSBadFSRef for bytes that are
 // no reference, fnfErr when the item is gone, dirNFErr when the folder is gone, errFSNotAFolder when it is
@@ -54,8 +55,8 @@ TOOLBOX_MUST_USE OSErr FSRenameUnicode(const FSRef* inItem, UniCharCount inNameL
                                        TextEncoding inEncodingHint, FSRef* outRef);
 
 // The same by volume, folder and name, as FSMakeFSSpec takes them: a new folder, whose id is outFolderID,
-// which may not be null; and the deletion of an item. The name is looked for as FSpMakeFSRef does it, but a
-// link is not followed; where none is given it is the folder itself.
+// which may not be null; and the deletion of an item. The name is looked for as FSpMakeFSRef does it; where
+// none is given it is the folder itself.
 TOOLBOX_MUST_USE OSErr DirCreate(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName,
                                  SInt32* outFolderID);
 TOOLBOX_MUST_USE OSErr HDelete(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName);

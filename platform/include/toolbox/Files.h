@@ -15,8 +15,10 @@ TOOLBOX_EXTERN_C_BEGIN
 
 // Names an item that exists. It names the item itself, not its path: it stays good when anyone renames
 // the item or a folder above it. An item that another program moved to another folder is found again once a
-// reference was made to its new path. A reference does not pass on to a new item of the same path. Opaque;
-// may be copied; holds for this process only. Two references to one item are equal bytes.
+// reference was made to its new path. A reference does not pass on to a new item of the same path. Of a file
+// with several names (hard links) it names the one that it was made by, and no other while there are several.
+// Opaque; may be copied; holds for this process only. FSCompareFSRefs tells whether two name one item; their
+// bytes do not.
 typedef struct FSRef {
     UInt8 hidden[80];
 } FSRef;
@@ -35,11 +37,15 @@ typedef struct HFSUniStr255 {
 // fnfErr when nothing is there, dirNFErr when a folder on the way is missing or is no folder.
 TOOLBOX_MUST_USE OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory);
 
-// The item's path now, absolute. Of an item with several paths, the one found last.
+// The item's path now, absolute.
 //   outPath         untouched on failure
 //   inMaxPathSize   bytes that outPath holds, the terminating NUL included
 // pathTooLongErr when they are too few, fnfErr when the item is gone, errFSBadFSRef when inRef is no
 // reference.
 TOOLBOX_MUST_USE OSStatus FSRefMakePath(const FSRef* inRef, UInt8* outPath, UInt32 inMaxPathSize);
+
+// Whether two references are to one item, of whichever of its names, also when it is gone: noErr, else
+// errFSRefsDifferent. errFSBadFSRef when one is no reference.
+TOOLBOX_MUST_USE OSErr FSCompareFSRefs(const FSRef* inRef1, const FSRef* inRef2);
 
 TOOLBOX_EXTERN_C_END

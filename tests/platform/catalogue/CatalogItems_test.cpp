@@ -170,8 +170,11 @@ TEST_P(CatalogItems, DeleteOneNameOfSeveral) {
     const std::string path = mFolder.MakeFile("a", "of a");
     ASSERT_EQ(0, FileWorld::MakeHardLink(path, mFolder / "b"));
     const FSRef ref = RefOf(path);
-    EXPECT_EQ(noErr, FSDeleteObject(&ref));
+    const FSRef other = RefOf(mFolder / "b");
+    EXPECT_EQ(noErr, FSDeleteObject(&ref)) << "whatever was met last";
     EXPECT_EQ("b=of a, ", Picture());
+    EXPECT_EQ(noErr, FSDeleteObject(&other));
+    EXPECT_EQ("", Picture());
 }
 
 TEST_P(CatalogItems, DeleteAFolderWithOrphansOrItsOwnCompanion) {

@@ -22,8 +22,10 @@ using test_files::PathOf;
 
 class FSPathMakeRefTest : public support::FileWorldTest {};
 class FSRefMakePathTest : public support::FileWorldTest {};
+class FSCompareFSRefsTest : public support::FileWorldTest {};
 INSTANTIATE_TEST_SUITE_P(Worlds, FSPathMakeRefTest, support::BothWorlds(), support::NameOfWorld);
 INSTANTIATE_TEST_SUITE_P(Worlds, FSRefMakePathTest, support::BothWorlds(), support::NameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Worlds, FSCompareFSRefsTest, support::BothWorlds(), support::NameOfWorld);
 
 TEST_P(FSPathMakeRefTest, FileAndFolder) {
     const std::string path = mFolder.MakeFile("tone.m4a");
@@ -91,7 +93,7 @@ TEST_P(FSPathMakeRefTest, TrailingSlashes) {
     FSRef slashes;
     ASSERT_EQ(noErr, MakeRef(mFolder / "sub", &plain));
     ASSERT_EQ(noErr, MakeRef(mFolder / "sub///", &slashes));
-    EXPECT_EQ(0, std::memcmp(&plain, &slashes, sizeof(FSRef)));
+    EXPECT_EQ(noErr, FSCompareFSRefs(&plain, &slashes));
     EXPECT_EQ(mFolder / "sub", PathOf(slashes));
 }
 
@@ -112,7 +114,7 @@ TEST_P(FSPathMakeRefTest, RelativePathStartsAtTheFolderOfTheMoment) {
         EXPECT_EQ(mFolder / "one/a", PathOf(first));
         ASSERT_EQ(noErr, MakeRef("../one/../one//a", &second));
     }
-    EXPECT_EQ(0, std::memcmp(&first, &second, sizeof(FSRef)));
+    EXPECT_EQ(noErr, FSCompareFSRefs(&first, &second));
 }
 
 TEST_P(FSPathMakeRefTest, RelativePathWhenTheCurrentFolderIsGone) {
@@ -163,7 +165,7 @@ TEST_P(FSPathMakeRefTest, BothNormalFormsAreTwoFiles) {
     FSRef decomposed;
     ASSERT_EQ(noErr, MakeRef(mFolder.MakeFile("\xC3\xBC"), &composed));
     ASSERT_EQ(noErr, MakeRef(mFolder.MakeFile("u\xCC\x88"), &decomposed));
-    EXPECT_NE(0, std::memcmp(&composed, &decomposed, sizeof(FSRef)));
+    EXPECT_EQ(errFSRefsDifferent, FSCompareFSRefs(&composed, &decomposed));
     EXPECT_EQ(mFolder / "\xC3\xBC", PathOf(composed));
 }
 
@@ -241,7 +243,7 @@ TEST_P(FSPathMakeRefTest, OneItemHasOneReference) {
     for (int count = 0; count < 100; ++count) {
         FSRef again;
         ASSERT_EQ(noErr, MakeRef(path, &again));
-        EXPECT_EQ(0, std::memcmp(&first, &again, sizeof(FSRef)));
+        EXPECT_EQ(noErr, FSCompareFSRefs(&first, &again));
     }
     EXPECT_EQ(nodes, toolbox::files::NodeTable::Shared().Count());
 }
@@ -253,10 +255,38 @@ TEST_P(FSPathMakeRefTest, HardLinksAreOneItem) {
     FSRef second;
     ASSERT_EQ(noErr, MakeRef(path, &first));
     ASSERT_EQ(noErr, MakeRef(mFolder / "b", &second));
-    EXPECT_EQ(0, std::memcmp(&first, &second, sizeof(FSRef)));
-    EXPECT_EQ(mFolder / "b", PathOf(first));
-    FileWorld::Remove(mFolder / "b");
+    EXPECT_EQ(noErr, FSCompareFSRefs(&first, &second));
     EXPECT_EQ(path, PathOf(first));
+    EXPECT_EQ(mFolder / "b", PathOf(second));
+}
+
+TEST_P(FSCompareFSRefsTest, ItemsNotNames) {
+    FSRef file;
+    FSRef renamed;
+    FSRef other;
+    FSRef folder;
+    ASSERT_EQ(noErr, MakeRef(mFolder.MakeFile("a"), &file));
+    ASSERT_EQ(noErr, MakeRef(mFolder.MakeFile("b"), &other));
+    ASSERT_EQ(noErr, MakeRef(mFolder.Path(), &folder));
+    EXPECT_EQ(noErr, FSCompareFSRefs(&file, &file));
+    EXPECT_EQ(errFSRefsDifferent, FSCompareFSRefs(&file, &other));
+    EXPECT_EQ(errFSRefsDifferent, FSCompareFSRefs(&file, &folder));
+    FileWorld::Rename(mFolder / "a", mFolder / "A");
+    ASSERT_EQ(noErr, MakeRef(mFolder / "A", &renamed));
+    EXPECT_EQ(noErr, FSCompareFSRefs(&renamed, &file)) << "made by another name";
+    FileWorld::Remove(mFolder / "A");
+    EXPECT_EQ(noErr, FSCompareFSRefs(&renamed, &file)) << "gone, and the same";
+}
+
+TEST_P(FSCompareFSRefsTest, NullAndForeignArguments) {
+    const FSRef none = {};
+    FSRef root;
+    ASSERT_EQ(noErr, MakeRef("/", &root));
+    EXPECT_EQ(paramErr, FSCompareFSRefs(nullptr, &root));
+    EXPECT_EQ(paramErr, FSCompareFSRefs(&root, nullptr));
+    EXPECT_EQ(errFSBadFSRef, FSCompareFSRefs(&root, &none));
+    EXPECT_EQ(errFSBadFSRef, FSCompareFSRefs(&none, &root));
+    EXPECT_EQ(errFSBadFSRef, FSCompareFSRefs(&none, &none));
 }
 
 TEST_P(FSRefMakePathTest, BufferSizes) {

@@ -216,6 +216,21 @@ TEST_P(NameWriter, ReferencesStayGood) {
     EXPECT_EQ("fork of a", FileWorld::Contents(mFolder / "third/two/._b").substr(CompanionBytes("").size()));
 }
 
+// A reference to one of several names is to that name; the new one is only told.
+TEST_P(NameWriter, OneNameOfSeveral) {
+    const FSRef first = RefOf(mFolder.MakeFile("a", "of both"));
+    ASSERT_EQ(0, FileWorld::MakeHardLink(mFolder / "a", mFolder / "b"));
+    const FSRef second = RefOf(mFolder / "b");
+    FSRef renamed = {};
+    ASSERT_EQ(noErr, Rename(first, u"c", &renamed));
+    EXPECT_EQ("b=2:of both, c=2:of both, ", Picture());
+    EXPECT_EQ(mFolder / "c", PathOf(renamed));
+    EXPECT_EQ(mFolder / "b", PathOf(second));
+    EXPECT_EQ(fnfErr, Rename(first, u"d")) << "and never the other one";
+    EXPECT_EQ(fnfErr, FSDeleteObject(&first));
+    EXPECT_EQ("b=2:of both, c=2:of both, ", Picture());
+}
+
 // Where a file system knows no other rename than the plain one, and no hard links.
 TEST_P(NameWriter, OnFileSystemsThatKnowLess) {
     static toolbox::os::SystemCalls sReal;

@@ -132,7 +132,7 @@ TEST_P(VolumesTest, AFolderThatIsADeviceOfItsOwnIsAVolume) {
     });
     EXPECT_NE(NumberOf(mFolder.Path()), NumberOf(sPart));
     EXPECT_EQ(NumberOf(sPart), NumberOf(sPart + "/a"));
-    EXPECT_EQ(kRootID, ItemAt(sPart).nodeID);
+    EXPECT_EQ(kRootID, ItemAt(sPart).facts.nodeID);
     Volume volume;
     ASSERT_EQ(noErr, GetVolume(NumberOf(sPart), volume));
     EXPECT_EQ(sPart, volume.rootPath);

@@ -425,7 +425,7 @@ TEST_P(Folders, FindFolderAnswersVolumeAndFolder) {
     UInt32 folderID = 0;
     EXPECT_EQ(noErr, FindFolder(kUserDomain, kDesktopFolderType, kDontCreateFolder, &volume, &folderID));
     EXPECT_EQ(number, volume);
-    EXPECT_EQ(item.nodeID, folderID);
+    EXPECT_EQ(item.facts.nodeID, folderID);
     EXPECT_EQ(noErr, FindFolder(kUserDomain, kDesktopFolderType, kDontCreateFolder, nullptr, nullptr));
     volume = 77;
     folderID = 77;

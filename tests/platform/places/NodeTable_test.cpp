@@ -22,33 +22,59 @@ PathStep VolumeRoot(std::uint64_t inInode, std::string_view inName, std::uint64_
     return {{inDevice, inInode, 1}, true, inName};
 }
 PathStep File(std::uint64_t inInode, std::string_view inName, std::uint64_t inDevice = kDisk) {
-    return {{inDevice, inInode, 1}, false, inName};
+    return {{inDevice, inInode, 1}, false, inName, false};
+}
+PathStep OneOfItsNames(std::uint64_t inInode, std::string_view inName) {
+    return {{kDisk, inInode, 1}, false, inName, false, false};
 }
 PathStep Root() {
     return VolumeRoot(2, "", kDisk);
 }
 
+// Where the table says that the item is; the names of one that has several one after the other.
 std::string PathOf(const NodeTable& inTable, const PathStep& inStep) {
-    std::string path;
-    return inTable.GetPath(inStep.identity, path) ? path : "none";
+    NodeHint hint;
+    if (inTable.GetFolder(inStep.identity, hint)) return hint.path;
+    std::string paths;
+    for (const NodeHint& each : inTable.GetHints(inStep.identity))
+        paths += (paths.empty() ? "" : " ") + each.path;
+    return paths.empty() ? "none" : paths;
+}
+NodeHint HintOf(const NodeTable& inTable, const PathStep& inStep) {
+    NodeHint hint;
+    if (inTable.GetFolder(inStep.identity, hint)) return hint;
+    const std::vector<NodeHint> hints = inTable.GetHints(inStep.identity);
+    EXPECT_EQ(1u, hints.size());
+    return hints.empty() ? hint : hints[0];
 }
 NodeFacts FactsOf(const NodeTable& inTable, const PathStep& inStep) {
+    return HintOf(inTable, inStep).facts;
+}
+NodeID Record(NodeTable& ioTable, const std::vector<PathStep>& inPath) {
+    return ioTable.Record(inPath).nodeID;
+}
+// Its id, or 0.
+NodeID RecordChild(NodeTable& ioTable, const PathStep& inFolder, const PathStep& inChild) {
     NodeFacts facts;
-    EXPECT_TRUE(inTable.GetFacts(inStep.identity, facts));
-    return facts;
+    return ioTable.RecordChild(inFolder.identity, inChild, facts) ? facts.nodeID : 0;
 }
 
 TEST(NodeTable, EmptyKnowsNothing) {
     const NodeTable table;
-    NodeFacts facts;
+    NodeHint hint;
+    ItemIdentity found;
     EXPECT_EQ(0u, table.Count());
-    EXPECT_FALSE(table.GetFacts(Root().identity, facts));
+    EXPECT_FALSE(table.GetFolder(Root().identity, hint));
+    EXPECT_TRUE(table.GetHints(File(300, "").identity).empty());
+    EXPECT_TRUE(table.GetHints(File(kFirstAllottedID, "").identity).empty());
+    EXPECT_FALSE(table.FindID(kDisk, 300, found));
+    EXPECT_FALSE(table.FindID(kDisk, kFirstAllottedID, found));
     EXPECT_EQ("none", PathOf(table, Root()));
 }
 
 TEST(NodeTable, RootAlone) {
     NodeTable table;
-    EXPECT_EQ(kRootID, table.Record({Root()}));
+    EXPECT_EQ(kRootID, Record(table, {Root()}));
     EXPECT_EQ("/", PathOf(table, Root()));
     const NodeFacts facts = FactsOf(table, Root());
     EXPECT_EQ(kRootID, facts.nodeID);
@@ -58,7 +84,7 @@ TEST(NodeTable, RootAlone) {
 
 TEST(NodeTable, PathAndIdsFollowTheInodes) {
     NodeTable table;
-    EXPECT_EQ(300u, table.Record({Root(), Folder(200, "music"), File(300, "a b.m4a")}));
+    EXPECT_EQ(300u, Record(table, {Root(), Folder(200, "music"), File(300, "a b.m4a")}));
     EXPECT_EQ(3u, table.Count());
     EXPECT_EQ("/music/a b.m4a", PathOf(table, File(300, "")));
     EXPECT_EQ("/music", PathOf(table, Folder(200, "")));
@@ -67,7 +93,7 @@ TEST(NodeTable, PathAndIdsFollowTheInodes) {
     EXPECT_EQ(200u, facts.parentID);
     ASSERT_TRUE(facts.hasParent);
     EXPECT_EQ(200u, facts.parent.inode);
-    EXPECT_EQ("a b.m4a", facts.name);
+    EXPECT_EQ("a b.m4a", HintOf(table, File(300, "")).name);
     EXPECT_EQ(kRootID, FactsOf(table, Folder(200, "")).parentID);
 }
 
@@ -92,8 +118,8 @@ TEST(NodeTable, ItemsByTheirIds) {
 TEST(NodeTable, RecordingAgainAddsNothing) {
     NodeTable table;
     const std::vector<PathStep> path = {Root(), Folder(200, "music"), File(300, "a.m4a")};
-    const NodeID first = table.Record(path);
-    EXPECT_EQ(first, table.Record(path));
+    const NodeID first = Record(table, path);
+    EXPECT_EQ(first, Record(table, path));
     EXPECT_EQ(3u, table.Count());
 }
 
@@ -110,19 +136,19 @@ TEST(NodeTable, RenamedFolderMovesWhatIsInIt) {
     table.Record({Root(), Folder(200, "music"), File(300, "a.m4a")});
     table.Rename(Folder(200, "").identity, "sound");
     EXPECT_EQ("/sound/a.m4a", PathOf(table, File(300, "")));
-    table.Rename(File(999, "").identity, "nobody");
+    table.Rename(Folder(999, "").identity, "nobody");
     EXPECT_EQ(3u, table.Count());
 }
 
 TEST(NodeTable, ChildIsRecordedFromItsFolderAlone) {
     NodeTable table;
     table.Record({Root(), Folder(200, "music")});
-    EXPECT_EQ(300u, table.RecordChild(Folder(200, "").identity, File(300, "a.m4a")));
+    EXPECT_EQ(300u, RecordChild(table, Folder(200, ""), File(300, "a.m4a")));
     EXPECT_EQ("/music/a.m4a", PathOf(table, File(300, "")));
     EXPECT_EQ(200u, FactsOf(table, File(300, "")).parentID);
-    EXPECT_EQ(300u, table.RecordChild(Root().identity, File(300, "b.m4a"))) << "moved since";
+    EXPECT_EQ(300u, RecordChild(table, Root(), File(300, "b.m4a"))) << "moved since";
     EXPECT_EQ("/b.m4a", PathOf(table, File(300, "")));
-    EXPECT_EQ(kRootID, table.RecordChild(Folder(200, "").identity, VolumeRoot(9, "disk")));
+    EXPECT_EQ(kRootID, RecordChild(table, Folder(200, ""), VolumeRoot(9, "disk")));
     EXPECT_EQ("/music/disk", PathOf(table, VolumeRoot(9, "")));
     EXPECT_EQ(4u, table.Count());
 }
@@ -130,10 +156,10 @@ TEST(NodeTable, ChildIsRecordedFromItsFolderAlone) {
 TEST(NodeTable, ChildOfAFolderThatHasNoNode) {
     NodeTable table;
     table.Record({Root(), Folder(200, "music")});
-    EXPECT_EQ(0u, table.RecordChild(Folder(201, "").identity, File(300, "a.m4a")));
+    EXPECT_EQ(0u, RecordChild(table, Folder(201, ""), File(300, "a.m4a")));
     PathStep later = Folder(200, "");
     later.identity.birthNanos = 2;
-    EXPECT_EQ(0u, table.RecordChild(later.identity, File(300, "a.m4a"))) << "another has its inode";
+    EXPECT_EQ(0u, RecordChild(table, later, File(300, "a.m4a"))) << "another has its inode";
     EXPECT_EQ(2u, table.Count());
 }
 
@@ -141,42 +167,60 @@ TEST(NodeTable, ChildOfAFolderThatHasNoNode) {
 TEST(NodeTable, ChildThatTheFolderLiesWithinFormsNoCircle) {
     NodeTable table;
     table.Record({Root(), Folder(200, "x"), Folder(201, "y"), Folder(202, "z")});
-    ASSERT_EQ(0u, table.RecordChild(Folder(202, "").identity, Folder(200, "x")));
-    ASSERT_EQ(0u, table.RecordChild(Folder(202, "").identity, Folder(202, "z")));
-    ASSERT_EQ(0u, table.RecordChild(Folder(202, "").identity, Root()));
+    ASSERT_EQ(0u, RecordChild(table, Folder(202, ""), Folder(200, "x")));
+    ASSERT_EQ(0u, RecordChild(table, Folder(202, ""), Folder(202, "z")));
+    ASSERT_EQ(0u, RecordChild(table, Folder(202, ""), Root()));
     EXPECT_EQ("/x/y/z", PathOf(table, Folder(202, "")));
 }
 
 TEST(NodeTable, LargeInodesGetIdsOfTheirOwn) {
     NodeTable table;
     const std::uint64_t large = std::uint64_t{1} << 40;
-    const NodeID first = table.Record({Root(), File(large, "a")});
-    const NodeID second = table.Record({Root(), File(large + 1, "b")});
+    const NodeID first = Record(table, {Root(), File(large, "a")});
+    const NodeID second = Record(table, {Root(), File(large + 1, "b")});
     EXPECT_NE(first, second);
     EXPECT_GE(first, kFirstOrdinaryID);
-    EXPECT_EQ(first, table.Record({Root(), File(large, "a")}));
+    EXPECT_EQ(first, Record(table, {Root(), File(large, "a")}));
     EXPECT_EQ(first, FactsOf(table, File(large, "")).nodeID);
 }
 
-TEST(NodeTable, LargestInodeThatFitsKeepsItsNumber) {
+TEST(NodeTable, AnIdIsAnInodeOrAllotted) {
     NodeTable table;
-    EXPECT_EQ(UINT32_MAX, table.Record({Root(), File(UINT32_MAX, "a")}));
-    EXPECT_NE(0u, table.Record({Root(), File(std::uint64_t{UINT32_MAX} + 1, "b")}));
-}
-
-TEST(NodeTable, AnIdThatWasAllottedIsNotFree) {
-    NodeTable table;
-    const NodeID allotted = table.Record({Root(), File(std::uint64_t{1} << 40, "large")});
-    const NodeID rival = table.Record({Root(), File(allotted, "rival")});
-    EXPECT_NE(allotted, rival);
+    EXPECT_EQ(kFirstAllottedID - 1, Record(table, {Root(), File(kFirstAllottedID - 1, "largest")}));
+    const NodeID allotted = Record(table, {Root(), File(std::uint64_t{1} << 40, "large")});
+    EXPECT_EQ(kFirstAllottedID, allotted);
+    const NodeID rival = Record(table, {Root(), File(allotted, "has its number")});
+    EXPECT_EQ(allotted + 1, rival);
     EXPECT_EQ(allotted, FactsOf(table, File(std::uint64_t{1} << 40, "")).nodeID);
+    EXPECT_EQ(rival, FactsOf(table, File(allotted, "")).nodeID);
 }
 
-TEST(NodeTable, AnInodeInUseIsNotAllotted) {
+TEST(NodeTable, AllottedIdsAreKeptWhenTheItemIsGone) {
     NodeTable table;
-    const NodeID firstAllotted = NodeTable().Record({Root(), File(std::uint64_t{1} << 40, "probe")});
-    EXPECT_EQ(firstAllotted, table.Record({Root(), File(firstAllotted, "plain")}));
-    EXPECT_NE(firstAllotted, table.Record({Root(), File(std::uint64_t{1} << 40, "large")}));
+    const std::uint64_t large = std::uint64_t{1} << 40;
+    const NodeID first = Record(table, {Root(), File(large, "a")});
+    PathStep another = File(large, "b");
+    another.identity.birthNanos = 2;
+    const NodeID second = Record(table, {Root(), another});
+    EXPECT_NE(first, second) << "an id passes to nobody";
+    EXPECT_EQ(second, Record(table, {Root(), another}));
+    ItemIdentity found;
+    ASSERT_TRUE(table.FindID(kDisk, first, found));
+    EXPECT_EQ(1, found.birthNanos);
+}
+
+TEST(NodeTable, IdOfAFolderPassesToNobody) {
+    NodeTable table;
+    EXPECT_EQ(200u, Record(table, {Root(), Folder(200, "old")}));
+    PathStep later = Folder(200, "new");
+    later.identity.birthNanos = 2;
+    const NodeID id = Record(table, {Root(), later});
+    EXPECT_GE(id, kFirstAllottedID);
+    EXPECT_EQ(id, Record(table, {Root(), later}));
+    ItemIdentity found;
+    EXPECT_FALSE(table.FindID(kDisk, 200, found));
+    ASSERT_TRUE(table.FindID(kDisk, id, found));
+    EXPECT_EQ(2, found.birthNanos);
 }
 
 TEST(NodeTable, LowInodesOfOrdinaryItemsAreNotTheirIds) {
@@ -185,9 +229,9 @@ TEST(NodeTable, LowInodesOfOrdinaryItemsAreNotTheirIds) {
     table.Record({root});
     EXPECT_EQ(kRootID, FactsOf(table, root).nodeID);
     for (const std::uint64_t inode : {0, 1, 2, 15}) {
-        EXPECT_GE(table.Record({root, File(inode, "low")}), kFirstOrdinaryID) << inode;
+        EXPECT_GE(Record(table, {root, File(inode, "low")}), kFirstOrdinaryID) << inode;
     }
-    EXPECT_EQ(16u, table.Record({root, File(16, "first")}));
+    EXPECT_EQ(16u, Record(table, {root, File(16, "first")}));
 }
 
 TEST(NodeTable, EachVolumeHasItsRoot) {
@@ -250,10 +294,7 @@ TEST(NodeTable, HintsFormNoCircleWhenAnInodeChangesHandsOnTheWay) {
     PathStep again = Folder(200, "z");
     again.identity.birthNanos = 2;
     table.Record({Root(), Folder(200, "x"), Folder(201, "y"), again});
-    std::string path;
-    PathStep known = Folder(200, "");
-    EXPECT_TRUE(table.GetPath(known.identity, path));
-    EXPECT_EQ("/x", path);
+    EXPECT_EQ("/x", PathOf(table, Folder(200, "")));
 }
 
 TEST(NodeTable, InodeOfADeletedItemNamesTheNewOneOnly) {
@@ -279,17 +320,71 @@ TEST(NodeTable, UnknownBirthAgreesWithAny) {
     EXPECT_EQ("/a", PathOf(table, unknown));
 }
 
-TEST(NodeTable, ManyNodesKeepTheirPaths) {
+TEST(NodeTable, SeveralNamesAreSeveralHints) {
     NodeTable table;
-    for (int number = 0; number < 5000; ++number) {
-        const std::string name = "file " + std::to_string(number);
-        table.Record({Root(), Folder(100000 + number % 7, "f" + std::to_string(number % 7)),
-                      File(1000 + number, name)});
+    table.Record({Root(), Folder(200, "x"), OneOfItsNames(300, "a")});
+    EXPECT_EQ(300u, RecordChild(table, Root(), OneOfItsNames(300, "b")));
+    RecordChild(table, Folder(200, ""), OneOfItsNames(300, "a"));
+    EXPECT_EQ(2u, table.GetHints(File(300, "").identity).size());
+    EXPECT_NE(std::string::npos, PathOf(table, File(300, "")).find("/x/a"));
+    EXPECT_NE(std::string::npos, PathOf(table, File(300, "")).find("/b"));
+    EXPECT_EQ(4u, table.Count());
+}
+
+TEST(NodeTable, TheLastNameOfSeveralTakesThePlaceOfOne) {
+    NodeTable table;
+    table.Record({Root(), OneOfItsNames(300, "a")});
+    table.Record({Root(), File(300, "b")});
+    EXPECT_EQ("/b", PathOf(table, File(300, ""))) << "which is its only one by now";
+}
+
+TEST(NodeTable, OldestHintsGo) {
+    NodeTable table;
+    table.Record({Root(), Folder(100, "folder")});
+    const auto name = [](std::size_t inNumber) {
+        return "a file of some length " + std::to_string(inNumber);
+    };
+    constexpr std::size_t kFiles = NodeTable::kMaxHints + 1000;
+    for (std::size_t number = 0; number < kFiles; ++number)
+        ASSERT_EQ(1000 + number, RecordChild(table, Folder(100, ""), File(1000 + number, name(number))));
+    EXPECT_EQ(NodeTable::kMaxHints + 2, table.Count());
+    ItemIdentity found;
+    for (std::size_t number = 0; number < kFiles; ++number) {
+        const bool isKept = number >= 1000;
+        ASSERT_EQ(isKept ? "/folder/" + name(number) : "none", PathOf(table, File(1000 + number, "")));
+        ASSERT_EQ(isKept, table.FindID(kDisk, static_cast<NodeID>(1000 + number), found));
     }
-    EXPECT_EQ(5008u, table.Count());
-    for (int number = 0; number < 5000; ++number) {
-        EXPECT_EQ("/f" + std::to_string(number % 7) + "/file " + std::to_string(number),
-                  PathOf(table, File(1000 + number, "")));
+    EXPECT_EQ(1000u, RecordChild(table, Folder(100, ""), File(1000, "again")));
+    EXPECT_EQ("/folder/again", PathOf(table, File(1000, "")));
+    EXPECT_EQ("none", PathOf(table, File(2000, ""))) << "the oldest by then";
+    EXPECT_EQ("/folder", PathOf(table, Folder(100, "")));
+}
+
+// What a listing of a million files leaves behind.
+TEST(NodeTable, MemoryIsBounded) {
+    constexpr std::uint64_t kItems = 1'000'000;
+    constexpr std::int64_t kMaxBytes = 64 << 20;
+    const std::uint64_t large = std::uint64_t{1} << 40;
+    for (const std::uint64_t firstInode : {std::uint64_t{1000}, large}) {
+        const std::int64_t before = test_files::LiveNewBytes();
+        NodeTable table;
+        table.Record({Root(), Folder(100, "folder")});
+        NodeID last = 0;
+        for (std::uint64_t number = 0; number < kItems; ++number) {
+            last =
+                RecordChild(table, Folder(100, ""),
+                            File(firstInode + number, "a photograph of " + std::to_string(number) + ".jpeg"));
+        }
+        const std::int64_t bytes = test_files::LiveNewBytes() - before;
+        EXPECT_LT(bytes, kMaxBytes) << firstInode;
+        EXPECT_GT(bytes, std::int64_t{NodeTable::kMaxHints * 64}) << "what is kept was counted";
+        RecordProperty(firstInode == large ? "allotted_bytes" : "inode_bytes", std::to_string(bytes));
+        ItemIdentity found;
+        ASSERT_TRUE(table.FindID(kDisk, last, found));
+        EXPECT_EQ(firstInode + kItems - 1, found.inode);
+        if (firstInode != large) continue;
+        ASSERT_TRUE(table.FindID(kDisk, kFirstAllottedID, found)) << "allotted ids stay";
+        EXPECT_EQ(large, found.inode);
     }
 }
 
@@ -310,7 +405,7 @@ TEST(NodeTable, ShortMemoryLeavesItConsistent) {
         });
         EXPECT_EQ(failed, ranOut);
         EXPECT_EQ(failed, table.Count() < 4u);
-        EXPECT_EQ(300u, table.Record(path));
+        EXPECT_EQ(300u, Record(table, path));
         EXPECT_EQ(4u, table.Count());
         EXPECT_EQ('/' + longName + '/' + longName + '/' + longName, PathOf(table, File(300, "")));
     });

@@ -15,7 +15,7 @@ namespace toolbox::files {
 
 struct FoundItem {
     os::ItemStatus status;
-    NodeID nodeID = 0;
+    NodeFacts facts;   // its ids, and the folder that it was found in
     std::string path;  // absolute; true at the moment of finding
 };
 
@@ -31,21 +31,24 @@ std::string PathInFolder(const std::string& inFolderPath, std::string_view inNam
 // recorded from the folder alone. fnfErr when there is none of that name.
 [[nodiscard]] OSStatus FindAtPlace(const FoundItem& inFolder, const Place& inPlace, FoundItem& outItem);
 
-// The item itself, which must have a node, wherever it is now: at the path where it was last seen, or renamed
-// within its folder, or with a folder above it renamed. fnfErr when it is gone.
+// The item itself, which must be known to the node table, wherever it is now: at a path where it was seen, or
+// renamed within its folder, or with a folder above it renamed. fnfErr when it is gone.
 [[nodiscard]] OSStatus FindByIdentity(const os::ItemIdentity& inItem, FoundItem& outItem);
 
-// Looks for an item among those of a folder. fnfErr when it is not there.
+// Looks for an item among those of a folder; only status and path are told. fnfErr when it is not there.
 [[nodiscard]] OSStatus FindInFolder(const std::string& inFolderPath, const os::ItemIdentity& inItem,
                                     FoundItem& outItem);
 
 // Opens the place of an item that was just found; fnfErr when it is there no more.
 [[nodiscard]] OSStatus OpenPlace(const FoundItem& inItem, Place& outPlace);
 
+// A reference tells who the item is; of what is no folder also the folder and, as a number, the name by which
+// it was found. So it holds whatever the table forgets, and of several names of an item it means the one.
 [[nodiscard]] FSRef MakeRef(const FoundItem& inItem);
 // False when the bytes are no reference.
 bool ReadRef(const FSRef& inRef, os::ItemIdentity& outItem);
-// FindByIdentity for a reference; errFSBadFSRef when it is none.
+// The item of a reference, wherever it is now: by the name that the reference means, else, while it has no
+// more than one, by that. fnfErr when it is gone, errFSBadFSRef when the bytes are no reference.
 [[nodiscard]] OSStatus FindByRef(const FSRef& inRef, FoundItem& outItem);
 
 }  // namespace toolbox::files

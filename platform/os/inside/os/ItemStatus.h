@@ -48,10 +48,10 @@ struct ItemStatus {
     ItemKind kind = ItemKind::kOther;
     bool isMountRoot = false;  // something is mounted where it lies, and it is that; false where nobody tells
     std::uint16_t mode = 0;    // POSIX: permissions, and the bits of the kind
+    std::uint32_t linkCount = 0;  // names that it has, as far as the file system counts them
     std::uint32_t owner = 0;
     std::uint32_t group = 0;
-    std::uint32_t linkCount = 0;  // how many names it has
-    std::uint64_t mount = 0;      // as in VolumeKey
+    std::uint64_t mount = 0;  // as in VolumeKey
     std::int64_t sizeBytes = 0;
     std::uint64_t allocatedBytes = 0;  // on the volume
     std::int64_t changeNanos = 0;      // contentDate as one number, to compare

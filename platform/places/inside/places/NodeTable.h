@@ -1,84 +1,110 @@
-// The catalogue's nodes: every item that a reference was ever made to, and the folders above it.
+// The catalogue's nodes: what the process remembers of the items that it met.
 //
-// A node is an item (device and inode), with its parent's node and its leaf name as a hint where to look for
-// it. The hint is the latest path by which the item was found; whoever uses it verifies what lies there.
-// Nodes are kept for the life of the process, some 110 bytes each and the name if it is long, and one item
-// has one node whatever its paths: a second reference to an item adds nothing. Safe on any thread; makes no
-// system call. Functions that record may throw std::bad_alloc and then leave the table consistent, with some
-// of the chain recorded.
+// A folder is kept for the life of the process, with its parent and its leaf name as a hint where to look for
+// it: some 80 bytes, and the name if it is long. One folder has one node whatever its paths. Of every other
+// item a name by which it was met is a hint too, a folder and a leaf name, and kMaxHints of them are kept,
+// the oldest out: an item whose hint is gone is found through its folder by whoever knows that. Whoever uses
+// a hint verifies what lies there.
+//
+// An id is the inode where that lies from kFirstOrdinaryID up to kFirstAllottedID, so that it needs no
+// memory; any other is allotted, and the pair kept for the life of the process, some 40 bytes each. A folder
+// whose inode was that of a folder before is allotted an id, too.
+//
+// Safe on any thread; makes no system call. Functions that record may throw std::bad_alloc and then leave the
+// table consistent, with some of the chain recorded.
 #pragma once
 
 #include "os/ItemStatus.h"
 #include "os/Mutex.h"
+#include "places/NumberIndex.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace toolbox::files {
 
-// Number of an item on its volume. It is the inode where that fits and is free, else one allotted by the
-// table.
+// Number of an item on its volume.
 using NodeID = std::uint32_t;
-constexpr NodeID kRootParentID = 1;      // the parent of every volume's root, itself no item
-constexpr NodeID kRootID = 2;            // a volume's root folder
-constexpr NodeID kFirstOrdinaryID = 16;  // those below never name an ordinary item
+constexpr NodeID kRootParentID = 1;               // the parent of every volume's root, itself no item
+constexpr NodeID kRootID = 2;                     // a volume's root folder
+constexpr NodeID kFirstOrdinaryID = 16;           // those below never name an ordinary item
+constexpr NodeID kFirstAllottedID = 0x80000000U;  // those from here on are no inodes
 
 // One item of a path from the root folder down.
 struct PathStep {
     os::ItemIdentity identity;
     bool isVolumeRoot = false;  // the topmost folder of its volume
     std::string_view name;      // empty for the root folder; any other bytes but '/' and NUL
+    bool isFolder = true;
+    bool hasOneName = true;  // by which it is met now; any other is old
 };
 
+// An item's ids, and the folder that it is in.
 struct NodeFacts {
     NodeID nodeID = 0;       // kRootID for a volume's root
     NodeID parentID = 0;     // kRootParentID for a volume's root
     bool hasParent = false;  // false for the root of all paths
     os::ItemIdentity parent;
+};
+
+// Where the table says that an item is.
+struct NodeHint {
+    NodeFacts facts;
     std::string name;
+    std::string path;
 };
 
 class NodeTable {
   public:
+    static constexpr std::size_t kMaxHints = 65536;
+
     // The process's one table. Tests may make their own.
     static NodeTable& Shared();
 
-    NodeTable();
+    NodeTable() = default;
     NodeTable(const NodeTable&) = delete;
     NodeTable& operator=(const NodeTable&) = delete;
 
     // Records the items of a path, from the root folder "/" to the item itself, as the hint for each of them.
-    // Returns the last one's id. inPath must not be empty.
-    NodeID Record(const std::vector<PathStep>& inPath);
+    // Returns what is known of the last one, which alone may be no folder. inPath must not be empty.
+    NodeFacts Record(const std::vector<PathStep>& inPath);
 
-    // Records one item of a folder that has a node. Returns its id; 0, with nothing recorded, when the folder
-    // has no node, or lies within the item by what is known of it: then the whole path tells.
-    NodeID RecordChild(const os::ItemIdentity& inFolder, const PathStep& inChild);
+    // Records one item of a folder that has a node. False, with nothing recorded, when the folder has no
+    // node, or lies within the item by what is known of it: then the whole path tells.
+    bool RecordChild(const os::ItemIdentity& inFolder, const PathStep& inChild, NodeFacts& outFacts);
 
-    // The node's new leaf name in the folder where it was.
-    void Rename(const os::ItemIdentity& inItem, std::string_view inName);
+    // A folder's new leaf name in the folder where it was.
+    void Rename(const os::ItemIdentity& inFolder, std::string_view inName);
 
-    // False when the item has no node, or its inode has passed to another item meanwhile.
-    bool GetFacts(const os::ItemIdentity& inItem, NodeFacts& outFacts) const;
-    bool GetPath(const os::ItemIdentity& inItem, std::string& outPath) const;
+    // False when no folder of that identity was met, or its inode has passed to another meanwhile.
+    bool GetFolder(const os::ItemIdentity& inFolder, NodeHint& outHint) const;
+    // The names by which an item that is no folder was met, as far as they are kept.
+    std::vector<NodeHint> GetHints(const os::ItemIdentity& inItem) const;
 
-    // The item with a node id, which is not kRootID: roots are found by their volumes. False when it has no
-    // node.
+    // The item with a node id, which is not kRootID: roots are found by their volumes. False when the table
+    // has none; it may know no more of one whose id is its inode.
     bool FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& outItem) const;
 
+    // Folders and hints.
     std::size_t Count() const;
 
   private:
-    using Index = std::uint32_t;
+    using Index = NumberIndex::Number;
     static constexpr Index kNone = INT32_MAX;
 
-    struct Node {
+    struct Key {
+        std::uint64_t device;
+        std::uint64_t inode;
+        bool operator==(const Key&) const = default;
+        std::uint64_t Hash() const;
+    };
+    static Key KeyOf(const os::ItemIdentity& inItem) { return {inItem.device, inItem.inode}; }
+
+    struct Folder {
         os::ItemIdentity identity;
         NodeID ordinaryID;  // 0 until it was met as anything but a volume's root
         Index parent : 31;
@@ -86,51 +112,36 @@ class NodeTable {
         std::string name;
         NodeID ID() const { return isVolumeRoot != 0 ? kRootID : ordinaryID; }
     };
-    struct Key {
-        std::uint64_t device;
-        std::uint64_t number;  // inode or node id
-        bool operator==(const Key&) const = default;
-    };
-    static Key KeyOf(const os::ItemIdentity& inItem) { return {inItem.device, inItem.inode}; }
-
-    struct KeyHash {
-        std::size_t operator()(const Key& inKey) const noexcept;
-    };
-    // The index keeps node numbers only; keys are read from the nodes.
-    struct IndexHash {
-        using is_transparent = void;
-        const std::deque<Node>* nodes;
-        std::size_t operator()(Index inIndex) const noexcept {
-            return (*this)(KeyOf((*nodes)[inIndex].identity));
-        }
-        std::size_t operator()(const Key& inKey) const noexcept { return KeyHash()(inKey); }
-    };
-    struct IndexEqual {
-        using is_transparent = void;
-        const std::deque<Node>* nodes;
-        Key Of(Index inIndex) const { return KeyOf((*nodes)[inIndex].identity); }
-        bool operator()(Index inLeft, Index inRight) const { return inLeft == inRight; }
-        bool operator()(Index inLeft, const Key& inRight) const { return Of(inLeft) == inRight; }
-        bool operator()(const Key& inLeft, Index inRight) const { return inLeft == Of(inRight); }
+    struct Hint {
+        os::ItemIdentity identity;
+        Index folder;
+        std::string name;
     };
 
     mutable os::Mutex mMutex;
 
     Index FindKey(const Key& inKey) const NEEDS_LOCK(mMutex);
-    Index FindItem(const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
+    Index FindFolder(const os::ItemIdentity& inFolder) const NEEDS_LOCK(mMutex);
+    Index FindHint(const PathStep& inStep, Index inFolder) const NEEDS_LOCK(mMutex);
+    Index FindAllotted(const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
     bool IsWithin(Index inIndex, Index inFolder) const NEEDS_LOCK(mMutex);
-    Index RecordStep(const PathStep& inStep, Index inParent) NEEDS_LOCK(mMutex);
-    Index AddNode(const PathStep& inStep, Index inParent) NEEDS_LOCK(mMutex);
-    void GiveOrdinaryID(Index inIndex) NEEDS_LOCK(mMutex);
+    Index RecordFolder(const PathStep& inStep, Index inParent) NEEDS_LOCK(mMutex);
+    Index AddFolder(const PathStep& inStep, Index inParent) NEEDS_LOCK(mMutex);
+    NodeFacts RecordHint(const PathStep& inStep, Index inFolder) NEEDS_LOCK(mMutex);
+    void AddHint(const PathStep& inStep, Index inFolder) NEEDS_LOCK(mMutex);
     NodeID ChooseID(const os::ItemIdentity& inItem) NEEDS_LOCK(mMutex);
-    Index FindIndexOfID(std::uint64_t inDevice, NodeID inID) const NEEDS_LOCK(mMutex);
-    bool IsTaken(std::uint64_t inDevice, NodeID inID) const NEEDS_LOCK(mMutex);
+    NodeID Allot(const os::ItemIdentity& inItem) NEEDS_LOCK(mMutex);
+    NodeFacts FactsOf(Index inFolder) const NEEDS_LOCK(mMutex);
+    NodeFacts FactsIn(Index inFolder, NodeID inID) const NEEDS_LOCK(mMutex);
+    std::string PathOf(Index inFolder, std::string_view inName = {}) const NEEDS_LOCK(mMutex);
 
-    std::deque<Node> mNodes GUARDED_BY(mMutex);
-    std::unordered_set<Index, IndexHash, IndexEqual> mByIdentity GUARDED_BY(mMutex);
-    // Only of nodes whose id is not their inode.
-    std::unordered_map<Key, Index, KeyHash> mByAllottedID GUARDED_BY(mMutex);
-    NodeID mNextAllottedID GUARDED_BY(mMutex);
+    std::deque<Folder> mFolders GUARDED_BY(mMutex);
+    NumberIndex mFolderIndex GUARDED_BY(mMutex);
+    std::deque<Hint> mHints GUARDED_BY(mMutex);
+    NumberIndex mHintIndex GUARDED_BY(mMutex);
+    std::size_t mOldestHint GUARDED_BY(mMutex) = 0;             // once there are kMaxHints
+    std::deque<os::ItemIdentity> mAllotted GUARDED_BY(mMutex);  // in the order of their ids
+    NumberIndex mAllottedIndex GUARDED_BY(mMutex);
 };
 
 }  // namespace toolbox::files

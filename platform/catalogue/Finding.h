@@ -1,0 +1,24 @@
+// What all that finds items goes by. Functions may throw std::bad_alloc.
+#pragma once
+
+#include "catalogue/Catalogue.h"
+
+#include <string>
+#include <string_view>
+
+namespace toolbox::files {
+
+// How often finding starts again because names changed while it was under way.
+constexpr int kFindingRounds = 3;
+
+// Whether an errno says that nothing is there.
+bool IsMissing(int inErrno);
+
+// The path without its last name, of an absolute one.
+std::string FolderPathOf(const std::string& inPath);
+std::string_view NameInPath(std::string_view inPath);
+
+// What the table is told of an item that is met by a name.
+PathStep StepOf(const os::ItemStatus& inStatus, bool inIsVolumeRoot, std::string_view inName);
+
+}  // namespace toolbox::files

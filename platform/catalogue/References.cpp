@@ -1,0 +1,204 @@
+// Items found again: by reference, and by who they are.
+#include "Finding.h"
+#include "catalogue/DescriptorPaths.h"
+#include "status/StatusOfErrno.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+namespace toolbox::files {
+
+namespace {
+
+// What a reference holds; the rest of its bytes is zero, and so are folder and name in one to a folder.
+struct RefContents {
+    UInt32 magic;
+    UInt32 reserved;
+    os::ItemIdentity identity;
+    os::ItemIdentity folder;
+    std::uint64_t nameHash;
+};
+static_assert(sizeof(RefContents) == 64 && sizeof(RefContents) <= sizeof(FSRef));
+constexpr UInt32 kRefMagic = FourChars("fsrf");
+
+// Never 0.
+std::uint64_t HashOfName(std::string_view inName) {
+    std::uint64_t hash = 0xCBF29CE484222325;  // FNV-1a
+    for (const char unit : inName)
+        hash = (hash ^ static_cast<unsigned char>(unit)) * 0x100000001B3;
+    return std::max<std::uint64_t>(hash, 1);
+}
+
+// An item, and of several names the one that is meant.
+struct Sought {
+    os::ItemIdentity identity;
+    os::ItemIdentity folder;
+    std::uint64_t nameHash = 0;  // 0: any will do
+
+    bool MeansName(std::string_view inName) const { return HashOfName(inName) == nameHash; }
+    bool MeansFolder(const os::ItemIdentity& inFolder) const { return folder.IsSameItem(inFolder); }
+    bool Means(const os::ItemIdentity& inFolder, std::string_view inName) const {
+        return nameHash == 0 || (MeansFolder(inFolder) && MeansName(inName));
+    }
+};
+
+// Looks at one path for the item. 0 or an errno; ENOENT when something else is there.
+int LookAt(const std::string& inPath, const os::ItemIdentity& inItem, FoundItem& outItem) {
+    // A descriptor's path is a link to what has no other.
+    const int error = IsDescriptorPath(inPath) ? os::GetTargetStatus(inPath.c_str(), outItem.status)
+                                               : os::GetPathStatus(inPath.c_str(), outItem.status);
+    if (error != 0) return error;
+    if (!outItem.status.identity.IsSameItem(inItem)) return ENOENT;
+    outItem.path = inPath;
+    return 0;
+}
+
+// As LookAt, for a name that is in that folder if nothing was renamed.
+int LookAtHint(const NodeHint& inHint, const Sought& inSought, FoundItem& outItem) {
+    const int error = LookAt(inHint.path, inSought.identity, outItem);
+    if (error != 0) return error;
+    outItem.facts = inHint.facts;
+    if (outItem.status.linkCount <= 1) return 0;
+    if (!inSought.Means(inHint.facts.parent, inHint.name)) return ENOENT;
+    // Where folders changed places, this can be another of its names.
+    os::ItemStatus folder;
+    const int folderError = os::GetPathStatus(FolderPathOf(inHint.path).c_str(), folder);
+    if (folderError != 0) return folderError;
+    return folder.identity.IsSameItem(inHint.facts.parent) ? 0 : ENOENT;
+}
+
+// Looks at every name in a folder that may be the item's, until inIsMeant of name and status. 0 or an errno.
+template <typename IsMeant>
+int FindEntry(const std::string& inFolderPath, const Sought& inSought, FoundItem& outItem,
+              IsMeant inIsMeant) {
+    Place place;
+    const int error = OpenFolder(inFolderPath, place);
+    if (error != 0) return error;
+    // Of a folder on which a volume is mounted an entry tells the inode beneath, but that one cannot be
+    // renamed; and so does a file on which another is mounted, which is found by its name.
+    return FindName(place, [&](const struct dirent& inEntry) {
+        if (inEntry.d_ino != inSought.identity.inode && !inSought.MeansName(place.name)) return ENOENT;
+        const std::string path = PathInFolder(inFolderPath, place.name);
+        const int lookError = IsDescriptorPath(path) ? LookAt(path, inSought.identity, outItem)
+                                                     : GetStatus(place, outItem.status);
+        if (lookError != 0) return IsMissing(lookError) ? ENOENT : lookError;
+        if (!outItem.status.identity.IsSameItem(inSought.identity) || !inIsMeant(place.name)) return ENOENT;
+        outItem.path = path;
+        return 0;
+    });
+}
+
+OSStatus FindKnownFolder(const os::ItemIdentity& inFolder, FoundItem& outItem) {
+    NodeTable& table = NodeTable::Shared();
+    NodeHint hint;
+    if (!table.GetFolder(inFolder, hint)) return fnfErr;
+    outItem.facts = hint.facts;
+    int error = LookAt(hint.path, inFolder, outItem);
+    if (!IsMissing(error)) return StatusOfErrno(error);
+    if (!hint.facts.hasParent) return fnfErr;
+
+    FoundItem above;
+    const OSStatus aboveStatus = FindKnownFolder(hint.facts.parent, above);
+    if (aboveStatus != noErr) return aboveStatus;
+    error = LookAt(PathInFolder(above.path, hint.name), inFolder, outItem);
+    if (!IsMissing(error)) return StatusOfErrno(error);
+    const OSStatus status = FindInFolder(above.path, inFolder, outItem);
+    if (status == noErr) table.Rename(inFolder, NameInPath(outItem.path));
+    return status;
+}
+
+// Looks in a folder that the item was in, wherever that is by now; inName is empty where it is not known.
+OSStatus FindInKnownFolder(const os::ItemIdentity& inFolder, const std::string& inName,
+                           const Sought& inSought, FoundItem& outItem) {
+    FoundItem folder;
+    const OSStatus status = FindKnownFolder(inFolder, folder);
+    if (status != noErr) return status;
+    const auto isMeant = [&](std::string_view inFound) {
+        return outItem.status.linkCount <= 1 || inSought.Means(inFolder, inFound);
+    };
+    int error = ENOENT;
+    if (!inName.empty()) error = LookAt(PathInFolder(folder.path, inName), inSought.identity, outItem);
+    if (error == 0 && !isMeant(inName)) error = ENOENT;
+    if (IsMissing(error)) error = FindEntry(folder.path, inSought, outItem, isMeant);
+    if (error != 0) return IsMissing(error) ? fnfErr : StatusOfErrno(error);
+    const PathStep step = StepOf(outItem.status, false, NameInPath(outItem.path));
+    return NodeTable::Shared().RecordChild(inFolder, step, outItem.facts) ? noErr : fnfErr;
+}
+
+// What is no folder: by the names that are remembered, the one that is meant first; then in its folders.
+OSStatus FindOther(const Sought& inSought, FoundItem& outItem) {
+    std::vector<NodeHint> hints = NodeTable::Shared().GetHints(inSought.identity);
+    std::stable_partition(hints.begin(), hints.end(), [&](const NodeHint& inHint) {
+        return inSought.Means(inHint.facts.parent, inHint.name);
+    });
+    bool isFolderAmongHints = inSought.nameHash == 0;
+    for (const NodeHint& hint : hints) {
+        const int error = LookAtHint(hint, inSought, outItem);
+        if (!IsMissing(error)) return StatusOfErrno(error);
+        isFolderAmongHints = isFolderAmongHints || inSought.MeansFolder(hint.facts.parent);
+    }
+    OSStatus status = fnfErr;
+    if (!isFolderAmongHints) status = FindInKnownFolder(inSought.folder, {}, inSought, outItem);
+    for (const NodeHint& hint : hints) {
+        if (status != fnfErr) break;
+        status = FindInKnownFolder(hint.facts.parent, hint.name, inSought, outItem);
+    }
+    return status;
+}
+
+OSStatus FindAgain(const Sought& inSought, FoundItem& outItem) {
+    OSStatus status = fnfErr;
+    for (int round = 0; round < kFindingRounds && status == fnfErr; ++round) {
+        NodeHint folder;
+        const bool isFolder =
+            inSought.nameHash == 0 && NodeTable::Shared().GetFolder(inSought.identity, folder);
+        status = isFolder ? FindKnownFolder(inSought.identity, outItem) : FindOther(inSought, outItem);
+    }
+    return status;
+}
+
+bool ReadContents(const FSRef& inRef, RefContents& outContents) {
+    std::memcpy(&outContents, inRef.hidden, sizeof(outContents));
+    return outContents.magic == kRefMagic;
+}
+
+}  // namespace
+
+OSStatus FindByIdentity(const os::ItemIdentity& inItem, FoundItem& outItem) {
+    return FindAgain({inItem, {}, 0}, outItem);
+}
+
+OSStatus FindInFolder(const std::string& inFolderPath, const os::ItemIdentity& inItem, FoundItem& outItem) {
+    const int error =
+        FindEntry(inFolderPath, {inItem, {}, 0}, outItem, [](std::string_view) { return true; });
+    return IsMissing(error) ? fnfErr : StatusOfErrno(error);
+}
+
+FSRef MakeRef(const FoundItem& inItem) {
+    RefContents contents = {kRefMagic, 0, inItem.status.identity, {}, 0};
+    if (inItem.status.kind != os::ItemKind::kFolder) {
+        contents.folder = inItem.facts.parent;
+        contents.nameHash = HashOfName(NameInPath(inItem.path));
+    }
+    FSRef ref = {};
+    std::memcpy(ref.hidden, &contents, sizeof(contents));
+    return ref;
+}
+
+bool ReadRef(const FSRef& inRef, os::ItemIdentity& outItem) {
+    RefContents contents;
+    const bool isRef = ReadContents(inRef, contents);
+    outItem = contents.identity;
+    return isRef;
+}
+
+OSStatus FindByRef(const FSRef& inRef, FoundItem& outItem) {
+    RefContents contents;
+    if (!ReadContents(inRef, contents)) return errFSBadFSRef;
+    return FindAgain({contents.identity, contents.folder, contents.nameHash}, outItem);
+}
+
+}  // namespace toolbox::files
