@@ -24,19 +24,25 @@ OSStatus MakeAlias(const FSRef& inTarget, AliasHandle* outAlias) {
     return status;
 }
 
+// What a path leads to; a link itself, where the alias is of one.
+OSStatus FindAlike(toolbox::os::ItemKind inKind, const std::string& inPath, FoundItem& outItem) {
+    const bool isOfLink = inKind == toolbox::os::ItemKind::kLink;
+    return isOfLink ? FindItselfByPath(inPath.c_str(), outItem) : FindByPath(inPath.c_str(), outItem);
+}
+
 // The item under another name in the folder where it was.
 OSStatus FindRenamed(const AliasContents& inAlias, FoundItem& outItem) {
     FoundItem renamed;
     const std::string folderPath = inAlias.path.substr(0, inAlias.path.rfind('/') + 1);
     OSStatus status = FindInFolder(folderPath, inAlias.identity, renamed);
-    if (status == noErr) status = FindByPath(renamed.path.c_str(), outItem);
+    if (status == noErr) status = FindAlike(inAlias.kind, renamed.path, outItem);
     if (status != noErr) return status;
     return outItem.status.identity.IsSameItem(inAlias.identity) ? noErr : fnfErr;
 }
 
 // Looks where the item was, then for something like it there, then for the item in other places.
 OSStatus FindTarget(const AliasContents& inAlias, FoundItem& outItem) {
-    const OSStatus pathStatus = FindByPath(inAlias.path.c_str(), outItem);
+    const OSStatus pathStatus = FindAlike(inAlias.kind, inAlias.path, outItem);
     if (pathStatus == noErr && outItem.status.kind == inAlias.kind) return noErr;
 
     const OSStatus nodeStatus = FindByIdentity(inAlias.identity, outItem);

@@ -41,12 +41,13 @@ bool IsRefusal(int inErrno) {
     return inErrno == EACCES || inErrno == EPERM || inErrno == EROFS;
 }
 
-OSStatus GetAccess(const std::string& inPath, UInt8& outAccess) {
+OSStatus GetAccess(const FoundItem& inItem, UInt8& outAccess) {
     constexpr int kAccesses[] = {R_OK, W_OK, X_OK};  // 4, 2, 1, as they are counted here too
     static_assert(R_OK == 4 && W_OK == 2 && X_OK == 1);
+    const int flags = AT_EACCESS | (inItem.status.kind == os::ItemKind::kLink ? AT_SYMLINK_NOFOLLOW : 0);
     int access = 0;
     for (const int one : kAccesses) {
-        if (os::Calls().faccessat(AT_FDCWD, inPath.c_str(), one, AT_EACCESS) == 0)
+        if (os::Calls().faccessat(AT_FDCWD, inItem.path.c_str(), one, flags) == 0)
             access |= one;
         else if (!IsRefusal(errno))
             return StatusOfErrno(errno);
@@ -136,7 +137,7 @@ OSStatus FindOut(const FSRef& inRef, FSCatalogInfoBitmap inWhich, bool inAsksVol
     OSStatus status = FindByRef(inRef, outKnowledge.item);
     if (status != noErr) return status;
     if (inAsksVolume || Asks(inWhich, Source::kVolume)) status = GetVolumeNumber(item, outKnowledge.volume);
-    if (status == noErr && Asks(inWhich, Source::kAccess)) status = GetAccess(item.path, outKnowledge.access);
+    if (status == noErr && Asks(inWhich, Source::kAccess)) status = GetAccess(item, outKnowledge.access);
     return status;
 }
 
@@ -191,11 +192,14 @@ OSStatus SetInfo(const FSRef& inRef, FSCatalogInfoBitmap inWhich, const FSCatalo
     os::Descriptor file;
     OSStatus status = FindByRef(inRef, item);
     if (status != noErr || inWhich == kFSCatInfoNone) return status;
+    const mode_t mode = inInfo.permissions.mode & kPermissionBits;
+    // Those of a link are its own and cannot be changed; the system would change its target's.
+    if (item.status.kind == os::ItemKind::kLink)
+        return (item.status.mode & kPermissionBits) == mode ? noErr : OSStatus{permErr};
     status = OpenFound(item, O_PATH, file);
     if (status != noErr) return status;
     // By what is held, which cannot become a link to something else; fchmod refuses what is held by O_PATH.
     const std::string path = PathOfDescriptor(file.Number());
-    const mode_t mode = inInfo.permissions.mode & kPermissionBits;
     return os::Calls().fchmodat(AT_FDCWD, path.c_str(), mode, 0) == 0 ? noErr : StatusOfErrno(errno);
 }
 

@@ -102,15 +102,40 @@ OSStatus FindByPath(const char* inPath, FoundItem& outItem) {
     return StatusOfMissing(path, error);
 }
 
+OSStatus FindItselfByPath(const char* inPath, FoundItem& outItem) {
+    std::string path = inPath;
+    os::ItemStatus status;
+    int error = os::GetPathStatus(path.c_str(), status);
+    if (IsMissing(error)) {
+        path = JoinSurrogatePairs(path);
+        error = os::GetPathStatus(path.c_str(), status);
+    }
+    if (error != 0 || status.kind != os::ItemKind::kLink) return FindByPath(inPath, outItem);
+    FoundItem folder;
+    const std::string folderPath = path.substr(0, path.rfind('/') + 1);
+    const OSStatus folderStatus = FindByPath(folderPath.empty() ? "." : folderPath.c_str(), folder);
+    if (folderStatus != noErr) return folderStatus;
+    Place place;
+    error = OpenPlaceOf(path, place);
+    return error == 0 ? FindAtPlace(folder, place, outItem) : StatusOfErrno(error);
+}
+
 OSStatus FindAtPlace(const FoundItem& inFolder, const Place& inPlace, FoundItem& outItem) {
     assert(inFolder.status.kind == os::ItemKind::kFolder && inPlace.folder.IsOpen());
     std::string path = PathInFolder(inFolder.path, inPlace.name);
     const int error = GetStatus(inPlace, outItem.status);
     if (error != 0) return IsMissing(error) ? fnfErr : StatusOfErrno(error);
-    if (outItem.status.kind == os::ItemKind::kLink) return FindByPath(path.c_str(), outItem);
+    const bool isLink = outItem.status.kind == os::ItemKind::kLink;
+    if (isLink && IsDescriptorPath(path)) return FindByPath(path.c_str(), outItem);
     const PathStep step = StepOf(outItem.status, IsVolumeRoot(inPlace, outItem.status), inPlace.name);
-    if (!NodeTable::Shared().RecordChild(inPlace.folderStatus.identity, step, outItem.facts))
-        return FindByPath(path.c_str(), outItem);
+    NodeTable& table = NodeTable::Shared();
+    if (!table.RecordChild(inPlace.folderStatus.identity, step, outItem.facts)) {
+        if (!isLink) return FindByPath(path.c_str(), outItem);
+        FoundItem folder;
+        const OSStatus status = FindByPath(inFolder.path.c_str(), folder);
+        if (status != noErr) return status;
+        if (!table.RecordChild(folder.status.identity, step, outItem.facts)) return fnfErr;
+    }
     outItem.path = std::move(path);
     return noErr;
 }

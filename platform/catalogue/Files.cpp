@@ -9,9 +9,11 @@ using namespace toolbox::files;
 
 namespace {
 
-OSStatus MakeRefOfPath(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory) {
+OSStatus MakeRefOfPath(const UInt8* inPath, OptionBits inOptions, FSRef* outRef, Boolean* outIsDirectory) {
     FoundItem item;
-    const OSStatus status = FindByPath(reinterpret_cast<const char*>(inPath), item);
+    const auto* path = reinterpret_cast<const char*>(inPath);
+    const bool isFollowed = (inOptions & kFSPathMakeRefDoNotFollowLeafSymlink) == 0;
+    const OSStatus status = isFollowed ? FindByPath(path, item) : FindItselfByPath(path, item);
     if (status != noErr) return status;
     *outRef = MakeRef(item);
     if (outIsDirectory != nullptr) *outIsDirectory = item.status.kind == toolbox::os::ItemKind::kFolder;
@@ -30,9 +32,15 @@ OSStatus MakePathOfRef(const FSRef& inRef, UInt8* outPath, UInt32 inMaxPathSize)
 }  // namespace
 
 OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory) {
+    return FSPathMakeRefWithOptions(inPath, kFSPathMakeRefDefaultOptions, outRef, outIsDirectory);
+}
+
+OSStatus FSPathMakeRefWithOptions(const UInt8* inPath, OptionBits inOptions, FSRef* outRef,
+                                  Boolean* outIsDirectory) {
     if (inPath == nullptr || outRef == nullptr) return paramErr;
+    if ((inOptions & ~OptionBits{kFSPathMakeRefDoNotFollowLeafSymlink}) != 0) return paramErr;
     try {
-        return MakeRefOfPath(inPath, outRef, outIsDirectory);
+        return MakeRefOfPath(inPath, inOptions, outRef, outIsDirectory);
     } catch (const std::bad_alloc&) {
         return memFullErr;
     }

@@ -18,6 +18,7 @@ OSStatus OpenResourceFork(const FSRef& inFile, OpenFork& outFork) {
     FoundItem item;
     Place place;
     OSStatus status = FindByRef(inFile, item);
+    if (status == noErr && item.status.kind == os::ItemKind::kLink) status = errFSForkNotFound;
     if (status == noErr) status = OpenPlace(item, place);
     if (status != noErr) return status;
     os::FileRange bytes;

@@ -83,7 +83,8 @@ TOOLBOX_MUST_USE OSErr FSGetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap 
 
 // Sets the parts asked for; of those above only kFSCatInfoPermissions can be set, and of the permissions only
 // the lower 12 bits of the mode: owner, group and kind stay what they are. permErr when the item is another
-// user's, paramErr for other bits.
+// user's, and for a link, whose permissions are its own, unless they are those already; paramErr for other
+// bits.
 TOOLBOX_MUST_USE OSErr FSSetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo,
                                         const FSCatalogInfo* inInfo);
 

@@ -32,7 +32,7 @@ typedef struct FSSpec {
 #pragma pack(pop)
 typedef FSSpec* FSSpecPtr;
 
-// Makes the FSSpec of an item that exists, or that may be made in a folder that does.
+// Makes the FSSpec of an item that exists, or that may be made in a folder that does. A link is an item.
 //   inVRefNum  a volume, or 0 for the first one
 //   inDirID    a folder of it; 0 stands for the root folder
 //   inName     one name, without a path; null or empty names the folder, which then becomes a name in the
@@ -42,8 +42,8 @@ TOOLBOX_MUST_USE OSErr FSMakeFSSpec(SInt16 inVRefNum, SInt32 inDirID, ConstStr25
                                     FSSpec* outSpec);
 
 // A reference to the item; outRef is untouched on failure. The name is looked for as it is, then without
-// regard to case and to the form of composed characters. The last name of a link is followed. fnfErr when it
-// is not there.
+// regard to case and to the form of composed characters. A link is the item itself, one that leads nowhere
+// too. fnfErr when it is not there.
 TOOLBOX_MUST_USE OSErr FSpMakeFSRef(const FSSpec* inSpec, FSRef* outRef);
 
 TOOLBOX_EXTERN_C_END

@@ -29,15 +29,23 @@ typedef struct HFSUniStr255 {
     UniChar unicode[255];
 } HFSUniStr255;
 
-// A reference to the item at inPath, which may end with slashes when it is a folder. Links are followed, so a
-// reference never names a link. A relative path starts at the current folder. A path at which nothing is may
+// A reference to the item at inPath, which may end with slashes when it is a folder. Links are followed, so
+// what it names is no link. A relative path starts at the current folder. A path at which nothing is may
 // be modified UTF-8, as Java hands it out, and is tried again with its surrogate pairs joined.
 //   outRef          untouched on failure
 //   outIsDirectory  may be null; untouched on failure
 // fnfErr when nothing is there, dirNFErr when a folder on the way is missing or is no folder.
 TOOLBOX_MUST_USE OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory);
 
-// The item's path now, absolute.
+// Options of FSPathMakeRefWithOptions.
+enum { kFSPathMakeRefDefaultOptions = 0, kFSPathMakeRefDoNotFollowLeafSymlink = 0x01 };
+
+// The same; with kFSPathMakeRefDoNotFollowLeafSymlink a link that is the path's last name is the item itself,
+// one that leads nowhere too. It is followed where a slash is behind it. paramErr for other options.
+TOOLBOX_MUST_USE OSStatus FSPathMakeRefWithOptions(const UInt8* inPath, OptionBits inOptions, FSRef* outRef,
+                                                   Boolean* outIsDirectory);
+
+// The item's path now, absolute; of a link its own.
 //   outPath         untouched on failure
 //   inMaxPathSize   bytes that outPath holds, the terminating NUL included
 // pathTooLongErr when they are too few, fnfErr when the item is gone, errFSBadFSRef when inRef is no

@@ -20,8 +20,10 @@ typedef SInt32 OSStatus;        // 0 is success
 typedef UInt32 FourCharCode;    // four characters, the first in the most significant byte
 typedef FourCharCode OSType;
 typedef FourCharCode ResType;
-typedef UInt16 UniChar;  // a UTF-16 code unit
-typedef SInt32 Fixed;    // 16.16 fixed point
+typedef UInt16 UniChar;              // a UTF-16 code unit
+typedef unsigned long UniCharCount;  // of those
+typedef UInt32 OptionBits;
+typedef SInt32 Fixed;  // 16.16 fixed point
 typedef UInt32 UnsignedFixed;
 
 typedef char* Ptr;

@@ -7,7 +7,6 @@
 TOOLBOX_EXTERN_C_BEGIN
 
 typedef UInt32 UCCollateOptions;
-typedef unsigned long UniCharCount;  // UTF-16 units
 
 // What makes no difference, and how digits count. Options combine.
 enum {

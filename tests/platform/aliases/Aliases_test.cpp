@@ -31,6 +31,7 @@ class Alias {
         EXPECT_EQ(noErr, MakeRef(inPath, &ref)) << inPath;
         EXPECT_EQ(noErr, FSNewAliasMinimal(&ref, &mAlias));
     }
+    explicit Alias(const FSRef& inTarget) { EXPECT_EQ(noErr, FSNewAliasMinimal(&inTarget, &mAlias)); }
     explicit Alias(const std::vector<UInt8>& inBytes) {
         Handle handle = nullptr;
         EXPECT_EQ(noErr, PtrToHand(inBytes.data(), &handle, static_cast<Size>(inBytes.size())));
@@ -122,6 +123,20 @@ TEST_P(FSNewAliasMinimalTest, ItemThatIsGone) {
     AliasHandle alias = reinterpret_cast<AliasHandle>(&ref);
     EXPECT_EQ(fnfErr, FSNewAliasMinimal(&ref, &alias));
     EXPECT_EQ(nullptr, alias);
+}
+
+TEST_P(FSResolveAliasTest, OfALinkLeadsToTheLink) {
+    mFolder.MakeFile("target");
+    const std::string path = mFolder.MakeLink("target", "link");
+    FSRef ref = {};
+    ASSERT_EQ(noErr, FSPathMakeRefWithOptions(reinterpret_cast<const UInt8*>(path.c_str()),
+                                              kFSPathMakeRefDoNotFollowLeafSymlink, &ref, nullptr));
+    const Alias alias(ref);
+    EXPECT_EQ(path, alias.Resolve());
+    const Alias earlier(ForgetIdentity(alias));
+    EXPECT_EQ(path + " changed", earlier.Resolve());
+    mFolder.Rename(path, mFolder / "renamed");
+    EXPECT_EQ(mFolder / "renamed changed", alias.Resolve());
 }
 
 TEST_P(FSResolveAliasTest, WhereItWas) {

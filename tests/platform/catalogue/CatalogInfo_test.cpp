@@ -173,6 +173,26 @@ TEST_P(CatalogInfoTest, SetOfARootFolder) {
     EXPECT_EQ(mode, FileWorld::StatusOf("/").stx_mode);
 }
 
+// A link's information is its own, and its target is never touched.
+TEST_P(CatalogInfoTest, Link) {
+    const std::string target = mFolder.MakeFile("target", "12345");
+    FileWorld::SetMode(target, 0640);
+    mFolder.MakeLink("target", "link");
+    const FSSpec spec = Here("link");
+    FSRef ref = {};
+    ASSERT_EQ(noErr, FSpMakeFSRef(&spec, &ref));
+    FSCatalogInfo info = {};
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kAll, &info, nullptr, nullptr, nullptr));
+    EXPECT_EQ(0120777, info.permissions.mode);
+    EXPECT_EQ(7, info.permissions.userAccess);
+    EXPECT_EQ(0U, info.dataLogicalSize);
+    EXPECT_EQ(0, info.nodeFlags);
+    EXPECT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info)) << "which it has";
+    info.permissions.mode = 0600;
+    EXPECT_EQ(permErr, FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info));
+    EXPECT_EQ(0100640, FileWorld::StatusOf(target).stx_mode);
+}
+
 // Another program's doing between finding an item and changing it.
 std::string sItemPath, sOtherPath;
 toolbox::os::SystemCalls sReal;

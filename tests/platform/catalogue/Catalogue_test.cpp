@@ -4,6 +4,7 @@
 #include "support/FailingCalls.h"
 #include "support/FileWorld.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -102,12 +103,37 @@ TEST_P(AtPlace, ItemIsFoundAsByItsPath) {
     EXPECT_EQ('/' + path.substr(1, path.find('/', 1) - 1), Find("/", path.substr(1, path.find('/', 1) - 1)));
 }
 
-TEST_P(AtPlace, LinksAreFollowed) {
+TEST_P(AtPlace, LinksAreItems) {
+    mFolder.MakeFile("a");
+    for (const char* name : {"link", "dangling"}) {
+        const std::string path = mFolder.MakeLink(name == std::string("link") ? "a" : "none", name);
+        EXPECT_EQ(path, Find(mFolder.Path(), name));
+        EXPECT_EQ(toolbox::os::ItemKind::kLink, mFound.status.kind);
+        const FSRef ref = toolbox::files::MakeRef(mFound);
+        EXPECT_EQ(path, PathOf(ref));
+        mFolder.Rename(path, path + " renamed");
+        EXPECT_EQ(path + " renamed", PathOf(ref));
+    }
+}
+
+TEST_P(AtPlace, LinkInAFolderThatHasNoNodeYet) {
+    const std::string path = mFolder.MakeLink("none", "link");
+    Place place;
+    ASSERT_EQ(0, OpenPlaceOf(path, place));
+    place.folderStatus.identity.inode += 1'000'000'000;
+    FoundItem folder, item;
+    ASSERT_EQ(noErr, toolbox::files::FindByPath(mFolder.Path().c_str(), folder));
+    ASSERT_EQ(noErr, FindAtPlace(folder, place, item));
+    EXPECT_EQ(path, item.path);
+    EXPECT_EQ(path, PathOf(toolbox::files::MakeRef(item)));
+}
+
+// The one link that is followed.
+TEST_P(AtPlace, DescriptorsPath) {
     const std::string path = mFolder.MakeFile("a");
-    mFolder.MakeLink("a", "link");
-    mFolder.MakeLink("none", "dangling");
-    EXPECT_EQ(path, Find(mFolder.Path(), "link"));
-    EXPECT_EQ("status -43", Find(mFolder.Path(), "dangling"));
+    toolbox::os::Descriptor file;
+    ASSERT_EQ(0, toolbox::os::OpenFile(path.c_str(), O_RDONLY, file));
+    EXPECT_EQ(path, Find("/proc/self/fd", std::to_string(file.Number())));
 }
 
 // What is known of a folder's path may be old by the time that its item is looked up.

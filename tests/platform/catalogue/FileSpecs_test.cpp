@@ -230,9 +230,21 @@ TEST_P(FileSpecsTest, BadNames) {
 TEST_P(FileSpecsTest, Links) {
     const std::string path = mFolder.MakeFile("file");
     mFolder.MakeLink(path, "link");
-    EXPECT_EQ(path, PathOfSpec(Here("link")));
-    mFolder.MakeLink(mFolder / "none", "dangling");
-    EXPECT_EQ("status -43", PathOfSpec(Here("dangling")));
+    mFolder.MakeLink(mFolder / "none", "Dangling");
+    EXPECT_EQ(mFolder / "link", PathOfSpec(Here("link")));
+    EXPECT_EQ(mFolder / "Dangling", PathOfSpec(Here("dangling"))) << "by a similar name, too";
+    FSSpec spec = {};
+    EXPECT_EQ(noErr, Make("link", spec));
+    EXPECT_EQ("link", NameOf(spec));
+    EXPECT_EQ(noErr, Make("dangling", spec));
+    EXPECT_EQ("Dangling", NameOf(spec));
+    const std::string longName = std::string(40, 'n') + ".txt";
+    const std::string longLink = mFolder.MakeLink(path, longName);
+    FSRef ref = {};
+    EXPECT_EQ(noErr, FSPathMakeRefWithOptions(reinterpret_cast<const UInt8*>(longLink.c_str()),
+                                              kFSPathMakeRefDoNotFollowLeafSymlink, &ref, nullptr));
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr));
+    EXPECT_EQ(longLink, PathOfSpec(spec));
 }
 
 TEST_P(FileSpecsTest, NullArguments) {

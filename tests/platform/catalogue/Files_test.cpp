@@ -139,6 +139,78 @@ TEST_P(FSPathMakeRefTest, LinksAreFollowed) {
     EXPECT_EQ(mFolder / "sub/inner", PathOf(ref));
 }
 
+// The path, without following its last name.
+OSStatus MakeRefOfItself(const std::string& inPath, FSRef* outRef, Boolean* outIsDirectory = nullptr) {
+    return FSPathMakeRefWithOptions(reinterpret_cast<const UInt8*>(inPath.c_str()),
+                                    kFSPathMakeRefDoNotFollowLeafSymlink, outRef, outIsDirectory);
+}
+
+TEST_P(FSPathMakeRefTest, LastLinkIsNotFollowedWhereAsked) {
+    const std::string path = mFolder.MakeFile("real");
+    mFolder.MakeFolder("sub");
+    mFolder.MakeLink("../real", "sub/link");
+    mFolder.MakeLink("sub", "sublink");
+    mFolder.MakeLink("nowhere", "dangling");
+    mFolder.MakeLink("circle", "circle");
+    FSRef ref;
+    Boolean isDirectory = 7;
+    ASSERT_EQ(noErr, MakeRefOfItself(mFolder / "sublink/link", &ref));
+    EXPECT_EQ(mFolder / "sub/link", PathOf(ref)) << "but a link on the way is";
+    ASSERT_EQ(noErr, MakeRefOfItself(mFolder / "sublink", &ref, &isDirectory));
+    EXPECT_EQ(mFolder / "sublink", PathOf(ref));
+    EXPECT_EQ(0, isDirectory) << "a link to a folder is none";
+    ASSERT_EQ(noErr, MakeRefOfItself(mFolder / "sublink/", &ref, &isDirectory));
+    EXPECT_EQ(mFolder / "sub", PathOf(ref));
+    EXPECT_EQ(1, isDirectory);
+    for (const char* name : {"dangling", "circle"}) {
+        ASSERT_EQ(noErr, MakeRefOfItself(mFolder / name, &ref)) << name;
+        EXPECT_EQ(mFolder / name, PathOf(ref));
+    }
+    ASSERT_EQ(noErr, MakeRefOfItself(path, &ref));
+    EXPECT_EQ(path, PathOf(ref));
+    EXPECT_EQ(fnfErr, MakeRefOfItself(mFolder / "none", &ref));
+    EXPECT_EQ(dirNFErr, MakeRefOfItself(mFolder / "none/below", &ref));
+    const std::string link = mFolder.MakeLink("real", "\xF0\x9F\x8E\xB5");
+    ASSERT_EQ(noErr, MakeRefOfItself(mFolder / "\xED\xA0\xBC\xED\xBE\xB5", &ref));
+    EXPECT_EQ(link, PathOf(ref));
+    const FileWorld::CurrentFolder inside(mFolder, mFolder / "sub");
+    ASSERT_EQ(noErr, MakeRefOfItself("link", &ref));
+    EXPECT_EQ(mFolder / "sub/link", PathOf(ref));
+}
+
+TEST_P(FSPathMakeRefTest, OptionsThatAreNotKnown) {
+    FSRef ref;
+    const auto* root = reinterpret_cast<const UInt8*>("/");
+    EXPECT_EQ(paramErr, FSPathMakeRefWithOptions(root, 2, &ref, nullptr));
+    EXPECT_EQ(paramErr, FSPathMakeRefWithOptions(nullptr, 0, &ref, nullptr));
+    EXPECT_EQ(paramErr, FSPathMakeRefWithOptions(root, 1, nullptr, nullptr));
+    EXPECT_EQ(noErr, FSPathMakeRefWithOptions(root, 1, &ref, nullptr));
+    EXPECT_EQ("/", PathOf(ref));
+}
+
+TEST_P(FSPathMakeRefTest, EveryFailingCallForALink) {
+    const std::string path = mFolder.MakeLink("nowhere", "link");
+    const std::size_t descriptors = OpenDescriptorCount();
+    for (int failing = 1;; ++failing) {
+        FSRef ref;
+        OSStatus status = noErr;
+        bool delivered = false;
+        {
+            const FailingCalls calls(failing, EIO, FailingCalls::kForever);
+            status = MakeRefOfItself(path, &ref);
+            delivered = calls.Delivered();
+        }
+        EXPECT_EQ(descriptors, OpenDescriptorCount());
+        if (!delivered) {
+            EXPECT_EQ(noErr, status);
+            EXPECT_GT(failing, 4);
+            break;
+        }
+        // Only closing the folder failed.
+        EXPECT_TRUE(status == noErr || status == ioErr) << failing << ": " << status;
+    }
+}
+
 TEST_P(FSPathMakeRefTest, LinksInACircle) {
     mFolder.MakeLink("b", "a");
     mFolder.MakeLink("a", "b");

@@ -66,6 +66,21 @@ class ForksTest : public support::FileWorldTest {
 };
 INSTANTIATE_TEST_SUITE_P(Worlds, ForksTest, support::BothWorlds(), support::NameOfWorld);
 
+TEST_P(ForksTest, ALinkHasNone) {
+    MakeCompanion({{AppleDoubleEntry::kResourceFork, BytesOf("the fork")}});
+    mFolder.Rename(mFolder / "._file", mFolder / "._link");
+    const std::string link = mFolder.MakeLink("file", "link");
+    FSRef ref = {};
+    ASSERT_EQ(noErr, FSPathMakeRefWithOptions(reinterpret_cast<const UInt8*>(link.c_str()),
+                                              kFSPathMakeRefDoNotFollowLeafSymlink, &ref, nullptr));
+    for (const Fork fork : {Fork::kData, Fork::kResource}) {
+        std::string text;
+        EXPECT_EQ(errFSForkNotFound, ReadFork(ref, fork, text));
+        EXPECT_EQ(errFSForkNotFound, WriteFork(ref, fork, BytesOf("new")));
+    }
+    EXPECT_EQ("the data", Contents(mPath));
+}
+
 TEST_P(ForksTest, DataForkIsTheFile) {
     EXPECT_EQ(noErr, ReadFork(mRef, Fork::kData, mText));
     EXPECT_EQ("the data", mText);

@@ -18,8 +18,8 @@ struct FoundItem;
 
 // Opens an item for reading; outFile is not open on failure, for which the File Manager has a status.
 // outPath: the item's path at this moment, for messages; empty when it cannot be found. Only a file is
-// opened: notAFileErr for a folder; errFSForkNotFound for a pipe, socket or device, which has no data fork
-// and is left untouched. May throw std::bad_alloc, with nothing left open.
+// opened: notAFileErr for a folder; errFSForkNotFound for a link, pipe, socket or device, which has no data
+// fork and is left untouched. May throw std::bad_alloc, with nothing left open.
 [[nodiscard]] OSStatus OpenForReading(const FSRef& inItem, os::Descriptor& outFile, std::string& outPath);
 
 // The whole contents of a file. fileBoundsErr when there are more than inMaxByteCount. outContents is

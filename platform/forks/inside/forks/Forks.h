@@ -39,8 +39,8 @@ class OpenFork {
     os::FileRange mBytes;
 };
 
-// errFSForkNotFound when there is no resource fork, ioErr when the companion is no AppleDouble file. outFork
-// stays as it is on failure.
+// errFSForkNotFound when there is no resource fork, as a link has none, ioErr when the companion is no
+// AppleDouble file. outFork stays as it is on failure.
 [[nodiscard]] OSStatus Open(const FSRef& inFile, Fork inFork, OpenFork& outFork);
 
 // Makes inBytes the fork. A data fork is overwritten (Replace.h); a companion is replaced, with all else that
