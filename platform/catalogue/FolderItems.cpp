@@ -35,17 +35,6 @@ OSStatus FindSimilarName(std::u16string_view inName, Place& ioPlace) {
     return noErr;
 }
 
-OSStatus FindByName(const FoundItem& inFolder, std::u16string_view inName, FoundItem& outItem) {
-    Place place;
-    if (!DiskName(inName, place.name)) return bdNamErr;
-    OSStatus status = OpenFoundFolder(inFolder, place);
-    if (status == noErr) status = FindAtPlace(inFolder, place, outItem);
-    if (status != fnfErr) return status;
-    DropLeftover(place);
-    status = FindSimilarName(inName, place);
-    return status == noErr ? FindAtPlace(inFolder, place, outItem) : status;
-}
-
 // Whether the item is in the folder, and has that name there in a specification.
 bool IsNamed(const FoundItem& inItem, const FoundItem& inFolder, ConstStr255Param inName) {
     if (!inItem.facts.parent.IsSameItem(inFolder.status.identity)) return false;
@@ -86,6 +75,17 @@ OSStatus OpenFoundFolder(const FoundItem& inFolder, Place& outPlace) {
     if (error != 0) return AsFolderStatus(StatusOfErrno(error));
     const bool isSame = outPlace.folderStatus.identity.IsSameItem(inFolder.status.identity);
     return isSame ? noErr : static_cast<OSStatus>(dirNFErr);
+}
+
+OSStatus FindByName(const FoundItem& inFolder, std::u16string_view inName, FoundItem& outItem) {
+    Place place;
+    if (!DiskName(inName, place.name)) return bdNamErr;
+    OSStatus status = OpenFoundFolder(inFolder, place);
+    if (status == noErr) status = FindAtPlace(inFolder, place, outItem);
+    if (status != fnfErr) return status;
+    DropLeftover(place);
+    status = FindSimilarName(inName, place);
+    return status == noErr ? FindAtPlace(inFolder, place, outItem) : status;
 }
 
 OSStatus FindFolderByID(SInt16 inVolume, NodeID inFolderID, FoundItem& outFolder) {

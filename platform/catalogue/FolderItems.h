@@ -18,6 +18,11 @@ namespace toolbox::files {
 // now.
 [[nodiscard]] OSStatus OpenFoundFolder(const FoundItem& inFolder, Place& outPlace);
 
+// The item of a folder that was just found, by its name in the catalogue: the one that has it, else one whose
+// name is the same but for case and form. fnfErr when there is none, dirNFErr when the folder is there no
+// more, bdNamErr when there can be none.
+[[nodiscard]] OSStatus FindByName(const FoundItem& inFolder, std::u16string_view inName, FoundItem& outItem);
+
 // The item of a folder, by its name as a specification has it. fnfErr when there is none; bdNamErr when there
 // can be none. Of the id that is the parent of all root folders, the one item is the root folder.
 [[nodiscard]] OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem);

@@ -32,7 +32,7 @@ enum {
     errFSBadFSRef = -1401,       // the bytes are no reference
     errFSNotAFolder = -1407,     // a folder was needed
     errFSForkNotFound = -1409,   // the item has no such fork; a pipe, socket or device has none
-    errFSMissingName = -1411,  // a name was needed
+    errFSMissingName = -1411,    // a name is needed
     errFSRefsDifferent = -1420,  // the references are to two items
     pathTooLongErr = -2110,      // the path does not fit in the room for it
     couldNotResolveDataRef = -2000,
