@@ -17,7 +17,6 @@ namespace toolbox::files {
 
 namespace {
 
-constexpr std::size_t kMaxNameUnits = 255;
 constexpr std::size_t kMaxNameBytes = 255;
 
 struct NameText {

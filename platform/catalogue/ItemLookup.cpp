@@ -1,4 +1,5 @@
 #include "FolderItems.h"
+#include "names/CatalogueNames.h"
 
 #include <toolbox/ItemLookup.h>
 
@@ -11,8 +12,6 @@ namespace toolbox::files {
 namespace {
 
 static_assert(sizeof(void*) == 8 ? sizeof(FSRefParam) == 120 : sizeof(FSRefParam) == 72);
-
-constexpr UniCharCount kMaxNameUnits = 255;
 
 OSStatus MakeRefByName(const FSRef& inFolder, std::u16string_view inName, FSRef& outRef) {
     FoundItem folder;

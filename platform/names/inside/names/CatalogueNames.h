@@ -13,6 +13,8 @@
 
 namespace toolbox::files {
 
+constexpr std::size_t kMaxNameUnits = 255;  // of a catalogue name that a caller gives
+
 std::u16string CatalogueName(std::string_view inDiskName);
 
 // False for a name that no item can have: an empty one, "." and "..", one with a NUL, or a surrogate without
