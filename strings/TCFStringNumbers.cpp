@@ -55,7 +55,9 @@ double ReadDouble(const char* inText, char** outEnd) {
         ++at;
     const bool isNegative = *at == '-';
     if (isNegative || *at == '+') ++at;
-    const bool isHex = at[0] == '0' && (at[1] == 'x' || at[1] == 'X');
+    // Words for what is no number have no such prefix.
+    const bool isHex =
+        at[0] == '0' && (at[1] == 'x' || at[1] == 'X') && std::strchr("iInN", at[2]) == nullptr;
     double number = 0.0;
     const char* end = isHex ? ReadUnsigned(at + 2, std::chars_format::hex, number) : nullptr;
     if (end == nullptr) end = ReadUnsigned(at, std::chars_format::general, number);
