@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <new>
 
 namespace {
 
@@ -34,8 +35,12 @@ bool TCFString::StdStringWithEncoding(std::string& outText, CFStringEncoding inE
     const long maxLength = Length() * kMaxBytesPerUnit;
     const StPointerBlock bytes(maxLength + 1, false, false);
     if (bytes.Get() == nullptr || !CStringWithEncoding(maxLength, bytes.Get(), inEncoding)) return false;
-    outText = bytes.Get();
-    return true;
+    try {
+        outText = bytes.Get();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 char* TCFString::UTF8(long inMaxLength, char* outBuffer) const {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <new>
 
 namespace {
 
@@ -30,17 +31,30 @@ void ReadString(short inResID, unsigned char* outText) {
     ReleaseResource(string);
 }
 
-}  // namespace
-
-TCFString TCFString::Res(short inResID, short inIndex) {
-    static std::map<short, StringsOfResource> sResStrings;
-    TCFString& string = sResStrings[inResID][inIndex];
-    if (!string.IsEmpty()) return string;
+TCFString Read(short inResID, short inIndex) {
     Str255 text = {0};
     if (inIndex < 0)
         ReadString(inResID, text);
     else
         GetIndString(text, inResID, inIndex);
-    string = TCFString(text, DefaultEncoding());
-    return string;
+    return TCFString(text, TCFString::DefaultEncoding());
+}
+
+// The place where a string is kept; null when memory is short.
+TCFString* PlaceOf(short inResID, short inIndex) {
+    static std::map<short, StringsOfResource> sResStrings;
+    try {
+        return &sResStrings[inResID][inIndex];
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+TCFString TCFString::Res(short inResID, short inIndex) {
+    TCFString* const kept = PlaceOf(inResID, inIndex);
+    if (kept == nullptr) return Read(inResID, inIndex);
+    if (kept->IsEmpty()) *kept = Read(inResID, inIndex);
+    return *kept;
 }

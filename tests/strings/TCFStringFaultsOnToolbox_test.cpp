@@ -1,7 +1,10 @@
 // Every operation over the real Core Foundation, with each of its allocations failing once.
 #include "StringTest.h"
 #include "corefoundation/CF_test_access.h"
+#include "support/FailEach.h"
 #include "support/FailingMalloc.h"
+#include "support/FailingNew.h"
+#include "support/Rounds.h"
 
 #include <functional>
 #include <thread>
@@ -118,15 +121,29 @@ TEST(FaultsOnToolboxTest, EveryAllocationOfAMoment) {
         return UnitsOf(TCFString(0.0, kCFDateFormatterFullStyle, kCFDateFormatterFullStyle));
     };
     const std::u16string whole = moment();
+    EXPECT_FALSE(whole.empty());
     const SInt64 objects = LiveObjectsForTesting();
-    for (int call = 1;; ++call) {
-        const FailingMalloc failing(call);
-        const std::u16string result = moment();
+    const int failureCount = support::FailEach<FailingMalloc>([&](const auto& inUnderFault) {
+        std::u16string result;
+        const bool failed = inUnderFault([&] { result = moment(); });
+        EXPECT_EQ(failed ? std::u16string() : whole, result);
         EXPECT_EQ(objects, LiveObjectsForTesting());
-        if (!failing.Delivered()) break;
-        EXPECT_TRUE(result.empty() || result == whole) << call;
-        ASSERT_LT(call, 100);
-    }
+        EXPECT_EQ(0, FailingMalloc::LiveBlockCount());
+    });
+    EXPECT_EQ(5, failureCount) << "the locale and its name, the formatter and its pattern, and the text";
+}
+
+// More than what a std::string holds in itself.
+TEST(FaultsOnToolboxTest, NoMemoryForAStdString) {
+    const TCFString string = Units(kText);
+    std::string text = "before";
+    EXPECT_EQ(1, support::FailEach<test_files::FailingNew>([&](const auto& inUnderFault) {
+                  bool wentWell = false;
+                  const bool failed = inUnderFault(
+                      [&] { wentWell = string.StdStringWithEncoding(text, kCFStringEncodingUTF8); });
+                  EXPECT_EQ(!failed, wentWell);
+                  EXPECT_EQ(failed ? "before" : "a:Very long name.txt", text);
+              }));
 }
 
 TEST(FaultsOnToolboxTest, OperationsOnManyThreads) {
@@ -134,7 +151,7 @@ TEST(FaultsOnToolboxTest, OperationsOnManyThreads) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&shared] {
-            for (int k = 0; k < 500; ++k) {
+            for (int k = 0, rounds = support::Rounds(500); k < rounds; ++k) {
                 const TCFString name = shared.RemoveSuffix() + shared.Suffix();
                 if (name != shared || UnitsOf(shared.HFSName(10)) != u"a_Very.txt" ||
                     shared.FinderCompareTo(name, true) != 0)

@@ -1,5 +1,6 @@
 #include "OnDoubles.h"
 #include "fakes/Resources.h"
+#include "support/FailingNew.h"
 
 #include <foundation/LException.h>
 
@@ -47,6 +48,23 @@ TEST_F(TCFStringResTest, ARepeatedLookupReadsNothing) {
     fakes::ForgetResources();
     EXPECT_EQ(u"three", UnitsOf(Res(3))) << "even when the resource has gone";
     EXPECT_EQ(1, Reads());
+}
+
+TEST_F(TCFStringResTest, WhatCannotBeKeptIsReadAllTheSame) {
+    ScriptList({"one", "two"});
+    TCFString first, second;
+    bool wasDelivered = false;
+    {
+        const test_files::FailingNew failing(1, test_files::FailingNew::kOnce);
+        first = Res(2);
+        wasDelivered = failing.Delivered();
+    }
+    EXPECT_TRUE(wasDelivered);
+    EXPECT_EQ(u"two", UnitsOf(first));
+    EXPECT_EQ(u"two", UnitsOf(Res(2)));
+    EXPECT_EQ(2, Reads());
+    EXPECT_EQ(u"two", UnitsOf(Res(2)));
+    EXPECT_EQ(2, Reads()) << "kept now";
 }
 
 TEST_F(TCFStringResTest, EachEntryIsReadForItself) {

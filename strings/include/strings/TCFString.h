@@ -103,8 +103,8 @@ class MIRTAL_EXPORT TCFString {
     [[nodiscard]] static TCFString Int(const unsigned long& inNumber);  // decimal
     // A string of the application's resources, in the default encoding: "STR " inResID for an inIndex below
     // 0, else entry inIndex (from 1) of the list "STR#" inResID. What is not empty is read once and kept for
-    // the life of the process. A missing list or entry is empty; a missing "STR " throws LException "nilP".
-    // One thread at a time.
+    // the life of the process, unless memory for that is short. A missing list or entry is empty; a missing
+    // "STR " throws LException "nilP". One thread at a time.
     [[nodiscard]] static TCFString Res(short inResID, short inIndex);
 
     // Searching. Without flags units compare by value. The empty string is found nowhere.
