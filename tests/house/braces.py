@@ -11,6 +11,9 @@ import subprocess
 import sys
 from pathlib import Path
 
+sys.dont_write_bytecode = True  # the tree stays as it is
+from usage import arguments
+
 CONTROL = re.compile(r"^\s*(\} )?(else )?(if|for|while)\b.*|^\s*\} else \{$")
 # One statement on a line of its own. One that is controlled itself is left, as an else could change its owner, and so is a
 # macro, which may be controlled inside.
@@ -201,7 +204,8 @@ def without(text, braces):
 
 
 def main():
-    root, fixes = Path(sys.argv[1]), "--fix" in sys.argv
+    given = arguments(1, 2)
+    root, fixes = Path(given[0]), "--fix" in given
     names = subprocess.run(["git", "-C", str(root), "ls-files", "*.h", "*.cpp"], capture_output=True, text=True,
                            check=True).stdout.split()
     count, uneven_count = 0, 0

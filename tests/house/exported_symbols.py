@@ -9,7 +9,10 @@ import subprocess
 import sys
 from pathlib import Path
 
-ROOT, TOOLBOX, LIBRARY, FRAMEWORK = Path(sys.argv[1]), sys.argv[2], sys.argv[3], sys.argv[4]
+sys.dont_write_bytecode = True  # the tree stays as it is
+from usage import arguments
+
+ROOT, TOOLBOX, LIBRARY, FRAMEWORK = map(Path, arguments(4))
 
 # What compilers and their instrumentation export from any shared library.
 ALWAYS = re.compile(r"^(_init|_fini|__bss_start|_edata|_end|__asan\w*|__odr_asan[.\w]*|__sancov\w*|__gcov\w*|__llvm\w*)$"

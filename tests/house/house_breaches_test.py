@@ -16,6 +16,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True  # the tree stays as it is
 from rooms import LIST, source_files
+from usage import arguments
 
 HERE = Path(__file__).resolve().parent
 MAP = "docs/architecture.md"
@@ -81,6 +82,8 @@ INCLUDES = [
 
 LISTED = [
     ("a file of no room", {"newroom/New.cpp": lambda text: "int gNew;\n"}, "newroom/New.cpp:1: belongs to no room"),
+    ("an #include behind a byte order mark", {"strings/CStrings.cpp": lambda text: "\ufeff#include <pwd.h>\n" + text},
+     "strings/CStrings.cpp:1: " + neither("pwd.h", "strings/text")),
     ("two headers that include each other",
      {"platform/memory/Heap.h": lambda text: text + '\n#include "Accounts.h"\n',
       "platform/memory/Accounts.h": lambda text: text + '\n#include "Heap.h"\n'}, "a circle of includes: .*Accounts.h"),
@@ -157,12 +160,29 @@ SYMBOLS = [
      "calls __environ, which is not named for foundation/system"),
     ("files", 'extern "C" __attribute__((weak)) int nice(int); int Planted() { return nice ? nice(1) : 0; }',
      "calls nice, which is not named for files"),
+    ("strings", "#include <locale>\nvoid Planted() { std::locale::global(std::locale::classic()); }",
+     "calls _ZNSt6locale6globalERKS_, which is not named for strings/text"),
+    ("strings", '#include <cstdlib>\ndouble Planted(const char* a) { return std::strtod(a, nullptr); }',
+     "calls strtod, which is not named for strings/text"),
+    ("converter", '#include <cstdio>\nint Planted(char* a, double b) { return std::snprintf(a, 9, "%g", b); }',
+     "calls (__)?snprintf(_chk)?, which is not named for converter"),
+    ("converter", 'extern "C" int isalpha(int); int Planted(int a) { return isalpha(a); }',
+     "calls isalpha, which is not named for converter"),
+    ("converter", "#include <condition_variable>\nvoid Planted(std::condition_variable& c) { c.notify_one(); }",
+     "calls _ZNSt18condition_variable10notify_oneEv, which is not named for converter"),
+    ("converter", 'extern "C" void Activate() __asm__("_ZNSt9once_flag11_M_activateEv"); void Planted() { Activate(); }',
+     "calls _ZNSt9once_flag11_M_activateEv, which is not named for converter"),
+    ("converter", 'extern "C" void* gCall __asm__("_ZSt11__once_call"); void* Planted() { return gCall; }',
+     "calls _ZSt11__once_call, which is not named for converter"),
     ("strings", "namespace other { int Call(); } int Planted() { return other::Call(); }",
      "calls _ZN5other4CallEv, which is not named for strings/text"),
 ]
-ALLOWED = ("strings", '#include <cstring>\n#include <vector>\n#include <stdexcept>\nextern "C" short CurResFile(); extern "C" long getpid(); '
-                      'unsigned long Planted(const char* a) { if (!a) throw std::runtime_error("none"); '
-                      'return std::strlen(a) + CurResFile() + std::vector<char>(a, a + 1).size(); }')
+ALLOWED = [("strings", '#include <cstring>\n#include <vector>\n#include <stdexcept>\nextern "C" short CurResFile(); extern "C" long getpid(); '
+                       'unsigned long Planted(const char* a) { if (!a) throw std::runtime_error("none"); '
+                       'return std::strlen(a) + CurResFile() + std::vector<char>(a, a + 1).size(); }'),
+           ("platform/keys", "#include <condition_variable>\n#include <mutex>\nvoid PlantedOnce(); std::once_flag gPlanted; "
+                             "void Planted(std::condition_variable& c) { std::call_once(gPlanted, PlantedOnce); c.notify_one(); } "
+                             "void PlantedOnce() {}")]
 
 TESTED_BY = "tests/house/tested_by.txt"
 JAVA = "java/src/"
@@ -208,7 +228,9 @@ RULES = [
     east("strings/TruncatingCopies.cpp", "const char *const *const kPlanted = 0; unsigned const kOther = 0;"),
     added("strings/CStrings.cpp", "constexpr int kLongestPlant = 3;", "kLongestPlant: an upper bound is kMax"),
     added("strings/CStrings.cpp", "constexpr int kMost = 3;", "kMost: an upper bound is kMax"),
-    added("strings/MoveBytes.h", "\n" * 600, "longer than 600 lines"),
+    ("a file of 601 lines", {"strings/Long.h": lambda text: "\n" * 601}, "strings/Long.h:601: longer than 600 lines"),
+    ("a file of 601 lines without an end", {"strings/Endless.h": lambda text: "\n" * 600 + "//"},
+     "strings/Endless.h:601: longer than 600 lines"),
     ("a test in no target", {"tests/strings/Forgotten_test.cpp": lambda text: "int gForgotten;\n"}, "Forgotten_test.cpp:1: is in no target"),
     ("a Java test in no target", {JAVA + "test/java/com/mirtal/ForgottenTest.java": lambda text: "class ForgottenTest {}\n"},
      "ForgottenTest.java:1: is in no target"),
@@ -232,6 +254,8 @@ STATUSES = [
     ("a status that comments name, and nobody answers",
      {ERRORS: lambda text: text.replace("enum {", "enum {\n    plantErr = -999,", 1),
       "strings/CStrings.cpp": lambda text: text + "// Answers plantErr.\n"}, "nobody answers plantErr"),
+    ("a status that is reserved and answered", {"strings/PlugParams.cpp": lambda text: text + "int gPlanted = wrPermErr;\n"},
+     "wrPermErr is answered by now"),
     changed(WORDS, "    {ioErr, ", "    {noErr, ", "no words for ioErr"),
     changed(WORDS, "    {bdNamErr, ", "    {eofErr, ", "eofErr has words twice"),
     changed(CODES, "NO_FILE = -43;", "NO_FILE = -48;", "NO_FILE is -48, and fnfErr is -43"),
@@ -241,6 +265,9 @@ STATUSES = [
     changed(CODES, "    private", "    static final int UNUSED = -36;  // ioErr\n    private", "nobody uses UNUSED"),
     changed(CODES, "    private", "    static int other = -36;\n    private", "a constant is not of the form"),
 ]
+
+# Scripts for which a tree is not enough.
+MORE_THAN_A_TREE = ("exported_symbols.py", "house_breaches_test.py", "must_use.py", "room_symbols.py", "thread_safety.py")
 
 PLANTS = (INCLUDES, LISTED, MAPS, TESTS, RULES, STATUSES, SYMBOLS)
 failures = []
@@ -340,8 +367,18 @@ def test_script(tree, script, plants):
 
 def test_rules(tree):
     test_script(tree, "house_rules.py", RULES)
-    with Changed(tree, {"strings/CStrings.cpp": lambda text: text + "\n".join(RIGHT) + "\n"}):
-        expect_none("words that are right", run("house_rules.py", tree))
+    with Changed(tree, {"strings/CStrings.cpp": lambda text: text + "\n".join(RIGHT) + "\n",
+                        "strings/Long.h": lambda text: "\n" * 600, "strings/Endless.h": lambda text: "\n" * 599 + "//"}):
+        expect_none("words that are right, and files of 600 lines", run("house_rules.py", tree))
+
+
+def test_usage():
+    scripts = {path.name for path in HERE.glob("*.py")} - {"rooms.py", "usage.py"}
+    for script in scripts:
+        for given in ([], ["."] * 9, ["."] if script in MORE_THAN_A_TREE else []):
+            code, output = run(script, *given)
+            if code != 2 or not output.startswith(f"Usage: {script} ") or "Traceback" in output:
+                failures.append(f"{script} {given}: does not say its usage (exit {code}):\n{output}")
 
 
 def test_symbols(tree, source_tree, build, compiler):
@@ -363,8 +400,8 @@ def test_symbols(tree, source_tree, build, compiler):
         return run("room_symbols.py", tree, shadow)
 
     expect_none("the build as it is", run("room_symbols.py", source_tree, build))
-    allowed = plant("", *ALLOWED)
-    expect_none(f"{ALLOWED[1]} in {ALLOWED[0]}", outcome([allowed]))
+    allowed = [plant(f"Right{number}", *each) for number, each in enumerate(ALLOWED)]
+    expect_none(f"{ALLOWED}", outcome(allowed))
     planted = [plant(number, folder, code) for number, (folder, code, _) in enumerate(SYMBOLS)]
     lines = [("platform/aliases", "calls getuid system"), ("platform/system", "calls clock_gettime"),
              ("platform/memory", "sees platform/status")]
@@ -375,8 +412,8 @@ def test_symbols(tree, source_tree, build, compiler):
     expect_found("a call that is not made", found, "room platform/aliases names getuid, which it does not call")
     expect_found("a room that may call anything", found, "room platform/aliases may call anything")
     expect_found("a room that is seen for nothing", found, "room platform/memory sees platform/status, of which it uses nothing")
-    (shadow / "Planted.o").unlink()
-    expect_found("a source without its object", outcome([allowed]), "Planted.cpp: is not compiled")
+    (shadow / "PlantedRight0.o").unlink()
+    expect_found("a source without its object", outcome(allowed), "PlantedRight0.cpp: is not compiled")
     commands.clear()
     expect_found("a build without objects", outcome([]), "no object of any room")
 
@@ -390,6 +427,7 @@ def main(source_tree, build, compiler):
         for name in source_files(source_tree) + java + lists + [LIST, MAP, TESTED_BY]:
             (tree / name).parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(source_tree / name, tree / name)
+        test_usage()
         test_includes(tree)
         test_list(tree)
         test_script(tree, "source_tests.py", TESTS)
@@ -402,4 +440,5 @@ def main(source_tree, build, compiler):
 
 
 if __name__ == "__main__":
-    sys.exit(main(Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve(), sys.argv[3]))
+    SOURCE_TREE, BUILD, COMPILER = arguments(3)
+    sys.exit(main(Path(SOURCE_TREE).resolve(), Path(BUILD).resolve(), COMPILER))

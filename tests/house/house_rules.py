@@ -8,6 +8,9 @@ import subprocess
 import sys
 from pathlib import Path
 
+sys.dont_write_bytecode = True  # the tree stays as it is
+from usage import arguments
+
 MAX_LINES = 600
 CODE = re.compile(r"//[^\n]*|#\s*include[^\n]*|/\*.*?\*/|R\"(\w*)\(.*?\)\1\"|\"(?:\\.|[^\"\\\n])*\"|(?<!\w)'(?:\\.|[^'\\\n])*'|::|->|\w+|\s+|.",
                   re.DOTALL)
@@ -76,9 +79,9 @@ def check(tree):
         if not re.search(r"\.(c|cpp|h|java)$", name):
             continue
         text = (tree / name).read_text()
-        lines = text.split("\n")
-        if len(lines) > MAX_LINES:
-            breaches.append(f"{name}:{len(lines)}: longer than {MAX_LINES} lines")
+        line_count = len(text.removesuffix("\n").split("\n"))
+        if line_count > MAX_LINES:
+            breaches.append(f"{name}:{line_count}: longer than {MAX_LINES} lines")
         if not name.endswith(".java"):
             breaches += breaches_of_words(name, text)
         if re.search(r"_(test|benchmark|fuzzer)\.cpp$|Test\.java$", name) and not is_in_a_target(name, lists):
@@ -93,4 +96,4 @@ def main(tree):
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1]))
+    sys.exit(main(*arguments(1)))

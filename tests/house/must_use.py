@@ -12,6 +12,9 @@ import sys
 import tempfile
 from pathlib import Path
 
+sys.dont_write_bytecode = True  # the tree stays as it is
+from usage import arguments
+
 ROOMS = ("converter/", "files/", "foundation/", "platform/", "quicktime/", "strings/", "tools/")
 STATUSES = {"OSErr", "OSStatus", "ComponentResult"}
 VALUES = {"TCFString"}  # a copy that was dropped changed nothing
@@ -114,7 +117,8 @@ def missed_by_the_build(root, compiler):
 
 
 def main():
-    root, compiler = Path(sys.argv[1]), sys.argv[2]
+    tree, compiler = arguments(2)
+    root = Path(tree)
     names = subprocess.run(["git", "-C", str(root), "ls-files", "*.h"], capture_output=True, text=True,
                            check=True).stdout.split()
     ours = [name for name in names if name.startswith(ROOMS)]

@@ -10,6 +10,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True  # the tree stays as it is
 from rooms import LIST, Rooms, source_files
+from usage import arguments
 
 # Standard C++20, without what is there to reach the system: clocks, threads, files, signals, random bits, the process's
 # locale; rooms name that. Single functions of the rest that do (std::getenv) are found by room_symbols.py.
@@ -102,7 +103,7 @@ class Includes:
 
     def check_file(self, path):
         room = self.rooms.room_of(path)
-        text = (self.rooms.tree / path).read_bytes().decode(errors="surrogateescape")  # line ends as they are
+        text = (self.rooms.tree / path).read_bytes().decode("utf-8-sig", "surrogateescape")  # line ends as they are
         for number, spelled in includes(text):
             where = f"{path}:{number}"
             if spelled is None:
@@ -261,4 +262,4 @@ def main(arguments):
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(main(arguments(1, 2)))

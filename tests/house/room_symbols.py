@@ -17,31 +17,34 @@ from pathlib import Path
 sys.dont_write_bytecode = True  # the tree stays as it is
 from room_rules import Includes
 from rooms import LIST, Rooms, source_files
+from usage import arguments
 
 # What compilers call by themselves: exceptions, objects of functions and threads, arithmetic that the machine lacks,
-# what processor it is, stack protection, where errno is and what kind of character one is; and an assertion's end.
+# what processor it is, stack protection and where errno is; and an assertion's end.
 RUNTIME = re.compile(r"^(_GLOBAL_OFFSET_TABLE_|_Unwind_\w+|__cxa_\w+|__g(xx|cc)_personality_\w+|__dynamic_cast|__dso_handle"
                      r"|__tls_get_addr|__emutls_get_address|__stack_chk_(fail|guard)|__errno_location"
                      r"|__libc_single_threaded|__cpu_(model|features2|indicator_init)|__assert_fail"
                      r"|__(u?div|u?mod|u?divmod|mul|neg|ash[lr]|lshr|popcount|c[lt]z|bswap)[dt]i[234]"
                      r"|__(add|sub|mul|div|neg|unord|cmp|eq|ne|l[te]|g[te])[sdtx]f[23]|__(extend|trunc)[sdtx]f[sdtx]f2"
                      r"|__fix(uns)?[sdtx]f[sdt]i|__float(un)?[sdt]i[sdtx]f"
-                     r"|__aarch64_(cas|swp|ld(add|clr|eor|set))\d+_\w+|__ctype_(b|tolower|toupper)_loc"
+                     r"|__aarch64_(cas|swp|ld(add|clr|eor|set))\d+_\w+"
                      r"|__(fpclassify|signbit|isinf|isnan|finite)[fl]?)$")
 # What sanitizers and coverage add.
 INSTRUMENTS = re.compile(r"^(__(asan|ubsan|tsan|lsan|sanitizer|sancov|gcov|llvm_(gcov|gcda|profile))_\w+|___asan_\w+|llvm_gc\w+"
                          r"|__(start|stop)_(asan_globals|__sancov_\w+|__llvm_prf_\w+))$")
 # Names of the C++ library, by how they are mangled: std and what it abbreviates, its extensions, the language's own
 # classes, the types that are built in, and operators new and delete. Not those that read a clock, start or end threads,
-# or reach files, standard streams, the system's random bits or a locale by its name: who calls these is named.
+# or reach files, standard streams, the system's random bits, the process's locale or one by its name: who calls these
+# is named.
 STANDARD = re.compile(r"^_Z(GV|T[ISTVC])?(N[KVRO]*)?(St|S[abdios]|9__gnu_cxx|10__cxxabiv1)|^_ZT[ISV](P?K?)[a-z]$|^_Z(n[wa]|d[la])")
 REACHING = re.compile(r"6chrono\w*(3nowEv|tzdb|_zone)|13random_device|6thread|11this_thread|13__future_base|10filesystem"
                       r"|12__basic_file|filebuf|fstream|8ios_base(4Init|15sync_with_stdio)|^_ZSt\d(w?(cin|cout|cerr|clog))$"
-                      r"|6localeC[12]E(PKc|RKS_PKc|RKN)|_byname")
-# Functions of the C library that only work on what they are given; bcmp is what Clang makes of some memcmp.
+                      r"|6locale(C[12]E(PKc|RKS_PKc|RKN)|6globalE)|_byname")
+# Functions of the C library that only work on what they are given; bcmp is what Clang makes of some memcmp. Not those
+# whose answer the process's locale has a word in, as those that read or write a fraction, or tell what kind of character
+# one is. (Of what strtol and its like do, it could change what is a blank, beyond ASCII.)
 PURE = re.compile(r"^(gnu_dev_(major|minor)|bcmp|mem(ccpy|chr|cmp|cpy|move|set|mem)|str(n?cat|r?chr|n?cmp|n?cpy|n?len|c?spn|pbrk|str)|stpcpy"
-                  r"|(m|c|re)alloc|aligned_alloc|free|abort|qsort|bsearch|v?sn?printf|v?sscanf|strto(d|f|k?ld|u?l|u?ll)"
-                  r"|ato[fil]|l?abs|is(alpha|alnum|digit|space|upper|lower|punct|xdigit)|to(upper|lower)"
+                  r"|(m|c|re)alloc|aligned_alloc|free|abort|qsort|bsearch|strtou?ll?|ato(i|ll?)|l?abs"
                   r"|(l?l?round|l?l?rint|ceil|floor|trunc|fmod|fabs|sqrt|pow|exp2?|log(2|10)?|sin|cos|tan|ldexp|frexp|"
                   r"nearbyint|copysign|fma|fmin|fmax|modf|scalbn)[fl]?)$")
 # Words of the list for many calls; and what std::mutex and its like call.
@@ -171,11 +174,12 @@ class Links:
             return
         if RUNTIME.match(base) or INSTRUMENTS.match(base) or PURE.match(base):
             return
-        if STANDARD.match(base) and not REACHING.search(base):
-            return
         if base in user.room.calls or "system" in user.room.calls:
             return
-        if LOCKS.match(base) and "locks" in user.room.calls:
+        is_lock = LOCKS.match(base)
+        if is_lock and "locks" in user.room.calls:
+            return
+        if STANDARD.match(base) and not REACHING.search(base) and not is_lock:
             return
         if any(base.startswith(prefix) for library in self.rooms.libraries_of(user.room) for prefix in library.symbols):
             return
@@ -195,4 +199,4 @@ def main(arguments):
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(main(arguments(2)))

@@ -9,6 +9,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True  # the tree stays as it is
 from rooms import Rooms, source_files
+from usage import arguments
 
 LIST = "tests/house/tested_by.txt"
 JAVA, JAVA_TESTS = "java/src/main/java/", "java/src/test/java/"
@@ -82,4 +83,4 @@ def main(tree):
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1]))
+    sys.exit(main(*arguments(1)))

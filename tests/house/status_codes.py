@@ -11,6 +11,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True  # the tree stays as it is
 from rooms import source_files
+from usage import arguments
 
 HEADER = "platform/include/toolbox/MacErrors.h"
 WORDS = "platform/status/StatusText.cpp"
@@ -87,4 +88,4 @@ def main(tree):
 
 
 if __name__ == "__main__":
-    sys.exit(main(Path(sys.argv[1])))
+    sys.exit(main(Path(*arguments(1))))

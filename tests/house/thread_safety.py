@@ -16,8 +16,10 @@ from pathlib import Path
 sys.dont_write_bytecode = True  # the tree stays as it is
 from room_rules import Includes
 from rooms import Rooms, source_files
+from usage import arguments
 
-ROOT, BUILD, CLANG = Path(sys.argv[1]).resolve(), Path(sys.argv[2]), sys.argv[3]
+TREE, BUILD, CLANG = arguments(3)
+ROOT, BUILD = Path(TREE).resolve(), Path(BUILD)
 ANNOTATED = "platform/os/inside/os/Mutex.h"
 PLAIN = re.compile(r"std::(recursive_|timed_|shared_)*mutex\b|std::(lock_guard|unique_lock|scoped_lock|shared_lock)\b")
 KEPT = re.compile(r"-(I|D|std=|isystem)")

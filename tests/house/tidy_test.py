@@ -15,6 +15,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True  # the tree stays as it is
 from rooms import Rooms
+from usage import arguments
 
 MAX_CHANGED = 30
 failures = []
@@ -146,4 +147,4 @@ def main(tree):
 
 
 if __name__ == "__main__":
-    sys.exit(main(Path(sys.argv[1]).resolve()))
+    sys.exit(main(Path(*arguments(1)).resolve()))
