@@ -1,5 +1,6 @@
 // Debug reports over the real toolbox: a developer at a terminal.
 #include "support/PseudoTerminal.h"
+#include "support/Rounds.h"
 
 #include <foundation/LException.h>
 #include <foundation/UDebugging.h>
@@ -117,11 +118,11 @@ TEST(UDebuggingOnToolbox, EachThreadsReportHasItsOwnTexts) {
         },
         &heard);
     constexpr int kThreadCount = 3;
-    constexpr int kRounds = 20'000;
+    const int kRounds = support::Rounds(20'000);
     std::atomic<int> started{0};
     std::vector<std::thread> threads;
     for (long number = 1; number <= kThreadCount; ++number)
-        threads.emplace_back([number, &started] {
+        threads.emplace_back([number, kRounds, &started] {
             const std::string text = std::to_string(number);
             sExpected = text;
             ++started;

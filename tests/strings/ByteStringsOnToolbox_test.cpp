@@ -1,6 +1,8 @@
 // What byte strings say of scripts and of resources, over the real toolbox.
 #include "PascalBuffer.h"
 #include "platform/resources/ResourcesTest.h"
+#include "support/CommaLocale.h"
+#include "support/Rounds.h"
 
 #include <gtest/gtest.h>
 #include <strings/ByteBlocks.h>
@@ -69,7 +71,7 @@ TEST_F(ByteStringsOnToolboxTest, CaseOfTheApplicationsText) {
 
 // The table is filled by whoever comes first; with one code asked for, all get right answers.
 TEST_F(ByteStringsOnToolboxTest, ThreadsOnOneScript) {
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0, rounds = support::Rounds(50); round < rounds; ++round) {
         SetScript(smJapanese);
         std::atomic<int> wrongCount = 0;
         std::vector<std::thread> threads;
@@ -89,6 +91,14 @@ TEST_F(ByteStringsOnToolboxTest, Numbers) {
     P text;
     PAddNum(text, -2147483647L - 1);
     EXPECT_EQ("-2147483648", text.Text());
+}
+
+TEST_F(ByteStringsOnToolboxTest, NumbersAreReadAsTheProcesssLocaleHasThem) {
+    EXPECT_EQ(2.5, PStr2Double(P("2.5")));
+    EXPECT_EQ(2.0, PStr2Double(P("2,5")));
+    const support::CommaLocale locale;
+    EXPECT_EQ(2.5, PStr2Double(P("2,5")));
+    EXPECT_EQ(2.0, PStr2Double(P("2.5")));
 }
 
 class ListsOnToolboxTest : public test_resources::ResourcesTest {};

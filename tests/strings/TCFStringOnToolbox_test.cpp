@@ -1,6 +1,7 @@
 // The string core over the real Core Foundation.
 #include "corefoundation/CF_test_access.h"
 #include "os/SystemCalls_test_access.h"
+#include "support/Rounds.h"
 
 #include <gtest/gtest.h>
 #include <strings/TCFString.h>
@@ -159,7 +160,7 @@ TEST(TCFStringOnToolboxTest, ReadersOnManyThreads) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&shared] {
-            for (int k = 0; k < 2000; ++k) {
+            for (int k = 0, rounds = support::Rounds(2000); k < rounds; ++k) {
                 const TCFString copy(shared);
                 if (copy != shared || TCFString::DefaultEncoding() != TCFString::DefaultEncoding())
                     ADD_FAILURE() << "copies differ";

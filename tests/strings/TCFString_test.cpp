@@ -1,5 +1,6 @@
 #include "fakes/Calls.h"
 #include "fakes/Text.h"
+#include "support/Rounds.h"
 
 #include <gtest/gtest.h>
 #include <strings/TCFString.h>
@@ -346,7 +347,7 @@ TEST_F(TCFStringTest, CheckRangeIsAlwaysInside) {
         return kEdges[random() % std::size(kEdges)];
     };
     const TCFString strings[] = {TCFString::Empty, ASCII("x"), ASCII("01234"), ASCII("0123456789")};
-    for (int i = 0; i < 5000; ++i) {
+    for (int i = 0, rounds = support::Rounds(5000); i < rounds; ++i) {
         const TCFString& string = strings[random() % std::size(strings)];
         const long location = pick(), length = pick();
         const CFRange range = string.CheckRange(CFRangeMake(location, length));

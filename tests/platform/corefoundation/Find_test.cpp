@@ -1,5 +1,6 @@
 #include "CFSupport.h"
 #include "Faults.h"
+#include "support/Rounds.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/CFStringFind.h>
@@ -356,7 +357,7 @@ TEST(Find, AsTryingEveryPartDoes) {
         return made;
     };
     int foundCount = 0;
-    for (int round = 0; round < 6'000; ++round) {
+    for (int round = 0, rounds = support::Rounds(6'000); round < rounds; ++round) {
         const std::u16string in = text(10);
         const std::u16string find = round % 2 == 0 ? text(2) : in.substr(in.size() / 3, 1 + round % 3);
         for (const CFStringCompareFlags flags :
@@ -389,7 +390,7 @@ TEST(FindAndReplace, AsFindingOneAfterTheOther) {
         return made;
     };
     CFIndex replacedCount = 0;
-    for (int round = 0; round < 20'000; ++round) {
+    for (int round = 0, rounds = support::Rounds(20'000); round < rounds; ++round) {
         const std::u16string in = text(below(12));
         const std::u16string find = text(below(8) == 0 ? 0 : 1 + below(4) / 3);
         const std::u16string with = text(below(4));

@@ -1,5 +1,6 @@
 // How texts are searched: what is found, and with how much looking.
 #include "CFSupport.h"
+#include "support/Rounds.h"
 
 #include <corefoundation/Finder.h>
 #include <gtest/gtest.h>
@@ -77,7 +78,7 @@ TEST(UnitSearch, AsTryingEveryPlaceDoes) {
     std::mt19937 random(5);
     const auto below = [&random](std::size_t inLimit) { return random() % inLimit; };
     std::size_t foundCount = 0;
-    for (int round = 0; round < 60'000; ++round) {
+    for (int round = 0, rounds = support::Rounds(60'000); round < rounds; ++round) {
         const std::size_t letterCount = 1 + below(3);
         const auto text = [&](std::size_t inLength) {
             std::u16string made(inLength, u' ');

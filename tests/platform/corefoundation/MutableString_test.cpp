@@ -1,5 +1,6 @@
 #include "CFSupport.h"
 #include "Faults.h"
+#include "support/Rounds.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/CFMutableString.h>
@@ -260,7 +261,7 @@ TEST(MutableString, AsTheStandardStringDoes) {
     };
     const OwnedMutable string = NewMutable();
     std::u16string model;
-    for (int round = 0; round < 20'000; ++round) {
+    for (int round = 0, rounds = support::Rounds(20'000); round < rounds; ++round) {
         const auto length = static_cast<CFIndex>(model.size());
         const CFIndex location = below(length + 1);
         const CFIndex count = length - location == 0 ? 0 : below(length - location + 1);

@@ -1,5 +1,6 @@
 #include "ResourcesTest.h"
 #include "interface/ResourceBytes.h"
+#include "support/Rounds.h"
 
 #include <atomic>
 #include <thread>
@@ -85,7 +86,7 @@ TEST_F(StringsTest, WhileAnotherThreadReleasesTheList) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 2; ++i)
         threads.emplace_back([&] {
-            for (int round = 0; round < 2000; ++round) {
+            for (int round = 0, rounds = support::Rounds(2000); round < rounds; ++round) {
                 if (At(1, 64) != text) ADD_FAILURE() << round;
                 const std::vector<UInt8> bytes = toolbox::interface::BytesOfResource(kList, 1);
                 if (!std::equal(bytes.begin(), bytes.end(), list.begin(), list.end(),
