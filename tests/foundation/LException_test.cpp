@@ -99,7 +99,7 @@ TEST_F(LExceptionTest, CopyTakesCodeAndMessage) {
     EXPECT_NE(source.GetErrorString(), copy.GetErrorString());
 }
 
-// Memory that both constructors are given shows whether the text buffer was touched.
+// What the memory was filled with before shows whether the text buffer was touched.
 TEST_F(LExceptionTest, CopyLeavesTheTextBufferAlone) {
     const LException source(-7, ASCII("shared"));
     source.GetErrorString();

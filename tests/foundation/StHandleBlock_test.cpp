@@ -123,7 +123,6 @@ TEST_F(StHandleBlockTest, CopyHasABlockOfItsOwn) {
 
 TEST_F(StHandleBlockTest, CopyOfABlockThatIsNotOwnedIs) {
     const Handle handle = HandleOf("abc");
-    { const StHandleBlock copy(StHandleBlock(handle, false)); }
     {
         const StHandleBlock block(handle, false);
         const StHandleBlock copy(block);

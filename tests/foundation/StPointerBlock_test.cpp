@@ -88,6 +88,19 @@ TEST_F(StPointerBlockTest, CopyHasABlockOfItsOwn) {
     EXPECT_EQ("abc", TextOf(copy.Get()));
 }
 
+TEST_F(StPointerBlockTest, CopyOfABlockThatIsNotOwnedIs) {
+    const Ptr bytes = PtrOf("abc");
+    {
+        const StPointerBlock block(bytes, false);
+        const StPointerBlock copy(block);
+        EXPECT_NE(bytes, copy.Get());
+        EXPECT_EQ("abc", TextOf(copy.Get()));
+    }
+    EXPECT_EQ(1U, Count("DisposePtr")) << "the copy";
+    EXPECT_EQ("abc", TextOf(bytes));
+    DisposePtr(bytes);
+}
+
 TEST_F(StPointerBlockTest, CopyOfNothing) {
     const StPointerBlock none(nullptr);
     const StPointerBlock copy(none);

@@ -7,10 +7,14 @@
 #include <gtest/gtest.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/TextEncoding.h>
+#include <toolbox/Volumes.h>
 
 #include <cstring>
 #include <string>
 #include <vector>
+
+// Its historic size, and what four pointers of the host have more.
+static_assert(sizeof(HParamBlockRec) == 122 + 4 * (sizeof(void*) - 4));
 
 namespace {
 

@@ -115,6 +115,14 @@ TEST(VersionStrToNum, Table) {
         {"1.2.b7", 0x01206007},
         {"1.2.34", 0x01238004},  // digits behind the bug-fix version
         {"1.2.3.4", 0x01238004},
+        {"1..2", 0x01028000},  // a period behind each number, be it there or not
+        {"1...2", 0x01008002},
+        {"1....2", 0x01008002},  // and behind the stage
+        {"1.....2", 0x01008000},
+        {"1..b2", 0x01006002},
+        {"1.2..3", 0x01208003},
+        {"1.2.3..4", 0x01238004},
+        {"1.2.3...4", 0x01238000},
         {"1.2.3b123", 0x01236023},  // the last two digits
         {"1.2.3b99 rest", 0x01236099},
         {"v.1", 0x01008000},

@@ -98,6 +98,18 @@ TEST_F(TCFStringBytesTest, StdStringWithoutMemory) {
     EXPECT_EQ("before", text);
 }
 
+TEST_F(TCFStringBytesTest, ScratchOfTheLongestFormThereIs) {
+    const TCFString string = Units(u"abc");
+    std::string text;
+    EXPECT_TRUE(string.StdStringWithEncoding(text, kUTF8));
+    EXPECT_TRUE(WasCalled(fakes::CallText("NewPtr", 19)));
+    EXPECT_TRUE(WasCalled(fakes::CallText("CFStringGetCString", 19, kUTF8)));
+    fakes::StartScenario();
+    EXPECT_EQ(3, string.UTF8Length());
+    EXPECT_TRUE(WasCalled(fakes::CallText("NewPtrClear", 19)));
+    EXPECT_TRUE(WasCalled(fakes::CallText("CFStringGetCString", 19, kUTF8)));
+}
+
 TEST_F(TCFStringBytesTest, UTF8) {
     char bytes[] = "########";
     EXPECT_EQ(bytes, Units(u"caf\u00E9").UTF8(5, bytes));

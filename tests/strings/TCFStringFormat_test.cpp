@@ -16,6 +16,10 @@ TEST_F(TCFStringFormatTest, Int) {
     EXPECT_EQ(u"7", UnitsOf(TCFString::Int(7)));
     EXPECT_EQ(u"2147483648", UnitsOf(TCFString::Int(2147483648)));
     EXPECT_EQ(u"4294967295", UnitsOf(TCFString::Int(4294967295)));
+    if constexpr (sizeof(unsigned long) == 8) {
+        EXPECT_EQ(u"4294967296", UnitsOf(TCFString::Int(4294967295UL + 1)));
+        EXPECT_EQ(u"18446744073709551615", UnitsOf(TCFString::Int(~0UL)));
+    }
 }
 
 TEST_F(TCFStringFormatTest, Concatenation) {

@@ -42,6 +42,16 @@ TEST(PStrNCopyTest, TakesTheShorterOfLengthAndLimit) {
     }
 }
 
+TEST(PStrNCopyTest, OfALimitBelowZeroOnlyTheLengthIsWritten) {
+    for (const short limit : {-1, -2, -255}) {
+        unsigned char buffer[] = {7, '#', '#'};
+        truncating::PStrNCopy(P("\2ab"), buffer, limit);
+        EXPECT_EQ(static_cast<unsigned char>(limit), buffer[0]) << limit;
+        EXPECT_EQ('#', buffer[1]) << limit;
+        EXPECT_EQ('#', buffer[2]) << limit;
+    }
+}
+
 TEST(PStrNCopyTest, InPlaceOnlyTheLengthChanges) {
     unsigned char buffer[] = "\5hello";
     truncating::PStrNCopy(buffer, buffer, 2);

@@ -9,8 +9,8 @@
 
 namespace test_files {
 
-// While it lives, every call of the table is counted and made; but for those that give memory, or answer
-// without asking the system. One at a time, on one thread.
+// While it lives, every call of the table is made, and counted if it gives no memory and can tell an errno:
+// getenv, dlopen and getuid, say, are not. One at a time, on one thread.
 class CountedCalls {
   public:
     CountedCalls() : mBefore(toolbox::os::CallsForTesting()) {

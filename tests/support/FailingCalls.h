@@ -13,8 +13,9 @@ namespace test_files {
 // and all after it. A call that closes does close before it fails, as the system's own does. Calls that give
 // memory do not fail, nor do those that have no way to tell. One at a time, on one thread.
 //
-// Variables of the environment are gone then. So that what is looked for in the next place is found, and the
-// user's own folders are left alone, HOME and the user database tell of the test's folder.
+// A variable of the environment that is asked for then is not there, and what it would have named is looked
+// for in the next place. A test that lets folders of the user be looked for has HOME and the user database
+// tell of its own folder (Variables.h, UserDatabase.h), so that the user's are left alone.
 class FailingCalls {
   public:
     using Extent = support::Countdown::Extent;

@@ -1,7 +1,7 @@
 // Guards of a handle's state: a lock, or all state bits, held for the length of a scope.
 //
 // The guards borrow the handle, which must live as long as they hold it. Failures are thrown as LException
-// with the status of the Memory Manager; an argument that failed is then held by no guard.
+// with the status of the Memory Manager.
 #pragma once
 
 #include <foundation/MirtalExport.h>

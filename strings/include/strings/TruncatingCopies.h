@@ -11,7 +11,9 @@
 namespace truncating {
 
 // Pascal string of min(inSource[0], inMaxLength) bytes; outDestination may be inSource.
-//   inMaxLength  >= 0; outDestination holds one byte more
+//   inMaxLength  outDestination holds one byte more; below 0 its low byte becomes the length, and nothing
+//   else
+//                is written
 MIRTAL_EXPORT void PStrNCopy(const unsigned char* inSource, unsigned char* outDestination,
                              short inMaxLength) __asm__("_Z9PStrNCopyPKhPhs");
 
