@@ -11,9 +11,8 @@
 namespace truncating {
 
 // Pascal string of min(inSource[0], inMaxLength) bytes; outDestination may be inSource.
-//   inMaxLength  outDestination holds one byte more; below 0 its low byte becomes the length, and nothing
-//   else
-//                is written
+//   inMaxLength  outDestination holds one byte more; below 0 nothing but its low byte is written, as
+//                the length
 MIRTAL_EXPORT void PStrNCopy(const unsigned char* inSource, unsigned char* outDestination,
                              short inMaxLength) __asm__("_Z9PStrNCopyPKhPhs");
 
