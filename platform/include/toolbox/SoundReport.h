@@ -27,8 +27,8 @@ typedef struct MovieSoundReport {
     UInt64 damagedPacketCount;  // packets missing or undecodable, met so far: at opening and in every export
     SInt64 silencedFrameCount;  // frames that those would have given
     UInt64 skippedByteCount;    // bytes between packets that were no packets
-    Boolean isCutOff;  // the file ends before the sound that it promised, behind the last packet; what is
-                       // missing counts as one damaged packet
+    Boolean isCutOff;  // the file ends before the sound that it promised, behind the last packet, and an
+                       // export has come so far; what is missing counts as one damaged packet
 } MovieSoundReport;
 
 // paramErr for a null argument. A movie without sound gives format 0 and zeros.

@@ -32,6 +32,11 @@ OSStatus Decodability(const SoundFormat& inFormat) {
     }
 }
 
+// Where there is no sound at all, the end is met at once.
+bool IsCutMet(const SoundTrack& inSound, const toolbox::movies::DamageLog& inDamage) {
+    return inSound.isCutOff && (inDamage.IsEndMet() || inSound.FrameCount() == 0);
+}
+
 struct SoundCheck {
     std::uint32_t rateHz;
     SInt64 first;
@@ -57,6 +62,7 @@ OSStatus CheckSound(const OpaqueMedia& inMedia, const SoundCheck& inCheck) {
         if (inCheck.proc(inCheck.context, here - told) == 0) return noErr;
         told = here;
     }
+    if (end == renderer.FrameCount()) inMedia.damage->NoteEnd();
     return noErr;
 }
 
@@ -81,9 +87,10 @@ OSErr GetMovieSoundReport(Movie inMovie, MovieSoundReport* outReport) {
     outReport->framesTrimmedAtStart = sound.framesTrimmedAtStart;
     outReport->framesTrimmedAtEnd = sound.framesTrimmedAtEnd;
     outReport->packetCount = sound.packets == nullptr ? 0 : sound.packets->PacketCount();
-    outReport->isCutOff = sound.isCutOff ? 1 : 0;
-    outReport->damagedPacketCount = track->media.damage->PacketCount() + outReport->isCutOff;
-    outReport->silencedFrameCount = track->media.damage->SilencedFrameCount();
+    const toolbox::movies::DamageLog& damage = *track->media.damage;
+    outReport->isCutOff = IsCutMet(sound, damage) ? 1 : 0;
+    outReport->damagedPacketCount = damage.PacketCount() + outReport->isCutOff;
+    outReport->silencedFrameCount = damage.SilencedFrameCount();
     outReport->skippedByteCount = sound.skippedByteCount;
     return noErr;
 }

@@ -28,6 +28,7 @@ SoundRenderer::~SoundRenderer() = default;
 
 OSStatus SoundRenderer::Render(std::int64_t inFirst, std::int64_t inCount, std::uint8_t* outBytes) {
     if (mTrack->formats.front().decodable != noErr) return mTrack->formats.front().decodable;
+    if (inFirst + inCount >= mFrameCount) mDamage->NoteEnd();
     FrameSink sink(outBytes);
     if (mResampler != nullptr) return mResampler->Read(inFirst, inCount, sink);
     return mPresentation->Read(inFirst, inCount, sink);

@@ -26,6 +26,27 @@ TEST(CutFiles, OneOfAnotherKindKeepsWhatIsThereAndIsDamaged) {
     EXPECT_EQ(EX_OK, RunTool({Fixture("tone-16.wav"), "-"}).exitCode);
 }
 
+// Whatever the container: in frames of time, in bytes, and as --probe has it.
+TEST(CutFiles, APartBeforeTheCutIsWhole) {
+    const std::string mp3 = ReadFile(Fixture("tone.mp3"));
+    const TemporaryFolder folder;
+    WriteFile(folder / "cut.mp3", mp3.substr(0, mp3.size() / 2));
+    for (const std::string& cut : {Fixture("truncated.wav"), Fixture("truncated.m4a"), folder / "cut.mp3"}) {
+        for (const std::vector<std::string>& part :
+             {std::vector<std::string>{"--to", "0.25"}, {"--start", "1000", "--duration", "5000"}}) {
+            std::vector<std::string> arguments = part;
+            arguments.insert(arguments.end(), {cut, "-"});
+            const Outcome outcome = RunTool(arguments);
+            EXPECT_EQ(EX_OK, outcome.exitCode) << testing::PrintToString(arguments);
+            EXPECT_EQ("", outcome.err);
+        }
+        EXPECT_EQ(EX_OK, RunTool({"--probe", "--to", "0.25", cut}).exitCode) << cut;
+        EXPECT_EQ(EX_DATAERR, RunTool({"--from", "0.25", cut, "-"}).exitCode) << cut;
+        EXPECT_EQ(EX_DATAERR, RunTool({"--start", "44", cut, "-"}).exitCode) << cut;
+        EXPECT_EQ(EX_DATAERR, RunTool({"--probe", "--from", "0.25", cut}).exitCode) << cut;
+    }
+}
+
 TEST(CutFiles, RawAACCutWithinAHeaderIsDamaged) {
     const TemporaryFolder folder;
     const std::string whole = ReadFile(Fixture("tone-44100-stereo.aac"));

@@ -1,4 +1,5 @@
-// The packets of a sound track that became silence, each counted once however often it is rendered.
+// The packets of a sound track that became silence, each counted once however often it is rendered, and
+// whether its end was met.
 // Belongs to the movie's thread.
 #pragma once
 
@@ -13,6 +14,10 @@ class DamageLog {
     // std::bad_alloc.
     void Note(std::uint32_t inPacket, std::int64_t inSilencedFrames);
 
+    // The end of the sound was met: what is missing behind it, where anything is, would have come next.
+    void NoteEnd() { mIsEndMet = true; }
+
+    bool IsEndMet() const { return mIsEndMet; }
     std::uint64_t PacketCount() const { return mPacketCount; }
     std::int64_t SilencedFrameCount() const { return mSilencedFrameCount; }
 
@@ -24,6 +29,7 @@ class DamageLog {
     std::vector<Run> mRuns;  // in packet order, no two touching
     std::uint64_t mPacketCount = 0;
     std::int64_t mSilencedFrameCount = 0;
+    bool mIsEndMet = false;
 };
 
 }  // namespace toolbox::movies

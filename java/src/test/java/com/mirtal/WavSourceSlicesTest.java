@@ -178,6 +178,15 @@ class WavSourceSlicesTest {
     }
 
     @Test
+    void aCutIsMetAtTheEnd() throws Exception {
+        try (WavSource source = WavSource.open(TestMedia.file("truncated.wav"))) {
+            assertFalse(source.damage().isAny());
+            source.slice(22049, 22050).openStream().readAllBytes();
+            assertEquals(1, source.damage().damagedPacketCount());
+        }
+    }
+
+    @Test
     void theHeaderIsAsLongAsTheSliceNeeds() throws Exception {
         try (WavSource source = WavSource.open(TestMedia.file("huge-8000-mono.aac"))) {
             long frames = source.frameCount();
