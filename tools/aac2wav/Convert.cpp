@@ -81,7 +81,7 @@ void RequireWAVLength(SInt64 inByteCount, SInt64 inMaxBytes, const Work& inWork)
 void Finish(Output& ioOutput, const SegmentExporter& inExporter, SInt64 inFrameCount, const Work& inWork,
             Ending& outEnding) {
     const MovieSoundReport report = ReportOf(inExporter);
-    const bool isDamaged = TellDamage(report, inWork.input.Name(), inWork.options.isQuiet);
+    const bool isDamaged = TellDamage(report, inWork.input.Name(), inWork.options);
     if (isDamaged && !inWork.options.keepsGoing) {
         outEnding.exitCode = EX_DATAERR;
         if (ioOutput.ReplacesWholeWAV()) {

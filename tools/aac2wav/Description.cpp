@@ -51,10 +51,7 @@ std::string NameOf(const MovieSoundTrackInfo& inTrack) {
 std::string TrackText(const MovieSoundTrackInfo& inTrack) {
     std::string text = NameOf(inTrack);
     if (inTrack.sampleRateHz != 0) text += ", " + std::to_string(inTrack.sampleRateHz) + " Hz";
-    if (inTrack.channelCount != 0) {
-        text += ", " + std::to_string(inTrack.channelCount) +
-                (inTrack.channelCount == 1 ? " channel" : " channels");
-    }
+    if (inTrack.channelCount != 0) text += ", " + CountOf(inTrack.channelCount, "channel");
     if (inTrack.language[0] != 0) text += std::string(", ") + inTrack.language;
     if (inTrack.isEnabled == 0) text += ", disabled";
     return inTrack.isTaken != 0 ? text + ", taken" : text;
@@ -184,17 +181,17 @@ std::string DescriptionText(const Description& inDescription) {
         line("channels", std::to_string(report.channelCount));
         line("frames", std::to_string(report.frameCount));
         line("length", Decimals(SecondsOf(report.frameCount, report.sampleRateHz), 6) + " s");
-        line("trimmed", std::to_string(report.framesTrimmedAtStart) + " frames at the start, " +
-                            std::to_string(report.framesTrimmedAtEnd) + " at the end, by " +
-                            TrimSourceText(report.trimSource));
+        line("trimmed", CountOf(static_cast<UInt64>(report.framesTrimmedAtStart), "frame") +
+                            " at the start, " + std::to_string(report.framesTrimmedAtEnd) +
+                            " at the end, by " + TrimSourceText(report.trimSource));
         line("packets", std::to_string(report.packetCount));
     }
-    line("stream", std::to_string(inDescription.streamByteCount) + " bytes, " +
-                       std::to_string(inDescription.streamFrameCount) + " frames at " +
+    line("stream", CountOf(static_cast<UInt64>(inDescription.streamByteCount), "byte") + ", " +
+                       CountOf(static_cast<UInt64>(inDescription.streamFrameCount), "frame") + " at " +
                        std::to_string(inDescription.streamRateHz) + " Hz");
-    line("damage", std::to_string(report.damagedPacketCount) + " packets, " +
-                       std::to_string(report.silencedFrameCount) + " frames silenced, " +
-                       std::to_string(report.skippedByteCount) + " bytes skipped");
+    line("damage", CountOf(report.damagedPacketCount, "packet") + ", " +
+                       CountOf(static_cast<UInt64>(report.silencedFrameCount), "frame") + " silenced, " +
+                       CountOf(report.skippedByteCount, "byte") + " skipped");
     for (std::size_t index = 0; index < inDescription.tracks.size(); ++index)
         line(("track " + std::to_string(index + 1)).c_str(), TrackText(inDescription.tracks[index]));
     return text;

@@ -1,5 +1,6 @@
 #include "Source.h"
 
+#include "Printable.h"
 #include "Signals.h"
 #include "Tags.h"
 
@@ -79,10 +80,6 @@ FrameRange RangeOf(const SegmentExporter& inExporter, const Input& inInput, cons
     if (inOptions.HasCut() && range.end <= range.first)
         throw EmptyCut(inInput, frameCount, "the end is not behind the beginning");
     return range;
-}
-
-std::string Count(std::uint64_t inCount, const char* inUnit) {
-    return std::to_string(inCount) + ' ' + inUnit + (inCount == 1 ? "" : "s");
 }
 
 }  // namespace
@@ -178,18 +175,21 @@ void TellTakenTrack(const SegmentExporter& inExporter, const std::string& inPath
     }
 }
 
-bool TellDamage(const MovieSoundReport& inReport, const std::string& inPath, bool inQuiet) {
-    if (inReport.skippedByteCount > 0 && !inQuiet)
-        Say(inPath, "warning: " + Count(inReport.skippedByteCount, "byte") + " without sound skipped");
+bool TellDamage(const MovieSoundReport& inReport, const std::string& inPath, const Options& inOptions) {
+    if (inReport.skippedByteCount > 0 && !inOptions.isQuiet)
+        Say(inPath, "warning: " + CountOf(inReport.skippedByteCount, "byte") + " without sound skipped");
     if (inReport.damagedPacketCount == 0) return false;
-    if (inReport.isCutOff != 0 && !inQuiet)
-        Say(inPath, "warning: the file is cut off: it promises more sound than it holds");
-    if (!inQuiet && inReport.damagedPacketCount > inReport.isCutOff) {
+    if (inOptions.isQuiet && inOptions.keepsGoing) return true;
+    std::string text = inOptions.isQuiet ? "" : "warning: ";
+    if (inReport.isCutOff != 0) text += "the file is cut off: it promises more sound than it holds";
+    if (inReport.damagedPacketCount > inReport.isCutOff) {
         const SInt64 silencedMillis =
             inReport.sampleRateHz > 0 ? inReport.silencedFrameCount * 1000 / inReport.sampleRateHz : 0;
-        Say(inPath, "warning: " + Count(inReport.damagedPacketCount - inReport.isCutOff, "damaged packet") +
-                        ", " + std::to_string(silencedMillis) + " ms of sound replaced by silence");
+        text += (inReport.isCutOff != 0 ? "; " : "") +
+                CountOf(inReport.damagedPacketCount - inReport.isCutOff, "damaged packet") + ", " +
+                std::to_string(silencedMillis) + " ms of sound replaced by silence";
     }
+    Say(inPath, text);
     return true;
 }
 

@@ -69,7 +69,7 @@ Failure FailureOf(const LException& inException, const std::string& inPath);
 // Says which sound track was taken where that is a question: there are several, and the first is no AAC.
 void TellTakenTrack(const SegmentExporter& inExporter, const std::string& inPath);
 
-// Warns of damage, unless quiet. True when sound was lost.
-bool TellDamage(const MovieSoundReport& inReport, const std::string& inPath, bool inQuiet);
+// Warns of damage; quietly only of that which is a failure by the options. True when sound was lost.
+bool TellDamage(const MovieSoundReport& inReport, const std::string& inPath, const Options& inOptions);
 
 }  // namespace tool

@@ -39,6 +39,10 @@ bool IsHarmful(char32_t inCode) {
 
 }  // namespace
 
+std::string CountOf(std::uint64_t inCount, const char* inUnit) {
+    return std::to_string(inCount) + ' ' + inUnit + (inCount == 1 ? "" : "s");
+}
+
 bool IsUTF8(const std::string& inText) {
     for (std::string_view rest = inText; !rest.empty();) {
         const Character character = FirstCharacter(rest);

@@ -86,6 +86,15 @@ TEST(DescriptionJSON, HoldsEveryFactOnOneLine) {
               json::parse(line));
 }
 
+TEST(DescriptionText, OneIsNoPlural) {
+    Description description = MakeDescription();
+    description.report.damagedPacketCount = 1;
+    description.report.silencedFrameCount = 1;
+    description.report.skippedByteCount = 1;
+    EXPECT_THAT(tool::DescriptionText(description),
+                HasSubstr("  damage     1 packet, 1 frame silenced, 1 byte skipped\n"));
+}
+
 TEST(DescriptionJSON, NamesEveryTrimSource) {
     Description description = MakeDescription();
     const std::pair<UInt32, const char*> sources[] = {{kSoundTrimNone, "none"},

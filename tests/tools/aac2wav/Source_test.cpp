@@ -185,6 +185,12 @@ TEST(RequireDecodable, TellsWhy) {
     }
 }
 
+std::string Told(const MovieSoundReport& inReport, const tool::Options& inOptions) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(inReport.damagedPacketCount > 0, tool::TellDamage(inReport, "song.m4a", inOptions));
+    return testing::internal::GetCapturedStderr();
+}
+
 std::string Damage(std::uint64_t inPackets, SInt64 inFrames, std::uint64_t inSkippedBytes,
                    UInt32 inRateHz = 44100) {
     MovieSoundReport report{};
@@ -192,10 +198,7 @@ std::string Damage(std::uint64_t inPackets, SInt64 inFrames, std::uint64_t inSki
     report.damagedPacketCount = inPackets;
     report.silencedFrameCount = inFrames;
     report.skippedByteCount = inSkippedBytes;
-    EXPECT_EQ(inPackets > 0, tool::TellDamage(report, "song.m4a", true));
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(inPackets > 0, tool::TellDamage(report, "song.m4a", false));
-    return testing::internal::GetCapturedStderr();
+    return Told(report, {});
 }
 
 TEST(TellDamage, CountsPacketsAndMilliseconds) {
@@ -213,17 +216,28 @@ TEST(TellDamage, ACutFileIsToldInItsOwnWords) {
     report.sampleRateHz = 44100;
     report.isCutOff = 1;
     report.damagedPacketCount = 1;
-    testing::internal::CaptureStderr();
-    EXPECT_TRUE(tool::TellDamage(report, "song.wav", false));
     const std::string cut =
-        "aac2wav: song.wav: warning: the file is cut off: it promises more sound than it holds\n";
-    EXPECT_EQ(cut, testing::internal::GetCapturedStderr());
+        "aac2wav: song.m4a: warning: the file is cut off: it promises more sound than it holds";
+    EXPECT_EQ(cut + '\n', Told(report, {}));
     report.damagedPacketCount = 2;
     report.silencedFrameCount = 4410;
-    testing::internal::CaptureStderr();
-    EXPECT_TRUE(tool::TellDamage(report, "song.wav", false));
-    EXPECT_EQ(cut + "aac2wav: song.wav: warning: 1 damaged packet, 100 ms of sound replaced by silence\n",
-              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(cut + "; 1 damaged packet, 100 ms of sound replaced by silence\n", Told(report, {}));
+}
+
+// What makes the exit code is an error.
+TEST(TellDamage, QuietlyOnlyWhatIsAFailure) {
+    MovieSoundReport report{};
+    report.sampleRateHz = 44100;
+    report.skippedByteCount = 1;
+    tool::Options options;
+    options.isQuiet = true;
+    EXPECT_EQ("", Told(report, options));
+    report.damagedPacketCount = 1;
+    report.silencedFrameCount = 1024;
+    EXPECT_EQ("aac2wav: song.m4a: 1 damaged packet, 23 ms of sound replaced by silence\n",
+              Told(report, options));
+    options.keepsGoing = true;
+    EXPECT_EQ("", Told(report, options));
 }
 
 TEST(TellDamage, SkippedBytesAreToldButLoseNoSound) {

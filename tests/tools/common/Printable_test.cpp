@@ -73,4 +73,10 @@ TEST(QuotedJSON, IsUTF8WhateverTheTextIs) {
                    "b"));
 }
 
+TEST(CountOf, OneIsNoPlural) {
+    EXPECT_EQ("0 packets", tool::CountOf(0, "packet"));
+    EXPECT_EQ("1 packet", tool::CountOf(1, "packet"));
+    EXPECT_EQ("18446744073709551615 bytes", tool::CountOf(UINT64_MAX, "byte"));
+}
+
 }  // namespace
