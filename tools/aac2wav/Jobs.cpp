@@ -105,11 +105,29 @@ class Planner {
 
     // "*.wav" where two files match: the second was never meant to be replaced.
     void RefuseSlip(const std::vector<std::string>& inInputs, const std::string& inOutput) const {
-        if (inInputs.size() == 1 && !mOptions.replacesAnything && IsTaken(inOutput) &&
-            !ExtensionOf(inOutput).empty() && ExtensionOf(inInputs[0]) == ExtensionOf(inOutput)) {
-            throw Failure(EX_USAGE, inOutput,
-                          "exists, and may be an input; -o or --force takes it as the output");
-        }
+        if (inInputs.size() != 1 || mOptions.replacesAnything || !IsTaken(inOutput)) return;
+        const bool isSong = IsOtherFormat(inOutput) && AreFiles(inInputs[0], inOutput);
+        if (!isSong && !AreOfOneKind(inInputs[0], inOutput)) return;
+        const std::string reason = "exists, and may be an input: to convert both, name a folder behind them";
+        throw Failure(EX_USAGE, inOutput, isSong ? reason : reason + "; -o takes it as the output");
+    }
+
+    static bool IsOtherFormat(const std::string& inName) {
+        const std::string extension = ExtensionOf(inName);
+        return IsSoundExtension(extension) && !IsWAVExtension(extension);
+    }
+
+    static bool AreFiles(const std::string& inInput, const std::string& inOutput) {
+        return !IsStandardInput(inInput) && !IsStandardOutput(inOutput) && IsFileOrNothing(inInput) &&
+               IsFileOrNothing(inOutput);
+    }
+
+    // Names that one pattern may have found. Many names of devices and pipes have no extension.
+    static bool AreOfOneKind(const std::string& inInput, const std::string& inOutput) {
+        const std::string ours = ExtensionOf(inInput);
+        const std::string theirs = ExtensionOf(inOutput);
+        if (ours.empty() && theirs.empty()) return AreFiles(inInput, inOutput);
+        return ours == theirs || (IsWAVExtension(ours) && IsWAVExtension(theirs));
     }
 
     // One that all the inputs are to become.
@@ -125,13 +143,11 @@ class Planner {
             if (mOptions.isJSON) throw UsageFailure("standard output cannot take both the sound and --json");
             return;
         }
-        const std::string extension = ExtensionOf(inOutput);
-        if (!mOptions.replacesAnything && IsSoundExtension(extension) && !IsWAVExtension(extension) &&
-            IsFileOrNothing(inOutput)) {
-            throw Failure(EX_USAGE, inOutput,
-                          "would be no " + extension + " file: name it " +
-                              DerivedName(inOutput, {}, mExtension) + ", or --force it");
-        }
+        if (mOptions.replacesAnything || !IsOtherFormat(inOutput) || !IsFileOrNothing(inOutput)) return;
+        const std::string reason = "would be no " + ExtensionOf(inOutput) + " file: name it " +
+                                   DerivedName(inOutput, {}, mExtension);
+        // A song is not to be forced away.
+        throw Failure(EX_USAGE, inOutput, IsTaken(inOutput) ? reason : reason + ", or --force it");
     }
 
     void PlanFile(const std::string& inInput) {
@@ -236,7 +252,10 @@ class Planner {
     void RefuseCollisions() {
         std::map<Place, std::vector<Job*>> makers;
         for (Job& job : mJobs) {
-            if (!job.output.empty() && job.output != "-") makers[OutputPlaceOf(job.output)].push_back(&job);
+            // What exists already is made of none.
+            const bool isMade =
+                !job.output.empty() && job.output != "-" && !(mOptions.skipsExisting && IsTaken(job.output));
+            if (isMade) makers[OutputPlaceOf(job.output)].push_back(&job);
         }
         for (const auto& [place, jobs] : makers) {
             if (jobs.size() < 2) continue;

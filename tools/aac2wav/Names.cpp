@@ -1,16 +1,17 @@
 #include "Names.h"
 
 #include <algorithm>
-#include <string_view>
 
 namespace tool {
 namespace {
 
 constexpr std::string_view kSoundExtensions[] = {
-    "3g2", "3gp", "3gpp", "aac", "ac3",  "adts", "aif",  "aifc", "aiff", "alac", "amr", "ape", "au",   "avi",
-    "caf", "dts", "eac3", "ec3", "flac", "flv",  "latm", "loas", "m2ts", "m4a",  "m4b", "m4p", "m4r",  "m4v",
-    "mka", "mkv", "mov",  "mp2", "mp3",  "mp4",  "mpeg", "mpg",  "mts",  "oga",  "ogg", "ogv", "opus", "qt",
-    "snd", "spx", "tak",  "ts",  "tta",  "w64",  "wav",  "wave", "webm", "wma",  "wmv", "wv"};
+    "3g2",  "3gp",  "3gpp", "8svx", "aa3",  "aac",  "ac3", "adts", "aif", "aifc", "aiff", "alac", "amr",
+    "ape",  "asf",  "au",   "avi",  "awb",  "caf",  "dff", "dsf",  "dts", "eac3", "ec3",  "flac", "flv",
+    "latm", "loas", "m2a",  "m2t",  "m2ts", "m4a",  "m4b", "m4p",  "m4r", "m4v",  "mka",  "mkv",  "mov",
+    "mp2",  "mp3",  "mp4",  "mpa",  "mpc",  "mpeg", "mpg", "mts",  "oga", "ogg",  "ogv",  "oma",  "omg",
+    "opus", "qcp",  "qt",   "ra",   "rm",   "rmvb", "shn", "snd",  "sox", "spx",  "svx",  "tak",  "ts",
+    "tta",  "voc",  "w64",  "wav",  "wave", "webm", "wma", "wmv",  "wv"};
 
 // Where the name's extension begins, its dot; the name's size when it has none.
 std::size_t DotOf(const std::string& inName) {
@@ -54,6 +55,10 @@ std::string DerivedName(const std::string& inInput, const std::string& inFolder,
                         const std::string& inExtension) {
     const std::string name = LeafOf(inInput);
     return inFolder + name.substr(0, DotOf(name)) + inExtension;
+}
+
+std::span<const std::string_view> SoundExtensions() {
+    return kSoundExtensions;
 }
 
 bool IsSoundExtension(const std::string& inExtension) {

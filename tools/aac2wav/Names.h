@@ -1,7 +1,9 @@
 // Names of files, as far as their texts tell: nothing here looks at the disk.
 #pragma once
 
+#include <span>
 #include <string>
+#include <string_view>
 
 namespace tool {
 
@@ -19,7 +21,8 @@ std::string ExtensionOf(const std::string& inPath);
 std::string DerivedName(const std::string& inInput, const std::string& inFolder,
                         const std::string& inExtension);
 
-// Extensions of files that can hold sound for us, as ExtensionOf gives them.
+// Extensions of files that can hold sound for us, as ExtensionOf gives them: those of docs/formats.md.
+std::span<const std::string_view> SoundExtensions();
 bool IsSoundExtension(const std::string& inExtension);
 bool IsWAVExtension(const std::string& inExtension);
 

@@ -91,9 +91,34 @@ TEST_F(Existing, NoClobberSkipsIt) {
     EXPECT_EQ(kToneBytes, Song().size());
 }
 
+TEST_F(Existing, NoClobberSkipsBeforeInputsCollide) {
+    std::filesystem::copy(Fixture(kTone), Path("song.mp4"));
+    ExpectKept({"--no-clobber", Path("song.m4a"), Path("song.mp4"), Path("")}, EX_OK);
+    std::filesystem::remove(Path("song.wav"));
+    const Outcome outcome = RunTool({"--no-clobber", Path("song.m4a"), Path("song.mp4"), Path("")});
+    EXPECT_EQ(EX_CANTCREAT, outcome.exitCode);
+    EXPECT_THAT(outcome.err, HasSubstr("made of neither"));
+}
+
+// Two songs make no sense as input and output, and a second one is no output that exists.
+TEST_F(Existing, NoClobberDoesNotHideASlip) {
+    std::filesystem::copy(Fixture(kTone), Path("other.m4a"));
+    ExpectKept({"--no-clobber", Path("song.m4a"), Path("other.m4a")}, EX_USAGE);
+    EXPECT_EQ(ReadFile(Fixture(kTone)), ReadFile(Path("other.m4a")));
+    std::filesystem::copy(Fixture("tone-16.wav"), Path("another.wav"));
+    ExpectKept({"--no-clobber", Path("another.wav"), Path("song.wav")}, EX_USAGE);
+    ExpectKept({"--no-clobber", Path("another.wav"), "-o", Path("song.wav")}, EX_OK);
+}
+
 TEST_F(Existing, ASlipOfTheShellReplacesNothing) {
     std::filesystem::copy(Fixture("tone-16.wav"), Path("another.wav"));
     ExpectKept({Path("another.wav"), Path("song.wav")}, EX_USAGE);
+    std::filesystem::copy(Fixture("tone-16.wav"), Path("another.wave"));
+    ExpectKept({Path("another.wave"), Path("song.wav")}, EX_USAGE);
+    std::filesystem::copy(Fixture("tone-16.wav"), Path("rec1"));
+    WriteFile(Path("rec2"), mMaster);
+    ExpectKept({Path("rec1"), Path("rec2")}, EX_USAGE);
+    EXPECT_EQ(mMaster, ReadFile(Path("rec2")));
     EXPECT_EQ(EX_OK, RunTool({Path("another.wav"), "-o", Path("song.wav")}).exitCode);
     EXPECT_EQ(ReadFile(Fixture("tone-16.wav")), Song());
 }

@@ -140,6 +140,17 @@ TEST(PlanJobs, InputsOfOneNameMakeNothing) {
               Refusals({"--force", "song.m4a", "song.aac", folder.Path()}));
 }
 
+// Nothing is made of what is there, and so nobody collides.
+TEST(PlanJobs, WhatIsSkippedCollidesWithNothing) {
+    const TemporaryFolder folder;
+    using Codes = std::vector<int>;
+    const std::vector<std::string> both = {"--no-clobber", "b.m4a", "b.aac", folder.Path()};
+    EXPECT_EQ((Codes{EX_CANTCREAT, EX_CANTCREAT}), Refusals(both));
+    WriteFile(folder / "b.wav", "x");
+    EXPECT_EQ((Codes{EX_OK, EX_OK}), Refusals(both));
+    EXPECT_EQ((Codes{EX_CANTCREAT, EX_CANTCREAT}), Refusals({"b.m4a", "b.aac", folder.Path()}));
+}
+
 // Spelled in two ways, one output looked like two, and the second took the first one's place.
 TEST(PlanJobs, OneOutputInTwoSpellingsIsMadeOfNeither) {
     const TemporaryFolder folder;
@@ -194,9 +205,53 @@ TEST(PlanJobs, ASlipOfTheShellIsNoOutput) {
     EXPECT_EQ(EX_USAGE, Refusal({"a.wav", second}));
 }
 
+TEST(PlanJobs, NearlyOneExtensionIsASlipToo) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "b.wave", "");
+    WriteFile(folder / "b.WAV", "");
+    WriteFile(folder / "rec2", "");
+    EXPECT_EQ(EX_USAGE, Refusal({"a.wav", folder / "b.wave"}));
+    EXPECT_EQ(EX_USAGE, Refusal({"a.wave", folder / "b.WAV"}));
+    EXPECT_EQ(EX_USAGE, Refusal({"rec1", folder / "rec2"}));
+    EXPECT_EQ(EX_OK, Refusal({"rec1", folder / "rec3"}));
+    EXPECT_EQ(EX_OK, Refusal({"-o", folder / "rec2", "rec1"}));
+    EXPECT_EQ(EX_OK, Refusal({"--force", "rec1", folder / "rec2"}));
+    // What the shell finds by a pattern are files.
+    ASSERT_EQ(0, mkfifo((folder / "pipe").c_str(), 0600));
+    EXPECT_EQ(EX_OK, Refusal({"-", folder / "rec2"}));
+    EXPECT_EQ(EX_OK, Refusal({folder / "pipe", folder / "rec2"}));
+    for (const std::string& output :
+         {std::string("/dev/null"), std::string("/dev/stdout"), folder / "pipe"}) {
+        EXPECT_EQ(EX_OK, Refusal({"rec1", output})) << output;
+    }
+}
+
+std::string Reason(const std::vector<std::string>& inArguments) {
+    try {
+        Plan(inArguments);
+    } catch (const Failure& failure) {
+        return failure.what();
+    }
+    return "";
+}
+
+// No hint leads to a song's end.
+TEST(PlanJobs, WhoNamesTwoInputsIsToldHowToConvertBoth) {
+    const TemporaryFolder folder;
+    for (const char* name : {"b.m4a", "b.mp3", "b.wav"})
+        WriteFile(folder / name, "a song");
+    const std::string both = "exists, and may be an input: to convert both, name a folder behind them";
+    EXPECT_EQ(both, Reason({"a.m4a", folder / "b.m4a"}));
+    EXPECT_EQ(both, Reason({"a.m4a", folder / "b.mp3"}));
+    EXPECT_EQ(both, Reason({"--no-clobber", "a.m4a", folder / "b.m4a"}));
+    EXPECT_EQ(both + "; -o takes it as the output", Reason({"a.wav", folder / "b.wav"}));
+    EXPECT_EQ("would be no m4a file: name it b.wav", Reason({"-o", folder / "b.m4a", "a.m4b"}));
+    EXPECT_EQ("would be no m4a file: name it c.wav, or --force it", Reason({"a.m4b", "c.m4a"}));
+}
+
 TEST(PlanJobs, OutputsOfOtherFormatsAreRefused) {
     const TemporaryFolder folder;
-    for (const char* name : {"out.flac", "out.mp3", "out.M4A", "out.aiff"}) {
+    for (const char* name : {"out.flac", "out.mp3", "out.M4A", "out.aiff", "out.voc"}) {
         EXPECT_EQ(EX_USAGE, Refusal({"a.m4b", name})) << name;
         EXPECT_EQ(EX_USAGE, Refusal({"-o", name, "a.m4b"})) << name;
         EXPECT_EQ(EX_OK, Refusal({"--force", "a.m4b", name})) << name;

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <regex>
+#include <set>
+#include <string>
+
 namespace {
 
 using tool::DerivedName;
@@ -40,12 +45,35 @@ TEST(ExtensionOf, IsInSmallLetters) {
 }
 
 TEST(IsSoundExtension, KnowsWhatHoldsSound) {
-    for (const char* extension : {"m4a", "aac", "mp3", "flac", "wav", "ogg", "mkv", "3gp", "ts"}) {
+    for (const char* extension : {"m4a", "aac", "mp3", "flac", "wav", "ogg", "mkv", "3gp", "ts", "asf", "rm",
+                                  "sox", "voc", "qcp", "8svx", "dsf", "mpc", "oma", "shn"}) {
         EXPECT_TRUE(tool::IsSoundExtension(extension)) << extension;
     }
     for (const char* extension : {"", "txt", "raw", "pcm", "jpg", "m4", "M4A"}) {
         EXPECT_FALSE(tool::IsSoundExtension(extension)) << extension;
     }
+}
+
+// In small letters, one word each, as the documentation lists them for each format.
+TEST(IsSoundExtension, KnowsTheDocumentedOnesAndNoOthers) {
+    std::ifstream file(MIRTAL_DOCS "/formats.md");
+    std::set<std::string> documented;
+    bool isInTable = false;
+    for (std::string line; std::getline(file, line);) {
+        isInTable = line.rfind(isInTable ? "|" : "| format | extensions |", 0) == 0;
+        const std::size_t column = line.find('|', 1);
+        if (!isInTable || column == std::string::npos) continue;
+        const std::string cell = line.substr(column);
+        const std::regex word("`([a-z0-9]+)`");
+        for (std::sregex_iterator match(cell.begin(), cell.end(), word), end; match != end; ++match) {
+            const std::string extension = (*match)[1];
+            EXPECT_TRUE(documented.insert(extension).second) << extension << " stands there twice";
+            EXPECT_EQ(extension, tool::ExtensionOf("song." + extension));
+        }
+    }
+    const auto known = tool::SoundExtensions();
+    EXPECT_EQ(documented, std::set<std::string>(known.begin(), known.end()));
+    EXPECT_LT(60u, documented.size());
 }
 
 TEST(FolderOf, IsUpToTheLastSlash) {
