@@ -276,15 +276,13 @@ TEST_F(Redirected, AFileInAFolderThatOthersMayNotSearchIsRead) {
     std::filesystem::copy(Fixture(kTone), mOut / "closed/song.m4a");
     Command command({"-"});
     command.environment = {"TMPDIR=" + mFolder / "missing"};
-    command.inPath = mOut / "closed/song.m4a";
+    command.inDescriptor = open((mOut / "closed/song.m4a").c_str(), O_RDONLY | O_CLOEXEC);
     command.obeysPermissions = true;
     std::filesystem::permissions(mOut / "closed", std::filesystem::perms::none);
-    // As above.
-    if (std::ifstream(mOut / "closed/song.m4a").good()) {
-        const Outcome outcome = command.Run();
-        EXPECT_EQ("", outcome.err);
-        EXPECT_TRUE(mWAV == outcome.out);
-    }
+    const Outcome outcome = command.Run();
+    EXPECT_EQ("", outcome.err);
+    EXPECT_TRUE(mWAV == outcome.out);
+    close(command.inDescriptor);
     std::filesystem::permissions(mOut / "closed", std::filesystem::perms::owner_all);
 }
 
