@@ -68,6 +68,22 @@ TEST_F(WholeTest, ExportsASecondAtATime) {
                                      "MovieExportToHandle(200, 50)"));
 }
 
+TEST_F(WholeTest, NoChunkIsLargerThanASecondAtTheHighestRate) {
+    constexpr long kMaxChunkBytes = 262140;
+    static_assert(kMaxChunkBytes <= 1 << 18);
+    fakes::AddMovie("file", ToneMovie(65535, 2 * 65535 + 1));
+    EXPECT_THAT(Whole("file").Lengths(), ElementsAre(44, kMaxChunkBytes, kMaxChunkBytes, 4));
+    EXPECT_THAT(Window("file", 44 + 4, 0).Lengths(), ElementsAre(kMaxChunkBytes, kMaxChunkBytes));
+}
+
+TEST_F(WholeTest, AllExportsGoIntoOneHandle) {
+    fakes::AddMovie("file", ToneMovie(100, 250));
+    Whole("file");
+    EXPECT_EQ(3u, fakes::CallsOf({"MovieExportToHandle"}).size());
+    const auto& calls = fakes::CallLog();
+    EXPECT_EQ(1, std::count(calls.begin(), calls.end(), "NewHandleClear(4)"));
+}
+
 TEST_F(WholeTest, AnEmptySecondIsSilenceAndTheConversionGoesOn) {
     ScriptedMovie script = ToneMovie(100, 250);
     script.render = [](SInt64 inFirst, SInt64 inCount) {
@@ -230,6 +246,26 @@ TEST_F(WindowTest, DurationsUpToElevenGiveNoFrames) {
         EXPECT_EQ(expected, recorder.Stream()) << duration;
         EXPECT_TRUE(fakes::CallsOf({"MovieExportToHandle"}).empty());
     }
+}
+
+// The header is cut where the duration ends, counted from the stream's beginning, and silence fills up to its
+// 44 bytes.
+TEST_F(WindowTest, DurationsUpToElevenAndAStart) {
+    fakes::AddMovie("file", ToneMovie(100, 250));
+    for (long long duration = 1; duration <= 11; ++duration) {
+        for (long long start = 1; start <= duration; ++start) {
+            const Recorder recorder = Window("file", start, duration);
+            const auto end = static_cast<std::size_t>(duration);
+            Bytes expected = Slice(ExpectedHeader(100, 0), static_cast<std::size_t>(start), end);
+            expected.resize(static_cast<std::size_t>(44 - start), 0);
+            EXPECT_EQ(expected, recorder.Stream()) << start << ' ' << duration;
+        }
+        // Less than nothing of the header is told, and filled up as well.
+        EXPECT_THAT(Window("file", 40, duration).Lengths(), ElementsAre(duration - 40, 44 - duration));
+        EXPECT_TRUE(Window("file", 44, duration).chunks.empty());
+        EXPECT_TRUE(Window("file", 80, duration).chunks.empty());
+    }
+    EXPECT_TRUE(fakes::CallsOf({"MovieExportToHandle"}).empty());
 }
 
 TEST_F(WindowTest, DurationsOfMoreThanTheMovieAreTheMovies) {

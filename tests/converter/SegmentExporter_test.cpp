@@ -159,6 +159,7 @@ TEST_F(SegmentExporterTest, ExportSwapsInPlace) {
     EXPECT_EQ(8, segment.byteCount);
     EXPECT_EQ(2, segment.frameCount);
     EXPECT_FALSE(segment.isSilence);
+    EXPECT_EQ(*fakes::ExportHandle() + 84, segment.data);
     const auto* bytes = static_cast<const unsigned char*>(segment.data);
     EXPECT_THAT(Bytes(bytes, bytes + 8), ElementsAre(2, 1, 4, 3, 6, 5, 8, 7));
 }

@@ -36,6 +36,7 @@ struct State {
     std::vector<std::string> paths;
     std::map<std::string, ScriptedMovie> movies;
     Bytes outputFormat;
+    Handle exportHandle = nullptr;
     UnsignedWide microseconds = {0, 0};
 };
 
@@ -82,6 +83,7 @@ Movie NewScriptedMovie(Handle inDataRef) {
 ComponentResult ExportTo(Handle ioHandle, Movie inMovie, SInt64 inStart, SInt64 inDuration) {
     CheckLive(inMovie, "export");
     if (ioHandle == nullptr) return paramErr;
+    TheState().exportHandle = ioHandle;
     if (IsLocked(ioHandle)) ReportMisuse("export into a locked handle");
     if (inMovie->timeScale != static_cast<TimeScale>(inMovie->script.sampleRateHz))
         ReportMisuse("export in another time scale than the frames'");
@@ -106,6 +108,10 @@ int LiveMovies() {
 
 int LiveExporters() {
     return static_cast<int>(Exporters().size());
+}
+
+Handle ExportHandle() {
+    return TheState().exportHandle;
 }
 
 Bytes OutputFormat() {

@@ -52,6 +52,8 @@ void ForgetMovies();
 
 int LiveMovies();
 int LiveExporters();
+// The handle that the last export was given.
+Handle ExportHandle();
 // The last description that an exporter was given.
 Bytes OutputFormat();
 // What the next Microseconds answers.
