@@ -52,8 +52,7 @@ TEST(CutSound, IsDamagedAtTheEndOfWhatIsThere) {
         SetMovieTimeScale(movie.Get(), streamHz);
         const auto check = [streamHz = static_cast<UInt32>(streamHz)](const OpenedMovie& inMovie,
                                                                       SInt64 inFirst, SInt64 inEnd) {
-            EXPECT_EQ(noErr,
-                      CheckMovieSound(inMovie.Get(), streamHz, inFirst, inEnd, nullptr, nullptr));
+            EXPECT_EQ(noErr, CheckMovieSound(inMovie.Get(), streamHz, inFirst, inEnd, nullptr, nullptr));
         };
         EXPECT_FALSE(IsCutMet(movie));
         Export(movie, 0, frameCount - 1);
