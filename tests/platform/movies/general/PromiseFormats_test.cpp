@@ -49,6 +49,8 @@ TEST(GeneralPromiseFormats, VOC) {
     ExpectCutsShow(head + kSound + '\0', head.size() + kSound.size());
     // Without the end that it should have.
     EXPECT_FALSE(Import(head + kSound).Sound().isCutOff);
+    // What lies behind the end is no block.
+    EXPECT_FALSE(Import(head + kSound + '\0' + '\x05' + Little(1000, 3) + "text").Sound().isCutOff);
     std::string endless = head + kSound;
     endless.replace(27, 3, "\xFF\xFF\xFF");
     EXPECT_FALSE(Import(endless).Sound().isCutOff);
