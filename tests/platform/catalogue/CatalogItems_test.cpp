@@ -1,5 +1,6 @@
 #include "ItemChanges.h"
 #include "os/SystemCalls_test_access.h"
+#include "support/CountedCalls.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/FileWorld.h"
@@ -214,7 +215,11 @@ TEST_P(CatalogItems, WhatIsMounted) {
     EXPECT_EQ(paramErr, Rename(root, u"b"));
     EXPECT_EQ(paramErr, Move(root, mHere));
     EXPECT_EQ(paramErr, HDelete(Here("point").vRefNum, Here("point").parID, PascalName("point")));
-    EXPECT_EQ(diffVolErr, Move(file, root));
+    {
+        const CountedCalls calls;
+        EXPECT_EQ(diffVolErr, Move(file, root));
+        EXPECT_EQ(std::string::npos, calls.Made().find("linkat")) << "it is known before";
+    }
     EXPECT_EQ("._a=#fork of a, a=of a, point(), ", Picture());
     ASSERT_EQ(noErr, MakeFile(root, u"inner"));
     ASSERT_EQ(0, mFolder.ForbidWriting(point));
@@ -322,6 +327,19 @@ TEST_P(CatalogItems, DeleteALinkAndNotItsTarget) {
         EXPECT_EQ(noErr, HDelete(spec.vRefNum, spec.parID, spec.name)) << name;
     }
     EXPECT_EQ("folder(), target=of the target, ", Picture());
+}
+
+// Similar names are not to be seen there; the same one the system refuses.
+TEST_P(CatalogItems, InAFolderThatMayNotBeListed) {
+    const FileWorld::OrdinaryUser user(mFolder);
+    FileWorld::SetMode(mFolder.Path(), 0700);
+    const FSRef folder = RefOf(mFolder.MakeFolder("sub"));
+    FileWorld::SetMode(mFolder / "sub", 0300);
+    EXPECT_EQ(noErr, MakeFile(folder, u"a"));
+    EXPECT_EQ(dupFNErr, MakeFile(folder, u"a"));
+    EXPECT_EQ(noErr, MakeFolder(folder, u"A"));
+    FileWorld::SetMode(mFolder / "sub", 0700);
+    EXPECT_EQ("sub(A(), a=, ), ", Picture());
 }
 
 TEST_P(CatalogItems, WhatOthersMayNot) {

@@ -98,6 +98,7 @@ TEST_P(ItemLookupTest, BadArguments) {
     EXPECT_EQ(paramErr, FSMakeFSRefUnicode(&folder, 1, name, 0, nullptr));
     EXPECT_EQ(errFSMissingName, FSMakeFSRefUnicode(&folder, 1, nullptr, 0, &ref));
     EXPECT_EQ(errFSMissingName, FSMakeFSRefUnicode(&folder, 0, name, 0, &ref));
+    EXPECT_EQ(bdNamErr, FSMakeFSRefUnicode(&folder, ~UniCharCount{0} / 4, name, 0, &ref)) << "not read";
     EXPECT_EQ(errFSNotAFolder, FSMakeFSRefUnicode(&file, 1, name, 0, &ref));
     EXPECT_EQ(errFSBadFSRef, FSMakeFSRefUnicode(&none, 1, name, 0, &ref));
     const FSRef gone = RefOf(mFolder.MakeFolder("gone"));

@@ -216,16 +216,19 @@ TEST_P(CompanionNamesTest, OnlyOrphansAreSetAside) {
 }
 
 TEST_P(CompanionNamesTest, VisibleNamesAreCutBetweenCharacters) {
-    std::string name = "x";
-    while (name.size() < 253)
-        name += "\u00E9";
-    mNew.name = name;
-    MakeCompanion("sub/._" + name);
-    AsideOrphan orphan;
-    ASSERT_EQ(0, orphan.SetAside(mNew));
-    const std::vector<std::string> names = NamesIn("sub");
-    ASSERT_EQ(1U, names.size());
-    EXPECT_EQ(name.substr(0, 243) + " (companion)", names[0]);
+    for (const auto& [begin, byteCount] : {std::pair<const char*, std::size_t>{"x", 243}, {"", 242}}) {
+        std::string name = begin;
+        while (name.size() < 252)
+            name += "\u00E9";
+        mNew.name = name;
+        MakeCompanion("sub/._" + name);
+        AsideOrphan orphan;
+        ASSERT_EQ(0, orphan.SetAside(mNew));
+        const std::vector<std::string> names = NamesIn("sub");
+        ASSERT_EQ(1U, names.size());
+        EXPECT_EQ(name.substr(0, byteCount) + " (companion)", names[0]);
+        FileWorld::Remove(mFolder / "sub/" + names[0]);
+    }
 }
 
 TEST_P(CompanionNamesTest, NoVisibleNameIsFree) {
@@ -253,6 +256,21 @@ TEST_P(CompanionNamesTest, LeftoversAreDropped) {
     ASSERT_EQ(0, FileWorld::MakeHardLink(mFolder / "._a", mFolder / "sub/._b"));
     AsideOrphan orphan;
     EXPECT_EQ(0, orphan.SetAside(mNew)) << "who makes an item there drops it as well";
+    EXPECT_EQ(0U, NamesIn("sub").size());
+    EXPECT_FALSE(IsMarked("._a"));
+}
+
+// As after two crashes: the mark goes with the last of them.
+TEST_P(CompanionNamesTest, OneLeftoverOfTwoLeavesTheMark) {
+    MakeCompanion("._a");
+    FileWorld::SetMode(mFolder / "._a", 01644);
+    ASSERT_EQ(0, FileWorld::MakeHardLink(mFolder / "._a", mFolder / "sub/._b"));
+    ASSERT_EQ(0, FileWorld::MakeHardLink(mFolder / "._a", mFolder / "sub/._c"));
+    DropLeftover(mNew);
+    EXPECT_EQ((std::vector<std::string>{"._c"}), NamesIn("sub"));
+    EXPECT_TRUE(IsMarked("._a"));
+    mNew.name = "c";
+    DropLeftover(mNew);
     EXPECT_EQ(0U, NamesIn("sub").size());
     EXPECT_FALSE(IsMarked("._a"));
 }

@@ -128,6 +128,19 @@ TEST_F(CurrentLocale, NameThatIsTooLongForAny) {
     }
 }
 
+// It is not left for ICU to find, whose releases do not all live through that.
+TEST_F(CurrentLocale, NameThatIsTooLongForAnyIsNoDefault) {
+    const auto tell = [](const char* inName) {
+        Set("LC_ALL", inName);
+        const Owned<CFLocaleRef> locale(CFLocaleCopyCurrent());
+        std::fprintf(stderr, "<%s>", uloc_getDefault());
+        std::exit(0);
+    };
+    EXPECT_EXIT(tell("xxxxxxxxxxxx"), testing::ExitedWithCode(0), "<>");
+    EXPECT_EXIT(tell(("de_DE@" + std::string(151, 'x')).c_str()), testing::ExitedWithCode(0), "<>");
+    EXPECT_EXIT(tell(("de_DE@" + std::string(150, 'x')).c_str()), testing::ExitedWithCode(0), "<de_DE");
+}
+
 // Another locale than the process's is not kept from it by that.
 TEST_F(CurrentLocale, NameThatIsTooLongForAnyBesideAnother) {
     const auto tell = [] {

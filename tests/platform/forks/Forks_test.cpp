@@ -137,6 +137,29 @@ TEST_P(ForksTest, CompanionThatIsALinkIsNotFollowed) {
     EXPECT_EQ(errFSForkNotFound, ReadFork(mRef, Fork::kResource, mText));
 }
 
+// A link that comes between the look and the writing is no file to be replaced.
+TEST_P(ForksTest, ALinkThatComesMeanwhileStays) {
+    MakeCompanion({{AppleDoubleEntry::kResourceFork, BytesOf("rsrc")}});
+    static const support::FileWorld* sFolder;
+    static toolbox::os::SystemCalls sReal;
+    sFolder = &mFolder;
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+        const int descriptor = sReal.openat(inFolder, inPath, inFlags, inMode);
+        if ((inFlags & O_EXCL) == 0) return descriptor;
+        toolbox::os::CallsForTesting() = sReal;
+        FileWorld::Rename(*sFolder / "._file", *sFolder / "elsewhere");
+        sFolder->MakeLink("elsewhere", "._file");
+        return descriptor;
+    };
+    const std::string before = Contents(mFolder / "._file");
+    EXPECT_NE(noErr, WriteFork(mRef, Fork::kResource, BytesOf("new")));
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_TRUE(S_ISLNK(FileWorld::StatusOf(mFolder / "._file").stx_mode));
+    EXPECT_EQ(before, Contents(mFolder / "elsewhere"));
+    EXPECT_EQ(3U, ItemCount());
+}
+
 TEST_P(ForksTest, WritingMakesACompanion) {
     EXPECT_EQ(noErr, WriteFork(mRef, Fork::kResource, BytesOf("first")));
     EXPECT_EQ(noErr, ReadFork(mRef, Fork::kResource, mText));
