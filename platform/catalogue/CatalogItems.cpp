@@ -124,7 +124,7 @@ OSStatus MoveTo(FoundItem& ioItem, const Place& inPlace, const std::string& inFo
     if (error != 0) return StatusOfErrno(error);
     ioItem.path = std::move(path);
     if (ioItem.facts.nodeID == 0) {
-        const OSStatus status = FindByPath(ioItem.path.c_str(), ioItem);
+        const OSStatus status = FindItselfByPath(ioItem.path.c_str(), ioItem);
         if (status != noErr) return status;
     }
     if (outRef != nullptr) *outRef = MakeRef(ioItem);

@@ -106,10 +106,13 @@ OSStatus FindItselfByPath(const char* inPath, FoundItem& outItem) {
     std::string path = inPath;
     os::ItemStatus status;
     int error = os::GetPathStatus(path.c_str(), status);
-    if (IsMissing(error)) {
+    if (IsMissing(error) || error == ENAMETOOLONG) {
         path = JoinSurrogatePairs(path);
         error = os::GetPathStatus(path.c_str(), status);
     }
+    // Where it may not be looked at, it may be a descriptor that was opened for us.
+    if (error != 0 && error != EACCES && !IsMissing(error) && error != ENAMETOOLONG)
+        return StatusOfErrno(error);
     if (error != 0 || status.kind != os::ItemKind::kLink) return FindByPath(inPath, outItem);
     FoundItem folder;
     const std::string folderPath = path.substr(0, path.rfind('/') + 1);

@@ -51,7 +51,8 @@ OSStatus FindByNode(const FoundItem& inFolder, ConstStr255Param inName, FoundIte
     std::uint64_t inode = nodeID;
     if (NodeTable::Shared().FindID(inFolder.status.identity.device, nodeID, identity)) {
         const OSStatus status = FindByIdentity(identity, outItem);
-        if (status == noErr && IsNamed(outItem, inFolder, inName)) return noErr;
+        if (status == noErr && outItem.status.linkCount <= 1 && IsNamed(outItem, inFolder, inName))
+            return noErr;
         if (status != noErr && status != fnfErr) return status;
         inode = identity.inode;
     }
@@ -61,11 +62,24 @@ OSStatus FindByNode(const FoundItem& inFolder, ConstStr255Param inName, FoundIte
     OSStatus found = fnfErr;
     const int error = FindName(place, [&](const struct dirent& inEntry) {
         if (inEntry.d_ino != inode) return ENOENT;
-        found = FindAtPlace(inFolder, place, outItem);
-        if (found == noErr && !IsNamed(outItem, inFolder, inName)) found = fnfErr;
-        return found == fnfErr ? ENOENT : 0;
+        FoundItem item;
+        const OSStatus itemStatus = FindAtPlace(inFolder, place, item);
+        if (itemStatus == fnfErr) return ENOENT;
+        if (itemStatus != noErr) {
+            found = itemStatus;
+            return 0;
+        }
+        if (!IsNamed(item, inFolder, inName)) return ENOENT;
+        // Two names of one file that begin alike: nobody can tell which is meant.
+        if (found == noErr) {
+            found = fnfErr;
+            return 0;
+        }
+        outItem = std::move(item);
+        found = noErr;
+        return ENOENT;
     });
-    return error == 0 ? found : StatusOfErrno(error);
+    return error == 0 || error == ENOENT ? found : StatusOfErrno(error);
 }
 
 }  // namespace

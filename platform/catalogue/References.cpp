@@ -16,7 +16,7 @@ namespace {
 // What a reference holds; the rest of its bytes is zero, and so are folder and name in one to a folder.
 struct RefContents {
     UInt32 magic;
-    UInt32 reserved;
+    UInt32 isOneOfSeveral;  // the item had other names when it was made
     os::ItemIdentity identity;
     os::ItemIdentity folder;
     std::uint64_t nameHash;
@@ -37,12 +37,15 @@ struct Sought {
     os::ItemIdentity identity;
     os::ItemIdentity folder;
     std::uint64_t nameHash = 0;  // 0: any will do
+    // Then no other name will do, the last one neither: whoever has deleted the one deletes no more.
+    bool isOneOfSeveral = false;
 
     bool MeansName(std::string_view inName) const { return HashOfName(inName) == nameHash; }
     bool MeansFolder(const os::ItemIdentity& inFolder) const { return folder.IsSameItem(inFolder); }
     bool Means(const os::ItemIdentity& inFolder, std::string_view inName) const {
         return nameHash == 0 || (MeansFolder(inFolder) && MeansName(inName));
     }
+    bool FollowsItem(const os::ItemStatus& inItem) const { return inItem.linkCount <= 1 && !isOneOfSeveral; }
 };
 
 // Looks at one path for the item. 0 or an errno; ENOENT when something else is there.
@@ -61,7 +64,7 @@ int LookAtHint(const NodeHint& inHint, const Sought& inSought, FoundItem& outIte
     const int error = LookAt(inHint.path, inSought.identity, outItem);
     if (error != 0) return error;
     outItem.facts = inHint.facts;
-    if (outItem.status.linkCount <= 1) return 0;
+    if (inSought.FollowsItem(outItem.status)) return 0;
     if (!inSought.Means(inHint.facts.parent, inHint.name)) return ENOENT;
     // Where folders changed places, this can be another of its names.
     os::ItemStatus folder;
@@ -117,7 +120,7 @@ OSStatus FindInKnownFolder(const os::ItemIdentity& inFolder, const std::string& 
     const OSStatus status = FindKnownFolder(inFolder, folder);
     if (status != noErr) return status;
     const auto isMeant = [&](std::string_view inFound) {
-        return outItem.status.linkCount <= 1 || inSought.Means(inFolder, inFound);
+        return inSought.FollowsItem(outItem.status) || inSought.Means(inFolder, inFound);
     };
     int error = ENOENT;
     if (!inName.empty()) error = LookAt(PathInFolder(folder.path, inName), inSought.identity, outItem);
@@ -135,18 +138,31 @@ OSStatus FindOther(const Sought& inSought, FoundItem& outItem) {
         return inSought.Means(inHint.facts.parent, inHint.name);
     });
     bool isFolderAmongHints = inSought.nameHash == 0;
+    // Of a place that may not be looked at; another may be open.
+    OSStatus refusal = fnfErr;
     for (const NodeHint& hint : hints) {
         const int error = LookAtHint(hint, inSought, outItem);
-        if (!IsMissing(error)) return StatusOfErrno(error);
+        if (error == EACCES)
+            refusal = StatusOfErrno(error);
+        else if (!IsMissing(error))
+            return StatusOfErrno(error);
         isFolderAmongHints = isFolderAmongHints || inSought.MeansFolder(hint.facts.parent);
     }
     OSStatus status = fnfErr;
     if (!isFolderAmongHints) status = FindInKnownFolder(inSought.folder, {}, inSought, outItem);
+    std::vector<os::ItemIdentity> searched;
     for (const NodeHint& hint : hints) {
-        if (status != fnfErr) break;
+        if (status != fnfErr && status != afpAccessDenied) return status;
+        const auto isHere = [&](const os::ItemIdentity& inFolder) {
+            return inFolder.IsSameItem(hint.facts.parent);
+        };
+        if (inSought.isOneOfSeveral && !inSought.MeansFolder(hint.facts.parent)) continue;
+        if (std::any_of(searched.begin(), searched.end(), isHere)) continue;
+        searched.push_back(hint.facts.parent);
+        if (status == afpAccessDenied) refusal = status;
         status = FindInKnownFolder(hint.facts.parent, hint.name, inSought, outItem);
     }
-    return status;
+    return status == fnfErr ? refusal : status;
 }
 
 OSStatus FindAgain(const Sought& inSought, FoundItem& outItem) {
@@ -182,6 +198,7 @@ FSRef MakeRef(const FoundItem& inItem) {
     if (inItem.status.kind != os::ItemKind::kFolder) {
         contents.folder = inItem.facts.parent;
         contents.nameHash = HashOfName(NameInPath(inItem.path));
+        contents.isOneOfSeveral = inItem.status.linkCount > 1 ? 1 : 0;
     }
     FSRef ref = {};
     std::memcpy(ref.hidden, &contents, sizeof(contents));
@@ -198,7 +215,8 @@ bool ReadRef(const FSRef& inRef, os::ItemIdentity& outItem) {
 OSStatus FindByRef(const FSRef& inRef, FoundItem& outItem) {
     RefContents contents;
     if (!ReadContents(inRef, contents)) return errFSBadFSRef;
-    return FindAgain({contents.identity, contents.folder, contents.nameHash}, outItem);
+    return FindAgain({contents.identity, contents.folder, contents.nameHash, contents.isOneOfSeveral != 0},
+                     outItem);
 }
 
 }  // namespace toolbox::files

@@ -144,8 +144,27 @@ void NodeTable::AddHint(const PathStep& inStep, Index inFolder) {
     mHintIndex.Add(KeyOf(inStep.identity).Hash(), static_cast<Index>(index));
 }
 
+bool NodeTable::HadAnother(const os::ItemIdentity& inItem) const {
+    const Key key = KeyOf(inItem);
+    const Index folder = FindKey(key);
+    if (folder != kNone && !mFolders[folder].identity.IsSameItem(inItem)) return true;
+    return mHintIndex.Find(key.Hash(), [&](Index inIndex) {
+        mMutex.AssertHeld();
+        const os::ItemIdentity& other = mHints[inIndex].identity;
+        return KeyOf(other) == key && !other.IsSameItem(inItem);
+    }) != NumberIndex::kNone;
+}
+
 NodeID NodeTable::ChooseID(const os::ItemIdentity& inItem) {
-    return IsItsOwnID(inItem.inode) ? static_cast<NodeID>(inItem.inode) : Allot(inItem);
+    const NodeID known = KnownID(inItem);
+    return known == 0 || (known < kFirstAllottedID && HadAnother(inItem)) ? Allot(inItem) : known;
+}
+
+// That of an item that has an id, and 0 where none can be told.
+NodeID NodeTable::KnownID(const os::ItemIdentity& inItem) const {
+    const Index allotted = FindAllotted(inItem);
+    if (allotted != NumberIndex::kNone) return kFirstAllottedID + allotted;
+    return IsItsOwnID(inItem.inode) ? static_cast<NodeID>(inItem.inode) : 0;
 }
 
 NodeTable::Index NodeTable::FindAllotted(const os::ItemIdentity& inItem) const {
@@ -183,7 +202,8 @@ bool NodeTable::FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& ou
     if (!IsItsOwnID(inID)) return false;
     const Index hint = mHintIndex.Find(key.Hash(), [&](Index inIndex) {
         mMutex.AssertHeld();
-        return KeyOf(mHints[inIndex].identity) == key;
+        const os::ItemIdentity& item = mHints[inIndex].identity;
+        return KeyOf(item) == key && KnownID(item) == inID;
     });
     if (hint == NumberIndex::kNone) return false;
     outItem = mHints[hint].identity;
@@ -237,10 +257,8 @@ bool NodeTable::GetFolder(const os::ItemIdentity& inFolder, NodeHint& outHint) c
 std::vector<NodeHint> NodeTable::GetHints(const os::ItemIdentity& inItem) const {
     const os::MutexLock lock(mMutex);
     std::vector<NodeHint> hints;
-    const bool hasInodeID = IsItsOwnID(inItem.inode);
-    const Index allotted = hasInodeID ? NumberIndex::kNone : FindAllotted(inItem);
-    if (!hasInodeID && allotted == NumberIndex::kNone) return hints;
-    const NodeID id = hasInodeID ? static_cast<NodeID>(inItem.inode) : kFirstAllottedID + allotted;
+    const NodeID id = KnownID(inItem);
+    if (id == 0) return hints;
     (void)mHintIndex.Find(KeyOf(inItem).Hash(), [&](Index inIndex) {
         mMutex.AssertHeld();
         const Hint& hint = mHints[inIndex];

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <limits>
 
 namespace toolbox::resources {
@@ -17,6 +16,8 @@ namespace {
 
 // Attributes of a map that lie in the file; the others tell its state in memory.
 constexpr UInt16 kStoredFileAttributes = static_cast<UInt16>(~(mapReadOnly | mapChanged));
+
+constexpr UInt32 kMaxPathBytes = 8192;  // with the byte that ends it
 
 bool HasChanged(const Resource& inResource) {
     return (inResource.reference.attributes & resChanged) != 0;
@@ -61,7 +62,12 @@ OSStatus ResourceFile::Read() {
 }
 
 bool ResourceFile::IsFork(const FSRef& inFile, files::Fork inFork) const {
-    return mKind == inFork && std::memcmp(mFile.hidden, inFile.hidden, sizeof mFile.hidden) == 0;
+    if (mKind != inFork || FSCompareFSRefs(&mFile, &inFile) != noErr) return false;
+    // Each name of a file has a resource fork of its own.
+    std::vector<UInt8> ours(kMaxPathBytes);
+    std::vector<UInt8> theirs(kMaxPathBytes);
+    return inFork == files::Fork::kData || FSRefMakePath(&mFile, ours.data(), kMaxPathBytes) != noErr ||
+           FSRefMakePath(&inFile, theirs.data(), kMaxPathBytes) != noErr || ours == theirs;
 }
 
 UInt16 ResourceFile::Attributes() const {

@@ -52,7 +52,8 @@ TOOLBOX_MUST_USE CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef
                                                                   const UInt8* inPath, CFIndex inByteCount,
                                                                   Boolean inIsDirectory);
 
-// The item's URL where it is now. Null when it is gone or inRef is no reference.
+// The item's URL where it is now; that of a link is a path like any other, which CFURLGetFSRef follows. Null
+// when it is gone or inRef is no reference.
 TOOLBOX_MUST_USE CFURLRef CFURLCreateFromFSRef(CFAllocatorRef inAllocator, const FSRef* inRef);
 // False, outRef untouched, when nothing is there or the URL is no file's.
 TOOLBOX_EXPORT Boolean CFURLGetFSRef(CFURLRef inURL, FSRef* outRef);

@@ -6,8 +6,9 @@
 // the same the system refuses, whoever makes it at the same moment; what is similar is looked for, so that
 // two programs that make similar names at one moment may both succeed.
 //
-// Links are items: nothing touches what they lead to. References to an item stay good; of a file with several
-// names those that mean the one name that is moved or renamed do not, but for the one that is answered.
+// Links are items: nothing touches what they lead to. References to an item stay good, those to a file as
+// long as the catalogue remembers its new place (docs/files.md). Of a file with several names those that mean
+// the one name that is moved or renamed do not, but for the one that is answered.
 //
 // Every function may be called on any thread. Beside what a function names: errFSBadFSRef for bytes that are
 // no reference, fnfErr when the item is gone, dirNFErr when the folder is gone, errFSNotAFolder when it is

@@ -174,6 +174,7 @@ TEST_P(CatalogItems, DeleteOneNameOfSeveral) {
     const FSRef other = RefOf(mFolder / "b");
     EXPECT_EQ(noErr, FSDeleteObject(&ref)) << "whatever was met last";
     EXPECT_EQ("b=of a, ", Picture());
+    EXPECT_EQ(fnfErr, FSDeleteObject(&ref)) << "and not the last one";
     EXPECT_EQ(noErr, FSDeleteObject(&other));
     EXPECT_EQ("", Picture());
 }
@@ -314,6 +315,33 @@ TEST_P(CatalogItems, DeleteByANameThatTellsTheNode) {
     const FSSpec spec = SpecOf(MakeWithCompanion("", std::string(60, 'n') + ".txt"));
     EXPECT_EQ(noErr, HDelete(spec.vRefNum, spec.parID, spec.name));
     EXPECT_EQ("", Picture());
+}
+
+// Its inode has passed to another file, whose name begins alike.
+TEST_P(CatalogItems, ANameThatTellsTheNodeOfWhatIsGone) {
+    const FSSpec spec = SpecOf(mFolder.MakeFile(std::string(60, 'n') + ".txt", "of another"));
+    static toolbox::os::SystemCalls sReal;
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                              struct statx* outStatus) {
+        const int result = sReal.statx(inFolder, inPath, inFlags, inMask, outStatus);
+        if (S_ISREG(outStatus->stx_mode)) outStatus->stx_btime.tv_sec += 5;
+        return result;
+    };
+    const OSErr error = HDelete(spec.vRefNum, spec.parID, spec.name);
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ(fnfErr, error);
+    EXPECT_EQ(1U, FileWorld::NamesIn(mFolder.Path()).size());
+}
+
+TEST_P(CatalogItems, ANameThatTellsTheNodeOfTwoNames) {
+    const std::string name(60, 'n');
+    const FSSpec spec = SpecOf(mFolder.MakeFile(name + "1.txt"));
+    ASSERT_EQ(0, FileWorld::MakeHardLink(mFolder / (name + "1.txt"), mFolder / (name + "2.txt")));
+    EXPECT_EQ(fnfErr, HDelete(spec.vRefNum, spec.parID, spec.name)) << "which?";
+    EXPECT_EQ(2U, FileWorld::NamesIn(mFolder.Path()).size());
+    FileWorld::Remove(mFolder / (name + "2.txt"));
+    EXPECT_EQ(noErr, HDelete(spec.vRefNum, spec.parID, spec.name));
 }
 
 TEST_P(CatalogItems, DeleteALinkAndNotItsTarget) {

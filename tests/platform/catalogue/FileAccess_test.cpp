@@ -135,6 +135,10 @@ TEST_P(OpenForReadingTest, EveryFailingCall) {
                 EXPECT_EQ(4, failing);  // looked at, opened, looked at again
                 break;
             }
+            if (number == EACCES && failing == 1) {
+                EXPECT_EQ(noErr, status) << "its folder is asked next";
+                continue;
+            }
             EXPECT_EQ(toolbox::StatusOfErrno(number), status) << failing;
             EXPECT_FALSE(file.IsOpen());
             EXPECT_EQ(descriptors, OpenDescriptorCount());

@@ -178,6 +178,20 @@ TEST_P(FSPathMakeRefTest, LastLinkIsNotFollowedWhereAsked) {
     EXPECT_EQ(mFolder / "sub/link", PathOf(ref));
 }
 
+TEST_P(FSPathMakeRefTest, LastLinkOfALongModifiedName) {
+    std::string name;
+    std::string modified;
+    for (int count = 0; count < 60; ++count) {
+        name += "\xF0\x9F\x8E\xB5";
+        modified += "\xED\xA0\xBC\xED\xBE\xB5";
+    }
+    mFolder.MakeFile("target");
+    mFolder.MakeLink("target", name);
+    FSRef ref;
+    ASSERT_EQ(noErr, MakeRefOfItself(mFolder / modified, &ref));
+    EXPECT_EQ(mFolder / name, PathOf(ref));
+}
+
 TEST_P(FSPathMakeRefTest, OptionsThatAreNotKnown) {
     FSRef ref;
     const auto* root = reinterpret_cast<const UInt8*>("/");
@@ -189,25 +203,31 @@ TEST_P(FSPathMakeRefTest, OptionsThatAreNotKnown) {
 }
 
 TEST_P(FSPathMakeRefTest, EveryFailingCallForALink) {
-    const std::string path = mFolder.MakeLink("nowhere", "link");
+    mFolder.MakeFile("target");
+    const std::string path = mFolder.MakeLink("target", "link");
     const std::size_t descriptors = OpenDescriptorCount();
-    for (int failing = 1;; ++failing) {
-        FSRef ref;
-        OSStatus status = noErr;
-        bool delivered = false;
-        {
-            const FailingCalls calls(failing, EIO, FailingCalls::kForever);
-            status = MakeRefOfItself(path, &ref);
-            delivered = calls.Delivered();
+    for (const auto extent : {FailingCalls::kOnce, FailingCalls::kForever}) {
+        for (int failing = 1;; ++failing) {
+            FSRef ref;
+            OSStatus status = noErr;
+            bool delivered = false;
+            {
+                const FailingCalls calls(failing, EIO, extent);
+                status = MakeRefOfItself(path, &ref);
+                delivered = calls.Delivered();
+            }
+            EXPECT_EQ(descriptors, OpenDescriptorCount());
+            if (status == noErr) {
+                EXPECT_EQ(path, PathOf(ref)) << failing << ": never what it leads to";
+            }
+            if (!delivered) {
+                EXPECT_EQ(noErr, status);
+                EXPECT_GT(failing, 4);
+                break;
+            }
+            // Only closing the folder failed.
+            EXPECT_TRUE(status == noErr || status == ioErr) << failing << ": " << status;
         }
-        EXPECT_EQ(descriptors, OpenDescriptorCount());
-        if (!delivered) {
-            EXPECT_EQ(noErr, status);
-            EXPECT_GT(failing, 4);
-            break;
-        }
-        // Only closing the folder failed.
-        EXPECT_TRUE(status == noErr || status == ioErr) << failing << ": " << status;
     }
 }
 

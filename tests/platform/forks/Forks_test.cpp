@@ -1,6 +1,7 @@
 #include "forks/Forks.h"
 
 #include "formats/AppleDouble.h"
+#include "os/ItemStatus.h"
 #include "os/Replace.h"
 #include "support/FailingCalls.h"
 #include "support/FileWorld.h"
@@ -140,7 +141,7 @@ TEST_P(ForksTest, CompanionThatIsALinkIsNotFollowed) {
 // A link that comes between the look and the writing is no file to be replaced.
 TEST_P(ForksTest, ALinkThatComesMeanwhileStays) {
     MakeCompanion({{AppleDoubleEntry::kResourceFork, BytesOf("rsrc")}});
-    static const support::FileWorld* sFolder;
+    static support::FileWorld* sFolder;
     static toolbox::os::SystemCalls sReal;
     sFolder = &mFolder;
     sReal = toolbox::os::Calls();
@@ -155,7 +156,9 @@ TEST_P(ForksTest, ALinkThatComesMeanwhileStays) {
     const std::string before = Contents(mFolder / "._file");
     EXPECT_NE(noErr, WriteFork(mRef, Fork::kResource, BytesOf("new")));
     toolbox::os::CallsForTesting() = sReal;
-    EXPECT_TRUE(S_ISLNK(FileWorld::StatusOf(mFolder / "._file").stx_mode));
+    toolbox::os::ItemStatus status;
+    EXPECT_EQ(0, toolbox::os::GetPathStatus((mFolder / "._file").c_str(), status));
+    EXPECT_EQ(toolbox::os::ItemKind::kLink, status.kind);
     EXPECT_EQ(before, Contents(mFolder / "elsewhere"));
     EXPECT_EQ(3U, ItemCount());
 }

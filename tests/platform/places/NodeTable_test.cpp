@@ -223,6 +223,30 @@ TEST(NodeTable, IdOfAFolderPassesToNobody) {
     EXPECT_EQ(2, found.birthNanos);
 }
 
+// A file's inode, which passes to another file, and to a folder; the one that had it first may be met again.
+TEST(NodeTable, IdOfAFilePassesToNobodyWhileItIsRemembered) {
+    NodeTable table;
+    Record(table, {Root()});
+    PathStep second = OneOfItsNames(300, "second");
+    second.identity.birthNanos = 2;
+    PathStep folder = Folder(300, "folder");
+    folder.identity.birthNanos = 3;
+    ItemIdentity found;
+    EXPECT_EQ(300u, RecordChild(table, Root(), File(300, "first")));
+    EXPECT_EQ(kFirstAllottedID, RecordChild(table, Root(), second));
+    EXPECT_EQ(kFirstAllottedID + 1, RecordChild(table, Root(), folder));
+    EXPECT_EQ(kFirstAllottedID, RecordChild(table, Root(), second)) << "keeps its own";
+    EXPECT_EQ(kFirstAllottedID, FactsOf(table, second).nodeID);
+    ASSERT_TRUE(table.FindID(kDisk, 300, found));
+    EXPECT_EQ(1, found.birthNanos);
+    ASSERT_TRUE(table.FindID(kDisk, kFirstAllottedID, found));
+    EXPECT_EQ(2, found.birthNanos);
+    // The one name of the one that has the inode now takes the place of the other's, which nobody finds then.
+    second.hasOneName = true;
+    EXPECT_EQ(kFirstAllottedID, RecordChild(table, Root(), second));
+    EXPECT_FALSE(table.FindID(kDisk, 300, found));
+}
+
 TEST(NodeTable, LowInodesOfOrdinaryItemsAreNotTheirIds) {
     NodeTable table;
     const PathStep root = VolumeRoot(128, "", kDisk);

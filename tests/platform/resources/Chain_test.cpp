@@ -5,6 +5,8 @@
 #include "support/FailingCalls.h"
 #include "support/FileWorld.h"
 
+#include <toolbox/CatalogItems.h>
+
 #include <thread>
 
 namespace {
@@ -117,6 +119,19 @@ TEST_P(ChainTest, OpenTwice) {
     EXPECT_NE(first, reading);
     EXPECT_EQ(mapReadOnly, GetResFileAttrs(reading));
     EXPECT_NE(reading, Open(file, fsRdPerm));
+}
+
+// One fork has one writer, by whatever name it is reached: two would write over each other.
+TEST_P(ChainTest, OpenTwiceUnderAnotherName) {
+    const FSRef file = MakeFile("f", {ImageOf(kText, 1, "one")});
+    const SInt16 first = Open(file);
+    const UniChar name[] = {'g'};
+    FSRef renamed = {};
+    ASSERT_EQ(noErr, FSRenameUnicode(&file, 1, name, 0, &renamed));
+    EXPECT_EQ(first, Open(renamed));
+    EXPECT_EQ(first, Open(file));
+    ASSERT_EQ(0, mFolder.MakeHardLink(mFolder / "g", mFolder / "h"));
+    EXPECT_EQ(first, Open(RefOf(mFolder / "g"))) << "the name is what it was";
 }
 
 TEST_P(ChainTest, ReferenceNumbersAreNotReusedAtOnce) {

@@ -7,8 +7,9 @@
 // a hint verifies what lies there.
 //
 // An id is the inode where that lies from kFirstOrdinaryID up to kFirstAllottedID, so that it needs no
-// memory; any other is allotted, and the pair kept for the life of the process, some 40 bytes each. A folder
-// whose inode was that of a folder before is allotted an id, too.
+// memory; any other is allotted, and the pair kept for the life of the process, some 40 bytes each. So is
+// that of an item whose inode was another's before, as far as the table knows: of folders always, of others
+// while there is a hint.
 //
 // Safe on any thread; makes no system call. Functions that record may throw std::bad_alloc and then leave the
 // table consistent, with some of the chain recorded.
@@ -129,6 +130,9 @@ class NodeTable {
     Index AddFolder(const PathStep& inStep, Index inParent) NEEDS_LOCK(mMutex);
     NodeFacts RecordHint(const PathStep& inStep, Index inFolder) NEEDS_LOCK(mMutex);
     void AddHint(const PathStep& inStep, Index inFolder) NEEDS_LOCK(mMutex);
+    // Whether the inode was another item's before, as far as that is remembered.
+    bool HadAnother(const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
+    NodeID KnownID(const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
     NodeID ChooseID(const os::ItemIdentity& inItem) NEEDS_LOCK(mMutex);
     NodeID Allot(const os::ItemIdentity& inItem) NEEDS_LOCK(mMutex);
     NodeFacts FactsOf(Index inFolder) const NEEDS_LOCK(mMutex);
