@@ -455,6 +455,7 @@ TEST(Output, KnowsWhatCheckSaw) {
     const auto leave = [](const std::string&) {};
     const auto make = [&](const std::string& inPath) { WriteFile(inPath, old + "more"); };
     const auto remove = [](const std::string& inPath) { std::filesystem::remove(inPath); };
+    const auto lead = [](const std::string& inPath) { std::filesystem::create_symlink("/dev/null", inPath); };
     const std::string appeared = "appeared meanwhile; --force replaces it";
     const std::string changed = "was changed meanwhile; --force replaces it";
     int count = 0;
@@ -468,6 +469,7 @@ TEST(Output, KnowsWhatCheckSaw) {
         EXPECT_EQ(old + "more", ReadFile(folder / ("old" + number)));
         EXPECT_EQ("", refusalAfter(replace, "same" + number, leave));
         EXPECT_EQ("", refusalAfter(replace, "gone" + number, remove));
+        EXPECT_EQ("", refusalAfter(replace, "device" + number, lead)) << "has nothing to lose";
     }
     EXPECT_EQ("", refusalAfter(Output::Replace::kAnything, "forced", make));
     EXPECT_EQ("", ReadFile(folder / "forced"));
