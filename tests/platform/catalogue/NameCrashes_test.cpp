@@ -147,7 +147,7 @@ TEST_F(NameCrashes, MakingWhereAnOrphanLies) {
     const FSRef here = RefOf(mFolder.Path());
     ExpectOneOf(
         states, [this] { mFolder.MakeFile("._a", CompanionBytes("of nobody")); },
-        [this, &here] { return MakeFile(here, u"a"); }, [this] { LookFor({mFolder / "a"}); });
+        [&here] { return MakeFile(here, u"a"); }, [this] { LookFor({mFolder / "a"}); });
 }
 
 }  // namespace
