@@ -2,8 +2,6 @@
 
 #include <foundation/StPointerBlock.h>
 
-#include <cstring>
-
 namespace {
 
 static_assert(sizeof(StPointerBlock) == 2 * sizeof(void*));
@@ -13,7 +11,7 @@ class StPointerBlockTest : public GuardTest {
   protected:
     static Ptr PtrOf(const std::string& inText) {
         const Ptr bytes = NewPtr(static_cast<Size>(inText.size()));
-        std::memcpy(bytes, inText.data(), inText.size());
+        inText.copy(bytes, inText.size());
         return bytes;
     }
     static std::string TextOf(Ptr inPtr) { return {inPtr, static_cast<std::size_t>(GetPtrSize(inPtr))}; }

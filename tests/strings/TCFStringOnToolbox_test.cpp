@@ -162,7 +162,8 @@ TEST(TCFStringOnToolboxTest, ReadersOnManyThreads) {
         threads.emplace_back([&shared] {
             for (int k = 0, rounds = support::Rounds(2000); k < rounds; ++k) {
                 const TCFString copy(shared);
-                if (copy != shared || TCFString::DefaultEncoding() != TCFString::DefaultEncoding())
+                const CFStringEncoding encoding = TCFString::DefaultEncoding();
+                if (copy != shared || TCFString::DefaultEncoding() != encoding)
                     ADD_FAILURE() << "copies differ";
             }
         });

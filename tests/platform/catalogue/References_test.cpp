@@ -16,7 +16,6 @@
 
 namespace {
 
-using support::FileWorld;
 using test_files::CountedCalls;
 using test_files::FailingCalls;
 using test_files::FailingNew;

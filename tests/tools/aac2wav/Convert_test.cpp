@@ -20,7 +20,6 @@ using namespace tools_test;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
-using testing::StartsWith;
 
 constexpr char kTone[] = "tone-44100-stereo.m4a";
 
