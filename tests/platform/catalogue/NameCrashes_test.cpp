@@ -68,6 +68,11 @@ class NameCrashes : public ItemChangesTest<RealFolder> {
         EXPECT_EQ(inStates, seen) << "each of them is met";
     }
 
+    void MakeItemAndFolder() {
+        mItem = RefOf(MakeWithCompanion("", "a"));
+        mSub = RefOf(mFolder.MakeFolder("sub"));
+    }
+
     FSRef mItem = {};
     FSRef mSub = {};
 };
@@ -86,12 +91,7 @@ TEST_F(NameCrashes, MovingWithACompanion) {
     const std::set<std::string> states = {"._a=#fork of a, a=of a, sub(), ",
                                           "sub(._a=#fork of a, a=of a, ), "};
     ExpectOneOf(
-        states,
-        [this] {
-            mItem = RefOf(MakeWithCompanion("", "a"));
-            mSub = RefOf(mFolder.MakeFolder("sub"));
-        },
-        [this] { return Move(mItem, mSub); },
+        states, [this] { MakeItemAndFolder(); }, [this] { return Move(mItem, mSub); },
         [this] {
             const std::string found = LookFor({mFolder / "a", mFolder / "sub/a"});
             EXPECT_EQ(found == "yn" ? mFolder / "a" : mFolder / "sub/a", PathOf(mItem)) << found;
@@ -101,12 +101,7 @@ TEST_F(NameCrashes, MovingWithACompanion) {
 TEST_F(NameCrashes, MovingTwice) {
     const std::set<std::string> states = {"sub(._a=#fork of a, a=of a, ), "};
     ExpectOneOf(
-        states,
-        [this] {
-            mItem = RefOf(MakeWithCompanion("", "a"));
-            mSub = RefOf(mFolder.MakeFolder("sub"));
-        },
-        [this] { return Move(mItem, mSub); },
+        states, [this] { MakeItemAndFolder(); }, [this] { return Move(mItem, mSub); },
         [this] {
             // As who does not look first: the second time clears away what the first one left, too.
             FSRef item = {};
@@ -124,8 +119,7 @@ TEST_F(NameCrashes, MovingWhereAnOrphanLies) {
     ExpectOneOf(
         states,
         [this] {
-            mItem = RefOf(MakeWithCompanion("", "a"));
-            mSub = RefOf(mFolder.MakeFolder("sub"));
+            MakeItemAndFolder();
             mFolder.MakeFile("sub/._a", CompanionBytes("of nobody"));
         },
         [this] { return Move(mItem, mSub); },

@@ -32,6 +32,35 @@ class FindByRef : public support::FileWorldTest {
         EXPECT_EQ(noErr, MakeRef(inPath, &ref)) << inPath;
         return ref;
     }
+    // Makes each of the calls of finding an item again fail; inPrepare(n) says where it is before the n-th.
+    template <typename Prepare>
+    void ExpectFoundWhateverFails(const FSRef& inRef, Prepare inPrepare) {
+        const std::size_t descriptors = OpenDescriptorCount();
+        for (int failing = 1;; ++failing) {
+            const std::string path = inPrepare(failing);
+            UInt8 found[4096] = {};
+            OSStatus status = noErr;
+            bool delivered = false;
+            {
+                const FailingCalls calls(failing, EIO);
+                status = FSRefMakePath(&inRef, found, sizeof(found));
+                delivered = calls.Delivered();
+            }
+            EXPECT_EQ(descriptors, OpenDescriptorCount());
+            if (status == noErr) {
+                EXPECT_EQ(path,
+                          reinterpret_cast<char*>(found));  // only closing the folder failed, or nothing
+            } else {
+                EXPECT_EQ(ioErr, status);
+            }
+            if (!delivered) {
+                EXPECT_EQ(noErr, status);
+                EXPECT_GT(failing, 6);
+                break;
+            }
+        }
+    }
+
     // As many others as the table remembers are met meanwhile.
     void ForgetHints() {
         FoundItem folder;
@@ -161,31 +190,14 @@ TEST_P(FindByRef, EveryFailingCall) {
     const std::string path = mFolder.MakeFile("sub/a");
     FSRef ref;
     ASSERT_EQ(noErr, MakeRef(path, &ref));
-    const std::size_t descriptors = OpenDescriptorCount();
-    for (int failing = 1;; ++failing) {
+    std::string now = path;
+    ExpectFoundWhateverFails(ref, [&](int inFailing) {
         // Away from the hint, so that the whole search takes place.
-        const std::string now = mFolder / ("sub/now " + std::to_string(failing));
-        mFolder.Rename(failing == 1 ? path : mFolder / ("sub/now " + std::to_string(failing - 1)), now);
-        UInt8 found[4096] = {};
-        OSStatus status = noErr;
-        bool delivered = false;
-        {
-            const FailingCalls calls(failing, EIO);
-            status = FSRefMakePath(&ref, found, sizeof(found));
-            delivered = calls.Delivered();
-        }
-        EXPECT_EQ(descriptors, OpenDescriptorCount());
-        if (status == noErr) {
-            EXPECT_EQ(now, reinterpret_cast<char*>(found));  // only closing the folder failed, or nothing
-        } else {
-            EXPECT_EQ(ioErr, status);
-        }
-        if (!delivered) {
-            EXPECT_EQ(noErr, status);
-            EXPECT_GT(failing, 6);
-            break;
-        }
-    }
+        const std::string before = now;
+        now = mFolder / ("sub/now " + std::to_string(inFailing));
+        mFolder.Rename(before, now);
+        return now;
+    });
 }
 
 TEST_P(FindByRef, MeansTheNameThatItWasMadeBy) {
@@ -307,29 +319,10 @@ TEST_P(FindByRef, EveryFailingCallForAForgottenItem) {
     const std::string path = mFolder.MakeFile("sub/a");
     mFolder.MakeHardLink(path, mFolder / "b");
     const FSRef ref = RefOf(path);
-    const std::size_t descriptors = OpenDescriptorCount();
-    for (int failing = 1;; ++failing) {
+    ExpectFoundWhateverFails(ref, [&](int) {
         ForgetHints();
-        UInt8 found[4096] = {};
-        OSStatus status = noErr;
-        bool delivered = false;
-        {
-            const FailingCalls calls(failing, EIO);
-            status = FSRefMakePath(&ref, found, sizeof(found));
-            delivered = calls.Delivered();
-        }
-        EXPECT_EQ(descriptors, OpenDescriptorCount());
-        if (status == noErr) {
-            EXPECT_EQ(path, reinterpret_cast<char*>(found));  // only closing the folder failed, or nothing
-        } else {
-            EXPECT_EQ(ioErr, status);
-        }
-        if (!delivered) {
-            EXPECT_EQ(noErr, status);
-            EXPECT_GT(failing, 6);
-            break;
-        }
-    }
+        return path;
+    });
 }
 
 TEST_P(FindByRef, MemoryFailsForAForgottenItem) {
