@@ -39,12 +39,19 @@ ItemIdentity IdentityOf(const struct statx& inStatus) {
             hasBirth ? NanosOf(inStatus.stx_btime) : 0};
 }
 
+timespec TimeOf(const Moment* inMoment) {
+    if (inMoment == nullptr) return {0, UTIME_OMIT};
+    return {static_cast<time_t>(inMoment->seconds), static_cast<long>(inMoment->nanos)};
+}
+
 int GetStatus(int inFolder, const char* inPath, int inFlags, ItemStatus& outStatus) {
     struct statx status = {};
     if (Calls().statx(inFolder, inPath, inFlags, kFields, &status) != 0) return errno;
     outStatus.identity = IdentityOf(status);
     outStatus.kind = KindOfMode(status.stx_mode);
     outStatus.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    outStatus.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+    outStatus.linkCount = status.stx_nlink;
     outStatus.mode = status.stx_mode;
     outStatus.linkCount = status.stx_nlink;
     outStatus.owner = status.stx_uid;
@@ -56,6 +63,7 @@ int GetStatus(int inFolder, const char* inPath, int inFlags, ItemStatus& outStat
     outStatus.contentDate = MomentOf(status.stx_mtime);
     outStatus.attributeDate = MomentOf(status.stx_ctime);
     outStatus.accessDate = MomentOf(status.stx_atime);
+    outStatus.birthDate = MomentOf(status.stx_btime);
     return 0;
 }
 
@@ -75,6 +83,13 @@ int GetTargetStatus(const char* inPath, ItemStatus& outStatus) {
 
 int GetDescriptorStatus(int inDescriptor, ItemStatus& outStatus) {
     return GetStatus(inDescriptor, "", AT_EMPTY_PATH, outStatus);
+}
+
+int SetDatesAt(int inFolder, const char* inName, LastLink inLink, const Moment* inAccess,
+               const Moment* inContent) {
+    const timespec times[] = {TimeOf(inAccess), TimeOf(inContent)};
+    const int flags = inLink == LastLink::kItself ? AT_SYMLINK_NOFOLLOW : 0;
+    return Calls().utimensat(inFolder, inName, times, flags) == 0 ? 0 : errno;
 }
 
 }  // namespace toolbox::os

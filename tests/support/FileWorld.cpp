@@ -94,8 +94,7 @@ int FileWorld::MakeHardLink(const std::string& inOldPath, const std::string& inN
 
 void FileWorld::SetTimes(const std::string& inPath, const timespec& inAccess, const timespec& inChange) {
     const timespec times[] = {inAccess, inChange};
-    EXPECT_EQ(0, mMemory ? mMemory->SetTimes(inPath, inAccess, inChange)
-                         : utimensat(AT_FDCWD, inPath.c_str(), times, 0));
+    EXPECT_EQ(0, Calls().utimensat(AT_FDCWD, inPath.c_str(), times, 0)) << inPath;
 }
 
 void FileWorld::SetMode(const std::string& inPath, mode_t inMode) {

@@ -41,7 +41,7 @@ class FileWorld {
 
     // Another name for a file. 0 or an errno, as are all that mount.
     static int MakeHardLink(const std::string& inOldPath, const std::string& inNewPath);
-    void SetTimes(const std::string& inPath, const timespec& inAccess, const timespec& inChange);
+    static void SetTimes(const std::string& inPath, const timespec& inAccess, const timespec& inChange);
     static void SetMode(const std::string& inPath, mode_t inMode);
     static void Rename(const std::string& inOldPath, const std::string& inNewPath);
     static void Remove(const std::string& inPath, bool inIsFolder = false);

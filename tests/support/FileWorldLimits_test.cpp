@@ -124,6 +124,9 @@ TEST_P(FileWorldLimits, OtherPeoplesItems) {
     EXPECT_EQ(EPERM, SetMode("shared/a", 0600));
     EXPECT_EQ(0, Rename("shared/own", "shared/b"));
     EXPECT_EQ(0, Remove("shared/b"));
+    const timespec times[] = {{1, 0}, {2, 0}};
+    EXPECT_EQ(EPERM, ErrorOf(Calls().utimensat(AT_FDCWD, (mFolder / "shared/a").c_str(), times, 0)));
+    EXPECT_EQ(EACCES, ErrorOf(Calls().utimensat(AT_FDCWD, (mFolder / "shared/a").c_str(), nullptr, 0)));
     const int file = Calls().openat(AT_FDCWD, (mFolder / "shared/a").c_str(), O_RDONLY | O_CLOEXEC, 0);
     EXPECT_EQ(EPERM, ErrorOf(Calls().fchmod(file, 0600)));
     EXPECT_EQ(EPERM, ErrorOf(Calls().fchown(file, geteuid(), getegid())));

@@ -200,6 +200,42 @@ TEST_P(FileWorldNames, Times) {
     EXPECT_GE(StatusOf("sub").stx_mtime.tv_sec, before.stx_mtime.tv_sec) << "of a folder: the names in it";
 }
 
+TEST_P(FileWorldNames, TimesOneByOne) {
+    mFolder.MakeFile("a");
+    mFolder.MakeLink("a", "link");
+    const auto set = [&](const std::string& inName, const timespec& inAccess, const timespec& inChange,
+                         int inFlags = 0) {
+        const timespec times[] = {inAccess, inChange};
+        return ErrorOf(Calls().utimensat(AT_FDCWD, (mFolder / inName).c_str(), times, inFlags));
+    };
+    constexpr timespec kOmitted = {0, UTIME_OMIT};
+    constexpr timespec kNow = {0, UTIME_NOW};
+    EXPECT_EQ(0, set("a", {7, 8}, {9, 10}));
+    EXPECT_EQ(0, set("a", kOmitted, {11, 12}));
+    EXPECT_EQ(0, set("link", {-13, 14}, kOmitted));
+    struct statx status = StatusOf("a");
+    EXPECT_EQ(-13, status.stx_atime.tv_sec);
+    EXPECT_EQ(14U, status.stx_atime.tv_nsec);
+    EXPECT_EQ(11, status.stx_mtime.tv_sec);
+    EXPECT_EQ(12U, status.stx_mtime.tv_nsec);
+    const std::int64_t born = status.stx_btime.tv_sec;
+    EXPECT_EQ(0, set("link", {1, 0}, {2, 0}, AT_SYMLINK_NOFOLLOW));
+    struct statx ofLink = {};
+    EXPECT_EQ(0, Calls().statx(AT_FDCWD, (mFolder / "link").c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS,
+                               &ofLink));
+    EXPECT_EQ(2, ofLink.stx_mtime.tv_sec);
+    EXPECT_EQ(11, StatusOf("a").stx_mtime.tv_sec);
+    EXPECT_EQ(0, set("a", kOmitted, kNow));
+    EXPECT_GE(StatusOf("a").stx_mtime.tv_sec, born);
+    EXPECT_EQ(-13, StatusOf("a").stx_atime.tv_sec);
+    EXPECT_EQ(0, ErrorOf(Calls().utimensat(AT_FDCWD, (mFolder / "a").c_str(), nullptr, 0)));
+    EXPECT_GE(StatusOf("a").stx_atime.tv_sec, born);
+    EXPECT_EQ(ENOENT, set("none", {1, 0}, {2, 0}));
+    EXPECT_EQ(0, set("none", kOmitted, kOmitted)) << "nothing is to be done";
+    EXPECT_EQ(EINVAL, set("a", {1, 1'000'000'000}, {2, 0}));
+    EXPECT_EQ(EINVAL, set("a", {1, 0}, {2, 0}, 1 << 30));
+}
+
 TEST_P(FileWorldNames, Pipes) {
     const std::string path = mFolder.MakePipe("pipe");
     EXPECT_TRUE(S_ISFIFO(StatusOf("pipe").stx_mode));

@@ -54,6 +54,15 @@ struct statx_timestamp TimeOf(const timespec& inTime) {
     return time;
 }
 
+bool IsTimeToSet(const timespec& inTime) {
+    const long nanos = inTime.tv_nsec;
+    return nanos == UTIME_NOW || nanos == UTIME_OMIT || (nanos >= 0 && nanos < 1'000'000'000);
+}
+
+void SetTime(const timespec& inTime, const timespec& inNow, timespec& ioTime) {
+    if (inTime.tv_nsec != UTIME_OMIT) ioTime = inTime.tv_nsec == UTIME_NOW ? inNow : inTime;
+}
+
 unsigned char EntryTypeOf(const MemoryNode& inItem) {
     return static_cast<unsigned char>(IFTODT(inItem.mode));
 }
@@ -223,6 +232,28 @@ int MemoryFiles::SetOwnerOfOpen(int inDescriptor, uid_t inUser, gid_t inGroup) {
     if (!keepsUser) item.owner = inUser;
     if (!keepsGroup) item.group = inGroup;
     MemoryTree::TouchStatus(item);
+    return 0;
+}
+
+int MemoryFiles::SetTimes(int inFolder, const char* inPath, const timespec* inTimes, int inFlags) {
+    if ((inFlags & ~(AT_SYMLINK_NOFOLLOW | AT_EMPTY_PATH)) != 0) return Fail(EINVAL);
+    const timespec now = {0, UTIME_NOW};
+    const timespec accessed = inTimes == nullptr ? now : inTimes[0];
+    const timespec changed = inTimes == nullptr ? now : inTimes[1];
+    if (!IsTimeToSet(accessed) || !IsTimeToSet(changed)) return Fail(EINVAL);
+    if (accessed.tv_nsec == UTIME_OMIT && changed.tv_nsec == UTIME_OMIT) return 0;
+    MemoryLocation at;
+    const int error = FindItem(inFolder, inPath, inFlags, at);
+    if (error != 0) return Fail(error);
+    if (at.mount->isReadOnly) return Fail(EROFS);
+    MemoryNode& item = *at.node;
+    const bool isOwn = geteuid() == 0 || geteuid() == item.owner;
+    // Whoever may write may say that it was now.
+    const bool isTouched = accessed.tv_nsec == UTIME_NOW && changed.tv_nsec == UTIME_NOW;
+    if (!isOwn && !(isTouched && MemoryTree::MayAccess(item, W_OK))) return Fail(isTouched ? EACCES : EPERM);
+    MemoryTree::TouchStatus(item);
+    SetTime(accessed, item.statusChanged, item.accessed);
+    SetTime(changed, item.statusChanged, item.changed);
     return 0;
 }
 

@@ -81,6 +81,7 @@ void MemoryFiles::Replace(toolbox::os::SystemCalls& ioCalls) {
     ioCalls.statvfs = StandIn<&MemoryFiles::GetVolumeStatus>::kCall;
     ioCalls.faccessat = StandIn<&MemoryFiles::CheckAccess>::kCall;
     ioCalls.fchmodat = StandIn<&MemoryFiles::SetMode>::kCall;
+    ioCalls.utimensat = StandIn<&MemoryFiles::SetTimes>::kCall;
     ioCalls.mkdirat = StandIn<&MemoryFiles::MakeFolder>::kCall;
     ioCalls.renameat2 = StandIn<&MemoryFiles::Rename>::kCall;
     ioCalls.linkat = StandIn<&MemoryFiles::AddName>::kCall;

@@ -35,8 +35,6 @@ class MemoryFiles {
     // A pipe or the like, by the kind that is in its mode.
     int MakeSpecial(const std::string& inPath, mode_t inMode);
     int SetCurrentFolder(const std::string& inPath);
-    // When it was last read and written.
-    int SetTimes(const std::string& inPath, const timespec& inAccess, const timespec& inChange);
     // An empty volume; a folder that is at another place too; neither.
     int MountVolume(const std::string& inPath);
     int MountFolder(const std::string& inFolder, const std::string& inPath);
@@ -90,6 +88,7 @@ class MemoryFiles {
     int GetVolumeStatus(const char* inPath, struct statvfs* outStatus);
     int CheckAccess(int inFolder, const char* inPath, int inMode, int inFlags);
     int SetMode(int inFolder, const char* inPath, mode_t inMode, int inFlags);
+    int SetTimes(int inFolder, const char* inPath, const timespec* inTimes, int inFlags);
     int MakeFolder(int inFolder, const char* inPath, mode_t inMode);
     int Rename(int inOldFolder, const char* inOldPath, int inNewFolder, const char* inNewPath,
                unsigned inFlags);

@@ -99,19 +99,6 @@ int MemoryFiles::SetCurrentFolder(const std::string& inPath) {
     return 0;
 }
 
-int MemoryFiles::SetTimes(const std::string& inPath, const timespec& inAccess, const timespec& inChange) {
-    const std::lock_guard lock(mMutex);
-    MemoryLocation at;
-    const int error = FindItem(AT_FDCWD, inPath.c_str(), 0, at);
-    if (error != 0) return error;
-    if (at.mount->isReadOnly) return EROFS;
-    if (geteuid() != 0 && geteuid() != at.node->owner) return EPERM;
-    at.node->accessed = inAccess;
-    at.node->changed = inChange;
-    MemoryTree::TouchStatus(*at.node);
-    return 0;
-}
-
 int MemoryFiles::MountVolume(const std::string& inPath) {
     const std::lock_guard lock(mMutex);
     MemoryLocation point;

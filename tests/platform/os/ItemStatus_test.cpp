@@ -5,6 +5,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -114,6 +116,66 @@ TEST(GetStatusAt, OfAnItemAsItLiesThere) {
     EXPECT_EQ(ItemKind::kLink, status.kind);
     EXPECT_EQ(ENOENT, GetStatusAt(descriptor, "none", status));
     close(descriptor);
+}
+
+TEST(GetPathStatus, BirthAndNames) {
+    const TemporaryFolder folder;
+    const std::string path = folder.MakeFile("a");
+    ItemStatus status;
+    ASSERT_EQ(0, GetPathStatus(path.c_str(), status));
+    EXPECT_EQ(1U, status.linkCount);
+    EXPECT_FALSE(status.isImmutable);
+    if (status.identity.birthNanos != 0) {
+        EXPECT_EQ(status.identity.birthNanos,
+                  status.birthDate.seconds * 1'000'000'000 + status.birthDate.nanos);
+    }
+    ASSERT_EQ(0, link(path.c_str(), (folder / "b").c_str()));
+    ASSERT_EQ(0, GetPathStatus(path.c_str(), status));
+    EXPECT_EQ(2U, status.linkCount);
+}
+
+TEST(GetPathStatus, Immutability) {
+    const TemporaryFolder folder;
+    const std::string path = folder.MakeFile("a");
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(file, 0);
+    int flags = 0;
+    if (ioctl(file, FS_IOC_GETFLAGS, &flags) != 0) GTEST_SKIP() << "the file system has no such flag";
+    const int immutable = flags | FS_IMMUTABLE_FL;
+    if (ioctl(file, FS_IOC_SETFLAGS, &immutable) != 0) GTEST_SKIP() << "only an administrator can set it";
+    ItemStatus status;
+    EXPECT_EQ(0, GetPathStatus(path.c_str(), status));
+    EXPECT_EQ(0, ioctl(file, FS_IOC_SETFLAGS, &flags));
+    EXPECT_TRUE(status.isImmutable);
+    EXPECT_EQ(0, GetPathStatus(path.c_str(), status));
+    EXPECT_FALSE(status.isImmutable);
+    close(file);
+}
+
+TEST(SetDatesAt, OneOrBoth) {
+    const TemporaryFolder folder;
+    const std::string path = folder.MakeFile("a");
+    ASSERT_EQ(0, symlink("a", (folder / "link").c_str()));
+    const Moment early = {1'000, 1};
+    const Moment late = {2'000, 999'999'999};
+    ItemStatus status;
+    EXPECT_EQ(0, SetDatesAt(AT_FDCWD, path.c_str(), LastLink::kItself, &early, &late));
+    ASSERT_EQ(0, GetPathStatus(path.c_str(), status));
+    EXPECT_EQ(1'000, status.accessDate.seconds);
+    EXPECT_EQ(1U, status.accessDate.nanos);
+    EXPECT_EQ(2'000, status.contentDate.seconds);
+    EXPECT_EQ(999'999'999U, status.contentDate.nanos);
+    const int number = open(folder.Path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    EXPECT_EQ(0, SetDatesAt(number, "link", LastLink::kItself, nullptr, &early));
+    ASSERT_EQ(0, GetPathStatus((folder / "link").c_str(), status));
+    EXPECT_EQ(1'000, status.contentDate.seconds);
+    ASSERT_EQ(0, GetPathStatus(path.c_str(), status));
+    EXPECT_EQ(2'000, status.contentDate.seconds) << "a link is dated itself";
+    EXPECT_EQ(0, SetDatesAt(number, "link", LastLink::kFollowed, nullptr, &early));
+    ASSERT_EQ(0, GetPathStatus(path.c_str(), status));
+    EXPECT_EQ(1'000, status.contentDate.seconds);
+    EXPECT_EQ(ENOENT, SetDatesAt(number, "none", LastLink::kItself, nullptr, &early));
+    close(number);
 }
 
 TEST(GetPathStatus, FileSystemWithoutBirth) {

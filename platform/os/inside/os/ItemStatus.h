@@ -47,7 +47,8 @@ struct ItemStatus {
     ItemIdentity identity;
     ItemKind kind = ItemKind::kOther;
     bool isMountRoot = false;  // something is mounted where it lies, and it is that; false where nobody tells
-    std::uint16_t mode = 0;    // POSIX: permissions, and the bits of the kind
+    bool isImmutable = false;     // nobody may change it before this is taken back; false where nobody tells
+    std::uint16_t mode = 0;       // POSIX: permissions, and the bits of the kind
     std::uint32_t linkCount = 0;  // names that it has, as far as the file system counts them
     std::uint32_t owner = 0;
     std::uint32_t group = 0;
@@ -58,6 +59,7 @@ struct ItemStatus {
     Moment contentDate;                // when each was last changed, or read
     Moment attributeDate;
     Moment accessDate;
+    Moment birthDate;  // as in the identity; without meaning where that is not known
 
     // The volume of a folder, and of what lies in it, unless that is a folder of another one.
     VolumeKey Volume() const { return {mount, identity.device}; }
@@ -69,5 +71,12 @@ struct ItemStatus {
 [[nodiscard]] int GetDescriptorStatus(int inDescriptor, ItemStatus& outStatus);
 // Of what has the name in an open folder; a link is told of itself.
 [[nodiscard]] int GetStatusAt(int inFolder, const char* inName, ItemStatus& outStatus);
+
+// Sets when an item was last read and when it was last changed; null leaves one as it is. Of what has the
+// name in an open folder, which may be AT_FDCWD: a link is dated itself, unless it is to be followed. 0 or an
+// errno. The file system keeps what it can of a moment.
+enum class LastLink { kItself, kFollowed };
+[[nodiscard]] int SetDatesAt(int inFolder, const char* inName, LastLink inLink, const Moment* inAccess,
+                             const Moment* inContent);
 
 }  // namespace toolbox::os

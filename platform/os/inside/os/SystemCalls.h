@@ -55,6 +55,7 @@ enum class Failure {
     CALL(statvfs, int(const char*, struct statvfs*), kMinusOne, ::statvfs)                                  \
     CALL(faccessat, int(int, const char*, int, int), kMinusOne, ::faccessat)                                \
     CALL(fchmodat, int(int, const char*, mode_t, int), kMinusOne, ::fchmodat)                               \
+    CALL(utimensat, int(int, const char*, const struct timespec*, int), kMinusOne, ::utimensat)             \
     CALL(mkdirat, int(int, const char*, mode_t), kMinusOne, ::mkdirat)                                      \
     CALL(renameat2, int(int, const char*, int, const char*, unsigned), kMinusOne, ::renameat2)              \
     CALL(linkat, int(int, const char*, int, const char*, int), kMinusOne, ::linkat)                         \
