@@ -1,7 +1,7 @@
 #include "companions/Companions.h"
 
 #include "CompanionFile.h"
-#include "os/Replace.h"
+#include "CompanionParts.h"
 
 #include <algorithm>
 #include <string_view>
@@ -12,29 +12,28 @@ namespace toolbox::files {
 namespace {
 
 constexpr std::string_view kPrefix = "._";
-constexpr std::size_t kFinderInfoBytes = 32;
 
 int OpenCompanion(const Place& inItem, Companion& outCompanion) {
     return OpenNamed(inItem.folder.Number(), CompanionName(inItem.name), outCompanion);
 }
 
-// 0 or an errno. All parts but the one of that id.
-int ReadOtherParts(const Companion& inCompanion, UInt32 inID, std::vector<AppleDoublePart>& outParts) {
-    for (const AppleDoubleEntry& entry : inCompanion.entries) {
-        if (entry.id == inID) continue;
-        AppleDoublePart part = {entry.id, std::vector<UInt8>(entry.lengthBytes)};
-        const int error = inCompanion.file.Read(entry.offsetBytes, part.bytes.data(), part.bytes.size());
-        if (error != 0) return error;
-        outParts.push_back(std::move(part));
-    }
-    return 0;
+// Whether what has the name in a folder can have a companion there: the folder itself does where it is a
+// volume's root.
+bool CanHaveCompanion(const Place& inPlace, const std::string& inName) {
+    if (inName == "..") return false;
+    if (inName != ".") return true;
+    os::ItemStatus above;
+    if (os::GetStatusAt(inPlace.folder.Number(), "..", above) != 0) return false;
+    return above.Volume() != inPlace.folderStatus.Volume() ||
+           above.identity.IsSameItem(inPlace.folderStatus.identity);
 }
 
 // Whether there is the item whose companion would have the place's name.
 bool HasItem(const Place& inPlace, os::ItemStatus& outItem) {
     if (!inPlace.name.starts_with(kPrefix)) return false;
     const std::string itemName = inPlace.name.substr(kPrefix.size());
-    return os::GetStatusAt(inPlace.folder.Number(), itemName.c_str(), outItem) == 0;
+    return os::GetStatusAt(inPlace.folder.Number(), itemName.c_str(), outItem) == 0 &&
+           CanHaveCompanion(inPlace, itemName);
 }
 
 bool IsAppleDouble(const Place& inPlace) {
@@ -72,21 +71,14 @@ int OpenEntry(const Place& inItem, UInt32 inID, os::FileRange& outEntry) {
 
 int ReplaceEntry(const Place& inItem, UInt32 inID, const std::vector<UInt8>& inBytes) {
     std::vector<AppleDoublePart> parts;
-    Companion companion;
-    int error = OpenCompanion(inItem, companion);
-    if (error == 0) {
-        error = ReadOtherParts(companion, inID, parts);
-    } else if (error == ENOENT) {
-        // As others write it: there are readers that look for it in the first place.
-        if (inID != AppleDoubleEntry::kFinderInfo)
-            parts.push_back({AppleDoubleEntry::kFinderInfo, std::vector<UInt8>(kFinderInfoBytes)});
-        error = 0;
-    }
+    bool exists = false;
+    const int error = ReadParts(inItem, inID, parts, exists);
     if (error != 0) return error;
+    // As others write it: there are readers that look for it in the first place.
+    if (!exists && inID != AppleDoubleEntry::kFinderInfo)
+        parts.push_back({AppleDoubleEntry::kFinderInfo, std::vector<UInt8>(kFinderInfoBytes)});
     parts.push_back({inID, inBytes});
-    std::vector<UInt8> file;
-    if (!EncodeAppleDouble(parts, file)) return ENOSPC;
-    return os::ReplaceFile(inItem.folder.Number(), CompanionName(inItem.name), file);
+    return WriteParts(inItem, parts);
 }
 
 bool IsCompanion(const Place& inPlace) {

@@ -26,6 +26,20 @@ bool HaveDistinctIDs(const std::vector<AppleDoubleEntry>& inEntries) {
     return std::adjacent_find(ids.begin(), ids.end()) == ids.end();
 }
 
+// 0: has its place; 1: lies anywhere; 2: comes last.
+int RankOf(const AppleDoublePart& inPart) {
+    if (inPart.offsetBytes != 0) return 0;
+    return inPart.id == AppleDoubleEntry::kResourceFork ? 2 : 1;
+}
+
+std::vector<const AppleDoublePart*> InOrderOfPlaces(const std::vector<AppleDoublePart>& inParts) {
+    std::vector<const AppleDoublePart*> parts;
+    for (const int rank : {0, 1, 2})
+        for (const AppleDoublePart& part : inParts)
+            if (RankOf(part) == rank) parts.push_back(&part);
+    return parts;
+}
+
 }  // namespace
 
 std::size_t AppleDoubleHeaderSize(const UInt8* inBytes) {
@@ -54,13 +68,12 @@ bool DecodeAppleDouble(const UInt8* inBytes, std::size_t inByteCount, UInt64 inF
 }
 
 bool EncodeAppleDouble(const std::vector<AppleDoublePart>& inParts, std::vector<UInt8>& outBytes) {
-    std::vector<const AppleDoublePart*> parts;
-    for (const bool isLast : {false, true})
-        for (const AppleDoublePart& part : inParts)
-            if ((part.id == AppleDoubleEntry::kResourceFork) == isLast) parts.push_back(&part);
+    const std::vector<const AppleDoublePart*> parts = InOrderOfPlaces(inParts);
     UInt64 totalBytes = kAppleDoubleHeaderBytes + kAppleDoubleEntryBytes * parts.size();
-    for (const AppleDoublePart* part : parts)
-        totalBytes += part->bytes.size();
+    for (const AppleDoublePart* part : parts) {
+        if (part->offsetBytes != 0 && part->offsetBytes < totalBytes) return false;
+        totalBytes = std::max<UInt64>(totalBytes, part->offsetBytes) + part->bytes.size();
+    }
     if (parts.size() > std::numeric_limits<UInt16>::max() || totalBytes > std::numeric_limits<UInt32>::max())
         return false;
 
@@ -71,6 +84,7 @@ bool EncodeAppleDouble(const std::vector<AppleDoublePart>& inParts, std::vector<
     os::Store16(outBytes.data() + kCountOffset, static_cast<UInt16>(parts.size()));
     std::size_t at = kAppleDoubleHeaderBytes;
     for (const AppleDoublePart* part : parts) {
+        outBytes.resize(std::max<std::size_t>(outBytes.size(), part->offsetBytes));
         os::Store32(outBytes.data() + at, part->id);
         os::Store32(outBytes.data() + at + 4, static_cast<UInt32>(outBytes.size()));
         os::Store32(outBytes.data() + at + 8, static_cast<UInt32>(part->bytes.size()));

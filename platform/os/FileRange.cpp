@@ -15,6 +15,7 @@ int FileRange::Adopt(Descriptor inFile) {
     if (status.kind != ItemKind::kFile) return EINVAL;
     mFile = std::move(inFile);
     mSizeBytes = static_cast<UInt64>(status.sizeBytes);
+    mAllocatedBytes = status.allocatedBytes;
     mChangeNanos = status.changeNanos;
     return 0;
 }

@@ -51,7 +51,6 @@ int GetStatus(int inFolder, const char* inPath, int inFlags, ItemStatus& outStat
     outStatus.kind = KindOfMode(status.stx_mode);
     outStatus.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
     outStatus.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
-    outStatus.linkCount = status.stx_nlink;
     outStatus.mode = status.stx_mode;
     outStatus.linkCount = status.stx_nlink;
     outStatus.owner = status.stx_uid;

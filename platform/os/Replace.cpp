@@ -177,6 +177,12 @@ int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes) {
     return error != 0 ? error : ReplaceFile(folder.Number(), path.substr(nameStart), inBytes);
 }
 
+int RemoveFile(int inFolder, const std::string& inName) {
+    if (Calls().unlinkat(inFolder, inName.c_str(), 0) != 0) return errno;
+    SyncFolder(inFolder);
+    return 0;
+}
+
 int OverwriteFile(int inDescriptor, const std::vector<UInt8>& inBytes, const MovableHead& inHead) {
     // Held until the descriptor is closed. Where locks are unknown, nobody holds any.
     if (Calls().flock(inDescriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return EBUSY;

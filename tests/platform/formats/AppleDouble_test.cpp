@@ -43,6 +43,30 @@ TEST(AppleDouble, ResourceForkComesLast) {
                                      {AppleDoubleEntry::kFinderInfo, {1, 2, 3}}}));
 }
 
+TEST(AppleDouble, APartThatHasItsPlaceStaysThere) {
+    constexpr UInt32 kPlace = 70;
+    const std::vector<UInt8> file = Encoded({{AppleDoubleEntry::kResourceFork, {4, 5, 6}},
+                                             {AppleDoubleEntry::kFileDates, {7}},
+                                             {AppleDoubleEntry::kFinderInfo, {1, 2, 3}, kPlace}});
+    std::vector<AppleDoubleEntry> entries;
+    ASSERT_TRUE(DecodeAppleDouble(file.data(), file.size(), file.size(), entries));
+    ASSERT_EQ(3U, entries.size());
+    EXPECT_EQ(UInt32{AppleDoubleEntry::kFinderInfo}, entries[0].id);
+    EXPECT_EQ(kPlace, entries[0].offsetBytes);
+    EXPECT_EQ(1, file[kPlace]);
+    EXPECT_EQ(73U, entries[1].offsetBytes);
+    EXPECT_EQ(74U, entries[2].offsetBytes);
+    EXPECT_EQ(77U, file.size());
+}
+
+TEST(AppleDouble, APlaceThatIsTaken) {
+    std::vector<UInt8> file;
+    EXPECT_TRUE(EncodeAppleDouble({{AppleDoubleEntry::kFinderInfo, {1}, 38}}, file));
+    EXPECT_FALSE(EncodeAppleDouble({{AppleDoubleEntry::kFinderInfo, {1}, 37}}, file)) << "by the header";
+    EXPECT_FALSE(EncodeAppleDouble(
+        {{AppleDoubleEntry::kFinderInfo, {1, 2}, 60}, {AppleDoubleEntry::kFileDates, {1}, 61}}, file));
+}
+
 TEST(AppleDouble, EntriesComeBack) {
     const std::vector<UInt8> file = TwoEntries();
     std::vector<AppleDoubleEntry> entries;

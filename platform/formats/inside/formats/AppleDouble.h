@@ -19,7 +19,13 @@
 namespace toolbox::files {
 
 struct AppleDoubleEntry {
-    enum : UInt32 { kResourceFork = 2, kFinderInfo = 9 };
+    enum : UInt32 {
+        kResourceFork = 2,
+        kFileDates = 8,
+        kFinderInfo = 9,
+        kMacFileInfo = 10,
+        kEncodingHint = 0xF4656E63  // our own: the format leaves ids from 0x80000000 on to everybody
+    };
 
     UInt32 id = 0;
     UInt32 offsetBytes = 0;
@@ -29,6 +35,7 @@ struct AppleDoubleEntry {
 struct AppleDoublePart {
     UInt32 id = 0;
     std::vector<UInt8> bytes;
+    UInt32 offsetBytes = 0;  // where in the file it must lie; 0: anywhere
 };
 
 constexpr std::size_t kAppleDoubleHeaderBytes = 26;
@@ -57,9 +64,10 @@ template <typename Source>
     return isGood ? 0 : EBADMSG;
 }
 
-// A companion file of these parts, in this order but for the resource fork, which comes last: what other
-// systems keep in the Finder information may tell offsets in the file, and a fork that grows must not move
-// it. False when it is longer than the format can tell.
+// A companion file of these parts, in this order but for those that have their place, which come first, and
+// the resource fork, which comes last: what other systems keep in the Finder information may tell offsets in
+// the file, and a fork that grows must not move it. False when it is longer than the format can tell, or when
+// the header, or another part, reaches into a part's place.
 bool EncodeAppleDouble(const std::vector<AppleDoublePart>& inParts, std::vector<UInt8>& outBytes);
 
 }  // namespace toolbox::files

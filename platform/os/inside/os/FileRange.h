@@ -20,6 +20,8 @@ class FileRange {
     UInt64 SizeBytes() const { return mSizeBytes; }
     // The file's, for what is asked of it or done to it as a whole.
     int DescriptorNumber() const { return mFile.Number(); }
+    // Of the whole file on its volume, when it was opened.
+    UInt64 AllocatedBytes() const { return mAllocatedBytes; }
     // Exactly inByteCount bytes; ENODATA when the range, or by now the file, ends before. Bytes after a
     // failure are unspecified.
     [[nodiscard]] int Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const;
@@ -31,6 +33,7 @@ class FileRange {
     Descriptor mFile;
     UInt64 mOffsetBytes = 0;  // in the file
     UInt64 mSizeBytes = 0;
+    UInt64 mAllocatedBytes = 0;
     std::int64_t mChangeNanos = 0;
 };
 

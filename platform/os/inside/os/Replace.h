@@ -21,6 +21,10 @@ namespace toolbox::os {
 // is there whole or not at all, also after the machine has failed. EEXIST when the name is taken.
 [[nodiscard]] int CopyToNew(int inDescriptor, int inFolder, const std::string& inName);
 
+// Removes the file of that name from an open folder. Once this has answered 0 it stays away, also after the
+// machine has failed.
+[[nodiscard]] int RemoveFile(int inFolder, const std::string& inName);
+
 // The first bytes of contents that tell where the others lie, so that these can lie elsewhere for a while.
 struct MovableHead {
     // Few, so that the system writes them at once; 0: nothing can be moved.

@@ -1,0 +1,163 @@
+#include "companions/CompanionInfo.h"
+
+#include "CompanionFile.h"
+#include "CompanionParts.h"
+#include "companions/Companions.h"
+#include "os/BigEndian.h"
+#include "os/Replace.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace toolbox::files {
+
+namespace {
+
+using Parts = std::vector<AppleDoublePart>;
+
+// The dates: creation, change, backup, access.
+constexpr std::size_t kFileDatesBytes = 16;
+constexpr std::size_t kCreationOffset = 0;
+constexpr std::size_t kBackupOffset = 8;
+constexpr UInt32 kUnknownDate = 0x80000000;
+// Attributes as in a catalogue of old, in the last of four bytes.
+constexpr std::size_t kMacFileInfoBytes = 4;
+constexpr std::size_t kAttributesOffset = 3;
+constexpr UInt8 kLockedAttribute = 1;
+constexpr std::size_t kEncodingHintBytes = 4;
+
+static_assert(static_cast<SInt32>(kUnknownDate) == CompanionInfo::kNoDate);
+static_assert(kFinderInfoBytes == sizeof CompanionInfo::finderInfo);
+
+// What an entry of some bytes tells; those that it does not have tell nothing.
+void Take(UInt32 inID, const UInt8* inBytes, std::size_t inByteCount, CompanionInfo& ioInfo) {
+    switch (inID) {
+        case AppleDoubleEntry::kFinderInfo:
+            std::copy_n(inBytes, std::min(inByteCount, kFinderInfoBytes), ioInfo.finderInfo.begin());
+            break;
+        case AppleDoubleEntry::kFileDates:
+            if (inByteCount < kFileDatesBytes) break;
+            ioInfo.creationSeconds = static_cast<SInt32>(os::Load32(inBytes + kCreationOffset));
+            ioInfo.backupSeconds = static_cast<SInt32>(os::Load32(inBytes + kBackupOffset));
+            break;
+        case AppleDoubleEntry::kMacFileInfo:
+            if (inByteCount < kMacFileInfoBytes) break;
+            ioInfo.isLocked = (inBytes[kAttributesOffset] & kLockedAttribute) != 0;
+            break;
+        case AppleDoubleEntry::kEncodingHint:
+            if (inByteCount >= kEncodingHintBytes) ioInfo.encodingHint = os::Load32(inBytes);
+            break;
+        default:
+            break;
+    }
+}
+
+bool IsInfo(UInt32 inID) {
+    return inID == AppleDoubleEntry::kFinderInfo || inID == AppleDoubleEntry::kFileDates ||
+           inID == AppleDoubleEntry::kMacFileInfo || inID == AppleDoubleEntry::kEncodingHint;
+}
+
+int ReadEntries(const Companion& inCompanion, CompanionInfo& outInfo, CompanionSizes& outSizes) {
+    outSizes.allocatedBytes = inCompanion.file.AllocatedBytes();
+    for (const AppleDoubleEntry& entry : inCompanion.entries) {
+        if (entry.id == AppleDoubleEntry::kResourceFork) outSizes.forkBytes = entry.lengthBytes;
+        if (!IsInfo(entry.id)) continue;
+        UInt8 bytes[kFinderInfoBytes];
+        const std::size_t byteCount = std::min<std::size_t>(entry.lengthBytes, sizeof bytes);
+        const int error = inCompanion.file.Read(entry.offsetBytes, bytes, byteCount);
+        if (error != 0) return error;
+        Take(entry.id, bytes, byteCount, outInfo);
+    }
+    return 0;
+}
+
+bool AreZero(const std::vector<UInt8>& inBytes) {
+    return std::all_of(inBytes.begin(), inBytes.end(), [](UInt8 inByte) { return inByte == 0; });
+}
+
+// The bytes of the part of that id, as many as it must have, of which new ones are like inNewBytes.
+std::vector<UInt8>& BytesOf(UInt32 inID, const std::vector<UInt8>& inNewBytes, Parts& ioParts) {
+    auto part = std::find_if(ioParts.begin(), ioParts.end(),
+                             [inID](const AppleDoublePart& inPart) { return inPart.id == inID; });
+    if (part == ioParts.end()) part = ioParts.insert(part, {inID, {}});
+    std::vector<UInt8>& bytes = part->bytes;
+    if (bytes.size() < inNewBytes.size())
+        bytes.insert(bytes.end(), inNewBytes.begin() + static_cast<std::ptrdiff_t>(bytes.size()),
+                     inNewBytes.end());
+    return bytes;
+}
+
+void Put(const CompanionInfo& inInfo, Parts& ioParts) {
+    std::vector<UInt8>& finderInfo =
+        BytesOf(AppleDoubleEntry::kFinderInfo, std::vector<UInt8>(kFinderInfoBytes), ioParts);
+    std::copy(inInfo.finderInfo.begin(), inInfo.finderInfo.end(), finderInfo.begin());
+
+    std::vector<UInt8> noDates(kFileDatesBytes);
+    for (std::size_t at = 0; at < kFileDatesBytes; at += sizeof kUnknownDate)
+        os::Store32(noDates.data() + at, kUnknownDate);
+    std::vector<UInt8>& dates = BytesOf(AppleDoubleEntry::kFileDates, noDates, ioParts);
+    os::Store32(dates.data() + kCreationOffset, static_cast<UInt32>(inInfo.creationSeconds));
+    os::Store32(dates.data() + kBackupOffset, static_cast<UInt32>(inInfo.backupSeconds));
+    const bool hasDates = dates != noDates;
+
+    std::vector<UInt8>& fileInfo =
+        BytesOf(AppleDoubleEntry::kMacFileInfo, std::vector<UInt8>(kMacFileInfoBytes), ioParts);
+    UInt8& attributes = fileInfo[kAttributesOffset];
+    attributes =
+        static_cast<UInt8>((attributes & ~kLockedAttribute) | (inInfo.isLocked ? kLockedAttribute : 0));
+
+    std::vector<UInt8>& hint =
+        BytesOf(AppleDoubleEntry::kEncodingHint, std::vector<UInt8>(kEncodingHintBytes), ioParts);
+    os::Store32(hint.data(), inInfo.encodingHint);
+
+    std::erase_if(ioParts, [hasDates](const AppleDoublePart& inPart) {
+        if (inPart.id == AppleDoubleEntry::kFileDates) return !hasDates;
+        const bool isByBits =
+            inPart.id == AppleDoubleEntry::kMacFileInfo || inPart.id == AppleDoubleEntry::kEncodingHint;
+        return isByBits && AreZero(inPart.bytes);
+    });
+}
+
+// Whether an item without this part is the same.
+bool IsDefault(const AppleDoublePart& inPart) {
+    if (inPart.id == AppleDoubleEntry::kResourceFork) return inPart.bytes.empty();
+    return inPart.id == AppleDoubleEntry::kFinderInfo && inPart.bytes.size() == kFinderInfoBytes &&
+           AreZero(inPart.bytes);
+}
+
+}  // namespace
+
+int ReadInfo(int inFolder, const std::string& inCompanionName, CompanionInfo& outInfo,
+             CompanionSizes& outSizes) {
+    outInfo = {};
+    outSizes = {};
+    Companion companion;
+    int error = OpenNamed(inFolder, inCompanionName, companion);
+    if (error == 0) error = ReadEntries(companion, outInfo, outSizes);
+    const bool isNone = error == ENOENT || error == EISDIR || error == EBADMSG || error == ENODATA;
+    if (error != 0) {
+        outInfo = {};
+        outSizes = {};
+    }
+    return isNone ? 0 : error;
+}
+
+int WriteInfo(const Place& inItem, const CompanionInfo& inInfo) {
+    Parts parts;
+    bool exists = false;
+    const int error = ReadParts(inItem, 0, parts, exists);
+    if (error != 0) return error;
+    Put(inInfo, parts);
+    if (!std::all_of(parts.begin(), parts.end(), IsDefault)) return WriteParts(inItem, parts);
+    return exists ? os::RemoveFile(inItem.folder.Number(), CompanionName(inItem.name)) : 0;
+}
+
+int IsLocked(const Place& inItem, const os::ItemStatus& inStatus, bool& outIsLocked) {
+    CompanionInfo info;
+    CompanionSizes sizes;
+    const int error = ReadInfo(inItem.folder.Number(), CompanionName(inItem.name), info, sizes);
+    outIsLocked = inStatus.isImmutable || info.isLocked;
+    return error;
+}
+
+}  // namespace toolbox::files
