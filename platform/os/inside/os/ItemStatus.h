@@ -47,8 +47,8 @@ struct ItemStatus {
     ItemIdentity identity;
     ItemKind kind = ItemKind::kOther;
     bool isMountRoot = false;  // something is mounted where it lies, and it is that; false where nobody tells
-    bool isImmutable = false;     // nobody may change it before this is taken back; false where nobody tells
-    std::uint16_t mode = 0;       // POSIX: permissions, and the bits of the kind
+    bool isImmutable = false;  // nobody may change it before this is taken back; false where nobody tells
+    std::uint16_t mode = 0;    // POSIX: permissions, and the bits of the kind
     std::uint32_t linkCount = 0;  // names that it has, as far as the file system counts them
     std::uint32_t owner = 0;
     std::uint32_t group = 0;
