@@ -1,7 +1,9 @@
+#include "CatalogDates.h"
 #include "FolderItems.h"
-#include "catalogue/DescriptorPaths.h"
-#include "catalogue/FileAccess.h"
+#include "ItemCompanions.h"
+#include "catalogue/ItemInfo.h"
 #include "catalogue/Volumes.h"
+#include "companions/Companions.h"
 #include "names/CatalogueNames.h"
 #include "os/SystemCalls.h"
 #include "status/StatusOfErrno.h"
@@ -21,32 +23,30 @@ namespace toolbox::files {
 
 namespace {
 
-static_assert(sizeof(FSCatalogInfo) == 144);
-static_assert(offsetof(FSCatalogInfo, permissions) == 56 && offsetof(FSCatalogInfo, dataLogicalSize) == 104);
+static_assert(sizeof(FSCatalogInfo) == 144 && offsetof(FSCatalogInfo, parentDirID) == 4);
+static_assert(offsetof(FSCatalogInfo, sharingFlags) == 12 && offsetof(FSCatalogInfo, createDate) == 16);
+static_assert(offsetof(FSCatalogInfo, contentModDate) == 24 && offsetof(FSCatalogInfo, backupDate) == 48);
+static_assert(offsetof(FSCatalogInfo, permissions) == 56 && offsetof(FSCatalogInfo, finderInfo) == 72);
+static_assert(offsetof(FSCatalogInfo, extFinderInfo) == 88 &&
+              offsetof(FSCatalogInfo, dataLogicalSize) == 104);
+static_assert(offsetof(FSCatalogInfo, rsrcLogicalSize) == 120 && offsetof(FSCatalogInfo, valence) == 136);
+static_assert(offsetof(FSCatalogInfo, textEncodingHint) == 140);
 
-constexpr FSCatalogInfoBitmap kSettableInfo = kFSCatInfoPermissions;
-constexpr mode_t kPermissionBits = 07777;
 constexpr std::size_t kMaxNameUnits = 255;
 
-// From the start of 1904 to that of 1970.
-constexpr std::int64_t kSecondsBefore1970 = 2'082'844'800;
-
-UTCDateTime DateOf(const os::Moment& inMoment) {
-    const std::int64_t seconds = std::max<std::int64_t>(inMoment.seconds + kSecondsBefore1970, 0);
-    const auto fraction = static_cast<UInt16>((std::uint64_t{inMoment.nanos} << 16) / 1'000'000'000);
-    return {static_cast<UInt16>(seconds >> 32), static_cast<UInt32>(seconds), fraction};
-}
+constexpr int kMayRead = R_OK;
+constexpr int kMayWrite = W_OK;
+constexpr int kMaySearch = X_OK;
+static_assert(kMayRead == 4 && kMayWrite == 2 && kMaySearch == 1, "as userAccess counts them");
 
 bool IsRefusal(int inErrno) {
     return inErrno == EACCES || inErrno == EPERM || inErrno == EROFS;
 }
 
 OSStatus GetAccess(const FoundItem& inItem, UInt8& outAccess) {
-    constexpr int kAccesses[] = {R_OK, W_OK, X_OK};  // 4, 2, 1, as they are counted here too
-    static_assert(R_OK == 4 && W_OK == 2 && X_OK == 1);
     const int flags = AT_EACCESS | (inItem.status.kind == os::ItemKind::kLink ? AT_SYMLINK_NOFOLLOW : 0);
     int access = 0;
-    for (const int one : kAccesses) {
+    for (const int one : {kMayRead, kMayWrite, kMaySearch}) {
         if (os::Calls().faccessat(AT_FDCWD, inItem.path.c_str(), one, flags) == 0)
             access |= one;
         else if (!IsRefusal(errno))
@@ -56,21 +56,66 @@ OSStatus GetAccess(const FoundItem& inItem, UInt8& outAccess) {
     return noErr;
 }
 
+// The items in a folder, without what they have beside them.
+OSStatus CountItems(const FoundItem& inFolder, UInt32& outCount) {
+    Place place;
+    const OSStatus status = OpenFoundFolder(inFolder, place);
+    if (status != noErr) return status;
+    const int error = FindName(place, [&](const struct dirent&) {
+        if (!IsCompanion(place)) ++outCount;
+        return ENOENT;
+    });
+    return error == ENOENT ? OSStatus{noErr} : StatusOfErrno(error);
+}
+
 // What was found out of an item: the item always, the rest where it is asked for.
 struct Knowledge {
-    FoundItem item;
+    const FoundItem& item;
     SInt16 volume = 0;
     UInt8 access = 0;
+    CompanionInfo companion;
+    CompanionSizes companionSizes;
+    UInt32 itemCount = 0;
 
     const os::ItemStatus& Status() const { return item.status; }
     bool IsOfKind(os::ItemKind inKind) const { return item.status.kind == inKind; }
+    bool MayAll(int inAccess) const { return (access & inAccess) == inAccess; }
 };
+
+UInt16 NodeFlagsOf(const Knowledge& inKnown) {
+    const bool isFolder = inKnown.IsOfKind(os::ItemKind::kFolder);
+    unsigned flags = isFolder ? kFSNodeIsDirectoryMask : 0;
+    if (inKnown.companion.isLocked || inKnown.Status().isImmutable) flags |= kFSNodeLockedMask;
+    if (!isFolder && inKnown.Status().linkCount > 1) flags |= kFSNodeHardLinkMask;
+    return static_cast<UInt16>(flags);
+}
+
+UTCDateTime CreationDateOf(const Knowledge& inKnown) {
+    const SInt32 seconds = inKnown.companion.creationSeconds;
+    return seconds == CompanionInfo::kNoDate ? DateOf(CreationOf(inKnown.Status()))
+                                             : DateOfCompanion(seconds);
+}
+
+UInt8 PrivilegesOf(const Knowledge& inKnown) {
+    const bool isFolder = inKnown.IsOfKind(os::ItemKind::kFolder);
+    unsigned privileges = 0;
+    if (isFolder && !inKnown.MayAll(kMayRead | kMaySearch))
+        privileges |= kioACUserNoSeeFolderMask | kioACUserNoSeeFilesMask;
+    if (!isFolder && !inKnown.MayAll(kMayRead)) privileges |= kioACUserNoSeeFilesMask;
+    if (!inKnown.MayAll(isFolder ? kMayWrite | kMaySearch : kMayWrite))
+        privileges |= kioACUserNoMakeChangesMask;
+    if (inKnown.Status().owner != geteuid()) privileges |= kioACUserNotOwnerMask;
+    return static_cast<UInt8>(privileges);
+}
 
 // Where a field comes from, beside the one look that finds the item.
 enum class Source {
-    kFinding,  // nowhere else
-    kVolume,   // one more look, at the volume's root
-    kAccess    // three questions
+    kFinding,        // nowhere else
+    kVolume,         // one more look, at the volume's root
+    kAccess,         // three questions
+    kCompanion,      // the item's companion
+    kOpenCompanion,  // the same, as far as it may be read
+    kFolder          // what is in it
 };
 
 struct Field {
@@ -80,10 +125,12 @@ struct Field {
 };
 
 constexpr Field kFields[] = {
-    {kFSCatInfoNodeFlags, Source::kFinding,
+    {kFSCatInfoTextEncoding, Source::kCompanion,
      [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
-         ioInfo.nodeFlags = inKnown.IsOfKind(os::ItemKind::kFolder) ? kFSNodeIsDirectoryMask : 0;
+         ioInfo.textEncodingHint = inKnown.companion.encodingHint;
      }},
+    {kFSCatInfoNodeFlags, Source::kOpenCompanion,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.nodeFlags = NodeFlagsOf(inKnown); }},
     {kFSCatInfoVolume, Source::kVolume,
      [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.volume = inKnown.volume; }},
     {kFSCatInfoParentDirID, Source::kFinding,
@@ -92,6 +139,8 @@ constexpr Field kFields[] = {
      }},
     {kFSCatInfoNodeID, Source::kFinding,
      [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.nodeID = inKnown.item.facts.nodeID; }},
+    {kFSCatInfoCreateDate, Source::kCompanion,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.createDate = CreationDateOf(inKnown); }},
     {kFSCatInfoContentMod, Source::kFinding,
      [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
          ioInfo.contentModDate = DateOf(inKnown.Status().contentDate);
@@ -104,17 +153,41 @@ constexpr Field kFields[] = {
      [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
          ioInfo.accessDate = DateOf(inKnown.Status().accessDate);
      }},
+    {kFSCatInfoBackupDate, Source::kCompanion,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
+         ioInfo.backupDate = DateOfCompanion(inKnown.companion.backupSeconds);
+     }},
     {kFSCatInfoPermissions, Source::kAccess,
      [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
          const os::ItemStatus& status = inKnown.Status();
          ioInfo.permissions = {status.owner, status.group, 0, inKnown.access, status.mode, 0};
      }},
+    {kFSCatInfoFinderInfo, Source::kCompanion,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
+         GetFinderInfo(inKnown.Status().kind, inKnown.companion, ioInfo.finderInfo);
+     }},
+    {kFSCatInfoFinderXInfo, Source::kCompanion,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
+         GetExtendedInfo(inKnown.Status().kind, inKnown.companion, ioInfo.extFinderInfo);
+     }},
+    {kFSCatInfoValence, Source::kFolder,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.valence = inKnown.itemCount; }},
     {kFSCatInfoDataSizes, Source::kFinding,
      [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
          const bool isFile = inKnown.IsOfKind(os::ItemKind::kFile);
          ioInfo.dataLogicalSize = isFile ? static_cast<UInt64>(inKnown.Status().sizeBytes) : 0;
          ioInfo.dataPhysicalSize = isFile ? inKnown.Status().allocatedBytes : 0;
      }},
+    {kFSCatInfoRsrcSizes, Source::kCompanion,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) {
+         const bool isFile = inKnown.IsOfKind(os::ItemKind::kFile);
+         ioInfo.rsrcLogicalSize = isFile ? inKnown.companionSizes.forkBytes : 0;
+         ioInfo.rsrcPhysicalSize = ioInfo.rsrcLogicalSize == 0 ? 0 : inKnown.companionSizes.allocatedBytes;
+     }},
+    {kFSCatInfoSharingFlags, Source::kFinding,
+     [](const Knowledge&, FSCatalogInfo& ioInfo) { ioInfo.sharingFlags = 0; }},
+    {kFSCatInfoUserPrivs, Source::kAccess,
+     [](const Knowledge& inKnown, FSCatalogInfo& ioInfo) { ioInfo.userPrivileges = PrivilegesOf(inKnown); }},
 };
 
 constexpr FSCatalogInfoBitmap BitsOfFields() {
@@ -123,7 +196,7 @@ constexpr FSCatalogInfoBitmap BitsOfFields() {
         bits |= field.bit;
     return bits;
 }
-constexpr FSCatalogInfoBitmap kKnownInfo = BitsOfFields();
+static_assert(BitsOfFields() == kFSCatInfoGettableInfo);
 
 bool Asks(FSCatalogInfoBitmap inWhich, Source inSource) {
     return std::any_of(std::begin(kFields), std::end(kFields), [&](const Field& inField) {
@@ -131,13 +204,24 @@ bool Asks(FSCatalogInfoBitmap inWhich, Source inSource) {
     });
 }
 
-OSStatus FindOut(const FSRef& inRef, FSCatalogInfoBitmap inWhich, bool inAsksVolume,
-                 Knowledge& outKnowledge) {
-    const FoundItem& item = outKnowledge.item;
-    OSStatus status = FindByRef(inRef, outKnowledge.item);
-    if (status != noErr) return status;
-    if (inAsksVolume || Asks(inWhich, Source::kVolume)) status = GetVolumeNumber(item, outKnowledge.volume);
-    if (status == noErr && Asks(inWhich, Source::kAccess)) status = GetAccess(item, outKnowledge.access);
+OSStatus FindOutOfCompanion(FSCatalogInfoBitmap inWhich, Knowledge& ioKnowledge) {
+    const bool mustBeRead = Asks(inWhich, Source::kCompanion);
+    if (!mustBeRead && !Asks(inWhich, Source::kOpenCompanion)) return noErr;
+    const int error = ReadCompanionInfo(ioKnowledge.item, ioKnowledge.companion, ioKnowledge.companionSizes);
+    return error == EACCES && !mustBeRead ? OSStatus{noErr} : StatusOfErrno(error);
+}
+
+OSStatus FindOut(FSCatalogInfoBitmap inWhich, bool inAsksVolume, const InfoKnownBefore& inKnownBefore,
+                 Knowledge& ioKnowledge) {
+    const FoundItem& item = ioKnowledge.item;
+    OSStatus status = noErr;
+    ioKnowledge.volume = inKnownBefore.volume;
+    if (ioKnowledge.volume == 0 && (inAsksVolume || Asks(inWhich, Source::kVolume)))
+        status = GetVolumeNumber(item, ioKnowledge.volume);
+    if (status == noErr && !inKnownBefore.hasNoCompanion) status = FindOutOfCompanion(inWhich, ioKnowledge);
+    if (status == noErr && Asks(inWhich, Source::kAccess)) status = GetAccess(item, ioKnowledge.access);
+    if (status == noErr && Asks(inWhich, Source::kFolder) && ioKnowledge.IsOfKind(os::ItemKind::kFolder))
+        status = CountItems(item, ioKnowledge.itemCount);
     return status;
 }
 
@@ -146,11 +230,11 @@ void Fill(const Knowledge& inKnowledge, FSCatalogInfoBitmap inWhich, FSCatalogIn
         if ((inWhich & field.bit) != 0) field.fill(inKnowledge, ioInfo);
 }
 
-OSStatus MakeParentRef(const Knowledge& inKnowledge, FSRef& outRef) {
+OSStatus MakeParentRef(const FoundItem& inItem, FSRef& outRef) {
     outRef = {};
-    if (inKnowledge.item.facts.parentID == kRootParentID) return noErr;
+    if (inItem.facts.parentID == kRootParentID) return noErr;
     FoundItem parent;
-    const OSStatus status = FindByIdentity(inKnowledge.item.facts.parent, parent);
+    const OSStatus status = FindByIdentity(inItem.facts.parent, parent);
     if (status == noErr) outRef = MakeRef(parent);
     return status;
 }
@@ -162,24 +246,21 @@ HFSUniStr255 UniStrOf(std::u16string_view inName) {
     return name;
 }
 
-struct Outputs {
-    FSCatalogInfo* info;
-    HFSUniStr255* name;
-    FSSpec* spec;
-    FSRef* parent;
-};
+}  // namespace
 
-OSStatus GetInfo(const FSRef& inRef, FSCatalogInfoBitmap inWhich, const Outputs& inOutputs) {
+OSStatus GetInfoOf(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, const InfoOutputs& inOutputs,
+                   const InfoKnownBefore& inKnownBefore) {
     const bool wantsSpec = inOutputs.spec != nullptr;
-    Knowledge knowledge;
-    OSStatus status = FindOut(inRef, inWhich, wantsSpec, knowledge);
+    Knowledge knowledge = {inItem};
+    OSStatus status = FindOut(inWhich, wantsSpec, inKnownBefore, knowledge);
+    HFSUniStr255 name = {};
     FSSpec spec = {};
     FSRef parent = {};
-    if (status == noErr && wantsSpec) spec = SpecOf(knowledge.item, knowledge.volume);
-    if (status == noErr && inOutputs.parent != nullptr) status = MakeParentRef(knowledge, parent);
+    if (status == noErr && inOutputs.name != nullptr) name = UniStrOf(NameInCatalogue(inItem));
+    if (status == noErr && wantsSpec) spec = SpecOf(inItem, knowledge.volume);
+    if (status == noErr && inOutputs.parent != nullptr) status = MakeParentRef(inItem, parent);
     if (status != noErr) return status;
     // Nothing fails from here on.
-    const HFSUniStr255 name = UniStrOf(NameInCatalogue(knowledge.item));
     if (inOutputs.info != nullptr) Fill(knowledge, inWhich, *inOutputs.info);
     if (inOutputs.name != nullptr) *inOutputs.name = name;
     if (inOutputs.spec != nullptr) *inOutputs.spec = spec;
@@ -187,43 +268,21 @@ OSStatus GetInfo(const FSRef& inRef, FSCatalogInfoBitmap inWhich, const Outputs&
     return noErr;
 }
 
-OSStatus SetInfo(const FSRef& inRef, FSCatalogInfoBitmap inWhich, const FSCatalogInfo& inInfo) {
-    FoundItem item;
-    os::Descriptor file;
-    OSStatus status = FindByRef(inRef, item);
-    if (status != noErr || inWhich == kFSCatInfoNone) return status;
-    const mode_t mode = inInfo.permissions.mode & kPermissionBits;
-    // Those of a link are its own and cannot be changed; the system would change its target's.
-    if (item.status.kind == os::ItemKind::kLink)
-        return (item.status.mode & kPermissionBits) == mode ? noErr : OSStatus{permErr};
-    status = OpenFound(item, O_PATH, file);
-    if (status != noErr) return status;
-    // By what is held, which cannot become a link to something else; fchmod refuses what is held by O_PATH.
-    const std::string path = PathOfDescriptor(file.Number());
-    return os::Calls().fchmodat(AT_FDCWD, path.c_str(), mode, 0) == 0 ? noErr : StatusOfErrno(errno);
-}
-
-}  // namespace
-
 }  // namespace toolbox::files
 
 using namespace toolbox::files;
 
 OSErr FSGetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo, FSCatalogInfo* outInfo,
                        HFSUniStr255* outName, FSSpec* outSpec, FSRef* outParentRef) {
-    if (inRef == nullptr || (inWhichInfo & ~kKnownInfo) != 0) return paramErr;
-    if (inWhichInfo != kFSCatInfoNone && outInfo == nullptr) return paramErr;
+    constexpr FSCatalogInfoBitmap kGettable = kFSCatInfoGettableInfo;
+    if (inRef == nullptr) return paramErr;
+    if ((inWhichInfo & ~kGettable) != 0) return errFSBadInfoBitmap;
+    if (inWhichInfo != kFSCatInfoNone && outInfo == nullptr) return errFSMissingCatInfo;
     try {
-        return static_cast<OSErr>(GetInfo(*inRef, inWhichInfo, {outInfo, outName, outSpec, outParentRef}));
-    } catch (const std::bad_alloc&) {
-        return memFullErr;
-    }
-}
-
-OSErr FSSetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo, const FSCatalogInfo* inInfo) {
-    if (inRef == nullptr || inInfo == nullptr || (inWhichInfo & ~kSettableInfo) != 0) return paramErr;
-    try {
-        return static_cast<OSErr>(SetInfo(*inRef, inWhichInfo, *inInfo));
+        FoundItem item;
+        OSStatus status = FindByRef(*inRef, item);
+        if (status == noErr) status = GetInfoOf(item, inWhichInfo, {outInfo, outName, outSpec, outParentRef});
+        return static_cast<OSErr>(status);
     } catch (const std::bad_alloc&) {
         return memFullErr;
     }

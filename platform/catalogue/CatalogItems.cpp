@@ -1,6 +1,7 @@
 #include "FolderItems.h"
 #include "NameWriter.h"
 #include "catalogue/DescriptorPaths.h"
+#include "catalogue/ItemInfo.h"
 #include "names/CatalogueNames.h"
 #include "status/StatusOfErrno.h"
 
@@ -76,12 +77,11 @@ OSStatus MakeAt(const FoundItem& inFolder, Place& ioPlace, os::ItemKind inKind, 
     status = FindAtPlace(inFolder, ioPlace, item);
     if (status != noErr) return status;
     if (!item.status.identity.IsSameItem(made.Identity())) return fnfErr;
-    const FSRef ref = MakeRef(item);
-    if (inInfo.which != kFSCatInfoNone) status = FSSetCatalogInfo(&ref, inInfo.which, inInfo.info);
+    if (inInfo.which != kFSCatInfoNone) status = SetInfoOf(item, inInfo.which, *inInfo.info);
     if (status == noErr && inOutputs.spec != nullptr) status = MakeSpec(item, spec);
     if (status != noErr) return status;
     made.Keep();
-    if (inOutputs.ref != nullptr) *inOutputs.ref = ref;
+    if (inOutputs.ref != nullptr) *inOutputs.ref = MakeRef(item);
     if (inOutputs.spec != nullptr) *inOutputs.spec = spec;
     if (inOutputs.nodeID != nullptr) *inOutputs.nodeID = item.facts.nodeID;
     return noErr;
@@ -91,7 +91,8 @@ OSStatus Make(const FSRef& inFolder, const NameText& inName, os::ItemKind inKind
               const NewOutputs& inOutputs) {
     FoundItem folder;
     Place place;
-    OSStatus status = DiskNameOf(inName, place.name);
+    OSStatus status = CheckSettable(inInfo.which, inInfo.info);
+    if (status == noErr) status = DiskNameOf(inName, place.name);
     if (status == noErr) status = OpenFolderOfRef(inFolder, folder, place);
     return status == noErr ? MakeAt(folder, place, inKind, inInfo, inOutputs) : status;
 }
@@ -99,7 +100,6 @@ OSStatus Make(const FSRef& inFolder, const NameText& inName, os::ItemKind inKind
 OSErr MakeByRef(const FSRef* inFolder, const NameText& inName, os::ItemKind inKind, const NewInfo& inInfo,
                 const NewOutputs& inOutputs) {
     if (inFolder == nullptr) return paramErr;
-    if (inInfo.which != kFSCatInfoNone && inInfo.info == nullptr) return paramErr;
     try {
         return static_cast<OSErr>(Make(*inFolder, inName, inKind, inInfo, inOutputs));
     } catch (const std::bad_alloc&) {

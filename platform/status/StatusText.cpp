@@ -48,6 +48,8 @@ constexpr Words kWords[] = {
     {diffVolErr, "the items are on different volumes"},
     {fileBoundsErr, "it is too long"},
     {errFSBadFSRef, "the reference to it makes no sense"},
+    {errFSBadInfoBitmap, "there is no such information, or it cannot be set"},
+    {errFSMissingCatInfo, "the record for the information is missing"},
     {errFSNotAFolder, "is no folder"},
     {errFSForkNotFound, "is no regular file"},
     {errFSMissingName, "a name is missing"},

@@ -13,19 +13,49 @@ TOOLBOX_EXTERN_C_BEGIN
 typedef UInt32 FSCatalogInfoBitmap;
 enum {
     kFSCatInfoNone = 0,
-    kFSCatInfoNodeFlags = 0x0002,
-    kFSCatInfoVolume = 0x0004,
-    kFSCatInfoParentDirID = 0x0008,
-    kFSCatInfoNodeID = 0x0010,
-    kFSCatInfoContentMod = 0x0040,
-    kFSCatInfoAttrMod = 0x0080,
-    kFSCatInfoAccessDate = 0x0100,
-    kFSCatInfoPermissions = 0x0400,
-    kFSCatInfoDataSizes = 0x4000
+    kFSCatInfoTextEncoding = 0x00000001,
+    kFSCatInfoNodeFlags = 0x00000002,
+    kFSCatInfoVolume = 0x00000004,
+    kFSCatInfoParentDirID = 0x00000008,
+    kFSCatInfoNodeID = 0x00000010,
+    kFSCatInfoCreateDate = 0x00000020,
+    kFSCatInfoContentMod = 0x00000040,
+    kFSCatInfoAttrMod = 0x00000080,
+    kFSCatInfoAccessDate = 0x00000100,
+    kFSCatInfoBackupDate = 0x00000200,
+    kFSCatInfoAllDates = 0x000003E0,
+    kFSCatInfoPermissions = 0x00000400,
+    kFSCatInfoFinderInfo = 0x00000800,
+    kFSCatInfoFinderXInfo = 0x00001000,
+    kFSCatInfoValence = 0x00002000,
+    kFSCatInfoDataSizes = 0x00004000,
+    kFSCatInfoRsrcSizes = 0x00008000,
+    kFSCatInfoSharingFlags = 0x00010000,
+    kFSCatInfoUserPrivs = 0x00020000,
+    kFSCatInfoGettableInfo = 0x0003FFFF,
+    kFSCatInfoSettableInfo = 0x00001FE3
 };
 
-// nodeFlags: the item is a folder.
-enum { kFSNodeIsDirectoryBit = 4, kFSNodeIsDirectoryMask = 0x0010 };
+// nodeFlags.
+enum {
+    kFSNodeLockedBit = 0,
+    kFSNodeLockedMask = 0x0001,  // it is not to be written, renamed, moved or deleted
+    kFSNodeIsDirectoryBit = 4,
+    kFSNodeIsDirectoryMask = 0x0010,
+    kFSNodeHardLinkBit = 8,
+    kFSNodeHardLinkMask = 0x0100  // a file that has more than one name
+};
+
+// userPrivileges: what the process may not do.
+enum {
+    kioACUserNoSeeFolderMask = 0x01,    // see the folders in a folder
+    kioACUserNoSeeFilesMask = 0x02,     // see the files in a folder; read what is no folder
+    kioACUserNoMakeChangesMask = 0x04,  // change it
+    kioACUserNotOwnerMask = 0x80        // it is another user's
+};
+
+// textEncodingHint of an item that has none.
+enum { kTextEncodingUnknown = 0 };
 
 #pragma pack(push, 2)
 // A moment, since midnight of 1 January 1904, Universal Time.
@@ -45,13 +75,13 @@ typedef struct FSPermissionInfo {
     UInt32 reserved2;
 } FSPermissionInfo;
 
-// 144 bytes. Fields without a bit above are not filled.
+// 144 bytes, in host byte order.
 typedef struct FSCatalogInfo {
     UInt16 nodeFlags;
     SInt16 volume;
     UInt32 parentDirID;  // 1 for a volume's root folder
     UInt32 nodeID;
-    UInt8 sharingFlags;
+    UInt8 sharingFlags;  // 0: no folder is shared by what these flags are about
     UInt8 userPrivileges;
     UInt8 reserved1;
     UInt8 reserved2;
@@ -59,32 +89,44 @@ typedef struct FSCatalogInfo {
     UTCDateTime contentModDate;
     UTCDateTime attributeModDate;
     UTCDateTime accessDate;
-    UTCDateTime backupDate;
+    UTCDateTime backupDate;  // 0: never
     FSPermissionInfo permissions;
-    UInt8 finderInfo[16];
-    UInt8 extFinderInfo[16];
+    UInt8 finderInfo[16];     // FileInfo, or FolderInfo; see FinderInfo.h
+    UInt8 extFinderInfo[16];  // ExtendedFileInfo, or ExtendedFolderInfo
     UInt64 dataLogicalSize;   // bytes
     UInt64 dataPhysicalSize;  // bytes on the volume
     UInt64 rsrcLogicalSize;
-    UInt64 rsrcPhysicalSize;
-    UInt32 valence;
+    UInt64 rsrcPhysicalSize;  // of the file that holds the fork, unless that has no bytes
+    UInt32 valence;           // items in a folder, as a listing shows them
     TextEncoding textEncodingHint;
 } FSCatalogInfo;
 
 // Each result may be null; all are untouched on failure, and so are the parts of outInfo that are not asked
-// for. Data sizes of a folder are 0.
+// for. Sizes of what is no file are 0, and so is the valence of what is no folder.
 //   outName       the item's name in the catalogue; "/" in it is ":" on disk
 //   outSpec       the item by volume, folder and name
 //   outParentRef  the folder that the item is in; 80 zero bytes for a volume's root folder
-// paramErr for bits that are not named above, and for bits without outInfo.
+// What the file system does not hold, such as Finder information, comes from the item's companion. An item
+// without one has none of it, is not locked, and was created when it was born, or, where the file system does
+// not tell, at the earliest of its other dates. A link is told of itself: a file of type 'slnk' and creator
+// 'rhap', an alias. An item that nobody may change is locked; one whose companion may not be read is not, as
+// far as can be told, and asking for the rest of it answers afpAccessDenied. errFSBadInfoBitmap for bits that
+// are not gettable, errFSMissingCatInfo for bits without outInfo.
 TOOLBOX_MUST_USE OSErr FSGetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo,
                                         FSCatalogInfo* outInfo, HFSUniStr255* outName, FSSpec* outSpec,
                                         FSRef* outParentRef);
 
-// Sets the parts asked for; of those above only kFSCatInfoPermissions can be set, and of the permissions only
-// the lower 12 bits of the mode: owner, group and kind stay what they are. permErr when the item is another
-// user's, and for a link, whose permissions are its own, unless they are those already; paramErr for other
-// bits.
+// Sets the parts asked for, also of a locked item. Of the node flags only the lock can be set, of the
+// permissions only the lower 12 bits of the mode; the attribute date is taken and ignored.
+//   creation and backup date  whole seconds of 1932 to 2067, paramErr for others; 0 is none, and then the
+//                             creation date is what it would be without
+//   content and access date   kept as exactly as the file system can
+// Nothing has changed on failure. A link's own is set, never its target's: its type, creator, alias flag
+// and permissions are what they are, and permErr answers for other permissions; the type and creator of a
+// link are not given to a file. permErr also when the item is another user's, and for unlocking what nobody
+// may change; bdNamErr when a companion is needed and the name is too long for one, dskFulErr when the
+// companion has no room for it all, ioErr when a file that is none has its name. errFSBadInfoBitmap for bits
+// that are not settable, errFSMissingCatInfo for bits without inInfo.
 TOOLBOX_MUST_USE OSErr FSSetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo,
                                         const FSCatalogInfo* inInfo);
 

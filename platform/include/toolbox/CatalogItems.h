@@ -28,7 +28,7 @@ TOOLBOX_EXTERN_C_BEGIN
 // An empty file, or an empty folder, with what inWhichInfo and inInfo tell of it as FSSetCatalogInfo takes
 // them; where that fails, nothing is made, and its status is answered. A file of the companion's name that
 // would be taken for the new item's companion is given a visible name before: "name (companion)".
-//   inInfo               may be null for kFSCatInfoNone
+//   inInfo               may be null for kFSCatInfoNone, else errFSMissingCatInfo
 //   outRef, outSpec      of the new item; may be null; untouched on failure
 //   outFolderID          its node id; the same
 TOOLBOX_MUST_USE OSErr FSCreateFileUnicode(const FSRef* inFolder, UniCharCount inNameLength,

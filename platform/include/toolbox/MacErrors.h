@@ -35,6 +35,9 @@ enum {
     errFSMissingName = -1411,    // a name is needed
     errFSRefsDifferent = -1420,  // the references are to two items
     pathTooLongErr = -2110,      // the path does not fit in the room for it
+    // Information that cannot be asked for, or not be set; and information without a record for it.
+    errFSBadInfoBitmap = -1405,
+    errFSMissingCatInfo = -1406,
     couldNotResolveDataRef = -2000,
     cantFindHandler = -2003,  // nothing can read this kind of file
     invalidMovie = -2010,

@@ -1,4 +1,7 @@
 #include "CatalogTest.h"
+#include "catalogue/ItemInfo.h"
+#include "companions/CompanionInfo.h"
+#include "companions/Companions.h"
 #include "support/CountedCalls.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
@@ -7,20 +10,22 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <toolbox/CatalogInfo.h>
+#include <toolbox/FinderInfo.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
 using namespace test_files;
+using namespace toolbox::files;
 using support::FileWorld;
 
-constexpr FSCatalogInfoBitmap kAll = kFSCatInfoNodeFlags | kFSCatInfoVolume | kFSCatInfoParentDirID |
-                                     kFSCatInfoNodeID | kFSCatInfoContentMod | kFSCatInfoAttrMod |
-                                     kFSCatInfoAccessDate | kFSCatInfoPermissions | kFSCatInfoDataSizes;
+constexpr UInt32 kResourceForkEntry = 2;
+constexpr FSCatalogInfoBitmap kAll = kFSCatInfoGettableInfo;
 
 std::u16string TextOf(const HFSUniStr255& inName) {
     return std::u16string(inName.unicode, inName.unicode + inName.length);
@@ -32,11 +37,23 @@ UInt64 SecondsOf(const UTCDateTime& inDate) {
 
 class CatalogInfoTest : public CatalogItemsTest<support::FileWorldTest> {
   protected:
-    static OSErr SetMode(const std::string& inPath, UInt16 inMode) {
-        const FSRef ref = RefOf(inPath);
+    void Keep(const std::string& inPath, const CompanionInfo& inInfo) const {
+        Place place;
+        EXPECT_EQ(0, OpenPlaceOf(inPath, place));
+        EXPECT_EQ(0, WriteInfo(place, inInfo));
+    }
+    static UInt16 FlagsOf(const std::string& inPath) { return InfoOf(inPath, kFSCatInfoNodeFlags).nodeFlags; }
+    template <typename Record>
+    static Record As(const UInt8 (&inBytes)[16]) {
+        static_assert(sizeof(Record) == sizeof inBytes);
+        Record record;
+        std::memcpy(&record, inBytes, sizeof record);
+        return record;
+    }
+    static FSCatalogInfo InfoOfRef(const FSRef& inRef, FSCatalogInfoBitmap inWhich = kAll) {
         FSCatalogInfo info = {};
-        info.permissions.mode = inMode;
-        return FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info);
+        EXPECT_EQ(noErr, FSGetCatalogInfo(&inRef, inWhich, &info, nullptr, nullptr, nullptr));
+        return info;
     }
 };
 INSTANTIATE_TEST_SUITE_P(Worlds, CatalogInfoTest, support::BothWorlds(), support::NameOfWorld);
@@ -122,6 +139,263 @@ TEST_P(CatalogInfoTest, Dates) {
               SecondsOf(InfoOf(path, kFSCatInfoContentMod).contentModDate));
 }
 
+TEST_P(CatalogInfoTest, WithoutACompanion) {
+    const std::string path = mFolder.MakeFile("file");
+    const FSCatalogInfo info = InfoOf(path, kAll);
+    const struct statx status = FileWorld::StatusOf(path);
+    EXPECT_EQ(UInt32{kTextEncodingUnknown}, info.textEncodingHint);
+    EXPECT_EQ(2'082'844'800U + static_cast<UInt64>(status.stx_btime.tv_sec), SecondsOf(info.createDate));
+    EXPECT_EQ((UInt64{status.stx_btime.tv_nsec} << 16) / 1'000'000'000, info.createDate.fraction);
+    EXPECT_EQ(0U, SecondsOf(info.backupDate));
+    const UInt8 zeros[16] = {};
+    EXPECT_EQ(0, std::memcmp(zeros, info.finderInfo, sizeof zeros));
+    EXPECT_EQ(0, std::memcmp(zeros, info.extFinderInfo, sizeof zeros));
+    EXPECT_EQ(0U, info.rsrcLogicalSize);
+    EXPECT_EQ(0U, info.rsrcPhysicalSize);
+    EXPECT_EQ(0U, info.valence);
+    EXPECT_EQ(0, info.sharingFlags);
+}
+
+CompanionInfo SomeInfo() {
+    CompanionInfo info;
+    for (std::size_t i = 0; i < info.finderInfo.size(); ++i)
+        info.finderInfo[i] = static_cast<UInt8>(i + 1);
+    info.creationSeconds = -1;
+    info.backupSeconds = 1;
+    info.isLocked = true;
+    info.encodingHint = 0x01020304;
+    return info;
+}
+
+// Bytes of the companion are big-endian, numbers of the record are the host's.
+TEST_P(CatalogInfoTest, WhatTheCompanionOfAFileTells) {
+    const std::string path = mFolder.MakeFile("file");
+    Keep(path, SomeInfo());
+    const FSCatalogInfo info = InfoOf(path, kAll);
+    EXPECT_EQ(kFSNodeLockedMask, info.nodeFlags);
+    EXPECT_EQ(0x01020304U, info.textEncodingHint);
+    EXPECT_EQ(3'029'529'599U, SecondsOf(info.createDate)) << "the last second of 1999";
+    EXPECT_EQ(0, info.createDate.fraction);
+    EXPECT_EQ(3'029'529'601U, SecondsOf(info.backupDate));
+    const auto file = As<FileInfo>(info.finderInfo);
+    EXPECT_EQ(0x01020304U, file.fileType);
+    EXPECT_EQ(0x05060708U, file.fileCreator);
+    EXPECT_EQ(0x090A, file.finderFlags);
+    EXPECT_EQ(0x0B0C, file.location.v);
+    EXPECT_EQ(0x0D0E, file.location.h);
+    EXPECT_EQ(0x0F10, file.reservedField);
+    const auto extended = As<ExtendedFileInfo>(info.extFinderInfo);
+    EXPECT_EQ(0x1112, extended.reserved1[0]);
+    EXPECT_EQ(0x191A, extended.extendedFinderFlags);
+    EXPECT_EQ(0x1D1E1F20, extended.putAwayFolderID);
+    const auto old = As<FInfo>(info.finderInfo);
+    EXPECT_EQ(file.fileCreator, old.fdCreator);
+    EXPECT_EQ(file.finderFlags, old.fdFlags);
+}
+
+TEST_P(CatalogInfoTest, WhatTheCompanionOfAFolderTells) {
+    const std::string path = mFolder.MakeFolder("folder");
+    Keep(path, SomeInfo());
+    const FSCatalogInfo info = InfoOf(path, kAll);
+    EXPECT_EQ(kFSNodeLockedMask | kFSNodeIsDirectoryMask, info.nodeFlags);
+    const auto folder = As<FolderInfo>(info.finderInfo);
+    EXPECT_EQ(0x0102, folder.windowBounds.top);
+    EXPECT_EQ(0x0708, folder.windowBounds.right);
+    EXPECT_EQ(0x090A, folder.finderFlags);
+    const auto extended = As<ExtendedFolderInfo>(info.extFinderInfo);
+    EXPECT_EQ(0x1112, extended.scrollPosition.v);
+    EXPECT_EQ(0x15161718, extended.reserved1);
+    EXPECT_EQ(0x191A, extended.extendedFinderFlags);
+    EXPECT_EQ(0x1D1E1F20, extended.putAwayFolderID);
+}
+
+TEST_P(CatalogInfoTest, ResourceFork) {
+    Place place;
+    ASSERT_EQ(0, OpenPlaceOf(mFolder.MakeFile("file"), place));
+    ASSERT_EQ(0, ReplaceEntry(place, kResourceForkEntry, std::vector<UInt8>(5000)));
+    const FSCatalogInfo info = InfoOf(mFolder / "file", kAll);
+    EXPECT_EQ(5000U, info.rsrcLogicalSize);
+    EXPECT_EQ(FileWorld::StatusOf(mFolder / "._file").stx_blocks * 512, info.rsrcPhysicalSize);
+    EXPECT_EQ(8U, info.dataLogicalSize);
+    mFolder.MakeFolder("folder");
+    FileWorld::Rename(mFolder / "._file", mFolder / "._folder");
+    EXPECT_EQ(0U, InfoOf(mFolder / "folder", kFSCatInfoRsrcSizes).rsrcLogicalSize) << "a folder has no forks";
+}
+
+TEST_P(CatalogInfoTest, WhatIsNoCompanionTellsNothing) {
+    const std::string path = mFolder.MakeFile("file");
+    mFolder.MakeFile("._file", "an ordinary file that somebody named so");
+    EXPECT_EQ(0, FlagsOf(path));
+    EXPECT_EQ(0U, As<FileInfo>(InfoOf(path, kFSCatInfoFinderInfo).finderInfo).fileType);
+}
+
+TEST_P(CatalogInfoTest, CompanionThatMayNotBeRead) {
+    const FileWorld::OrdinaryUser user(mFolder);
+    const std::string path = mFolder.MakeFile("file");
+    Keep(path, SomeInfo());
+    FileWorld::SetMode(mFolder / "._file", 0);
+    const FSRef ref = RefOf(path);
+    FSCatalogInfo info = {};
+    EXPECT_EQ(0, FlagsOf(path));
+    EXPECT_EQ(afpAccessDenied,
+              FSGetCatalogInfo(&ref, kFSCatInfoFinderInfo, &info, nullptr, nullptr, nullptr));
+    EXPECT_EQ(afpAccessDenied, FSGetCatalogInfo(&ref, kAll, &info, nullptr, nullptr, nullptr));
+}
+
+// Of what the system tells of items, other values than are there.
+toolbox::os::SystemCalls sReal;
+void (*sChange)(struct statx& ioStatus);
+class ChangedStatus {
+  public:
+    explicit ChangedStatus(void (*inChange)(struct statx& ioStatus)) : mBefore(toolbox::os::Calls()) {
+        sReal = mBefore;
+        sChange = inChange;
+        toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags,
+                                                  unsigned inMask, struct statx* outStatus) {
+            const int result = sReal.statx(inFolder, inPath, inFlags, inMask, outStatus);
+            if (result == 0) sChange(*outStatus);
+            return result;
+        };
+    }
+    ~ChangedStatus() { toolbox::os::CallsForTesting() = mBefore; }
+    ChangedStatus(const ChangedStatus&) = delete;
+    ChangedStatus& operator=(const ChangedStatus&) = delete;
+
+  private:
+    toolbox::os::SystemCalls mBefore;
+};
+
+TEST_P(CatalogInfoTest, CreationWhereNoBirthIsKept) {
+    const std::string path = mFolder.MakeFile("file");
+    const ChangedStatus changed([](struct statx& ioStatus) { ioStatus.stx_mask &= ~unsigned{STATX_BTIME}; });
+    mFolder.SetTimes(path, {2000, 0}, {1000, 500'000'000});
+    FSCatalogInfo info = InfoOf(path, kFSCatInfoCreateDate);
+    EXPECT_EQ(2'082'845'800U, SecondsOf(info.createDate));
+    EXPECT_EQ(0x8000, info.createDate.fraction);
+    mFolder.SetTimes(path, {1000, 250'000'000}, {1000, 500'000'000});
+    info = InfoOf(path, kFSCatInfoCreateDate);
+    EXPECT_EQ(0x4000, info.createDate.fraction);
+}
+
+TEST_P(CatalogInfoTest, WhatNobodyMayChangeIsLocked) {
+    const std::string path = mFolder.MakeFile("file");
+    const ChangedStatus changed(
+        [](struct statx& ioStatus) { ioStatus.stx_attributes |= STATX_ATTR_IMMUTABLE; });
+    EXPECT_EQ(kFSNodeLockedMask, FlagsOf(path));
+}
+
+TEST_P(CatalogInfoTest, FileWithSeveralNames) {
+    const std::string path = mFolder.MakeFile("file");
+    ASSERT_EQ(0, mFolder.MakeHardLink(path, mFolder / "other"));
+    EXPECT_EQ(kFSNodeHardLinkMask, FlagsOf(path));
+    EXPECT_EQ(kFSNodeHardLinkMask, FlagsOf(mFolder / "other"));
+    mFolder.Remove(path);
+    EXPECT_EQ(0, FlagsOf(mFolder / "other"));
+    mFolder.MakeFolder("folder/one");
+    EXPECT_EQ(kFSNodeIsDirectoryMask, FlagsOf(mFolder / "folder"));
+}
+
+TEST_P(CatalogInfoTest, LinksAreItemsOfTheirOwn) {
+    const std::string target = mFolder.MakeFile("file", "12345");
+    FileWorld::SetMode(target, 0);
+    Keep(target, SomeInfo());
+    CompanionInfo kept;
+    kept.finderInfo[8] = 0x40;
+    kept.finderInfo[9] = 1;
+    for (const char* const name : {"file", "nowhere"}) {
+        const std::string path = mFolder.MakeLink(name, std::string("to ") + name);
+        const FSRef ref = RefOfItself(path);
+        for (const bool hasCompanion : {false, true}) {
+            if (hasCompanion) Keep(path, kept);
+            const FSCatalogInfo info = InfoOfRef(ref);
+            const auto file = As<FileInfo>(info.finderInfo);
+            EXPECT_EQ(FourChars("slnk"), file.fileType);
+            EXPECT_EQ(FourChars("rhap"), file.fileCreator);
+            EXPECT_EQ(hasCompanion ? 0xC001 : 0x8000, file.finderFlags);
+            EXPECT_EQ(0, info.nodeFlags);
+            EXPECT_EQ(0U, info.dataLogicalSize);
+            EXPECT_EQ(0120777, info.permissions.mode);
+            EXPECT_EQ(7, info.permissions.userAccess);
+        }
+    }
+}
+
+TEST_P(CatalogInfoTest, PipesHaveInformationAndNoForks) {
+    const std::string path = mFolder.MakePipe("pipe");
+    Keep(path, SomeInfo());
+    const FSCatalogInfo info = InfoOf(path, kAll);
+    EXPECT_EQ(kFSNodeLockedMask, info.nodeFlags);
+    EXPECT_EQ(0x01020304U, As<FileInfo>(info.finderInfo).fileType);
+    EXPECT_EQ(0U, info.dataLogicalSize);
+}
+
+TEST_P(CatalogInfoTest, ValenceIsWhatAListingShows) {
+    const auto valence = [&] { return InfoOf(mFolder / "folder", kFSCatInfoValence).valence; };
+    mFolder.MakeFolder("folder");
+    EXPECT_EQ(0U, valence());
+    Keep(mFolder.MakeFile("folder/file"), SomeInfo());
+    EXPECT_EQ(1U, valence());
+    mFolder.MakeFolder("folder/sub/inner");
+    mFolder.MakeLink("nowhere", "folder/link");
+    mFolder.MakeFile("folder/.hidden");
+    mFolder.MakeFile("folder/._.hidden", "an ordinary file that somebody named so");
+    EXPECT_EQ(5U, valence());
+    mFolder.Remove(mFolder / "folder/file");
+    EXPECT_EQ(5U, valence()) << "what it leaves behind is an ordinary file";
+}
+
+TEST_P(CatalogInfoTest, Privileges) {
+    const FileWorld::OrdinaryUser user(mFolder);
+    const std::string file = mFolder.MakeFile("file");
+    const std::string folder = mFolder.MakeFolder("folder");
+    const auto privileges = [](const std::string& inPath) {
+        return InfoOf(inPath, kFSCatInfoUserPrivs).userPrivileges;
+    };
+    EXPECT_EQ(0, privileges(file));
+    EXPECT_EQ(0, privileges(folder));
+    EXPECT_EQ(FileWorld::StatusOf("/").stx_uid != geteuid(), (privileges("/") & kioACUserNotOwnerMask) != 0);
+    FileWorld::SetMode(file, 0400);
+    EXPECT_EQ(kioACUserNoMakeChangesMask, privileges(file));
+    FileWorld::SetMode(file, 0200);
+    EXPECT_EQ(kioACUserNoSeeFilesMask, privileges(file));
+    FileWorld::SetMode(folder, 0500);
+    EXPECT_EQ(kioACUserNoMakeChangesMask, privileges(folder));
+    FileWorld::SetMode(folder, 0600);
+    EXPECT_EQ(kioACUserNoSeeFolderMask | kioACUserNoSeeFilesMask | kioACUserNoMakeChangesMask,
+              privileges(folder))
+        << "nothing in it can be reached";
+    FileWorld::SetMode(folder, 0300);
+    EXPECT_EQ(kioACUserNoSeeFolderMask | kioACUserNoSeeFilesMask, privileges(folder));
+}
+
+TEST_P(CatalogInfoTest, FolderThatMayNotBeListed) {
+    const FileWorld::OrdinaryUser user(mFolder);
+    const FSRef ref = RefOf(mFolder.MakeFolder("folder"));
+    FileWorld::SetMode(mFolder / "folder", 0300);
+    FSCatalogInfo info = {};
+    EXPECT_EQ(afpAccessDenied, FSGetCatalogInfo(&ref, kFSCatInfoValence, &info, nullptr, nullptr, nullptr));
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr));
+}
+
+TEST_P(CatalogInfoTest, CompanionOfAVolumesRoot) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "only an administrator may mount";
+    const std::string path = mFolder.MakeFolder("volume");
+    Keep(path, SomeInfo());
+    ASSERT_EQ(0, mFolder.MountVolume(path));
+    EXPECT_EQ(0, InfoOf(path, kAll).nodeFlags & kFSNodeLockedMask) << "that is of what lies beneath";
+    {
+        Place place;
+        ASSERT_EQ(0, OpenFolder(path, place));
+        place.name = ".";
+        EXPECT_EQ(0, WriteInfo(place, SomeInfo()));
+    }
+    const FSCatalogInfo info = InfoOf(path, kAll);
+    EXPECT_EQ(2U, info.nodeID);
+    EXPECT_EQ(kFSNodeLockedMask | kFSNodeIsDirectoryMask, info.nodeFlags);
+    EXPECT_EQ(0x01020304U, info.textEncodingHint);
+    EXPECT_EQ(0U, info.valence);
+}
+
 TEST_P(CatalogInfoTest, OnlyWhatIsAskedFor) {
     const FSRef ref = RefOf(mFolder.MakeFile("file"));
     FSCatalogInfo untouched;
@@ -134,6 +408,31 @@ TEST_P(CatalogInfoTest, OnlyWhatIsAskedFor) {
     info.nodeID = untouched.nodeID;
     EXPECT_EQ(0, std::memcmp(&untouched, &info, sizeof info));
     EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, nullptr, nullptr));
+}
+
+// As a listing does it: what it knows of the item is not asked again.
+TEST_P(CatalogInfoTest, OfAnItemThatWasFound) {
+    const std::string path = mFolder.MakeFile("file", "12345");
+    Keep(path, SomeInfo());
+    const SInt16 volume = SpecOf(path).vRefNum;
+    FoundItem item;
+    ASSERT_EQ(noErr, FindByPath(path.c_str(), item));
+    FSCatalogInfo info = {};
+    FSSpec spec = {};
+    HFSUniStr255 name = {};
+    {
+        const CountedCalls calls;
+        ASSERT_EQ(noErr, GetInfoOf(item, kAll & ~UInt32{kFSCatInfoPermissions | kFSCatInfoUserPrivs},
+                                   {&info, &name, &spec, nullptr}, {volume, true}));
+        EXPECT_EQ("none", calls.Made());
+    }
+    EXPECT_EQ(5U, info.dataLogicalSize);
+    EXPECT_EQ(volume, info.volume);
+    EXPECT_EQ(volume, spec.vRefNum);
+    EXPECT_EQ(u"file", TextOf(name));
+    EXPECT_EQ(0, info.nodeFlags) << "so it was said";
+    EXPECT_EQ(noErr, GetInfoOf(item, kFSCatInfoNodeFlags, {&info, nullptr, nullptr, nullptr}));
+    EXPECT_EQ(kFSNodeLockedMask, info.nodeFlags);
 }
 
 // However deep it lies.
@@ -150,92 +449,18 @@ TEST_P(CatalogInfoTest, CallsForWhatIsAskedFor) {
         return calls.Made();
     };
     EXPECT_EQ("statx 1", callsFor(kFSCatInfoNone));
-    EXPECT_EQ("statx 1", callsFor(kAll & ~(kFSCatInfoVolume | kFSCatInfoPermissions)));
+    constexpr FSCatalogInfoBitmap kOfTheItem =
+        kFSCatInfoParentDirID | kFSCatInfoNodeID | kFSCatInfoContentMod | kFSCatInfoAttrMod |
+        kFSCatInfoAccessDate | kFSCatInfoDataSizes | kFSCatInfoSharingFlags;
+    EXPECT_EQ("statx 1", callsFor(kOfTheItem));
     EXPECT_EQ("statx 2", callsFor(kFSCatInfoVolume)) << "the item and its volume's root";
     EXPECT_EQ("statx 2", callsFor(kFSCatInfoVolume, &spec));
     EXPECT_EQ("statx 1, faccessat 3", callsFor(kFSCatInfoPermissions));
-    EXPECT_EQ("statx 2, faccessat 3", callsFor(kAll, &spec));
-}
-
-TEST_P(CatalogInfoTest, SetPermissions) {
-    const std::string path = mFolder.MakeFile("file");
-    EXPECT_EQ(noErr, SetMode(path, 0600));
-    EXPECT_EQ(0100600U, FileWorld::StatusOf(path).stx_mode);
-    EXPECT_EQ(noErr, SetMode(path, 0040755)) << "the kind stays";
-    EXPECT_EQ(0100755U, FileWorld::StatusOf(path).stx_mode);
-    EXPECT_EQ(noErr, SetMode(mFolder.MakeFolder("folder"), 01777));
-    EXPECT_EQ(0041777U, FileWorld::StatusOf(mFolder / "folder").stx_mode);
-}
-
-TEST_P(CatalogInfoTest, SetOfARootFolder) {
-    const UInt16 mode = FileWorld::StatusOf("/").stx_mode;
-    EXPECT_EQ(noErr, SetMode("/", mode));
-    EXPECT_EQ(mode, FileWorld::StatusOf("/").stx_mode);
-}
-
-// A link's information is its own, and its target is never touched.
-TEST_P(CatalogInfoTest, Link) {
-    const std::string target = mFolder.MakeFile("target", "12345");
-    FileWorld::SetMode(target, 0640);
-    mFolder.MakeLink("target", "link");
-    const FSSpec spec = Here("link");
-    FSRef ref = {};
-    ASSERT_EQ(noErr, FSpMakeFSRef(&spec, &ref));
-    FSCatalogInfo info = {};
-    EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, kAll, &info, nullptr, nullptr, nullptr));
-    EXPECT_EQ(0120777, info.permissions.mode);
-    EXPECT_EQ(7, info.permissions.userAccess);
-    EXPECT_EQ(0U, info.dataLogicalSize);
-    EXPECT_EQ(0, info.nodeFlags);
-    EXPECT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info)) << "which it has";
-    info.permissions.mode = 0600;
-    EXPECT_EQ(permErr, FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info));
-    EXPECT_EQ(0100640, FileWorld::StatusOf(target).stx_mode);
-}
-
-// Another program's doing between finding an item and changing it.
-std::string sItemPath, sOtherPath;
-toolbox::os::SystemCalls sReal;
-TEST_P(CatalogInfoTest, SetOfWhatAnotherTookThePlaceOf) {
-    sItemPath = mFolder.MakeFile("a");
-    sOtherPath = mFolder.MakeFile("b");
-    FileWorld::SetMode(sOtherPath, 0600);
-    sReal = toolbox::os::Calls();
-    toolbox::os::CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
-        EXPECT_EQ(
-            0, sReal.renameat2(AT_FDCWD, sItemPath.c_str(), AT_FDCWD, sOtherPath.c_str(), RENAME_EXCHANGE));
-        return sReal.openat(inFolder, inPath, inFlags, inMode);
-    };
-    const FSRef ref = RefOf(sItemPath);
-    FSCatalogInfo info = {};
-    info.permissions.mode = 0777;
-    const OSErr error = FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info);
-    toolbox::os::CallsForTesting() = sReal;
-    EXPECT_EQ(fnfErr, error);
-    EXPECT_EQ(0100600, FileWorld::StatusOf(sItemPath).stx_mode) << "the other's, which is there now";
-}
-
-// The same, later still, and with a link to somebody's.
-TEST_P(CatalogInfoTest, SetOfWhatBecomesALink) {
-    sItemPath = mFolder.MakeFile("a");
-    sOtherPath = mFolder.MakeFile("b");
-    FileWorld::SetMode(sOtherPath, 0600);
-    mFolder.MakeLink("b", "link");
-    const FSRef ref = RefOf(sItemPath);
-    sReal = toolbox::os::Calls();
-    toolbox::os::CallsForTesting().fchmodat = [](int inFolder, const char* inPath, mode_t inMode,
-                                                 int inFlags) {
-        const std::string link = sItemPath.substr(0, sItemPath.size() - 1) + "link";
-        EXPECT_EQ(0, sReal.renameat2(AT_FDCWD, link.c_str(), AT_FDCWD, sItemPath.c_str(), RENAME_EXCHANGE));
-        return sReal.fchmodat(inFolder, inPath, inMode, inFlags);
-    };
-    FSCatalogInfo info = {};
-    info.permissions.mode = 0755;
-    const OSErr error = FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info);
-    toolbox::os::CallsForTesting() = sReal;
-    EXPECT_EQ(noErr, error);
-    EXPECT_EQ(0100600, FileWorld::StatusOf(sOtherPath).stx_mode) << "where the link leads";
-    EXPECT_EQ(0100755, FileWorld::StatusOf(mFolder / "link").stx_mode) << "the item, by its new name";
+    EXPECT_EQ("statx 1, faccessat 3", callsFor(kFSCatInfoPermissions | kFSCatInfoUserPrivs));
+    EXPECT_EQ("openat 1, statx 1", callsFor(kFSCatInfoNodeFlags)) << "there is no companion";
+    EXPECT_EQ("openat 1, statx 1", callsFor(kFSCatInfoFinderInfo | kFSCatInfoRsrcSizes));
+    EXPECT_EQ("openat 1, statx 1", callsFor(kFSCatInfoNodeFlags | kFSCatInfoValence)) << "it is no folder";
+    EXPECT_EQ("openat 1, statx 2, faccessat 3", callsFor(kAll, &spec));
 }
 
 TEST_P(CatalogInfoTest, WhetherItMayBeUsedCanBeUnknown) {
@@ -257,45 +482,23 @@ TEST_P(CatalogInfoTest, WhetherItMayBeUsedCanBeUnknown) {
     }
 }
 
-TEST_P(CatalogInfoTest, SetNothing) {
-    const std::string path = mFolder.MakeFile("file");
-    const FSRef ref = RefOf(path);
-    const auto before = FileWorld::StatusOf(path).stx_mode;
-    const FSCatalogInfo info = {};
-    EXPECT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoNone, &info));
-    EXPECT_EQ(before, FileWorld::StatusOf(path).stx_mode);
-}
-
-TEST_P(CatalogInfoTest, AnotherUsersItem) {
-    const std::string path = mFolder.MakeFile("file");
-    const toolbox::os::SystemCalls saved = toolbox::os::CallsForTesting();
-    toolbox::os::CallsForTesting().fchmodat = [](int, const char*, mode_t, int) { return errno = EPERM, -1; };
-    EXPECT_EQ(permErr, SetMode(path, 0600));
-    toolbox::os::CallsForTesting() = saved;
-}
-
 TEST_P(CatalogInfoTest, BadArguments) {
     const std::string path = mFolder.MakeFile("file");
     const FSRef ref = RefOf(path);
     FSCatalogInfo info = {};
     EXPECT_EQ(paramErr, FSGetCatalogInfo(nullptr, kFSCatInfoNone, &info, nullptr, nullptr, nullptr));
-    EXPECT_EQ(paramErr, FSGetCatalogInfo(&ref, kFSCatInfoNodeID, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(errFSMissingCatInfo,
+              FSGetCatalogInfo(&ref, kFSCatInfoNodeID, nullptr, nullptr, nullptr, nullptr));
     for (int bit = 0; bit < 32; ++bit) {
         const FSCatalogInfoBitmap which = FSCatalogInfoBitmap{1} << bit;
-        EXPECT_EQ((which & kAll) != 0 ? noErr : paramErr,
+        EXPECT_EQ(bit < 18 ? noErr : errFSBadInfoBitmap,
                   FSGetCatalogInfo(&ref, which, &info, nullptr, nullptr, nullptr))
             << bit;
-        if (which == kFSCatInfoPermissions) continue;
-        EXPECT_EQ(paramErr, FSSetCatalogInfo(&ref, which, &info)) << bit;
     }
-    EXPECT_EQ(paramErr, FSSetCatalogInfo(nullptr, kFSCatInfoPermissions, &info));
-    EXPECT_EQ(paramErr, FSSetCatalogInfo(&ref, kFSCatInfoPermissions, nullptr));
     FSRef none = {};
     EXPECT_EQ(errFSBadFSRef, FSGetCatalogInfo(&none, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr));
-    EXPECT_EQ(errFSBadFSRef, FSSetCatalogInfo(&none, kFSCatInfoPermissions, &info));
     mFolder.Remove(path);
     EXPECT_EQ(fnfErr, FSGetCatalogInfo(&ref, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr));
-    EXPECT_EQ(fnfErr, FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info));
 }
 
 // What is untouched on failure.

@@ -106,14 +106,19 @@ TEST_P(CatalogItems, NamesThatCannotBe) {
 TEST_P(CatalogItems, NewInformationThatCannotBeSet) {
     FSRef ref = UntouchedRef();
     const FSCatalogInfo info = {};
-    EXPECT_EQ(paramErr,
-              FSCreateFileUnicode(&mHere, 1, UnitsOf(u"a"), kFSCatInfoPermissions, nullptr, &ref, nullptr));
-    EXPECT_EQ(paramErr,
-              FSCreateFileUnicode(&mHere, 1, UnitsOf(u"a"), kFSCatInfoNodeID, &info, &ref, nullptr));
-    EXPECT_EQ(paramErr, FSCreateDirectoryUnicode(&mHere, 1, UnitsOf(u"a"), kFSCatInfoNodeID, &info, &ref,
-                                                 nullptr, nullptr));
+    const auto makeFile = [&](FSCatalogInfoBitmap inWhich, const FSCatalogInfo* inInfo) {
+        return FSCreateFileUnicode(&mHere, 1, UnitsOf(u"a"), inWhich, inInfo, &ref, nullptr);
+    };
+    const auto makeFolder = [&](FSCatalogInfoBitmap inWhich, const FSCatalogInfo* inInfo) {
+        return FSCreateDirectoryUnicode(&mHere, 1, UnitsOf(u"a"), inWhich, inInfo, &ref, nullptr, nullptr);
+    };
+    const CountedCalls calls;
+    EXPECT_EQ(errFSMissingCatInfo, makeFile(kFSCatInfoPermissions, nullptr));
+    EXPECT_EQ(errFSMissingCatInfo, makeFolder(kFSCatInfoPermissions, nullptr));
+    EXPECT_EQ(errFSBadInfoBitmap, makeFile(kFSCatInfoNodeID, &info));
+    EXPECT_EQ(errFSBadInfoBitmap, makeFolder(kFSCatInfoNodeID, &info));
+    EXPECT_EQ("none", calls.Made());
     EXPECT_TRUE(IsUntouched(ref));
-    EXPECT_EQ("", Picture());
 }
 
 TEST_P(CatalogItems, BadArguments) {

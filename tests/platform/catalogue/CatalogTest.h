@@ -35,6 +35,12 @@ class CatalogItemsTest : public Test {
         EXPECT_EQ(noErr, MakeRef(inPath, &ref)) << inPath;
         return ref;
     }
+    // Of a link, not of what it leads to.
+    static FSRef RefOfItself(const std::string& inPath) {
+        FSRef ref = {};
+        EXPECT_EQ(noErr, MakeRefOfItself(inPath, &ref)) << inPath;
+        return ref;
+    }
     static FSCatalogInfo InfoOf(const std::string& inPath, FSCatalogInfoBitmap inWhich) {
         const FSRef ref = RefOf(inPath);
         FSCatalogInfo info = {};

@@ -18,6 +18,7 @@ using support::FileWorld;
 using test_files::FailingCalls;
 using test_files::FailingNew;
 using test_files::MakeRef;
+using test_files::MakeRefOfItself;
 using test_files::PathOf;
 
 class FSPathMakeRefTest : public support::FileWorldTest {};
@@ -137,12 +138,6 @@ TEST_P(FSPathMakeRefTest, LinksAreFollowed) {
     EXPECT_EQ(path, PathOf(ref));
     ASSERT_EQ(noErr, MakeRef(mFolder / "sublink/inner", &ref));
     EXPECT_EQ(mFolder / "sub/inner", PathOf(ref));
-}
-
-// The path, without following its last name.
-OSStatus MakeRefOfItself(const std::string& inPath, FSRef* outRef, Boolean* outIsDirectory = nullptr) {
-    return FSPathMakeRefWithOptions(reinterpret_cast<const UInt8*>(inPath.c_str()),
-                                    kFSPathMakeRefDoNotFollowLeafSymlink, outRef, outIsDirectory);
 }
 
 TEST_P(FSPathMakeRefTest, LastLinkIsNotFollowedWhereAsked) {

@@ -11,6 +11,12 @@ inline OSStatus MakeRef(const std::string& inPath, FSRef* outRef, Boolean* outIs
     return FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath.c_str()), outRef, outIsDirectory);
 }
 
+// The path, without following its last name.
+inline OSStatus MakeRefOfItself(const std::string& inPath, FSRef* outRef, Boolean* outIsDirectory = nullptr) {
+    return FSPathMakeRefWithOptions(reinterpret_cast<const UInt8*>(inPath.c_str()),
+                                    kFSPathMakeRefDoNotFollowLeafSymlink, outRef, outIsDirectory);
+}
+
 // The path, or "status -43" for instance.
 inline std::string PathOf(const FSRef& inRef) {
     UInt8 path[8192];

@@ -1,0 +1,28 @@
+// The companions of items that were just found, and what they tell in the catalogue's form.
+//
+// Safe on any thread. Functions may throw std::bad_alloc.
+#pragma once
+
+#include "catalogue/Catalogue.h"
+#include "companions/CompanionInfo.h"
+
+namespace toolbox::files {
+
+bool IsVolumeRoot(const FoundItem& inItem);
+
+// What the item's companion tells; nothing where it has none.
+[[nodiscard]] int ReadCompanionInfo(const FoundItem& inItem, CompanionInfo& outInfo,
+                                    CompanionSizes& outSizes);
+
+// Opens the place of the item whose companion it is: a volume's root is an item of itself there. fnfErr when
+// it is there no more.
+[[nodiscard]] OSStatus OpenItsPlace(const FoundItem& inItem, Place& outPlace);
+
+// Finder information, 16 bytes each: as FSCatalogInfo has it, from what a companion keeps of an item of that
+// kind, and back. What is computed of a link is not kept, and is of no other item's.
+void GetFinderInfo(os::ItemKind inKind, const CompanionInfo& inInfo, UInt8* outBytes);
+void SetFinderInfo(os::ItemKind inKind, const UInt8* inBytes, CompanionInfo& ioInfo);
+void GetExtendedInfo(os::ItemKind inKind, const CompanionInfo& inInfo, UInt8* outBytes);
+void SetExtendedInfo(os::ItemKind inKind, const UInt8* inBytes, CompanionInfo& ioInfo);
+
+}  // namespace toolbox::files
