@@ -1,3 +1,4 @@
+#include "notification/Notices.h"
 #include "os/Mutex.h"
 
 #include <toolbox/Events.h>
@@ -41,6 +42,7 @@ bool FindEvent(EventMask inMask, bool inTakesItOut, EventRecord& outEvent) {
 }
 
 Boolean NextEvent(EventMask inMask, bool inTakesItOut, EventRecord* outEvent) {
+    notification::DeliverDueNotices();
     if (FindEvent(inMask, inTakesItOut, *outEvent)) return true;
     *outEvent = EventOf(nullEvent, 0);
     return false;

@@ -44,6 +44,12 @@ struct statx RootStatus(const toolbox::os::SystemCalls& inReal) {
     return status;
 }
 
+// The kernel was built without it.
+int IsMissingCall() {
+    errno = ENOSYS;
+    return -1;
+}
+
 }  // namespace
 
 MemoryFiles* MemoryFiles::sInUse = nullptr;
@@ -88,6 +94,9 @@ void MemoryFiles::Replace(toolbox::os::SystemCalls& ioCalls) {
     ioCalls.unlinkat = StandIn<&MemoryFiles::Remove>::kCall;
     ioCalls.readlinkat = StandIn<&MemoryFiles::ReadLink>::kCall;
     ioCalls.realpath = StandIn<&MemoryFiles::Canonical>::kCall;
+    ioCalls.inotify_init1 = [](int) { return IsMissingCall(); };
+    ioCalls.inotify_add_watch = [](int, const char*, std::uint32_t) { return IsMissingCall(); };
+    ioCalls.inotify_rm_watch = [](int, int) { return IsMissingCall(); };
 }
 
 MemoryFiles::MemoryFiles() : mReal(toolbox::os::CallsForTesting()), mTree(RootStatus(mReal)) {

@@ -20,9 +20,9 @@ namespace support {
 // what the kernel tells of this process in /proc: the table of mounts, and the descriptors. Births are told
 // apart to the nanosecond. Descriptors of the system's are unknown to it, and its own to the system. Errors
 // are those of Linux, also in their order of precedence where it matters. Access is that of this process's
-// users. The root is the very folder that the real one is, mounted as it is; nothing else has anything in
-// common with what is or was on this machine or in memory. Any number of threads, but one such file system at
-// a time.
+// users. It tells of no changes (inotify), as kernels can be built. The root is the very folder that the
+// real one is, mounted as it is; nothing else has anything in common with what is or was on this machine or
+// in memory. Any number of threads, but one such file system at a time.
 class MemoryFiles {
   public:
     MemoryFiles();

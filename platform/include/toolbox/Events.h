@@ -1,7 +1,8 @@
 // Events: what happened to the application, first in, first out.
 //
 // No window system feeds the queue: it holds what the host posts. It is the process's, and every function may
-// be called on any thread.
+// be called on any thread. Whoever asks for an event is first told of the changes in folders that the thread
+// subscribed to (Notification.h).
 #pragma once
 
 #include <toolbox/MacErrors.h>

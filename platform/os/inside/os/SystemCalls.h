@@ -10,6 +10,7 @@
 #include <time.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <type_traits>
 
 struct passwd;
@@ -62,6 +63,9 @@ enum class Failure {
     CALL(unlinkat, int(int, const char*, int), kMinusOne, ::unlinkat)                                       \
     CALL(readlinkat, ssize_t(int, const char*, char*, std::size_t), kMinusOne, ::readlinkat)                \
     CALL(realpath, char*(const char*, char*), kZero, ::realpath)                                            \
+    CALL(inotify_init1, int(int), kMinusOne, ::inotify_init1)                                               \
+    CALL(inotify_add_watch, int(int, const char*, std::uint32_t), kMinusOne, ::inotify_add_watch)           \
+    CALL(inotify_rm_watch, int(int, int), kMinusOne, ::inotify_rm_watch)                                    \
     CALL(isatty, int(int), kZero, ::isatty)                                                                 \
     CALL(getenv, char*(const char*), kOnlyZero, ::getenv)                                                   \
     CALL(getuid, uid_t(), kNone, ::getuid)                                                                  \

@@ -1,0 +1,154 @@
+#include "Subscriptions.h"
+
+#include "catalogue/FileAccess.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace toolbox::notification {
+
+namespace {
+
+std::uintptr_t NumberOf(FNSubscriptionRef inSubscription) {
+    return reinterpret_cast<std::uintptr_t>(inSubscription);
+}
+
+FNSubscriptionRef SubscriptionOf(std::uintptr_t inNumber) {
+    return reinterpret_cast<FNSubscriptionRef>(inNumber);  // NOLINT(performance-no-int-to-ptr)
+}
+
+}  // namespace
+
+// Never destroyed: threads end, and with them what they subscribed, also after the program's own end began.
+Subscriptions& Subscriptions::Shared() {
+    static Subscriptions& sShared = *new Subscriptions;
+    return sShared;
+}
+
+OSStatus Subscriptions::Add(const files::FoundItem& inFolder, const Subscriber& inSubscriber,
+                            FNSubscriptionRef& outSubscription) {
+    // Watched is what was found, whatever has its path by now.
+    os::Descriptor folder;
+    const OSStatus status = files::OpenFound(inFolder, O_PATH | O_DIRECTORY, folder);
+    if (status == fnfErr) return status;
+    Table made;
+    Subscription& subscription = made[0];
+    subscription.subscriber = inSubscriber;
+    subscription.folder = inFolder.status.identity;
+    subscription.folderRef = files::MakeRef(inFolder);
+    auto node = made.extract(made.begin());
+
+    const os::MutexLock lock(mMutex);
+    DropInherited();
+    if (folder.IsOpen()) node.mapped().watch = mWatches.Add(folder.Number());
+    node.key() = ++mLastNumber;
+    mTable.insert(std::move(node));
+    mCount.store(mTable.size(), std::memory_order_relaxed);
+    outSubscription = SubscriptionOf(mLastNumber);
+    return noErr;
+}
+
+bool Subscriptions::Remove(FNSubscriptionRef inSubscription) noexcept {
+    const os::MutexLock lock(mMutex);
+    DropInherited();
+    const auto found = mTable.find(NumberOf(inSubscription));
+    if (found == mTable.end()) return false;
+    Erase(found);
+    return true;
+}
+
+void Subscriptions::RemoveAllOf(ThreadToken inThread) noexcept {
+    const os::MutexLock lock(mMutex);
+    DropInherited();
+    for (auto each = mTable.begin(); each != mTable.end();)
+        each = each->second.subscriber.thread == inThread ? Erase(each) : std::next(each);
+}
+
+bool Subscriptions::GetFolder(FNSubscriptionRef inSubscription, FSRef& outFolder) const {
+    const os::MutexLock lock(mMutex);
+    const auto found = mTable.find(NumberOf(inSubscription));
+    if (found == mTable.end()) return false;
+    outFolder = found->second.folderRef;
+    return true;
+}
+
+void Subscriptions::Notify(const os::ItemIdentity& inFolder, OptionBits inFlags) {
+    if (IsEmpty()) return;
+    const os::MutexLock lock(mMutex);
+    for (auto& [number, subscription] : mTable)
+        if (subscription.folder.IsSameItem(inFolder)) MakePending(subscription, inFlags);
+}
+
+void Subscriptions::NotifyAll(OptionBits inFlags) {
+    const os::MutexLock lock(mMutex);
+    for (auto& [number, subscription] : mTable)
+        if ((subscription.subscriber.options & kFNNoImplicitAllSubscription) == 0)
+            MakePending(subscription, inFlags);
+}
+
+void Subscriptions::MakeDue(ThreadToken inThread) noexcept {
+    const os::MutexLock lock(mMutex);
+    DropInherited();
+    mWatches.Read([this](int inWatch, bool inIsGone) {
+        mMutex.AssertHeld();
+        Hear(inWatch, inIsGone);
+    });
+    for (auto& [number, subscription] : mTable) {
+        if (subscription.subscriber.thread != inThread || !subscription.isPending) continue;
+        subscription.isDue = true;
+        subscription.isPending = false;
+        subscription.dueFlags |= std::exchange(subscription.pendingFlags, 0);
+    }
+}
+
+bool Subscriptions::TakeDue(ThreadToken inThread, Notice& outNotice) noexcept {
+    const os::MutexLock lock(mMutex);
+    const auto due = std::find_if(mTable.begin(), mTable.end(), [inThread](const auto& inEntry) {
+        return inEntry.second.subscriber.thread == inThread && inEntry.second.isDue;
+    });
+    if (due == mTable.end()) return false;
+    Subscription& subscription = due->second;
+    subscription.isDue = false;
+    outNotice = {subscription.subscriber, std::exchange(subscription.dueFlags, 0),
+                 SubscriptionOf(due->first)};
+    return true;
+}
+
+void Subscriptions::DropInherited() noexcept {
+    if (!mWatches.DropInherited()) return;
+    for (auto& [number, subscription] : mTable)
+        subscription.watch = FolderWatches::kNone;
+}
+
+Subscriptions::Table::iterator Subscriptions::Erase(Table::iterator inSubscription) noexcept {
+    const int watch = inSubscription->second.watch;
+    const auto next = mTable.erase(inSubscription);
+    const bool isShared = std::any_of(mTable.begin(), mTable.end(), [watch](const auto& inEntry) {
+        return inEntry.second.watch == watch;
+    });
+    if (!isShared) mWatches.Remove(watch);
+    if (mTable.empty()) mWatches.Close();
+    mCount.store(mTable.size(), std::memory_order_relaxed);
+    return next;
+}
+
+void Subscriptions::MakePending(Subscription& ioSubscription, OptionBits inFlags) {
+    if (ioSubscription.isGone) return;
+    ioSubscription.isPending = true;
+    ioSubscription.pendingFlags |= inFlags;
+}
+
+void Subscriptions::Hear(int inWatch, bool inIsGone) noexcept {
+    for (auto& [number, subscription] : mTable) {
+        if (inWatch != FolderWatches::kNone && subscription.watch != inWatch) continue;
+        if (subscription.watch == FolderWatches::kNone) continue;
+        MakePending(subscription, 0);
+        if (!inIsGone) continue;
+        subscription.isGone = true;
+        subscription.watch = FolderWatches::kNone;
+    }
+}
+
+}  // namespace toolbox::notification
