@@ -1,5 +1,6 @@
 #include "FolderItems.h"
 
+#include "DefaultFolder.h"
 #include "catalogue/Volumes.h"
 #include "companions/CompanionNames.h"
 #include "companions/Companions.h"
@@ -103,6 +104,7 @@ OSStatus FindByName(const FoundItem& inFolder, std::u16string_view inName, Found
 }
 
 OSStatus FindFolderByID(SInt16 inVolume, NodeID inFolderID, FoundItem& outFolder) {
+    if (inVolume == 0 && inFolderID == 0) return FindDefaultFolder(outFolder);
     Volume volume;
     const OSStatus volumeStatus = GetVolume(inVolume == 0 ? kBootVolume : inVolume, volume);
     if (volumeStatus != noErr) return volumeStatus;

@@ -47,8 +47,8 @@ void FolderWatches::Close() noexcept {
 
 bool FolderWatches::ReadBlock() noexcept {
     mUsedBytes = mNextByte = 0;
-    return mInstance.IsOpen() &&
-           os::ReadSome(mInstance.Number(), mBlock, sizeof mBlock, mUsedBytes) == 0 && mUsedBytes != 0;
+    return mInstance.IsOpen() && os::ReadSome(mInstance.Number(), mBlock, sizeof mBlock, mUsedBytes) == 0 &&
+           mUsedBytes != 0;
 }
 
 bool FolderWatches::NextChange(Change& outChange) noexcept {

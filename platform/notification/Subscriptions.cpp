@@ -125,9 +125,8 @@ void Subscriptions::DropInherited() noexcept {
 Subscriptions::Table::iterator Subscriptions::Erase(Table::iterator inSubscription) noexcept {
     const int watch = inSubscription->second.watch;
     const auto next = mTable.erase(inSubscription);
-    const bool isShared = std::any_of(mTable.begin(), mTable.end(), [watch](const auto& inEntry) {
-        return inEntry.second.watch == watch;
-    });
+    const bool isShared = std::any_of(mTable.begin(), mTable.end(),
+                                      [watch](const auto& inEntry) { return inEntry.second.watch == watch; });
     if (!isShared) mWatches.Remove(watch);
     if (mTable.empty()) mWatches.Close();
     mCount.store(mTable.size(), std::memory_order_relaxed);

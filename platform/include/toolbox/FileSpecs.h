@@ -34,7 +34,8 @@ typedef FSSpec* FSSpecPtr;
 
 // Makes the FSSpec of an item that exists, or that may be made in a folder that does. A link is an item.
 //   inVRefNum  a volume, or 0 for the first one
-//   inDirID    a folder of it; 0 stands for the root folder
+//   inDirID    a folder of it; 0 stands for the root folder. Volume 0 and folder 0 together stand for the
+//              default folder (DefaultFolder.h), of which there is none unless one was set: dirNFErr
 //   inName     one name, without a path; null or empty names the folder, which then becomes a name in the
 //              folder above it
 // fnfErr when no such item is there: outSpec is good then. It is untouched on any other failure.

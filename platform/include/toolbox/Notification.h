@@ -1,10 +1,10 @@
 // Notices of changes in folders.
 //
-// Who subscribes to a folder is called when something in it was changed: an item made, deleted, renamed, moved,
-// written or dated, by this process or another, or when a program of this process says so (FNNotify). The call
-// comes on the thread that subscribed, when that asks for events (Events.h). Many changes between two such
-// moments are one notice. A folder that is renamed or moved keeps its subscribers; those of one that is
-// deleted, or whose volume is unmounted, are told once more and then no more.
+// Who subscribes to a folder is called when something in it was changed: an item made, deleted, renamed,
+// moved, written or dated, by this process or another, or when a program of this process says so (FNNotify).
+// The call comes on the thread that subscribed, when that asks for events (Events.h). Many changes between
+// two such moments are one notice. A folder that is renamed or moved keeps its subscribers; those of one that
+// is deleted, or whose volume is unmounted, are told once more and then no more.
 //
 // Changes by other programs and by calls that do not tell of them are seen as far as the system tells of
 // changes: not those that another machine makes on a network's volume, nor in a folder that the user may not

@@ -206,7 +206,9 @@ TEST_P(CatalogItems, RootsStay) {
     EXPECT_EQ(paramErr, FSDeleteObject(&root));
     EXPECT_EQ(paramErr, Move(root, folder));
     EXPECT_EQ(paramErr, Rename(root, u"a"));
-    EXPECT_EQ(paramErr, HDelete(0, 0, PascalName("")));
+    EXPECT_EQ(dirNFErr, HDelete(0, 0, PascalName(""))) << "nobody has set a default folder";
+    EXPECT_EQ(paramErr, HDelete(0, fsRtDirID, nullptr));
+    EXPECT_EQ(paramErr, HDelete(-1, 0, nullptr));
     EXPECT_EQ(paramErr, HDelete(-1, fsRtDirID, nullptr));
     EXPECT_EQ(paramErr, HDelete(-1, fsRtParID, PascalName("/")));
 }

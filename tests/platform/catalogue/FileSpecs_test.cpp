@@ -156,16 +156,14 @@ TEST_P(FileSpecsTest, RootFolder) {
     EXPECT_EQ(fsRtParID, +root.parID);
     EXPECT_EQ("/", NameOf(root));
     EXPECT_EQ("/", PathOfSpec(root));
-    for (const SInt32 id : {SInt32{fsRtDirID}, SInt32{0}}) {
-        const FSSpec byID = {0, id, {}};
-        EXPECT_EQ("/", PathOfSpec(byID)) << "volume 0 is the first one";
-    }
+    EXPECT_EQ("/", PathOfSpec({0, fsRtDirID, {}})) << "volume 0 is the first one";
+    EXPECT_EQ("/", PathOfSpec({root.vRefNum, 0, {}}));
     const FSSpec wrongName = {root.vRefNum, fsRtParID, "\3usr"};
     EXPECT_EQ("status -43", PathOfSpec(wrongName));
     const FSSpec noName = {root.vRefNum, fsRtParID, {}};
     EXPECT_EQ("status -120", PathOfSpec(noName));
     FSSpec spec = {};
-    EXPECT_EQ(noErr, FSMakeFSSpec(0, 0, nullptr, &spec));
+    EXPECT_EQ(noErr, FSMakeFSSpec(0, fsRtDirID, nullptr, &spec));
     EXPECT_EQ(0, std::memcmp(&root, &spec, sizeof spec));
     EXPECT_EQ(noErr, FSMakeFSSpec(root.vRefNum, fsRtParID, root.name, &spec));
     EXPECT_EQ(fnfErr, FSMakeFSSpec(root.vRefNum, fsRtParID, wrongName.name, &spec));
@@ -183,10 +181,12 @@ TEST_P(FileSpecsTest, ItemThatMayBeMade) {
 }
 
 TEST_P(FileSpecsTest, ZeroBecomesWhatItMeans) {
+    const FSSpec root = SpecOf("/");
     FSSpec spec = {};
-    EXPECT_EQ(fnfErr, FSMakeFSSpec(0, 0, PascalName("no such item here"), &spec));
+    EXPECT_EQ(fnfErr, FSMakeFSSpec(root.vRefNum, 0, PascalName("no such item here"), &spec));
     EXPECT_EQ(fsRtDirID, +spec.parID);
-    EXPECT_EQ(SpecOf("/").vRefNum, spec.vRefNum);
+    EXPECT_EQ(fnfErr, FSMakeFSSpec(0, fsRtDirID, PascalName("no such item here"), &spec));
+    EXPECT_EQ(root.vRefNum, spec.vRefNum);
 }
 
 TEST_P(FileSpecsTest, NoVolumeOrFolder) {

@@ -235,10 +235,10 @@ TEST_F(FolderWatches, StayTheParentsInAChild) {
 TEST_F(FolderWatches, CloseWithTheThreadThatHadThem) {
     std::thread([this] {
         FNSubscriptionRef subscription = nullptr;
-        EXPECT_EQ(noErr, FNSubscribeByPath(
-                             reinterpret_cast<const UInt8*>(mOne.c_str()),
-                             [](FNMessage, OptionBits, void*, FNSubscriptionRef) {}, nullptr, 0,
-                             &subscription));
+        EXPECT_EQ(noErr,
+                  FNSubscribeByPath(
+                      reinterpret_cast<const UInt8*>(mOne.c_str()),
+                      [](FNMessage, OptionBits, void*, FNSubscriptionRef) {}, nullptr, 0, &subscription));
         EXPECT_EQ(mDescriptors + 1, mFolder.OpenDescriptorCount());
     }).join();
     EXPECT_EQ(mDescriptors, mFolder.OpenDescriptorCount());

@@ -1,5 +1,5 @@
-// Subscribing, telling, changing, asking and ending on several threads at once. Run under the thread sanitizer
-// too.
+// Subscribing, telling, changing, asking and ending on several threads at once. Run under the thread
+// sanitizer too.
 #include "Told.h"
 #include "support/FileWorld.h"
 #include "support/Rounds.h"
@@ -34,10 +34,10 @@ TEST(NotificationThreads, EachIsToldOnItsOwn) {
             EXPECT_LE(1U, passer.Flags().size());
             // Somebody's, ended by somebody.
             FNSubscriptionRef subscription = nullptr;
-            EXPECT_EQ(noErr, FNSubscribeByPath(
-                                 reinterpret_cast<const UInt8*>(shared.c_str()),
-                                 [](FNMessage, OptionBits, void*, FNSubscriptionRef) {}, nullptr, 0,
-                                 &subscription));
+            EXPECT_EQ(noErr,
+                      FNSubscribeByPath(
+                          reinterpret_cast<const UInt8*>(shared.c_str()),
+                          [](FNMessage, OptionBits, void*, FNSubscriptionRef) {}, nullptr, 0, &subscription));
             subscription = passing.exchange(subscription);
             if (subscription == nullptr) continue;
             const OSStatus status = FNUnsubscribe(subscription);

@@ -20,8 +20,7 @@ using support::FailEach;
 using support::FileWorld;
 using Flags = std::vector<OptionBits>;
 
-void Nothing(FNMessage, OptionBits, void*, FNSubscriptionRef) {
-}
+void Nothing(FNMessage, OptionBits, void*, FNSubscriptionRef) {}
 
 OSStatus Subscribe(const std::string& inFolder, FNSubscriptionRef* outSubscription) {
     return FNSubscribeByPath(reinterpret_cast<const UInt8*>(inFolder.c_str()), Nothing, nullptr, 0,
@@ -285,10 +284,10 @@ TEST_P(Notification, WhatIsRefused) {
 }
 
 TEST_P(Notification, FunctionsAsCallbacks) {
-    const FNSubscriptionUPP callback = NewFNSubscriptionUPP([](FNMessage, OptionBits inFlags, void* inRefcon,
-                                                               FNSubscriptionRef) {
-        *static_cast<OptionBits*>(inRefcon) = inFlags;
-    });
+    const FNSubscriptionUPP callback =
+        NewFNSubscriptionUPP([](FNMessage, OptionBits inFlags, void* inRefcon, FNSubscriptionRef) {
+            *static_cast<OptionBits*>(inRefcon) = inFlags;
+        });
     OptionBits told = 0;
     InvokeFNSubscriptionUPP(kFNDirectoryModifiedMessage, 9, &told, nullptr, callback);
     DisposeFNSubscriptionUPP(callback);
