@@ -44,13 +44,14 @@ std::size_t Encode(std::u16string_view inText, unsigned char* outBytes, std::siz
     return static_cast<std::size_t>(byteCount);
 }
 
-// The last dot and what follows it, if it is short and plain.
+// The last dot and what follows it, if it is short and plain. The last "#" of the whole is the node's.
 std::string Extension(std::u16string_view inName) {
     const std::size_t dot = inName.rfind(u'.');
     if (dot == std::u16string_view::npos || dot == 0 || inName.size() - dot > kMaxExtensionBytes) return {};
     const std::u16string_view extension = inName.substr(dot);
-    const bool isPlain = std::all_of(extension.begin(), extension.end(),
-                                     [](char16_t inUnit) { return inUnit > ' ' && inUnit < 0x7F; });
+    const bool isPlain = std::all_of(extension.begin(), extension.end(), [](char16_t inUnit) {
+        return inUnit > ' ' && inUnit < 0x7F && inUnit != '#';
+    });
     return isPlain ? std::string(extension.begin(), extension.end()) : std::string();
 }
 

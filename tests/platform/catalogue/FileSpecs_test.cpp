@@ -42,8 +42,10 @@ TEST_P(FileSpecsTest, ThereAndBack) {
 }
 
 TEST_P(FileSpecsTest, NamesThatDoNotFit) {
-    const std::string names[] = {std::string(32, 'n'), std::string(200, 'n') + ".jpeg",
+    const std::string names[] = {std::string(32, 'n'),
+                                 std::string(200, 'n') + ".jpeg",
                                  std::string(200, 'n') + ".html",
+                                 std::string(200, 'n') + ".c#",
                                  std::string(80, 'n') + "\xC3\xA9" + std::string(80, 'n'),
                                  "not\xFF" + std::string(1, '\xFE') + "utf-8"};
     for (const std::string& name : names) {

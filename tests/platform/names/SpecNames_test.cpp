@@ -43,6 +43,9 @@ TEST(SpecNames, ThatTellTheirNode) {
         {std::u16string(40, u'n') + u".jpegs", 0x1A2B3, "nnnnnnnnnnnnnnnnnnnnnnnnn#1A2B3"},  // no extension
         {std::u16string(40, u'n') + u".t\u00E9", 0x1A2B3, "nnnnnnnnnnnnnnnnnnnnnnnnn#1A2B3"},
         {std::u16string(40, u'n') + u".a b", 0x1A2B3, "nnnnnnnnnnnnnnnnnnnnnnnnn#1A2B3"},
+        {std::u16string(40, u'n') + u".c#", 0x1A2B3,
+         "nnnnnnnnnnnnnnnnnnnnnnnnn#1A2B3"},  // two would be one too many
+        {std::u16string(40, u'n') + u".#12", 0x1A2B3, "nnnnnnnnnnnnnnnnnnnnnnnnn#1A2B3"},
         {std::u16string(40, u'n') + u".", 0x1A2B3, "nnnnnnnnnnnnnnnnnnnnnnnn#1A2B3."},
         {u"." + std::u16string(40, u'n'), 0x1A2B3, ".nnnnnnnnnnnnnnnnnnnnnnnn#1A2B3"},
         // Characters of three bytes: eight of them in 25 bytes.
@@ -52,6 +55,8 @@ TEST(SpecNames, ThatTellTheirNode) {
     };
     for (const Row& row : kRows)
         EXPECT_EQ(row.expected, SpecOf(row.name, row.node));
+    for (const Row& row : kRows)
+        EXPECT_EQ(row.node, NodeOf(row.expected)) << row.expected;
 }
 
 TEST(SpecNames, WhatTheEncodingDoesNotHave) {
