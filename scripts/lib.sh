@@ -8,7 +8,7 @@ BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libavcodec-dev libavformat-dev 
     nlohmann-json3-dev)
 # What the tests need beyond that. The second line is for the layout, of which Debian 12 has the release that counts; the
 # third for the 32-bit big-endian run, the fourth for Java.
-TEST_PACKAGES=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev ffmpeg python3 git mandoc perl locales
+TEST_PACKAGES=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev ffmpeg python3 git mandoc perl locales unar
     clang-format
     g++-powerpc-linux-gnu qemu-user
     default-jdk-headless junit5 chromium curl)
