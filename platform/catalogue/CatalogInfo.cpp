@@ -32,8 +32,6 @@ static_assert(offsetof(FSCatalogInfo, extFinderInfo) == 88 &&
 static_assert(offsetof(FSCatalogInfo, rsrcLogicalSize) == 120 && offsetof(FSCatalogInfo, valence) == 136);
 static_assert(offsetof(FSCatalogInfo, textEncodingHint) == 140);
 
-constexpr std::size_t kMaxNameUnits = 255;
-
 constexpr int kMayRead = R_OK;
 constexpr int kMayWrite = W_OK;
 constexpr int kMaySearch = X_OK;
@@ -237,13 +235,6 @@ OSStatus MakeParentRef(const FoundItem& inItem, FSRef& outRef) {
     const OSStatus status = FindByIdentity(inItem.facts.parent, parent);
     if (status == noErr) outRef = MakeRef(parent);
     return status;
-}
-
-HFSUniStr255 UniStrOf(std::u16string_view inName) {
-    HFSUniStr255 name = {};
-    name.length = static_cast<UInt16>(std::min(inName.size(), kMaxNameUnits));
-    std::copy_n(inName.begin(), name.length, name.unicode);
-    return name;
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include "catalogue/Catalogue.h"
 #include "catalogue/Volumes.h"
-#include "os/Descriptor.h"
 #include "os/SystemCalls.h"
 #include "status/StatusOfErrno.h"
 
@@ -11,60 +10,25 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
+#include <string_view>
 
 namespace toolbox::files {
 
 namespace {
 
-// Of a table longer than this the rest is not looked at: thousands of mounts.
-constexpr std::size_t kMaxTableBytes = 4 << 20;
+constexpr std::uint64_t kMaxBlockBytes = std::uint64_t{1} << 31;
 
-// 0 or an errno.
-int ReadKernelFile(const char* inPath, std::string& outContents) {
-    os::Descriptor file;
-    const int error = os::OpenFile(inPath, O_RDONLY, file);
-    return error != 0 ? error : os::ReadFromStart(file.Number(), kMaxTableBytes, outContents);
-}
-
-bool IsOctal(char inChar) {
-    return inChar >= '0' && inChar <= '7';
-}
-
-// Blanks and backslashes in a path are a backslash and three octal digits.
-std::string Unescaped(std::string_view inText) {
-    std::string text;
-    for (std::size_t i = 0; i < inText.size(); ++i) {
-        const bool isEscape = inText[i] == '\\' && inText.size() - i > 3 && IsOctal(inText[i + 1]) &&
-                              IsOctal(inText[i + 2]) && IsOctal(inText[i + 3]);
-        if (isEscape)
-            text +=
-                static_cast<char>((inText[i + 1] & 3) << 6 | (inText[i + 2] & 7) << 3 | (inText[i + 3] & 7));
-        else
-            text += inText[i];
-        if (isEscape) i += 3;
-    }
-    return text;
-}
-
-std::string_view WordAt(std::string_view inLine, int inIndex) {
-    for (; inIndex > 0; --inIndex) {
-        const std::size_t blank = inLine.find(' ');
-        if (blank == std::string_view::npos) return {};
-        inLine.remove_prefix(blank + 1);
-    }
-    return inLine.substr(0, inLine.find(' '));
-}
-
-// File systems that the kernel makes up have no blocks.
-bool HoldsData(const std::string& inFolder) {
-    struct statvfs status = {};
-    return os::Calls().statvfs(inFolder.c_str(), &status) == 0 && status.f_blocks != 0;
-}
+// File systems that the kernel makes up, and places where others would be mounted by a look.
+constexpr std::string_view kMadeUpTypes[] = {
+    "autofs", "binder",   "binfmt_misc", "bpf",        "cgroup",    "cgroup2", "configfs", "debugfs",
+    "devpts", "devtmpfs", "efivarfs",    "fusectl",    "mqueue",    "nfsd",    "nsfs",     "proc",
+    "pstore", "resctrl",  "rpc_pipefs",  "securityfs", "selinuxfs", "smackfs", "sysfs",    "tracefs"};
 
 // noErr also for what is no volume; a status where nothing can be told of any.
 OSStatus AddVolumeAt(const std::string& inFolder, std::vector<SInt16>& ioVolumes) {
     FoundItem item;
-    if (!HoldsData(inFolder) || FindByPath(inFolder.c_str(), item) != noErr) return noErr;
+    if (FindByPath(inFolder.c_str(), item) != noErr) return noErr;
     if (item.status.kind != os::ItemKind::kFolder) return noErr;
     SInt16 volume = 0;
     const OSStatus status = GetVolumeNumber(item, volume);
@@ -73,51 +37,75 @@ OSStatus AddVolumeAt(const std::string& inFolder, std::vector<SInt16>& ioVolumes
     return noErr;
 }
 
-bool IsDeviceReadOnly(std::uint64_t inDevice) {
-    const std::string path =
-        "/sys/dev/block/" + std::to_string(major(inDevice)) + ':' + std::to_string(minor(inDevice)) + "/ro";
+std::string DevicePath(std::uint64_t inDevice) {
+    return "/sys/dev/block/" + std::to_string(major(inDevice)) + ':' + std::to_string(minor(inDevice));
+}
+
+// Whether what the kernel tells there begins so; false where it tells nothing.
+bool Begins(const std::string& inPath, char inChar) {
     std::string contents;
-    return ReadKernelFile(path.c_str(), contents) == 0 && contents.substr(0, 1) == "1";
+    return ReadKernelFile(inPath.c_str(), contents) == 0 && contents.starts_with(inChar);
 }
 
 }  // namespace
 
-std::vector<std::string> MountFolders(std::string_view inTable) {
-    constexpr int kFolderWord = 4;
-    std::vector<std::string> folders;
-    while (!inTable.empty()) {
-        const std::string_view line = inTable.substr(0, inTable.find('\n'));
-        inTable.remove_prefix(std::min(line.size() + 1, inTable.size()));
-        const std::string_view folder = WordAt(line, kFolderWord);
-        if (!folder.empty() && folder[0] == '/') folders.push_back(Unescaped(folder));
-    }
-    return folders;
+bool HoldsData(const MountEntry& inMount) {
+    return std::find(std::begin(kMadeUpTypes), std::end(kMadeUpTypes), inMount.type) ==
+           std::end(kMadeUpTypes);
 }
 
 OSStatus ListVolumes(std::vector<SInt16>& outVolumes) {
     outVolumes.assign(1, kBootVolume);
-    std::string table;
-    const int error = ReadKernelFile("/proc/self/mountinfo", table);
-    if (error != 0) return StatusOfErrno(error);
-    for (const std::string& folder : MountFolders(table)) {
-        const OSStatus status = AddVolumeAt(folder, outVolumes);
-        if (status != noErr) return status;
-    }
+    std::vector<MountEntry> mounts;
+    OSStatus status = ReadMounts(mounts);
+    for (const MountEntry& mount : mounts)
+        if (status == noErr && HoldsData(mount)) status = AddVolumeAt(mount.folder, outVolumes);
+    return status;
+}
+
+OSStatus ChooseVolume(SInt16 inNumber, std::size_t inIndex, SInt16& outNumber) {
+    outNumber = inNumber == 0 ? kBootVolume : inNumber;
+    if (inIndex == 0) return noErr;
+    std::vector<SInt16> volumes;
+    const OSStatus status = ListVolumes(volumes);
+    if (status != noErr) return status;
+    if (inIndex > volumes.size()) return nsvErr;
+    outNumber = volumes[inIndex - 1];
     return noErr;
 }
 
-OSStatus GetVolumeFacts(SInt16 inVolume, VolumeFacts& outFacts) {
-    Volume volume;
-    const OSStatus status = GetVolume(inVolume == 0 ? kBootVolume : inVolume, volume);
-    if (status != noErr) return status;
+OSStatus GetVolumeSizes(const Volume& inVolume, VolumeSizes& outSizes) {
+    struct statvfs sizes = {};
+    if (os::Calls().statvfs(inVolume.rootPath.c_str(), &sizes) != 0) return StatusOfErrno(errno);
+    outSizes = {sizes.f_frsize, sizes.f_blocks, sizes.f_bavail, sizes.f_files - sizes.f_ffree};
+    return noErr;
+}
+
+VolumeSizes SizesInBlocks(const VolumeSizes& inSizes, std::uint64_t inMaxBlocks) {
+    std::uint64_t factor = 1;
+    while (inSizes.blockCount / factor > inMaxBlocks && inSizes.blockBytes * factor < kMaxBlockBytes)
+        factor *= 2;
+    return {inSizes.blockBytes * factor, std::min(inSizes.blockCount / factor, inMaxBlocks),
+            std::min(inSizes.freeBlockCount / factor, inMaxBlocks), inSizes.itemCount};
+}
+
+bool IsDeviceRemovable(std::uint64_t inDevice) {
+    const std::string path = DevicePath(inDevice);
+    // Of a part of a device, the whole tells it.
+    return Begins(path + "/removable", '1') || Begins(path + "/../removable", '1');
+}
+
+OSStatus GetVolumeLocks(const Volume& inVolume, VolumeLocks& outLocks) {
+    MountEntry mount;
+    const OSStatus status = FindMount(inVolume, mount);
+    outLocks.isDeviceReadOnly = Begins(DevicePath(inVolume.key.device) + "/ro", '1');
+    if (status == noErr)
+        outLocks.isReadOnly = HasOption(mount.options, "ro") || HasOption(mount.superOptions, "ro");
+    if (status != nsvErr) return status;
+    // Of a mount that the kernel does not show to this process the file system itself can be asked.
     struct statvfs facts = {};
-    if (os::Calls().statvfs(volume.rootPath.c_str(), &facts) != 0) return StatusOfErrno(errno);
-    outFacts = {facts.f_frsize,
-                facts.f_blocks,
-                facts.f_bavail,
-                facts.f_files - facts.f_ffree,
-                (facts.f_flag & ST_RDONLY) != 0,
-                IsDeviceReadOnly(volume.key.device)};
+    if (os::Calls().statvfs(inVolume.rootPath.c_str(), &facts) != 0) return StatusOfErrno(errno);
+    outLocks.isReadOnly = (facts.f_flag & ST_RDONLY) != 0;
     return noErr;
 }
 

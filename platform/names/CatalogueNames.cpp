@@ -1,5 +1,6 @@
 #include "names/CatalogueNames.h"
 
+#include <algorithm>
 #include <cassert>
 
 namespace toolbox::files {
@@ -83,6 +84,13 @@ std::u16string CatalogueName(std::string_view inDiskName) {
         AppendUTF16(name, character == ':' ? U'/' : character);
         inDiskName.remove_prefix(count);
     }
+    return name;
+}
+
+HFSUniStr255 UniStrOf(std::u16string_view inCatalogueName) {
+    HFSUniStr255 name = {};
+    name.length = static_cast<UInt16>(std::min(inCatalogueName.size(), kMaxNameUnits));
+    std::copy_n(inCatalogueName.begin(), name.length, name.unicode);
     return name;
 }
 

@@ -22,6 +22,7 @@ typedef FourCharCode OSType;
 typedef FourCharCode ResType;
 typedef UInt16 UniChar;              // a UTF-16 code unit
 typedef unsigned long UniCharCount;  // of those
+typedef unsigned long ItemCount;
 typedef UInt32 OptionBits;
 typedef SInt32 Fixed;  // 16.16 fixed point
 typedef UInt32 UnsignedFixed;

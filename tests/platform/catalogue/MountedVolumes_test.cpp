@@ -2,7 +2,6 @@
 
 #include "catalogue/Volumes.h"
 #include "support/FailingCalls.h"
-#include "support/FailingNew.h"
 #include "support/FileWorld.h"
 
 #include <gtest/gtest.h>
@@ -12,34 +11,43 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <string>
+#include <string_view>
 
 namespace {
 
 using namespace toolbox::files;
 using namespace toolbox::os;
 using test_files::FailingCalls;
-using Folders = std::vector<std::string>;
-
-TEST(MountFolders, Table) {
-    EXPECT_EQ(Folders(), MountFolders(""));
-    EXPECT_EQ((Folders{"/", "/proc", "/with space\\and\ttab\n"}),
-              MountFolders("22 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
-                           "23 22 0:5 / /proc rw - proc proc rw\n"
-                           "24 22 8:2 / /with\\040space\\134and\\011tab\\012 rw - ext4 /dev/sda2 rw"));
-}
-
-TEST(MountFolders, WhatMakesNoSense) {
-    EXPECT_EQ(Folders(), MountFolders("\n\n1 2 3 4\nwords but no folder here\n"));
-    EXPECT_EQ((Folders{"/\\04", "/\\999", "/\\"}),
-              MountFolders("1 2 3 4 /\\04\n1 2 3 4 /\\999\n1 2 3 4 /\\"));
-}
 
 class MountedVolumesTest : public support::FileWorldTest {
   protected:
     ~MountedVolumesTest() override { CallsForTesting() = mSaved; }
 
+    static OSStatus GetFirstSizes(VolumeSizes& outSizes) {
+        Volume volume;
+        const OSStatus status = GetVolume(kBootVolume, volume);
+        return status == noErr ? GetVolumeSizes(volume, outSizes) : status;
+    }
+    static OSStatus GetFirstLocks(VolumeLocks& outLocks) {
+        Volume volume;
+        const OSStatus status = GetVolume(kBootVolume, volume);
+        return status == noErr ? GetVolumeLocks(volume, outLocks) : status;
+    }
+    // Answers this where the kernel tells of mounts and devices.
+    void ScriptFile(const char* inContents) {
+        CallsForTesting().openat = mSaved.openat;
+        sFile = mFolder.MakeFile("script", inContents);
+        sSaved = mSaved;
+        CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+            const bool isKernels = std::string_view(inPath).starts_with(sScripted);
+            return sSaved.openat(inFolder, isKernels ? sFile.c_str() : inPath, inFlags, inMode);
+        };
+    }
+
+    static inline std::string sFile;
+    static inline std::string_view sScripted;
+    static inline SystemCalls sSaved;
     SystemCalls mSaved = CallsForTesting();
 };
 INSTANTIATE_TEST_SUITE_P(Worlds, MountedVolumesTest, support::BothWorlds(), support::NameOfWorld);
@@ -57,14 +65,61 @@ TEST_P(MountedVolumesTest, TheFirstIsTheRootFolders) {
         EXPECT_EQ(noErr, GetVolume(number, volume)) << number;
         EXPECT_NE("/proc", volume.rootPath);
         EXPECT_NE("/sys", volume.rootPath);
-        VolumeFacts facts;
-        EXPECT_EQ(noErr, GetVolumeFacts(number, facts)) << volume.rootPath;
-        EXPECT_GT(facts.blockCount, 0U) << volume.rootPath;
-        EXPECT_LE(facts.freeBlockCount, facts.blockCount);
+        VolumeSizes sizes;
+        EXPECT_EQ(noErr, GetVolumeSizes(volume, sizes)) << volume.rootPath;
+        EXPECT_LE(sizes.freeBlockCount, sizes.blockCount);
     }
 }
 
-TEST_P(MountedVolumesTest, Facts) {
+TEST_P(MountedVolumesTest, AListingAsksNoFileSystemForItsSizes) {
+    CallsForTesting().statvfs = [](const char* inPath, struct statvfs*) {
+        ADD_FAILURE() << inPath;
+        return errno = EIO, -1;
+    };
+    std::vector<SInt16> volumes;
+    EXPECT_EQ(noErr, ListVolumes(volumes));
+}
+
+TEST_P(MountedVolumesTest, WhatTheKernelMakesUpIsNotCounted) {
+    MountEntry mount;
+    for (const char* const type : {"proc", "sysfs", "cgroup2", "autofs", "devpts"}) {
+        mount.type = type;
+        EXPECT_FALSE(HoldsData(mount)) << type;
+    }
+    for (const char* const type : {"ext4", "tmpfs", "nfs4", "fuse.sshfs", "overlay", "memory", ""}) {
+        mount.type = type;
+        EXPECT_TRUE(HoldsData(mount)) << type;
+    }
+}
+
+TEST_P(MountedVolumesTest, AMountedVolumeIsListed) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "this process may not mount";
+    std::vector<SInt16> before;
+    ASSERT_EQ(noErr, ListVolumes(before));
+    ASSERT_EQ(0, mFolder.MountVolume(mFolder.MakeFolder("volume")));
+    std::vector<SInt16> after;
+    ASSERT_EQ(noErr, ListVolumes(after));
+    ASSERT_EQ(before.size() + 1, after.size());
+    Volume volume;
+    ASSERT_EQ(noErr, GetVolume(after.back(), volume));
+    EXPECT_EQ(mFolder / "volume", volume.rootPath);
+}
+
+TEST_P(MountedVolumesTest, Choosing) {
+    std::vector<SInt16> volumes;
+    ASSERT_EQ(noErr, ListVolumes(volumes));
+    SInt16 number = 1;
+    EXPECT_EQ(noErr, ChooseVolume(0, 0, number));
+    EXPECT_EQ(kBootVolume, number);
+    EXPECT_EQ(noErr, ChooseVolume(-7, 0, number));
+    EXPECT_EQ(-7, number) << "whether it is there is not looked at";
+    EXPECT_EQ(noErr, ChooseVolume(-7, volumes.size(), number));
+    EXPECT_EQ(volumes.back(), number) << "the index goes before the number";
+    EXPECT_EQ(nsvErr, ChooseVolume(0, volumes.size() + 1, number));
+    EXPECT_EQ(nsvErr, ChooseVolume(0, SIZE_MAX, number));
+}
+
+TEST_P(MountedVolumesTest, Sizes) {
     CallsForTesting().statvfs = [](const char* inPath, struct statvfs* outStatus) {
         EXPECT_STREQ("/", inPath);
         *outStatus = {};
@@ -74,62 +129,101 @@ TEST_P(MountedVolumesTest, Facts) {
         outStatus->f_bavail = 800;
         outStatus->f_files = 70;
         outStatus->f_ffree = 30;
-        outStatus->f_flag = ST_RDONLY;
         return 0;
     };
-    VolumeFacts facts;
-    ASSERT_EQ(noErr, GetVolumeFacts(0, facts));
-    EXPECT_EQ(4096U, facts.blockBytes);
-    EXPECT_EQ(1000U, facts.blockCount);
-    EXPECT_EQ(800U, facts.freeBlockCount) << "what is kept for the administrator does not count";
-    EXPECT_EQ(40U, facts.itemCount);
-    EXPECT_TRUE(facts.isReadOnly);
+    VolumeSizes sizes;
+    ASSERT_EQ(noErr, GetFirstSizes(sizes));
+    EXPECT_EQ(4096U, sizes.blockBytes);
+    EXPECT_EQ(1000U, sizes.blockCount);
+    EXPECT_EQ(800U, sizes.freeBlockCount) << "what is kept for the administrator does not count";
+    EXPECT_EQ(40U, sizes.itemCount);
 }
 
 TEST_P(MountedVolumesTest, ReadOnlyDevice) {
-    static std::string sFile, sAsked;
-    static SystemCalls sReal;
-    sReal = Calls();
+    sScripted = "/sys/dev/block/";
     for (const char* const contents : {"1\n", "0\n", ""}) {
-        sFile = mFolder.MakeFile("ro", contents);
-        CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
-            sAsked = inPath;
-            return sReal.openat(inFolder, sFile.c_str(), inFlags, inMode);
-        };
-        VolumeFacts facts;
-        EXPECT_EQ(noErr, GetVolumeFacts(0, facts));
-        CallsForTesting() = sReal;
-        EXPECT_EQ(contents[0] == '1', facts.isDeviceReadOnly);
-        EXPECT_EQ(0U, sAsked.find("/sys/dev/block/"));
+        ScriptFile(contents);
+        VolumeLocks locks;
+        EXPECT_EQ(noErr, GetFirstLocks(locks));
+        EXPECT_EQ(contents[0] == '1', locks.isDeviceReadOnly);
     }
 }
 
-TEST_P(MountedVolumesTest, NoSuchVolume) {
-    VolumeFacts facts;
-    EXPECT_EQ(nsvErr, GetVolumeFacts(1, facts));
-    EXPECT_EQ(nsvErr, GetVolumeFacts(-31000, facts));
+TEST_P(MountedVolumesTest, ReadOnlyMount) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "this process may not mount";
+    ASSERT_EQ(0, mFolder.MountVolume(mFolder.MakeFolder("volume")));
+    std::vector<SInt16> volumes;
+    ASSERT_EQ(noErr, ListVolumes(volumes));
+    Volume volume;
+    ASSERT_EQ(noErr, GetVolume(volumes.back(), volume));
+    CallsForTesting().statvfs = [](const char*, struct statvfs*) {
+        ADD_FAILURE() << "the table of mounts tells it";
+        return errno = EIO, -1;
+    };
+    VolumeLocks locks;
+    ASSERT_EQ(noErr, GetVolumeLocks(volume, locks));
+    EXPECT_FALSE(locks.isReadOnly);
+    ASSERT_EQ(0, mFolder.ForbidWriting(mFolder / "volume"));
+    ASSERT_EQ(noErr, GetVolumeLocks(volume, locks));
+    EXPECT_TRUE(locks.isReadOnly);
+}
+
+TEST_P(MountedVolumesTest, ReadOnlyFileSystem) {
+    Volume volume;
+    ASSERT_EQ(noErr, GetVolume(kBootVolume, volume));
+    const std::string mount = std::to_string(volume.key.mount) + " 1 8:1 / / rw,relatime - ext4 /dev/a ";
+    sScripted = "/proc/self/mountinfo";
+    VolumeLocks locks;
+    for (const char* const options : {"rw,errors=remount-ro", "rw", "ro", "data=ordered,ro"}) {
+        ScriptFile((mount + options).c_str());
+        ASSERT_EQ(noErr, GetFirstLocks(locks));
+        EXPECT_EQ(std::string_view(options).ends_with("ro") && options[1] != 'w', locks.isReadOnly)
+            << options;
+    }
+}
+
+TEST_P(MountedVolumesTest, WhereTheTableHidesAMountItsFileSystemTellsOfLocks) {
+    sScripted = "/proc/self/mountinfo";
+    ScriptFile("");
+    for (const unsigned long flags : {0UL, static_cast<unsigned long>(ST_RDONLY)}) {
+        static unsigned long sFlags;
+        sFlags = flags;
+        CallsForTesting().statvfs = [](const char*, struct statvfs* outStatus) {
+            *outStatus = {};
+            outStatus->f_flag = sFlags;
+            return 0;
+        };
+        VolumeLocks locks;
+        ASSERT_EQ(noErr, GetFirstLocks(locks));
+        EXPECT_EQ(flags != 0, locks.isReadOnly);
+    }
 }
 
 TEST_P(MountedVolumesTest, EveryCallFails) {
     const std::size_t descriptors = OpenDescriptorCount();
     for (int failing = 1;; ++failing) {
         std::vector<SInt16> volumes;
-        VolumeFacts facts;
+        VolumeSizes sizes;
+        VolumeLocks locks;
         bool delivered = false;
         OSStatus status = noErr;
-        OSStatus factsStatus = noErr;
+        OSStatus sizesStatus = noErr;
+        OSStatus locksStatus = noErr;
         {
             const FailingCalls failure(failing, EIO, FailingCalls::kForever);
             status = ListVolumes(volumes);
-            factsStatus = GetVolumeFacts(0, facts);
+            sizesStatus = GetFirstSizes(sizes);
+            locksStatus = GetFirstLocks(locks);
             delivered = failure.Delivered();
         }
         EXPECT_TRUE(status == noErr || status == ioErr) << failing;
-        EXPECT_TRUE(factsStatus == noErr || factsStatus == ioErr) << failing;
+        EXPECT_TRUE(sizesStatus == noErr || sizesStatus == ioErr) << failing;
+        EXPECT_TRUE(locksStatus == noErr || locksStatus == ioErr) << failing;
         EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
         if (!delivered) {
             EXPECT_EQ(noErr, status);
-            EXPECT_EQ(noErr, factsStatus);
+            EXPECT_EQ(noErr, sizesStatus);
+            EXPECT_EQ(noErr, locksStatus);
             break;
         }
     }

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -34,13 +35,17 @@ class VolumeParametersTest : public CatalogItemsTest<support::FileWorldTest> {
             return 0;
         };
     }
-    // Answers what to read where the kernel tells whether a device can be written.
-    void ScriptDevice(const char* inContents) {
+    // Answers what to read where the kernel tells whether a device can be written, and of mounts.
+    void ScriptKernel(const char* inDevice, const std::string& inMounts) {
         CallsForTesting().openat = mSaved.openat;
-        sFile = mFolder.MakeFile("ro", inContents);
+        sDevice = mFolder.MakeFile("ro", inDevice);
+        sMounts = mFolder.MakeFile("mounts", inMounts);
         sSaved = mSaved;
-        CallsForTesting().openat = [](int inFolder, const char*, int inFlags, mode_t inMode) {
-            return sSaved.openat(inFolder, sFile.c_str(), inFlags, inMode);
+        CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+            const std::string_view path = inPath;
+            if (path.starts_with("/sys/")) inPath = sDevice.c_str();
+            if (path == "/proc/self/mountinfo") inPath = sMounts.c_str();
+            return sSaved.openat(inFolder, inPath, inFlags, inMode);
         };
     }
     HVolumeParam& Get(SInt16 inVolume, SInt16 inIndex = 0) {
@@ -52,7 +57,8 @@ class VolumeParametersTest : public CatalogItemsTest<support::FileWorldTest> {
         return mBlock.volumeParam;
     }
 
-    static inline std::string sFile;
+    static inline std::string sDevice;
+    static inline std::string sMounts;
     static inline toolbox::os::SystemCalls sSaved;
     HParamBlockRec mBlock = {};
     OSErr mError = 1;
@@ -94,14 +100,16 @@ TEST_P(VolumeParametersTest, AllByIndex) {
 }
 
 TEST_P(VolumeParametersTest, Locks) {
-    ScriptStatus();
-    ScriptDevice("0\n");
+    toolbox::os::ItemStatus root;
+    ASSERT_EQ(0, toolbox::os::GetPathStatus("/", root));
+    const std::string mount = std::to_string(root.mount) + " 1 8:1 / / ";
+    ScriptKernel("0\n", mount + "rw - ext4 /dev/a rw");
     EXPECT_EQ(0, Get(0).ioVAtrb);
-    sStatus.f_flag = ST_RDONLY;
+    ScriptKernel("0\n", mount + "ro - ext4 /dev/a rw");
     EXPECT_EQ(0x8000, static_cast<UInt16>(Get(0).ioVAtrb)) << "by software";
-    ScriptDevice("1\n");
+    ScriptKernel("1\n", mount + "ro - ext4 /dev/a rw");
     EXPECT_EQ(0x8080, static_cast<UInt16>(Get(0).ioVAtrb)) << "and hardware";
-    sStatus.f_flag = 0;
+    ScriptKernel("1\n", mount + "rw - ext4 /dev/a rw");
     EXPECT_EQ(0x0080, Get(0).ioVAtrb);
 }
 

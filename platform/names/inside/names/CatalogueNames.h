@@ -17,6 +17,10 @@ constexpr std::size_t kMaxNameUnits = 255;  // of a catalogue name that a caller
 
 std::u16string CatalogueName(std::string_view inDiskName);
 
+// A name as programs get it, cut off where it is longer than that, as a name of the disk's may be that is no
+// text.
+HFSUniStr255 UniStrOf(std::u16string_view inCatalogueName);
+
 // False for a name that no item can have: an empty one, "." and "..", one with a NUL, or a surrogate without
 // its partner.
 bool DiskName(std::u16string_view inCatalogueName, std::string& outDiskName);

@@ -1,0 +1,57 @@
+#include <gtest/gtest.h>
+#include <toolbox/HParamBlocks.h>
+
+#include <cstddef>
+
+namespace {
+
+// Where programs compiled for it found the fields on hosts of 32 bits, and where they are on those of 64.
+constexpr std::size_t OnHost(std::size_t inOn32Bits, std::size_t inOn64Bits) {
+    return sizeof(void*) == 4 ? inOn32Bits : inOn64Bits;
+}
+
+TEST(HParamBlocks, Header) {
+    EXPECT_EQ(OnHost(16, 28), offsetof(HVolumeParam, ioResult));
+    EXPECT_EQ(OnHost(18, 30), offsetof(HVolumeParam, ioNamePtr));
+    EXPECT_EQ(OnHost(22, 38), offsetof(HVolumeParam, ioVRefNum));
+    EXPECT_EQ(offsetof(HVolumeParam, ioVRefNum), offsetof(HIOParam, ioVRefNum));
+    EXPECT_EQ(offsetof(HVolumeParam, ioVRefNum), offsetof(FIDParam, ioVRefNum));
+}
+
+TEST(HParamBlocks, OfVolumes) {
+    EXPECT_EQ(OnHost(122, 138), sizeof(HVolumeParam));
+    EXPECT_EQ(OnHost(28, 44), offsetof(HVolumeParam, ioVolIndex));
+    EXPECT_EQ(OnHost(90, 106), offsetof(HVolumeParam, ioVFndrInfo));
+    EXPECT_EQ(OnHost(50, 74), sizeof(HIOParam));
+    EXPECT_EQ(OnHost(32, 52), offsetof(HIOParam, ioBuffer));
+    EXPECT_EQ(OnHost(36, 60), offsetof(HIOParam, ioReqCount));
+    EXPECT_EQ(OnHost(40, 64), offsetof(HIOParam, ioActCount));
+}
+
+TEST(HParamBlocks, OfAccess) {
+    EXPECT_EQ(OnHost(52, 68), sizeof(AccessParam));
+    EXPECT_EQ(OnHost(31, 47), offsetof(AccessParam, ioACUser));
+    EXPECT_EQ(OnHost(36, 52), offsetof(AccessParam, ioACOwnerID));
+    EXPECT_EQ(OnHost(44, 60), offsetof(AccessParam, ioACAccess));
+    EXPECT_EQ(OnHost(48, 64), offsetof(AccessParam, ioDirID));
+    EXPECT_EQ(OnHost(36, 56), sizeof(ObjParam));
+    EXPECT_EQ(OnHost(26, 42), offsetof(ObjParam, ioObjType));
+    EXPECT_EQ(OnHost(28, 44), offsetof(ObjParam, ioObjNamePtr));
+    EXPECT_EQ(OnHost(32, 52), offsetof(ObjParam, ioObjID));
+}
+
+TEST(HParamBlocks, OfFiles) {
+    EXPECT_EQ(OnHost(52, 76), sizeof(CopyParam));
+    EXPECT_EQ(OnHost(24, 40), offsetof(CopyParam, ioDstVRefNum));
+    EXPECT_EQ(OnHost(28, 44), offsetof(CopyParam, ioNewName));
+    EXPECT_EQ(OnHost(32, 52), offsetof(CopyParam, ioCopyName));
+    EXPECT_EQ(OnHost(36, 60), offsetof(CopyParam, ioNewDirID));
+    EXPECT_EQ(OnHost(48, 72), offsetof(CopyParam, ioDirID));
+    EXPECT_EQ(OnHost(58, 78), sizeof(FIDParam));
+    EXPECT_EQ(OnHost(28, 44), offsetof(FIDParam, ioDestNamePtr));
+    EXPECT_EQ(OnHost(36, 56), offsetof(FIDParam, ioDestDirID));
+    EXPECT_EQ(OnHost(48, 68), offsetof(FIDParam, ioSrcDirID));
+    EXPECT_EQ(OnHost(54, 74), offsetof(FIDParam, ioFileID));
+}
+
+}  // namespace
