@@ -1,6 +1,7 @@
 #include "os/SystemCalls.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <link.h>
 #include <pwd.h>
 #include <signal.h>
@@ -9,10 +10,13 @@
 #include <string.h>
 #include <sys/file.h>
 #include <sys/inotify.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/sysinfo.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace toolbox::os {
@@ -22,6 +26,10 @@ namespace {
 // The system's own reads a mode only where the flags tell of one.
 int OpenAt(int inFolder, const char* inPath, int inFlags, mode_t inMode) {
     return ::openat(inFolder, inPath, inFlags, inMode);
+}
+
+int ControlByNumber(int inDescriptor, unsigned long inRequest, int inNumber) {
+    return ::ioctl(inDescriptor, inRequest, inNumber);
 }
 
 }  // namespace

@@ -1,17 +1,15 @@
 #include "os/UserPaths.h"
 
+#include "DatabaseQuestion.h"
 #include "os/SystemCalls.h"
 
 #include <pwd.h>
 
 #include <cerrno>
-#include <vector>
 
 namespace toolbox::os {
 
 namespace {
-
-constexpr std::size_t kMaxEntryBytes = 1024 * 1024;
 
 std::string AbsolutePath(const char* inPath) {
     if (inPath == nullptr || inPath[0] != '/') return {};
@@ -21,23 +19,14 @@ std::string AbsolutePath(const char* inPath) {
     return path;
 }
 
-// So the system's manual lists them.
-bool MeansThatNobodyTells(int inError) {
-    return inError == ENOENT || inError == ESRCH || inError == EBADF || inError == EPERM;
-}
-
 int GetHomeInDatabase(std::string& outPath) {
     outPath.clear();
-    int error = ERANGE;
-    for (std::vector<char> text(1024); text.size() <= kMaxEntryBytes; text.resize(text.size() * 2)) {
-        struct passwd entry = {};
-        struct passwd* found = nullptr;
-        error = Calls().getpwuid_r(Calls().getuid(), &entry, text.data(), text.size(), &found);
-        if (error == ERANGE || error == EINTR) continue;
-        if (error == 0 && found != nullptr) outPath = AbsolutePath(found->pw_dir);
-        break;
-    }
-    return MeansThatNobodyTells(error) ? 0 : error;
+    const int error = AskDatabase<struct passwd>(
+        [](struct passwd& outEntry, char* outText, std::size_t inCapacity, struct passwd*& outFound) {
+            return Calls().getpwuid_r(Calls().getuid(), &outEntry, outText, inCapacity, &outFound);
+        },
+        [&outPath](const struct passwd& inEntry) { outPath = AbsolutePath(inEntry.pw_dir); });
+    return error == ENOENT ? 0 : error;
 }
 
 }  // namespace

@@ -221,11 +221,9 @@ int MemoryFiles::SetMode(int inFolder, const char* inPath, mode_t inMode, int in
     return error != 0 ? Fail(error) : SetModeOf(at, inMode);
 }
 
-int MemoryFiles::SetOwnerOfOpen(int inDescriptor, uid_t inUser, gid_t inGroup) {
-    const OpenFile* const file = GetOpen(inDescriptor);
-    if (file == nullptr) return Fail(EBADF);
-    if (file->at.mount->isReadOnly) return Fail(EROFS);
-    MemoryNode& item = file->Item();
+int MemoryFiles::SetOwnerOf(const MemoryLocation& inItem, uid_t inUser, gid_t inGroup) {
+    if (inItem.mount->isReadOnly) return Fail(EROFS);
+    MemoryNode& item = *inItem.node;
     const bool keepsUser = inUser == static_cast<uid_t>(-1) || inUser == item.owner;
     const bool keepsGroup = inGroup == static_cast<gid_t>(-1) || inGroup == item.group;
     if (geteuid() != 0 && !(keepsUser && keepsGroup)) return Fail(EPERM);
@@ -233,6 +231,19 @@ int MemoryFiles::SetOwnerOfOpen(int inDescriptor, uid_t inUser, gid_t inGroup) {
     if (!keepsGroup) item.group = inGroup;
     MemoryTree::TouchStatus(item);
     return 0;
+}
+
+int MemoryFiles::SetOwnerOfOpen(int inDescriptor, uid_t inUser, gid_t inGroup) {
+    const OpenFile* const file = GetOpen(inDescriptor);
+    return file == nullptr ? Fail(EBADF) : SetOwnerOf(file->at, inUser, inGroup);
+}
+
+int MemoryFiles::SetOwner(int inFolder, const char* inPath, uid_t inUser, gid_t inGroup, int inFlags) {
+    MemoryLocation at;
+    const int error = (inFlags & ~(AT_SYMLINK_NOFOLLOW | AT_EMPTY_PATH)) != 0
+                          ? EINVAL
+                          : FindItem(inFolder, inPath, inFlags, at);
+    return error != 0 ? Fail(error) : SetOwnerOf(at, inUser, inGroup);
 }
 
 int MemoryFiles::SetTimes(int inFolder, const char* inPath, const timespec* inTimes, int inFlags) {

@@ -80,6 +80,14 @@ void MemoryFiles::Replace(toolbox::os::SystemCalls& ioCalls) {
     ioCalls.flock = Lock;
     ioCalls.fchmod = StandIn<&MemoryFiles::SetModeOfOpen>::kCall;
     ioCalls.fchown = StandIn<&MemoryFiles::SetOwnerOfOpen>::kCall;
+    ioCalls.fchownat = StandIn<&MemoryFiles::SetOwner>::kCall;
+    ioCalls.copy_file_range = StandIn<&MemoryFiles::CopyRange>::kCall;
+    ioCalls.lseek = StandIn<&MemoryFiles::Seek>::kCall;
+    ioCalls.ioctl = StandIn<&MemoryFiles::Control>::kCall;
+    ioCalls.flistxattr = StandIn<&MemoryFiles::ListAttributes>::kCall;
+    ioCalls.fgetxattr = StandIn<&MemoryFiles::GetAttribute>::kCall;
+    ioCalls.fsetxattr = StandIn<&MemoryFiles::SetAttribute>::kCall;
+    ioCalls.mount = StandIn<&MemoryFiles::MountAt>::kCall;
     ioCalls.fdopendir = StandIn<&MemoryFiles::List>::kCall;
     ioCalls.readdir = StandIn<&MemoryFiles::NextOf>::kCall;
     ioCalls.closedir = StandIn<&MemoryFiles::CloseListing>::kCall;

@@ -81,6 +81,17 @@ class MemoryFiles {
     static int Lock(int inDescriptor, int inOperation);
     int SetModeOfOpen(int inDescriptor, mode_t inMode);
     int SetOwnerOfOpen(int inDescriptor, uid_t inUser, gid_t inGroup);
+    int SetOwner(int inFolder, const char* inPath, uid_t inUser, gid_t inGroup, int inFlags);
+    ssize_t CopyRange(int inFrom, off_t* ioFromOffset, int inTo, off_t* ioToOffset, std::size_t inByteCount,
+                      unsigned inFlags);
+    off_t Seek(int inDescriptor, off_t inOffset, int inWhence);
+    int Control(int inDescriptor, unsigned long inRequest, int inNumber);
+    ssize_t ListAttributes(int inDescriptor, char* outNames, std::size_t inCapacity);
+    ssize_t GetAttribute(int inDescriptor, const char* inName, void* outBytes, std::size_t inCapacity);
+    int SetAttribute(int inDescriptor, const char* inName, const void* inBytes, std::size_t inByteCount,
+                     int inFlags);
+    int MountAt(const char* inSource, const char* inFolder, const char* inType, unsigned long inFlags,
+                const void* inOptions);
     DIR* List(int inDescriptor);
     struct dirent* NextOf(DIR* ioListing);
     int CloseListing(DIR* inListing);
@@ -119,6 +130,7 @@ class MemoryFiles {
     ssize_t WriteTo(OpenFile& ioFile, const void* inBytes, std::size_t inByteCount,
                     std::size_t inOffset) const;
     static int SetModeOf(const MemoryLocation& inItem, mode_t inMode);
+    static int SetOwnerOf(const MemoryLocation& inItem, uid_t inUser, gid_t inGroup);
     bool IsLockedByAnother(const OpenFile& inFile, int inLock) const;
     bool IsBusy(const MemoryMount& inMount) const;
 

@@ -2,11 +2,13 @@
 #include "support/MemoryFiles.h"
 
 #include <fcntl.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <string_view>
 
 namespace support {
 
@@ -15,6 +17,11 @@ namespace {
 constexpr const char* kProcesses = "/proc";
 constexpr mode_t kReadable = 0444;
 constexpr mode_t kListable = 0555;
+
+int Fail(int inErrno) {
+    errno = inErrno;
+    return -1;
+}
 
 std::string Octal(int inNumber) {
     char text[20];
@@ -118,6 +125,21 @@ int MemoryFiles::MountFolder(const std::string& inFolder, const std::string& inP
     if (error != 0) return error;
     if (folder.node->IsFolder() != point.node->IsFolder()) return ENOTDIR;
     mTree.Mount(folder.node, point);
+    return 0;
+}
+
+// A new volume whatever the source is, of the types that begin as empty ones.
+int MemoryFiles::MountAt(const char*, const char* inFolder, const char* inType, unsigned long inFlags,
+                         const void*) {
+    const std::string_view type = inType == nullptr ? "" : inType;
+    MemoryLocation point;
+    int error = geteuid() == 0 ? FindItem(AT_FDCWD, inFolder, 0, point) : EPERM;
+    if (error == 0 && !point.node->IsFolder()) error = ENOTDIR;
+    if (error == 0 && type != "memory" && type != "tmpfs") error = ENODEV;
+    if (error == 0 && (inFlags & ~(MS_RDONLY | MS_NOSUID | MS_NODEV | MS_NOEXEC)) != 0) error = EINVAL;
+    if (error != 0) return Fail(error);
+    mTree.Mount(mTree.NewVolume(type, 1 << 30).root, point);
+    mTree.Top(point).mount->isReadOnly = (inFlags & MS_RDONLY) != 0;
     return 0;
 }
 

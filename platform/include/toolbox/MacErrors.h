@@ -25,10 +25,13 @@ enum {
     dirNFErr = -120,             // no such folder on the way to the item
     badMovErr = -122,            // a folder cannot move into what is in it
     userCanceledErr = -128,      // it was asked to stop
+    fidNotFound = -1300,         // no file is known by the id
+    fidExists = -1301,           // the file has an id already
     notAFileErr = -1302,         // a file was needed, and this is a folder
     fileBoundsErr = -1309,       // the file is longer than what can be dealt with
     diffVolErr = -1303,          // the items are on different volumes
     afpAccessDenied = -5000,     // the user may not do it
+    afpObjectTypeErr = -5025,    // a folder was needed to say who may do what in it
     errFSBadFSRef = -1401,       // the bytes are no reference
     errFSNotAFolder = -1407,     // a folder was needed
     errFSForkNotFound = -1409,   // the item has no such fork; a pipe, socket or device has none

@@ -23,7 +23,8 @@ TEST(SystemCalls, EachIsTheFunctionOfItsName) {
     int count = 0;
     ForEachCall([&]<auto kCall>(const char* inName, Failure) {
         ++count;
-        if (std::string_view(inName) == "openat") return;  // of its own, so that it always takes a mode
+        const std::string_view name = inName;
+        if (name == "openat" || name == "ioctl") return;  // of its own, so that it always takes a number
         EXPECT_EQ(dlsym(RTLD_DEFAULT, inName), reinterpret_cast<void*>(Calls().*kCall)) << inName;
     });
     EXPECT_GT(count, 40);

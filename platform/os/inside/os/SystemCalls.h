@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <type_traits>
 
+struct group;
 struct passwd;
 struct sigaction;
 struct statvfs;
@@ -33,8 +34,8 @@ enum class Failure {
 };
 
 // CALL(name, type, failure, the system's function). Items are named by an open folder and a path in it, so
-// that AT_FDCWD stands for what is no folder in particular. openat always takes a mode. Memory has its place
-// here too, where rooms allocate by hand.
+// that AT_FDCWD stands for what is no folder in particular. openat always takes a mode, and ioctl a number.
+// Memory has its place here too, where rooms allocate by hand.
 // clang-format off
 #define TOOLBOX_SYSTEM_CALLS(CALL)                                                                          \
     CALL(openat, int(int, const char*, int, mode_t), kMinusOne, OpenAt)                                     \
@@ -43,12 +44,20 @@ enum class Failure {
     CALL(pwrite, ssize_t(int, const void*, std::size_t, off_t), kMinusOne, ::pwrite)                        \
     CALL(read, ssize_t(int, void*, std::size_t), kMinusOne, ::read)                                         \
     CALL(write, ssize_t(int, const void*, std::size_t), kMinusOne, ::write)                                 \
+    CALL(copy_file_range, ssize_t(int, off_t*, int, off_t*, std::size_t, unsigned), kMinusOne,              \
+         ::copy_file_range)                                                                                 \
+    CALL(lseek, off_t(int, off_t, int), kMinusOne, ::lseek)                                                 \
+    CALL(ioctl, int(int, unsigned long, int), kMinusOne, ControlByNumber)                                   \
     CALL(posix_fallocate, int(int, off_t, off_t), kErrno, ::posix_fallocate)                                \
     CALL(ftruncate, int(int, off_t), kMinusOne, ::ftruncate)                                                \
     CALL(fsync, int(int), kMinusOne, ::fsync)                                                               \
     CALL(flock, int(int, int), kMinusOne, ::flock)                                                          \
     CALL(fchmod, int(int, mode_t), kMinusOne, ::fchmod)                                                     \
     CALL(fchown, int(int, uid_t, gid_t), kMinusOne, ::fchown)                                               \
+    CALL(fchownat, int(int, const char*, uid_t, gid_t, int), kMinusOne, ::fchownat)                         \
+    CALL(flistxattr, ssize_t(int, char*, std::size_t), kMinusOne, ::flistxattr)                             \
+    CALL(fgetxattr, ssize_t(int, const char*, void*, std::size_t), kMinusOne, ::fgetxattr)                  \
+    CALL(fsetxattr, int(int, const char*, const void*, std::size_t, int), kMinusOne, ::fsetxattr)           \
     CALL(fdopendir, DIR*(int), kZero, ::fdopendir)                                                          \
     CALL(readdir, struct dirent*(DIR*), kZero, ::readdir)                                                   \
     CALL(closedir, int(DIR*), kClosed, ::closedir)                                                          \
@@ -66,11 +75,18 @@ enum class Failure {
     CALL(inotify_init1, int(int), kMinusOne, ::inotify_init1)                                               \
     CALL(inotify_add_watch, int(int, const char*, std::uint32_t), kMinusOne, ::inotify_add_watch)           \
     CALL(inotify_rm_watch, int(int, int), kMinusOne, ::inotify_rm_watch)                                    \
+    CALL(mount, int(const char*, const char*, const char*, unsigned long, const void*), kMinusOne, ::mount) \
     CALL(isatty, int(int), kZero, ::isatty)                                                                 \
     CALL(getenv, char*(const char*), kOnlyZero, ::getenv)                                                   \
     CALL(getuid, uid_t(), kNone, ::getuid)                                                                  \
+    CALL(geteuid, uid_t(), kNone, ::geteuid)                                                                \
     CALL(getpid, pid_t(), kNone, ::getpid)                                                                  \
     CALL(getpwuid_r, int(uid_t, struct passwd*, char*, std::size_t, struct passwd**), kErrno, ::getpwuid_r) \
+    CALL(getpwnam_r, int(const char*, struct passwd*, char*, std::size_t, struct passwd**), kErrno,         \
+         ::getpwnam_r)                                                                                      \
+    CALL(getgrgid_r, int(gid_t, struct group*, char*, std::size_t, struct group**), kErrno, ::getgrgid_r)   \
+    CALL(getgrnam_r, int(const char*, struct group*, char*, std::size_t, struct group**), kErrno,           \
+         ::getgrnam_r)                                                                                      \
     CALL(getrandom, ssize_t(void*, std::size_t, unsigned), kMinusOne, ::getrandom)                          \
     CALL(clock_gettime, int(clockid_t, struct timespec*), kMinusOne, ::clock_gettime)                       \
     CALL(sysconf, long(int), kMinusOne, ::sysconf)                                                          \
