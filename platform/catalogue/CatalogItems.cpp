@@ -1,4 +1,5 @@
 #include "FolderItems.h"
+#include "MovedItems.h"
 #include "NameWriter.h"
 #include "catalogue/DescriptorPaths.h"
 #include "catalogue/ItemInfo.h"
@@ -45,11 +46,15 @@ OSStatus CheckMayGo(const Place& inPlace, const os::ItemStatus& inItem) {
     return inPlace.name.empty() || IsVolumeRoot(inPlace, inItem) ? OSStatus{paramErr} : OSStatus{noErr};
 }
 
+}  // namespace
+
 OSStatus OpenItem(const FoundItem& inItem, Place& outPlace) {
     if (IsDescriptorPath(inItem.path)) return fnfErr;  // it has no name
     const OSStatus status = OpenPlace(inItem, outPlace);
     return status == noErr ? CheckMayGo(outPlace, inItem.status) : status;
 }
+
+namespace {
 
 OSStatus OpenItemOfRef(const FSRef& inRef, FoundItem& outItem, Place& outPlace) {
     const OSStatus status = FindByRef(inRef, outItem);
@@ -114,7 +119,8 @@ OSStatus Delete(const FSRef& inRef) {
     return status == noErr ? StatusOfErrno(DeleteItem(place, item.status.kind)) : status;
 }
 
-// The item, at its place, to a place with a name in a folder of that path.
+}  // namespace
+
 OSStatus MoveTo(FoundItem& ioItem, const Place& inPlace, const std::string& inFolderPath, Place& ioNewPlace,
                 FSRef* outRef) {
     std::string path = PathInFolder(inFolderPath, ioNewPlace.name);
@@ -130,6 +136,8 @@ OSStatus MoveTo(FoundItem& ioItem, const Place& inPlace, const std::string& inFo
     if (outRef != nullptr) *outRef = MakeRef(ioItem);
     return noErr;
 }
+
+namespace {
 
 OSStatus Move(const FSRef& inRef, const FSRef& inFolder, FSRef* outRef) {
     FoundItem item;

@@ -19,19 +19,6 @@ namespace {
 constexpr mode_t kNewFileMode = 0666;
 constexpr mode_t kNewFolderMode = 0777;
 
-// Looks for an item whose name is the same but for case and composition, and is not inOwnName, which gives
-// way to the new one. What may not be looked through has none, as far as can be told.
-int CheckNewName(Place& ioPlace, const std::string& inOwnName) {
-    const std::string diskName = ioPlace.name;
-    const std::u16string name = CatalogueName(diskName);
-    const int error = FindName(ioPlace, [&](const struct dirent& inEntry) {
-        if (inEntry.d_name == inOwnName || !IsSameName(CatalogueName(inEntry.d_name), name)) return ENOENT;
-        return IsCompanion(ioPlace) ? ENOENT : EEXIST;
-    });
-    ioPlace.name = diskName;
-    return error == ENOENT || error == EACCES ? 0 : error;
-}
-
 int DeleteNamed(const Place& inPlace, os::ItemKind inKind) {
     const int flags = inKind == os::ItemKind::kFolder ? AT_REMOVEDIR : 0;
     if (os::Calls().unlinkat(inPlace.folder.Number(), inPlace.name.c_str(), flags) == 0) return 0;
@@ -87,6 +74,17 @@ int RenameAndRecord(const Place& inPlace, const os::ItemStatus& inItem, const Pl
 }
 
 }  // namespace
+
+int CheckNewName(Place& ioPlace, const std::string& inOwnName) {
+    const std::string diskName = ioPlace.name;
+    const std::u16string name = CatalogueName(diskName);
+    const int error = FindName(ioPlace, [&](const struct dirent& inEntry) {
+        if (inEntry.d_name == inOwnName || !IsSameName(CatalogueName(inEntry.d_name), name)) return ENOENT;
+        return IsCompanion(ioPlace) ? ENOENT : EEXIST;
+    });
+    ioPlace.name = diskName;
+    return error == ENOENT || error == EACCES ? 0 : error;
+}
 
 int NewItem::MakeFile() {
     os::Descriptor file;

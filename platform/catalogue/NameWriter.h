@@ -10,7 +10,14 @@
 #include "places/NodeTable.h"
 #include "places/Place.h"
 
+#include <string>
+
 namespace toolbox::files {
+
+// Looks for an item at a place whose name is the same but for case and composition: EEXIST. What may not be
+// looked through has none, as far as can be told.
+//   inOwnName  of an item that is to get the place's name itself, or empty
+[[nodiscard]] int CheckNewName(Place& ioPlace, const std::string& inOwnName);
 
 // A new item, which is deleted again unless it is kept; what made room for it then comes back.
 class NewItem {

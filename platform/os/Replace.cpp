@@ -97,15 +97,6 @@ int WriteInPlace(int inDescriptor, const std::vector<UInt8>& inBytes, std::size_
     return error == 0 ? Sync(inDescriptor) : error;
 }
 
-int CreateNew(int inFolder, std::string& outName, Descriptor& outFile) {
-    int error = EEXIST;
-    for (int i = 0; i < kNames && error == EEXIST; ++i) {
-        outName = NewName();
-        error = OpenFile(inFolder, outName.c_str(), O_WRONLY | O_CREAT | O_EXCL, outFile, kNewFileMode);
-    }
-    return error;
-}
-
 int CopyBytes(int inFrom, int inTo) {
     std::array<UInt8, kBlockBytes> bytes;
     std::size_t count = bytes.size();
@@ -133,10 +124,19 @@ void SyncFolder(int inFolder) {
 
 }  // namespace
 
+int MakeTemporaryFile(int inFolder, mode_t inMode, std::string& outName, Descriptor& outFile) {
+    int error = EEXIST;
+    for (int i = 0; i < kNames && error == EEXIST; ++i) {
+        outName = NewName();
+        error = OpenFile(inFolder, outName.c_str(), O_WRONLY | O_CREAT | O_EXCL, outFile, inMode);
+    }
+    return error;
+}
+
 int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes) {
     std::string newName;
     Descriptor file;
-    int error = CreateNew(inFolder, newName, file);
+    int error = MakeTemporaryFile(inFolder, kNewFileMode, newName, file);
     if (error != 0) return error;
     error = KeepAccess(inFolder, inName, file.Number());
     if (error == 0) error = FinishNew(file, WriteAt(file.Number(), inBytes));
@@ -152,7 +152,7 @@ int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8
 int CopyToNew(int inDescriptor, int inFolder, const std::string& inName) {
     std::string newName;
     Descriptor file;
-    int error = CreateNew(inFolder, newName, file);
+    int error = MakeTemporaryFile(inFolder, kNewFileMode, newName, file);
     if (error != 0) return error;
     error = KeepAccess(inDescriptor, {}, file.Number());
     if (error == 0) error = FinishNew(file, CopyBytes(inDescriptor, file.Number()));

@@ -1,6 +1,9 @@
 // Files written whole: replaced by new ones, or overwritten. Functions answer 0 or an errno.
 #pragma once
 
+#include "os/Descriptor.h"
+
+#include <sys/types.h>
 #include <toolbox/MacTypes.h>
 
 #include <cstddef>
@@ -20,6 +23,10 @@ namespace toolbox::os {
 // Makes a copy of an open file, its permissions included, under a name that nothing has in an open folder: it
 // is there whole or not at all, also after the machine has failed. EEXIST when the name is taken.
 [[nodiscard]] int CopyToNew(int inDescriptor, int inFolder, const std::string& inName);
+
+// A new file in an open folder, open for writing, under a name that nobody reads: it is to be renamed or
+// removed.
+[[nodiscard]] int MakeTemporaryFile(int inFolder, mode_t inMode, std::string& outName, Descriptor& outFile);
 
 // Removes the file of that name from an open folder. Once this has answered 0 it stays away, also after the
 // machine has failed.
