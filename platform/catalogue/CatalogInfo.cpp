@@ -41,11 +41,13 @@ bool IsRefusal(int inErrno) {
     return inErrno == EACCES || inErrno == EPERM || inErrno == EROFS;
 }
 
-OSStatus GetAccess(const FoundItem& inItem, UInt8& outAccess) {
+OSStatus GetAccess(const FoundItem& inItem, const Place* inPlace, UInt8& outAccess) {
+    const int folder = inPlace == nullptr ? AT_FDCWD : inPlace->folder.Number();
+    const std::string& path = inPlace == nullptr ? inItem.path : inPlace->name;
     const int flags = AT_EACCESS | (inItem.status.kind == os::ItemKind::kLink ? AT_SYMLINK_NOFOLLOW : 0);
     int access = 0;
     for (const int one : {kMayRead, kMayWrite, kMaySearch}) {
-        if (os::Calls().faccessat(AT_FDCWD, inItem.path.c_str(), one, flags) == 0)
+        if (os::Calls().faccessat(folder, path.c_str(), one, flags) == 0)
             access |= one;
         else if (!IsRefusal(errno))
             return StatusOfErrno(errno);
@@ -55,9 +57,10 @@ OSStatus GetAccess(const FoundItem& inItem, UInt8& outAccess) {
 }
 
 // The items in a folder, without what they have beside them.
-OSStatus CountItems(const FoundItem& inFolder, UInt32& outCount) {
+OSStatus CountItems(const FoundItem& inFolder, const Place* inPlace, UInt32& outCount) {
     Place place;
-    const OSStatus status = OpenFoundFolder(inFolder, place);
+    const OSStatus status =
+        inPlace == nullptr ? OpenFoundFolder(inFolder, place) : StatusOfErrno(OpenFolderAt(*inPlace, place));
     if (status != noErr) return status;
     const int error = FindName(place, [&](const struct dirent&) {
         if (!IsCompanion(place)) ++outCount;
@@ -202,24 +205,34 @@ bool Asks(FSCatalogInfoBitmap inWhich, Source inSource) {
     });
 }
 
-OSStatus FindOutOfCompanion(FSCatalogInfoBitmap inWhich, Knowledge& ioKnowledge) {
+int ReadCompanion(const Place* inPlace, Knowledge& ioKnowledge) {
+    if (inPlace == nullptr || IsVolumeRoot(ioKnowledge.item))
+        return ReadCompanionInfo(ioKnowledge.item, ioKnowledge.companion, ioKnowledge.companionSizes);
+    return ReadInfo(inPlace->folder.Number(), CompanionName(inPlace->name), ioKnowledge.companion,
+                    ioKnowledge.companionSizes);
+}
+
+OSStatus FindOutOfCompanion(FSCatalogInfoBitmap inWhich, const Place* inPlace, Knowledge& ioKnowledge) {
+    if (!NeedsCompanion(inWhich)) return noErr;
     const bool mustBeRead = Asks(inWhich, Source::kCompanion);
-    if (!mustBeRead && !Asks(inWhich, Source::kOpenCompanion)) return noErr;
-    const int error = ReadCompanionInfo(ioKnowledge.item, ioKnowledge.companion, ioKnowledge.companionSizes);
+    const int error = ReadCompanion(inPlace, ioKnowledge);
     return error == EACCES && !mustBeRead ? OSStatus{noErr} : StatusOfErrno(error);
 }
 
 OSStatus FindOut(FSCatalogInfoBitmap inWhich, bool inAsksVolume, const InfoKnownBefore& inKnownBefore,
                  Knowledge& ioKnowledge) {
     const FoundItem& item = ioKnowledge.item;
+    const Place* const place = inKnownBefore.place;
     OSStatus status = noErr;
     ioKnowledge.volume = inKnownBefore.volume;
     if (ioKnowledge.volume == 0 && (inAsksVolume || Asks(inWhich, Source::kVolume)))
         status = GetVolumeNumber(item, ioKnowledge.volume);
-    if (status == noErr && !inKnownBefore.hasNoCompanion) status = FindOutOfCompanion(inWhich, ioKnowledge);
-    if (status == noErr && Asks(inWhich, Source::kAccess)) status = GetAccess(item, ioKnowledge.access);
+    if (status == noErr && !inKnownBefore.hasNoCompanion)
+        status = FindOutOfCompanion(inWhich, place, ioKnowledge);
+    if (status == noErr && Asks(inWhich, Source::kAccess))
+        status = GetAccess(item, place, ioKnowledge.access);
     if (status == noErr && Asks(inWhich, Source::kFolder) && ioKnowledge.IsOfKind(os::ItemKind::kFolder))
-        status = CountItems(item, ioKnowledge.itemCount);
+        status = CountItems(item, place, ioKnowledge.itemCount);
     return status;
 }
 
@@ -239,21 +252,25 @@ OSStatus MakeParentRef(const FoundItem& inItem, FSRef& outRef) {
 
 }  // namespace
 
+bool NeedsCompanion(FSCatalogInfoBitmap inWhich) {
+    return Asks(inWhich, Source::kCompanion) || Asks(inWhich, Source::kOpenCompanion);
+}
+
 OSStatus GetInfoOf(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, const InfoOutputs& inOutputs,
                    const InfoKnownBefore& inKnownBefore) {
     const bool wantsSpec = inOutputs.spec != nullptr;
     Knowledge knowledge = {inItem};
     OSStatus status = FindOut(inWhich, wantsSpec, inKnownBefore, knowledge);
-    HFSUniStr255 name = {};
+    std::u16string name;
     FSSpec spec = {};
     FSRef parent = {};
-    if (status == noErr && inOutputs.name != nullptr) name = UniStrOf(NameInCatalogue(inItem));
+    if (status == noErr && inOutputs.name != nullptr) name = NameInCatalogue(inItem);
     if (status == noErr && wantsSpec) spec = SpecOf(inItem, knowledge.volume);
     if (status == noErr && inOutputs.parent != nullptr) status = MakeParentRef(inItem, parent);
     if (status != noErr) return status;
     // Nothing fails from here on.
     if (inOutputs.info != nullptr) Fill(knowledge, inWhich, *inOutputs.info);
-    if (inOutputs.name != nullptr) *inOutputs.name = name;
+    if (inOutputs.name != nullptr) SetUniStr(name, *inOutputs.name);
     if (inOutputs.spec != nullptr) *inOutputs.spec = spec;
     if (inOutputs.parent != nullptr) *inOutputs.parent = parent;
     return noErr;

@@ -161,11 +161,11 @@ OSStatus GetInfo(SInt16 inNumber, std::size_t inIndex, FSVolumeInfoBitmap inWhic
     if (status != noErr) return status;
     // Only the path tells the name.
     known.root.path = known.volume.rootPath;
-    const HFSUniStr255 name = UniStrOf(NameInCatalogue(known.root));
+    const std::u16string name = NameInCatalogue(known.root);
     if (inOutputs.root != nullptr) *inOutputs.root = MakeRef(known.root);
     // Nothing fails from here on.
     if (inOutputs.number != nullptr) *inOutputs.number = known.number;
-    if (inOutputs.name != nullptr) *inOutputs.name = name;
+    if (inOutputs.name != nullptr) SetUniStr(name, *inOutputs.name);
     for (const Field& field : kFields)
         if ((inWhich & field.bit) != 0) field.fill(known, *inOutputs.info);
     return noErr;

@@ -62,7 +62,7 @@ int OpenLocked(int inFolder, const std::string& inName, LockedFile& outFile) {
 
 // One that cannot be locked may be what another call is about.
 bool IsLeftover(const LockedFile& inOrphan) {
-    return inOrphan.isLocked && inOrphan.status.linkCount > 1 && (inOrphan.status.mode & kMark) != 0;
+    return inOrphan.isLocked && IsMarked(inOrphan.status);
 }
 
 void SetMarkOf(int inDescriptor, const os::ItemStatus& inStatus, bool inIsMarked) noexcept {
@@ -175,6 +175,15 @@ void DropLeftover(const Place& inMissing) {
     os::ItemStatus item;
     if (OpenLocked(folder, name, orphan) == 0 && IsLeftover(orphan) && GetStatus(inMissing, item) == ENOENT)
         (void)Drop(folder, name, orphan);
+}
+
+bool IsMarked(const os::ItemStatus& inStatus) {
+    return inStatus.kind == os::ItemKind::kFile && inStatus.linkCount > 1 && (inStatus.mode & kMark) != 0;
+}
+
+bool IsBeingMoved(const Place& inMissing) {
+    LockedFile orphan;
+    return OpenLocked(inMissing.folder.Number(), CompanionName(inMissing.name), orphan) == EBUSY;
 }
 
 }  // namespace toolbox::files

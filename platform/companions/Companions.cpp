@@ -11,7 +11,7 @@ namespace toolbox::files {
 
 namespace {
 
-constexpr std::string_view kPrefix = "._";
+constexpr std::string_view kPrefix = kCompanionPrefix;
 
 int OpenCompanion(const Place& inItem, Companion& outCompanion) {
     return OpenNamed(inItem.folder.Number(), CompanionName(inItem.name), outCompanion);

@@ -87,11 +87,9 @@ std::u16string CatalogueName(std::string_view inDiskName) {
     return name;
 }
 
-HFSUniStr255 UniStrOf(std::u16string_view inCatalogueName) {
-    HFSUniStr255 name = {};
-    name.length = static_cast<UInt16>(std::min(inCatalogueName.size(), kMaxNameUnits));
-    std::copy_n(inCatalogueName.begin(), name.length, name.unicode);
-    return name;
+void SetUniStr(std::u16string_view inCatalogueName, HFSUniStr255& outName) {
+    outName.length = static_cast<UInt16>(std::min(inCatalogueName.size(), kMaxNameUnits));
+    std::copy_n(inCatalogueName.begin(), outName.length, outName.unicode);
 }
 
 bool DiskName(std::u16string_view inCatalogueName, std::string& outDiskName) {

@@ -4,9 +4,23 @@
 
 namespace toolbox::files {
 
-int OpenFolder(const std::string& inPath, Place& outPlace) {
-    const int error = os::OpenFile(inPath.c_str(), O_PATH | O_DIRECTORY, outPlace.folder);
+namespace {
+
+constexpr int kPlaceOnly = O_PATH | O_DIRECTORY;
+
+int OpenAs(int inFlags, int inFolder, const char* inPath, Place& outPlace) {
+    const int error = os::OpenFile(inFolder, inPath, inFlags, outPlace.folder);
     return error != 0 ? error : os::GetDescriptorStatus(outPlace.folder.Number(), outPlace.folderStatus);
+}
+
+}  // namespace
+
+int OpenFolder(const std::string& inPath, Place& outPlace) {
+    return OpenAs(kPlaceOnly, AT_FDCWD, inPath.c_str(), outPlace);
+}
+
+int OpenFolderAt(int inFolder, const char* inName, Place& outPlace) {
+    return OpenAs(kPlaceOnly | O_NOFOLLOW, inFolder, inName, outPlace);
 }
 
 int OpenPlaceOf(const std::string& inItemPath, Place& outPlace) {

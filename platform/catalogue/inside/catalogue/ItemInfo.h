@@ -21,12 +21,18 @@ struct InfoOutputs {
 struct InfoKnownBefore {
     SInt16 volume = 0;  // its number; 0: not known
     bool hasNoCompanion = false;
+    // Where it lies. What is asked of it beside its status is asked there, so that nobody can come between;
+    // its path is not used then, but for the root of a volume.
+    const Place* place = nullptr;
 };
 
 // As FSGetCatalogInfo, of bits that are gettable. What is not asked for costs no call of the system; all that
 // one look tells was told when the item was found. On failure the outputs are untouched.
 [[nodiscard]] OSStatus GetInfoOf(const FoundItem& inItem, FSCatalogInfoBitmap inWhich,
                                  const InfoOutputs& inOutputs, const InfoKnownBefore& inKnownBefore = {});
+
+// Whether a companion has to be read for any of those bits, if there is one.
+bool NeedsCompanion(FSCatalogInfoBitmap inWhich);
 
 // Whether those bits can be set out of a record, which may be null; what FSSetCatalogInfo answers where not.
 [[nodiscard]] OSStatus CheckSettable(FSCatalogInfoBitmap inWhich, const FSCatalogInfo* inInfo);

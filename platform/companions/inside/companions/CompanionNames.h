@@ -80,4 +80,9 @@ class AsideOrphan {
 // again by the next look.
 void DropLeftover(const Place& inMissing);
 
+// Whether a status is that of a file that may be a companion's second name.
+bool IsMarked(const os::ItemStatus& inStatus);
+// Whether another call is moving the companion that an item at this place would have.
+bool IsBeingMoved(const Place& inMissing);
+
 }  // namespace toolbox::files

@@ -12,10 +12,13 @@
 #include <toolbox/MacTypes.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace toolbox::files {
 
+// What its name has before the item's.
+inline constexpr std::string_view kCompanionPrefix = "._";
 std::string CompanionName(const std::string& inItemName);
 
 // The bytes of an entry of the item's companion. ENOENT when it has no companion or that has no such entry; a

@@ -19,7 +19,8 @@ std::u16string CatalogueName(std::string_view inDiskName);
 
 // A name as programs get it, cut off where it is longer than that, as a name of the disk's may be that is no
 // text.
-HFSUniStr255 UniStrOf(std::u16string_view inCatalogueName);
+// Units behind the length stay as they are.
+void SetUniStr(std::u16string_view inCatalogueName, HFSUniStr255& outName);
 
 // False for a name that no item can have: an empty one, "." and "..", one with a NUL, or a surrogate without
 // its partner.

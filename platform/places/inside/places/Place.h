@@ -25,6 +25,12 @@ struct Place {
 [[nodiscard]] int OpenFolder(const std::string& inPath, Place& outPlace);
 [[nodiscard]] int OpenPlaceOf(const std::string& inItemPath, Place& outPlace);
 
+// The folder that has the name in another, itself; a link is none (ENOTDIR).
+[[nodiscard]] int OpenFolderAt(int inFolder, const char* inName, Place& outPlace);
+[[nodiscard]] inline int OpenFolderAt(const Place& inPlace, Place& outPlace) {
+    return OpenFolderAt(inPlace.folder.Number(), inPlace.name.c_str(), outPlace);
+}
+
 // Of what has the name.
 [[nodiscard]] int GetStatus(const Place& inPlace, os::ItemStatus& outStatus);
 [[nodiscard]] int OpenFileAt(const Place& inPlace, int inFlags, os::Descriptor& outFile);
