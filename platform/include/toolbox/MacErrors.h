@@ -41,6 +41,10 @@ enum {
     // Information that cannot be asked for, or not be set; and information without a record for it.
     errFSBadInfoBitmap = -1405,
     errFSMissingCatInfo = -1406,
+    errFSNoMoreItems = -1417,       // the iteration is at its end
+    errFSBadItemCount = -1418,      // no items are asked for
+    errFSBadIteratorFlags = -1422,  // there is no such iteration
+    errFSIteratorNotFound = -1423,  // no such open iterator
     couldNotResolveDataRef = -2000,
     cantFindHandler = -2003,  // nothing can read this kind of file
     invalidMovie = -2010,
