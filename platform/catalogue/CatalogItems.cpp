@@ -1,4 +1,5 @@
 #include "FolderItems.h"
+#include "ItemCompanions.h"
 #include "MovedItems.h"
 #include "NameWriter.h"
 #include "catalogue/DescriptorPaths.h"
@@ -43,7 +44,8 @@ OSStatus OpenFolderOfRef(const FSRef& inRef, FoundItem& outFolder, Place& outPla
 // noErr for what may be deleted, moved and renamed. What something else than a folder is mounted upon the
 // system refuses by itself.
 OSStatus CheckMayGo(const Place& inPlace, const os::ItemStatus& inItem) {
-    return inPlace.name.empty() || IsVolumeRoot(inPlace, inItem) ? OSStatus{paramErr} : OSStatus{noErr};
+    if (inPlace.name.empty() || IsVolumeRoot(inPlace, inItem)) return paramErr;
+    return CheckUnlocked(inPlace, inItem);
 }
 
 }  // namespace
@@ -151,7 +153,7 @@ OSStatus Move(const FSRef& inRef, const FSRef& inFolder, FSRef* outRef) {
     return MoveTo(item, place, folder.path, newPlace, outRef);
 }
 
-OSStatus Rename(const FSRef& inRef, const NameText& inName, FSRef* outRef) {
+OSStatus Rename(const FSRef& inRef, const NameText& inName, TextEncoding inHint, FSRef* outRef) {
     FoundItem item;
     Place place;
     Place newPlace;
@@ -161,8 +163,13 @@ OSStatus Rename(const FSRef& inRef, const NameText& inName, FSRef* outRef) {
     newPlace.folderStatus = place.folderStatus;
     status = StatusOfErrno(os::OpenFile(place.folder.Number(), ".", O_PATH | O_DIRECTORY, newPlace.folder));
     if (status != noErr) return status;
+    NewHint hint;
+    status = hint.Set(place, item.status.identity, inHint);
+    if (status != noErr) return status;
     const std::size_t nameStart = item.path.rfind('/') + 1;
-    return MoveTo(item, place, item.path.substr(0, nameStart), newPlace, outRef);
+    status = MoveTo(item, place, item.path.substr(0, nameStart), newPlace, outRef);
+    if (status == noErr) hint.Stay();
+    return status;
 }
 
 OSStatus MakeFolder(SInt16 inVolume, SInt32 inFolderID, ConstStr255Param inName, SInt32& outFolderID) {
@@ -228,11 +235,11 @@ OSErr FSMoveObject(const FSRef* inItem, const FSRef* inFolder, FSRef* outRef) {
     }
 }
 
-OSErr FSRenameUnicode(const FSRef* inItem, UniCharCount inNameLength, const UniChar* inName, TextEncoding,
-                      FSRef* outRef) {
+OSErr FSRenameUnicode(const FSRef* inItem, UniCharCount inNameLength, const UniChar* inName,
+                      TextEncoding inEncodingHint, FSRef* outRef) {
     if (inItem == nullptr) return paramErr;
     try {
-        return static_cast<OSErr>(Rename(*inItem, {inNameLength, inName}, outRef));
+        return static_cast<OSErr>(Rename(*inItem, {inNameLength, inName}, inEncodingHint, outRef));
     } catch (const std::bad_alloc&) {
         return memFullErr;
     }

@@ -19,7 +19,8 @@ OSStatus CheckVolume(SInt16 inNumber) {
 
 OSStatus MapID(ObjParam& ioBlock) {
     const bool isOfGroup = ioBlock.ioObjType == kGroupID2Name;
-    if ((!isOfGroup && ioBlock.ioObjType != kOwnerID2Name) || ioBlock.ioObjNamePtr == nullptr) return paramErr;
+    if ((!isOfGroup && ioBlock.ioObjType != kOwnerID2Name) || ioBlock.ioObjNamePtr == nullptr)
+        return paramErr;
     const OSStatus status = CheckVolume(ioBlock.ioVRefNum);
     if (status != noErr) return status;
     const auto number = static_cast<UInt32>(ioBlock.ioObjID);
@@ -31,7 +32,8 @@ OSStatus MapID(ObjParam& ioBlock) {
 
 OSStatus MapName(ObjParam& ioBlock) {
     const bool isOfGroup = ioBlock.ioObjType == kGroupName2ID;
-    if ((!isOfGroup && ioBlock.ioObjType != kOwnerName2ID) || ioBlock.ioObjNamePtr == nullptr) return paramErr;
+    if ((!isOfGroup && ioBlock.ioObjType != kOwnerName2ID) || ioBlock.ioObjNamePtr == nullptr)
+        return paramErr;
     const OSStatus status = CheckVolume(ioBlock.ioVRefNum);
     if (status != noErr) return status;
     std::u16string text;

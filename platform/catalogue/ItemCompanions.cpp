@@ -4,12 +4,15 @@
 #include "catalogue/DescriptorPaths.h"
 #include "companions/Companions.h"
 #include "os/BigEndian.h"
+#include "status/StatusOfErrno.h"
 
 #include <fcntl.h>
 #include <toolbox/FinderInfo.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <new>
 #include <span>
 #include <string>
 
@@ -130,6 +133,44 @@ void GetExtendedInfo(os::ItemKind inKind, const CompanionInfo& inInfo, UInt8* ou
 
 void SetExtendedInfo(os::ItemKind inKind, const UInt8* inBytes, CompanionInfo& ioInfo) {
     FromHostOrder(ExtendedInfoOf(inKind), inBytes, ioInfo.finderInfo.data() + kExtendedOffset);
+}
+
+int WriteCompanion(const Place& inPlace, const CompanionInfo& inInfo) noexcept {
+    try {
+        return WriteInfo(inPlace, inInfo);
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
+    }
+}
+
+OSStatus StatusOfCompanionError(int inErrno) {
+    return inErrno == EISDIR ? static_cast<OSStatus>(ioErr) : StatusOfErrno(inErrno);
+}
+
+OSStatus CheckUnlocked(const Place& inPlace, const os::ItemStatus& inItem) {
+    bool isLocked = false;
+    const int error = IsLocked(inPlace, inItem, isLocked);
+    if (isLocked) return fLckdErr;
+    return error == EACCES ? OSStatus{noErr} : StatusOfErrno(error);
+}
+
+OSStatus NewHint::Set(const Place& inPlace, const os::ItemIdentity& inItem, TextEncoding inHint) {
+    CompanionSizes sizes;
+    int error = ReadInfo(inPlace.folder.Number(), CompanionName(inPlace.name), mBefore, sizes);
+    if (error != 0 || mBefore.encodingHint == inHint) return StatusOfErrno(error);
+    CompanionInfo info = mBefore;
+    info.encodingHint = inHint;
+    error = WriteInfo(inPlace, info);
+    if (error != 0) return StatusOfCompanionError(error);
+    mPlace = &inPlace;
+    mItem = inItem;
+    return noErr;
+}
+
+NewHint::~NewHint() {
+    os::ItemStatus now;
+    if (mPlace == nullptr || GetStatus(*mPlace, now) != 0 || !now.identity.IsSameItem(mItem)) return;
+    (void)WriteCompanion(*mPlace, mBefore);
 }
 
 }  // namespace toolbox::files

@@ -14,6 +14,33 @@ bool IsVolumeRoot(const FoundItem& inItem);
 [[nodiscard]] int ReadCompanionInfo(const FoundItem& inItem, CompanionInfo& outInfo,
                                     CompanionSizes& outSizes);
 
+// Makes this the information in its companion, or answers ENOMEM; what it answers as a status.
+[[nodiscard]] int WriteCompanion(const Place& inPlace, const CompanionInfo& inInfo) noexcept;
+[[nodiscard]] OSStatus StatusOfCompanionError(int inErrno);
+
+// fLckdErr for an item that is locked; not where its companion may not be read, as far as can be told. inItem
+// is what the system tells of it.
+[[nodiscard]] OSStatus CheckUnlocked(const Place& inPlace, const os::ItemStatus& inItem);
+
+// The encoding hint of an item that is about to get another name. What it was before comes back unless the
+// new one is to stay.
+class NewHint {
+  public:
+    NewHint() = default;
+    ~NewHint();
+    NewHint(const NewHint&) = delete;
+    NewHint& operator=(const NewHint&) = delete;
+
+    // Once; the place, at which the item is, stays open until the hint stays or comes back.
+    [[nodiscard]] OSStatus Set(const Place& inPlace, const os::ItemIdentity& inItem, TextEncoding inHint);
+    void Stay() noexcept { mPlace = nullptr; }
+
+  private:
+    const Place* mPlace = nullptr;
+    os::ItemIdentity mItem;
+    CompanionInfo mBefore;
+};
+
 // Opens the place of the item whose companion it is: a volume's root is an item of itself there. fnfErr when
 // it is there no more.
 [[nodiscard]] OSStatus OpenItsPlace(const FoundItem& inItem, Place& outPlace);

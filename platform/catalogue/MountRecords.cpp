@@ -128,7 +128,8 @@ OSStatus MountUpon(const FoundItem& inFolder, const Record& inRecord) {
     for (const FlagName& flag : kFlags)
         if ((inRecord.flags & flag.flag) != 0) flags |= flag.systemFlag;
     const std::string path = PathOfDescriptor(folder.Number());
-    return os::Calls().mount(inRecord.source.c_str(), path.c_str(), inRecord.type.c_str(), flags, nullptr) == 0
+    return os::Calls().mount(inRecord.source.c_str(), path.c_str(), inRecord.type.c_str(), flags, nullptr) ==
+                   0
                ? noErr
                : StatusOfErrno(errno);
 }

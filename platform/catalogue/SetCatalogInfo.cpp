@@ -127,18 +127,6 @@ const Value* PointerTo(const std::optional<Value>& inValue) {
     return inValue ? &*inValue : nullptr;
 }
 
-OSStatus StatusOfCompanionError(int inErrno) {
-    return inErrno == EISDIR ? static_cast<OSStatus>(ioErr) : StatusOfErrno(inErrno);
-}
-
-int WriteCompanion(const Place& inPlace, const CompanionInfo& inInfo) {
-    try {
-        return WriteInfo(inPlace, inInfo);
-    } catch (const std::bad_alloc&) {
-        return ENOMEM;
-    }
-}
-
 // What may be refused to other users comes first, and the companion, which is written whole or not at all,
 // behind it; so nothing needs to be undone but what was just done by the same right.
 OSStatus Apply(const FoundItem& inItem, const Changes& inChanges) {

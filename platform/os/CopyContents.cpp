@@ -70,7 +70,8 @@ bool HasNone(int inError) {
 int CopyAttribute(int inFrom, int inTo, const char* inName, std::vector<char>& ioBytes) {
     const ssize_t byteCount = Calls().fgetxattr(inFrom, inName, ioBytes.data(), ioBytes.size());
     if (byteCount < 0) return errno == ENODATA || HasNone(errno) ? 0 : errno;
-    if (Calls().fsetxattr(inTo, inName, ioBytes.data(), static_cast<std::size_t>(byteCount), 0) == 0) return 0;
+    if (Calls().fsetxattr(inTo, inName, ioBytes.data(), static_cast<std::size_t>(byteCount), 0) == 0)
+        return 0;
     return HasNone(errno) ? 0 : errno;
 }
 

@@ -32,8 +32,9 @@ int UnnamedFile::Make(int inFolder) {
 int UnnamedFile::GiveName(const std::string& inName) {
     if (mTemporaryName.empty()) {
         const std::string path = "/proc/self/fd/" + std::to_string(mFile.Number());
-        return Calls().linkat(AT_FDCWD, path.c_str(), mFolder, inName.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0
-                                                                                                      : errno;
+        return Calls().linkat(AT_FDCWD, path.c_str(), mFolder, inName.c_str(), AT_SYMLINK_FOLLOW) == 0
+                   ? 0
+                   : errno;
     }
     const int error = RenameToNew(mFolder, mTemporaryName.c_str(), mFolder, inName.c_str());
     if (error == 0) mTemporaryName.clear();

@@ -21,6 +21,7 @@ constexpr Words kWords[] = {
     {tmfoErr, "too many open files"},
     {fnfErr, "no such file or folder"},
     {wPrErr, "its volume may only be read"},
+    {fLckdErr, "is locked"},
     {fBsyErr, "is in use"},
     {dupFNErr, "the name is taken"},
     {paramErr, "an argument, or what the file holds, makes no sense"},

@@ -29,8 +29,7 @@ ssize_t MemoryFiles::CopyRange(int inFrom, off_t* ioFromOffset, int inTo, off_t*
     const std::string& source = from->Item().bytes;
     const auto offset = std::min(static_cast<std::size_t>(*ioFromOffset), source.size());
     const std::string bytes = source.substr(offset, std::min(inByteCount, mMaxBytesPerCall));
-    const ssize_t count =
-        WriteTo(*to, bytes.data(), bytes.size(), static_cast<std::size_t>(*ioToOffset));
+    const ssize_t count = WriteTo(*to, bytes.data(), bytes.size(), static_cast<std::size_t>(*ioToOffset));
     if (count <= 0) return count;
     *ioFromOffset += count;
     *ioToOffset += count;

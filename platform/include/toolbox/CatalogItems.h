@@ -12,9 +12,9 @@
 //
 // Every function may be called on any thread. Beside what a function names: errFSBadFSRef for bytes that are
 // no reference, fnfErr when the item is gone, dirNFErr when the folder is gone, errFSNotAFolder when it is
-// none, paramErr for "/" and for the root folder of any volume, fBsyErr for what something is mounted upon
-// and when another call is changing the item's names, wPrErr when the volume is read only, dskFulErr, and
-// what Files.h tells of every function. Nothing has changed then.
+// none, paramErr for "/" and for the root folder of any volume, fLckdErr for a locked item, fBsyErr for what
+// something is mounted upon and when another call is changing the item's names, wPrErr when the volume is
+// read only, dskFulErr, and what Files.h tells of every function. Nothing has changed then.
 #pragma once
 
 #include <toolbox/CatalogInfo.h>
@@ -50,7 +50,8 @@ TOOLBOX_MUST_USE OSErr FSMoveObject(const FSRef* inItem, const FSRef* inFolder, 
 
 // Another name for an item, in its folder; also its own in another case, where the file system tells the two
 // apart.
-//   inEncodingHint  not kept
+//   inEncodingHint  of the new name: kept as the item's text-encoding hint, kTextEncodingUnknown as none.
+//                   bdNamErr where it must be kept and the name is too long for a companion
 //   outRef          as above
 TOOLBOX_MUST_USE OSErr FSRenameUnicode(const FSRef* inItem, UniCharCount inNameLength, const UniChar* inName,
                                        TextEncoding inEncodingHint, FSRef* outRef);

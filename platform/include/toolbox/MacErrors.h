@@ -12,6 +12,7 @@ enum {
     tmfoErr = -42,               // too many open files
     fnfErr = -43,                // no such file or folder
     wPrErr = -44,                // the volume is read only
+    fLckdErr = -45,              // the item is locked
     fBsyErr = -47,               // the file is in use
     dupFNErr = -48,              // the name is taken
     paramErr = -50,              // a bad argument, or data of an unexpected form

@@ -44,15 +44,16 @@ class DirAccessTest : public CatalogItemsTest<support::FileWorldTest> {
         mBlock.accessParam.ioACAccess = static_cast<SInt32>(inAccess);
         return Do(PBHSetDirAccessSync, Here(inName));
     }
-    unsigned ModeOf(std::string_view inName) const { return FileWorld::StatusOf(mFolder / inName).stx_mode & 07777; }
+    unsigned ModeOf(std::string_view inName) const {
+        return FileWorld::StatusOf(mFolder / inName).stx_mode & 07777;
+    }
 
     HParamBlockRec mBlock = {};
     toolbox::os::SystemCalls mSaved = CallsForTesting();
 };
 INSTANTIATE_TEST_SUITE_P(Worlds, DirAccessTest, support::BothWorlds(), support::NameOfWorld);
 
-constexpr UInt32 kAllOfUser =
-    kioACAccessUserSearchMask | kioACAccessUserReadMask | kioACAccessUserWriteMask;
+constexpr UInt32 kAllOfUser = kioACAccessUserSearchMask | kioACAccessUserReadMask | kioACAccessUserWriteMask;
 constexpr UInt32 kWhatIsKept = 0x00FFFFFF;  // of what is set
 
 TEST_P(DirAccessTest, EachBit) {
@@ -83,7 +84,8 @@ TEST_P(DirAccessTest, WhatThisProcessMay) {
     mFolder.MakeFolder("folder");
     constexpr UInt32 kOwner = static_cast<UInt32>(kioACAccessUserOwnerMask);
     FileWorld::SetMode(mFolder / "folder", 0500);
-    EXPECT_EQ(kOwner | kioACAccessUserSearchMask | kioACAccessUserReadMask, AccessOf("folder") & ~kWhatIsKept);
+    EXPECT_EQ(kOwner | kioACAccessUserSearchMask | kioACAccessUserReadMask,
+              AccessOf("folder") & ~kWhatIsKept);
     FileWorld::SetMode(mFolder / "folder", 0200);
     EXPECT_EQ(kOwner | kioACAccessUserWriteMask, AccessOf("folder") & ~kWhatIsKept);
     FileWorld::SetMode(mFolder / "folder", 0700);
@@ -187,8 +189,11 @@ TEST_P(DirAccessTest, EveryStepFails) {
         if (setError != noErr || !mayGive) return;
         EXPECT_EQ(noErr, Set("folder", 0, getegid(), 0));
     };
-    EXPECT_GT(support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO), 3);
-    EXPECT_GT(support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }), 3);
+    EXPECT_GT(
+        support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO),
+        3);
+    EXPECT_GT(
+        support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }), 3);
     FileWorld::SetMode(mFolder / "folder", 0700);
 }
 

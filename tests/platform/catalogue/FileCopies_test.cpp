@@ -25,10 +25,11 @@ class FileCopies : public ItemChangesTest<support::FileWorldTest> {
   protected:
     using Call = OSErr(HParmBlkPtr);
     // An item of the test's own folder goes to a folder there; without a name it keeps its own.
-    OSErr Do(Call* inCall, std::string_view inItem, const std::string& inFolder, std::string_view inName = {}) {
+    OSErr Do(Call* inCall, std::string_view inItem, const std::string& inFolder,
+             std::string_view inName = {}) {
         FSSpec item = Here(inItem);
-        const FSCatalogInfo folder =
-            InfoOf(inFolder.empty() ? mFolder.Path() : mFolder / inFolder, kFSCatInfoVolume | kFSCatInfoNodeID);
+        const FSCatalogInfo folder = InfoOf(inFolder.empty() ? mFolder.Path() : mFolder / inFolder,
+                                            kFSCatInfoVolume | kFSCatInfoNodeID);
         Str255 name = {static_cast<unsigned char>(inName.size())};
         inName.copy(reinterpret_cast<char*>(name) + 1, inName.size());
         mBlock = {};
@@ -275,8 +276,12 @@ TEST_P(FileCopies, EveryStepOfACopyFails) {
         if (error == noErr) FileWorld::RemoveAll(mFolder / "sub/._a");
         EXPECT_EQ(before, Picture()) << error;
     };
-    EXPECT_GT(support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO), 20);
-    EXPECT_GT(support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }), 10);
+    EXPECT_GT(
+        support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO),
+        20);
+    EXPECT_GT(
+        support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }),
+        10);
 }
 
 }  // namespace

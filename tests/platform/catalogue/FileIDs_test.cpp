@@ -51,7 +51,8 @@ class FileIDsTest : public CatalogItemsTest<support::FileWorldTest> {
         toolbox::files::NodeFacts facts;
         for (std::size_t i = 0; i < toolbox::files::NodeTable::kMaxHints; ++i) {
             const std::string name = "x" + std::to_string(i);
-            const toolbox::files::PathStep step = {{folder.identity.device, (1U << 30) + i, 0}, false, name, false, true};
+            const toolbox::files::PathStep step = {
+                {folder.identity.device, (1U << 30) + i, 0}, false, name, false, true};
             ASSERT_TRUE(toolbox::files::NodeTable::Shared().RecordChild(folder.identity, step, facts));
         }
     }
@@ -168,8 +169,11 @@ TEST_P(FileIDsTest, EveryStepFails) {
         if (error != noErr) return;
         EXPECT_EQ("status -1300", Resolve(id, volume));
     };
-    EXPECT_GT(support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO), 2);
-    EXPECT_GT(support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }), 3);
+    EXPECT_GT(
+        support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO),
+        2);
+    EXPECT_GT(
+        support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }), 3);
 
     mFolder.MakeFile("kept");
     ASSERT_EQ(noErr, Create(Here("kept")));
@@ -187,8 +191,12 @@ TEST_P(FileIDsTest, EveryStepFails) {
         EXPECT_EQ(error == noErr, name[0] != 0);
         EXPECT_EQ(descriptors, OpenDescriptorCount());
     };
-    EXPECT_GT(support::FailEach<FailingCalls>([&](const auto& inUnderFault) { resolve(inUnderFault, ioErr); }, EIO), 2);
-    EXPECT_GT(support::FailEach<FailingNew>([&](const auto& inUnderFault) { resolve(inUnderFault, memFullErr); }), 1);
+    EXPECT_GT(
+        support::FailEach<FailingCalls>([&](const auto& inUnderFault) { resolve(inUnderFault, ioErr); }, EIO),
+        2);
+    EXPECT_GT(
+        support::FailEach<FailingNew>([&](const auto& inUnderFault) { resolve(inUnderFault, memFullErr); }),
+        1);
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 
-#include <gtest/gtest.h>
 #include <grp.h>
+#include <gtest/gtest.h>
 #include <pwd.h>
 #include <toolbox/DirAccess.h>
 
@@ -22,7 +22,9 @@ struct Entry {
     const char* name;
     UInt32 number;
 };
-constexpr Entry kUsers[] = {{"root", 0}, {"ada", 1000}, {"caf\xC3\xA9", 1001},
+constexpr Entry kUsers[] = {{"root", 0},
+                            {"ada", 1000},
+                            {"caf\xC3\xA9", 1001},
                             {"somebody-with-a-very-long-name-of-a-user", 0xFFFFFFF0}};
 constexpr Entry kGroups[] = {{"root", 0}, {"staff", 50}};
 int sError;
@@ -194,7 +196,9 @@ TEST_F(IDMapping, EveryStepFails) {
         isDelivered = inUnderFault([&] { error = Number(kGroupName2ID, "staff", number); });
         EXPECT_TRUE(error == noErr || (isDelivered && error == inExpected)) << error;
     };
-    EXPECT_GT(support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO), 1);
+    EXPECT_GT(
+        support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO),
+        1);
     const auto checkMemory = [&](const auto& inUnderFault) {
         UInt32 number = 0;
         OSErr error = 1;

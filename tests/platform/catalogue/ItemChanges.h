@@ -22,6 +22,11 @@ class ItemChangesTest : public CatalogItemsTest<Test> {
     static OSErr Rename(const FSRef& inItem, std::u16string_view inName, FSRef* outRef = nullptr) {
         return FSRenameUnicode(&inItem, inName.size(), UnitsOf(inName), 0, outRef);
     }
+    static OSErr SetLock(const FSRef& inItem, bool inIsLocked) {
+        FSCatalogInfo info = {};
+        info.nodeFlags = inIsLocked ? kFSNodeLockedMask : 0;
+        return FSSetCatalogInfo(&inItem, kFSCatInfoNodeFlags, &info);
+    }
     static OSErr Move(const FSRef& inItem, const FSRef& inFolder, FSRef* outRef = nullptr) {
         return FSMoveObject(&inItem, &inFolder, outRef);
     }

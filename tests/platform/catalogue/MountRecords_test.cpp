@@ -67,7 +67,8 @@ class MountRecordsTest : public CatalogItemsTest<support::FileWorldTest> {
     }
     // Of what the call mounted, which the world knows nothing of.
     void Unmount(const std::string& inPath) {
-        EXPECT_EQ(0, mFolder.Memory() != nullptr ? mFolder.Memory()->Unmount(inPath) : umount(inPath.c_str()));
+        EXPECT_EQ(0,
+                  mFolder.Memory() != nullptr ? mFolder.Memory()->Unmount(inPath) : umount(inPath.c_str()));
     }
     std::string Type() { return mFolder.Memory() != nullptr ? "memory" : "tmpfs"; }
 
@@ -191,8 +192,11 @@ TEST_P(MountRecordsTest, EveryStepFails) {
         EXPECT_TRUE(error != noErr || IsMounted(path));
         if (IsMounted(path)) Unmount(path);
     };
-    EXPECT_GT(support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO), 3);
-    EXPECT_GT(support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }), 3);
+    EXPECT_GT(
+        support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO),
+        3);
+    EXPECT_GT(
+        support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }), 3);
 }
 
 }  // namespace

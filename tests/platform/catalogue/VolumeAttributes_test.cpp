@@ -46,8 +46,8 @@ class VolumeAttributesTest : public CatalogItemsTest<support::FileWorldTest> {
     }
     // Of the first volume, as if this were its type and source.
     GetVolParmsInfoBuffer GetOfType(const std::string& inType, const std::string& inSource = "source") {
-        sMounts = mFolder.MakeFile("mounts", std::to_string(mRoot.mount) + " 1 8:1 / / rw - " + inType + ' ' +
-                                                 inSource + " rw\n");
+        sMounts = mFolder.MakeFile(
+            "mounts", std::to_string(mRoot.mount) + " 1 8:1 / / rw - " + inType + ' ' + inSource + " rw\n");
         sSaved = mSaved;
         CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
             const bool isTable = std::string_view(inPath) == "/proc/self/mountinfo";
@@ -80,7 +80,8 @@ TEST_P(VolumeAttributesTest, WhatAllHave) {
         EXPECT_TRUE(Has(parameters.vMAttrib, bit)) << bit;
     for (const int bit : {bHasOpenDeny, bHasDesktopMgr, bHasCatSearch, bHasBTreeMgr, bLimitFCBs})
         EXPECT_FALSE(Has(parameters.vMAttrib, bit)) << bit;
-    for (const int bit : {bSupportsHFSPlusAPIs, bSupportsLongNames, bSupportsMultiScriptNames, bIsCasePreserving})
+    for (const int bit :
+         {bSupportsHFSPlusAPIs, bSupportsLongNames, bSupportsMultiScriptNames, bIsCasePreserving})
         EXPECT_TRUE(Has(parameters.vMExtendedAttributes, bit)) << bit;
     for (const int bit : {bSupportsFSCatalogSearch, bSupportsNamedForks, bIsCaseSensitive, bIsEjectable})
         EXPECT_FALSE(Has(parameters.vMExtendedAttributes, bit)) << bit;
@@ -98,7 +99,8 @@ TEST_P(VolumeAttributesTest, ByType) {
                              {"unheard", false, true, true, true, false}};
     for (const Row& row : kRows) {
         const GetVolParmsInfoBuffer parameters = GetOfType(row.type);
-        EXPECT_EQ(row.hasExchange, Has(parameters.vMExtendedAttributes, bSupportsFSExchangeObjects)) << row.type;
+        EXPECT_EQ(row.hasExchange, Has(parameters.vMExtendedAttributes, bSupportsFSExchangeObjects))
+            << row.type;
         EXPECT_EQ(row.hasOwners, Has(parameters.vMAttrib, bAccessCntl)) << row.type;
         EXPECT_EQ(row.hasLinks, Has(parameters.vMExtendedAttributes, bSupportsSymbolicLinks)) << row.type;
         EXPECT_EQ(row.hasLongFiles, Has(parameters.vMExtendedAttributes, bSupports2TBFiles)) << row.type;
@@ -155,7 +157,8 @@ TEST_P(VolumeAttributesTest, AHiddenMountIsOfAnUnknownType) {
 TEST_P(VolumeAttributesTest, AsManyBytesAsAreWanted) {
     const GetVolParmsInfoBuffer whole = Get();
     UInt8 bytes[sizeof whole + 10];
-    for (const std::size_t wanted : {std::size_t{0}, std::size_t{14}, std::size_t{20}, sizeof whole, sizeof bytes}) {
+    for (const std::size_t wanted :
+         {std::size_t{0}, std::size_t{14}, std::size_t{20}, sizeof whole, sizeof bytes}) {
         std::memset(bytes, 0xEE, sizeof bytes);
         ASSERT_EQ(noErr, GetBytes(bytes, static_cast<SInt32>(wanted)));
         const std::size_t expected = std::min(wanted, sizeof whole);
@@ -188,14 +191,16 @@ TEST_P(VolumeAttributesTest, EveryStepFails) {
     const auto check = [&](const auto& inUnderFault, OSErr inExpected) {
         GetVolParmsInfoBuffer parameters = {};
         OSErr error = 1;
-        const bool isDelivered =
-            inUnderFault([&] { error = GetBytes(&parameters, sizeof parameters); });
+        const bool isDelivered = inUnderFault([&] { error = GetBytes(&parameters, sizeof parameters); });
         EXPECT_EQ(descriptors, OpenDescriptorCount());
         EXPECT_TRUE(error == noErr || (isDelivered && error == inExpected)) << error;
         EXPECT_EQ(error == noErr, parameters.vMVersion != 0);
     };
-    EXPECT_GT(support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO), 3);
-    EXPECT_GT(support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }), 3);
+    EXPECT_GT(
+        support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO),
+        3);
+    EXPECT_GT(
+        support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }), 3);
 }
 
 }  // namespace

@@ -11,7 +11,8 @@ using namespace toolbox::files;
 TEST(VolumeFeatures, ExchangeWhereTheKernelHasIt) {
     for (const char* const type : {"ext3", "ext4", "xfs", "btrfs", "tmpfs", "f2fs", "overlay"})
         EXPECT_TRUE(FeaturesOf(type).hasExchange) << type;
-    for (const char* const type : {"ext2", "vfat", "exfat", "nfs4", "cifs", "9p", "fuse.sshfs", "squashfs", ""})
+    for (const char* const type :
+         {"ext2", "vfat", "exfat", "nfs4", "cifs", "9p", "fuse.sshfs", "squashfs", ""})
         EXPECT_FALSE(FeaturesOf(type).hasExchange) << type;
 }
 

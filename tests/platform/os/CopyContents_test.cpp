@@ -94,15 +94,17 @@ TEST_P(CopyContentsTest, TheKernelCopiesAPart) {
     sCalls = 0;
     static SystemCalls sReal;
     sReal = mSaved;
-    CallsForTesting().copy_file_range = [](int inFrom, off_t* ioFrom, int inTo, off_t* ioTo, std::size_t inCount,
-                                           unsigned inFlags) -> ssize_t {
+    CallsForTesting().copy_file_range = [](int inFrom, off_t* ioFrom, int inTo, off_t* ioTo,
+                                           std::size_t inCount, unsigned inFlags) -> ssize_t {
         switch (sCalls++) {
             case 0:
-                return sReal.copy_file_range(inFrom, ioFrom, inTo, ioTo, std::min<std::size_t>(inCount, 3000), inFlags);
+                return sReal.copy_file_range(inFrom, ioFrom, inTo, ioTo, std::min<std::size_t>(inCount, 3000),
+                                             inFlags);
             case 1:
                 return errno = EINTR, -1;
             case 2:
-                return sReal.copy_file_range(inFrom, ioFrom, inTo, ioTo, std::min<std::size_t>(inCount, 100), inFlags);
+                return sReal.copy_file_range(inFrom, ioFrom, inTo, ioTo, std::min<std::size_t>(inCount, 100),
+                                             inFlags);
             default:
                 return 0;
         }
@@ -161,10 +163,14 @@ TEST_P(CopyContentsTest, ErrorsAreTold) {
     for (const int error : {ENOSPC, EIO}) {
         static int sError;
         sError = error;
-        CallsForTesting().pwrite = [](int, const void*, std::size_t, off_t) -> ssize_t { return errno = sError, -1; };
+        CallsForTesting().pwrite = [](int, const void*, std::size_t, off_t) -> ssize_t {
+            return errno = sError, -1;
+        };
         EXPECT_EQ(error, Copy());
         CallsForTesting().pwrite = mSaved.pwrite;
-        CallsForTesting().pread = [](int, void*, std::size_t, off_t) -> ssize_t { return errno = sError, -1; };
+        CallsForTesting().pread = [](int, void*, std::size_t, off_t) -> ssize_t {
+            return errno = sError, -1;
+        };
         EXPECT_EQ(error, Copy());
         CallsForTesting().pread = mSaved.pread;
     }
@@ -219,11 +225,17 @@ TEST_P(CopyContentsTest, OnlyTheUsersOwnAttributes) {
     };
     EXPECT_EQ(0, CopyAttributes(mFrom.Number(), mTo.Number()));
     EXPECT_EQ("user.a system.posix_acl_access ", sSet);
-    CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) { return errno = EOPNOTSUPP, -1; };
+    CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
+        return errno = EOPNOTSUPP, -1;
+    };
     EXPECT_EQ(0, CopyAttributes(mFrom.Number(), mTo.Number())) << "what the file system has not is left out";
-    CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) { return errno = ENOSPC, -1; };
+    CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
+        return errno = ENOSPC, -1;
+    };
     EXPECT_EQ(ENOSPC, CopyAttributes(mFrom.Number(), mTo.Number()));
-    CallsForTesting().fgetxattr = [](int, const char*, void*, std::size_t) -> ssize_t { return errno = EIO, -1; };
+    CallsForTesting().fgetxattr = [](int, const char*, void*, std::size_t) -> ssize_t {
+        return errno = EIO, -1;
+    };
     EXPECT_EQ(EIO, CopyAttributes(mFrom.Number(), mTo.Number()));
     CallsForTesting().flistxattr = [](int, char*, std::size_t) -> ssize_t { return errno = EIO, -1; };
     EXPECT_EQ(EIO, CopyAttributes(mFrom.Number(), mTo.Number()));

@@ -42,7 +42,8 @@ TEST_P(UnnamedFileTest, LeavesNothing) {
         UnnamedFile file;
         ASSERT_EQ(0, file.Make(mOpened.Number()));
         const Names names = FileWorld::NamesIn(mFolder.Path());
-        EXPECT_EQ(mFolder.Memory() == nullptr ? 0U : 1U, names.size()) << "the kernel has files without names";
+        EXPECT_EQ(mFolder.Memory() == nullptr ? 0U : 1U, names.size())
+            << "the kernel has files without names";
         for (const std::string& name : names)
             EXPECT_TRUE(name.starts_with("._.new-")) << name;
     }

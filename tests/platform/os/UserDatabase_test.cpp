@@ -53,7 +53,9 @@ TEST_F(ScriptedGroups, LongEntries) {
     std::string name;
     EXPECT_EQ(0, GetGroupName(5, name));
     EXPECT_EQ("of many members", name);
-    CallsForTesting().getgrgid_r = [](gid_t, struct group*, char*, std::size_t, struct group**) { return ERANGE; };
+    CallsForTesting().getgrgid_r = [](gid_t, struct group*, char*, std::size_t, struct group**) {
+        return ERANGE;
+    };
     EXPECT_EQ(ERANGE, GetGroupName(5, name)) << "longer than anybody would want";
 }
 
