@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -217,6 +218,9 @@ TEST_P(CatalogInfoTest, ResourceFork) {
     EXPECT_EQ(5000U, info.rsrcLogicalSize);
     EXPECT_EQ(FileWorld::StatusOf(mFolder / "._file").stx_blocks * 512, info.rsrcPhysicalSize);
     EXPECT_EQ(8U, info.dataLogicalSize);
+    Keep(mFolder.MakeFile("other"), SomeInfo());
+    EXPECT_EQ(0U, InfoOf(mFolder / "other", kFSCatInfoRsrcSizes).rsrcPhysicalSize)
+        << "a companion, and no fork";
     mFolder.MakeFolder("folder");
     FileWorld::Rename(mFolder / "._file", mFolder / "._folder");
     EXPECT_EQ(0U, InfoOf(mFolder / "folder", kFSCatInfoRsrcSizes).rsrcLogicalSize) << "a folder has no forks";
@@ -521,20 +525,34 @@ OSErr GetAll(const FSRef& inRef, Outputs& outOutputs) {
 }
 
 TEST_P(CatalogInfoTest, EveryCallFails) {
-    const FSRef ref = RefOf(mFolder.MakeFile("file"));
+    const std::string file = mFolder.MakeFile("file");
+    const std::string folder = mFolder.MakeFolder("folder");
     const Outputs untouched = Untouched();
-    for (int failing = 1;; ++failing) {
-        Outputs outputs = untouched;
-        const FailingCalls failure(failing, EIO, FailingCalls::kForever);
-        const OSErr error = GetAll(ref, outputs);
-        if (!failure.Delivered()) {
-            EXPECT_EQ(noErr, error);
-            break;
+    for (const auto& [path, isKept] : {std::pair{file, false}, {file, true}, {folder, true}}) {
+        if (isKept) Keep(path, SomeInfo());
+        if (path == folder) Keep(mFolder.MakeFile("folder/inner"), SomeInfo());
+        const FSRef ref = RefOf(path);
+        for (int failing = 1;; ++failing) {
+            Outputs outputs = untouched;
+            const std::size_t descriptors = OpenDescriptorCount();
+            OSErr error = noErr;
+            bool isDelivered = false;
+            {
+                const FailingCalls failure(failing, EIO, FailingCalls::kForever);
+                error = GetAll(ref, outputs);
+                isDelivered = failure.Delivered();
+            }
+            EXPECT_EQ(descriptors, OpenDescriptorCount()) << path << failing;
+            if (!isDelivered) {
+                EXPECT_EQ(noErr, error);
+                EXPECT_EQ(isKept, (outputs.info.nodeFlags & kFSNodeLockedMask) != 0);
+                break;
+            }
+            // A folder above that does not answer ends the search for the volume's topmost one.
+            if (error == noErr) continue;
+            EXPECT_EQ(ioErr, error) << path << failing;
+            EXPECT_EQ(0, std::memcmp(&untouched, &outputs, sizeof outputs)) << path << failing;
         }
-        // A folder above that does not answer ends the search for the volume's topmost one.
-        if (error == noErr) continue;
-        EXPECT_EQ(ioErr, error) << failing;
-        EXPECT_EQ(0, std::memcmp(&untouched, &outputs, sizeof outputs)) << failing;
     }
 }
 
