@@ -4,6 +4,7 @@
 #include "NameWriter.h"
 #include "catalogue/DescriptorPaths.h"
 #include "catalogue/ItemInfo.h"
+#include "catalogue/Volumes.h"
 #include "names/CatalogueNames.h"
 #include "status/StatusOfErrno.h"
 
@@ -77,7 +78,7 @@ struct NewOutputs {
 OSStatus MakeAt(const FoundItem& inFolder, Place& ioPlace, os::ItemKind inKind, const NewInfo& inInfo,
                 const NewOutputs& inOutputs) {
     NewItem made(ioPlace, inKind);
-    OSStatus status = StatusOfErrno(made.Make());
+    OSStatus status = StatusOfChange(made.Make(), inFolder);
     if (status != noErr) return status;
     FoundItem item;
     FSSpec spec = {};
@@ -118,7 +119,7 @@ OSStatus Delete(const FSRef& inRef) {
     FoundItem item;
     Place place;
     const OSStatus status = OpenItemOfRef(inRef, item, place);
-    return status == noErr ? StatusOfErrno(DeleteItem(place, item.status.kind)) : status;
+    return status == noErr ? StatusOfChange(DeleteItem(place, item.status.kind), item) : status;
 }
 
 }  // namespace
@@ -129,7 +130,7 @@ OSStatus MoveTo(FoundItem& ioItem, const Place& inPlace, const std::string& inFo
     const int error = MoveItem(inPlace, ioItem.status, ioNewPlace, ioItem.facts);
     // A file system may have no such name.
     if (error == EINVAL) return inPlace.name == ioNewPlace.name ? badMovErr : bdNamErr;
-    if (error != 0) return StatusOfErrno(error);
+    if (error != 0) return StatusOfChange(error, ioItem);
     ioItem.path = std::move(path);
     if (ioItem.facts.nodeID == 0) {
         const OSStatus status = FindItselfByPath(ioItem.path.c_str(), ioItem);
@@ -164,7 +165,7 @@ OSStatus Rename(const FSRef& inRef, const NameText& inName, TextEncoding inHint,
     status = StatusOfErrno(os::OpenFile(place.folder.Number(), ".", O_PATH | O_DIRECTORY, newPlace.folder));
     if (status != noErr) return status;
     NewHint hint;
-    status = hint.Set(place, item.status.identity, inHint);
+    status = hint.Set(place, item, inHint);
     if (status != noErr) return status;
     const std::size_t nameStart = item.path.rfind('/') + 1;
     status = MoveTo(item, place, item.path.substr(0, nameStart), newPlace, outRef);
@@ -194,7 +195,7 @@ OSStatus DeleteBySpec(const FSSpec& inSpec) {
     Place place;
     OSStatus status = FindBySpec(inSpec, item);
     if (status == noErr) status = OpenItem(item, place);
-    return status == noErr ? StatusOfErrno(DeleteItem(place, item.status.kind)) : status;
+    return status == noErr ? StatusOfChange(DeleteItem(place, item.status.kind), item) : status;
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "FolderItems.h"
 #include "catalogue/DescriptorPaths.h"
+#include "catalogue/Volumes.h"
 #include "companions/Companions.h"
 #include "os/BigEndian.h"
 #include "status/StatusOfErrno.h"
@@ -143,8 +144,8 @@ int WriteCompanion(const Place& inPlace, const CompanionInfo& inInfo) noexcept {
     }
 }
 
-OSStatus StatusOfCompanionError(int inErrno) {
-    return inErrno == EISDIR ? static_cast<OSStatus>(ioErr) : StatusOfErrno(inErrno);
+OSStatus StatusOfCompanionError(int inErrno, const FoundItem& inItem) {
+    return inErrno == EISDIR ? static_cast<OSStatus>(ioErr) : StatusOfChange(inErrno, inItem);
 }
 
 OSStatus CheckUnlocked(const Place& inPlace, const os::ItemStatus& inItem) {
@@ -154,16 +155,16 @@ OSStatus CheckUnlocked(const Place& inPlace, const os::ItemStatus& inItem) {
     return error == EACCES ? OSStatus{noErr} : StatusOfErrno(error);
 }
 
-OSStatus NewHint::Set(const Place& inPlace, const os::ItemIdentity& inItem, TextEncoding inHint) {
+OSStatus NewHint::Set(const Place& inPlace, const FoundItem& inItem, TextEncoding inHint) {
     CompanionSizes sizes;
     int error = ReadInfo(inPlace.folder.Number(), CompanionName(inPlace.name), mBefore, sizes);
     if (error != 0 || mBefore.encodingHint == inHint) return StatusOfErrno(error);
     CompanionInfo info = mBefore;
     info.encodingHint = inHint;
     error = WriteInfo(inPlace, info);
-    if (error != 0) return StatusOfCompanionError(error);
+    if (error != 0) return StatusOfCompanionError(error, inItem);
     mPlace = &inPlace;
-    mItem = inItem;
+    mItem = inItem.status.identity;
     return noErr;
 }
 

@@ -14,9 +14,10 @@ bool IsVolumeRoot(const FoundItem& inItem);
 [[nodiscard]] int ReadCompanionInfo(const FoundItem& inItem, CompanionInfo& outInfo,
                                     CompanionSizes& outSizes);
 
-// Makes this the information in its companion, or answers ENOMEM; what it answers as a status.
+// Makes this the information in its companion, or answers ENOMEM; what it answers as a status, of an item of
+// that volume.
 [[nodiscard]] int WriteCompanion(const Place& inPlace, const CompanionInfo& inInfo) noexcept;
-[[nodiscard]] OSStatus StatusOfCompanionError(int inErrno);
+[[nodiscard]] OSStatus StatusOfCompanionError(int inErrno, const FoundItem& inItem);
 
 // fLckdErr for an item that is locked; not where its companion may not be read, as far as can be told. inItem
 // is what the system tells of it.
@@ -32,7 +33,7 @@ class NewHint {
     NewHint& operator=(const NewHint&) = delete;
 
     // Once; the place, at which the item is, stays open until the hint stays or comes back.
-    [[nodiscard]] OSStatus Set(const Place& inPlace, const os::ItemIdentity& inItem, TextEncoding inHint);
+    [[nodiscard]] OSStatus Set(const Place& inPlace, const FoundItem& inItem, TextEncoding inHint);
     void Stay() noexcept { mPlace = nullptr; }
 
   private:

@@ -109,4 +109,15 @@ OSStatus GetVolumeLocks(const Volume& inVolume, VolumeLocks& outLocks) {
     return noErr;
 }
 
+OSStatus StatusOfChange(int inErrno, const FoundItem& inItem) {
+    if (inErrno != EROFS) return StatusOfErrno(inErrno);
+    SInt16 number = 0;
+    Volume volume;
+    VolumeLocks locks;
+    OSStatus status = GetVolumeNumber(inItem, number);
+    if (status == noErr) status = GetVolume(number, volume);
+    if (status == noErr) status = GetVolumeLocks(volume, locks);
+    return status == noErr && !locks.isDeviceReadOnly ? vLckdErr : wPrErr;
+}
+
 }  // namespace toolbox::files

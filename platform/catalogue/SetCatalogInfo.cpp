@@ -3,6 +3,7 @@
 #include "catalogue/DescriptorPaths.h"
 #include "catalogue/FileAccess.h"
 #include "catalogue/ItemInfo.h"
+#include "catalogue/Volumes.h"
 #include "os/SystemCalls.h"
 #include "status/StatusOfErrno.h"
 
@@ -138,21 +139,21 @@ OSStatus Apply(const FoundItem& inItem, const Changes& inChanges) {
     const os::ItemStatus& before = inItem.status;
     const os::Moment* const content = PointerTo(inChanges.content);
     int error = inChanges.mode ? item.SetMode(*inChanges.mode) : 0;
-    if (error != 0) return StatusOfErrno(error);
+    if (error != 0) return StatusOfChange(error, inItem);
     const auto restoreMode = [&] {
         if (inChanges.mode) (void)item.SetMode(before.mode & kPermissionBits);
     };
     if (inChanges.HaveDates()) error = item.SetDates(PointerTo(inChanges.access), content);
     if (error != 0) {
         restoreMode();
-        return StatusOfErrno(error);
+        return StatusOfChange(error, inItem);
     }
     if (!inChanges.companion) return noErr;
     error = WriteCompanion(place, *inChanges.companion);
     if (error != 0) {
         if (inChanges.HaveDates()) (void)item.SetDates(&before.accessDate, &before.contentDate);
         restoreMode();
-        return StatusOfCompanionError(error);
+        return StatusOfCompanionError(error, inItem);
     }
     // A volume's root has its companion within it, and is not changed by that.
     if (IsVolumeRoot(inItem))

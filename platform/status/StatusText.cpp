@@ -22,6 +22,7 @@ constexpr Words kWords[] = {
     {fnfErr, "no such file or folder"},
     {wPrErr, "its volume may only be read"},
     {fLckdErr, "is locked"},
+    {vLckdErr, "its volume is mounted to be read only"},
     {fBsyErr, "is in use"},
     {dupFNErr, "the name is taken"},
     {paramErr, "an argument, or what the file holds, makes no sense"},

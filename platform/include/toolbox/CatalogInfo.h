@@ -125,8 +125,9 @@ TOOLBOX_MUST_USE OSErr FSGetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap 
 // and permissions are what they are, and permErr answers for other permissions; the type and creator of a
 // link are not given to a file. permErr also when the item is another user's, and for unlocking what nobody
 // may change; bdNamErr when a companion is needed and the name is too long for one, dskFulErr when the
-// companion has no room for it all, ioErr when a file that is none has its name. errFSBadInfoBitmap for bits
-// that are not settable, errFSMissingCatInfo for bits without inInfo.
+// companion has no room for it all, ioErr when a file that is none has its name, vLckdErr when the volume is
+// mounted to be read only and wPrErr when its device is. errFSBadInfoBitmap for bits that are not settable,
+// errFSMissingCatInfo for bits without inInfo.
 TOOLBOX_MUST_USE OSErr FSSetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo,
                                         const FSCatalogInfo* inInfo);
 

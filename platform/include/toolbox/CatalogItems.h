@@ -13,8 +13,9 @@
 // Every function may be called on any thread. Beside what a function names: errFSBadFSRef for bytes that are
 // no reference, fnfErr when the item is gone, dirNFErr when the folder is gone, errFSNotAFolder when it is
 // none, paramErr for "/" and for the root folder of any volume, fLckdErr for a locked item, fBsyErr for what
-// something is mounted upon and when another call is changing the item's names, wPrErr when the volume is
-// read only, dskFulErr, and what Files.h tells of every function. Nothing has changed then.
+// something is mounted upon and when another call is changing the item's names, vLckdErr when the volume is
+// mounted to be read only and wPrErr when its device is, dskFulErr, and what Files.h tells of every function.
+// Nothing has changed then.
 #pragma once
 
 #include <toolbox/CatalogInfo.h>

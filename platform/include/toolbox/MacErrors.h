@@ -13,6 +13,7 @@ enum {
     fnfErr = -43,                // no such file or folder
     wPrErr = -44,                // the volume is read only
     fLckdErr = -45,              // the item is locked
+    vLckdErr = -46,              // the volume is mounted to be read only
     fBsyErr = -47,               // the file is in use
     dupFNErr = -48,              // the name is taken
     paramErr = -50,              // a bad argument, or data of an unexpected form

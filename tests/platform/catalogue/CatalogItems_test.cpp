@@ -232,10 +232,10 @@ TEST_P(CatalogItems, WhatIsMounted) {
     ASSERT_EQ(noErr, MakeFile(root, u"inner"));
     ASSERT_EQ(0, mFolder.ForbidWriting(point));
     const FSRef inner = RefOf(point + "/inner");
-    EXPECT_EQ(wPrErr, MakeFile(root, u"other"));
-    EXPECT_EQ(wPrErr, MakeFolder(root, u"other"));
-    EXPECT_EQ(wPrErr, Rename(inner, u"other"));
-    EXPECT_EQ(wPrErr, FSDeleteObject(&inner));
+    EXPECT_EQ(vLckdErr, MakeFile(root, u"other"));
+    EXPECT_EQ(vLckdErr, MakeFolder(root, u"other"));
+    EXPECT_EQ(vLckdErr, Rename(inner, u"other"));
+    EXPECT_EQ(vLckdErr, FSDeleteObject(&inner));
 }
 
 // A folder of this very volume that is at another place too: the device is one, and yet nothing can be moved.

@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -103,6 +104,39 @@ TEST_P(Locks, WhatNobodyMayChange) {
     EXPECT_EQ(permErr, SetLock(ref, false));
     toolbox::os::CallsForTesting() = sReal;
     EXPECT_EQ("file=contents, other(), ", Picture());
+}
+
+// Where the kernel tells of devices, each can only be read.
+std::string sReadOnlyDevice;
+TEST_P(Locks, VolumesThatMayOnlyBeRead) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "this machine lets nobody mount";
+    const std::string point = mFolder.MakeFolder("point");
+    ASSERT_EQ(0, mFolder.MountVolume(point));
+    mFolder.MakeFolder("point/sub");
+    const FSRef file = RefOf(mFolder.MakeFile("point/a"));
+    ASSERT_EQ(0, mFolder.ForbidWriting(point));
+    const FSRef folder = RefOf(point + "/sub");
+    const auto change = [&](OSErr inStatus) {
+        EXPECT_EQ(inStatus, MakeFile(folder, u"b"));
+        EXPECT_EQ(inStatus, MakeFolder(folder, u"b"));
+        EXPECT_EQ(inStatus, Rename(file, u"b"));
+        EXPECT_EQ(inStatus, FSRenameUnicode(&file, 1, UnitsOf(u"b"), 7, nullptr)) << "the hint first";
+        EXPECT_EQ(inStatus, Move(file, folder));
+        EXPECT_EQ(inStatus, FSDeleteObject(&file));
+        EXPECT_EQ(inStatus, SetLock(file, true));
+        FSCatalogInfo info = {};
+        EXPECT_EQ(inStatus, FSSetCatalogInfo(&file, kFSCatInfoPermissions, &info));
+        EXPECT_EQ(inStatus, FSSetCatalogInfo(&file, kFSCatInfoContentMod, &info));
+    };
+    change(vLckdErr);
+    sReadOnlyDevice = mFolder.MakeFile("ro", "1\n");
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+        const bool isKernels = std::string_view(inPath).starts_with("/sys/dev/block/");
+        return sReal.openat(inFolder, isKernels ? sReadOnlyDevice.c_str() : inPath, inFlags, inMode);
+    };
+    change(wPrErr);
+    toolbox::os::CallsForTesting() = sReal;
 }
 
 TEST_P(Locks, RootsAreNoMatterOfLocks) {

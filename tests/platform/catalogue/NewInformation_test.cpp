@@ -1,11 +1,13 @@
 // What items are told when they are made, and when they get another name.
 #include "ItemChanges.h"
+#include "os/SystemCalls_test_access.h"
 #include "support/CountedCalls.h"
 #include "support/FailEach.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/FileWorld.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <toolbox/CatalogItems.h>
 #include <toolbox/FinderInfo.h>
@@ -13,6 +15,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -168,6 +171,28 @@ TEST_P(NewInformation, WhateverFailsNameAndHintAreOneAnothers) {
                       [&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO));
     EXPECT_LT(10, support::FailEach<FailingNew>(
                       [&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }, FailingNew::kOnce));
+}
+
+// Another program's file has taken its place by then, and is told nothing.
+toolbox::os::SystemCalls sReal;
+std::string sPath, sOtherPath;
+TEST_P(NewInformation, HintOfWhatIsThereNoMore) {
+    const FSRef ref = RefOf(mFolder.MakeFile("a"));
+    sPath = mFolder / "a";
+    sOtherPath = mFolder.MakeFile("other", "of another");
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().renameat2 = [](int inFolder, const char* inName, int inNewFolder,
+                                                  const char* inNewName, unsigned inFlags) {
+        if (std::string_view(inNewName) != "b")
+            return sReal.renameat2(inFolder, inName, inNewFolder, inNewName, inFlags);
+        EXPECT_EQ(0, sReal.renameat2(AT_FDCWD, sOtherPath.c_str(), AT_FDCWD, sPath.c_str(), 0));
+        return errno = EIO, -1;
+    };
+    const OSErr error = RenameWithHint(ref, u"b", kHint);
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ(ioErr, error);
+    EXPECT_EQ("of another", FileWorld::Contents(sPath));
+    EXPECT_EQ(kHint, HintOf(sPath)) << "the companion is whose item is there";
 }
 
 TEST_P(NewInformation, CallsForAHintThatStays) {

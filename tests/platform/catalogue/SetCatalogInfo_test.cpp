@@ -421,9 +421,9 @@ TEST_P(SetCatalogInfoTest, VolumeThatMayOnlyBeRead) {
     mFolder.MakeFile("volume/file");
     ASSERT_EQ(0, mFolder.ForbidWriting(path));
     const std::string file = mFolder / "volume/file";
-    EXPECT_EQ(wPrErr, SetMode(file, 0600));
-    EXPECT_EQ(wPrErr, SetLock(file, true));
-    EXPECT_EQ(wPrErr, Set(file, kFSCatInfoContentMod, SomeInfo()));
+    EXPECT_EQ(vLckdErr, SetMode(file, 0600));
+    EXPECT_EQ(vLckdErr, SetLock(file, true));
+    EXPECT_EQ(vLckdErr, Set(file, kFSCatInfoContentMod, SomeInfo()));
 }
 
 TEST_P(SetCatalogInfoTest, BadArguments) {

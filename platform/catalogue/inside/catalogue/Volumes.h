@@ -30,4 +30,8 @@ struct Volume {
 // The volume with a number. nsvErr when there is none, or it is not mounted there any more.
 [[nodiscard]] OSStatus GetVolume(SInt16 inNumber, Volume& outVolume);
 
+// What answers who could not change something on an item's volume: of one that may only be read (EROFS)
+// wPrErr where its device can only be read, else vLckdErr; of anything else what StatusOfErrno does.
+[[nodiscard]] OSStatus StatusOfChange(int inErrno, const FoundItem& inItem);
+
 }  // namespace toolbox::files
