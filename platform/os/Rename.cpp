@@ -66,4 +66,9 @@ int RenameToNew(int inFolder, const char* inName, int inNewFolder, const char* i
     return error == EPERM ? RenameFileOverEmpty(inFolder, inName, inNewFolder, inNewName) : error;
 }
 
+int ExchangeNames(int inFolder1, const char* inName1, int inFolder2, const char* inName2) {
+    const int error = Rename(inFolder1, inName1, inFolder2, inName2, RENAME_EXCHANGE);
+    return error == EINVAL || error == ENOSYS ? ENOTSUP : error;
+}
+
 }  // namespace toolbox::os

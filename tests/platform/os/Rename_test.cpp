@@ -169,4 +169,25 @@ TEST_P(RenameTest, EveryFailingCall) {
     }
 }
 
+TEST_P(RenameTest, NamesExchanged) {
+    mFolder.MakeFile("a", "of a");
+    mFolder.MakeFolder("sub");
+    mFolder.MakeFile("sub/b", "of b");
+    const auto exchange = [this](const char* inName1, const char* inName2) {
+        return ExchangeNames(AT_FDCWD, (mFolder / inName1).c_str(), AT_FDCWD, (mFolder / inName2).c_str());
+    };
+    EXPECT_EQ(0, exchange("a", "sub/b"));
+    EXPECT_EQ("of b", FileWorld::Contents(mFolder / "a"));
+    EXPECT_EQ("of a", FileWorld::Contents(mFolder / "sub/b"));
+    EXPECT_EQ(ENOENT, exchange("a", "none"));
+    EXPECT_EQ(ENOENT, exchange("none", "a"));
+    for (const int error : {EINVAL, ENOSYS}) {
+        const FailingCalls failing(1, error);
+        EXPECT_EQ(ENOTSUP, exchange("a", "sub/b"));
+    }
+    const FailingCalls failing(1, EIO);
+    EXPECT_EQ(EIO, exchange("a", "sub/b"));
+    EXPECT_EQ("of b", FileWorld::Contents(mFolder / "a"));
+}
+
 }  // namespace

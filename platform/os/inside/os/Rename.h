@@ -1,4 +1,4 @@
-// Another name for an item, which takes nobody's place.
+// Names changed in one step, by which nobody's place is taken.
 #pragma once
 
 namespace toolbox::os {
@@ -13,5 +13,9 @@ namespace toolbox::os {
 // is made under the name first, and stays there after the machine has failed; what another program puts in
 // its place at that moment, by a rename that replaces, is replaced in turn.
 [[nodiscard]] int RenameToNew(int inFolder, const char* inName, int inNewFolder, const char* inNewName);
+
+// Gives each of two items, which have names in open folders and do not lie within each other, the name of the
+// other. Answers 0 or an errno, with nothing changed: ENOTSUP where the file system cannot do it in one step.
+[[nodiscard]] int ExchangeNames(int inFolder1, const char* inName1, int inFolder2, const char* inName2);
 
 }  // namespace toolbox::os
