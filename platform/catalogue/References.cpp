@@ -13,7 +13,8 @@ namespace toolbox::files {
 
 namespace {
 
-// What a reference holds; the rest of its bytes is zero, and so are folder and name in one to a folder.
+// What a reference holds: who the item is in the catalogue, and where it was. The rest of its bytes is zero,
+// and so are folder and name in one to a folder.
 struct RefContents {
     UInt32 magic;
     UInt32 isOneOfSeveral;  // the item had other names when it was made
@@ -196,6 +197,7 @@ OSStatus FindInFolder(const std::string& inFolderPath, const os::ItemIdentity& i
 FSRef MakeRef(const FoundItem& inItem) {
     RefContents contents = {kRefMagic, 0, inItem.status.identity, {}, 0};
     if (inItem.status.kind != os::ItemKind::kFolder) {
+        contents.identity = inItem.facts.item;
         contents.folder = inItem.facts.parent;
         contents.nameHash = HashOfName(NameInPath(inItem.path));
         contents.isOneOfSeveral = inItem.status.linkCount > 1 ? 1 : 0;
@@ -215,8 +217,11 @@ bool ReadRef(const FSRef& inRef, os::ItemIdentity& outItem) {
 OSStatus FindByRef(const FSRef& inRef, FoundItem& outItem) {
     RefContents contents;
     if (!ReadContents(inRef, contents)) return errFSBadFSRef;
-    return FindAgain({contents.identity, contents.folder, contents.nameHash, contents.isOneOfSeveral != 0},
-                     outItem);
+    // A folder's contents are never exchanged.
+    const bool isFolder = contents.nameHash == 0;
+    const os::ItemIdentity identity =
+        isFolder ? contents.identity : NodeTable::Shared().OnDisk(contents.identity);
+    return FindAgain({identity, contents.folder, contents.nameHash, contents.isOneOfSeveral != 0}, outItem);
 }
 
 }  // namespace toolbox::files

@@ -20,13 +20,7 @@ NodeTable& NodeTable::Shared() {
     return table;
 }
 
-std::uint64_t NodeTable::Key::Hash() const {
-    std::uint64_t hash = inode * 0x9E3779B97F4A7C15u + device;
-    hash ^= hash >> 32;
-    return hash * 0xD6E8FEB86659FD93u;
-}
-
-NodeTable::Index NodeTable::FindKey(const Key& inKey) const {
+NodeTable::Index NodeTable::FindKey(const NodeKey& inKey) const {
     const Index found = mFolderIndex.Find(inKey.Hash(), [&](Index inIndex) {
         mMutex.AssertHeld();
         return KeyOf(mFolders[inIndex].identity) == inKey;
@@ -107,7 +101,7 @@ NodeTable::Index NodeTable::AddFolder(const PathStep& inStep, Index inParent) {
 // The hint that a name takes the place of: the same name; or any, also of an item that had the inode before,
 // where it is the one name.
 NodeTable::Index NodeTable::FindHint(const PathStep& inStep, Index inFolder) const {
-    const Key key = KeyOf(inStep.identity);
+    const NodeKey key = KeyOf(inStep.identity);
     return mHintIndex.Find(key.Hash(), [&](Index inIndex) {
         mMutex.AssertHeld();
         const Hint& hint = mHints[inIndex];
@@ -117,17 +111,18 @@ NodeTable::Index NodeTable::FindHint(const PathStep& inStep, Index inFolder) con
 }
 
 NodeFacts NodeTable::RecordHint(const PathStep& inStep, Index inFolder) {
-    const NodeID id = ChooseID(inStep.identity);
+    const os::ItemIdentity item = mExchanged.InCatalogue(inStep.identity);
+    const NodeID id = ChooseID(item);
     const Index known = FindHint(inStep, inFolder);
     if (known == NumberIndex::kNone) {
         AddHint(inStep, inFolder);
-        return FactsIn(inFolder, id);
+        return FactsIn(inFolder, id, item);
     }
     Hint& hint = mHints[known];
     if (hint.name != inStep.name) hint.name.assign(inStep.name);
     hint.folder = inFolder;
     if (inStep.identity.birthNanos != 0) hint.identity.birthNanos = inStep.identity.birthNanos;
-    return FactsIn(inFolder, id);
+    return FactsIn(inFolder, id, item);
 }
 
 void NodeTable::AddHint(const PathStep& inStep, Index inFolder) {
@@ -145,9 +140,11 @@ void NodeTable::AddHint(const PathStep& inStep, Index inFolder) {
 }
 
 bool NodeTable::HadAnother(const os::ItemIdentity& inItem) const {
-    const Key key = KeyOf(inItem);
+    const NodeKey key = KeyOf(inItem);
     const Index folder = FindKey(key);
     if (folder != kNone && !mFolders[folder].identity.IsSameItem(inItem)) return true;
+    os::ItemIdentity exchanged;
+    if (mExchanged.FindItem(key, exchanged) && !exchanged.IsSameItem(inItem)) return true;
     return mHintIndex.Find(key.Hash(), [&](Index inIndex) {
         mMutex.AssertHeld();
         const os::ItemIdentity& other = mHints[inIndex].identity;
@@ -190,16 +187,20 @@ bool NodeTable::FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& ou
     if (inID >= kFirstAllottedID) {
         const std::size_t index = inID - kFirstAllottedID;
         if (index >= mAllotted.size() || mAllotted[index].device != inDevice) return false;
-        outItem = mAllotted[index];
+        outItem = mExchanged.OnDisk(mAllotted[index]);
         return true;
     }
-    const Key key = {inDevice, inID};
+    const NodeKey key = {inDevice, inID};
     const Index folder = FindKey(key);
     if (folder != kNone && mFolders[folder].ordinaryID == inID) {
         outItem = mFolders[folder].identity;
         return true;
     }
     if (!IsItsOwnID(inID)) return false;
+    if (mExchanged.FindItem(key, outItem) && KnownID(outItem) == inID) {
+        outItem = mExchanged.OnDisk(outItem);
+        return true;
+    }
     const Index hint = mHintIndex.Find(key.Hash(), [&](Index inIndex) {
         mMutex.AssertHeld();
         const os::ItemIdentity& item = mHints[inIndex].identity;
@@ -210,21 +211,31 @@ bool NodeTable::FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& ou
     return true;
 }
 
+void NodeTable::Exchange(const os::ItemIdentity& inOnDisk1, const os::ItemIdentity& inOnDisk2) {
+    const os::MutexLock lock(mMutex);
+    mExchanged.Exchange(inOnDisk1, inOnDisk2);
+}
+
+os::ItemIdentity NodeTable::OnDisk(const os::ItemIdentity& inItem) const {
+    const os::MutexLock lock(mMutex);
+    return mExchanged.OnDisk(inItem);
+}
+
 void NodeTable::Rename(const os::ItemIdentity& inFolder, std::string_view inName) {
     const os::MutexLock lock(mMutex);
     const Index index = FindFolder(inFolder);
     if (index != kNone) mFolders[index].name.assign(inName);
 }
 
-NodeFacts NodeTable::FactsIn(Index inFolder, NodeID inID) const {
+NodeFacts NodeTable::FactsIn(Index inFolder, NodeID inID, const os::ItemIdentity& inItem) const {
     const Folder& folder = mFolders[inFolder];
-    return {inID, folder.ID(), true, folder.identity};
+    return {inID, folder.ID(), true, folder.identity, inItem};
 }
 
 NodeFacts NodeTable::FactsOf(Index inFolder) const {
     const Folder& folder = mFolders[inFolder];
-    if (folder.parent == kNone) return {folder.ID(), kRootParentID, false, {}};
-    NodeFacts facts = FactsIn(folder.parent, folder.ID());
+    if (folder.parent == kNone) return {folder.ID(), kRootParentID, false, {}, folder.identity};
+    NodeFacts facts = FactsIn(folder.parent, folder.ID(), folder.identity);
     if (folder.isVolumeRoot != 0) facts.parentID = kRootParentID;
     return facts;
 }
@@ -257,13 +268,14 @@ bool NodeTable::GetFolder(const os::ItemIdentity& inFolder, NodeHint& outHint) c
 std::vector<NodeHint> NodeTable::GetHints(const os::ItemIdentity& inItem) const {
     const os::MutexLock lock(mMutex);
     std::vector<NodeHint> hints;
-    const NodeID id = KnownID(inItem);
+    const os::ItemIdentity item = mExchanged.InCatalogue(inItem);
+    const NodeID id = KnownID(item);
     if (id == 0) return hints;
     (void)mHintIndex.Find(KeyOf(inItem).Hash(), [&](Index inIndex) {
         mMutex.AssertHeld();
         const Hint& hint = mHints[inIndex];
         if (hint.identity.IsSameItem(inItem))
-            hints.push_back({FactsIn(hint.folder, id), hint.name, PathOf(hint.folder, hint.name)});
+            hints.push_back({FactsIn(hint.folder, id, item), hint.name, PathOf(hint.folder, hint.name)});
         return false;
     });
     return hints;

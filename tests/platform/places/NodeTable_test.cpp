@@ -436,4 +436,37 @@ TEST(NodeTable, ShortMemoryLeavesItConsistent) {
     EXPECT_GT(failureCount, 4);
 }
 
+// Each has the other's contents now, and is who it was: its id and what refers to it stay with its name.
+TEST(NodeTable, ExchangedFilesKeepTheirIds) {
+    NodeTable table;
+    table.Record({Root(), Folder(200, "music"), File(300, "a")});
+    table.Record({Root(), Folder(200, "music"), File(0x123456789AU, "b")});
+    const NodeID allotted = FactsOf(table, File(0x123456789AU, "")).nodeID;
+    table.Exchange(File(300, "").identity, File(0x123456789AU, "").identity);
+    EXPECT_EQ(300u, RecordChild(table, Folder(200, ""), File(0x123456789AU, "a")));
+    EXPECT_EQ(allotted, RecordChild(table, Folder(200, ""), File(300, "b")));
+    EXPECT_EQ(300u, FactsOf(table, File(0x123456789AU, "")).item.inode);
+    EXPECT_EQ(0x123456789AU, FactsOf(table, File(300, "")).item.inode);
+    EXPECT_EQ(0x123456789AU, table.OnDisk(File(300, "").identity).inode);
+    ItemIdentity found;
+    ASSERT_TRUE(table.FindID(kDisk, 300, found));
+    EXPECT_EQ(0x123456789AU, found.inode);
+    ASSERT_TRUE(table.FindID(kDisk, allotted, found));
+    EXPECT_EQ(300u, found.inode);
+}
+
+// The id is a name's still, so the next file that the inode is given to gets another.
+TEST(NodeTable, AnExchangedFilesIdPassesToNoOther) {
+    NodeTable table;
+    table.Record({Root(), File(300, "document")});
+    table.Record({Root(), File(400, "new")});
+    table.Exchange(File(300, "").identity, File(400, "").identity);
+    EXPECT_EQ(300u, RecordChild(table, Root(), File(400, "document")));
+    const PathStep later = {{kDisk, 300, 2}, false, "later", false};
+    EXPECT_EQ(kFirstAllottedID, RecordChild(table, Root(), later));
+    ItemIdentity found;
+    ASSERT_TRUE(table.FindID(kDisk, 300, found));
+    EXPECT_EQ(400u, found.inode);
+}
+
 }  // namespace

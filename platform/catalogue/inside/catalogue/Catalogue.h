@@ -48,7 +48,7 @@ std::string PathInFolder(const std::string& inFolderPath, std::string_view inNam
 // A reference tells who the item is; of what is no folder also the folder and, as a number, the name by which
 // it was found. So it holds whatever the table forgets, and of several names of an item it means the one.
 [[nodiscard]] FSRef MakeRef(const FoundItem& inItem);
-// False when the bytes are no reference.
+// Who it is in the catalogue. False when the bytes are no reference.
 bool ReadRef(const FSRef& inRef, os::ItemIdentity& outItem);
 // The item of a reference, wherever it is now: by the name that the reference means, else, while it has no
 // more than one, by that. fnfErr when it is gone, errFSBadFSRef when the bytes are no reference.

@@ -11,12 +11,17 @@
 // that of an item whose inode was another's before, as far as the table knows: of folders always, of others
 // while there is a hint.
 //
+// Items are those on disk, but where it is said that they are the catalogue's: the two differ once contents
+// were exchanged.
+//
 // Safe on any thread; makes no system call. Functions that record may throw std::bad_alloc and then leave the
 // table consistent, with some of the chain recorded.
 #pragma once
 
 #include "os/ItemStatus.h"
 #include "os/Mutex.h"
+#include "places/ExchangedItems.h"
+#include "places/NodeKey.h"
 #include "places/NumberIndex.h"
 
 #include <cstddef>
@@ -50,6 +55,7 @@ struct NodeFacts {
     NodeID parentID = 0;     // kRootParentID for a volume's root
     bool hasParent = false;  // false for the root of all paths
     os::ItemIdentity parent;
+    os::ItemIdentity item;  // who it is in the catalogue, which an exchange of contents does not change
 };
 
 // Where the table says that an item is.
@@ -78,6 +84,12 @@ class NodeTable {
     // node, or lies within the item by what is known of it: then the whole path tells.
     bool RecordChild(const os::ItemIdentity& inFolder, const PathStep& inChild, NodeFacts& outFacts);
 
+    // Two files that are on disk became each the other, whose contents it has now; in the catalogue each is
+    // who it was, with its id and the references to it.
+    void Exchange(const os::ItemIdentity& inOnDisk1, const os::ItemIdentity& inOnDisk2);
+    // What an item of the catalogue is on disk.
+    os::ItemIdentity OnDisk(const os::ItemIdentity& inItem) const;
+
     // A folder's new leaf name in the folder where it was.
     void Rename(const os::ItemIdentity& inFolder, std::string_view inName);
 
@@ -97,14 +109,6 @@ class NodeTable {
     using Index = NumberIndex::Number;
     static constexpr Index kNone = INT32_MAX;
 
-    struct Key {
-        std::uint64_t device;
-        std::uint64_t inode;
-        bool operator==(const Key&) const = default;
-        std::uint64_t Hash() const;
-    };
-    static Key KeyOf(const os::ItemIdentity& inItem) { return {inItem.device, inItem.inode}; }
-
     struct Folder {
         os::ItemIdentity identity;
         NodeID ordinaryID;  // 0 until it was met as anything but a volume's root
@@ -121,7 +125,7 @@ class NodeTable {
 
     mutable os::Mutex mMutex;
 
-    Index FindKey(const Key& inKey) const NEEDS_LOCK(mMutex);
+    Index FindKey(const NodeKey& inKey) const NEEDS_LOCK(mMutex);
     Index FindFolder(const os::ItemIdentity& inFolder) const NEEDS_LOCK(mMutex);
     Index FindHint(const PathStep& inStep, Index inFolder) const NEEDS_LOCK(mMutex);
     Index FindAllotted(const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
@@ -136,7 +140,7 @@ class NodeTable {
     NodeID ChooseID(const os::ItemIdentity& inItem) NEEDS_LOCK(mMutex);
     NodeID Allot(const os::ItemIdentity& inItem) NEEDS_LOCK(mMutex);
     NodeFacts FactsOf(Index inFolder) const NEEDS_LOCK(mMutex);
-    NodeFacts FactsIn(Index inFolder, NodeID inID) const NEEDS_LOCK(mMutex);
+    NodeFacts FactsIn(Index inFolder, NodeID inID, const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
     std::string PathOf(Index inFolder, std::string_view inName = {}) const NEEDS_LOCK(mMutex);
 
     std::deque<Folder> mFolders GUARDED_BY(mMutex);
@@ -146,6 +150,7 @@ class NodeTable {
     std::size_t mOldestHint GUARDED_BY(mMutex) = 0;             // once there are kMaxHints
     std::deque<os::ItemIdentity> mAllotted GUARDED_BY(mMutex);  // in the order of their ids
     NumberIndex mAllottedIndex GUARDED_BY(mMutex);
+    ExchangedItems mExchanged GUARDED_BY(mMutex);
 };
 
 }  // namespace toolbox::files
