@@ -35,35 +35,6 @@ OSStatus DiskNameOf(const NameText& inName, std::string& outName) {
     return DiskName(name, outName) && outName.size() <= kMaxNameBytes ? noErr : OSStatus{bdNamErr};
 }
 
-OSStatus OpenFolderOfRef(const FSRef& inRef, FoundItem& outFolder, Place& outPlace) {
-    const OSStatus status = FindByRef(inRef, outFolder);
-    if (status != noErr) return status == fnfErr ? OSStatus{dirNFErr} : status;
-    if (outFolder.status.kind != os::ItemKind::kFolder) return errFSNotAFolder;
-    return OpenFoundFolder(outFolder, outPlace);
-}
-
-// noErr for what may be deleted, moved and renamed. What something else than a folder is mounted upon the
-// system refuses by itself.
-OSStatus CheckMayGo(const Place& inPlace, const os::ItemStatus& inItem) {
-    if (inPlace.name.empty() || IsVolumeRoot(inPlace, inItem)) return paramErr;
-    return CheckUnlocked(inPlace, inItem);
-}
-
-}  // namespace
-
-OSStatus OpenItem(const FoundItem& inItem, Place& outPlace) {
-    if (IsDescriptorPath(inItem.path)) return fnfErr;  // it has no name
-    const OSStatus status = OpenPlace(inItem, outPlace);
-    return status == noErr ? CheckMayGo(outPlace, inItem.status) : status;
-}
-
-namespace {
-
-OSStatus OpenItemOfRef(const FSRef& inRef, FoundItem& outItem, Place& outPlace) {
-    const OSStatus status = FindByRef(inRef, outItem);
-    return status == noErr ? OpenItem(outItem, outPlace) : status;
-}
-
 struct NewInfo {
     FSCatalogInfoBitmap which;
     const FSCatalogInfo* info;
@@ -121,26 +92,6 @@ OSStatus Delete(const FSRef& inRef) {
     const OSStatus status = OpenItemOfRef(inRef, item, place);
     return status == noErr ? StatusOfChange(DeleteItem(place, item.status.kind), item) : status;
 }
-
-}  // namespace
-
-OSStatus MoveTo(FoundItem& ioItem, const Place& inPlace, const std::string& inFolderPath, Place& ioNewPlace,
-                FSRef* outRef) {
-    std::string path = PathInFolder(inFolderPath, ioNewPlace.name);
-    const int error = MoveItem(inPlace, ioItem.status, ioNewPlace, ioItem.facts);
-    // A file system may have no such name.
-    if (error == EINVAL) return inPlace.name == ioNewPlace.name ? badMovErr : bdNamErr;
-    if (error != 0) return StatusOfChange(error, ioItem);
-    ioItem.path = std::move(path);
-    if (ioItem.facts.nodeID == 0) {
-        const OSStatus status = FindItselfByPath(ioItem.path.c_str(), ioItem);
-        if (status != noErr) return status;
-    }
-    if (outRef != nullptr) *outRef = MakeRef(ioItem);
-    return noErr;
-}
-
-namespace {
 
 OSStatus Move(const FSRef& inRef, const FSRef& inFolder, FSRef* outRef) {
     FoundItem item;

@@ -1,19 +1,22 @@
-// Items that are deleted, moved and renamed, from finding them to telling where they are then.
+// Items whose names change: the places that they leave and the folders that they go to, and where they are
+// then.
 //
-// Functions may throw std::bad_alloc.
+// Safe on any thread. Functions may throw std::bad_alloc.
 #pragma once
 
 #include "catalogue/Catalogue.h"
-
-#include <toolbox/Files.h>
 
 #include <string>
 
 namespace toolbox::files {
 
-// Opens the place of an item that was just found and is to lose it. paramErr for a volume's root, fnfErr for
-// what has no name.
+// The place of an item that was just found and may be deleted, moved, renamed and exchanged. fnfErr for one
+// that has no name, paramErr for the root folder of a volume, fLckdErr for one that is locked.
 [[nodiscard]] OSStatus OpenItem(const FoundItem& inItem, Place& outPlace);
+[[nodiscard]] OSStatus OpenItemOfRef(const FSRef& inRef, FoundItem& outItem, Place& outPlace);
+
+// A folder as a place without a name. dirNFErr when it is gone, errFSNotAFolder when it is none.
+[[nodiscard]] OSStatus OpenFolderOfRef(const FSRef& inRef, FoundItem& outFolder, Place& outPlace);
 
 // The item, at its place, to a place with a name in a folder of that path.
 //   outRef  the item; may be null; untouched on failure

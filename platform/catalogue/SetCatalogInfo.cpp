@@ -1,4 +1,5 @@
 #include "CatalogDates.h"
+#include "HeldItem.h"
 #include "ItemCompanions.h"
 #include "catalogue/DescriptorPaths.h"
 #include "catalogue/FileAccess.h"
@@ -101,27 +102,6 @@ OSStatus FindChanges(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, const
         status = ChangeCompanion(inItem, inWhich, inInfo, outChanges);
     return status;
 }
-
-// The item held open, as a place only: it cannot become another, nor a link to somebody's.
-class HeldItem {
-  public:
-    [[nodiscard]] OSStatus Open(const FoundItem& inItem) {
-        const OSStatus status = OpenFound(inItem, O_PATH, mFile);
-        if (status == noErr) mPath = PathOfDescriptor(mFile.Number());
-        return status;
-    }
-    // By what the system shows of it: fchmod and futimens refuse what is only held as a place.
-    int SetMode(mode_t inMode) const {
-        return os::Calls().fchmodat(AT_FDCWD, mPath.c_str(), inMode, 0) == 0 ? 0 : errno;
-    }
-    int SetDates(const os::Moment* inAccess, const os::Moment* inContent) const {
-        return os::SetDatesAt(AT_FDCWD, mPath.c_str(), os::LastLink::kFollowed, inAccess, inContent);
-    }
-
-  private:
-    os::Descriptor mFile;
-    std::string mPath;
-};
 
 template <typename Value>
 const Value* PointerTo(const std::optional<Value>& inValue) {

@@ -50,6 +50,7 @@ constexpr Words kWords[] = {
     {fidExists, "the file has an id already"},
     {notAFileErr, "is a folder"},
     {diffVolErr, "the items are on different volumes"},
+    {sameFileErr, "it is one file, where two are needed"},
     {fileBoundsErr, "it is too long"},
     {errFSBadFSRef, "the reference to it makes no sense"},
     {errFSBadInfoBitmap, "there is no such information, or it cannot be set"},

@@ -1,4 +1,4 @@
-// Items of the catalogue made, deleted, moved and renamed.
+// Items of the catalogue made, deleted, moved, renamed and exchanged.
 //
 // What a file or folder has beside its data goes with it: its companion (docs/files.md) is moved, renamed and
 // deleted with it, in an order in which nothing is lost whatever stops it. Nothing is ever replaced: a name
@@ -57,7 +57,17 @@ TOOLBOX_MUST_USE OSErr FSMoveObject(const FSRef* inItem, const FSRef* inFolder, 
 TOOLBOX_MUST_USE OSErr FSRenameUnicode(const FSRef* inItem, UniCharCount inNameLength, const UniChar* inName,
                                        TextEncoding inEncodingHint, FSRef* outRef);
 
-// The same by volume, folder and name, as FSMakeFSSpec takes them: a new folder, whose id is outFolderID,
+// Two files exchange their contents, in one step: what one sees of either name is always one of the two.
+// Data, dates of change and access, owner, access lists and extended attributes go with the contents; names,
+// node ids, references, dates of creation and backup, Finder information, the lock and permissions stay where
+// they are, but that permissions may be fewer where the process ends half way. What has a file open goes on
+// with the contents. A reference that another thread uses at this very moment may find either. notAFileErr
+// for what is no file, sameFileErr for one file twice, diffVolErr for files of two volumes; paramErr where it
+// cannot be done in one step: on a file system that knows no such call, with a resource fork, which is
+// another file, and with a file of several names.
+TOOLBOX_MUST_USE OSErr FSExchangeObjects(const FSRef* inRef, const FSRef* inDestRef);
+
+// By volume, folder and name, as FSMakeFSSpec takes them: a new folder, whose id is outFolderID,
 // which may not be null; and the deletion of an item. The name is looked for as FSpMakeFSRef does it; where
 // none is given it is the folder itself.
 TOOLBOX_MUST_USE OSErr DirCreate(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName,

@@ -30,6 +30,7 @@ enum {
     fidNotFound = -1300,         // no file is known by the id
     fidExists = -1301,           // the file has an id already
     notAFileErr = -1302,         // a file was needed, and this is a folder
+    sameFileErr = -1306,         // it is one file, where two are needed
     fileBoundsErr = -1309,       // the file is longer than what can be dealt with
     diffVolErr = -1303,          // the items are on different volumes
     afpAccessDenied = -5000,     // the user may not do it

@@ -144,4 +144,38 @@ TEST_F(NameCrashes, MakingWhereAnOrphanLies) {
         [&here] { return MakeFile(here, u"a"); }, [this] { LookFor({mFolder / "a"}); });
 }
 
+// One of the two is always what either name tells, and nobody sees more of it than at the place where it is
+// to be.
+TEST_F(NameCrashes, Exchanging) {
+    const std::set<std::string> states = {"a=of a, b=of b, ", "a=of b, b=of a, "};
+    FSRef other = {};
+    const auto isOfOneSecond = [this] {
+        return support::FileWorld::StatusOf(mFolder / "a").stx_btime.tv_sec ==
+               support::FileWorld::StatusOf(mFolder / "b").stx_btime.tv_sec;
+    };
+    const auto modeOf = [this](const char* inName) {
+        return support::FileWorld::StatusOf(mFolder / inName).stx_mode & 07777;
+    };
+    ExpectOneOf(
+        states,
+        [&] {
+            // Else the dates of creation are kept in companions.
+            do {
+                support::FileWorld::RemoveAll(mFolder / "a");
+                support::FileWorld::RemoveAll(mFolder / "b");
+                mFolder.MakeFile("a", "of a");
+                mFolder.MakeFile("b", "of b");
+            } while (!isOfOneSecond());
+            support::FileWorld::SetMode(mFolder / "a", 0640);
+            support::FileWorld::SetMode(mFolder / "b", 0604);
+            mItem = RefOf(mFolder / "a");
+            other = RefOf(mFolder / "b");
+        },
+        [&] { return FSExchangeObjects(&mItem, &other); },
+        [&] {
+            EXPECT_EQ(0, modeOf("a") & ~0640);
+            EXPECT_EQ(0, modeOf("b") & ~0604);
+        });
+}
+
 }  // namespace

@@ -103,4 +103,34 @@ TEST_F(NameThreads, EachItemKeepsItsCompanion) {
     EXPECT_EQ(2U * kItems, nameCount) << Picture();
 }
 
+// Contents change places, and none is there twice or not at all; each reference means its name.
+TEST_F(NameThreads, ContentsAreExchanged) {
+    std::vector<FSRef> files;
+    std::vector<std::string> paths;
+    for (const std::string name : {"a", "b", "c"}) {
+        paths.push_back(mFolder.MakeFile(name, "of " + name));
+        files.push_back(RefOf(paths.back()));
+    }
+    const auto exchange = [&](std::size_t inThread) {
+        for (std::size_t round = 0; round < kRounds; ++round) {
+            const FSRef& file = files[(inThread + round) % files.size()];
+            const FSRef& other = files[(inThread + round + 1 + round % 2) % files.size()];
+            const OSErr error = FSExchangeObjects(&file, &other);
+            // The file's place may be looked for while it changes.
+            EXPECT_TRUE(error == noErr || error == fnfErr) << error;
+        }
+    };
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < kMovers; ++i)
+        threads.emplace_back(exchange, i);
+    for (std::thread& thread : threads)
+        thread.join();
+    std::set<std::string> contents;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        EXPECT_EQ(paths[i], PathOf(files[i]));
+        contents.insert(support::FileWorld::Contents(paths[i]));
+    }
+    EXPECT_EQ((std::set<std::string>{"of a", "of b", "of c"}), contents);
+}
+
 }  // namespace

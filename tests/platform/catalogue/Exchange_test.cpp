@@ -1,0 +1,297 @@
+#include "ItemChanges.h"
+#include "os/SystemCalls_test_access.h"
+#include "support/FailEach.h"
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
+#include "support/FileWorld.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <toolbox/CatalogItems.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace test_files;
+using support::FileWorld;
+
+constexpr FSCatalogInfoBitmap kStays = kFSCatInfoNodeID | kFSCatInfoParentDirID | kFSCatInfoTextEncoding |
+                                       kFSCatInfoNodeFlags | kFSCatInfoBackupDate | kFSCatInfoPermissions |
+                                       kFSCatInfoFinderInfo | kFSCatInfoFinderXInfo;
+
+class Exchange : public ItemChangesTest<support::FileWorldTest> {
+  protected:
+    Exchange() {
+        mFolder.MakeFile("a", "of a");
+        mFolder.MakeFolder("sub");
+        mFolder.MakeFile("sub/b", "contents of b");
+        FileWorld::SetMode(mFolder / "a", 0640);
+        FileWorld::SetMode(mFolder / "sub/b", 0604);
+        mA = RefOf(mFolder / "a");
+        mB = RefOf(mFolder / "sub/b");
+    }
+    ~Exchange() override { EXPECT_EQ(mDescriptors, OpenDescriptorCount()); }
+
+    static FSCatalogInfo Info(const FSRef& inRef, FSCatalogInfoBitmap inWhich) {
+        FSCatalogInfo info = {};
+        EXPECT_EQ(noErr, FSGetCatalogInfo(&inRef, inWhich, &info, nullptr, nullptr, nullptr));
+        return info;
+    }
+    // What does not go with the contents.
+    static std::string WhatStays(const FSRef& inRef) {
+        const FSCatalogInfo info = Info(inRef, kStays);
+        const UInt64 created = Info(inRef, kFSCatInfoCreateDate).createDate.lowSeconds;
+        return std::string(reinterpret_cast<const char*>(&info), sizeof info) + PathOf(inRef) +
+               std::to_string(created);
+    }
+    // Every item has its own, and none is its default.
+    static void Distinguish(const FSRef& inRef, UInt8 inMark) {
+        FSCatalogInfo info = {};
+        info.textEncodingHint = inMark;
+        info.createDate = {0, 3'000'000'000U + inMark, 0};
+        info.backupDate = {0, 3'100'000'000U + inMark, 0};
+        std::memset(info.finderInfo, inMark, sizeof info.finderInfo);
+        std::memset(info.extFinderInfo, inMark, sizeof info.extFinderInfo);
+        EXPECT_EQ(noErr,
+                  FSSetCatalogInfo(&inRef,
+                                   kFSCatInfoTextEncoding | kFSCatInfoCreateDate | kFSCatInfoBackupDate |
+                                       kFSCatInfoFinderInfo | kFSCatInfoFinderXInfo,
+                                   &info));
+    }
+    std::string ContentsOfBoth() const {
+        return FileWorld::Contents(mFolder / "a") + ", " + FileWorld::Contents(mFolder / "sub/b");
+    }
+
+    FSRef mA = {};
+    FSRef mB = {};
+
+  private:
+    std::size_t mDescriptors = OpenDescriptorCount();
+};
+INSTANTIATE_TEST_SUITE_P(Worlds, Exchange, support::BothWorlds(), support::NameOfWorld);
+
+TEST_P(Exchange, ContentsGoAndTheRestStays) {
+    Distinguish(mA, 1);
+    Distinguish(mB, 2);
+    FileWorld::SetTimes(mFolder / "a", {1'000'000'000, 0}, {1'100'000'000, 0});
+    FileWorld::SetTimes(mFolder / "sub/b", {1'200'000'000, 0}, {1'300'000'000, 0});
+    const std::string staysOfA = WhatStays(mA);
+    const std::string staysOfB = WhatStays(mB);
+    const UInt32 changedA = Info(mA, kFSCatInfoContentMod).contentModDate.lowSeconds;
+    const UInt32 changedB = Info(mB, kFSCatInfoContentMod).contentModDate.lowSeconds;
+    ASSERT_NE(changedA, changedB);
+    ASSERT_EQ(noErr, FSExchangeObjects(&mA, &mB));
+    EXPECT_EQ("contents of b, of a", ContentsOfBoth());
+    EXPECT_EQ(staysOfA, WhatStays(mA));
+    EXPECT_EQ(staysOfB, WhatStays(mB));
+    EXPECT_EQ(changedB, Info(mA, kFSCatInfoContentMod).contentModDate.lowSeconds);
+    EXPECT_EQ(changedA, Info(mB, kFSCatInfoContentMod).contentModDate.lowSeconds);
+    EXPECT_EQ(13u, Info(mA, kFSCatInfoDataSizes).dataLogicalSize);
+    ASSERT_EQ(noErr, FSExchangeObjects(&mA, &mB));
+    EXPECT_EQ("of a, contents of b", ContentsOfBoth());
+    EXPECT_EQ(staysOfA, WhatStays(mA));
+    EXPECT_EQ(staysOfB, WhatStays(mB));
+}
+
+// The companion tells then what the file system tells of another file by now.
+TEST_P(Exchange, CreationDatesOfTheFileSystem) {
+    static toolbox::os::SystemCalls sReal;
+    static std::uint64_t sOldInode;
+    sReal = toolbox::os::Calls();
+    sOldInode = FileWorld::StatusOf(mFolder.MakeFile("old", "of old")).stx_ino;
+    toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                              struct statx* outStatus) {
+        const int result = sReal.statx(inFolder, inPath, inFlags, inMask, outStatus);
+        if (result == 0 && outStatus->stx_ino == sOldInode) outStatus->stx_btime.tv_sec = 1'000'000'000;
+        return result;
+    };
+    const FSRef old = RefOf(mFolder / "old");
+    const UInt32 created = Info(mA, kFSCatInfoCreateDate).createDate.lowSeconds;
+    const UInt32 createdOld = Info(old, kFSCatInfoCreateDate).createDate.lowSeconds;
+    ASSERT_NE(created, createdOld);
+    EXPECT_EQ(noErr, FSExchangeObjects(&mA, &old));
+    EXPECT_EQ("of old", FileWorld::Contents(mFolder / "a"));
+    EXPECT_EQ(created, Info(mA, kFSCatInfoCreateDate).createDate.lowSeconds);
+    EXPECT_EQ(createdOld, Info(old, kFSCatInfoCreateDate).createDate.lowSeconds);
+    // A refused one leaves nothing behind.
+    const FSRef b = mB;
+    toolbox::os::CallsForTesting().renameat2 = [](int, const char*, int, const char*, unsigned) {
+        return errno = EIO, -1;
+    };
+    EXPECT_EQ(ioErr, FSExchangeObjects(&b, &mA));
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_FALSE(FileWorld::Exists(mFolder / "sub/._b"));
+}
+
+TEST_P(Exchange, ReferencesAndIdsStayWithTheNames) {
+    const FSRef c = RefOf(mFolder.MakeFile("sub/c", "of c"));
+    const UInt32 idOfA = Info(mA, kFSCatInfoNodeID).nodeID;
+    ASSERT_EQ(noErr, FSExchangeObjects(&mA, &mB));
+    ASSERT_EQ(noErr, FSExchangeObjects(&mB, &c));
+    ASSERT_EQ(noErr, FSExchangeObjects(&c, &mA));
+    EXPECT_EQ("of a", FileWorld::Contents(PathOf(mA))) << "all the way round";
+    EXPECT_EQ("of c", FileWorld::Contents(PathOf(mB)));
+    EXPECT_EQ("contents of b", FileWorld::Contents(PathOf(c)));
+    EXPECT_EQ(mFolder / "a", PathOf(mA));
+    EXPECT_EQ(mFolder / "sub/b", PathOf(mB));
+    EXPECT_EQ(mFolder / "sub/c", PathOf(c));
+    const FSRef anew = RefOf(mFolder / "sub/b");
+    EXPECT_EQ(noErr, FSCompareFSRefs(&anew, &mB));
+    EXPECT_EQ(errFSRefsDifferent, FSCompareFSRefs(&anew, &c));
+    EXPECT_EQ(idOfA, InfoOf(mFolder / "a", kFSCatInfoNodeID).nodeID);
+    FSRef moved = {};
+    ASSERT_EQ(noErr, Move(mA, RefOf(mFolder / "sub"), &moved));
+    EXPECT_EQ(mFolder / "sub/a", PathOf(mA)) << "it is followed as any other";
+    EXPECT_EQ(noErr, FSCompareFSRefs(&mA, &moved));
+    ASSERT_EQ(noErr, FSDeleteObject(&mB));
+    EXPECT_EQ("sub(a=of a, c=contents of b, ), ", Picture());
+}
+
+// A name of a specification that tells the id tells the one that has it in the catalogue.
+TEST_P(Exchange, NamesThatTellTheId) {
+    const std::string longName(40, 'n');
+    const FSRef named = RefOf(mFolder.MakeFile(longName, "of the long name"));
+    const FSSpec spec = SpecOf(mFolder / longName);
+    ASSERT_NE(std::string::npos, NameOf(spec).find('#'));
+    ASSERT_EQ(noErr, FSExchangeObjects(&named, &mA));
+    EXPECT_EQ(mFolder / longName, PathOfSpec(spec));
+    EXPECT_EQ(0, std::memcmp(&spec, std::vector<FSSpec>{SpecOf(mFolder / longName)}.data(), sizeof spec));
+}
+
+TEST_P(Exchange, WhatCannotBe) {
+    const FSRef folder = RefOf(mFolder / "sub");
+    FSRef link = {};
+    mFolder.MakeLink(mFolder / "a", "link");
+    const std::string linkPath = mFolder / "link";
+    ASSERT_EQ(noErr, FSPathMakeRefWithOptions(reinterpret_cast<const UInt8*>(linkPath.c_str()),
+                                              kFSPathMakeRefDoNotFollowLeafSymlink, &link, nullptr));
+    const FSRef pipe = RefOf(mFolder.MakePipe("pipe"));
+    const FSRef gone = RefOf(mFolder.MakeFile("gone"));
+    FileWorld::Remove(mFolder / "gone");
+    const FSRef none = {};
+    for (const FSRef& other : {folder, link, pipe}) {
+        EXPECT_EQ(notAFileErr, FSExchangeObjects(&mA, &other));
+        EXPECT_EQ(notAFileErr, FSExchangeObjects(&other, &mA));
+    }
+    const FSRef sameOne = RefOf(mFolder / "a");
+    EXPECT_EQ(sameFileErr, FSExchangeObjects(&mA, &sameOne));
+    EXPECT_EQ(fnfErr, FSExchangeObjects(&mA, &gone));
+    EXPECT_EQ(fnfErr, FSExchangeObjects(&gone, &mA));
+    EXPECT_EQ(errFSBadFSRef, FSExchangeObjects(&mA, &none));
+    EXPECT_EQ(errFSBadFSRef, FSExchangeObjects(&none, &mA));
+    EXPECT_EQ(paramErr, FSExchangeObjects(&mA, nullptr));
+    EXPECT_EQ(paramErr, FSExchangeObjects(nullptr, &mA));
+    EXPECT_EQ("of a, contents of b", ContentsOfBoth());
+}
+
+// One name of several would take contents from the others; and of two forks only one is the file.
+TEST_P(Exchange, WhatIsMoreThanOneFile) {
+    const FSRef forked = RefOf(MakeWithCompanion("", "forked"));
+    mFolder.MakeFile("several", "of several");
+    ASSERT_EQ(0, FileWorld::MakeHardLink(mFolder / "several", mFolder / "name"));
+    const FSRef several = RefOf(mFolder / "several");
+    for (const FSRef& other : {forked, several}) {
+        EXPECT_EQ(paramErr, FSExchangeObjects(&mA, &other));
+        EXPECT_EQ(paramErr, FSExchangeObjects(&other, &mA));
+    }
+    EXPECT_EQ(
+        "._forked=#fork of forked, a=of a, forked=of forked, name=2:of several, several=2:of several, "
+        "sub(b=contents of b, ), ",
+        Picture());
+}
+
+TEST_P(Exchange, LockedFiles) {
+    FSCatalogInfo info = {};
+    info.nodeFlags = kFSNodeLockedMask;
+    ASSERT_EQ(noErr, FSSetCatalogInfo(&mA, kFSCatInfoNodeFlags, &info));
+    EXPECT_EQ(fLckdErr, FSExchangeObjects(&mA, &mB));
+    EXPECT_EQ(fLckdErr, FSExchangeObjects(&mB, &mA));
+    EXPECT_EQ("of a, contents of b", ContentsOfBoth());
+}
+
+TEST_P(Exchange, FilesOfTwoVolumes) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "this machine lets nobody mount";
+    const std::string point = mFolder.MakeFolder("point");
+    ASSERT_EQ(0, mFolder.MountVolume(point));
+    const FSRef other = RefOf(mFolder.MakeFile("point/other", "of other"));
+    EXPECT_EQ(diffVolErr, FSExchangeObjects(&mA, &other));
+    EXPECT_EQ(diffVolErr, FSExchangeObjects(&other, &mA));
+}
+
+TEST_P(Exchange, WhereTheFileSystemCannot) {
+    const std::string before = WhatStays(mA) + WhatStays(mB);
+    static toolbox::os::SystemCalls sReal;
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().renameat2 = [](int, const char*, int, const char*, unsigned) {
+        return errno = EINVAL, -1;
+    };
+    EXPECT_EQ(paramErr, FSExchangeObjects(&mA, &mB));
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ("of a, contents of b", ContentsOfBoth());
+    EXPECT_EQ(before, WhatStays(mA) + WhatStays(mB));
+}
+
+// What came to the name meanwhile is another program's, and stays.
+TEST_P(Exchange, WhatTookTheNameMeanwhileStays) {
+    static toolbox::os::SystemCalls sReal;
+    static const FileWorld* sFolder;
+    sReal = toolbox::os::Calls();
+    sFolder = &mFolder;
+    mFolder.MakeFile("another", "another's");
+    toolbox::os::CallsForTesting().renameat2 = [](int inFolder, const char* inName, int inNewFolder,
+                                                  const char* inNewName, unsigned inFlags) {
+        if (FileWorld::Exists(*sFolder / "another")) {
+            EXPECT_EQ(0, sReal.renameat2(AT_FDCWD, (*sFolder / "another").c_str(), AT_FDCWD,
+                                         (*sFolder / "sub/b").c_str(), 0));
+        }
+        return sReal.renameat2(inFolder, inName, inNewFolder, inNewName, inFlags);
+    };
+    EXPECT_EQ(fnfErr, FSExchangeObjects(&mA, &mB));
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ("of a, another's", ContentsOfBoth());
+    EXPECT_EQ(S_IFREG | 0640, FileWorld::StatusOf(mFolder / "a").stx_mode);
+}
+
+TEST_P(Exchange, EachCallFailing) {
+    Distinguish(mA, 1);
+    const std::string stays = WhatStays(mA) + WhatStays(mB);
+    std::string contents = ContentsOfBoth();
+    const int steps = support::FailEach<FailingCalls>(
+        [&](const auto& inUnderFault) {
+            OSErr error = noErr;
+            const bool isFailing = inUnderFault([&] { error = FSExchangeObjects(&mA, &mB); });
+            const std::string now = ContentsOfBoth();
+            EXPECT_TRUE(isFailing || error == noErr);
+            if (error == noErr)
+                EXPECT_NE(contents, now);
+            else
+                EXPECT_EQ(contents, now) << error;
+            contents = now;
+            EXPECT_EQ(stays, WhatStays(mA) + WhatStays(mB)) << error;
+        },
+        EIO, FailingCalls::kOnce);
+    EXPECT_GT(steps, 10);
+}
+
+TEST_P(Exchange, EachAllocationFailing) {
+    const std::string stays = WhatStays(mA) + WhatStays(mB);
+    std::string contents = ContentsOfBoth();
+    const int steps = support::FailEach<FailingNew>([&](const auto& inUnderFault) {
+        OSErr error = noErr;
+        inUnderFault([&] { error = FSExchangeObjects(&mA, &mB); });
+        EXPECT_TRUE(error == noErr || error == memFullErr) << error;
+        const std::string now = ContentsOfBoth();
+        EXPECT_EQ(error == noErr, contents != now);
+        contents = now;
+        EXPECT_EQ(stays, WhatStays(mA) + WhatStays(mB)) << error;
+    });
+    EXPECT_GT(steps, 5);
+}
+
+}  // namespace
