@@ -14,8 +14,20 @@ struct Companion {
     std::vector<AppleDoubleEntry> entries;
 };
 
-// 0 or an errno; ENOENT when nothing has the name or can have it, EISDIR when what has it is no file, EBADMSG
-// or ENODATA when it is no AppleDouble file.
+// All answer 0 or an errno; ENOENT when nothing has the name or can have it, EISDIR when what has it is no
+// file, EBADMSG or ENODATA when it is no AppleDouble file.
+//   inAccess  O_RDONLY or O_RDWR
+[[nodiscard]] int OpenNamedFile(int inFolder, const std::string& inName, int inAccess,
+                                os::Descriptor& outFile);
+// Of an open file, also while another program makes it longer or shorter.
+[[nodiscard]] int AdoptCompanion(os::Descriptor inFile, Companion& outCompanion);
+// Of one whose file was just looked at.
+[[nodiscard]] int ReadEntries(Companion& ioCompanion);
 [[nodiscard]] int OpenNamed(int inFolder, const std::string& inName, Companion& outCompanion);
+
+// Locks an open companion until it is closed. EBUSY when another holds the lock for longer than so many
+// milliseconds, ENOTSUP where files cannot be locked: nobody holds any then.
+constexpr int kMaxWriterMillis = 2000;  // for who is to write what another is writing
+[[nodiscard]] int LockFile(int inDescriptor, int inMillis);
 
 }  // namespace toolbox::files

@@ -2,9 +2,9 @@
 
 #include "CompanionFile.h"
 #include "CompanionParts.h"
+#include "CompanionWriter.h"
 #include "companions/Companions.h"
 #include "os/BigEndian.h"
-#include "os/Replace.h"
 
 #include <algorithm>
 #include <vector>
@@ -57,7 +57,7 @@ bool IsInfo(UInt32 inID) {
            inID == AppleDoubleEntry::kMacFileInfo || inID == AppleDoubleEntry::kEncodingHint;
 }
 
-int ReadEntries(const Companion& inCompanion, CompanionInfo& outInfo, CompanionSizes& outSizes) {
+int ReadInfoOf(const Companion& inCompanion, CompanionInfo& outInfo, CompanionSizes& outSizes) {
     outSizes.allocatedBytes = inCompanion.file.AllocatedBytes();
     for (const AppleDoubleEntry& entry : inCompanion.entries) {
         if (entry.id == AppleDoubleEntry::kResourceFork) outSizes.forkBytes = entry.lengthBytes;
@@ -69,10 +69,6 @@ int ReadEntries(const Companion& inCompanion, CompanionInfo& outInfo, CompanionS
         Take(entry.id, bytes, byteCount, outInfo);
     }
     return 0;
-}
-
-bool AreZero(const std::vector<UInt8>& inBytes) {
-    return std::all_of(inBytes.begin(), inBytes.end(), [](UInt8 inByte) { return inByte == 0; });
 }
 
 // The bytes of the part of that id, as many as it must have, of which new ones are like inNewBytes.
@@ -118,13 +114,6 @@ void Put(const CompanionInfo& inInfo, Parts& ioParts) {
     });
 }
 
-// Whether an item without this part is the same.
-bool IsDefault(const AppleDoublePart& inPart) {
-    if (inPart.id == AppleDoubleEntry::kResourceFork) return inPart.bytes.empty();
-    return inPart.id == AppleDoubleEntry::kFinderInfo && inPart.bytes.size() == kFinderInfoBytes &&
-           AreZero(inPart.bytes);
-}
-
 }  // namespace
 
 int ReadInfo(int inFolder, const std::string& inCompanionName, CompanionInfo& outInfo,
@@ -133,7 +122,7 @@ int ReadInfo(int inFolder, const std::string& inCompanionName, CompanionInfo& ou
     outSizes = {};
     Companion companion;
     int error = OpenNamed(inFolder, inCompanionName, companion);
-    if (error == 0) error = ReadEntries(companion, outInfo, outSizes);
+    if (error == 0) error = ReadInfoOf(companion, outInfo, outSizes);
     const bool isNone = error == ENOENT || error == EISDIR || error == EBADMSG || error == ENODATA;
     if (error != 0) {
         outInfo = {};
@@ -143,13 +132,14 @@ int ReadInfo(int inFolder, const std::string& inCompanionName, CompanionInfo& ou
 }
 
 int WriteInfo(const Place& inItem, const CompanionInfo& inInfo) {
-    Parts parts;
-    bool exists = false;
-    const int error = ReadParts(inItem, 0, parts, exists);
-    if (error != 0) return error;
-    Put(inInfo, parts);
-    if (!std::all_of(parts.begin(), parts.end(), IsDefault)) return WriteParts(inItem, parts);
-    return exists ? os::RemoveFile(inItem.folder.Number(), CompanionName(inItem.name)) : 0;
+    return ChangeCompanion({inItem}, O_RDONLY, [&inInfo](CompanionWriter& ioWriter) {
+        Parts parts;
+        const int error = ioWriter.ReadParts(0, parts);
+        if (error != 0) return error;
+        Put(inInfo, parts);
+        if (!AreDefault(parts)) return ioWriter.Replace(parts);
+        return ioWriter.Exists() ? ioWriter.Remove() : 0;
+    });
 }
 
 int IsLocked(const Place& inItem, const os::ItemStatus& inStatus, bool& outIsLocked) {

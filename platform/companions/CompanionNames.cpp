@@ -6,7 +6,6 @@
 #include "os/Replace.h"
 #include "os/SystemCalls.h"
 
-#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -19,6 +18,8 @@ namespace {
 constexpr mode_t kMark = S_ISVTX;
 constexpr mode_t kPermissions = 07777;
 constexpr std::size_t kMaxNameBytes = 255;
+// For another who writes it: he needs a few milliseconds.
+constexpr int kMaxWaitMillis = 50;
 // How many visible names are tried until one is free.
 constexpr int kNames = 100;
 
@@ -49,8 +50,9 @@ int OpenLocked(int inFolder, const std::string& inName, LockedFile& outFile) {
     int error = OpenNamed(inFolder, inName, companion);
     if (error != 0) return error;
     const int descriptor = companion.file.DescriptorNumber();
-    outFile.isLocked = os::Calls().flock(descriptor, LOCK_EX | LOCK_NB) == 0;
-    if (!outFile.isLocked && errno == EWOULDBLOCK) return EBUSY;
+    const int lockError = LockFile(descriptor, kMaxWaitMillis);
+    if (lockError == EBUSY) return EBUSY;
+    outFile.isLocked = lockError == 0;
     error = os::GetDescriptorStatus(descriptor, outFile.status);
     if (error != 0) return error;
     os::ItemStatus named;

@@ -1,10 +1,6 @@
 #include "CompanionParts.h"
 
-#include "CompanionFile.h"
-#include "companions/Companions.h"
-#include "os/Replace.h"
-
-#include <cerrno>
+#include <algorithm>
 #include <utility>
 
 namespace toolbox::files {
@@ -15,30 +11,33 @@ bool HasItsPlace(const AppleDoubleEntry& inEntry) {
     return inEntry.id == AppleDoubleEntry::kFinderInfo && inEntry.lengthBytes > kFinderInfoBytes;
 }
 
+bool IsDefault(const AppleDoublePart& inPart) {
+    if (inPart.id == AppleDoubleEntry::kResourceFork) return inPart.bytes.empty();
+    return inPart.id == AppleDoubleEntry::kFinderInfo && inPart.bytes.size() == kFinderInfoBytes &&
+           AreZero(inPart.bytes);
+}
+
 }  // namespace
 
-int ReadParts(const Place& inItem, UInt32 inOtherThan, std::vector<AppleDoublePart>& outParts,
-              bool& outExists) {
+int ReadParts(const Companion& inCompanion, UInt32 inOtherThan, std::vector<AppleDoublePart>& outParts) {
     outParts.clear();
-    Companion companion;
-    const int openError = OpenNamed(inItem.folder.Number(), CompanionName(inItem.name), companion);
-    outExists = openError == 0;
-    if (openError != 0) return openError == ENOENT ? 0 : openError;
-    for (const AppleDoubleEntry& entry : companion.entries) {
+    for (const AppleDoubleEntry& entry : inCompanion.entries) {
         if (entry.id == inOtherThan) continue;
         AppleDoublePart part = {entry.id, std::vector<UInt8>(entry.lengthBytes),
                                 HasItsPlace(entry) ? entry.offsetBytes : 0};
-        const int error = companion.file.Read(entry.offsetBytes, part.bytes.data(), part.bytes.size());
+        const int error = inCompanion.file.Read(entry.offsetBytes, part.bytes.data(), part.bytes.size());
         if (error != 0) return error;
         outParts.push_back(std::move(part));
     }
     return 0;
 }
 
-int WriteParts(const Place& inItem, const std::vector<AppleDoublePart>& inParts) {
-    std::vector<UInt8> file;
-    if (!EncodeAppleDouble(inParts, file)) return ENOSPC;
-    return os::ReplaceFile(inItem.folder.Number(), CompanionName(inItem.name), file);
+bool AreZero(const std::vector<UInt8>& inBytes) {
+    return std::all_of(inBytes.begin(), inBytes.end(), [](UInt8 inByte) { return inByte == 0; });
+}
+
+bool AreDefault(const std::vector<AppleDoublePart>& inParts) {
+    return std::all_of(inParts.begin(), inParts.end(), IsDefault);
 }
 
 }  // namespace toolbox::files

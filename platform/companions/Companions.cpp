@@ -2,6 +2,7 @@
 
 #include "CompanionFile.h"
 #include "CompanionParts.h"
+#include "CompanionWriter.h"
 
 #include <algorithm>
 #include <string_view>
@@ -12,6 +13,8 @@ namespace toolbox::files {
 namespace {
 
 constexpr std::string_view kPrefix = kCompanionPrefix;
+// How often entries are read again because the file changes meanwhile.
+constexpr int kRounds = 5;
 
 int OpenCompanion(const Place& inItem, Companion& outCompanion) {
     return OpenNamed(inItem.folder.Number(), CompanionName(inItem.name), outCompanion);
@@ -43,14 +46,36 @@ bool IsAppleDouble(const Place& inPlace) {
 
 }  // namespace
 
+int OpenNamedFile(int inFolder, const std::string& inName, int inAccess, os::Descriptor& outFile) {
+    const int error = os::OpenFile(inFolder, inName.c_str(), inAccess | os::kItemItself, outFile);
+    if (error == ENAMETOOLONG) return ENOENT;
+    return error == ELOOP || error == ENXIO ? EISDIR : error;
+}
+
+int AdoptCompanion(os::Descriptor inFile, Companion& outCompanion) {
+    const int error = outCompanion.file.Adopt(std::move(inFile));
+    if (error == EINVAL) return EISDIR;
+    return error != 0 ? error : ReadEntries(outCompanion);
+}
+
+int ReadEntries(Companion& ioCompanion) {
+    for (int round = 0;; ++round) {
+        const UInt64 sizeBytes = ioCompanion.file.SizeBytes();
+        int error = ReadAppleDouble(ioCompanion.file, ioCompanion.entries);
+        const bool isNone = error == EBADMSG || error == ENODATA;
+        if (!isNone || round == kRounds) return error;
+        // Entries that are not in the file may be those of one that was another length by then.
+        const int noneError = error;
+        error = ioCompanion.file.Refresh();
+        if (error != 0) return error;
+        if (ioCompanion.file.SizeBytes() == sizeBytes) return noneError;
+    }
+}
+
 int OpenNamed(int inFolder, const std::string& inName, Companion& outCompanion) {
     os::Descriptor file;
-    int error = os::OpenFile(inFolder, inName.c_str(), O_RDONLY | os::kItemItself, file);
-    if (error == ENAMETOOLONG) return ENOENT;
-    if (error == ELOOP) return EISDIR;
-    if (error == 0) error = outCompanion.file.Adopt(std::move(file));
-    if (error == EINVAL) return EISDIR;
-    return error != 0 ? error : ReadAppleDouble(outCompanion.file, outCompanion.entries);
+    const int error = OpenNamedFile(inFolder, inName, O_RDONLY, file);
+    return error != 0 ? error : AdoptCompanion(std::move(file), outCompanion);
 }
 
 std::string CompanionName(const std::string& inItemName) {
@@ -70,15 +95,16 @@ int OpenEntry(const Place& inItem, UInt32 inID, os::FileRange& outEntry) {
 }
 
 int ReplaceEntry(const Place& inItem, UInt32 inID, const std::vector<UInt8>& inBytes) {
-    std::vector<AppleDoublePart> parts;
-    bool exists = false;
-    const int error = ReadParts(inItem, inID, parts, exists);
-    if (error != 0) return error;
-    // As others write it: there are readers that look for it in the first place.
-    if (!exists && inID != AppleDoubleEntry::kFinderInfo)
-        parts.push_back({AppleDoubleEntry::kFinderInfo, std::vector<UInt8>(kFinderInfoBytes)});
-    parts.push_back({inID, inBytes});
-    return WriteParts(inItem, parts);
+    return ChangeCompanion({inItem}, O_RDONLY, [&](CompanionWriter& ioWriter) {
+        std::vector<AppleDoublePart> parts;
+        const int error = ioWriter.ReadParts(inID, parts);
+        if (error != 0) return error;
+        // As others write it: there are readers that look for it in the first place.
+        if (!ioWriter.Exists() && inID != AppleDoubleEntry::kFinderInfo)
+            parts.push_back({AppleDoubleEntry::kFinderInfo, std::vector<UInt8>(kFinderInfoBytes)});
+        parts.push_back({inID, inBytes});
+        return ioWriter.Replace(parts);
+    });
 }
 
 bool IsCompanion(const Place& inPlace) {

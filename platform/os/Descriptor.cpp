@@ -67,12 +67,32 @@ int ReadFromStart(int inDescriptor, std::size_t inMaxBytes, std::string& outCont
 
 int WriteAt(int inDescriptor, std::span<const UInt8> inBytes, UInt64 inOffsetBytes) {
     std::size_t count = 0;
+    return WriteAt(inDescriptor, inBytes, inOffsetBytes, count);
+}
+
+int WriteAt(int inDescriptor, std::span<const UInt8> inBytes, UInt64 inOffsetBytes, std::size_t& outCount) {
     const auto write = [&](std::size_t inDone, std::size_t inCount) {
         return Calls().pwrite(inDescriptor, inBytes.data() + inDone, inCount,
                               static_cast<off_t>(inOffsetBytes + inDone));
     };
-    const int error = MoveAll(write, inBytes.size(), count);
-    return error == 0 && count < inBytes.size() ? EIO : error;
+    const int error = MoveAll(write, inBytes.size(), outCount);
+    return error == 0 && outCount < inBytes.size() ? EIO : error;
+}
+
+int Sync(int inDescriptor) {
+    int result = 0;
+    do
+        result = Calls().fsync(inDescriptor);
+    while (result != 0 && errno == EINTR);
+    return result == 0 ? 0 : errno;
+}
+
+int SetLength(int inDescriptor, UInt64 inByteCount) {
+    int result = 0;
+    do
+        result = Calls().ftruncate(inDescriptor, static_cast<off_t>(inByteCount));
+    while (result != 0 && errno == EINTR);
+    return result == 0 ? 0 : errno;
 }
 
 int ReadSome(int inDescriptor, void* outBytes, std::size_t inByteCount, std::size_t& outCount) {

@@ -9,11 +9,18 @@ namespace toolbox::os {
 
 int FileRange::Adopt(Descriptor inFile) {
     *this = FileRange();
+    mFile = std::move(inFile);
+    const int error = Refresh();
+    if (error != 0) *this = FileRange();
+    return error;
+}
+
+int FileRange::Refresh() {
     ItemStatus status;
-    const int error = GetDescriptorStatus(inFile.Number(), status);
+    const int error = GetDescriptorStatus(mFile.Number(), status);
     if (error != 0) return error;
     if (status.kind != ItemKind::kFile) return EINVAL;
-    mFile = std::move(inFile);
+    mOffsetBytes = 0;
     mSizeBytes = static_cast<UInt64>(status.sizeBytes);
     mAllocatedBytes = status.allocatedBytes;
     mChangeNanos = status.changeNanos;

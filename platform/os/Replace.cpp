@@ -28,27 +28,13 @@ constexpr std::size_t kBlockBytes = 16384;
 
 std::atomic<unsigned> sNextNumber = 0;
 
-// Calls that a signal may cut short are made again. All answer 0 or an errno.
-template <typename Call>
-int Uninterrupted(Call inCall) {
+// All answer 0 or an errno.
+int TakeRoom(int inDescriptor, UInt64 inByteCount) {
     int error = 0;
     do
-        error = inCall();
+        error = Calls().posix_fallocate(inDescriptor, 0, static_cast<off_t>(inByteCount));
     while (error == EINTR);
     return error;
-}
-
-int Sync(int inDescriptor) {
-    return Uninterrupted([=] { return Calls().fsync(inDescriptor) == 0 ? 0 : errno; });
-}
-
-int SetLength(int inDescriptor, off_t inByteCount) {
-    return Uninterrupted([=] { return Calls().ftruncate(inDescriptor, inByteCount) == 0 ? 0 : errno; });
-}
-
-int TakeRoom(int inDescriptor, UInt64 inByteCount) {
-    return Uninterrupted(
-        [=] { return Calls().posix_fallocate(inDescriptor, 0, static_cast<off_t>(inByteCount)); });
 }
 
 // Begins with a dot, so that most listings leave it out when a failing machine left it behind.
@@ -93,8 +79,20 @@ int WriteInPlace(int inDescriptor, const std::vector<UInt8>& inBytes, std::size_
     int error = WriteAt(inDescriptor, std::span(inBytes).subspan(headBytes), headBytes);
     if (error == 0 && headBytes > 0) error = Sync(inDescriptor);
     if (error == 0) error = WriteAt(inDescriptor, std::span(inBytes).first(headBytes));
-    if (error == 0) error = SetLength(inDescriptor, static_cast<off_t>(inBytes.size()));
+    if (error == 0) error = SetLength(inDescriptor, inBytes.size());
     return error == 0 ? Sync(inDescriptor) : error;
+}
+
+// The owner and, of the permissions, those to read and write, of the item of that name; a link, which all may
+// read, tells no permissions. 0 or an errno.
+int TakeAccessOfItem(int inFolder, const std::string& inName, int inDescriptor) {
+    struct statx item = {};
+    if (Calls().statx(inFolder, inName.c_str(), AT_SYMLINK_NOFOLLOW,
+                      STATX_TYPE | STATX_MODE | STATX_UID | STATX_GID, &item) != 0)
+        return errno;
+    if (Calls().fchown(inDescriptor, item.stx_uid, item.stx_gid) != 0 && errno != EPERM) return errno;
+    if (S_ISLNK(item.stx_mode)) return 0;
+    return Calls().fchmod(inDescriptor, item.stx_mode & kNewFileMode) == 0 ? 0 : errno;
 }
 
 int CopyBytes(int inFrom, int inTo) {
@@ -120,6 +118,18 @@ int FinishNew(Descriptor& ioFile, int inError) {
 void SyncFolder(int inFolder) {
     Descriptor folder;
     if (OpenFile(inFolder, ".", O_RDONLY | O_DIRECTORY, folder) == 0) (void)Sync(folder.Number());
+}
+
+// Gives a new file, the outcome of whose writing is told, the name that it is to have, which nothing has. 0
+// or an errno; it is gone then.
+int GiveNewName(int inFolder, const std::string& inNewName, const std::string& inName, int inError) {
+    int error = inError;
+    if (error == 0) error = RenameToNew(inFolder, inNewName.c_str(), inFolder, inName.c_str());
+    if (error == 0)
+        SyncFolder(inFolder);
+    else
+        (void)Calls().unlinkat(inFolder, inNewName.c_str(), 0);
+    return error;
 }
 
 }  // namespace
@@ -149,6 +159,17 @@ int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8
     return error;
 }
 
+int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,
+             const std::string& inItemName) {
+    std::string newName;
+    Descriptor file;
+    int error = MakeTemporaryFile(inFolder, kNewFileMode, newName, file);
+    if (error != 0) return error;
+    error = TakeAccessOfItem(inFolder, inItemName, file.Number());
+    if (error == 0) error = FinishNew(file, WriteAt(file.Number(), inBytes));
+    return GiveNewName(inFolder, newName, inName, error);
+}
+
 int CopyToNew(int inDescriptor, int inFolder, const std::string& inName) {
     std::string newName;
     Descriptor file;
@@ -156,12 +177,7 @@ int CopyToNew(int inDescriptor, int inFolder, const std::string& inName) {
     if (error != 0) return error;
     error = KeepAccess(inDescriptor, {}, file.Number());
     if (error == 0) error = FinishNew(file, CopyBytes(inDescriptor, file.Number()));
-    if (error == 0) error = RenameToNew(inFolder, newName.c_str(), inFolder, inName.c_str());
-    if (error == 0)
-        SyncFolder(inFolder);
-    else
-        (void)Calls().unlinkat(inFolder, newName.c_str(), 0);
-    return error;
+    return GiveNewName(inFolder, newName, inName, error);
 }
 
 int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes) {
@@ -199,7 +215,7 @@ int OverwriteFile(int inDescriptor, const std::vector<UInt8>& inBytes, const Mov
         error = WriteMoved(inDescriptor, inBytes, inHead, static_cast<UInt32>(distance));
     if (error != 0) {
         // That the room cannot be given back harms less than a wrong status.
-        (void)SetLength(inDescriptor, old.sizeBytes);
+        (void)SetLength(inDescriptor, oldSize);
         return error;
     }
     error = WriteInPlace(inDescriptor, inBytes, inHead.byteCount);

@@ -32,6 +32,11 @@ int ControlByNumber(int inDescriptor, unsigned long inRequest, int inNumber) {
     return ::ioctl(inDescriptor, inRequest, inNumber);
 }
 
+// Of what it can do, the locks of ranges alone.
+int LockRange(int inDescriptor, int inCommand, struct flock* ioLock) {
+    return ::fcntl(inDescriptor, inCommand, ioLock);
+}
+
 }  // namespace
 
 #define TOOLBOX_FUNCTION(NAME, TYPE, FAILURE, FUNCTION) FUNCTION,

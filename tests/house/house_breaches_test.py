@@ -254,8 +254,6 @@ STATUSES = [
     ("a status that comments name, and nobody answers",
      {ERRORS: lambda text: text.replace("enum {", "enum {\n    plantErr = -999,", 1),
       "strings/CStrings.cpp": lambda text: text + "// Answers plantErr.\n"}, "nobody answers plantErr"),
-    ("a status that is reserved and answered", {"strings/PlugParams.cpp": lambda text: text + "int gPlanted = wrPermErr;\n"},
-     "wrPermErr is answered by now"),
     changed(WORDS, "    {ioErr, ", "    {noErr, ", "no words for ioErr"),
     changed(WORDS, "    {bdNamErr, ", "    {eofErr, ", "eofErr has words twice"),
     changed(CODES, "NO_FILE = -43;", "NO_FILE = -48;", "NO_FILE is -48, and fnfErr is -43"),

@@ -301,6 +301,56 @@ TEST_P(FileWorlds, Locks) {
     EXPECT_EQ(0, Calls().close(other));
 }
 
+TEST_P(FileWorlds, LocksOfRanges) {
+    mFolder.MakeFile("a");
+    const int one = Open("a", O_RDWR);
+    const int other = Open("a", O_RDWR);
+    const int toRead = Open("a", O_RDONLY);
+    const auto lock = [](int inFile, short inType, off_t inStart, off_t inCount,
+                         int inCommand = F_OFD_SETLK) {
+        struct flock range = {};
+        range.l_type = inType;
+        range.l_whence = SEEK_SET;
+        range.l_start = inStart;
+        range.l_len = inCount;
+        return ErrorOf(Calls().fcntl(inFile, inCommand, &range));
+    };
+    EXPECT_EQ(0, lock(one, F_WRLCK, 10, 5));
+    EXPECT_EQ(EAGAIN, lock(other, F_RDLCK, 14, 1));
+    EXPECT_EQ(EAGAIN, lock(other, F_WRLCK, 0, 0)) << "to the end";
+    EXPECT_EQ(0, lock(other, F_WRLCK, 0, 10));
+    EXPECT_EQ(0, lock(other, F_WRLCK, 15, 1));
+    EXPECT_EQ(0, Calls().flock(other, LOCK_EX | LOCK_NB)) << "is another lock";
+    EXPECT_EQ(0, lock(one, F_RDLCK, 10, 5));
+    EXPECT_EQ(0, lock(toRead, F_RDLCK, 10, 5));
+    EXPECT_EQ(EAGAIN, lock(other, F_WRLCK, 10, 5));
+    EXPECT_EQ(0, lock(one, F_UNLCK, 10, 5));
+    EXPECT_EQ(0, Calls().close(toRead));
+    EXPECT_EQ(0, lock(other, F_WRLCK, 10, 5));
+    EXPECT_EQ(EINVAL, lock(one, F_RDLCK, -1, 5));
+    EXPECT_EQ(0, Calls().close(other));
+    EXPECT_EQ(0, lock(one, F_WRLCK, 0, 0)) << "it goes when the file is closed";
+    EXPECT_EQ(0, Calls().close(one));
+    EXPECT_EQ(EBADF, lock(one, F_RDLCK, 0, 1));
+    const int again = Open("a", O_RDONLY);
+    EXPECT_EQ(EBADF, lock(again, F_WRLCK, 0, 1));
+    EXPECT_EQ(0, Calls().close(again));
+}
+
+TEST_P(FileWorlds, RoomBehindTheEnd) {
+    mFolder.MakeFile("a", "12345");
+    const int file = Open("a", O_RDWR);
+    EXPECT_EQ(0, Calls().fallocate(file, FALLOC_FL_KEEP_SIZE, 2, 10000));
+    EXPECT_EQ("12345", FileWorld::Contents(mFolder / "a"));
+    EXPECT_EQ(EINVAL, ErrorOf(Calls().fallocate(file, FALLOC_FL_KEEP_SIZE, 0, 0)));
+    EXPECT_EQ(EINVAL, ErrorOf(Calls().fallocate(file, FALLOC_FL_KEEP_SIZE, -1, 1)));
+    EXPECT_EQ(0, Calls().close(file));
+    EXPECT_EQ(EBADF, ErrorOf(Calls().fallocate(file, FALLOC_FL_KEEP_SIZE, 0, 1)));
+    const int toRead = Open("a", O_RDONLY);
+    EXPECT_EQ(EBADF, ErrorOf(Calls().fallocate(toRead, FALLOC_FL_KEEP_SIZE, 0, 1)));
+    EXPECT_EQ(0, Calls().close(toRead));
+}
+
 // What the real one does only where there is such a disk.
 TEST(MemoryFiles, FullDisk) {
     FileWorld folder(FileWorld::kMemory);
@@ -308,6 +358,9 @@ TEST(MemoryFiles, FullDisk) {
     folder.Memory()->SetCapacity(10);
     const int file = Calls().openat(AT_FDCWD, (folder / "new").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
     EXPECT_EQ(ENOSPC, Calls().posix_fallocate(file, 0, 6));
+    EXPECT_EQ(0, Calls().fallocate(file, FALLOC_FL_KEEP_SIZE, 0, 5));
+    EXPECT_EQ(-1, Calls().fallocate(file, FALLOC_FL_KEEP_SIZE, 0, 6));
+    EXPECT_EQ(ENOSPC, errno);
     EXPECT_EQ(5, Calls().write(file, "abcdefgh", 8)) << "as much as there was room for";
     EXPECT_EQ(-1, Calls().write(file, "fgh", 3));
     EXPECT_EQ(ENOSPC, errno);
@@ -340,10 +393,11 @@ TEST(MemoryFiles, LeaveTheTableAsItWas) {
 // A call that comes to the table is to be filled here, or to be said to have nothing to do with files.
 TEST(MemoryFiles, FillsEveryCallAboutFiles) {
     const std::set<std::string> others = {
-        "isatty",    "getenv",     "getuid",     "geteuid",       "getpwnam_r", "getgrgid_r", "getgrnam_r",
-        "getpid",    "getpwuid_r", "getrandom",  "clock_gettime", "sysconf",    "sysinfo",    "sigaction",
-        "raise",     "dlopen",     "dlclose",    "dlsym",         "dlinfo",     "dladdr1",    "newlocale",
-        "uselocale", "freelocale", "strerror_l", "malloc",        "calloc",     "realloc",    "free"};
+        "isatty",     "getenv",    "getuid",     "geteuid",   "getpwnam_r",     "getgrgid_r",
+        "getgrnam_r", "getpid",    "getpwuid_r", "getrandom", "clock_gettime",  "sysconf",
+        "sysinfo",    "sigaction", "raise",      "dlopen",    "dlclose",        "dlsym",
+        "dlinfo",     "dladdr1",   "newlocale",  "uselocale", "freelocale",     "strerror_l",
+        "malloc",     "calloc",    "realloc",    "free",      "clock_nanosleep"};
     const toolbox::os::SystemCalls real = Calls();
     const MemoryFiles files;
     toolbox::os::ForEachCall([&]<auto kCall>(const char* inName, toolbox::os::Failure) {

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 
 namespace support {
 
@@ -78,6 +79,8 @@ void MemoryFiles::Replace(toolbox::os::SystemCalls& ioCalls) {
     ioCalls.ftruncate = StandIn<&MemoryFiles::SetLength>::kCall;
     ioCalls.fsync = StandIn<&MemoryFiles::Sync>::kCall;
     ioCalls.flock = Lock;
+    ioCalls.fcntl = StandIn<&MemoryFiles::LockRange>::kCall;
+    ioCalls.fallocate = StandIn<&MemoryFiles::Allocate>::kCall;
     ioCalls.fchmod = StandIn<&MemoryFiles::SetModeOfOpen>::kCall;
     ioCalls.fchown = StandIn<&MemoryFiles::SetOwnerOfOpen>::kCall;
     ioCalls.fchownat = StandIn<&MemoryFiles::SetOwner>::kCall;
@@ -306,6 +309,48 @@ bool MemoryFiles::IsLockedByAnother(const OpenFile& inFile, int inLock) const {
         return &other != &inFile && other.at.node == inFile.at.node && other.lock != 0 &&
                (other.lock == LOCK_EX || inLock == LOCK_EX);
     });
+}
+
+bool MemoryFiles::IsLockedByAnother(const OpenFile& inFile, const Range& inRange) const {
+    return std::any_of(mOpenFiles.begin(), mOpenFiles.end(), [&](const auto& inOther) {
+        const OpenFile& other = inOther.second;
+        if (&other == &inFile || other.at.node != inFile.at.node) return false;
+        return std::any_of(other.ranges.begin(), other.ranges.end(), [&](const Range& inHeld) {
+            return inHeld.start < inRange.end && inRange.start < inHeld.end &&
+                   (inHeld.isAlone || inRange.isAlone);
+        });
+    });
+}
+
+// The locks of open files alone, from the start of a file, without waiting. What an opening holds is
+// replaced whole where the new one reaches into it.
+int MemoryFiles::LockRange(int inDescriptor, int inCommand, struct flock* ioLock) {
+    OpenFile* const file = GetOpen(inDescriptor);
+    if (file == nullptr) return Fail(EBADF);
+    const bool isKnown = inCommand == F_OFD_SETLK && ioLock->l_whence == SEEK_SET && ioLock->l_pid == 0 &&
+                         ioLock->l_start >= 0;
+    if (!isKnown || ioLock->l_len < 0) return Fail(EINVAL);
+    if (ioLock->l_type == F_RDLCK && !IsReadable(file->flags)) return Fail(EBADF);
+    if (ioLock->l_type == F_WRLCK && !IsWritable(file->flags)) return Fail(EBADF);
+    const off_t end =
+        ioLock->l_len == 0 ? std::numeric_limits<off_t>::max() : ioLock->l_start + ioLock->l_len;
+    const Range range = {ioLock->l_start, end, ioLock->l_type == F_WRLCK};
+    if (ioLock->l_type != F_UNLCK && IsLockedByAnother(*file, range)) return Fail(EAGAIN);
+    std::erase_if(file->ranges,
+                  [&](const Range& inHeld) { return inHeld.start < range.end && range.start < inHeld.end; });
+    if (ioLock->l_type != F_UNLCK) file->ranges.push_back(range);
+    return 0;
+}
+
+// Nothing is kept for the file: what is free is told.
+int MemoryFiles::Allocate(int inDescriptor, int inMode, off_t inOffset, off_t inByteCount) {
+    const OpenFile* const file = Get(inDescriptor);
+    if (inOffset < 0 || inByteCount <= 0) return Fail(EINVAL);
+    if (file == nullptr || !IsWritable(file->flags)) return Fail(EBADF);
+    if (inMode != FALLOC_FL_KEEP_SIZE) return Fail(EOPNOTSUPP);
+    const std::uint64_t end = static_cast<std::uint64_t>(inOffset) + static_cast<std::uint64_t>(inByteCount);
+    const std::uint64_t size = file->Item().bytes.size();
+    return end > size && end - size > file->Item().volume->FreeByteCount() ? Fail(ENOSPC) : 0;
 }
 
 int MemoryFiles::Sync(int inDescriptor) {

@@ -50,12 +50,19 @@ class MemoryFiles {
     std::size_t OpenCount() const;
 
   private:
+    // Bytes that are locked, to be read by others too or by none.
+    struct Range {
+        off_t start = 0;
+        off_t end = 0;
+        bool isAlone = false;
+    };
     // What one open made: descriptors of one would share it.
     struct OpenFile {
         MemoryLocation at;
         int flags = 0;
         std::size_t position = 0;
         int lock = 0;  // LOCK_SH, LOCK_EX or none
+        std::vector<Range> ranges = {};
 
         MemoryNode& Item() const { return *at.node; }
     };
@@ -79,6 +86,8 @@ class MemoryFiles {
     int SetLength(int inDescriptor, off_t inByteCount);
     int Sync(int inDescriptor);
     static int Lock(int inDescriptor, int inOperation);
+    int LockRange(int inDescriptor, int inCommand, struct flock* ioLock);
+    int Allocate(int inDescriptor, int inMode, off_t inOffset, off_t inByteCount);
     int SetModeOfOpen(int inDescriptor, mode_t inMode);
     int SetOwnerOfOpen(int inDescriptor, uid_t inUser, gid_t inGroup);
     int SetOwner(int inFolder, const char* inPath, uid_t inUser, gid_t inGroup, int inFlags);
@@ -132,6 +141,7 @@ class MemoryFiles {
     static int SetModeOf(const MemoryLocation& inItem, mode_t inMode);
     static int SetOwnerOf(const MemoryLocation& inItem, uid_t inUser, gid_t inGroup);
     bool IsLockedByAnother(const OpenFile& inFile, int inLock) const;
+    bool IsLockedByAnother(const OpenFile& inFile, const Range& inRange) const;
     bool IsBusy(const MemoryMount& inMount) const;
 
     // What the kernel tells of this process.

@@ -9,6 +9,7 @@ enum {
     ioErr = -36,                 // the device or file failed
     bdNamErr = -37,              // a name that cannot be one
     eofErr = -39,                // the file ends before the bytes asked for
+    posErr = -40,                // a position before the start
     tmfoErr = -42,               // too many open files
     fnfErr = -43,                // no such file or folder
     wPrErr = -44,                // the volume is read only
@@ -16,7 +17,9 @@ enum {
     vLckdErr = -46,              // the volume is mounted to be read only
     fBsyErr = -47,               // the file is in use
     dupFNErr = -48,              // the name is taken
+    opWrErr = -49,               // the fork is open to write already
     paramErr = -50,              // a bad argument, or data of an unexpected form
+    rfNumErr = -51,              // no open fork has the number
     permErr = -54,               // the permissions forbid it
     wrPermErr = -61,             // open for reading only
     memFullErr = -108,           // not enough memory
@@ -36,10 +39,18 @@ enum {
     afpAccessDenied = -5000,     // the user may not do it
     afpObjectTypeErr = -5025,    // a folder was needed to say who may do what in it
     errFSBadFSRef = -1401,       // the bytes are no reference
+    errFSBadForkName = -1402,    // no fork can have the name
+    errFSBadBuffer = -1403,      // a buffer is needed
+    errFSBadForkRef = -1404,     // no fork can have the number
     errFSNotAFolder = -1407,     // a folder was needed
     errFSForkNotFound = -1409,   // the item has no such fork; a pipe, socket or device has none
+    errFSNameTooLong = -1410,    // a name of more than 255 units
     errFSMissingName = -1411,    // a name is needed
+    errFSBadPosMode = -1412,     // there is no such position mode
+    errFSBadAllocFlags = -1413,  // there is no such way to allocate
+    errFSNoMoreItems = -1417,    // there is no other
     errFSRefsDifferent = -1420,  // the references are to two items
+    errFSForkExists = -1421,     // the item has the fork already
     pathTooLongErr = -2110,      // the path does not fit in the room for it
     // Information that cannot be asked for, or not be set; and information without a record for it.
     errFSBadInfoBitmap = -1405,

@@ -181,6 +181,28 @@ TEST_P(CompanionNamesTest, ACopyIsThereWholeOrNotAtAll) {
     }
 }
 
+// Who writes a companion is done in a moment.
+TEST_P(CompanionNamesTest, WritersAreWaitedFor) {
+    MakeCompanion("._a");
+    static SystemCalls sKernel;
+    static int sWaits;
+    sKernel = Calls();
+    sWaits = 0;
+    CallsForTesting().flock = [](int inDescriptor, int inOperation) {
+        return sWaits < 5 ? (errno = EWOULDBLOCK, -1) : sKernel.flock(inDescriptor, inOperation);
+    };
+    CallsForTesting().clock_nanosleep = [](clockid_t, int, const timespec*, timespec*) {
+        return ++sWaits, 0;
+    };
+    HeldCompanion companion;
+    EXPECT_EQ(0, companion.Take(mPlace));
+    EXPECT_EQ(5, sWaits);
+    sWaits = -1000;
+    HeldCompanion other;
+    EXPECT_EQ(EBUSY, other.Take(mPlace)) << "but not for long";
+    CallsForTesting() = sKernel;
+}
+
 TEST_P(CompanionNamesTest, OrphansAreSetAside) {
     MakeCompanion("sub/._b");
     {

@@ -30,7 +30,8 @@ class HeldCompanion {
     HeldCompanion(const HeldCompanion&) = delete;
     HeldCompanion& operator=(const HeldCompanion&) = delete;
 
-    // Once. EBUSY when another call holds it; EACCES when it may not be looked at.
+    // Once. EBUSY when another call holds it, and not just to write a few bytes; EACCES when it may not be
+    // looked at.
     [[nodiscard]] int Take(const Place& inItem);
 
     // Before the item gets its new place: the companion's name there. EEXIST when something has it,

@@ -61,6 +61,13 @@ struct StopQuestion {
 // May throw std::bad_alloc.
 [[nodiscard]] int ReadFromStart(int inDescriptor, std::size_t inMaxBytes, std::string& outContents);
 [[nodiscard]] int WriteAt(int inDescriptor, std::span<const UInt8> inBytes, UInt64 inOffsetBytes = 0);
+// The same; outCount: how many were written, also on failure.
+[[nodiscard]] int WriteAt(int inDescriptor, std::span<const UInt8> inBytes, UInt64 inOffsetBytes,
+                          std::size_t& outCount);
+// What is made again when a signal cuts it short. Sync: what was written is there also after the machine has
+// failed.
+[[nodiscard]] int Sync(int inDescriptor);
+[[nodiscard]] int SetLength(int inDescriptor, UInt64 inByteCount);
 
 // Of what has no positions, such as a terminal: what is there now, and no more than asked for; outCount is 0
 // at its end. And all that is to be written.

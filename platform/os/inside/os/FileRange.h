@@ -13,6 +13,8 @@ class FileRange {
   public:
     // The whole of an open file. EINVAL when it is none; nothing is held on failure.
     [[nodiscard]] int Adopt(Descriptor inFile);
+    // Looks at the open file again: the whole of it, as it is now.
+    [[nodiscard]] int Refresh();
     // From now on these bytes only, which must be inside.
     void Narrow(UInt64 inOffsetBytes, UInt64 inSizeBytes);
 
@@ -20,7 +22,7 @@ class FileRange {
     UInt64 SizeBytes() const { return mSizeBytes; }
     // The file's, for what is asked of it or done to it as a whole.
     int DescriptorNumber() const { return mFile.Number(); }
-    // Of the whole file on its volume, when it was opened.
+    // Of the whole file on its volume, when it was looked at last.
     UInt64 AllocatedBytes() const { return mAllocatedBytes; }
     // Exactly inByteCount bytes; ENODATA when the range, or by now the file, ends before. Bytes after a
     // failure are unspecified.

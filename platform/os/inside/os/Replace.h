@@ -20,6 +20,13 @@ namespace toolbox::os {
 // The same for the file at inPath, or where links lead from there; ELOOP for one that leads to nothing.
 [[nodiscard]] int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes);
 
+// Makes a file of these contents beside an item of that name in an open folder, under a name that nothing
+// has: it is there whole or not at all, also after the machine has failed. It belongs to the item's owner, as
+// far as that can be had, and whoever may not read or write the item may not read or write it. EEXIST when
+// the name is taken, ENOENT when there is no such item.
+[[nodiscard]] int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,
+                           const std::string& inItemName);
+
 // Makes a copy of an open file, its permissions included, under a name that nothing has in an open folder: it
 // is there whole or not at all, also after the machine has failed. EEXIST when the name is taken.
 [[nodiscard]] int CopyToNew(int inDescriptor, int inFolder, const std::string& inName);

@@ -14,6 +14,7 @@
 #include <type_traits>
 
 struct group;
+struct flock;
 struct passwd;
 struct sigaction;
 struct statvfs;
@@ -34,8 +35,8 @@ enum class Failure {
 };
 
 // CALL(name, type, failure, the system's function). Items are named by an open folder and a path in it, so
-// that AT_FDCWD stands for what is no folder in particular. openat always takes a mode, and ioctl a number.
-// Memory has its place here too, where rooms allocate by hand.
+// that AT_FDCWD stands for what is no folder in particular. openat always takes a mode, ioctl a
+// number, and fcntl the lock of a range. Memory has its place here too, where rooms allocate by hand.
 // clang-format off
 #define TOOLBOX_SYSTEM_CALLS(CALL)                                                                          \
     CALL(openat, int(int, const char*, int, mode_t), kMinusOne, OpenAt)                                     \
@@ -52,6 +53,8 @@ enum class Failure {
     CALL(ftruncate, int(int, off_t), kMinusOne, ::ftruncate)                                                \
     CALL(fsync, int(int), kMinusOne, ::fsync)                                                               \
     CALL(flock, int(int, int), kMinusOne, ::flock)                                                          \
+    CALL(fcntl, int(int, int, struct flock*), kMinusOne, LockRange)                                         \
+    CALL(fallocate, int(int, int, off_t, off_t), kMinusOne, ::fallocate)                                    \
     CALL(fchmod, int(int, mode_t), kMinusOne, ::fchmod)                                                     \
     CALL(fchown, int(int, uid_t, gid_t), kMinusOne, ::fchown)                                               \
     CALL(fchownat, int(int, const char*, uid_t, gid_t, int), kMinusOne, ::fchownat)                         \
@@ -89,6 +92,8 @@ enum class Failure {
          ::getgrnam_r)                                                                                      \
     CALL(getrandom, ssize_t(void*, std::size_t, unsigned), kMinusOne, ::getrandom)                          \
     CALL(clock_gettime, int(clockid_t, struct timespec*), kMinusOne, ::clock_gettime)                       \
+    CALL(clock_nanosleep, int(clockid_t, int, const struct timespec*, struct timespec*), kErrno,            \
+         ::clock_nanosleep)                                                                                 \
     CALL(sysconf, long(int), kMinusOne, ::sysconf)                                                          \
     CALL(sysinfo, int(struct sysinfo*), kMinusOne, ::sysinfo)                                               \
     CALL(sigaction, int(int, const struct sigaction*, struct sigaction*), kMinusOne, ::sigaction)           \

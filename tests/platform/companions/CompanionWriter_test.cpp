@@ -1,0 +1,239 @@
+// Two writers of one companion lose nothing. What the other one does is done in the middle of a call.
+#include "companions/CompanionFork.h"
+#include "companions/CompanionInfo.h"
+#include "companions/Companions.h"
+#include "formats/AppleDouble.h"
+#include "os/SystemCalls_test_access.h"
+#include "support/FileWorld.h"
+
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace toolbox::files;
+using namespace toolbox::os;
+using support::FileWorld;
+using Bytes = std::vector<UInt8>;
+
+constexpr UInt32 kFork = AppleDoubleEntry::kResourceFork;
+constexpr UInt32 kComment = 4;
+
+class CompanionWriters : public support::FileWorldTest {
+  protected:
+    CompanionWriters() {
+        EXPECT_EQ(0, OpenPlaceOf(mFolder.MakeFile("file", "data"), mPlace));
+        ItemStatus status;
+        EXPECT_EQ(0, GetStatus(mPlace, status));
+        mIdentity = status.identity;
+    }
+    ~CompanionWriters() override { CallsForTesting() = mSaved; }
+
+    static Bytes BytesOf(std::string_view inText) { return {inText.begin(), inText.end()}; }
+    int WriteComment(std::string_view inText) const {
+        return ReplaceEntry(mPlace, kComment, BytesOf(inText));
+    }
+    std::string Entry(UInt32 inID) const {
+        FileRange range;
+        const int error = OpenEntry(mPlace, inID, range);
+        if (error != 0) return "error " + std::to_string(error);
+        std::string text(range.SizeBytes(), '\0');
+        EXPECT_EQ(0, range.Read(0, text.data(), text.size()));
+        return text;
+    }
+    int WriteFork(std::string_view inText, UInt64 inOffset = 0) const {
+        std::size_t count = 0;
+        const Bytes bytes = BytesOf(inText);
+        return WriteCompanionFork(mPlace, mIdentity, inOffset, bytes, count);
+    }
+    // Once, before the companion is locked.
+    static void BeforeTheLock(std::function<void()> inOther) {
+        sOther = std::move(inOther);
+        sReal = Calls();
+        CallsForTesting().flock = [](int inDescriptor, int inOperation) {
+            CallsForTesting() = sReal;
+            sOther();
+            return sReal.flock(inDescriptor, inOperation);
+        };
+    }
+    // Once, before something gets the companion's name.
+    static void BeforeTheName(std::function<void()> inOther) {
+        sOther = std::move(inOther);
+        sReal = Calls();
+        CallsForTesting().renameat2 = [](int inOld, const char* inOldName, int inNew, const char* inNewName,
+                                         unsigned inFlags) {
+            CallsForTesting() = sReal;
+            sOther();
+            return sReal.renameat2(inOld, inOldName, inNew, inNewName, inFlags);
+        };
+    }
+
+    Place mPlace;
+    ItemIdentity mIdentity;
+    const SystemCalls mSaved = Calls();
+    static inline std::function<void()> sOther;
+    static inline SystemCalls sReal;
+};
+INSTANTIATE_TEST_SUITE_P(Worlds, CompanionWriters, support::BothWorlds(), support::NameOfWorld);
+
+TEST_P(CompanionWriters, BeginAnewWhereAnotherReplacedIt) {
+    ASSERT_EQ(0, WriteFork("fork"));
+    BeforeTheLock([this] { EXPECT_EQ(0, WriteComment("comment")); });
+    EXPECT_EQ(0, WriteFork(" grows", 4));
+    EXPECT_EQ("comment", Entry(kComment));
+    EXPECT_EQ("fork grows", Entry(kFork));
+    CompanionInfo info;
+    info.encodingHint = 5;
+    BeforeTheLock([this] { EXPECT_EQ(0, WriteFork("FORK")); });
+    EXPECT_EQ(0, WriteInfo(mPlace, info));
+    EXPECT_EQ("FORK grows", Entry(kFork)) << "written in place meanwhile";
+    BeforeTheLock([this] { FileWorld::Remove(mFolder / "._file"); });
+    EXPECT_EQ(0, WriteComment("the first"));
+    EXPECT_EQ("the first", Entry(kComment));
+    EXPECT_EQ("error 2", Entry(kFork));
+}
+
+TEST_P(CompanionWriters, BeginAnewWhereAnotherMadeIt) {
+    for (const int way : {0, 1, 2, 3}) {
+        FileWorld::RemoveAll(mFolder / "._file");
+        BeforeTheName([this] { EXPECT_EQ(0, WriteComment("the other's")); });
+        CompanionInfo info;
+        info.encodingHint = 5;
+        if (way == 0) {
+            EXPECT_EQ(0, WriteInfo(mPlace, info));
+        }
+        if (way == 1) {
+            EXPECT_EQ(0, WriteFork("fork"));
+        }
+        if (way == 2) {
+            EXPECT_EQ(0, SetCompanionForkSize(mPlace, mIdentity, 4));
+        }
+        if (way == 3) {
+            EXPECT_EQ(0, ReplaceEntry(mPlace, kFork, BytesOf("fork")));
+        }
+        EXPECT_EQ("the other's", Entry(kComment)) << way;
+        if (way != 0) {
+            EXPECT_EQ(4U, Entry(kFork).size()) << way;
+        }
+        EXPECT_EQ(2U, FileWorld::NamesIn(mFolder.Path()).size()) << way;
+    }
+}
+
+TEST_P(CompanionWriters, HoldTheLock) {
+    ASSERT_EQ(0, WriteFork("fork"));
+    static int sLocked;
+    static std::string sPath;
+    sPath = mFolder / "._file";
+    sReal = Calls();
+    const auto look = [] {
+        const int file = sReal.openat(AT_FDCWD, sPath.c_str(), O_RDONLY | O_CLOEXEC, 0);
+        sLocked += sReal.flock(file, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+        EXPECT_EQ(0, sReal.close(file));
+    };
+    static void (*sLook)();
+    sLook = look;
+    CallsForTesting().pwrite = [](int inFile, const void* inBytes, std::size_t inCount, off_t inOffset) {
+        sLook();
+        return sReal.pwrite(inFile, inBytes, inCount, inOffset);
+    };
+    CallsForTesting().renameat2 = [](int inOld, const char* inOldName, int inNew, const char* inNewName,
+                                     unsigned inFlags) {
+        sLook();
+        return sReal.renameat2(inOld, inOldName, inNew, inNewName, inFlags);
+    };
+    sLocked = 0;
+    EXPECT_EQ(0, WriteFork("F"));
+    EXPECT_EQ(1, sLocked);
+    EXPECT_EQ(0, WriteFork("!", 4));
+    EXPECT_EQ(3, sLocked) << "the byte, and the entry";
+    EXPECT_EQ(0, SetCompanionForkSize(mPlace, mIdentity, 2));
+    EXPECT_EQ(4, sLocked);
+    EXPECT_EQ(0, WriteComment("comment"));
+    EXPECT_EQ(6, sLocked) << "the new file, and its name";
+}
+
+// What grows is there before it is told of, and what shrinks is told of less before it is cut.
+TEST_P(CompanionWriters, OrderOfGrowingAndShrinking) {
+    ASSERT_EQ(0, WriteFork("fork"));
+    static std::string sCalls;
+    sCalls.clear();
+    sReal = Calls();
+    CallsForTesting().pwrite = [](int inFile, const void* inBytes, std::size_t inCount, off_t inOffset) {
+        sCalls += inOffset < 82 ? "entry " : "bytes ";
+        return sReal.pwrite(inFile, inBytes, inCount, inOffset);
+    };
+    CallsForTesting().fsync = [](int inFile) { return sCalls += "sync ", sReal.fsync(inFile); };
+    CallsForTesting().ftruncate = [](int inFile, off_t inLength) {
+        return sCalls += "length ", sReal.ftruncate(inFile, inLength);
+    };
+    EXPECT_EQ(0, WriteFork("!", 4));
+    EXPECT_EQ("bytes sync entry ", std::exchange(sCalls, ""));
+    EXPECT_EQ(0, WriteFork("F"));
+    EXPECT_EQ("bytes ", std::exchange(sCalls, ""));
+    EXPECT_EQ(0, SetCompanionForkSize(mPlace, mIdentity, 9));
+    EXPECT_EQ("length sync entry ", std::exchange(sCalls, ""));
+    EXPECT_EQ(0, SetCompanionForkSize(mPlace, mIdentity, 1));
+    EXPECT_EQ("entry sync length ", std::exchange(sCalls, ""));
+}
+
+TEST_P(CompanionWriters, NothingIsMadeBesideNoItem) {
+    FileWorld::Remove(mFolder / "file");
+    EXPECT_EQ(ENOENT, WriteFork("fork"));
+    EXPECT_EQ(ENOENT, SetCompanionForkSize(mPlace, mIdentity, 3));
+    EXPECT_EQ(ENOENT, WriteComment("comment"));
+    CompanionInfo info;
+    info.encodingHint = 5;
+    EXPECT_EQ(ENOENT, WriteInfo(mPlace, info));
+    EXPECT_EQ(0U, FileWorld::NamesIn(mFolder.Path()).size());
+}
+
+TEST_P(CompanionWriters, NewOnesFollowTheirItem) {
+    const FileWorld::OrdinaryUser user(mFolder);
+    Place place;
+    for (const mode_t mode : {0600U, 0640U, 0444U}) {
+        FileWorld::SetMode(mFolder.MakeFile("own"), mode);
+        ASSERT_EQ(0, OpenPlaceOf(mFolder / "own", place));
+        EXPECT_EQ(0, ReplaceEntry(place, kComment, BytesOf("comment")));
+        EXPECT_EQ(S_IFREG | mode, FileWorld::StatusOf(mFolder / "._own").stx_mode);
+        FileWorld::Remove(mFolder / "._own");
+        FileWorld::Remove(mFolder / "own");
+    }
+    mFolder.MakeFolder("folder");
+    FileWorld::SetMode(mFolder / "folder", 0750);
+    ASSERT_EQ(0, OpenPlaceOf(mFolder / "folder", place));
+    EXPECT_EQ(0, ReplaceEntry(place, kComment, BytesOf("comment")));
+    EXPECT_EQ(S_IFREG | 0640, FileWorld::StatusOf(mFolder / "._folder").stx_mode);
+    mFolder.MakeLink("file", "link");
+    ASSERT_EQ(0, OpenPlaceOf(mFolder / "link", place));
+    EXPECT_EQ(0, ReplaceEntry(place, kComment, BytesOf("comment")));
+    EXPECT_EQ(0, FileWorld::StatusOf(mFolder / "._link").stx_mode & 0111);
+}
+
+// A reader that looks while a companion becomes longer takes it for what it is.
+TEST_P(CompanionWriters, ReadersInBetween) {
+    ASSERT_EQ(0, WriteFork("fork"));
+    sReal = Calls();
+    static int sReads;
+    for (const std::size_t size : {9U, 1U}) {
+        sReads = 0;
+        sOther = [this, size] { EXPECT_EQ(0, SetCompanionForkSize(mPlace, mIdentity, size)); };
+        CallsForTesting().pread = [](int inFile, void* outBytes, std::size_t inCount, off_t inOffset) {
+            // Behind the look at the file, and before its entries are read.
+            if (++sReads == 1) {
+                CallsForTesting() = sReal;
+                sOther();
+            }
+            return sReal.pread(inFile, outBytes, inCount, inOffset);
+        };
+        EXPECT_EQ(size, Entry(kFork).size());
+        CallsForTesting() = sReal;
+    }
+}
+
+}  // namespace
