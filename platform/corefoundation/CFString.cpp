@@ -1,6 +1,6 @@
-#include "Encodings.h"
 #include "MutableString.h"
 #include "StringObject.h"
+#include "corefoundation/Encodings.h"
 
 #include <toolbox/CFString.h>
 

@@ -1,4 +1,4 @@
-#include "Encodings.h"
+#include "corefoundation/Encodings.h"
 
 #include <toolbox/CFStringEncodings.h>
 

@@ -1,8 +1,8 @@
 // Encodings of one or two bytes for each character. Their tables are read from ICU's converters once, as
 // those of one byte are.
 #include "DoubleByteTables.h"
-#include "Encodings.h"
 #include "MacJapanese.h"
+#include "corefoundation/Encodings.h"
 #include "os/Mutex.h"
 
 #include <toolbox/CFStringEncodings.h>

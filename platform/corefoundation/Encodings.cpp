@@ -1,4 +1,4 @@
-#include "Encodings.h"
+#include "corefoundation/Encodings.h"
 
 #include "UTF8.h"
 

@@ -1,7 +1,7 @@
 // Encodings of one byte for each character, ASCII below 0x80. Their tables are read from ICU's converters
 // once, which then are out of the way: no converter to open, share or lock.
-#include "Encodings.h"
 #include "ICUCalls.h"
+#include "corefoundation/Encodings.h"
 #include "corefoundation/Object.h"
 #include "os/Mutex.h"
 

@@ -1,7 +1,7 @@
 // UTF-8 to UTF-16 and back, for text of any length.
 #pragma once
 
-#include "Encodings.h"
+#include "corefoundation/Encodings.h"
 
 #include <toolbox/CFString.h>
 

@@ -119,6 +119,14 @@ TOOLBOX_EXPORT void InsetRect(Rect* ioRect, SInt16 inH, SInt16 inV);
 TOOLBOX_EXPORT void OffsetRect(Rect* ioRect, SInt16 inH, SInt16 inV);
 TOOLBOX_EXPORT Boolean EmptyRect(const Rect* inRect);
 
+// Numbers that look random, of -32767 to 32767: the low 16 bits of each seed of a sequence in which the next
+// is the seed times 16807, modulo 2^31 - 1; 0 for -32768. The process has one sequence, which all threads
+// share and which begins with the seed 1: the same numbers each time. Not for secrets.
+TOOLBOX_EXPORT SInt16 Random(void);
+// The seed is the last one of the sequence. 1 to 2^31 - 2: from another, the numbers are of no use.
+TOOLBOX_EXPORT SInt32 GetQDGlobalsRandomSeed(void);
+TOOLBOX_EXPORT void SetQDGlobalsRandomSeed(SInt32 inSeed);
+
 // Shapes. Frame draws with the pen, within the shape's edge; Paint fills with the pen's pattern and mode;
 // Erase makes white; Invert makes black white and white black.
 TOOLBOX_EXPORT void FrameRect(const Rect* inRect);
