@@ -4,7 +4,8 @@
 
 #include <limits>
 
-// A converter is the coder of its encoding: it has no state, lives as long as the process, and takes no memory.
+// A converter is the coder of its encoding: it has no state, lives as long as the process, and takes no
+// memory.
 namespace toolbox::text {
 
 namespace {

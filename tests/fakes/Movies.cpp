@@ -1,6 +1,7 @@
 #include "Movies.h"
 
 #include "Calls.h"
+#include "Catalogue.h"
 #include "Memory.h"
 
 #include <toolbox/Aliases.h>
@@ -128,9 +129,9 @@ using namespace fakes;
 
 OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory) {
     if (LogAndFail("FSPathMakeRef()") || inPath == nullptr) return paramErr;
-    if (outIsDirectory != nullptr) ReportMisuse("FSPathMakeRef asked whether the file is a folder");
     const std::string path(reinterpret_cast<const char*>(inPath));
-    if (TheState().movies.count(path) == 0) return fnfErr;
+    if (TheState().movies.count(path) == 0) return MakeRefOfPath(path, outRef, outIsDirectory);
+    if (outIsDirectory != nullptr) ReportMisuse("FSPathMakeRef asked whether the file is a folder");
     const auto index = static_cast<UInt32>(TheState().paths.size());
     TheState().paths.push_back(path);
     std::memcpy(outRef->hidden, &index, sizeof index);

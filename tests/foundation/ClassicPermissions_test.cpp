@@ -22,8 +22,12 @@ class ClassicPermissionsTest : public GuardTest {
   protected:
     ClassicPermissionsTest() {
         fakes::ScriptGestalt(kFileSystem, 1 << 12);
-        fakes::SetPermissions({501, 20, 1, 7, kFileMode, 5});
+        fakes::PutFolder(30, fakes::kRoot, "folder");
+        fakes::PutFile(31, 30, "item");
+        SetPermissions({501, 20, 1, 7, kFileMode, 5});
     }
+    static FSPermissionInfo& Permissions() { return fakes::ItemOf(31).info.permissions; }
+    static void SetPermissions(const FSPermissionInfo& inPermissions) { Permissions() = inPermissions; }
     OSErr Get() { return GetClassicPermissions(&kItem, &mMode); }
 
     UInt16 mMode = kUntouched;
@@ -32,7 +36,7 @@ class ClassicPermissionsTest : public GuardTest {
 TEST_F(ClassicPermissionsTest, Get) {
     EXPECT_EQ(noErr, Get());
     EXPECT_EQ(kFileMode, mMode);
-    EXPECT_EQ((Log{"Gestalt(1718820896)", "FSpMakeFSRef(-1, 30)", "FSGetCatalogInfo(1024)"}),
+    EXPECT_EQ((Log{"Gestalt(1718820896)", "FSpMakeFSRef(-1, 30)", "FSGetCatalogInfo(31, 1024)"}),
               fakes::CallLog());
 }
 
@@ -58,11 +62,11 @@ TEST_F(ClassicPermissionsTest, WithoutTheExtendedInterfaces) {
     EXPECT_EQ(noErr, SetClassicPermissions(&kItem, 0600));
     EXPECT_EQ(kUntouched, mMode);
     EXPECT_EQ(2U, fakes::CallLog().size());
-    EXPECT_EQ(kFileMode, fakes::Permissions().mode);
+    EXPECT_EQ(kFileMode, Permissions().mode);
 }
 
 TEST_F(ClassicPermissionsTest, NoSuchItem) {
-    fakes::RefuseSpecs(fnfErr);
+    fakes::Refuse("FSpMakeFSRef", fnfErr);
     EXPECT_EQ(fnfErr, Get());
     EXPECT_EQ(fnfErr, SetClassicPermissions(&kItem, 0600));
     EXPECT_EQ(kUntouched, mMode);
@@ -70,7 +74,7 @@ TEST_F(ClassicPermissionsTest, NoSuchItem) {
 }
 
 TEST_F(ClassicPermissionsTest, TheCatalogueFails) {
-    fakes::RefuseCatalogInfo(ioErr);
+    fakes::Refuse("FSGetCatalogInfo", ioErr);
     EXPECT_EQ(ioErr, Get());
     EXPECT_EQ(ioErr, SetClassicPermissions(&kItem, 0600));
     EXPECT_EQ(kUntouched, mMode);
@@ -79,30 +83,30 @@ TEST_F(ClassicPermissionsTest, TheCatalogueFails) {
 
 TEST_F(ClassicPermissionsTest, Set) {
     EXPECT_EQ(noErr, SetClassicPermissions(&kItem, 0600));
-    EXPECT_EQ(0600, fakes::Permissions().mode) << "the whole word";
-    EXPECT_EQ(501U, fakes::Permissions().userID);
-    EXPECT_EQ(20U, fakes::Permissions().groupID);
-    EXPECT_EQ(5U, fakes::Permissions().reserved2);
-    EXPECT_EQ((Log{"Gestalt(1718820896)", "FSpMakeFSRef(-1, 30)", "FSGetCatalogInfo(1024)",
-                   "FSSetCatalogInfo(1024)"}),
+    EXPECT_EQ(0600, Permissions().mode) << "the whole word";
+    EXPECT_EQ(501U, Permissions().userID);
+    EXPECT_EQ(20U, Permissions().groupID);
+    EXPECT_EQ(5U, Permissions().reserved2);
+    EXPECT_EQ((Log{"Gestalt(1718820896)", "FSpMakeFSRef(-1, 30)", "FSGetCatalogInfo(31, 1024)",
+                   "FSSetCatalogInfo(31, 1024)"}),
               fakes::CallLog());
 }
 
 TEST_F(ClassicPermissionsTest, EqualModesAreNotWritten) {
     EXPECT_EQ(noErr, SetClassicPermissions(&kItem, 0644));
     EXPECT_EQ(0U, Count("FSSetCatalogInfo"));
-    EXPECT_EQ(kFileMode, fakes::Permissions().mode);
+    EXPECT_EQ(kFileMode, Permissions().mode);
 }
 
 // The comparison leaves out the bits of the kind, the write does not.
 TEST_F(ClassicPermissionsTest, AModeThatWasReadIsWritten) {
     EXPECT_EQ(noErr, SetClassicPermissions(&kItem, kFileMode));
     EXPECT_EQ(1U, Count("FSSetCatalogInfo"));
-    EXPECT_EQ(kFileMode, fakes::Permissions().mode);
+    EXPECT_EQ(kFileMode, Permissions().mode);
 }
 
 TEST_F(ClassicPermissionsTest, TwelveBitsAreCompared) {
-    fakes::SetPermissions({0, 0, 0, 0, 0107777, 0});
+    SetPermissions({0, 0, 0, 0, 0107777, 0});
     EXPECT_EQ(noErr, SetClassicPermissions(&kItem, 07777));
     EXPECT_EQ(0U, Count("FSSetCatalogInfo"));
     EXPECT_EQ(noErr, SetClassicPermissions(&kItem, 03777));
@@ -110,7 +114,7 @@ TEST_F(ClassicPermissionsTest, TwelveBitsAreCompared) {
 }
 
 TEST_F(ClassicPermissionsTest, SettingFails) {
-    fakes::RefuseSettingCatalogInfo(permErr);
+    fakes::Refuse("FSSetCatalogInfo", permErr);
     EXPECT_EQ(permErr, SetClassicPermissions(&kItem, 0600));
 }
 
