@@ -72,6 +72,11 @@ void SetMarkOf(int inDescriptor, const os::ItemStatus& inStatus, bool inIsMarked
     (void)os::Calls().fchmod(inDescriptor, inIsMarked ? mode | kMark : mode);
 }
 
+// A mark that was there before, with more names than one, is that of a leftover somewhere else, which stays.
+void Unmark(int inDescriptor, const os::ItemStatus& inBefore) noexcept {
+    if (inBefore.linkCount == 1 || (inBefore.mode & kMark) == 0) SetMarkOf(inDescriptor, inBefore, false);
+}
+
 // Another name of a leftover is that of the companion itself, which needs no mark any more.
 int Drop(int inFolder, const std::string& inName, const LockedFile& inFile) {
     if (os::Calls().unlinkat(inFolder, inName.c_str(), 0) != 0) return errno;
@@ -114,7 +119,7 @@ int HeldCompanion::AddName(const Place& inNewItem) {
     int error = 0;
     if (os::Calls().linkat(mFolder, mName.c_str(), newFolder, mNewName.c_str(), 0) != 0) {
         error = errno;
-        SetMarkOf(mFile.DescriptorNumber(), mStatus, false);
+        Unmark(mFile.DescriptorNumber(), mStatus);
         mIsCopied = HasNoLinks(error);
         if (mIsCopied) error = os::CopyToNew(mFile.DescriptorNumber(), newFolder, mNewName);
     }
@@ -129,7 +134,7 @@ bool HeldCompanion::HasNewName() const noexcept {
 void HeldCompanion::Unlink(int inFolder, const std::string& inName) noexcept {
     mNewFolder = -1;
     if (os::Calls().unlinkat(inFolder, inName.c_str(), 0) == 0 && !mIsCopied)
-        SetMarkOf(mFile.DescriptorNumber(), mStatus, false);
+        Unmark(mFile.DescriptorNumber(), mStatus);
 }
 
 HeldCompanion::~HeldCompanion() {
