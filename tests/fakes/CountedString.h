@@ -21,6 +21,7 @@ CFStringRef MakeString(const std::optional<std::u16string>& inCharacters);
 // Changes a string that MakeString made.
 void SetCharacters(CFMutableStringRef ioString, const std::u16string& inCharacters);
 
+std::optional<std::string> Encode(std::u16string_view inCharacters, CFStringEncoding inEncoding);
 std::optional<std::u16string> Decode(std::string_view inBytes, CFStringEncoding inEncoding);
 
 // Small letters of ASCII for capitals.

@@ -21,6 +21,8 @@ struct Block {
 
 OSErr sMemError = noErr;
 OSErr sErrorOfFailure = memFullErr;
+Size sFreeTotal = 0;
+Size sFreeBlock = 0;
 
 std::vector<OSErr>& ErrorsToCome() {
     static auto& sErrorsToCome = *new std::vector<OSErr>;
@@ -95,6 +97,11 @@ void SetErrorOfFailure(OSErr inError) {
     sErrorOfFailure = inError;
 }
 
+void SetFreeMemory(Size inTotal, Size inBlock) {
+    sFreeTotal = inTotal;
+    sFreeBlock = inBlock;
+}
+
 void FailMemoryCalls(const std::vector<OSErr>& inErrors) {
     ErrorsToCome() = inErrors;
 }
@@ -103,6 +110,8 @@ void ForgetMemoryScript() {
     ErrorsToCome().clear();
     sMemError = noErr;
     sErrorOfFailure = memFullErr;
+    sFreeTotal = 0;
+    sFreeBlock = 0;
 }
 
 int LiveHandles() {
@@ -236,4 +245,23 @@ void DisposePtr(Ptr inPtr) {
     Log("DisposePtr()");
     if (Ptrs().erase(inPtr) == 0) return ReportMisuse("DisposePtr of a block that is not live");
     std::free(inPtr);
+}
+
+Size FreeMem(void) {
+    Log("FreeMem()");
+    return sFreeTotal;
+}
+
+Size MaxBlock(void) {
+    Log("MaxBlock()");
+    return sFreeBlock;
+}
+
+OSErr PtrAndHand(const void* inSource, Handle ioHandle, Size inByteCount) {
+    if (LogAndFailMemory(CallText("PtrAndHand", inByteCount))) return MemError();
+    std::vector<unsigned char> bytes = HandleBytes(ioHandle);
+    const auto* const source = static_cast<const unsigned char*>(inSource);
+    bytes.insert(bytes.end(), source, source + inByteCount);
+    SetHandleBytes(ioHandle, bytes);
+    return noErr;
 }

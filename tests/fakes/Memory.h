@@ -16,6 +16,9 @@ void SetErrorOfFailure(OSErr inError);
 void FailMemoryCalls(const std::vector<OSErr>& inErrors);
 void ForgetMemoryScript();
 
+// What FreeMem and MaxBlock answer.
+void SetFreeMemory(Size inTotal, Size inBlock);
+
 // As the toolbox's own functions, for other doubles: not logged, never failing.
 Handle MakeHandle(const std::vector<unsigned char>& inBytes);
 void SetHandleBytes(Handle ioHandle,

@@ -98,6 +98,8 @@ std::optional<std::string> EncodeUTF8(std::u16string_view inCharacters) {
     return bytes;
 }
 
+}  // namespace
+
 std::optional<std::string> Encode(std::u16string_view inCharacters, CFStringEncoding inEncoding) {
     if (inEncoding == kCFStringEncodingUTF8) return EncodeUTF8(inCharacters);
     std::string bytes;
@@ -112,8 +114,6 @@ std::optional<std::string> Encode(std::u16string_view inCharacters, CFStringEnco
     }
     return bytes;
 }
-
-}  // namespace
 
 std::u16string_view Characters(CFStringRef inString) {
     const CFConstantString& image = Image(inString);
