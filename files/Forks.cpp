@@ -1,4 +1,6 @@
 #include <files/Forks.h>
+#include <toolbox/CatalogInfo.h>
+#include <toolbox/MacErrors.h>
 #include <toolbox/MacMemory.h>
 
 #include <algorithm>
@@ -13,6 +15,20 @@ Size RoundedDown(Size inSize) {
 }
 
 }  // namespace
+
+OSErr FSGetForkSizes(const FSRef* inRef, UInt64* outDataSize, UInt64* outResourceSize) {
+    if (inRef == nullptr) return paramErr;
+    FSCatalogInfoBitmap which = kFSCatInfoNodeFlags;
+    if (outDataSize != nullptr) which |= kFSCatInfoDataSizes;
+    if (outResourceSize != nullptr) which |= kFSCatInfoRsrcSizes;
+    FSCatalogInfo info = {};
+    const OSErr error = FSGetCatalogInfo(inRef, which, &info, nullptr, nullptr, nullptr);
+    if (error != noErr) return error;
+    if ((info.nodeFlags & kFSNodeIsDirectoryMask) != 0) return notAFileErr;
+    if (outDataSize != nullptr) *outDataSize = info.dataLogicalSize;
+    if (outResourceSize != nullptr) *outResourceSize = info.rsrcLogicalSize;
+    return noErr;
+}
 
 Ptr GetTempBuffer(Size inRequestedSize, Size* outActualSize) {
     if (outActualSize == nullptr) return nullptr;

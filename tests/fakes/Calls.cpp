@@ -4,6 +4,7 @@
 #include "Alerts.h"
 #include "Catalogue.h"
 #include "Collation.h"
+#include "Disks.h"
 #include "Drawing.h"
 #include "Frameworks.h"
 #include "Memory.h"
@@ -48,6 +49,7 @@ void StartScenario() {
     ForgetAlerts();
     ForgetCatalogue();
     ForgetCollation();
+    ForgetDisks();
     ForgetDrawing();
     ForgetFrameworks();
     ForgetMemoryScript();

@@ -10,6 +10,7 @@
 #include "fakes/Calls.h"
 #include "fakes/Catalogue.h"
 #include "fakes/Converters.h"
+#include "fakes/Disks.h"
 #include "fakes/Memory.h"
 #include "fakes/Text.h"
 

@@ -7,6 +7,44 @@ namespace {
 
 using namespace test_files;
 
+class ForkSizesTest : public FilesTest {
+  protected:
+    const FSRef mFile = fakes::RefOf(kFile);
+    const FSRef mFolder = fakes::RefOf(kFolder);
+    UInt64 mData = 77;
+    UInt64 mResource = 77;
+};
+
+TEST_F(ForkSizesTest, OfBothForks) {
+    FSCatalogInfo& info = fakes::ItemOf(kFile).info;
+    info.dataLogicalSize = 0x1'0000'0001;
+    info.dataPhysicalSize = 1;
+    info.rsrcLogicalSize = 0x2'0000'0002;
+    info.rsrcPhysicalSize = 2;
+    EXPECT_EQ(noErr, FSGetForkSizes(&mFile, &mData, &mResource));
+    EXPECT_EQ(0x1'0000'0001U, mData);
+    EXPECT_EQ(0x2'0000'0002U, mResource);
+    EXPECT_EQ(Log{"FSGetCatalogInfo(30, 49154)"}, fakes::CallLog());
+}
+
+TEST_F(ForkSizesTest, WhatIsAskedFor) {
+    EXPECT_EQ(noErr, FSGetForkSizes(&mFile, &mData, nullptr));
+    EXPECT_EQ(noErr, FSGetForkSizes(&mFile, nullptr, &mResource));
+    EXPECT_EQ(noErr, FSGetForkSizes(&mFile, nullptr, nullptr));
+    EXPECT_EQ((Log{"FSGetCatalogInfo(30, 16386)", "FSGetCatalogInfo(30, 32770)", "FSGetCatalogInfo(30, 2)"}),
+              fakes::CallLog());
+}
+
+TEST_F(ForkSizesTest, Failures) {
+    const FSRef missing = fakes::RefOf(kMissing);
+    EXPECT_EQ(notAFileErr, FSGetForkSizes(&mFolder, &mData, &mResource));
+    EXPECT_EQ(notAFileErr, FSGetForkSizes(&mFolder, nullptr, nullptr));
+    EXPECT_EQ(fnfErr, FSGetForkSizes(&missing, &mData, &mResource));
+    EXPECT_EQ(paramErr, FSGetForkSizes(nullptr, &mData, &mResource));
+    EXPECT_EQ(77U, mData);
+    EXPECT_EQ(77U, mResource);
+}
+
 class GetTempBufferTest : public FilesTest {
   protected:
     // The calls, and what was answered.
