@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr OSErr kItemLocked = -45;
 constexpr OSErr kVolumeLocked = -46;
 
 static_assert(sizeof(FinderInfo) == sizeof(FSCatalogInfo::finderInfo));
@@ -59,7 +58,7 @@ OSErr FSCheckLock(const FSRef* inRef) {
     OSErr error =
         FSGetCatalogInfo(inRef, kFSCatInfoNodeFlags | kFSCatInfoVolume, &info, nullptr, nullptr, nullptr);
     if (error != noErr) return error;
-    if ((info.nodeFlags & kFSNodeLockedMask) != 0) return kItemLocked;
+    if ((info.nodeFlags & kFSNodeLockedMask) != 0) return fLckdErr;
     FSVolumeInfo volume = {};
     error = FSGetVolumeInfo(info.volume, 0, nullptr, kFSVolInfoFlags, &volume, nullptr, nullptr);
     if (error != noErr) return error;

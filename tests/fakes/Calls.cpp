@@ -9,6 +9,7 @@
 #include "Frameworks.h"
 #include "Memory.h"
 #include "Movies.h"
+#include "OpenForks.h"
 #include "Resources.h"
 #include "Script.h"
 #include "System.h"
@@ -54,6 +55,7 @@ void StartScenario() {
     ForgetFrameworks();
     ForgetMemoryScript();
     ForgetMovies();
+    ForgetOpenForks();
     ForgetResources();
     ForgetScripts();
     ForgetSystem();

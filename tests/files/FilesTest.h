@@ -12,6 +12,7 @@
 #include "fakes/Converters.h"
 #include "fakes/Disks.h"
 #include "fakes/Memory.h"
+#include "fakes/OpenForks.h"
 #include "fakes/Text.h"
 
 #include <gtest/gtest.h>
@@ -41,6 +42,7 @@ class FilesTest : public testing::Test {
         EXPECT_EQ(0, fakes::LivePtrs());
         EXPECT_EQ(0, fakes::LiveStrings());
         EXPECT_EQ(0, fakes::LiveConverters());
+        EXPECT_EQ(0, fakes::LiveIterators());
         EXPECT_EQ(Log(), fakes::Misuses());
     }
 

@@ -11,6 +11,22 @@
 extern "C" {
 #endif
 
+// Copies one open fork into another one, which gets its size, through a buffer; both marks are at the end
+// then.
+//   inBufferSize  bytes; of 4096 and more, a multiple of 4096 is used
+// paramErr for no buffer or no bytes of it; else the first failure of toolbox/Forks.h, and the destination is
+// what was written by then.
+[[nodiscard]] MIRTAL_EXPORT OSErr FSCopyFork(SInt16 inSource, SInt16 inDestination, void* ioBuffer,
+                                             ByteCount inBufferSize);
+
+// The item of an open fork; outRef is untouched on failure.
+[[nodiscard]] MIRTAL_EXPORT OSErr FileRefNumGetFSRef(SInt16 inFork, FSRef* outRef);
+
+// The bytes of all forks of a file together, and those that they take on the volume. Each may be null; both
+// are untouched on failure.
+[[nodiscard]] MIRTAL_EXPORT OSErr FSGetTotalForkSizes(const FSRef* inRef, UInt64* outLogicalSize,
+                                                      UInt64* outPhysicalSize);
+
 // The bytes of a file's data and resource fork. Each may be null, and is not looked up then; both are
 // untouched on failure. -1302 (notAFileErr) for a folder, paramErr for a null reference, and what
 // FSGetCatalogInfo answers.
