@@ -1,10 +1,12 @@
 #include <files/Containers.h>
+#include <foundation/LException.h>
 #include <toolbox/CatalogItems.h>
 #include <toolbox/Iterators.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/MacMemory.h>
 
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -59,6 +61,42 @@ void Step(std::vector<OpenFolder>& ioFolders, FSDeleteContainerGlobals& ioGlobal
         ioFolders.empty() ? OSErr{noErr} : Delete(emptied.folder, emptied.nodeFlags, ioGlobals.info);
 }
 
+// An iterator that is closed whatever is thrown.
+class HeldIterator {
+  public:
+    explicit HeldIterator(const FSRef& inFolder) {
+        const OSErr error = FSOpenIterator(&inFolder, kFSIterateFlat, &mIterator);
+        if (error != noErr) LException::Throw(error);
+    }
+    ~HeldIterator() {
+        if (mIterator != nullptr) (void)FSCloseIterator(mIterator);
+    }
+    HeldIterator(const HeldIterator&) = delete;
+    HeldIterator& operator=(const HeldIterator&) = delete;
+
+    FSIterator Get() const { return mIterator; }
+    void Close() {
+        const OSErr error = FSCloseIterator(std::exchange(mIterator, nullptr));
+        if (error != noErr) LException::Throw(error);
+    }
+
+  private:
+    FSIterator mIterator = nullptr;
+};
+
+// Meets the next item, and what is in it.
+void Meet(FSIterator inIterator, FSIterateContainerGlobals& ioGlobals) {
+    ItemCount count = 0;
+    Boolean isChanged = false;
+    ioGlobals.result = FSGetCatalogInfoBulk(inIterator, 1, &count, &isChanged, ioGlobals.whichInfo,
+                                            &ioGlobals.info, &ioGlobals.item, ioGlobals.spec, ioGlobals.name);
+    if ((ioGlobals.result != noErr && ioGlobals.result != errFSNoMoreItems) || count == 0) return;
+    ioGlobals.quits = ioGlobals.filter(isChanged, ioGlobals.level, &ioGlobals.info, &ioGlobals.item,
+                                       ioGlobals.spec, ioGlobals.name, ioGlobals.userData);
+    if (!ioGlobals.quits && (ioGlobals.info.nodeFlags & kFSNodeIsDirectoryMask) != 0)
+        FSIterateContainerLevel(&ioGlobals);
+}
+
 // noErr at the end.
 OSErr AppendItems(FSIterator inIterator, Handle ioItems, ItemCount& ioCount, Boolean& ioChanged) {
     for (;;) {
@@ -108,6 +146,37 @@ OSErr FSDeleteContainer(const FSRef* inFolder) {
     if ((info.nodeFlags & kFSNodeIsDirectoryMask) == 0) return dirNFErr;
     error = FSDeleteContainerContents(inFolder);
     return error == noErr ? Delete(*inFolder, info.nodeFlags, info) : error;
+}
+
+void FSIterateContainerLevel(FSIterateContainerGlobals* ioGlobals) {
+    FSIterateContainerGlobals& globals = *ioGlobals;
+    if (globals.maxLevels != 0 && globals.level >= globals.maxLevels) return;
+    HeldIterator iterator(globals.item);
+    ++globals.level;
+    do
+        Meet(iterator.Get(), globals);
+    while (globals.result == noErr && !globals.quits);
+    if (globals.result == errFSNoMoreItems || globals.result == afpAccessDenied) globals.result = noErr;
+    --globals.level;
+    iterator.Close();
+}
+
+OSErr FSIterateContainer(const FSRef* inFolder, ItemCount inMaxLevels, FSCatalogInfoBitmap inWhichInfo,
+                         bool inWantFSSpec, bool inWantName, IterateContainerFilterProcPtr inFilter,
+                         void* inUserData) {
+    if (inFolder == nullptr || inFilter == nullptr) return paramErr;
+    FSSpec spec = {};
+    HFSUniStr255 name = {};
+    FSIterateContainerGlobals globals = {};
+    globals.filter = inFilter;
+    globals.whichInfo = inWhichInfo | kFSCatInfoNodeFlags;
+    globals.item = *inFolder;
+    globals.spec = inWantFSSpec ? &spec : nullptr;
+    globals.name = inWantName ? &name : nullptr;
+    globals.userData = inUserData;
+    globals.maxLevels = inMaxLevels;
+    FSIterateContainerLevel(&globals);
+    return globals.result;
 }
 
 OSErr FSGetDirectoryItems(const FSRef* inFolder, Handle* outItems, ItemCount* outCount,

@@ -110,8 +110,8 @@ OSErr FSSetForkPosition(SInt16 inNumber, UInt16 inPositionMode, SInt64 inPositio
 
 OSErr FSReadFork(SInt16 inNumber, UInt16 inPositionMode, SInt64 inPositionOffset, ByteCount inRequestCount,
                  void* outBytes, ByteCount* outActualCount) {
-    const OSErr answer = LogAndAnswer(
-        CallText("FSReadFork", inNumber, inPositionMode, inPositionOffset, inRequestCount));
+    const OSErr answer =
+        LogAndAnswer(CallText("FSReadFork", inNumber, inPositionMode, inPositionOffset, inRequestCount));
     if (answer != noErr) return answer;
     Fork& fork = ForkOf(inNumber);
     const auto mark = static_cast<std::size_t>(fork.mark);
@@ -123,8 +123,8 @@ OSErr FSReadFork(SInt16 inNumber, UInt16 inPositionMode, SInt64 inPositionOffset
 
 OSErr FSWriteFork(SInt16 inNumber, UInt16 inPositionMode, SInt64 inPositionOffset, ByteCount inRequestCount,
                   const void* inBytes, ByteCount* outActualCount) {
-    const OSErr answer = LogAndAnswer(
-        CallText("FSWriteFork", inNumber, inPositionMode, inPositionOffset, inRequestCount));
+    const OSErr answer =
+        LogAndAnswer(CallText("FSWriteFork", inNumber, inPositionMode, inPositionOffset, inRequestCount));
     if (outActualCount != nullptr) ReportMisuse("FSWriteFork is asked for a count");
     if (answer != noErr) return answer;
     Fork& fork = ForkOf(inNumber);

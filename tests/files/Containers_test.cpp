@@ -1,6 +1,7 @@
 #include "FilesTest.h"
 
 #include <files/Containers.h>
+#include <foundation/LException.h>
 #include <toolbox/MacMemory.h>
 
 namespace {
@@ -27,13 +28,26 @@ class ContainersTest : public FilesTest {
 TEST_F(ContainersTest, FSDeleteContainerContents) {
     EXPECT_EQ(noErr, FSDeleteContainerContents(&mHere));
     EXPECT_EQ("here(), temp(), there()", fakes::CatalogueText());
-    EXPECT_EQ((Log{"FSOpenIterator(20, 2)", "FSGetCatalogInfoBulk(20, 1, 2)", "FSDeleteObject(30)",
-                   "FSGetCatalogInfoBulk(20, 1, 2)", "FSOpenIterator(40, 2)",
-                   "FSGetCatalogInfoBulk(40, 1, 2)", "FSDeleteObject(41)", "FSGetCatalogInfoBulk(40, 1, 2)",
-                   "FSOpenIterator(42, 2)", "FSGetCatalogInfoBulk(42, 1, 2)", "FSCloseIterator(42)",
-                   "FSSetCatalogInfo(42, 2)", "FSDeleteObject(42)", "FSGetCatalogInfoBulk(40, 1, 2)",
-                   "FSCloseIterator(40)", "FSDeleteObject(40)", "FSGetCatalogInfoBulk(20, 1, 2)",
-                   "FSSetCatalogInfo(31, 2)", "FSDeleteObject(31)", "FSGetCatalogInfoBulk(20, 1, 2)",
+    EXPECT_EQ((Log{"FSOpenIterator(20, 2)",
+                   "FSGetCatalogInfoBulk(20, 1, 2)",
+                   "FSDeleteObject(30)",
+                   "FSGetCatalogInfoBulk(20, 1, 2)",
+                   "FSOpenIterator(40, 2)",
+                   "FSGetCatalogInfoBulk(40, 1, 2)",
+                   "FSDeleteObject(41)",
+                   "FSGetCatalogInfoBulk(40, 1, 2)",
+                   "FSOpenIterator(42, 2)",
+                   "FSGetCatalogInfoBulk(42, 1, 2)",
+                   "FSCloseIterator(42)",
+                   "FSSetCatalogInfo(42, 2)",
+                   "FSDeleteObject(42)",
+                   "FSGetCatalogInfoBulk(40, 1, 2)",
+                   "FSCloseIterator(40)",
+                   "FSDeleteObject(40)",
+                   "FSGetCatalogInfoBulk(20, 1, 2)",
+                   "FSSetCatalogInfo(31, 2)",
+                   "FSDeleteObject(31)",
+                   "FSGetCatalogInfoBulk(20, 1, 2)",
                    "FSCloseIterator(20)"}),
               fakes::CallLog());
 }
@@ -73,7 +87,8 @@ TEST_F(ContainersTest, EveryFailingCallOfADeletion) {
         fakes::FailCall(failing);
         const OSErr error = FSDeleteContainer(&mHere);
         if (!fakes::FailureDelivered()) break;
-        const bool isClosing = fakes::CallLog().at(static_cast<std::size_t>(failing) - 1).rfind("FSClose", 0) == 0;
+        const bool isClosing =
+            fakes::CallLog().at(static_cast<std::size_t>(failing) - 1).rfind("FSClose", 0) == 0;
         EXPECT_EQ(isClosing ? OSErr{noErr} : OSErr{afpAccessDenied}, error) << failing;
         EXPECT_EQ(isClosing, !fakes::HasItem(kHere)) << failing;
         EXPECT_EQ(0, fakes::LiveIterators()) << failing;
@@ -98,6 +113,126 @@ TEST_F(ContainersTest, FSDeleteContainerLevel) {
     EXPECT_EQ("here(), temp(), there()", fakes::CatalogueText());
     FSDeleteContainerLevel(&mMissing, &globals);
     EXPECT_EQ(fnfErr, globals.result);
+}
+
+// What a filter is called with, as "1 file" for instance, and where it quits.
+struct Meetings {
+    Log met;
+    std::string last;
+    Boolean changes = 0;
+};
+
+Boolean Meet(Boolean inContainerChanged, ItemCount inLevel, const FSCatalogInfo* inInfo, const FSRef* inItem,
+             const FSSpec* inSpec, const HFSUniStr255* inName, void* inUserData) {
+    auto& meetings = *static_cast<Meetings*>(inUserData);
+    const std::string name = fakes::ItemOf(fakes::IDOf(*inItem)).name;
+    std::string text = std::to_string(inLevel) + ' ' + name;
+    if ((inInfo->nodeFlags & kFSNodeIsDirectoryMask) != 0) text += '/';
+    if (inSpec != nullptr) text += " spec " + std::string(1, static_cast<char>(inSpec->name[1]));
+    if (inName != nullptr) text += " name " + std::to_string(inName->length);
+    meetings.met.push_back(text);
+    meetings.changes = static_cast<Boolean>(meetings.changes + inContainerChanged);
+    return name == meetings.last;
+}
+
+class IterateContainerTest : public ContainersTest {
+  protected:
+    OSErr Iterate(ItemCount inMaxLevels = 0, bool inWantSpec = false, bool inWantName = false) {
+        return FSIterateContainer(&mHere, inMaxLevels, kFSCatInfoNodeID, inWantSpec, inWantName, Meet,
+                                  &mMeetings);
+    }
+    // The code that is thrown; 1 when nothing is.
+    long Thrown() {
+        try {
+            EXPECT_EQ(noErr, Iterate());
+        } catch (const LException& exception) {
+            return exception.GetErrorCode();
+        }
+        return 1;
+    }
+
+    Meetings mMeetings;
+};
+
+TEST_F(IterateContainerTest, EnterEachFolderAtItsPlace) {
+    EXPECT_EQ(noErr, Iterate());
+    EXPECT_EQ((Log{"1 file", "1 folder/", "2 inner", "2 sub/", "1 locked"}), mMeetings.met);
+    EXPECT_EQ(0, mMeetings.changes);
+    EXPECT_EQ(
+        (Log{"FSOpenIterator(20, 0)", "FSGetCatalogInfoBulk(20, 1, 18)", "FSGetCatalogInfoBulk(20, 1, 18)",
+             "FSOpenIterator(40, 0)", "FSGetCatalogInfoBulk(40, 1, 18)", "FSGetCatalogInfoBulk(40, 1, 18)",
+             "FSOpenIterator(42, 0)", "FSGetCatalogInfoBulk(42, 1, 18)", "FSCloseIterator(42)",
+             "FSGetCatalogInfoBulk(40, 1, 18)", "FSCloseIterator(40)", "FSGetCatalogInfoBulk(20, 1, 18)",
+             "FSGetCatalogInfoBulk(20, 1, 18)", "FSCloseIterator(20)"}),
+        fakes::CallLog());
+}
+
+TEST_F(IterateContainerTest, MaxLevels) {
+    EXPECT_EQ(noErr, Iterate(1));
+    EXPECT_EQ((Log{"1 file", "1 folder/", "1 locked"}), mMeetings.met);
+    mMeetings.met.clear();
+    EXPECT_EQ(noErr, Iterate(2));
+    EXPECT_EQ((Log{"1 file", "1 folder/", "2 inner", "2 sub/", "1 locked"}), mMeetings.met);
+    EXPECT_EQ((Log{"FSOpenIterator", "FSOpenIterator", "FSOpenIterator"}),
+              fakes::CallsOf({"FSOpenIterator"}));
+}
+
+TEST_F(IterateContainerTest, NamesAndSpecificationsWhereAskedFor) {
+    EXPECT_EQ(noErr, Iterate(1, true));
+    EXPECT_EQ("1 file spec f", mMeetings.met.front());
+    mMeetings.met.clear();
+    EXPECT_EQ(noErr, Iterate(1, false, true));
+    EXPECT_EQ("1 file name 4", mMeetings.met.front());
+}
+
+TEST_F(IterateContainerTest, FilterQuits) {
+    for (const char* const last : {"file", "folder", "inner", "sub"}) {
+        mMeetings = {{}, last, 0};
+        EXPECT_EQ(noErr, Iterate());
+        EXPECT_EQ(last, mMeetings.met.back().substr(2, std::strlen(last)));
+        EXPECT_EQ(0, fakes::LiveIterators());
+    }
+}
+
+TEST_F(IterateContainerTest, ChangeIsTold) {
+    fakes::ChangeFolderAtBulkCall(2);
+    EXPECT_EQ(noErr, Iterate());
+    EXPECT_EQ(1, mMeetings.changes);
+}
+
+TEST_F(IterateContainerTest, WhatMayNotBeLookedAtEndsItsFolder) {
+    fakes::AnswerInTurn("FSGetCatalogInfoBulk", {noErr, noErr, afpAccessDenied});
+    EXPECT_EQ(noErr, Iterate());
+    EXPECT_EQ((Log{"1 file", "1 folder/", "1 locked"}), mMeetings.met);
+}
+
+TEST_F(IterateContainerTest, AnyOtherErrorEndsItAll) {
+    fakes::AnswerInTurn("FSGetCatalogInfoBulk", {noErr, noErr, ioErr});
+    EXPECT_EQ(ioErr, Iterate());
+    EXPECT_EQ((Log{"1 file", "1 folder/"}), mMeetings.met);
+    EXPECT_EQ(0, fakes::LiveIterators());
+}
+
+TEST_F(IterateContainerTest, FoldersThatCannotBeBegunOrEndedAreThrown) {
+    fakes::AnswerInTurn("FSOpenIterator", {fnfErr});
+    EXPECT_EQ(fnfErr, Thrown());
+    fakes::AnswerInTurn("FSOpenIterator", {noErr, afpAccessDenied});
+    EXPECT_EQ(afpAccessDenied, Thrown());
+    EXPECT_EQ(0, fakes::LiveIterators());
+    for (int failing = 1; failing <= 3; ++failing) {
+        std::vector<OSErr> answers(static_cast<std::size_t>(failing), noErr);
+        answers.back() = ioErr;
+        fakes::AnswerInTurn("FSCloseIterator", answers);
+        EXPECT_EQ(ioErr, Thrown()) << failing;
+        EXPECT_EQ(0, fakes::LiveIterators());
+        fakes::AnswerInTurn("FSCloseIterator", {});
+    }
+}
+
+TEST_F(IterateContainerTest, NullArguments) {
+    EXPECT_EQ(paramErr, FSIterateContainer(&mHere, 0, 0, false, false, nullptr, &mMeetings));
+    EXPECT_EQ(paramErr, FSIterateContainer(nullptr, 0, 0, false, false, Meet, &mMeetings));
+    EXPECT_EQ(Log(), fakes::CallLog());
 }
 
 class DirectoryItemsTest : public FilesTest {

@@ -218,7 +218,7 @@ TEST_F(NamesTest, FSSpecToCFString) {
         const CFStringRef string = FSSpecToCFString(&specs[i]);
         ASSERT_NE(nullptr, string);
         EXPECT_EQ(texts[i], fakes::TextOf(string));
-        EXPECT_EQ(1, fakes::LiveStrings());
+        EXPECT_EQ(mStrings + 1, fakes::LiveStrings());
         CFRelease(string);
     }
     EXPECT_EQ((Log{"FSpMakeFSRef(-1, 20)", "FSGetCatalogInfo(30, 1, name)", "CFStringCreateWithCharacters()",

@@ -31,6 +31,43 @@ typedef struct FSDeleteContainerGlobals {
 // The same, with its result there.
 MIRTAL_EXPORT void FSDeleteContainerLevel(const FSRef* inFolder, FSDeleteContainerGlobals* outGlobals);
 
+// Called for each item that is met; true ends it all.
+//   inContainerChanged  whether the folder was changed since it was begun
+//   inLevel             1 for what is in the folder itself
+//   inSpec, inName      null unless they were asked for
+typedef Boolean (*IterateContainerFilterProcPtr)(Boolean inContainerChanged, ItemCount inLevel,
+                                                 const FSCatalogInfo* inInfo, const FSRef* inItem,
+                                                 const FSSpec* inSpec, const HFSUniStr255* inName,
+                                                 void* inUserData);
+
+// Goes through a folder and the folders in it, each behind its own place among the others.
+//   inMaxLevels  how deep; 0: all the way
+//   inWhichInfo  of each item, kFSCatInfoNodeFlags besides
+// What may not be looked at, or is in a folder that is, ends that folder and is no failure. Throws an
+// LException with the status when a folder cannot be begun or ended: one that may not be read ends it all.
+// paramErr without a filter or folder.
+[[nodiscard]] MIRTAL_EXPORT OSErr FSIterateContainer(const FSRef* inFolder, ItemCount inMaxLevels,
+                                                     FSCatalogInfoBitmap inWhichInfo, bool inWantFSSpec,
+                                                     bool inWantName, IterateContainerFilterProcPtr inFilter,
+                                                     void* inUserData);
+
+// What the folders of an iteration share.
+typedef struct FSIterateContainerGlobals {
+    IterateContainerFilterProcPtr filter;
+    FSCatalogInfoBitmap whichInfo;
+    FSCatalogInfo info;
+    FSRef item;  // the one that is met; first the folder itself
+    FSSpec* spec;
+    HFSUniStr255* name;  // both null unless asked for
+    void* userData;
+    ItemCount maxLevels;
+    ItemCount level;  // 0 at first
+    Boolean quits;
+    OSErr result;
+} FSIterateContainerGlobals;
+// One folder of it: the item.
+MIRTAL_EXPORT void FSIterateContainerLevel(FSIterateContainerGlobals* ioGlobals);
+
 // References to all items in a folder, 80 bytes each, in a handle that the caller disposes of.
 //   outContainerChanged  whether the folder was changed meanwhile
 // On failure the handle is null and the number 0: memFullErr, paramErr for null.
