@@ -68,7 +68,6 @@ constexpr Words kWords[] = {
     {errFSBadPosMode, "a position makes no sense"},
     {errFSBadAllocFlags, "room is asked for in a way that makes no sense"},
     {errFSNoMoreItems, "there is no other"},
-    {errFSNoMoreItems, "there are no more items"},
     {errFSBadItemCount, "no items are asked for"},
     {errFSBadIteratorFlags, "there is no such iteration"},
     {errFSIteratorNotFound, "no such open iterator"},
