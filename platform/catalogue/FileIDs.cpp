@@ -58,7 +58,9 @@ OSStatus FindByID(SInt16 inNumber, NodeID inID, FoundItem& outItem) {
     if (status != noErr) return status;
     FSRef ref = {};
     os::ItemIdentity identity;
-    if (FindMade(inNumber, inID, ref)) return FindByRef(ref, outItem);
+    const OSStatus made = FindMade(inNumber, inID, ref) ? FindByRef(ref, outItem) : OSStatus{fnfErr};
+    if (made != fnfErr) return made;
+    // Also of a file that is gone and forgotten: its id passes to who has its inode.
     if (!NodeTable::Shared().FindID(volume.key.device, inID, identity)) return fidNotFound;
     return FindByIdentity(identity, outItem);
 }

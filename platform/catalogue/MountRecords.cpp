@@ -14,6 +14,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <string_view>
 
 namespace toolbox::files {
 
@@ -98,10 +99,10 @@ OSStatus GetRecord(HIOParam& ioBlock) {
 // False for one that begins or ends outside of the record.
 bool ReadText(const char* inRecord, SInt16 inLength, SInt16 inOffset, std::string& outText) {
     if (inOffset < static_cast<SInt16>(sizeof(SystemVolMountInfo)) || inOffset >= inLength) return false;
-    const auto maxByteCount = static_cast<std::size_t>(inLength - inOffset);
-    const std::size_t byteCount = strnlen(inRecord + inOffset, maxByteCount);
-    outText.assign(inRecord + inOffset, byteCount);
-    return byteCount < maxByteCount;
+    const std::string_view rest(inRecord + inOffset, static_cast<std::size_t>(inLength - inOffset));
+    const std::size_t byteCount = rest.find('\0');
+    outText = rest.substr(0, byteCount);
+    return byteCount != std::string_view::npos;
 }
 
 OSStatus ReadRecord(const char* inBytes, Record& outRecord) {

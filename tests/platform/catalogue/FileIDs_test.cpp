@@ -113,6 +113,11 @@ TEST_P(FileIDsTest, AreOfTheirVolume) {
     const SInt32 id = mBlock.fidParam.ioFileID;
     EXPECT_EQ(mFolder / "volume/a", Resolve(id, spec.vRefNum));
     EXPECT_EQ("status -1300", Resolve(id, Volume()));
+    ASSERT_EQ(0, mFolder.MountFolder(mFolder / "volume", mFolder.MakeFolder("again")));
+    const SInt16 again = InfoOf(mFolder / "again/a", kFSCatInfoVolume).volume;
+    ASSERT_NE(spec.vRefNum, again);
+    EXPECT_EQ(mFolder / "again/a", Resolve(id, again));
+    EXPECT_EQ("status -1300", Resolve(id, spec.vRefNum)) << "its folder was met on another volume last";
 }
 
 // As when the inode of one that was made goes to a new file, after the catalogue has forgotten the first.
