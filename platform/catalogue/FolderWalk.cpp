@@ -222,9 +222,9 @@ OSStatus FolderWalk::LookAtItem(WalkedItem& outItem, bool& outIsHidden) {
 OSStatus FolderWalk::FindHere(FoundItem& outItem) {
     const OSStatus status = FindAtPlace(mFolder, mPlace, outItem);
     const bool isHere = status == noErr && outItem.facts.parent.IsSameItem(mPlace.folderStatus.identity);
-    if (isHere || (status != noErr && status != fnfErr)) return status;
+    if (isHere || (status != noErr && !IsGone(status))) return status;
     os::ItemStatus there;
-    if (status == fnfErr && IsMissing(GetStatus(mPlace, there))) return status;
+    if (status != noErr && IsMissing(GetStatus(mPlace, there))) return fnfErr;
     FoundItem folder;
     const OSStatus folderStatus = FindByPath(PathOfDescriptor(mPlace.folder.Number()).c_str(), folder);
     if (folderStatus != noErr) return folderStatus;

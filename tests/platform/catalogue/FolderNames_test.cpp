@@ -1,8 +1,10 @@
 #include "catalogue/FolderNames.h"
 
+#include "os/SystemCalls_test_access.h"
 #include "support/FailingCalls.h"
 #include "support/FileWorld.h"
 
+#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -141,6 +143,29 @@ TEST_P(FolderNamesTest, CompanionsAreKnownBesideTheirItems) {
         EXPECT_EQ((std::set<std::string>{"a", "._a", ".d", "!a"}), withCompanion) << maxNames;
         EXPECT_EQ((std::set<std::string>{"._a", "._._a", "._.d", "._.", "._!a"}), companions) << maxNames;
     }
+}
+
+// As a folder may that is changed while it is read.
+TEST_P(FolderNamesTest, NamesThatTheSystemTellsTwice) {
+    MakeFiles(30);
+    mFolder.MakeFile("._file 3", "");
+    Open();
+    const std::set<std::string> expected = Expected();
+    const toolbox::os::SystemCalls real = toolbox::os::CallsForTesting();
+    static struct dirent* (*sReaddir)(DIR*) = nullptr;
+    static struct dirent* sAgain = nullptr;
+    sReaddir = real.readdir;
+    sAgain = nullptr;
+    toolbox::os::CallsForTesting().readdir = [](DIR* ioFolder) {
+        struct dirent* const again = sAgain;
+        sAgain = again == nullptr ? sReaddir(ioFolder) : nullptr;
+        return again == nullptr ? sAgain : again;
+    };
+    for (const std::size_t maxNames : {3U, 1000U}) {
+        FolderNames names(maxNames);
+        EXPECT_EQ(expected, SetOf(Take(names)));
+    }
+    toolbox::os::CallsForTesting() = real;
 }
 
 TEST_P(FolderNamesTest, EndedEarly) {

@@ -120,7 +120,8 @@ TEST_P(FolderWalkTest, TheTreeChangesAboveTheIterator) {
         mFolder.MakeFolder("a/b/c");
         mFolder.MakeFolder("elsewhere");
         MakeFiles(5, "a/b/c/deep ");
-        MakeFiles(5, "a/b/mid ");
+        for (int i = 0; i < 20; ++i)  // before and after "c" in whatever order
+            mFolder.MakeFile("a/b/" + std::to_string(i) + " mid", "");
         OpenedIterator iterator(RefOf(mFolder / "a"), kFSIterateSubtree);
         std::vector<std::string> names;
         while (names.empty() || names.back().substr(0, 4) != "deep") {
@@ -141,11 +142,25 @@ TEST_P(FolderWalkTest, TheTreeChangesAboveTheIterator) {
         EXPECT_EQ(5, std::count_if(names.begin(), names.end(),
                                    [](const std::string& inName) { return inName.starts_with("deep"); }));
         if (!isGone) {
-            EXPECT_EQ(12U, names.size()) << "the way back is found by who the folder is";
+            EXPECT_EQ(27U, names.size()) << "the way back is found by who the folder is";
         }
         FileWorld::RemoveAll(mFolder / "elsewhere");
         FileWorld::RemoveAll(mFolder / "a");
     }
+}
+
+// What the folder was in is by now in the folder.
+TEST_P(FolderWalkTest, FoldersChangePlaces) {
+    mFolder.MakeFolder("outer/inner");
+    mFolder.MakeFile("outer/inner/name");
+    OpenedIterator iterator(RefOf(mFolder / "outer/inner"));
+    FileWorld::Rename(mFolder / "outer/inner", mFolder / "moved");
+    FileWorld::Remove(mFolder / "moved/name");
+    FileWorld::Rename(mFolder / "outer", mFolder / "moved/name");
+    FSRef ref = {};
+    EXPECT_EQ("name", iterator.Next(nullptr, &ref));
+    EXPECT_EQ(mFolder / "moved/name", PathOf(ref));
+    EXPECT_EQ("status -1417", iterator.Next());
 }
 
 // A folder that a link took the place of, or another folder, is not entered.

@@ -1,12 +1,16 @@
 #include "ItemChanges.h"
 #include "Iterating.h"
+#include "os/SystemCalls.h"
 #include "support/CountedCalls.h"
 #include "support/FailEach.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/FileWorld.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -116,6 +120,17 @@ TEST_P(Iterators, LeftoversOfMovesGo) {
     EXPECT_FALSE(FileWorld::Exists(mFolder / "._b"));
     EXPECT_EQ("._a=#fork of a, a=of a, ", Picture());
 
+    // While it is being moved it does not come, and stays; who deletes gets it.
+    ASSERT_EQ(0, FileWorld::MakeHardLink(companion, mFolder / "._b"));
+    FileWorld::SetMode(companion, S_ISVTX | 0644);
+    const auto& calls = toolbox::os::Calls();
+    const int mover = calls.openat(AT_FDCWD, companion.c_str(), O_RDONLY | O_CLOEXEC, 0);
+    ASSERT_EQ(0, calls.flock(mover, LOCK_EX));
+    EXPECT_EQ((Names{"a"}), NamesHere());
+    EXPECT_EQ((Names{"._b", "a"}), NamesHere(kFSIterateDelete));
+    EXPECT_EQ(0, calls.close(mover));
+    FileWorld::Remove(mFolder / "._b");
+
     mFolder.MakeFile("._c", "no AppleDouble");
     ASSERT_EQ(0, FileWorld::MakeHardLink(mFolder / "._c", mFolder / "d"));
     FileWorld::SetMode(mFolder / "d", S_ISVTX | 0644);
@@ -145,8 +160,10 @@ TEST_P(Iterators, ChangesAreTold) {
     EXPECT_FALSE(isTold([&] { mFolder.MakeFile("file 2", "of another length"); }))
         << "its contents are its own";
     EXPECT_TRUE(isTold([&] {
+        const struct statx before = FileWorld::StatusOf(mFolder.Path());
         mFolder.MakeFile("file 5");
-        FileWorld::SetTimes(mFolder.Path(), {0, 0}, {0, 0});
+        const timespec content = {before.stx_mtime.tv_sec, static_cast<long>(before.stx_mtime.tv_nsec)};
+        FileWorld::SetTimes(mFolder.Path(), content, content);
     })) << "also where somebody sets the date back";
 }
 
