@@ -105,7 +105,7 @@ UInt8 PrivilegesOf(const Knowledge& inKnown) {
     if (!isFolder && !inKnown.MayAll(kMayRead)) privileges |= kioACUserNoSeeFilesMask;
     if (!inKnown.MayAll(isFolder ? kMayWrite | kMaySearch : kMayWrite))
         privileges |= kioACUserNoMakeChangesMask;
-    if (inKnown.Status().owner != geteuid()) privileges |= kioACUserNotOwnerMask;
+    if (inKnown.Status().owner != os::Calls().geteuid()) privileges |= kioACUserNotOwnerMask;
     return static_cast<UInt8>(privileges);
 }
 

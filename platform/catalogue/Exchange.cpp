@@ -3,8 +3,12 @@
 #include "HeldItem.h"
 #include "ItemCompanions.h"
 #include "MovedItems.h"
+#include "VolumeFeatures.h"
+#include "catalogue/Volumes.h"
+#include "companions/Companions.h"
 #include "os/Mutex.h"
 #include "os/Rename.h"
+#include "places/ForkUses.h"
 #include "status/StatusOfErrno.h"
 
 #include <toolbox/CatalogItems.h>
@@ -29,8 +33,10 @@ class Side {
 
     // Once.
     [[nodiscard]] OSStatus Open(const FSRef& inRef);
-    // Whether all its contents go with one name.
-    bool IsOneFile() const { return Status().linkCount == 1 && mForkBytes == 0; }
+    // Whether all its contents go with one name, and nothing else is known by that.
+    bool IsOneFile() const;
+    // Whether the file at the other place would have another meaning here.
+    bool WouldTake(const Side& inOther) const;
     // What comes here was created at another time, which the companion is to tell from.
     [[nodiscard]] OSStatus KeepCreationDate(const Side& inOther);
     [[nodiscard]] OSStatus SetMode(mode_t inMode);
@@ -39,6 +45,7 @@ class Side {
     const os::ItemStatus& Status() const { return mItem.status; }
     const os::ItemIdentity& Identity() const { return mItem.status.identity; }
     mode_t Mode() const { return mItem.status.mode & kPermissionBits; }
+    const FoundItem& Item() const { return mItem; }
     const Place& Where() const { return mPlace; }
 
   private:
@@ -70,6 +77,15 @@ OSStatus Side::Open(const FSRef& inRef) {
     return StatusOfErrno(error);
 }
 
+bool Side::IsOneFile() const {
+    if (Status().linkCount > 1 || mForkBytes > 0 || IsCompanion(mPlace)) return false;
+    return !FindForksInUse(Identity()).isResourceOpen;
+}
+
+bool Side::WouldTake(const Side& inOther) const {
+    return WouldBeCompanion(inOther.mPlace, inOther.Identity(), mPlace);
+}
+
 // What lies outside of what a companion can tell is the file system's affair.
 bool GetCreationSeconds(const os::ItemStatus& inStatus, SInt32& outSeconds) {
     return CompanionSecondsOf(DateOf(CreationOf(inStatus)), outSeconds);
@@ -85,14 +101,16 @@ OSStatus Side::KeepCreationDate(const Side& inOther) {
     info.creationSeconds = ours;
     const int error = WriteInfo(mPlace, info);
     mHasNewInfo = error == 0;
-    return StatusOfCompanionError(error, mItem);
+    // It can have no companion, or a file of another kind has its name.
+    const bool cannotHave = error == ENAMETOOLONG || error == EISDIR || error == EBADMSG || error == ENODATA;
+    return cannotHave ? OSStatus{paramErr} : StatusOfCompanionError(error, mItem);
 }
 
 OSStatus Side::SetMode(mode_t inMode) {
     if (!mHasNewMode && inMode == Mode()) return noErr;
     const int error = mHeld.SetMode(inMode);
     mHasNewMode = mHasNewMode || error == 0;
-    return StatusOfErrno(error);
+    return StatusOfChange(error, mItem);
 }
 
 // The two names, exchanged back unless they are to stay so.
@@ -147,7 +165,11 @@ OSStatus ExchangeWithModes(Side& ioSide1, Side& ioSide2, ExchangedNames& ioNames
     if (status == noErr) status = ioSide2.SetMode(both);
     if (status != noErr) return status;
     const int error = ioNames.Make();
-    if (error != 0) return error == ENOTSUP ? OSStatus{paramErr} : StatusOfErrno(error);
+    if (error == ENOTSUP) {
+        ForbidExchange(ioSide1.Where().folderStatus.Volume());
+        return paramErr;
+    }
+    if (error != 0) return StatusOfChange(error, ioSide1.Item());
     // Another program may have put something else there.
     if (!HasAt(ioSide1.Where(), ioSide2) || !HasAt(ioSide2.Where(), ioSide1)) return fnfErr;
     status = ioSide1.SetMode(ioSide2.Mode());
@@ -164,7 +186,8 @@ OSStatus Exchange(const FSRef& inRef1, const FSRef& inRef2) {
     if (status != noErr) return status;
     if (side1.Identity().IsSameItem(side2.Identity())) return sameFileErr;
     if (side1.Where().folderStatus.Volume() != side2.Where().folderStatus.Volume()) return diffVolErr;
-    if (!side1.IsOneFile() || !side2.IsOneFile()) return paramErr;
+    if (!side1.IsOneFile() || !side2.IsOneFile() || side1.WouldTake(side2) || side2.WouldTake(side1))
+        return paramErr;
     status = side1.KeepCreationDate(side2);
     if (status == noErr) status = side2.KeepCreationDate(side1);
     if (status != noErr) return status;

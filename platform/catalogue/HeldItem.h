@@ -5,7 +5,7 @@
 #include "catalogue/Catalogue.h"
 #include "os/Descriptor.h"
 
-#include <sys/types.h>
+#include <fcntl.h>
 
 #include <string>
 

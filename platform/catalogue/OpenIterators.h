@@ -38,7 +38,7 @@ class OpenIterators {
         Use(const Use&) = delete;
         Use& operator=(const Use&) = delete;
 
-        OSStatus Status() const { return mStatus; }
+        [[nodiscard]] OSStatus Status() const { return mStatus; }
         FolderWalk& Walk() const { return *mWalk; }
 
       private:

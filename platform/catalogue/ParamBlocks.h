@@ -14,7 +14,7 @@ namespace toolbox::files {
 // Calls OSStatus inCall(member) on a member of the block, and says in it what came of that. Null answers
 // paramErr.
 template <typename Block, typename Member, typename Call>
-OSErr AnswerBlock(Block* ioBlock, Member Block::*inMember, Call inCall) {
+[[nodiscard]] OSErr AnswerBlock(Block* ioBlock, Member Block::*inMember, Call inCall) {
     if (ioBlock == nullptr) return paramErr;
     Member& block = ioBlock->*inMember;
     try {

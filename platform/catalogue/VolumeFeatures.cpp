@@ -1,5 +1,6 @@
 #include "VolumeFeatures.h"
 
+#include "VolumeFeatures_test_access.h"
 #include "os/Mutex.h"
 
 #include <algorithm>
@@ -75,6 +76,12 @@ void ForbidExchange(const os::VolumeKey& inVolume) noexcept {
     } catch (const std::bad_alloc&) {
         // Then the next refusal tells it.
     }
+}
+
+void AllowExchanges() noexcept {
+    Refusals& refusals = SharedRefusals();
+    const os::MutexLock lock(refusals.mutex);
+    refusals.volumes.clear();
 }
 
 bool IsExchangeForbidden(const os::VolumeKey& inVolume) {

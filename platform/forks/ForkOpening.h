@@ -48,11 +48,11 @@ class ForkOpening {
     [[nodiscard]] OSStatus OpenFile(const FoundItem& inItem);
     // noErr, and inCall on what is open.
     template <typename Call>
-    OSStatus WhileOpen(Call inCall);
-    OSStatus FindPosition(UInt16 inMode, SInt64 inOffset, UInt64& outPosition) NEEDS_LOCK(mMutex);
-    OSStatus ReadLine(UInt64 inPosition, UInt8 inEnd, ByteCount inByteCount, UInt8* outBytes,
+    [[nodiscard]] OSStatus WhileOpen(Call inCall);
+    [[nodiscard]] OSStatus FindPosition(UInt16 inMode, SInt64 inOffset, UInt64& outPosition) NEEDS_LOCK(mMutex);
+    [[nodiscard]] OSStatus ReadLine(UInt64 inPosition, UInt8 inEnd, ByteCount inByteCount, UInt8* outBytes,
                       ByteCount& outCount) NEEDS_LOCK(mMutex);
-    OSStatus Compare(UInt64 inPosition, ByteCount inByteCount, const UInt8* inBytes, ByteCount& outCount)
+    [[nodiscard]] OSStatus Compare(UInt64 inPosition, ByteCount inByteCount, const UInt8* inBytes, ByteCount& outCount)
         NEEDS_LOCK(mMutex);
 
     ForkFacts mFacts;

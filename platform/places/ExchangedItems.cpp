@@ -1,5 +1,7 @@
 #include "places/ExchangedItems.h"
 
+#include <algorithm>
+
 namespace toolbox::files {
 
 NumberIndex::Number ExchangedItems::FindByItem(const os::ItemIdentity& inItem) const {
@@ -25,10 +27,13 @@ os::ItemIdentity ExchangedItems::InCatalogue(const os::ItemIdentity& inOnDisk) c
 }
 
 bool ExchangedItems::FindItem(const NodeKey& inKey, os::ItemIdentity& outItem) const {
-    const NumberIndex::Number pair = mItemIndex.Find(
-        inKey.Hash(), [&](NumberIndex::Number inPair) { return KeyOf(mPairs[inPair].item) == inKey; });
-    if (pair == NumberIndex::kNone) return false;
-    outItem = mPairs[pair].item;
+    NumberIndex::Number first = NumberIndex::kNone;
+    (void)mItemIndex.Find(inKey.Hash(), [&](NumberIndex::Number inPair) {
+        if (KeyOf(mPairs[inPair].item) == inKey) first = std::min(first, inPair);
+        return false;
+    });
+    if (first == NumberIndex::kNone) return false;
+    outItem = mPairs[first].item;
     return true;
 }
 

@@ -143,8 +143,9 @@ bool NodeTable::HadAnother(const os::ItemIdentity& inItem) const {
     const NodeKey key = KeyOf(inItem);
     const Index folder = FindKey(key);
     if (folder != kNone && !mFolders[folder].identity.IsSameItem(inItem)) return true;
+    // The id is that item's for ever, whoever has the inode since.
     os::ItemIdentity exchanged;
-    if (mExchanged.FindItem(key, exchanged) && !exchanged.IsSameItem(inItem)) return true;
+    if (mExchanged.FindItem(key, exchanged)) return !exchanged.IsSameItem(inItem);
     return mHintIndex.Find(key.Hash(), [&](Index inIndex) {
         mMutex.AssertHeld();
         const os::ItemIdentity& other = mHints[inIndex].identity;

@@ -1,4 +1,5 @@
 #include "ItemChanges.h"
+#include "catalogue/VolumeFeatures_test_access.h"
 #include "os/SystemCalls_test_access.h"
 #include "support/FailEach.h"
 #include "support/FailingCalls.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <toolbox/CatalogItems.h>
+#include <toolbox/Forks.h>
 
 #include <cerrno>
 #include <cstring>
@@ -36,7 +38,10 @@ class Exchange : public ItemChangesTest<support::FileWorldTest> {
         mA = RefOf(mFolder / "a");
         mB = RefOf(mFolder / "sub/b");
     }
-    ~Exchange() override { EXPECT_EQ(mDescriptors, OpenDescriptorCount()); }
+    ~Exchange() override {
+        toolbox::files::AllowExchanges();
+        EXPECT_EQ(mDescriptors, OpenDescriptorCount());
+    }
 
     static FSCatalogInfo Info(const FSRef& inRef, FSCatalogInfoBitmap inWhich) {
         FSCatalogInfo info = {};
@@ -235,6 +240,99 @@ TEST_P(Exchange, WhereTheFileSystemCannot) {
     toolbox::os::CallsForTesting() = sReal;
     EXPECT_EQ("of a, contents of b", ContentsOfBoth());
     EXPECT_EQ(before, WhatStays(mA) + WhatStays(mB));
+}
+
+// Then the volume's parameters say so no more.
+TEST_P(Exchange, ARefusalIsRemembered) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "this machine lets nobody mount";
+    const std::string point = mFolder.MakeFolder("point");
+    ASSERT_EQ(0, mFolder.MountVolume(point));
+    const FSRef one = RefOf(mFolder.MakeFile("point/one"));
+    const FSRef two = RefOf(mFolder.MakeFile("point/two"));
+    toolbox::os::ItemStatus root;
+    ASSERT_EQ(0, toolbox::os::GetPathStatus(point.c_str(), root));
+    ASSERT_EQ(noErr, FSExchangeObjects(&one, &two));
+    EXPECT_FALSE(toolbox::files::IsExchangeForbidden(root.Volume()));
+    static toolbox::os::SystemCalls sReal;
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().renameat2 = [](int, const char*, int, const char*, unsigned) {
+        return errno = EINVAL, -1;
+    };
+    EXPECT_EQ(paramErr, FSExchangeObjects(&one, &two));
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_TRUE(toolbox::files::IsExchangeForbidden(root.Volume()));
+}
+
+// What the file system alone tells of one, and no companion can: then only names can be moved.
+TEST_P(Exchange, DatesThatNothingCanKeep) {
+    static toolbox::os::SystemCalls sReal;
+    static std::uint64_t sOldInode;
+    sReal = toolbox::os::Calls();
+    const std::string longName(254, 'n');
+    sOldInode = FileWorld::StatusOf(mFolder.MakeFile(longName, "of old")).stx_ino;
+    toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                              struct statx* outStatus) {
+        const int result = sReal.statx(inFolder, inPath, inFlags, inMask, outStatus);
+        if (result == 0 && outStatus->stx_ino == sOldInode) outStatus->stx_btime.tv_sec = 1'000'000'000;
+        return result;
+    };
+    const FSRef old = RefOf(mFolder / longName);
+    EXPECT_EQ(paramErr, FSExchangeObjects(&mA, &old));
+    EXPECT_EQ(paramErr, FSExchangeObjects(&old, &mA));
+    mFolder.MakeFile("sub/._b", "another's");
+    EXPECT_EQ(paramErr, FSExchangeObjects(&mB, &old));
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_FALSE(FileWorld::Exists(mFolder / "._a"));
+    EXPECT_EQ("another's", FileWorld::Contents(mFolder / "sub/._b"));
+    EXPECT_EQ("of old", FileWorld::Contents(mFolder / longName));
+}
+
+// What a companion tells is of the item that it lies beside.
+TEST_P(Exchange, Companions) {
+    MakeWithCompanion("", "forked");
+    const FSRef companion = RefOf(mFolder / "._forked");
+    EXPECT_EQ(paramErr, FSExchangeObjects(&mA, &companion));
+    EXPECT_EQ(paramErr, FSExchangeObjects(&companion, &mA));
+    // An ordinary file, and one that would be a companion in its place.
+    const FSRef ordinary = RefOf(mFolder.MakeFile("._a", "ordinary"));
+    const FSRef doubled = RefOf(mFolder.MakeFile("x", CompanionBytes("of x")));
+    EXPECT_EQ(paramErr, FSExchangeObjects(&ordinary, &doubled));
+    EXPECT_EQ(paramErr, FSExchangeObjects(&doubled, &ordinary));
+    EXPECT_EQ("ordinary", FileWorld::Contents(mFolder / "._a"));
+    EXPECT_EQ(noErr, FSExchangeObjects(&doubled, &mB)) << "beside nothing it is a file";
+}
+
+TEST_P(Exchange, AResourceForkThatIsBeingWritten) {
+    HFSUniStr255 fork = {};
+    ASSERT_EQ(noErr, FSGetResourceForkName(&fork));
+    SInt16 number = 0;
+    ASSERT_EQ(noErr, FSOpenFork(&mA, fork.length, fork.unicode, fsRdWrPerm, &number));
+    EXPECT_EQ(paramErr, FSExchangeObjects(&mA, &mB));
+    EXPECT_EQ(paramErr, FSExchangeObjects(&mB, &mA));
+    ASSERT_EQ(noErr, FSCloseFork(number));
+    EXPECT_EQ(noErr, FSExchangeObjects(&mA, &mB));
+}
+
+// Who has the data open goes on with the contents.
+TEST_P(Exchange, ADataForkThatIsOpen) {
+    SInt16 number = 0;
+    ASSERT_EQ(noErr, FSOpenFork(&mA, 0, nullptr, fsRdWrPerm, &number));
+    ASSERT_EQ(noErr, FSExchangeObjects(&mA, &mB));
+    ByteCount count = 0;
+    ASSERT_EQ(noErr, FSWriteFork(number, fsFromStart, 0, 2, "OF", &count));
+    ASSERT_EQ(noErr, FSCloseFork(number));
+    EXPECT_EQ("contents of b, OF a", ContentsOfBoth());
+}
+
+TEST_P(Exchange, OnAVolumeThatMayOnlyBeRead) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "this machine lets nobody mount";
+    const std::string point = mFolder.MakeFolder("point");
+    ASSERT_EQ(0, mFolder.MountVolume(point));
+    const FSRef one = RefOf(mFolder.MakeFile("point/one"));
+    const FSRef two = RefOf(mFolder.MakeFile("point/two"));
+    ASSERT_EQ(0, mFolder.ForbidWriting(point));
+    const OSErr error = FSExchangeObjects(&one, &two);
+    EXPECT_TRUE(error == vLckdErr || error == wPrErr) << error;
 }
 
 // What came to the name meanwhile is another program's, and stays.

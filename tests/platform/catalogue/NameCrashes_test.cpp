@@ -2,6 +2,7 @@
 // each item where it was or where it is to be, with its companion. Over the real file system alone: the
 // process and its calls are the kernel's.
 #include "ItemChanges.h"
+#include "os/SystemCalls_test_access.h"
 #include "support/FileWorld.h"
 
 #include <gtest/gtest.h>
@@ -176,6 +177,44 @@ TEST_F(NameCrashes, Exchanging) {
             EXPECT_EQ(0, modeOf("a") & ~0640);
             EXPECT_EQ(0, modeOf("b") & ~0604);
         });
+}
+
+// The date of creation that only the file system tells is in the companion by then.
+TEST_F(NameCrashes, ExchangingWhatWasCreatedAtAnotherTime) {
+    static toolbox::os::SystemCalls sReal;
+    static std::uint64_t sOldInode;
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                              struct statx* outStatus) {
+        const int result = sReal.statx(inFolder, inPath, inFlags, inMask, outStatus);
+        if (result == 0 && outStatus->stx_ino == sOldInode) outStatus->stx_btime.tv_sec = 1'000'000'000;
+        return result;
+    };
+    const auto createdOf = [this](const char* inName) {
+        return InfoOf(mFolder / inName, kFSCatInfoCreateDate).createDate.lowSeconds;
+    };
+    FSRef other = {};
+    UInt32 createdA = 0;
+    UInt32 createdB = 0;
+    ExpectOneOf(
+        {"a=of a, b=of b, ", "a=of b, b=of a, "},
+        [&] {
+            mFolder.MakeFile("a", "of a");
+            sOldInode = support::FileWorld::StatusOf(mFolder.MakeFile("b", "of b")).stx_ino;
+            mItem = RefOf(mFolder / "a");
+            other = RefOf(mFolder / "b");
+            createdA = createdOf("a");
+            createdB = createdOf("b");
+            EXPECT_NE(createdA, createdB);
+        },
+        [&] { return FSExchangeObjects(&mItem, &other); },
+        [&] {
+            EXPECT_EQ(createdA, createdOf("a"));
+            EXPECT_EQ(createdB, createdOf("b"));
+            for (const std::string& name : support::FileWorld::NamesIn(mFolder.Path()))
+                if (name.starts_with("._")) support::FileWorld::RemoveAll(mFolder / name);
+        });
+    toolbox::os::CallsForTesting() = sReal;
 }
 
 }  // namespace

@@ -464,8 +464,17 @@ TEST(NodeTable, AnExchangedFilesIdPassesToNoOther) {
     EXPECT_EQ(300u, RecordChild(table, Root(), File(400, "document")));
     const PathStep later = {{kDisk, 300, 2}, false, "later", false};
     EXPECT_EQ(kFirstAllottedID, RecordChild(table, Root(), later));
+    EXPECT_EQ(300u, RecordChild(table, Root(), File(400, "document"))) << "it is met again";
     ItemIdentity found;
     ASSERT_TRUE(table.FindID(kDisk, 300, found));
+    EXPECT_EQ(400u, found.inode);
+    // The next time that the document is written, the new contents lie in the first inode.
+    table.Exchange(File(400, "").identity, later.identity);
+    EXPECT_EQ(300u, RecordChild(table, Root(), {later.identity, false, "document", false}));
+    EXPECT_EQ(kFirstAllottedID, RecordChild(table, Root(), File(400, "later")));
+    ASSERT_TRUE(table.FindID(kDisk, 300, found));
+    EXPECT_EQ(2, found.birthNanos);
+    ASSERT_TRUE(table.FindID(kDisk, kFirstAllottedID, found));
     EXPECT_EQ(400u, found.inode);
 }
 

@@ -19,7 +19,8 @@ class ExchangedItems {
     os::ItemIdentity OnDisk(const os::ItemIdentity& inItem) const;
     os::ItemIdentity InCatalogue(const os::ItemIdentity& inOnDisk) const;
 
-    // The item that is known in the catalogue by the inode. False when none was exchanged.
+    // The item that is known in the catalogue by the inode: of several that had it one after the other the
+    // first. False when none was exchanged.
     bool FindItem(const NodeKey& inKey, os::ItemIdentity& outItem) const;
 
     // Two that are on disk became each the other. May throw std::bad_alloc, with nothing changed.
