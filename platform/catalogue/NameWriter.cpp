@@ -109,7 +109,10 @@ int NewItem::MakeFolder() {
 
 int NewItem::Make() {
     int error = CheckNewName(mPlace, {});
-    if (error == 0) error = mOrphan.SetAside(mPlace);
+    if (error == 0) {
+        const NoNewCompanions noneComes;
+        error = mOrphan.SetAside(mPlace);
+    }
     if (error == 0) error = mKind == os::ItemKind::kFolder ? MakeFolder() : MakeFile();
     mIsToDelete = error == 0;
     return error;
@@ -133,6 +136,7 @@ NewItem::~NewItem() {
 // The item first: what is stopped in between leaves a companion without its item, which is an ordinary file,
 // and not an item that has lost what it had.
 int DeleteItem(const Place& inPlace, os::ItemKind inKind) {
+    const NoNewCompanions noneComes;
     HeldCompanion companion;
     int error = companion.Take(inPlace);
     // What may not be looked at stays, as another user's file.
@@ -150,12 +154,13 @@ int MoveItem(const Place& inPlace, const os::ItemStatus& inItem, Place& ioNewPla
     }
     if (inPlace.folderStatus.Volume() != ioNewPlace.folderStatus.Volume()) return EXDEV;
 
-    AsideOrphan orphan;
-    HeldCompanion companion;
     // It may have the very name itself that its companion is to get.
     const bool isOrphan = isSameFolder && inPlace.name == CompanionName(ioNewPlace.name);
     int error = CheckNewName(ioNewPlace, isSameFolder ? inPlace.name : std::string());
     if (error == 0 && WouldBeCompanion(inPlace, inItem.identity, ioNewPlace)) return EEXIST;
+    const NoNewCompanions noneComes;
+    AsideOrphan orphan;
+    HeldCompanion companion;
     // First, because a leftover at the new place is the item's own companion.
     if (error == 0 && !isOrphan) error = orphan.SetAside(ioNewPlace);
     if (error == 0) error = companion.Take(inPlace);

@@ -99,6 +99,14 @@ std::string VisibleName(const std::string& inItemName, int inNumber) {
 
 }  // namespace
 
+std::shared_mutex& NewCompanions() {
+    // Never destroyed: items are moved at exit, too.
+    static auto& mutex = *new std::shared_mutex;
+    return mutex;
+}
+
+NoNewCompanions::NoNewCompanions() : mLock(NewCompanions()) {}
+
 int HeldCompanion::Take(const Place& inItem) {
     mFolder = inItem.folder.Number();
     mName = CompanionName(inItem.name);

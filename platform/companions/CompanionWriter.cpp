@@ -8,6 +8,8 @@
 #include <sys/file.h>
 #include <time.h>
 
+#include <mutex>
+#include <shared_mutex>
 #include <utility>
 
 namespace toolbox::files {
@@ -80,12 +82,17 @@ int CompanionWriter::Replace(const std::vector<AppleDoublePart>& inParts) {
     const int folder = mItem->folder.Number();
     const std::string name = CompanionName(mItem->name);
     if (Exists()) return os::ReplaceFile(folder, name, bytes);
-    int error = os::MakeFile(folder, name, bytes, mItem->name);
+    const std::shared_lock lock(NewCompanions());
+    int error = CheckItem();
+    os::ItemIdentity made;
+    if (error == 0) error = os::MakeFile(folder, name, bytes, mItem->name, made);
     if (error != 0) return error;
-    // There was nothing to be locked: of an item that was moved meanwhile it is none.
+    // Another process may have moved the item.
     error = CheckItem();
     if (error != ENOENT && error != ESTALE) return 0;
-    (void)os::RemoveFile(folder, name);
+    os::ItemStatus named;
+    if (os::GetStatusAt(folder, name.c_str(), named) == 0 && named.identity.IsSameItem(made))
+        (void)os::RemoveFile(folder, name);
     return error;
 }
 

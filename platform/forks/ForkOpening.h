@@ -49,11 +49,12 @@ class ForkOpening {
     // noErr, and inCall on what is open.
     template <typename Call>
     [[nodiscard]] OSStatus WhileOpen(Call inCall);
-    [[nodiscard]] OSStatus FindPosition(UInt16 inMode, SInt64 inOffset, UInt64& outPosition) NEEDS_LOCK(mMutex);
-    [[nodiscard]] OSStatus ReadLine(UInt64 inPosition, UInt8 inEnd, ByteCount inByteCount, UInt8* outBytes,
-                      ByteCount& outCount) NEEDS_LOCK(mMutex);
-    [[nodiscard]] OSStatus Compare(UInt64 inPosition, ByteCount inByteCount, const UInt8* inBytes, ByteCount& outCount)
+    [[nodiscard]] OSStatus FindPosition(UInt16 inMode, SInt64 inOffset, UInt64& outPosition)
         NEEDS_LOCK(mMutex);
+    [[nodiscard]] OSStatus ReadLine(UInt64 inPosition, UInt8 inEnd, ByteCount inByteCount, UInt8* outBytes,
+                                    ByteCount& outCount) NEEDS_LOCK(mMutex);
+    [[nodiscard]] OSStatus Compare(UInt64 inPosition, ByteCount inByteCount, const UInt8* inBytes,
+                                   ByteCount& outCount) NEEDS_LOCK(mMutex);
 
     ForkFacts mFacts;
     os::Mutex mMutex;

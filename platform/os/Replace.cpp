@@ -160,12 +160,15 @@ int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8
 }
 
 int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,
-             const std::string& inItemName) {
+             const std::string& inItemName, ItemIdentity& outMade) {
     std::string newName;
     Descriptor file;
     int error = MakeTemporaryFile(inFolder, kNewFileMode, newName, file);
     if (error != 0) return error;
-    error = TakeAccessOfItem(inFolder, inItemName, file.Number());
+    ItemStatus made;
+    error = GetDescriptorStatus(file.Number(), made);
+    outMade = made.identity;
+    if (error == 0) error = TakeAccessOfItem(inFolder, inItemName, file.Number());
     if (error == 0) error = FinishNew(file, WriteAt(file.Number(), inBytes));
     return GiveNewName(inFolder, newName, inName, error);
 }

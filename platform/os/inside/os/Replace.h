@@ -2,6 +2,7 @@
 #pragma once
 
 #include "os/Descriptor.h"
+#include "os/ItemStatus.h"
 
 #include <sys/types.h>
 #include <toolbox/MacTypes.h>
@@ -24,8 +25,9 @@ namespace toolbox::os {
 // has: it is there whole or not at all, also after the machine has failed. It belongs to the item's owner, as
 // far as that can be had, and whoever may not read or write the item may not read or write it. EEXIST when
 // the name is taken, ENOENT when there is no such item.
+//   outMade  who the new file is
 [[nodiscard]] int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,
-                           const std::string& inItemName);
+                           const std::string& inItemName, ItemIdentity& outMade);
 
 // Makes a copy of an open file, its permissions included, under a name that nothing has in an open folder: it
 // is there whole or not at all, also after the machine has failed. EEXIST when the name is taken.
