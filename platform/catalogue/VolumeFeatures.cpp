@@ -71,8 +71,8 @@ void ForbidExchange(const os::VolumeKey& inVolume) noexcept {
     try {
         Refusals& refusals = SharedRefusals();
         const os::MutexLock lock(refusals.mutex);
-        std::vector<os::VolumeKey>& volumes = refusals.volumes;
-        if (std::find(volumes.begin(), volumes.end(), inVolume) == volumes.end()) volumes.push_back(inVolume);
+        const auto end = refusals.volumes.end();
+        if (std::find(refusals.volumes.begin(), end, inVolume) == end) refusals.volumes.push_back(inVolume);
     } catch (const std::bad_alloc&) {
         // Then the next refusal tells it.
     }
@@ -87,8 +87,8 @@ void AllowExchanges() noexcept {
 bool IsExchangeForbidden(const os::VolumeKey& inVolume) {
     Refusals& refusals = SharedRefusals();
     const os::MutexLock lock(refusals.mutex);
-    const std::vector<os::VolumeKey>& volumes = refusals.volumes;
-    return std::find(volumes.begin(), volumes.end(), inVolume) != volumes.end();
+    const auto end = refusals.volumes.end();
+    return std::find(refusals.volumes.begin(), end, inVolume) != end;
 }
 
 }  // namespace toolbox::files
