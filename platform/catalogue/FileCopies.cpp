@@ -9,7 +9,6 @@
 #include "companions/Companions.h"
 #include "names/CatalogueNames.h"
 #include "os/CopyContents.h"
-#include "os/SystemCalls.h"
 #include "os/UnnamedFile.h"
 #include "status/StatusOfErrno.h"
 
@@ -48,21 +47,12 @@ SInt32 CreationSecondsOf(const os::ItemStatus& inStatus) {
     return CompanionSecondsOf(DateOf(CreationOf(inStatus)), seconds) ? seconds : CompanionInfo::kNoDate;
 }
 
-// What the source's companion tells goes before what the file system does.
-int GetCreation(const Place& inPlace, const os::ItemStatus& inStatus, SInt32& outSeconds) {
-    CompanionInfo info;
-    CompanionSizes sizes;
-    const int error = ReadInfo(inPlace.folder.Number(), CompanionName(inPlace.name), info, sizes);
-    const bool isKept = info.creationSeconds != CompanionInfo::kNoDate;
-    outSeconds = isKept ? info.creationSeconds : CreationSecondsOf(inStatus);
-    return error;
-}
-
 int FillCopy(int inFile, const os::ItemStatus& inStatus, const os::UnnamedFile& inCopy) {
     const int copy = inCopy.Number();
     int error = os::CopyContents(inFile, copy);
-    if (error == 0 && os::Calls().fchmod(copy, inStatus.mode & kCopiedMode) != 0) error = errno;
+    // While the file may be written: who owns it need not be allowed to by the mode that it gets.
     if (error == 0) error = os::CopyAttributes(inFile, copy);
+    if (error == 0) error = os::CopyAccess(inFile, copy, inStatus.mode & kCopiedMode);
     if (error != 0) return error;
     const std::string path = PathOfDescriptor(copy);
     return os::SetDatesAt(AT_FDCWD, path.c_str(), os::LastLink::kFollowed, &inStatus.accessDate,
@@ -77,13 +67,11 @@ int CopyTo(const Place& inPlace, const os::ItemStatus& inStatus, int inFile, Pla
     AsideOrphan orphan;
     CompanionCopy companion;
     os::UnnamedFile copy;
-    SInt32 creationSeconds = CompanionInfo::kNoDate;
     error = CheckNewName(ioNewPlace, {});
     if (error == 0) error = copy.Make(ioNewPlace.folder.Number());
     if (error == 0) error = FillCopy(inFile, inStatus, copy);
     if (error == 0) error = orphan.SetAside(ioNewPlace);
-    if (error == 0) error = GetCreation(inPlace, inStatus, creationSeconds);
-    if (error == 0) error = companion.Make(inPlace, ioNewPlace, creationSeconds);
+    if (error == 0) error = companion.Make(inPlace, {ioNewPlace, copy.Number()}, CreationSecondsOf(inStatus));
     if (error == 0) error = copy.GiveName(ioNewPlace.name);
     if (error != 0) return error;
     companion.Stay();

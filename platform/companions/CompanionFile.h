@@ -16,7 +16,8 @@ struct Companion {
 };
 
 // All answer 0 or an errno; ENOENT when nothing has the name or can have it, EISDIR when what has it is no
-// file, EBADMSG or ENODATA when it is no AppleDouble file.
+// file, EBADMSG or ENODATA when it is no AppleDouble file: then there is no companion.
+bool IsNoCompanion(int inError);
 //   inAccess  O_RDONLY or O_RDWR
 [[nodiscard]] int OpenNamedFile(int inFolder, const std::string& inName, int inAccess,
                                 os::Descriptor& outFile);

@@ -57,6 +57,20 @@ bool IsInfo(UInt32 inID) {
            inID == AppleDoubleEntry::kMacFileInfo || inID == AppleDoubleEntry::kEncodingHint;
 }
 
+// The bytes of the part of that id, as many as it must have, of which new ones are like inNewBytes.
+std::vector<UInt8>& BytesOf(UInt32 inID, const std::vector<UInt8>& inNewBytes, Parts& ioParts) {
+    auto part = std::find_if(ioParts.begin(), ioParts.end(),
+                             [inID](const AppleDoublePart& inPart) { return inPart.id == inID; });
+    if (part == ioParts.end()) part = ioParts.insert(part, {inID, {}});
+    std::vector<UInt8>& bytes = part->bytes;
+    if (bytes.size() < inNewBytes.size())
+        bytes.insert(bytes.end(), inNewBytes.begin() + static_cast<std::ptrdiff_t>(bytes.size()),
+                     inNewBytes.end());
+    return bytes;
+}
+
+}  // namespace
+
 int ReadInfoOf(const Companion& inCompanion, CompanionInfo& outInfo, CompanionSizes& outSizes) {
     outSizes.allocatedBytes = inCompanion.file.AllocatedBytes();
     for (const AppleDoubleEntry& entry : inCompanion.entries) {
@@ -71,19 +85,7 @@ int ReadInfoOf(const Companion& inCompanion, CompanionInfo& outInfo, CompanionSi
     return 0;
 }
 
-// The bytes of the part of that id, as many as it must have, of which new ones are like inNewBytes.
-std::vector<UInt8>& BytesOf(UInt32 inID, const std::vector<UInt8>& inNewBytes, Parts& ioParts) {
-    auto part = std::find_if(ioParts.begin(), ioParts.end(),
-                             [inID](const AppleDoublePart& inPart) { return inPart.id == inID; });
-    if (part == ioParts.end()) part = ioParts.insert(part, {inID, {}});
-    std::vector<UInt8>& bytes = part->bytes;
-    if (bytes.size() < inNewBytes.size())
-        bytes.insert(bytes.end(), inNewBytes.begin() + static_cast<std::ptrdiff_t>(bytes.size()),
-                     inNewBytes.end());
-    return bytes;
-}
-
-void Put(const CompanionInfo& inInfo, Parts& ioParts) {
+void PutInfo(const CompanionInfo& inInfo, Parts& ioParts) {
     std::vector<UInt8>& finderInfo =
         BytesOf(AppleDoubleEntry::kFinderInfo, std::vector<UInt8>(kFinderInfoBytes), ioParts);
     std::copy(inInfo.finderInfo.begin(), inInfo.finderInfo.end(), finderInfo.begin());
@@ -114,8 +116,6 @@ void Put(const CompanionInfo& inInfo, Parts& ioParts) {
     });
 }
 
-}  // namespace
-
 int ReadInfo(int inFolder, const std::string& inCompanionName, CompanionInfo& outInfo,
              CompanionSizes& outSizes) {
     outInfo = {};
@@ -123,12 +123,11 @@ int ReadInfo(int inFolder, const std::string& inCompanionName, CompanionInfo& ou
     Companion companion;
     int error = OpenNamed(inFolder, inCompanionName, companion);
     if (error == 0) error = ReadInfoOf(companion, outInfo, outSizes);
-    const bool isNone = error == ENOENT || error == EISDIR || error == EBADMSG || error == ENODATA;
     if (error != 0) {
         outInfo = {};
         outSizes = {};
     }
-    return isNone ? 0 : error;
+    return IsNoCompanion(error) ? 0 : error;
 }
 
 int WriteInfo(const Place& inItem, const CompanionInfo& inInfo) {
@@ -136,7 +135,7 @@ int WriteInfo(const Place& inItem, const CompanionInfo& inInfo) {
         Parts parts;
         const int error = ioWriter.ReadParts(0, parts);
         if (error != 0) return error;
-        Put(inInfo, parts);
+        PutInfo(inInfo, parts);
         if (!AreDefault(parts)) return ioWriter.Replace(parts);
         return ioWriter.Exists() ? ioWriter.Remove() : 0;
     });

@@ -23,11 +23,6 @@ constexpr int kMaxWaitMillis = 50;
 // How many visible names are tried until one is free.
 constexpr int kNames = 100;
 
-bool IsNone(int inError) {
-    return inError == ENOENT || inError == EBADMSG || inError == ENODATA || inError == EISDIR ||
-           inError == ENXIO;
-}
-
 bool HasNoLinks(int inError) {
     return inError == EPERM || inError == EOPNOTSUPP || inError == ENOSYS || inError == EMLINK;
 }
@@ -112,7 +107,7 @@ int HeldCompanion::Take(const Place& inItem) {
     mName = CompanionName(inItem.name);
     LockedFile companion;
     const int error = OpenLocked(mFolder, mName, companion);
-    if (error != 0) return IsNone(error) ? 0 : error;
+    if (error != 0) return IsNoCompanion(error) ? 0 : error;
     mFile = std::move(companion.file);
     mStatus = companion.status;
     return 0;
@@ -170,7 +165,7 @@ int AsideOrphan::SetAside(const Place& inNewItem) {
     os::ItemStatus item;
     int error = OpenLocked(folder, mName, orphan);
     // What may not be looked at is told by nobody from any other file.
-    if (error != 0) return IsNone(error) || error == EACCES ? 0 : error;
+    if (error != 0) return IsNoCompanion(error) || error == EACCES ? 0 : error;
     error = GetStatus(inNewItem, item);
     if (error != ENOENT) return error;
     if (IsLeftover(orphan)) return Drop(folder, mName, orphan);

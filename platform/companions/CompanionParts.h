@@ -4,6 +4,7 @@
 #pragma once
 
 #include "CompanionFile.h"
+#include "companions/CompanionInfo.h"
 
 #include <vector>
 
@@ -15,6 +16,11 @@ constexpr std::size_t kFinderInfoBytes = 32;
 // place, because it tells offsets in the file. 0 or an errno.
 [[nodiscard]] int ReadParts(const Companion& inCompanion, UInt32 inOtherThan,
                             std::vector<AppleDoublePart>& outParts);
+
+// What they tell of the item. 0 or an errno.
+[[nodiscard]] int ReadInfoOf(const Companion& inCompanion, CompanionInfo& outInfo, CompanionSizes& outSizes);
+// Makes this what parts tell; those that would tell nothing go.
+void PutInfo(const CompanionInfo& inInfo, std::vector<AppleDoublePart>& ioParts);
 
 bool AreZero(const std::vector<UInt8>& inBytes);
 // Whether an item without these parts is the same.

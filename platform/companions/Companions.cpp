@@ -46,6 +46,10 @@ bool IsAppleDouble(const Place& inPlace) {
 
 }  // namespace
 
+bool IsNoCompanion(int inError) {
+    return inError == ENOENT || inError == EBADMSG || inError == ENODATA || inError == EISDIR;
+}
+
 int OpenNamedFile(int inFolder, const std::string& inName, int inAccess, os::Descriptor& outFile) {
     const int error = os::OpenFile(inFolder, inName.c_str(), inAccess | os::kItemItself, outFile);
     if (error == ENAMETOOLONG) return ENOENT;

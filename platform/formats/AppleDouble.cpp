@@ -94,4 +94,17 @@ bool EncodeAppleDouble(const std::vector<AppleDoublePart>& inParts, std::vector<
     return true;
 }
 
+bool EncodeAppleDoubleHead(const std::vector<AppleDoublePart>& inParts, UInt32 inForkBytes,
+                           std::vector<UInt8>& outBytes) {
+    if (inForkBytes == 0) return EncodeAppleDouble(inParts, outBytes);
+    std::vector<AppleDoublePart> parts = inParts;
+    parts.push_back({AppleDoubleEntry::kResourceFork, {}});
+    if (!EncodeAppleDouble(parts, outBytes)) return false;
+    if (inForkBytes > std::numeric_limits<UInt32>::max() - outBytes.size()) return false;
+    // It is the last, of the entries and of the file.
+    const std::size_t entry = kAppleDoubleHeaderBytes + kAppleDoubleEntryBytes * inParts.size();
+    os::Store32(outBytes.data() + entry + 8, inForkBytes);
+    return true;
+}
+
 }  // namespace toolbox::files

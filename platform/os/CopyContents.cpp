@@ -51,28 +51,36 @@ int CopyRange(int inFrom, int inTo, off_t inStart, off_t inEnd, off_t& outEnd) {
     return 0;
 }
 
-int SetLength(int inDescriptor, off_t inByteCount) {
-    while (Calls().ftruncate(inDescriptor, inByteCount) != 0)
-        if (errno != EINTR) return errno;
+constexpr char kAccessList[] = "system.posix_acl_access";
+constexpr std::string_view kNoEntries("\2\0\0\0", 4);  // its version alone; the list is taken away by it
+constexpr mode_t kOwnersRights = 0700;
+
+// A file system without any attributes, or without any of that kind.
+bool HasNone(int inError) {
+    return inError == EOPNOTSUPP || inError == ENOSYS;
+}
+
+int SetAttribute(int inFile, const char* inName, std::string_view inBytes) {
+    return Calls().fsetxattr(inFile, inName, inBytes.data(), inBytes.size(), 0) == 0 ? 0 : errno;
+}
+
+// outIsThere: false where the file has none of that name.
+int GetAttribute(int inFile, const char* inName, std::vector<char>& outBytes, bool& outIsThere) {
+    outBytes.resize(kMaxAttributeBytes);
+    const ssize_t byteCount = Calls().fgetxattr(inFile, inName, outBytes.data(), outBytes.size());
+    outIsThere = byteCount >= 0;
+    if (!outIsThere) return errno == ENODATA || HasNone(errno) ? 0 : errno;
+    outBytes.resize(static_cast<std::size_t>(byteCount));
     return 0;
 }
 
-// Of the system's own attributes only the access list is the user's.
-bool IsUsers(std::string_view inName) {
-    return inName.starts_with("user.") || inName == "system.posix_acl_access";
-}
-
-bool HasNone(int inError) {
-    return inError == EOPNOTSUPP || inError == ENOSYS || inError == EPERM || inError == EACCES ||
-           inError == EINVAL;
-}
-
 int CopyAttribute(int inFrom, int inTo, const char* inName, std::vector<char>& ioBytes) {
-    const ssize_t byteCount = Calls().fgetxattr(inFrom, inName, ioBytes.data(), ioBytes.size());
-    if (byteCount < 0) return errno == ENODATA || HasNone(errno) ? 0 : errno;
-    if (Calls().fsetxattr(inTo, inName, ioBytes.data(), static_cast<std::size_t>(byteCount), 0) == 0)
-        return 0;
-    return HasNone(errno) ? 0 : errno;
+    bool isThere = false;
+    int error = GetAttribute(inFrom, inName, ioBytes, isThere);
+    if (error != 0 || !isThere) return error;
+    error = SetAttribute(inTo, inName, {ioBytes.data(), ioBytes.size()});
+    if (error == ENOSPC) return EOVERFLOW;
+    return HasNone(error) ? 0 : error;
 }
 
 }  // namespace
@@ -91,7 +99,7 @@ int CopyContents(int inFrom, int inTo) {
         error = CopyRange(inFrom, inTo, start, dataEnd, at);
         if (at < dataEnd) end = at;
     }
-    return error == 0 ? SetLength(inTo, end) : error;
+    return error == 0 ? SetLength(inTo, static_cast<UInt64>(end)) : error;
 }
 
 int CopyAttributes(int inFrom, int inTo) {
@@ -102,10 +110,29 @@ int CopyAttributes(int inFrom, int inTo) {
     std::vector<char> bytes(kMaxAttributeBytes);
     for (const char* name = names.data(); name < names.data() + byteCount;
          name += std::string_view(name).size() + 1) {
-        const int error = IsUsers(name) ? CopyAttribute(inFrom, inTo, name, bytes) : 0;
+        const bool isUsers = std::string_view(name).starts_with("user.");
+        const int error = isUsers ? CopyAttribute(inFrom, inTo, name, bytes) : 0;
         if (error != 0) return error;
     }
     return 0;
+}
+
+int CopyAccess(int inFrom, int inTo, mode_t inMode) {
+    std::vector<char> bytes;
+    bool hasOne = false;
+    bool hasInherited = false;
+    mode_t mode = inMode;
+    int error = GetAttribute(inTo, kAccessList, bytes, hasInherited);
+    if (error == 0 && hasInherited) error = SetAttribute(inTo, kAccessList, kNoEntries);
+    if (error == 0) error = GetAttribute(inFrom, kAccessList, bytes, hasOne);
+    if (error == 0 && hasOne) error = SetAttribute(inTo, kAccessList, {bytes.data(), bytes.size()});
+    // Without the list nobody but the owner has what it gave, and what it kept from some is kept from all.
+    if (HasNone(error)) {
+        mode &= kOwnersRights;
+        error = 0;
+    }
+    if (error != 0) return error;
+    return Calls().fchmod(inTo, mode) == 0 ? 0 : errno;
 }
 
 }  // namespace toolbox::os

@@ -19,12 +19,21 @@ TOOLBOX_EXTERN_C_BEGIN
 
 // Copies a file to a folder of ioDstVRefNum. The copy has the file's contents and its holes, its resource
 // fork, Finder information and dates, its permissions, and the user's own attributes and the access list
-// where the file system has such; it is not locked, and belongs to who made it. Where both files can share
-// what they hold, nothing is copied until one of them is written.
+// where the file system has such; it is not locked, and belongs to who made it, with its companion, and it
+// gets no access list from its folder. Where both files can share what they hold, nothing is copied until one
+// of them is written. A file with an access list, where the copy's file system has none, becomes its owner's
+// alone; an attribute for which that has no room is refused with ioErr.
+//
+// When the file was created, a companion tells, which the copy gets for that alone if it must. Where such a
+// companion has no place, because the name is longer than 253 bytes or a file that is no companion has its
+// name, the copy was created when it was made. Whatever else needs a companion is not left out: bdNamErr and
+// dupFNErr then.
 //
 // It gets its name when it is whole. What a process that is killed leaves behind is its companion alone, an
-// ordinary file, or a file "._.new-<process>-<number>". It is not synced: how much of it a failing machine
-// keeps is the file system's.
+// ordinary file, or a file "._.new-<process>-<number>"; and what was nobody's companion under its name may
+// stay where it was set aside, as "<name> (companion)". Where the file system has neither hard links nor a
+// rename that replaces nothing, an empty file may stay under its name. It is not synced: how much of it a
+// failing machine keeps is the file system's.
 //
 // notAFileErr for a folder, errFSForkNotFound for a link, pipe, socket or device, which is left untouched.
 TOOLBOX_MUST_USE OSErr PBHCopyFileSync(HParmBlkPtr ioBlock);

@@ -1,18 +1,25 @@
 #include "ItemChanges.h"
 #include "companions/CompanionInfo.h"
+#include "companions/Companions.h"
 #include "support/FailEach.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/FileWorld.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <toolbox/FileCopies.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -62,6 +69,14 @@ class FileCopies : public ItemChangesTest<support::FileWorldTest> {
         EXPECT_EQ(0, toolbox::files::ReadInfo(place.folder.Number(), "._" + place.name, info, sizes));
         if (outForkBytes != nullptr) *outForkBytes = sizes.forkBytes;
         return info;
+    }
+
+    std::string ForkOf(const std::string& inName) const {
+        toolbox::os::FileRange fork;
+        EXPECT_EQ(0, OpenEntry(PlaceOf(inName), toolbox::files::AppleDoubleEntry::kResourceFork, fork));
+        std::string bytes(static_cast<std::size_t>(fork.SizeBytes()), 0);
+        EXPECT_EQ(0, fork.Read(0, bytes.data(), bytes.size()));
+        return bytes;
     }
 
     HParamBlockRec mBlock = {};
@@ -272,8 +287,10 @@ TEST_P(FileCopies, EveryStepOfACopyFails) {
             (void)CompanionOf("sub/a", &forkBytes);
             EXPECT_EQ(std::string("fork of a").size(), forkBytes);
         }
-        FileWorld::RemoveAll(mFolder / "sub/a");
-        if (error == noErr) FileWorld::RemoveAll(mFolder / "sub/._a");
+        if (error == noErr) {
+            FileWorld::RemoveAll(mFolder / "sub/a");
+            FileWorld::RemoveAll(mFolder / "sub/._a");
+        }
         EXPECT_EQ(before, Picture()) << error;
     };
     EXPECT_GT(
@@ -282,6 +299,234 @@ TEST_P(FileCopies, EveryStepOfACopyFails) {
     EXPECT_GT(
         support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }),
         10);
+}
+
+// Of the real file system alone.
+int SetAttribute(const std::string& inPath, const char* inName, const std::string& inBytes) {
+    return setxattr(inPath.c_str(), inName, inBytes.data(), inBytes.size(), 0);
+}
+
+std::string AttributeOf(const std::string& inPath, const char* inName) {
+    std::string bytes(70'000, 0);
+    const ssize_t count = getxattr(inPath.c_str(), inName, bytes.data(), bytes.size());
+    return count < 0 ? "none" : bytes.substr(0, static_cast<std::size_t>(count));
+}
+
+TEST_P(FileCopies, AttributesOfAFileThatNobodyMayWrite) {
+    if (mFolder.Memory() != nullptr) GTEST_SKIP() << "files in memory have no attributes";
+    const std::string path = mFolder.MakeFile("a", "text");
+    if (SetAttribute(path, "user.one", "1") != 0) GTEST_SKIP() << "the file system has no attributes";
+    ASSERT_EQ(0, SetAttribute(path, "user.long", std::string(2000, 'x')));
+    FileWorld::SetMode(path, 0444);
+    FileWorld::OrdinaryUser user(mFolder);
+    ASSERT_EQ(noErr, Copy("a", "", "b"));
+    EXPECT_EQ("1", AttributeOf(mFolder / "b", "user.one"));
+    EXPECT_EQ(std::string(2000, 'x'), AttributeOf(mFolder / "b", "user.long"));
+    EXPECT_EQ(0444, FileWorld::StatusOf(mFolder / "b").stx_mode & 07777);
+}
+
+TEST_P(FileCopies, AnAttributeWithoutRoomIsNoFullDisk) {
+    mFolder.MakeFile("a", "text");
+    const toolbox::os::SystemCalls saved = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().flistxattr = [](int, char* outNames, std::size_t) -> ssize_t {
+        std::string_view("user.a\0", 7).copy(outNames, 7);
+        return 7;
+    };
+    toolbox::os::CallsForTesting().fgetxattr = [](int, const char* inName, void*, std::size_t) -> ssize_t {
+        return std::string_view(inName) == "user.a" ? 9 : (errno = ENODATA, -1);
+    };
+    toolbox::os::CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
+        return errno = ENOSPC, -1;
+    };
+    const OSErr error = Copy("a", "", "b");
+    toolbox::os::CallsForTesting() = saved;
+    EXPECT_EQ(ioErr, error);
+    EXPECT_EQ("a=text, ", Picture());
+}
+
+TEST_P(FileCopies, WhatTheFolderGivesIsNotTheCopys) {
+    if (mFolder.Memory() != nullptr) GTEST_SKIP() << "folders in memory give nothing";
+    MakeWithCompanion("", "a");
+    FileWorld::SetMode(mFolder / "a", 0640);
+    FileWorld::SetMode(mFolder / "._a", 0640);
+    mFolder.MakeFolder("sub");
+    // Each owner and a user 77 may read what is made there.
+    const char list[] =
+        "\2\0\0\0\1\0\6\0\xff\xff\xff\xff\2\0\4\0\x4d\0\0\0\4\0\4\0\xff\xff\xff\xff"
+        "\x10\0\4\0\xff\xff\xff\xff\x20\0\0\0\xff\xff\xff\xff";
+    if (SetAttribute(mFolder / "sub", "system.posix_acl_default", {list, sizeof list - 1}) != 0)
+        GTEST_SKIP() << "the file system has no access lists";
+    ASSERT_EQ(noErr, Copy("a", "sub"));
+    for (const char* const name : {"sub/a", "sub/._a"}) {
+        EXPECT_EQ("none", AttributeOf(mFolder / name, "system.posix_acl_access")) << name;
+        EXPECT_EQ(0640, FileWorld::StatusOf(mFolder / name).stx_mode & 07777) << name;
+    }
+}
+
+TEST_P(FileCopies, AListOfItsOwnGoesWithIt) {
+    if (mFolder.Memory() != nullptr) GTEST_SKIP() << "files in memory have none";
+    MakeWithCompanion("", "a");
+    const std::string list(
+        "\2\0\0\0\1\0\6\0\xff\xff\xff\xff\2\0\4\0\x4d\0\0\0\4\0\0\0\xff\xff\xff\xff"
+        "\x10\0\4\0\xff\xff\xff\xff\x20\0\0\0\xff\xff\xff\xff",
+        44);
+    if (SetAttribute(mFolder / "a", "system.posix_acl_access", list) != 0)
+        GTEST_SKIP() << "the file system has no access lists";
+    ASSERT_EQ(noErr, Copy("a", "", "b"));
+    EXPECT_TRUE(list == AttributeOf(mFolder / "b", "system.posix_acl_access"));
+    EXPECT_TRUE(list == AttributeOf(mFolder / "._b", "system.posix_acl_access"))
+        << "its group may no more with the companion than with the file";
+}
+
+TEST_P(FileCopies, HolesAndAccessDates) {
+    const std::string path = mFolder.MakeFile("a", "start");
+    toolbox::os::Descriptor file;
+    ASSERT_EQ(0, toolbox::os::OpenFile(path.c_str(), O_RDWR, file));
+    ASSERT_EQ(0, toolbox::os::SetLength(file.Number(), 8 << 20));
+    ASSERT_EQ(3, toolbox::os::Calls().pwrite(file.Number(), "end", 3, (8 << 20) - 3));
+    FileWorld::SetTimes(path, {1'000'000, 500}, {2'000'000, 700});
+    ASSERT_EQ(noErr, Copy("a", "", "b"));
+    const struct statx status = FileWorld::StatusOf(mFolder / "b");
+    EXPECT_EQ(1'000'000, status.stx_atime.tv_sec);
+    EXPECT_EQ(500U, status.stx_atime.tv_nsec);
+    EXPECT_EQ(2'000'000, status.stx_mtime.tv_sec);
+    const std::uint64_t maxBlocks = mFolder.Memory() == nullptr ? 1000 : UINT64_MAX;  // there it has none
+    EXPECT_LT(status.stx_blocks, maxBlocks) << "of 16384";
+    EXPECT_TRUE(FileWorld::Contents(path) == FileWorld::Contents(mFolder / "b"));
+}
+
+TEST_P(FileCopies, NamesWithoutRoomForACompanion) {
+    mFolder.MakeFolder("sub");
+    for (const std::size_t byteCount : {253U, 254U, 255U}) {
+        const std::string name(byteCount, 'n');
+        FSSpec item = SpecOf(mFolder.MakeFile(name, "text"));
+        FSSpec sub = Here("sub");
+        mBlock = {};
+        CopyParam& block = mBlock.copyParam;
+        block.ioVRefNum = block.ioDstVRefNum = item.vRefNum;
+        block.ioDirID = block.ioNewDirID = item.parID;
+        block.ioNamePtr = item.name;
+        block.ioNewName = sub.name;
+        EXPECT_EQ(noErr, PBHCopyFileSync(&mBlock)) << byteCount;
+        EXPECT_EQ("text", FileWorld::Contents(mFolder / ("sub/" + name)));
+        EXPECT_EQ(byteCount == 253, FileWorld::Exists(mFolder / ("sub/._" + name)));
+    }
+}
+
+TEST_P(FileCopies, BesideAForeignFileOfTheCompanionsName) {
+    mFolder.MakeFile("._b", "foreign");
+    mFolder.MakeFile("a", "of a");
+    ASSERT_EQ(noErr, Copy("a", "", "b"));
+    EXPECT_EQ("._b=foreign, a=of a, b=of a, ", Picture());
+    FileWorld::RemoveAll(mFolder / "b");
+    MakeWithCompanion("", "a");
+    EXPECT_EQ(dupFNErr, Copy("a", "", "b")) << "the fork has no other place";
+    EXPECT_EQ("._a=#fork of a, ._b=foreign, a=of a, ", Picture());
+}
+
+TEST_P(FileCopies, AFolderOfTheCompanionsName) {
+    mFolder.MakeFolder("._b");
+    mFolder.MakeFile("a", "of a");
+    ASSERT_EQ(noErr, Copy("a", "", "b"));
+    EXPECT_EQ("._b(), a=of a, b=of a, ", Picture());
+}
+
+TEST_P(FileCopies, ACopyAndItsCompanionBelongToWhoMadeThem) {
+    if (geteuid() != 0) GTEST_SKIP() << "only an administrator gives files away";
+    MakeWithCompanion("", "a");
+    for (const char* const name : {"a", "._a"})
+        ASSERT_EQ(0, toolbox::os::Calls().fchownat(AT_FDCWD, (mFolder / name).c_str(), 1234, 4321, 0));
+    ASSERT_EQ(noErr, Copy("a", "", "b"));
+    for (const char* const name : {"b", "._b"}) {
+        EXPECT_EQ(0U, FileWorld::StatusOf(mFolder / name).stx_uid) << name;
+        EXPECT_EQ(getegid(), FileWorld::StatusOf(mFolder / name).stx_gid) << name;
+    }
+}
+
+// Does something once, when a file gets that name.
+class WhenNamed {
+  public:
+    WhenNamed(std::string_view inName, std::function<void()> inDo) {
+        sName = inName;
+        sDo = std::move(inDo);
+        sReal = toolbox::os::Calls();
+        toolbox::os::CallsForTesting().linkat = [](int inFolder, const char* inPath, int inNewFolder,
+                                                   const char* inNewPath, int inFlags) {
+            Do(inNewPath);
+            return sReal.linkat(inFolder, inPath, inNewFolder, inNewPath, inFlags);
+        };
+        toolbox::os::CallsForTesting().renameat2 = [](int inFolder, const char* inPath, int inNewFolder,
+                                                      const char* inNewPath, unsigned inFlags) {
+            Do(inNewPath);
+            return sReal.renameat2(inFolder, inPath, inNewFolder, inNewPath, inFlags);
+        };
+    }
+    ~WhenNamed() { toolbox::os::CallsForTesting() = sReal; }
+    WhenNamed(const WhenNamed&) = delete;
+    WhenNamed& operator=(const WhenNamed&) = delete;
+
+  private:
+    static void Do(std::string_view inName) {
+        if (inName == sName && sDo) std::exchange(sDo, nullptr)();
+    }
+    static inline std::string sName;
+    static inline std::function<void()> sDo;
+    static inline toolbox::os::SystemCalls sReal;
+};
+
+TEST_P(FileCopies, WhoMakesAFileThereMeanwhileHasToWait) {
+    MakeWithCompanion("", "a");
+    const FSRef here = RefOf(mFolder.Path());
+    OSErr made = noErr;
+    OSErr error = noErr;
+    {
+        const WhenNamed make("b", [&] { made = MakeFile(here, u"b"); });
+        error = Copy("a", "", "b");
+    }
+    EXPECT_EQ(fBsyErr, made);
+    EXPECT_EQ(noErr, error);
+    EXPECT_EQ("of a", FileWorld::Contents(mFolder / "b"));
+    EXPECT_EQ("fork of a", ForkOf("b"));
+    EXPECT_EQ((std::vector<std::string>{"._a", "._b", "a", "b"}), FileWorld::NamesIn(mFolder.Path()));
+}
+
+TEST_P(FileCopies, AnothersCompanionStaysWhenTheCopyFails) {
+    MakeWithCompanion("", "a");
+    OSErr error = noErr;
+    {
+        // As who sets it aside where files cannot be locked.
+        const WhenNamed make("b", [&] {
+            FileWorld::Rename(mFolder / "._b", mFolder / "b (companion)");
+            mFolder.MakeFile("._b", CompanionBytes("another's"));
+            mFolder.MakeFile("b", "another's");
+        });
+        error = Copy("a", "", "b");
+    }
+    EXPECT_EQ(dupFNErr, error);
+    EXPECT_EQ("another's", FileWorld::Contents(mFolder / "b"));
+    EXPECT_EQ(CompanionBytes("another's"), FileWorld::Contents(mFolder / "._b"));
+}
+
+TEST_P(FileCopies, OfTwoCopiesToOneNameOneIsMadeWhole) {
+    MakeWithCompanion("", "a");
+    MakeWithCompanion("", "c");
+    HParamBlockRec saved = {};
+    OSErr second = noErr;
+    OSErr first = noErr;
+    {
+        const WhenNamed copy("b", [&] {
+            saved = mBlock;
+            second = Copy("c", "", "b");
+            mBlock = saved;
+        });
+        first = Copy("a", "", "b");
+    }
+    EXPECT_EQ(noErr, first);
+    EXPECT_TRUE(second == fBsyErr || second == dupFNErr) << second;
+    EXPECT_EQ("of a", FileWorld::Contents(mFolder / "b"));
+    EXPECT_EQ("fork of a", ForkOf("b"));
+    EXPECT_EQ((std::vector<std::string>{"._a", "._b", "._c", "a", "b", "c"}),
+              FileWorld::NamesIn(mFolder.Path()));
 }
 
 }  // namespace

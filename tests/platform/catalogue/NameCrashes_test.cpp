@@ -2,12 +2,14 @@
 // each item where it was or where it is to be, with its companion. Over the real file system alone: the
 // process and its calls are the kernel's.
 #include "ItemChanges.h"
+#include "companions/CompanionInfo.h"
 #include "os/SystemCalls_test_access.h"
 #include "support/FileWorld.h"
 
 #include <gtest/gtest.h>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
+#include <toolbox/FileCopies.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -143,6 +145,36 @@ TEST_F(NameCrashes, MakingWhereAnOrphanLies) {
     ExpectOneOf(
         states, [this] { mFolder.MakeFile("._a", CompanionBytes("of nobody")); },
         [&here] { return MakeFile(here, u"a"); }, [this] { LookFor({mFolder / "a"}); });
+}
+
+// The copy is whole or not there; what is left then is its companion alone, an ordinary file.
+TEST_F(NameCrashes, Copying) {
+    const auto copy = [this] {
+        FSSpec item = Here("a");
+        FSSpec sub = Here("sub");
+        HParamBlockRec block = {};
+        block.copyParam.ioVRefNum = block.copyParam.ioDstVRefNum = item.vRefNum;
+        block.copyParam.ioDirID = block.copyParam.ioNewDirID = item.parID;
+        block.copyParam.ioNamePtr = item.name;
+        block.copyParam.ioNewName = sub.name;
+        return PBHCopyFileSync(&block);
+    };
+    const auto prepare = [this] {
+        MakeItemAndFolder();
+        // So that the copy's companion need not tell another date.
+        toolbox::files::Place place;
+        ASSERT_EQ(0, toolbox::files::OpenPlaceOf(mFolder / "a", place));
+        toolbox::files::CompanionInfo info;
+        info.creationSeconds = 1000;
+        ASSERT_EQ(0, toolbox::files::WriteInfo(place, info));
+    };
+    prepare();
+    const std::string before = Picture();
+    const std::string both = before.substr(0, before.find("sub("));
+    const std::string companion = both.substr(0, both.find("a=of a, "));
+    const std::set<std::string> states = {before, both + "sub(" + companion + "), ",
+                                          both + "sub(" + both + "), "};
+    ExpectOneOf(states, prepare, copy, [this] { LookFor({mFolder / "sub/a"}); });
 }
 
 // One of the two is always what either name tells, and nobody sees more of it than at the place where it is

@@ -224,21 +224,90 @@ TEST_P(CopyContentsTest, OnlyTheUsersOwnAttributes) {
         return 0;
     };
     EXPECT_EQ(0, CopyAttributes(mFrom.Number(), mTo.Number()));
-    EXPECT_EQ("user.a system.posix_acl_access ", sSet);
-    CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
-        return errno = EOPNOTSUPP, -1;
+    EXPECT_EQ("user.a ", sSet);
+    struct Row {
+        int error;
+        int told;
     };
-    EXPECT_EQ(0, CopyAttributes(mFrom.Number(), mTo.Number())) << "what the file system has not is left out";
-    CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
-        return errno = ENOSPC, -1;
-    };
-    EXPECT_EQ(ENOSPC, CopyAttributes(mFrom.Number(), mTo.Number()));
+    // What the file system has not is left out; what it has no room for need not mean that the disk is full.
+    for (const Row& row : {Row{EOPNOTSUPP, 0}, Row{ENOSYS, 0}, Row{EACCES, EACCES}, Row{EPERM, EPERM},
+                           Row{EINVAL, EINVAL}, Row{ENOSPC, EOVERFLOW}, Row{EDQUOT, EDQUOT}}) {
+        static int sError;
+        sError = row.error;
+        CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
+            return errno = sError, -1;
+        };
+        EXPECT_EQ(row.told, CopyAttributes(mFrom.Number(), mTo.Number())) << row.error;
+    }
     CallsForTesting().fgetxattr = [](int, const char*, void*, std::size_t) -> ssize_t {
         return errno = EIO, -1;
     };
     EXPECT_EQ(EIO, CopyAttributes(mFrom.Number(), mTo.Number()));
     CallsForTesting().flistxattr = [](int, char*, std::size_t) -> ssize_t { return errno = EIO, -1; };
     EXPECT_EQ(EIO, CopyAttributes(mFrom.Number(), mTo.Number()));
+}
+
+// A list with a user of that number, who may read, and a mask for as much.
+std::string ListFor(UInt8 inUser) {
+    const UInt8 bytes[] = {
+        2,  0, 0, 0,                                                          // version
+        1,  0, 6, 0, 255, 255, 255, 255, 2,  0, 4, 0, inUser, 0,   0,   0,    // owner, user
+        4,  0, 0, 0, 255, 255, 255, 255, 16, 0, 4, 0, 255,    255, 255, 255,  // group, mask
+        32, 0, 0, 0, 255, 255, 255, 255};                                     // everyone else
+    return {reinterpret_cast<const char*>(bytes), sizeof bytes};
+}
+
+std::string ListOf(int inFile) {
+    char bytes[200];
+    const ssize_t count = fgetxattr(inFile, "system.posix_acl_access", bytes, sizeof bytes);
+    return count < 0 ? std::string() : std::string(bytes, static_cast<std::size_t>(count));
+}
+
+TEST_P(CopyContentsTest, Permissions) {
+    Open("text");
+    for (const mode_t mode : {0640U, 0444U, 0U, 0755U}) {
+        EXPECT_EQ(0, CopyAccess(mFrom.Number(), mTo.Number(), mode));
+        EXPECT_EQ(mode, FileWorld::StatusOf(mFolder / "to").stx_mode & 07777U);
+    }
+}
+
+TEST_P(CopyContentsTest, TheAccessListIsThatOfTheOther) {
+    if (mFolder.Memory() != nullptr) GTEST_SKIP() << "files in memory have none";
+    Open("text");
+    const std::string list = ListFor(77);
+    const std::string inherited = ListFor(66);
+    constexpr char kName[] = "system.posix_acl_access";
+    if (fsetxattr(mTo.Number(), kName, inherited.data(), inherited.size(), 0) != 0)
+        GTEST_SKIP() << "the file system has no access lists";
+    EXPECT_EQ(0, CopyAccess(mFrom.Number(), mTo.Number(), 0640));
+    EXPECT_EQ("", ListOf(mTo.Number())) << "what the folder gave goes";
+    EXPECT_EQ(0640U, FileWorld::StatusOf(mFolder / "to").stx_mode & 07777U);
+    ASSERT_EQ(0, fsetxattr(mFrom.Number(), kName, list.data(), list.size(), 0));
+    EXPECT_EQ(0, CopyAccess(mFrom.Number(), mTo.Number(), 0640));
+    EXPECT_TRUE(list == ListOf(mTo.Number()));
+    EXPECT_EQ(0640U, FileWorld::StatusOf(mFolder / "to").stx_mode & 07777U);
+}
+
+TEST_P(CopyContentsTest, WithoutTheListAFileIsItsOwnersAlone) {
+    Open("text");
+    static int sFrom;
+    sFrom = mFrom.Number();
+    CallsForTesting().fgetxattr = [](int inFile, const char*, void* outBytes, std::size_t) -> ssize_t {
+        if (inFile != sFrom) return errno = EOPNOTSUPP, -1;
+        const std::string list = ListFor(77);
+        std::memcpy(outBytes, list.data(), list.size());
+        return static_cast<ssize_t>(list.size());
+    };
+    CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
+        return errno = EOPNOTSUPP, -1;
+    };
+    EXPECT_EQ(0, CopyAccess(mFrom.Number(), mTo.Number(), 0664));
+    EXPECT_EQ(0600U, FileWorld::StatusOf(mFolder / "to").stx_mode & 07777U);
+    CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
+        return errno = EIO, -1;
+    };
+    EXPECT_EQ(EIO, CopyAccess(mFrom.Number(), mTo.Number(), 0664));
+    EXPECT_EQ(0600U, FileWorld::StatusOf(mFolder / "to").stx_mode & 07777U);
 }
 
 }  // namespace

@@ -70,4 +70,9 @@ template <typename Source>
 // the header, or another part, reaches into a part's place.
 bool EncodeAppleDouble(const std::vector<AppleDoublePart>& inParts, std::vector<UInt8>& outBytes);
 
+// All of it but the bytes of a resource fork of that many, which are to follow; there is none of 0 bytes.
+//   inParts  the others
+bool EncodeAppleDoubleHead(const std::vector<AppleDoublePart>& inParts, UInt32 inForkBytes,
+                           std::vector<UInt8>& outBytes);
+
 }  // namespace toolbox::files
