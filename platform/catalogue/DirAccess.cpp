@@ -1,13 +1,11 @@
+#include "HeldItem.h"
 #include "ParamBlocks.h"
-#include "catalogue/FileAccess.h"
+#include "catalogue/Volumes.h"
 #include "os/SystemCalls.h"
 #include "status/StatusOfErrno.h"
 
-#include <fcntl.h>
 #include <toolbox/CatalogInfo.h>
 #include <toolbox/DirAccess.h>
-
-#include <cerrno>
 
 namespace toolbox::files {
 
@@ -21,7 +19,9 @@ constexpr int kOwnerShift = 0;
 constexpr int kGroupShift = 8;
 constexpr int kEveryoneShift = 16;
 constexpr int kUserShift = 24;
-constexpr UInt32 kRightsMask = 0777;
+constexpr mode_t kRightsMask = 0777;
+constexpr mode_t kModeMask = 07777;
+constexpr uid_t kNobody = static_cast<uid_t>(-1);
 
 // Of three bits of a mode, which count write as 2 and read as 4.
 UInt32 RightsOfMode(unsigned inMode) {
@@ -34,18 +34,19 @@ unsigned ModeOfRights(UInt32 inRights) {
            ((inRights & kRead) != 0 ? 4U : 0U);
 }
 
-OSStatus FindFolder(const AccessParam& inBlock, FoundItem& outFolder, FSCatalogInfo& outInfo) {
-    OSStatus status = FindNamed(inBlock.ioVRefNum, inBlock.ioDirID, inBlock.ioNamePtr, outFolder);
-    if (status == noErr && outFolder.status.kind != os::ItemKind::kFolder) status = afpObjectTypeErr;
+OSStatus FindFolder(const AccessParam& inBlock, FoundItem& outFolder) {
+    const OSStatus status = FindNamed(inBlock.ioVRefNum, inBlock.ioDirID, inBlock.ioNamePtr, outFolder);
     if (status != noErr) return status;
-    const FSRef ref = MakeRef(outFolder);
-    return FSGetCatalogInfo(&ref, kFSCatInfoPermissions, &outInfo, nullptr, nullptr, nullptr);
+    return outFolder.status.kind == os::ItemKind::kFolder ? OSStatus{noErr} : OSStatus{afpObjectTypeErr};
 }
 
 OSStatus GetAccess(AccessParam& ioBlock) {
     FoundItem folder;
     FSCatalogInfo info = {};
-    const OSStatus status = FindFolder(ioBlock, folder, info);
+    OSStatus status = FindFolder(ioBlock, folder);
+    if (status != noErr) return status;
+    const FSRef ref = MakeRef(folder);
+    status = FSGetCatalogInfo(&ref, kFSCatInfoPermissions, &info, nullptr, nullptr, nullptr);
     if (status != noErr) return status;
     const FSPermissionInfo& permissions = info.permissions;
     const bool isOwner = os::Calls().geteuid() == permissions.userID;
@@ -60,36 +61,43 @@ OSStatus GetAccess(AccessParam& ioBlock) {
     return noErr;
 }
 
-OSStatus SetOwner(const FoundItem& inFolder, UInt32 inOwner, UInt32 inGroup) {
-    os::Descriptor folder;
-    const OSStatus status = OpenFound(inFolder, O_PATH, folder);
-    if (status != noErr) return status;
-    return os::Calls().fchownat(folder.Number(), "", inOwner, inGroup, AT_EMPTY_PATH) == 0
-               ? noErr
-               : StatusOfErrno(errno);
+// While the folder changes hands nobody has rights that he had not before or is not to have: those that the
+// new owner or group is to have, the old one must not get, nor the other way round.
+int GiveAway(const HeldItem& inFolder, const os::ItemStatus& inBefore, uid_t inOwner, gid_t inGroup,
+             mode_t inMode) {
+    const mode_t before = inBefore.mode & kModeMask;
+    const mode_t narrow = before & inMode;
+    int error = narrow == before ? 0 : inFolder.SetMode(narrow);
+    if (error == 0) error = inFolder.SetOwner(inOwner, inGroup);
+    if (error != 0) {
+        if (narrow != before) (void)inFolder.SetMode(before);
+        return error;
+    }
+    if (narrow != inMode) error = inFolder.SetMode(inMode);
+    if (error == 0) return 0;
+    if (inFolder.SetOwner(inBefore.owner, inBefore.group) == 0) (void)inFolder.SetMode(before);
+    return error;
 }
 
-// The mode first: it cannot be set by who has given the folder away.
 OSStatus SetAccess(const AccessParam& inBlock) {
-    FoundItem folder;
-    FSCatalogInfo before = {};
-    OSStatus status = FindFolder(inBlock, folder, before);
+    const auto owner = static_cast<uid_t>(inBlock.ioACOwnerID);
+    const auto group = static_cast<gid_t>(inBlock.ioACGroupID);
+    // To the system it means that there is nothing to be changed.
+    if (owner == kNobody || group == kNobody) return paramErr;
+    FoundItem found;
+    HeldItem folder;
+    OSStatus status = FindFolder(inBlock, found);
+    if (status == noErr) status = folder.Open(found);
+    os::ItemStatus before;
+    if (status == noErr) status = StatusOfErrno(folder.GetStatus(before));
     if (status != noErr) return status;
     const auto access = static_cast<UInt32>(inBlock.ioACAccess);
     const unsigned rights = ModeOfRights(access >> kOwnerShift) << 6 |
                             ModeOfRights(access >> kGroupShift) << 3 | ModeOfRights(access >> kEveryoneShift);
-    const FSRef ref = MakeRef(folder);
-    FSCatalogInfo info = before;
-    info.permissions.mode = static_cast<UInt16>((before.permissions.mode & ~kRightsMask) | rights);
-    const bool changesMode = info.permissions.mode != before.permissions.mode;
-    if (changesMode) status = FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info);
-    const auto owner = static_cast<UInt32>(inBlock.ioACOwnerID);
-    const auto group = static_cast<UInt32>(inBlock.ioACGroupID);
-    if (status != noErr || (owner == before.permissions.userID && group == before.permissions.groupID))
-        return status;
-    status = SetOwner(folder, owner, group);
-    if (status != noErr && changesMode) (void)FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &before);
-    return status;
+    const mode_t mode = (before.mode & kModeMask & ~kRightsMask) | rights;
+    if (owner != before.owner || group != before.group)
+        return StatusOfChange(GiveAway(folder, before, owner, group, mode), found);
+    return mode == (before.mode & kModeMask) ? OSStatus{noErr} : StatusOfChange(folder.SetMode(mode), found);
 }
 
 }  // namespace

@@ -21,6 +21,14 @@ int HeldItem::SetMode(mode_t inMode) const {
     return os::Calls().fchmodat(AT_FDCWD, mPath.c_str(), inMode, 0) == 0 ? 0 : errno;
 }
 
+int HeldItem::GetStatus(os::ItemStatus& outStatus) const {
+    return os::GetDescriptorStatus(mFile.Number(), outStatus);
+}
+
+int HeldItem::SetOwner(uid_t inOwner, gid_t inGroup) const {
+    return os::Calls().fchownat(mFile.Number(), "", inOwner, inGroup, AT_EMPTY_PATH) == 0 ? 0 : errno;
+}
+
 int HeldItem::SetDates(const os::Moment* inAccess, const os::Moment* inContent) const {
     return os::SetDatesAt(AT_FDCWD, mPath.c_str(), os::LastLink::kFollowed, inAccess, inContent);
 }

@@ -5,8 +5,6 @@
 #include "catalogue/Catalogue.h"
 #include "os/Descriptor.h"
 
-#include <fcntl.h>
-
 #include <string>
 
 namespace toolbox::files {
@@ -17,7 +15,9 @@ class HeldItem {
     [[nodiscard]] OSStatus Open(const FoundItem& inItem);
 
     // These answer 0 or an errno. A null date stays as it is.
+    [[nodiscard]] int GetStatus(os::ItemStatus& outStatus) const;
     [[nodiscard]] int SetMode(mode_t inMode) const;
+    [[nodiscard]] int SetOwner(uid_t inOwner, gid_t inGroup) const;
     [[nodiscard]] int SetDates(const os::Moment* inAccess, const os::Moment* inContent) const;
 
   private:

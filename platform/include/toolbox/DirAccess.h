@@ -50,8 +50,10 @@ enum {
 TOOLBOX_MUST_USE OSErr PBHGetDirAccessSync(HParmBlkPtr ioBlock);
 
 // Sets all three; of ioACAccess the rights of owner, group and everyone. What else is in the folder's mode
-// stays. Only an administrator gives a folder to another user. permErr when the user may not: nothing has
-// changed then.
+// stays, but that the system takes the set-group-ID bit from a folder of a group to which its owner, who is
+// no administrator, does not belong. Only an administrator gives a folder to another user. While it changes
+// hands nobody has rights that he has neither before nor after. permErr when the user may not, paramErr for
+// an owner or group of -1, vLckdErr or wPrErr where the volume may only be read: nothing has changed then.
 TOOLBOX_MUST_USE OSErr PBHSetDirAccessSync(HParmBlkPtr ioBlock);
 
 // Of objParam:

@@ -138,6 +138,38 @@ TEST_P(DirAccessTest, TheModeComesBackWhenTheOwnerCannotBeSet) {
     EXPECT_EQ(0755U, ModeOf("folder"));
 }
 
+TEST_P(DirAccessTest, NobodyHasRightsOfAnotherWhileTheFolderChangesHands) {
+    if (geteuid() != 0) GTEST_SKIP() << "only an administrator gives folders away";
+    mFolder.MakeFolder("folder");
+    FileWorld::SetMode(mFolder / "folder", 0750);
+    static toolbox::os::SystemCalls sReal;
+    static std::string sPath;
+    static int sGiven;
+    sReal = mSaved;
+    sPath = mFolder / "folder";
+    sGiven = 0;
+    CallsForTesting().fchownat = [](int inFolder, const char* inPath, uid_t inOwner, gid_t inGroup,
+                                    int inFlags) {
+        ++sGiven;
+        EXPECT_EQ(0700U, FileWorld::StatusOf(sPath).stx_mode & 0777U) << "the old group keeps what both have";
+        return sReal.fchownat(inFolder, inPath, inOwner, inGroup, inFlags);
+    };
+    ASSERT_EQ(noErr, Set("folder", geteuid(), 4321,
+                         kioACAccessOwnerSearchMask | kioACAccessOwnerReadMask | kioACAccessOwnerWriteMask |
+                             kioACAccessGroupWriteMask));
+    EXPECT_EQ(1, sGiven);
+    EXPECT_EQ(0720U, ModeOf("folder"));
+    EXPECT_EQ(4321U, FileWorld::StatusOf(sPath).stx_gid);
+}
+
+TEST_P(DirAccessTest, NobodyIsNoOwner) {
+    mFolder.MakeFolder("folder");
+    FileWorld::SetMode(mFolder / "folder", 0700);
+    EXPECT_EQ(paramErr, Set("folder", static_cast<uid_t>(-1), getegid(), 0));
+    EXPECT_EQ(paramErr, Set("folder", geteuid(), static_cast<gid_t>(-1), 0));
+    EXPECT_EQ(0700U, ModeOf("folder"));
+}
+
 TEST_P(DirAccessTest, NothingIsSetThatIsSoAlready) {
     mFolder.MakeFolder("folder");
     FileWorld::SetMode(mFolder / "folder", 0700);
