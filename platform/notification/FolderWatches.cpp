@@ -1,12 +1,10 @@
 #include "FolderWatches.h"
 
-#include "catalogue/DescriptorPaths.h"
 #include "os/SystemCalls.h"
 
 #include <sys/inotify.h>
 
 #include <cstring>
-#include <string>
 
 namespace toolbox::notification {
 
@@ -17,22 +15,13 @@ constexpr UInt32 kChanges =
 
 }  // namespace
 
-bool FolderWatches::DropInherited() noexcept {
-    if (!mInstance.IsOpen() || os::Calls().getpid() == mOwner) return false;
-    (void)mInstance.Close();
-    return true;
+int FolderWatches::Open() noexcept {
+    if (!mInstance.IsOpen()) mInstance = os::Descriptor(os::Calls().inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    return mInstance.IsOpen() ? mInstance.Number() : kNone;
 }
 
-int FolderWatches::Add(int inFolder) {
-    const std::string path = files::PathOfDescriptor(inFolder);
-    const bool isFirst = !mInstance.IsOpen();
-    if (isFirst) {
-        mInstance = os::Descriptor(os::Calls().inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-        mOwner = os::Calls().getpid();
-    }
-    if (!mInstance.IsOpen()) return kNone;
-    const int watch = os::Calls().inotify_add_watch(mInstance.Number(), path.c_str(), kChanges | IN_ONLYDIR);
-    if (watch < 0 && isFirst) Close();
+int FolderWatches::Add(int inInstance, const char* inPath) noexcept {
+    const int watch = os::Calls().inotify_add_watch(inInstance, inPath, kChanges | IN_ONLYDIR);
     return watch < 0 ? kNone : watch;
 }
 

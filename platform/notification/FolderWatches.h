@@ -1,12 +1,10 @@
 // Folders that the system watches for us: one instance of inotify, open as long as something is watched.
 //
 // The instance of a process is open in a child of fork as well, where reading would take from the parent what
-// is told to it; so the child leaves it alone. One thread at a time.
+// is told to it; so the child closes it. One thread at a time, but for adding.
 #pragma once
 
 #include "os/Descriptor.h"
-
-#include <sys/types.h>
 
 namespace toolbox::notification {
 
@@ -14,13 +12,12 @@ class FolderWatches {
   public:
     static constexpr int kNone = -1;  // no watch; and, of what is told, all of them
 
-    // True in a child, once: the watches were the parent's, and have no meaning here.
-    bool DropInherited() noexcept;
-
-    // One folder has one watch, however often it is added. kNone when none can be had. May throw
-    // std::bad_alloc, with nothing changed.
-    //   inFolder  a descriptor, needed for this call alone
-    int Add(int inFolder);
+    // Opens the instance unless it is open: what Add takes; kNone when none can be had.
+    [[nodiscard]] int Open() noexcept;
+    // One folder has one watch, however often it is added. kNone when none can be had. On any thread, as long
+    // as the instance is open: it may last as long as a server takes to answer.
+    //   inPath  of the folder, for this call alone
+    [[nodiscard]] static int Add(int inInstance, const char* inPath) noexcept;
     // kNone is none.
     void Remove(int inWatch) noexcept;
     // With all watches.
@@ -48,7 +45,6 @@ class FolderWatches {
     bool NextChange(Change& outChange) noexcept;
 
     os::Descriptor mInstance;
-    pid_t mOwner = 0;
     std::size_t mUsedBytes = 0;  // of the block
     std::size_t mNextByte = 0;
     alignas(8) char mBlock[kBlockBytes];

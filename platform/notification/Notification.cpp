@@ -1,6 +1,7 @@
 #include "Subscriptions.h"
 #include "notification/Notices.h"
 
+#include <pthread.h>
 #include <toolbox/Notification.h>
 
 #include <new>
@@ -27,6 +28,14 @@ struct ThreadEnd {
     ThreadEnd(const ThreadEnd&) = delete;
     ThreadEnd& operator=(const ThreadEnd&) = delete;
 };
+
+// Once. False when there is no memory for it.
+bool MindForks() {
+    static const bool isMinded = pthread_atfork([] { Subscriptions::Shared().HoldForFork(); },
+                                                [] { Subscriptions::Shared().GoOnInParent(); },
+                                                [] { Subscriptions::Shared().GoOnInChild(&sThread); }) == 0;
+    return isMinded;
+}
 
 class Delivery {
   public:
@@ -57,6 +66,7 @@ OSStatus Subscribe(const Where* inWhere, const Subscriber& inSubscriber, FNSubsc
     if (inWhere == nullptr || inSubscriber.callback == nullptr || outSubscription == nullptr ||
         (inSubscriber.options & ~kOptions) != 0 || sThread.isEnding)
         return paramErr;
+    if (!MindForks()) return memFullErr;
     try {
         static thread_local const ThreadEnd sEnd;
         sThread.hasSubscribed = true;

@@ -1,10 +1,12 @@
 #include "Subscriptions.h"
 
+#include "catalogue/DescriptorPaths.h"
 #include "catalogue/FileAccess.h"
 
 #include <fcntl.h>
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 namespace toolbox::notification {
@@ -40,19 +42,47 @@ OSStatus Subscriptions::Add(const files::FoundItem& inFolder, const Subscriber& 
     subscription.folderRef = files::MakeRef(inFolder);
     auto node = made.extract(made.begin());
 
+    const std::string path = folder.IsOpen() ? files::PathOfDescriptor(folder.Number()) : std::string();
+    Joining joining = BeginJoining();
+    for (;;) {
+        const bool canAsk = folder.IsOpen() && joining.instance != FolderWatches::kNone;
+        const int watch = canAsk ? FolderWatches::Add(joining.instance, path.c_str()) : FolderWatches::kNone;
+        if (Join(watch, joining, node, outSubscription)) return noErr;
+    }
+}
+
+Subscriptions::Joining Subscriptions::BeginJoining() noexcept {
     const os::MutexLock lock(mMutex);
-    DropInherited();
-    if (folder.IsOpen()) node.mapped().watch = mWatches.Add(folder.Number());
-    node.key() = ++mLastNumber;
-    mTable.insert(std::move(node));
+    ++mJoiningCount;
+    return {mWatches.Open(), mEndings};
+}
+
+bool Subscriptions::Join(int inWatch, Joining& ioJoining, Table::node_type& ioSubscription,
+                         FNSubscriptionRef& outSubscription) noexcept {
+    const os::MutexLock lock(mMutex);
+    if (inWatch != FolderWatches::kNone && std::exchange(ioJoining.endings, mEndings) != mEndings)
+        return false;
+    ioSubscription.mapped().watch = inWatch;
+    ioSubscription.key() = ++mLastNumber;
+    mTable.insert(std::move(ioSubscription));
     mCount.store(mTable.size(), std::memory_order_relaxed);
     outSubscription = SubscriptionOf(mLastNumber);
-    return noErr;
+    --mJoiningCount;
+    CloseUnused();
+    return true;
+}
+
+// Open is the instance while something is watched, or about to be.
+void Subscriptions::CloseUnused() noexcept {
+    const bool isUsed =
+        mJoiningCount > 0 || std::any_of(mTable.begin(), mTable.end(), [](const auto& inEntry) {
+            return inEntry.second.watch != FolderWatches::kNone;
+        });
+    if (!isUsed) mWatches.Close();
 }
 
 bool Subscriptions::Remove(FNSubscriptionRef inSubscription) noexcept {
     const os::MutexLock lock(mMutex);
-    DropInherited();
     const auto found = mTable.find(NumberOf(inSubscription));
     if (found == mTable.end()) return false;
     Erase(found);
@@ -61,7 +91,6 @@ bool Subscriptions::Remove(FNSubscriptionRef inSubscription) noexcept {
 
 void Subscriptions::RemoveAllOf(ThreadToken inThread) noexcept {
     const os::MutexLock lock(mMutex);
-    DropInherited();
     for (auto each = mTable.begin(); each != mTable.end();)
         each = each->second.subscriber.thread == inThread ? Erase(each) : std::next(each);
 }
@@ -90,7 +119,6 @@ void Subscriptions::NotifyAll(OptionBits inFlags) {
 
 void Subscriptions::MakeDue(ThreadToken inThread) noexcept {
     const os::MutexLock lock(mMutex);
-    DropInherited();
     mWatches.Read([this](int inWatch, bool inIsGone) {
         mMutex.AssertHeld();
         Hear(inWatch, inIsGone);
@@ -116,10 +144,15 @@ bool Subscriptions::TakeDue(ThreadToken inThread, Notice& outNotice) noexcept {
     return true;
 }
 
-void Subscriptions::DropInherited() noexcept {
-    if (!mWatches.DropInherited()) return;
+NO_LOCK_ANALYSIS void Subscriptions::GoOnInChild(ThreadToken inThread) noexcept {
+    mWatches.Close();
+    mJoiningCount = 0;
+    std::erase_if(mTable,
+                  [inThread](const auto& inEntry) { return inEntry.second.subscriber.thread != inThread; });
     for (auto& [number, subscription] : mTable)
         subscription.watch = FolderWatches::kNone;
+    mCount.store(mTable.size(), std::memory_order_relaxed);
+    mMutex.Unlock();
 }
 
 Subscriptions::Table::iterator Subscriptions::Erase(Table::iterator inSubscription) noexcept {
@@ -127,8 +160,11 @@ Subscriptions::Table::iterator Subscriptions::Erase(Table::iterator inSubscripti
     const auto next = mTable.erase(inSubscription);
     const bool isShared = std::any_of(mTable.begin(), mTable.end(),
                                       [watch](const auto& inEntry) { return inEntry.second.watch == watch; });
-    if (!isShared) mWatches.Remove(watch);
-    if (mTable.empty()) mWatches.Close();
+    if (!isShared && watch != FolderWatches::kNone) {
+        mWatches.Remove(watch);
+        ++mEndings;
+    }
+    CloseUnused();
     mCount.store(mTable.size(), std::memory_order_relaxed);
     return next;
 }
@@ -140,6 +176,7 @@ void Subscriptions::MakePending(Subscription& ioSubscription, OptionBits inFlags
 }
 
 void Subscriptions::Hear(int inWatch, bool inIsGone) noexcept {
+    if (inIsGone) ++mEndings;
     for (auto& [number, subscription] : mTable) {
         if (inWatch != FolderWatches::kNone && subscription.watch != inWatch) continue;
         if (subscription.watch == FolderWatches::kNone) continue;

@@ -48,6 +48,12 @@ class Subscriptions {
     void Notify(const os::ItemIdentity& inFolder, OptionBits inFlags);
     void NotifyAll(OptionBits inFlags);
 
+    // Around a fork: so that a child never finds the table as another thread was changing it. In the child
+    // remains what the one thread subscribed that it has, without what the system tells.
+    void HoldForFork() NO_LOCK_ANALYSIS { mMutex.Lock(); }
+    void GoOnInParent() NO_LOCK_ANALYSIS { mMutex.Unlock(); }
+    void GoOnInChild(ThreadToken inThread) noexcept;
+
     bool IsEmpty() const { return mCount.load(std::memory_order_relaxed) == 0; }
     // What is to be told to a thread by now, the system's changes among it, becomes due; and is then taken,
     // in the order in which was subscribed. What comes later is for the next time.
@@ -69,7 +75,17 @@ class Subscriptions {
     // By number, from 1 on; a number is given once.
     using Table = std::map<std::uintptr_t, Subscription>;
 
-    void DropInherited() noexcept NEEDS_LOCK(mMutex);
+    // A subscription to a folder that the system is asked to watch, which may last: nobody else waits for it.
+    struct Joining {
+        int instance = FolderWatches::kNone;
+        std::uint64_t endings = 0;  // of watches, before the system was asked
+    };
+    [[nodiscard]] Joining BeginJoining() noexcept;
+    // False when the watch may have been ended meanwhile by who knew of no other subscriber: it is to be
+    // added again then.
+    [[nodiscard]] bool Join(int inWatch, Joining& ioJoining, Table::node_type& ioSubscription,
+                            FNSubscriptionRef& outSubscription) noexcept;
+    void CloseUnused() noexcept NEEDS_LOCK(mMutex);
     Table::iterator Erase(Table::iterator inSubscription) noexcept NEEDS_LOCK(mMutex);
     static void MakePending(Subscription& ioSubscription, OptionBits inFlags);
     void Hear(int inWatch, bool inIsGone) noexcept NEEDS_LOCK(mMutex);
@@ -78,6 +94,8 @@ class Subscriptions {
     Table mTable GUARDED_BY(mMutex);
     std::uintptr_t mLastNumber GUARDED_BY(mMutex) = 0;
     FolderWatches mWatches GUARDED_BY(mMutex);
+    std::size_t mJoiningCount GUARDED_BY(mMutex) = 0;
+    std::uint64_t mEndings GUARDED_BY(mMutex) = 0;  // of watches
     std::atomic<std::size_t> mCount{0};
 };
 

@@ -9,7 +9,8 @@
 // Changes by other programs and by calls that do not tell of them are seen as far as the system tells of
 // changes: not those that another machine makes on a network's volume, nor in a folder that the user may not
 // list, nor where the process or the user watches as many folders as the system allows. There, and in a child
-// of fork, subscribers are called for what this process tells with FNNotify alone; no status says so.
+// of fork, subscribers are called for what this process tells with FNNotify alone; no status says so. A child
+// has the subscriptions of the thread that forked.
 //
 // Every function may be called on any thread, also by who is called. Beside what a function names, each may
 // answer: paramErr for a null argument that may not be null and for options or messages not named here,

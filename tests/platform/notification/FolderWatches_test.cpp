@@ -10,9 +10,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <cstdlib>
 #include <fstream>
+#include <functional>
+#include <future>
 #include <optional>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -242,6 +247,98 @@ TEST_F(FolderWatches, CloseWithTheThreadThatHadThem) {
         EXPECT_EQ(mDescriptors + 1, mFolder.OpenDescriptorCount());
     }).join();
     EXPECT_EQ(mDescriptors, mFolder.OpenDescriptorCount());
+}
+
+using toolbox::os::SystemCalls;
+
+// Stands in for the system's call while it lives.
+class Watching {
+  public:
+    explicit Watching(std::function<int(int, const char*, std::uint32_t)> inAdd) {
+        sReal = Calls();
+        sAdd = std::move(inAdd);
+        CallsForTesting().inotify_add_watch = [](int inInstance, const char* inPath, std::uint32_t inMask) {
+            return sAdd(inInstance, inPath, inMask);
+        };
+    }
+    ~Watching() { CallsForTesting() = sReal; }
+    Watching(const Watching&) = delete;
+    Watching& operator=(const Watching&) = delete;
+
+    static inline SystemCalls sReal;
+    static inline std::function<int(int, const char*, std::uint32_t)> sAdd;
+};
+
+// As of a folder whose server does not answer.
+TEST_F(FolderWatches, NobodyWaitsForAnothersFolder) {
+    Told told(mOne);
+    bool isServed = false;
+    std::optional<Told> slow;
+    {
+        const Watching watching([&](int inInstance, const char* inPath, std::uint32_t inMask) {
+            auto others = std::async(std::launch::async, [&] {
+                EXPECT_EQ(noErr, Notify(mOne));
+                FSRef folder = {};
+                EXPECT_EQ(noErr, FNGetDirectoryForSubscription(told.Subscription(), &folder));
+            });
+            isServed = others.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+            if (!isServed) std::quick_exit(97);  // nothing would come to an end
+            return Watching::sReal.inotify_add_watch(inInstance, inPath, inMask);
+        });
+        slow.emplace(mOther);
+    }
+    EXPECT_TRUE(isServed);
+    EXPECT_EQ(1U, told.Ask());
+    mFolder.MakeFile("other/file");
+    EXPECT_EQ(1U, slow->Ask());
+}
+
+TEST_F(FolderWatches, AWatchThatEndsWhileItIsSharedIsAddedAnew) {
+    std::optional<Told> first(mOne);
+    std::optional<Told> second;
+    int calls = 0;
+    {
+        const Watching watching([&](int inInstance, const char* inPath, std::uint32_t inMask) {
+            const int watch = Watching::sReal.inotify_add_watch(inInstance, inPath, inMask);
+            if (++calls == 1) first.reset();
+            return watch;
+        });
+        second.emplace(mOne);
+    }
+    EXPECT_EQ(2, calls);
+    mFolder.MakeFile("one/file");
+    EXPECT_EQ(1U, second->Ask());
+}
+
+// Of threads that the child does not have nobody is left to be called.
+TEST_F(FolderWatches, WhatOtherThreadsSubscribedIsNotInAChild) {
+    Told told(mOne);
+    std::promise<FNSubscriptionRef> subscribed;
+    std::promise<void> mayEnd;
+    std::thread other([&] {
+        FNSubscriptionRef subscription = nullptr;
+        EXPECT_EQ(noErr,
+                  FNSubscribeByPath(
+                      reinterpret_cast<const UInt8*>(mOne.c_str()),
+                      [](FNMessage, OptionBits, void*, FNSubscriptionRef) {}, nullptr, 0, &subscription));
+        subscribed.set_value(subscription);
+        mayEnd.get_future().wait();
+    });
+    const FNSubscriptionRef others = subscribed.get_future().get();
+    const pid_t child = fork();
+    if (child == 0) {
+        FSRef folder = {};
+        const bool isGone = FNGetDirectoryForSubscription(others, &folder) == paramErr;
+        const bool isOwnThere = Notify(mOne) == noErr && told.Ask() == 1 && told.End() == noErr;
+        _exit((isGone ? 0 : 1) + (isOwnThere ? 0 : 2));
+    }
+    int status = -1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, WEXITSTATUS(status));
+    FSRef folder = {};
+    EXPECT_EQ(noErr, FNGetDirectoryForSubscription(others, &folder)) << "the parent has it still";
+    mayEnd.set_value();
+    other.join();
 }
 
 }  // namespace

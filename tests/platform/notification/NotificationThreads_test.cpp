@@ -4,6 +4,9 @@
 #include "support/FileWorld.h"
 #include "support/Rounds.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <thread>
 
@@ -55,6 +58,34 @@ TEST(NotificationThreads, EachIsToldOnItsOwn) {
         thread.join();
     EXPECT_EQ(paramErr, FNUnsubscribe(passing));
     EXPECT_EQ(descriptors, folder.OpenDescriptorCount()) << "nothing is watched any more";
+}
+
+// Whatever the other threads are about while a process forks, its child goes on.
+TEST(NotificationThreads, AChildIsHeldByNobody) {
+    FileWorld folder(FileWorld::kReal);
+    const std::string shared = folder.MakeFolder("shared");
+    std::atomic<bool> isOver{false};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 2; ++thread)
+        threads.emplace_back([&] {
+            Told told(shared);
+            while (!isOver)
+                EXPECT_EQ(noErr, FNNotifyAll(kFNDirectoryModifiedMessage, 0));
+        });
+    Told told(shared);
+    for (int round = 0; round < support::Rounds(200); ++round) {
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(10);
+            _exit(FNNotifyAll(kFNDirectoryModifiedMessage, 0) == noErr && told.End() == noErr ? 0 : 1);
+        }
+        int status = -1;
+        ASSERT_EQ(child, waitpid(child, &status, 0));
+        ASSERT_EQ(0, status);
+    }
+    isOver = true;
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 }  // namespace
