@@ -5,6 +5,7 @@
 #include "catalogue/DescriptorPaths.h"
 #include "catalogue/ItemInfo.h"
 #include "catalogue/Volumes.h"
+#include "companions/Companions.h"
 #include "names/CatalogueNames.h"
 #include "status/StatusOfErrno.h"
 
@@ -105,6 +106,55 @@ OSStatus Move(const FSRef& inRef, const FSRef& inFolder, FSRef* outRef) {
     return MoveTo(item, place, folder.path, newPlace, outRef);
 }
 
+struct Renaming {
+    FoundItem& item;
+    Place& place;
+    Place& newPlace;
+};
+
+std::string FolderOf(const FoundItem& inItem) {
+    return inItem.path.substr(0, inItem.path.rfind('/') + 1);
+}
+
+OSStatus SetHint(const Place& inPlace, const FoundItem& inItem, TextEncoding inHint, ChangedInfo& ioInfo) {
+    CompanionInfo info;
+    CompanionSizes sizes;
+    const int error = ReadInfo(inPlace.folder.Number(), CompanionName(inPlace.name), info, sizes);
+    if (error != 0 || info.encodingHint == inHint) return StatusOfErrno(error);
+    info.encodingHint = inHint;
+    return StatusOfCompanionError(ioInfo.Set(inPlace, inItem.status.identity, kHintPart, info), inItem);
+}
+
+OSStatus RenameWithHint(const Renaming& inRenaming, TextEncoding inHint, FSRef* outRef) {
+    FoundItem& item = inRenaming.item;
+    ChangedInfo hint;
+    OSStatus status = SetHint(inRenaming.place, item, inHint, hint);
+    if (status == noErr) status = MoveTo(item, inRenaming.place, FolderOf(item), inRenaming.newPlace, outRef);
+    if (status == noErr) hint.Stay();
+    return status;
+}
+
+// It gets its old name back where the hint cannot be set.
+OSStatus RenameAndSetHint(const Renaming& inRenaming, TextEncoding inHint, FSRef* outRef) {
+    FoundItem& item = inRenaming.item;
+    FSRef ref = {};
+    ChangedInfo hint;
+    OSStatus status = MoveTo(item, inRenaming.place, FolderOf(item), inRenaming.newPlace, &ref);
+    if (status != noErr) return status;
+    try {
+        status = SetHint(inRenaming.newPlace, item, inHint, hint);
+    } catch (const std::bad_alloc&) {
+        status = memFullErr;
+    }
+    if (status != noErr) {
+        (void)MoveTo(item, inRenaming.newPlace, FolderOf(item), inRenaming.place, nullptr);
+        return status;
+    }
+    hint.Stay();
+    if (outRef != nullptr) *outRef = ref;
+    return noErr;
+}
+
 OSStatus Rename(const FSRef& inRef, const NameText& inName, TextEncoding inHint, FSRef* outRef) {
     FoundItem item;
     Place place;
@@ -115,13 +165,11 @@ OSStatus Rename(const FSRef& inRef, const NameText& inName, TextEncoding inHint,
     newPlace.folderStatus = place.folderStatus;
     status = StatusOfErrno(os::OpenFile(place.folder.Number(), ".", O_PATH | O_DIRECTORY, newPlace.folder));
     if (status != noErr) return status;
-    NewHint hint;
-    status = hint.Set(place, item, inHint);
-    if (status != noErr) return status;
-    const std::size_t nameStart = item.path.rfind('/') + 1;
-    status = MoveTo(item, place, item.path.substr(0, nameStart), newPlace, outRef);
-    if (status == noErr) hint.Stay();
-    return status;
+    // A name that is too long for a companion has no hint, and its item gets one by its new name.
+    if (HasRoomForCompanion(place.name)) return RenameWithHint({item, place, newPlace}, inHint, outRef);
+    if (inHint == kTextEncodingUnknown) return MoveTo(item, place, FolderOf(item), newPlace, outRef);
+    return HasRoomForCompanion(newPlace.name) ? RenameAndSetHint({item, place, newPlace}, inHint, outRef)
+                                              : OSStatus{bdNamErr};
 }
 
 OSStatus MakeFolder(SInt16 inVolume, SInt32 inFolderID, ConstStr255Param inName, SInt32& outFolderID) {

@@ -28,6 +28,7 @@ static_assert(sizeof(ExtendedFileInfo) == 16 && offsetof(ExtendedFileInfo, putAw
 static_assert(sizeof(ExtendedFolderInfo) == 16 && offsetof(ExtendedFolderInfo, reserved1) == 4);
 
 constexpr std::size_t kExtendedOffset = sizeof(FileInfo);  // in a companion
+constexpr mode_t kPermissionBits = 07777;
 
 // The records' numbers, by their widths.
 constexpr std::size_t kFileInfo[] = {4, 4, 2, 2, 2, 2};
@@ -155,23 +156,64 @@ OSStatus CheckUnlocked(const Place& inPlace, const os::ItemStatus& inItem) {
     return error == EACCES ? OSStatus{noErr} : StatusOfErrno(error);
 }
 
-OSStatus NewHint::Set(const Place& inPlace, const FoundItem& inItem, TextEncoding inHint) {
+OSStatus CheckOwnerUnlocked(const Place& inCompanion) {
+    os::ItemStatus owner;
+    if (!IsCompanion(inCompanion, owner)) return noErr;
+    CompanionInfo info;
     CompanionSizes sizes;
-    int error = ReadInfo(inPlace.folder.Number(), CompanionName(inPlace.name), mBefore, sizes);
-    if (error != 0 || mBefore.encodingHint == inHint) return StatusOfErrno(error);
-    CompanionInfo info = mBefore;
-    info.encodingHint = inHint;
-    error = WriteInfo(inPlace, info);
-    if (error != 0) return StatusOfCompanionError(error, inItem);
-    mPlace = &inPlace;
-    mItem = inItem.status.identity;
-    return noErr;
+    const int error = ReadInfo(inCompanion.folder.Number(), inCompanion.name, info, sizes);
+    return info.isLocked || owner.isImmutable ? OSStatus{fLckdErr} : StatusOfErrno(error);
 }
 
-NewHint::~NewHint() {
-    os::ItemStatus now;
-    if (mPlace == nullptr || GetStatus(*mPlace, now) != 0 || !now.identity.IsSameItem(mItem)) return;
-    (void)WriteCompanion(*mPlace, mBefore);
+int ChangedInfo::Set(const Place& inPlace, const os::ItemIdentity& inItem, InfoParts inWhich,
+                     const CompanionInfo& inInfo) {
+    mItem = inItem;
+    mWhich = inWhich;
+    mInfo = inInfo;
+    const int error = ChangeInfo(inPlace, inItem, [this](CompanionInfo& ioInfo) {
+        mBefore = ioInfo;
+        CopyParts(mWhich, mInfo, ioInfo);
+    });
+    if (error == 0) mPlace = &inPlace;
+    return error;
+}
+
+ChangedInfo::~ChangedInfo() {
+    if (mPlace == nullptr) return;
+    try {
+        (void)ChangeInfo(*mPlace, mItem, [this](CompanionInfo& ioInfo) {
+            CopyParts(mWhich & CommonParts(ioInfo, mInfo), mBefore, ioInfo);
+        });
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+}
+
+int ChangedMode::Follow(mode_t inMode, std::optional<mode_t>* outBefore) const {
+    return mPlace == nullptr ? 0 : SetCompanionMode(*mPlace, mIdentity, ModeOfCompanion(inMode), outBefore);
+}
+
+int ChangedMode::Set(const HeldItem& inItem, const os::ItemStatus& inStatus, const Place* inPlace,
+                     mode_t inMode) {
+    mItem = &inItem;
+    mPlace = inPlace;
+    mIdentity = inStatus.identity;
+    // A companion that is made or moved here meanwhile is met by the second look.
+    int error = Follow(inStatus.mode & inMode, &mCompanionBefore);
+    if (error == 0) error = inItem.SetMode(inMode);
+    if (error != 0) return error;
+    mBefore = inStatus.mode & kPermissionBits;
+    return Follow(inMode, nullptr);
+}
+
+ChangedMode::~ChangedMode() {
+    if (mIsToStay) return;
+    if (mBefore) (void)mItem->SetMode(*mBefore);
+    try {
+        if (mCompanionBefore) (void)SetCompanionMode(*mPlace, mIdentity, *mCompanionBefore);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 }  // namespace toolbox::files

@@ -30,10 +30,11 @@ struct Changes {
     std::optional<mode_t> mode;
     std::optional<os::Moment> access;
     std::optional<os::Moment> content;
-    std::optional<CompanionInfo> companion;
+    InfoParts infoParts = 0;
+    CompanionInfo info;
 
     bool HaveDates() const { return access || content; }
-    bool AreAny() const { return mode || HaveDates() || companion; }
+    bool AreAny() const { return mode || HaveDates() || infoParts != 0; }
 };
 
 OSStatus ChangePermissions(const os::ItemStatus& inStatus, const FSPermissionInfo& inPermissions,
@@ -50,22 +51,41 @@ void ChangeDate(const os::Moment& inNow, const UTCDateTime& inDate, std::optiona
     if (!IsSameDate(DateOf(inNow), inDate)) ioChange = MomentOf(inDate);
 }
 
-OSStatus ChangeLock(const os::ItemStatus& inStatus, UInt16 inFlags, CompanionInfo& ioInfo) {
+OSStatus ChangeLock(const os::ItemStatus& inStatus, UInt16 inFlags, Changes& ioChanges) {
     const bool isToBeLocked = (inFlags & kFSNodeLockedMask) != 0;
-    if (!inStatus.isImmutable)
-        ioInfo.isLocked = isToBeLocked;
-    else if (!isToBeLocked)
-        return permErr;
+    if (inStatus.isImmutable) return isToBeLocked ? noErr : OSStatus{permErr};
+    ioChanges.info.isLocked = isToBeLocked;
+    ioChanges.infoParts |= kLockPart;
     return noErr;
 }
 
-OSStatus ChangeCreation(const os::ItemStatus& inStatus, const UTCDateTime& inDate, CompanionInfo& ioInfo) {
+OSStatus ChangeCreation(const os::ItemStatus& inStatus, const UTCDateTime& inDate, Changes& ioChanges) {
     const bool isBorn = inStatus.identity.birthNanos != 0;
-    if (isBorn && IsSameDate(inDate, DateOf(inStatus.birthDate)))
-        ioInfo.creationSeconds = CompanionInfo::kNoDate;
-    else if (!CompanionSecondsOf(inDate, ioInfo.creationSeconds))
-        return paramErr;
-    return noErr;
+    ioChanges.infoParts |= kCreationPart;
+    if (isBorn && IsSameDate(inDate, DateOf(inStatus.birthDate))) return noErr;  // none of its own
+    return CompanionSecondsOf(inDate, ioChanges.info.creationSeconds) ? noErr : OSStatus{paramErr};
+}
+
+// All that is asked for, be it so already or not: it is to be so at one moment.
+OSStatus CollectInfo(const os::ItemStatus& inStatus, FSCatalogInfoBitmap inWhich, const FSCatalogInfo& inInfo,
+                     Changes& ioChanges) {
+    OSStatus status = noErr;
+    CompanionInfo& info = ioChanges.info;
+    const auto isAsked = [&](FSCatalogInfoBitmap inBit, InfoParts inPart) {
+        const bool isIt = status == noErr && (inWhich & inBit) != 0;
+        if (isIt) ioChanges.infoParts |= inPart;
+        return isIt;
+    };
+    if (isAsked(kFSCatInfoTextEncoding, kHintPart)) info.encodingHint = inInfo.textEncodingHint;
+    if (isAsked(kFSCatInfoNodeFlags, 0)) status = ChangeLock(inStatus, inInfo.nodeFlags, ioChanges);
+    if (isAsked(kFSCatInfoCreateDate, 0)) status = ChangeCreation(inStatus, inInfo.createDate, ioChanges);
+    if (isAsked(kFSCatInfoBackupDate, kBackupPart) &&
+        !CompanionSecondsOf(inInfo.backupDate, info.backupSeconds))
+        status = paramErr;
+    if (isAsked(kFSCatInfoFinderInfo, kFinderPart)) SetFinderInfo(inStatus.kind, inInfo.finderInfo, info);
+    if (isAsked(kFSCatInfoFinderXInfo, kExtendedPart))
+        SetExtendedInfo(inStatus.kind, inInfo.extFinderInfo, info);
+    return status;
 }
 
 OSStatus ChangeCompanion(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, const FSCatalogInfo& inInfo,
@@ -73,18 +93,12 @@ OSStatus ChangeCompanion(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, c
     CompanionInfo before;
     CompanionSizes sizes;
     OSStatus status = StatusOfErrno(ReadCompanionInfo(inItem, before, sizes));
-    CompanionInfo info = before;
-    const auto isAsked = [&](FSCatalogInfoBitmap inBit) { return status == noErr && (inWhich & inBit) != 0; };
-    if (isAsked(kFSCatInfoTextEncoding)) info.encodingHint = inInfo.textEncodingHint;
-    if (isAsked(kFSCatInfoNodeFlags)) status = ChangeLock(inItem.status, inInfo.nodeFlags, info);
-    if (isAsked(kFSCatInfoCreateDate)) status = ChangeCreation(inItem.status, inInfo.createDate, info);
-    if (isAsked(kFSCatInfoBackupDate) && !CompanionSecondsOf(inInfo.backupDate, info.backupSeconds))
-        status = paramErr;
-    if (isAsked(kFSCatInfoFinderInfo)) SetFinderInfo(inItem.status.kind, inInfo.finderInfo, info);
-    if (isAsked(kFSCatInfoFinderXInfo)) SetExtendedInfo(inItem.status.kind, inInfo.extFinderInfo, info);
-    if (status != noErr || info == before) return status;
-    if (IsDescriptorPath(inItem.path)) return bdNamErr;
-    ioChanges.companion = info;
+    if (status == noErr) status = CollectInfo(inItem.status, inWhich, inInfo, ioChanges);
+    if (status != noErr) return status;
+    if ((ioChanges.infoParts & ~CommonParts(before, ioChanges.info)) == 0)
+        ioChanges.infoParts = 0;
+    else if (IsDescriptorPath(inItem.path))
+        return bdNamErr;
     return noErr;
 }
 
@@ -108,37 +122,60 @@ const Value* PointerTo(const std::optional<Value>& inValue) {
     return inValue ? &*inValue : nullptr;
 }
 
+// Dates of an item. Those that were set are as before again unless they are to stay.
+class ChangedDates {
+  public:
+    ChangedDates(const HeldItem& inItem, const FoundItem& inFound) : mItem(inItem), mBefore(inFound.status) {}
+    ~ChangedDates() {
+        if (mChanges != nullptr)
+            (void)mItem.SetDates(mChanges->access ? &mBefore.accessDate : nullptr,
+                                 mChanges->content ? &mBefore.contentDate : nullptr);
+    }
+    ChangedDates(const ChangedDates&) = delete;
+    ChangedDates& operator=(const ChangedDates&) = delete;
+
+    [[nodiscard]] int Set(const Changes& inChanges) {
+        if (!inChanges.HaveDates()) return 0;
+        const int error = mItem.SetDates(PointerTo(inChanges.access), PointerTo(inChanges.content));
+        if (error == 0) mChanges = &inChanges;
+        return error;
+    }
+    void Stay() noexcept { mChanges = nullptr; }
+
+  private:
+    const HeldItem& mItem;
+    const os::ItemStatus& mBefore;
+    const Changes* mChanges = nullptr;
+};
+
 // What may be refused to other users comes first, and the companion, which is written whole or not at all,
-// behind it; so nothing needs to be undone but what was just done by the same right.
+// behind it. But that of a volume's root lies within it, and dates it.
 OSStatus Apply(const FoundItem& inItem, const Changes& inChanges) {
-    HeldItem item;
+    const bool isRoot = IsVolumeRoot(inItem);
+    const bool canHaveCompanion = !IsDescriptorPath(inItem.path);
+    HeldItem held;
     Place place;
-    OSStatus status = item.Open(inItem);
-    if (status == noErr && inChanges.companion) status = OpenItsPlace(inItem, place);
+    OSStatus status = held.Open(inItem);
+    if (status == noErr && canHaveCompanion && (inChanges.mode || inChanges.infoParts != 0))
+        status = OpenItsPlace(inItem, place);
     if (status != noErr) return status;
-    const os::ItemStatus& before = inItem.status;
-    const os::Moment* const content = PointerTo(inChanges.content);
-    int error = inChanges.mode ? item.SetMode(*inChanges.mode) : 0;
+    ChangedMode mode;
+    ChangedDates dates(held, inItem);
+    ChangedInfo info;
+    int error = 0;
+    if (inChanges.mode)
+        error = mode.Set(held, inItem.status, canHaveCompanion ? &place : nullptr, *inChanges.mode);
+    if (error == 0 && !isRoot) error = dates.Set(inChanges);
     if (error != 0) return StatusOfChange(error, inItem);
-    const auto restoreMode = [&] {
-        if (inChanges.mode) (void)item.SetMode(before.mode & kPermissionBits);
-    };
-    if (inChanges.HaveDates()) error = item.SetDates(PointerTo(inChanges.access), content);
-    if (error != 0) {
-        restoreMode();
-        return StatusOfChange(error, inItem);
-    }
-    if (!inChanges.companion) return noErr;
-    error = WriteCompanion(place, *inChanges.companion);
-    if (error != 0) {
-        if (inChanges.HaveDates()) (void)item.SetDates(&before.accessDate, &before.contentDate);
-        restoreMode();
-        return StatusOfCompanionError(error, inItem);
-    }
-    // A volume's root has its companion within it, and is not changed by that.
-    if (IsVolumeRoot(inItem))
-        error = item.SetDates(nullptr, content != nullptr ? content : &before.contentDate);
-    return content != nullptr ? StatusOfErrno(error) : OSStatus{noErr};
+    if (inChanges.infoParts != 0)
+        error = info.Set(place, inItem.status.identity, inChanges.infoParts, inChanges.info);
+    if (error != 0) return StatusOfCompanionError(error, inItem);
+    if (isRoot) error = dates.Set(inChanges);
+    if (error != 0) return StatusOfChange(error, inItem);
+    info.Stay();
+    dates.Stay();
+    mode.Stay();
+    return noErr;
 }
 
 }  // namespace

@@ -25,6 +25,7 @@ constexpr std::size_t kMacFileInfoBytes = 4;
 constexpr std::size_t kAttributesOffset = 3;
 constexpr UInt8 kLockedAttribute = 1;
 constexpr std::size_t kEncodingHintBytes = 4;
+constexpr std::size_t kExtendedOffset = 16;
 
 static_assert(static_cast<SInt32>(kUnknownDate) == CompanionInfo::kNoDate);
 static_assert(kFinderInfoBytes == sizeof CompanionInfo::finderInfo);
@@ -116,6 +117,27 @@ void PutInfo(const CompanionInfo& inInfo, Parts& ioParts) {
     });
 }
 
+namespace {
+
+template <typename Change>
+int ChangeInfoOf(const ItemAt& inItem, Change inChange) {
+    return ChangeCompanion(inItem, O_RDONLY, [&inChange](CompanionWriter& ioWriter) {
+        CompanionInfo info;
+        CompanionSizes sizes;
+        Parts parts;
+        int error = ReadInfoOf(ioWriter.Get(), info, sizes);
+        if (error == 0) error = ioWriter.ReadParts(0, parts);
+        if (error != 0) return error;
+        const CompanionInfo before = info;
+        inChange(info);
+        PutInfo(info, parts);
+        if (AreDefault(parts)) return ioWriter.Exists() ? ioWriter.Remove() : 0;
+        return info == before ? 0 : ioWriter.Replace(parts);
+    });
+}
+
+}  // namespace
+
 int ReadInfo(int inFolder, const std::string& inCompanionName, CompanionInfo& outInfo,
              CompanionSizes& outSizes) {
     outInfo = {};
@@ -130,15 +152,35 @@ int ReadInfo(int inFolder, const std::string& inCompanionName, CompanionInfo& ou
     return IsNoCompanion(error) ? 0 : error;
 }
 
+void CopyParts(InfoParts inWhich, const CompanionInfo& inFrom, CompanionInfo& ioTo) {
+    const auto middle = static_cast<std::ptrdiff_t>(kExtendedOffset);
+    const auto& from = inFrom.finderInfo;
+    if ((inWhich & kFinderPart) != 0) std::copy(from.begin(), from.begin() + middle, ioTo.finderInfo.begin());
+    if ((inWhich & kExtendedPart) != 0)
+        std::copy(from.begin() + middle, from.end(), ioTo.finderInfo.begin() + middle);
+    if ((inWhich & kCreationPart) != 0) ioTo.creationSeconds = inFrom.creationSeconds;
+    if ((inWhich & kBackupPart) != 0) ioTo.backupSeconds = inFrom.backupSeconds;
+    if ((inWhich & kLockPart) != 0) ioTo.isLocked = inFrom.isLocked;
+    if ((inWhich & kHintPart) != 0) ioTo.encodingHint = inFrom.encodingHint;
+}
+
+InfoParts CommonParts(const CompanionInfo& inLeft, const CompanionInfo& inRight) {
+    InfoParts common = 0;
+    for (InfoParts part = 1; part < kAllInfoParts; part <<= 1) {
+        CompanionInfo copy = inLeft;
+        CopyParts(part, inRight, copy);
+        if (copy == inLeft) common |= part;
+    }
+    return common;
+}
+
 int WriteInfo(const Place& inItem, const CompanionInfo& inInfo) {
-    return ChangeCompanion({inItem}, O_RDONLY, [&inInfo](CompanionWriter& ioWriter) {
-        Parts parts;
-        const int error = ioWriter.ReadParts(0, parts);
-        if (error != 0) return error;
-        PutInfo(inInfo, parts);
-        if (!AreDefault(parts)) return ioWriter.Replace(parts);
-        return ioWriter.Exists() ? ioWriter.Remove() : 0;
-    });
+    return ChangeInfoOf({inItem}, [&inInfo](CompanionInfo& ioInfo) { ioInfo = inInfo; });
+}
+
+int ChangeInfo(const Place& inItem, const os::ItemIdentity& inIdentity,
+               const std::function<void(CompanionInfo&)>& inChange) {
+    return ChangeInfoOf({inItem, &inIdentity}, inChange);
 }
 
 int IsLocked(const Place& inItem, const os::ItemStatus& inStatus, bool& outIsLocked) {

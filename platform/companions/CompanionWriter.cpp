@@ -1,8 +1,8 @@
 #include "CompanionWriter.h"
 
 #include "CompanionParts.h"
+#include "companions/CompanionInfo.h"
 #include "companions/Companions.h"
-#include "os/Replace.h"
 #include "os/SystemCalls.h"
 
 #include <sys/file.h>
@@ -16,6 +16,7 @@ namespace toolbox::files {
 
 namespace {
 
+constexpr mode_t kAllPermissions = 07777;
 constexpr timespec kMillisecond = {0, 1'000'000};
 
 // ENOENT also when another file has the name by now.
@@ -43,12 +44,15 @@ int LockFile(int inDescriptor, int inMillis) {
     }
 }
 
-// 0 while the item is there.
+int CompanionWriter::CheckItem(os::ItemStatus& outStatus) const {
+    const int error = GetStatus(*mItem, outStatus);
+    if (error != 0 || mIdentity == nullptr) return error;
+    return outStatus.identity.IsSameItem(*mIdentity) ? 0 : ESTALE;
+}
+
 int CompanionWriter::CheckItem() const {
     os::ItemStatus status;
-    const int error = GetStatus(*mItem, status);
-    if (error != 0 || mIdentity == nullptr) return error;
-    return status.identity.IsSameItem(*mIdentity) ? 0 : ESTALE;
+    return CheckItem(status);
 }
 
 int CompanionWriter::Open(const ItemAt& inItem, int inAccess) {
@@ -83,21 +87,53 @@ int CompanionWriter::Replace(const std::vector<AppleDoublePart>& inParts) {
     const std::string name = CompanionName(mItem->name);
     if (Exists()) return os::ReplaceFile(folder, name, bytes);
     const std::shared_lock lock(NewCompanions());
-    int error = CheckItem();
+    os::ItemStatus before;
+    os::ItemStatus after;
     os::ItemIdentity made;
-    if (error == 0) error = os::MakeFile(folder, name, bytes, mItem->name, made);
+    int error = CheckItem(before);
+    if (error == 0) error = os::MakeFile(folder, name, bytes, AccessOfCompanion(before), made);
     if (error != 0) return error;
-    // Another process may have moved the item.
-    error = CheckItem();
-    if (error != ENOENT && error != ESTALE) return 0;
-    os::ItemStatus named;
-    if (os::GetStatusAt(folder, name.c_str(), named) == 0 && named.identity.IsSameItem(made))
-        (void)os::RemoveFile(folder, name);
-    return error;
+    // Another process may have moved the item; and one that became private meanwhile was not followed.
+    error = CheckItem(after);
+    if (error == ENOENT || error == ESTALE) {
+        os::ItemStatus named;
+        if (os::GetStatusAt(folder, name.c_str(), named) == 0 && named.identity.IsSameItem(made))
+            (void)os::RemoveFile(folder, name);
+        return error;
+    }
+    if (error != 0) return 0;
+    const bool isFollowed = ModeOfCompanion(after.mode) == ModeOfCompanion(before.mode);
+    return isFollowed ? 0 : SetCompanionMode(*mItem, after.identity, ModeOfCompanion(after.mode));
 }
 
 int CompanionWriter::Remove() {
     return os::RemoveFile(mItem->folder.Number(), CompanionName(mItem->name));
+}
+
+os::NewFileAccess AccessOfCompanion(const os::ItemStatus& inItem) {
+    os::NewFileAccess access;
+    access.owner = {inItem.owner, inItem.group};
+    if (inItem.kind != os::ItemKind::kLink) access.mode = ModeOfCompanion(inItem.mode);
+    return access;
+}
+
+// Under the lock: who replaces it meanwhile gives the new one the permissions of the old.
+int SetCompanionMode(const Place& inItem, const os::ItemIdentity& inIdentity, mode_t inMode,
+                     std::optional<mode_t>* outBefore) {
+    const int error = ChangeCompanion({inItem, &inIdentity}, O_RDONLY, [&](CompanionWriter& ioWriter) {
+        if (!ioWriter.Exists()) return ioWriter.CheckItem();
+        const int companion = ioWriter.Get().file.DescriptorNumber();
+        os::ItemStatus status;
+        const int statusError = os::GetDescriptorStatus(companion, status);
+        if (statusError != 0) return statusError;
+        const mode_t before = status.mode & kCompanionPermissions;
+        const mode_t others = status.mode & kAllPermissions & ~kCompanionPermissions;
+        if (before != inMode && os::Calls().fchmod(companion, others | inMode) != 0) return errno;
+        if (outBefore != nullptr) *outBefore = before;
+        return 0;
+    });
+    const bool isNone = IsNoCompanion(error) && error != ENOENT;  // which is told of the item
+    return isNone || error == EACCES ? 0 : error;
 }
 
 }  // namespace toolbox::files

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "CompanionFile.h"
+#include "os/Replace.h"
 #include "places/Place.h"
 
 #include <cerrno>
@@ -31,19 +32,24 @@ class CompanionWriter {
     [[nodiscard]] int ReadParts(UInt32 inOtherThan, std::vector<AppleDoublePart>& outParts) const;
 
     // Once, and the last that is done: makes these the parts of the companion, which is replaced or made. A
-    // new one belongs to the item's owner and has its permissions. EEXIST when another made it meanwhile,
+    // new one has the access below. EEXIST when another made it meanwhile,
     // ENOENT when the item is there no more, ENAMETOOLONG for a name that has no room for the prefix, ENOSPC
     // when the format has no room for it all.
     [[nodiscard]] int Replace(const std::vector<AppleDoublePart>& inParts);
     [[nodiscard]] int Remove();
 
-  private:
+    // 0 while the item is there; ENOENT, or ESTALE when another has its place.
     [[nodiscard]] int CheckItem() const;
+    [[nodiscard]] int CheckItem(os::ItemStatus& outStatus) const;
 
+  private:
     const Place* mItem = nullptr;
     const os::ItemIdentity* mIdentity = nullptr;
     Companion mCompanion;
 };
+
+// Whose a companion is to be, and who may do what with it.
+os::NewFileAccess AccessOfCompanion(const os::ItemStatus& inItem);
 
 // How often a change is begun because others change the companion meanwhile, or because it is made in steps.
 constexpr int kChangeRounds = 100;

@@ -13,6 +13,7 @@ namespace toolbox::files {
 namespace {
 
 constexpr std::string_view kPrefix = kCompanionPrefix;
+constexpr std::size_t kMaxNameBytes = 255;
 // How often entries are read again because the file changes meanwhile.
 constexpr int kRounds = 5;
 
@@ -86,6 +87,10 @@ std::string CompanionName(const std::string& inItemName) {
     return std::string(kPrefix) + inItemName;
 }
 
+bool HasRoomForCompanion(const std::string& inItemName) {
+    return CompanionName(inItemName).size() <= kMaxNameBytes;
+}
+
 int OpenEntry(const Place& inItem, UInt32 inID, os::FileRange& outEntry) {
     Companion companion;
     const int error = OpenCompanion(inItem, companion);
@@ -111,9 +116,13 @@ int ReplaceEntry(const Place& inItem, UInt32 inID, const std::vector<UInt8>& inB
     });
 }
 
+bool IsCompanion(const Place& inPlace, os::ItemStatus& outItem) {
+    return HasItem(inPlace, outItem) && IsAppleDouble(inPlace);
+}
+
 bool IsCompanion(const Place& inPlace) {
     os::ItemStatus item;
-    return HasItem(inPlace, item) && IsAppleDouble(inPlace);
+    return IsCompanion(inPlace, item);
 }
 
 bool WouldBeCompanion(const Place& inPlace, const os::ItemIdentity& inFile, const Place& inNewPlace) {

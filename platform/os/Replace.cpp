@@ -21,6 +21,7 @@ namespace toolbox::os {
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;
+constexpr mode_t kOwnersAlone = 0600;
 constexpr mode_t kPermissions = 06777;  // without the sticky bit, which means nothing of a file
 // How many names are tried for the new file until one is free.
 constexpr int kNames = 100;
@@ -42,17 +43,30 @@ std::string NewName() {
     return "._.new-" + std::to_string(Calls().getpid()) + "-" + std::to_string(sNextNumber++);
 }
 
-// Takes over owner and permissions of the file of that name, if there is one, or of the descriptor where the
-// name is empty. 0 or an errno. Only a privileged process can give files away; others have what they make.
-// ELOOP for a link, which is no file.
-int KeepAccess(int inFolder, const std::string& inName, int inDescriptor) {
+// Owner and permissions of the file of that name, if there is one, or of the descriptor where the name is
+// empty. 0 or an errno. ELOOP for a link, which is no file.
+int GetAccess(int inFolder, const std::string& inName, NewFileAccess& outAccess) {
     struct statx old = {};
     if (Calls().statx(inFolder, inName.c_str(), AT_SYMLINK_NOFOLLOW | AT_EMPTY_PATH,
                       STATX_TYPE | STATX_MODE | STATX_UID | STATX_GID, &old) != 0)
         return errno == ENOENT ? 0 : errno;
     if (S_ISLNK(old.stx_mode)) return ELOOP;
-    if (Calls().fchown(inDescriptor, old.stx_uid, old.stx_gid) != 0 && errno != EPERM) return errno;
-    return Calls().fchmod(inDescriptor, old.stx_mode & kPermissions) == 0 ? 0 : errno;
+    outAccess.owner = {old.stx_uid, old.stx_gid};
+    outAccess.mode = old.stx_mode & kPermissions;
+    return 0;
+}
+
+// Only a privileged process can give files away; others have what they make. 0 or an errno.
+int GiveAccess(int inDescriptor, const NewFileAccess& inAccess) {
+    const auto& owner = inAccess.owner;
+    if (owner && Calls().fchown(inDescriptor, owner->user, owner->group) != 0 && errno != EPERM) return errno;
+    if (inAccess.mode && Calls().fchmod(inDescriptor, *inAccess.mode) != 0) return errno;
+    return 0;
+}
+
+// Who opened it before it has its permissions could read what is written to it later.
+int MakeTemporaryFor(const NewFileAccess& inAccess, int inFolder, std::string& outName, Descriptor& outFile) {
+    return MakeTemporaryFile(inFolder, inAccess.mode ? kOwnersAlone : kNewFileMode, outName, outFile);
 }
 
 // Makes the head tell of the other bytes that far behind their places. Nothing has changed on failure. 0 or
@@ -81,18 +95,6 @@ int WriteInPlace(int inDescriptor, const std::vector<UInt8>& inBytes, std::size_
     if (error == 0) error = WriteAt(inDescriptor, std::span(inBytes).first(headBytes));
     if (error == 0) error = SetLength(inDescriptor, inBytes.size());
     return error == 0 ? Sync(inDescriptor) : error;
-}
-
-// The owner and, of the permissions, those to read and write, of the item of that name; a link, which all may
-// read, tells no permissions. 0 or an errno.
-int TakeAccessOfItem(int inFolder, const std::string& inName, int inDescriptor) {
-    struct statx item = {};
-    if (Calls().statx(inFolder, inName.c_str(), AT_SYMLINK_NOFOLLOW,
-                      STATX_TYPE | STATX_MODE | STATX_UID | STATX_GID, &item) != 0)
-        return errno;
-    if (Calls().fchown(inDescriptor, item.stx_uid, item.stx_gid) != 0 && errno != EPERM) return errno;
-    if (S_ISLNK(item.stx_mode)) return 0;
-    return Calls().fchmod(inDescriptor, item.stx_mode & kNewFileMode) == 0 ? 0 : errno;
 }
 
 int CopyBytes(int inFrom, int inTo) {
@@ -146,9 +148,11 @@ int MakeTemporaryFile(int inFolder, mode_t inMode, std::string& outName, Descrip
 int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes) {
     std::string newName;
     Descriptor file;
-    int error = MakeTemporaryFile(inFolder, kNewFileMode, newName, file);
+    NewFileAccess access;
+    int error = GetAccess(inFolder, inName, access);
+    if (error == 0) error = MakeTemporaryFor(access, inFolder, newName, file);
     if (error != 0) return error;
-    error = KeepAccess(inFolder, inName, file.Number());
+    error = GiveAccess(file.Number(), access);
     if (error == 0) error = FinishNew(file, WriteAt(file.Number(), inBytes));
     if (error == 0 && Calls().renameat2(inFolder, newName.c_str(), inFolder, inName.c_str(), 0) != 0)
         error = errno;
@@ -160,15 +164,15 @@ int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8
 }
 
 int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,
-             const std::string& inItemName, ItemIdentity& outMade) {
+             const NewFileAccess& inAccess, ItemIdentity& outMade) {
     std::string newName;
     Descriptor file;
-    int error = MakeTemporaryFile(inFolder, kNewFileMode, newName, file);
+    int error = MakeTemporaryFor(inAccess, inFolder, newName, file);
     if (error != 0) return error;
     ItemStatus made;
     error = GetDescriptorStatus(file.Number(), made);
     outMade = made.identity;
-    if (error == 0) error = TakeAccessOfItem(inFolder, inItemName, file.Number());
+    if (error == 0) error = GiveAccess(file.Number(), inAccess);
     if (error == 0) error = FinishNew(file, WriteAt(file.Number(), inBytes));
     return GiveNewName(inFolder, newName, inName, error);
 }
@@ -176,9 +180,11 @@ int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& 
 int CopyToNew(int inDescriptor, int inFolder, const std::string& inName) {
     std::string newName;
     Descriptor file;
-    int error = MakeTemporaryFile(inFolder, kNewFileMode, newName, file);
+    NewFileAccess access;
+    int error = GetAccess(inDescriptor, {}, access);
+    if (error == 0) error = MakeTemporaryFor(access, inFolder, newName, file);
     if (error != 0) return error;
-    error = KeepAccess(inDescriptor, {}, file.Number());
+    error = GiveAccess(file.Number(), access);
     if (error == 0) error = FinishNew(file, CopyBytes(inDescriptor, file.Number()));
     return GiveNewName(inFolder, newName, inName, error);
 }

@@ -117,17 +117,20 @@ TOOLBOX_MUST_USE OSErr FSGetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap 
                                         FSRef* outParentRef);
 
 // Sets the parts asked for, also of a locked item. Of the node flags only the lock can be set, of the
-// permissions only the lower 12 bits of the mode; the attribute date is taken and ignored.
+// permissions only the lower 12 bits of the mode; the attribute date is taken and ignored. The permissions of
+// what lies beside the item on disk follow its own. Those who set different parts of one item at once keep
+// what each has set. Setting what a companion keeps dates the root folder of a volume, in which that lies.
 //   creation and backup date  whole seconds of 1932 to 2067, paramErr for others; 0 is none, and then the
 //                             creation date is what it would be without
 //   content and access date   kept as exactly as the file system can
-// Nothing has changed on failure. A link's own is set, never its target's: its type, creator, alias flag
-// and permissions are what they are, and permErr answers for other permissions; the type and creator of a
-// link are not given to a file. permErr also when the item is another user's, and for unlocking what nobody
-// may change; bdNamErr when a companion is needed and the name is too long for one, dskFulErr when the
-// companion has no room for it all, ioErr when a file that is none has its name, vLckdErr when the volume is
-// mounted to be read only and wPrErr when its device is. errFSBadInfoBitmap for bits that are not settable,
-// errFSMissingCatInfo for bits without inInfo.
+// Nothing has changed on failure, but that date. A link's own is set, never its target's: its type, creator,
+// alias flag and permissions are what they are, and permErr answers for other permissions; the type and
+// creator of a link are not given to a file. permErr also when the item or, for other permissions, its
+// companion is another user's, and for unlocking what nobody may change; fBsyErr when others write the
+// companion or change its names for some seconds; bdNamErr when a companion is needed and the name is too
+// long for one, dskFulErr when the companion has no room for it all, ioErr when a file that is none has its
+// name, vLckdErr when the volume is mounted to be read only and wPrErr when its device is. errFSBadInfoBitmap
+// for bits that are not settable, errFSMissingCatInfo for bits without inInfo.
 TOOLBOX_MUST_USE OSErr FSSetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo,
                                         const FSCatalogInfo* inInfo);
 

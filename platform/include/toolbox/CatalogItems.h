@@ -52,7 +52,8 @@ TOOLBOX_MUST_USE OSErr FSMoveObject(const FSRef* inItem, const FSRef* inFolder, 
 // Another name for an item, in its folder; also its own in another case, where the file system tells the two
 // apart.
 //   inEncodingHint  of the new name: kept as the item's text-encoding hint, kTextEncodingUnknown as none.
-//                   bdNamErr where it must be kept and the name is too long for a companion
+//                   bdNamErr where it must be kept and the name is too long for a companion, dskFulErr where
+//                   that has no room for it, ioErr where a file that is none has its name
 //   outRef          as above
 TOOLBOX_MUST_USE OSErr FSRenameUnicode(const FSRef* inItem, UniCharCount inNameLength, const UniChar* inName,
                                        TextEncoding inEncodingHint, FSRef* outRef);

@@ -103,6 +103,41 @@ TEST_F(NameThreads, EachItemKeepsItsCompanion) {
     EXPECT_EQ(2U * kItems, nameCount) << Picture();
 }
 
+// Each sets a part of its own, and finds it as it set it, whatever the others set.
+TEST_F(NameThreads, NoPartIsLost) {
+    const FSRef ref = RefOf(mFolder.MakeFile("a"));
+    const auto set = [&](FSCatalogInfoBitmap inWhich, const FSCatalogInfo& inInfo) {
+        EXPECT_EQ(noErr, FSSetCatalogInfo(&ref, inWhich, &inInfo));
+        FSCatalogInfo now = {};
+        EXPECT_EQ(noErr, FSGetCatalogInfo(&ref, inWhich, &now, nullptr, nullptr, nullptr));
+        return now;
+    };
+    const auto lock = [&] {
+        for (int round = 0; round < kRounds; ++round) {
+            FSCatalogInfo info = {};
+            info.nodeFlags = round % 2 == 0 ? kFSNodeLockedMask : 0;
+            EXPECT_EQ(info.nodeFlags, set(kFSCatInfoNodeFlags, info).nodeFlags) << round;
+        }
+    };
+    const auto setType = [&] {
+        for (int round = 0; round < kRounds; ++round) {
+            FSCatalogInfo info = {};
+            info.finderInfo[0] = static_cast<UInt8>(round % 3);
+            EXPECT_EQ(info.finderInfo[0], set(kFSCatInfoFinderInfo, info).finderInfo[0]) << round;
+        }
+    };
+    const auto setHint = [&] {
+        for (int round = 0; round < kRounds; ++round) {
+            FSCatalogInfo info = {};
+            info.textEncodingHint = static_cast<TextEncoding>(round % 4);
+            EXPECT_EQ(info.textEncodingHint, set(kFSCatInfoTextEncoding, info).textEncodingHint) << round;
+        }
+    };
+    std::thread threads[] = {std::thread(lock), std::thread(setType), std::thread(setHint)};
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
 // Contents change places, and none is there twice or not at all; each reference means its name.
 TEST_F(NameThreads, ContentsAreExchanged) {
     std::vector<FSRef> files;

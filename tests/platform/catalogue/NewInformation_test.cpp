@@ -195,6 +195,60 @@ TEST_P(NewInformation, HintOfWhatIsThereNoMore) {
     EXPECT_EQ(kHint, HintOf(sPath)) << "the companion is whose item is there";
 }
 
+// What another sets before this one takes its hint back.
+TEST_P(NewInformation, WhatIsSetMeanwhileStaysWhenTheHintGoes) {
+    const FSRef ref = RefOf(MakeWithCompanion("", "a"));
+    sPath = mFolder / "a";
+    static int sLocks;
+    sLocks = 0;
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().flock = [](int inFile, int inOperation) {
+        // The second one is for the names.
+        if (++sLocks == 2) {
+            const auto fails = toolbox::os::Calls();
+            toolbox::os::CallsForTesting() = sReal;
+            EXPECT_EQ(noErr, SetLock(RefOf(sPath), true));
+            toolbox::os::CallsForTesting() = fails;
+        }
+        return sReal.flock(inFile, inOperation);
+    };
+    toolbox::os::CallsForTesting().linkat = [](int, const char*, int, const char*, int) {
+        return errno = EIO, -1;
+    };
+    const OSErr error = RenameWithHint(ref, u"b", kHint);
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ(fBsyErr, error) << "it was replaced";
+    EXPECT_EQ(kTextEncodingUnknown, static_cast<int>(HintOf(sPath)));
+    EXPECT_EQ(kFSNodeLockedMask, InfoOf(sPath, kFSCatInfoNodeFlags).nodeFlags);
+    EXPECT_EQ(9U, InfoOf(sPath, kFSCatInfoRsrcSizes).rsrcLogicalSize);
+}
+
+TEST_P(NewInformation, HintOfANameThatIsShortAgain) {
+    const std::string longest(254, 'n');
+    const FSRef ref = RefOf(mFolder.MakeFile(longest));
+    ASSERT_EQ(noErr, RenameWithHint(ref, u"a", kHint));
+    EXPECT_EQ(kHint, HintOf(mFolder / "a"));
+    FileWorld::RemoveAll(mFolder / "._a");
+    FileWorld::Rename(mFolder / "a", mFolder / longest);
+    const FSRef again = RefOf(mFolder / longest);
+    const auto check = [&](const auto& inUnderFault, OSErr inStatus) {
+        OSErr error = noErr;
+        inUnderFault([&] { error = RenameWithHint(again, u"a", kHint); });
+        EXPECT_TRUE(error == noErr || error == inStatus) << error;
+        EXPECT_EQ(error == noErr, mFolder.Exists(mFolder / "a"));
+        EXPECT_EQ(error == noErr, mFolder.Exists(mFolder / "._a"));
+        EXPECT_EQ(error == noErr ? 2U : 1U, FileWorld::NamesIn(mFolder.Path()).size());
+        if (error != noErr) return;
+        EXPECT_EQ(kHint, HintOf(mFolder / "a"));
+        FileWorld::RemoveAll(mFolder / "._a");
+        FileWorld::Rename(mFolder / "a", mFolder / longest);
+    };
+    EXPECT_LT(20, support::FailEach<FailingCalls>(
+                      [&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO));
+    EXPECT_LT(5, support::FailEach<FailingNew>(
+                     [&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }, FailingNew::kOnce));
+}
+
 TEST_P(NewInformation, CallsForAHintThatStays) {
     const FSRef ref = RefOf(mFolder.MakeFile("a"));
     const CountedCalls calls;

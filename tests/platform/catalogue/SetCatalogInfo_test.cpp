@@ -2,6 +2,7 @@
 #include "companions/CompanionInfo.h"
 #include "companions/Companions.h"
 #include "support/CountedCalls.h"
+#include "support/FailEach.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/FileWorld.h"
@@ -138,12 +139,14 @@ TEST_P(SetCatalogInfoTest, WhatAnotherTookThePlaceOf) {
 TEST_P(SetCatalogInfoTest, WhatBecomesALink) {
     sItemPath = mFolder.MakeFile("a");
     sOtherPath = mFolder.MakeFile("b");
+    FileWorld::SetMode(sItemPath, 0644);
     FileWorld::SetMode(sOtherPath, 0600);
     mFolder.MakeLink("b", "link");
     const FSRef ref = RefOf(sItemPath);
     sReal = toolbox::os::Calls();
     toolbox::os::CallsForTesting().fchmodat = [](int inFolder, const char* inPath, mode_t inMode,
                                                  int inFlags) {
+        toolbox::os::CallsForTesting() = sReal;
         const std::string link = sItemPath.substr(0, sItemPath.size() - 1) + "link";
         EXPECT_EQ(0, sReal.renameat2(AT_FDCWD, link.c_str(), AT_FDCWD, sItemPath.c_str(), RENAME_EXCHANGE));
         return sReal.fchmodat(inFolder, inPath, inMode, inFlags);
@@ -152,9 +155,158 @@ TEST_P(SetCatalogInfoTest, WhatBecomesALink) {
     info.permissions.mode = 0755;
     const OSErr error = FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info);
     toolbox::os::CallsForTesting() = sReal;
-    EXPECT_EQ(noErr, error);
+    EXPECT_EQ(fnfErr, error) << "nobody knows whether it has a companion where it went";
     EXPECT_EQ(0100600, FileWorld::StatusOf(sOtherPath).stx_mode) << "where the link leads";
-    EXPECT_EQ(0100755, FileWorld::StatusOf(mFolder / "link").stx_mode) << "the item, by its new name";
+    EXPECT_EQ(0100644, FileWorld::StatusOf(mFolder / "link").stx_mode) << "the item, by its new name";
+}
+
+// Two programs set different parts; the other one does so when this one has looked, and not written yet.
+TEST_P(SetCatalogInfoTest, WhatAnotherSetsMeanwhileStays) {
+    sItemPath = mFolder.MakeFile("file");
+    FSCatalogInfo info = {};
+    info.backupDate = {0, 3'029'529'700, 0};
+    ASSERT_EQ(noErr, Set(sItemPath, kFSCatInfoBackupDate, info));
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().flock = [](int inFile, int inOperation) {
+        toolbox::os::CallsForTesting() = sReal;
+        EXPECT_EQ(noErr, SetLock(sItemPath, true));
+        FSCatalogInfo others = {};
+        others.extFinderInfo[3] = 7;
+        others.textEncodingHint = 5;
+        EXPECT_EQ(noErr, Set(sItemPath, kFSCatInfoFinderXInfo | kFSCatInfoTextEncoding, others));
+        return sReal.flock(inFile, inOperation);
+    };
+    info.finderInfo[0] = 'T';
+    EXPECT_EQ(noErr, Set(sItemPath, kFSCatInfoFinderInfo, info));
+    const FSCatalogInfo now = InfoOf(sItemPath, kFSCatInfoGettableInfo);
+    EXPECT_EQ('T', now.finderInfo[0]);
+    EXPECT_EQ(kFSNodeLockedMask, now.nodeFlags);
+    EXPECT_EQ(7, now.extFinderInfo[3]);
+    EXPECT_EQ(5U, now.textEncodingHint);
+    EXPECT_TRUE(IsSame(info.backupDate, now.backupDate));
+}
+
+TEST_P(SetCatalogInfoTest, OnlyTheDateThatWasSetComesBack) {
+    sItemPath = mFolder.MakeFile("file");
+    mFolder.SetTimes(sItemPath, {7, 0}, {8, 0});
+    mFolder.MakeFolder("._file");
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+        // Another's, between this one's dates and its companion.
+        if (FileWorld::StatusOf(sItemPath).stx_mtime.tv_sec != 8) {
+            toolbox::os::CallsForTesting() = sReal;
+            FSCatalogInfo others = {};
+            others.accessDate = {0, 3'000'000'001, 0};
+            EXPECT_EQ(noErr, Set(sItemPath, kFSCatInfoAccessDate, others));
+        }
+        return sReal.openat(inFolder, inPath, inFlags, inMode);
+    };
+    EXPECT_EQ(ioErr, Set(sItemPath, kFSCatInfoContentMod | kFSCatInfoFinderInfo, SomeInfo()));
+    const FSCatalogInfo now = InfoOf(sItemPath, kFSCatInfoGettableInfo);
+    EXPECT_EQ(8, FileWorld::StatusOf(sItemPath).stx_mtime.tv_sec);
+    EXPECT_EQ(3'000'000'001, now.accessDate.lowSeconds);
+}
+
+// What is private is so with all that lies beside it.
+TEST_P(SetCatalogInfoTest, TheCompanionFollowsTheMode) {
+    const FileWorld::OrdinaryUser user(mFolder);
+    for (const std::string& path : {mFolder.MakeFile("file"), mFolder.MakeFolder("folder")}) {
+        const std::string companion = mFolder / ("._" + path.substr(path.rfind('/') + 1));
+        FileWorld::SetMode(path, 0755);
+        ASSERT_EQ(noErr, SetLock(path, true));
+        FileWorld::SetMode(companion, 01654);
+        const UInt16 modes[][2] = {{0700, 01610}, {0644, 01654}, {0466, 01676}, {0, 01610}, {0777, 01676}};
+        for (const auto& [mode, expected] : modes) {
+            EXPECT_EQ(noErr, SetMode(path, mode));
+            EXPECT_EQ(expected, FileWorld::StatusOf(companion).stx_mode & 07777) << std::oct << mode;
+            EXPECT_EQ(kFSNodeLockedMask, InfoOf(path, kFSCatInfoNodeFlags).nodeFlags & kFSNodeLockedMask);
+        }
+    }
+    mFolder.MakeFile("other");
+    mFolder.MakeFile("._other", "no companion");
+    const auto before = FileWorld::StatusOf(mFolder / "._other").stx_mode;
+    EXPECT_EQ(noErr, SetMode(mFolder / "other", 0600));
+    EXPECT_EQ(before, FileWorld::StatusOf(mFolder / "._other").stx_mode) << "an ordinary file's is its own";
+}
+
+// At no moment may somebody do with the companion what he may not do with the item.
+TEST_P(SetCatalogInfoTest, TheCompanionIsNeverMoreOpenThanTheItem) {
+    sItemPath = mFolder.MakeFile("file");
+    sOtherPath = mFolder / "._file";
+    FileWorld::SetMode(sItemPath, 0644);
+    ASSERT_EQ(noErr, SetLock(sItemPath, true));
+    static int sChanges;
+    sChanges = 0;
+    sReal = toolbox::os::Calls();
+    static const auto check = [] {
+        ++sChanges;
+        const unsigned item = FileWorld::StatusOf(sItemPath).stx_mode;
+        EXPECT_EQ(0U, FileWorld::StatusOf(sOtherPath).stx_mode & ~item & 0066) << sChanges;
+    };
+    toolbox::os::CallsForTesting().fchmod = [](int inFile, mode_t inMode) {
+        const int result = sReal.fchmod(inFile, inMode);
+        return check(), result;
+    };
+    toolbox::os::CallsForTesting().fchmodat = [](int inFolder, const char* inPath, mode_t inMode,
+                                                 int inFlags) {
+        const int result = sReal.fchmodat(inFolder, inPath, inMode, inFlags);
+        return check(), result;
+    };
+    for (const UInt16 mode : {0600, 0666, 0620, 0640})
+        EXPECT_EQ(noErr, SetMode(sItemPath, mode));
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ(9, sChanges) << "twice each, and once more where some may more and others less";
+}
+
+// Another program makes the companion while the item becomes private.
+TEST_P(SetCatalogInfoTest, TheCompanionThatIsMadeMeanwhileFollowsToo) {
+    for (const bool isMadeFirst : {false, true}) {
+        FileWorld::RemoveAll(mFolder / "._file");
+        sItemPath = mFolder.MakeFile("file");
+        FileWorld::SetMode(sItemPath, 0644);
+        sReal = toolbox::os::Calls();
+        if (isMadeFirst)
+            toolbox::os::CallsForTesting().fchmodat = [](int inFolder, const char* inPath, mode_t inMode,
+                                                         int inFlags) {
+                toolbox::os::CallsForTesting() = sReal;
+                EXPECT_EQ(noErr, SetLock(sItemPath, true));
+                return sReal.fchmodat(inFolder, inPath, inMode, inFlags);
+            };
+        else
+            toolbox::os::CallsForTesting().renameat2 = [](int inOld, const char* inOldName, int inNew,
+                                                          const char* inNewName, unsigned inFlags) {
+                toolbox::os::CallsForTesting() = sReal;
+                EXPECT_EQ(noErr, SetMode(sItemPath, 0600));
+                return sReal.renameat2(inOld, inOldName, inNew, inNewName, inFlags);
+            };
+        EXPECT_EQ(noErr, isMadeFirst ? SetMode(sItemPath, 0600) : SetLock(sItemPath, true));
+        EXPECT_EQ(0600, FileWorld::StatusOf(mFolder / "._file").stx_mode & 07777) << isMadeFirst;
+        EXPECT_EQ(0600, FileWorld::StatusOf(sItemPath).stx_mode & 07777) << isMadeFirst;
+    }
+}
+
+TEST_P(SetCatalogInfoTest, WhateverFailsTheModesAreOfOneMoment) {
+    const std::string path = mFolder.MakeFile("file");
+    const auto check = [&](const auto& inUnderFault, OSErr inStatus) {
+        ASSERT_EQ(noErr, SetLock(path, true));
+        ASSERT_EQ(noErr, SetMode(path, 0640));
+        const FSRef ref = RefOf(path);
+        FSCatalogInfo info = SomeInfo();
+        info.permissions.mode = 0604;
+        OSErr error = noErr;
+        inUnderFault([&] { error = FSSetCatalogInfo(&ref, kAll, &info); });
+        EXPECT_TRUE(error == noErr || error == inStatus) << error;
+        const int mode = error == noErr ? 0604 : 0640;
+        EXPECT_EQ(mode, FileWorld::StatusOf(path).stx_mode & 07777);
+        EXPECT_EQ(mode, FileWorld::StatusOf(mFolder / "._file").stx_mode & 07777);
+        EXPECT_EQ(error == noErr ? 77U : 0U, InfoOf(path, kFSCatInfoTextEncoding).textEncodingHint);
+        FSCatalogInfo none = {};
+        EXPECT_EQ(noErr, Set(path, kFSCatInfoTextEncoding, none));
+    };
+    EXPECT_LT(20, support::FailEach<FailingCalls>(
+                      [&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO));
+    EXPECT_LT(5, support::FailEach<FailingNew>(
+                     [&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }, FailingNew::kOnce));
 }
 
 TEST_P(SetCatalogInfoTest, AllOfIt) {
@@ -388,10 +540,37 @@ TEST_P(SetCatalogInfoTest, AVolumesRoot) {
     EXPECT_EQ(noErr, Set(path, kAll, SomeInfo()));
     EXPECT_EQ("", DifferenceOf(InfoOf(path, kFSCatInfoGettableInfo), SomeInfo()));
     EXPECT_TRUE(mFolder.Exists(path + "/._."));
-    EXPECT_EQ(noErr, SetLock(path, false));
-    EXPECT_TRUE(IsSame(SomeInfo().contentModDate, InfoOf(path, kFSCatInfoContentMod).contentModDate))
-        << "its companion is none of its contents";
     EXPECT_EQ(0U, InfoOf(path, kFSCatInfoValence).valence);
+}
+
+// Its companion lies within it. A file that is made there meanwhile is not hidden by a date that is put back.
+TEST_P(SetCatalogInfoTest, WhatIsMadeInAVolumesRootMeanwhile) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "only an administrator may mount";
+    sItemPath = mFolder.MakeFolder("volume");
+    ASSERT_EQ(0, mFolder.MountVolume(sItemPath));
+    mFolder.SetTimes(sItemPath, {7, 0}, {8, 0});
+    EXPECT_EQ(noErr, SetLock(sItemPath, true));
+    EXPECT_LT(8, FileWorld::StatusOf(sItemPath).stx_mtime.tv_sec);
+}
+
+TEST_P(SetCatalogInfoTest, WhateverFailsOfAVolumesRootItIsAllOrNothing) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "only an administrator may mount";
+    const std::string path = mFolder.MakeFolder("volume");
+    ASSERT_EQ(0, mFolder.MountVolume(path));
+    const FSRef ref = RefOf(path);
+    FSCatalogInfo before = InfoOfRef(ref);
+    const FSCatalogInfo after = SomeInfo();
+    EXPECT_LT(20, support::FailEach<FailingCalls>(
+                      [&](const auto& inUnderFault) {
+                          ASSERT_EQ(noErr, FSSetCatalogInfo(&ref, kAll, &before));
+                          OSErr error = noErr;
+                          inUnderFault([&] { error = FSSetCatalogInfo(&ref, kAll, &after); });
+                          EXPECT_TRUE(error == noErr || error == ioErr) << error;
+                          FSCatalogInfo now = InfoOfRef(ref);
+                          if (error != noErr) now.contentModDate = before.contentModDate;
+                          EXPECT_EQ("", DifferenceOf(now, error == noErr ? after : before));
+                      },
+                      EIO));
 }
 
 TEST_P(SetCatalogInfoTest, AnotherUsersItem) {

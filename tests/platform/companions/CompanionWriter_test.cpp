@@ -196,11 +196,16 @@ TEST_P(CompanionWriters, NothingIsMadeBesideNoItem) {
 TEST_P(CompanionWriters, NewOnesFollowTheirItem) {
     const FileWorld::OrdinaryUser user(mFolder);
     Place place;
-    for (const mode_t mode : {0600U, 0640U, 0444U}) {
+    const mode_t modes[][2] = {{0600, 0600}, {0640, 0640}, {0444, 0644},
+                               {0200, 0600}, {0, 0600},    {04711, 0600}};
+    for (const auto& [mode, expected] : modes) {
         FileWorld::SetMode(mFolder.MakeFile("own"), mode);
         ASSERT_EQ(0, OpenPlaceOf(mFolder / "own", place));
         EXPECT_EQ(0, ReplaceEntry(place, kComment, BytesOf("comment")));
-        EXPECT_EQ(S_IFREG | mode, FileWorld::StatusOf(mFolder / "._own").stx_mode);
+        EXPECT_EQ(S_IFREG | expected, FileWorld::StatusOf(mFolder / "._own").stx_mode)
+            << "who owns it reads it";
+        EXPECT_EQ(0, ReplaceEntry(place, kComment, BytesOf("another")));
+        EXPECT_EQ(S_IFREG | expected, FileWorld::StatusOf(mFolder / "._own").stx_mode);
         FileWorld::Remove(mFolder / "._own");
         FileWorld::Remove(mFolder / "own");
     }
@@ -213,6 +218,23 @@ TEST_P(CompanionWriters, NewOnesFollowTheirItem) {
     ASSERT_EQ(0, OpenPlaceOf(mFolder / "link", place));
     EXPECT_EQ(0, ReplaceEntry(place, kComment, BytesOf("comment")));
     EXPECT_EQ(0, FileWorld::StatusOf(mFolder / "._link").stx_mode & 0111);
+}
+
+// Who opens a new file before it has its permissions reads what is written to it later.
+TEST_P(CompanionWriters, NobodyElseOpensOneThatIsToBePrivate) {
+    FileWorld::SetMode(mFolder / "file", 0600);
+    static mode_t sMode;
+    for (int round = 0; round < 2; ++round) {
+        sMode = 0;
+        sReal = Calls();
+        CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+            if ((inFlags & O_CREAT) != 0) sMode = inMode;
+            return sReal.openat(inFolder, inPath, inFlags, inMode);
+        };
+        EXPECT_EQ(0, WriteComment(round == 0 ? "made" : "replaced"));
+        CallsForTesting() = sReal;
+        EXPECT_EQ(0600U, sMode) << round;
+    }
 }
 
 // A reader that looks while a companion becomes longer takes it for what it is.

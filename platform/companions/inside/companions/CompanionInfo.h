@@ -6,10 +6,13 @@
 
 #include "places/Place.h"
 
+#include <sys/types.h>
 #include <toolbox/MacTypes.h>
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 
 namespace toolbox::files {
@@ -27,6 +30,19 @@ struct CompanionInfo {
     bool operator==(const CompanionInfo&) const = default;
 };
 
+// Parts of it, to be combined, each of which is set without the others.
+using InfoParts = unsigned;
+constexpr InfoParts kFinderPart = 1;    // the first 16 bytes
+constexpr InfoParts kExtendedPart = 2;  // the other 16
+constexpr InfoParts kCreationPart = 4;
+constexpr InfoParts kBackupPart = 8;
+constexpr InfoParts kLockPart = 16;
+constexpr InfoParts kHintPart = 32;
+constexpr InfoParts kAllInfoParts = 63;
+void CopyParts(InfoParts inWhich, const CompanionInfo& inFrom, CompanionInfo& ioTo);
+// Those that are alike in both.
+InfoParts CommonParts(const CompanionInfo& inLeft, const CompanionInfo& inRight);
+
 struct CompanionSizes {
     UInt64 forkBytes = 0;       // of the resource fork
     UInt64 allocatedBytes = 0;  // of the companion on its volume
@@ -43,6 +59,26 @@ struct CompanionSizes {
 // name that has no room for the prefix; ENOSPC when the format has no room for it all, as beside Finder
 // information that others made longer, which keeps its place in the file.
 [[nodiscard]] int WriteInfo(const Place& inItem, const CompanionInfo& inInfo);
+
+// The same, of what the companion tells by then: while inChange is called nobody else writes the companion,
+// so that two who set different parts lose nothing of each other's. It may be called several times, each
+// time with what is there. ENOENT or ESTALE, too, when the item is there no more; EBUSY when others write for
+// too long.
+[[nodiscard]] int ChangeInfo(const Place& inItem, const os::ItemIdentity& inIdentity,
+                             const std::function<void(CompanionInfo&)>& inChange);
+
+// What may be done with a companion by the mode of its item: those who may not read or write the one may not
+// read or write the other, but for the owner, who always may. A link's, which all may read, tells nothing.
+constexpr mode_t kCompanionPermissions = 0666;
+constexpr mode_t ModeOfCompanion(mode_t inItemMode) {
+    return (inItemMode & kCompanionPermissions) | 0600;
+}
+// Gives the item's companion, if it has one, these of kCompanionPermissions.
+//   outBefore  those that it had; as it was where there is none, or on failure; may be null
+// ENOENT or ESTALE when the item is there no more, EPERM for another user's companion, EBUSY as above. One
+// that may not be looked at is left alone.
+[[nodiscard]] int SetCompanionMode(const Place& inItem, const os::ItemIdentity& inIdentity, mode_t inMode,
+                                   std::optional<mode_t>* outBefore = nullptr);
 
 // Whether an item is locked: by its companion, or because nobody may change it. inStatus is what the system
 // tells of it.

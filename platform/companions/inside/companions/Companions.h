@@ -20,6 +20,7 @@ namespace toolbox::files {
 // What its name has before the item's.
 inline constexpr std::string_view kCompanionPrefix = "._";
 std::string CompanionName(const std::string& inItemName);
+bool HasRoomForCompanion(const std::string& inItemName);
 
 // The bytes of an entry of the item's companion. ENOENT when it has no companion or that has no such entry; a
 // name that has no room for the prefix has none. EBADMSG or ENODATA when a file of the companion's name is no
@@ -33,6 +34,8 @@ std::string CompanionName(const std::string& inItemName);
 
 // Whether what is at a place is a companion; false also where that cannot be told.
 bool IsCompanion(const Place& inPlace);
+// The same; outItem is the item whose companion it is.
+bool IsCompanion(const Place& inPlace, os::ItemStatus& outItem);
 // Whether the file at a place would be one at another, of an item that is there; the same.
 bool WouldBeCompanion(const Place& inPlace, const os::ItemIdentity& inFile, const Place& inNewPlace);
 

@@ -8,6 +8,7 @@
 #include <toolbox/MacTypes.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,16 +22,24 @@ namespace toolbox::os {
 // The same for the file at inPath, or where links lead from there; ELOOP for one that leads to nothing.
 [[nodiscard]] int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes);
 
-// Makes a file of these contents beside an item of that name in an open folder, under a name that nothing
-// has: it is there whole or not at all, also after the machine has failed. It belongs to the item's owner, as
-// far as that can be had, and whoever may not read or write the item may not read or write it. EEXIST when
-// the name is taken, ENOENT when there is no such item.
+// Whose a new file is, and who may do what with it.
+struct NewFileAccess {
+    struct Owner {
+        uid_t user = 0;
+        gid_t group = 0;
+    };
+    std::optional<Owner> owner;  // none: who makes it, as it also is where it cannot be given away
+    std::optional<mode_t> mode;  // permissions; none: those that the process gives to new files
+};
+
+// Makes a file of these contents under a name that nothing has in an open folder: it is there whole or not at
+// all, also after the machine has failed. Whom the access keeps out never could open it. EEXIST when the name
+// is taken.
 //   outMade  who the new file is
 [[nodiscard]] int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,
-                           const std::string& inItemName, ItemIdentity& outMade);
+                           const NewFileAccess& inAccess, ItemIdentity& outMade);
 
-// Makes a copy of an open file, its permissions included, under a name that nothing has in an open folder: it
-// is there whole or not at all, also after the machine has failed. EEXIST when the name is taken.
+// The same, a copy of an open file, with its owner and its permissions.
 [[nodiscard]] int CopyToNew(int inDescriptor, int inFolder, const std::string& inName);
 
 // A new file in an open folder, open for writing, under a name that nobody reads: it is to be renamed or
