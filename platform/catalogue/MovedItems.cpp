@@ -18,7 +18,8 @@ namespace {
 // system refuses by itself.
 OSStatus CheckMayGo(const Place& inPlace, const os::ItemStatus& inItem) {
     if (inPlace.name.empty() || IsVolumeRoot(inPlace, inItem)) return paramErr;
-    return CheckUnlocked(inPlace, inItem);
+    const OSStatus status = CheckOwnerUnlocked(inPlace);
+    return status == noErr ? CheckUnlocked(inPlace, inItem) : status;
 }
 
 }  // namespace

@@ -140,8 +140,51 @@ TEST_P(Locks, VolumesThatMayOnlyBeRead) {
 }
 
 TEST_P(Locks, RootsAreNoMatterOfLocks) {
-    const FSRef root = RefOf("/");
-    EXPECT_EQ(paramErr, FSDeleteObject(&root));
+    if (!mFolder.MayMount()) GTEST_SKIP() << "this machine lets nobody mount";
+    const std::string path = mFolder.MakeFolder("point");
+    ASSERT_EQ(0, mFolder.MountVolume(path));
+    const FSRef root = RefOf(path);
+    for (const bool isLocked : {true, false}) {
+        ASSERT_EQ(noErr, SetLock(root, isLocked));
+        EXPECT_EQ(isLocked, (InfoOf(path, kFSCatInfoNodeFlags).nodeFlags & kFSNodeLockedMask) != 0);
+        EXPECT_EQ(paramErr, FSDeleteObject(&root)) << "none is ever deleted, locked or not";
+        EXPECT_EQ(paramErr, Rename(root, u"new"));
+        EXPECT_EQ(paramErr, Move(root, mOther));
+    }
+}
+
+// It holds the lock, and so is no way around it.
+TEST_P(Locks, TheCompanionOfWhatIsLockedStays) {
+    const FSRef file = RefOf(MakeWithCompanion("", "a"));
+    const FSSpec spec = Here("._a");
+    ASSERT_EQ(noErr, SetLock(file, true));
+    FSRef companion = RefOf(mFolder / "._a");
+    EXPECT_EQ(fLckdErr, FSDeleteObject(&companion));
+    EXPECT_EQ(fLckdErr, HDelete(spec.vRefNum, spec.parID, spec.name));
+    EXPECT_EQ(fLckdErr, Rename(companion, u"new"));
+    EXPECT_EQ(fLckdErr, Move(companion, mOther));
+    EXPECT_TRUE(mFolder.Exists(mFolder / "._a"));
+    ASSERT_EQ(noErr, SetLock(file, false));
+    companion = RefOf(mFolder / "._a");
+    EXPECT_EQ(noErr, Rename(companion, u"new"));
+    EXPECT_EQ("a=of a, new=#fork of a, other(), ", Picture());
+}
+
+TEST_P(Locks, TheCompanionOfWhatNobodyMayChange) {
+    MakeWithCompanion("", "a");
+    const FSRef companion = RefOf(mFolder / "._a");
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                              struct statx* outStatus) {
+        const int result = sReal.statx(inFolder, inPath, inFlags, inMask, outStatus);
+        if (std::string_view(inPath) == "a") outStatus->stx_attributes |= STATX_ATTR_IMMUTABLE;
+        return result;
+    };
+    EXPECT_EQ(fLckdErr, FSDeleteObject(&companion));
+    toolbox::os::CallsForTesting() = sReal;
+    // The file is not there: nobody's companion.
+    FileWorld::Remove(mFolder / "a");
+    EXPECT_EQ(noErr, FSDeleteObject(&companion));
 }
 
 // What cannot be read is another user's file, which stays when the item goes.
