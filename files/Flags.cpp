@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr OSErr kVolumeLocked = -46;
-
 static_assert(sizeof(FinderInfo) == sizeof(FSCatalogInfo::finderInfo));
 static_assert(sizeof(ExtendedFinderInfo) == sizeof(FSCatalogInfo::extFinderInfo));
 // Of files and folders the flags lie at one place.
@@ -63,7 +61,7 @@ OSErr FSCheckLock(const FSRef* inRef) {
     error = FSGetVolumeInfo(info.volume, 0, nullptr, kFSVolInfoFlags, &volume, nullptr, nullptr);
     if (error != noErr) return error;
     if ((volume.flags & kFSVolFlagHardwareLockedMask) != 0) return wPrErr;
-    return (volume.flags & kFSVolFlagSoftwareLockedMask) != 0 ? kVolumeLocked : OSErr{noErr};
+    return (volume.flags & kFSVolFlagSoftwareLockedMask) != 0 ? OSErr{vLckdErr} : OSErr{noErr};
 }
 
 OSErr FSBumpDate(const FSRef* inRef) {

@@ -1,4 +1,5 @@
 #include <files/References.h>
+#include <toolbox/FileIDs.h>
 #include <toolbox/ItemLookup.h>
 #include <toolbox/MacErrors.h>
 
@@ -81,5 +82,30 @@ OSErr FSPathMakeFSSpec(const UInt8* inPath, FSSpec* outSpec, Boolean* outIsDirec
     OSErr error = static_cast<OSErr>(FSPathMakeRef(inPath, &ref, &isDirectory));
     if (error == noErr) error = FSRefMakeFSSpec(&ref, outSpec);
     if (error == noErr && outIsDirectory != nullptr) *outIsDirectory = isDirectory;
+    return error;
+}
+
+OSErr FSResolveFileIDRef(SInt16 inVRefNum, SInt32 inFileID, FSRef* outRef) {
+    if (outRef == nullptr) return paramErr;
+    Str255 name = {};
+    HParamBlockRec block = {};
+    block.fidParam.ioVRefNum = inVRefNum;
+    block.fidParam.ioNamePtr = name;
+    block.fidParam.ioFileID = inFileID;
+    const OSErr error = PBResolveFileIDRefSync(&block);
+    return error == noErr ? FSMakeFSRef(inVRefNum, block.fidParam.ioSrcDirID, name, outRef) : error;
+}
+
+OSErr FSCreateFileIDRef(const FSRef* inRef, SInt32* outFileID) {
+    if (inRef == nullptr || outFileID == nullptr) return paramErr;
+    FSSpec spec = {};
+    OSErr error = FSRefMakeFSSpec(inRef, &spec);
+    if (error != noErr) return error;
+    HParamBlockRec block = {};
+    block.fidParam.ioVRefNum = spec.vRefNum;
+    block.fidParam.ioSrcDirID = spec.parID;
+    block.fidParam.ioNamePtr = spec.name;
+    error = PBCreateFileIDRefSync(&block);
+    if (error == noErr || error == fidExists) *outFileID = block.fidParam.ioFileID;
     return error;
 }

@@ -4,8 +4,11 @@
 #include <toolbox/DefaultFolder.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/MacMemory.h>
+#include <toolbox/MountRecords.h>
+#include <toolbox/VolumeAttributes.h>
 
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -34,6 +37,14 @@ OSErr AppendVolumes(Handle ioVolumes, ItemCount& ioCount) {
     }
 }
 
+OSErr CallAboutMount(OSErr (*inCall)(ParmBlkPtr), FSVolumeRefNum inVolume, void* outResult) {
+    if (outResult == nullptr) return paramErr;
+    ParamBlockRec block = {};
+    block.ioParam.ioVRefNum = inVolume;
+    block.ioParam.ioBuffer = static_cast<Ptr>(outResult);
+    return inCall(&block);
+}
+
 }  // namespace
 
 OSErr FSGetVInfo(FSVolumeRefNum inVolume, HFSUniStr255* outName, UInt64* outFreeBytes,
@@ -55,6 +66,37 @@ OSErr FSGetVolFileSystemID(FSVolumeRefNum inVolume, UInt16* outFileSystemID, UIn
     if (outFileSystemID != nullptr) *outFileSystemID = info.filesystemID;
     if (outSignature != nullptr) *outSignature = info.signature;
     return noErr;
+}
+
+OSErr FSGetVolParms(FSVolumeRefNum inVolume, UInt32 inBufferSize, GetVolParmsInfoBuffer* outParameters,
+                    UInt32* outActualSize) {
+    constexpr UInt32 kMaxSize = std::numeric_limits<SInt32>::max();
+    if (outParameters == nullptr || inBufferSize > kMaxSize) return paramErr;
+    HParamBlockRec block = {};
+    block.ioParam.ioVRefNum = inVolume;
+    block.ioParam.ioBuffer = reinterpret_cast<Ptr>(outParameters);
+    block.ioParam.ioReqCount = static_cast<SInt32>(inBufferSize);
+    const OSErr error = PBHGetVolParmsSync(&block);
+    if (error == noErr && outActualSize != nullptr)
+        *outActualSize = static_cast<UInt32>(block.ioParam.ioActCount);
+    return error;
+}
+
+OSErr FSGetVolMountInfoSize(FSVolumeRefNum inVolume, SInt16* outSize) {
+    return CallAboutMount(PBGetVolMountInfoSize, inVolume, outSize);
+}
+
+OSErr FSGetVolMountInfo(FSVolumeRefNum inVolume, void* outRecord) {
+    return CallAboutMount(PBGetVolMountInfo, inVolume, outRecord);
+}
+
+OSErr FSVolumeMount(const void* inRecord, FSVolumeRefNum* outVolume) {
+    if (inRecord == nullptr || outVolume == nullptr) return paramErr;
+    ParamBlockRec block = {};
+    block.ioParam.ioBuffer = static_cast<Ptr>(const_cast<void*>(inRecord));  // which is read alone
+    const OSErr error = PBVolumeMount(&block);
+    if (error == noErr) *outVolume = block.ioParam.ioVRefNum;
+    return error;
 }
 
 OSErr FSGetMountedVolumes(Handle* outVolumes, ItemCount* outCount) {

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <utility>
 
 namespace fakes {
 
@@ -28,9 +29,9 @@ struct Script {
 
 Script NewScript() {
     Script script;
-    script.items[kRoot] = {"root", 1, kVolume, true, {}};
-    script.items[kOtherRoot] = {"other", 1, kOtherVolume, true, {}};
-    script.items[kTemporary] = {"temp", kRoot, kVolume, true, {}};
+    script.items[kRoot] = {"root", 1, kVolume, true, {}, {}};
+    script.items[kOtherRoot] = {"other", 1, kOtherVolume, true, {}, {}};
+    script.items[kTemporary] = {"temp", kRoot, kVolume, true, {}, {}};
     return script;
 }
 
@@ -49,7 +50,7 @@ namespace {
 
 void Put(UInt32 inID, UInt32 inFolder, const std::string& inName, bool inIsFolder) {
     if (!HasItem(inFolder) || HasItem(inID)) return ReportMisuse("an item that cannot be put there");
-    TheScript().items[inID] = {inName, inFolder, ItemOf(inFolder).volume, inIsFolder, {}};
+    TheScript().items[inID] = {inName, inFolder, ItemOf(inFolder).volume, inIsFolder, {}, inName};
 }
 
 bool IsRoot(UInt32 inID) {
@@ -317,6 +318,23 @@ OSErr FSRenameUnicode(const FSRef* inItem, UniCharCount inNameLength, const UniC
     return noErr;
 }
 
+OSErr FSExchangeObjects(const FSRef* inRef, const FSRef* inDestRef) {
+    const OSErr answer = LogAndAnswer(CallText("FSExchangeObjects", IDOf(*inRef), IDOf(*inDestRef)));
+    if (answer != noErr) return answer;
+    OSErr error = noErr;
+    Item* const item1 = FindItem(*inRef, error);
+    Item* const item2 = error == noErr ? FindItem(*inDestRef, error) : nullptr;
+    if (error != noErr) return error;
+    if (item1->isFolder || item2->isFolder) return notAFileErr;
+    if (item1 == item2) return sameFileErr;
+    if (item1->volume != item2->volume) return diffVolErr;
+    if (((item1->info.nodeFlags | item2->info.nodeFlags) & kLocked) != 0) return fLckdErr;
+    std::swap(item1->contents, item2->contents);
+    std::swap(item1->info.contentModDate, item2->info.contentModDate);
+    std::swap(item1->info.accessDate, item2->info.accessDate);
+    return noErr;
+}
+
 OSErr FSDeleteObject(const FSRef* inItem) {
     const OSErr answer = LogAndAnswer(CallText("FSDeleteObject", IDOf(*inItem)));
     if (answer != noErr) return answer;
@@ -386,6 +404,17 @@ OSErr PBMakeFSRefUnicodeSync(FSRefParamPtr ioBlock) {
     const UInt32 id = FindIn(IDOf(*ioBlock->ref), name);
     if (id != 0) *ioBlock->newRef = RefOf(id);
     return ioBlock->ioResult = id != 0 ? OSErr{noErr} : OSErr{fnfErr};
+}
+
+OSErr FSMakeFSRefUnicode(const FSRef* inFolder, UniCharCount inLength, const UniChar* inName, TextEncoding,
+                         FSRef* outRef) {
+    const std::string name = TextOfUnits(inLength, inName);
+    const OSErr answer =
+        LogAndAnswer("FSMakeFSRefUnicode(" + std::to_string(IDOf(*inFolder)) + ", " + name + ')');
+    if (answer != noErr) return answer;
+    const UInt32 id = FindIn(IDOf(*inFolder), name);
+    if (id != 0) *outRef = RefOf(id);
+    return id != 0 ? OSErr{noErr} : OSErr{fnfErr};
 }
 
 OSStatus FSRefMakePath(const FSRef* inRef, UInt8* outPath, UInt32 inMaxPathSize) {

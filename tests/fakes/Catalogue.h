@@ -25,6 +25,7 @@ struct Item {
     SInt16 volume = kVolume;
     bool isFolder = false;
     FSCatalogInfo info = {};
+    std::string contents = {};  // at first its name
 };
 
 // A new item of the id, in a folder that is there; of its volume.

@@ -9,6 +9,7 @@
 #include <toolbox/Notification.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 namespace fakes {
@@ -17,6 +18,7 @@ namespace {
 
 struct Script {
     FSVolumeInfo volume = {};
+    GetVolParmsInfoBuffer parameters = {};
     ItemCount volumeCount = 2;
     SInt16 defaultVolume = 0;
     SInt32 defaultFolder = 0;
@@ -32,6 +34,10 @@ Script& TheScript() {
 
 FSVolumeInfo& VolumeInfo() {
     return TheScript().volume;
+}
+
+GetVolParmsInfoBuffer& VolumeParameters() {
+    return TheScript().parameters;
 }
 
 void SetVolumeCount(ItemCount inCount) {
@@ -75,6 +81,16 @@ OSErr FSGetVolumeInfo(FSVolumeRefNum inVolume, ItemCount inIndex, FSVolumeRefNum
         std::copy(name.begin(), name.end(), outName->unicode);
     }
     if (outRootDirectory != nullptr) *outRootDirectory = RefOf(isFirst ? kRoot : kOtherRoot);
+    return noErr;
+}
+
+OSErr PBHGetVolParmsSync(HParmBlkPtr ioBlock) {
+    HIOParam& block = ioBlock->ioParam;
+    block.ioResult = LogAndAnswer(CallText("PBHGetVolParmsSync", block.ioVRefNum, block.ioReqCount));
+    if (block.ioResult != noErr) return block.ioResult;
+    const auto size = std::min(block.ioReqCount, static_cast<SInt32>(sizeof(GetVolParmsInfoBuffer)));
+    std::memcpy(block.ioBuffer, &TheScript().parameters, static_cast<std::size_t>(size));
+    block.ioActCount = size;
     return noErr;
 }
 

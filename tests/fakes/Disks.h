@@ -3,6 +3,7 @@
 #pragma once
 
 #include <toolbox/CatalogInfo.h>
+#include <toolbox/VolumeAttributes.h>
 #include <toolbox/VolumeInfo.h>
 
 namespace fakes {
@@ -10,6 +11,9 @@ namespace fakes {
 // What is known of every volume. Indexes count from the volume of the root folder; how many there are.
 FSVolumeInfo& VolumeInfo();
 void SetVolumeCount(ItemCount inCount);
+
+// What every volume can do; at first nothing.
+GetVolParmsInfoBuffer& VolumeParameters();
 
 // The default folder; volume and id 0 for none.
 void SetDefaultFolder(SInt16 inVolume, SInt32 inFolder);

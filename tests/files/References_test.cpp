@@ -207,4 +207,38 @@ TEST_F(ReferencesTest, FSPathMakeFSSpecFails) {
     EXPECT_EQ(77, isFolder);
 }
 
+TEST_F(ReferencesTest, FSResolveFileIDRef) {
+    FSRef found = fakes::RefOf(kMissing);
+    EXPECT_EQ(noErr, FSResolveFileIDRef(fakes::kVolume, static_cast<SInt32>(kInner), &found));
+    EXPECT_EQ(kInner, fakes::IDOf(found));
+    EXPECT_EQ((Log{"PBResolveFileIDRefSync(-1, 41)", "PBMakeFSRefSync(-1, 40, inner)"}), fakes::CallLog());
+    EXPECT_EQ(fidNotFound, FSResolveFileIDRef(fakes::kVolume, static_cast<SInt32>(kMissing), &found));
+    EXPECT_EQ(paramErr, FSResolveFileIDRef(fakes::kVolume, 1, nullptr));
+    for (const int failing : {1, 2}) {
+        fakes::FailCall(failing);
+        EXPECT_EQ(ioErr, FSResolveFileIDRef(fakes::kVolume, static_cast<SInt32>(kFile), &found));
+        EXPECT_EQ(kInner, fakes::IDOf(found));
+    }
+}
+
+TEST_F(ReferencesTest, FSCreateFileIDRef) {
+    const FSRef file = fakes::RefOf(kFile);
+    SInt32 id = 77;
+    EXPECT_EQ(noErr, FSCreateFileIDRef(&file, &id));
+    EXPECT_EQ(501, id);
+    EXPECT_EQ((Log{"FSGetCatalogInfo(30, 0, spec)", "PBCreateFileIDRefSync(-1, 20, \"file\")"}),
+              fakes::CallLog());
+    for (const int failing : {1, 2}) {
+        id = 77;
+        fakes::FailCall(failing);
+        EXPECT_EQ(ioErr, FSCreateFileIDRef(&file, &id));
+        EXPECT_EQ(77, id);
+    }
+    fakes::AnswerInTurn("PBCreateFileIDRefSync", {fidExists});
+    EXPECT_EQ(fidExists, FSCreateFileIDRef(&file, &id));
+    EXPECT_EQ(501, id) << "which is told nevertheless";
+    EXPECT_EQ(paramErr, FSCreateFileIDRef(nullptr, &id));
+    EXPECT_EQ(paramErr, FSCreateFileIDRef(&file, nullptr));
+}
+
 }  // namespace

@@ -151,4 +151,57 @@ TEST_F(VolumesTest, FSRestoreDefault) {
     EXPECT_EQ(fnfErr, FSRestoreDefault(&mMissing));
 }
 
+TEST_F(VolumesTest, FSGetVolParms) {
+    fakes::VolumeParameters().vMVersion = 3;
+    fakes::VolumeParameters().vMExtendedAttributes = 8;
+    GetVolParmsInfoBuffer parameters = {};
+    UInt32 size = 0;
+    EXPECT_EQ(noErr, FSGetVolParms(fakes::kVolume, sizeof parameters, &parameters, &size));
+    EXPECT_EQ(3, parameters.vMVersion);
+    EXPECT_EQ(8, parameters.vMExtendedAttributes);
+    EXPECT_EQ(sizeof parameters, size);
+    parameters = {};
+    EXPECT_EQ(noErr, FSGetVolParms(fakes::kOtherVolume, 2, &parameters, nullptr));
+    EXPECT_EQ(3, parameters.vMVersion);
+    EXPECT_EQ(0, parameters.vMExtendedAttributes);
+    EXPECT_EQ("PBHGetVolParmsSync(-2, 2)", fakes::CallLog().back());
+    fakes::Refuse("PBHGetVolParmsSync", nsvErr);
+    EXPECT_EQ(nsvErr, FSGetVolParms(fakes::kVolume, sizeof parameters, &parameters, &size));
+    EXPECT_EQ(sizeof parameters, size);
+    EXPECT_EQ(paramErr, FSGetVolParms(fakes::kVolume, 2, nullptr, &size));
+    EXPECT_EQ(paramErr, FSGetVolParms(fakes::kVolume, 0x80000000, &parameters, &size));
+}
+
+TEST_F(VolumesTest, MountRecords) {
+    SInt16 size = 0;
+    EXPECT_EQ(noErr, FSGetVolMountInfoSize(fakes::kVolume, &size));
+    EXPECT_EQ(64, size);
+    char record[65] = {};
+    EXPECT_EQ(noErr, FSGetVolMountInfo(fakes::kVolume, record));
+    EXPECT_EQ(std::string(64, 'R'), record);
+    FSVolumeRefNum volume = 0;
+    EXPECT_EQ(noErr, FSVolumeMount(record, &volume));
+    EXPECT_EQ(fakes::kOtherVolume, volume);
+    EXPECT_EQ((Log{"PBGetVolMountInfoSize(-1)", "PBGetVolMountInfo(-1)", "PBVolumeMount(R)"}),
+              fakes::CallLog());
+}
+
+TEST_F(VolumesTest, MountRecordsFail) {
+    SInt16 size = 77;
+    char record[64] = "as before";
+    FSVolumeRefNum volume = 77;
+    for (const char* const call : {"PBGetVolMountInfoSize", "PBGetVolMountInfo", "PBVolumeMount"})
+        fakes::Refuse(call, nsvErr);
+    EXPECT_EQ(nsvErr, FSGetVolMountInfoSize(fakes::kVolume, &size));
+    EXPECT_EQ(nsvErr, FSGetVolMountInfo(fakes::kVolume, record));
+    EXPECT_EQ(nsvErr, FSVolumeMount(record, &volume));
+    EXPECT_EQ(77, size);
+    EXPECT_STREQ("as before", record);
+    EXPECT_EQ(77, volume);
+    EXPECT_EQ(paramErr, FSGetVolMountInfoSize(fakes::kVolume, nullptr));
+    EXPECT_EQ(paramErr, FSGetVolMountInfo(fakes::kVolume, nullptr));
+    EXPECT_EQ(paramErr, FSVolumeMount(nullptr, &volume));
+    EXPECT_EQ(paramErr, FSVolumeMount(record, nullptr));
+}
+
 }  // namespace

@@ -51,6 +51,11 @@ MIRTAL_EXPORT bool FSRefValid(const FSRef* inRef);
 [[nodiscard]] MIRTAL_EXPORT OSErr FSPathMakeFSSpec(const UInt8* inPath, FSSpec* outSpec,
                                                    Boolean* outIsDirectory);
 
+// A file by its id, on its volume (toolbox/FileIDs.h); and an id by which it is found again wherever it goes
+// there. fidExists where there was one before, outFileID being set then as well. paramErr for a null output.
+[[nodiscard]] MIRTAL_EXPORT OSErr FSResolveFileIDRef(SInt16 inVRefNum, SInt32 inFileID, FSRef* outRef);
+[[nodiscard]] MIRTAL_EXPORT OSErr FSCreateFileIDRef(const FSRef* inRef, SInt32* outFileID);
+
 #ifdef __cplusplus
 }
 #endif
