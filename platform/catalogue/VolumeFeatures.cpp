@@ -51,6 +51,10 @@ constexpr NamedFeatures kFeatures[] = {
 struct Refusals {
     os::Mutex mutex;
     std::vector<os::VolumeKey> volumes GUARDED_BY(mutex);
+
+    bool Has(const os::VolumeKey& inVolume) const NEEDS_LOCK(mutex) {
+        return std::find(volumes.begin(), volumes.end(), inVolume) != volumes.end();
+    }
 };
 
 Refusals& SharedRefusals() {
@@ -71,8 +75,7 @@ void ForbidExchange(const os::VolumeKey& inVolume) noexcept {
     try {
         Refusals& refusals = SharedRefusals();
         const os::MutexLock lock(refusals.mutex);
-        const auto end = refusals.volumes.end();
-        if (std::find(refusals.volumes.begin(), end, inVolume) == end) refusals.volumes.push_back(inVolume);
+        if (!refusals.Has(inVolume)) refusals.volumes.push_back(inVolume);
     } catch (const std::bad_alloc&) {
         // Then the next refusal tells it.
     }
@@ -87,8 +90,7 @@ void AllowExchanges() noexcept {
 bool IsExchangeForbidden(const os::VolumeKey& inVolume) {
     Refusals& refusals = SharedRefusals();
     const os::MutexLock lock(refusals.mutex);
-    const auto end = refusals.volumes.end();
-    return std::find(refusals.volumes.begin(), end, inVolume) != end;
+    return refusals.Has(inVolume);
 }
 
 }  // namespace toolbox::files
