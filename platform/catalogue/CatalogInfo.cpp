@@ -5,6 +5,7 @@
 #include "catalogue/Volumes.h"
 #include "companions/Companions.h"
 #include "names/CatalogueNames.h"
+#include "os/ShortPath.h"
 #include "os/SystemCalls.h"
 #include "status/StatusOfErrno.h"
 
@@ -43,11 +44,13 @@ bool IsRefusal(int inErrno) {
 
 OSStatus GetAccess(const FoundItem& inItem, const Place* inPlace, UInt8& outAccess) {
     const int folder = inPlace == nullptr ? AT_FDCWD : inPlace->folder.Number();
-    const std::string& path = inPlace == nullptr ? inItem.path : inPlace->name;
+    os::ShortPath path;
+    const int error = path.Set(folder, (inPlace == nullptr ? inItem.path : inPlace->name).c_str());
+    if (error != 0) return StatusOfErrno(error);
     const int flags = AT_EACCESS | (inItem.status.kind == os::ItemKind::kLink ? AT_SYMLINK_NOFOLLOW : 0);
     int access = 0;
     for (const int one : {kMayRead, kMayWrite, kMaySearch}) {
-        if (os::Calls().faccessat(folder, path.c_str(), one, flags) == 0)
+        if (os::Calls().faccessat(path.Folder(), path.Path(), one, flags) == 0)
             access |= one;
         else if (!IsRefusal(errno))
             return StatusOfErrno(errno);

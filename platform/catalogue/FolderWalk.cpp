@@ -285,6 +285,7 @@ OSStatus FolderWalk::GetVolume(SInt16& outVolume) {
 
 void FolderWalk::Park() noexcept {
     mPlace.folder = os::Descriptor();
+    mFolder.path = {};  // of a deep tree's many iterators
     mKnowsNames = false;
     for (Level& level : mLevels)
         level.names.Drop();

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace toolbox::files {
@@ -95,23 +96,44 @@ int FindEntry(const std::string& inFolderPath, const Sought& inSought, FoundItem
     });
 }
 
-OSStatus FindKnownFolder(const os::ItemIdentity& inFolder, FoundItem& outItem) {
-    NodeTable& table = NodeTable::Shared();
-    NodeHint hint;
-    if (!table.GetFolder(inFolder, hint)) return fnfErr;
-    outItem.facts = hint.facts;
-    int error = LookAt(hint.path, inFolder, outItem);
+// Looks for a folder in the one above, which was just found: by the name that it had, else by all there.
+OSStatus FindBelow(const std::string& inFolderPath, const NodeHint& inHint, const os::ItemIdentity& inFolder,
+                   FoundItem& outItem) {
+    outItem.facts = inHint.facts;
+    const int error = LookAt(PathInFolder(inFolderPath, inHint.name), inFolder, outItem);
     if (!IsMissing(error)) return StatusOfErrno(error);
-    if (!hint.facts.hasParent) return fnfErr;
-
-    FoundItem above;
-    const OSStatus aboveStatus = FindKnownFolder(hint.facts.parent, above);
-    if (aboveStatus != noErr) return aboveStatus;
-    error = LookAt(PathInFolder(above.path, hint.name), inFolder, outItem);
-    if (!IsMissing(error)) return StatusOfErrno(error);
-    const OSStatus status = FindInFolder(above.path, inFolder, outItem);
-    if (status == noErr) table.Rename(inFolder, NameInPath(outItem.path));
+    const OSStatus status = FindInFolder(inFolderPath, inFolder, outItem);
+    if (status == noErr) NodeTable::Shared().Rename(inFolder, NameInPath(outItem.path));
     return status;
+}
+
+// Where its path leads to it no more: the first above it whose path does, and from there down by the table,
+// each in the one before. However deep it lies, that takes no more of the stack.
+OSStatus FindKnownFolder(const os::ItemIdentity& inFolder, FoundItem& outItem) {
+    struct Below {
+        os::ItemIdentity identity;
+        NodeHint hint;
+    };
+    std::vector<Below> below;
+    for (os::ItemIdentity folder = inFolder;;) {
+        NodeHint hint;
+        if (!NodeTable::Shared().GetFolder(folder, hint)) return fnfErr;
+        outItem.facts = hint.facts;
+        const int error = LookAt(hint.path, folder, outItem);
+        if (error == 0) break;
+        if (!IsMissing(error)) return StatusOfErrno(error);
+        if (!hint.facts.hasParent) return fnfErr;
+        hint.path = {};
+        const os::ItemIdentity parent = hint.facts.parent;
+        below.push_back({folder, std::move(hint)});
+        folder = parent;
+    }
+    for (; !below.empty(); below.pop_back()) {
+        const std::string folderPath = std::move(outItem.path);
+        const OSStatus status = FindBelow(folderPath, below.back().hint, below.back().identity, outItem);
+        if (status != noErr) return status;
+    }
+    return noErr;
 }
 
 // Looks in a folder that the item was in, wherever that is by now; inName is empty where it is not known.

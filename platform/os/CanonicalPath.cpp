@@ -3,6 +3,7 @@
 #include "os/SystemCalls.h"
 
 #include <cerrno>
+#include <climits>
 #include <memory>
 
 namespace toolbox::os {
@@ -19,7 +20,7 @@ int GetCanonicalPath(const char* inPath, std::string& outPath) {
     const std::unique_ptr<char, FreeDeleter> path(Calls().realpath(inPath, nullptr));
     if (path == nullptr) return errno;
     outPath = path.get();
-    return 0;
+    return outPath.size() < PATH_MAX ? 0 : ENAMETOOLONG;  // that of the current folder may be longer
 }
 
 }  // namespace toolbox::os

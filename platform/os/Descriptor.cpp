@@ -1,5 +1,6 @@
 #include "os/Descriptor.h"
 
+#include "os/ShortPath.h"
 #include "os/SystemCalls.h"
 
 #include <algorithm>
@@ -36,8 +37,13 @@ int Descriptor::Close() noexcept {
 }
 
 int OpenFile(int inFolder, const char* inPath, int inFlags, Descriptor& outFile, mode_t inMode) {
-    const int number = Calls().openat(inFolder, inPath, inFlags | O_CLOEXEC, inMode);
-    const int error = number < 0 ? errno : 0;
+    ShortPath path;
+    int error = path.Set(inFolder, inPath);
+    int number = -1;
+    if (error == 0) {
+        number = Calls().openat(path.Folder(), path.Path(), inFlags | O_CLOEXEC, inMode);
+        error = number < 0 ? errno : 0;
+    }
     outFile = Descriptor(number);
     return error;
 }

@@ -1,5 +1,6 @@
 #include "os/ItemStatus.h"
 
+#include "os/ShortPath.h"
 #include "os/SystemCalls.h"
 
 #include <fcntl.h>
@@ -45,8 +46,11 @@ timespec TimeOf(const Moment* inMoment) {
 }
 
 int GetStatus(int inFolder, const char* inPath, int inFlags, ItemStatus& outStatus) {
+    ShortPath path;
+    const int error = path.Set(inFolder, inPath);
+    if (error != 0) return error;
     struct statx status = {};
-    if (Calls().statx(inFolder, inPath, inFlags, kFields, &status) != 0) return errno;
+    if (Calls().statx(path.Folder(), path.Path(), inFlags, kFields, &status) != 0) return errno;
     outStatus.identity = IdentityOf(status);
     outStatus.kind = KindOfMode(status.stx_mode);
     outStatus.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;

@@ -1,6 +1,7 @@
 #include "catalogue/FolderWalk.h"
 
 #include "Iterating.h"
+#include "catalogue/OpenIterators.h"
 #include "os/SystemCalls.h"
 
 #include <fcntl.h>
@@ -8,7 +9,9 @@
 
 #include <algorithm>
 #include <map>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -187,20 +190,55 @@ TEST_P(FolderWalkTest, ASwappedFolderIsNotEntered) {
     }
 }
 
-// One descriptor is enough, and the paths may be longer than any that the system takes.
-TEST_P(FolderWalkTest, ATreeOfThousandsOfLevels) {
-    const int depth = GetParam() == FileWorld::kReal ? 10'000 : 1'000;  // in memory the kit tells whole paths
-    const toolbox::os::SystemCalls& calls = toolbox::os::Calls();
-    int folder = calls.openat(AT_FDCWD, mFolder.Path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC, 0);
-    for (int i = 0; i < depth; ++i) {
-        const int file = calls.openat(folder, "file", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-        ASSERT_EQ(0, calls.close(file));
-        ASSERT_EQ(0, calls.mkdirat(folder, "d", 0700));
-        const int next = calls.openat(folder, "d", O_PATH | O_DIRECTORY | O_CLOEXEC, 0);
-        ASSERT_EQ(0, calls.close(folder));
-        folder = next;
+// Whose paths are longer than any that the system takes, or will be before all is deleted.
+class DeepTreeTest : public IteratingTest {
+  protected:
+    bool IsReal() const { return GetParam() == FileWorld::kReal; }
+    // In memory the kit tells whole paths.
+    const int mDepth = IsReal() ? 2'500 : 100;
+    const std::string mName = IsReal() ? "d" : std::string(100, 'd');
+
+    DeepTreeTest() { MakeDeep(mDepth, mName); }
+
+    // By an iterator for each folder, which are open all at once.
+    struct OpenFolder {
+        FSRef folder;
+        std::unique_ptr<OpenedIterator> iterator;
+    };
+    static void Open(const FSRef& inFolder, std::vector<OpenFolder>& ioFolders) {
+        ioFolders.push_back({inFolder, std::make_unique<OpenedIterator>(inFolder, kFSIterateDelete)});
+        ASSERT_EQ(noErr, ioFolders.back().iterator->Status()) << ioFolders.size();
     }
-    const std::size_t descriptors = OpenDescriptorCount();
+    // One item of the innermost folder, or the folder itself once nothing is left in it.
+    static OSErr DeleteNext(std::vector<OpenFolder>& ioFolders) {
+        FSCatalogInfo info = {};
+        FSRef item = {};
+        ItemCount count = 0;
+        const OSErr status = FSGetCatalogInfoBulk(ioFolders.back().iterator->Get(), 1, &count, nullptr,
+                                                  kFSCatInfoNodeFlags, &info, &item, nullptr, nullptr);
+        if (status == noErr && (info.nodeFlags & kFSNodeIsDirectoryMask) == 0) return FSDeleteObject(&item);
+        if (status == noErr) Open(item, ioFolders);
+        if (status != errFSNoMoreItems) return status;
+        const FSRef folder = ioFolders.back().folder;
+        ioFolders.pop_back();
+        return ioFolders.empty() ? OSErr{noErr} : FSDeleteObject(&folder);
+    }
+    void DeleteAll() const {
+        std::vector<OpenFolder> folders;
+        Open(mHere, folders);
+        while (!folders.empty()) {
+            ASSERT_EQ(noErr, DeleteNext(folders)) << folders.size();
+            if (folders.size() % 100 == 0) {
+                ASSERT_GE(mDescriptors + toolbox::files::OpenIterators::kMaxHeld, OpenDescriptorCount());
+            }
+        }
+    }
+
+    const std::size_t mDescriptors = OpenDescriptorCount();
+};
+INSTANTIATE_TEST_SUITE_P(Worlds, DeepTreeTest, support::BothWorlds(), support::NameOfWorld);
+
+TEST_P(DeepTreeTest, OneIteratorNeedsOneDescriptor) {
     {
         OpenedIterator iterator(mHere, kFSIterateSubtree);
         std::map<std::string, int> counts;
@@ -214,21 +252,42 @@ TEST_P(FolderWalkTest, ATreeOfThousandsOfLevels) {
                                           nullptr, names);
             EXPECT_TRUE(status == noErr || status == errFSNoMoreItems) << status;
             EXPECT_FALSE(hasChanged);
-            EXPECT_GE(descriptors + 1, OpenDescriptorCount());
+            EXPECT_GE(mDescriptors + 1, OpenDescriptorCount());
             for (ItemCount i = 0; i < count; ++i)
                 ++counts[TextOf(names[i])];
         }
-        EXPECT_EQ((std::map<std::string, int>{{"d", depth}, {"file", depth}}), counts);
+        EXPECT_EQ((std::map<std::string, int>{{mName, mDepth}, {"file", mDepth}}), counts);
     }
-    // From below, because nobody else's way of deleting it goes so deep.
-    for (int i = 0; i < depth; ++i) {
-        const int above = calls.openat(folder, "..", O_PATH | O_DIRECTORY | O_CLOEXEC, 0);
-        ASSERT_EQ(0, calls.close(folder));
-        folder = above;
-        ASSERT_EQ(0, calls.unlinkat(folder, "d", AT_REMOVEDIR));
-        ASSERT_EQ(0, calls.unlinkat(folder, "file", 0));
+    DeleteAll();
+    EXPECT_EQ(Names{}, FileWorld::NamesIn(mFolder.Path()));
+}
+
+// All that is told of it, and its forks and name, by references: of a file, and of the folder beside it.
+TEST_P(DeepTreeTest, TheInnermostItemsAreFoundAgain) {
+    FSRef file = {};
+    FSRef folder = {};
+    {
+        OpenedIterator iterator(mHere, kFSIterateSubtree);
+        FSRef ref = {};
+        for (std::string name = iterator.Next(nullptr, &ref); !name.starts_with("status");
+             name = iterator.Next(nullptr, &ref))
+            (name == "file" ? file : folder) = ref;
     }
-    ASSERT_EQ(0, calls.close(folder));
+    FileWorld::Rename(mFolder / mName, mFolder / "renamed");
+    for (const FSRef& item : {folder, file}) {
+        FSCatalogInfo info = {};
+        FSRef parent = {};
+        FSSpec spec = {};
+        EXPECT_EQ(noErr, FSGetCatalogInfo(&item, kFSCatInfoGettableInfo, &info, nullptr, &spec, &parent));
+        EXPECT_EQ(info.parentDirID, static_cast<UInt32>(spec.parID));
+        FSRef again = {};
+        EXPECT_EQ(noErr, FSpMakeFSRef(&spec, &again));
+        EXPECT_EQ(noErr, FSCompareFSRefs(&item, &again));
+    }
+    EXPECT_EQ(noErr, FSDeleteObject(&folder));
+    EXPECT_EQ(fnfErr, FSDeleteObject(&folder));
+    EXPECT_EQ(mDescriptors, OpenDescriptorCount());
+    DeleteAll();
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "ItemChanges.h"
 #include "support/FileWorld.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <toolbox/Iterators.h>
 #include <unistd.h>
@@ -128,6 +129,21 @@ class IteratingTest : public ItemChangesTest<support::FileWorldTest> {
     void MakeFiles(int inCount, const std::string& inPrefix = "file ") const {
         for (int i = 0; i < inCount; ++i)
             mFolder.MakeFile(inPrefix + std::to_string(i), "");
+    }
+
+    // Folders of a name, each in the one before, and beside each a file.
+    void MakeDeep(int inDepth, const std::string& inName) const {
+        const toolbox::os::SystemCalls& calls = toolbox::os::Calls();
+        int folder = calls.openat(AT_FDCWD, mFolder.Path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC, 0);
+        for (int i = 0; i < inDepth; ++i) {
+            const int file = calls.openat(folder, "file", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+            EXPECT_EQ(0, calls.close(file));
+            EXPECT_EQ(0, calls.mkdirat(folder, inName.c_str(), 0700));
+            const int next = calls.openat(folder, inName.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC, 0);
+            EXPECT_EQ(0, calls.close(folder));
+            folder = next;
+        }
+        EXPECT_EQ(0, calls.close(folder));
     }
 
     FSRef mHere = RefOf(mFolder.Path());

@@ -35,8 +35,8 @@ class Descriptor {
     int mNumber = -1;
 };
 
-// Opens what inPath names from inFolder, which may be AT_FDCWD. O_CLOEXEC goes without saying. outFile is not
-// open on failure.
+// Opens what inPath names from inFolder, which may be AT_FDCWD; however long the path is. O_CLOEXEC goes
+// without saying. outFile is not open on failure.
 [[nodiscard]] int OpenFile(int inFolder, const char* inPath, int inFlags, Descriptor& outFile,
                            mode_t inMode = 0);
 [[nodiscard]] inline int OpenFile(const char* inPath, int inFlags, Descriptor& outFile, mode_t inMode = 0) {

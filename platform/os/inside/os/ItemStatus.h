@@ -65,7 +65,7 @@ struct ItemStatus {
     VolumeKey Volume() const { return {mount, identity.device}; }
 };
 
-// All answer 0 or an errno. Only the second follows a link at the end of the path.
+// All answer 0 or an errno, of paths of any length. Only the second follows a link at the end of the path.
 [[nodiscard]] int GetPathStatus(const char* inPath, ItemStatus& outStatus);
 [[nodiscard]] int GetTargetStatus(const char* inPath, ItemStatus& outStatus);
 [[nodiscard]] int GetDescriptorStatus(int inDescriptor, ItemStatus& outStatus);
