@@ -66,6 +66,16 @@ int RecordDescriptor(const std::string& inPath, FoundItem& outItem) {
     return 0;
 }
 
+// Makes use of the room that there is.
+void SetPathInFolder(const std::string& inFolderPath, std::string_view inName, std::string& outPath) {
+    assert(!inFolderPath.empty() && &inFolderPath != &outPath);
+    outPath.clear();
+    outPath.reserve(inFolderPath.size() + 1 + inName.size());
+    outPath = inFolderPath;
+    if (outPath.back() != '/') outPath += '/';
+    outPath.append(inName);
+}
+
 // 0 or an errno.
 int RecordPath(const std::string& inPath, FoundItem& outItem) {
     int error = 0;
@@ -125,7 +135,8 @@ OSStatus FindItselfByPath(const char* inPath, FoundItem& outItem) {
 
 OSStatus FindAtPlace(const FoundItem& inFolder, const Place& inPlace, FoundItem& outItem) {
     assert(inFolder.status.kind == os::ItemKind::kFolder && inPlace.folder.IsOpen());
-    std::string path = PathInFolder(inFolder.path, inPlace.name);
+    std::string& path = outItem.path;
+    SetPathInFolder(inFolder.path, inPlace.name, path);
     const int error = GetStatus(inPlace, outItem.status);
     if (error != 0) return IsMissing(error) ? fnfErr : StatusOfErrno(error);
     const bool isLink = outItem.status.kind == os::ItemKind::kLink;
@@ -139,7 +150,6 @@ OSStatus FindAtPlace(const FoundItem& inFolder, const Place& inPlace, FoundItem&
         if (status != noErr) return status;
         if (!table.RecordChild(folder.status.identity, step, outItem.facts)) return fnfErr;
     }
-    outItem.path = std::move(path);
     return noErr;
 }
 
@@ -158,10 +168,9 @@ bool IsMissing(int inErrno) {
 }
 
 std::string PathInFolder(const std::string& inFolderPath, std::string_view inName) {
-    assert(!inFolderPath.empty());
-    std::string path = inFolderPath;
-    if (path.back() != '/') path += '/';
-    return path.append(inName);
+    std::string path;
+    SetPathInFolder(inFolderPath, inName, path);
+    return path;
 }
 
 std::string FolderPathOf(const std::string& inPath) {

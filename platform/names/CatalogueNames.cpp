@@ -70,9 +70,16 @@ void AppendUTF8(std::string& ioBytes, char32_t inCharacter) {
 
 }  // namespace
 
+// Most names are ASCII, as far as they go.
 std::u16string CatalogueName(std::string_view inDiskName) {
-    std::u16string name;
-    name.reserve(inDiskName.size());
+    const auto isASCII = [](char inByte) { return static_cast<UInt8>(inByte) < 0x80; };
+    const auto asciiEnd = std::find_if_not(inDiskName.begin(), inDiskName.end(), isASCII);
+    std::u16string name(inDiskName.size(), u'\0');
+    const auto nameEnd = std::transform(inDiskName.begin(), asciiEnd, name.begin(), [](char inByte) {
+        return static_cast<char16_t>(inByte == ':' ? '/' : inByte);
+    });
+    name.erase(nameEnd, name.end());
+    inDiskName.remove_prefix(name.size());
     while (!inDiskName.empty()) {
         char32_t character = 0;
         const std::size_t count = DecodeOne(inDiskName, character);

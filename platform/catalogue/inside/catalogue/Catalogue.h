@@ -30,8 +30,9 @@ std::string PathInFolder(const std::string& inFolderPath, std::string_view inNam
 // The same, but a link that is the path's last name is the item itself; not where a slash is behind it.
 [[nodiscard]] OSStatus FindItselfByPath(const char* inPath, FoundItem& outItem);
 
-// The item of a folder that was just found and holds the place open: what has the name itself, recorded from
-// the folder alone. A descriptor's path alone is followed. fnfErr when there is none of that name.
+// The item of a folder, which is another record, was just found and holds the place open: what has the name
+// itself, recorded from the folder alone. A descriptor's path alone is followed. fnfErr when there is none of
+// that name; outItem is unspecified on failure.
 [[nodiscard]] OSStatus FindAtPlace(const FoundItem& inFolder, const Place& inPlace, FoundItem& outItem);
 
 // The item itself, which must be known to the node table, wherever it is now: at a path where it was seen, or
