@@ -33,15 +33,12 @@ OSStatus Create(FIDParam& ioBlock) {
     if (status == noErr) status = GetVolumeNumber(item, volume);
     if (status != noErr) return status;
     const FSRef ref = MakeRef(item);
+    NodeTable::Shared().KeepID(item.facts.item);
     Table& table = SharedTable();
     const os::MutexLock lock(table.mutex);
-    const auto [made, isNew] = table.files.try_emplace({volume, item.facts.nodeID}, ref);
-    os::ItemIdentity identity;
-    // The id of a file that is gone and forgotten passes to who has its inode.
-    const bool isAnothers = ReadRef(made->second, identity) && !identity.IsSameItem(item.status.identity);
-    if (isAnothers) made->second = ref;
+    const bool isNew = table.files.try_emplace({volume, item.facts.nodeID}, ref).second;
     ioBlock.ioFileID = static_cast<SInt32>(item.facts.nodeID);
-    return isNew || isAnothers ? OSStatus{noErr} : OSStatus{fidExists};
+    return isNew ? OSStatus{noErr} : OSStatus{fidExists};
 }
 
 bool FindMade(SInt16 inVolume, NodeID inID, FSRef& outRef) {
@@ -60,7 +57,7 @@ OSStatus FindByID(SInt16 inNumber, NodeID inID, FoundItem& outItem) {
     os::ItemIdentity identity;
     const OSStatus made = FindMade(inNumber, inID, ref) ? FindByRef(ref, outItem) : OSStatus{fnfErr};
     if (made != fnfErr) return made;
-    // Also of a file that is gone and forgotten: its id passes to who has its inode.
+    // Nobody made it, or it is on another mount of the same file system.
     if (!NodeTable::Shared().FindID(volume.key.device, inID, identity)) return fidNotFound;
     return FindByIdentity(identity, outItem);
 }

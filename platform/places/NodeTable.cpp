@@ -146,6 +146,11 @@ bool NodeTable::HadAnother(const os::ItemIdentity& inItem) const {
     // The id is that item's for ever, whoever has the inode since.
     os::ItemIdentity exchanged;
     if (mExchanged.FindItem(key, exchanged)) return !exchanged.IsSameItem(inItem);
+    const Index kept = mKeptIndex.Find(key.Hash(), [&](Index inIndex) {
+        mMutex.AssertHeld();
+        return KeyOf(mKept[inIndex]) == key && !mKept[inIndex].IsSameItem(inItem);
+    });
+    if (kept != NumberIndex::kNone) return true;
     return mHintIndex.Find(key.Hash(), [&](Index inIndex) {
         mMutex.AssertHeld();
         const os::ItemIdentity& other = mHints[inIndex].identity;
@@ -210,6 +215,19 @@ bool NodeTable::FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& ou
     if (hint == NumberIndex::kNone) return false;
     outItem = mHints[hint].identity;
     return true;
+}
+
+void NodeTable::KeepID(const os::ItemIdentity& inItem) {
+    const os::MutexLock lock(mMutex);
+    const NodeKey key = KeyOf(inItem);
+    const Index known = mKeptIndex.Find(key.Hash(), [&](Index inIndex) {
+        mMutex.AssertHeld();
+        return mKept[inIndex].IsSameItem(inItem);
+    });
+    if (known != NumberIndex::kNone) return;
+    mKeptIndex.MakeRoom();
+    mKept.push_back(inItem);
+    mKeptIndex.Add(key.Hash(), static_cast<Index>(mKept.size() - 1));
 }
 
 void NodeTable::Exchange(const os::ItemIdentity& inOnDisk1, const os::ItemIdentity& inOnDisk2) {

@@ -10,7 +10,8 @@
 TOOLBOX_EXTERN_C_BEGIN
 
 // Makes an id by which a file is found again wherever it goes on its volume, as a reference finds it. The
-// process remembers each until its end. Of fidParam:
+// process remembers each until its end; where the file system tells when files were born, no other file gets
+// it, also when this one is gone. Of fidParam:
 //   ioVRefNum, ioSrcDirID, ioNamePtr  in: the file, as FSpMakeFSRef takes it
 //   ioFileID                          out: its id
 // fidExists when it was made before, ioFileID being set then as well; notAFileErr for a folder.

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <toolbox/CatalogItems.h>
 #include <toolbox/FileIDs.h>
 
 #include <cerrno>
@@ -121,7 +122,7 @@ TEST_P(FileIDsTest, AreOfTheirVolume) {
 }
 
 // As when the inode of one that was made goes to a new file, after the catalogue has forgotten the first.
-TEST_P(FileIDsTest, ANewFileOfAnOldIDGetsIt) {
+TEST_P(FileIDsTest, ANewFileOfAnOldInodeGetsAnother) {
     mFolder.MakeFile("a");
     ASSERT_EQ(noErr, Create(Here("a")));
     const SInt32 id = mBlock.fidParam.ioFileID;
@@ -134,16 +135,32 @@ TEST_P(FileIDsTest, ANewFileOfAnOldIDGetsIt) {
         return result;
     };
     ForgetFiles();
+    const auto told = static_cast<SInt32>(InfoOf(mFolder / "a", kFSCatInfoNodeID).nodeID);
     const OSErr first = Create(Here("a"));
     const SInt32 newID = mBlock.fidParam.ioFileID;
     const OSErr second = Create(Here("a"));
     const std::string path = Resolve(newID, Volume());
+    const std::string old = Resolve(id, Volume());
     toolbox::os::CallsForTesting() = sReal;
     EXPECT_EQ(noErr, first) << "another file";
-    // One that had to be allotted is nobody else's.
-    EXPECT_TRUE(id == newID || static_cast<UInt32>(id) >= toolbox::files::kFirstAllottedID) << id;
+    EXPECT_NE(id, newID);
+    EXPECT_EQ(told, newID) << "it had it before anybody made it";
     EXPECT_EQ(fidExists, second);
     EXPECT_EQ(mFolder / "a", path);
+    EXPECT_EQ("status -1300", old);
+}
+
+TEST_P(FileIDsTest, StayWithTheFilesThatExchangeTheirContents) {
+    const FSRef a = RefOf(mFolder.MakeFile("a", "of a"));
+    const FSRef b = RefOf(mFolder.MakeFile("b", "of b"));
+    ASSERT_EQ(noErr, Create(Here("a")));
+    const SInt32 id = mBlock.fidParam.ioFileID;
+    ASSERT_EQ(noErr, FSExchangeObjects(&a, &b));
+    EXPECT_EQ(fidExists, Create(Here("a")));
+    EXPECT_EQ(id, +mBlock.fidParam.ioFileID);
+    EXPECT_EQ(mFolder / "a", Resolve(id, Volume()));
+    EXPECT_EQ(noErr, Create(Here("b")));
+    EXPECT_NE(id, +mBlock.fidParam.ioFileID);
 }
 
 TEST_P(FileIDsTest, NoNameIsWanted) {

@@ -247,6 +247,21 @@ TEST(NodeTable, IdOfAFilePassesToNobodyWhileItIsRemembered) {
     EXPECT_FALSE(table.FindID(kDisk, 300, found));
 }
 
+TEST(NodeTable, AKeptIdPassesToNobody) {
+    NodeTable table;
+    table.Record({Root(), Folder(100, "folder")});
+    const PathStep kept = File(1000, "kept");
+    table.KeepID(kept.identity);
+    table.KeepID(kept.identity);
+    PathStep later = File(1000, "later");
+    later.identity.birthNanos = 2;
+    const NodeID id = RecordChild(table, Folder(100, ""), later);
+    EXPECT_LE(kFirstAllottedID, id) << "nothing else remembers the first";
+    EXPECT_EQ(id, RecordChild(table, Folder(100, ""), later));
+    ItemIdentity found;
+    EXPECT_FALSE(table.FindID(kDisk, 1000, found)) << "it is not that of the second";
+}
+
 TEST(NodeTable, LowInodesOfOrdinaryItemsAreNotTheirIds) {
     NodeTable table;
     const PathStep root = VolumeRoot(128, "", kDisk);

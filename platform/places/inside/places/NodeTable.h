@@ -9,7 +9,7 @@
 // An id is the inode where that lies from kFirstOrdinaryID up to kFirstAllottedID, so that it needs no
 // memory; any other is allotted, and the pair kept for the life of the process, some 40 bytes each. So is
 // that of an item whose inode was another's before, as far as the table knows: of folders always, of others
-// while there is a hint.
+// while there is a hint, or where the id is kept.
 //
 // Items are those on disk, but where it is said that they are the catalogue's: the two differ once contents
 // were exchanged.
@@ -102,6 +102,10 @@ class NodeTable {
     // has none; it may know no more of one whose id is its inode.
     bool FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& outItem) const;
 
+    // Keeps the id of an item of the catalogue for the life of the process: whoever has its inode later gets
+    // another one.
+    void KeepID(const os::ItemIdentity& inItem);
+
     // Folders and hints.
     std::size_t Count() const;
 
@@ -150,6 +154,8 @@ class NodeTable {
     std::size_t mOldestHint GUARDED_BY(mMutex) = 0;             // once there are kMaxHints
     std::deque<os::ItemIdentity> mAllotted GUARDED_BY(mMutex);  // in the order of their ids
     NumberIndex mAllottedIndex GUARDED_BY(mMutex);
+    std::deque<os::ItemIdentity> mKept GUARDED_BY(mMutex);
+    NumberIndex mKeptIndex GUARDED_BY(mMutex);
     ExchangedItems mExchanged GUARDED_BY(mMutex);
 };
 
