@@ -1,11 +1,12 @@
 #include "DefaultFolder.h"
 
 #include "FolderItems.h"
+#include "MountedVolumes.h"
+#include "ParamBlocks.h"
 #include "catalogue/Volumes.h"
 #include "os/Mutex.h"
 
 #include <toolbox/DefaultFolder.h>
-#include <toolbox/Volumes.h>
 
 #include <algorithm>
 #include <new>
@@ -31,9 +32,9 @@ void Set(const Default& inDefault) {
     sDefault = inDefault;
 }
 
-OSStatus SetBySpec(const FSSpec& inSpec) {
+OSStatus SetByName(SInt16 inVolume, SInt32 inFolderID, ConstStr255Param inName) {
     FoundItem folder;
-    const OSStatus status = FindBySpec(inSpec, folder);
+    const OSStatus status = FindNamed(inVolume, inFolderID, inName, folder);
     if (status != noErr) return status;
     if (folder.status.kind != os::ItemKind::kFolder) return dirNFErr;
     Set({true, MakeRef(folder)});
@@ -41,10 +42,13 @@ OSStatus SetBySpec(const FSSpec& inSpec) {
 }
 
 OSStatus NameOfVolume(SInt16 inVolume, StringPtr outName) {
-    HParamBlockRec block = {};
-    block.volumeParam.ioVRefNum = inVolume;
-    block.volumeParam.ioNamePtr = outName;
-    return PBHGetVInfoSync(&block);
+    Volume volume;
+    const OSStatus status = GetVolume(inVolume, volume);
+    if (status != noErr) return status;
+    Str255 name = {};
+    GetVolumeName(volume, name);
+    std::copy_n(name, name[0] + 1, outName);
+    return noErr;
 }
 
 OSStatus GetIDs(StringPtr outVolumeName, SInt16& outVolume, SInt32& outFolder) {
@@ -78,17 +82,13 @@ OSStatus FindDefaultFolder(FoundItem& outFolder) {
 using namespace toolbox::files;
 
 OSErr HSetVol(ConstStr255Param inName, SInt16 inVRefNum, SInt32 inDirID) {
-    FSSpec spec = {inVRefNum, inDirID, {}};
-    if (inName != nullptr) {
-        if (inName[0] >= sizeof spec.name) return bdNamErr;
-        std::copy_n(inName, inName[0] + 1, spec.name);
-    }
-    if (spec.vRefNum == 0 && spec.parID == 0 && spec.name[0] == 0) {
+    const bool hasName = inName != nullptr && inName[0] != 0;
+    if (inVRefNum == 0 && inDirID == 0 && !hasName) {
         Set({});
         return noErr;
     }
     try {
-        return static_cast<OSErr>(SetBySpec(spec));
+        return static_cast<OSErr>(SetByName(inVRefNum, inDirID, inName));
     } catch (const std::bad_alloc&) {
         return memFullErr;
     }

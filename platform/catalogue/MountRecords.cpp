@@ -54,7 +54,9 @@ OSStatus RecordOf(SInt16 inVolume, Record& outRecord) {
     if (status == noErr) status = GetVolume(number, volume);
     if (status != noErr) return status;
     status = FindMount(volume, mount);
-    if (status == nsvErr || (status == noErr && mount.rootInside != "/")) return paramErr;
+    // A subvolume lies within its mount, whose record would mount the whole.
+    const bool isWhole = mount.rootInside == "/" && mount.folder == volume.rootPath;
+    if (status == nsvErr || (status == noErr && !isWhole)) return paramErr;
     if (status != noErr) return status;
     outRecord = {0, mount.type, mount.source, mount.folder};
     for (const FlagName& flag : kFlags)

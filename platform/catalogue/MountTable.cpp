@@ -3,6 +3,8 @@
 #include "os/Descriptor.h"
 #include "status/StatusOfErrno.h"
 
+#include <sys/sysmacros.h>
+
 #include <algorithm>
 #include <charconv>
 #include <iterator>
@@ -18,6 +20,7 @@ constexpr std::size_t kMaxTableBytes = 4 << 20;
 
 // Words of a line. Behind the options stand any number of others, and then "-".
 constexpr std::size_t kMountWord = 0;
+constexpr std::size_t kDeviceWord = 2;
 constexpr std::size_t kRootWord = 3;
 constexpr std::size_t kFolderWord = 4;
 constexpr std::size_t kOptionsWord = 5;
@@ -53,14 +56,30 @@ std::vector<std::string_view> PartsOf(std::string_view inText, char inSeparator)
     return parts;
 }
 
+// False when there is no number.
+template <typename Number>
+bool ReadNumber(std::string_view inText, Number& outNumber) {
+    return std::from_chars(inText.data(), inText.data() + inText.size(), outNumber).ec == std::errc();
+}
+
+// "8:1"; 0 for what is none.
+std::uint64_t DeviceOf(std::string_view inText) {
+    unsigned major = 0;
+    unsigned minor = 0;
+    const std::size_t colon = inText.find(':');
+    if (colon == std::string_view::npos) return 0;
+    const bool isDevice =
+        ReadNumber(inText.substr(0, colon), major) && ReadNumber(inText.substr(colon + 1), minor);
+    return isDevice ? makedev(major, minor) : 0;
+}
+
 bool ReadLine(std::string_view inLine, MountEntry& outMount) {
     const std::vector<std::string_view> words = PartsOf(inLine, ' ');
     if (words.size() <= kOptionsWord) return false;
     const auto dash = std::find(words.begin() + kOptionsWord + 1, words.end(), "-");
     if (words.end() - dash <= kWordsBehindDash) return false;
-    const std::string_view number = words[kMountWord];
-    const auto read = std::from_chars(number.data(), number.data() + number.size(), outMount.mount);
-    if (read.ec != std::errc() || !words[kFolderWord].starts_with('/')) return false;
+    if (!ReadNumber(words[kMountWord], outMount.mount) || !words[kFolderWord].starts_with('/')) return false;
+    outMount.device = DeviceOf(words[kDeviceWord]);
     outMount.rootInside = Unescaped(words[kRootWord]);
     outMount.folder = Unescaped(words[kFolderWord]);
     outMount.options = words[kOptionsWord];

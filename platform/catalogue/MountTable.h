@@ -15,6 +15,7 @@ namespace toolbox::files {
 // One mount. Texts are as the kernel has them, without its escapes.
 struct MountEntry {
     std::uint64_t mount = 0;   // as in os::VolumeKey
+    std::uint64_t device = 0;  // of the file system; its subvolumes may be other ones
     std::string rootInside;    // the folder of the file system that is mounted: "/" for the whole of it
     std::string folder;        // where it is mounted
     std::string options;       // of the mount: "rw,relatime"

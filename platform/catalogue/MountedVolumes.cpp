@@ -1,7 +1,10 @@
 #include "MountedVolumes.h"
 
+#include "FolderItems.h"
+#include "VolumeFeatures.h"
 #include "catalogue/Catalogue.h"
 #include "catalogue/Volumes.h"
+#include "names/CatalogueNames.h"
 #include "os/SystemCalls.h"
 #include "status/StatusOfErrno.h"
 
@@ -12,11 +15,13 @@
 #include <cerrno>
 #include <iterator>
 #include <string_view>
+#include <vector>
 
 namespace toolbox::files {
 
 namespace {
 
+constexpr std::size_t kMaxVolumeNameBytes = 27;
 constexpr std::uint64_t kMaxBlockBytes = std::uint64_t{1} << 31;
 
 // File systems that the kernel makes up, and places where others would be mounted by a look.
@@ -25,14 +30,31 @@ constexpr std::string_view kMadeUpTypes[] = {
     "devpts", "devtmpfs", "efivarfs",    "fusectl",    "mqueue",    "nfsd",    "nsfs",     "proc",
     "pstore", "resctrl",  "rpc_pipefs",  "securityfs", "selinuxfs", "smackfs", "sysfs",    "tracefs"};
 
+using Mounts = std::vector<MountEntry>;
+
+bool LiesIn(const std::string& inPath, const std::string& inFolder) {
+    return inPath == inFolder || inPath.starts_with(PathInFolder(inFolder, ""));
+}
+
 // noErr also for what is no volume; a status where nothing can be told of any.
-OSStatus AddVolumeAt(const std::string& inFolder, std::vector<SInt16>& ioVolumes) {
+OSStatus GetNumber(const Mounts& inMounts, Mounts::const_iterator inMount, SInt16& outNumber) {
+    outNumber = 0;
+    if (FeaturesOf(inMount->type).isOfServer) {
+        const bool isHidden = std::any_of(inMount + 1, inMounts.end(), [inMount](const MountEntry& inLater) {
+            return LiesIn(inMount->folder, inLater.folder);
+        });
+        return isHidden ? noErr
+                        : NumberOfMount({{inMount->mount, inMount->device}, inMount->folder}, outNumber);
+    }
     FoundItem item;
-    if (FindByPath(inFolder.c_str(), item) != noErr) return noErr;
-    if (item.status.kind != os::ItemKind::kFolder) return noErr;
+    if (FindByPath(inMount->folder.c_str(), item) != noErr) return noErr;
+    return item.status.kind == os::ItemKind::kFolder ? GetVolumeNumber(item, outNumber) : OSStatus{noErr};
+}
+
+OSStatus AddVolume(const Mounts& inMounts, Mounts::const_iterator inMount, std::vector<SInt16>& ioVolumes) {
     SInt16 volume = 0;
-    const OSStatus status = GetVolumeNumber(item, volume);
-    if (status != noErr) return status;
+    const OSStatus status = GetNumber(inMounts, inMount, volume);
+    if (status != noErr || volume == 0) return status;
     if (std::find(ioVolumes.begin(), ioVolumes.end(), volume) == ioVolumes.end()) ioVolumes.push_back(volume);
     return noErr;
 }
@@ -56,10 +78,10 @@ bool HoldsData(const MountEntry& inMount) {
 
 OSStatus ListVolumes(std::vector<SInt16>& outVolumes) {
     outVolumes.assign(1, kBootVolume);
-    std::vector<MountEntry> mounts;
+    Mounts mounts;
     OSStatus status = ReadMounts(mounts);
-    for (const MountEntry& mount : mounts)
-        if (status == noErr && HoldsData(mount)) status = AddVolumeAt(mount.folder, outVolumes);
+    for (auto mount = mounts.cbegin(); mount != mounts.cend(); ++mount)
+        if (status == noErr && HoldsData(*mount)) status = AddVolume(mounts, mount, outVolumes);
     return status;
 }
 
@@ -89,6 +111,12 @@ VolumeSizes SizesInBlocks(const VolumeSizes& inSizes, std::uint64_t inMaxBlocks)
             std::min(inSizes.freeBlockCount / factor, inMaxBlocks), inSizes.itemCount};
 }
 
+void GetVolumeName(const Volume& inVolume, Str255 outName) {
+    FoundItem root;
+    root.path = inVolume.rootPath;  // which alone tells it
+    SpecName(NameInCatalogue(root), kRootID, outName, kMaxVolumeNameBytes);
+}
+
 bool IsDeviceRemovable(std::uint64_t inDevice) {
     const std::string path = DevicePath(inDevice);
     // Of a part of a device, the whole tells it.
@@ -98,10 +126,12 @@ bool IsDeviceRemovable(std::uint64_t inDevice) {
 OSStatus GetVolumeLocks(const Volume& inVolume, VolumeLocks& outLocks) {
     MountEntry mount;
     const OSStatus status = FindMount(inVolume, mount);
+    if (status != noErr && status != nsvErr) return status;
     outLocks.isDeviceReadOnly = Begins(DevicePath(inVolume.key.device) + "/ro", '1');
-    if (status == noErr)
+    if (status == noErr) {
         outLocks.isReadOnly = HasOption(mount.options, "ro") || HasOption(mount.superOptions, "ro");
-    if (status != nsvErr) return status;
+        return noErr;
+    }
     // Of a mount that the kernel does not show to this process the file system itself can be asked.
     struct statvfs facts = {};
     if (os::Calls().statvfs(inVolume.rootPath.c_str(), &facts) != 0) return StatusOfErrno(errno);

@@ -33,7 +33,8 @@ UInt32 AttributesOf(const VolumeFeatures& inFeatures) {
 UInt32 ExtendedAttributesOf(const VolumeFeatures& inFeatures, bool inMayExchange, bool inIsRemovable) {
     return If(true, bSupportsHFSPlusAPIs) | If(inMayExchange, bSupportsFSExchangeObjects) |
            If(inFeatures.hasLongFiles, bSupports2TBFiles) | If(true, bSupportsLongNames) |
-           If(true, bSupportsMultiScriptNames) | If(inFeatures.hasLinks, bSupportsSymbolicLinks) |
+           If(true, bSupportsMultiScriptNames) | If(true, bSupportsSubtreeIterators) |
+           If(true, bSupportsExclusiveLocks) | If(inFeatures.hasLinks, bSupportsSymbolicLinks) |
            If(inFeatures.hasJournal, bSupportsJournaling) | If(true, bIsCasePreserving) |
            If(inIsRemovable, bIsRemovable);
 }

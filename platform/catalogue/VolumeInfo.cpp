@@ -5,6 +5,7 @@
 #include "companions/CompanionInfo.h"
 #include "companions/Companions.h"
 #include "names/CatalogueNames.h"
+#include "places/ForkUses.h"
 #include "status/StatusOfErrno.h"
 
 #include <fcntl.h>
@@ -29,7 +30,6 @@ static_assert(int{kFSVolFlagHardwareLockedMask} == kHFSVolumeHardwareLockMask);
 static_assert(int{kFSVolFlagSoftwareLockedMask} == kHFSVolumeSoftwareLockMask);
 
 constexpr UInt64 kMaxNumber = std::numeric_limits<UInt32>::max();
-constexpr UInt16 kSignature = 0x4244;  // 'BD'
 
 // What was found out of a volume, where it is asked for.
 struct Knowledge {
@@ -106,6 +106,7 @@ constexpr Field kFields[] = {
     {kFSVolInfoFlags, Source::kLocks,
      [](const Knowledge& inKnown, FSVolumeInfo& ioInfo) {
          const int flags = (inKnown.number == kBootVolume ? kFSVolFlagDefaultVolumeMask : 0) |
+                           (HasForksInUse(inKnown.volume.key.device) ? kFSVolFlagFilesOpenMask : 0) |
                            (inKnown.locks.isDeviceReadOnly ? kFSVolFlagHardwareLockedMask : 0) |
                            (inKnown.locks.isReadOnly ? kFSVolFlagSoftwareLockedMask : 0);
          ioInfo.flags = static_cast<UInt16>(flags);
@@ -113,7 +114,7 @@ constexpr Field kFields[] = {
     {kFSVolInfoFSInfo, Source::kNothing,
      [](const Knowledge&, FSVolumeInfo& ioInfo) {
          ioInfo.filesystemID = 0;
-         ioInfo.signature = kSignature;
+         ioInfo.signature = kVolumeSignature;
      }},
     {kFSVolInfoDriveInfo, Source::kNothing,
      [](const Knowledge& inKnown, FSVolumeInfo& ioInfo) {

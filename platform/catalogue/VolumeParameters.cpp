@@ -1,28 +1,23 @@
-#include "FolderItems.h"
 #include "MountedVolumes.h"
+#include "ParamBlocks.h"
 #include "catalogue/Volumes.h"
-#include "names/CatalogueNames.h"
 
 #include <toolbox/Volumes.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <limits>
-#include <new>
 
 namespace toolbox::files {
 
 namespace {
 
-constexpr std::size_t kMaxVolumeNameBytes = 27;
 constexpr std::uint64_t kMaxBlocks = std::numeric_limits<UInt16>::max();
-constexpr UInt16 kSignature = 0x4244;  // 'BD'
 
 struct Parameters {
     SInt16 volume = 0;
     VolumeSizes sizes;
     VolumeLocks locks;
-    FoundItem root;
 };
 
 OSStatus VolumeAsked(const HVolumeParam& inBlock, SInt16& outVolume) {
@@ -36,7 +31,7 @@ void Fill(const Parameters& inParameters, HVolumeParam& ioBlock) {
                       (inParameters.locks.isDeviceReadOnly ? kHFSVolumeHardwareLockMask : 0);
     ioBlock.ioVRefNum = inParameters.volume;
     ioBlock.ioVAtrb = static_cast<SInt16>(locks);
-    ioBlock.ioVSigWord = kSignature;
+    ioBlock.ioVSigWord = kVolumeSignature;
     ioBlock.ioVFilCnt =
         static_cast<UInt32>(std::min<std::uint64_t>(sizes.itemCount, std::numeric_limits<UInt32>::max()));
     ioBlock.ioVNmAlBlks = static_cast<UInt16>(sizes.blockCount);
@@ -52,10 +47,9 @@ OSStatus GetParameters(HVolumeParam& ioBlock) {
     if (status == noErr) status = GetVolume(parameters.volume, volume);
     if (status == noErr) status = GetVolumeSizes(volume, parameters.sizes);
     if (status == noErr) status = GetVolumeLocks(volume, parameters.locks);
-    if (status == noErr) status = FindFolderByID(parameters.volume, kRootID, parameters.root);
-    if (status != noErr) return status == dirNFErr ? static_cast<OSStatus>(nsvErr) : status;
+    if (status != noErr) return status;
     Str255 name = {};
-    SpecName(NameInCatalogue(parameters.root), kRootID, name, kMaxVolumeNameBytes);
+    GetVolumeName(volume, name);
     if (ioBlock.ioNamePtr != nullptr) std::copy_n(name, name[0] + 1, ioBlock.ioNamePtr);
     Fill(parameters, ioBlock);
     return noErr;
@@ -68,12 +62,5 @@ OSStatus GetParameters(HVolumeParam& ioBlock) {
 using namespace toolbox::files;
 
 OSErr PBHGetVInfoSync(HParmBlkPtr ioBlock) {
-    if (ioBlock == nullptr) return paramErr;
-    HVolumeParam& block = ioBlock->volumeParam;
-    try {
-        block.ioResult = static_cast<OSErr>(GetParameters(block));
-    } catch (const std::bad_alloc&) {
-        block.ioResult = memFullErr;
-    }
-    return block.ioResult;
+    return AnswerBlock(ioBlock, &HParamBlockRec::volumeParam, GetParameters);
 }

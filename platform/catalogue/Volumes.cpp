@@ -28,7 +28,7 @@ Table& SharedTable() {
 
 bool IsAt(const os::VolumeKey& inKey, const std::string& inRootPath) {
     os::ItemStatus root;
-    return os::GetPathStatus(inRootPath.c_str(), root) == 0 && root.Volume() == inKey;
+    return os::GetKnownStatus(inRootPath.c_str(), root) == 0 && root.Volume() == inKey;
 }
 
 // The path of the topmost folder of a volume, from that of an item on it.
@@ -36,7 +36,7 @@ OSStatus FindRootPath(const os::VolumeKey& inKey, std::string inItemPath, std::s
     for (outRootPath = std::move(inItemPath); outRootPath != "/";) {
         std::string folder = FolderPathOf(outRootPath);
         os::ItemStatus status;
-        const int error = os::GetPathStatus(folder.c_str(), status);
+        const int error = os::GetKnownStatus(folder.c_str(), status);
         if (error != 0) return StatusOfErrno(error);
         if (status.Volume() != inKey) break;
         outRootPath = std::move(folder);
@@ -87,7 +87,7 @@ OSStatus Meet(const Volume& inBoot, const Volume& inVolume, SInt16& outNumber) {
 
 OSStatus GetBootVolume(Volume& outVolume) {
     os::ItemStatus root;
-    const int error = os::GetPathStatus("/", root);
+    const int error = os::GetKnownStatus("/", root);
     if (error == 0) outVolume = {root.Volume(), "/"};
     return StatusOfErrno(error);
 }
@@ -99,7 +99,7 @@ OSStatus GetVolumeKey(const FoundItem& inItem, os::VolumeKey& outKey) {
     if (inItem.status.kind == os::ItemKind::kFolder || IsDescriptorPath(inItem.path)) return noErr;
     if (inItem.status.isMountRoot) {
         os::ItemStatus folder;
-        const int error = os::GetPathStatus(FolderPathOf(inItem.path).c_str(), folder);
+        const int error = os::GetKnownStatus(FolderPathOf(inItem.path).c_str(), folder);
         if (error == 0) outKey = folder.Volume();
         return StatusOfErrno(error);
     }
@@ -118,6 +118,12 @@ OSStatus GetVolumeNumber(const FoundItem& inItem, SInt16& outNumber) {
     return status == noErr ? Meet(boot, volume, outNumber) : status;
 }
 
+OSStatus NumberOfMount(const Volume& inVolume, SInt16& outNumber) {
+    Volume boot;
+    const OSStatus status = GetBootVolume(boot);
+    return status == noErr ? Meet(boot, inVolume, outNumber) : status;
+}
+
 OSStatus GetVolume(SInt16 inNumber, Volume& outVolume) {
     if (inNumber == kBootVolume) return GetBootVolume(outVolume);
     {
@@ -128,7 +134,7 @@ OSStatus GetVolume(SInt16 inNumber, Volume& outVolume) {
         outVolume = table.volumes[index];
     }
     os::ItemStatus root;
-    const int error = os::GetPathStatus(outVolume.rootPath.c_str(), root);
+    const int error = os::GetKnownStatus(outVolume.rootPath.c_str(), root);
     if (error != 0) return error == ENOENT ? static_cast<OSStatus>(nsvErr) : StatusOfErrno(error);
     return root.Volume() == outVolume.key ? noErr : nsvErr;
 }

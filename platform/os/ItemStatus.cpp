@@ -80,6 +80,10 @@ int GetPathStatus(const char* inPath, ItemStatus& outStatus) {
     return GetStatusAt(AT_FDCWD, inPath, outStatus);
 }
 
+int GetKnownStatus(const char* inPath, ItemStatus& outStatus) {
+    return GetStatus(AT_FDCWD, inPath, AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, outStatus);
+}
+
 int GetTargetStatus(const char* inPath, ItemStatus& outStatus) {
     return GetStatus(AT_FDCWD, inPath, 0, outStatus);
 }

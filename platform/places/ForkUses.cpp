@@ -39,6 +39,12 @@ class ForkUses {
         return found;
     }
 
+    bool HasAny(std::uint64_t inDevice) {
+        const os::MutexLock lock(mMutex);
+        return std::any_of(mUses.begin(), mUses.end(),
+                           [inDevice](const ForkUse* inUse) { return inUse->mFile.device == inDevice; });
+    }
+
   private:
     static bool GoTogether(ForkAccess inOne, ForkAccess inOther) {
         if (inOne == ForkAccess::kRead || inOther == ForkAccess::kRead) return true;
@@ -64,6 +70,10 @@ void ForkUse::End() noexcept {
 
 ForksInUse FindForksInUse(const os::ItemIdentity& inItem) {
     return ForkUses::Shared().Find(inItem);
+}
+
+bool HasForksInUse(std::uint64_t inDevice) {
+    return ForkUses::Shared().HasAny(inDevice);
 }
 
 }  // namespace toolbox::files

@@ -44,17 +44,19 @@ typedef union ParamBlockRec {
 typedef ParamBlockRec* ParmBlkPtr;
 
 // The size in bytes of the record that PBGetVolMountInfo makes, and the record. A volume that shows a part of
-// its file system alone, as one folder that is mounted again elsewhere, has none: paramErr. Of ioParam:
+// its file system alone, as one folder that is mounted again elsewhere or a subvolume does, has none:
+// paramErr. Of ioParam:
 //   ioVRefNum  in: the volume; 0 stands for the first
 //   ioBuffer   out: room for the SInt16 that is the size; room for the record
 TOOLBOX_MUST_USE OSErr PBGetVolMountInfoSize(ParmBlkPtr ioBlock);
 TOOLBOX_MUST_USE OSErr PBGetVolMountInfo(ParmBlkPtr ioBlock);
 
 // Mounts the volume of a record, as it was mounted, with the file system's own settings as they are when
-// nobody tells any. Only an administrator may: permErr. paramErr for a record that makes no sense or is of
-// other media, dirNFErr when the folder is not there or is none; an unknown type or source answers what the
-// system does. What fails when it is mounted already, for want of memory or because it cannot be looked at,
-// leaves it mounted. Of ioParam:
+// nobody tells any. Those of most networks (nfs, cifs) need some, at least the server's address, and cannot
+// be mounted so: they answer what the system does. Only an administrator may: permErr. paramErr for a record
+// that makes no sense or is of other media, dirNFErr when the folder is not there or is none; an unknown type
+// or source answers what the system does. What fails when it is mounted already, for want of memory or
+// because it cannot be looked at, leaves it mounted. Of ioParam:
 //   ioBuffer   in: the record
 //   ioVRefNum  out: the volume
 TOOLBOX_MUST_USE OSErr PBVolumeMount(ParmBlkPtr ioBlock);

@@ -37,11 +37,11 @@ enum {
     kFSVolFlagDefaultVolumeBit = 5,
     kFSVolFlagDefaultVolumeMask = 0x0020,  // the first one
     kFSVolFlagFilesOpenBit = 6,
-    kFSVolFlagFilesOpenMask = 0x0040,  // never told
+    kFSVolFlagFilesOpenMask = 0x0040,  // this process has forks of its files open
     kFSVolFlagHardwareLockedBit = 7,
     kFSVolFlagHardwareLockedMask = 0x0080,  // the device can only be read
     kFSVolFlagJournalingActiveBit = 14,
-    kFSVolFlagJournalingActiveMask = 0x4000,  // never told
+    kFSVolFlagJournalingActiveMask = 0x4000,  // never told: the system does not say whether one is kept
     kFSVolFlagSoftwareLockedBit = 15,
     kFSVolFlagSoftwareLockedMask = 0x8000  // mounted to be read only
 };

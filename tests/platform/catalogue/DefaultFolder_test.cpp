@@ -108,7 +108,13 @@ TEST_P(DefaultFolder, IsToldByItsIDs) {
     Str63 name = {};
     SInt16 volume = 0;
     SInt32 folder = 0;
+    const toolbox::os::SystemCalls saved = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().statvfs = [](const char* inPath, struct statvfs*) {
+        ADD_FAILURE() << inPath << ": a name needs no sizes";
+        return errno = EIO, -1;
+    };
     EXPECT_EQ(noErr, HGetVol(name, &volume, &folder));
+    toolbox::os::CallsForTesting() = saved;
     Str63 volumeName = {};
     HParamBlockRec block = {};
     block.volumeParam.ioVRefNum = volume;

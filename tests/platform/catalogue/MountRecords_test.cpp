@@ -1,4 +1,5 @@
 #include "CatalogTest.h"
+#include "catalogue/Volumes.h"
 #include "os/ItemStatus.h"
 #include "support/FailEach.h"
 #include "support/FailingCalls.h"
@@ -13,6 +14,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -126,6 +128,31 @@ TEST_P(MountRecordsTest, APartOfAFileSystemHasNone) {
     EXPECT_EQ(77, byteCount);
     EXPECT_EQ(paramErr, Do(PBGetVolMountInfo, &byteCount, volume));
     EXPECT_EQ(77, byteCount);
+}
+
+// A subvolume has the number of the mount in which it lies.
+TEST_P(MountRecordsTest, WhatLiesWithinAMountHasNone) {
+    toolbox::files::Volume volume;
+    ASSERT_EQ(noErr, toolbox::files::GetVolume(toolbox::files::kBootVolume, volume));
+    static toolbox::os::SystemCalls sReal;
+    static std::string sTable;
+    sReal = toolbox::os::Calls();
+    OSErr errors[2] = {};
+    for (const int isWhole : {0, 1}) {
+        const std::string folder = isWhole != 0 ? volume.rootPath : "/elsewhere";
+        sTable = mFolder.MakeFile(
+            "table", std::to_string(volume.key.mount) + " 1 0:30 / " + folder + " rw - btrfs /dev/a rw\n");
+        toolbox::os::CallsForTesting().openat = [](int inWhere, const char* inPath, int inFlags,
+                                                   mode_t inMode) {
+            const bool isTable = std::string_view(inPath) == "/proc/self/mountinfo";
+            return sReal.openat(inWhere, isTable ? sTable.c_str() : inPath, inFlags, inMode);
+        };
+        SInt16 byteCount = 77;
+        errors[isWhole] = Do(PBGetVolMountInfoSize, &byteCount, toolbox::files::kBootVolume);
+        toolbox::os::CallsForTesting() = sReal;
+    }
+    EXPECT_EQ(paramErr, errors[0]);
+    EXPECT_EQ(noErr, errors[1]);
 }
 
 TEST_P(MountRecordsTest, RecordsThatMakeNoSense) {

@@ -4,6 +4,7 @@
 #include "support/FileWorld.h"
 
 #include <gtest/gtest.h>
+#include <sys/sysmacros.h>
 #include <toolbox/MacErrors.h>
 
 #include <string>
@@ -27,6 +28,8 @@ TEST(MountsIn, Words) {
         "23 22 0:5 /in\\040it /with\\040space\\134and\\011tab\\012 ro master:2 other - tmpfs a\\040b ro");
     ASSERT_EQ(2U, mounts.size());
     EXPECT_EQ(22U, mounts[0].mount);
+    EXPECT_EQ(makedev(8, 1), mounts[0].device);
+    EXPECT_EQ(makedev(0, 5), mounts[1].device);
     EXPECT_EQ("/", mounts[0].rootInside);
     EXPECT_EQ("/", mounts[0].folder);
     EXPECT_EQ("rw,relatime", mounts[0].options);

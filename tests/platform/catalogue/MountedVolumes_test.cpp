@@ -4,7 +4,9 @@
 #include "support/FailingCalls.h"
 #include "support/FileWorld.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <toolbox/MacErrors.h>
 #include <unistd.h>
@@ -78,6 +80,45 @@ TEST_P(MountedVolumesTest, AListingAsksNoFileSystemForItsSizes) {
     };
     std::vector<SInt16> volumes;
     EXPECT_EQ(noErr, ListVolumes(volumes));
+}
+
+// A server that does not answer would hold whoever looks.
+TEST_P(MountedVolumesTest, AListingLooksAtNoServer) {
+    sScripted = "/proc/self/mountinfo";
+    ScriptFile(
+        "900 1 0:99 / /server rw - nfs4 server:/a rw\n"
+        "901 1 0:97 / /server/deeper rw - cifs //server/b rw\n"
+        "902 1 0:98 / /servers rw - nfs server:/c rw\n"
+        "903 1 0:96 / /server rw - nfs4 server:/over/both rw\n");
+    CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                 struct statx* outStatus) {
+        EXPECT_FALSE(std::string_view(inPath).starts_with("/server")) << inPath;
+        return sSaved.statx(inFolder, inPath, inFlags, inMask, outStatus);
+    };
+    std::vector<SInt16> volumes;
+    ASSERT_EQ(noErr, ListVolumes(volumes));
+    EXPECT_EQ(3U, volumes.size()) << "two of them cannot be reached";
+    std::vector<SInt16> again;
+    ASSERT_EQ(noErr, ListVolumes(again));
+    EXPECT_EQ(volumes, again);
+    CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                 struct statx* outStatus) {
+        EXPECT_TRUE((inFlags & AT_STATX_DONT_SYNC) != 0) << inPath;
+        return sSaved.statx(inFolder, inPath, inFlags, inMask, outStatus);
+    };
+    Volume volume;
+    EXPECT_EQ(nsvErr, GetVolume(volumes[1], volume)) << "there is no such folder";
+}
+
+TEST_P(MountedVolumesTest, NoDeviceIsLookedAtWithoutAMount) {
+    Volume volume;
+    ASSERT_EQ(noErr, GetVolume(kBootVolume, volume));
+    CallsForTesting().openat = [](int, const char* inPath, int, mode_t) {
+        EXPECT_STREQ("/proc/self/mountinfo", inPath);
+        return errno = EIO, -1;
+    };
+    VolumeLocks locks;
+    EXPECT_EQ(ioErr, GetVolumeLocks(volume, locks));
 }
 
 TEST_P(MountedVolumesTest, WhatTheKernelMakesUpIsNotCounted) {

@@ -80,8 +80,8 @@ TEST_P(VolumeAttributesTest, WhatAllHave) {
         EXPECT_TRUE(Has(parameters.vMAttrib, bit)) << bit;
     for (const int bit : {bHasOpenDeny, bHasDesktopMgr, bHasCatSearch, bHasBTreeMgr, bLimitFCBs})
         EXPECT_FALSE(Has(parameters.vMAttrib, bit)) << bit;
-    for (const int bit :
-         {bSupportsHFSPlusAPIs, bSupportsLongNames, bSupportsMultiScriptNames, bIsCasePreserving})
+    for (const int bit : {bSupportsHFSPlusAPIs, bSupportsLongNames, bSupportsMultiScriptNames,
+                          bIsCasePreserving, bSupportsSubtreeIterators, bSupportsExclusiveLocks})
         EXPECT_TRUE(Has(parameters.vMExtendedAttributes, bit)) << bit;
     for (const int bit : {bSupportsFSCatalogSearch, bSupportsNamedForks, bIsCaseSensitive, bIsEjectable})
         EXPECT_FALSE(Has(parameters.vMExtendedAttributes, bit)) << bit;
@@ -92,11 +92,11 @@ TEST_P(VolumeAttributesTest, ByType) {
         const char* type;
         bool hasExchange, hasOwners, hasLinks, hasLongFiles, hasJournal;
     };
-    constexpr Row kRows[] = {{"ext4", true, true, true, true, true},
-                             {"tmpfs", true, true, true, true, false},
-                             {"exfat", false, false, false, true, false},
-                             {"vfat", false, false, false, false, false},
-                             {"unheard", false, true, true, true, false}};
+    constexpr Row kRows[] = {
+        {"ext4", true, true, true, true, true},      {"ext3", true, true, true, false, true},
+        {"ext2", false, true, true, false, false},   {"tmpfs", true, true, true, true, false},
+        {"exfat", false, false, false, true, false}, {"vfat", false, false, false, false, false},
+        {"unheard", false, true, true, true, false}};
     for (const Row& row : kRows) {
         const GetVolParmsInfoBuffer parameters = GetOfType(row.type);
         EXPECT_EQ(row.hasExchange, Has(parameters.vMExtendedAttributes, bSupportsFSExchangeObjects))

@@ -1,6 +1,8 @@
 #include "CatalogTest.h"
 #include "catalogue/MountedVolumes.h"
+#include "catalogue/Volumes.h"
 #include "companions/CompanionInfo.h"
+#include "places/ForkUses.h"
 #include "support/FailEach.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
@@ -75,6 +77,24 @@ TEST_P(VolumeInfoTest, TheFirst) {
     EXPECT_EQ(noErr, FSGetVolumeInfo(-9, 1, &number, kFSVolInfoNone, nullptr, nullptr, nullptr))
         << "the index goes before the number";
     EXPECT_EQ(kFSVolFlagDefaultVolumeMask, Get(number, kFSVolInfoFlags).flags & kFSVolFlagDefaultVolumeMask);
+}
+
+TEST_P(VolumeInfoTest, OpenFilesOfThisProcess) {
+    const SInt16 number = InfoOf(mFolder.Path(), kFSCatInfoVolume).volume;
+    const auto areOpen = [number] {
+        return (Get(number, kFSVolInfoFlags).flags & kFSVolFlagFilesOpenMask) != 0;
+    };
+    toolbox::files::Volume volume;
+    ASSERT_EQ(noErr, toolbox::files::GetVolume(number, volume));
+    EXPECT_FALSE(areOpen());
+    toolbox::files::ForkUse ofAnother;
+    ASSERT_EQ(0, ofAnother.Begin({volume.key.device + 1, 5, 0}, false, toolbox::files::ForkAccess::kRead));
+    EXPECT_FALSE(areOpen());
+    toolbox::files::ForkUse use;
+    ASSERT_EQ(0, use.Begin({volume.key.device, 5, 0}, true, toolbox::files::ForkAccess::kRead));
+    EXPECT_TRUE(areOpen());
+    use.End();
+    EXPECT_FALSE(areOpen());
 }
 
 TEST_P(VolumeInfoTest, AllByIndex) {

@@ -31,6 +31,16 @@ TEST(ForkUses, OneWriterUnlessTheyShare) {
     EXPECT_EQ(EBUSY, Second(kWriteAlone, kWriteAlone));
 }
 
+TEST(ForkUses, OfADevice) {
+    EXPECT_FALSE(HasForksInUse(kFile.device));
+    ForkUse use;
+    ASSERT_EQ(0, use.Begin(kFile, true, ForkAccess::kRead));
+    EXPECT_TRUE(HasForksInUse(kFile.device));
+    EXPECT_FALSE(HasForksInUse(kFile.device + 1));
+    use.End();
+    EXPECT_FALSE(HasForksInUse(kFile.device));
+}
+
 TEST(ForkUses, OtherForksAndFiles) {
     ForkUse use, sameFork, otherFork, otherFile, laterFile, unknownBirth;
     ASSERT_EQ(0, use.Begin(kFile, false, ForkAccess::kWriteAlone));

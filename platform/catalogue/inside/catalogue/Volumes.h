@@ -27,6 +27,9 @@ struct Volume {
 // The number of the volume on which an item is, which was just found. nsvErr when there are no numbers left.
 [[nodiscard]] OSStatus GetVolumeNumber(const FoundItem& inItem, SInt16& outNumber);
 
+// The number of one that is mounted there as the kernel tells it; it is not looked at. nsvErr the same.
+[[nodiscard]] OSStatus NumberOfMount(const Volume& inVolume, SInt16& outNumber);
+
 // The volume with a number. nsvErr when there is none, or it is not mounted there any more.
 [[nodiscard]] OSStatus GetVolume(SInt16 inNumber, Volume& outVolume);
 

@@ -5,6 +5,8 @@
 
 #include "os/ItemStatus.h"
 
+#include <cstdint>
+
 namespace toolbox::files {
 
 enum class ForkAccess { kRead, kWriteShared, kWriteAlone };
@@ -36,5 +38,7 @@ struct ForksInUse {
 };
 // Of an item, by whichever of its names they were opened.
 ForksInUse FindForksInUse(const os::ItemIdentity& inItem);
+// Of any item of a device.
+bool HasForksInUse(std::uint64_t inDevice);
 
 }  // namespace toolbox::files
