@@ -13,6 +13,7 @@
 #include <iterator>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -39,22 +40,34 @@ bool ReadFile(const std::string& inPath, Bytes& outBytes) {
     return file.is_open();
 }
 
-// Nothing when it is no companion.
+UInt32 NumberAt(const Bytes& inFile, std::size_t inOffset, std::size_t inByteCount) {
+    UInt32 number = 0;
+    for (std::size_t at = inOffset; at < inOffset + inByteCount; ++at)
+        number = number << 8 | inFile[at];
+    return number;
+}
+
+// By the format alone, not by what is to be tried: a header of 26 bytes, entries of 12, and no entry twice,
+// without an id, over the header or beyond the end. Nothing when it is no companion.
 bool Decode(const Bytes& inFile, Entries& outEntries) {
-    std::vector<AppleDoubleEntry> entries;
     outEntries.clear();
-    if (inFile.size() < kAppleDoubleHeaderBytes) return false;
-    const std::size_t headerBytes = AppleDoubleHeaderSize(inFile.data());
-    if (headerBytes == 0 || headerBytes > inFile.size() ||
-        !DecodeAppleDouble(inFile.data(), headerBytes, inFile.size(), entries))
+    if (inFile.size() < 26 || NumberAt(inFile, 0, 4) != 0x00051607 || NumberAt(inFile, 4, 4) != 0x00020000)
         return false;
-    for (const AppleDoubleEntry& entry : entries) {
-        Require(entry.offsetBytes <= inFile.size() && entry.lengthBytes <= inFile.size() - entry.offsetBytes);
-        const auto start = inFile.begin() + entry.offsetBytes;
-        const bool hasPlace =
-            entry.id == AppleDoubleEntry::kFinderInfo && entry.lengthBytes > kFinderInfoBytes;
-        outEntries[entry.id] = {Bytes(start, start + entry.lengthBytes), hasPlace ? entry.offsetBytes : 0};
+    const std::size_t headerBytes = 26 + std::size_t{12} * NumberAt(inFile, 24, 2);
+    if (headerBytes > inFile.size()) return false;
+    Entries entries;
+    for (std::size_t at = 26; at < headerBytes; at += 12) {
+        const UInt32 id = NumberAt(inFile, at, 4);
+        const UInt32 offset = NumberAt(inFile, at + 4, 4);
+        const UInt32 length = NumberAt(inFile, at + 8, 4);
+        if (id == 0 || UInt64{offset} + length > inFile.size() || (length > 0 && offset < headerBytes))
+            return false;
+        const auto start = inFile.begin() + offset;
+        const bool hasPlace = id == AppleDoubleEntry::kFinderInfo && length > kFinderInfoBytes;
+        if (!entries.try_emplace(id, Entry{Bytes(start, start + length), hasPlace ? offset : 0}).second)
+            return false;
     }
+    outEntries = std::move(entries);
     return true;
 }
 

@@ -8,11 +8,15 @@
 #include "support/FolderTest.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/CatalogInfo.h>
+#include <toolbox/FinderInfo.h>
 #include <toolbox/MacErrors.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
+#include <initializer_list>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -64,6 +68,13 @@ class OtherPrograms : public test_files::FolderTest {
         EXPECT_EQ(0, ReadInfo(place.folder.Number(), CompanionName(place.name), info, sizes));
         return info;
     }
+    // That they decode what lies in the archive, and do not take it for a file like any other.
+    void ExpectListed(const std::string& inArchive, std::initializer_list<const char*> inWhat) const {
+        ASSERT_EQ(0, Run("lsar -j " + inArchive)) << Contents(mFolder / "output");
+        const std::string listed = Contents(mFolder / "output");
+        for (const char* const expected : inWhat)
+            EXPECT_NE(std::string::npos, listed.find(expected)) << expected << " in " << listed;
+    }
     void MakeOurs(const std::string& inName, std::string_view inFork, const CompanionInfo& inInfo) const {
         const std::string path = mFolder.MakeFile(inName, "data fork");
         FSRef ref = {};
@@ -82,13 +93,10 @@ TEST_F(OtherPrograms, ReadWhatWeWrite) {
     info.isLocked = true;
     info.encodingHint = 1;
     MakeOurs("song.aiff", fork, info);
-    ASSERT_EQ(0, Run("tar cf ours.tar ._song.aiff song.aiff && lsar -j ours.tar"))
-        << Contents(mFolder / "output");
-    const std::string listed = Contents(mFolder / "output");
-    for (const char* const expected :
-         {"\"XADIsResourceFork\": 1", "\"MacDataLength\": 1032", "\"XADFileType\": 1095321158",
-          "\"XADFileCreator\": 1835098984", "\"XADFinderFlags\": 16384", "\"XADFileName\": \"song.aiff\""})
-        EXPECT_NE(std::string::npos, listed.find(expected)) << expected << " in " << listed;
+    ASSERT_EQ(0, Run("tar cf ours.tar ._song.aiff song.aiff"));
+    ExpectListed("ours.tar", {"\"XADIsResourceFork\": 1", "\"MacDataLength\": 1032",
+                              "\"XADFileType\": 1095321158", "\"XADFileCreator\": 1835098984",
+                              "\"XADFinderFlags\": 16384", "\"XADFileName\": \"song.aiff\""});
     ASSERT_EQ(0, Run("mkdir theirs && unar -q -k hidden -o theirs ours.tar")) << Contents(mFolder / "output");
     const std::string theirs = mFolder / "theirs/song.aiff";
     EXPECT_EQ("data fork", Contents(theirs));
@@ -102,6 +110,8 @@ TEST_F(OtherPrograms, ReadAForkWithoutAnythingElse) {
     MakeOurs("plain", "fork", {});
     ASSERT_EQ(0, Run("tar cf ours.tar ._plain plain && mkdir theirs && unar -q -k hidden -o theirs ours.tar"))
         << Contents(mFolder / "output");
+    ExpectListed("ours.tar",
+                 {"\"XADIsResourceFork\": 1", "\"MacDataLength\": 4", "\"XADFileName\": \"plain\""});
     EXPECT_EQ("fork", ForkOf(mFolder / "theirs/plain"));
     EXPECT_EQ(CompanionInfo(), InfoOf(mFolder / "theirs/plain"));
 }
@@ -111,8 +121,8 @@ TEST_F(OtherPrograms, ReadInformationWithoutAFork) {
     Place place;
     ASSERT_EQ(0, OpenPlaceOf(path, place));
     ASSERT_EQ(0, WriteInfo(place, SoundInfo()));
-    ASSERT_EQ(0, Run("tar cf ours.tar ._empty empty && lsar -j ours.tar")) << Contents(mFolder / "output");
-    EXPECT_NE(std::string::npos, Contents(mFolder / "output").find("\"XADFileType\": 1095321158"));
+    ASSERT_EQ(0, Run("tar cf ours.tar ._empty empty"));
+    ExpectListed("ours.tar", {"\"XADFileType\": 1095321158"});
 }
 
 // An archive of one file in the format MacBinary II: a header of 128 bytes, then both forks, each filled up
@@ -161,10 +171,21 @@ TEST_F(OtherPrograms, ReadTheirsThatWeChanged) {
     ASSERT_EQ(noErr, FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &ref, nullptr));
     const std::string_view fork = "a longer fork of ours";
     ASSERT_EQ(noErr, WriteFork(ref, Fork::kResource, Bytes(fork.begin(), fork.end())));
+    FSCatalogInfo catalogInfo = {};
+    FileInfo finderInfo;
+    ASSERT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoFinderInfo, &catalogInfo, nullptr, nullptr, nullptr));
+    std::memcpy(&finderInfo, catalogInfo.finderInfo, sizeof finderInfo);
+    finderInfo.fileType = 0x4D6F6F56;  // 'MooV'
+    std::memcpy(catalogInfo.finderInfo, &finderInfo, sizeof finderInfo);
+    ASSERT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoFinderInfo, &catalogInfo));
     ASSERT_EQ(0, Run("tar cf both.tar -C theirs ._Song Song && unar -q -k hidden -o back both.tar"))
         << Contents(mFolder / "output");
+    ExpectListed("both.tar", {"\"XADIsResourceFork\": 1", "\"MacDataLength\": 21",
+                              "\"XADFileType\": 1299148630", "\"XADFileCreator\": 1835098984"});
+    CompanionInfo info = SoundInfo();
+    std::copy_n("MooV", 4, info.finderInfo.begin());
     EXPECT_EQ(fork, ForkOf(mFolder / "back/Song"));
-    EXPECT_EQ(SoundInfo(), InfoOf(mFolder / "back/Song"));
+    EXPECT_EQ(info, InfoOf(mFolder / "back/Song"));
 }
 
 }  // namespace
