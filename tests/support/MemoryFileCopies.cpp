@@ -1,5 +1,6 @@
 // The calls by which the file system in memory has bytes copied, as one that shares none and keeps no
 // attributes of the user's does.
+#include "support/Failed.h"
 #include "support/MemoryFiles.h"
 
 #include <fcntl.h>
@@ -9,15 +10,6 @@
 #include <cerrno>
 
 namespace support {
-
-namespace {
-
-int Fail(int inErrno) {
-    errno = inErrno;
-    return -1;
-}
-
-}  // namespace
 
 ssize_t MemoryFiles::CopyRange(int inFrom, off_t* ioFromOffset, int inTo, off_t* ioToOffset,
                                std::size_t inByteCount, unsigned inFlags) {

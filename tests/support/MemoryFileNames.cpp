@@ -1,4 +1,5 @@
 // The calls of the file system in memory that take names.
+#include "support/Failed.h"
 #include "support/MemoryFiles.h"
 
 #include <fcntl.h>
@@ -17,11 +18,6 @@ namespace support {
 namespace {
 
 constexpr unsigned kBlockBytes = 4096;
-
-int Fail(int inErrno) {
-    errno = inErrno;
-    return -1;
-}
 
 // 0 or the errno of giving a name in a folder.
 int CheckNewName(const MemoryTree::Place& inPlace) {

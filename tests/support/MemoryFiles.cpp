@@ -1,5 +1,6 @@
 #include "support/MemoryFiles.h"
 
+#include "support/Failed.h"
 #include "support/KitsOwn.h"
 
 #include <fcntl.h>
@@ -17,11 +18,6 @@ namespace {
 
 // Far from any that the system gives.
 constexpr int kFirstDescriptor = 1 << 20;
-
-int Fail(int inErrno) {
-    errno = inErrno;
-    return -1;
-}
 
 bool IsReadable(int inFlags) {
     return (inFlags & O_PATH) == 0 && (inFlags & O_ACCMODE) != O_WRONLY;

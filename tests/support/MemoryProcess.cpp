@@ -1,4 +1,5 @@
 // What the file system in memory is given by other doors than the table's, and what it tells of its process.
+#include "support/Failed.h"
 #include "support/MemoryFiles.h"
 
 #include <fcntl.h>
@@ -17,11 +18,6 @@ namespace {
 constexpr const char* kProcesses = "/proc";
 constexpr mode_t kReadable = 0444;
 constexpr mode_t kListable = 0555;
-
-int Fail(int inErrno) {
-    errno = inErrno;
-    return -1;
-}
 
 std::string Octal(int inNumber) {
     char text[20];
