@@ -12,6 +12,8 @@ namespace {
 // From the start of 1904.
 constexpr std::int64_t kSecondsBefore1970 = 2'082'844'800;
 constexpr std::int64_t kSecondsBefore2000 = 3'029'529'600;
+constexpr std::int64_t kMaxSeconds = 0xFFFF'FFFF'FFFF;  // nine million years
+constexpr UTCDateTime kLastDate = {0xFFFF, 0xFFFFFFFF, 0xFFFF};
 constexpr std::uint64_t kNanosPerSecond = 1'000'000'000;
 constexpr std::uint64_t kFractionsPerSecond = 65536;
 
@@ -32,8 +34,9 @@ bool IsEarlier(const os::Moment& inLeft, const os::Moment& inRight) {
 }  // namespace
 
 UTCDateTime DateOf(const os::Moment& inMoment) {
+    if (inMoment.seconds < -kSecondsBefore1970) return {};
+    if (inMoment.seconds > kMaxSeconds - kSecondsBefore1970) return kLastDate;
     const std::int64_t seconds = inMoment.seconds + kSecondsBefore1970;
-    if (seconds < 0) return {};
     return DateOfSeconds(seconds,
                          static_cast<UInt16>(inMoment.nanos * kFractionsPerSecond / kNanosPerSecond));
 }

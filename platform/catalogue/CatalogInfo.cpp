@@ -3,10 +3,12 @@
 #include "ItemCompanions.h"
 #include "catalogue/ItemInfo.h"
 #include "catalogue/Volumes.h"
+#include "companions/CompanionNames.h"
 #include "companions/Companions.h"
 #include "names/CatalogueNames.h"
 #include "os/ShortPath.h"
 #include "os/SystemCalls.h"
+#include "places/ForkUses.h"
 #include "status/StatusOfErrno.h"
 
 #include <fcntl.h>
@@ -59,6 +61,12 @@ OSStatus GetAccess(const FoundItem& inItem, const Place* inPlace, UInt8& outAcce
     return noErr;
 }
 
+// Whether a name is what an interrupted move left of a companion, or what another call is just moving.
+bool HasLeftover(const Place& inPlace) {
+    os::ItemStatus status;
+    return inPlace.name.starts_with(kCompanionPrefix) && GetStatus(inPlace, status) == 0 && IsMarked(status);
+}
+
 // The items in a folder, without what they have beside them.
 OSStatus CountItems(const FoundItem& inFolder, const Place* inPlace, UInt32& outCount) {
     Place place;
@@ -66,7 +74,7 @@ OSStatus CountItems(const FoundItem& inFolder, const Place* inPlace, UInt32& out
         inPlace == nullptr ? OpenFoundFolder(inFolder, place) : StatusOfErrno(OpenFolderAt(*inPlace, place));
     if (status != noErr) return status;
     const int error = FindName(place, [&](const struct dirent&) {
-        if (!IsCompanion(place)) ++outCount;
+        if (!IsCompanion(place) && !HasLeftover(place)) ++outCount;
         return ENOENT;
     });
     return error == ENOENT ? OSStatus{noErr} : StatusOfErrno(error);
@@ -91,6 +99,9 @@ UInt16 NodeFlagsOf(const Knowledge& inKnown) {
     unsigned flags = isFolder ? kFSNodeIsDirectoryMask : 0;
     if (inKnown.companion.isLocked || inKnown.Status().isImmutable) flags |= kFSNodeLockedMask;
     if (!isFolder && inKnown.Status().linkCount > 1) flags |= kFSNodeHardLinkMask;
+    const ForksInUse open = FindForksInUse(inKnown.Status().identity);
+    if (open.isResourceOpen) flags |= kFSNodeResOpenMask | kFSNodeForkOpenMask;
+    if (open.isDataOpen) flags |= kFSNodeDataOpenMask | kFSNodeForkOpenMask;
     return static_cast<UInt16>(flags);
 }
 

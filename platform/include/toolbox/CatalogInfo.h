@@ -40,8 +40,15 @@ enum {
 enum {
     kFSNodeLockedBit = 0,
     kFSNodeLockedMask = 0x0001,  // it is not to be written, renamed, moved or deleted
+    // Which of its forks this process has open (Forks.h), by whichever of its names.
+    kFSNodeResOpenBit = 2,
+    kFSNodeResOpenMask = 0x0004,
+    kFSNodeDataOpenBit = 3,
+    kFSNodeDataOpenMask = 0x0008,
     kFSNodeIsDirectoryBit = 4,
     kFSNodeIsDirectoryMask = 0x0010,
+    kFSNodeForkOpenBit = 7,
+    kFSNodeForkOpenMask = 0x0080,  // one of them or both
     kFSNodeHardLinkBit = 8,
     kFSNodeHardLinkMask = 0x0100  // a file that has more than one name
 };
@@ -106,12 +113,13 @@ typedef struct FSCatalogInfo {
 //   outName       the item's name in the catalogue; "/" in it is ":" on disk
 //   outSpec       the item by volume, folder and name
 //   outParentRef  the folder that the item is in; 80 zero bytes for a volume's root folder
-// What the file system does not hold, such as Finder information, comes from the item's companion. An item
-// without one has none of it, is not locked, and was created when it was born, or, where the file system does
-// not tell, at the earliest of its other dates. A link is told of itself: a file of type 'slnk' and creator
-// 'rhap', an alias. An item that nobody may change is locked; one whose companion may not be read is not, as
-// far as can be told, and asking for the rest of it answers afpAccessDenied. errFSBadInfoBitmap for bits that
-// are not gettable, errFSMissingCatInfo for bits without outInfo.
+// afpAccessDenied for the valence of a folder whose items may not be listed. What the file system does not
+// hold, such as Finder information, comes from the item's companion. An item without one has none of it, is
+// not locked, and was created when it was born, or, where the file system does not tell, at the earliest of
+// its other dates. A link is told of itself: a file of type 'slnk' and creator 'rhap', an alias. An item that
+// nobody may change is locked; one whose companion may not be read is not, as far as can be told, and asking
+// for the rest of it answers afpAccessDenied. errFSBadInfoBitmap for bits that are not gettable,
+// errFSMissingCatInfo for bits without outInfo.
 TOOLBOX_MUST_USE OSErr FSGetCatalogInfo(const FSRef* inRef, FSCatalogInfoBitmap inWhichInfo,
                                         FSCatalogInfo* outInfo, HFSUniStr255* outName, FSSpec* outSpec,
                                         FSRef* outParentRef);

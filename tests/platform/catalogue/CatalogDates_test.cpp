@@ -29,6 +29,17 @@ TEST(CatalogDates, EveryFractionComesBack) {
     }
 }
 
+// A file system may keep any number of seconds.
+TEST(CatalogDates, BeyondWhatADateCanTell) {
+    const UTCDateTime last = {0xFFFF, 0xFFFFFFFF, 0xFFFF};
+    for (const std::int64_t seconds :
+         {INT64_MAX, INT64_MAX - 2'082'844'800, (std::int64_t{1} << 48) - 2'082'844'800})
+        EXPECT_TRUE(IsSameDate(last, DateOf({seconds, 0}))) << seconds;
+    EXPECT_TRUE(IsSameDate({0xFFFF, 0xFFFFFFFF, 0}, DateOf({(std::int64_t{1} << 48) - 2'082'844'801, 0})));
+    EXPECT_TRUE(IsSameDate({}, DateOf({-2'082'844'801, 0})));
+    EXPECT_TRUE(IsSameDate({}, DateOf({INT64_MIN, 0})));
+}
+
 TEST(CatalogDates, OfCompanions) {
     SInt32 seconds = 5;
     EXPECT_TRUE(IsSameDate({0, 3'029'529'600, 0}, DateOfCompanion(0)));
