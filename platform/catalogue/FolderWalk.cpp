@@ -204,7 +204,8 @@ void FolderWalk::Leave() {
 
 OSStatus FolderWalk::LookAtItem(WalkedItem& outItem, bool& outIsHidden) {
     const FolderNames& names = mLevels.back().names;
-    outIsHidden = names.IsCompanionName() && IsCompanion(mPlace);
+    // Also where the item's name was not read: it may be one that came later.
+    outIsHidden = mPlace.name.starts_with(kCompanionPrefix) && IsCompanion(mPlace);
     if (outIsHidden) return noErr;
     const OSStatus status = FindHere(outItem.item);
     if (status != noErr) return status;
@@ -232,16 +233,16 @@ OSStatus FolderWalk::FindHere(FoundItem& outItem) {
     return FindAtPlace(mFolder, mPlace, outItem);
 }
 
-// What an interrupted move left, which goes, or what another call is just moving.
+// What an interrupted move left, which goes, or what another call is just moving or deleting.
 bool FolderWalk::IsLeftover(const FoundItem& inItem) {
-    if (!mPlace.name.starts_with(kCompanionPrefix) || !IsMarked(inItem.status)) return false;
+    if (!mPlace.name.starts_with(kCompanionPrefix) || mPlace.name == CompanionName(".")) return false;
     std::string name = mPlace.name.substr(kCompanionPrefix.size());
     std::swap(mPlace.name, name);
-    DropLeftover(mPlace);
-    const bool isBeingMoved = mKind != WalkKind::kDelete && IsBeingMoved(mPlace);
+    if (IsMarked(inItem.status)) DropLeftover(mPlace);
+    const bool hasOwner = mKind != WalkKind::kDelete && HasOwner(mPlace);
     std::swap(mPlace.name, name);
     os::ItemStatus status;
-    return isBeingMoved || IsMissing(GetStatus(mPlace, status));
+    return hasOwner || IsMissing(GetStatus(mPlace, status));
 }
 
 void FolderWalk::Pass(bool inWasHandedOut) {

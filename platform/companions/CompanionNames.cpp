@@ -191,9 +191,12 @@ bool IsMarked(const os::ItemStatus& inStatus) {
     return inStatus.kind == os::ItemKind::kFile && inStatus.linkCount > 1 && (inStatus.mode & kMark) != 0;
 }
 
-bool IsBeingMoved(const Place& inMissing) {
+// Who deletes an item holds the companion until both are gone, so that under the lock one tells the other.
+bool HasOwner(const Place& inMissing) {
     LockedFile orphan;
-    return OpenLocked(inMissing.folder.Number(), CompanionName(inMissing.name), orphan) == EBUSY;
+    os::ItemStatus item;
+    const int error = OpenLocked(inMissing.folder.Number(), CompanionName(inMissing.name), orphan);
+    return error == EBUSY || (error == 0 && GetStatus(inMissing, item) == 0);
 }
 
 }  // namespace toolbox::files

@@ -97,7 +97,8 @@ void DropLeftover(const Place& inMissing);
 
 // Whether a status is that of a file that may be a companion's second name.
 bool IsMarked(const os::ItemStatus& inStatus);
-// Whether another call is moving the companion that an item at this place would have.
-bool IsBeingMoved(const Place& inMissing);
+// Whether the companion that an item at this place would have is one after all: the item is there by now, or
+// another call is just moving or deleting it.
+bool HasOwner(const Place& inMissing);
 
 }  // namespace toolbox::files
