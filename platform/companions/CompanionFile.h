@@ -28,7 +28,7 @@ bool IsNoCompanion(int inError);
 [[nodiscard]] int OpenNamed(int inFolder, const std::string& inName, Companion& outCompanion);
 
 // Held, shared, by who makes a companion, from before the item is looked at (NoNewCompanions).
-std::shared_mutex& NewCompanions();
+[[nodiscard]] std::shared_mutex& NewCompanions();
 
 // Locks an open companion until it is closed. EBUSY when another holds the lock for longer than so many
 // milliseconds, ENOTSUP where files cannot be locked: nobody holds any then.

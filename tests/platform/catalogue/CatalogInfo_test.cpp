@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 #include <toolbox/CatalogInfo.h>
 #include <toolbox/FinderInfo.h>
-#include <toolbox/Forks.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -342,34 +341,6 @@ TEST_P(CatalogInfoTest, ValenceLeavesOutWhatAnInterruptedMoveLeft) {
         << "an ordinary file, without the mark";
     FileWorld::SetMode(mFolder / "folder/._old", 01644);
     EXPECT_EQ(1U, InfoOf(mFolder / "folder", kFSCatInfoValence).valence);
-}
-
-TEST_P(CatalogInfoTest, OpenForksAreInTheFlags) {
-    const std::string path = mFolder.MakeFile("file");
-    ASSERT_EQ(0, FileWorld::MakeHardLink(path, mFolder / "second"));
-    const std::u16string_view name = u"RESOURCE_FORK";
-    const auto* const units = reinterpret_cast<const UniChar*>(name.data());
-    const FSRef ref = RefOf(path);
-    SInt16 data = 0;
-    SInt16 resource = 0;
-    const unsigned none = kFSNodeHardLinkMask;
-    EXPECT_EQ(none, FlagsOf(path));
-    ASSERT_EQ(noErr, FSOpenFork(&ref, 0, nullptr, fsRdPerm, &data));
-    EXPECT_EQ(none | kFSNodeDataOpenMask | kFSNodeForkOpenMask, FlagsOf(path));
-    ASSERT_EQ(noErr, FSOpenFork(&ref, name.size(), units, fsRdWrPerm, &resource));
-    const unsigned both = none | kFSNodeDataOpenMask | kFSNodeResOpenMask | kFSNodeForkOpenMask;
-    EXPECT_EQ(both, FlagsOf(path));
-    EXPECT_EQ(both, FlagsOf(mFolder / "second")) << "by each of its names";
-    FSCatalogInfo info = {};
-    EXPECT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoNodeFlags, &info)) << "taken and ignored";
-    EXPECT_EQ(both, FlagsOf(path));
-    EXPECT_EQ(noErr, FSCloseFork(data));
-    EXPECT_EQ(none | kFSNodeResOpenMask | kFSNodeForkOpenMask, FlagsOf(path));
-    EXPECT_EQ(noErr, FSCloseFork(resource));
-    EXPECT_EQ(none, FlagsOf(path));
-    info.nodeFlags = static_cast<UInt16>(both);
-    EXPECT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoNodeFlags, &info));
-    EXPECT_EQ(none, FlagsOf(path));
 }
 
 TEST_P(CatalogInfoTest, ValenceIsWhatAListingShows) {

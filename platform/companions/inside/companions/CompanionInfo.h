@@ -6,7 +6,7 @@
 
 #include "places/Place.h"
 
-#include <sys/types.h>
+#include <sys/stat.h>
 #include <toolbox/MacTypes.h>
 
 #include <array>

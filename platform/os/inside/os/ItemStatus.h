@@ -65,7 +65,8 @@ struct ItemStatus {
     VolumeKey Volume() const { return {mount, identity.device}; }
 };
 
-// All answer 0 or an errno, of paths of any length. Only GetTargetStatus follows a link at the end of the path.
+// All answer 0 or an errno, of paths of any length. Only GetTargetStatus follows a link at the end of the
+// path.
 [[nodiscard]] int GetPathStatus(const char* inPath, ItemStatus& outStatus);
 // As the first; what a server tells may be as it was some time ago, so that it need not be asked again.
 [[nodiscard]] int GetKnownStatus(const char* inPath, ItemStatus& outStatus);
