@@ -18,18 +18,10 @@
 // two, errFSNameTooLong for one of more than 255 units, and what Files.h tells of every function.
 #pragma once
 
+#include <toolbox/FilePermissions.h>
 #include <toolbox/Files.h>
 
 TOOLBOX_EXTERN_C_BEGIN
-
-// Permissions to ask for.
-enum {
-    fsCurPerm = 0,     // to read and write where that is allowed now, else to read
-    fsRdPerm = 1,      // to read
-    fsWrPerm = 2,      // to write, alone; also to read where the file may be read
-    fsRdWrPerm = 3,    // to read and write, alone
-    fsRdWrShPerm = 4,  // to read and write beside others that ask for this
-};
 
 // Position modes: where a position counts from, and bits to be added. The two about the cache are hints,
 // which change nothing here; the others are for reading.

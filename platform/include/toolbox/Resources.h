@@ -19,6 +19,7 @@
 // contradicts itself; and what reading or writing a file may answer (Files.h).
 #pragma once
 
+#include <toolbox/FilePermissions.h>
 #include <toolbox/Files.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/MacMemory.h>
@@ -42,8 +43,6 @@ enum {
     mapCompact = 0x40,  // kept, without meaning: a file is always written compact
     mapReadOnly = 0x80  // opened for reading only
 };
-// Permissions to open a file with.
-enum { fsCurPerm = 0, fsRdPerm = 1, fsWrPerm = 2, fsRdWrPerm = 3 };
 
 // The result of this thread's last Resource Manager call.
 TOOLBOX_MUST_USE OSErr ResError(void);
