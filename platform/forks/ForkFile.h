@@ -52,4 +52,9 @@ enum class MayRead { kMust, kNeedNot };
 [[nodiscard]] OSStatus OpenResourceFork(const FoundItem& inFile, const FSRef& inRef, ForkAccess inAccess,
                                         std::unique_ptr<ForkFile>& outFile);
 
+// Keeps other processes from writing the resource fork, as far as they ask, until the file is closed. opWrErr
+// when another does so; what FileAccess.h tells when the file cannot be opened to write.
+[[nodiscard]] OSStatus LockResourceFork(const FoundItem& inFile, ForkAccess inAccess,
+                                        os::Descriptor& outLocked);
+
 }  // namespace toolbox::files

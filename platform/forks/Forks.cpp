@@ -1,5 +1,7 @@
 #include "forks/Forks.h"
 
+#include "ForkFile.h"
+#include "ForkOpening.h"
 #include "catalogue/Catalogue.h"
 #include "catalogue/FileAccess.h"
 #include "companions/Companions.h"
@@ -36,8 +38,12 @@ OSStatus OpenDataFork(const FSRef& inFile, OpenFork& outFork) {
 
 OSStatus WriteResourceFork(const FoundItem& inItem, const std::vector<UInt8>& inBytes) {
     Place place;
-    const OSStatus status = OpenPlace(inItem, place);
-    if (status != noErr) return status;
+    os::Descriptor locked;
+    OSStatus status = OpenPlace(inItem, place);
+    if (status == noErr) status = LockResourceFork(inItem, ForkAccess::kWriteAlone, locked);
+    // Who may not write the data may write the companion; others who do the same are not known then.
+    if (status == opWrErr) status = fBsyErr;
+    if (status != noErr && status != afpAccessDenied) return status;
     const int error = ReplaceEntry(place, AppleDoubleEntry::kResourceFork, inBytes);
     return error == EISDIR ? OSStatus{errFSForkNotFound} : StatusOfErrno(error);
 }
@@ -76,10 +82,13 @@ OSStatus Open(const FSRef& inFile, Fork inFork, OpenFork& outFork) {
 OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& inBytes,
                    const os::MovableHead& inHead) {
     FoundItem item;
-    const OSStatus status = FindByRef(inFile, item);
+    OSStatus status = FindFile(inFile, item);
     if (status != noErr) return status;
-    if (item.status.kind == os::ItemKind::kFolder) return notAFileErr;
-    if (item.status.kind != os::ItemKind::kFile) return errFSForkNotFound;
+    status = CheckIsUnlocked(item);
+    if (status != noErr) return status;
+    ForkUse use;
+    if (use.Begin(item.status.identity, inFork == Fork::kResource, ForkAccess::kWriteAlone) != 0)
+        return fBsyErr;
     return inFork == Fork::kData ? WriteDataFork(item, inBytes, inHead) : WriteResourceFork(item, inBytes);
 }
 

@@ -136,14 +136,16 @@ class ResourceForkFile : public ForkFile {
 
 }  // namespace
 
+OSStatus LockResourceFork(const FoundItem& inFile, ForkAccess inAccess, os::Descriptor& outLocked) {
+    const OSStatus status = OpenFound(inFile, O_RDWR, outLocked);
+    return status == noErr && IsLockedByOthers(outLocked.Number(), inAccess) ? OSStatus{opWrErr} : status;
+}
+
 OSStatus OpenResourceFork(const FoundItem& inFile, const FSRef& inRef, ForkAccess inAccess,
                           std::unique_ptr<ForkFile>& outFile) {
     os::Descriptor locked;
     OSStatus status = noErr;
-    if (inAccess != ForkAccess::kRead) {
-        status = OpenFound(inFile, O_RDWR, locked);
-        if (status == noErr && IsLockedByOthers(locked.Number(), inAccess)) status = opWrErr;
-    }
+    if (inAccess != ForkAccess::kRead) status = LockResourceFork(inFile, inAccess, locked);
     if (status != noErr) return status;
     auto file = std::make_unique<ResourceForkFile>(inRef, std::move(locked));
     status = file->Open();

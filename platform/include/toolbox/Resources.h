@@ -21,6 +21,7 @@
 
 #include <toolbox/FilePermissions.h>
 #include <toolbox/Files.h>
+#include <toolbox/Forks.h>  // the permissions to open a file with
 #include <toolbox/MacErrors.h>
 #include <toolbox/MacMemory.h>
 #include <toolbox/MacTypes.h>
@@ -51,7 +52,7 @@ TOOLBOX_MUST_USE OSErr ResError(void);
 
 // An empty resource file in the fork that inForkName names (no characters: the data fork; "RESOURCE_FORK":
 // the resource fork) of an existing file. dupFNErr when the fork has bytes already; errFSForkNotFound for
-// another name. inFlags: 0.
+// another name; fLckdErr and fBsyErr as for UpdateResFile. inFlags: 0.
 TOOLBOX_MUST_USE OSErr FSCreateResourceFork(const FSRef* inFile, size_t inForkNameLength,
                                             const UniChar* inForkName, UInt32 inFlags);
 // Opens a fork and makes it the current file. All permissions but fsRdPerm allow changes; whether the system
@@ -76,8 +77,9 @@ TOOLBOX_EXPORT void SetResFileAttrs(SInt16 inRefNum, SInt16 inAttributes);
 // Writes what has changed. The file holds either all changes or none, at every moment, whatever ends the
 // program or the machine; for that it takes room for the old and twice the new while it is written. wPrErr
 // when it was opened for reading only and something has changed; dskFulErr too when the changes do not fit
-// the format, which ends at 16 MB of data and some thousands of names; fBsyErr when somebody else has written
-// the file since it was opened here, or is writing it. (Data that is asked for then is mapReadErr.)
+// the format, which ends at 16 MB of data and some thousands of names; fLckdErr when the file is locked by
+// now; fBsyErr when somebody else has written the file since it was opened here, is writing it, or has the
+// fork open to write (Forks.h), in this process too. (Data that is asked for then is mapReadErr.)
 TOOLBOX_EXPORT void UpdateResFile(SInt16 inRefNum);
 
 // Finding. Handles are null on failure. While SetResLoad(false) is in force, for all threads, resources that

@@ -44,8 +44,9 @@ class OpenFork {
 [[nodiscard]] OSStatus Open(const FSRef& inFile, Fork inFork, OpenFork& outFork);
 
 // Makes inBytes the fork. A data fork is overwritten (Replace.h); a companion is replaced, with all else that
-// it holds, or made. notAFileErr and errFSForkNotFound as for OpenForReading; ioErr when there is a companion
-// that is no AppleDouble file, which stays as it is.
+// it holds, or made. notAFileErr and errFSForkNotFound as for OpenForReading; fLckdErr for a locked file,
+// fBsyErr when the fork is open to write; ioErr when there is a companion that is no AppleDouble file, which
+// stays as it is.
 [[nodiscard]] OSStatus WriteFork(const FSRef& inFile, Fork inFork, const std::vector<UInt8>& inBytes,
                                  const os::MovableHead& inHead = {});
 
