@@ -182,6 +182,15 @@ TEST_F(ExchangeObjectsTest, ByNames) {
     EXPECT_EQ(301U, fakes::ItemOf(kOther).info.accessDate.lowSeconds);
 }
 
+// Older parameters have no such attribute, whatever lies in its place.
+TEST_F(ExchangeObjectsTest, VolumesThatDoNotTell) {
+    for (const Way way : {Way::kNoVolumeCan, Way::kOldParameters}) {
+        Begin(way);
+        ASSERT_EQ(noErr, Exchange());
+        EXPECT_EQ(Log(), fakes::CallsOf({"FSExchangeObjects"}));
+    }
+}
+
 TEST_F(ExchangeObjectsTest, ByNamesInOneFolder) {
     Begin(Way::kNoVolumeCan, kHere);
     ASSERT_EQ(noErr, Exchange());
