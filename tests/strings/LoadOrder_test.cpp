@@ -15,21 +15,21 @@ void* sToolbox = nullptr;
 int sDepth = 0;
 
 template <typename Function>
-Function* TheToolboxs(Function*, const char* inName) {
+Function* TheToolboxs(const char* inName) {
     return reinterpret_cast<Function*>(dlsym(sToolbox, inName));
 }
 
 template <typename Function, typename... Arguments>
-auto HandOn(Function* inFunction, const char* inName, Arguments... inArguments) {
+auto HandOn(Function*, const char* inName, Arguments... inArguments) {
     ++sDepth;
-    const auto result = TheToolboxs(inFunction, inName)(inArguments...);
+    const auto result = TheToolboxs<Function>(inName)(inArguments...);
     --sDepth;
     return result;
 }
 
 void Tell(const char* inWhat, CFTypeRef inString) {
     if (sDepth != 0) return;
-    const auto length = TheToolboxs(CFStringGetLength, "CFStringGetLength");
+    const auto length = TheToolboxs<decltype(CFStringGetLength)>("CFStringGetLength");
     std::fprintf(stderr, "%s %ld, ", inWhat, static_cast<long>(length(static_cast<CFStringRef>(inString))));
 }
 
@@ -43,7 +43,7 @@ CFTypeRef CFRetain(CFTypeRef inObject) {
 void CFRelease(CFTypeRef inObject) {
     Tell("released", inObject);
     ++sDepth;
-    TheToolboxs(CFRelease, "CFRelease")(inObject);
+    TheToolboxs<decltype(CFRelease)>("CFRelease")(inObject);
     --sDepth;
 }
 
