@@ -40,7 +40,10 @@ class Side {
     // What comes here was created at another time, which the companion is to tell from.
     [[nodiscard]] OSStatus KeepCreationDate(const Side& inOther);
     [[nodiscard]] OSStatus SetMode(mode_t inMode);
-    void Stay() noexcept { mIsToStay = true; }
+    void Stay() noexcept {
+        mIsToStay = true;
+        mCreation.Stay();
+    }
 
     const os::ItemStatus& Status() const { return mItem.status; }
     const os::ItemIdentity& Identity() const { return mItem.status.identity; }
@@ -54,15 +57,13 @@ class Side {
     HeldItem mHeld;
     CompanionInfo mInfo;
     UInt64 mForkBytes = 0;
-    bool mHasNewInfo = false;
+    ChangedInfo mCreation;
     bool mHasNewMode = false;
     bool mIsToStay = false;
 };
 
 Side::~Side() {
-    if (mIsToStay) return;
-    if (mHasNewMode) (void)mHeld.SetMode(Mode());
-    if (mHasNewInfo) (void)WriteCompanion(mPlace, mInfo);
+    if (mHasNewMode && !mIsToStay) (void)mHeld.SetMode(Mode());
 }
 
 OSStatus Side::Open(const FSRef& inRef) {
@@ -99,8 +100,7 @@ OSStatus Side::KeepCreationDate(const Side& inOther) {
     if (GetCreationSeconds(inOther.Status(), theirs) && ours == theirs) return noErr;
     CompanionInfo info = mInfo;
     info.creationSeconds = ours;
-    const int error = WriteInfo(mPlace, info);
-    mHasNewInfo = error == 0;
+    const int error = mCreation.Set(mPlace, Identity(), kCreationPart, info);
     // It can have no companion, or a file of another kind has its name.
     const bool cannotHave = error == ENAMETOOLONG || error == EISDIR || error == EBADMSG || error == ENODATA;
     return cannotHave ? OSStatus{paramErr} : StatusOfCompanionError(error, mItem);

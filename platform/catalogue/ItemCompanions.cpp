@@ -137,14 +137,6 @@ void SetExtendedInfo(os::ItemKind inKind, const UInt8* inBytes, CompanionInfo& i
     FromHostOrder(ExtendedInfoOf(inKind), inBytes, ioInfo.finderInfo.data() + kExtendedOffset);
 }
 
-int WriteCompanion(const Place& inPlace, const CompanionInfo& inInfo) noexcept {
-    try {
-        return WriteInfo(inPlace, inInfo);
-    } catch (const std::bad_alloc&) {
-        return ENOMEM;
-    }
-}
-
 OSStatus StatusOfCompanionError(int inErrno, const FoundItem& inItem) {
     return inErrno == EISDIR ? static_cast<OSStatus>(ioErr) : StatusOfChange(inErrno, inItem);
 }

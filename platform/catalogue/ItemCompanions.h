@@ -17,8 +17,6 @@ bool IsVolumeRoot(const FoundItem& inItem);
 [[nodiscard]] int ReadCompanionInfo(const FoundItem& inItem, CompanionInfo& outInfo,
                                     CompanionSizes& outSizes);
 
-// Makes this the information in its companion, or answers ENOMEM. What others set meanwhile is lost.
-[[nodiscard]] int WriteCompanion(const Place& inPlace, const CompanionInfo& inInfo) noexcept;
 // What the writing of a companion answers as a status, of an item of that volume.
 [[nodiscard]] OSStatus StatusOfCompanionError(int inErrno, const FoundItem& inItem);
 

@@ -21,7 +21,6 @@
 
 #include <toolbox/FilePermissions.h>
 #include <toolbox/Files.h>
-#include <toolbox/Forks.h>  // the permissions to open a file with
 #include <toolbox/MacErrors.h>
 #include <toolbox/MacMemory.h>
 #include <toolbox/MacTypes.h>
