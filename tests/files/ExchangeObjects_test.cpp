@@ -151,7 +151,7 @@ TEST_F(ExchangeObjectsTest, ByTheVolumeInOneCall) {
               fakes::CallLog());
     EXPECT_EQ(kFile, fakes::IDOf(mNew1)) << "ids stay";
     EXPECT_EQ(kOther, fakes::IDOf(mNew2));
-    EXPECT_EQ(202U, fakes::ItemOf(kFile).info.contentModDate.lowSeconds) << "and dates of contents go";
+    EXPECT_EQ(202U, +fakes::ItemOf(kFile).info.contentModDate.lowSeconds) << "and dates of contents go";
 }
 
 // Only paramErr tells that the volume cannot.
@@ -178,8 +178,8 @@ TEST_F(ExchangeObjectsTest, ByNames) {
         Log(fakes::CallLog().begin() + 2, fakes::CallLog().end()));
     EXPECT_EQ(kOther, fakes::IDOf(mNew1)) << "ids go";
     EXPECT_EQ(kFile, fakes::IDOf(mNew2));
-    EXPECT_EQ(201U, fakes::ItemOf(kOther).info.contentModDate.lowSeconds) << "and all dates stay";
-    EXPECT_EQ(301U, fakes::ItemOf(kOther).info.accessDate.lowSeconds);
+    EXPECT_EQ(201U, +fakes::ItemOf(kOther).info.contentModDate.lowSeconds) << "and all dates stay";
+    EXPECT_EQ(301U, +fakes::ItemOf(kOther).info.accessDate.lowSeconds);
 }
 
 // Older parameters have no such attribute, whatever lies in its place.
@@ -260,9 +260,9 @@ TEST_F(ExchangeObjectsTest, UndoneCreationDates) {
     fakes::ItemOf(kFile).info.createDate.fraction = 5;
     fakes::AnswerInTurn("FSSetCatalogInfo", {noErr, ioErr});
     EXPECT_EQ(ioErr, Exchange());
-    EXPECT_EQ(0U, fakes::ItemOf(kFile).info.createDate.lowSeconds);
+    EXPECT_EQ(0U, +fakes::ItemOf(kFile).info.createDate.lowSeconds);
     EXPECT_EQ(0U, fakes::ItemOf(kFile).info.createDate.fraction);
-    EXPECT_EQ(201U, fakes::ItemOf(kFile).info.contentModDate.lowSeconds);
+    EXPECT_EQ(201U, +fakes::ItemOf(kFile).info.contentModDate.lowSeconds);
 }
 
 }  // namespace

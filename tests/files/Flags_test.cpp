@@ -20,7 +20,7 @@ class FlagsTest : public FilesTest {
     static UTCDateTime& DateOf(UInt32 inID) { return fakes::ItemOf(inID).info.contentModDate; }
     static void ExpectDate(const UTCDateTime& inDate, const UTCDateTime& inExpected) {
         EXPECT_EQ(inExpected.highSeconds, inDate.highSeconds);
-        EXPECT_EQ(inExpected.lowSeconds, inDate.lowSeconds);
+        EXPECT_EQ(+inExpected.lowSeconds, +inDate.lowSeconds);
         EXPECT_EQ(inExpected.fraction, inDate.fraction);
     }
 

@@ -104,7 +104,7 @@ TEST_P(RowsOnToolbox, Dates) {
     FileWorld::SetTimes(mFolder.Path(), {1'000'000'000, 0}, {1'100'000'000, 0});
     EXPECT_EQ(noErr, FSSetInvisible(&mFile));
     EXPECT_EQ(noErr, FSClearInvisible(&mFile));
-    EXPECT_GE(InfoOf(mFolder.Path(), kFSCatInfoContentMod).contentModDate.lowSeconds, bumped)
+    EXPECT_GE(+InfoOf(mFolder.Path(), kFSCatInfoContentMod).contentModDate.lowSeconds, bumped)
         << "the folder's, too";
 }
 
@@ -120,8 +120,8 @@ TEST_P(RowsOnToolbox, Attributes) {
         EXPECT_EQ(kIsInvisible, FlagsOf(other));
         EXPECT_EQ(doesLock ? fLckdErr : noErr, FSCheckLock(&other));
         EXPECT_EQ(0604, InfoOf(copy, kFSCatInfoPermissions).permissions.mode & 0777);
-        EXPECT_EQ(InfoOf(mFolder / "file", kFSCatInfoContentMod).contentModDate.lowSeconds,
-                  InfoOf(copy, kFSCatInfoContentMod).contentModDate.lowSeconds);
+        EXPECT_EQ(+InfoOf(mFolder / "file", kFSCatInfoContentMod).contentModDate.lowSeconds,
+                  +InfoOf(copy, kFSCatInfoContentMod).contentModDate.lowSeconds);
     }
 }
 

@@ -95,8 +95,8 @@ TEST_P(Exchange, ContentsGoAndTheRestStays) {
     EXPECT_EQ("contents of b, of a", ContentsOfBoth());
     EXPECT_EQ(staysOfA, WhatStays(mA));
     EXPECT_EQ(staysOfB, WhatStays(mB));
-    EXPECT_EQ(changedB, Info(mA, kFSCatInfoContentMod).contentModDate.lowSeconds);
-    EXPECT_EQ(changedA, Info(mB, kFSCatInfoContentMod).contentModDate.lowSeconds);
+    EXPECT_EQ(changedB, +Info(mA, kFSCatInfoContentMod).contentModDate.lowSeconds);
+    EXPECT_EQ(changedA, +Info(mB, kFSCatInfoContentMod).contentModDate.lowSeconds);
     EXPECT_EQ(13u, Info(mA, kFSCatInfoDataSizes).dataLogicalSize);
     ASSERT_EQ(noErr, FSExchangeObjects(&mA, &mB));
     EXPECT_EQ("of a, contents of b", ContentsOfBoth());
@@ -122,8 +122,8 @@ TEST_P(Exchange, CreationDatesOfTheFileSystem) {
     ASSERT_NE(created, createdOld);
     EXPECT_EQ(noErr, FSExchangeObjects(&mA, &old));
     EXPECT_EQ("of old", FileWorld::Contents(mFolder / "a"));
-    EXPECT_EQ(created, Info(mA, kFSCatInfoCreateDate).createDate.lowSeconds);
-    EXPECT_EQ(createdOld, Info(old, kFSCatInfoCreateDate).createDate.lowSeconds);
+    EXPECT_EQ(created, +Info(mA, kFSCatInfoCreateDate).createDate.lowSeconds);
+    EXPECT_EQ(createdOld, +Info(old, kFSCatInfoCreateDate).createDate.lowSeconds);
     // A refused one leaves nothing behind.
     const FSRef b = mB;
     toolbox::os::CallsForTesting().renameat2 = [](int, const char*, int, const char*, unsigned) {

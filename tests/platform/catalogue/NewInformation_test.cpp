@@ -64,11 +64,11 @@ TEST_P(NewInformation, AllOfItIsANewItemTold) {
         ASSERT_EQ(noErr, Make(isFolder, SomeInfo(), &ref));
         const FSCatalogInfo info = InfoOf(mFolder / "new", kFSCatInfoGettableInfo);
         EXPECT_EQ(kFSNodeLockedMask | (isFolder ? kFSNodeIsDirectoryMask : 0), info.nodeFlags);
-        EXPECT_EQ(3'029'529'600, info.createDate.lowSeconds);
-        EXPECT_EQ(3'000'000'000, info.contentModDate.lowSeconds);
+        EXPECT_EQ(3'029'529'600, +info.createDate.lowSeconds);
+        EXPECT_EQ(3'000'000'000, +info.contentModDate.lowSeconds);
         EXPECT_EQ(0x1235, info.contentModDate.fraction);
-        EXPECT_EQ(3'000'000'001, info.accessDate.lowSeconds);
-        EXPECT_EQ(3'029'529'700, info.backupDate.lowSeconds);
+        EXPECT_EQ(3'000'000'001, +info.accessDate.lowSeconds);
+        EXPECT_EQ(3'029'529'700, +info.backupDate.lowSeconds);
         EXPECT_EQ(0600, info.permissions.mode & 07777);
         EXPECT_EQ('T', info.finderInfo[0]);
         EXPECT_EQ(7, info.extFinderInfo[15]);
@@ -103,7 +103,7 @@ TEST_P(NewInformation, WhateverFailsThereIsAllOfItOrNothing) {
             }
             const FSCatalogInfo info = InfoOf(mFolder / "new", kFSCatInfoGettableInfo);
             EXPECT_EQ(kHint, info.textEncodingHint);
-            EXPECT_EQ(3'000'000'000, info.contentModDate.lowSeconds);
+            EXPECT_EQ(3'000'000'000, +info.contentModDate.lowSeconds);
             EXPECT_EQ(0600, info.permissions.mode & 07777);
             EXPECT_EQ(noErr, SetLock(ref, false));
             EXPECT_EQ(noErr, FSDeleteObject(&ref));

@@ -166,7 +166,7 @@ TEST_P(SetCatalogInfoTest, OnlyTheDateThatWasSetComesBack) {
     EXPECT_EQ(ioErr, Set(sItemPath, kFSCatInfoContentMod | kFSCatInfoFinderInfo, SomeInfo()));
     const FSCatalogInfo now = InfoOf(sItemPath, kFSCatInfoGettableInfo);
     EXPECT_EQ(8, FileWorld::StatusOf(sItemPath).stx_mtime.tv_sec);
-    EXPECT_EQ(3'000'000'001, now.accessDate.lowSeconds);
+    EXPECT_EQ(3'000'000'001, +now.accessDate.lowSeconds);
 }
 
 TEST_P(SetCatalogInfoTest, AllOfIt) {

@@ -100,7 +100,7 @@ TEST_F(DateTimeTest, Moment) {
         UTCDateTime moment = {7, 7, 7};
         EXPECT_EQ(noErr, GetUTCDateTime(&moment, kUTCDefaultOptions));
         EXPECT_EQ(row.high, moment.highSeconds) << row.now.tv_sec;
-        EXPECT_EQ(row.low, moment.lowSeconds) << row.now.tv_sec;
+        EXPECT_EQ(row.low, +moment.lowSeconds) << row.now.tv_sec;
         EXPECT_EQ(row.fraction, moment.fraction) << row.now.tv_nsec;
     }
 }
@@ -110,14 +110,14 @@ TEST_F(DateTimeTest, ClockFails) {
     EXPECT_EQ(0U, Seconds());
     UTCDateTime moment = {7, 7, 7};
     EXPECT_EQ(ioErr, GetUTCDateTime(&moment, kUTCDefaultOptions));
-    EXPECT_EQ(7U, moment.lowSeconds);
+    EXPECT_EQ(7U, +moment.lowSeconds);
 }
 
 TEST_F(DateTimeTest, BadArguments) {
     UTCDateTime moment = {7, 7, 7};
     EXPECT_EQ(paramErr, GetUTCDateTime(nullptr, kUTCDefaultOptions));
     EXPECT_EQ(paramErr, GetUTCDateTime(&moment, 1));
-    EXPECT_EQ(7U, moment.lowSeconds);
+    EXPECT_EQ(7U, +moment.lowSeconds);
 }
 
 }  // namespace
