@@ -152,7 +152,9 @@ int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8
     int error = GetAccess(inFolder, inName, access);
     if (error == 0) error = MakeTemporaryFor(access, inFolder, newName, file);
     if (error != 0) return error;
-    error = GiveAccess(file.Number(), access);
+    // Again, as late as can be: what has the name by now is what is replaced.
+    error = GetAccess(inFolder, inName, access);
+    if (error == 0) error = GiveAccess(file.Number(), access);
     if (error == 0) error = FinishNew(file, WriteAt(file.Number(), inBytes));
     if (error == 0 && Calls().renameat2(inFolder, newName.c_str(), inFolder, inName.c_str(), 0) != 0)
         error = errno;
