@@ -133,7 +133,7 @@ TEST_F(ReferencesTest, FSRefMakeFSSpec) {
     FSSpec spec = {};
     EXPECT_EQ(noErr, FSRefMakeFSSpec(&mFile, &spec));
     EXPECT_EQ(fakes::kVolume, spec.vRefNum);
-    EXPECT_EQ(static_cast<SInt32>(kHere), spec.parID);
+    EXPECT_EQ(static_cast<SInt32>(kHere), +spec.parID);
     EXPECT_EQ("file", Text(spec.name));
     EXPECT_EQ(Log{"FSGetCatalogInfo(30, 0, spec)"}, fakes::CallLog());
 }
@@ -188,7 +188,7 @@ TEST_F(ReferencesTest, FSPathMakeFSSpec) {
     FSSpec spec = {};
     Boolean isFolder = 77;
     EXPECT_EQ(noErr, FSPathMakeFSSpec(path, &spec, &isFolder));
-    EXPECT_EQ(static_cast<SInt32>(kHere), spec.parID);
+    EXPECT_EQ(static_cast<SInt32>(kHere), +spec.parID);
     EXPECT_EQ("folder", Text(spec.name));
     EXPECT_EQ(1, isFolder);
     EXPECT_EQ((Log{"FSPathMakeRef()", "FSGetCatalogInfo(40, 0, spec)"}), fakes::CallLog());

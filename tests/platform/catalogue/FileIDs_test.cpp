@@ -170,7 +170,7 @@ TEST_P(FileIDsTest, NoNameIsWanted) {
     mBlock.fidParam.ioSrcDirID = 0;
     mBlock.fidParam.ioNamePtr = nullptr;
     EXPECT_EQ(noErr, PBResolveFileIDRefSync(&mBlock));
-    EXPECT_EQ(Here("a").parID, +mBlock.fidParam.ioSrcDirID);
+    EXPECT_EQ(+Here("a").parID, +mBlock.fidParam.ioSrcDirID);
 }
 
 TEST_P(FileIDsTest, EveryStepFails) {
