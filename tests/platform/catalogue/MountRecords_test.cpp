@@ -85,7 +85,7 @@ TEST_P(MountRecordsTest, ARecordMountsItsVolumeAgain) {
     const Bytes record = RecordOf(InfoOf(path, kFSCatInfoVolume).volume);
     const SystemVolMountInfo info = InfoIn(record);
     EXPECT_EQ(record.size(), static_cast<std::size_t>(info.header.length));
-    EXPECT_EQ(VolumeType{kSystemMountMedia}, info.header.media);
+    EXPECT_EQ(VolumeType{kSystemMountMedia}, +info.header.media);
     EXPECT_EQ(0, info.header.flags);
     EXPECT_EQ(Type(), record.data() + info.typeOffset);
     EXPECT_STREQ("none", record.data() + info.sourceOffset);

@@ -72,8 +72,8 @@ INSTANTIATE_TEST_SUITE_P(Worlds, VolumeAttributesTest, support::BothWorlds(), su
 TEST_P(VolumeAttributesTest, WhatAllHave) {
     const GetVolParmsInfoBuffer parameters = Get();
     EXPECT_GE(parameters.vMVersion, 3);
-    EXPECT_EQ(nullptr, parameters.vMLocalHand);
-    EXPECT_EQ(nullptr, parameters.vMDeviceID);
+    EXPECT_EQ(nullptr, +parameters.vMLocalHand);
+    EXPECT_EQ(nullptr, +parameters.vMDeviceID);
     EXPECT_EQ(255U, +parameters.vMMaxNameLength);
     EXPECT_EQ(0, parameters.vMForeignPrivID);
     for (const int bit : {bNoVNEdit, bNoBootBlks, bHasExtFSVol, bHasCopyFile, bHasMoveRename, bHasFileIDs})

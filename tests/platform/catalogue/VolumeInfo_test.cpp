@@ -174,8 +174,8 @@ TEST_P(VolumeInfoTest, OnlyWhatIsAskedFor) {
 TEST_P(VolumeInfoTest, Sizes) {
     ScriptSizes(1000);
     FSVolumeInfo info = Get(0, kFSVolInfoGettable);
-    EXPECT_EQ(4096'000U, info.totalBytes);
-    EXPECT_EQ(1024'000U, info.freeBytes);
+    EXPECT_EQ(4096'000U, +info.totalBytes);
+    EXPECT_EQ(1024'000U, +info.freeBytes);
     EXPECT_EQ(4096U, +info.blockSize);
     EXPECT_EQ(1000U, +info.totalBlocks);
     EXPECT_EQ(250U, +info.freeBlocks);
@@ -187,7 +187,7 @@ TEST_P(VolumeInfoTest, Sizes) {
     EXPECT_EQ(0, info.filesystemID);
     ScriptSizes(std::uint64_t{1} << 34);
     info = Get(0, kFSVolInfoGettable);
-    EXPECT_EQ(std::uint64_t{1} << 46, info.totalBytes);
+    EXPECT_EQ(std::uint64_t{1} << 46, +info.totalBytes);
     EXPECT_EQ(32768U, +info.blockSize) << "as many as make the count fit";
     EXPECT_EQ(1U << 31, +info.totalBlocks);
     EXPECT_EQ(1U << 29, +info.freeBlocks);
