@@ -4,7 +4,6 @@
 #include "formats/AppleDouble.h"
 #include "os/FileRange.h"
 
-#include <shared_mutex>
 #include <string>
 #include <vector>
 
@@ -26,9 +25,6 @@ bool IsNoCompanion(int inError);
 // Of one whose file was just looked at.
 [[nodiscard]] int ReadEntries(Companion& ioCompanion);
 [[nodiscard]] int OpenNamed(int inFolder, const std::string& inName, Companion& outCompanion);
-
-// Held, shared, by who makes a companion, from before the item is looked at (NoNewCompanions).
-[[nodiscard]] std::shared_mutex& NewCompanions();
 
 // Locks an open companion until it is closed. EBUSY when another holds the lock for longer than so many
 // milliseconds, ENOTSUP where files cannot be locked: nobody holds any then.

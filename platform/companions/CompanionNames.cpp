@@ -94,13 +94,20 @@ std::string VisibleName(const std::string& inItemName, int inNumber) {
 
 }  // namespace
 
-std::shared_mutex& NewCompanions() {
-    // Never destroyed: items are moved at exit, too.
-    static auto& mutex = *new std::shared_mutex;
-    return mutex;
+namespace {
+
+constinit os::Mutex sNewCompanions;
+constinit thread_local int sHolds = 0;
+
+}  // namespace
+
+NoNewCompanions::NoNewCompanions() {
+    if (sHolds++ == 0) sNewCompanions.Lock();
 }
 
-NoNewCompanions::NoNewCompanions() : mLock(NewCompanions()) {}
+NoNewCompanions::~NoNewCompanions() {
+    if (--sHolds == 0) sNewCompanions.Unlock();
+}
 
 int HeldCompanion::Take(const Place& inItem) {
     mFolder = inItem.folder.Number();

@@ -2,14 +2,13 @@
 
 #include "CompanionParts.h"
 #include "companions/CompanionInfo.h"
+#include "companions/CompanionNames.h"
 #include "companions/Companions.h"
 #include "os/SystemCalls.h"
 
 #include <sys/file.h>
 #include <time.h>
 
-#include <mutex>
-#include <shared_mutex>
 #include <utility>
 
 namespace toolbox::files {
@@ -86,7 +85,7 @@ int CompanionWriter::Replace(const std::vector<AppleDoublePart>& inParts) {
     const int folder = mItem->folder.Number();
     const std::string name = CompanionName(mItem->name);
     if (Exists()) return os::ReplaceFile(folder, name, bytes);
-    const std::shared_lock lock(NewCompanions());
+    const NoNewCompanions noOther;
     os::ItemStatus before;
     os::ItemStatus after;
     os::ItemIdentity made;

@@ -15,24 +15,23 @@
 
 #include "os/FileRange.h"
 #include "os/ItemStatus.h"
+#include "os/Mutex.h"
 #include "places/Place.h"
 
-#include <mutex>
-#include <shared_mutex>
 #include <string>
 
 namespace toolbox::files {
 
-// While it lives, this process makes no companion where an item has none. Who gives an item another place
-// holds it: there is nothing to be locked then, and what came too late would be nobody's at the old place.
-// The outermost of what changes names; not twice on one thread. Of another process that makes one at that
-// very moment an ordinary file may remain.
+// While it lives, no other thread of this process makes a companion where an item has none. Who makes one
+// holds it, and who gives an item another place: there is nothing to be locked then, and what came too late
+// would be nobody's at the old place. Of another process that makes one at that very moment an ordinary file
+// may remain.
 class NoNewCompanions {
   public:
-    NoNewCompanions();
-
-  private:
-    std::unique_lock<std::shared_mutex> mLock;
+    NoNewCompanions() NO_LOCK_ANALYSIS;
+    ~NoNewCompanions() NO_LOCK_ANALYSIS;
+    NoNewCompanions(const NoNewCompanions&) = delete;
+    NoNewCompanions& operator=(const NoNewCompanions&) = delete;
 };
 
 // The companion of an item that is about to be moved, renamed or deleted, if it has one; held for that time,
