@@ -105,7 +105,7 @@ TEST_F(HelpersOnToolboxTest, NamesOfItems) {
     EXPECT_EQ(noErr, FSRefMakeFSSpec(&file, &spec));
     TextEncoding encoding = 77;
     EXPECT_EQ(noErr, FSSpecToUniStr(&spec, &name, &encoding));
-    EXPECT_EQ(whole, Text(name)) << "the catalogue's, not the specification's";
+    EXPECT_EQ(whole, Text(name)) << "the catalogue's, not the FSSpec's";
     EXPECT_EQ(TextEncoding{kTextEncodingUnknown}, encoding) << "the item has no hint";
     char text[100];
     EXPECT_EQ(noErr, FSSpecToCStr(&spec, text, sizeof text));

@@ -146,7 +146,7 @@ TEST_F(NamesTest, UniqueNameOfNullArguments) {
 }
 
 TEST_F(NamesTest, FSSpecToUniStrOfAnItem) {
-    fakes::ItemOf(kFile).name = "longer than the specification's";
+    fakes::ItemOf(kFile).name = "longer than what an FSSpec can say";
     fakes::ItemOf(kFile).info.textEncodingHint = kCFStringEncodingMacJapanese;
     fakes::PutFile(31, kHere, "file");
     fakes::ItemOf(31).info.textEncodingHint = kCFStringEncodingMacJapanese;

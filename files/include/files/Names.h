@@ -44,9 +44,9 @@ extern "C" {
                                                           const FSRef* inFolder2,
                                                           HFSUniStr255* outUniqueName);
 
-// The name of a specification in other forms. That of an item that is there is its name in the catalogue,
-// which may be longer than the specification's; else the specification's own is read in the application's
-// encoding (GetApplicationTextEncoding).
+// The name of an FSSpec in other forms. That of an item that is there is its name in the catalogue, which may
+// be longer than the FSSpec's; else the FSSpec's own is read in the application's encoding
+// (GetApplicationTextEncoding).
 
 // Where it is no text in that encoding, each byte becomes a unit.
 //   outEncoding  of the name: the item's hint, the application's encoding, or 0 where each byte became a
