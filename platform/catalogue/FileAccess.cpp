@@ -12,7 +12,7 @@ namespace toolbox::files {
 namespace {
 
 // How often opening starts again because another item took the path between finding and opening.
-constexpr int kRounds = 3;
+constexpr int kRounds = 100;
 
 OSStatus StatusOfKind(os::ItemKind inKind) {
     if (inKind == os::ItemKind::kFile) return noErr;

@@ -52,7 +52,8 @@ class CompanionWriter {
 os::NewFileAccess AccessOfCompanion(const os::ItemStatus& inItem);
 
 // How often a change is begun because others change the companion meanwhile, or because it is made in steps.
-constexpr int kChangeRounds = 100;
+// Each time that is lost another made a change: so many that only those who never stop keep one out.
+constexpr int kChangeRounds = 10'000;
 
 // Changes an item's companion; begins anew where inChange answers EAGAIN, or where one that was to be made is
 // there by now.

@@ -24,7 +24,7 @@ constexpr FSAllocationFlags kKnownAllocFlags =
 constexpr std::size_t kLineBlockBytes = 4096;
 constexpr std::size_t kCompareBlockBytes = 16384;
 // How often opening starts again because another item took the path between finding and opening.
-constexpr int kRounds = 3;
+constexpr int kRounds = 100;
 
 ForkAccess AccessOf(SInt8 inPermission) {
     if (inPermission == fsRdPerm) return ForkAccess::kRead;

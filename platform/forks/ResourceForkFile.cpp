@@ -15,8 +15,9 @@ namespace toolbox::files {
 
 namespace {
 
-// How often a change begins anew because the file is moved meanwhile.
-constexpr int kRounds = 100;
+// How often a change begins anew because the file is moved meanwhile: only who never stops moving it is in
+// the way.
+constexpr int kRounds = 10'000;
 
 // A companion does not outlast those that replace it, and the lock of the file is its data fork's. So who
 // writes the resource fork locks a byte of the file where no data will ever be.

@@ -99,6 +99,31 @@ TEST_P(CompanionWriters, BeginAnewWhereAnotherReplacedIt) {
     EXPECT_EQ("error 2", Entry(kFork));
 }
 
+// A writer that is always late comes to it once the others have ended, who need not be few; but one who never
+// ends is not waited for.
+TEST_P(CompanionWriters, BeginAnewForAsLongAsOthersReplaceIt) {
+    static int sOthers;
+    ASSERT_EQ(0, WriteComment("comment"));
+    sOther = [this, bytes = FileWorld::Contents(mFolder / "._file")] {
+        FileWorld::Remove(mFolder / "._file");
+        mFolder.MakeFile("._file", bytes);
+    };
+    sReal = Calls();
+    CallsForTesting().flock = [](int inDescriptor, int inOperation) {
+        if (sOthers > 0 && (inOperation & LOCK_EX) != 0) {
+            --sOthers;
+            sOther();
+        }
+        return sReal.flock(inDescriptor, inOperation);
+    };
+    sOthers = 2000;
+    EXPECT_EQ(0, WriteFork("fork"));
+    EXPECT_EQ("fork", Entry(kFork));
+    sOthers = 1'000'000;
+    EXPECT_EQ(EBUSY, WriteFork("FORK"));
+    EXPECT_GT(sOthers, 900'000);
+}
+
 TEST_P(CompanionWriters, BeginAnewWhereAnotherMadeIt) {
     for (const int way : {0, 1, 2, 3}) {
         FileWorld::RemoveAll(mFolder / "._file");
