@@ -264,6 +264,7 @@ TEST_P(ExchangeOnToolbox, EachCallFailing) {
                     EXPECT_EQ(attributesOfB, Attributes(mNew2)) << error;
                     EXPECT_EQ(before, PictureOf(folder)) << error;
                 }
+                FileWorld::RemoveAll(folder);
             },
             EIO);
         EXPECT_GT(steps, 50);

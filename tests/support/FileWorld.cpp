@@ -1,5 +1,7 @@
 #include "support/FileWorld.h"
 
+#include "os/SystemCalls_test_access.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <grp.h>
@@ -10,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <utility>
 
 namespace support {
 
@@ -37,12 +40,19 @@ bool IsRootMounted() {
 const bool sHasOwnMounts = IsRootMounted() && unshare(CLONE_NEWNS) == 0 &&
                            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 
+int SyncNothing(int inDescriptor) {
+    const int flags = fcntl(inDescriptor, F_GETFL);
+    if (flags >= 0 && (flags & O_PATH) == 0) return 0;
+    return errno = EBADF, -1;
+}
+
 }  // namespace
 
 FileWorld::FileWorld(Kind inKind) {
     if (inKind == kReal) {
         mRealFolder.emplace();
         mPath = mRealFolder->Path();
+        mRealSync = std::exchange(toolbox::os::CallsForTesting().fsync, SyncNothing);
         return;
     }
     mMemory.emplace();
@@ -55,6 +65,7 @@ FileWorld::FileWorld(Kind inKind) {
 FileWorld::~FileWorld() {
     while (!mRealMounts.empty())
         EXPECT_EQ(0, Unmount(mRealMounts.back()));
+    if (mRealSync != nullptr) toolbox::os::CallsForTesting().fsync = mRealSync;
 }
 
 std::string FileWorld::MakeFile(std::string_view inName, std::string_view inContents) const {

@@ -18,7 +18,8 @@
 
 namespace support {
 
-// What the table has a call for goes through it. Failures of what a test prepares fail the test.
+// What the table has a call for goes through it. Failures of what a test prepares fail the test. While the
+// real world is there fsync waits for no disk: no test outlives a failure of its machine.
 class FileWorld {
   public:
     enum Kind { kReal, kMemory };
@@ -107,6 +108,7 @@ class FileWorld {
     std::optional<MemoryFiles> mMemory;
     std::string mPath;
     std::vector<std::string> mRealMounts;
+    int (*mRealSync)(int) = nullptr;
 };
 
 // A test of both: INSTANTIATE_TEST_SUITE_P(Worlds, Name, support::BothWorlds(), support::NameOfWorld).
