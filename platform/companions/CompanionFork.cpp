@@ -200,10 +200,7 @@ int CompanionFork::Allocate(UInt64 inOffsetBytes, UInt64 inByteCount) const {
     if (inOffsetBytes > kMaxFileBytes || inByteCount > kMaxFileBytes ||
         fork.offsetBytes + inOffsetBytes + inByteCount > kMaxFileBytes)
         return ENOSPC;
-    const int result = os::Calls().fallocate(mCompanion->file.DescriptorNumber(), FALLOC_FL_KEEP_SIZE,
-                                             static_cast<off_t>(fork.offsetBytes + inOffsetBytes),
-                                             static_cast<off_t>(inByteCount));
-    return result == 0 ? 0 : errno;
+    return os::Reserve(mCompanion->file.DescriptorNumber(), fork.offsetBytes + inOffsetBytes, inByteCount);
 }
 
 // It may have gone only for those who find it, while somebody moves it: so it is locked all the same.

@@ -38,10 +38,7 @@ class DataForkFile : public ForkFile {
         return StatusOfErrno(os::SetLength(mFile.Number(), inByteCount));
     }
     OSStatus Allocate(UInt64 inOffsetBytes, UInt64 inByteCount, bool& outIsReserved) override {
-        const int result =
-            os::Calls().fallocate(mFile.Number(), FALLOC_FL_KEEP_SIZE, static_cast<off_t>(inOffsetBytes),
-                                  static_cast<off_t>(inByteCount));
-        const int error = result == 0 ? 0 : errno;
+        const int error = os::Reserve(mFile.Number(), inOffsetBytes, inByteCount);
         outIsReserved = error == 0;
         return error == EOPNOTSUPP || error == ENOSYS ? OSStatus{noErr} : StatusOfErrno(error);
     }

@@ -104,6 +104,15 @@ OSStatus ForkOpening::FindPosition(UInt16 inMode, SInt64 inOffset, UInt64& outPo
                                                                                  : OSStatus{noErr};
 }
 
+// Behind what was read or written; where that is nothing, the position may be behind the end.
+void ForkOpening::SetMark(UInt64 inPosition, UInt64 inByteCount) {
+    mMutex.AssertHeld();
+    ForkSizes sizes;
+    if (inByteCount == 0 && mBytes->GetSizes(sizes) == noErr)
+        inPosition = std::min(inPosition, sizes.byteCount);
+    mMark = inPosition + inByteCount;
+}
+
 // In blocks, of which the last is read behind the end of the line.
 OSStatus ForkOpening::ReadLine(UInt64 inPosition, UInt8 inEnd, ByteCount inByteCount, UInt8* outBytes,
                                ByteCount& outCount) {
@@ -161,10 +170,7 @@ OSStatus ForkOpening::Read(UInt16 inMode, SInt64 inOffset, ByteCount inByteCount
             outCount = count;
             if (status == noErr && count < inByteCount) status = eofErr;
         }
-        ForkSizes sizes;
-        if (status == eofErr && outCount == 0 && mBytes->GetSizes(sizes) == noErr)
-            position = std::min(position, sizes.byteCount);
-        mMark = position + outCount;
+        SetMark(position, outCount);
         return status;
     });
 }
@@ -183,7 +189,7 @@ OSStatus ForkOpening::Write(UInt16 inMode, SInt64 inOffset, ByteCount inByteCoun
         std::size_t count = 0;
         status = mBytes->Write(position, {static_cast<const UInt8*>(inBytes), inByteCount}, count);
         outCount = count;
-        mMark = position + count;
+        SetMark(position, count);
         return status;
     });
 }

@@ -51,6 +51,7 @@ class ForkOpening {
     [[nodiscard]] OSStatus WhileOpen(Call inCall);
     [[nodiscard]] OSStatus FindPosition(UInt16 inMode, SInt64 inOffset, UInt64& outPosition)
         NEEDS_LOCK(mMutex);
+    void SetMark(UInt64 inPosition, UInt64 inByteCount) NEEDS_LOCK(mMutex);
     [[nodiscard]] OSStatus ReadLine(UInt64 inPosition, UInt8 inEnd, ByteCount inByteCount, UInt8* outBytes,
                                     ByteCount& outCount) NEEDS_LOCK(mMutex);
     [[nodiscard]] OSStatus Compare(UInt64 inPosition, ByteCount inByteCount, const UInt8* inBytes,

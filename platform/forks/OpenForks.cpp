@@ -87,10 +87,11 @@ OSStatus GetControlBlock(SInt16 inNumber, SInt16 inVolume, SInt16* ioIterator, c
     do {  // past one that is closed meanwhile
         status = inNumber != 0 ? FindOpening(inNumber, opening)
                                : FindOpeningAfter(number, inVolume, number, opening);
-        if (status == noErr && inOutputs.info != nullptr) status = GetInfo(*opening, *inOutputs.info);
+        if (status != noErr) return status;
+        if (inNumber == 0) *ioIterator = number;
+        if (inOutputs.info != nullptr) status = GetInfo(*opening, *inOutputs.info);
     } while (inNumber == 0 && status == rfNumErr);
     if (status != noErr) return status;
-    if (inNumber == 0) *ioIterator = number;
     if (inOutputs.number != nullptr) *inOutputs.number = number;
     if (inOutputs.file != nullptr) *inOutputs.file = opening->Facts().file;
     if (inOutputs.name != nullptr) SetForkName(opening->Facts().isResource, *inOutputs.name);

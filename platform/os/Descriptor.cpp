@@ -101,6 +101,15 @@ int SetLength(int inDescriptor, UInt64 inByteCount) {
     return result == 0 ? 0 : errno;
 }
 
+int Reserve(int inDescriptor, UInt64 inOffsetBytes, UInt64 inByteCount) {
+    int result = 0;
+    do
+        result = Calls().fallocate(inDescriptor, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(inOffsetBytes),
+                                   static_cast<off_t>(inByteCount));
+    while (result != 0 && errno == EINTR);
+    return result == 0 ? 0 : errno;
+}
+
 int ReadSome(int inDescriptor, void* outBytes, std::size_t inByteCount, std::size_t& outCount) {
     ssize_t count = 0;
     do

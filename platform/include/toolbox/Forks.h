@@ -91,14 +91,15 @@ TOOLBOX_MUST_USE OSErr FSCloseFork(SInt16 inNumber);
 // Reads from a position on, and leaves the mark behind what was read.
 //   outBytes        as many bytes as asked for; may be null when that is none
 //   outActualCount  how many were read, also on failure; may be null
-// eofErr when the fork ends before, with what there was; a position behind its end is at its end. posErr for
-// a position before its start, errFSBadPosMode for a mode with other bits, errFSBadBuffer for null,
-// afpAccessDenied for a file that may only be written; ioErr when bytes that are compared differ.
+// eofErr when the fork ends before, with what there was; where nothing is read, a position behind
+// its end is at its end. posErr for a position before its start, paramErr for one of 2^63 or more,
+// errFSBadPosMode for a mode with other bits, errFSBadBuffer for null, afpAccessDenied for a file that may
+// only be written; ioErr when bytes that are compared differ.
 TOOLBOX_MUST_USE OSErr FSReadFork(SInt16 inNumber, UInt16 inPositionMode, SInt64 inPositionOffset,
                                   ByteCount inRequestCount, void* outBytes, ByteCount* outActualCount);
 
 // Writes from a position on, and leaves the mark behind what was written. A position behind the end makes the
-// fork longer; what lies between is zero.
+// fork longer, unless nothing is written there; what lies between is zero.
 //   outActualCount  as above
 // wrPermErr when it is open to read only, dskFulErr also for a resource fork that would be too long; posErr,
 // errFSBadPosMode and errFSBadBuffer as above.

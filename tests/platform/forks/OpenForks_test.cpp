@@ -46,6 +46,8 @@ TEST_P(OpenForks, AreReadFromEveryPosition) {
         EXPECT_EQ("0 ", Read(fork, fsAtMark, 0, 0));
         EXPECT_EQ("-39 ", Read(fork, fsFromStart, 50, 1));
         EXPECT_EQ(10, MarkOf(fork)) << "a position behind the end is at the end";
+        EXPECT_EQ("0 ", Read(fork, fsFromStart, 50, 0));
+        EXPECT_EQ(10, MarkOf(fork)) << "also where nothing is asked for";
         EXPECT_EQ(noErr, FSSetForkPosition(fork, fsFromStart, 4));
         EXPECT_EQ("-40 ", Read(fork, fsFromStart, -1, 1));
         EXPECT_EQ("-40 ", Read(fork, fsFromMark, -5, 1));
@@ -109,6 +111,9 @@ TEST_P(OpenForks, AreWrittenAtEveryPosition) {
             EXPECT_EQ(std::string("ab2cd5678yz\0\0end", 16), Whole(fork)) << "what lies between is zero";
             EXPECT_EQ(noErr, Write(fork, fsFromStart, 20, "")) << "nothing is no length";
             EXPECT_EQ(16, SizeOf(fork));
+            EXPECT_EQ(16, MarkOf(fork));
+            EXPECT_EQ(noErr, Write(fork, fsFromStart, 3, ""));
+            EXPECT_EQ(3, MarkOf(fork)) << "it is the position all the same";
             EXPECT_EQ(posErr, Write(fork, fsFromStart, -1, "x"));
             EXPECT_EQ(errFSBadPosMode, Write(fork, 4, 0, "x"));
             EXPECT_EQ(dskFulErr, Write(fork, fsFromStart, INT64_MAX, "x"));
@@ -192,6 +197,13 @@ TEST_P(OpenForks, RoomIsReserved) {
         EXPECT_EQ(noErr, FSAllocateFork(fork, 0, fsFromStart, 0, 10, &count));
         EXPECT_EQ(0U, count) << "told";
         EXPECT_EQ(dskFulErr, FSAllocateFork(fork, kFSAllocAllOrNothingMask, fsFromStart, 0, 10, &count));
+        toolbox::os::CallsForTesting().fallocate = [](int, int, off_t, off_t) {
+            static bool sIsOver;
+            sIsOver = !sIsOver;
+            return sIsOver ? (errno = EINTR, -1) : 0;
+        };
+        EXPECT_EQ(noErr, FSAllocateFork(fork, 0, fsFromStart, 0, 10, &count)) << "after a signal";
+        EXPECT_EQ(10U, count);
         toolbox::os::CallsForTesting().fallocate = [](int, int, off_t, off_t) { return errno = ENOSPC, -1; };
         EXPECT_EQ(dskFulErr, FSAllocateFork(fork, 0, fsFromStart, 0, 10, &count));
         toolbox::os::CallsForTesting() = saved;
@@ -204,6 +216,26 @@ TEST_P(OpenForks, RoomIsReserved) {
     EXPECT_EQ(noErr, FSAllocateFork(empty, 0, fsFromStart, 0, 10, &count));
     EXPECT_EQ(0U, count);
     EXPECT_EQ(dskFulErr, FSAllocateFork(empty, kFSAllocAllOrNothingMask, fsFromStart, 0, 10, &count));
+}
+
+TEST_P(OpenForks, AreFlushed) {
+    ForBoth([this](Which inFork) {
+        static int sSyncs;
+        static int sError;
+        sSyncs = sError = 0;
+        const Opened fork(mRef, inFork);
+        const auto saved = toolbox::os::CallsForTesting();
+        toolbox::os::CallsForTesting().fsync = [](int) {
+            return ++sSyncs, errno = sError, sError != 0 ? -1 : 0;
+        };
+        EXPECT_EQ(noErr, FSFlushFork(fork));
+        EXPECT_EQ(1, sSyncs);
+        sError = EIO;
+        EXPECT_EQ(ioErr, FSFlushFork(fork));
+        sError = ENOSPC;
+        EXPECT_EQ(dskFulErr, FSFlushFork(fork)) << "told only now";
+        toolbox::os::CallsForTesting() = saved;
+    });
 }
 
 TEST_P(OpenForks, WhatMayOnlyBeReadIsNotWritten) {
@@ -326,6 +358,17 @@ TEST_P(OpenForks, AreToldOneAfterTheOther) {
         EXPECT_EQ(errFSNoMoreItems,
                   FSGetForkCBInfo(0, volume, &iterator, &number, nullptr, nullptr, nullptr));
     }
+    const auto saved = toolbox::os::CallsForTesting();
+    toolbox::os::CallsForTesting().statx = [](int, const char*, int, unsigned, struct statx*) {
+        return errno = EIO, -1;
+    };
+    SInt16 next = 0;
+    FSForkInfo untold = {};
+    EXPECT_EQ(ioErr, FSGetForkCBInfo(0, 0, &next, nullptr, &untold, nullptr, nullptr));
+    toolbox::os::CallsForTesting() = saved;
+    SInt16 second = 0;
+    EXPECT_EQ(noErr, FSGetForkCBInfo(0, 0, &next, &second, &untold, nullptr, nullptr));
+    EXPECT_EQ(std::max<SInt16>(one, other), second) << "behind the one that tells nothing";
     SInt16 iterator = 0;
     EXPECT_EQ(errFSNoMoreItems, FSGetForkCBInfo(0, 12345, &iterator, nullptr, nullptr, nullptr, nullptr));
     EXPECT_EQ(0, iterator);

@@ -68,6 +68,8 @@ struct StopQuestion {
 // failed.
 [[nodiscard]] int Sync(int inDescriptor);
 [[nodiscard]] int SetLength(int inDescriptor, UInt64 inByteCount);
+// Room on the disk, which the file does not have as its length. EOPNOTSUPP or ENOSYS where none is given.
+[[nodiscard]] int Reserve(int inDescriptor, UInt64 inOffsetBytes, UInt64 inByteCount);
 
 // Of what has no positions, such as a terminal: what is there now, and no more than asked for; outCount is 0
 // at its end. And all that is to be written.
