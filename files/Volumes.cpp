@@ -24,12 +24,13 @@ OSErr MakeDefault(const FSRef& inFolder) {
     return error == noErr ? HSetVol(nullptr, info.volume, static_cast<SInt32>(info.nodeID)) : error;
 }
 
-// noErr at the end of the list.
+// noErr at the end of the list. A volume that cannot be reached, or is another user's, is passed over.
 OSErr AppendVolumes(Handle ioVolumes, ItemCount& ioCount) {
-    for (;;) {
+    for (ItemCount index = 1;; ++index) {
         FSRef root = {};
-        OSErr error = FSGetVolumeInfo(kFSInvalidVolumeRefNum, ioCount + 1, nullptr, kFSVolInfoNone, nullptr,
-                                      nullptr, &root);
+        OSErr error =
+            FSGetVolumeInfo(kFSInvalidVolumeRefNum, index, nullptr, kFSVolInfoNone, nullptr, nullptr, &root);
+        if (error == afpAccessDenied || error == dirNFErr) continue;
         if (error != noErr) return error == nsvErr ? OSErr{noErr} : error;
         error = PtrAndHand(&root, ioVolumes, sizeof root);
         if (error != noErr) return error;

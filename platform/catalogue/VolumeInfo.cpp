@@ -145,7 +145,7 @@ OSStatus FindOut(FSVolumeInfoBitmap inWhich, bool inWantsRoot, Knowledge& ioKnow
         status = GetVolumeSizes(ioKnown.volume, ioKnown.sizes);
     if (status == noErr && Asks(inWhich, Source::kLocks))
         status = GetVolumeLocks(ioKnown.volume, ioKnown.locks);
-    return status == dirNFErr ? static_cast<OSStatus>(nsvErr) : status;
+    return status;
 }
 
 struct Outputs {
@@ -159,6 +159,8 @@ OSStatus GetInfo(SInt16 inNumber, std::size_t inIndex, FSVolumeInfoBitmap inWhic
     Knowledge known;
     OSStatus status = ChooseVolume(inNumber, inIndex, known.number);
     if (status == noErr) status = FindOut(inWhich, inOutputs.root != nullptr, known);
+    // In the order of all it is there, though nobody reaches it.
+    if (status == dirNFErr && inIndex == 0) return nsvErr;
     if (status != noErr) return status;
     // Only the path tells the name.
     known.root.path = known.volume.rootPath;

@@ -73,6 +73,18 @@ TEST_F(VolumesTest, FSGetMountedVolumes) {
               fakes::CallLog());
 }
 
+TEST_F(VolumesTest, FSGetMountedVolumesThatNobodyReaches) {
+    for (const OSErr error : {OSErr{afpAccessDenied}, OSErr{dirNFErr}}) {
+        fakes::AnswerInTurn("FSGetVolumeInfo", {error});
+        Handle volumes = nullptr;
+        ItemCount count = 77;
+        EXPECT_EQ(noErr, FSGetMountedVolumes(&volumes, &count));
+        ASSERT_EQ(1U, count) << "the others";
+        EXPECT_EQ(fakes::kOtherRoot, fakes::IDOf(*reinterpret_cast<const FSRef*>(*volumes)));
+        DisposeHandle(volumes);
+    }
+}
+
 TEST_F(VolumesTest, FSGetMountedVolumesOfNone) {
     fakes::SetVolumeCount(0);
     Handle volumes = nullptr;

@@ -83,8 +83,9 @@ typedef struct FSVolumeInfo {
 //   outName           of the folder where it is mounted, "/" for the first
 //   outRootDirectory  its root folder
 // Each result may be null; all are untouched on failure. nsvErr when there is no such volume (any more), and
-// behind the last index; paramErr for bits that are not named above, and for bits without outInfo; else as in
-// Files.h. Any thread.
+// behind the last index; by index, when its root is asked for, dirNFErr for a volume that is there and cannot
+// be reached, as of a server that is gone, and afpAccessDenied for another user's; paramErr for bits that are
+// not named above, and for bits without outInfo; else as in Files.h. Any thread.
 TOOLBOX_MUST_USE OSErr FSGetVolumeInfo(FSVolumeRefNum inVolume, ItemCount inIndex,
                                        FSVolumeRefNum* outActualVolume, FSVolumeInfoBitmap inWhichInfo,
                                        FSVolumeInfo* outInfo, HFSUniStr255* outName, FSRef* outRootDirectory);
