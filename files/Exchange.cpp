@@ -76,12 +76,18 @@ OSErr MoveThrough(const ScratchFolder& inScratch, const Origin& inOrigin, const 
     return error;
 }
 
-// What can be done without a scratch folder, because it is one call; inError where it cannot.
+// What can be done without a scratch folder, because only one of its calls meets other names; inError where
+// it cannot.
 OSErr MoveOrRename(const Origin& inOrigin, const FSRef& inFolder, const NewName& inName, OSErr inError,
                    FSRef& ioItem) {
     const UniChar* const oldName = inOrigin.name.unicode;
-    if (std::equal(oldName, oldName + inOrigin.name.length, inName.units, inName.units + inName.length))
-        return FSMoveObject(&ioItem, &inFolder, &ioItem);
+    if (std::equal(oldName, oldName + inOrigin.name.length, inName.units, inName.units + inName.length)) {
+        OSErr error = FSMoveObject(&ioItem, &inFolder, &ioItem);
+        if (error != noErr || inName.hint == inOrigin.hint) return error;
+        error = FSRenameUnicode(&ioItem, inName.length, inName.units, inName.hint, &ioItem);
+        if (error != noErr) (void)FSMoveObject(&ioItem, &inOrigin.folder, &ioItem);
+        return error;
+    }
     if (FSCompareFSRefs(&inOrigin.folder, &inFolder) == noErr)
         return FSRenameUnicode(&ioItem, inName.length, inName.units, inName.hint, &ioItem);
     return inError;

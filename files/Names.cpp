@@ -6,6 +6,7 @@
 #include <toolbox/UnicodeConverter.h>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <type_traits>
@@ -52,9 +53,18 @@ bool GetCatalogueName(const FSSpec& inSpec, HFSUniStr255& outName, TextEncoding&
     return true;
 }
 
+// What there is room for of a name that tells of more.
+struct SpecName {
+    explicit SpecName(const FSSpec& inSpec) {
+        std::copy(std::begin(inSpec.name), std::end(inSpec.name), text);
+        text[0] = std::min<UInt8>(text[0], sizeof text - 1);
+    }
+    Str63 text;
+};
+
 OwnedString NewStringOfSpecName(const FSSpec& inSpec) {
-    return OwnedString(
-        CFStringCreateWithPascalString(kCFAllocatorSystemDefault, inSpec.name, GetApplicationTextEncoding()));
+    return OwnedString(CFStringCreateWithPascalString(kCFAllocatorSystemDefault, SpecName(inSpec).text,
+                                                      GetApplicationTextEncoding()));
 }
 
 void CopyUnits(CFStringRef inString, HFSUniStr255& outName) {
@@ -121,8 +131,9 @@ OSErr FSSpecToUniStr(const FSSpec* inSpec, HFSUniStr255* outName, TextEncoding* 
             CopyUnits(string.get(), *outName);
         } else {
             encoding = kNoEncoding;
-            outName->length = inSpec->name[0];
-            std::copy_n(inSpec->name + 1, inSpec->name[0], outName->unicode);
+            const SpecName name(*inSpec);
+            outName->length = name.text[0];
+            std::copy_n(name.text + 1, name.text[0], outName->unicode);
         }
     }
     if (outEncoding != nullptr) *outEncoding = encoding;

@@ -5,11 +5,13 @@
 #include "support/FileWorld.h"
 
 #include <files/Containers.h>
+#include <files/References.h>
 #include <foundation/LException.h>
 #include <gtest/gtest.h>
 #include <toolbox/MacMemory.h>
 
 #include <algorithm>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -210,6 +212,30 @@ TEST_P(ContainersOnToolbox, FSIterateContainer) {
     const FSRef file = RefOf(mFolder / "tree/a");
     Met met;
     EXPECT_THROW((void)FSIterateContainer(&file, 0, kFSCatInfoNone, true, true, Note, &met), LException);
+}
+
+// What is mounted is met as its folder is, and can be told apart.
+TEST_P(ContainersOnToolbox, FSIterateContainerWhereSomethingIsMounted) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "this machine lets nobody mount";
+    mFolder.MakeFolder("tree/volume");
+    ASSERT_EQ(0, mFolder.MountVolume(mFolder / "tree/volume"));
+    mFolder.MakeFile("tree/volume/file");
+    mFolder.MakeFile("tree/file");
+    const FSRef tree = Tree();
+    std::set<SInt16> volumes;
+    const auto note = [](Boolean, ItemCount, const FSCatalogInfo* inInfo, const FSRef*, const FSSpec*,
+                         const HFSUniStr255*, void* ioVolumes) -> Boolean {
+        static_cast<std::set<SInt16>*>(ioVolumes)->insert(inInfo->volume);
+        return false;
+    };
+    EXPECT_EQ(noErr, FSIterateContainer(&tree, 0, kFSCatInfoVolume, false, false, note, &volumes));
+    const FSRef inner = RefOf(mFolder / "tree/volume/file");
+    SInt16 outerVolume = 0;
+    SInt16 innerVolume = 0;
+    EXPECT_EQ(noErr, FSGetVRefNum(&tree, &outerVolume));
+    EXPECT_EQ(noErr, FSGetVRefNum(&inner, &innerVolume));
+    EXPECT_NE(outerVolume, innerVolume);
+    EXPECT_EQ((std::set<SInt16>{outerVolume, innerVolume}), volumes);
 }
 
 TEST_P(ContainersOnToolbox, FSGetDirectoryItems) {

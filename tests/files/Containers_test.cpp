@@ -4,6 +4,8 @@
 #include <foundation/LException.h>
 #include <toolbox/MacMemory.h>
 
+#include <stdexcept>
+
 namespace {
 
 using namespace test_files;
@@ -227,6 +229,18 @@ TEST_F(IterateContainerTest, FoldersThatCannotBeBegunOrEndedAreThrown) {
         EXPECT_EQ(0, fakes::LiveIterators());
         fakes::AnswerInTurn("FSCloseIterator", {});
     }
+}
+
+TEST_F(IterateContainerTest, WhatAFilterThrowsPassesOnWithEveryFolderClosed) {
+    const auto fail = [](Boolean, ItemCount inLevel, const FSCatalogInfo*, const FSRef*, const FSSpec*,
+                         const HFSUniStr255*, void*) -> Boolean {
+        if (inLevel == 2) throw std::runtime_error("filter");
+        return false;
+    };
+    EXPECT_THROW((void)FSIterateContainer(&mHere, 0, kFSCatInfoNone, false, false, fail, nullptr),
+                 std::runtime_error);
+    EXPECT_EQ((Log{"FSCloseIterator(40)", "FSCloseIterator(20)"}), fakes::CallsOf({"FSCloseIterator"}));
+    EXPECT_EQ(0, fakes::LiveIterators());
 }
 
 TEST_F(IterateContainerTest, NullArguments) {

@@ -226,9 +226,17 @@ TEST_F(MoveRenameTest, WithoutATemporaryFolderOneCallWillDo) {
     fakes::Refuse("FindFolder", fnfErr);
     EXPECT_EQ(noErr, MoveRename(u"file"));
     EXPECT_EQ("here(folder(inner)), temp(), there(file)", fakes::CatalogueText());
+    EXPECT_EQ(kNewHint, fakes::ItemOf(kFile).info.textEncodingHint);
     EXPECT_EQ(noErr, MoveRename(u"new", kFile, kThere));
     EXPECT_EQ("here(folder(inner)), temp(), there(new)", fakes::CatalogueText());
     EXPECT_EQ(kNewHint, fakes::ItemOf(kFile).info.textEncodingHint);
+}
+
+TEST_F(MoveRenameTest, WithoutATemporaryFolderAHintThatIsRefusedUndoesTheMove) {
+    fakes::Refuse("FindFolder", fnfErr);
+    fakes::Refuse("FSRenameUnicode", ioErr);
+    EXPECT_EQ(ioErr, MoveRename(u"file"));
+    ExpectAsBefore();
 }
 
 TEST_F(MoveRenameTest, WithoutATemporaryFolderTwoCallsAreNotMade) {

@@ -180,6 +180,21 @@ TEST_F(NamesTest, FSSpecToUniStrOfWhatIsNoText) {
     EXPECT_EQ(0U, encoding);
 }
 
+TEST_F(NamesTest, FSSpecToUniStrOfANameThatTellsOfMoreThanItHasRoomFor) {
+    struct {
+        FSSpec spec = {fakes::kVolume, 20, {}};
+        UInt8 behind[256] = {'!'};
+    } memory;
+    memory.spec.name[0] = 255;
+    std::fill_n(memory.spec.name + 1, 63, UInt8{'n'});
+    HFSUniStr255 name = {};
+    EXPECT_EQ(noErr, FSSpecToUniStr(&memory.spec, &name));
+    EXPECT_EQ(std::u16string(63, u'n'), Text(name));
+    memory.spec.name[63] = 0x8E;
+    EXPECT_EQ(noErr, FSSpecToUniStr(&memory.spec, &name));
+    EXPECT_EQ(std::u16string(62, u'n') + u'\u008E', Text(name)) << "a unit for each byte";
+}
+
 TEST_F(NamesTest, FSSpecToUniStrOfAnItemThatTellsNothing) {
     fakes::Refuse("FSGetCatalogInfo", ioErr);
     HFSUniStr255 name = {};

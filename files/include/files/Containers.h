@@ -43,6 +43,8 @@ typedef Boolean (*IterateContainerFilterProcPtr)(Boolean inContainerChanged, Ite
 // Goes through a folder and the folders in it, each behind its own place among the others.
 //   inMaxLevels  how deep; 0: all the way
 //   inWhichInfo  of each item, kFSCatInfoNodeFlags besides
+// No link is followed, but what is mounted on a folder is met as that folder and entered; kFSCatInfoVolume
+// tells it apart. Each level of folders takes stack.
 // What may not be looked at, or is in a folder that is, ends that folder and is no failure. Throws an
 // LException with the status when a folder cannot be begun or ended: one that may not be read ends it all.
 // paramErr without a filter or folder.
