@@ -11,8 +11,6 @@ namespace toolbox::files {
 
 namespace {
 
-static_assert(sizeof(void*) == 8 ? sizeof(FSRefParam) == 120 : sizeof(FSRefParam) == 72);
-
 OSStatus MakeRefByName(const FSRef& inFolder, std::u16string_view inName, FSRef& outRef) {
     FoundItem folder;
     FoundItem item;

@@ -20,9 +20,6 @@ namespace toolbox::files {
 
 namespace {
 
-static_assert(sizeof(VolumeMountInfoHeader) == 8 && sizeof(SystemVolMountInfo) == 14);
-static_assert(sizeof(ParamBlockRec) == (sizeof(void*) == 4 ? 50 : 74));
-
 struct FlagName {
     int flag;
     unsigned long systemFlag;

@@ -15,9 +15,6 @@ namespace toolbox::files {
 
 namespace {
 
-static_assert(sizeof(GetVolParmsInfoBuffer) == (sizeof(void*) == 4 ? 32 : 44));
-static_assert(offsetof(GetVolParmsInfoBuffer, vMExtendedAttributes) == (sizeof(void*) == 4 ? 20 : 24));
-
 constexpr SInt16 kVersion = 5;
 
 constexpr UInt32 If(bool inIsSo, int inBit) {

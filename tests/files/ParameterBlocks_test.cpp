@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 #include <toolbox/HParamBlocks.h>
+#include <toolbox/ItemLookup.h>
+#include <toolbox/MountRecords.h>
+#include <toolbox/VolumeAttributes.h>
 
 #include <cstddef>
 
@@ -10,7 +13,7 @@ constexpr std::size_t OnHost(std::size_t inOn32Bits, std::size_t inOn64Bits) {
     return sizeof(void*) == 4 ? inOn32Bits : inOn64Bits;
 }
 
-TEST(HParamBlocks, Header) {
+TEST(ParameterBlocks, Header) {
     EXPECT_EQ(OnHost(16, 28), offsetof(HVolumeParam, ioResult));
     EXPECT_EQ(OnHost(18, 30), offsetof(HVolumeParam, ioNamePtr));
     EXPECT_EQ(OnHost(22, 38), offsetof(HVolumeParam, ioVRefNum));
@@ -18,7 +21,7 @@ TEST(HParamBlocks, Header) {
     EXPECT_EQ(offsetof(HVolumeParam, ioVRefNum), offsetof(FIDParam, ioVRefNum));
 }
 
-TEST(HParamBlocks, OfVolumes) {
+TEST(ParameterBlocks, OfVolumes) {
     EXPECT_EQ(OnHost(122, 138), sizeof(HVolumeParam));
     EXPECT_EQ(OnHost(28, 44), offsetof(HVolumeParam, ioVolIndex));
     EXPECT_EQ(OnHost(90, 106), offsetof(HVolumeParam, ioVFndrInfo));
@@ -28,7 +31,7 @@ TEST(HParamBlocks, OfVolumes) {
     EXPECT_EQ(OnHost(40, 64), offsetof(HIOParam, ioActCount));
 }
 
-TEST(HParamBlocks, OfAccess) {
+TEST(ParameterBlocks, OfAccess) {
     EXPECT_EQ(OnHost(52, 68), sizeof(AccessParam));
     EXPECT_EQ(OnHost(31, 47), offsetof(AccessParam, ioACUser));
     EXPECT_EQ(OnHost(36, 52), offsetof(AccessParam, ioACOwnerID));
@@ -40,7 +43,7 @@ TEST(HParamBlocks, OfAccess) {
     EXPECT_EQ(OnHost(32, 52), offsetof(ObjParam, ioObjID));
 }
 
-TEST(HParamBlocks, OfFiles) {
+TEST(ParameterBlocks, OfFiles) {
     EXPECT_EQ(OnHost(52, 76), sizeof(CopyParam));
     EXPECT_EQ(OnHost(24, 40), offsetof(CopyParam, ioDstVRefNum));
     EXPECT_EQ(OnHost(28, 44), offsetof(CopyParam, ioNewName));
@@ -52,6 +55,22 @@ TEST(HParamBlocks, OfFiles) {
     EXPECT_EQ(OnHost(36, 56), offsetof(FIDParam, ioDestDirID));
     EXPECT_EQ(OnHost(48, 68), offsetof(FIDParam, ioSrcDirID));
     EXPECT_EQ(OnHost(54, 74), offsetof(FIDParam, ioFileID));
+}
+
+TEST(ParameterBlocks, OfLookUps) {
+    EXPECT_EQ(OnHost(72, 120), sizeof(FSRefParam));
+    EXPECT_EQ(OnHost(16, 28), offsetof(FSRefParam, ioResult));
+}
+
+TEST(ParameterBlocks, OfMounts) {
+    EXPECT_EQ(OnHost(50, 74), sizeof(ParamBlockRec));
+    EXPECT_EQ(8U, sizeof(VolumeMountInfoHeader));
+    EXPECT_EQ(14U, sizeof(SystemVolMountInfo));
+}
+
+TEST(ParameterBlocks, ParametersOfVolumes) {
+    EXPECT_EQ(OnHost(32, 44), sizeof(GetVolParmsInfoBuffer));
+    EXPECT_EQ(OnHost(20, 24), offsetof(GetVolParmsInfoBuffer, vMExtendedAttributes));
 }
 
 }  // namespace
