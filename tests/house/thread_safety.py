@@ -2,7 +2,7 @@
 """What a mutex of the platform guards is touched by its holder only, as Clang verifies it; and every mutex is one that
 Clang can verify.
 
-Usage: thread_safety.py ROOT BUILD CLANG. BUILD has compile_commands.json, of whatever compiler. Exits 1 on a breach, or
+Usage: thread_safety.py ROOT BUILD CLANG. BUILD has compile_commands.json. Exits 1 on a breach, or
 when Clang misses one that is planted.
 """
 import json

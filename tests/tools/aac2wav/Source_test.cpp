@@ -186,6 +186,7 @@ TEST(RequireDecodable, TellsWhy) {
 }
 
 std::string Told(const MovieSoundReport& inReport, const tool::Options& inOptions) {
+    tool::SetCommandName("aac2wav");
     testing::internal::CaptureStderr();
     EXPECT_EQ(inReport.damagedPacketCount > 0, tool::TellDamage(inReport, "song.m4a", inOptions));
     return testing::internal::GetCapturedStderr();
