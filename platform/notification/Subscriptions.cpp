@@ -11,6 +11,8 @@
 
 namespace toolbox::notification {
 
+using os::FolderWatches;
+
 namespace {
 
 std::uintptr_t NumberOf(FNSubscriptionRef inSubscription) {
@@ -46,7 +48,9 @@ OSStatus Subscriptions::Add(const files::FoundItem& inFolder, const Subscriber& 
     Joining joining = BeginJoining();
     for (;;) {
         const bool canAsk = folder.IsOpen() && joining.instance != FolderWatches::kNone;
-        const int watch = canAsk ? FolderWatches::Add(joining.instance, path.c_str()) : FolderWatches::kNone;
+        const int watch =
+            canAsk ? FolderWatches::Add(joining.instance, path.c_str(), FolderWatches::Kind::kAnyChange)
+                   : FolderWatches::kNone;
         if (Join(watch, joining, node, outSubscription)) return noErr;
     }
 }
@@ -119,9 +123,9 @@ void Subscriptions::NotifyAll(OptionBits inFlags) {
 
 void Subscriptions::MakeDue(ThreadToken inThread) noexcept {
     const os::MutexLock lock(mMutex);
-    mWatches.Read([this](int inWatch, bool inIsGone) {
+    (void)mWatches.Read([this](const FolderWatches::Change& inChange) {
         mMutex.AssertHeld();
-        Hear(inWatch, inIsGone);
+        Hear(inChange.watch, inChange.isGone);
     });
     for (auto& [number, subscription] : mTable) {
         if (subscription.subscriber.thread != inThread || !subscription.isPending) continue;

@@ -1,8 +1,8 @@
 // Who is to be told of changes in which folder, on which thread. Safe on any thread.
 #pragma once
 
-#include "FolderWatches.h"
 #include "catalogue/Catalogue.h"
+#include "os/FolderWatches.h"
 #include "os/Mutex.h"
 
 #include <toolbox/Notification.h>
@@ -65,7 +65,7 @@ class Subscriptions {
         Subscriber subscriber;
         os::ItemIdentity folder;
         FSRef folderRef;
-        int watch = FolderWatches::kNone;
+        int watch = os::FolderWatches::kNone;
         bool isGone = false;  // the folder, and nothing is told any more
         bool isPending = false;
         bool isDue = false;
@@ -77,7 +77,7 @@ class Subscriptions {
 
     // A subscription to a folder that the system is asked to watch, which may last: nobody else waits for it.
     struct Joining {
-        int instance = FolderWatches::kNone;
+        int instance = os::FolderWatches::kNone;
         std::uint64_t endings = 0;  // of watches, before the system was asked
     };
     [[nodiscard]] Joining BeginJoining() noexcept;
@@ -93,7 +93,7 @@ class Subscriptions {
     mutable os::Mutex mMutex;
     Table mTable GUARDED_BY(mMutex);
     std::uintptr_t mLastNumber GUARDED_BY(mMutex) = 0;
-    FolderWatches mWatches GUARDED_BY(mMutex);
+    os::FolderWatches mWatches GUARDED_BY(mMutex);
     std::size_t mJoiningCount GUARDED_BY(mMutex) = 0;
     std::uint64_t mEndings GUARDED_BY(mMutex) = 0;  // of watches
     std::atomic<std::size_t> mCount{0};
