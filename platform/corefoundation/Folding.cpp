@@ -1,12 +1,14 @@
 #include "Folding.h"
 
 #include "UnicodeText.h"
+#include "corefoundation/CaselessText.h"
 
 #include <unicode/uchar.h>
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
 
+#include <new>
 #include <utility>
 
 namespace toolbox::corefoundation {
@@ -177,6 +179,15 @@ bool FoldText(const UniChar* inUnits, CFRange inRange, CFStringCompareFlags inFl
     // Most of what a piece becomes is as long as it.
     return outText.units.Reserve(inRange.length) && outText.starts.Reserve(inRange.length) && folder.Open() &&
            folder.Fold(inUnits, inRange.location, inRange.location + inRange.length);
+}
+
+std::u16string CaselessText(std::u16string_view inText) {
+    FoldedText folded;
+    const CFRange all = CFRangeMake(0, static_cast<CFIndex>(inText.size()));
+    if (!FoldText(reinterpret_cast<const UniChar*>(inText.data()), all,
+                  kCFCompareCaseInsensitive | kCFCompareNonliteral, false, folded))
+        throw std::bad_alloc();
+    return {folded.units.Data(), folded.units.Data() + folded.units.Count()};
 }
 
 }  // namespace toolbox::corefoundation

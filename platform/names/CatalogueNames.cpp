@@ -1,5 +1,7 @@
 #include "names/CatalogueNames.h"
 
+#include "corefoundation/CaselessText.h"
+
 #include <algorithm>
 #include <cassert>
 
@@ -92,6 +94,28 @@ std::u16string CatalogueName(std::string_view inDiskName) {
         inDiskName.remove_prefix(count);
     }
     return name;
+}
+
+std::u16string FoldedName(std::u16string_view inCatalogueName) {
+    return corefoundation::CaselessText(inCatalogueName);
+}
+
+// Of ASCII only letters and the one sign have another form.
+void FoldDiskName(std::string_view inDiskName, std::u16string& outFolded) {
+    outFolded.resize(inDiskName.size());
+    for (std::size_t i = 0; i < inDiskName.size(); ++i) {
+        const auto byte = static_cast<UInt8>(inDiskName[i]);
+        if (byte >= 0x80) {
+            outFolded = FoldedName(CatalogueName(inDiskName));
+            return;
+        }
+        const bool isCapital = byte >= 'A' && byte <= 'Z';
+        outFolded[i] = static_cast<char16_t>(isCapital ? byte + ('a' - 'A') : byte == ':' ? '/' : byte);
+    }
+}
+
+bool IsSameName(std::u16string_view inLeft, std::u16string_view inRight) {
+    return FoldedName(inLeft) == FoldedName(inRight);
 }
 
 void SetUniStr(std::u16string_view inCatalogueName, HFSUniStr255& outName) {

@@ -72,11 +72,6 @@ bool FitsAsItIs(std::u16string_view inName, StringPtr outName, std::size_t inMax
 
 }  // namespace
 
-bool IsSameName(std::u16string_view inLeft, std::u16string_view inRight) {
-    return CFStringCompare(MakeString(inLeft).get(), MakeString(inRight).get(),
-                           kCFCompareCaseInsensitive | kCFCompareNonliteral) == kCFCompareEqualTo;
-}
-
 void SpecName(std::u16string_view inCatalogueName, UInt32 inNodeID, StringPtr outName,
               std::size_t inMaxByteCount) {
     if (FitsAsItIs(inCatalogueName, outName, inMaxByteCount)) return;
@@ -86,6 +81,13 @@ void SpecName(std::u16string_view inCatalogueName, UInt32 inNodeID, StringPtr ou
     const std::size_t count = Encode(stem, outName + 1, inMaxByteCount - suffix.size());
     std::copy(suffix.begin(), suffix.end(), outName + 1 + count);
     outName[0] = static_cast<unsigned char>(count + suffix.size());
+}
+
+// ASCII without what some encodings have another character for, or none of one byte.
+bool IsSpecName(std::string_view inDiskName) {
+    return inDiskName.size() <= kMaxSpecNameBytes &&
+           std::all_of(inDiskName.begin(), inDiskName.end(),
+                       [](char inByte) { return inByte >= ' ' && inByte < '~' && inByte != '\\'; });
 }
 
 bool NameOfSpec(ConstStr255Param inName, std::u16string& outCatalogueName) {

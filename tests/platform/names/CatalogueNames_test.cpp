@@ -1,7 +1,9 @@
 #include "names/CatalogueNames.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/CFString.h>
 
+#include <iterator>
 #include <random>
 #include <string>
 
@@ -9,6 +11,8 @@ namespace {
 
 using toolbox::files::CatalogueName;
 using toolbox::files::DiskName;
+using toolbox::files::FoldDiskName;
+using toolbox::files::FoldedName;
 using toolbox::files::IsSameName;
 
 std::string OnDisk(std::u16string_view inName) {
@@ -83,6 +87,64 @@ TEST(CatalogueNames, SameNames) {
     EXPECT_FALSE(IsSameName(u"cafe", u"caf\u00E9"));
     EXPECT_FALSE(IsSameName(u"name", u"name2"));
     EXPECT_TRUE(IsSameName(u"", u""));
+}
+
+bool AreEqualStrings(const std::u16string& inLeft, const std::u16string& inRight) {
+    const auto make = [](const std::u16string& inText) {
+        return CFStringCreateWithCharacters(kCFAllocatorDefault,
+                                            reinterpret_cast<const UniChar*>(inText.data()),
+                                            static_cast<CFIndex>(inText.size()));
+    };
+    const CFStringRef left = make(inLeft);
+    const CFStringRef right = make(inRight);
+    const CFComparisonResult result =
+        CFStringCompare(left, right, kCFCompareCaseInsensitive | kCFCompareNonliteral);
+    CFRelease(left);
+    CFRelease(right);
+    return result == kCFCompareEqualTo;
+}
+
+// Pieces whose case and composition meet: each of a row is the same as some other.
+TEST(CatalogueNames, FoldedNamesAreEqualWhereNamesAreTheSame) {
+    const std::u16string kPieces[] = {
+        u"a",          u"A",          u"e\u0301", u"\u00E9",      u"\u00C9", u"k",      u"\u212A",
+        u"\u00DF",     u"ss",         u"\u1E9E",  u"\u0345",      u"\u03B9", u"\u1FB3", u"\u03B1",
+        u"\u212B",     u"\u00E5",     u"\uFB01",  u"fi",          u"\u03A3", u"\u03C2", u"\u0316",
+        u"\u0301",     u"\u1E69",     u"\u0323",  u"s",           u"\u0307", u"\u0130", u"i\u0307",
+        u"\U00010400", u"\U00010428", u"\uAC00",  u"\u1100\u1161"};
+    std::minstd_rand random(11);
+    const auto make = [&] {
+        std::u16string name;
+        for (unsigned left = 1 + random() % 3; left > 0; --left)
+            name += kPieces[random() % std::size(kPieces)];
+        return name;
+    };
+    int sameCount = 0;
+    for (int round = 0; round < 20'000; ++round) {
+        const std::u16string left = make();
+        const std::u16string right = make();
+        const bool areSame = AreEqualStrings(left, right);
+        ASSERT_EQ(areSame, FoldedName(left) == FoldedName(right)) << round;
+        ASSERT_EQ(areSame, IsSameName(left, right)) << round;
+        sameCount += areSame;
+    }
+    EXPECT_GT(sameCount, 100);
+}
+
+TEST(CatalogueNames, FoldedNamesOfTheDisk) {
+    std::u16string folded = u"of the one before";
+    for (const char* const name :
+         {"", "plain", "UPPER:lower/ @[`{", "caf\xC3\xA9", "CAFE\xCC\x81", "no\xFF", "A\x01"}) {
+        FoldDiskName(name, folded);
+        EXPECT_EQ(FoldedName(CatalogueName(name)), folded) << name;
+    }
+    for (int byte = 1; byte < 256; ++byte) {
+        const std::string name = {'x', static_cast<char>(byte), 'Y'};
+        FoldDiskName(name, folded);
+        EXPECT_EQ(FoldedName(CatalogueName(name)), folded) << byte;
+    }
+    FoldDiskName("A:B", folded);
+    EXPECT_EQ(u"a/b", folded);
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
 #include "names/CatalogueNames.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/CFString.h>
 
 #include <string>
 
 namespace {
 
+using toolbox::files::IsSpecName;
 using toolbox::files::NameOfSpec;
 using toolbox::files::NodeOfSpecName;
 using toolbox::files::SpecName;
@@ -26,6 +28,37 @@ TEST(SpecNames, ThatFit) {
     EXPECT_EQ(std::string(31, 'n'), SpecOf(std::u16string(31, u'n')));
     EXPECT_EQ("caf\xC3\xA9", SpecOf(u"caf\u00E9"));
     EXPECT_EQ("a#12.txt", SpecOf(u"a#12.txt"));
+}
+
+// Of a character in an encoding; 0 where it has none, and where there is no such encoding.
+int BytesIn(CFStringEncoding inEncoding, char inCharacter) {
+    const UniChar unit = static_cast<unsigned char>(inCharacter);
+    const CFStringRef string = CFStringCreateWithCharacters(kCFAllocatorDefault, &unit, 1);
+    Str255 bytes = {};
+    const bool isThere = CFStringGetPascalString(string, bytes, sizeof bytes, inEncoding) != 0;
+    CFRelease(string);
+    return isThere ? bytes[0] : 0;
+}
+
+TEST(SpecNames, ThatFitInEveryEncoding) {
+    std::string plain;
+    for (char byte = ' '; byte < '~'; ++byte)
+        if (byte != '\\') plain += byte;
+    EXPECT_TRUE(IsSpecName(std::string(31, 'n')));
+    EXPECT_TRUE(IsSpecName(""));
+    EXPECT_FALSE(IsSpecName(std::string(32, 'n')));
+    for (const char* const name : {"a\\b", "~", "\x1F", "\x7F", "caf\xC3\xA9", "\xFF"})
+        EXPECT_FALSE(IsSpecName(name)) << name;
+    for (std::size_t start = 0; start < plain.size(); start += 31)
+        EXPECT_TRUE(IsSpecName(plain.substr(start, 31)));
+    int encodingCount = 0;
+    for (CFStringEncoding encoding = 0; encoding < 0x1000; ++encoding) {
+        if (BytesIn(encoding, 'a') != 1) continue;
+        ++encodingCount;
+        for (const char byte : plain)
+            EXPECT_EQ(1, BytesIn(encoding, byte)) << encoding << ' ' << byte;
+    }
+    EXPECT_GT(encodingCount, 30);
 }
 
 TEST(SpecNames, ThatTellTheirNode) {

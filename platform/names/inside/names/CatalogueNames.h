@@ -26,7 +26,13 @@ void SetUniStr(std::u16string_view inCatalogueName, HFSUniStr255& outName);
 // its partner.
 bool DiskName(std::u16string_view inCatalogueName, std::string& outDiskName);
 
-// Whether two names are the same but for case and the form of composed characters.
+// What a name has in common with those that are the same but for case and the form of composed characters:
+// of two names that are, and of no others, it is equal. That of a name on disk makes use of the room there
+// is.
+std::u16string FoldedName(std::u16string_view inCatalogueName);
+void FoldDiskName(std::string_view inDiskName, std::u16string& outFolded);
+
+// Whether two names are the same but for that.
 bool IsSameName(std::u16string_view inLeft, std::u16string_view inRight);
 
 // The name as a Pascal string of an FSSpec: one that fits as it is, else one that tells the node; see
@@ -35,6 +41,9 @@ bool IsSameName(std::u16string_view inLeft, std::u16string_view inRight);
 constexpr std::size_t kMaxSpecNameBytes = 31;
 void SpecName(std::u16string_view inCatalogueName, UInt32 inNodeID, StringPtr outName,
               std::size_t inMaxByteCount = kMaxSpecNameBytes);
+
+// Whether a name surely fits as it is, whatever the application's encoding.
+bool IsSpecName(std::string_view inDiskName);
 
 // The other way, for one that fits. False when it is no text in the application's encoding.
 bool NameOfSpec(ConstStr255Param inName, std::u16string& outCatalogueName);
