@@ -1,6 +1,7 @@
 #include "FolderItems.h"
 
 #include "DefaultFolder.h"
+#include "KnownNames.h"
 #include "catalogue/Volumes.h"
 #include "companions/CompanionNames.h"
 #include "companions/Companions.h"
@@ -25,9 +26,8 @@ OSStatus AsFolderStatus(OSStatus inStatus) {
 // folder has beside its items is nobody's similar name.
 OSStatus FindSimilarName(std::u16string_view inName, Place& ioPlace) {
     std::string lowest;
-    const int error = FindName(ioPlace, [&](const struct dirent& inEntry) {
-        const bool isWanted = IsSameName(CatalogueName(inEntry.d_name), inName) &&
-                              (lowest.empty() || inEntry.d_name < lowest) && !IsCompanion(ioPlace);
+    const int error = FindSimilarNames(ioPlace, inName, [&](const struct dirent& inEntry) {
+        const bool isWanted = (lowest.empty() || inEntry.d_name < lowest) && !IsCompanion(ioPlace);
         if (isWanted) lowest = inEntry.d_name;
         return ENOENT;
     });
@@ -60,6 +60,7 @@ OSStatus FindByNode(const FoundItem& inFolder, ConstStr255Param inName, FoundIte
     Place place;
     const OSStatus status = OpenFoundFolder(inFolder, place);
     if (status != noErr) return status;
+    if (KnownNames::Shared().HasSpecNamesOnly(place.folderStatus)) return fnfErr;
     OSStatus found = fnfErr;
     const int error = FindName(place, [&](const struct dirent& inEntry) {
         if (inEntry.d_ino != inode) return ENOENT;
@@ -98,7 +99,7 @@ OSStatus FindByName(const FoundItem& inFolder, std::u16string_view inName, Found
     OSStatus status = OpenFoundFolder(inFolder, place);
     if (status == noErr) status = FindAtPlace(inFolder, place, outItem);
     if (status != fnfErr) return status;
-    DropLeftover(place);
+    if (!KnownNames::Shared().HasNone(place, CompanionName(place.name))) DropLeftover(place);
     status = FindSimilarName(inName, place);
     return status == noErr ? FindAtPlace(inFolder, place, outItem) : status;
 }

@@ -1,6 +1,7 @@
 #include "NameWriter.h"
 
 #include "Finding.h"
+#include "KnownNames.h"
 #include "companions/Companions.h"
 #include "names/CatalogueNames.h"
 #include "os/Rename.h"
@@ -78,9 +79,8 @@ int RenameAndRecord(const Place& inPlace, const os::ItemStatus& inItem, const Pl
 int CheckNewName(Place& ioPlace, const std::string& inOwnName) {
     const std::string diskName = ioPlace.name;
     const std::u16string name = CatalogueName(diskName);
-    const int error = FindName(ioPlace, [&](const struct dirent& inEntry) {
-        if (inEntry.d_name == inOwnName || !IsSameName(CatalogueName(inEntry.d_name), name)) return ENOENT;
-        return IsCompanion(ioPlace) ? ENOENT : EEXIST;
+    const int error = FindSimilarNames(ioPlace, name, [&](const struct dirent& inEntry) {
+        return inEntry.d_name == inOwnName || IsCompanion(ioPlace) ? ENOENT : EEXIST;
     });
     ioPlace.name = diskName;
     return error == ENOENT || error == EACCES ? 0 : error;
@@ -109,7 +109,7 @@ int NewItem::MakeFolder() {
 
 int NewItem::Make() {
     int error = CheckNewName(mPlace, {});
-    if (error == 0) {
+    if (error == 0 && !KnownNames::Shared().HasNone(mPlace, CompanionName(mPlace.name))) {
         const NoNewCompanions noneComes;
         error = mOrphan.SetAside(mPlace);
     }

@@ -17,19 +17,19 @@ struct NamedFeatures {
     VolumeFeatures features;
 };
 
-//  exchange, owners, links, long files, journal, server
+//  exchange, owners, links, long files, journal, server; new names told
 constexpr NamedFeatures kFeatures[] = {
     {"9p", {false, true, true, true, false, true}},
     {"afs", {false, true, true, true, false, true}},
     {"bcachefs", {true, true, true, true, true, false}},
-    {"btrfs", {true, true, true, true, false, false}},
+    {"btrfs", {true, true, true, true, false, false, true}},
     {"ceph", {false, true, true, true, false, true}},
     {"cifs", {false, true, true, true, false, true}},
     {"exfat", {false, false, false, true, false, false}},
-    {"ext2", {false, true, true, false, false, false}},
-    {"ext3", {true, true, true, false, true, false}},
-    {"ext4", {true, true, true, true, true, false}},
-    {"f2fs", {true, true, true, true, false, false}},
+    {"ext2", {false, true, true, false, false, false, true}},
+    {"ext3", {true, true, true, false, true, false, true}},
+    {"ext4", {true, true, true, true, true, false, true}},
+    {"f2fs", {true, true, true, true, false, false, true}},
     {"fuse.sshfs", {false, true, true, true, false, true}},
     {"gfs2", {true, true, true, true, true, false}},
     {"hfs", {false, false, false, false, false, false}},
@@ -42,10 +42,10 @@ constexpr NamedFeatures kFeatures[] = {
     {"ntfs3", {false, true, true, true, true, false}},
     {"overlay", {true, true, true, true, false, false}},
     {"smb3", {false, true, true, true, false, true}},
-    {"tmpfs", {true, true, true, true, false, false}},
+    {"tmpfs", {true, true, true, true, false, false, true}},
     {"ubifs", {true, true, true, false, true, false}},
     {"vfat", {false, false, false, false, false, false}},
-    {"xfs", {true, true, true, true, true, false}},
+    {"xfs", {true, true, true, true, true, false, true}},
 };
 
 struct Refusals {

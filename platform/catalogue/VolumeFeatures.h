@@ -16,6 +16,8 @@ struct VolumeFeatures {
     bool hasLongFiles = true;  // of more than 2 TB
     bool hasJournal = false;   // by default
     bool isOfServer = false;
+    // Inotify tells of every name that comes: none comes but by this machine's kernel.
+    bool tellsNewNames = false;
 };
 // By a type of the mount table. What is not known there is as a new one.
 VolumeFeatures FeaturesOf(std::string_view inType);

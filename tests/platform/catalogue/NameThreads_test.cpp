@@ -1,8 +1,10 @@
 // Items made, moved, renamed, looked for and deleted by several threads at once. Run under the thread
 // sanitizer too.
 #include "ItemChanges.h"
+#include "catalogue/KnownNames.h"
 
 #include <gtest/gtest.h>
+#include <toolbox/ItemLookup.h>
 
 #include <atomic>
 #include <set>
@@ -136,6 +138,41 @@ TEST_F(NameThreads, NoPartIsLost) {
     std::thread threads[] = {std::thread(lock), std::thread(setType), std::thread(setHint)};
     for (std::thread& thread : threads)
         thread.join();
+}
+
+// Each makes and renames files, and finds them by another case at once, whoever reads the folder meanwhile.
+TEST_F(NameThreads, WhatAnyThreadMakesIsFound) {
+    const std::string folder = mFolder.MakeFolder("large");
+    const std::string first = mFolder.MakeFile("large/0 of the names of a large folder");
+    for (int i = 1; i < 250; ++i)
+        ASSERT_EQ(0, support::FileWorld::MakeHardLink(
+                         first, folder + '/' + std::to_string(i) + " of the names of a large folder"));
+    const FSRef ref = RefOf(folder);
+    const auto look = [&](std::u16string_view inName) {
+        FSRef found = {};
+        return FSMakeFSRefUnicode(&ref, inName.size(), UnitsOf(inName), 0, &found);
+    };
+    const auto makeAndLook = [&](int inThread) {
+        for (int round = 0; round < kRounds; ++round) {
+            std::string name = {static_cast<char>('a' + inThread), static_cast<char>('0' + round % 10),
+                                static_cast<char>('0' + round / 10)};
+            const std::u16string other = {static_cast<char16_t>(u'A' + inThread),
+                                          static_cast<char16_t>(u'0' + round % 10),
+                                          static_cast<char16_t>(u'0' + round / 10)};
+            EXPECT_EQ(fnfErr, look(other));
+            mFolder.MakeFile("large/" + name);
+            EXPECT_EQ(noErr, look(other)) << name;
+            EXPECT_EQ(fnfErr, look(u"x" + other));
+            support::FileWorld::Rename(folder + '/' + name, folder + "/x" + name);
+            EXPECT_EQ(noErr, look(u"x" + other)) << name;
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kMovers; ++thread)
+        threads.emplace_back(makeAndLook, thread);
+    for (std::thread& thread : threads)
+        thread.join();
+    toolbox::files::KnownNames::Shared().Close();
 }
 
 // Contents change places, and none is there twice or not at all; each reference means its name.

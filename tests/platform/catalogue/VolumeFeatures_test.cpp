@@ -27,6 +27,14 @@ TEST(VolumeFeatures, WhatOthersHaveNot) {
     EXPECT_FALSE(FeaturesOf("ext4").isOfServer);
 }
 
+TEST(VolumeFeatures, NewNamesAreToldWhereNobodyElseMakesAny) {
+    for (const char* const type : {"btrfs", "ext2", "ext3", "ext4", "f2fs", "tmpfs", "xfs"})
+        EXPECT_TRUE(FeaturesOf(type).tellsNewNames) << type;
+    for (const char* const type : {"nfs", "nfs4", "cifs", "smb3", "9p", "afs", "ceph", "gfs2", "overlay",
+                                   "fuse", "fuse.sshfs", "fuseblk", "virtiofs", "proc", "a new one", ""})
+        EXPECT_FALSE(FeaturesOf(type).tellsNewNames) << type;
+}
+
 TEST(VolumeFeatures, OfANewType) {
     const VolumeFeatures features = FeaturesOf("a new one");
     EXPECT_FALSE(features.hasExchange);
