@@ -57,7 +57,7 @@ OSStatus MakeAt(const FoundItem& inFolder, Place& ioPlace, os::ItemKind inKind, 
     status = FindAtPlace(inFolder, ioPlace, item);
     if (status != noErr) return status;
     if (!item.status.identity.IsSameItem(made.Identity())) return fnfErr;
-    if (inInfo.which != kFSCatInfoNone) status = SetInfoOf(item, inInfo.which, *inInfo.info);
+    if (inInfo.which != kFSCatInfoNone) status = SetInfoOf(item, inInfo.which, *inInfo.info, ItemAge::kNew);
     if (status == noErr && inOutputs.spec != nullptr) status = MakeSpec(item, spec);
     if (status != noErr) return status;
     made.Keep();

@@ -158,14 +158,15 @@ OSStatus CheckOwnerUnlocked(const Place& inCompanion) {
 }
 
 int ChangedInfo::Set(const Place& inPlace, const os::ItemIdentity& inItem, InfoParts inWhich,
-                     const CompanionInfo& inInfo) {
+                     const CompanionInfo& inInfo, os::NameLasts inNameLasts) {
     mItem = inItem;
     mWhich = inWhich;
     mInfo = inInfo;
-    const int error = ChangeInfo(inPlace, inItem, [this](CompanionInfo& ioInfo) {
+    const auto change = [this](CompanionInfo& ioInfo) {
         mBefore = ioInfo;
         CopyParts(mWhich, mInfo, ioInfo);
-    });
+    };
+    const int error = ChangeInfo(inPlace, inItem, change, inNameLasts);
     if (error == 0) mPlace = &inPlace;
     return error;
 }

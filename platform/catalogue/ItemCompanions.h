@@ -37,7 +37,7 @@ class ChangedInfo {
 
     // Once; the place, at which the item is, stays open until they stay or come back. 0 or an errno.
     [[nodiscard]] int Set(const Place& inPlace, const os::ItemIdentity& inItem, InfoParts inWhich,
-                          const CompanionInfo& inInfo);
+                          const CompanionInfo& inInfo, os::NameLasts inNameLasts = os::NameLasts::kOnceGiven);
     void Stay() noexcept { mPlace = nullptr; }
 
   private:

@@ -88,11 +88,13 @@ OSStatus CollectInfo(const os::ItemStatus& inStatus, FSCatalogInfoBitmap inWhich
     return status;
 }
 
+// A new item has no companion; one that came meanwhile is kept by who writes it.
 OSStatus ChangeCompanion(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, const FSCatalogInfo& inInfo,
-                         Changes& ioChanges) {
+                         ItemAge inAge, Changes& ioChanges) {
     CompanionInfo before;
     CompanionSizes sizes;
-    OSStatus status = StatusOfErrno(ReadCompanionInfo(inItem, before, sizes));
+    OSStatus status = noErr;
+    if (inAge == ItemAge::kOld) status = StatusOfErrno(ReadCompanionInfo(inItem, before, sizes));
     if (status == noErr) status = CollectInfo(inItem.status, inWhich, inInfo, ioChanges);
     if (status != noErr) return status;
     if ((ioChanges.infoParts & ~CommonParts(before, ioChanges.info)) == 0)
@@ -103,7 +105,7 @@ OSStatus ChangeCompanion(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, c
 }
 
 OSStatus FindChanges(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, const FSCatalogInfo& inInfo,
-                     Changes& outChanges) {
+                     ItemAge inAge, Changes& outChanges) {
     const os::ItemStatus& now = inItem.status;
     if ((inWhich & kFSCatInfoContentMod) != 0)
         ChangeDate(now.contentDate, inInfo.contentModDate, outChanges.content);
@@ -113,7 +115,7 @@ OSStatus FindChanges(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, const
     if ((inWhich & kFSCatInfoPermissions) != 0)
         status = ChangePermissions(now, inInfo.permissions, outChanges);
     if (status == noErr && (inWhich & kInCompanion) != 0)
-        status = ChangeCompanion(inItem, inWhich, inInfo, outChanges);
+        status = ChangeCompanion(inItem, inWhich, inInfo, inAge, outChanges);
     return status;
 }
 
@@ -150,7 +152,7 @@ class ChangedDates {
 
 // What may be refused to other users comes first, and the companion, which is written whole or not at all,
 // behind it. But that of a volume's root lies within it, and dates it.
-OSStatus Apply(const FoundItem& inItem, const Changes& inChanges) {
+OSStatus Apply(const FoundItem& inItem, const Changes& inChanges, os::NameLasts inNameLasts) {
     const bool isRoot = IsVolumeRoot(inItem);
     const bool canHaveCompanion = !IsDescriptorPath(inItem.path);
     HeldItem held;
@@ -168,7 +170,7 @@ OSStatus Apply(const FoundItem& inItem, const Changes& inChanges) {
     if (error == 0 && !isRoot) error = dates.Set(inChanges);
     if (error != 0) return StatusOfChange(error, inItem);
     if (inChanges.infoParts != 0)
-        error = info.Set(place, inItem.status.identity, inChanges.infoParts, inChanges.info);
+        error = info.Set(place, inItem.status.identity, inChanges.infoParts, inChanges.info, inNameLasts);
     if (error != 0) return StatusOfCompanionError(error, inItem);
     if (isRoot) error = dates.Set(inChanges);
     if (error != 0) return StatusOfChange(error, inItem);
@@ -186,10 +188,13 @@ OSStatus CheckSettable(FSCatalogInfoBitmap inWhich, const FSCatalogInfo* inInfo)
     return inWhich != kFSCatInfoNone && inInfo == nullptr ? OSStatus{errFSMissingCatInfo} : OSStatus{noErr};
 }
 
-OSStatus SetInfoOf(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, const FSCatalogInfo& inInfo) {
+OSStatus SetInfoOf(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, const FSCatalogInfo& inInfo,
+                   ItemAge inAge) {
     Changes changes;
-    const OSStatus status = FindChanges(inItem, inWhich, inInfo, changes);
-    return status == noErr && changes.AreAny() ? Apply(inItem, changes) : status;
+    const OSStatus status = FindChanges(inItem, inWhich, inInfo, inAge, changes);
+    if (status != noErr || !changes.AreAny()) return status;
+    return Apply(inItem, changes,
+                 inAge == ItemAge::kNew ? os::NameLasts::kOnceWritten : os::NameLasts::kOnceGiven);
 }
 
 }  // namespace toolbox::files

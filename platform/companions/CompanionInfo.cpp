@@ -179,8 +179,8 @@ int WriteInfo(const Place& inItem, const CompanionInfo& inInfo) {
 }
 
 int ChangeInfo(const Place& inItem, const os::ItemIdentity& inIdentity,
-               const std::function<void(CompanionInfo&)>& inChange) {
-    return ChangeInfoOf({inItem, &inIdentity}, inChange);
+               const std::function<void(CompanionInfo&)>& inChange, os::NameLasts inNameLasts) {
+    return ChangeInfoOf({inItem, &inIdentity, inNameLasts}, inChange);
 }
 
 int IsLocked(const Place& inItem, const os::ItemStatus& inStatus, bool& outIsLocked) {

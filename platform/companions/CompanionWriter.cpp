@@ -57,6 +57,7 @@ int CompanionWriter::CheckItem() const {
 int CompanionWriter::Open(const ItemAt& inItem, int inAccess) {
     mItem = &inItem.place;
     mIdentity = inItem.identity;
+    mNameLasts = inItem.nameLasts;
     const int folder = mItem->folder.Number();
     const std::string name = CompanionName(mItem->name);
     for (int round = 0; round < kChangeRounds; ++round) {
@@ -90,7 +91,7 @@ int CompanionWriter::Replace(const std::vector<AppleDoublePart>& inParts) {
     os::ItemStatus after;
     os::ItemIdentity made;
     int error = CheckItem(before);
-    if (error == 0) error = os::MakeFile(folder, name, bytes, AccessOfCompanion(before), made);
+    if (error == 0) error = os::MakeFile(folder, name, bytes, AccessOfCompanion(before), made, mNameLasts);
     if (error != 0) return error;
     // Another process may have moved the item; and one that became private meanwhile was not followed.
     error = CheckItem(after);

@@ -17,6 +17,7 @@ namespace toolbox::files {
 struct ItemAt {
     const Place& place;
     const os::ItemIdentity* identity = nullptr;
+    os::NameLasts nameLasts = os::NameLasts::kOnceGiven;  // of a companion that is made
 };
 
 class CompanionWriter {
@@ -45,6 +46,7 @@ class CompanionWriter {
   private:
     const Place* mItem = nullptr;
     const os::ItemIdentity* mIdentity = nullptr;
+    os::NameLasts mNameLasts = os::NameLasts::kOnceGiven;
     Companion mCompanion;
 };
 

@@ -124,13 +124,14 @@ void SyncFolder(int inFolder) {
 
 // Gives a new file, the outcome of whose writing is told, the name that it is to have, which nothing has. 0
 // or an errno; it is gone then.
-int GiveNewName(int inFolder, const std::string& inNewName, const std::string& inName, int inError) {
+int GiveNewName(int inFolder, const std::string& inNewName, const std::string& inName, int inError,
+                NameLasts inNameLasts = NameLasts::kOnceGiven) {
     int error = inError;
     if (error == 0) error = RenameToNew(inFolder, inNewName.c_str(), inFolder, inName.c_str());
-    if (error == 0)
-        SyncFolder(inFolder);
-    else
+    if (error != 0)
         (void)Calls().unlinkat(inFolder, inNewName.c_str(), 0);
+    else if (inNameLasts == NameLasts::kOnceGiven)
+        SyncFolder(inFolder);
     return error;
 }
 
@@ -166,7 +167,7 @@ int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8
 }
 
 int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,
-             const NewFileAccess& inAccess, ItemIdentity& outMade) {
+             const NewFileAccess& inAccess, ItemIdentity& outMade, NameLasts inNameLasts) {
     std::string newName;
     Descriptor file;
     int error = MakeTemporaryFor(inAccess, inFolder, newName, file);
@@ -174,9 +175,12 @@ int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& 
     ItemStatus made;
     error = GetDescriptorStatus(file.Number(), made);
     outMade = made.identity;
-    if (error == 0) error = GiveAccess(file.Number(), inAccess);
+    NewFileAccess access = inAccess;
+    const auto& owner = access.owner;
+    if (error == 0 && owner && owner->user == made.owner && owner->group == made.group) access.owner.reset();
+    if (error == 0) error = GiveAccess(file.Number(), access);
     if (error == 0) error = FinishNew(file, WriteAt(file.Number(), inBytes));
-    return GiveNewName(inFolder, newName, inName, error);
+    return GiveNewName(inFolder, newName, inName, error, inNameLasts);
 }
 
 int CopyToNew(int inDescriptor, int inFolder, const std::string& inName) {

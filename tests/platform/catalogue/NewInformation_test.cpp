@@ -79,6 +79,26 @@ TEST_P(NewInformation, AllOfItIsANewItemTold) {
     }
 }
 
+// The name of its companion lasts as its own does, which is not synced; an old item's is to stay.
+TEST_P(NewInformation, ANewNameIsNotSynced) {
+    static toolbox::os::SystemCalls sReal;
+    static int sSyncs;
+    sReal = toolbox::os::Calls();
+    sSyncs = 0;
+    toolbox::os::CallsForTesting().fsync = [](int inDescriptor) {
+        ++sSyncs;
+        return sReal.fsync(inDescriptor);
+    };
+    const OSErr error = Make(false, SomeInfo());
+    const int syncs = sSyncs;
+    const OSErr oldError = SetLock(RefOf(mFolder.MakeFile("old")), true);
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ(noErr, error);
+    EXPECT_EQ(1, syncs) << "what it holds";
+    EXPECT_EQ(noErr, oldError);
+    EXPECT_EQ(3, sSyncs) << "what it holds, and its name";
+}
+
 TEST_P(NewInformation, WhatCannotBeToldMakesNoItem) {
     FSCatalogInfo info = SomeInfo();
     info.backupDate = {0xFFFF, 0, 0};

@@ -36,8 +36,10 @@ bool NeedsCompanion(FSCatalogInfoBitmap inWhich);
 
 // Whether those bits can be set out of a record, which may be null; what FSSetCatalogInfo answers where not.
 [[nodiscard]] OSStatus CheckSettable(FSCatalogInfoBitmap inWhich, const FSCatalogInfo* inInfo);
-// As FSSetCatalogInfo, of bits that are settable: all of it is set, or none.
+// As FSSetCatalogInfo, of bits that are settable: all of it is set, or none. A companion that is made for it
+// outlasts a failure of the machine, but that of a new item only as the item itself does.
+enum class ItemAge { kOld, kNew };
 [[nodiscard]] OSStatus SetInfoOf(const FoundItem& inItem, FSCatalogInfoBitmap inWhich,
-                                 const FSCatalogInfo& inInfo);
+                                 const FSCatalogInfo& inInfo, ItemAge inAge = ItemAge::kOld);
 
 }  // namespace toolbox::files

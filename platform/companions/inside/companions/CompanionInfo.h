@@ -4,6 +4,7 @@
 // Functions answer 0 or an errno, and may throw std::bad_alloc, with nothing left open.
 #pragma once
 
+#include "os/Replace.h"
 #include "places/Place.h"
 
 #include <sys/stat.h>
@@ -64,8 +65,10 @@ struct CompanionSizes {
 // so that two who set different parts lose nothing of each other's. It may be called several times, each
 // time with what is there. ENOENT or ESTALE, too, when the item is there no more; EBUSY when others write for
 // too long.
+//   inNameLasts  that of a companion that is made
 [[nodiscard]] int ChangeInfo(const Place& inItem, const os::ItemIdentity& inIdentity,
-                             const std::function<void(CompanionInfo&)>& inChange);
+                             const std::function<void(CompanionInfo&)>& inChange,
+                             os::NameLasts inNameLasts = os::NameLasts::kOnceGiven);
 
 // What may be done with a companion by the mode of its item: those who may not read or write the one may not
 // read or write the other, but for the owner, who always may. A link's, which all may read, tells nothing.
