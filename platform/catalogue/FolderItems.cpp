@@ -99,7 +99,8 @@ OSStatus FindByName(const FoundItem& inFolder, std::u16string_view inName, Found
     OSStatus status = OpenFoundFolder(inFolder, place);
     if (status == noErr) status = FindAtPlace(inFolder, place, outItem);
     if (status != fnfErr) return status;
-    if (!KnownNames::Shared().HasNone(place, CompanionName(place.name))) DropLeftover(place);
+    if (KnownNames::Shared().HasNeither(place)) return fnfErr;
+    DropLeftover(place);
     status = FindSimilarName(inName, place);
     return status == noErr ? FindAtPlace(inFolder, place, outItem) : status;
 }

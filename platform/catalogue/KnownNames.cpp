@@ -3,6 +3,7 @@
 #include "MountTable.h"
 #include "VolumeFeatures.h"
 #include "catalogue/DescriptorPaths.h"
+#include "companions/Companions.h"
 
 #include <pthread.h>
 
@@ -57,10 +58,14 @@ bool KnownNames::HasNoneLike(const os::ItemStatus& inFolder, std::u16string_view
     return folder != nullptr && !folder->names.Has(NumberOf(inFolded));
 }
 
-bool KnownNames::HasNone(const Place& inFolder, const std::string& inDiskName) {
-    std::u16string folded;
-    FoldDiskName(inDiskName, folded);
-    return HasNoneLike(inFolder.folderStatus, folded);
+bool KnownNames::HasNeither(const Place& inItem) {
+    std::u16string name;
+    std::u16string companion;
+    FoldDiskName(inItem.name, name);
+    FoldDiskName(CompanionName(inItem.name), companion);
+    const os::MutexLock lock(mMutex);
+    const Folder* const folder = FindWhole(inItem.folderStatus);
+    return folder != nullptr && !folder->names.Has(NumberOf(name)) && !folder->names.Has(NumberOf(companion));
 }
 
 bool KnownNames::HasSpecNamesOnly(const os::ItemStatus& inFolder) noexcept {

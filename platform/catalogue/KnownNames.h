@@ -48,8 +48,9 @@ class KnownNames {
     // Whether a folder, which was just opened, has no name that is similar. False where that is not known.
     //   inFolded  FoldedName of it
     bool HasNoneLike(const os::ItemStatus& inFolder, std::u16string_view inFolded) noexcept;
-    // The same, for a name as on disk. May throw std::bad_alloc.
-    bool HasNone(const Place& inFolder, const std::string& inDiskName);
+    // Whether it has none that is similar to what has a place, and none to its companion. May throw
+    // std::bad_alloc.
+    bool HasNeither(const Place& inItem);
     // Whether each of its names is its name in a specification, too.
     bool HasSpecNamesOnly(const os::ItemStatus& inFolder) noexcept;
 

@@ -108,10 +108,11 @@ int NewItem::MakeFolder() {
 }
 
 int NewItem::Make() {
-    int error = CheckNewName(mPlace, {});
-    if (error == 0 && !KnownNames::Shared().HasNone(mPlace, CompanionName(mPlace.name))) {
+    int error = 0;
+    if (!KnownNames::Shared().HasNeither(mPlace)) {
+        error = CheckNewName(mPlace, {});
         const NoNewCompanions noneComes;
-        error = mOrphan.SetAside(mPlace);
+        if (error == 0) error = mOrphan.SetAside(mPlace);
     }
     if (error == 0) error = mKind == os::ItemKind::kFolder ? MakeFolder() : MakeFile();
     mIsToDelete = error == 0;
