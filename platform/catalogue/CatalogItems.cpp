@@ -2,6 +2,7 @@
 #include "ItemCompanions.h"
 #include "MovedItems.h"
 #include "NameWriter.h"
+#include "NearItems.h"
 #include "catalogue/DescriptorPaths.h"
 #include "catalogue/ItemInfo.h"
 #include "catalogue/Volumes.h"
@@ -87,11 +88,28 @@ OSErr MakeByRef(const FSRef* inFolder, const NameText& inName, os::ItemKind inKi
     }
 }
 
-OSStatus Delete(const FSRef& inRef) {
-    FoundItem item;
+// What fails here is done again in the ordinary way, which tells why.
+bool DeleteNear(const FSRef& inRef) {
+    NearItem item;
+    bool isLocked = false;
+    return item.Find(inRef) && CheckOwnerUnlocked(item.ItemPlace()) == noErr &&
+           DeleteUnlockedItem(item.ItemPlace(), item.Status(), isLocked) == 0;
+}
+
+OSStatus DeleteFound(const FoundItem& inItem) {
     Place place;
-    const OSStatus status = OpenItemOfRef(inRef, item, place);
-    return status == noErr ? StatusOfChange(DeleteItem(place, item.status.kind), item) : status;
+    bool isLocked = false;
+    const OSStatus status = OpenItem(inItem, place, LockCheck::kByCaller);
+    if (status != noErr) return status;
+    const int error = DeleteUnlockedItem(place, inItem.status, isLocked);
+    return isLocked ? OSStatus{fLckdErr} : StatusOfChange(error, inItem);
+}
+
+OSStatus Delete(const FSRef& inRef) {
+    if (DeleteNear(inRef)) return noErr;
+    FoundItem item;
+    const OSStatus status = FindByRef(inRef, item);
+    return status == noErr ? DeleteFound(item) : status;
 }
 
 OSStatus Move(const FSRef& inRef, const FSRef& inFolder, FSRef* outRef) {
@@ -191,10 +209,8 @@ OSStatus MakeFolder(SInt16 inVolume, SInt32 inFolderID, ConstStr255Param inName,
 
 OSStatus DeleteBySpec(const FSSpec& inSpec) {
     FoundItem item;
-    Place place;
-    OSStatus status = FindBySpec(inSpec, item);
-    if (status == noErr) status = OpenItem(item, place);
-    return status == noErr ? StatusOfChange(DeleteItem(place, item.status.kind), item) : status;
+    const OSStatus status = FindBySpec(inSpec, item);
+    return status == noErr ? DeleteFound(item) : status;
 }
 
 }  // namespace

@@ -21,4 +21,13 @@ std::string_view NameInPath(std::string_view inPath);
 // What the table is told of an item that is met by a name.
 PathStep StepOf(const os::ItemStatus& inStatus, bool inIsVolumeRoot, std::string_view inName);
 
+// Where the item of a reference was met by the name that it means: who it is on disk, its folder, and the
+// name there. False where that is not remembered, and of a volume's root.
+struct RememberedPlace {
+    os::ItemIdentity item;
+    os::ItemIdentity folder;
+    std::string name;
+};
+bool GetRememberedPlace(const FSRef& inRef, RememberedPlace& outPlace);
+
 }  // namespace toolbox::files

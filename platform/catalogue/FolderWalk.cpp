@@ -61,8 +61,20 @@ OSStatus FolderWalk::Open(const FSRef& inFolder) {
     if (mKind == WalkKind::kDelete && mFolder.facts.nodeID == kRootID) return fBsyErr;
     status = OpenFoundFolder(mFolder, mPlace);
     if (status != noErr) return status == dirNFErr ? OSStatus{fnfErr} : status;
+    return Begin(inFolder);
+}
+
+OSStatus FolderWalk::OpenAt(const FSRef& inFolder, const FoundItem& inFound, const Place& inPlace) {
+    const int error = OpenFolderAt(inPlace, mPlace);
+    if (error != 0) return IsMissing(error) ? fnfErr : StatusOfErrno(error);
+    if (!IsSameFolder(mPlace.folderStatus, inFound.status)) return fnfErr;
+    mFolder = inFound;
+    return Begin(inFolder);
+}
+
+OSStatus FolderWalk::Begin(const FSRef& inFolder) {
     Level level = {mPlace.folderStatus, {}, StampOf(mPlace.folderStatus), {}, false, FolderNames()};
-    status = Read(mPlace, level);
+    const OSStatus status = Read(mPlace, level);
     if (status != noErr) return status;
     mLevels.push_back(std::move(level));
     Learn(mPlace.folderStatus);
@@ -81,12 +93,13 @@ OSStatus FolderWalk::Read(Place& ioPlace, Level& ioLevel) const {
     return noErr;
 }
 
-// What the times of the last level's folder tell, which was just looked at.
+// What the times of the last level's folder tell, which was just looked at. Where items are deleted, it
+// changes with each of them, and what was read of it is never what is there.
 void FolderWalk::Learn(const os::ItemStatus& inFolder) {
     const Level& level = mLevels.back();
     const Stamp now = StampOf(inFolder);
     mHasChanged = mHasChanged || now != level.met;
-    mKnowsNames = level.isReadSettled && now == level.read;
+    mKnowsNames = mKind != WalkKind::kDelete && level.isReadSettled && now == level.read;
 }
 
 void FolderWalk::LookAtFolder() {
@@ -282,6 +295,34 @@ OSStatus FolderWalk::GetVolume(SInt16& outVolume) {
     }
     outVolume = mVolume;
     return noErr;
+}
+
+bool FolderWalk::Lend(const os::ItemIdentity& inFolder, Place& outPlace, FoundItem& outFolder) noexcept {
+    const bool isIt =
+        mPlace.folder.IsOpen() && !mLevels.empty() && mPlace.folderStatus.identity.IsSameItem(inFolder);
+    if (!isIt) return false;
+    outPlace.folder = std::move(mPlace.folder);
+    outPlace.folderStatus = mPlace.folderStatus;
+    outFolder = std::move(mFolder);
+    return true;
+}
+
+void FolderWalk::TakeBack(Place& ioPlace, FoundItem& ioFolder) noexcept {
+    if (mPlace.folder.IsOpen() || mLevels.empty()) return;
+    if (!IsSameFolder(ioPlace.folderStatus, mLevels.back().folder)) return;
+    mPlace.folder = std::move(ioPlace.folder);
+    mPlace.folderStatus = ioPlace.folderStatus;
+    mFolder = std::move(ioFolder);
+    Learn(mPlace.folderStatus);
+}
+
+bool FolderWalk::OpenAbove(Place& outPlace, FoundItem& outFolder) noexcept {
+    if (!mPlace.folder.IsOpen() || mLevels.size() != 1) return false;
+    if (OpenFolderAt(mPlace.folder.Number(), "..", outPlace) != 0) return false;
+    outFolder = std::move(mFolder);
+    outFolder.path.resize(std::max<std::size_t>(outFolder.path.rfind('/'), 1));
+    outFolder.status = outPlace.folderStatus;
+    return true;
 }
 
 void FolderWalk::Park() noexcept {

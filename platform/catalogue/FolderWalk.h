@@ -37,6 +37,8 @@ class FolderWalk {
     // Once. fnfErr, errFSNotAFolder, fBsyErr for a volume's root of which items are to be deleted;
     // afpAccessDenied for a folder that may not be read.
     [[nodiscard]] OSStatus Open(const FSRef& inFolder);
+    // The same of a folder that was just found at a place, whose path is then not gone down.
+    [[nodiscard]] OSStatus OpenAt(const FSRef& inFolder, const FoundItem& inFound, const Place& inPlace);
 
     // The item that comes next, the same until it is passed. errFSNoMoreItems at the end; else a status of
     // what cannot be looked at, listed or entered: afpAccessDenied, fBsyErr for what is mounted where items
@@ -47,6 +49,8 @@ class FolderWalk {
     // Goes on behind it, or behind what failed.
     void Pass(bool inWasHandedOut);
 
+    // Whether it can be known without a look at each item that it has no companion.
+    bool MayKnowNames() const { return mKind != WalkKind::kDelete; }
     // Looks at the folder that is listed now, so that what was read of it counts no longer than it is true.
     void LookAtFolder();
     // Whether a folder was changed while it was gone through, as far as was looked and as its times tell;
@@ -58,6 +62,13 @@ class FolderWalk {
 
     // Closes what is open, and forgets what was read, until the next GetItem.
     void Park() noexcept;
+
+    // Gives the folder away that is listed now, if it is this one and is open, with what was found of it;
+    // unless it comes back, it is opened again when it is needed. What is not that folder does not come back.
+    [[nodiscard]] bool Lend(const os::ItemIdentity& inFolder, Place& outPlace, FoundItem& outFolder) noexcept;
+    void TakeBack(Place& ioPlace, FoundItem& ioFolder) noexcept;
+    // Opens the folder above the one that it began with, by "..", if that is open. For the last use.
+    [[nodiscard]] bool OpenAbove(Place& outPlace, FoundItem& outFolder) noexcept;
 
   private:
     struct Stamp {
@@ -76,6 +87,7 @@ class FolderWalk {
     enum class Step { kItem, kReading, kEntering, kOpening };
 
     static Stamp StampOf(const os::ItemStatus& inFolder);
+    [[nodiscard]] OSStatus Begin(const FSRef& inFolder);
     [[nodiscard]] OSStatus EnsureOpen();
     [[nodiscard]] OSStatus Read(Place& ioPlace, Level& ioLevel) const;
     [[nodiscard]] OSStatus GoOn(bool& outIsThere);

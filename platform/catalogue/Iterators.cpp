@@ -1,3 +1,4 @@
+#include "NearItems.h"
 #include "OpenIterators.h"
 #include "catalogue/ItemInfo.h"
 
@@ -77,17 +78,35 @@ OSStatus GetBulk(OpenIterators::Number inNumber, const BulkQuestion& inQuestion,
     const OpenIterators::Use use(OpenIterators::Shared(), inNumber);
     if (use.Status() != noErr) return use.Status();
     FolderWalk& walk = use.Walk();
-    if (outHasChanged != nullptr || NeedsCompanion(inQuestion.which)) walk.LookAtFolder();
+    if (outHasChanged != nullptr || (walk.MayKnowNames() && NeedsCompanion(inQuestion.which)))
+        walk.LookAtFolder();
     const OSStatus status = FillAll(walk, inQuestion, outCount);
     if (outHasChanged != nullptr) *outHasChanged = walk.HasChanged();
     return status;
 }
 
-OSStatus Open(const FSRef& inFolder, WalkKind inKind, FSIterator& outIterator) {
+// In the folder of another iterator, as those of a tree that is gone through are; null: not so.
+std::unique_ptr<FolderWalk> OpenNear(const FSRef& inFolder, WalkKind inKind,
+                                     OpenIterators::Number& outAbove) {
+    NearItem folder;
+    FoundItem found;
+    if (!folder.Find(inFolder) || folder.Status().kind != os::ItemKind::kFolder) return nullptr;
+    if (FindAtPlace(folder.Folder(), folder.ItemPlace(), found) != noErr) return nullptr;
     auto walk = std::make_unique<FolderWalk>(inKind);
-    const OSStatus status = walk->Open(inFolder);
-    if (status != noErr) return status;
-    const OpenIterators::Number number = OpenIterators::Shared().Add(std::move(walk));
+    if (walk->OpenAt(inFolder, found, folder.ItemPlace()) != noErr) return nullptr;
+    outAbove = folder.Holder();
+    return walk;
+}
+
+OSStatus Open(const FSRef& inFolder, WalkKind inKind, FSIterator& outIterator) {
+    OpenIterators::Number above = 0;
+    std::unique_ptr<FolderWalk> walk = OpenNear(inFolder, inKind, above);
+    if (walk == nullptr) {
+        walk = std::make_unique<FolderWalk>(inKind);
+        const OSStatus status = walk->Open(inFolder);
+        if (status != noErr) return status;
+    }
+    const OpenIterators::Number number = OpenIterators::Shared().Add(std::move(walk), above);
     outIterator = reinterpret_cast<FSIterator>(number);
     return noErr;
 }

@@ -16,10 +16,11 @@ namespace {
 
 // noErr for what may be deleted, moved and renamed. What something else than a folder is mounted upon the
 // system refuses by itself.
-OSStatus CheckMayGo(const Place& inPlace, const os::ItemStatus& inItem) {
+OSStatus CheckMayGo(const Place& inPlace, const os::ItemStatus& inItem, LockCheck inLockCheck) {
     if (inPlace.name.empty() || IsVolumeRoot(inPlace, inItem)) return paramErr;
     const OSStatus status = CheckOwnerUnlocked(inPlace);
-    return status == noErr ? CheckUnlocked(inPlace, inItem) : status;
+    const bool isHere = status == noErr && inLockCheck == LockCheck::kHere;
+    return isHere ? CheckUnlocked(inPlace, inItem) : status;
 }
 
 }  // namespace
@@ -31,10 +32,10 @@ OSStatus OpenFolderOfRef(const FSRef& inRef, FoundItem& outFolder, Place& outPla
     return OpenFoundFolder(outFolder, outPlace);
 }
 
-OSStatus OpenItem(const FoundItem& inItem, Place& outPlace) {
+OSStatus OpenItem(const FoundItem& inItem, Place& outPlace, LockCheck inLockCheck) {
     if (IsDescriptorPath(inItem.path)) return fnfErr;  // it has no name
     const OSStatus status = OpenPlace(inItem, outPlace);
-    return status == noErr ? CheckMayGo(outPlace, inItem.status) : status;
+    return status == noErr ? CheckMayGo(outPlace, inItem.status, inLockCheck) : status;
 }
 
 OSStatus OpenItemOfRef(const FSRef& inRef, FoundItem& outItem, Place& outPlace) {

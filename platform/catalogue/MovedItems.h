@@ -12,7 +12,11 @@ namespace toolbox::files {
 
 // The place of an item that was just found and may be deleted, moved, renamed and exchanged. fnfErr for one
 // that has no name, paramErr for the root folder of a volume, fLckdErr for one that is locked.
-[[nodiscard]] OSStatus OpenItem(const FoundItem& inItem, Place& outPlace);
+//   inLockCheck  kByCaller: the caller looks whether the item is locked; here it is only looked whether it is
+//                the companion of one that is
+enum class LockCheck { kHere, kByCaller };
+[[nodiscard]] OSStatus OpenItem(const FoundItem& inItem, Place& outPlace,
+                                LockCheck inLockCheck = LockCheck::kHere);
 [[nodiscard]] OSStatus OpenItemOfRef(const FSRef& inRef, FoundItem& outItem, Place& outPlace);
 
 // A folder as a place without a name. dirNFErr when it is gone, errFSNotAFolder when it is none.

@@ -2,6 +2,7 @@
 
 #include "Finding.h"
 #include "KnownNames.h"
+#include "companions/CompanionInfo.h"
 #include "companions/Companions.h"
 #include "names/CatalogueNames.h"
 #include "os/Rename.h"
@@ -48,6 +49,14 @@ int DeleteFolder(const Place& inPlace) {
     if (error != ENOTEMPTY) return error;
     error = DeleteOwnCompanion(inPlace);
     return error == 0 ? DeleteNamed(inPlace, os::ItemKind::kFolder) : error;
+}
+
+// The item first: what is stopped in between leaves a companion without its item, which is an ordinary file,
+// and not an item that has lost what it had.
+int DeleteWith(HeldCompanion& ioCompanion, const Place& inPlace, os::ItemKind inKind) {
+    const int error = inKind == os::ItemKind::kFolder ? DeleteFolder(inPlace) : DeleteNamed(inPlace, inKind);
+    if (error == 0) ioCompanion.Delete();
+    return error;
 }
 
 void RecordAt(const Place& inPlace, const os::ItemStatus& inItem, NodeFacts& outFacts) {
@@ -134,17 +143,22 @@ NewItem::~NewItem() {
     }
 }
 
-// The item first: what is stopped in between leaves a companion without its item, which is an ordinary file,
-// and not an item that has lost what it had.
 int DeleteItem(const Place& inPlace, os::ItemKind inKind) {
     const NoNewCompanions noneComes;
     HeldCompanion companion;
-    int error = companion.Take(inPlace);
+    const int error = companion.Take(inPlace);
     // What may not be looked at stays, as another user's file.
-    if (error != 0 && error != EACCES) return error;
-    error = inKind == os::ItemKind::kFolder ? DeleteFolder(inPlace) : DeleteNamed(inPlace, inKind);
-    if (error == 0) companion.Delete();
-    return error;
+    return error == 0 || error == EACCES ? DeleteWith(companion, inPlace, inKind) : error;
+}
+
+int DeleteUnlockedItem(const Place& inPlace, const os::ItemStatus& inItem, bool& outIsLocked) {
+    const NoNewCompanions noneComes;
+    HeldCompanion companion;
+    int error = companion.Take(inPlace);
+    outIsLocked = inItem.isImmutable;
+    if (error == 0 && companion.IsThere()) error = IsLocked(inPlace, inItem, outIsLocked);
+    if (outIsLocked) return EPERM;
+    return error == 0 || error == EACCES ? DeleteWith(companion, inPlace, inItem.kind) : error;
 }
 
 int MoveItem(const Place& inPlace, const os::ItemStatus& inItem, Place& ioNewPlace, NodeFacts& outFacts) {

@@ -2,6 +2,7 @@
 
 #include <toolbox/MacErrors.h>
 
+#include <new>
 #include <utility>
 
 namespace toolbox::files {
@@ -12,10 +13,10 @@ OpenIterators& OpenIterators::Shared() {
     return iterators;
 }
 
-OpenIterators::Number OpenIterators::Add(std::unique_ptr<FolderWalk> inWalk) {
+OpenIterators::Number OpenIterators::Add(std::unique_ptr<FolderWalk> inWalk, Number inAbove) {
     const os::MutexLock lock(mMutex);
     const Number number = mLast + 1;
-    const auto added = mEntries.emplace(number, Entry{std::move(inWalk), false, false, {}}).first;
+    const auto added = mEntries.emplace(number, Entry{std::move(inWalk), false, false, {}, inAbove}).first;
     try {
         Hold(number, added->second);
     } catch (...) {
@@ -28,15 +29,59 @@ OpenIterators::Number OpenIterators::Add(std::unique_ptr<FolderWalk> inWalk) {
 
 OSStatus OpenIterators::Remove(Number inNumber) {
     std::unique_ptr<FolderWalk> walk;  // ends when the lock is gone
+    Number above = 0;
+    {
+        const os::MutexLock lock(mMutex);
+        const auto found = mEntries.find(inNumber);
+        if (found == mEntries.end()) return errFSIteratorNotFound;
+        Entry& entry = found->second;
+        if (entry.isInUse) return fBsyErr;
+        walk = std::move(entry.walk);
+        const auto other = mEntries.find(entry.above);
+        if (other != mEntries.end() && !other->second.isHeld) above = entry.above;
+        if (entry.isHeld) mHeld.erase(entry.place);
+        mEntries.erase(found);
+    }
+    if (above != 0) Reopen(above, *walk);
+    return noErr;
+}
+
+bool OpenIterators::HasAny() {
+    const os::MutexLock lock(mMutex);
+    return !mEntries.empty();
+}
+
+OpenIterators::Number OpenIterators::Lend(const os::ItemIdentity& inFolder, Place& outPlace,
+                                          FoundItem& outFolder) {
+    const os::MutexLock lock(mMutex);
+    for (const Number number : mHeld) {
+        const Entry& entry = mEntries.find(number)->second;
+        if (!entry.isInUse && entry.walk->Lend(inFolder, outPlace, outFolder)) return number;
+    }
+    return 0;
+}
+
+void OpenIterators::TakeBack(Number inNumber, Place& ioPlace, FoundItem& ioFolder) {
     const os::MutexLock lock(mMutex);
     const auto found = mEntries.find(inNumber);
-    if (found == mEntries.end()) return errFSIteratorNotFound;
-    Entry& entry = found->second;
-    if (entry.isInUse) return fBsyErr;
-    walk = std::move(entry.walk);
-    if (entry.isHeld) mHeld.erase(entry.place);
-    mEntries.erase(found);
-    return noErr;
+    if (found == mEntries.end() || found->second.isInUse || !found->second.isHeld) return;
+    found->second.walk->TakeBack(ioPlace, ioFolder);
+}
+
+// What was parked, because it was not used for long, is used next, now that the one below goes.
+void OpenIterators::Reopen(Number inNumber, FolderWalk& ioBelow) noexcept {
+    Place place;
+    FoundItem folder;
+    if (!ioBelow.OpenAbove(place, folder)) return;
+    try {
+        const os::MutexLock lock(mMutex);
+        const auto found = mEntries.find(inNumber);
+        if (found == mEntries.end() || found->second.isInUse) return;
+        Hold(inNumber, found->second);
+        found->second.walk->TakeBack(place, folder);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 void OpenIterators::Hold(Number inNumber, Entry& ioEntry) {
@@ -83,6 +128,15 @@ OpenIterators::Use::Use(OpenIterators& ioIterators, Number inNumber)
 
 OpenIterators::Use::~Use() {
     if (mWalk != nullptr) mIterators.End(mNumber);
+}
+
+void OpenIterators::Loan::Begin(OpenIterators& ioIterators, const os::ItemIdentity& inFolder) {
+    mIterators = &ioIterators;
+    mFrom = ioIterators.Lend(inFolder, place, folder);
+}
+
+OpenIterators::Loan::~Loan() {
+    if (mFrom != 0) mIterators->TakeBack(mFrom, place, folder);
 }
 
 }  // namespace toolbox::files

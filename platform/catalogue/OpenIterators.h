@@ -25,9 +25,12 @@ class OpenIterators {
     static OpenIterators& Shared();
 
     // May throw std::bad_alloc, with the walk ended.
-    [[nodiscard]] Number Add(std::unique_ptr<FolderWalk> inWalk);
+    //   inAbove  that in whose folder this one's folder was found, or 0: if it is parked by the time when
+    //            this one goes, its folder is found from here
+    [[nodiscard]] Number Add(std::unique_ptr<FolderWalk> inWalk, Number inAbove = 0);
     // errFSIteratorNotFound when there is none, fBsyErr when it is in use.
     [[nodiscard]] OSStatus Remove(Number inNumber);
+    bool HasAny();
 
     // While it lives, the walk is this thread's alone. Statuses as above; there is no walk then. May throw
     // std::bad_alloc.
@@ -48,18 +51,42 @@ class OpenIterators {
         OSStatus mStatus;
     };
 
+    // A folder that some iterator holds, while this lives. Who uses that iterator meanwhile opens it again.
+    class Loan {
+      public:
+        Loan() = default;
+        ~Loan();
+        Loan(const Loan&) = delete;
+        Loan& operator=(const Loan&) = delete;
+
+        // Once.
+        void Begin(OpenIterators& ioIterators, const os::ItemIdentity& inFolder);
+        Number From() const { return mFrom; }  // 0: no iterator holds it
+
+        Place place;  // without a name
+        FoundItem folder;
+
+      private:
+        OpenIterators* mIterators = nullptr;
+        Number mFrom = 0;
+    };
+
   private:
     struct Entry {
         std::unique_ptr<FolderWalk> walk;
         bool isInUse = false;
         bool isHeld = false;
         std::list<Number>::iterator place;  // in mHeld, if it is held
+        Number above = 0;
     };
 
     [[nodiscard]] OSStatus Begin(Number inNumber, FolderWalk*& outWalk);
     void End(Number inNumber) noexcept;
     void Hold(Number inNumber, Entry& ioEntry) NEEDS_LOCK(mMutex);
     void ParkOthers() noexcept NEEDS_LOCK(mMutex);
+    [[nodiscard]] Number Lend(const os::ItemIdentity& inFolder, Place& outPlace, FoundItem& outFolder);
+    void TakeBack(Number inNumber, Place& ioPlace, FoundItem& ioFolder);
+    void Reopen(Number inNumber, FolderWalk& ioBelow) noexcept;
 
     os::Mutex mMutex;
     Number mLast GUARDED_BY(mMutex) = 0;

@@ -236,6 +236,20 @@ bool ReadRef(const FSRef& inRef, os::ItemIdentity& outItem) {
     return isRef;
 }
 
+bool GetRememberedPlace(const FSRef& inRef, RememberedPlace& outPlace) {
+    RefContents contents;
+    if (!ReadContents(inRef, contents)) return false;
+    const NodeTable& table = NodeTable::Shared();
+    if (contents.nameHash == 0) {
+        outPlace.item = contents.identity;
+        return table.GetNameOfFolder(contents.identity, outPlace.folder, outPlace.name);
+    }
+    outPlace.item = table.OnDisk(contents.identity);
+    outPlace.folder = contents.folder;
+    return table.GetNameIn(contents.folder, outPlace.item, outPlace.name) &&
+           HashOfName(outPlace.name) == contents.nameHash;
+}
+
 OSStatus FindByRef(const FSRef& inRef, FoundItem& outItem) {
     RefContents contents;
     if (!ReadContents(inRef, contents)) return errFSBadFSRef;

@@ -62,7 +62,10 @@ bool NodeTable::RecordChild(const os::ItemIdentity& inFolder, const PathStep& in
         outFacts = RecordHint(inChild, folder);
         return true;
     }
-    if (IsWithin(folder, FindKey(KeyOf(inChild.identity)))) return false;
+    const Index known = FindKey(KeyOf(inChild.identity));
+    // What is new holds nothing, and what lies in the folder already does not hold it: no way up is needed.
+    const bool isPlain = known == kNone || mFolders[known].parent == folder;
+    if (!isPlain && IsWithin(folder, known)) return false;
     outFacts = FactsOf(RecordFolder(inChild, folder));
     return true;
 }
@@ -298,6 +301,32 @@ std::vector<NodeHint> NodeTable::GetHints(const os::ItemIdentity& inItem) const 
         return false;
     });
     return hints;
+}
+
+bool NodeTable::GetNameIn(const os::ItemIdentity& inFolder, const os::ItemIdentity& inItem,
+                          std::string& outName) const {
+    const os::MutexLock lock(mMutex);
+    const Index folder = FindFolder(inFolder);
+    if (folder == kNone) return false;
+    const Index found = mHintIndex.Find(KeyOf(inItem).Hash(), [&](Index inIndex) {
+        mMutex.AssertHeld();
+        return mHints[inIndex].folder == folder && mHints[inIndex].identity.IsSameItem(inItem);
+    });
+    if (found == NumberIndex::kNone) return false;
+    outName = mHints[found].name;
+    return true;
+}
+
+bool NodeTable::GetNameOfFolder(const os::ItemIdentity& inFolder, os::ItemIdentity& outParent,
+                                std::string& outName) const {
+    const os::MutexLock lock(mMutex);
+    const Index index = FindFolder(inFolder);
+    if (index == kNone) return false;
+    const Folder& folder = mFolders[index];
+    if (folder.parent == kNone || folder.isVolumeRoot != 0) return false;
+    outParent = mFolders[folder.parent].identity;
+    outName = folder.name;
+    return true;
 }
 
 std::size_t NodeTable::Count() const {

@@ -1,9 +1,11 @@
 // Whole folders, over the real toolbox.
+#include "os/SystemCalls.h"
 #include "platform/catalogue/ItemChanges.h"
 #include "support/FailEach.h"
 #include "support/FailingNew.h"
 #include "support/FileWorld.h"
 
+#include <fcntl.h>
 #include <files/Containers.h>
 #include <files/References.h>
 #include <foundation/LException.h>
@@ -30,13 +32,20 @@ class ContainersOnToolbox : public ItemChangesTest<support::FileWorldTest> {
     ~ContainersOnToolbox() override { EXPECT_EQ(mDescriptors, OpenDescriptorCount()); }
 
     void ExpectPrecious() const { EXPECT_EQ("file=what nobody may lose, ", PictureOf(mFolder / "precious")); }
-    // Folders in each other below the tree, with a file in the last.
-    void MakeDeep(int inDepth) const {
-        std::string path = "tree";
-        for (int i = 0; i < inDepth; ++i)
-            path += "/d";
-        mFolder.MakeFolder(path);
-        mFolder.MakeFile(path + "/last");
+    // Folders in each other below the tree, with a file in the last; deeper than any path leads.
+    void MakeDeep(const std::string& inFolder, ItemCount inDepth) const {
+        const toolbox::os::SystemCalls& calls = toolbox::os::Calls();
+        int folder =
+            calls.openat(AT_FDCWD, (mFolder / inFolder).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC, 0);
+        for (ItemCount i = 0; i < inDepth; ++i) {
+            ASSERT_EQ(0, calls.mkdirat(folder, "d", 0700)) << i;
+            const int next = calls.openat(folder, "d", O_PATH | O_DIRECTORY | O_CLOEXEC, 0);
+            EXPECT_EQ(0, calls.close(folder));
+            folder = next;
+        }
+        const int file = calls.openat(folder, "last", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        EXPECT_EQ(0, calls.close(file));
+        EXPECT_EQ(0, calls.close(folder));
     }
     FSRef Tree() const { return RefOf(mFolder / "tree"); }
 
@@ -138,9 +147,18 @@ TEST_P(ContainersOnToolbox, FoldersThatMayNotBeRead) {
     EXPECT_EQ("closed(file=contents, ), ", PictureOf(mFolder / "tree"));
 }
 
+// Ten thousand levels where a file system in memory can be had: on disk each of them takes milliseconds. The
+// kit's own tells whole paths.
 TEST_P(ContainersOnToolbox, DeepFolders) {
-    MakeDeep(300);
-    const FSRef tree = Tree();
+    const bool isMounted = mFolder.Memory() == nullptr && mFolder.MayMount();
+    const ItemCount depth = isMounted ? 10'000 : 300;
+    mFolder.MakeFolder("volume");
+    if (isMounted) {
+        ASSERT_EQ(0, mFolder.MountVolume(mFolder / "volume"));
+    }
+    mFolder.MakeFolder("volume/tree");
+    MakeDeep("volume/tree", depth);
+    const FSRef tree = RefOf(mFolder / "volume/tree");
     static ItemCount sDeepest;
     sDeepest = 0;
     EXPECT_EQ(noErr, FSIterateContainer(
@@ -151,9 +169,9 @@ TEST_P(ContainersOnToolbox, DeepFolders) {
                              return false;
                          },
                          nullptr));
-    EXPECT_EQ(301U, sDeepest);
+    EXPECT_EQ(depth + 1, sDeepest);
     EXPECT_EQ(noErr, FSDeleteContainer(&tree));
-    EXPECT_FALSE(FileWorld::Exists(mFolder / "tree"));
+    EXPECT_FALSE(FileWorld::Exists(mFolder / "volume/tree"));
 }
 
 // Nothing but what lies in the tree goes, whatever memory there is; and what it needs, it needs before

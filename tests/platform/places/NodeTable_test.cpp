@@ -31,6 +31,19 @@ PathStep Root() {
     return VolumeRoot(2, "", kDisk);
 }
 
+// Of what is no folder in one, and of a folder in the one above; "" where none is told.
+std::string NameIn(const NodeTable& inTable, const PathStep& inFolder, const PathStep& inItem) {
+    std::string name;
+    return inTable.GetNameIn(inFolder.identity, inItem.identity, name) ? name : "";
+}
+std::string NameOf(const NodeTable& inTable, const PathStep& inFolder, const PathStep& inParent) {
+    std::string name;
+    ItemIdentity parent;
+    if (!inTable.GetNameOfFolder(inFolder.identity, parent, name)) return "";
+    EXPECT_TRUE(parent.IsSameItem(inParent.identity));
+    return name;
+}
+
 // Where the table says that the item is; the names of one that has several one after the other.
 std::string PathOf(const NodeTable& inTable, const PathStep& inStep) {
     NodeHint hint;
@@ -491,6 +504,28 @@ TEST(NodeTable, AnExchangedFilesIdPassesToNoOther) {
     EXPECT_EQ(2, found.birthNanos);
     ASSERT_TRUE(table.FindID(kDisk, kFirstAllottedID, found));
     EXPECT_EQ(400u, found.inode);
+}
+
+TEST(NodeTable, NamesWithoutPaths) {
+    NodeTable table;
+    const PathStep folder = Folder(100, "folder");
+    const PathStep other = Folder(200, "other");
+    const PathStep volume = VolumeRoot(2, "volume");
+    const PathStep file = File(300, "file");
+    table.Record({Root(), folder, file});
+    table.Record({Root(), other});
+    table.Record({Root(), volume});
+    EXPECT_EQ("file", NameIn(table, folder, file));
+    EXPECT_EQ("", NameIn(table, other, file));
+    EXPECT_EQ("", NameIn(table, Folder(400, "unknown"), file));
+    EXPECT_EQ("", NameIn(table, folder, {{kDisk, 300, 2}, false, "file", false})) << "has the inode since";
+    table.Record({Root(), other, OneOfItsNames(300, "another")});
+    EXPECT_EQ("file", NameIn(table, folder, file));
+    EXPECT_EQ("another", NameIn(table, other, file));
+    EXPECT_EQ("folder", NameOf(table, folder, Root()));
+    EXPECT_EQ("", NameOf(table, Root(), Root()));
+    EXPECT_EQ("", NameOf(table, volume, Root())) << "has the folder's name where it is mounted";
+    EXPECT_EQ("", NameOf(table, Folder(400, "unknown"), Root()));
 }
 
 }  // namespace

@@ -47,6 +47,8 @@ class HeldCompanion {
     // looked at.
     [[nodiscard]] int Take(const Place& inItem);
 
+    bool IsThere() const { return mFile.IsOpen(); }
+
     // Before the item gets its new place: the companion's name there. EEXIST when something has it,
     // ENAMETOOLONG when there is no room for it.
     [[nodiscard]] int AddName(const Place& inNewItem);

@@ -98,6 +98,13 @@ class NodeTable {
     // The names by which an item that is no folder was met, as far as they are kept.
     std::vector<NodeHint> GetHints(const os::ItemIdentity& inItem) const;
 
+    // Without paths. A name by which what is no folder was met in a folder, as far as it is kept; and a
+    // folder's name, and the folder where it has it: false of a volume's root too.
+    bool GetNameIn(const os::ItemIdentity& inFolder, const os::ItemIdentity& inItem,
+                   std::string& outName) const;
+    bool GetNameOfFolder(const os::ItemIdentity& inFolder, os::ItemIdentity& outParent,
+                         std::string& outName) const;
+
     // The item with a node id, which is not kRootID: roots are found by their volumes. False when the table
     // has none; it may know no more of one whose id is its inode.
     bool FindID(std::uint64_t inDevice, NodeID inID, os::ItemIdentity& outItem) const;

@@ -1,0 +1,27 @@
+// Items in folders that open iterators hold: found there by their names, however long the folder's path is.
+#pragma once
+
+#include "OpenIterators.h"
+
+namespace toolbox::files {
+
+// One thread at a time. Functions may throw std::bad_alloc.
+class NearItem {
+  public:
+    // Once. False where no iterator holds the item's folder, where the item is not at the name by which it
+    // was met there, and of a volume's root: then it is to be found in the ordinary way, which also tells
+    // what is wrong.
+    [[nodiscard]] bool Find(const FSRef& inRef);
+
+    // As long as this lives: where it is, what the system tells of it, its folder and who holds that.
+    const Place& ItemPlace() const { return mLoan.place; }
+    const os::ItemStatus& Status() const { return mStatus; }
+    const FoundItem& Folder() const { return mLoan.folder; }
+    OpenIterators::Number Holder() const { return mLoan.From(); }
+
+  private:
+    OpenIterators::Loan mLoan;
+    os::ItemStatus mStatus;
+};
+
+}  // namespace toolbox::files
