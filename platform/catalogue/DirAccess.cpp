@@ -1,5 +1,7 @@
 #include "HeldItem.h"
+#include "ItemCompanions.h"
 #include "ParamBlocks.h"
+#include "catalogue/DescriptorPaths.h"
 #include "catalogue/Volumes.h"
 #include "os/SystemCalls.h"
 #include "status/StatusOfErrno.h"
@@ -61,21 +63,46 @@ OSStatus GetAccess(AccessParam& ioBlock) {
     return noErr;
 }
 
+struct ChangedFolder {
+    HeldItem held;
+    Place place;  // its companion's
+    bool hasPlace = false;
+    os::ItemStatus before;
+
+    const Place* PlaceOrNull() const { return hasPlace ? &place : nullptr; }
+};
+
+OSStatus Open(const FoundItem& inFolder, ChangedFolder& outFolder) {
+    OSStatus status = outFolder.held.Open(inFolder);
+    outFolder.hasPlace = !IsDescriptorPath(inFolder.path);
+    if (status == noErr && outFolder.hasPlace) status = OpenItsPlace(inFolder, outFolder.place);
+    return status == noErr ? StatusOfErrno(outFolder.held.GetStatus(outFolder.before)) : status;
+}
+
+int SetMode(const ChangedFolder& inFolder, const os::ItemStatus& inStatus, mode_t inMode,
+            ChangedMode& outMode) {
+    const bool isSo = (inStatus.mode & kModeMask) == inMode;
+    return isSo ? 0 : outMode.Set(inFolder.held, inStatus, inFolder.PlaceOrNull(), inMode);
+}
+
 // While the folder changes hands nobody has rights that he had not before or is not to have: those that the
 // new owner or group is to have, the old one must not get, nor the other way round.
-int GiveAway(const HeldItem& inFolder, const os::ItemStatus& inBefore, uid_t inOwner, gid_t inGroup,
-             mode_t inMode) {
-    const mode_t before = inBefore.mode & kModeMask;
-    const mode_t narrow = before & inMode;
-    int error = narrow == before ? 0 : inFolder.SetMode(narrow);
-    if (error == 0) error = inFolder.SetOwner(inOwner, inGroup);
-    if (error != 0) {
-        if (narrow != before) (void)inFolder.SetMode(before);
-        return error;
+int GiveAway(const ChangedFolder& inFolder, uid_t inOwner, gid_t inGroup, mode_t inMode) {
+    const os::ItemStatus& before = inFolder.before;
+    os::ItemStatus narrow = before;
+    narrow.mode &= static_cast<std::uint16_t>(inMode | ~kModeMask);
+    ChangedMode narrowed;
+    int error = SetMode(inFolder, before, narrow.mode & kModeMask, narrowed);
+    if (error == 0) error = inFolder.held.SetOwner(inOwner, inGroup);
+    if (error != 0) return error;
+    {
+        ChangedMode mode;
+        error = SetMode(inFolder, narrow, inMode, mode);
+        if (error == 0) mode.Stay();
     }
-    if (narrow != inMode) error = inFolder.SetMode(inMode);
-    if (error == 0) return 0;
-    if (inFolder.SetOwner(inBefore.owner, inBefore.group) == 0) (void)inFolder.SetMode(before);
+    // Where it cannot be taken back, the old rights are not the new owner's.
+    const bool isBack = error != 0 && inFolder.held.SetOwner(before.owner, before.group) == 0;
+    if (!isBack) narrowed.Stay();
     return error;
 }
 
@@ -85,19 +112,21 @@ OSStatus SetAccess(const AccessParam& inBlock) {
     // To the system it means that there is nothing to be changed.
     if (owner == kNobody || group == kNobody) return paramErr;
     FoundItem found;
-    HeldItem folder;
+    ChangedFolder folder;
     OSStatus status = FindFolder(inBlock, found);
-    if (status == noErr) status = folder.Open(found);
-    os::ItemStatus before;
-    if (status == noErr) status = StatusOfErrno(folder.GetStatus(before));
+    if (status == noErr) status = Open(found, folder);
     if (status != noErr) return status;
+    const os::ItemStatus& before = folder.before;
     const auto access = static_cast<UInt32>(inBlock.ioACAccess);
     const unsigned rights = ModeOfRights(access >> kOwnerShift) << 6 |
                             ModeOfRights(access >> kGroupShift) << 3 | ModeOfRights(access >> kEveryoneShift);
     const mode_t mode = (before.mode & kModeMask & ~kRightsMask) | rights;
     if (owner != before.owner || group != before.group)
-        return StatusOfChange(GiveAway(folder, before, owner, group, mode), found);
-    return mode == (before.mode & kModeMask) ? OSStatus{noErr} : StatusOfChange(folder.SetMode(mode), found);
+        return StatusOfChange(GiveAway(folder, owner, group, mode), found);
+    ChangedMode changed;
+    const int error = SetMode(folder, before, mode, changed);
+    if (error == 0) changed.Stay();
+    return StatusOfChange(error, found);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include "CatalogTest.h"
+#include "FolderPicture.h"
 #include "support/FailEach.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
@@ -126,6 +127,40 @@ TEST_P(DirAccessTest, WhatElseIsInTheModeStays) {
     ASSERT_EQ(noErr, Set("folder", geteuid(), getegid(), kioACAccessOwnerReadMask));
     EXPECT_EQ(03400U, ModeOf("folder"));
     FileWorld::SetMode(mFolder / "folder", 0700);
+}
+
+TEST_P(DirAccessTest, TheFoldersCompanionFollows) {
+    mFolder.MakeFolder("folder");
+    mFolder.MakeFile("._folder", CompanionBytes("fork"));
+    const auto expect = [&](unsigned inMode, unsigned inCompanionMode) {
+        EXPECT_EQ(inMode, ModeOf("folder"));
+        EXPECT_EQ(inCompanionMode, ModeOf("._folder")) << inMode;
+    };
+    constexpr UInt32 kOwnerAll =
+        kioACAccessOwnerSearchMask | kioACAccessOwnerReadMask | kioACAccessOwnerWriteMask;
+    FileWorld::SetMode(mFolder / "folder", 0755);
+    FileWorld::SetMode(mFolder / "._folder", 0644);
+    ASSERT_EQ(noErr, Set("folder", geteuid(), getegid(), kOwnerAll));
+    expect(0700, 0600);
+    ASSERT_EQ(noErr, Set("folder", geteuid(), getegid(), kOwnerAll | kioACAccessGroupReadMask));
+    expect(0740, 0640);
+    if (geteuid() != 0) return;  // only an administrator gives folders away
+    ASSERT_EQ(noErr, Set("folder", geteuid(), 4321, kOwnerAll | kioACAccessEveryoneReadMask));
+    expect(0704, 0604);
+    // What cannot be done whole is not done at all.
+    for (const int failing : {1, 2}) {
+        static int sLeft;
+        static decltype(mSaved.fchmodat) sReal;
+        sLeft = failing;
+        sReal = mSaved.fchmodat;
+        CallsForTesting().fchmodat = [](int inFolder, const char* inPath, mode_t inMode, int inFlags) {
+            return --sLeft == 0 ? (errno = EIO, -1) : sReal(inFolder, inPath, inMode, inFlags);
+        };
+        EXPECT_EQ(ioErr, Set("folder", geteuid(), 55, kOwnerAll | kioACAccessGroupReadMask)) << failing;
+        CallsForTesting() = mSaved;
+        expect(0704, 0604);
+        EXPECT_EQ(4321U, FileWorld::StatusOf(mFolder / "folder").stx_gid);
+    }
 }
 
 TEST_P(DirAccessTest, TheModeComesBackWhenTheOwnerCannotBeSet) {
