@@ -113,30 +113,19 @@ void FolderNames::Pass() {
     ++mNext;
 }
 
-// Whether one of the current one's number is what two parts make together.
-bool FolderNames::IsBeside(std::string_view inPrefix, std::string_view inRest) const {
+bool FolderNames::HasCompanionName() const {
     const std::uint64_t number = mNames[mNext].number;
-    const auto isIt = [&](std::size_t inIndex) {
+    const std::string_view item = TextOf(mNames[mNext]);
+    const auto isCompanions = [&](std::size_t inIndex) {
         const std::string_view text = TextOf(mNames[inIndex]);
-        return text.size() == inPrefix.size() + inRest.size() && text.starts_with(inPrefix) &&
-               text.ends_with(inRest);
+        return text.size() == kCompanionPrefix.size() + item.size() && text.starts_with(kCompanionPrefix) &&
+               text.ends_with(item);
     };
     for (std::size_t i = mNext; i > 0 && mNames[i - 1].number == number; --i)
-        if (isIt(i - 1)) return true;
+        if (isCompanions(i - 1)) return true;
     for (std::size_t i = mNext + 1; i < mNames.size() && mNames[i].number == number; ++i)
-        if (isIt(i)) return true;
+        if (isCompanions(i)) return true;
     return false;
-}
-
-bool FolderNames::HasCompanionName() const {
-    return IsBeside(kCompanionPrefix, TextOf(mNames[mNext]));
-}
-
-bool FolderNames::IsCompanionName() const {
-    std::string_view item = TextOf(mNames[mNext]);
-    if (!item.starts_with(kCompanionPrefix)) return false;
-    item.remove_prefix(kCompanionPrefix.size());
-    return item == "." || IsBeside({}, item);  // the folder's own, perhaps
 }
 
 void FolderNames::Clear() noexcept {

@@ -38,10 +38,8 @@ class FolderNames {
     const char* Current() const;
     void Pass();
 
-    // Whether a companion's name is beside the current one; and whether the current one is that of a
-    // companion, with the item's beside it. By the names, as they were when they were read.
+    // Whether a companion's name is beside the current one, as it was when they were read.
     bool HasCompanionName() const;
-    bool IsCompanionName() const;
 
     // Forgets what was read, but not what was passed.
     void Drop() noexcept;
@@ -60,7 +58,6 @@ class FolderNames {
     }
     bool IsBefore(const Name& inLeft, const Name& inRight) const;
     bool IsPassed(const Name& inName) const;
-    bool IsBeside(std::string_view inPrefix, std::string_view inRest) const;
     void Take(std::string_view inName);
     void Sort();
     void KeepHalf();
