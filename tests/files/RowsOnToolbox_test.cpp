@@ -2,6 +2,7 @@
 #include "platform/catalogue/ItemChanges.h"
 #include "platform/forks/ForkTest.h"
 #include "support/FileWorld.h"
+#include "support/Rounds.h"
 
 #include <files/Access.h>
 #include <files/Exchange.h>
@@ -161,6 +162,30 @@ TEST_P(RowsOnToolbox, CopiesOfForks) {
             }
     }
     EXPECT_EQ("contents", FileWorld::Contents(mFolder / "file"));
+}
+
+// Beyond what 32 bits count. What is a hole is read, and written, as zeros, which takes seconds.
+TEST_P(RowsOnToolbox, FSCopyForkOfMoreThanFourGigabytes) {
+    if (mFolder.Memory() != nullptr || support::Rounds(1) == 1)
+        GTEST_SKIP() << "over the real file system, where MIRTAL_TEST_LONG is 1";
+    constexpr SInt64 kBeyond = 0x1'0000'0003;
+    const Opened from(RefOf(mFolder.MakeFile("source", "first")), Which::kData);
+    const Opened to(mFile, Which::kData);
+    ASSERT_EQ(noErr, FSWriteFork(from, fsFromStart, kBeyond, 4, "last", nullptr));
+    std::vector<char> buffer(1 << 20);
+    ASSERT_EQ(noErr, FSCopyFork(from, to, buffer.data(), buffer.size()));
+    SInt64 size = 0;
+    EXPECT_EQ(noErr, FSGetForkSize(to, &size));
+    EXPECT_EQ(kBeyond + 4, size);
+    const auto read = [&](SInt64 inPosition) {
+        std::string bytes(6, '?');
+        ByteCount count = 0;
+        (void)FSReadFork(to, fsFromStart, inPosition, bytes.size(), bytes.data(), &count);
+        return bytes.substr(0, count);
+    };
+    EXPECT_EQ(std::string("first\0", 6), read(0));
+    EXPECT_EQ(std::string(6, '\0'), read(0x8000'0000));
+    EXPECT_EQ(std::string("\0\0last", 6), read(kBeyond - 2));
 }
 
 TEST_P(RowsOnToolbox, SizesOfForks) {
