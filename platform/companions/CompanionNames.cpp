@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <new>
 #include <utility>
 
 namespace toolbox::files {
@@ -110,6 +111,7 @@ NoNewCompanions::~NoNewCompanions() {
 }
 
 int HeldCompanion::Take(const Place& inItem) {
+    mItem = &inItem;
     mFolder = inItem.folder.Number();
     mName = CompanionName(inItem.name);
     LockedFile companion;
@@ -121,9 +123,12 @@ int HeldCompanion::Take(const Place& inItem) {
 }
 
 int HeldCompanion::AddName(const Place& inNewItem) {
-    if (!mFile.IsOpen()) return 0;
     mNewName = CompanionName(inNewItem.name);
     const int newFolder = inNewItem.folder.Number();
+    if (!mFile.IsOpen()) {
+        mLaterFolder = newFolder;
+        return 0;
+    }
     // A mark that cannot be made, as on another user's file, makes an ordinary file of a leftover, no more.
     SetMarkOf(mFile.DescriptorNumber(), mStatus, true);
     int error = 0;
@@ -151,13 +156,33 @@ HeldCompanion::~HeldCompanion() {
     if (HasNewName()) Unlink(mNewFolder, mNewName);
 }
 
+// Whoever makes a companion looks after that whether its item is still there, and takes it away where it is
+// not; he may have looked before the item went.
+template <typename Do>
+void HeldCompanion::IfOneCameLater(Do inDo) noexcept {
+    try {
+        LockedFile later;
+        os::ItemStatus item;
+        if (OpenLocked(mFolder, mName, later) == 0 && !IsMarked(later.status) &&
+            GetStatus(*mItem, item) == ENOENT)
+            inDo();
+    } catch (const std::bad_alloc&) {
+        // Then it stays as an ordinary file.
+    }
+}
+
 void HeldCompanion::LeaveOldName() noexcept {
+    if (mLaterFolder >= 0)
+        IfOneCameLater(
+            [this] { (void)os::RenameToNew(mFolder, mName.c_str(), mLaterFolder, mNewName.c_str()); });
     if (HasNewName() && IsAt(mFolder, mName, mStatus.identity)) Unlink(mFolder, mName);
     mNewFolder = -1;  // also where that cannot be told: then it is the old name that is left over
 }
 
 void HeldCompanion::Delete() noexcept {
-    if (mFile.IsOpen() && IsAt(mFolder, mName, mStatus.identity))
+    if (!mFile.IsOpen())
+        IfOneCameLater([this] { (void)os::Calls().unlinkat(mFolder, mName.c_str(), 0); });
+    else if (IsAt(mFolder, mName, mStatus.identity))
         (void)os::Calls().unlinkat(mFolder, mName.c_str(), 0);
 }
 

@@ -31,6 +31,15 @@ int Lock(int inFolder, const std::string& inName, int inDescriptor) {
     return named.identity.IsSameItem(opened.identity) ? 0 : ENOENT;
 }
 
+// What has the name by now may be another's.
+void RemoveMade(int inFolder, const std::string& inName, int inDescriptor) {
+    os::ItemStatus made;
+    os::ItemStatus named;
+    if (os::GetDescriptorStatus(inDescriptor, made) == 0 &&
+        os::GetStatusAt(inFolder, inName.c_str(), named) == 0 && named.identity.IsSameItem(made.identity))
+        (void)os::Calls().unlinkat(inFolder, inName.c_str(), 0);
+}
+
 }  // namespace
 
 // Not by a call that waits: who is stopped while he holds the lock would stop us, too.
@@ -89,19 +98,19 @@ int CompanionWriter::Replace(const std::vector<AppleDoublePart>& inParts) {
     const NoNewCompanions noOther;
     os::ItemStatus before;
     os::ItemStatus after;
-    os::ItemIdentity made;
+    os::Descriptor made;
     int error = CheckItem(before);
-    if (error == 0) error = os::MakeFile(folder, name, bytes, AccessOfCompanion(before), made, mNameLasts);
+    if (error == 0) error = os::MakeFile(folder, name, bytes, AccessOfCompanion(before), made);
     if (error != 0) return error;
-    // Another process may have moved the item; and one that became private meanwhile was not followed.
+    // Another process may have moved or deleted the item. Nobody takes the companion for one without an item
+    // before that is known, because it is locked.
     error = CheckItem(after);
-    if (error == ENOENT || error == ESTALE) {
-        os::ItemStatus named;
-        if (os::GetStatusAt(folder, name.c_str(), named) == 0 && named.identity.IsSameItem(made))
-            (void)os::RemoveFile(folder, name);
-        return error;
-    }
-    if (error != 0) return 0;
+    const bool isGone = error == ENOENT || error == ESTALE;
+    if (isGone) RemoveMade(folder, name, made.Number());
+    made = {};
+    if (mNameLasts == os::NameLasts::kOnceGiven) os::SyncFolder(folder);
+    if (error != 0) return isGone ? error : 0;
+    // One that became private meanwhile was not followed.
     const bool isFollowed = ModeOfCompanion(after.mode) == ModeOfCompanion(before.mode);
     return isFollowed ? 0 : SetCompanionMode(*mItem, after.identity, ModeOfCompanion(after.mode));
 }

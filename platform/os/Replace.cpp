@@ -115,27 +115,23 @@ int FinishNew(Descriptor& ioFile, int inError) {
     return error == 0 ? closeError : error;
 }
 
-// So that a name outlasts a failure of the machine. Where that cannot be had, as in a folder that may not be
-// read, the system writes it later; the name is there already, and nobody is told that it were not.
-void SyncFolder(int inFolder) {
-    Descriptor folder;
-    if (OpenFile(inFolder, ".", O_RDONLY | O_DIRECTORY, folder) == 0) (void)Sync(folder.Number());
-}
-
 // Gives a new file, the outcome of whose writing is told, the name that it is to have, which nothing has. 0
 // or an errno; it is gone then.
-int GiveNewName(int inFolder, const std::string& inNewName, const std::string& inName, int inError,
-                NameLasts inNameLasts = NameLasts::kOnceGiven) {
+int GiveNewName(int inFolder, const std::string& inNewName, const std::string& inName, int inError) {
     int error = inError;
     if (error == 0) error = RenameToNew(inFolder, inNewName.c_str(), inFolder, inName.c_str());
-    if (error != 0)
-        (void)Calls().unlinkat(inFolder, inNewName.c_str(), 0);
-    else if (inNameLasts == NameLasts::kOnceGiven)
-        SyncFolder(inFolder);
+    if (error != 0) (void)Calls().unlinkat(inFolder, inNewName.c_str(), 0);
     return error;
 }
 
 }  // namespace
+
+// Where that cannot be had, as in a folder that may not be read, the system writes them later; they are there
+// already, and nobody is told that they were not.
+void SyncFolder(int inFolder) {
+    Descriptor folder;
+    if (OpenFile(inFolder, ".", O_RDONLY | O_DIRECTORY, folder) == 0) (void)Sync(folder.Number());
+}
 
 int MakeTemporaryFile(int inFolder, mode_t inMode, std::string& outName, Descriptor& outFile) {
     int error = EEXIST;
@@ -167,20 +163,21 @@ int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8
 }
 
 int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,
-             const NewFileAccess& inAccess, ItemIdentity& outMade, NameLasts inNameLasts) {
+             const NewFileAccess& inAccess, Descriptor& outFile) {
     std::string newName;
-    Descriptor file;
-    int error = MakeTemporaryFor(inAccess, inFolder, newName, file);
+    int error = MakeTemporaryFor(inAccess, inFolder, newName, outFile);
     if (error != 0) return error;
+    const int file = outFile.Number();
+    (void)Calls().flock(file, LOCK_EX | LOCK_NB);
     ItemStatus made;
-    error = GetDescriptorStatus(file.Number(), made);
-    outMade = made.identity;
+    error = GetDescriptorStatus(file, made);
     NewFileAccess access = inAccess;
     const auto& owner = access.owner;
     if (error == 0 && owner && owner->user == made.owner && owner->group == made.group) access.owner.reset();
-    if (error == 0) error = GiveAccess(file.Number(), access);
-    if (error == 0) error = FinishNew(file, WriteAt(file.Number(), inBytes));
-    return GiveNewName(inFolder, newName, inName, error, inNameLasts);
+    if (error == 0) error = GiveAccess(file, access);
+    if (error == 0) error = WriteAt(file, inBytes);
+    if (error == 0) error = Sync(file);
+    return GiveNewName(inFolder, newName, inName, error);
 }
 
 int CopyToNew(int inDescriptor, int inFolder, const std::string& inName) {
@@ -192,7 +189,9 @@ int CopyToNew(int inDescriptor, int inFolder, const std::string& inName) {
     if (error != 0) return error;
     error = GiveAccess(file.Number(), access);
     if (error == 0) error = FinishNew(file, CopyBytes(inDescriptor, file.Number()));
-    return GiveNewName(inFolder, newName, inName, error);
+    error = GiveNewName(inFolder, newName, inName, error);
+    if (error == 0) SyncFolder(inFolder);
+    return error;
 }
 
 int ReplaceFile(const std::string& inPath, const std::vector<UInt8>& inBytes) {

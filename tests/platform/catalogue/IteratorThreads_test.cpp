@@ -1,6 +1,7 @@
 // Folders gone through by several threads at once, each with iterators of its own, while others make, rename
 // and delete what is in them. Run under the thread sanitizer too.
 #include "Iterating.h"
+#include "support/OneWorld.h"
 #include "support/Rounds.h"
 
 #include <gtest/gtest.h>
@@ -21,11 +22,7 @@ constexpr int kChanging = 2;
 constexpr int kStaying = 40;
 const int kRounds = support::Rounds(60);
 
-class RealFolder : public testing::Test {
-  protected:
-    support::FileWorld mFolder{support::FileWorld::kReal};
-};
-class IteratorThreads : public ItemChangesTest<RealFolder> {
+class IteratorThreads : public ItemChangesTest<support::RealFolderTest> {
   protected:
     // Names that come and go, also by their companions.
     void Change(int inThread, const FSRef& inFolder) {

@@ -2,6 +2,7 @@
 // sanitizer too.
 #include "ItemChanges.h"
 #include "catalogue/KnownNames.h"
+#include "support/OneWorld.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/ItemLookup.h>
@@ -20,11 +21,7 @@ constexpr int kMovers = 4;
 constexpr int kItems = 3;
 constexpr int kRounds = 60;
 
-class RealFolder : public testing::Test {
-  protected:
-    support::FileWorld mFolder{support::FileWorld::kReal};
-};
-class NameThreads : public ItemChangesTest<RealFolder> {};
+class NameThreads : public ItemChangesTest<support::RealFolderTest> {};
 
 // Somebody else was quicker.
 bool IsOutcome(OSErr inError) {

@@ -127,6 +127,68 @@ TEST_P(NameWriter, AnothersFileAtTheOldNameStays) {
     EXPECT_EQ("._a=another's, ._b=2:#fork of a, b=of a, kept=2:#fork of a, ", Picture());
 }
 
+// Another process looked for its item before that went, and tells no more of it.
+TEST_P(NameWriter, ACompanionThatComesMeanwhileGoesWithItsItem) {
+    const FSRef folder = RefOf(mFolder.MakeFolder("sub"));
+    static const FileWorld* sFolder;
+    static toolbox::os::SystemCalls sReal;
+    sFolder = &mFolder;
+    sReal = toolbox::os::Calls();
+    const auto expect = [&](const std::string& inPicture, auto inChange) {
+        const FSRef ref = RefOf(mFolder.MakeFile("a", "of a"));
+        toolbox::os::SystemCalls& calls = toolbox::os::CallsForTesting();
+        calls.unlinkat = [](int inFolder, const char* inName, int inFlags) {
+            toolbox::os::CallsForTesting() = sReal;
+            sFolder->MakeFile("._a", CompanionBytes("late"));
+            return sReal.unlinkat(inFolder, inName, inFlags);
+        };
+        calls.renameat2 = [](int inFolder, const char* inName, int inNewFolder, const char* inNewName,
+                             unsigned inFlags) {
+            toolbox::os::CallsForTesting() = sReal;
+            sFolder->MakeFile("._a", CompanionBytes("late"));
+            return sReal.renameat2(inFolder, inName, inNewFolder, inNewName, inFlags);
+        };
+        EXPECT_EQ(noErr, inChange(ref));
+        toolbox::os::CallsForTesting() = sReal;
+        EXPECT_EQ(inPicture, Picture());
+    };
+    expect("sub(), ", [](const FSRef& inItem) { return FSDeleteObject(&inItem); });
+    expect("._b=#late, b=of a, sub(), ", [](const FSRef& inItem) { return Rename(inItem, u"b"); });
+    expect("._b=#late, b=of a, sub(._a=#late, a=of a, ), ",
+           [&](const FSRef& inItem) { return Move(inItem, folder); });
+}
+
+// It is not an orphan where its item is there again, or where another's is just coming.
+TEST_P(NameWriter, AnothersCompanionThatComesMeanwhileStays) {
+    const FSRef ref = RefOf(mFolder.MakeFile("a", "of a"));
+    static const FileWorld* sFolder;
+    static toolbox::os::SystemCalls sReal;
+    sFolder = &mFolder;
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().unlinkat = [](int inFolder, const char* inName, int inFlags) {
+        toolbox::os::CallsForTesting() = sReal;
+        const int result = sReal.unlinkat(inFolder, inName, inFlags);
+        sFolder->MakeFile("a", "another's");
+        sFolder->MakeFile("._a", CompanionBytes("another's"));
+        return result;
+    };
+    EXPECT_EQ(noErr, FSDeleteObject(&ref));
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ("._a=#another's, a=another's, ", Picture());
+    const FSRef again = RefOf(mFolder / "a");
+    FileWorld::Remove(mFolder / "._a");
+    toolbox::os::CallsForTesting().unlinkat = [](int inFolder, const char* inName, int inFlags) {
+        toolbox::os::CallsForTesting() = sReal;
+        sFolder->MakeFile("kept", CompanionBytes("coming"));
+        FileWorld::SetMode(*sFolder / "kept", 01644);
+        EXPECT_EQ(0, FileWorld::MakeHardLink(*sFolder / "kept", *sFolder / "._a"));
+        return sReal.unlinkat(inFolder, inName, inFlags);
+    };
+    EXPECT_EQ(noErr, FSDeleteObject(&again));
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ("._a=2:#coming, kept=2:#coming, ", Picture());
+}
+
 TEST_P(NameWriter, WhatWouldBeAdoptedIsSetAside) {
     const FSRef ref = RefOf(MakeWithCompanion("", "a"));
     const FSRef folder = RefOf(mFolder.MakeFolder("sub"));

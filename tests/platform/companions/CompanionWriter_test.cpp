@@ -1,6 +1,7 @@
 // Two writers of one companion lose nothing. What the other one does is done in the middle of a call.
 #include "companions/CompanionFork.h"
 #include "companions/CompanionInfo.h"
+#include "companions/CompanionNames.h"
 #include "companions/Companions.h"
 #include "formats/AppleDouble.h"
 #include "os/SystemCalls_test_access.h"
@@ -216,6 +217,30 @@ TEST_P(CompanionWriters, NothingIsMadeBesideNoItem) {
     info.encodingHint = 5;
     EXPECT_EQ(ENOENT, WriteInfo(mPlace, info));
     EXPECT_EQ(0U, FileWorld::NamesIn(mFolder.Path()).size());
+}
+
+// While it is not known whether the item is still there, nobody takes a new one for one that has none.
+TEST_P(CompanionWriters, NewOnesAreNoOrphansUntilTheirItemIsLookedAt) {
+    static const FileWorld* sFolder;
+    static const Place* sPlace;
+    sFolder = &mFolder;
+    sPlace = &mPlace;
+    sReal = Calls();
+    CallsForTesting().renameat2 = [](int inOld, const char* inOldName, int inNew, const char* inNewName,
+                                     unsigned inFlags) {
+        CallsForTesting() = sReal;
+        const int result = sReal.renameat2(inOld, inOldName, inNew, inNewName, inFlags);
+        FileWorld::Remove(*sFolder / "file");
+        AsideOrphan orphan;
+        EXPECT_EQ(EBUSY, orphan.SetAside(*sPlace));
+        return result;
+    };
+    EXPECT_EQ(ENOENT, WriteComment("comment"));
+    EXPECT_EQ(0U, FileWorld::NamesIn(mFolder.Path()).size());
+    mFolder.MakeFile("file");
+    EXPECT_EQ(0, WriteComment("comment"));
+    HeldCompanion companion;
+    EXPECT_EQ(0, companion.Take(mPlace)) << "locked no more";
 }
 
 TEST_P(CompanionWriters, NewOnesFollowTheirItem) {

@@ -52,22 +52,28 @@ class HeldCompanion {
     // Before the item gets its new place: the companion's name there. EEXIST when something has it,
     // ENAMETOOLONG when there is no room for it.
     [[nodiscard]] int AddName(const Place& inNewItem);
-    // Once the item has its new place: takes the old name away. Where that fails it stays as a leftover.
+    // Once the item has its new place: takes the old name away. Where that fails it stays as a leftover. One
+    // that another process made since it was looked for goes with its item.
     void LeaveOldName() noexcept;
 
-    // After the item is deleted. What cannot be deleted stays as an ordinary file.
+    // After the item is deleted, with one that was made meanwhile. What cannot be deleted stays as an
+    // ordinary file.
     void Delete() noexcept;
 
   private:
     [[nodiscard]] bool HasNewName() const noexcept;
     void Unlink(int inFolder, const std::string& inName) noexcept;
+    template <typename Do>
+    void IfOneCameLater(Do inDo) noexcept;
 
+    const Place* mItem = nullptr;
     os::FileRange mFile;
     os::ItemStatus mStatus;
     int mFolder = -1;
     std::string mName;
     int mNewFolder = -1;  // while it has both names
     std::string mNewName;
+    int mLaterFolder = -1;  // where one is to go that comes later
     bool mIsCopied = false;
 };
 

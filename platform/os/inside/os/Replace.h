@@ -32,19 +32,21 @@ struct NewFileAccess {
     std::optional<mode_t> mode;  // permissions; none: those that the process gives to new files
 };
 
-// When a name is one that outlasts a failure of the machine: once it is given, or when the system comes to
-// write it, as with names that are just made.
+// Makes a file of these contents under a name that nothing has in an open folder: it is there whole or not at
+// all, also after the machine has failed, and once the folder is synced it stays there. Whom the access keeps
+// out never could open it. EEXIST when the name is taken.
+//   outFile  the new file, open for writing; where files can be locked, locked (flock) since before it had
+//            the name
+[[nodiscard]] int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,
+                           const NewFileAccess& inAccess, Descriptor& outFile);
+
+// So that the names in an open folder outlast a failure of the machine.
+void SyncFolder(int inFolder);
+// When a new name is to do so: once it is given, or when the system comes to write it, as it does with the names
+// of items that are just made.
 enum class NameLasts { kOnceGiven, kOnceWritten };
 
-// Makes a file of these contents under a name that nothing has in an open folder: it is there whole or not at
-// all, also after the machine has failed. Whom the access keeps out never could open it. EEXIST when the name
-// is taken.
-//   outMade  who the new file is
-[[nodiscard]] int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,
-                           const NewFileAccess& inAccess, ItemIdentity& outMade,
-                           NameLasts inNameLasts = NameLasts::kOnceGiven);
-
-// The same, a copy of an open file, with its owner and its permissions.
+// A copy of an open file, in the same way, but synced and closed, with its owner and its permissions.
 [[nodiscard]] int CopyToNew(int inDescriptor, int inFolder, const std::string& inName);
 
 // A new file in an open folder, open for writing, under a name that nobody reads: it is to be renamed or
