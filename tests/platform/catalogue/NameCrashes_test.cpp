@@ -4,15 +4,11 @@
 #include "ItemChanges.h"
 #include "companions/CompanionInfo.h"
 #include "os/SystemCalls_test_access.h"
-#include "support/FileWorld.h"
+#include "support/KilledChild.h"
 
 #include <gtest/gtest.h>
-#include <sys/ptrace.h>
-#include <sys/wait.h>
 #include <toolbox/FileCopies.h>
-#include <unistd.h>
 
-#include <csignal>
 #include <set>
 #include <string>
 
@@ -20,55 +16,17 @@ namespace {
 
 using namespace test_files;
 
-// The kit's names for a folder of the real file system.
-class RealFolder : public testing::Test {
+class NameCrashes : public ItemChangesTest<support::KilledChildTest> {
   protected:
-    support::FileWorld mFolder{support::FileWorld::kReal};
-};
-
-class NameCrashes : public ItemChangesTest<RealFolder> {
-  protected:
-    // Makes a call in a process of its own, which is killed when it stops for the n-th time, before or after
-    // a system call. False when it ended before that.
-    template <typename Call>
-    static bool IsKilledAt(int inStop, Call inCall) {
-        const pid_t child = fork();
-        if (child == 0) {
-            if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(99);
-            raise(SIGSTOP);
-            _exit(inCall() == noErr ? 0 : 98);
-        }
-        int status = 0;
-        EXPECT_EQ(child, waitpid(child, &status, 0));
-        for (int stop = 0; WIFSTOPPED(status); ++stop) {
-            if (stop == inStop)
-                EXPECT_EQ(0, kill(child, SIGKILL));
-            else
-                EXPECT_EQ(0, ptrace(PTRACE_SYSCALL, child, nullptr, nullptr));
-            EXPECT_EQ(child, waitpid(child, &status, 0));
-        }
-        EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0) << status;
-        return WIFSIGNALED(status);
-    }
-
-    // Kills the call at each stop, with the folder as inPrepare leaves it. After each, once inLook has
-    // looked, the folder must be in one of the states.
+    // As there, of a call that answers a status; the folder's picture is its state, once inLook has looked.
     template <typename Prepare, typename Call, typename Look>
     void ExpectOneOf(const std::set<std::string>& inStates, Prepare inPrepare, Call inCall, Look inLook) {
-        std::set<std::string> seen;
-        for (int stop = 0;; ++stop) {
-            for (const std::string& name : support::FileWorld::NamesIn(mFolder.Path()))
-                support::FileWorld::RemoveAll(mFolder / name);
-            inPrepare();
-            const bool isKilled = IsKilledAt(stop, inCall);
-            inLook();
-            const std::string picture = Picture();
-            EXPECT_EQ(1U, inStates.count(picture)) << stop << ": " << picture;
-            seen.insert(picture);
-            if (!isKilled) break;
-            ASSERT_LT(stop, 2000);
-        }
-        EXPECT_EQ(inStates, seen) << "each of them is met";
+        KilledChildTest::ExpectOneOf(
+            inStates, inPrepare, [&inCall] { return inCall() == noErr; },
+            [this, &inLook] {
+                inLook();
+                return Picture();
+            });
     }
 
     void MakeItemAndFolder() {

@@ -3,12 +3,8 @@
 // its calls are the kernel's.
 #include "ForkTest.h"
 #include "companions/CompanionInfo.h"
+#include "support/KilledChild.h"
 
-#include <sys/ptrace.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
 #include <set>
 
 namespace {
@@ -16,33 +12,8 @@ namespace {
 using namespace test_files;
 using support::FileWorld;
 
-constexpr int kFailed = 98;
-
-class ForkCrashes : public testing::Test {
+class ForkCrashes : public support::KilledChildTest {
   protected:
-    // Makes a call in a process of its own, which is killed when it stops for the n-th time, before or after
-    // a system call. False when it ended before that.
-    template <typename Call>
-    static bool IsKilledAt(int inStop, Call inCall) {
-        const pid_t child = fork();
-        if (child == 0) {
-            if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(99);
-            raise(SIGSTOP);
-            _exit(inCall() ? 0 : kFailed);
-        }
-        int status = 0;
-        EXPECT_EQ(child, waitpid(child, &status, 0));
-        for (int stop = 0; WIFSTOPPED(status); ++stop) {
-            if (stop == inStop)
-                EXPECT_EQ(0, kill(child, SIGKILL));
-            else
-                EXPECT_EQ(0, ptrace(PTRACE_SYSCALL, child, nullptr, nullptr));
-            EXPECT_EQ(child, waitpid(child, &status, 0));
-        }
-        EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0) << status;
-        return WIFSIGNALED(status);
-    }
-
     // What lies in the folder: each fork, and any file that is left over by a name that nobody reads.
     std::string Picture() const {
         std::string text;
@@ -58,32 +29,26 @@ class ForkCrashes : public testing::Test {
     // fork must be written as it was told to by who comes next.
     template <typename Change>
     void ExpectOneOf(const std::set<std::string>& inStates, const std::string& inCompanion, Change inChange) {
-        std::set<std::string> seen;
-        for (int stop = 0;; ++stop) {
-            for (const std::string& name : FileWorld::NamesIn(mFolder.Path()))
-                FileWorld::RemoveAll(mFolder / name);
-            const FSRef file = RefOf(mFolder.MakeFile("file", "data"));
-            if (!inCompanion.empty()) mFolder.MakeFile("._file", inCompanion);
-            const bool isKilled = IsKilledAt(stop, [&] {
+        FSRef file = {};
+        KilledChildTest::ExpectOneOf(
+            inStates,
+            [&] {
+                file = RefOf(mFolder.MakeFile("file", "data"));
+                if (!inCompanion.empty()) mFolder.MakeFile("._file", inCompanion);
+            },
+            [&] {
                 SInt16 number = 0;
                 return OpenFork(file, Which::kResource, fsRdWrPerm, number) == noErr &&
                        inChange(number) == noErr && FSCloseFork(number) == noErr;
-            });
-            const std::string picture = Picture();
-            EXPECT_EQ(1U, inStates.count(picture)) << stop << ": " << picture;
-            seen.insert(picture);
-            {
+            },
+            [&] {
+                std::string picture = Picture();
                 const Opened fork(file, Which::kResource);
-                EXPECT_EQ(noErr, Write(fork, fsFromStart, 9, "!")) << stop;
-                EXPECT_EQ('!', Whole(fork)[9]) << stop;
-            }
-            if (!isKilled) break;
-            ASSERT_LT(stop, 2000);
-        }
-        EXPECT_EQ(inStates, seen) << "each of them is met";
+                EXPECT_EQ(noErr, Write(fork, fsFromStart, 9, "!")) << picture;
+                EXPECT_EQ('!', Whole(fork)[9]) << picture;
+                return picture;
+            });
     }
-
-    FileWorld mFolder{FileWorld::kReal};
 };
 
 std::string Folder(const std::string& inFork) {
