@@ -7,10 +7,11 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libavcodec-dev libavformat-dev libicu-dev libplist-dev
     nlohmann-json3-dev)
 # What the tests need beyond that. The second line is for the layout, of which Debian 12 has the release that counts; the
-# third for the 32-bit big-endian run, the fourth for Java.
+# third for the 32-bit big-endian run, the fourth for images of file systems, the fifth for Java.
 TEST_PACKAGES=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev ffmpeg python3 git mandoc perl locales unar
     clang-format
     g++-powerpc-linux-gnu qemu-user
+    e2fsprogs xfsprogs btrfs-progs squashfs-tools exfatprogs exfat-fuse
     default-jdk-headless junit5 chromium curl)
 
 # What the checks beyond the tests need; the compiler's run-time library has its version in its name.

@@ -51,7 +51,9 @@ struct NewOutputs {
 OSStatus MakeAt(const FoundItem& inFolder, Place& ioPlace, os::ItemKind inKind, const NewInfo& inInfo,
                 const NewOutputs& inOutputs) {
     NewItem made(ioPlace, inKind);
-    OSStatus status = StatusOfChange(made.Make(), inFolder);
+    const int error = made.Make();
+    if (error == EINVAL) return bdNamErr;  // a file system may have no such name
+    OSStatus status = StatusOfChange(error, inFolder);
     if (status != noErr) return status;
     FoundItem item;
     FSSpec spec = {};

@@ -99,7 +99,7 @@ int NewItem::MakeFile() {
     os::Descriptor file;
     int error = os::OpenFile(mPlace.folder.Number(), mPlace.name.c_str(),
                              O_WRONLY | O_CREAT | O_EXCL | os::kItemItself, file, kNewFileMode);
-    if (error != 0) return error;
+    if (error != 0) return os::ErrorOfNewName(mPlace.folder.Number(), error);
     os::ItemStatus status;
     error = os::GetDescriptorStatus(file.Number(), status);
     mIdentity = status.identity;
@@ -108,7 +108,9 @@ int NewItem::MakeFile() {
 }
 
 int NewItem::MakeFolder() {
-    if (os::Calls().mkdirat(mPlace.folder.Number(), mPlace.name.c_str(), kNewFolderMode) != 0) return errno;
+    const int folder = mPlace.folder.Number();
+    if (os::Calls().mkdirat(folder, mPlace.name.c_str(), kNewFolderMode) != 0)
+        return os::ErrorOfNewName(folder, errno);
     os::ItemStatus status;
     const int error = GetStatus(mPlace, status);
     mIdentity = status.identity;

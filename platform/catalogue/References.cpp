@@ -75,6 +75,9 @@ int LookAtHint(const NodeHint& inHint, const Sought& inSought, FoundItem& outIte
     return folder.identity.IsSameItem(inHint.facts.parent) ? 0 : ENOENT;
 }
 
+// Of an entry of which a driver of the user's tells no inode.
+constexpr ino_t kUnknownInode = 0xFFFFFFFF;
+
 // Looks at every name in a folder that may be the item's, until inIsMeant of name and status. 0 or an errno.
 template <typename IsMeant>
 int FindEntry(const std::string& inFolderPath, const Sought& inSought, FoundItem& outItem,
@@ -85,7 +88,8 @@ int FindEntry(const std::string& inFolderPath, const Sought& inSought, FoundItem
     // Of a folder on which a volume is mounted an entry tells the inode beneath, but that one cannot be
     // renamed; and so does a file on which another is mounted, which is found by its name.
     return FindName(place, [&](const struct dirent& inEntry) {
-        if (inEntry.d_ino != inSought.identity.inode && !inSought.MeansName(place.name)) return ENOENT;
+        const bool isOther = inEntry.d_ino != inSought.identity.inode && inEntry.d_ino != kUnknownInode;
+        if (isOther && !inSought.MeansName(place.name)) return ENOENT;
         const std::string path = PathInFolder(inFolderPath, place.name);
         const int lookError = IsDescriptorPath(path) ? LookAt(path, inSought.identity, outItem)
                                                      : GetStatus(place, outItem.status);

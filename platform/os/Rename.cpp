@@ -7,6 +7,7 @@
 #include <linux/fs.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace toolbox::os {
 
@@ -52,9 +53,8 @@ int RenameFileOverEmpty(int inFolder, const char* inName, int inNewFolder, const
     return error;
 }
 
-}  // namespace
-
-int RenameToNew(int inFolder, const char* inName, int inNewFolder, const char* inNewName) {
+// As RenameToNew; ENOENT also for a name that the file system cannot have.
+int RenameIfNew(int inFolder, const char* inName, int inNewFolder, const char* inNewName) {
     int error = Rename(inFolder, inName, inNewFolder, inNewName, RENAME_NOREPLACE);
     if (error != EINVAL && error != ENOSYS) return error;
     ItemStatus status;
@@ -64,6 +64,29 @@ int RenameToNew(int inFolder, const char* inName, int inNewFolder, const char* i
         return RenameFolderOverEmpty(inFolder, inName, inNewFolder, inNewName);
     error = RenameByLink(inFolder, inName, inNewFolder, inNewName);
     return error == EPERM ? RenameFileOverEmpty(inFolder, inName, inNewFolder, inNewName) : error;
+}
+
+// How often it is tried while the item is there all the same: others may move it to and fro.
+constexpr int kTries = 3;
+
+}  // namespace
+
+int RenameToNew(int inFolder, const char* inName, int inNewFolder, const char* inNewName) {
+    for (int i = 0; i < kTries; ++i) {
+        const int error = RenameIfNew(inFolder, inName, inNewFolder, inNewName);
+        ItemStatus item;
+        if (error != ENOENT || std::strchr(inNewName, '/') != nullptr) return error;
+        if (GetStatusAt(inFolder, inName, item) != 0) return error;
+        if (ErrorOfNewName(inNewFolder, error) == ENOENT) return ENOENT;
+    }
+    return EINVAL;
+}
+
+// A folder that was removed takes no names.
+int ErrorOfNewName(int inFolder, int inError) {
+    ItemStatus folder;
+    if (inError != ENOENT || GetDescriptorStatus(inFolder, folder) != 0) return inError;
+    return folder.linkCount == 0 ? ENOENT : EINVAL;
 }
 
 int ExchangeNames(int inFolder1, const char* inName1, int inFolder2, const char* inName2) {

@@ -1,6 +1,8 @@
 // Items moved and renamed with what they have beside their data.
 #include "ItemChanges.h"
+#include "os/Rename.h"
 #include "os/SystemCalls_test_access.h"
+#include "places/Place.h"
 #include "support/FailingCalls.h"
 #include "support/FileWorld.h"
 
@@ -245,6 +247,42 @@ TEST_P(NameWriter, NamesThatTheFileSystemForbids) {
     toolbox::os::CallsForTesting() = real;
     EXPECT_EQ(bdNamErr, error);
     EXPECT_EQ("._a=#fork of a, a=of a, ", Picture());
+}
+
+// Drivers of some file systems say of such a name that it is not there.
+TEST_P(NameWriter, NamesThatAreToldToBeMissing) {
+    const FSRef file = RefOf(MakeWithCompanion("", "a"));
+    const FSRef removed = RefOf(mFolder.MakeFolder("removed"));
+    for (const int refusal : {ENOENT, EINVAL}) {
+        static toolbox::os::SystemCalls sReal;
+        static int sRefusal;
+        sReal = toolbox::os::Calls();
+        sRefusal = refusal;
+        toolbox::os::SystemCalls& calls = toolbox::os::CallsForTesting();
+        calls.renameat2 = [](int, const char*, int, const char*, unsigned) { return errno = sRefusal, -1; };
+        calls.linkat = [](int, const char*, int, const char*, int) { return errno = EPERM, -1; };
+        calls.mkdirat = [](int, const char*, mode_t) { return errno = sRefusal, -1; };
+        calls.openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+            if (inPath[0] == 'b') return errno = (inFlags & O_CREAT) != 0 ? sRefusal : ENOENT, -1;
+            return sReal.openat(inFolder, inPath, inFlags, inMode);
+        };
+        const OSErr renaming = Rename(file, u"b?");
+        const OSErr making = MakeFile(mHere, u"b?");
+        const OSErr makingFolder = MakeFolder(mHere, u"b?");
+        calls = sReal;
+        EXPECT_EQ(bdNamErr, renaming) << refusal;
+        EXPECT_EQ(bdNamErr, making) << refusal;
+        EXPECT_EQ(bdNamErr, makingFolder) << refusal;
+        EXPECT_EQ("._a=#fork of a, a=of a, removed(), ", Picture()) << refusal;
+    }
+    // But in a folder that is gone there is no name.
+    toolbox::files::Place place;
+    ASSERT_EQ(0, toolbox::files::OpenFolder(mFolder / "removed", place));
+    FileWorld::Remove(mFolder / "removed", true);
+    EXPECT_EQ(ENOENT, toolbox::os::ErrorOfNewName(place.folder.Number(), ENOENT));
+    EXPECT_EQ(ENOENT,
+              toolbox::os::RenameToNew(AT_FDCWD, (mFolder / "a").c_str(), place.folder.Number(), "a"));
+    EXPECT_EQ(dirNFErr, MakeFile(removed, u"b"));
 }
 
 // An orphan is an ordinary file, which may get any name, that of its item too.

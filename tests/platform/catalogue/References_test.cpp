@@ -92,6 +92,24 @@ TEST_P(FindByRef, RenamedByAnother) {
     EXPECT_EQ(path, PathOf(ref));
 }
 
+TEST_P(FindByRef, RenamedWhereEntriesTellNoInode) {
+    mFolder.MakeFile("neighbour");
+    const std::string path = mFolder.MakeFile("before");
+    FSRef ref;
+    ASSERT_EQ(noErr, MakeRef(path, &ref));
+    mFolder.Rename(path, mFolder / "after");
+    static toolbox::os::SystemCalls sReal;
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().readdir = [](DIR* ioFolder) {
+        struct dirent* const entry = sReal.readdir(ioFolder);
+        if (entry != nullptr) entry->d_ino = 0xFFFFFFFF;
+        return entry;
+    };
+    const std::string found = PathOf(ref);
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ(mFolder / "after", found);
+}
+
 TEST_P(FindByRef, RenamedAndAnotherTookItsName) {
     const std::string path = mFolder.MakeFile("a");
     FSRef ref;
