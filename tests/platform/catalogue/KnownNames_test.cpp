@@ -446,6 +446,26 @@ TEST_F(KnownNamesTest, AnotherFolderOfItsName) {
     EXPECT_EQ(noErr, Look(u"MISSING"));
 }
 
+// As where a file system gives the inode of a folder that is gone to the next one, and keeps no births.
+TEST_F(KnownNamesTest, AnotherFolderOfItsInode) {
+    sBefore = Calls();
+    CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
+                                 struct statx* outStatus) {
+        const int result = sBefore.statx(inFolder, inPath, inFlags, inMask, outStatus);
+        if (result == 0 && outStatus->stx_size > KnownNames::kSmallFolderBytes) {
+            outStatus->stx_ino = 7;
+            outStatus->stx_mask &= ~STATX_BTIME;
+        }
+        return result;
+    };
+    Know();
+    FileWorld::RemoveAll(mLarge);
+    MakeLarge("volume/large");
+    mFolder.MakeFile("volume/large/Missing");
+    EXPECT_EQ(noErr, Look(u"MISSING"));
+    CallsForTesting() = sBefore;
+}
+
 TEST_F(KnownNamesTest, WhatIsMountedOverIt) {
     if (!mFolder.MayMount()) GTEST_SKIP() << "volumes cannot be mounted here";
     Know();
@@ -553,6 +573,10 @@ TEST_F(KnownNamesTest, OfBoundedMemory) {
     mFolder.MakeFile("volume/1/one more");
     EXPECT_FALSE(isKnown(1)) << "one more than there is room for";
     EXPECT_TRUE(isKnown(2));
+    keep(0, kMaxNamesHere);
+    EXPECT_TRUE(isKnown(0));
+    mFolder.MakeFile("volume/0/one more");
+    EXPECT_FALSE(isKnown(0)) << "more than one folder may have";
 }
 
 // Whatever fails, what comes later is found.
