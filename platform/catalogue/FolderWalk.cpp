@@ -79,6 +79,8 @@ OSStatus FolderWalk::Begin(const FSRef& inFolder) {
     mLevels.push_back(std::move(level));
     Learn(mPlace.folderStatus);
     mRoot = inFolder;
+    // While it is found: others may move it. What fails is asked for again when it is needed.
+    (void)GetVolumeNumber(mFolder, mVolume);
     return noErr;
 }
 

@@ -158,9 +158,11 @@ struct Outputs {
 OSStatus GetInfo(SInt16 inNumber, std::size_t inIndex, FSVolumeInfoBitmap inWhich, const Outputs& inOutputs) {
     Knowledge known;
     OSStatus status = ChooseVolume(inNumber, inIndex, known.number);
-    if (status == noErr) status = FindOut(inWhich, inOutputs.root != nullptr, known);
+    if (status != noErr) return status;
+    status = FindOut(inWhich, inOutputs.root != nullptr, known);
+    const bool isOutOfReach = status == nsvErr || status == dirNFErr || status == fnfErr;
     // In the order of all it is there, though nobody reaches it.
-    if (status == dirNFErr && inIndex == 0) return nsvErr;
+    if (isOutOfReach) return inIndex == 0 ? nsvErr : dirNFErr;
     if (status != noErr) return status;
     // Only the path tells the name.
     known.root.path = known.volume.rootPath;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <toolbox/VolumeInfo.h>
 #include <toolbox/MacErrors.h>
 #include <unistd.h>
 
@@ -108,6 +109,14 @@ TEST_P(MountedVolumesTest, AListingLooksAtNoServer) {
     };
     Volume volume;
     EXPECT_EQ(nsvErr, GetVolume(volumes[1], volume)) << "there is no such folder";
+    const auto getRoot = [](SInt16 inNumber, ItemCount inIndex) {
+        FSRef root = {};
+        return FSGetVolumeInfo(inNumber, inIndex, nullptr, kFSVolInfoNone, nullptr, nullptr, &root);
+    };
+    EXPECT_EQ(nsvErr, getRoot(volumes[1], 0));
+    EXPECT_EQ(dirNFErr, getRoot(0, 2)) << "which is not the end of all";
+    EXPECT_EQ(dirNFErr, getRoot(0, 3));
+    EXPECT_EQ(nsvErr, getRoot(0, 4));
 }
 
 TEST_P(MountedVolumesTest, NoDeviceIsLookedAtWithoutAMount) {

@@ -134,24 +134,6 @@ TEST_P(VolumeInfoTest, AnotherVolume) {
     EXPECT_EQ(-volume, info.driveNumber);
     ASSERT_EQ(0, mFolder.ForbidWriting(mFolder / "caf\xC3\xA9"));
     EXPECT_EQ(kFSVolFlagSoftwareLockedMask, Get(volume, kFSVolInfoFlags).flags);
-
-    static toolbox::os::SystemCalls sReal;
-    sReal = toolbox::os::Calls();
-    std::vector<SInt16> volumes;
-    ASSERT_EQ(noErr, toolbox::files::ListVolumes(volumes));
-    const auto index = std::find(volumes.begin(), volumes.end(), volume) - volumes.begin() + 1;
-    toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
-                                              struct statx* outStatus) {
-        if (std::string_view(inPath).ends_with("caf\xC3\xA9")) return errno = ESTALE, -1;
-        return sReal.statx(inFolder, inPath, inFlags, inMask, outStatus);
-    };
-    const OSErr byNumber = FSGetVolumeInfo(volume, 0, &number, kFSVolInfoNone, nullptr, nullptr, &root);
-    const OSErr byIndex =
-        FSGetVolumeInfo(0, static_cast<ItemCount>(index), &number, kFSVolInfoNone, nullptr, nullptr, &root);
-    toolbox::os::CallsForTesting() = sReal;
-    EXPECT_EQ(nsvErr, byNumber);
-    EXPECT_EQ(dirNFErr, byIndex) << "which is not the end of all";
-
     ASSERT_EQ(0, mFolder.Unmount(mFolder / "caf\xC3\xA9"));
     EXPECT_EQ(nsvErr, FSGetVolumeInfo(volume, 0, &number, kFSVolInfoNone, nullptr, nullptr, &root));
 }
