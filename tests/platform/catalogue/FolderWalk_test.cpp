@@ -194,7 +194,8 @@ TEST_P(FolderWalkTest, ASwappedFolderIsNotEntered) {
 class DeepTreeTest : public IteratingTest {
   protected:
     bool IsReal() const { return GetParam() == FileWorld::kReal; }
-    // Deeper than a path may be long, and than iterators hold descriptors. In memory the kit tells whole paths.
+    // Deeper than a path may be long, and than iterators hold descriptors. In memory the kit tells whole
+    // paths.
     const int mDepth = IsReal() ? 300 : 100;
     const std::string mName = IsReal() ? std::string(20, 'd') : std::string(100, 'd');
 

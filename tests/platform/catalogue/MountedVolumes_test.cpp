@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <toolbox/VolumeInfo.h>
 #include <toolbox/MacErrors.h>
+#include <toolbox/VolumeInfo.h>
 #include <unistd.h>
 
 #include <algorithm>

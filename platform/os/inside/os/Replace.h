@@ -42,8 +42,8 @@ struct NewFileAccess {
 
 // So that the names in an open folder outlast a failure of the machine.
 void SyncFolder(int inFolder);
-// When a new name is to do so: once it is given, or when the system comes to write it, as it does with the names
-// of items that are just made.
+// When a new name is to do so: once it is given, or when the system comes to write it, as it does with the
+// names of items that are just made.
 enum class NameLasts { kOnceGiven, kOnceWritten };
 
 // A copy of an open file, in the same way, but synced and closed, with its owner and its permissions.
