@@ -153,6 +153,27 @@ TEST_P(FolderWalkTest, TheTreeChangesAboveTheIterator) {
 }
 
 // What the folder was in is by now in the folder.
+// Where nobody finds it again.
+TEST_P(FolderWalkTest, TheFolderIsMovedFarAway) {
+    for (const FSIteratorFlags flags : {kFSIterateFlat, kFSIterateSubtree}) {
+        mFolder.MakeFolder("one/sub");
+        mFolder.MakeFolder("two/three");
+        mFolder.MakeFile("one/sub/a");
+        mFolder.MakeFile("one/sub/b");
+        OpenedIterator iterator(RefOf(mFolder / "one/sub"), flags);
+        FileWorld::Rename(mFolder / "one/sub", mFolder / "two/three/other");
+        FSCatalogInfo infos[3] = {};
+        FSSpec specs[3] = {};
+        ItemCount count = 0;
+        EXPECT_EQ(errFSNoMoreItems, FSGetCatalogInfoBulk(iterator.Get(), 3, &count, nullptr, kFSCatInfoVolume,
+                                                         infos, nullptr, specs, nullptr));
+        EXPECT_EQ(2U, count);
+        EXPECT_NE(0, infos[1].volume);
+        EXPECT_EQ(infos[1].volume, specs[1].vRefNum);
+        FileWorld::RemoveAll(mFolder / "two");
+    }
+}
+
 TEST_P(FolderWalkTest, FoldersChangePlaces) {
     mFolder.MakeFolder("outer/inner");
     mFolder.MakeFile("outer/inner/name");
