@@ -120,6 +120,7 @@ TEST_P(CompanionWriters, BeginAnewForAsLongAsOthersReplaceIt) {
     sOthers = 2000;
     EXPECT_EQ(0, WriteFork("fork"));
     EXPECT_EQ("fork", Entry(kFork));
+    if (mFolder.Memory() == nullptr) return;  // on disk it lasts for seconds
     sOthers = 1'000'000;
     EXPECT_EQ(EBUSY, WriteFork("FORK"));
     EXPECT_GT(sOthers, 900'000);
