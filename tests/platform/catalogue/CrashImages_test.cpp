@@ -2,6 +2,7 @@
 // and who looks next finds each item as it was or as it is to be. In the file system in memory, by a model of
 // what a failing machine keeps.
 #include "ItemChanges.h"
+#include "OldItem.h"
 #include "support/OneWorld.h"
 #include "support/RecordedCalls.h"
 
@@ -250,16 +251,8 @@ TEST_F(CrashImages, Deleting) {
 }
 
 TEST_F(CrashImages, Exchanging) {
-    static toolbox::os::SystemCalls sReal;
-    static std::uint64_t sOldInode;
-    sReal = toolbox::os::Calls();
     // A date that the companion has to tell of from then on.
-    toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
-                                              struct statx* outStatus) {
-        const int result = sReal.statx(inFolder, inPath, inFlags, inMask, outStatus);
-        if (result == 0 && outStatus->stx_ino == sOldInode) outStatus->stx_btime.tv_sec = 1'000'000'000;
-        return result;
-    };
+    const OldItem old;
     const auto createdOf = [this](const char* inName) {
         return InfoOf(mFolder / inName, kFSCatInfoCreateDate).createDate.lowSeconds;
     };
@@ -271,7 +264,7 @@ TEST_F(CrashImages, Exchanging) {
          "600 a=of b, 600 b=of a, ", "600 a=of b, 604 b=of a, ", "640 a=of b, 604 b=of a, "},
         [&] {
             mFolder.MakeFile("a", "of a");
-            sOldInode = FileWorld::StatusOf(mFolder.MakeFile("b", "of b")).stx_ino;
+            old.Name(mFolder.MakeFile("b", "of b"));
             FileWorld::SetMode(mFolder / "a", 0640);
             FileWorld::SetMode(mFolder / "b", 0604);
             mItem = RefOf(mFolder / "a");
@@ -292,7 +285,6 @@ TEST_F(CrashImages, Exchanging) {
             }
             return text;
         });
-    toolbox::os::CallsForTesting() = sReal;
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // each item where it was or where it is to be, with its companion. Over the real file system alone: the
 // process and its calls are the kernel's.
 #include "ItemChanges.h"
+#include "OldItem.h"
 #include "companions/CompanionInfo.h"
 #include "os/SystemCalls_test_access.h"
 #include "support/KilledChild.h"
@@ -171,15 +172,8 @@ TEST_F(NameCrashes, Exchanging) {
 
 // The date of creation that only the file system tells is in the companion by then.
 TEST_F(NameCrashes, ExchangingWhatWasCreatedAtAnotherTime) {
-    static toolbox::os::SystemCalls sReal;
-    static std::uint64_t sOldInode;
-    sReal = toolbox::os::Calls();
-    toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
-                                              struct statx* outStatus) {
-        const int result = sReal.statx(inFolder, inPath, inFlags, inMask, outStatus);
-        if (result == 0 && outStatus->stx_ino == sOldInode) outStatus->stx_btime.tv_sec = 1'000'000'000;
-        return result;
-    };
+    // A date that the companion has to tell of from then on.
+    const OldItem old;
     const auto createdOf = [this](const char* inName) {
         return InfoOf(mFolder / inName, kFSCatInfoCreateDate).createDate.lowSeconds;
     };
@@ -190,7 +184,7 @@ TEST_F(NameCrashes, ExchangingWhatWasCreatedAtAnotherTime) {
         {"a=of a, b=of b, ", "a=of b, b=of a, "},
         [&] {
             mFolder.MakeFile("a", "of a");
-            sOldInode = support::FileWorld::StatusOf(mFolder.MakeFile("b", "of b")).stx_ino;
+            old.Name(mFolder.MakeFile("b", "of b"));
             mItem = RefOf(mFolder / "a");
             other = RefOf(mFolder / "b");
             createdA = createdOf("a");
@@ -204,7 +198,6 @@ TEST_F(NameCrashes, ExchangingWhatWasCreatedAtAnotherTime) {
             for (const std::string& name : support::FileWorld::NamesIn(mFolder.Path()))
                 if (name.starts_with("._")) support::FileWorld::RemoveAll(mFolder / name);
         });
-    toolbox::os::CallsForTesting() = sReal;
 }
 
 }  // namespace
