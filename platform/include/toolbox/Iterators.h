@@ -6,8 +6,9 @@
 // left out. The order is no particular one.
 //
 // An iterator is used by one thread at a time; different ones may be used at once, as many as there is memory
-// for: at most 64 of them hold a descriptor while they are not in use. A folder of any size takes 6 MB of
-// memory at most, and a tree of any depth one descriptor. What is not closed lives until the process ends.
+// for: at most 64 of them hold a descriptor while they are not in use. Of a folder of any size 6 MB of names
+// are kept at most, and less than 16 MB are taken while it is read; a tree of any depth takes one descriptor,
+// and the names of the 16 innermost folders. What is not closed lives until the process ends.
 // Beside what a function names it may answer what Files.h tells of every function.
 #pragma once
 
@@ -60,7 +61,7 @@ TOOLBOX_MUST_USE OSErr FSCloseIterator(FSIterator inIterator);
 // its folders, if the file system tells two such moments apart; ext4, xfs, btrfs and tmpfs do from Linux 6.13
 // on. On others a change within a tick, some milliseconds, of the one before the iterator was opened is not
 // told, and on network file systems those that the machine has not heard of yet. What a companion says is
-// told as it is by then in any case.
+// told as it is by then, but there, too, as the machine has heard.
 TOOLBOX_MUST_USE OSErr FSGetCatalogInfoBulk(FSIterator inIterator, ItemCount inMaximumObjects,
                                             ItemCount* outActualObjects, Boolean* outContainerChanged,
                                             FSCatalogInfoBitmap inWhichInfo, FSCatalogInfo* outInfos,
