@@ -149,7 +149,7 @@ TEST_P(FileSystems, CreationDates) {
     info.createDate = {0, 3'100'000'000U, 0};
     EXPECT_EQ(noErr, FSSetCatalogInfo(&item, kFSCatInfoCreateDate, &info));
     EXPECT_EQ(3'100'000'000U, +InfoOf(path, kFSCatInfoCreateDate).createDate.lowSeconds);
-    EXPECT_EQ(changed, InfoOf(path, kFSCatInfoContentMod).contentModDate.lowSeconds);
+    EXPECT_EQ(changed, +InfoOf(path, kFSCatInfoContentMod).contentModDate.lowSeconds);
 }
 
 TEST_P(FileSystems, Exchange) {
