@@ -59,6 +59,14 @@ int DeleteWith(HeldCompanion& ioCompanion, const Place& inPlace, os::ItemKind in
     return error;
 }
 
+int DeleteItem(const Place& inPlace, os::ItemKind inKind) {
+    const NoNewCompanions noneComes;
+    HeldCompanion companion;
+    const int error = companion.Take(inPlace);
+    // What may not be looked at stays, as another user's file.
+    return error == 0 || error == EACCES ? DeleteWith(companion, inPlace, inKind) : error;
+}
+
 void RecordAt(const Place& inPlace, const os::ItemStatus& inItem, NodeFacts& outFacts) {
     const PathStep step = StepOf(inItem, false, inPlace.name);
     outFacts = {};
@@ -143,14 +151,6 @@ NewItem::~NewItem() {
     } catch (const std::bad_alloc&) {
         (void)DeleteNamed(mPlace, mKind);
     }
-}
-
-int DeleteItem(const Place& inPlace, os::ItemKind inKind) {
-    const NoNewCompanions noneComes;
-    HeldCompanion companion;
-    const int error = companion.Take(inPlace);
-    // What may not be looked at stays, as another user's file.
-    return error == 0 || error == EACCES ? DeleteWith(companion, inPlace, inKind) : error;
 }
 
 int DeleteUnlockedItem(const Place& inPlace, const os::ItemStatus& inItem, bool& outIsLocked) {

@@ -43,9 +43,9 @@ class NewItem {
     bool mIsToDelete = false;
 };
 
-// The item that a place has, which is no volume's root. ENOTEMPTY for a folder that holds anything.
-[[nodiscard]] int DeleteItem(const Place& inPlace, os::ItemKind inKind);
-// The same, unless the item is locked: EPERM, with outIsLocked. inItem is what the system tells of it.
+// Deletes the item that a place has, which is no volume's root. ENOTEMPTY for a folder that holds anything,
+// EPERM, with outIsLocked, for one that is locked.
+//   inItem  what the system tells of it
 [[nodiscard]] int DeleteUnlockedItem(const Place& inPlace, const os::ItemStatus& inItem, bool& outIsLocked);
 
 // Gives an item, which has a node and is no volume's root, the new place; the node table learns of it. EXDEV
