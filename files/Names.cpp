@@ -57,7 +57,7 @@ bool GetCatalogueName(const FSSpec& inSpec, HFSUniStr255& outName, TextEncoding&
 struct SpecName {
     explicit SpecName(const FSSpec& inSpec) {
         std::copy(std::begin(inSpec.name), std::end(inSpec.name), text);
-        text[0] = std::min<UInt8>(text[0], sizeof text - 1);
+        text[0] = std::min<UInt8>(inSpec.name[0], sizeof text - 1);
     }
     Str63 text;
 };

@@ -31,6 +31,8 @@ struct Script {
     std::map<SInt16, Fork> forks;
     std::vector<std::pair<SInt64, UInt64>> forkSizes;
     int callsUntilChange = 0;
+    ByteCount readBeforeFailing = 0;
+    bool isEndTold = false;
 };
 
 Script& TheScript() {
@@ -50,13 +52,18 @@ Fork& ForkOf(SInt16 inNumber) {
 }
 
 // The next item that the iterator has not met; 0 at the end.
-UInt32 Next(Iterator& ioIterator) {
-    for (const UInt32 id : ItemsIn(ioIterator.folder)) {
-        if (std::find(ioIterator.met.begin(), ioIterator.met.end(), id) != ioIterator.met.end()) continue;
-        ioIterator.met.push_back(id);
-        return id;
-    }
+UInt32 Next(const Iterator& inIterator) {
+    for (const UInt32 id : ItemsIn(inIterator.folder))
+        if (std::find(inIterator.met.begin(), inIterator.met.end(), id) == inIterator.met.end()) return id;
     return 0;
+}
+
+ByteCount Read(Fork& ioFork, ByteCount inRequestCount, void* outBytes) {
+    const auto mark = static_cast<std::size_t>(ioFork.mark);
+    const ByteCount count = std::min<ByteCount>(inRequestCount, ioFork.bytes.size() - mark);
+    std::memcpy(outBytes, ioFork.bytes.data() + mark, count);
+    ioFork.mark += static_cast<SInt64>(count);
+    return count;
 }
 
 }  // namespace
@@ -69,6 +76,10 @@ const std::string& ForkBytes(SInt16 inNumber) {
     return ForkOf(inNumber).bytes;
 }
 
+void ReadBeforeFailing(ByteCount inByteCount) {
+    TheScript().readBeforeFailing = inByteCount;
+}
+
 void SetForkSizes(const std::vector<std::pair<SInt64, UInt64>>& inSizes) {
     TheScript().forkSizes = inSizes;
 }
@@ -79,6 +90,10 @@ int LiveIterators() {
 
 void ChangeFolderAtBulkCall(int inCall) {
     TheScript().callsUntilChange = inCall;
+}
+
+void TellTheEndWithTheLastItem() {
+    TheScript().isEndTold = true;
 }
 
 void ForgetOpenForks() {
@@ -112,12 +127,10 @@ OSErr FSReadFork(SInt16 inNumber, UInt16 inPositionMode, SInt64 inPositionOffset
                  void* outBytes, ByteCount* outActualCount) {
     const OSErr answer =
         LogAndAnswer(CallText("FSReadFork", inNumber, inPositionMode, inPositionOffset, inRequestCount));
+    const ByteCount count =
+        answer == noErr ? inRequestCount : std::min(inRequestCount, TheScript().readBeforeFailing);
+    *outActualCount = Read(ForkOf(inNumber), count, outBytes);
     if (answer != noErr) return answer;
-    Fork& fork = ForkOf(inNumber);
-    const auto mark = static_cast<std::size_t>(fork.mark);
-    *outActualCount = std::min<ByteCount>(inRequestCount, fork.bytes.size() - mark);
-    std::memcpy(outBytes, fork.bytes.data() + mark, *outActualCount);
-    fork.mark += static_cast<SInt64>(*outActualCount);
     return *outActualCount < inRequestCount ? OSErr{eofErr} : OSErr{noErr};
 }
 
@@ -196,11 +209,13 @@ OSErr FSGetCatalogInfoBulk(FSIterator inIterator, ItemCount inMaximumObjects, It
     for (ItemCount i = 0; i < inMaximumObjects; ++i) {
         const UInt32 id = Next(iterator);
         if (id == 0) return errFSNoMoreItems;
+        iterator.met.push_back(id);
         FillInfo(id, inWhichInfo, outInfos == nullptr ? nullptr : outInfos + i,
                  outNames == nullptr ? nullptr : outNames + i, outSpecs == nullptr ? nullptr : outSpecs + i,
                  nullptr);
         if (outRefs != nullptr) outRefs[i] = RefOf(id);
         ++*outActualObjects;
     }
+    if (TheScript().isEndTold && Next(iterator) == 0) return errFSNoMoreItems;
     return noErr;
 }

@@ -202,6 +202,14 @@ TEST_F(IterateContainerTest, ChangeIsTold) {
     EXPECT_EQ(1, mMeetings.changes);
 }
 
+TEST_F(IterateContainerTest, AnItemMayComeWithTheEnd) {
+    fakes::TellTheEndWithTheLastItem();
+    EXPECT_EQ(noErr, Iterate());
+    EXPECT_EQ((Log{"1 file", "1 folder/", "2 inner", "2 sub/", "1 locked"}), mMeetings.met);
+    EXPECT_EQ(7U, fakes::CallsOf({"FSGetCatalogInfoBulk"}).size())
+        << "one for each, one in the empty folder, and one behind it, whose end is the last result";
+}
+
 TEST_F(IterateContainerTest, WhatMayNotBeLookedAtEndsItsFolder) {
     fakes::AnswerInTurn("FSGetCatalogInfoBulk", {noErr, noErr, afpAccessDenied});
     EXPECT_EQ(noErr, Iterate());

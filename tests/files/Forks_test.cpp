@@ -85,6 +85,24 @@ TEST_F(CopyForkTest, EveryFailingCallInTurn) {
     }
 }
 
+TEST_F(CopyForkTest, WhatWasReadBeforeAnErrorIsWritten) {
+    Open(Bytes(6'000));
+    fakes::ReadBeforeFailing(1'000);
+    fakes::FailCall(7);  // the second reading
+    EXPECT_EQ(ioErr, Copy(4'096));
+    EXPECT_TRUE(fakes::FailureDelivered());
+    EXPECT_EQ("FSWriteFork(6, 32, 0, 1000)", fakes::CallLog().back());
+    EXPECT_EQ(Bytes(5'096), fakes::ForkBytes(kDestination).substr(0, 5'096));
+}
+
+TEST_F(CopyForkTest, ErrorOfTheWriterComesFirst) {
+    Open(Bytes(5));
+    fakes::ReadBeforeFailing(3);
+    fakes::AnswerInTurn("FSReadFork", {afpAccessDenied});
+    fakes::AnswerInTurn("FSWriteFork", {dskFulErr});
+    EXPECT_EQ(dskFulErr, Copy(4'096));
+}
+
 TEST_F(CopyForkTest, FileRefNumGetFSRef) {
     Open("");
     FSRef ref = {};

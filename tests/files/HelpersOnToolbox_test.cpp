@@ -217,6 +217,9 @@ TEST_F(MoveRenameOnToolboxTest, TakesItsCompanionWithIt) {
 
 TEST_F(MoveRenameOnToolboxTest, NameThatIsTaken) {
     const FSRef item = MakeItem("here");
+    FSCatalogInfo hint = {};
+    hint.textEncodingHint = kCFStringEncodingMacJapanese;
+    ASSERT_EQ(noErr, FSSetCatalogInfo(&item, kFSCatInfoTextEncoding, &hint));
     mFolder.MakeFile("there/NEW", "another");
     const std::string before = Picture();
     const std::string attributes = Attributes(item);
@@ -242,7 +245,8 @@ TEST_F(MoveRenameOnToolboxTest, FolderIntoItself) {
     const FSRef folder = RefOf(mFolder / "here/folder");
     const FSRef inner = RefOf(mFolder / "here/folder/inner");
     FSRef moved = {};
-    EXPECT_NE(noErr, MoveRename(folder, inner, u"new", &moved));
+    EXPECT_EQ(badMovErr, MoveRename(folder, inner, u"new", &moved));
+    EXPECT_EQ(mFolder / "here/folder", PathOf(moved));
     EXPECT_EQ(before, Picture());
 }
 

@@ -146,16 +146,13 @@ TEST_F(NamesTest, UniqueNameOfNullArguments) {
 }
 
 TEST_F(NamesTest, FSSpecToUniStrOfAnItem) {
-    fakes::ItemOf(kFile).name = "longer than what an FSSpec can say";
     fakes::ItemOf(kFile).info.textEncodingHint = kCFStringEncodingMacJapanese;
-    fakes::PutFile(31, kHere, "file");
-    fakes::ItemOf(31).info.textEncodingHint = kCFStringEncodingMacJapanese;
     HFSUniStr255 name = {};
     TextEncoding encoding = 77;
     EXPECT_EQ(noErr, FSSpecToUniStr(&mSpec, &name, &encoding));
     EXPECT_EQ(u"file", Text(name));
     EXPECT_EQ(TextEncoding{kCFStringEncodingMacJapanese}, encoding);
-    EXPECT_EQ((Log{"FSpMakeFSRef(-1, 20)", "FSGetCatalogInfo(31, 1, name)"}), fakes::CallLog());
+    EXPECT_EQ((Log{"FSpMakeFSRef(-1, 20)", "FSGetCatalogInfo(30, 1, name)"}), fakes::CallLog());
 }
 
 TEST_F(NamesTest, FSSpecToUniStrWithoutAnItem) {

@@ -1,6 +1,7 @@
 // What a file manager asks of items, forks and volumes, over the real toolbox.
 #include "platform/catalogue/ItemChanges.h"
 #include "platform/forks/ForkTest.h"
+#include "platform/notification/Told.h"
 #include "support/FileWorld.h"
 #include "support/Rounds.h"
 
@@ -109,6 +110,17 @@ TEST_P(RowsOnToolbox, Dates) {
         << "the folder's, too";
 }
 
+TEST_P(RowsOnToolbox, ANewDateIsToldToWhoSubscribed) {
+    const FSRef folder = RefOf(mFolder.MakeFolder("folder"));
+    Told here(mFolder.Path());
+    Told there(mFolder / "folder");
+    EXPECT_EQ(noErr, FSBumpDate(&mFile));
+    EXPECT_EQ(1U, here.Ask());
+    EXPECT_EQ(0U, there.Ask());
+    EXPECT_EQ(noErr, FSBumpDate(&folder));
+    EXPECT_EQ(1U, there.Ask()) << "the folder itself";
+}
+
 TEST_P(RowsOnToolbox, Attributes) {
     const std::string copy = mFolder.MakeFile("copy");
     const FSRef other = RefOf(copy);
@@ -138,6 +150,15 @@ TEST_P(RowsOnToolbox, Locks) {
     ASSERT_EQ(0, mFolder.ForbidWriting(point));
     EXPECT_EQ(vLckdErr, FSCheckLock(&other)) << "the volume is, not the file";
     ASSERT_EQ(0, mFolder.Unmount(point));
+}
+
+TEST_P(RowsOnToolbox, AttributesOfALockedFile) {
+    const FSRef other = RefOf(mFolder.MakeFile("copy"));
+    ASSERT_EQ(noErr, FSChangeFinderFlags(&mFile, true, kIsInvisible));
+    ASSERT_EQ(noErr, SetLock(other, true));
+    EXPECT_EQ(noErr, FSCopyFileMgrAttributes(&mFile, &other, true));
+    EXPECT_EQ(kIsInvisible, FlagsOf(other));
+    EXPECT_EQ(noErr, FSCheckLock(&other)) << "as the other is";
 }
 
 // 10,000 bytes of a buffer are used as 8,192, and 1,000 as they are.
@@ -208,6 +229,10 @@ TEST_P(RowsOnToolbox, SizesOfForks) {
     UInt64 physicalSize = 0;
     EXPECT_EQ(noErr, FSGetTotalForkSizes(&mFile, &logicalSize, &physicalSize));
     EXPECT_EQ(static_cast<UInt64>(length) + 9, logicalSize);
+    const auto blocks =
+        FileWorld::StatusOf(mFolder / "file").stx_blocks + FileWorld::StatusOf(mFolder / "._file").stx_blocks;
+    EXPECT_EQ(512 * blocks, physicalSize);
+    EXPECT_GT(physicalSize, 0U);
     const FSRef here = RefOf(mFolder.Path());
     EXPECT_EQ(notAFileErr, FSGetForkSizes(&here, &dataSize, &resourceSize));
 }

@@ -49,9 +49,8 @@ extern "C" {
 // (GetApplicationTextEncoding).
 
 // Where it is no text in that encoding, each byte becomes a unit.
-//   outEncoding  of the name: the item's hint, the application's encoding, or 0 where each byte became a
-//   unit;
-//                may be null
+//   outEncoding  of the name: the item's hint, the application's encoding, or 0 where each byte became one
+//                unit; may be null
 // paramErr for another null argument; nothing else fails.
 [[nodiscard]] MIRTAL_EXPORT OSErr FSSpecToUniStr(const FSSpec* inSpec, HFSUniStr255* outName,
                                                  TextEncoding* outEncoding MIRTAL_FILES_DEFAULT(nullptr));

@@ -83,7 +83,6 @@ TEST_P(ResourceForkFiles, WhatIsLeftBehindTheForkIsNotSeen) {
 }
 
 TEST_P(ResourceForkFiles, ForeignLayoutsAreLaidOutAnew) {
-    const std::string file = CompanionOf({{AppleDoubleEntry::kResourceFork, BytesOf("fork")}});
     // The fork first, and a comment behind it.
     std::string foreign =
         CompanionOf({{4, BytesOf("comment")}, {AppleDoubleEntry::kResourceFork, BytesOf("fork")}});
@@ -115,14 +114,12 @@ TEST_P(ResourceForkFiles, ForeignLayoutsAreLaidOutAnew) {
         EXPECT_EQ("none", ForkIn(mCompanion));
     }
     // An entry of no bytes, that could lie anywhere.
-    std::string empty =
-        CompanionOf({{AppleDoubleEntry::kResourceFork, {}}, {AppleDoubleEntry::kFinderInfo, BytesOf("i")}});
-    mFolder.MakeFile("._file", empty);
+    mFolder.MakeFile("._file", CompanionOf({{AppleDoubleEntry::kResourceFork, {}},
+                                            {AppleDoubleEntry::kFinderInfo, BytesOf("i")}}));
     const Opened fork(mRef, Which::kResource);
     EXPECT_EQ(noErr, Write(fork, fsFromStart, 0, "new"));
     EXPECT_EQ("new", ForkIn(mCompanion));
     EXPECT_EQ("i", EntryIn(mCompanion, AppleDoubleEntry::kFinderInfo));
-    ASSERT_FALSE(file.empty());
 }
 
 TEST_P(ResourceForkFiles, AnEmptyEntryThatLiesInTheHeader) {
