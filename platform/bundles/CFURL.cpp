@@ -18,6 +18,7 @@ namespace {
 struct URLObject {
     Object base;
     CFStringRef text;  // ASCII, with a scheme
+    bool isOfItem;     // a link at the end of the path is the item, not the way to one
 };
 
 void FinishURL(Object* inObject) {
@@ -37,13 +38,14 @@ CFStringRef CopyDescription(CFTypeRef inURL) {
 }
 constexpr TypeInfo kURLType = {kURLTypeID, FinishURL, "CFURL", IsEqual, HashOf, CopyDescription};
 
-// Null when memory is short.
-Owned<CFURLRef> NewURL(std::string_view inText) {
+// Null when memory is short. inIsOfItem as in URLObject.
+Owned<CFURLRef> NewURL(std::string_view inText, bool inIsOfItem = false) {
     Owned<CFStringRef> text = StringOf(inText);
     if (!text) return {};
     auto* url = static_cast<URLObject*>(NewObject(kURLType, sizeof(URLObject)));
     if (url == nullptr) return {};
     url->text = text.Release();
+    url->isOfItem = inIsOfItem;
     return Owned(reinterpret_cast<CFURLRef>(url));
 }
 
@@ -97,6 +99,12 @@ Owned<CFURLRef> NewURLWithPath(const ReadURL& inURL, std::string_view inPath) {
     parts.query = {};
     parts.fragment = {};
     return NewURL(JoinURL(parts));
+}
+
+std::string FileURLTextOf(std::string_view inPath, bool inIsFolder) {
+    std::string text = "file://" + EscapePath(inPath);
+    if (inIsFolder && !text.ends_with('/')) text += '/';
+    return text;
 }
 
 // A reference as text of a URL.
@@ -174,9 +182,7 @@ Owned<CFStringRef> CopyStyledPath(CFURLRef inURL, CFURLPathStyle inStyle) {
 }  // namespace
 
 Owned<CFURLRef> FileURLOf(std::string_view inPath, bool inIsFolder) {
-    std::string text = "file://" + EscapePath(inPath);
-    if (inIsFolder && !text.ends_with('/')) text += '/';
-    return NewURL(text);
+    return NewURL(FileURLTextOf(inPath, inIsFolder));
 }
 
 bool GetPOSIXPath(CFURLRef inURL, std::string& outPath) {
@@ -235,15 +241,20 @@ CFURLRef CFURLCreateFromFSRef(CFAllocatorRef, const FSRef* inRef) {
     return UnlessMemoryIsShort([&]() -> CFURLRef {
         toolbox::files::FoundItem item;
         if (toolbox::files::FindByRef(*inRef, item) != noErr) return nullptr;
-        return FileURLOf(item.path, item.status.kind == toolbox::os::ItemKind::kFolder).Release();
+        const bool isFolder = item.status.kind == toolbox::os::ItemKind::kFolder;
+        return NewURL(FileURLTextOf(item.path, isFolder), true).Release();
     });
 }
 
 Boolean CFURLGetFSRef(CFURLRef inURL, FSRef* outRef) {
     return UnlessMemoryIsShort([&]() -> Boolean {
         std::string path;
-        return GetPOSIXPath(inURL, path) &&
-               FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), outRef, nullptr) == noErr;
+        if (!GetPOSIXPath(inURL, path)) return false;
+        const bool isOfItem = reinterpret_cast<const URLObject*>(inURL)->isOfItem;
+        const OptionBits options =
+            isOfItem ? kFSPathMakeRefDoNotFollowLeafSymlink : kFSPathMakeRefDefaultOptions;
+        return FSPathMakeRefWithOptions(reinterpret_cast<const UInt8*>(path.c_str()), options, outRef,
+                                        nullptr) == noErr;
     });
 }
 

@@ -32,8 +32,7 @@ TOOLBOX_EXPORT CFTypeID CFURLGetTypeID(void);
 
 // The URL that a text is. A relative one is resolved against inBaseURL at once; without a base it is null.
 //   CFURLCreateWithBytes   text in inEncoding; bytes that are no such text, or none, are null. Characters
-//   that
-//                          cannot stand in a URL, and percent signs that begin no escape, are escaped.
+//                          that cannot stand in a URL, and percent signs that begin no escape, are escaped.
 //   CFURLCreateWithString  null also for a text that needs escapes; see
 //                          CFURLCreateStringByAddingPercentEscapes
 TOOLBOX_MUST_USE CFURLRef CFURLCreateWithBytes(CFAllocatorRef inAllocator, const UInt8* inBytes,
@@ -52,10 +51,12 @@ TOOLBOX_MUST_USE CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef
                                                                   const UInt8* inPath, CFIndex inByteCount,
                                                                   Boolean inIsDirectory);
 
-// The item's URL where it is now; that of a link is a path like any other, which CFURLGetFSRef follows. Null
-// when it is gone or inRef is no reference.
+// The item's URL where it is now. That of a link means the link: CFURLGetFSRef does not follow it, as it does
+// with a URL of the same text that was made otherwise, from this one too. Null when it is gone or inRef is no
+// reference.
 TOOLBOX_MUST_USE CFURLRef CFURLCreateFromFSRef(CFAllocatorRef inAllocator, const FSRef* inRef);
-// False, outRef untouched, when nothing is there or the URL is no file's.
+// What lies there now; links are followed, but for what CFURLCreateFromFSRef tells. False, outRef untouched,
+// when nothing is there or the URL is no file's.
 TOOLBOX_EXPORT Boolean CFURLGetFSRef(CFURLRef inURL, FSRef* outRef);
 
 // The URL with a component more, or without its last. The component is a name, or several with slashes
@@ -70,8 +71,7 @@ TOOLBOX_MUST_USE CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRe
 // Parts, without escapes; the caller releases them. Null when they are no text.
 //   CFURLCopyLastPathComponent  "/" of the root; empty when the URL has no path
 //   CFURLCopyFileSystemPath     of any scheme; without a slash at the end, but for the root. Null when the
-//   URL
-//                               has no path, the style is unknown or cannot express it, a name holds NUL.
+//                               URL has no path, the style is unknown or cannot express it, a name holds NUL.
 TOOLBOX_MUST_USE CFStringRef CFURLCopyLastPathComponent(CFURLRef inURL);
 TOOLBOX_MUST_USE CFStringRef CFURLCopyFileSystemPath(CFURLRef inURL, CFURLPathStyle inStyle);
 

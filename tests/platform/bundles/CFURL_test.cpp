@@ -4,8 +4,11 @@
 #include "support/FailingNew.h"
 
 #include <corefoundation/CF_test_access.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <toolbox/CFURL.h>
+#include <toolbox/MacErrors.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <thread>
@@ -224,7 +227,50 @@ TEST_F(CFURL, FSRefBothWays) {
         const OwnedURL url = CFURLCreateFromFSRef(kCFAllocatorDefault, &ref);
         EXPECT_EQ(path, BytePathOf(url));
         EXPECT_EQ(std::filesystem::is_directory(path), CFURLHasDirectoryPath(url) != 0);
+        FSRef again = {};
+        ASSERT_TRUE(CFURLGetFSRef(url, &again));
+        EXPECT_EQ(0, std::memcmp(&ref, &again, sizeof(ref)));
     }
+}
+
+TEST_F(CFURL, OfALinkAndOfItsPath) {
+    const TemporaryFolder folder;
+    const std::string file = folder.MakeFile("file");
+    std::filesystem::create_symlink(file, folder / "link");
+    std::filesystem::create_symlink(folder / "missing", folder / "dangling");
+    for (const char* const name : {"link", "dangling"}) {
+        const std::string path = folder / name;
+        FSRef link = {};
+        ASSERT_EQ(noErr, FSPathMakeRefWithOptions(reinterpret_cast<const UInt8*>(path.c_str()),
+                                                  kFSPathMakeRefDoNotFollowLeafSymlink, &link, nullptr));
+        const OwnedURL url = CFURLCreateFromFSRef(kCFAllocatorDefault, &link);
+        EXPECT_EQ(path, BytePathOf(url));
+        FSRef found = {};
+        ASSERT_TRUE(CFURLGetFSRef(url, &found)) << name;
+        EXPECT_EQ(noErr, FSCompareFSRefs(&link, &found));
+        const OwnedURL text = CFURLCreateWithString(kCFAllocatorDefault, CFURLGetString(url), nullptr);
+        EXPECT_TRUE(CFEqual(url, text));
+        FSRef target = {};
+        EXPECT_EQ(path == folder / "link", CFURLGetFSRef(text, &target) != 0);
+        EXPECT_NE(noErr, FSCompareFSRefs(&link, &target));
+    }
+}
+
+// Its path is a link, and followed all the same.
+TEST_F(CFURL, OfAnOpenFileWithoutAName) {
+    const TemporaryFolder folder;
+    const std::string path = folder.MakeFile("file");
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_NE(-1, file);
+    std::filesystem::remove(path);
+    FSRef ref = {};
+    ASSERT_TRUE(CFURLGetFSRef(URLOfPath("/proc/self/fd/" + std::to_string(file)), &ref));
+    const OwnedURL url = CFURLCreateFromFSRef(kCFAllocatorDefault, &ref);
+    ASSERT_NE(nullptr, url);
+    FSRef found = {};
+    ASSERT_TRUE(CFURLGetFSRef(url, &found));
+    EXPECT_EQ(noErr, FSCompareFSRefs(&ref, &found));
+    EXPECT_EQ(0, close(file));
 }
 
 TEST_F(CFURL, FSRefOfNothing) {
