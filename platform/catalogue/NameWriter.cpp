@@ -73,22 +73,57 @@ void RecordAt(const Place& inPlace, const os::ItemStatus& inItem, NodeFacts& out
     (void)NodeTable::Shared().RecordChild(inPlace.folderStatus.identity, step, outFacts);
 }
 
+int RenameAt(const Place& inPlace, const Place& inNewPlace) {
+    return os::RenameToNew(inPlace.folder.Number(), inPlace.name.c_str(), inNewPlace.folder.Number(),
+                           inNewPlace.name.c_str());
+}
+
+int RenameToOtherCase(const Place& inPlace, const Place& inNewPlace) {
+    return os::RenameToOtherCase(inPlace.folder.Number(), inPlace.name.c_str(), inNewPlace.name.c_str());
+}
+
 // What cannot be recorded for want of memory gets its old name back; where it cannot have that, it is moved,
 // and recorded by who looks for it.
+template <typename Rename>
 int RenameAndRecord(const Place& inPlace, const os::ItemStatus& inItem, const Place& inNewPlace,
-                    NodeFacts& outFacts) {
-    const int folder = inPlace.folder.Number();
-    const int newFolder = inNewPlace.folder.Number();
-    const char* const name = inPlace.name.c_str();
-    const char* const newName = inNewPlace.name.c_str();
-    const int error = os::RenameToNew(folder, name, newFolder, newName);
+                    NodeFacts& outFacts, Rename inRename) {
+    const int error = inRename(inPlace, inNewPlace);
     if (error != 0) return error;
     try {
         RecordAt(inNewPlace, inItem, outFacts);
     } catch (const std::bad_alloc&) {
-        if (os::RenameToNew(newFolder, newName, folder, name) == 0) throw;
+        if (inRename(inNewPlace, inPlace) == 0) throw;
     }
     return 0;
+}
+
+// Whether the name in a folder is one of those that its item is found by, but not the one on disk.
+int FindByOtherCase(Place& ioNewPlace, const std::string& inName, bool& outIsFound) {
+    outIsFound = false;
+    os::ItemStatus status;
+    if (!IsSameName(CatalogueName(inName), CatalogueName(ioNewPlace.name))) return 0;
+    if (GetStatus(ioNewPlace, status) != 0) return 0;
+    const std::string newName = ioNewPlace.name;
+    const int error = FindName(ioNewPlace, [&newName](const struct dirent& inEntry) {
+        return inEntry.d_name == newName ? 0 : ENOENT;
+    });
+    ioNewPlace.name = newName;
+    outIsFound = error == ENOENT;
+    return outIsFound || error == EACCES ? 0 : error;
+}
+
+// The companion is found by either name, so it needs not have the new one.
+int ChangeCase(const Place& inPlace, const os::ItemStatus& inItem, const Place& inNewPlace,
+               NodeFacts& outFacts) {
+    const std::string name = CompanionName(inPlace.name);
+    const std::string newName = CompanionName(inNewPlace.name);
+    const NoNewCompanions noneComes;
+    HeldCompanion companion;
+    int error = companion.Take(inPlace);
+    if (error == 0) error = RenameAndRecord(inPlace, inItem, inNewPlace, outFacts, RenameToOtherCase);
+    if (error == 0 && companion.IsThere())
+        (void)os::RenameToOtherCase(inPlace.folder.Number(), name.c_str(), newName.c_str());
+    return error;
 }
 
 }  // namespace
@@ -171,6 +206,13 @@ int MoveItem(const Place& inPlace, const os::ItemStatus& inItem, Place& ioNewPla
     }
     if (inPlace.folderStatus.Volume() != ioNewPlace.folderStatus.Volume()) return EXDEV;
 
+    bool isOtherCase = false;
+    if (isSameFolder) {
+        const int error = FindByOtherCase(ioNewPlace, inPlace.name, isOtherCase);
+        if (error != 0) return error;
+        if (isOtherCase) return ChangeCase(inPlace, inItem, ioNewPlace, outFacts);
+    }
+
     // It may have the very name itself that its companion is to get.
     const bool isOrphan = isSameFolder && inPlace.name == CompanionName(ioNewPlace.name);
     int error = CheckNewName(ioNewPlace, isSameFolder ? inPlace.name : std::string());
@@ -182,7 +224,7 @@ int MoveItem(const Place& inPlace, const os::ItemStatus& inItem, Place& ioNewPla
     if (error == 0 && !isOrphan) error = orphan.SetAside(ioNewPlace);
     if (error == 0) error = companion.Take(inPlace);
     if (error == 0) error = companion.AddName(ioNewPlace);
-    if (error == 0) error = RenameAndRecord(inPlace, inItem, ioNewPlace, outFacts);
+    if (error == 0) error = RenameAndRecord(inPlace, inItem, ioNewPlace, outFacts, RenameAt);
     if (error != 0) return error;
     companion.LeaveOldName();
     orphan.StayAside();

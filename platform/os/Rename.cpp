@@ -82,6 +82,10 @@ int RenameToNew(int inFolder, const char* inName, int inNewFolder, const char* i
     return EINVAL;
 }
 
+int RenameToOtherCase(int inFolder, const char* inName, const char* inNewName) {
+    return Rename(inFolder, inName, inFolder, inNewName, 0);
+}
+
 // A folder that was removed takes no names.
 int ErrorOfNewName(int inFolder, int inError) {
     ItemStatus folder;

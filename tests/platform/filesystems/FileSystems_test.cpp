@@ -189,8 +189,15 @@ TEST_P(FileSystems, Case) {
     EXPECT_EQ(dupFNErr, MakeFile(mHere, u"A"));
     EXPECT_EQ("y", LookFor({mFolder / "A"}));
     EXPECT_EQ("._a=#fork of a, a=of a, ", Picture());
-    EXPECT_EQ(mSystem.foldsCase ? dupFNErr : noErr, Rename(item, u"A"));
-    EXPECT_EQ(mSystem.foldsCase ? "._a=#fork of a, a=of a, " : "._A=#fork of a, A=of a, ", Picture());
+    FSRef renamed = {};
+    EXPECT_EQ(noErr, Rename(item, u"A", &renamed));
+    EXPECT_EQ(mFolder / "A", PathOf(renamed));
+    EXPECT_EQ("._A=#fork of a, A=of a, ", Picture());
+    const FSRef folder = RefOf(mFolder.MakeFolder("folder"));
+    EXPECT_EQ(noErr, Rename(folder, u"FOLDER", &renamed));
+    EXPECT_EQ(mFolder / "FOLDER", PathOf(renamed));
+    EXPECT_EQ(dupFNErr, Rename(renamed, u"a"));
+    EXPECT_EQ("._A=#fork of a, A=of a, FOLDER(), ", Picture());
 }
 
 // "/" of the catalogue is ":" on disk.

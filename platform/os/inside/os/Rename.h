@@ -14,6 +14,10 @@ namespace toolbox::os {
 // its place at that moment, by a rename that replaces, is replaced in turn.
 [[nodiscard]] int RenameToNew(int inFolder, const char* inName, int inNewFolder, const char* inNewName);
 
+// The same where the file system takes no notice of case, and finds the item by the new name already: then
+// nothing else can have that, and nothing is replaced.
+[[nodiscard]] int RenameToOtherCase(int inFolder, const char* inName, const char* inNewName);
+
 // What a call answered that was to make an item in an open folder: EINVAL for a name that the file system
 // cannot have, also where that says ENOENT.
 [[nodiscard]] int ErrorOfNewName(int inFolder, int inError);
