@@ -83,7 +83,7 @@ NodeTable::Index NodeTable::RecordFolder(const PathStep& inStep, Index inParent)
     NodeID id = folder.ordinaryID;
     // The id of the folder that had the inode before is not this one's.
     if (!folder.identity.IsSameItem(inStep.identity)) id = Allot(inStep.identity);
-    if (id == 0 && !inStep.isVolumeRoot) id = ChooseID(inStep.identity);
+    if (id == 0 && !inStep.isVolumeRoot) id = ChooseID(inStep.identity, true);
     if (folder.name != inStep.name) folder.name.assign(inStep.name);
     folder.ordinaryID = id;
     folder.parent = inParent;
@@ -93,7 +93,7 @@ NodeTable::Index NodeTable::RecordFolder(const PathStep& inStep, Index inParent)
 }
 
 NodeTable::Index NodeTable::AddFolder(const PathStep& inStep, Index inParent) {
-    const NodeID id = inStep.isVolumeRoot ? 0 : ChooseID(inStep.identity);
+    const NodeID id = inStep.isVolumeRoot ? 0 : ChooseID(inStep.identity, true);
     const auto index = static_cast<Index>(mFolders.size());
     mFolderIndex.MakeRoom();
     mFolders.push_back({inStep.identity, id, inParent, inStep.isVolumeRoot, std::string(inStep.name)});
@@ -115,7 +115,7 @@ NodeTable::Index NodeTable::FindHint(const PathStep& inStep, Index inFolder) con
 
 NodeFacts NodeTable::RecordHint(const PathStep& inStep, Index inFolder) {
     const os::ItemIdentity item = mExchanged.InCatalogue(inStep.identity);
-    const NodeID id = ChooseID(item);
+    const NodeID id = ChooseID(item, false);
     const Index known = FindHint(inStep, inFolder);
     if (known == NumberIndex::kNone) {
         AddHint(inStep, inFolder);
@@ -142,28 +142,33 @@ void NodeTable::AddHint(const PathStep& inStep, Index inFolder) {
     mHintIndex.Add(KeyOf(inStep.identity).Hash(), static_cast<Index>(index));
 }
 
-bool NodeTable::HadAnother(const os::ItemIdentity& inItem) const {
+// A file that is made where a folder was deleted, within a tick of the file system's clock, has all that
+// tells one item from another in common with it; but neither ever becomes the other.
+bool NodeTable::HadAnother(const os::ItemIdentity& inItem, bool inIsFolder) const {
     const NodeKey key = KeyOf(inItem);
     const Index folder = FindKey(key);
-    if (folder != kNone && !mFolders[folder].identity.IsSameItem(inItem)) return true;
+    if (folder != kNone && !(inIsFolder && mFolders[folder].identity.IsSameItem(inItem))) return true;
+    const auto isAnother = [&](const os::ItemIdentity& inFile) {
+        return KeyOf(inFile) == key && (inIsFolder || !inFile.IsSameItem(inItem));
+    };
     // The id is that item's for ever, whoever has the inode since.
     os::ItemIdentity exchanged;
-    if (mExchanged.FindItem(key, exchanged)) return !exchanged.IsSameItem(inItem);
+    if (mExchanged.FindItem(key, exchanged)) return isAnother(exchanged);
     const Index kept = mKeptIndex.Find(key.Hash(), [&](Index inIndex) {
         mMutex.AssertHeld();
-        return KeyOf(mKept[inIndex]) == key && !mKept[inIndex].IsSameItem(inItem);
+        return isAnother(mKept[inIndex]);
     });
     if (kept != NumberIndex::kNone) return true;
     return mHintIndex.Find(key.Hash(), [&](Index inIndex) {
         mMutex.AssertHeld();
-        const os::ItemIdentity& other = mHints[inIndex].identity;
-        return KeyOf(other) == key && !other.IsSameItem(inItem);
+        return isAnother(mHints[inIndex].identity);
     }) != NumberIndex::kNone;
 }
 
-NodeID NodeTable::ChooseID(const os::ItemIdentity& inItem) {
+NodeID NodeTable::ChooseID(const os::ItemIdentity& inItem, bool inIsFolder) {
     const NodeID known = KnownID(inItem);
-    return known == 0 || (known < kFirstAllottedID && HadAnother(inItem)) ? Allot(inItem) : known;
+    const bool isItsOwn = known >= kFirstAllottedID || (known != 0 && !HadAnother(inItem, inIsFolder));
+    return isItsOwn ? known : Allot(inItem);
 }
 
 // That of an item that has an id, and 0 where none can be told.

@@ -260,6 +260,33 @@ TEST(NodeTable, IdOfAFilePassesToNobodyWhileItIsRemembered) {
     EXPECT_FALSE(table.FindID(kDisk, 300, found));
 }
 
+// Of one inode and one birth, as the clock tells it, and yet two items.
+TEST(NodeTable, AFileIsNoFolderThatHadItsInode) {
+    NodeTable table;
+    EXPECT_EQ(300u, Record(table, {Root(), Folder(300, "folder")}));
+    EXPECT_EQ(kFirstAllottedID, RecordChild(table, Root(), File(300, "file")));
+    EXPECT_EQ(400u, RecordChild(table, Root(), File(400, "other")));
+    table.Exchange(File(300, "").identity, File(400, "").identity);
+    EXPECT_EQ(kFirstAllottedID, RecordChild(table, Root(), File(400, "file")));
+    EXPECT_EQ(400u, RecordChild(table, Root(), File(300, "other")));
+    ItemIdentity found;
+    ASSERT_TRUE(table.FindID(kDisk, kFirstAllottedID, found));
+    EXPECT_EQ(400u, found.inode);
+    ASSERT_TRUE(table.FindID(kDisk, 400, found));
+    EXPECT_EQ(300u, found.inode);
+}
+
+TEST(NodeTable, AFolderIsNoFileThatHadItsInode) {
+    NodeTable table;
+    Record(table, {Root()});
+    EXPECT_EQ(300u, RecordChild(table, Root(), File(300, "file")));
+    EXPECT_EQ(kFirstAllottedID, Record(table, {Root(), Folder(300, "folder")}));
+    table.KeepID(File(301, "").identity);
+    EXPECT_EQ(kFirstAllottedID + 1, Record(table, {Root(), Folder(301, "folder of one that is kept")}));
+    table.Exchange(File(302, "").identity, File(303, "").identity);
+    EXPECT_EQ(kFirstAllottedID + 2, Record(table, {Root(), Folder(302, "folder of one exchanged")}));
+}
+
 TEST(NodeTable, AKeptIdPassesToNobody) {
     NodeTable table;
     table.Record({Root(), Folder(100, "folder")});

@@ -146,9 +146,9 @@ class NodeTable {
     NodeFacts RecordHint(const PathStep& inStep, Index inFolder) NEEDS_LOCK(mMutex);
     void AddHint(const PathStep& inStep, Index inFolder) NEEDS_LOCK(mMutex);
     // Whether the inode was another item's before, as far as that is remembered.
-    bool HadAnother(const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
+    bool HadAnother(const os::ItemIdentity& inItem, bool inIsFolder) const NEEDS_LOCK(mMutex);
     NodeID KnownID(const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
-    NodeID ChooseID(const os::ItemIdentity& inItem) NEEDS_LOCK(mMutex);
+    NodeID ChooseID(const os::ItemIdentity& inItem, bool inIsFolder) NEEDS_LOCK(mMutex);
     NodeID Allot(const os::ItemIdentity& inItem) NEEDS_LOCK(mMutex);
     NodeFacts FactsOf(Index inFolder) const NEEDS_LOCK(mMutex);
     NodeFacts FactsIn(Index inFolder, NodeID inID, const os::ItemIdentity& inItem) const NEEDS_LOCK(mMutex);
