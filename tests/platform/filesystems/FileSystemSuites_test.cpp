@@ -30,10 +30,6 @@ constexpr Suite kSuites[] = {
     {"files_toolbox_test", "*OnToolbox*"},
 };
 
-// XFS hands inodes on in an order of its own, and there a name that tells the id of a file whose contents
-// were exchanged leads, in about one run of eight, to nothing (fnfErr). Why is not known yet.
-constexpr const char* kLeftOutOnXFS = ":*Exchange.NamesThatTellTheId*";
-
 class FileSystemSuites : public testing::TestWithParam<std::tuple<const char*, Suite>> {};
 INSTANTIATE_TEST_SUITE_P(Images, FileSystemSuites,
                          testing::Combine(testing::Values("ext4", "xfs", "btrfs"),
@@ -53,8 +49,7 @@ TEST_P(FileSystemSuites, Pass) {
     const std::string log = own / "log";
     const std::string program = std::string(TESTS_FOLDER) + '/' + suite.program;
     const std::string filter = std::string("--gtest_filter=") + (isLong ? "*" : suite.essentials) +
-                               ":-*Memory*" + (isLong ? "" : ":*Fail*:*Deep*") +
-                               (std::string_view(type) == "xfs" ? kLeftOutOnXFS : "");
+                               ":-*Memory*" + (isLong ? "" : ":*Fail*:*Deep*");
     const std::string temporary = "TMPDIR=" + image.Path();
     std::vector<char*> environment;
     for (char** variable = environ; *variable != nullptr; ++variable)
