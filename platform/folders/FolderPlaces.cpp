@@ -74,9 +74,13 @@ int GetUserDomainPath(OSType inType, std::string& outPath) {
     return 0;
 }
 
-std::string TemporaryPath() {
-    const std::string path = os::PathInVariable("TMPDIR");
-    return path.empty() ? "/tmp" : path;
+// The user's own folder in one that others may write to. Where it is canonical, so is its path, which a link
+// of theirs then cannot change.
+FolderPlace OwnItemsIn(const std::string& inFolder) {
+    FoundItem folder;
+    std::string path = FindByPath(inFolder.c_str(), folder) == noErr ? folder.path : inFolder;
+    if (!path.ends_with('/')) path += '/';
+    return {path + ".TemporaryItems-" + std::to_string(os::Calls().getuid()), true};
 }
 
 // A folder beside the toolbox's library.
@@ -122,10 +126,6 @@ bool IsSharedTrash(const std::string& inPath) {
 
 int GetDomainFolderPath(Domain inDomain, OSType inType, std::string& outPath) {
     outPath.clear();
-    if (inType == kTemporaryFolderType) {
-        outPath = TemporaryPath();
-        return 0;
-    }
     if (inDomain == Domain::kUser) return GetUserDomainPath(inType, outPath);
     for (const FixedFolder& folder : kFixedFolders)
         if (folder.domain == inDomain && folder.type == inType) outPath = folder.path;
@@ -135,10 +135,23 @@ int GetDomainFolderPath(Domain inDomain, OSType inType, std::string& outPath) {
     return 0;
 }
 
+FolderPlace TemporaryPlace() {
+    const std::string path = os::PathInVariable("TMPDIR");
+    return OwnItemsIn(path.empty() ? "/tmp" : path);
+}
+
+// What outlives a start of the machine comes before what does not: an item that passes through may be left
+// there.
 std::vector<FolderPlace> TemporaryPlacesOn(const Volume& inVolume) {
-    for (const std::string& path : {TemporaryPath(), std::string("/tmp"), std::string("/var/tmp")})
-        if (IsOn(inVolume, path)) return {{path}};
-    return {{PathInRoot(inVolume, ".TemporaryItems-" + std::to_string(os::Calls().getuid())), true}};
+    std::vector<FolderPlace> places;
+    std::string state;
+    // A home that cannot be asked for is one place less.
+    (void)os::GetBaseFolderPath("XDG_STATE_HOME", ".local/state", state);
+    for (const std::string& path :
+         {os::PathInVariable("TMPDIR"), std::string("/var/tmp"), std::string("/tmp"), state})
+        if (!path.empty() && IsOn(inVolume, path)) places.push_back(OwnItemsIn(path));
+    places.push_back(OwnItemsIn(inVolume.rootPath));
+    return places;
 }
 
 int GetTrashPlacesOn(const Volume& inVolume, std::vector<FolderPlace>& outPlaces) {

@@ -19,8 +19,10 @@ enum class Domain { kUser, kLocal, kSystem };
 
 struct FolderPlace {
     std::string path;
-    bool isVolumesOwn = false;  // on a volume where others could put a folder or link of this name
+    bool isAmongOthers = false;  // where others could put a folder or link of this name
 };
+
+FolderPlace TemporaryPlace();
 
 // The temporary folders or trashes for a volume's items, the one to prefer first. An errno as above.
 std::vector<FolderPlace> TemporaryPlacesOn(const Volume& inVolume);

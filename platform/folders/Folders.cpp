@@ -40,7 +40,7 @@ OSStatus FindAt(const FolderPlace& inPlace, FoundItem& outFolder) {
     // Nor is a folder the user's that a link on the way leads to: the path is canonical up to the volume's
     // root.
     const bool isUsers = outFolder.path == inPlace.path && IsUsersOwn(inPlace.path);
-    return !inPlace.isVolumesOwn || isUsers ? static_cast<OSStatus>(noErr) : afpAccessDenied;
+    return !inPlace.isAmongOthers || isUsers ? static_cast<OSStatus>(noErr) : afpAccessDenied;
 }
 
 OSStatus MakeAt(const Request& inRequest, const FolderPlace& inPlace, FoundItem& outFolder) {
@@ -56,17 +56,17 @@ OSStatus FindOrMake(const Request& inRequest, bool inMakes, FoundItem& outFolder
     OSStatus status = fnfErr;
     for (const FolderPlace& place : inRequest.places) {
         status = FindAt(place, outFolder);
-        if (status == noErr) return noErr;
-    }
-    if (!inMakes || status != fnfErr) return status;
-    for (const FolderPlace& place : inRequest.places) {
-        status = MakeAt(inRequest, place, outFolder);
+        if (status == fnfErr && inMakes) status = MakeAt(inRequest, place, outFolder);
         if (status == noErr) return noErr;
     }
     return status;
 }
 
 OSStatus AddDomain(Domain inDomain, Request& ioRequest) {
+    if (ioRequest.type == kTemporaryFolderType) {
+        ioRequest.places.push_back(TemporaryPlace());
+        return noErr;
+    }
     std::string path;
     const int error = GetDomainFolderPath(inDomain, ioRequest.type, path);
     if (error != 0) return StatusOfErrno(error);

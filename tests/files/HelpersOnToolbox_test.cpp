@@ -167,10 +167,10 @@ TEST_F(HelpersOnToolboxTest, BuffersOfWhatALimitLeaves) {
     DisposePtr(buffer);
 }
 
-// Moved and renamed, with a temporary folder of its own in the test's.
+// Moved and renamed, with a temporary folder of the test's.
 class MoveRenameOnToolboxTest : public HelpersOnToolboxTest {
   protected:
-    MoveRenameOnToolboxTest() : mVariables{{"TMPDIR", mFolder.MakeFolder("temp")}} {
+    MoveRenameOnToolboxTest() {
         mFolder.MakeFolder("here");
         mFolder.MakeFolder("there");
     }
@@ -201,7 +201,8 @@ class MoveRenameOnToolboxTest : public HelpersOnToolboxTest {
         return FSMoveRenameObjectUnicode(&inItem, &inFolder, inName.size(), UnitsOf(inName), 0, outItem);
     }
 
-    Variables mVariables;
+    const TemporaryFolder mTemporary;
+    Variables mVariables{{"TMPDIR", mTemporary.Path()}};
 };
 
 TEST_F(MoveRenameOnToolboxTest, TakesItsCompanionWithIt) {
@@ -212,7 +213,7 @@ TEST_F(MoveRenameOnToolboxTest, TakesItsCompanionWithIt) {
     EXPECT_EQ(noErr, MoveRename(item, there, u"new", &moved));
     EXPECT_EQ(attributes, Attributes(moved));
     EXPECT_EQ(mFolder / "there/new", PathOf(moved));
-    EXPECT_EQ("here(), temp(), there(._new=#fork of file, new=of file, ), ", Picture());
+    EXPECT_EQ("here(), there(._new=#fork of file, new=of file, ), ", Picture());
 }
 
 TEST_F(MoveRenameOnToolboxTest, NameThatIsTaken) {
@@ -236,7 +237,7 @@ TEST_F(MoveRenameOnToolboxTest, ToAnotherCaseOfItsName) {
     const FSRef here = RefOf(mFolder / "here");
     FSRef moved = {};
     EXPECT_EQ(noErr, MoveRename(item, here, u"FILE", &moved));
-    EXPECT_EQ("here(._FILE=#fork of file, FILE=of file, ), temp(), there(), ", Picture());
+    EXPECT_EQ("here(._FILE=#fork of file, FILE=of file, ), there(), ", Picture());
 }
 
 TEST_F(MoveRenameOnToolboxTest, FolderIntoItself) {

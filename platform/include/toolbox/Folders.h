@@ -12,7 +12,7 @@
 //   logs                $XDG_STATE_HOME                    /var/log                 -
 //   font                $XDG_DATA_HOME/fonts               /usr/local/share/fonts   /usr/share/fonts
 //   trsh                $XDG_DATA_HOME/Trash/files         -                        -
-//   temp                $TMPDIR, else /tmp, in every domain
+//   temp                the user's own in $TMPDIR, else in /tmp, in every domain: ".TemporaryItems-UID"
 //   fram                -                                  -                        mirtal/Frameworks
 //   pfrm                -                                  -                        mirtal/PrivateFrameworks
 //
@@ -26,11 +26,11 @@
 // path counts as unset. The home folder is $HOME, else what the user database tells.
 //
 // kOnSystemDisk, kOnAppropriateDisk and 0 mean the user's folder, else the system's. A volume's reference
-// number means the same, but for two types whose folder is on that volume: "temp" is the first of $TMPDIR,
-// /tmp and /var/tmp that lies there, else the volume's ".TemporaryItems-UID"; "trsh" is the user's trash if
-// it lies there, else the volume's own as the XDG trash specification places it (".Trash/UID/files" where an
-// administrator made ".Trash", else ".Trash-UID/files"). A volume's own folder must be the user's, and no
-// link.
+// number means the same, but for two types whose folder is on that volume: "temp" is that folder in the first
+// of $TMPDIR, /var/tmp, /tmp, $XDG_STATE_HOME and the volume's root that lies there and has or may have it;
+// "trsh" is the user's trash if it lies there, else the volume's own as the XDG trash specification places it
+// (".Trash/UID/files" where an administrator made ".Trash", else ".Trash-UID/files"). "temp" and a volume's
+// own trash must be the user's, and no link (afpAccessDenied): others can write beside them.
 //
 // Every function may be called on any thread that does not run while the environment is changed.
 #pragma once

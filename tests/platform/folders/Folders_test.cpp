@@ -102,6 +102,7 @@ class Folders : public support::FileWorldTest {
   protected:
     FileWorld& mHome = mFolder;
     Variables mVariables{{"HOME", mHome.Path()}};
+    const std::string mOwn = ".TemporaryItems-" + std::to_string(::getuid());
 };
 INSTANTIATE_TEST_SUITE_P(Worlds, Folders, support::BothWorlds(), support::NameOfWorld);
 
@@ -311,14 +312,35 @@ TEST_P(Folders, FrameworksMoveWithTheLibrary) {
 }
 
 TEST_P(Folders, Temporary) {
-    EXPECT_EQ(Canonical("/tmp"), Find(kOnSystemDisk, kTemporaryFolderType));
-    mVariables["TMPDIR"] = "relative";
-    EXPECT_EQ(Canonical("/tmp"), Find(kOnSystemDisk, kTemporaryFolderType));
+    const std::string inTmp = mHome.Memory() == nullptr ? Canonical("/tmp") : "/tmp";
+    for (const char* const unset : {"", "relative"}) {
+        mVariables["TMPDIR"] = unset;
+        EXPECT_EQ(inTmp + '/' + mOwn, TemporaryPlace().path);
+    }
     mVariables["TMPDIR"] = mHome / "t";
     EXPECT_EQ(Status(fnfErr), Find(kOnSystemDisk, kTemporaryFolderType));
-    EXPECT_EQ(mHome / "t", Find(kUserDomain, kTemporaryFolderType, true));
-    EXPECT_EQ(mHome / "t", Find(kLocalDomain, kTemporaryFolderType));
-    EXPECT_EQ(mHome / "t", Find(kSystemDomain, kTemporaryFolderType));
+    EXPECT_EQ(mHome / "t/" + mOwn, Find(kUserDomain, kTemporaryFolderType, true));
+    EXPECT_EQ(mHome / "t/" + mOwn, Find(kLocalDomain, kTemporaryFolderType));
+    EXPECT_EQ(mHome / "t/" + mOwn, Find(kSystemDomain, kTemporaryFolderType));
+    EXPECT_EQ(0700U, ModeOf(mHome / "t/" + mOwn));
+    mHome.MakeLink("t", "link");
+    mVariables["TMPDIR"] = mHome / "link";
+    EXPECT_EQ(mHome / "t/" + mOwn, Find(kUserDomain, kTemporaryFolderType)) << "the user's own link";
+}
+
+TEST_P(Folders, TemporaryIsTheUsersOwn) {
+    mHome.MakeFolder("t");
+    mHome.MakeFolder("others");
+    mHome.MakeLink("../others", "t/" + mOwn);
+    mVariables["TMPDIR"] = mHome / "t";
+    for (const bool makes : {false, true})
+        EXPECT_EQ(Status(afpAccessDenied), Find(kUserDomain, kTemporaryFolderType, makes));
+    if (mHome.Memory() == nullptr) return;  // where it would be beside the machine's own
+    FoundItem home;
+    SInt16 volume = 0;
+    ASSERT_EQ(noErr, FindByPath(mHome.Path().c_str(), home));
+    ASSERT_EQ(noErr, GetVolumeNumber(home, volume));
+    EXPECT_EQ("/var/tmp/" + mOwn, Find(volume, kTemporaryFolderType, true)) << "there are other places";
 }
 
 TEST_P(Folders, TemporaryOnAVolume) {
@@ -326,16 +348,23 @@ TEST_P(Folders, TemporaryOnAVolume) {
     ASSERT_EQ(noErr, FindByPath(mHome.Path().c_str(), home));
     const Volume same = {home.status.Volume(), "/"};
     mVariables["TMPDIR"] = mHome / "t";
-    EXPECT_EQ(std::vector{mHome / "t"}, PathsOf(TemporaryPlacesOn(same)));
+    EXPECT_EQ(mHome / "t/" + mOwn, PathsOf(TemporaryPlacesOn(same)).front());
     mVariables["TMPDIR"] = "/proc/none";
-    EXPECT_EQ(std::vector<std::string>{"/tmp"}, PathsOf(TemporaryPlacesOn(same)));
-    const std::string own = ".TemporaryItems-" + std::to_string(::getuid());
-    EXPECT_EQ(std::vector{mHome / own}, PathsOf(TemporaryPlacesOn(VolumeAt(mHome.Path()))));
-    EXPECT_EQ(std::vector{"/" + own}, PathsOf(TemporaryPlacesOn(VolumeAt("/"))));
+    mVariables["XDG_STATE_HOME"] = mHome / "state";
+    if (mHome.Memory() != nullptr) {
+        EXPECT_EQ((std::vector{"/var/tmp/" + mOwn, "/tmp/" + mOwn, mHome / "state/" + mOwn, "/" + mOwn}),
+                  PathsOf(TemporaryPlacesOn(same)));
+    }
+    EXPECT_EQ(std::vector{mHome / mOwn}, PathsOf(TemporaryPlacesOn(VolumeAt(mHome.Path()))));
+    EXPECT_EQ(std::vector{"/" + mOwn}, PathsOf(TemporaryPlacesOn(VolumeAt("/"))));
     Volume mountedTwice = {home.status.Volume(), mHome.Path()};
     ++mountedTwice.key.mount;
-    EXPECT_EQ(std::vector{mHome / own}, PathsOf(TemporaryPlacesOn(mountedTwice)))
+    EXPECT_EQ(std::vector{mHome / mOwn}, PathsOf(TemporaryPlacesOn(mountedTwice)))
         << "nothing is renamed from the one mount to the other";
+    mVariables["HOME"] = "";
+    mVariables["XDG_STATE_HOME"] = "";
+    const test_files::UserDatabase broken(mHome.Path().c_str(), EMFILE);
+    EXPECT_EQ(std::vector{mHome / mOwn}, PathsOf(TemporaryPlacesOn(VolumeAt(mHome.Path()))));
 }
 
 TEST_P(Folders, TrashOnAVolume) {
@@ -413,6 +442,19 @@ TEST_P(Folders, OnAnotherVolume) {
     mHome.MakeFolder("mounted/others/files");
     mHome.MakeLink("others", "mounted/" + trash.substr(root.size() + 1));
     EXPECT_EQ(Status(afpAccessDenied), Find(volume, kTrashFolderType, true)) << "a link on the way";
+}
+
+// As a user may not make anything in the root of "/home".
+TEST_P(Folders, HomesOnAVolumeOfTheirOwn) {
+    const std::string root = mHome.MakeFolder("mounted");
+    const MountedFolder mounted(root);
+    mVariables["HOME"] = mHome.MakeFolder("mounted/user");
+    FoundItem item;
+    SInt16 volume = 0;
+    ASSERT_EQ(noErr, FindByPath(root.c_str(), item));
+    ASSERT_EQ(noErr, GetVolumeNumber(item, volume));
+    EXPECT_EQ(root + "/user/.local/state/" + mOwn, Find(volume, kTemporaryFolderType, true));
+    EXPECT_EQ(0700U, ModeOf(root + "/user/.local/state/" + mOwn));
 }
 
 TEST_P(Folders, FindFolderAnswersVolumeAndFolder) {
