@@ -15,6 +15,9 @@ static_assert(sizeof(ExtendedFinderInfo) == sizeof(FSCatalogInfo::extFinderInfo)
 // Of files and folders the flags lie at one place.
 static_assert(offsetof(FileInfo, finderFlags) == offsetof(FolderInfo, finderFlags));
 
+constexpr FSCatalogInfoBitmap kSettableOfLinks =
+    kFSCatInfoSettableInfo & ~FSCatalogInfoBitmap{kFSCatInfoPermissions};
+
 bool IsFolder(const FSCatalogInfo& inInfo) {
     return (inInfo.nodeFlags & kFSNodeIsDirectoryMask) != 0;
 }
@@ -27,6 +30,10 @@ FinderInfo FinderInfoOf(const FSCatalogInfo& inInfo) {
 
 void SetFinderInfo(const FinderInfo& inFinderInfo, FSCatalogInfo& ioInfo) {
     std::memcpy(ioInfo.finderInfo, &inFinderInfo, sizeof inFinderInfo);
+}
+
+bool IsLink(const FSCatalogInfo& inInfo) {
+    return !IsFolder(inInfo) && FinderInfoOf(inInfo).file.fileType == kSymLinkFileType;
 }
 
 bool IsSame(const UTCDateTime& inLeft, const UTCDateTime& inRight) {
@@ -183,5 +190,14 @@ OSErr FSCopyFileMgrAttributes(const FSRef* inSource, const FSRef* inDestination,
     finderInfo.file.finderFlags = static_cast<UInt16>(finderInfo.file.finderFlags & ~kHasBeenInited);
     SetFinderInfo(finderInfo, info);
     if (!inCopyLock) info.nodeFlags = static_cast<UInt16>(info.nodeFlags & ~kFSNodeLockedMask);
-    return FSSetCatalogInfo(inDestination, kFSCatInfoSettableInfo, &info);
+    // What the permissions of a link are is nobody's choice, and nobody else's either.
+    const FSCatalogInfoBitmap which =
+        IsLink(info) ? kSettableOfLinks : FSCatalogInfoBitmap{kFSCatInfoSettableInfo};
+    const OSErr setError = FSSetCatalogInfo(inDestination, which, &info);
+    if (setError != permErr || which == kSettableOfLinks) return setError;
+    FSCatalogInfo destination = {};
+    const bool isToLink = FSGetCatalogInfo(inDestination, kFSCatInfoNodeFlags | kFSCatInfoFinderInfo,
+                                           &destination, nullptr, nullptr, nullptr) == noErr &&
+                          IsLink(destination);
+    return isToLink ? FSSetCatalogInfo(inDestination, kSettableOfLinks, &info) : setError;
 }

@@ -4,6 +4,7 @@
 #include "ParamBlocks.h"
 #include "catalogue/DescriptorPaths.h"
 #include "catalogue/FileAccess.h"
+#include "catalogue/Volumes.h"
 #include "companions/CompanionCopy.h"
 #include "companions/CompanionNames.h"
 #include "companions/Companions.h"
@@ -92,7 +93,7 @@ OSStatus Copy(const CopyParam& inBlock) {
     if (status == noErr) status = OpenNewPlace(inBlock, inBlock.ioDstVRefNum, place.name, folder, newPlace);
     if (status == noErr) status = OpenFound(item, O_RDONLY, file);
     if (status != noErr) return status;
-    return StatusOfErrno(CopyTo(place, item.status, file.Number(), newPlace));
+    return StatusOfChange(CopyTo(place, item.status, file.Number(), newPlace), folder);
 }
 
 OSStatus MoveRename(const CopyParam& inBlock) {

@@ -36,11 +36,15 @@ OSStatus FindSimilarName(std::u16string_view inName, Place& ioPlace) {
     return noErr;
 }
 
-// Whether the item is in the folder, and has that name there in a specification.
-bool IsNamed(const FoundItem& inItem, const FoundItem& inFolder, ConstStr255Param inName) {
-    if (!inItem.facts.parent.IsSameItem(inFolder.status.identity)) return false;
+// Whether the item has that name in a specification, exactly.
+bool HasSpecName(const FoundItem& inItem, ConstStr255Param inName) {
     const FSSpec spec = SpecOf(inItem, 0);
     return std::equal(inName, inName + inName[0] + 1, spec.name);
+}
+
+// The same of one that must be in the folder.
+bool IsNamed(const FoundItem& inItem, const FoundItem& inFolder, ConstStr255Param inName) {
+    return inItem.facts.parent.IsSameItem(inFolder.status.identity) && HasSpecName(inItem, inName);
 }
 
 // The item whose name tells its node, if it is in the folder still: by what is known of the node, else by
@@ -135,7 +139,8 @@ OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem) {
     if (!NameOfSpec(inSpec.name, name)) return bdNamErr;
     if (isOfRoot) {
         outItem = folder;
-        return IsSameName(name, NameInCatalogue(folder)) ? noErr : static_cast<OSStatus>(fnfErr);
+        const bool isIts = IsSameName(name, NameInCatalogue(folder)) || HasSpecName(folder, inSpec.name);
+        return isIts ? noErr : static_cast<OSStatus>(fnfErr);
     }
     const OSStatus nameStatus = FindByName(folder, name, outItem);
     return nameStatus == fnfErr ? FindByNode(folder, inSpec.name, outItem) : nameStatus;

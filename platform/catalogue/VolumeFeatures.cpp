@@ -12,41 +12,51 @@ namespace toolbox::files {
 
 namespace {
 
-struct NamedFeatures {
-    std::string_view type;
+struct FileSystemType {
+    std::string_view name;
+    std::uint16_t id;
     VolumeFeatures features;
 };
 
-//  exchange, owners, links, long files, journal, server; new names told
-constexpr NamedFeatures kFeatures[] = {
-    {"9p", {false, true, true, true, false, true}},
-    {"afs", {false, true, true, true, false, true}},
-    {"bcachefs", {true, true, true, true, true, false}},
-    {"btrfs", {true, true, true, true, false, false, true}},
-    {"ceph", {false, true, true, true, false, true}},
-    {"cifs", {false, true, true, true, false, true}},
-    {"exfat", {false, false, false, true, false, false}},
-    {"ext2", {false, true, true, false, false, false, true}},
-    {"ext3", {true, true, true, false, true, false, true}},
-    {"ext4", {true, true, true, true, true, false, true}},
-    {"f2fs", {true, true, true, true, false, false, true}},
-    {"fuse.sshfs", {false, true, true, true, false, true}},
-    {"gfs2", {true, true, true, true, true, false}},
-    {"hfs", {false, false, false, false, false, false}},
-    {"hfsplus", {false, true, true, true, false, false}},
-    {"iso9660", {false, true, true, false, false, false}},
-    {"jfs", {false, true, true, true, true, false}},
-    {"msdos", {false, false, false, false, false, false}},
-    {"nfs", {false, true, true, true, false, true}},
-    {"nfs4", {false, true, true, true, false, true}},
-    {"ntfs3", {false, true, true, true, true, false}},
-    {"overlay", {true, true, true, true, false, false}},
-    {"smb3", {false, true, true, true, false, true}},
-    {"tmpfs", {true, true, true, true, false, false, true}},
-    {"ubifs", {true, true, true, false, true, false}},
-    {"vfat", {false, false, false, false, false, false}},
-    {"xfs", {true, true, true, true, true, false, true}},
+// The number that statfs(2) tells of it, its lower half; exchange, owners, links, long files, journal,
+// server; new names told
+constexpr FileSystemType kTypes[] = {
+    {"9p", 0x1997, {false, true, true, true, false, true}},
+    {"afs", 0x414F, {false, true, true, true, false, true}},
+    {"bcachefs", 0x1A4E, {true, true, true, true, true, false}},
+    {"btrfs", 0x683E, {true, true, true, true, false, false, true}},
+    {"ceph", 0x6400, {false, true, true, true, false, true}},
+    {"cifs", 0x4D42, {false, true, true, true, false, true}},
+    {"exfat", 0xBAB0, {false, false, false, true, false, false}},
+    {"ext2", 0xEF53, {false, true, true, false, false, false, true}},
+    {"ext3", 0xEF53, {true, true, true, false, true, false, true}},
+    {"ext4", 0xEF53, {true, true, true, true, true, false, true}},
+    {"f2fs", 0x2010, {true, true, true, true, false, false, true}},
+    {"fuse.sshfs", 0x5546, {false, true, true, true, false, true}},
+    {"gfs2", 0x1970, {true, true, true, true, true, false}},
+    {"hfs", 0x4244, {false, false, false, false, false, false}},
+    {"hfsplus", 0x482B, {false, true, true, true, false, false}},
+    {"iso9660", 0x9660, {false, true, true, false, false, false}},
+    {"jfs", 0x464A, {false, true, true, true, true, false}},
+    {"msdos", 0x4D44, {false, false, false, false, false, false}},
+    {"nfs", 0x6969, {false, true, true, true, false, true}},
+    {"nfs4", 0x6969, {false, true, true, true, false, true}},
+    {"ntfs3", 0x746E, {false, true, true, true, true, false}},
+    {"overlay", 0x7630, {true, true, true, true, false, false}},
+    {"smb3", 0x4D42, {false, true, true, true, false, true}},
+    {"tmpfs", 0x1994, {true, true, true, true, false, false, true}},
+    {"ubifs", 0x1905, {true, true, true, false, true, false}},
+    {"vfat", 0x4D44, {false, false, false, false, false, false}},
+    {"xfs", 0x5342, {true, true, true, true, true, false, true}},
 };
+
+// Null for a new one.
+const FileSystemType* FindType(std::string_view inName) {
+    const auto* const found =
+        std::find_if(std::begin(kTypes), std::end(kTypes),
+                     [inName](const FileSystemType& inType) { return inType.name == inName; });
+    return found == std::end(kTypes) ? nullptr : found;
+}
 
 struct Refusals {
     os::Mutex mutex;
@@ -65,10 +75,13 @@ Refusals& SharedRefusals() {
 }  // namespace
 
 VolumeFeatures FeaturesOf(std::string_view inType) {
-    const auto* const found =
-        std::find_if(std::begin(kFeatures), std::end(kFeatures),
-                     [inType](const NamedFeatures& inNamed) { return inNamed.type == inType; });
-    return found == std::end(kFeatures) ? VolumeFeatures() : found->features;
+    const FileSystemType* const type = FindType(inType);
+    return type == nullptr ? VolumeFeatures() : type->features;
+}
+
+std::uint16_t FileSystemIDOf(std::string_view inType) {
+    const FileSystemType* const type = FindType(inType);
+    return type == nullptr ? std::uint16_t{0} : type->id;
 }
 
 void ForbidExchange(const os::VolumeKey& inVolume) noexcept {

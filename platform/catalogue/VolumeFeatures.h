@@ -5,6 +5,7 @@
 
 #include "os/ItemStatus.h"
 
+#include <cstdint>
 #include <string_view>
 
 namespace toolbox::files {
@@ -21,6 +22,9 @@ struct VolumeFeatures {
 };
 // By a type of the mount table. What is not known there is as a new one.
 VolumeFeatures FeaturesOf(std::string_view inType);
+// What tells one type from others, as the kernel numbers them (linux/magic.h), its lower 16 bits; 0 for what
+// is not known. A driver of users' own may have that of another.
+std::uint16_t FileSystemIDOf(std::string_view inType);
 
 // After the kernel refused to exchange two names on a volume: it is not told to do so any more.
 void ForbidExchange(const os::VolumeKey& inVolume) noexcept;

@@ -1,6 +1,8 @@
 #include "CatalogDates.h"
 #include "FolderItems.h"
+#include "MountTable.h"
 #include "MountedVolumes.h"
+#include "VolumeFeatures.h"
 #include "catalogue/Volumes.h"
 #include "companions/CompanionInfo.h"
 #include "companions/Companions.h"
@@ -39,10 +41,11 @@ struct Knowledge {
     CompanionInfo companion;  // of the root folder
     VolumeSizes sizes;
     VolumeLocks locks;
+    std::uint16_t fileSystemID = 0;
 };
 
 // Where a field comes from. Each of these is one question more.
-enum class Source { kNothing, kRoot, kCompanion, kSizes, kLocks };
+enum class Source { kNothing, kRoot, kCompanion, kSizes, kLocks, kMount };
 
 struct Field {
     FSVolumeInfoBitmap bit;
@@ -111,9 +114,9 @@ constexpr Field kFields[] = {
                            (inKnown.locks.isReadOnly ? kFSVolFlagSoftwareLockedMask : 0);
          ioInfo.flags = static_cast<UInt16>(flags);
      }},
-    {kFSVolInfoFSInfo, Source::kNothing,
-     [](const Knowledge&, FSVolumeInfo& ioInfo) {
-         ioInfo.filesystemID = 0;
+    {kFSVolInfoFSInfo, Source::kMount,
+     [](const Knowledge& inKnown, FSVolumeInfo& ioInfo) {
+         ioInfo.filesystemID = inKnown.fileSystemID;
          ioInfo.signature = kVolumeSignature;
      }},
     {kFSVolInfoDriveInfo, Source::kNothing,
@@ -145,7 +148,12 @@ OSStatus FindOut(FSVolumeInfoBitmap inWhich, bool inWantsRoot, Knowledge& ioKnow
         status = GetVolumeSizes(ioKnown.volume, ioKnown.sizes);
     if (status == noErr && Asks(inWhich, Source::kLocks))
         status = GetVolumeLocks(ioKnown.volume, ioKnown.locks);
-    return status;
+    if (status != noErr || !Asks(inWhich, Source::kMount)) return status;
+    MountEntry mount;
+    status = FindMount(ioKnown.volume, mount);
+    ioKnown.fileSystemID = FileSystemIDOf(mount.type);
+    // One that the kernel does not show to this process is of a type that nobody tells.
+    return status == nsvErr ? OSStatus{noErr} : status;
 }
 
 struct Outputs {

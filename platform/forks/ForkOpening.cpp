@@ -61,7 +61,7 @@ OSStatus ForkOpening::OpenFile(const FoundItem& inItem) {
     const OSStatus status = mFacts.isResource ? OpenResourceFork(inItem, mFacts.file, access, mBytes)
                                               : OpenDataFork(inItem, access, mayRead, mBytes);
     if (status != noErr) mUse.End();
-    return status;
+    return status == wPrErr ? StatusOfChange(EROFS, inItem) : status;
 }
 
 OSStatus ForkOpening::Open(const FSRef& inFile, bool inIsResource, SInt8 inPermission) {

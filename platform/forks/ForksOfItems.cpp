@@ -2,6 +2,7 @@
 #include "ForkNames.h"
 #include "ForkOpening.h"
 #include "catalogue/FileAccess.h"
+#include "catalogue/Volumes.h"
 #include "companions/CompanionInfo.h"
 #include "companions/Companions.h"
 #include "status/StatusOfErrno.h"
@@ -39,7 +40,8 @@ OSStatus Create(const FSRef& inFile, UniCharCount inNameLength, const UniChar* i
     if (!isResource || sizes.byteCount > 0) return errFSForkExists;
     os::Descriptor file;
     status = CheckIsUnlocked(item);
-    return status == noErr ? OpenFound(item, O_RDWR, file) : status;
+    if (status == noErr) status = OpenFound(item, O_RDWR, file);
+    return status == wPrErr ? StatusOfChange(EROFS, item) : status;
 }
 
 OSStatus Delete(const FSRef& inFile, UniCharCount inNameLength, const UniChar* inName) {

@@ -13,8 +13,8 @@ constexpr UInt32 kResourceForkID = 0xFF;
 
 // Whether it may be open to read where it cannot be open to write.
 bool MayBeReadInstead(OSStatus inStatus) {
-    return inStatus == opWrErr || inStatus == fLckdErr || inStatus == wPrErr || inStatus == fBsyErr ||
-           inStatus == afpAccessDenied || inStatus == permErr;
+    return inStatus == opWrErr || inStatus == fLckdErr || inStatus == wPrErr || inStatus == vLckdErr ||
+           inStatus == fBsyErr || inStatus == afpAccessDenied || inStatus == permErr;
 }
 
 OSStatus OpenNumbered(const FSRef& inFile, bool inIsResource, SInt8 inPermission, SInt16& outNumber) {

@@ -13,6 +13,7 @@
 #include <files/Volumes.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <sys/vfs.h>
 #include <toolbox/FileIDs.h>
 #include <toolbox/MacMemory.h>
 #include <toolbox/MountRecords.h>
@@ -152,6 +153,27 @@ TEST_P(RowsOnToolbox, Locks) {
     ASSERT_EQ(0, mFolder.Unmount(point));
 }
 
+// A link's permissions are its own, and what it is told of is what it is.
+TEST_P(RowsOnToolbox, AttributesOfLinks) {
+    FileWorld::SetMode(mFolder / "file", 0600);
+    const std::string path = mFolder.MakeLink("file", "link");
+    FSRef link = {};
+    ASSERT_EQ(noErr, FSPathMakeRefWithOptions(reinterpret_cast<const UInt8*>(path.c_str()),
+                                              kFSPathMakeRefDoNotFollowLeafSymlink, &link, nullptr));
+    ASSERT_EQ(noErr, FSChangeFinderFlags(&link, true, kIsInvisible));
+    ASSERT_EQ(noErr, FSChangeCreatorType(&mFile, 0x41424344, 0x54455854));
+    EXPECT_EQ(noErr, FSCopyFileMgrAttributes(&link, &mFile, false));
+    EXPECT_EQ(0600, InfoOf(mFolder / "file", kFSCatInfoPermissions).permissions.mode & 0777);
+    EXPECT_EQ(kIsInvisible, FlagsOf(mFile)) << "and no alias";
+    ASSERT_EQ(noErr, FSChangeFinderFlags(&mFile, true, kNameLocked));
+    EXPECT_EQ(noErr, FSCopyFileMgrAttributes(&mFile, &link, false));
+    EXPECT_EQ(kIsInvisible | kNameLocked | kIsAlias, FlagsOf(link));
+    FinderInfo info = {};
+    EXPECT_EQ(noErr, FSGetFinderInfo(&link, &info, nullptr, nullptr));
+    EXPECT_EQ(OSType{kSymLinkFileType}, info.file.fileType);
+    EXPECT_EQ(0600, InfoOf(mFolder / "file", kFSCatInfoPermissions).permissions.mode & 0777);
+}
+
 TEST_P(RowsOnToolbox, AttributesOfALockedFile) {
     const FSRef other = RefOf(mFolder.MakeFile("copy"));
     ASSERT_EQ(noErr, FSChangeFinderFlags(&mFile, true, kIsInvisible));
@@ -245,10 +267,14 @@ TEST_P(RowsOnToolbox, Volumes) {
     EXPECT_GT(name.length, 0);
     EXPECT_GT(total, 0U);
     EXPECT_LE(free, total);
-    UInt16 id = 77;
+    UInt16 id = 0;
     UInt16 signature = 0;
     EXPECT_EQ(noErr, FSGetVolFileSystemID(Volume(), &id, &signature));
-    EXPECT_EQ(0, id);
+    struct statfs system = {};
+    if (mFolder.Memory() == nullptr) {
+        ASSERT_EQ(0, statfs(mFolder.Path().c_str(), &system));
+        EXPECT_EQ(system.f_type & 0xFFFF, id) << std::hex << system.f_type;
+    }
     EXPECT_EQ(0x4244, signature);
     GetVolParmsInfoBuffer parameters = {};
     UInt32 size = 0;

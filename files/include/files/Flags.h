@@ -62,7 +62,7 @@ typedef union ExtendedFinderInfo {
 
 // Gives an item all that can be set of another one: dates, permissions, Finder information, encoding hint,
 // and, if inCopyLock, its lock; else it is unlocked. What gets them was not met by any file manager yet: the
-// flag kHasBeenInited is cleared.
+// flag kHasBeenInited is cleared. A link keeps its own permissions, type and creator, and gives them to none.
 [[nodiscard]] MIRTAL_EXPORT OSErr FSCopyFileMgrAttributes(const FSRef* inSource, const FSRef* inDestination,
                                                           bool inCopyLock);
 

@@ -78,9 +78,9 @@ typedef struct CatPositionRec {
 //   inPermission  one of those above
 //   outNumber     1 or more; untouched on failure
 // opWrErr when it is open to write by somebody and that does not go together, fLckdErr for a locked file and
-// wPrErr on a volume that is read only, both when it is to be written; fBsyErr for a program that runs, to
-// write its file; paramErr for another permission; tmfoErr when too many forks are open; ioErr when a file
-// that is no companion has the companion's name.
+// vLckdErr or wPrErr on a volume that is read only (CatalogItems.h), when it is to be written; fBsyErr for a
+// program that runs, to write its file; paramErr for another permission; tmfoErr when too many forks are
+// open; ioErr when a file that is no companion has the companion's name.
 TOOLBOX_MUST_USE OSErr FSOpenFork(const FSRef* inFile, UniCharCount inNameLength, const UniChar* inName,
                                   SInt8 inPermission, SInt16* outNumber);
 
@@ -136,11 +136,12 @@ TOOLBOX_MUST_USE OSErr FSGetForkCBInfo(SInt16 inNumber, SInt16 inVolume, SInt16*
                                        HFSUniStr255* outName);
 
 // Makes a fork without bytes. As every file has both, nothing is to be done; errFSForkExists for the data
-// fork and for a resource fork with bytes. fLckdErr and wPrErr are told here already, and afpAccessDenied.
+// fork and for a resource fork with bytes. fLckdErr, vLckdErr and wPrErr are told here already, and
+// afpAccessDenied.
 TOOLBOX_MUST_USE OSErr FSCreateFork(const FSRef* inFile, UniCharCount inNameLength, const UniChar* inName);
 
 // Takes all bytes of a fork. errFSForkNotFound for a resource fork that has none; fBsyErr for one that is
-// open; fLckdErr, wPrErr, opWrErr as for opening it to write.
+// open; fLckdErr, vLckdErr, wPrErr, opWrErr as for opening it to write.
 TOOLBOX_MUST_USE OSErr FSDeleteFork(const FSRef* inFile, UniCharCount inNameLength, const UniChar* inName);
 
 // The forks of a file one after the other: the data fork, and the resource fork if it has bytes.

@@ -66,8 +66,9 @@ typedef struct FSVolumeInfo {
     UInt32 nextCatalogID;   // 0
     UInt8 finderInfo[32];   // 0: nothing is started from a volume by its Finder information
     UInt16 flags;
-    UInt16 filesystemID;  // 0: what the catalogue tells of all volumes is the same
-    UInt16 signature;     // 'BD', as PBHGetVInfoSync tells it
+    UInt16
+        filesystemID;  // of the type: the lower half of what statfs(2) calls it (0xEF53: ext4); 0: a new one
+    UInt16 signature;  // 'BD', as PBHGetVInfoSync tells it
     UInt16 driveNumber;   // the volume's own: its number without the sign
     SInt16 driverRefNum;  // 0: programs know none
 } FSVolumeInfo;

@@ -242,6 +242,16 @@ TEST_P(FileCopies, ToAnotherVolume) {
     EXPECT_EQ(std::string("fork of a").size(), forkBytes);
 }
 
+TEST_P(FileCopies, ToAVolumeThatIsReadOnly) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "this process may not mount";
+    ASSERT_EQ(0, mFolder.MountVolume(mFolder.MakeFolder("volume")));
+    MakeWithCompanion("", "a");
+    const std::string before = Picture();
+    ASSERT_EQ(0, mFolder.ForbidWriting(mFolder / "volume"));
+    EXPECT_EQ(vLckdErr, Copy("a", "volume"));
+    EXPECT_EQ(before, Picture());
+}
+
 TEST_P(FileCopies, MovesAndRenamesInOneStep) {
     const FSRef ref = RefOf(MakeWithCompanion("", "a"));
     mFolder.MakeFolder("sub");

@@ -153,6 +153,23 @@ TEST_P(FileSpecsTest, Folders) {
     EXPECT_EQ(+Here("").parID, +spec.parID);
 }
 
+// As a stick is mounted whose name nobody chose.
+TEST_P(FileSpecsTest, VolumesOfLongNames) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "this process may not mount";
+    const std::string path = mFolder.MakeFolder("0d1f2a3b-4444-5555-6666-778899aabbcc");
+    ASSERT_EQ(0, mFolder.MountVolume(path));
+    const FSSpec spec = SpecOf(path);
+    EXPECT_EQ(fsRtParID, +spec.parID);
+    EXPECT_EQ("#2", NameOf(spec).substr(29));
+    EXPECT_EQ(path, PathOfSpec(spec));
+    FSSpec same = {};
+    EXPECT_EQ(noErr, FSMakeFSSpec(spec.vRefNum, fsRtParID, spec.name, &same));
+    EXPECT_EQ(0, std::memcmp(&spec, &same, sizeof spec));
+    FSSpec other = spec;
+    ++other.name[1];
+    EXPECT_EQ(fnfErr, FSMakeFSSpec(spec.vRefNum, fsRtParID, other.name, &same));
+}
+
 TEST_P(FileSpecsTest, RootFolder) {
     const FSSpec root = SpecOf("/");
     EXPECT_EQ(fsRtParID, +root.parID);

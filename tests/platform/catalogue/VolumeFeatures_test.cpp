@@ -35,6 +35,14 @@ TEST(VolumeFeatures, NewNamesAreToldWhereNobodyElseMakesAny) {
         EXPECT_FALSE(FeaturesOf(type).tellsNewNames) << type;
 }
 
+TEST(VolumeFeatures, NumbersOfTypes) {
+    EXPECT_EQ(0xEF53, FileSystemIDOf("ext4"));
+    EXPECT_EQ(0xEF53, FileSystemIDOf("ext2"));
+    EXPECT_EQ(0xBAB0, FileSystemIDOf("exfat"));
+    EXPECT_EQ(0x5342, FileSystemIDOf("xfs"));
+    EXPECT_EQ(0, FileSystemIDOf("a new one"));
+}
+
 TEST(VolumeFeatures, OfANewType) {
     const VolumeFeatures features = FeaturesOf("a new one");
     EXPECT_FALSE(features.hasExchange);

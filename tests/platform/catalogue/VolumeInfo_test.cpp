@@ -184,7 +184,6 @@ TEST_P(VolumeInfoTest, Sizes) {
     EXPECT_EQ(40U, +info.fileCount);
     EXPECT_EQ(0U, +info.folderCount);
     EXPECT_EQ(0x4244, info.signature);
-    EXPECT_EQ(0, info.filesystemID);
     ScriptSizes(std::uint64_t{1} << 34);
     info = Get(0, kFSVolInfoGettable);
     EXPECT_EQ(std::uint64_t{1} << 46, +info.totalBytes);

@@ -219,12 +219,12 @@ TEST_P(ForkOpenings, VolumesThatAreReadOnly) {
     ASSERT_EQ(0, mFolder.ForbidWriting(mFolder / "volume"));
     for (const Which fork : kBoth) {
         SInt16 number = 0;
-        EXPECT_EQ(wPrErr, OpenFork(file, fork, fsRdWrPerm, number));
+        EXPECT_EQ(vLckdErr, OpenFork(file, fork, fsRdWrPerm, number));
         const Opened current(file, fork, fsCurPerm);
         EXPECT_EQ(wrPermErr, Write(current, fsFromStart, 0, "x"));
     }
     const std::u16string_view name = NameOf(Which::kResource);
-    EXPECT_EQ(wPrErr, FSCreateFork(&file, name.size(), reinterpret_cast<const UniChar*>(name.data())));
+    EXPECT_EQ(vLckdErr, FSCreateFork(&file, name.size(), reinterpret_cast<const UniChar*>(name.data())));
     ASSERT_EQ(0, mFolder.Unmount(mFolder / "volume"));
 }
 
