@@ -97,7 +97,7 @@ OSStatus GetBootVolume(Volume& outVolume) {
 OSStatus GetVolumeKey(const FoundItem& inItem, os::VolumeKey& outKey) {
     outKey = inItem.status.Volume();
     if (inItem.status.kind == os::ItemKind::kFolder || IsDescriptorPath(inItem.path)) return noErr;
-    if (inItem.status.isMountRoot) {
+    if (inItem.status.isMountRoot || inItem.status.mount == 0) {
         os::ItemStatus folder;
         const int error = os::GetKnownStatus(FolderPathOf(inItem.path).c_str(), folder);
         if (error == 0) outKey = folder.Volume();

@@ -1,5 +1,6 @@
 // Whole folders, over the real toolbox.
 #include "os/SystemCalls.h"
+#include "platform/catalogue/ChangedStatus.h"
 #include "platform/catalogue/ItemChanges.h"
 #include "support/FailEach.h"
 #include "support/FailingNew.h"
@@ -122,6 +123,19 @@ TEST_P(ContainersOnToolbox, WhatIsMountedStays) {
     ASSERT_EQ(0, mFolder.Unmount(mFolder / "tree/sub/bind"));
     EXPECT_EQ(noErr, FSDeleteContainer(&tree));
     ExpectPrecious();
+}
+
+TEST_P(ContainersOnToolbox, WhatIsMountedStaysUnderAnOldKernel) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "this machine lets nobody mount";
+    mFolder.MakeFolder("tree/sub/bind");
+    ASSERT_EQ(0, mFolder.MountFolder(mFolder / "precious", mFolder / "tree/sub/bind"));
+    {
+        const OldKernel old;
+        const FSRef tree = Tree();
+        EXPECT_EQ(fBsyErr, FSDeleteContainer(&tree));
+    }
+    ExpectPrecious();
+    ASSERT_EQ(0, mFolder.Unmount(mFolder / "tree/sub/bind"));
 }
 
 // Where a mistake costs nothing.

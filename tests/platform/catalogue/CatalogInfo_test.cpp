@@ -1,4 +1,5 @@
 #include "CatalogTest.h"
+#include "ChangedStatus.h"
 #include "catalogue/ItemInfo.h"
 #include "companions/CompanionInfo.h"
 #include "companions/Companions.h"
@@ -246,32 +247,10 @@ TEST_P(CatalogInfoTest, CompanionThatMayNotBeRead) {
     EXPECT_EQ(afpAccessDenied, FSGetCatalogInfo(&ref, kAll, &info, nullptr, nullptr, nullptr));
 }
 
-// Of what the system tells of items, other values than are there.
-toolbox::os::SystemCalls sReal;
-void (*sChange)(struct statx& ioStatus);
-class ChangedStatus {
-  public:
-    explicit ChangedStatus(void (*inChange)(struct statx& ioStatus)) : mBefore(toolbox::os::Calls()) {
-        sReal = mBefore;
-        sChange = inChange;
-        toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags,
-                                                  unsigned inMask, struct statx* outStatus) {
-            const int result = sReal.statx(inFolder, inPath, inFlags, inMask, outStatus);
-            if (result == 0) sChange(*outStatus);
-            return result;
-        };
-    }
-    ~ChangedStatus() { toolbox::os::CallsForTesting() = mBefore; }
-    ChangedStatus(const ChangedStatus&) = delete;
-    ChangedStatus& operator=(const ChangedStatus&) = delete;
-
-  private:
-    toolbox::os::SystemCalls mBefore;
-};
-
 TEST_P(CatalogInfoTest, CreationWhereNoBirthIsKept) {
     const std::string path = mFolder.MakeFile("file");
-    const ChangedStatus changed([](struct statx& ioStatus) { ioStatus.stx_mask &= ~unsigned{STATX_BTIME}; });
+    const ChangedStatus changed(
+        [](const char*, struct statx& ioStatus) { ioStatus.stx_mask &= ~unsigned{STATX_BTIME}; });
     mFolder.SetTimes(path, {2000, 0}, {1000, 500'000'000});
     FSCatalogInfo info = InfoOf(path, kFSCatInfoCreateDate);
     EXPECT_EQ(2'082'845'800U, SecondsOf(info.createDate));
@@ -284,7 +263,7 @@ TEST_P(CatalogInfoTest, CreationWhereNoBirthIsKept) {
 TEST_P(CatalogInfoTest, WhatNobodyMayChangeIsLocked) {
     const std::string path = mFolder.MakeFile("file");
     const ChangedStatus changed(
-        [](struct statx& ioStatus) { ioStatus.stx_attributes |= STATX_ATTR_IMMUTABLE; });
+        [](const char*, struct statx& ioStatus) { ioStatus.stx_attributes |= STATX_ATTR_IMMUTABLE; });
     EXPECT_EQ(kFSNodeLockedMask, FlagsOf(path));
 }
 
@@ -479,6 +458,7 @@ TEST_P(CatalogInfoTest, CallsForWhatIsAskedFor) {
 
 TEST_P(CatalogInfoTest, WhetherItMayBeUsedCanBeUnknown) {
     const FSRef ref = RefOf(mFolder.MakeFile("file"));
+    static toolbox::os::SystemCalls sReal;
     sReal = toolbox::os::Calls();
     for (const int error : {EACCES, EPERM, EROFS, EIO, ENOMEM}) {
         static int sErrno;

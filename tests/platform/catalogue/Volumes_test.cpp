@@ -1,6 +1,7 @@
 #include "catalogue/Volumes.h"
 
 #include "CatalogTest.h"
+#include "ChangedStatus.h"
 #include "os/SystemCalls_test_access.h"
 #include "support/FailingCalls.h"
 #include "support/FileWorld.h"
@@ -13,7 +14,9 @@
 #include <string>
 
 using namespace toolbox::files;
+using test_files::ChangedStatus;
 using test_files::FailingCalls;
+using test_files::OldKernel;
 
 namespace {
 
@@ -27,28 +30,6 @@ SInt16 NumberOf(const std::string& inPath) {
     EXPECT_EQ(noErr, GetVolumeNumber(ItemAt(inPath), number)) << inPath;
     return number;
 }
-
-// While it lives, the system tells something else of items.
-class ChangedStatus {
-  public:
-    explicit ChangedStatus(void (*inChange)(const char* inPath, struct statx& ioStatus))
-        : mReal(toolbox::os::Calls()) {
-        sReal = mReal.statx;
-        sChange = inChange;
-        toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags,
-                                                  unsigned inMask, struct statx* outStatus) {
-            const int result = sReal(inFolder, inPath, inFlags, inMask, outStatus);
-            if (result == 0) sChange(inPath, *outStatus);
-            return result;
-        };
-    }
-    ~ChangedStatus() { toolbox::os::CallsForTesting() = mReal; }
-
-  private:
-    static inline decltype(toolbox::os::SystemCalls::statx) sReal;
-    static inline void (*sChange)(const char*, struct statx&);
-    toolbox::os::SystemCalls mReal;
-};
 
 }  // namespace
 
@@ -99,11 +80,32 @@ TEST_P(VolumesTest, FailingCallsAreTold) {
     EXPECT_EQ(nsvErr, GetVolume(procNumber, volume)) << "mounted there no more";
 }
 
+TEST_P(VolumesTest, WhereStatusTellsNoMountsTheDescriptorDoes) {
+    FoundItem known = ItemAt(mFolder.Path());
+    toolbox::os::VolumeKey key;
+    ASSERT_EQ(noErr, GetVolumeKey(known, key));
+    const std::size_t descriptors = test_files::OpenDescriptorCount();
+    const OldKernel old;
+    known = ItemAt(mFolder.Path());
+    toolbox::os::VolumeKey oldKey;
+    ASSERT_EQ(noErr, GetVolumeKey(known, oldKey));
+    EXPECT_EQ(key, oldKey);
+    EXPECT_NE(0U, oldKey.mount);
+    EXPECT_EQ(descriptors, test_files::OpenDescriptorCount());
+    Place place;
+    ASSERT_EQ(0, OpenFolder(mFolder.Path(), place));
+    EXPECT_EQ(key, place.folderStatus.Volume());
+    EXPECT_EQ(NumberOf(mFolder.MakeFile("a")), NumberOf(mFolder.Path()));
+}
+
 TEST_P(VolumesTest, WhereTheKernelTellsNoMountsTheDeviceCounts) {
-    const ChangedStatus old([](const char*, struct statx& ioStatus) {
-        ioStatus.stx_mask &= ~STATX_MNT_ID;
-        ioStatus.stx_attributes = 0;
-    });
+    const OldKernel old;
+    static decltype(toolbox::os::SystemCalls::openat) sOpen;
+    sOpen = toolbox::os::CallsForTesting().openat;
+    toolbox::os::CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+        if (std::string_view(inPath).find("/fdinfo/") != std::string_view::npos) return errno = ENOENT, -1;
+        return sOpen(inFolder, inPath, inFlags, inMode);
+    };
     const SInt16 number = NumberOf("/proc/self");
     EXPECT_EQ(number, NumberOf("/proc"));
     EXPECT_NE(number, NumberOf("/"));

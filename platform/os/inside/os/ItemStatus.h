@@ -52,7 +52,7 @@ struct ItemStatus {
     std::uint32_t linkCount = 0;  // names that it has, as far as the file system counts them
     std::uint32_t owner = 0;
     std::uint32_t group = 0;
-    std::uint64_t mount = 0;  // as in VolumeKey
+    std::uint64_t mount = 0;  // as in VolumeKey; before Linux 5.8 of folders alone
     std::int64_t sizeBytes = 0;
     std::uint64_t allocatedBytes = 0;  // on the volume
     std::int64_t changeNanos = 0;      // contentDate as one number, to compare
