@@ -69,8 +69,9 @@ TOOLBOX_MUST_USE OSErr FSRenameUnicode(const FSRef* inItem, UniCharCount inNameL
 TOOLBOX_MUST_USE OSErr FSExchangeObjects(const FSRef* inRef, const FSRef* inDestRef);
 
 // By volume, folder and name, as FSMakeFSSpec takes them: a new folder, whose id is outFolderID,
-// which may not be null; and the deletion of an item. The name is looked for as FSpMakeFSRef does it; where
-// none is given it is the folder itself.
+// which may not be null; and the deletion of an item. The name is looked for as FSpMakeFSRef does it, so that
+// "makefile" deletes "Makefile" where there is no other; who means the exact name asks FSPathMakeRef, by a
+// path, and FSDeleteObject. Where no name is given it is the folder itself.
 TOOLBOX_MUST_USE OSErr DirCreate(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName,
                                  SInt32* outFolderID);
 TOOLBOX_MUST_USE OSErr HDelete(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName);

@@ -11,7 +11,8 @@ TOOLBOX_EXTERN_C_BEGIN
 
 // Makes an id by which a file is found again wherever it goes on its volume, as a reference finds it. The
 // process remembers each until its end; where the file system tells when files were born, no other file gets
-// it, also when this one is gone. Of fidParam:
+// it, also when this one is gone, but one that is made in its place within the same tick of the file system's
+// clock. Of fidParam:
 //   ioVRefNum, ioSrcDirID, ioNamePtr  in: the file, as FSpMakeFSRef takes it
 //   ioFileID                          out: its id
 // fidExists when it was made before, ioFileID being set then as well; notAFileErr for a folder.

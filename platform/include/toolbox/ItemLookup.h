@@ -40,7 +40,8 @@ typedef struct FSRefParam {
 #pragma pack(pop)
 typedef FSRefParam* FSRefParamPtr;
 
-// A reference to the item of that name in a folder.
+// A reference to the item of that name in a folder: the exact one, else one that is the same but for case and
+// composition. FSPathMakeRef finds the exact one alone.
 //   inLength        UTF-16 units of the name, 1 to 255
 //   inEncodingHint  not used
 //   outRef          untouched on failure
