@@ -126,6 +126,14 @@ int ChangeCase(const Place& inPlace, const os::ItemStatus& inItem, const Place& 
     return error;
 }
 
+// What was there may have changed places before the names were locked.
+int CheckItem(const Place& inPlace, const os::ItemStatus& inItem) {
+    os::ItemStatus status;
+    const int error = GetStatus(inPlace, status);
+    if (error != 0) return error;
+    return status.identity.IsSameItem(inItem.identity) ? 0 : ENOENT;
+}
+
 }  // namespace
 
 int CheckNewName(Place& ioPlace, const std::string& inOwnName) {
@@ -218,10 +226,13 @@ int MoveItem(const Place& inPlace, const os::ItemStatus& inItem, Place& ioNewPla
     int error = CheckNewName(ioNewPlace, isSameFolder ? inPlace.name : std::string());
     if (error == 0 && WouldBeCompanion(inPlace, inItem.identity, ioNewPlace)) return EEXIST;
     const NoNewCompanions noneComes;
+    LockedNames names;
     AsideOrphan orphan;
     HeldCompanion companion;
+    if (error == 0) error = names.Lock(inPlace, ioNewPlace);
+    if (error == 0) error = CheckItem(inPlace, inItem);
     // First, because a leftover at the new place is the item's own companion.
-    if (error == 0 && !isOrphan) error = orphan.SetAside(ioNewPlace);
+    if (error == 0 && !isOrphan) error = orphan.SetAsideLocked(ioNewPlace);
     if (error == 0) error = companion.Take(inPlace);
     if (error == 0) error = companion.AddName(ioNewPlace);
     if (error == 0) error = RenameAndRecord(inPlace, inItem, ioNewPlace, outFacts, RenameAt);

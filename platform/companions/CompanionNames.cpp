@@ -6,10 +6,12 @@
 #include "os/Replace.h"
 #include "os/SystemCalls.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <new>
+#include <tuple>
 #include <utility>
 
 namespace toolbox::files {
@@ -110,6 +112,21 @@ NoNewCompanions::~NoNewCompanions() {
     if (--sHolds == 0) sNewCompanions.Unlock();
 }
 
+int LockedNames::Lock(const Place& inPlace1, const Place& inPlace2) {
+    const os::ItemIdentity& folder1 = inPlace1.folderStatus.identity;
+    const os::ItemIdentity& folder2 = inPlace2.folderStatus.identity;
+    const bool isOne = folder1.IsSameItem(folder2);
+    // In one order, whoever locks both.
+    const bool isInOrder = std::tie(folder1.device, folder1.inode) < std::tie(folder2.device, folder2.inode);
+    const Place* const places[] = {isInOrder ? &inPlace1 : &inPlace2, isInOrder ? &inPlace2 : &inPlace1};
+    for (int i = 0; i < (isOne ? 1 : 2); ++i) {
+        const int error = os::OpenFile(places[i]->folder.Number(), ".", O_RDONLY | O_DIRECTORY, mFolders[i]);
+        if (error != 0 && error != EACCES) return error;
+        if (error == 0 && LockFile(mFolders[i].Number(), kMaxWriterMillis) == EBUSY) return EBUSY;
+    }
+    return 0;
+}
+
 int HeldCompanion::Take(const Place& inItem) {
     mItem = &inItem;
     mFolder = inItem.folder.Number();
@@ -191,6 +208,15 @@ AsideOrphan::~AsideOrphan() {
 }
 
 int AsideOrphan::SetAside(const Place& inNewItem) {
+    os::ItemStatus orphan;
+    int error = os::GetStatusAt(inNewItem.folder.Number(), CompanionName(inNewItem.name).c_str(), orphan);
+    if (error != 0) return error == ENOENT || error == ENAMETOOLONG || error == EACCES ? 0 : error;
+    LockedNames names;
+    error = names.Lock(inNewItem, inNewItem);
+    return error == 0 ? SetAsideLocked(inNewItem) : error;
+}
+
+int AsideOrphan::SetAsideLocked(const Place& inNewItem) {
     const int folder = inNewItem.folder.Number();
     mName = CompanionName(inNewItem.name);
     LockedFile orphan;

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/fs.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -45,6 +46,69 @@ TEST_P(NameWriter, MovesWithTheCompanion) {
     EXPECT_EQ(mFolder / "sub/a", PathOf(before));
     EXPECT_EQ(InfoOf(mFolder / "sub", kFSCatInfoNodeID).nodeID,
               InfoOf(mFolder / "sub/a", kFSCatInfoParentDirID).parentDirID);
+}
+
+// While another moves items from a folder or to it, none is moved, and no companion is taken for nobody's.
+TEST_P(NameWriter, FoldersWhoseNamesAreLocked) {
+    const FSRef ref = RefOf(MakeWithCompanion("", "a"));
+    const FSRef sub = RefOf(mFolder.MakeFolder("sub"));
+    mFolder.MakeFile("._orphan", CompanionBytes("of nobody"));
+    mFolder.MakeFile("sub/._orphan", CompanionBytes("of nobody"));
+    const toolbox::os::SystemCalls calls = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().clock_nanosleep = [](clockid_t, int, const timespec*, timespec*) {
+        return 0;
+    };
+    for (const std::string& folder : {mFolder.Path(), mFolder / "sub"}) {
+        const std::string before = Picture();
+        toolbox::os::Descriptor other;
+        ASSERT_EQ(0, toolbox::os::OpenFile(folder.c_str(), O_RDONLY | O_DIRECTORY, other));
+        ASSERT_EQ(0, calls.flock(other.Number(), LOCK_EX));
+        EXPECT_EQ(fBsyErr, Move(ref, sub));
+        const FSRef locked = RefOf(folder);
+        EXPECT_EQ(fBsyErr, MakeFile(locked, u"orphan"));
+        EXPECT_EQ(before, Picture());
+        EXPECT_EQ(folder == mFolder.Path() ? fBsyErr : noErr, Rename(ref, u"b")) << "in the other one";
+        EXPECT_EQ(noErr, MakeFile(locked, u"new"));
+    }
+    toolbox::os::CallsForTesting() = calls;
+    EXPECT_EQ(noErr, Move(ref, sub));
+    EXPECT_EQ(noErr, MakeFile(mHere, u"orphan"));
+}
+
+// Where the user may look for names and not read them, as where locks are unknown.
+TEST_P(NameWriter, FoldersThatCannotBeLocked) {
+    const FSRef ref = RefOf(MakeWithCompanion("", "a"));
+    static toolbox::os::SystemCalls sReal;
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+        const bool isForLock = std::string_view(inPath) == "." && (inFlags & O_PATH) == 0;
+        return isForLock ? (errno = EACCES, -1) : sReal.openat(inFolder, inPath, inFlags, inMode);
+    };
+    EXPECT_EQ(noErr, Rename(ref, u"b"));
+    toolbox::os::CallsForTesting() = sReal;
+    toolbox::os::CallsForTesting().flock = [](int, int) { return errno = ENOLCK, -1; };
+    EXPECT_EQ(noErr, Rename(ref, u"c"));
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ("._c=#fork of a, c=of a, ", Picture());
+}
+
+TEST_P(NameWriter, WhatIsAnotherItemOnceNamesAreLockedStays) {
+    const FSRef ref = RefOf(MakeWithCompanion("", "a"));
+    mFolder.MakeFile("other", "of another");
+    static std::string sFolder;
+    static toolbox::os::SystemCalls sReal;
+    sFolder = mFolder.Path();
+    sReal = toolbox::os::Calls();
+    toolbox::os::CallsForTesting().flock = [](int inFile, int inOperation) {
+        toolbox::os::CallsForTesting().flock = sReal.flock;
+        FileWorld::Rename(sFolder + "/a", sFolder + "/moved");
+        FileWorld::Rename(sFolder + "/._a", sFolder + "/._moved");
+        FileWorld::Rename(sFolder + "/other", sFolder + "/a");
+        return sReal.flock(inFile, inOperation);
+    };
+    EXPECT_EQ(fnfErr, Rename(ref, u"b"));
+    toolbox::os::CallsForTesting() = sReal;
+    EXPECT_EQ("._moved=#fork of a, a=of another, moved=of a, ", Picture());
 }
 
 TEST_P(NameWriter, FoldersToo) {

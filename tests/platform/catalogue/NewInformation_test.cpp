@@ -223,8 +223,8 @@ TEST_P(NewInformation, WhatIsSetMeanwhileStaysWhenTheHintGoes) {
     sLocks = 0;
     sReal = toolbox::os::Calls();
     toolbox::os::CallsForTesting().flock = [](int inFile, int inOperation) {
-        // The second one is for the names.
-        if (++sLocks == 2) {
+        // The second one is of the folder, the third of the companion.
+        if (++sLocks == 3) {
             const auto fails = toolbox::os::Calls();
             toolbox::os::CallsForTesting() = sReal;
             EXPECT_EQ(noErr, SetLock(RefOf(sPath), true));

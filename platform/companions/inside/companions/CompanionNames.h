@@ -13,6 +13,7 @@
 // an errno, and may throw std::bad_alloc.
 #pragma once
 
+#include "os/Descriptor.h"
 #include "os/FileRange.h"
 #include "os/ItemStatus.h"
 #include "os/Mutex.h"
@@ -32,6 +33,20 @@ class NoNewCompanions {
     ~NoNewCompanions() NO_LOCK_ANALYSIS;
     NoNewCompanions(const NoNewCompanions&) = delete;
     NoNewCompanions& operator=(const NoNewCompanions&) = delete;
+};
+
+// One or two folders in which names change places; locked as long as it lives, for threads and processes. An
+// item and its companion do not change their places at once, and who looks at the one before and at the other
+// after that sees an item without a companion, or a companion without an item, which there is none. Who moves
+// an item, and who would set a companion aside that seems nobody's, holds this.
+class LockedNames {
+  public:
+    // Once; both places may be in one folder. A folder that cannot be locked, because it may not be read or
+    // its file system knows no locks, is not. EBUSY when others hold one for longer than two seconds.
+    [[nodiscard]] int Lock(const Place& inPlace1, const Place& inPlace2);
+
+  private:
+    os::Descriptor mFolders[2];
 };
 
 // The companion of an item that is about to be moved, renamed or deleted, if it has one; held for that time,
@@ -89,6 +104,8 @@ class AsideOrphan {
     // Once; the place stays open. An item that is there keeps its companion. EBUSY when another call holds
     // it.
     [[nodiscard]] int SetAside(const Place& inNewItem);
+    // The same for who holds the names in the folder locked.
+    [[nodiscard]] int SetAsideLocked(const Place& inNewItem);
     // When the item is there.
     void StayAside() noexcept { mFolder = -1; }
 
