@@ -65,6 +65,32 @@ MountedImage::MountedImage(const std::string& inType, bool inIsReadOnly) {
 MountedImage::~MountedImage() {
     if (!mIsMounted) return;
     EXPECT_EQ(0, umount(mPath.c_str())) << errno;
+    EndGuard();
+}
+
+// The driver of a file system that was killed together with the test, and is the last that has it mounted,
+// unmounts it as it ends: it waits for its own answer for ever, and whoever syncs the machine's disks waits
+// for it. So somebody stays behind for that moment, who ends the connection to the driver.
+void MountedImage::StartGuard() {
+    int ends[2] = {};
+    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+    mGuard = fork();
+    ASSERT_NE(-1, mGuard);
+    if (mGuard == 0) {
+        char byte = 0;
+        setsid();
+        close_range(static_cast<unsigned>(ends[0]) + 1, ~0U, 0);
+        if (read(ends[0], &byte, 1) == 0) (void)umount2(mPath.c_str(), MNT_FORCE);
+        _exit(0);
+    }
+    close(ends[0]);
+    mGuarded = ends[1];
+}
+
+void MountedImage::EndGuard() {
+    if (mGuard == 0) return;
+    close(mGuarded);
+    EXPECT_EQ(mGuard, waitpid(mGuard, nullptr, 0));
 }
 
 void MountedImage::Format(const std::string& inType) {
@@ -99,6 +125,7 @@ void MountedImage::Mount(const std::string& inType, bool inIsReadOnly) {
     else
         Run({"mount.exfat-fuse", device, mPath});
     mIsMounted = mWhyNot.empty();
+    if (mIsMounted && inType == "exfat") StartGuard();
     close(loop);
     // As other folders of temporary files are; where there are no permissions everybody may anyway.
     if (mIsMounted && flags == 0) (void)chmod(mPath.c_str(), 01777);

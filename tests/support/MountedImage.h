@@ -3,6 +3,8 @@
 
 #include "support/TemporaryFolder.h"
 
+#include <sys/types.h>
+
 #include <string>
 #include <vector>
 
@@ -27,12 +29,16 @@ class MountedImage {
     void Format(const std::string& inType);
     void Mount(const std::string& inType, bool inIsReadOnly);
     void Run(const std::vector<std::string>& inCommand);
+    void StartGuard();
+    void EndGuard();
 
     test_files::TemporaryFolder mFolder;
     std::string mImage = mFolder / "image";
     std::string mPath = mFolder.MakeFolder("mounted");
     std::string mWhyNot;
     bool mIsMounted = false;
+    pid_t mGuard = 0;
+    int mGuarded = -1;
 };
 
 }  // namespace support
