@@ -1,3 +1,4 @@
+#include "Failures.h"
 #include "ItemChanges.h"
 #include "os/SystemCalls_test_access.h"
 #include "support/CountedCalls.h"
@@ -401,7 +402,7 @@ TEST_P(CatalogItems, WhatOthersMayNot) {
 
 // What is made at last, or nothing.
 TEST_P(CatalogItems, EveryCallFailsWhileAFileIsMade) {
-    for (const auto extent : {FailingCalls::kOnce, FailingCalls::kForever}) {
+    for (const auto& [code, status, extent] : FailuresIn(mFolder)) {
         for (int failing = 1;; ++failing) {
             FileWorld::RemoveAll(mFolder / "sub");
             const FSRef folder = RefOf(mFolder.MakeFolder("sub"));
@@ -412,13 +413,13 @@ TEST_P(CatalogItems, EveryCallFailsWhileAFileIsMade) {
             OSErr error = noErr;
             bool delivered = false;
             {
-                const FailingCalls failure(failing, EIO, extent);
+                const FailingCalls failure(failing, code, extent);
                 error = FSCreateFileUnicode(&folder, 1, UnitsOf(u"a"), kFSCatInfoPermissions, &info, &ref,
                                             nullptr);
                 delivered = failure.Delivered();
             }
             EXPECT_EQ(error != noErr, IsUntouched(ref)) << failing;
-            EXPECT_TRUE(error == noErr || error == ioErr) << failing << ' ' << error;
+            EXPECT_TRUE(error == noErr || error == status) << failing << ' ' << error;
             const std::string picture = PictureOf(mFolder / "sub");
             const bool isMade = picture.find("a=, ") != std::string::npos;
             EXPECT_TRUE(isMade == (error == noErr) || extent == FailingCalls::kForever) << failing << picture;
@@ -434,20 +435,20 @@ TEST_P(CatalogItems, EveryCallFailsWhileAFileIsMade) {
 }
 
 TEST_P(CatalogItems, EveryCallFailsWhileAnItemIsDeleted) {
-    for (const auto extent : {FailingCalls::kOnce, FailingCalls::kForever}) {
+    for (const auto& [code, status, extent] : FailuresIn(mFolder)) {
         for (int failing = 1;; ++failing) {
             FileWorld::RemoveAll(mFolder / "._a");
             const FSRef ref = RefOf(MakeWithCompanion("", "a"));
             OSErr error = noErr;
             bool delivered = false;
             {
-                const FailingCalls failure(failing, EIO, extent);
+                const FailingCalls failure(failing, code, extent);
                 error = FSDeleteObject(&ref);
                 delivered = failure.Delivered();
             }
             const std::string picture = Picture();
             if (error != noErr) {
-                EXPECT_EQ(ioErr, error) << failing;
+                EXPECT_EQ(status, error) << failing;
                 EXPECT_EQ("._a=#fork of a, a=of a, ", picture) << failing;
             } else {
                 EXPECT_TRUE(picture.empty() || (delivered && picture == "._a=#fork of a, "))

@@ -1,4 +1,5 @@
 // Items moved and renamed with what they have beside their data.
+#include "Failures.h"
 #include "ItemChanges.h"
 #include "os/Rename.h"
 #include "os/SystemCalls_test_access.h"
@@ -22,6 +23,10 @@ using support::FileWorld;
 
 class NameWriter : public ItemChangesTest<support::FileWorldTest> {
   protected:
+    // Whatever call fails, the item is at the one place or the other, with its companion, once somebody has
+    // looked.
+    void MoveFailing(const Failure& inFailure);
+
     FSRef mHere = RefOf(mFolder.Path());
 };
 INSTANTIATE_TEST_SUITE_P(Worlds, NameWriter, support::BothWorlds(), support::NameOfWorld);
@@ -425,40 +430,42 @@ TEST_P(NameWriter, OnFileSystemsThatKnowLess) {
     }
 }
 
-// Whatever fails, the item is at the one place or the other, with its companion, once somebody has looked.
-TEST_P(NameWriter, EveryFailingCall) {
-    for (const auto extent : {FailingCalls::kOnce, FailingCalls::kForever}) {
-        for (int failing = 1;; ++failing) {
-            FileWorld::RemoveAll(mFolder / "sub");
-            FileWorld::RemoveAll(mFolder / "a");
-            const FSRef file = RefOf(MakeWithCompanion("", "a"));
-            const FSRef folder = RefOf(mFolder.MakeFolder("sub"));
-            mFolder.MakeFile("sub/._a", CompanionBytes("of nobody"));
-            const std::size_t descriptors = OpenDescriptorCount();
-            FSRef ref = {};
-            OSErr error = noErr;
-            bool delivered = false;
-            {
-                const FailingCalls failure(failing, EIO, extent);
-                error = Move(file, folder, &ref);
-                delivered = failure.Delivered();
-            }
-            EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
-            EXPECT_TRUE(error == noErr || error == ioErr) << failing << ' ' << error;
-            EXPECT_EQ(error == noErr ? "ny" : "yn", LookFor({mFolder / "a", mFolder / "sub/a"})) << failing;
-            const std::string picture = Picture();
-            if (error == noErr) {
-                EXPECT_EQ("sub(._a=#fork of a, a=of a, a (companion)=#of nobody, ), ", picture) << failing;
-            } else if (picture != "._a=#fork of a, a=of a, sub(a (companion)=#of nobody, ), ") {
-                EXPECT_EQ("._a=#fork of a, a=of a, sub(._a=#of nobody, ), ", picture) << failing;
-            } else {
-                EXPECT_EQ(FailingCalls::kForever, extent) << failing << ": not brought back";
-            }
-            EXPECT_EQ(error == noErr ? mFolder / "sub/a" : mFolder / "a", PathOf(file)) << failing;
-            if (!delivered) break;
-            ASSERT_LT(failing, 200);
+void NameWriter::MoveFailing(const Failure& inFailure) {
+    for (int failing = 1;; ++failing) {
+        FileWorld::RemoveAll(mFolder / "sub");
+        FileWorld::RemoveAll(mFolder / "a");
+        const FSRef file = RefOf(MakeWithCompanion("", "a"));
+        const FSRef folder = RefOf(mFolder.MakeFolder("sub"));
+        mFolder.MakeFile("sub/._a", CompanionBytes("of nobody"));
+        const std::size_t descriptors = OpenDescriptorCount();
+        FSRef ref = {};
+        OSErr error = noErr;
+        bool delivered = false;
+        {
+            const FailingCalls calls(failing, inFailure.error, inFailure.extent);
+            error = Move(file, folder, &ref);
+            delivered = calls.Delivered();
         }
+        EXPECT_EQ(descriptors, OpenDescriptorCount()) << failing;
+        EXPECT_TRUE(error == noErr || error == inFailure.status) << failing << ' ' << error;
+        EXPECT_EQ(error == noErr ? "ny" : "yn", LookFor({mFolder / "a", mFolder / "sub/a"})) << failing;
+        const std::string picture = Picture();
+        if (error == noErr) {
+            EXPECT_EQ("sub(._a=#fork of a, a=of a, a (companion)=#of nobody, ), ", picture) << failing;
+        } else if (picture != "._a=#fork of a, a=of a, sub(a (companion)=#of nobody, ), ") {
+            EXPECT_EQ("._a=#fork of a, a=of a, sub(._a=#of nobody, ), ", picture) << failing;
+        } else {
+            EXPECT_EQ(FailingCalls::kForever, inFailure.extent) << failing << ": not brought back";
+        }
+        EXPECT_EQ(error == noErr ? mFolder / "sub/a" : mFolder / "a", PathOf(file)) << failing;
+        if (!delivered) break;
+        ASSERT_LT(failing, 200);
     }
+}
+
+TEST_P(NameWriter, EveryFailingCall) {
+    for (const Failure& failure : FailuresIn(mFolder))
+        MoveFailing(failure);
 }
 
 }  // namespace
