@@ -6,6 +6,7 @@
 #include "VolumeFeatures.h"
 #include "catalogue/Volumes.h"
 #include "companions/Companions.h"
+#include "companions/ExchangedForks.h"
 #include "os/Mutex.h"
 #include "os/Rename.h"
 #include "places/ForkUses.h"
@@ -56,7 +57,6 @@ class Side {
     Place mPlace;
     HeldItem mHeld;
     CompanionInfo mInfo;
-    UInt64 mForkBytes = 0;
     ChangedInfo mCreation;
     bool mHasNewMode = false;
     bool mIsToStay = false;
@@ -73,13 +73,11 @@ OSStatus Side::Open(const FSRef& inRef) {
     status = mHeld.Open(mItem);
     if (status != noErr) return status;
     CompanionSizes sizes;
-    const int error = ReadCompanionInfo(mItem, mInfo, sizes);
-    mForkBytes = sizes.forkBytes;
-    return StatusOfErrno(error);
+    return StatusOfErrno(ReadCompanionInfo(mItem, mInfo, sizes));
 }
 
 bool Side::IsOneFile() const {
-    if (Status().linkCount > 1 || mForkBytes > 0 || IsCompanion(mPlace)) return false;
+    if (Status().linkCount > 1 || IsCompanion(mPlace)) return false;
     return !FindForksInUse(Identity()).isResourceOpen;
 }
 
@@ -113,12 +111,13 @@ OSStatus Side::SetMode(mode_t inMode) {
     return StatusOfChange(error, mItem);
 }
 
-// The two names, exchanged back unless they are to stay so.
+// The two names, exchanged back unless they are to stay so. What is known of them is told to the forks.
 class ExchangedNames {
   public:
-    ExchangedNames(const Place& inPlace1, const Place& inPlace2) : mPlace1(inPlace1), mPlace2(inPlace2) {}
+    ExchangedNames(const Place& inPlace1, const Place& inPlace2, ExchangedForks& ioForks)
+        : mPlace1(inPlace1), mPlace2(inPlace2), mForks(ioForks) {}
     ~ExchangedNames() {
-        if (mIsToExchangeBack) (void)Exchange();
+        if (mIsToExchangeBack && Exchange() == 0) mForks.SetNames(ExchangedForks::Names::kAsBefore);
     }
     ExchangedNames(const ExchangedNames&) = delete;
     ExchangedNames& operator=(const ExchangedNames&) = delete;
@@ -127,9 +126,13 @@ class ExchangedNames {
     [[nodiscard]] int Make() {
         const int error = Exchange();
         mIsToExchangeBack = error == 0;
+        if (error == 0) mForks.SetNames(ExchangedForks::Names::kUnknown);
         return error;
     }
-    void Stay() noexcept { mIsToExchangeBack = false; }
+    void Stay() noexcept {
+        mIsToExchangeBack = false;
+        mForks.SetNames(ExchangedForks::Names::kExchanged);
+    }
 
   private:
     [[nodiscard]] int Exchange() const noexcept {
@@ -139,6 +142,7 @@ class ExchangedNames {
 
     const Place& mPlace1;
     const Place& mPlace2;
+    ExchangedForks& mForks;
     bool mIsToExchangeBack = false;
 };
 
@@ -176,11 +180,18 @@ OSStatus ExchangeWithModes(Side& ioSide1, Side& ioSide2, ExchangedNames& ioNames
     return status == noErr ? ioSide2.SetMode(ioSide1.Mode()) : status;
 }
 
+OSStatus PrepareForks(const Side& inSide1, const Side& inSide2, ExchangedForks& ioForks) {
+    const int error =
+        ioForks.Prepare({inSide1.Where(), inSide1.Status()}, {inSide2.Where(), inSide2.Status()});
+    return error == ENOTSUP ? OSStatus{paramErr} : StatusOfCompanionError(error, inSide1.Item());
+}
+
 OSStatus Exchange(const FSRef& inRef1, const FSRef& inRef2) {
     static os::Mutex sOneAtATime;
     const os::MutexLock lock(sOneAtATime);
     Side side1;
     Side side2;
+    ExchangedForks forks;
     OSStatus status = side1.Open(inRef1);
     if (status == noErr) status = side2.Open(inRef2);
     if (status != noErr) return status;
@@ -190,9 +201,11 @@ OSStatus Exchange(const FSRef& inRef1, const FSRef& inRef2) {
         return paramErr;
     status = side1.KeepCreationDate(side2);
     if (status == noErr) status = side2.KeepCreationDate(side1);
+    if (status == noErr) status = PrepareForks(side1, side2, forks);
     if (status != noErr) return status;
-    ExchangedNames names(side1.Where(), side2.Where());
+    ExchangedNames names(side1.Where(), side2.Where(), forks);
     status = ExchangeWithModes(side1, side2, names);
+    if (status == noErr) status = StatusOfErrno(forks.CheckNoneCame());
     if (status != noErr) return status;
     NodeTable::Shared().Exchange(side1.Identity(), side2.Identity());
     names.Stay();

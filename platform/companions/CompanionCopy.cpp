@@ -34,8 +34,11 @@ int Read(const Place& inItem, Contents& outContents) {
         if (entry.id == AppleDoubleEntry::kResourceFork) outContents.fork = entry;
     CompanionSizes sizes;
     error = ReadInfoOf(outContents.from, outContents.info, sizes);
-    return error == 0 ? ReadParts(outContents.from, AppleDoubleEntry::kResourceFork, outContents.others)
-                      : error;
+    if (error == 0) error = ReadParts(outContents.from, AppleDoubleEntry::kResourceFork, outContents.others);
+    // It tells of neither the file nor the copy.
+    std::erase_if(outContents.others,
+                  [](const AppleDoublePart& inPart) { return inPart.id == AppleDoubleEntry::kForkIntent; });
+    return error;
 }
 
 // Whether nothing would be lost by having none, but for that date.

@@ -9,9 +9,17 @@
 
 namespace toolbox::files {
 
+// What an intent to exchange resource forks (ForkIntent.h) tells of the item beside the companion.
+enum class IntentState {
+    kNone,      // there is no intent, or it tells nothing of that item
+    kBefore,    // it has its own contents still
+    kExchanged  // it has the other's
+};
+
 struct Companion {
     os::FileRange file;
     std::vector<AppleDoubleEntry> entries;
+    IntentState intent = IntentState::kNone;  // whose sense the entries are in
 };
 
 // All answer 0 or an errno; ENOENT when nothing has the name or can have it, EISDIR when what has it is no
@@ -24,6 +32,7 @@ bool IsNoCompanion(int inError);
 [[nodiscard]] int AdoptCompanion(os::Descriptor inFile, Companion& outCompanion);
 // Of one whose file was just looked at.
 [[nodiscard]] int ReadEntries(Companion& ioCompanion);
+// One that is to be read, with what an intent tells of the item beside it.
 [[nodiscard]] int OpenNamed(int inFolder, const std::string& inName, Companion& outCompanion);
 
 // Locks an open companion until it is closed. EBUSY when another holds the lock for longer than so many

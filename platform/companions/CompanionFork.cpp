@@ -2,6 +2,7 @@
 
 #include "CompanionParts.h"
 #include "CompanionWriter.h"
+#include "ForkIntent.h"
 #include "companions/Companions.h"
 #include "os/BigEndian.h"
 #include "os/SystemCalls.h"
@@ -42,7 +43,8 @@ ForkPlace FindFork(const Companion& inCompanion) {
     fork.offsetBytes = found->offsetBytes;
     fork.sizeBytes = found->lengthBytes;
     const UInt64 headerBytes = kAppleDoubleHeaderBytes + kAppleDoubleEntryBytes * entries.size();
-    fork.isLast = fork.offsetBytes >= headerBytes &&
+    // Which entry tells of the fork an intent decides, until that is settled.
+    fork.isLast = inCompanion.intent == IntentState::kNone && fork.offsetBytes >= headerBytes &&
                   std::all_of(entries.begin(), entries.end(), [&](const AppleDoubleEntry& inEntry) {
                       const UInt64 end = UInt64{inEntry.offsetBytes} + inEntry.lengthBytes;
                       return inEntry.id == AppleDoubleEntry::kResourceFork || inEntry.lengthBytes == 0 ||
@@ -137,6 +139,11 @@ int RemoveFork(CompanionWriter& ioWriter) {
     return AreDefault(parts) ? ioWriter.Remove() : ioWriter.Replace(parts);
 }
 
+int ReadAgain(Companion& ioCompanion) {
+    const int error = ioCompanion.file.Refresh();
+    return error == 0 ? ReadEntries(ioCompanion) : error;
+}
+
 }  // namespace
 
 CompanionFork::CompanionFork() : mCompanion(std::make_unique<Companion>()) {}
@@ -152,11 +159,16 @@ bool CompanionFork::IsOf(const Place& inItem) const {
 }
 
 int CompanionFork::Look(const Place& inItem, int inAccess) {
-    if (IsOf(inItem)) return LookAgain();
+    const int folder = inItem.folder.Number();
+    if (IsOf(inItem)) {
+        const int error = ReadAgain(*mCompanion);
+        return error == 0 ? ReadIntentOf(folder, inItem.name, *mCompanion) : error;
+    }
     os::Descriptor file;
     Companion found;
-    int error = OpenNamedFile(inItem.folder.Number(), CompanionName(inItem.name), inAccess, file);
+    int error = OpenNamedFile(folder, CompanionName(inItem.name), inAccess, file);
     if (error == 0) error = AdoptCompanion(std::move(file), found);
+    if (error == 0) error = ReadIntentOf(folder, inItem.name, found);
     if (error == 0) *mCompanion = std::move(found);
     return error;
 }
@@ -167,8 +179,9 @@ void CompanionFork::Drop() noexcept {
 
 int CompanionFork::LookAgain() {
     if (!mCompanion->file.IsOpen()) return 0;
-    const int error = mCompanion->file.Refresh();
-    return error == 0 ? ReadEntries(*mCompanion) : error;
+    const int error = ReadAgain(*mCompanion);
+    if (error == 0) KeepIntent(*mCompanion);
+    return error;
 }
 
 UInt64 CompanionFork::SizeBytes() const {

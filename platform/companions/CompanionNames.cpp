@@ -23,6 +23,8 @@ constexpr mode_t kPermissions = 07777;
 constexpr std::size_t kMaxNameBytes = 255;
 // For another who writes it: he needs a few milliseconds.
 constexpr int kMaxWaitMillis = 50;
+// How often it is looked for one that came later while it is locked, or is replaced by who holds the lock.
+constexpr int kLooks = 3;
 // How many visible names are tried until one is free.
 constexpr int kNames = 100;
 
@@ -43,12 +45,13 @@ struct LockedFile {
 
 // Opens the AppleDouble file of that name and locks it until it is closed, where files can be locked. EBUSY
 // also when the name passed to something else meanwhile.
-int OpenLocked(int inFolder, const std::string& inName, LockedFile& outFile) {
+int OpenLocked(int inFolder, const std::string& inName, LockedFile& outFile,
+               int inMaxMillis = kMaxWaitMillis) {
     Companion companion;
     int error = OpenNamed(inFolder, inName, companion);
     if (error != 0) return error;
     const int descriptor = companion.file.DescriptorNumber();
-    const int lockError = LockFile(descriptor, kMaxWaitMillis);
+    const int lockError = LockFile(descriptor, inMaxMillis);
     if (lockError == EBUSY) return EBUSY;
     outFile.isLocked = lockError == 0;
     error = os::GetDescriptorStatus(descriptor, outFile.status);
@@ -174,15 +177,16 @@ HeldCompanion::~HeldCompanion() {
 }
 
 // Whoever makes a companion looks after that whether its item is still there, and takes it away where it is
-// not; he may have looked before the item went.
+// not; he may have looked before the item went. The item is gone already, so that he is waited for.
 template <typename Do>
 void HeldCompanion::IfOneCameLater(Do inDo) noexcept {
     try {
         LockedFile later;
         os::ItemStatus item;
-        if (OpenLocked(mFolder, mName, later) == 0 && !IsMarked(later.status) &&
-            GetStatus(*mItem, item) == ENOENT)
-            inDo();
+        int error = EBUSY;
+        for (int look = 0; look < kLooks && error == EBUSY; ++look)
+            error = OpenLocked(mFolder, mName, later, kMaxWriterMillis);
+        if (error == 0 && !IsMarked(later.status) && GetStatus(*mItem, item) == ENOENT) inDo();
     } catch (const std::bad_alloc&) {
         // Then it stays as an ordinary file.
     }

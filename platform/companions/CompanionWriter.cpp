@@ -1,6 +1,7 @@
 #include "CompanionWriter.h"
 
 #include "CompanionParts.h"
+#include "ForkIntent.h"
 #include "companions/CompanionInfo.h"
 #include "companions/CompanionNames.h"
 #include "companions/Companions.h"
@@ -79,8 +80,11 @@ int CompanionWriter::Open(const ItemAt& inItem, int inAccess) {
         if (error == 0) error = AdoptCompanion(std::move(file), mCompanion);
         // Who moves the item would hold the lock.
         if (error == 0 && mIdentity != nullptr) error = CheckItem();
-        if (error != 0) mCompanion = {};
-        return error;
+        bool isSettled = false;
+        if (error == 0) error = SettleIntent(*mItem, mCompanion, isSettled);
+        if (error == 0 && !isSettled) return 0;
+        mCompanion = {};
+        if (error != 0) return error;
     }
     return EBUSY;
 }

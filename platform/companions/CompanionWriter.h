@@ -29,6 +29,7 @@ class CompanionWriter {
 
     bool Exists() const { return mCompanion.file.IsOpen(); }
     Companion& Get() { return mCompanion; }
+    const Companion& Get() const { return mCompanion; }
     // As the function of that name; none where there is no companion.
     [[nodiscard]] int ReadParts(UInt32 inOtherThan, std::vector<AppleDoublePart>& outParts) const;
 

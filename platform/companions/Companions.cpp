@@ -3,6 +3,7 @@
 #include "CompanionFile.h"
 #include "CompanionParts.h"
 #include "CompanionWriter.h"
+#include "ForkIntent.h"
 
 #include <algorithm>
 #include <string_view>
@@ -45,6 +46,13 @@ bool IsAppleDouble(const Place& inPlace) {
     return OpenNamed(inPlace.folder.Number(), inPlace.name, companion) == 0;
 }
 
+// Of a companion's name or path; empty where it is the name of none.
+std::string ItemNameOf(const std::string& inName) {
+    const std::size_t nameStart = inName.rfind('/') + 1;
+    if (inName.compare(nameStart, kPrefix.size(), kPrefix) != 0) return {};
+    return inName.substr(0, nameStart) + inName.substr(nameStart + kPrefix.size());
+}
+
 }  // namespace
 
 bool IsNoCompanion(int inError) {
@@ -79,8 +87,9 @@ int ReadEntries(Companion& ioCompanion) {
 
 int OpenNamed(int inFolder, const std::string& inName, Companion& outCompanion) {
     os::Descriptor file;
-    const int error = OpenNamedFile(inFolder, inName, O_RDONLY, file);
-    return error != 0 ? error : AdoptCompanion(std::move(file), outCompanion);
+    int error = OpenNamedFile(inFolder, inName, O_RDONLY, file);
+    if (error == 0) error = AdoptCompanion(std::move(file), outCompanion);
+    return error == 0 ? ReadIntentOf(inFolder, ItemNameOf(inName), outCompanion) : error;
 }
 
 std::string CompanionName(const std::string& inItemName) {

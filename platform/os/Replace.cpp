@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <limits>
 #include <span>
+#include <utility>
 
 namespace toolbox::os {
 
@@ -124,6 +125,35 @@ int GiveNewName(int inFolder, const std::string& inNewName, const std::string& i
     return error;
 }
 
+// A new file for what has that name, of its owner, and with its permissions or those that are told. 0 or an
+// errno; the new name is empty while no file has it.
+int MakeReplacement(int inFolder, const std::string& inName, std::optional<mode_t> inMode,
+                    std::string& outNewName, Descriptor& outFile) {
+    NewFileAccess access;
+    std::string newName;
+    int error = GetAccess(inFolder, inName, access);
+    if (error == 0) error = MakeTemporaryFor(access, inFolder, newName, outFile);
+    if (error != 0) return error;
+    outNewName = std::move(newName);
+    // Again, as late as can be: what has the name by now is what is replaced.
+    error = GetAccess(inFolder, inName, access);
+    if (inMode) access.mode = inMode;
+    return error == 0 ? GiveAccess(outFile.Number(), access) : error;
+}
+
+// Puts a new file, the outcome of whose writing is told, in the place of what has the name. 0 or an errno; it
+// is gone then.
+int TakeOverName(int inFolder, const std::string& inNewName, const std::string& inName, int inError) {
+    int error = inError;
+    if (error == 0 && Calls().renameat2(inFolder, inNewName.c_str(), inFolder, inName.c_str(), 0) != 0)
+        error = errno;
+    if (error == 0)
+        SyncFolder(inFolder);
+    else if (!inNewName.empty())
+        (void)Calls().unlinkat(inFolder, inNewName.c_str(), 0);
+    return error;
+}
+
 }  // namespace
 
 // Where that cannot be had, as in a folder that may not be read, the system writes them later; they are there
@@ -145,21 +175,19 @@ int MakeTemporaryFile(int inFolder, mode_t inMode, std::string& outName, Descrip
 int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes) {
     std::string newName;
     Descriptor file;
-    NewFileAccess access;
-    int error = GetAccess(inFolder, inName, access);
-    if (error == 0) error = MakeTemporaryFor(access, inFolder, newName, file);
-    if (error != 0) return error;
-    // Again, as late as can be: what has the name by now is what is replaced.
-    error = GetAccess(inFolder, inName, access);
-    if (error == 0) error = GiveAccess(file.Number(), access);
+    int error = MakeReplacement(inFolder, inName, std::nullopt, newName, file);
     if (error == 0) error = FinishNew(file, WriteAt(file.Number(), inBytes));
-    if (error == 0 && Calls().renameat2(inFolder, newName.c_str(), inFolder, inName.c_str(), 0) != 0)
-        error = errno;
-    if (error == 0)
-        SyncFolder(inFolder);
-    else
-        (void)Calls().unlinkat(inFolder, newName.c_str(), 0);
-    return error;
+    return TakeOverName(inFolder, newName, inName, error);
+}
+
+int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes, mode_t inMode,
+                Descriptor& outFile) {
+    std::string newName;
+    int error = MakeReplacement(inFolder, inName, inMode, newName, outFile);
+    if (error == 0) (void)Calls().flock(outFile.Number(), LOCK_EX | LOCK_NB);
+    if (error == 0) error = WriteAt(outFile.Number(), inBytes);
+    if (error == 0) error = Sync(outFile.Number());
+    return TakeOverName(inFolder, newName, inName, error);
 }
 
 int MakeFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,

@@ -98,6 +98,17 @@ class ExchangeOnToolbox : public ItemChangesTest<support::FileWorldTest> {
         const Opened fork(RefOf(inPath), Which::kResource, fsRdPerm);
         return Whole(fork);
     }
+    static void WriteForkOf(const std::string& inPath, const std::string& inText) {
+        if (inText.empty()) return;
+        const Opened fork(RefOf(inPath), Which::kResource);
+        EXPECT_EQ(noErr, Write(fork, fsFromStart, 0, inText));
+    }
+    std::string NamesOf(const std::string& inFolder) const {
+        std::string names;
+        for (const std::string& name : FileWorld::NamesIn(mFolder / inFolder))
+            names += name + ' ';
+        return names;
+    }
     OSErr Exchange(const FSRef& inItem1, const FSRef& inItem2) {
         return FSExchangeObjectsCompat(&inItem1, &inItem2, &mNew1, &mNew2);
     }
@@ -118,38 +129,49 @@ INSTANTIATE_TEST_SUITE_P(Worlds, ExchangeOnToolbox, support::BothWorlds(), suppo
 
 TEST_P(ExchangeOnToolbox, IsTheSameByEitherWay) {
     if (!mFolder.MayMount()) GTEST_SKIP() << "this machine lets nobody mount";
+    const std::string forksOf[] = {"", "a", "b", "ab"};
     for (const bool isByNames : {false, true}) {
-        const testing::ScopedTrace trace(__FILE__, __LINE__, isByNames ? "by names" : "by the file system");
-        const std::string name = isByNames ? "names" : "system";
-        mFolder.MakeFolder(name);
-        ASSERT_EQ(0, MountExchanging(mFolder / name));
-        mFolder.MakeFolder(name + "/sub");
-        const std::string a = mFolder.MakeFile(name + "/a", "of a");
-        const std::string b = mFolder.MakeFile(name + "/sub/b", "contents of b");
-        Distinguish(a, 1);
-        Distinguish(b, 2);
-        const FSRef refA = RefOf(a);
-        const FSRef refB = RefOf(b);
-        const UInt32 idA = Info(refA, kFSCatInfoNodeID).nodeID;
-        const std::string stays = WhatStays(a) + WhatStays(b);
-        const UInt32 changedA = Info(refA, kFSCatInfoContentMod).contentModDate.lowSeconds;
-        {
-            const Exchanges exchanges(isByNames);
-            ASSERT_EQ(noErr, Exchange(refA, refB));
-            EXPECT_EQ(1, exchanges.Count()) << "it is asked for first";
+        const std::string volume = isByNames ? "names" : "system";
+        mFolder.MakeFolder(volume);
+        ASSERT_EQ(0, MountExchanging(mFolder / volume));
+        for (const std::string& forks : forksOf) {
+            const testing::ScopedTrace trace(__FILE__, __LINE__, volume + " with forks of " + forks);
+            const std::string name = volume + "/of" + forks;
+            mFolder.MakeFolder(name + "/sub");
+            const std::string a = mFolder.MakeFile(name + "/a", "of a");
+            const std::string b = mFolder.MakeFile(name + "/sub/b", "contents of b");
+            Distinguish(a, 1);
+            Distinguish(b, 2);
+            const std::string forkOfA = forks.find('a') != std::string::npos ? "fork of a" : "";
+            const std::string forkOfB = forks.find('b') != std::string::npos ? "of b" : "";
+            WriteForkOf(a, forkOfA);
+            WriteForkOf(b, forkOfB);
+            const FSRef refA = RefOf(a);
+            const FSRef refB = RefOf(b);
+            const UInt32 idA = Info(refA, kFSCatInfoNodeID).nodeID;
+            const std::string stays = WhatStays(a) + WhatStays(b);
+            const UInt32 changedA = Info(refA, kFSCatInfoContentMod).contentModDate.lowSeconds;
+            {
+                const Exchanges exchanges(isByNames);
+                ASSERT_EQ(noErr, Exchange(refA, refB));
+                EXPECT_EQ(isByNames && !forks.empty() ? 0 : 1, exchanges.Count())
+                    << "it is asked for first, until it is refused";
+            }
+            EXPECT_EQ(stays, WhatStays(a) + WhatStays(b));
+            EXPECT_EQ(a, PathOf(mNew1));
+            EXPECT_EQ(b, PathOf(mNew2));
+            EXPECT_EQ("contents of b, " + forkOfB, FileWorld::Contents(a) + ", " + ForkOf(a));
+            EXPECT_EQ("of a, " + forkOfA, FileWorld::Contents(b) + ", " + ForkOf(b));
+            EXPECT_EQ((isByNames ? b : a), PathOf(refA)) << "references go with the file where it moves";
+            EXPECT_EQ(!isByNames, idA == InfoOf(a, kFSCatInfoNodeID).nodeID);
+            EXPECT_EQ(isByNames, changedA == InfoOf(a, kFSCatInfoContentMod).contentModDate.lowSeconds)
+                << "dates of contents stay where it moves";
+            ASSERT_EQ(noErr, Exchange(mNew1, mNew2));
+            EXPECT_EQ("of a, " + forkOfA, FileWorld::Contents(a) + ", " + ForkOf(a));
+            EXPECT_EQ(stays, WhatStays(a) + WhatStays(b));
+            EXPECT_EQ("._a a sub ", NamesOf(name)) << "nothing is left over";
+            EXPECT_EQ("._b b ", NamesOf(name + "/sub"));
         }
-        EXPECT_EQ(stays, WhatStays(a) + WhatStays(b));
-        EXPECT_EQ(a, PathOf(mNew1));
-        EXPECT_EQ(b, PathOf(mNew2));
-        EXPECT_EQ("contents of b", FileWorld::Contents(a));
-        EXPECT_EQ("of a", FileWorld::Contents(b));
-        EXPECT_EQ((isByNames ? b : a), PathOf(refA)) << "references go with the file where it moves";
-        EXPECT_EQ(!isByNames, idA == InfoOf(a, kFSCatInfoNodeID).nodeID);
-        EXPECT_EQ(isByNames, changedA == InfoOf(a, kFSCatInfoContentMod).contentModDate.lowSeconds)
-            << "dates of contents stay where it moves";
-        ASSERT_EQ(noErr, Exchange(mNew1, mNew2));
-        EXPECT_EQ("of a", FileWorld::Contents(a));
-        EXPECT_EQ(stays, WhatStays(a) + WhatStays(b));
     }
 }
 

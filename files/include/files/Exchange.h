@@ -32,7 +32,7 @@ extern "C" {
 // Two files exchange their contents, both forks of them, and leave each name in its place: with the name stay
 // the creation and backup dates, Finder information, encoding hint, lock and permissions. A volume that can
 // does it in one step (FSExchangeObjects), and ids, references and the dates of change and access are then as
-// told there. Where it cannot, or the files have resource forks or several names, the files change places,
+// told there. Where it cannot, as with files of several names (paramErr there), the files change places,
 // through names of eight hexadecimal digits: the dates of change and access then stay with the name as well,
 // while ids and references go with the contents. Somebody who looks meanwhile may miss a name; a process
 // that is killed meanwhile leaves both files whole, one or both under such a name. Of a file with several

@@ -58,14 +58,17 @@ TOOLBOX_MUST_USE OSErr FSMoveObject(const FSRef* inItem, const FSRef* inFolder, 
 TOOLBOX_MUST_USE OSErr FSRenameUnicode(const FSRef* inItem, UniCharCount inNameLength, const UniChar* inName,
                                        TextEncoding inEncodingHint, FSRef* outRef);
 
-// Two files exchange their contents, in one step: what one sees of either name is always one of the two.
-// Data, dates of change and access, owner, access lists and extended attributes go with the contents; names,
-// node ids, references, dates of creation and backup, Finder information, the lock and permissions stay where
-// they are, but that permissions may be fewer where the process ends half way. What has a file open goes on
-// with the contents. A reference that another thread uses at this very moment may find either. notAFileErr
-// for what is no file, sameFileErr for one file twice, diffVolErr for files of two volumes; paramErr where it
-// cannot be done in one step: on a file system that knows no such call, with a resource fork, which is
-// another file, and with a file of several names.
+// Two files exchange their contents, those of both forks, in one step: what one sees of either name is always
+// one of the two. Data, dates of change and access, owner, access lists and extended attributes go with the
+// contents; names, node ids, references, dates of creation and backup, Finder information, the lock and
+// permissions stay where they are, but that permissions may be fewer where the process ends half way. What
+// has a data fork open goes on with the contents. A reference that another thread uses at this very moment
+// may find either. notAFileErr for what is no file, sameFileErr for one file twice, diffVolErr for files of
+// two volumes, fBsyErr while another writes a companion for seconds; paramErr where it cannot be done in one
+// step: on a file system that knows no such call, with a file of several names, with an open resource fork,
+// and with resource forks that cannot change places: of files whose companions cannot hold both for a while,
+// or that have two owners, of more than 64 MB together, on a file system that does not lock files or tell
+// when they were made.
 TOOLBOX_MUST_USE OSErr FSExchangeObjects(const FSRef* inRef, const FSRef* inDestRef);
 
 // By volume, folder and name, as FSMakeFSSpec takes them: a new folder, whose id is outFolderID,

@@ -3,11 +3,13 @@
 // what a failing machine keeps.
 #include "ItemChanges.h"
 #include "OldItem.h"
+#include "platform/forks/ForkTest.h"
 #include "support/OneWorld.h"
 #include "support/RecordedCalls.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <toolbox/Forks.h>
 
 #include <cerrno>
@@ -285,6 +287,69 @@ TEST_F(CrashImages, Exchanging) {
             }
             return text;
         });
+}
+
+// Files of two lengths that no other has, which the system tells to be the same files each time that they are
+// made: an intent tells who they are.
+class FilesOfTwoLengths {
+  public:
+    FilesOfTwoLengths() : mSaved(toolbox::os::Calls()) {
+        sReal = mSaved;
+        toolbox::os::CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags,
+                                                  unsigned inMask, struct statx* outStatus) {
+            const int result = sReal.statx(inFolder, inPath, inFlags, inMask, outStatus);
+            if (result != 0 || (outStatus->stx_size != kOne && outStatus->stx_size != kOther)) return result;
+            outStatus->stx_ino = kInodes + outStatus->stx_size;
+            outStatus->stx_btime.tv_sec = 1'000'000'000;
+            outStatus->stx_btime.tv_nsec = 0;
+            return result;
+        };
+    }
+    ~FilesOfTwoLengths() { toolbox::os::CallsForTesting() = mSaved; }
+    FilesOfTwoLengths(const FilesOfTwoLengths&) = delete;
+    FilesOfTwoLengths& operator=(const FilesOfTwoLengths&) = delete;
+
+    static constexpr std::size_t kOne = 1001;
+    static constexpr std::size_t kOther = 1002;
+
+  private:
+    static constexpr std::uint64_t kInodes = 0x70000000;
+    static inline toolbox::os::SystemCalls sReal;
+
+    const toolbox::os::SystemCalls mSaved;
+};
+
+TEST_F(CrashImages, ExchangingForks) {
+    const FilesOfTwoLengths files;
+    const auto forksOf = [this](const char* inName) {
+        const Opened fork(RefOf(mFolder / inName), Which::kResource, fsRdPerm);
+        return FileWorld::Contents(mFolder / inName).substr(0, 1) + '/' + Whole(fork) + ' ';
+    };
+    FSRef other = {};
+    for (const bool haveBothForks : {true, false}) {
+        const std::string forkOfB = haveBothForks ? "fork of b" : "";
+        const std::string before = "A/fork of a B/" + forkOfB + ' ';
+        const std::string after = "B/" + forkOfB + " A/fork of a ";
+        const auto prepare = [&] {
+            mItem = RefOf(mFolder.MakeFile("a", std::string(FilesOfTwoLengths::kOne, 'A')));
+            other = RefOf(mFolder.MakeFile("b", std::string(FilesOfTwoLengths::kOther, 'B')));
+            mFolder.MakeFile("._a", CompanionBytes("fork of a"));
+            if (haveBothForks) mFolder.MakeFile("._b", CompanionBytes("fork of b"));
+        };
+        const auto exchange = [&] { return FSExchangeObjects(&mItem, &other); };
+        ExpectOneOf({before, after}, prepare, exchange, [&] { return forksOf("a") + forksOf("b"); });
+        // By who writes both before he reads, too.
+        ExpectOneOf({before, after}, prepare, exchange, [&] {
+            const FSCatalogInfo info = InfoToSet();
+            for (const char* const name : {"a", "b"}) {
+                const FSRef ref = RefOf(mFolder / name);
+                EXPECT_EQ(noErr, FSSetCatalogInfo(&ref, kSet, &info));
+                EXPECT_EQ("none", EntryIn(mFolder / (std::string("._") + name),
+                                          toolbox::files::AppleDoubleEntry::kForkIntent));
+            }
+            return forksOf("a") + forksOf("b");
+        });
+    }
 }
 
 }  // namespace

@@ -5,7 +5,9 @@
 #include "OldItem.h"
 #include "companions/CompanionInfo.h"
 #include "os/SystemCalls_test_access.h"
+#include "platform/forks/ForkTest.h"
 #include "support/KilledChild.h"
+#include "support/Rounds.h"
 
 #include <gtest/gtest.h>
 #include <toolbox/FileCopies.h>
@@ -198,6 +200,47 @@ TEST_F(NameCrashes, ExchangingWhatWasCreatedAtAnotherTime) {
             for (const std::string& name : support::FileWorld::NamesIn(mFolder.Path()))
                 if (name.starts_with("._")) support::FileWorld::RemoveAll(mFolder / name);
         });
+}
+
+// Neither file is ever told to have the other's resource fork, before anything is mended and after it.
+TEST_F(NameCrashes, ExchangingForks) {
+    constexpr UInt32 kIntent = toolbox::files::AppleDoubleEntry::kForkIntent;
+    const auto forksOf = [this](const char* inName) {
+        const Opened fork(RefOf(mFolder / inName), Which::kResource, fsRdPerm);
+        return support::FileWorld::Contents(mFolder / inName) + '/' + Whole(fork) + ' ';
+    };
+    const auto hasIntent = [this](const char* inName) {
+        const std::string path = mFolder / inName;
+        return support::FileWorld::Exists(path) && EntryIn(path, kIntent) != "none";
+    };
+    FSRef other = {};
+    bool hasSeenIntents = false;
+    for (const bool haveBothForks : {true, false}) {
+        if (!haveBothForks && support::Rounds(1) == 1) continue;  // which takes seconds
+        const std::string forkOfB = haveBothForks ? "fork of b" : "";
+        KilledChildTest::ExpectOneOf(
+            {"of a/fork of a of b/" + forkOfB + ' ', "of b/" + forkOfB + " of a/fork of a "},
+            [&] {
+                mItem = RefOf(MakeWithCompanion("", "a"));
+                other = RefOf(haveBothForks ? MakeWithCompanion("", "b") : mFolder.MakeFile("b", "of b"));
+            },
+            [&] { return FSExchangeObjects(&mItem, &other) == noErr; },
+            [&] {
+                const std::string forks = forksOf("a") + forksOf("b");
+                hasSeenIntents = hasSeenIntents || hasIntent("._a");
+                // Who writes them next.
+                for (const char* const name : {"a", "b"}) {
+                    FSCatalogInfo info = {};
+                    info.finderInfo[0] = 1;
+                    const FSRef ref = RefOf(mFolder / name);
+                    EXPECT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoFinderInfo, &info));
+                }
+                EXPECT_FALSE(hasIntent("._a") || hasIntent("._b"));
+                EXPECT_EQ(forks, forksOf("a") + forksOf("b"));
+                return forks;
+            });
+    }
+    EXPECT_TRUE(hasSeenIntents);
 }
 
 }  // namespace

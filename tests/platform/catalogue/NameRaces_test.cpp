@@ -1,6 +1,7 @@
 // Items that several programs, and the threads of one, make, rename, exchange, look for and delete in one
 // folder at once. Run under the thread sanitizer too.
 #include "ItemChanges.h"
+#include "platform/forks/ForkTest.h"
 #include "support/OneWorld.h"
 #include "support/Rounds.h"
 
@@ -31,11 +32,13 @@ constexpr int kProcesses = 4;  // beside the one that has the threads
 constexpr int kSteps = 90;
 constexpr int kLongRaces = 60;  // more than a minute
 
-// Two sorts of items that stay: with a resource fork, and with Finder information, which alone can be
-// exchanged. Of both there are fewer than names. Files that come and go have names of their own.
+// Two sorts of items that stay: with a resource fork, and with Finder information. Of both there are fewer
+// than names. Files that come and go have names of their own.
 constexpr int kItems = 3;
 constexpr int kNames = 5;
 constexpr int kPassingNames = 3;
+
+constexpr UInt32 kForkIntent = toolbox::files::AppleDoubleEntry::kForkIntent;
 
 using Outcomes = std::set<OSErr>;
 // Somebody else was quicker, or is about it: he holds the companion.
@@ -106,9 +109,11 @@ class NameRaces : public ItemChangesTest<support::RealFolderTest> {
                     case 2:
                         RenameOne(Name("p", kNames), Name("p", kNames));
                         break;
-                    case 3:
-                        ExchangeTwo(Name("p", kNames), Name("p", kNames));
+                    case 3: {
+                        const char* const sort = Throw(2) == 0 ? "f" : "p";
+                        ExchangeTwo(Name(sort, kNames), Name(sort, kNames));
                         break;
+                    }
                     case 4:
                         MakeOne(Name("n", kPassingNames));
                         break;
@@ -256,9 +261,8 @@ class NameRaces : public ItemChangesTest<support::RealFolderTest> {
             }
             contents.insert(FileWorld::Contents(path));
             if (name[0] == 'f') {
-                EXPECT_EQ(CompanionBytes("fork " + FileWorld::Contents(path)),
-                          FileWorld::Contents(mFolder / ("._" + name)))
-                    << name;
+                EXPECT_EQ("fork " + FileWorld::Contents(path), ForkIn(mFolder / ("._" + name))) << name;
+                EXPECT_EQ("none", EntryIn(mFolder / ("._" + name), kForkIntent)) << name;
                 continue;
             }
             marks.insert(std::to_string(InfoOf(path, kFSCatInfoFinderInfo).finderInfo[0]));

@@ -203,6 +203,44 @@ TEST_P(CompanionNamesTest, WritersAreWaitedFor) {
     CallsForTesting() = sKernel;
 }
 
+// One that came while its item was being moved: its item has gone, and so it is waited for longer, and looked
+// for again when who holds it replaces it.
+TEST_P(CompanionNamesTest, OneThatCameLaterIsWaitedFor) {
+    static SystemCalls sKernel;
+    static int sWaits;
+    static const FileWorld* sFolder;
+    sFolder = &mFolder;
+    for (const bool isDeleted : {false, true}) {
+        {
+            HeldCompanion companion;
+            ASSERT_EQ(0, companion.Take(mPlace));
+            ASSERT_EQ(0, companion.AddName(mNew));
+            MakeCompanion("._a");
+            MakeCompanion("new");
+            FileWorld::Rename(mFolder / "a", mFolder / "sub/b");
+            sKernel = Calls();
+            sWaits = 0;
+            CallsForTesting().flock = [](int inDescriptor, int inOperation) {
+                return sWaits < 500 ? (errno = EWOULDBLOCK, -1) : sKernel.flock(inDescriptor, inOperation);
+            };
+            CallsForTesting().clock_nanosleep = [](clockid_t, int, const timespec*, timespec*) {
+                if (++sWaits == 500) FileWorld::Rename(*sFolder / "new", *sFolder / "._a");
+                return 0;
+            };
+            if (isDeleted)
+                companion.Delete();
+            else
+                companion.LeaveOldName();
+            CallsForTesting() = sKernel;
+        }
+        EXPECT_EQ(500, sWaits);
+        EXPECT_FALSE(Exists("._a"));
+        EXPECT_EQ(!isDeleted, Exists("sub/._b"));
+        FileWorld::RemoveAll(mFolder / "sub/._b");
+        FileWorld::Rename(mFolder / "sub/b", mFolder / "a");
+    }
+}
+
 TEST_P(CompanionNamesTest, OrphansAreSetAside) {
     MakeCompanion("sub/._b");
     {

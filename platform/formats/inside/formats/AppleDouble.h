@@ -24,7 +24,9 @@ struct AppleDoubleEntry {
         kFileDates = 8,
         kFinderInfo = 9,
         kMacFileInfo = 10,
-        kEncodingHint = 0xF4656E63  // our own: the format leaves ids from 0x80000000 on to everybody
+        // Our own: the format leaves ids from 0x80000000 on to everybody.
+        kEncodingHint = 0xF4656E63,
+        kForkIntent = 0xF4786368
     };
 
     UInt32 id = 0;

@@ -32,6 +32,11 @@ struct NewFileAccess {
     std::optional<mode_t> mode;  // permissions; none: those that the process gives to new files
 };
 
+// As the first, of a file that is there, with other permissions.
+//   outFile  the new file, as that of MakeFile
+[[nodiscard]] int ReplaceFile(int inFolder, const std::string& inName, const std::vector<UInt8>& inBytes,
+                              mode_t inMode, Descriptor& outFile);
+
 // Makes a file of these contents under a name that nothing has in an open folder: it is there whole or not at
 // all, also after the machine has failed, and once the folder is synced it stays there. Whom the access keeps
 // out never could open it. EEXIST when the name is taken.
