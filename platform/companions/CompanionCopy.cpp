@@ -6,6 +6,8 @@
 #include "os/CopyContents.h"
 #include "os/SystemCalls.h"
 
+#include <toolbox/Companions.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <span>
@@ -107,6 +109,7 @@ int CompanionCopy::Make(const Place& inItem, const FileToCome& inNewItem, SInt32
     if (info.creationSeconds == CompanionInfo::kNoDate) info.creationSeconds = inCreationSeconds;
     if (AreWorthless(contents, info.creationSeconds)) return 0;
     const bool isForDateAlone = AreWorthless(contents, CompanionInfo::kNoDate);
+    if (AreCompanionsAllowed() == 0) return isForDateAlone ? 0 : kNotAllowed;
     PutInfo(info, contents.others);
 
     os::ItemStatus made;

@@ -4,6 +4,7 @@
 #include "formats/AppleDouble.h"
 #include "os/FileRange.h"
 
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,9 @@ bool IsNoCompanion(int inError);
 [[nodiscard]] int ReadEntries(Companion& ioCompanion);
 // One that is to be read, with what an intent tells of the item beside it.
 [[nodiscard]] int OpenNamed(int inFolder, const std::string& inName, Companion& outCompanion);
+
+// Of what would make or change a companion where the host allows none.
+constexpr int kNotAllowed = ENOPKG;
 
 // Locks an open companion until it is closed. EBUSY when another holds the lock for longer than so many
 // milliseconds, ENOTSUP where files cannot be locked: nobody holds any then.

@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <toolbox/Companions.h>
 
 #include <algorithm>
 #include <limits>
@@ -79,6 +80,7 @@ int WriteInPlace(const Companion& inCompanion, UInt64 inOffsetBytes, std::span<c
                  std::size_t& outCount) {
     outCount = 0;
     if (inBytes.empty()) return 0;
+    if (AreCompanionsAllowed() == 0) return kNotAllowed;
     const ForkPlace fork = FindFork(inCompanion);
     const int descriptor = inCompanion.file.DescriptorNumber();
     const UInt64 fileOffset = fork.offsetBytes + inOffsetBytes;
@@ -102,6 +104,7 @@ int SetSizeInPlace(const Companion& inCompanion, UInt64 inByteCount) {
     const ForkPlace fork = FindFork(inCompanion);
     const int descriptor = inCompanion.file.DescriptorNumber();
     if (inByteCount == fork.sizeBytes) return 0;
+    if (AreCompanionsAllowed() == 0) return kNotAllowed;
     if (inByteCount > kMaxFileBytes - fork.offsetBytes) return ENOSPC;
     if (!fork.isLast) return kOtherLayout;
     const UInt64 endBytes = fork.offsetBytes + inByteCount;

@@ -9,6 +9,7 @@
 
 #include <sys/file.h>
 #include <time.h>
+#include <toolbox/Companions.h>
 
 #include <utility>
 
@@ -81,7 +82,10 @@ int CompanionWriter::Open(const ItemAt& inItem, int inAccess) {
         // Who moves the item would hold the lock.
         if (error == 0 && mIdentity != nullptr) error = CheckItem();
         bool isSettled = false;
-        if (error == 0) error = SettleIntent(*mItem, mCompanion, isSettled);
+        if (error == 0 && AreCompanionsAllowed() == 0)
+            error = ReadIntentOf(folder, mItem->name, mCompanion);
+        else if (error == 0)
+            error = SettleIntent(*mItem, mCompanion, isSettled);
         if (error == 0 && !isSettled) return 0;
         mCompanion = {};
         if (error != 0) return error;
@@ -95,6 +99,7 @@ int CompanionWriter::ReadParts(UInt32 inOtherThan, std::vector<AppleDoublePart>&
 
 int CompanionWriter::Replace(const std::vector<AppleDoublePart>& inParts) {
     std::vector<UInt8> bytes;
+    if (AreCompanionsAllowed() == 0) return kNotAllowed;
     if (!EncodeAppleDouble(inParts, bytes)) return ENOSPC;
     const int folder = mItem->folder.Number();
     const std::string name = CompanionName(mItem->name);

@@ -36,7 +36,7 @@ class CompanionWriter {
     // Once, and the last that is done: makes these the parts of the companion, which is replaced or made. A
     // new one has the access below. EEXIST when another made it meanwhile,
     // ENOENT when the item is there no more, ENAMETOOLONG for a name that has no room for the prefix, ENOSPC
-    // when the format has no room for it all.
+    // when the format has no room for it all, kNotAllowed where the host allows none.
     [[nodiscard]] int Replace(const std::vector<AppleDoublePart>& inParts);
     [[nodiscard]] int Remove();
 

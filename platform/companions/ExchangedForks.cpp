@@ -6,7 +6,8 @@
 #include "companions/CompanionInfo.h"
 #include "companions/Companions.h"
 #include "os/Replace.h"
-#include "os/SystemCalls.h"
+
+#include <toolbox/Companions.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -197,6 +198,7 @@ int ExchangedForks::Prepare(const FileAtExchange& inFile1, const FileAtExchange&
     int error = side1.Take();
     if (error == 0) error = side2.Take();
     if (error != 0 || (side1.forkBytes == 0 && side2.forkBytes == 0)) return error;
+    if (AreCompanionsAllowed() == 0) return kNotAllowed;
     if (!CanChangePlaces()) return ENOTSUP;
     error = side1.ReadParts();
     if (error == 0) error = side2.ReadParts();

@@ -55,6 +55,9 @@ OSStatus StatusOfErrno(int inErrno) {
         case EINVAL:
         case EFAULT:
             return paramErr;
+        // Of companions that the host does not allow; the system has no such error of files.
+        case ENOPKG:
+            return unimpErr;
         case ECANCELED:
             return userCanceledErr;
         // What a file holds makes no sense: no error of the system.

@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <toolbox/Companions.h>
 
 #include <cerrno>
 #include <memory>
@@ -429,6 +430,22 @@ TEST_P(ExchangingForks, AreLockedBeforeTheyHaveTheirNames) {
     EXPECT_EQ(0, Prepare(forks));
     CallsForTesting() = sReal;
     EXPECT_EQ(2, sNamed);
+}
+
+// Where the host allows no companion to be changed it is told what it tells, and stays.
+TEST_P(ExchangingForks, WhatMayNotBeSettled) {
+    ASSERT_EQ(0, ReplaceEntry(mB, kFork, BytesFrom("longer fork of b")));
+    LeaveIntents(true);
+    ASSERT_EQ(0, ReplaceEntry(mB, kFork, BytesFrom("of a")));
+    SetCompanionsAllowed(0);
+    EXPECT_EQ(0, SetCompanionMode(mA, mStatusB.identity, 0600));
+    EXPECT_EQ("a", Intents());
+    EXPECT_EQ(ENOPKG, SetCompanionForkSize(mA, mStatusB.identity, 9));
+    EXPECT_EQ(0, SetCompanionForkSize(mA, mStatusB.identity, 16)) << "as it is";
+    SetCompanionsAllowed(1);
+    EXPECT_EQ("of b, longer fork of b; of a, of a", Forks());
+    EXPECT_EQ(0, SetCompanionMode(mA, mStatusB.identity, 0600));
+    EXPECT_EQ("", Intents());
 }
 
 // One that comes with its item, after it was looked for and before the item is, is seen.

@@ -49,6 +49,8 @@ struct CompanionSizes {
     UInt64 allocatedBytes = 0;  // of the companion on its volume
 };
 
+// What would make or change a companion answers ENOPKG where the host allows none (toolbox/Companions.h).
+
 // Reads what has the name of a companion in an open folder, which may be AT_FDCWD. What is none tells
 // nothing: outInfo and outSizes are as they begin.
 [[nodiscard]] int ReadInfo(int inFolder, const std::string& inCompanionName, CompanionInfo& outInfo,
