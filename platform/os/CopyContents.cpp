@@ -60,8 +60,14 @@ bool HasNone(int inError) {
     return inError == EOPNOTSUPP || inError == ENOSYS;
 }
 
+// Beyond what a file system keeps of one attribute, or of its name.
+bool IsTooLong(int inError) {
+    return inError == E2BIG || inError == ERANGE;
+}
+
 int SetAttribute(int inFile, const char* inName, std::string_view inBytes) {
-    return Calls().fsetxattr(inFile, inName, inBytes.data(), inBytes.size(), 0) == 0 ? 0 : errno;
+    if (Calls().fsetxattr(inFile, inName, inBytes.data(), inBytes.size(), 0) == 0) return 0;
+    return IsTooLong(errno) ? ENOSPC : errno;
 }
 
 // outIsThere: false where the file has none of that name.
@@ -79,7 +85,6 @@ int CopyAttribute(int inFrom, int inTo, const char* inName, std::vector<char>& i
     int error = GetAttribute(inFrom, inName, ioBytes, isThere);
     if (error != 0 || !isThere) return error;
     error = SetAttribute(inTo, inName, {ioBytes.data(), ioBytes.size()});
-    if (error == ENOSPC) return EOVERFLOW;
     return HasNone(error) ? 0 : error;
 }
 

@@ -22,7 +22,7 @@ TOOLBOX_EXTERN_C_BEGIN
 // where the file system has such; it is not locked, and belongs to who made it, with its companion, and it
 // gets no access list from its folder. Where both files can share what they hold, nothing is copied until one
 // of them is written. A file with an access list, where the copy's file system has none, becomes its owner's
-// alone; an attribute for which that has no room is refused with ioErr.
+// alone; an attribute or a list for which that has no room is refused with dskFulErr, as a full volume is.
 //
 // When the file was created, a companion tells, which the copy gets for that alone if it must. Where such a
 // companion has no place, because the name is longer than 253 bytes or a file that is no companion has its

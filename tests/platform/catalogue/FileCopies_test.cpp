@@ -339,23 +339,33 @@ TEST_P(FileCopies, AttributesOfAFileThatNobodyMayWrite) {
     EXPECT_EQ(0444, FileWorld::StatusOf(mFolder / "b").stx_mode & 07777);
 }
 
-TEST_P(FileCopies, AnAttributeWithoutRoomIsNoFullDisk) {
+// Be it the attribute's length, what all of them have together, or the volume.
+TEST_P(FileCopies, AttributesWithoutRoom) {
     mFolder.MakeFile("a", "text");
     const toolbox::os::SystemCalls saved = toolbox::os::Calls();
-    toolbox::os::CallsForTesting().flistxattr = [](int, char* outNames, std::size_t) -> ssize_t {
-        std::string_view("user.a\0", 7).copy(outNames, 7);
-        return 7;
-    };
-    toolbox::os::CallsForTesting().fgetxattr = [](int, const char* inName, void*, std::size_t) -> ssize_t {
-        return std::string_view(inName) == "user.a" ? 9 : (errno = ENODATA, -1);
-    };
-    toolbox::os::CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
-        return errno = ENOSPC, -1;
-    };
-    const OSErr error = Copy("a", "", "b");
-    toolbox::os::CallsForTesting() = saved;
-    EXPECT_EQ(ioErr, error);
-    EXPECT_EQ("a=text, ", Picture());
+    static const char* sName;
+    static int sError;
+    for (const char* const name : {"user.a", "system.posix_acl_access"}) {
+        for (const int error : {ENOSPC, EDQUOT, E2BIG, ERANGE}) {
+            sName = name;
+            sError = error;
+            toolbox::os::CallsForTesting().flistxattr = [](int, char* outNames, std::size_t) -> ssize_t {
+                const std::string_view names(sName, std::string_view(sName).size() + 1);
+                return static_cast<ssize_t>(names.copy(outNames, names.size()));
+            };
+            toolbox::os::CallsForTesting().fgetxattr = [](int, const char* inName, void*,
+                                                          std::size_t) -> ssize_t {
+                return std::string_view(inName) == sName ? 9 : (errno = ENODATA, -1);
+            };
+            toolbox::os::CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
+                return errno = sError, -1;
+            };
+            const OSErr status = Copy("a", "", "b");
+            toolbox::os::CallsForTesting() = saved;
+            EXPECT_EQ(dskFulErr, status) << name << ", errno " << error;
+            EXPECT_EQ("a=text, ", Picture());
+        }
+    }
 }
 
 TEST_P(FileCopies, WhatTheFolderGivesIsNotTheCopys) {

@@ -433,6 +433,37 @@ TEST_P(SetCatalogInfoTest, WhateverFailsOfAVolumesRootItIsAllOrNothing) {
                       EIO));
 }
 
+// Whichever call tells that there is no room, of a new companion and of one that is there.
+TEST_P(SetCatalogInfoTest, CompanionsWithoutRoom) {
+    for (const int noRoom : {ENOSPC, EDQUOT}) {
+        for (const bool isNew : {true, false}) {
+            const std::string path = mFolder.MakeFile("file");
+            const FSRef ref = RefOf(path);
+            FSCatalogInfo info = {};
+            int refusals = 0;
+            support::FailEach<FailingCalls>(
+                [&](const auto& inUnderFault) {
+                    FileWorld::RemoveAll(mFolder / "._file");
+                    info.finderInfo[0] = 1;
+                    if (!isNew) {
+                        ASSERT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoFinderInfo, &info));
+                    }
+                    info.finderInfo[0] = 2;
+                    OSErr error = noErr;
+                    inUnderFault([&] { error = FSSetCatalogInfo(&ref, kFSCatInfoFinderInfo, &info); });
+                    EXPECT_TRUE(error == noErr || error == dskFulErr) << error;
+                    refusals += error != noErr;
+                    FSCatalogInfo now = {};
+                    EXPECT_EQ(noErr,
+                              FSGetCatalogInfo(&ref, kFSCatInfoFinderInfo, &now, nullptr, nullptr, nullptr));
+                    EXPECT_EQ(error == noErr ? 2 : isNew ? 0 : 1, now.finderInfo[0]);
+                },
+                noRoom);
+            EXPECT_GT(refusals, 3);
+        }
+    }
+}
+
 TEST_P(SetCatalogInfoTest, AnotherUsersItem) {
     const std::string path = mFolder.MakeFile("file");
     const toolbox::os::SystemCalls saved = toolbox::os::CallsForTesting();

@@ -229,9 +229,10 @@ TEST_P(CopyContentsTest, OnlyTheUsersOwnAttributes) {
         int error;
         int told;
     };
-    // What the file system has not is left out; what it has no room for need not mean that the disk is full.
-    for (const Row& row : {Row{EOPNOTSUPP, 0}, Row{ENOSYS, 0}, Row{EACCES, EACCES}, Row{EPERM, EPERM},
-                           Row{EINVAL, EINVAL}, Row{ENOSPC, EOVERFLOW}, Row{EDQUOT, EDQUOT}}) {
+    // What the file system has not is left out; what it has no room for is not.
+    for (const Row& row :
+         {Row{EOPNOTSUPP, 0}, Row{ENOSYS, 0}, Row{EACCES, EACCES}, Row{EPERM, EPERM}, Row{EINVAL, EINVAL},
+          Row{ENOSPC, ENOSPC}, Row{E2BIG, ENOSPC}, Row{ERANGE, ENOSPC}, Row{EDQUOT, EDQUOT}}) {
         static int sError;
         sError = row.error;
         CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
@@ -307,6 +308,10 @@ TEST_P(CopyContentsTest, WithoutTheListAFileIsItsOwnersAlone) {
         return errno = EIO, -1;
     };
     EXPECT_EQ(EIO, CopyAccess(mFrom.Number(), mTo.Number(), 0664));
+    CallsForTesting().fsetxattr = [](int, const char*, const void*, std::size_t, int) {
+        return errno = E2BIG, -1;
+    };
+    EXPECT_EQ(ENOSPC, CopyAccess(mFrom.Number(), mTo.Number(), 0664));
     EXPECT_EQ(0600U, FileWorld::StatusOf(mFolder / "to").stx_mode & 07777U);
 }
 

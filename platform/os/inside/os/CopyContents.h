@@ -12,11 +12,13 @@ namespace toolbox::os {
 [[nodiscard]] int CopyContents(int inFrom, int inTo);
 
 // Gives a file, which may be written by its permissions, the user's own attributes of another one, as far as
-// its file system has such. EOVERFLOW when it has no room for one, which some have for a few kilobytes alone.
+// its file system has such. ENOSPC also when it has no room for one, which some have for a few kilobytes
+// alone.
 [[nodiscard]] int CopyAttributes(int inFrom, int inTo);
 
 // Gives a file these permissions, and the access list of another one, if that has one; what it got from its
 // folder goes. Where its file system has no lists, but the other file has one, it is its owner's alone.
+// ENOSPC also for a list that is too long.
 [[nodiscard]] int CopyAccess(int inFrom, int inTo, mode_t inMode);
 
 }  // namespace toolbox::os
