@@ -117,6 +117,11 @@ OSStatus SetFinderInfo(const FSRef& inFile, const char* inType) {
     return FSSetCatalogInfo(&inFile, kFSCatInfoFinderInfo, &info);
 }
 
+OSStatus GetFinderInfo(const FSRef& inFile) {
+    FSCatalogInfo info = {};
+    return FSGetCatalogInfo(&inFile, kFSCatInfoFinderInfo, &info, nullptr, nullptr, nullptr);
+}
+
 OSStatus SetContentDate(const FSRef& inFile) {
     FSCatalogInfo info = {};
     info.contentModDate.lowSeconds = 0xC0000000;
@@ -134,6 +139,7 @@ OSStatus GetListedInfo(const FSRef& inFile) {
 struct NamedCall {
     const char* name;
     OSStatus (*call)(const Items& inItems, std::size_t inAt);
+    bool hasCompanions = false;  // the items that it is made at
 };
 
 constexpr NamedCall kCalls[] = {
@@ -174,6 +180,10 @@ constexpr NamedCall kCalls[] = {
      [](const Items& inItems, std::size_t inAt) { return SetContentDate(inItems.old[inAt]); }},
     {"FSSetCatalogInfo (type, new companion)",
      [](const Items& inItems, std::size_t inAt) { return SetFinderInfo(inItems.old[inAt], "TEXT"); }},
+    {"FSSetCatalogInfo (type, in a companion)",
+     [](const Items& inItems, std::size_t inAt) { return SetFinderInfo(inItems.old[inAt], "TEXT"); }, true},
+    {"FSGetCatalogInfo (type, in a companion)",
+     [](const Items& inItems, std::size_t inAt) { return GetFinderInfo(inItems.old[inAt]); }, true},
     {"FSPathMakeRef",
      [](const Items& inItems, std::size_t inAt) -> OSStatus {
          FSRef ref = {};
@@ -193,6 +203,9 @@ void Call(const std::string& inName, const char* inFolder, int inTimes) {
     const Items items = Find(inFolder, kItems);
     for (const NamedCall& call : kCalls) {
         if (inName != call.name) continue;
+        if (call.hasCompanions)
+            for (const FSRef& item : items.old)
+                Check(SetFinderInfo(item, "none"), "FSSetCatalogInfo");
         for (int i = 0; i < inTimes && i < kItems; ++i)
             Check(call.call(items, static_cast<std::size_t>(i)), call.name);
         return;

@@ -4,7 +4,9 @@
 #include "formats/AppleDouble.h"
 #include "os/FileRange.h"
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -18,9 +20,18 @@ enum class IntentState {
 };
 
 struct Companion {
+    // What lies in one sector is written and read at once.
+    static constexpr std::size_t kHeadBytes = 512;
+
     os::FileRange file;
+    std::array<UInt8, kHeadBytes> head = {};  // the first bytes, as they were when the entries were read
+    std::size_t headByteCount = 0;
     std::vector<AppleDoubleEntry> entries;
     IntentState intent = IntentState::kNone;  // whose sense the entries are in
+
+    // As FileRange's; what lies in the head is as it was there.
+    [[nodiscard]] int Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const;
+    UInt64 SizeBytes() const { return file.SizeBytes(); }
 };
 
 // All answer 0 or an errno; ENOENT when nothing has the name or can have it, EISDIR when what has it is no

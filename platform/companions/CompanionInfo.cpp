@@ -53,11 +53,6 @@ void Take(UInt32 inID, const UInt8* inBytes, std::size_t inByteCount, CompanionI
     }
 }
 
-bool IsInfo(UInt32 inID) {
-    return inID == AppleDoubleEntry::kFinderInfo || inID == AppleDoubleEntry::kFileDates ||
-           inID == AppleDoubleEntry::kMacFileInfo || inID == AppleDoubleEntry::kEncodingHint;
-}
-
 // The bytes of the part of that id, as many as it must have, of which new ones are like inNewBytes.
 std::vector<UInt8>& BytesOf(UInt32 inID, const std::vector<UInt8>& inNewBytes, Parts& ioParts) {
     auto part = std::find_if(ioParts.begin(), ioParts.end(),
@@ -72,6 +67,11 @@ std::vector<UInt8>& BytesOf(UInt32 inID, const std::vector<UInt8>& inNewBytes, P
 
 }  // namespace
 
+bool IsInfo(UInt32 inID) {
+    return inID == AppleDoubleEntry::kFinderInfo || inID == AppleDoubleEntry::kFileDates ||
+           inID == AppleDoubleEntry::kMacFileInfo || inID == AppleDoubleEntry::kEncodingHint;
+}
+
 int ReadInfoOf(const Companion& inCompanion, CompanionInfo& outInfo, CompanionSizes& outSizes) {
     outSizes.allocatedBytes = inCompanion.file.AllocatedBytes();
     for (const AppleDoubleEntry& entry : inCompanion.entries) {
@@ -79,7 +79,7 @@ int ReadInfoOf(const Companion& inCompanion, CompanionInfo& outInfo, CompanionSi
         if (!IsInfo(entry.id)) continue;
         UInt8 bytes[kFinderInfoBytes];
         const std::size_t byteCount = std::min<std::size_t>(entry.lengthBytes, sizeof bytes);
-        const int error = inCompanion.file.Read(entry.offsetBytes, bytes, byteCount);
+        const int error = inCompanion.Read(entry.offsetBytes, bytes, byteCount);
         if (error != 0) return error;
         Take(entry.id, bytes, byteCount, outInfo);
     }
@@ -119,21 +119,46 @@ void PutInfo(const CompanionInfo& inInfo, Parts& ioParts) {
 
 namespace {
 
+int AddFork(const Companion& inCompanion, Parts& ioParts) {
+    for (const AppleDoubleEntry& entry : inCompanion.entries) {
+        if (entry.id != AppleDoubleEntry::kResourceFork) continue;
+        ioParts.push_back({entry.id, std::vector<UInt8>(entry.lengthBytes)});
+        return inCompanion.Read(entry.offsetBytes, ioParts.back().bytes.data(), entry.lengthBytes);
+    }
+    return 0;
+}
+
+// Another user's, or one that may only be read, can still be replaced, or be as it is to be.
+bool MayNotBeWritten(int inError) {
+    return inError == EACCES || inError == EPERM || inError == EROFS || inError == ETXTBSY;
+}
+
 template <typename Change>
-int ChangeInfoOf(const ItemAt& inItem, Change inChange) {
-    return ChangeCompanion(inItem, O_RDONLY, [&inChange](CompanionWriter& ioWriter) {
+int ChangeInfoOf(const ItemAt& inItem, int inAccess, Change inChange) {
+    return ChangeCompanion(inItem, inAccess, [&](CompanionWriter& ioWriter) {
         CompanionInfo info;
         CompanionSizes sizes;
         Parts parts;
         int error = ReadInfoOf(ioWriter.Get(), info, sizes);
-        if (error == 0) error = ioWriter.ReadParts(0, parts);
+        if (error == 0) error = ioWriter.ReadParts(AppleDoubleEntry::kResourceFork, parts);
         if (error != 0) return error;
         const CompanionInfo before = info;
         inChange(info);
         PutInfo(info, parts);
-        if (AreDefault(parts)) return ioWriter.Exists() ? ioWriter.Remove() : 0;
-        return info == before ? 0 : ioWriter.Replace(parts);
+        if (sizes.forkBytes == 0 && AreDefault(parts)) return ioWriter.Exists() ? ioWriter.Remove() : 0;
+        if (info == before) return 0;
+        // Who reads a fork takes a file that was written for one whose fork was.
+        const bool mayBeInPlace = inAccess == O_RDWR && sizes.forkBytes == 0;
+        if (mayBeInPlace && ioWriter.CanWriteInPlace(parts)) return ioWriter.WriteInPlace(parts);
+        error = AddFork(ioWriter.Get(), parts);
+        return error == 0 ? ioWriter.Replace(parts) : error;
     });
+}
+
+template <typename Change>
+int ChangeInfoOf(const ItemAt& inItem, Change inChange) {
+    const int error = ChangeInfoOf(inItem, O_RDWR, inChange);
+    return MayNotBeWritten(error) ? ChangeInfoOf(inItem, O_RDONLY, inChange) : error;
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ int ReadParts(const Companion& inCompanion, UInt32 inOtherThan, std::vector<Appl
         if (entry.id == inOtherThan) continue;
         AppleDoublePart part = {entry.id, std::vector<UInt8>(entry.lengthBytes),
                                 HasItsPlace(entry) ? entry.offsetBytes : 0};
-        const int error = inCompanion.file.Read(entry.offsetBytes, part.bytes.data(), part.bytes.size());
+        const int error = inCompanion.Read(entry.offsetBytes, part.bytes.data(), part.bytes.size());
         if (error != 0) return error;
         outParts.push_back(std::move(part));
     }

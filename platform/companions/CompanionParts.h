@@ -22,6 +22,9 @@ constexpr std::size_t kFinderInfoBytes = 32;
 // Makes this what parts tell; those that would tell nothing go.
 void PutInfo(const CompanionInfo& inInfo, std::vector<AppleDoublePart>& ioParts);
 
+// Whether it is one of those that tell CompanionInfo.
+bool IsInfo(UInt32 inID);
+
 bool AreZero(const std::vector<UInt8>& inBytes);
 // Whether an item without these parts is the same.
 bool AreDefault(const std::vector<AppleDoublePart>& inParts);

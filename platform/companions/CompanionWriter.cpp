@@ -11,6 +11,9 @@
 #include <time.h>
 #include <toolbox/Companions.h>
 
+#include <algorithm>
+#include <array>
+#include <span>
 #include <utility>
 
 namespace toolbox::files {
@@ -21,7 +24,7 @@ constexpr mode_t kAllPermissions = 07777;
 constexpr timespec kMillisecond = {0, 1'000'000};
 
 // ENOENT also when another file has the name by now.
-int Lock(int inFolder, const std::string& inName, int inDescriptor) {
+int Lock(int inFolder, const std::string& inName, int inDescriptor, bool& outHasOneName) {
     os::ItemStatus opened;
     os::ItemStatus named;
     int error = os::GetDescriptorStatus(inDescriptor, opened);
@@ -30,6 +33,7 @@ int Lock(int inFolder, const std::string& inName, int inDescriptor) {
     error = LockFile(inDescriptor, kMaxWriterMillis);
     if (error == 0 || error == ENOTSUP) error = os::GetStatusAt(inFolder, inName.c_str(), named);
     if (error != 0) return error;
+    outHasOneName = named.linkCount == 1;
     return named.identity.IsSameItem(opened.identity) ? 0 : ENOENT;
 }
 
@@ -75,7 +79,7 @@ int CompanionWriter::Open(const ItemAt& inItem, int inAccess) {
         os::Descriptor file;
         int error = OpenNamedFile(folder, name, inAccess, file);
         if (error == ENOENT) return 0;
-        if (error == 0) error = Lock(folder, name, file.Number());
+        if (error == 0) error = Lock(folder, name, file.Number(), mHasOneName);
         if (error == ENOENT) continue;
         // Its entries are read only now, when nobody changes them.
         if (error == 0) error = AdoptCompanion(std::move(file), mCompanion);
@@ -122,6 +126,66 @@ int CompanionWriter::Replace(const std::vector<AppleDoublePart>& inParts) {
     // One that became private meanwhile was not followed.
     const bool isFollowed = ModeOfCompanion(after.mode) == ModeOfCompanion(before.mode);
     return isFollowed ? 0 : SetCompanionMode(*mItem, after.identity, ModeOfCompanion(after.mode));
+}
+
+namespace {
+
+bool Overlap(const AppleDoubleEntry& inLeft, const AppleDoubleEntry& inRight) {
+    return inLeft.offsetBytes < UInt64{inRight.offsetBytes} + inRight.lengthBytes &&
+           inRight.offsetBytes < UInt64{inLeft.offsetBytes} + inLeft.lengthBytes;
+}
+
+// Whether the part has the place of an entry, which is in the head and is nobody else's.
+bool IsInHead(const Companion& inCompanion, const AppleDoubleEntry& inEntry) {
+    return inEntry.offsetBytes + UInt64{inEntry.lengthBytes} <= inCompanion.headByteCount &&
+           std::none_of(inCompanion.entries.begin(), inCompanion.entries.end(),
+                        [&](const AppleDoubleEntry& inOther) {
+                            return inOther.id != inEntry.id && Overlap(inEntry, inOther);
+                        });
+}
+
+// The head of a companion that has these parts beside its fork, where all the others of its bytes stay. False
+// where that would be another layout, or could not be written at once.
+bool MakeHead(const Companion& inCompanion, const std::vector<AppleDoublePart>& inParts,
+              std::array<UInt8, Companion::kHeadBytes>& outHead) {
+    std::size_t entryCount = 0;
+    outHead = inCompanion.head;
+    for (const AppleDoubleEntry& entry : inCompanion.entries) {
+        if (entry.id == AppleDoubleEntry::kResourceFork) continue;
+        ++entryCount;
+        const auto part = std::find_if(inParts.begin(), inParts.end(), [&](const AppleDoublePart& inPart) {
+            return inPart.id == entry.id && inPart.bytes.size() == entry.lengthBytes;
+        });
+        if (part == inParts.end()) return false;
+        if (!IsInfo(entry.id)) continue;
+        if (!IsInHead(inCompanion, entry)) return false;
+        std::copy(part->bytes.begin(), part->bytes.end(), outHead.begin() + entry.offsetBytes);
+    }
+    return entryCount == inParts.size();
+}
+
+}  // namespace
+
+bool CompanionWriter::CanWriteInPlace(const std::vector<AppleDoublePart>& inParts) const {
+    std::array<UInt8, Companion::kHeadBytes> head;
+    return Exists() && mHasOneName && MakeHead(mCompanion, inParts, head);
+}
+
+int CompanionWriter::WriteInPlace(const std::vector<AppleDoublePart>& inParts) {
+    if (AreCompanionsAllowed() == 0) return kNotAllowed;
+    std::array<UInt8, Companion::kHeadBytes> head;
+    if (!MakeHead(mCompanion, inParts, head)) return EINVAL;
+    const auto& before = mCompanion.head;
+    const auto first = std::mismatch(head.begin(), head.end(), before.begin()).first;
+    const auto last = std::mismatch(head.rbegin(), head.rend(), before.rbegin()).first.base();
+    if (first == head.end()) return 0;
+    const auto start = static_cast<std::size_t>(first - head.begin());
+    const auto byteCount = static_cast<std::size_t>(last - first);
+    const int file = mCompanion.file.DescriptorNumber();
+    int error = os::WriteAt(file, std::span(head).subspan(start, byteCount), start);
+    if (error == 0) error = os::Sync(file);
+    if (error != 0) (void)os::WriteAt(file, std::span(before).subspan(start, byteCount), start);
+    return error;
 }
 
 int CompanionWriter::Remove() {

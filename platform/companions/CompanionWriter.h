@@ -38,6 +38,13 @@ class CompanionWriter {
     // ENOENT when the item is there no more, ENAMETOOLONG for a name that has no room for the prefix, ENOSPC
     // when the format has no room for it all, kNotAllowed where the host allows none.
     [[nodiscard]] int Replace(const std::vector<AppleDoublePart>& inParts);
+    // Whether these parts, all but the fork, are as long as those that are there, and those that tell of the
+    // item lie in the first sector, so that what was there or all that is new is there at every moment. Of a
+    // companion that has one name, since another name may be a copy that is to stay as it is.
+    [[nodiscard]] bool CanWriteInPlace(const std::vector<AppleDoublePart>& inParts) const;
+    // Those parts, of which only what tells of the item may be others; the companion is open for writing. On
+    // failure all is as before, if the device lets it.
+    [[nodiscard]] int WriteInPlace(const std::vector<AppleDoublePart>& inParts);
     [[nodiscard]] int Remove();
 
     // 0 while the item is there; ENOENT, or ESTALE when another has its place.
@@ -49,6 +56,7 @@ class CompanionWriter {
     const os::ItemIdentity* mIdentity = nullptr;
     os::NameLasts mNameLasts = os::NameLasts::kOnceGiven;
     Companion mCompanion;
+    bool mHasOneName = false;  // when it was locked
 };
 
 // Whose a companion is to be, and who may do what with it.

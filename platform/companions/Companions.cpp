@@ -53,7 +53,20 @@ std::string ItemNameOf(const std::string& inName) {
     return inName.substr(0, nameStart) + inName.substr(nameStart + kPrefix.size());
 }
 
+int ReadHead(Companion& ioCompanion) {
+    ioCompanion.headByteCount =
+        static_cast<std::size_t>(std::min<UInt64>(ioCompanion.SizeBytes(), Companion::kHeadBytes));
+    return ioCompanion.file.Read(0, ioCompanion.head.data(), ioCompanion.headByteCount);
+}
+
 }  // namespace
+
+int Companion::Read(UInt64 inOffsetBytes, void* outBytes, std::size_t inByteCount) const {
+    if (inOffsetBytes > headByteCount || inByteCount > headByteCount - inOffsetBytes)
+        return file.Read(inOffsetBytes, outBytes, inByteCount);
+    std::copy_n(head.data() + inOffsetBytes, inByteCount, static_cast<UInt8*>(outBytes));
+    return 0;
+}
 
 bool IsNoCompanion(int inError) {
     return inError == ENOENT || inError == EBADMSG || inError == ENODATA || inError == EISDIR;
@@ -74,7 +87,8 @@ int AdoptCompanion(os::Descriptor inFile, Companion& outCompanion) {
 int ReadEntries(Companion& ioCompanion) {
     for (int round = 0;; ++round) {
         const UInt64 sizeBytes = ioCompanion.file.SizeBytes();
-        int error = ReadAppleDouble(ioCompanion.file, ioCompanion.entries);
+        int error = ReadHead(ioCompanion);
+        if (error == 0) error = ReadAppleDouble(ioCompanion, ioCompanion.entries);
         const bool isNone = error == EBADMSG || error == ENODATA;
         if (!isNone || round == kRounds) return error;
         // Entries that are not in the file may be those of one that was another length by then.

@@ -47,7 +47,7 @@ auto FindIntent(const Companion& inCompanion) {
 
 int ReadIntent(const Companion& inCompanion, UInt32 inOffsetBytes, ForkIntent& outIntent) {
     UInt8 bytes[kForkOffset];
-    const int error = inCompanion.file.Read(inOffsetBytes, bytes, sizeof bytes);
+    const int error = inCompanion.Read(inOffsetBytes, bytes, sizeof bytes);
     if (error != 0) return error;
     outIntent.own = LoadIdentity(bytes);
     outIntent.other = LoadIdentity(bytes + kOtherOffset);

@@ -158,6 +158,27 @@ TEST_F(CrashImages, SettingInformation) {
         [this] { mItem = RefOf(mFolder.MakeFile("a")); }, set, [this] { return TextOfA(); });
 }
 
+// Where the companion has an entry for all of it, that is written in place.
+TEST_F(CrashImages, SettingOtherInformation) {
+    FSCatalogInfo info = InfoToSet();
+    std::uint64_t inode = 0;
+    const auto prepare = [&] {
+        const FSCatalogInfo first = InfoToSet();
+        mItem = RefOf(mFolder.MakeFile("a"));
+        EXPECT_EQ(noErr, FSSetCatalogInfo(&mItem, kSet, &first));
+        inode = FileWorld::StatusOf(mFolder / "._a").stx_ino;
+    };
+    info.finderInfo[0] = 9;
+    info.backupDate = {0, 3'200'000'000U, 0};
+    ExpectOneOf(
+        {"7 locked, 3100000000, fork of 0", "9 locked, 3200000000, fork of 0"}, prepare,
+        [&] { return FSSetCatalogInfo(&mItem, kSet, &info); },
+        [&] {
+            EXPECT_EQ(inode, FileWorld::StatusOf(mFolder / "._a").stx_ino);
+            return TextOfA();
+        });
+}
+
 TEST_F(CrashImages, SettingInformationBack) {
     const FSCatalogInfo info = InfoToSet();
     const FSCatalogInfo none = {};

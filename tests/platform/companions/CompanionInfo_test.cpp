@@ -3,12 +3,15 @@
 #include "companions/Companions.h"
 #include "formats/AppleDouble.h"
 #include "os/BigEndian.h"
+#include "os/SystemCalls_test_access.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
 #include "support/FileWorld.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <new>
 #include <string>
@@ -257,6 +260,233 @@ TEST_P(CompanionInfoTest, Locks) {
 }
 
 // Making, changing and removing: whatever fails, it is as before or as it is to be.
+// Where it is written: in the companion that there was, or in a new one.
+class InPlace : public CompanionInfoTest {
+  protected:
+    ~InPlace() override { CallsForTesting() = mSaved; }
+
+    std::uint64_t Inode() const { return support::FileWorld::StatusOf(mFolder / "._file").stx_ino; }
+    // SomeInfo, set into a companion of these parts.
+    bool IsSetInPlace(const std::vector<AppleDoublePart>& inParts) const {
+        MakeCompanion(inParts);
+        return IsSetInPlace();
+    }
+    bool IsSetInPlace() const {
+        const std::uint64_t before = Inode();
+        EXPECT_EQ(0, WriteInfo(mPlace, SomeInfo()));
+        EXPECT_EQ(SomeInfo(), Read());
+        return Inode() == before;
+    }
+
+    const SystemCalls mSaved = Calls();
+    static inline SystemCalls sReal;
+    static inline int sWrites;
+    const std::vector<AppleDoublePart> mAll = {{kComment, BytesOf("comment")},
+                                               {kFinder, Bytes(32, 1)},
+                                               {kDates, Bytes(16, 2)},
+                                               {kAttributes, Bytes(4, 4)},
+                                               {AppleDoubleEntry::kEncodingHint, Bytes(4, 5)}};
+};
+INSTANTIATE_TEST_SUITE_P(Worlds, InPlace, support::BothWorlds(), support::NameOfWorld);
+
+TEST_P(InPlace, WhatKeepsItsLayout) {
+    FileRange open;
+    MakeCompanion(mAll);
+    const std::size_t byteCount = Companion().size();
+    ASSERT_EQ(0, OpenEntry(mPlace, kFinder, open));
+    EXPECT_TRUE(IsSetInPlace());
+    EXPECT_EQ(byteCount, Companion().size());
+    EXPECT_EQ(BytesOf("comment"), Entry(kComment));
+    EXPECT_EQ((Bytes{4, 4, 4, 5}), Entry(kAttributes)) << "what else is in it stays";
+    UInt8 bytes[2] = {};
+    EXPECT_EQ(0, open.Read(0, bytes, 2));
+    EXPECT_EQ(2, bytes[1]) << "all who have it open see it";
+    CompanionInfo none;
+    none.finderInfo[31] = 1;
+    ASSERT_EQ(0, WriteInfo(mPlace, none));
+    EXPECT_EQ(none, Read());
+}
+
+TEST_P(InPlace, AllOfItAtOnce) {
+    static std::string sBytes;
+    static off_t sOffset;
+    MakeCompanion(mAll);
+    const std::string before = Companion();
+    sReal = Calls();
+    sWrites = 0;
+    CallsForTesting().pwrite = [](int inFile, const void* inBytes, std::size_t inByteCount, off_t inOffset) {
+        ++sWrites;
+        sBytes.assign(static_cast<const char*>(inBytes), inByteCount);
+        sOffset = inOffset;
+        return sReal.pwrite(inFile, inBytes, inByteCount, inOffset);
+    };
+    CallsForTesting().fsync = [](int inFile) {
+        EXPECT_EQ(1, sWrites);
+        sWrites += 10;
+        return sReal.fsync(inFile);
+    };
+    EXPECT_TRUE(IsSetInPlace());
+    EXPECT_EQ(11, sWrites) << "and synced";
+    EXPECT_LE(static_cast<std::size_t>(sOffset) + sBytes.size(), 512U);
+    std::string after = before;
+    after.replace(static_cast<std::size_t>(sOffset), sBytes.size(), sBytes);
+    EXPECT_EQ(after, Companion());
+    EXPECT_NE(before[static_cast<std::size_t>(sOffset)], sBytes.front()) << "no more than differs";
+    EXPECT_NE(before[static_cast<std::size_t>(sOffset) + sBytes.size() - 1], sBytes.back());
+}
+
+TEST_P(InPlace, WhatChangesTheLayoutIsReplaced) {
+    EXPECT_TRUE(IsSetInPlace(mAll));
+    for (std::size_t i = 1; i < mAll.size(); ++i) {
+        std::vector<AppleDoublePart> parts = mAll;
+        parts.erase(parts.begin() + static_cast<std::ptrdiff_t>(i));
+        EXPECT_FALSE(IsSetInPlace(parts)) << "an entry that is not there: " << i;
+        parts = mAll;
+        parts[i].bytes.pop_back();
+        EXPECT_FALSE(IsSetInPlace(parts)) << "an entry that is too short: " << i;
+    }
+    // With an entry of no use by then.
+    MakeCompanion(mAll);
+    CompanionInfo info = SomeInfo();
+    info.encodingHint = 0;
+    const std::uint64_t before = Inode();
+    ASSERT_EQ(0, WriteInfo(mPlace, info));
+    EXPECT_NE(before, Inode());
+    EXPECT_EQ(None(), Entry(AppleDoubleEntry::kEncodingHint));
+}
+
+TEST_P(InPlace, OnlyInTheFirstSector) {
+    std::vector<AppleDoublePart> parts = mAll;
+    const std::size_t headBytes = 26 + 12 * parts.size();
+    parts[0].bytes.resize(512 - headBytes - 56, 'c');
+    EXPECT_TRUE(IsSetInPlace(parts));
+    EXPECT_EQ(512U, Companion().size());
+    parts[0].bytes.resize(parts[0].bytes.size() + 1);
+    EXPECT_FALSE(IsSetInPlace(parts));
+    // What lies behind it and is not set matters to nobody.
+    parts = mAll;
+    parts[0].bytes.resize(600, 'c');
+    std::rotate(parts.begin(), parts.begin() + 1, parts.end());
+    EXPECT_TRUE(IsSetInPlace(parts));
+    EXPECT_EQ(Bytes(parts.back().bytes), Entry(kComment));
+}
+
+// An entry of another program's may lie in one of ours.
+TEST_P(InPlace, NotOverOtherEntries) {
+    MakeCompanion(mAll);
+    std::string file = Companion();
+    Bytes place(4);
+    Store32(place.data(), Load32(reinterpret_cast<const UInt8*>(file.data()) + 26 + 12 + 4) + 31);
+    file.replace(26 + 4, 4, reinterpret_cast<const char*>(place.data()), 4);
+    support::FileWorld::Remove(mFolder / "._file");
+    mFolder.MakeFile("._file", file);
+    const Bytes comment = Entry(kComment);
+    EXPECT_FALSE(IsSetInPlace());
+    EXPECT_EQ(comment, Entry(kComment));
+}
+
+// Who reads a fork tells by the file's times whether it is still the same.
+TEST_P(InPlace, NotWhereThereIsAFork) {
+    std::vector<AppleDoublePart> parts = mAll;
+    parts.push_back({kFork, BytesOf("fork")});
+    MakeCompanion(parts);
+    FileRange fork;
+    ASSERT_EQ(0, OpenEntry(mPlace, kFork, fork));
+    EXPECT_FALSE(IsSetInPlace());
+    EXPECT_FALSE(fork.HasChanged());
+    EXPECT_EQ(BytesOf("fork"), Entry(kFork));
+    parts.back().bytes.clear();
+    EXPECT_TRUE(IsSetInPlace(parts)) << "one without bytes is none";
+}
+
+// The other may be a backup.
+TEST_P(InPlace, NotUnderTwoNames) {
+    MakeCompanion(mAll);
+    const std::string before = Companion();
+    ASSERT_EQ(0, support::FileWorld::MakeHardLink(mFolder / "._file", mFolder / "backup"));
+    EXPECT_FALSE(IsSetInPlace());
+    EXPECT_EQ(before, support::FileWorld::Contents(mFolder / "backup"));
+}
+
+// Of another user, or on what can only be read: it is replaced where that can be done, and left where it is
+// as it is to be.
+TEST_P(InPlace, OneThatMayOnlyBeRead) {
+    static int sError;
+    sReal = Calls();
+    for (const int error : {EACCES, EPERM, EROFS, ETXTBSY}) {
+        sError = error;
+        MakeCompanion(mAll);
+        CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
+            const bool isIt = std::string_view(inPath) == "._file" && (inFlags & O_ACCMODE) != O_RDONLY;
+            return isIt ? (errno = sError, -1) : sReal.openat(inFolder, inPath, inFlags, inMode);
+        };
+        EXPECT_FALSE(IsSetInPlace());
+        CallsForTesting().renameat2 = [](int, const char*, int, const char*, unsigned) {
+            return errno = sError, -1;
+        };
+        EXPECT_EQ(0, WriteInfo(mPlace, SomeInfo()));
+        EXPECT_EQ(error, WriteInfo(mPlace, {}));
+        CallsForTesting() = sReal;
+    }
+}
+
+TEST_P(InPlace, WhatFailsIsPutBack) {
+    sReal = Calls();
+    MakeCompanion(mAll);
+    const std::string before = Companion();
+    CallsForTesting().fsync = [](int) { return errno = EIO, -1; };
+    EXPECT_EQ(EIO, WriteInfo(mPlace, SomeInfo()));
+    CallsForTesting() = sReal;
+    EXPECT_EQ(before, Companion());
+    sWrites = 0;
+    CallsForTesting().pwrite = [](int inFile, const void* inBytes, std::size_t inByteCount, off_t inOffset) {
+        // Half of it, and then nothing any more; but what is put back.
+        if (++sWrites == 2) return errno = ENOSPC, ssize_t{-1};
+        return sReal.pwrite(inFile, inBytes, sWrites == 1 ? inByteCount / 2 : inByteCount, inOffset);
+    };
+    EXPECT_EQ(ENOSPC, WriteInfo(mPlace, SomeInfo()));
+    CallsForTesting() = sReal;
+    EXPECT_EQ(before, Companion());
+    EXPECT_EQ(3, sWrites);
+}
+
+// What another set before the lock was had stays.
+TEST_P(InPlace, TwoWriters) {
+    MakeCompanion(mAll);
+    static const Place* sPlace;
+    static ItemStatus sStatus;
+    sPlace = &mPlace;
+    ASSERT_EQ(0, GetStatus(mPlace, sStatus));
+    sReal = Calls();
+    CallsForTesting().flock = [](int inDescriptor, int inOperation) {
+        CallsForTesting() = sReal;
+        EXPECT_EQ(0, ChangeInfo(*sPlace, sStatus.identity,
+                                [](CompanionInfo& ioInfo) { ioInfo.encodingHint = 77; }));
+        return sReal.flock(inDescriptor, inOperation);
+    };
+    const std::uint64_t inode = Inode();
+    EXPECT_EQ(0,
+              ChangeInfo(mPlace, sStatus.identity, [](CompanionInfo& ioInfo) { ioInfo.finderInfo[0] = 88; }));
+    EXPECT_EQ(inode, Inode());
+    EXPECT_EQ(77U, Read().encodingHint);
+    EXPECT_EQ(88, Read().finderInfo[0]);
+}
+
+// Header and entries are read at once, so that what is written meanwhile is there whole or not at all.
+TEST_P(InPlace, IsReadAtOnce) {
+    MakeCompanion(mAll);
+    static int sReads;
+    sReal = Calls();
+    sReads = 0;
+    CallsForTesting().pread = [](int inFile, void* outBytes, std::size_t inByteCount, off_t inOffset) {
+        ++sReads;
+        return sReal.pread(inFile, outBytes, inByteCount, inOffset);
+    };
+    Read();
+    EXPECT_EQ(1, sReads);
+    CallsForTesting() = sReal;
+}
+
 TEST_P(CompanionInfoTest, EveryFailingCall) {
     CompanionInfo other = SomeInfo();
     other.isLocked = false;

@@ -87,6 +87,20 @@ TEST_P(CompanionSwitch, Information) {
     ExpectUntouched();
 }
 
+// Of a companion without a fork, which is written in place.
+TEST_P(CompanionSwitch, InformationInPlace) {
+    SetCompanionsAllowed(1);
+    FSCatalogInfo info = {};
+    info.finderInfo[0] = 7;
+    ASSERT_EQ(noErr, Set(mPlain, kFSCatInfoFinderInfo, info));
+    const std::string companion = FileWorld::Contents(mFolder / "._plain");
+    SetCompanionsAllowed(0);
+    EXPECT_EQ(noErr, Set(mPlain, kFSCatInfoFinderInfo, info)) << "as it is";
+    info.finderInfo[0] = 8;
+    EXPECT_EQ(unimpErr, Set(mPlain, kFSCatInfoFinderInfo, info));
+    EXPECT_EQ(companion, FileWorld::Contents(mFolder / "._plain"));
+}
+
 TEST_P(CompanionSwitch, NewItems) {
     const FSRef here = RefOf(mFolder.Path());
     FSCatalogInfo info = {};

@@ -56,6 +56,10 @@ struct CompanionSizes {
 [[nodiscard]] int ReadInfo(int inFolder, const std::string& inCompanionName, CompanionInfo& outInfo,
                            CompanionSizes& outSizes);
 
+// What is set in a companion without a resource fork is written in place, where its entries stay as long as
+// they are and lie in the first 512 bytes: all at once, so that it is there whole or not at all, also after
+// the machine has failed. Else the companion is replaced.
+//
 // Makes this the information in the item's companion, with all else that it holds. It is made when there is
 // none and something differs from the default, and removed when nothing does and it holds nothing else.
 // EBADMSG, ENODATA or EISDIR when what has its name is no companion, which stays as it is; ENAMETOOLONG for a
