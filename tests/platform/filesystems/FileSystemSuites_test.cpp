@@ -23,10 +23,11 @@ struct Suite {
 };
 
 constexpr Suite kSuites[] = {
-    {"platform_catalogue_test", "*NameWriter*Real:*Exchange.*Real:*CatalogInfoTest*Real:*FindByRef*Real"},
+    {"platform_catalogue_test",
+     "*NameWriter*Real:*Exchange.*Real:*ExchangeOfForks*Real:*CatalogInfoTest*Real:*FindByRef*Real"},
     {"platform_iterators_test", "*Iterators*Real"},
     {"platform_forks_test", "*/Forks*Real"},
-    {"platform_companions_test", "*CompanionInfo*Real"},
+    {"platform_companions_test", "*CompanionInfo*Real:*InPlace*Real:*ExchangingForks*Real"},
     {"files_toolbox_test", "*OnToolbox*"},
 };
 
