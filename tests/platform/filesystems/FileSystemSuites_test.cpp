@@ -27,7 +27,7 @@ constexpr Suite kSuites[] = {
      "*NameWriter*Real:*Exchange.*Real:*ExchangeOfForks*Real:*CatalogInfoTest*Real:*FindByRef*Real"},
     {"platform_iterators_test", "*Iterators*Real"},
     {"platform_forks_test", "*/Forks*Real"},
-    {"platform_companions_test", "*CompanionInfo*Real:*InPlace*Real:*ExchangingForks*Real"},
+    {"platform_companions_test", "*CompanionInfo*Real:*InPlace*Real:*ExchangingForks*Real:*ForkIntents*Real"},
     {"files_toolbox_test", "*OnToolbox*"},
 };
 
