@@ -1,7 +1,7 @@
 # The two shared libraries, and a static one of each for tests that reach inside.
 
 set(TOOLBOX_ROOMS os status memory formats places companions corefoundation text names catalogue forks folders aliases
-    resources bundles system notification interface atoms keys movies_track movies_decoder movies_aac movies_mpeg4 movies_render
+    resources bundles launch system notification interface atoms keys movies_track movies_decoder movies_aac movies_mpeg4 movies_render
     movies_front)
 list(TRANSFORM TOOLBOX_ROOMS PREPEND mirtal_toolbox_)
 set(LIBRARY_ROOMS foundation strings files quicktime converter)

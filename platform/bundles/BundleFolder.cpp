@@ -1,6 +1,6 @@
 #include "BundleFolder.h"
 
-#include "PropertyList.h"
+#include "bundles/PropertyList.h"
 #include "catalogue/Catalogue.h"
 #include "catalogue/FileAccess.h"
 #include "corefoundation/UTF8Text.h"

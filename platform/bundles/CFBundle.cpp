@@ -1,7 +1,7 @@
 #include "BundleFolder.h"
 #include "ELFObject.h"
 #include "LoadedCode.h"
-#include "URLObject.h"
+#include "bundles/URLObject.h"
 #include "catalogue/Catalogue.h"
 #include "corefoundation/Object.h"
 #include "corefoundation/UTF8Text.h"

@@ -1,6 +1,6 @@
 #include "PathStyles.h"
-#include "URLObject.h"
 #include "URLText.h"
+#include "bundles/URLObject.h"
 #include "catalogue/Catalogue.h"
 #include "corefoundation/Object.h"
 #include "corefoundation/UTF8Text.h"

@@ -1,4 +1,4 @@
-#include "PropertyList.h"
+#include "bundles/PropertyList.h"
 
 #include "corefoundation/UTF8Text.h"
 #include "corefoundation/Values.h"

@@ -1,4 +1,4 @@
-#include "PropertyList.h"
+#include "bundles/PropertyList.h"
 #include "os/BigEndian.h"
 
 #include <toolbox/MacTypes.h>

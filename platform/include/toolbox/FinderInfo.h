@@ -8,15 +8,16 @@
 enum {
     kIsOnDesk = 0x0001,  // files and folders
     kColor = 0x000E,
-    kIsShared = 0x0040,       // files
-    kHasNoINITs = 0x0080,     // files
-    kHasBeenInited = 0x0100,  // a file manager has met it
-    kHasCustomIcon = 0x0400,  // files and folders
-    kIsStationery = 0x0800,   // files
-    kNameLocked = 0x1000,     // files and folders
-    kHasBundle = 0x2000,      // files
-    kIsInvisible = 0x4000,    // files and folders
-    kIsAlias = 0x8000         // files; of links it is always set
+    kHidesExtension = 0x0010,  // files and folders: it is shown without its extension
+    kIsShared = 0x0040,        // files
+    kHasNoINITs = 0x0080,      // files
+    kHasBeenInited = 0x0100,   // a file manager has met it
+    kHasCustomIcon = 0x0400,   // files and folders
+    kIsStationery = 0x0800,    // files
+    kNameLocked = 0x1000,      // files and folders
+    kHasBundle = 0x2000,       // files
+    kIsInvisible = 0x4000,     // files and folders
+    kIsAlias = 0x8000          // files; of links it is always set
 };
 
 // Type and creator of every link.
