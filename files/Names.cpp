@@ -1,3 +1,5 @@
+#include "OwnedObject.h"
+
 #include <files/Names.h>
 #include <toolbox/CatalogInfo.h>
 #include <toolbox/ItemLookup.h>
@@ -8,8 +10,6 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
-#include <memory>
-#include <type_traits>
 
 namespace {
 
@@ -17,10 +17,7 @@ constexpr UInt16 kSeedDigits = 8;
 constexpr int kBitsOfDigit = 4;
 constexpr TextEncoding kNoEncoding = 0;
 
-struct ReleaseString {
-    void operator()(CFStringRef inString) const { CFRelease(inString); }
-};
-using OwnedString = std::unique_ptr<std::remove_pointer_t<CFStringRef>, ReleaseString>;
+using OwnedString = OwnedObject<CFStringRef>;
 
 HFSUniStr255 NameOfSeed(UInt32 inSeed) {
     HFSUniStr255 name = {};
@@ -59,7 +56,7 @@ struct SpecName {
         std::copy(std::begin(inSpec.name), std::end(inSpec.name), text);
         text[0] = std::min<UInt8>(inSpec.name[0], sizeof text - 1);
     }
-    Str63 text;
+    Str63 text = {};
 };
 
 OwnedString NewStringOfSpecName(const FSSpec& inSpec) {

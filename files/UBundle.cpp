@@ -1,17 +1,13 @@
+#include "OwnedObject.h"
+
 #include <files/UBundle.h>
 #include <toolbox/CFURL.h>
 #include <toolbox/Folders.h>
 #include <toolbox/MacErrors.h>
 
-#include <memory>
-#include <type_traits>
-
 namespace {
 
-struct ReleaseObject {
-    void operator()(CFTypeRef inObject) const { CFRelease(inObject); }
-};
-using OwnedURL = std::unique_ptr<std::remove_pointer_t<CFURLRef>, ReleaseObject>;
+using OwnedURL = OwnedObject<CFURLRef>;
 
 // The bundle in the folder, with its executable loaded; null when any of it fails.
 CFBundleRef CreateLoadedBundle(const FSRef& inFolder, CFStringRef inName) {

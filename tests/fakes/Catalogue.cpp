@@ -8,6 +8,7 @@
 #include <toolbox/MacErrors.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <map>
 #include <utility>
@@ -60,6 +61,20 @@ bool IsRoot(UInt32 inID) {
 UInt32 FindIn(UInt32 inFolder, const std::string& inName) {
     for (const auto& [id, item] : TheScript().items)
         if (item.folder == inFolder && item.name == inName && !IsRoot(id)) return id;
+    return 0;
+}
+
+bool IsSimilar(const std::string& inLeft, const std::string& inRight) {
+    return std::equal(inLeft.begin(), inLeft.end(), inRight.begin(), inRight.end(), [](char inA, char inB) {
+        return std::tolower(static_cast<unsigned char>(inA)) == std::tolower(static_cast<unsigned char>(inB));
+    });
+}
+
+UInt32 FindSimilar(UInt32 inFolder, const std::string& inName) {
+    const UInt32 same = FindIn(inFolder, inName);
+    if (same != 0) return same;
+    for (const auto& [id, item] : TheScript().items)
+        if (item.folder == inFolder && IsSimilar(item.name, inName) && !IsRoot(id)) return id;
     return 0;
 }
 
@@ -190,11 +205,13 @@ void SetErrorOfCatalogue(OSErr inError) {
 }
 
 OSErr LogAndAnswer(const std::string& inCall) {
-    if (LogAndFail(inCall)) return TheScript().errorOfFailure;
-    const std::string name = inCall.substr(0, inCall.find('('));
-    const auto refusal = TheScript().refusals.find(name);
+    return LogAndFail(inCall) ? TheScript().errorOfFailure : AnswerOf(inCall.substr(0, inCall.find('(')));
+}
+
+OSErr AnswerOf(const std::string& inName) {
+    const auto refusal = TheScript().refusals.find(inName);
     if (refusal != TheScript().refusals.end()) return refusal->second;
-    std::vector<OSErr>& answers = TheScript().answers[name];
+    std::vector<OSErr>& answers = TheScript().answers[inName];
     if (answers.empty()) return noErr;
     const OSErr answer = answers.front();
     answers.erase(answers.begin());
@@ -217,9 +234,13 @@ std::vector<UInt32> ItemsIn(UInt32 inFolder) {
     return ids;
 }
 
+std::string PathOfItem(UInt32 inID) {
+    return inID == kRoot ? "/" : PathOf(inID);
+}
+
 OSErr MakeRefOfPath(const std::string& inPath, FSRef* outRef, Boolean* outIsFolder) {
     for (const auto& [id, item] : TheScript().items)
-        if (PathOf(id) == inPath) {
+        if (PathOfItem(id) == inPath) {
             *outRef = RefOf(id);
             if (outIsFolder != nullptr) *outIsFolder = item.isFolder;
             return noErr;
@@ -412,9 +433,23 @@ OSErr FSMakeFSRefUnicode(const FSRef* inFolder, UniCharCount inLength, const Uni
     const OSErr answer =
         LogAndAnswer("FSMakeFSRefUnicode(" + std::to_string(IDOf(*inFolder)) + ", " + name + ')');
     if (answer != noErr) return answer;
-    const UInt32 id = FindIn(IDOf(*inFolder), name);
+    const UInt32 id = FindSimilar(IDOf(*inFolder), name);
     if (id != 0) *outRef = RefOf(id);
     return id != 0 ? OSErr{noErr} : OSErr{fnfErr};
+}
+
+// Volume 0 is the first; folders keep the form that they are given in.
+OSErr FSMakeFSSpec(SInt16 inVRefNum, SInt32 inDirID, ConstStr255Param inName, FSSpec* outSpec) {
+    const OSErr answer = LogAndAnswer("FSMakeFSSpec(" + std::to_string(inVRefNum) + ", " +
+                                      std::to_string(inDirID) + ", " + TextOfPascal(inName) + ')');
+    if (answer != noErr) return answer;
+    UInt32 id = 0;
+    const SInt16 volume = inVRefNum != 0 ? inVRefNum : kVolume;
+    const OSErr error = Find(volume, inDirID, inName, id);
+    if (error != noErr && error != fnfErr) return error;
+    *outSpec = {volume, inDirID, {}};
+    std::copy_n(inName, inName[0] + 1, outSpec->name);
+    return error;
 }
 
 OSStatus FSRefMakePath(const FSRef* inRef, UInt8* outPath, UInt32 inMaxPathSize) {
@@ -422,7 +457,7 @@ OSStatus FSRefMakePath(const FSRef* inRef, UInt8* outPath, UInt32 inMaxPathSize)
     if (answer != noErr) return answer;
     OSErr error = noErr;
     if (FindItem(*inRef, error) == nullptr) return error;
-    const std::string path = PathOf(IDOf(*inRef));
+    const std::string path = PathOfItem(IDOf(*inRef));
     if (path.size() >= inMaxPathSize) return pathTooLongErr;
     std::memcpy(outPath, path.c_str(), path.size() + 1);
     return noErr;

@@ -1,7 +1,7 @@
 // A catalogue: items in folders, as the test puts them there.
 //
-// Names are ASCII here. Each call that can fail counts for FailCall. An item keeps its id and reference
-// wherever it is moved to.
+// Names are ASCII here, and only FSMakeFSRefUnicode finds one in another case. Each call that can fail counts
+// for FailCall. An item keeps its id and reference wherever it is moved to.
 #pragma once
 
 #include <toolbox/CatalogInfo.h>
@@ -26,6 +26,7 @@ struct Item {
     bool isFolder = false;
     FSCatalogInfo info = {};
     std::string contents = {};  // at first its name
+    UInt32 shownFlags = 0;      // of Launch Services
 };
 
 // A new item of the id, in a folder that is there; of its volume.
@@ -49,10 +50,13 @@ void ForgetCatalogue();
 
 // For the other doubles of the File Manager: noErr, or what the call shall answer at once.
 OSErr LogAndAnswer(const std::string& inCall);
+// The same of a call that is logged already and does not count.
+OSErr AnswerOf(const std::string& inName);
 // An item of a reference; null, and errFSBadFSRef or fnfErr, when it is none.
 Item* FindItem(const FSRef& inRef, OSErr& outError);
 // The items of a folder in the order of their names.
 std::vector<UInt32> ItemsIn(UInt32 inFolder);
+std::string PathOfItem(UInt32 inID);  // one that is there
 OSErr MakeRefOfPath(const std::string& inPath, FSRef* outRef, Boolean* outIsFolder);
 void FillInfo(UInt32 inID, FSCatalogInfoBitmap inWhichInfo, FSCatalogInfo* outInfo, HFSUniStr255* outName,
               FSSpec* outSpec, FSRef* outParentRef);

@@ -1,12 +1,16 @@
 #include "Frameworks.h"
 
 #include "Calls.h"
+#include "Catalogue.h"
+#include "CountedString.h"
 #include "Text.h"
 
 #include <toolbox/CFURL.h>
 #include <toolbox/Folders.h>
+#include <toolbox/LaunchServices.h>
 #include <toolbox/MacErrors.h>
 
+#include <algorithm>
 #include <cstring>
 #include <set>
 
@@ -136,7 +140,10 @@ OSErr FSFindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, FSRef*
 
 CFURLRef CFURLCreateFromFSRef(CFAllocatorRef inAllocator, const FSRef* inRef) {
     CheckAllocator(inAllocator);
-    const std::string path(reinterpret_cast<const char*>(inRef->hidden));
+    const bool isItem = IDOf(*inRef) != 0;
+    if (isItem && !HasItem(IDOf(*inRef))) return nullptr;
+    const std::string path =
+        isItem ? PathOfItem(IDOf(*inRef)) : std::string(reinterpret_cast<const char*>(inRef->hidden));
     return LogAndFail("CFURLCreateFromFSRef(" + path + ")") ? nullptr : MakeURL(path);
 }
 
@@ -147,7 +154,86 @@ CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef inAllocator, CFURL
     const bool fails = LogAndFail("CFURLCreateCopyAppendingPathComponent(" + name + ", " +
                                   std::to_string(inIsDirectory) + ")");
     const URL* const url = FindURL(inURL, "CFURLCreateCopyAppendingPathComponent");
-    return fails || url == nullptr ? nullptr : MakeURL(url->path + "/" + name);
+    const std::string separator = url != nullptr && url->path == "/" ? "" : "/";
+    return fails || url == nullptr ? nullptr : MakeURL(url->path + separator + name);
+}
+
+// "file://" and a path in which "%" and two digits are a byte; anything else is a URL that leads nowhere.
+CFURLRef CFURLCreateWithBytes(CFAllocatorRef inAllocator, const UInt8* inBytes, CFIndex inCount,
+                              CFStringEncoding inEncoding, CFURLRef inBase) {
+    CheckAllocator(inAllocator);
+    const std::string text(inBytes, inBytes + inCount);
+    if (inBase != nullptr) ReportMisuse("a URL with a base");
+    if (LogAndFail("CFURLCreateWithBytes(" + text + ", " + std::to_string(inEncoding) + ")") ||
+        !Decode(text, inEncoding))
+        return nullptr;
+    constexpr std::size_t kSchemeLength = 7;
+    if (text.rfind("file://", 0) != 0) return MakeURL(text);
+    std::string path;
+    for (std::size_t i = kSchemeLength; i < text.size(); ++i) {
+        if (text[i] == '%') {
+            path += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        } else {
+            path += text[i];
+        }
+    }
+    return MakeURL(path);
+}
+
+Boolean CFURLGetFSRef(CFURLRef inURL, FSRef* outRef) {
+    const URL* const url = FindURL(inURL, "CFURLGetFSRef");
+    if (LogAndFail("CFURLGetFSRef(" + (url != nullptr ? url->path : "") + ")") || url == nullptr)
+        return false;
+    return MakeRefOfPath(url->path, outRef, nullptr) == noErr;
+}
+
+// Of what is no path there is none.
+CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef inAllocator, CFURLRef inURL) {
+    CheckAllocator(inAllocator);
+    const URL* const url = FindURL(inURL, "CFURLCreateCopyDeletingLastPathComponent");
+    if (LogAndFail("CFURLCreateCopyDeletingLastPathComponent()") || url == nullptr || url->path[0] != '/')
+        return nullptr;
+    const std::size_t slash = url->path.rfind('/');
+    return MakeURL(url->path.substr(0, slash == 0 ? 1 : slash));
+}
+
+CFStringRef CFURLCopyLastPathComponent(CFURLRef inURL) {
+    const URL* const url = FindURL(inURL, "CFURLCopyLastPathComponent");
+    if (LogAndFail("CFURLCopyLastPathComponent()") || url == nullptr) return nullptr;
+    return MakeString(Decode(url->path.substr(url->path.rfind('/') + 1), kCFStringEncodingUTF8));
+}
+
+// Colons stand between the names in one style, and nothing is known of a third.
+CFStringRef CFURLCopyFileSystemPath(CFURLRef inURL, CFURLPathStyle inStyle) {
+    const URL* const url = FindURL(inURL, "CFURLCopyFileSystemPath");
+    if (LogAndFail(CallText("CFURLCopyFileSystemPath", inStyle)) || url == nullptr) return nullptr;
+    if (inStyle != kCFURLPOSIXPathStyle && inStyle != kCFURLHFSPathStyle) return nullptr;
+    std::string path = url->path;
+    if (inStyle == kCFURLHFSPathStyle) std::replace(path.begin(), path.end(), '/', ':');
+    return MakeString(Decode(path, kCFStringEncodingUTF8));
+}
+
+OSStatus LSCopyDisplayNameForURL(CFURLRef inURL, CFStringRef* outName) {
+    const URL* const url = FindURL(inURL, "LSCopyDisplayNameForURL");
+    const OSErr answer = LogAndAnswer("LSCopyDisplayNameForURL(" + (url != nullptr ? url->path : "") + ")");
+    if (answer != noErr) return answer;
+    *outName =
+        MakeString(Decode("shown " + url->path.substr(url->path.rfind('/') + 1), kCFStringEncodingUTF8));
+    return noErr;
+}
+
+OSStatus LSCopyDisplayNameForRef(const FSRef* inItem, CFStringRef* outName) {
+    const OSErr answer = LogAndAnswer(CallText("LSCopyDisplayNameForRef", IDOf(*inItem)));
+    if (answer == noErr)
+        *outName = MakeString(Decode("shown " + ItemOf(IDOf(*inItem)).name, kCFStringEncodingUTF8));
+    return answer;
+}
+
+OSStatus LSCopyItemInfoForRef(const FSRef* inItem, LSRequestedInfo inWhichInfo, LSItemInfoRecord* outInfo) {
+    const OSErr answer = LogAndAnswer(CallText("LSCopyItemInfoForRef", IDOf(*inItem), inWhichInfo));
+    if (answer == noErr) *outInfo = {ItemOf(IDOf(*inItem)).shownFlags, 0, 0, nullptr, nullptr, 0};
+    return answer;
 }
 
 CFBundleRef CFBundleCreate(CFAllocatorRef inAllocator, CFURLRef inURL) {

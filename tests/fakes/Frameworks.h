@@ -1,5 +1,5 @@
 // The folders of frameworks, with the frameworks that the test puts there, and counts of the URLs and bundles
-// that are alive.
+// that are alive; URLs of items of the double of the catalogue, too.
 #pragma once
 
 #include <toolbox/CFBase.h>

@@ -129,6 +129,8 @@ using namespace fakes;
 
 OSStatus FSPathMakeRef(const UInt8* inPath, FSRef* outRef, Boolean* outIsDirectory) {
     if (LogAndFail("FSPathMakeRef()") || inPath == nullptr) return paramErr;
+    const OSErr answer = AnswerOf("FSPathMakeRef");
+    if (answer != noErr) return answer;
     const std::string path(reinterpret_cast<const char*>(inPath));
     if (TheState().movies.count(path) == 0) return MakeRefOfPath(path, outRef, outIsDirectory);
     if (outIsDirectory != nullptr) ReportMisuse("FSPathMakeRef asked whether the file is a folder");

@@ -11,6 +11,7 @@
 #include "fakes/Catalogue.h"
 #include "fakes/Converters.h"
 #include "fakes/Disks.h"
+#include "fakes/Frameworks.h"
 #include "fakes/Memory.h"
 #include "fakes/OpenForks.h"
 #include "fakes/Text.h"
@@ -43,6 +44,7 @@ class FilesTest : public testing::Test {
         EXPECT_EQ(mStrings, fakes::LiveStrings());
         EXPECT_EQ(0, fakes::LiveConverters());
         EXPECT_EQ(0, fakes::LiveIterators());
+        EXPECT_EQ(0, fakes::LiveURLs());
         EXPECT_EQ(Log(), fakes::Misuses());
     }
 
