@@ -26,6 +26,8 @@ struct Script {
     std::map<std::string, std::vector<OSErr>> answers;
     std::map<std::string, OSErr> refusals;
     OSErr errorOfFailure = ioErr;
+    std::map<std::pair<SInt16, OSType>, UInt32> folders;
+    UInt32 itemOfAnyName = 0;
 };
 
 Script NewScript() {
@@ -202,6 +204,19 @@ void Refuse(const std::string& inCall, OSErr inError) {
 
 void SetErrorOfCatalogue(OSErr inError) {
     TheScript().errorOfFailure = inError;
+}
+
+void FindAnyNameAs(UInt32 inID) {
+    TheScript().itemOfAnyName = inID;
+}
+
+void SetWellKnownFolder(SInt16 inWhere, OSType inType, UInt32 inID) {
+    TheScript().folders[{inWhere, inType}] = inID;
+}
+
+UInt32 WellKnownFolder(SInt16 inWhere, OSType inType) {
+    const auto found = TheScript().folders.find({inWhere, inType});
+    return found == TheScript().folders.end() ? 0 : found->second;
 }
 
 OSErr LogAndAnswer(const std::string& inCall) {
@@ -398,9 +413,52 @@ OSErr FindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, SInt16* 
                  UInt32* outFolderID) {
     const OSErr answer = LogAndAnswer(CallText("FindFolder", inWhere, inType, inCreateFolder));
     if (answer != noErr) return answer;
+    const UInt32 known = WellKnownFolder(inWhere, inType);
     *outVolume = kVolume;
-    *outFolderID = kTemporary;
+    *outFolderID = known != 0 ? known : kTemporary;
     return noErr;
+}
+
+namespace {
+
+OSErr Create(const char* inCall, const FSRef& inFolder, const std::string& inName,
+             FSCatalogInfoBitmap inWhich, const FSCatalogInfo* inInfo, bool inIsFolder, FSRef* outRef) {
+    std::string call = std::string(inCall) + '(' + std::to_string(IDOf(inFolder)) + ", " + inName + ", " +
+                       std::to_string(inWhich);
+    call += inInfo == nullptr ? ", null)" : ")";
+    const OSErr answer = LogAndAnswer(call);
+    if (answer != noErr) return answer;
+    if (inWhich != kFSCatInfoNone && inInfo == nullptr) ReportMisuse(call + " without information");
+    OSErr error = noErr;
+    const Item* const folder = FindItem(inFolder, error);
+    if (folder == nullptr) return error;
+    if (!folder->isFolder) return errFSNotAFolder;
+    if (FindSimilar(IDOf(inFolder), inName) != 0) return dupFNErr;
+    const UInt32 id = TheScript().nextID++;
+    Put(id, IDOf(inFolder), inName, inIsFolder);
+    if (inInfo != nullptr) CopyInfo(inWhich, *inInfo, ItemOf(id).info);
+    *outRef = RefOf(id);
+    return noErr;
+}
+
+}  // namespace
+
+OSErr FSCreateFileUnicode(const FSRef* inFolder, UniCharCount inNameLength, const UniChar* inName,
+                          FSCatalogInfoBitmap inWhichInfo, const FSCatalogInfo* inInfo, FSRef* outRef,
+                          FSSpec* outSpec) {
+    if (outSpec != nullptr) ReportMisuse("FSCreateFileUnicode is asked for an FSSpec");
+    return Create("FSCreateFileUnicode", *inFolder, TextOfUnits(inNameLength, inName), inWhichInfo, inInfo,
+                  false, outRef);
+}
+
+OSErr FSCreateDirectoryUnicode(const FSRef* inFolder, UniCharCount inNameLength, const UniChar* inName,
+                               FSCatalogInfoBitmap inWhichInfo, const FSCatalogInfo* inInfo, FSRef* outRef,
+                               FSSpec* outSpec, UInt32* outFolderID) {
+    if (outSpec != nullptr) ReportMisuse("FSCreateDirectoryUnicode is asked for an FSSpec");
+    const OSErr error = Create("FSCreateDirectoryUnicode", *inFolder, TextOfUnits(inNameLength, inName),
+                               inWhichInfo, inInfo, true, outRef);
+    if (error == noErr) *outFolderID = IDOf(*outRef);
+    return error;
 }
 
 OSErr PBMakeFSRefSync(FSRefParamPtr ioBlock) {
@@ -433,7 +491,8 @@ OSErr FSMakeFSRefUnicode(const FSRef* inFolder, UniCharCount inLength, const Uni
     const OSErr answer =
         LogAndAnswer("FSMakeFSRefUnicode(" + std::to_string(IDOf(*inFolder)) + ", " + name + ')');
     if (answer != noErr) return answer;
-    const UInt32 id = FindSimilar(IDOf(*inFolder), name);
+    const UInt32 any = TheScript().itemOfAnyName;
+    const UInt32 id = any != 0 ? any : FindSimilar(IDOf(*inFolder), name);
     if (id != 0) *outRef = RefOf(id);
     return id != 0 ? OSErr{noErr} : OSErr{fnfErr};
 }

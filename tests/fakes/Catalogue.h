@@ -46,6 +46,13 @@ void Refuse(const std::string& inCall, OSErr inError);
 // What the call that shall fail answers; ioErr until it is set.
 void SetErrorOfCatalogue(OSErr inError);
 
+// FSMakeFSRefUnicode finds that item by any name; 0 for none.
+void FindAnyNameAs(UInt32 inID);
+
+// Where FSFindFolder and FindFolder find a folder; FindFolder finds kTemporary for others.
+void SetWellKnownFolder(SInt16 inWhere, OSType inType, UInt32 inID);
+UInt32 WellKnownFolder(SInt16 inWhere, OSType inType);  // 0: none
+
 void ForgetCatalogue();
 
 // For the other doubles of the File Manager: noErr, or what the call shall answer at once.

@@ -7,6 +7,7 @@
 #include <toolbox/DefaultFolder.h>
 #include <toolbox/MacErrors.h>
 #include <toolbox/Notification.h>
+#include <toolbox/QuickDraw.h>
 
 #include <algorithm>
 #include <cstring>
@@ -23,6 +24,8 @@ struct Script {
     SInt16 defaultVolume = 0;
     SInt32 defaultFolder = 0;
     UTCDateTime date = {};
+    UInt32 seconds = 0;
+    SInt16 random = 0;
 };
 
 Script& TheScript() {
@@ -51,6 +54,14 @@ void SetDefaultFolder(SInt16 inVolume, SInt32 inFolder) {
 
 void SetDate(const UTCDateTime& inDate) {
     TheScript().date = inDate;
+}
+
+void SetSeconds(UInt32 inSeconds) {
+    TheScript().seconds = inSeconds;
+}
+
+void SetRandom(SInt16 inNumber) {
+    TheScript().random = inNumber;
 }
 
 void ForgetDisks() {
@@ -114,6 +125,16 @@ OSStatus GetUTCDateTime(UTCDateTime* outMoment, OptionBits inOptions) {
     const OSErr answer = LogAndAnswer(CallText("GetUTCDateTime", inOptions));
     if (answer == noErr) *outMoment = TheScript().date;
     return answer;
+}
+
+void GetDateTime(UInt32* outSeconds) {
+    Log("GetDateTime()");
+    *outSeconds = TheScript().seconds;
+}
+
+SInt16 Random() {
+    Log("Random()");
+    return TheScript().random;
 }
 
 OSStatus FNNotify(const FSRef* inFolder, FNMessage inMessage, OptionBits inFlags) {

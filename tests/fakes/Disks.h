@@ -19,6 +19,9 @@ GetVolParmsInfoBuffer& VolumeParameters();
 void SetDefaultFolder(SInt16 inVolume, SInt32 inFolder);
 
 void SetDate(const UTCDateTime& inDate);
+// What GetDateTime and Random answer.
+void SetSeconds(UInt32 inSeconds);
+void SetRandom(SInt16 inNumber);
 
 void ForgetDisks();
 

@@ -82,6 +82,10 @@ void PutFramework(const std::string& inName, const ScriptedFramework& inFramewor
     TheState().frameworks[PathOf(inName, inIsPrivate)] = inFramework;
 }
 
+void PutBundle(const std::string& inPath, const ScriptedFramework& inBundle) {
+    TheState().frameworks[inPath] = inBundle;
+}
+
 void RemoveFramework(const std::string& inName, bool inIsPrivate) {
     TheState().frameworks.erase(PathOf(inName, inIsPrivate));
 }
@@ -133,6 +137,11 @@ OSErr FSFindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, FSRef*
     if (LogAndFail("FSFindFolder(" + std::to_string(inWhere) + ", " + code + ", " +
                    std::to_string(inCreateFolder) + ")"))
         return TheState().errorOfFolders;
+    const OSErr answer = AnswerOf("FSFindFolder");
+    if (answer != noErr) return answer;
+    const UInt32 known = WellKnownFolder(inWhere, inType);
+    if (known != 0) *outFolder = RefOf(known);
+    if (known != 0) return noErr;
     std::memset(outFolder, 0, sizeof *outFolder);
     std::memcpy(outFolder->hidden, code.c_str(), code.size() + 1);
     return noErr;
@@ -246,6 +255,14 @@ CFBundleRef CFBundleCreate(CFAllocatorRef inAllocator, CFURLRef inURL) {
     auto* const bundle = new Bundle{found->second};
     TheState().bundles.insert(bundle);
     return reinterpret_cast<CFBundleRef>(bundle);
+}
+
+void CFBundleGetPackageInfo(CFBundleRef inBundle, UInt32* outPackageType, UInt32* outCreator) {
+    Log("CFBundleGetPackageInfo()");
+    const Bundle* const bundle = FindBundle(inBundle, "CFBundleGetPackageInfo");
+    if (bundle == nullptr) return;
+    *outPackageType = bundle->framework.packageType;
+    *outCreator = bundle->framework.creator;
 }
 
 Boolean CFBundleLoadExecutable(CFBundleRef inBundle) {

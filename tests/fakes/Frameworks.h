@@ -14,10 +14,14 @@ namespace fakes {
 struct ScriptedFramework {
     std::map<std::string, void*> functions;
     bool loads = true;  // what loading the executable answers
+    OSType packageType = 0;
+    OSType creator = 0;
 };
 
 // Into the public or the private folder; replaces one of the same name.
 void PutFramework(const std::string& inName, const ScriptedFramework& inFramework, bool inIsPrivate = false);
+// A bundle at any path.
+void PutBundle(const std::string& inPath, const ScriptedFramework& inBundle);
 void RemoveFramework(const std::string& inName, bool inIsPrivate = false);
 void ForgetFrameworks();
 
