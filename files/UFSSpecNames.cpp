@@ -20,8 +20,8 @@ constexpr UInt32 kFirstSecond = 101;
 constexpr SInt16 kRandomSeconds = 255;
 constexpr UInt32 kRootID = fsRtDirID;
 
-// What a unit takes on disk, where names are UTF-8; half of what a pair of surrogates takes. Those of U+F780 to
-// U+F7FF stand for one byte that is no text.
+// What a unit takes on disk, where names are UTF-8; half of what a pair of surrogates takes. Those of U+F780
+// to U+F7FF stand for one byte that is no text.
 long DiskBytesOf(UniChar inUnit) {
     if (inUnit < 0x80 || (inUnit >= 0xF780 && inUnit <= 0xF7FF)) return 1;
     const bool isSurrogate = inUnit >= 0xD800 && inUnit < 0xE000;

@@ -414,8 +414,8 @@ OSErr FindFolder(SInt16 inWhere, OSType inType, Boolean inCreateFolder, SInt16* 
     const OSErr answer = LogAndAnswer(CallText("FindFolder", inWhere, inType, inCreateFolder));
     if (answer != noErr) return answer;
     const UInt32 known = WellKnownFolder(inWhere, inType);
-    *outVolume = kVolume;
     *outFolderID = known != 0 ? known : kTemporary;
+    *outVolume = HasItem(*outFolderID) ? ItemOf(*outFolderID).volume : kVolume;
     return noErr;
 }
 

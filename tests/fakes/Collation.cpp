@@ -10,6 +10,7 @@ struct Script {
     OSStatus status = 0;
     SInt32 order = 0;
     bool isEquivalent = false;
+    bool comparesUnits = false;
     CollationQuestion last;
 };
 
@@ -28,6 +29,10 @@ void ScriptCollation(OSStatus inStatus, SInt32 inOrder, bool inIsEquivalent) {
     TheScript().status = inStatus;
     TheScript().order = inOrder;
     TheScript().isEquivalent = inIsEquivalent;
+}
+
+void CollateByUnits() {
+    TheScript().comparesUnits = true;
 }
 
 const CollationQuestion& LastCollation() {
@@ -51,6 +56,6 @@ OSStatus UCCompareTextDefault(UCCollateOptions inOptions, const UniChar* inText1
                    outEquivalent != nullptr};
     if (script.status != 0) return script.status;
     if (outEquivalent != nullptr) *outEquivalent = script.isEquivalent;
-    *outOrder = script.order;
+    *outOrder = script.comparesUnits ? script.last.text1.compare(script.last.text2) : script.order;
     return 0;
 }

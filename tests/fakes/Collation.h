@@ -9,6 +9,8 @@ namespace fakes {
 
 // What the next comparisons answer. On failure the results are left alone.
 void ScriptCollation(OSStatus inStatus, SInt32 inOrder, bool inIsEquivalent);
+// They compare by the values of units instead.
+void CollateByUnits();
 
 struct CollationQuestion {
     UCCollateOptions options = 0;

@@ -27,7 +27,8 @@ TEST_F(UFSSpecNamesTest, MakeUniqueNameOfAFreeName) {
     EXPECT_EQ("-1 99 new", Fields(UFSSpec::MakeUniqueName(TFSSpec(-1, kMissing, String("new")))));
     EXPECT_EQ("-1 99 ", Fields(UFSSpec::MakeUniqueName(TFSSpec(-1, kMissing))));
     const std::string suffix = ".txt";
-    EXPECT_EQ("-1 20 " + std::string(251, 'n') + suffix, UniqueName((std::string(300, 'n') + suffix).c_str()));
+    EXPECT_EQ("-1 20 " + std::string(251, 'n') + suffix,
+              UniqueName((std::string(300, 'n') + suffix).c_str()));
 }
 
 TEST_F(UFSSpecNamesTest, MakeUniqueNameOfATakenName) {
@@ -110,7 +111,8 @@ TEST_F(UFSSpecNamesTest, TempFileSpec) {
     EXPECT_EQ((Log{"FindFolder(-1, 1952804208, 1)", "GetDateTime()", "FSMakeFSSpec(-1, 10, abc1101)",
                    "FSpMakeFSRef(-1, 10)", "FSMakeFSSpec(-1, 10, abc1101)"}),
               Asked());
-    EXPECT_EQ("temp(), there()", fakes::CatalogueText().substr(fakes::CatalogueText().find("temp"))) << "not made";
+    EXPECT_EQ("temp(), there()", fakes::CatalogueText().substr(fakes::CatalogueText().find("temp")))
+        << "not made";
     EXPECT_EQ("-1 10 1101", Prefixed(""));
 }
 
@@ -177,10 +179,10 @@ TEST_F(UFSSpecNamesTest, WellKnownFolders) {
                     {UFSSpec::GetMusicFolder, kUser, 0xB5646F63},
                     {UFSSpec::GetDocumentsFolder, kUser, 0x646F6373},
                     {UFSSpec::GetDesktopFolder, kUser, 0x6465736B},
-                    {[](bool inCreate) { return UFSSpec::GetApplicationSupportFolder(false, inCreate); }, kUser,
-                     0x61737570},
-                    {[](bool inCreate) { return UFSSpec::GetApplicationSupportFolder(true, inCreate); }, kLocal,
-                     0x61737570}};
+                    {[](bool inCreate) { return UFSSpec::GetApplicationSupportFolder(false, inCreate); },
+                     kUser, 0x61737570},
+                    {[](bool inCreate) { return UFSSpec::GetApplicationSupportFolder(true, inCreate); },
+                     kLocal, 0x61737570}};
     for (const auto& [get, domain, type] : kFolders)
         for (const bool creates : {false, true}) {
             Start();
@@ -207,7 +209,8 @@ TEST_F(UFSSpecNamesTest, FoldersThatAreNotKnown) {
 TEST_F(UFSSpecNamesTest, GetApplicationSupportFolderForApp) {
     fakes::SetWellKnownFolder(kUser, 0x61737570, kHere);
     fakes::SetWellKnownFolder(kLocal, 0x61737570, kThere);
-    EXPECT_EQ("-1 20 Editor", Fields(UFSSpec::GetApplicationSupportFolderForApp(false, String("Editor"), false)));
+    EXPECT_EQ("-1 20 Editor",
+              Fields(UFSSpec::GetApplicationSupportFolderForApp(false, String("Editor"), false)));
     EXPECT_EQ("FSFindFolder(-32763, asup, 0)", Asked().front());
     EXPECT_EQ("here(file, folder(inner)), temp(), there()", fakes::CatalogueText());
     EXPECT_EQ("-1 40 ", Fields(UFSSpec::GetApplicationSupportFolderForApp(false, String("folder"), false)));
@@ -219,9 +222,8 @@ TEST_F(UFSSpecNamesTest, GetApplicationSupportFolderForApp) {
     EXPECT_EQ(Fields(made), Fields(UFSSpec::GetApplicationSupportFolderForApp(true, String("Editor"), true)));
     EXPECT_EQ(Log{"FSCreateDirectoryUnicode"}, fakes::CallsOf({"FSCreateDirectoryUnicode"}));
     fakes::Refuse("FSCreateDirectoryUnicode", permErr);
-    EXPECT_EQ(permErr, Thrown([&] {
-                  (void)UFSSpec::GetApplicationSupportFolderForApp(true, String("Other"), true);
-              }));
+    EXPECT_EQ(permErr,
+              Thrown([&] { (void)UFSSpec::GetApplicationSupportFolderForApp(true, String("Other"), true); }));
 }
 
 }  // namespace

@@ -216,7 +216,8 @@ TEST_P(UFSSpecOnToolbox, Locks) {
     EXPECT_TRUE(UFSSpec::IsLocked(file) && UFSSpec::SetLock(file, true));
     EXPECT_EQ(fLckdErr, Thrown([&] { UFSSpec::Delete(file, true, false); }));
     EXPECT_TRUE(UFSSpec::SetLock(file, false));
-    EXPECT_FALSE(UFSSpec::IsLocked(file) || UFSSpec::IsLocked(Spec("none")) || UFSSpec::SetLock(Spec("none"), true));
+    EXPECT_FALSE(UFSSpec::IsLocked(file) || UFSSpec::IsLocked(Spec("none")) ||
+                 UFSSpec::SetLock(Spec("none"), true));
 }
 
 TEST_P(UFSSpecOnToolbox, CatalogInfo) {
@@ -306,6 +307,78 @@ TEST_P(UFSSpecOnToolbox, WellKnownFolders) {
     EXPECT_EQ(mFolder / ".local/share", PathOfItem(UFSSpec::GetApplicationSupportFolder(false, false)));
     EXPECT_FALSE(UFSSpec::TFSSpecFindFolder(kUserDomain, 0x6E6F6E65, 1).IsValid());
     EXPECT_FALSE(UFSSpec::TFSSpecFindFolder(kNetworkDomain, kDesktopFolderType, 1).IsValid());
+}
+
+TEST_P(UFSSpecOnToolbox, ContentsOfFolders) {
+    mFolder.MakeFolder("A/S");
+    mFolder.MakeFile("A/x");
+    mFolder.MakeFile("A/y");
+    mFolder.MakeFile("A/.hidden");
+    mFolder.MakeFile("A/S/z");
+    mFolder.MakeFile("b");
+    mFolder.MakeLink("S", "A/link");
+    MakeWithCompanion("A/", "forked");
+    const auto names = [](const std::vector<TFSSpec>& inItems) {
+        std::string text;
+        for (const TFSSpec& item : inItems)
+            text += Name(item) + (item.IsFolder() ? "/ " : " ");
+        return text;
+    };
+    std::vector<TFSSpec> items;
+    EXPECT_EQ(noErr, UFSSpec::GetFolderContents(Spec("A"), items, false));
+    UFSSpec::SortTFSSpecs(items);
+    EXPECT_EQ(".hidden forked link S/ x y ", names(items)) << "companions are none";
+    items.clear();
+    EXPECT_EQ(noErr, UFSSpec::GetFolderContents(Spec("A"), items, true));
+    UFSSpec::SortTFSSpecs(items);
+    EXPECT_EQ(".hidden forked link x y ", names(items)) << "a link is no folder";
+    items.clear();
+    EXPECT_EQ(noErr, UFSSpec::GetFolderContents(Spec("none"), items, true));
+    mFolder.MakeFolder("empty");
+    EXPECT_EQ(noErr, UFSSpec::GetFolderContents(Spec("empty"), items, true));
+    EXPECT_TRUE(items.empty());
+    items = {Spec("A"), Spec("b")};
+    UFSSpec::ExpandFolderContents(items, 10, false);
+    UFSSpec::SortTFSSpecs(items);
+    EXPECT_EQ("b forked link x y ", names(items));
+    EXPECT_EQ(errFSNotAFolder, UFSSpec::GetFolderContents(Itself("b"), items, true));
+}
+
+TEST_P(UFSSpecOnToolbox, FindersOrder) {
+    const std::string names[] = {"File 10", "file 1", "File 2", "\xC3\xA4pfel",
+                                 "apple",   "Zebra",  "12:30",  "_x"};
+    std::vector<TFSSpec> items;
+    for (const std::string& name : names) {
+        name == "Zebra" ? mFolder.MakeFolder(name) : mFolder.MakeFile(name);
+        items.push_back(Spec(name));
+    }
+    UFSSpec::SortTFSSpecs(items);
+    std::string sorted;
+    for (const TFSSpec& item : items)
+        sorted += Name(item) + ", ";
+    EXPECT_EQ("_x, 12/30, \xC3\xA4pfel, apple, file 1, File 2, File 10, Zebra, ", sorted);
+    for (std::size_t i = 1; i < items.size(); ++i)
+        EXPECT_FALSE(FinderCompareNames()(items[i], items[i - 1])) << Name(items[i]);
+}
+
+TEST_P(UFSSpecOnToolbox, CleanTempItems) {
+    const SInt16 volume = TFSSpec(mFolder.Path().c_str()).GetVolume();
+    SInt16 folderVolume = 0;
+    UInt32 folder = 0;
+    ASSERT_EQ(noErr, FindFolder(volume, kTemporaryFolderType, kCreateFolder, &folderVolume, &folder));
+    const TFSSpec temporary(folderVolume, folder);
+    const auto child = [&](const char* inName) { return TFSSpec(temporary.GetFSRef(), String(inName)); };
+    for (const char* const name : {"abc123", "xabc", "ABC"})
+        UFSSpec::CreateFile(child(name), 0, 0);
+    TFSSpec inner = child("abcTemp");
+    UFSSpec::CreateFolder(inner);
+    UFSSpec::CreateFile(TFSSpec(inner.GetFSRef(), String("inner")), 0, 0);
+    UFSSpec::CleanTempItems(reinterpret_cast<const unsigned char*>("\3abc"));
+    EXPECT_FALSE(child("abc123").Exists() || child("abcTemp").Exists());
+    EXPECT_TRUE(child("xabc").Exists() && child("ABC").Exists());
+    EXPECT_EQ(paramErr,
+              Thrown([] { UFSSpec::CleanTempItems(reinterpret_cast<const unsigned char*>("\1\xFF")); }));
+    EXPECT_TRUE(child("xabc").Exists());
 }
 
 // The faults of both worlds are the same, and this one is the quicker.

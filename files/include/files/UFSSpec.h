@@ -15,6 +15,8 @@
 #include <toolbox/Files.h>
 #include <toolbox/FinderInfo.h>
 
+#include <vector>
+
 class MIRTAL_EXPORT UFSSpec {
   public:
     // Type and creator as a list of files shows them: of a folder 'fold' and 'MACS', of a bundle its
@@ -58,6 +60,27 @@ class MIRTAL_EXPORT UFSSpec {
     // makes the file by it, and asks for another name when that throws dupFNErr, never gets another's file.
     [[nodiscard]] static TFSSpec TempFileSpec(short inVRefNum, const TCFString& inPrefix);
 
+    // Adds what is in a folder, subfolders in folder form unless inFilesOnly is true, in the order of the
+    // File Manager. An item that may not be looked at is passed over, and what ends the listing otherwise is
+    // not told, so that a part may be missing. Nothing is added, and that is no failure, when the folder is
+    // not there. Answers what cannot be begun or ended; throws for want of memory alone.
+    [[nodiscard]] static OSErr GetFolderContents(const TFSSpec& inFolder, std::vector<TFSSpec>& ioItems,
+                                                 bool inFilesOnly);
+    // Puts the files of each folder in its place; folders in it go, whatever the depth.
+    //   inDepth             not used for that reason
+    //   inIncludeInvisible  else invisible items (TFSSpec::IsInvisible) go as well, but for folders' own
+    //   flags
+    // ioItems is as it was when something is thrown.
+    static void ExpandFolderContents(std::vector<TFSSpec>& ioItems, long inDepth, bool inIncludeInvisible);
+    // As a list of files does: FinderCompareNames. Each name is asked for once. Those that are equal may
+    // change places. ioItems is as it was when something is thrown.
+    static void SortTFSSpecs(std::vector<TFSSpec>& ioItems);
+
+    // Deletes what begins with the prefix, exactly so, in the user's folder for temporary items of every
+    // volume, folders with all that is in them. Tells of no failure, but throws paramErr for a prefix that is
+    // null, empty or no text in the application's encoding: that would be all there is.
+    static void CleanTempItems(const unsigned char* inPrefix);
+
     // Whether it is the user's trash on the home volume, or in it. False when that cannot be told.
     static bool ItemIsInTrash(const TFSSpec& inSpec);
 
@@ -89,4 +112,11 @@ class MIRTAL_EXPORT UFSSpec {
     // be made.
     [[nodiscard]] static TFSSpec GetApplicationSupportFolderForApp(bool inLocal, const TCFString& inAppName,
                                                                    bool inCreate);
+};
+
+// Whether one comes before the other in a list of files, by their names (TCFString::FinderCompareTo,
+// strictly).
+class MIRTAL_EXPORT FinderCompareNames {
+  public:
+    bool operator()(const TFSSpec& inLeft, const TFSSpec& inRight) const;
 };
