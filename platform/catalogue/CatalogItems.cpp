@@ -93,8 +93,10 @@ OSErr MakeByRef(const FSRef* inFolder, const NameText& inName, os::ItemKind inKi
 // What fails here is done again in the ordinary way, which tells why.
 bool DeleteNear(const FSRef& inRef) {
     NearItem item;
+    if (!item.FindFolder(inRef)) return false;
+    if (item.Lone() != nullptr && DeleteLoneItem(item.ItemPlace(), *item.Lone()) == 0) return true;
     bool isLocked = false;
-    return item.Find(inRef) && CheckOwnerUnlocked(item.ItemPlace()) == noErr &&
+    return item.LookAt() && CheckOwnerUnlocked(item.ItemPlace()) == noErr &&
            DeleteUnlockedItem(item.ItemPlace(), item.Status(), isLocked) == 0;
 }
 

@@ -3,7 +3,6 @@
 #include "companions/Companions.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <utility>
 
 namespace toolbox::files {
@@ -32,17 +31,17 @@ bool FolderNames::IsPassed(const Name& inName) const {
     return TextOf(inName) <= mPassed;
 }
 
-int FolderNames::Read(Place& ioFolder) {
+void FolderNames::BeginReading() {
     Clear();
     mMaxNumber = UINT64_MAX;
     mHasMore = true;  // should this not come to an end
-    const int error = FindName(ioFolder, [&](const struct dirent&) {
-        Take(ioFolder.name);
-        return ENOENT;
-    });
-    if (error != ENOENT) {
+}
+
+//   inError  ENOENT when all was read
+int FolderNames::EndReading(int inError) {
+    if (inError != ENOENT) {
         Clear();
-        return error;
+        return inError;
     }
     Sort();
     PutBytesInOrder();

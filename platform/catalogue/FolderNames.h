@@ -11,6 +11,7 @@
 
 #include "places/Place.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -29,7 +30,20 @@ class FolderNames {
 
     // Reads what comes behind the last one passed, as much as is kept. 0 or an errno; then nothing is read.
     // ioFolder's name is changed.
-    [[nodiscard]] int Read(Place& ioFolder);
+    //   inMeet  of each name that the folder has, kept or not; may throw std::bad_alloc
+    template <typename Meet>
+    [[nodiscard]] int Read(Place& ioFolder, Meet inMeet) {
+        BeginReading();
+        const int error = FindName(ioFolder, [&](const struct dirent&) {
+            inMeet(ioFolder.name);
+            Take(ioFolder.name);
+            return ENOENT;
+        });
+        return EndReading(error);
+    }
+    [[nodiscard]] int Read(Place& ioFolder) {
+        return Read(ioFolder, [](const std::string&) {});
+    }
     // Whether it is to be read (again) before there is a current name: at first, when all that was read is
     // passed and there was more, and when it was dropped.
     bool MustRead() const { return mNext == mNames.size() && mHasMore; }
@@ -37,6 +51,8 @@ class FolderNames {
     // Null when there is none (left); good until the next call that is not const.
     const char* Current() const;
     void Pass();
+    std::size_t CountToCome() const { return mNames.size() - mNext; }  // of those that were read
+    bool IsPassedLast(std::string_view inName) const { return mHasPassed && inName == mPassed; }
 
     // Whether a companion's name is beside the current one, as it was when they were read.
     bool HasCompanionName() const;
@@ -58,6 +74,8 @@ class FolderNames {
     }
     bool IsBefore(const Name& inLeft, const Name& inRight) const;
     bool IsPassed(const Name& inName) const;
+    void BeginReading();
+    [[nodiscard]] int EndReading(int inError);
     void Take(std::string_view inName);
     void Sort();
     void KeepHalf();

@@ -21,6 +21,8 @@ constexpr std::int64_t kNanosPerSecond = 1'000'000'000;
 // The clock by which files are dated ticks at least this often; that of old file systems every two seconds.
 constexpr std::int64_t kTickNanos = 20'000'000;
 constexpr std::int64_t kLongTickNanos = 2 * kNanosPerSecond;
+// Of fewer names that are to go than this, it is not worth while to hear what comes.
+constexpr std::size_t kFewNames = 8;
 // Levels that keep what was read of them.
 constexpr std::size_t kMaxLevelsRead = 16;
 
@@ -85,14 +87,30 @@ OSStatus FolderWalk::Begin(const FSRef& inFolder) {
 }
 
 // Of a place that was just opened or looked at.
-OSStatus FolderWalk::Read(Place& ioPlace, Level& ioLevel) const {
+OSStatus FolderWalk::Read(Place& ioPlace, Level& ioLevel) {
     const Stamp before = StampOf(ioPlace.folderStatus);
     const bool isSettled = IsSettled(before.attributeNanos);
-    const int error = ioLevel.names.Read(ioPlace);
+    const bool isToHear = mKind == WalkKind::kDelete;
+    const bool isLarge = ioPlace.folderStatus.sizeBytes > KnownNames::kSmallFolderBytes;
+    mLone = nullptr;
+    mIsPassed = false;
+    int error = isToHear && isLarge ? ReadAndHear(ioPlace, ioLevel.names) : ioLevel.names.Read(ioPlace);
+    if (error == 0 && isToHear && !isLarge && ioLevel.names.CountToCome() >= kFewNames)
+        error = ReadAndHear(ioPlace, ioLevel.names);
     if (error != 0) return StatusOfErrno(error);
     ioLevel.read = before;
     ioLevel.isReadSettled = isSettled;
     return noErr;
+}
+
+int FolderWalk::ReadAndHear(Place& ioPlace, FolderNames& ioNames) {
+    auto lone = std::make_shared<LoneItems>(KnownNames::Shared());
+    const bool isHeard = lone->Begin(ioPlace);
+    const int error = ioNames.Read(ioPlace, [&](const std::string& inName) {
+        if (isHeard) lone->Add(inName);
+    });
+    if (error == 0 && isHeard) mLone = std::move(lone);
+    return error;
 }
 
 // What the times of the last level's folder tell, which was just looked at. Where items are deleted, it
@@ -219,6 +237,7 @@ void FolderWalk::Leave() {
 
 OSStatus FolderWalk::LookAtItem(WalkedItem& outItem, bool& outIsHidden) {
     const FolderNames& names = mLevels.back().names;
+    mIsPassed = false;
     // Also where the item's name was not read: it may be one that came later.
     outIsHidden = mPlace.name.starts_with(kCompanionPrefix) && IsCompanion(mPlace);
     if (outIsHidden) return noErr;
@@ -230,7 +249,8 @@ OSStatus FolderWalk::LookAtItem(WalkedItem& outItem, bool& outIsHidden) {
     // Of what is mounted here the companion lies within.
     const bool isMounted = IsVolumeRoot(mPlace, mItem);
     if (mKind == WalkKind::kDelete && (isMounted || mItem.isMountRoot)) return fBsyErr;
-    outItem.hasNoCompanion = mKnowsNames && !isMounted && !names.HasCompanionName();
+    outItem.hasNoCompanion = !isMounted && (mLone != nullptr ? mLone->IsLone(mPlace.name)
+                                                             : mKnowsNames && !names.HasCompanionName());
     return noErr;
 }
 
@@ -285,6 +305,7 @@ void FolderWalk::PassItem(bool inWasHandedOut) {
     if (mustEnter) mEntered = mPlace.name;
     mLevels.back().names.Pass();
     mMustEnter = mustEnter;
+    mIsPassed = inWasHandedOut;
     if (mustEnter) mEnteredStatus = mItem;
 }
 
@@ -299,13 +320,16 @@ OSStatus FolderWalk::GetVolume(SInt16& outVolume) {
     return noErr;
 }
 
-bool FolderWalk::Lend(const os::ItemIdentity& inFolder, Place& outPlace, FoundItem& outFolder) noexcept {
+bool FolderWalk::Lend(const os::ItemIdentity& inFolder, LentFolder& ioLent) noexcept {
     const bool isIt =
         mPlace.folder.IsOpen() && !mLevels.empty() && mPlace.folderStatus.identity.IsSameItem(inFolder);
     if (!isIt) return false;
-    outPlace.folder = std::move(mPlace.folder);
-    outPlace.folderStatus = mPlace.folderStatus;
-    outFolder = std::move(mFolder);
+    ioLent.place.folder = std::move(mPlace.folder);
+    ioLent.place.folderStatus = mPlace.folderStatus;
+    ioLent.folder = std::move(mFolder);
+    if (!mIsPassed || !mLevels.back().names.IsPassedLast(ioLent.place.name)) return true;
+    ioLent.lone = mLone;
+    ioLent.item = mItem;
     return true;
 }
 
@@ -331,6 +355,7 @@ void FolderWalk::Park() noexcept {
     mPlace.folder = os::Descriptor();
     mFolder.path = {};  // of a deep tree's many iterators
     mKnowsNames = false;
+    mLone = nullptr;
     for (Level& level : mLevels)
         level.names.Drop();
 }

@@ -11,9 +11,11 @@
 #pragma once
 
 #include "FolderNames.h"
+#include "LoneItems.h"
 #include "catalogue/Catalogue.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -28,6 +30,16 @@ enum class WalkKind {
 struct WalkedItem {
     FoundItem item;
     bool hasNoCompanion = false;  // false also where that is not known
+};
+
+// A folder that is being gone through, for who has to do with an item in it.
+struct LentFolder {
+    Place place;  // the item's
+    FoundItem folder;
+    // Of the item that was handed out last, where it may be known to be lone: what the system told of it. It
+    // was looked at after names were read. Else null.
+    std::shared_ptr<const LoneItems> lone;
+    os::ItemStatus item;
 };
 
 class FolderWalk {
@@ -65,7 +77,8 @@ class FolderWalk {
 
     // Gives the folder away that is listed now, if it is this one and is open, with what was found of it;
     // unless it comes back, it is opened again when it is needed. What is not that folder does not come back.
-    [[nodiscard]] bool Lend(const os::ItemIdentity& inFolder, Place& outPlace, FoundItem& outFolder) noexcept;
+    //   ioLent  its place has the item's name
+    [[nodiscard]] bool Lend(const os::ItemIdentity& inFolder, LentFolder& ioLent) noexcept;
     void TakeBack(Place& ioPlace, FoundItem& ioFolder) noexcept;
     // Opens the folder above the one that it began with, by "..", if that is open. For the last use.
     [[nodiscard]] bool OpenAbove(Place& outPlace, FoundItem& outFolder) noexcept;
@@ -89,7 +102,8 @@ class FolderWalk {
     static Stamp StampOf(const os::ItemStatus& inFolder);
     [[nodiscard]] OSStatus Begin(const FSRef& inFolder);
     [[nodiscard]] OSStatus EnsureOpen();
-    [[nodiscard]] OSStatus Read(Place& ioPlace, Level& ioLevel) const;
+    [[nodiscard]] OSStatus Read(Place& ioPlace, Level& ioLevel);
+    [[nodiscard]] int ReadAndHear(Place& ioPlace, FolderNames& ioNames);
     [[nodiscard]] OSStatus GoOn(bool& outIsThere);
     [[nodiscard]] OSStatus Enter();
     void Leave();
@@ -108,7 +122,10 @@ class FolderWalk {
     SInt16 mVolume = 0;
     Step mStep = Step::kItem;  // which GetItem came to
     os::ItemStatus mItem;      // at which it is
-    bool mMustEnter = false;   // the folder that was passed
+    bool mIsPassed = false;    // that item was handed out, and is the last one passed
+    // Of the folder that is emptied, if all that comes into it is heard.
+    std::shared_ptr<const LoneItems> mLone;
+    bool mMustEnter = false;  // the folder that was passed
     std::string mEntered;
     os::ItemStatus mEnteredStatus;
     bool mHasChanged = false;

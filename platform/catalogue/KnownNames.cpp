@@ -22,6 +22,20 @@ std::uint64_t NumberOf(std::u16string_view inFolded) {
     return std::hash<std::u16string_view>()(inFolded);
 }
 
+// Those of an item's name and of its companion's.
+class ItemNumbers {
+  public:
+    explicit ItemNumbers(const std::string& inDiskName)
+        : mItem(NumberOfName(inDiskName)), mCompanion(NumberOfName(CompanionName(inDiskName))) {}
+    bool AreNotIn(const NumberSet& inNumbers) const {
+        return !inNumbers.Has(mItem) && !inNumbers.Has(mCompanion);
+    }
+
+  private:
+    std::uint64_t mItem;
+    std::uint64_t mCompanion;
+};
+
 // Once. False when there is no memory for it.
 bool MindForks() {
     static const bool isMinded = pthread_atfork([] { KnownNames::Shared().HoldForFork(); },
@@ -46,6 +60,12 @@ bool HasSameAccess(const os::ItemStatus& inLeft, const os::ItemStatus& inRight) 
 
 }  // namespace
 
+std::uint64_t NumberOfName(std::string_view inDiskName) {
+    std::u16string folded;
+    FoldDiskName(inDiskName, folded);
+    return NumberOf(folded);
+}
+
 // Never destroyed: used until the process ends.
 KnownNames& KnownNames::Shared() {
     static KnownNames& sShared = *new KnownNames;
@@ -59,13 +79,10 @@ bool KnownNames::HasNoneLike(const os::ItemStatus& inFolder, std::u16string_view
 }
 
 bool KnownNames::HasNeither(const Place& inItem) {
-    std::u16string name;
-    std::u16string companion;
-    FoldDiskName(inItem.name, name);
-    FoldDiskName(CompanionName(inItem.name), companion);
+    const ItemNumbers numbers(inItem.name);
     const os::MutexLock lock(mMutex);
     const Folder* const folder = FindWhole(inItem.folderStatus);
-    return folder != nullptr && !folder->names.Has(NumberOf(name)) && !folder->names.Has(NumberOf(companion));
+    return folder != nullptr && numbers.AreNotIn(folder->names);
 }
 
 bool KnownNames::HasSpecNamesOnly(const os::ItemStatus& inFolder) noexcept {
@@ -82,6 +99,33 @@ KnownNames::Folder* KnownNames::FindWhole(const os::ItemStatus& inFolder) noexce
     if (HasSameAccess(folder->status, inFolder)) return folder;
     Forget(*folder);
     return nullptr;
+}
+
+KnownNames::Hearing::~Hearing() {
+    if (mFolder != 0) mKnown.EndHearing(mFolder);
+}
+
+bool KnownNames::Hearing::Begin(const Place& inFolder) {
+    mFolder = mKnown.Begin(inFolder);
+    return mFolder != 0;
+}
+
+bool KnownNames::Hearing::HasNeitherCome(const std::string& inDiskName) const noexcept {
+    try {
+        return mFolder != 0 && mKnown.HasNeitherCome(mFolder, inDiskName);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+// Before the name is taken apart: nothing has come, most of the time.
+bool KnownNames::HasNeitherCome(std::uint64_t inNumber, const std::string& inDiskName) {
+    const os::MutexLock lock(mMutex);
+    if (Find(inNumber) == nullptr || !Hear()) return false;
+    Folder* const folder = Find(inNumber);
+    if (folder == nullptr) return false;
+    folder->lastUse = ++mUses;
+    return folder->newNames.IsEmpty() || ItemNumbers(inDiskName).AreNotIn(folder->newNames);
 }
 
 KnownNames::Reading::Reading(KnownNames& ioKnown, const Place& inFolder) noexcept
@@ -178,9 +222,22 @@ void KnownNames::Take(std::uint64_t inNumber, NumberSet& ioNames, bool inHasOthe
 void KnownNames::End(std::uint64_t inNumber) noexcept {
     const os::MutexLock lock(mMutex);
     Folder* const folder = Find(inNumber);
-    if (folder == nullptr || --folder->readingCount != 0) return;
-    folder->newNames = {};
-    folder->hasOtherNewNames = false;
+    if (folder != nullptr) EndReading(*folder);
+}
+
+// A watch that tells nobody of anything any more would take the place of another folder.
+void KnownNames::EndHearing(std::uint64_t inNumber) noexcept {
+    const os::MutexLock lock(mMutex);
+    Folder* const folder = Find(inNumber);
+    if (folder == nullptr) return;
+    EndReading(*folder);
+    if (folder->readingCount == 0 && !folder->isWhole) Forget(*folder);
+}
+
+void KnownNames::EndReading(Folder& ioFolder) noexcept {
+    if (--ioFolder.readingCount != 0) return;
+    ioFolder.newNames = {};
+    ioFolder.hasOtherNewNames = false;
 }
 
 void KnownNames::Drop(std::uint64_t inNumber) noexcept {

@@ -13,8 +13,10 @@
 //
 // kMaxFolders are kept, those that were asked for last, in kMaxBytes altogether; a folder of more than three
 // quarters of a million names is not kept, which would take more than half of that. One descriptor is open
-// from the first large folder on, because closing it lasts as long as reading a large folder; a child of fork
-// closes it. No volume is held busy.
+// from the first folder that is watched on, because closing it lasts as long as reading a large folder; a
+// child of fork closes it. No volume is held busy.
+//
+// Who goes through a folder of any size may hear by the same watch what comes into it (Hearing).
 //
 // Safe on any thread.
 #pragma once
@@ -32,6 +34,9 @@
 #include <vector>
 
 namespace toolbox::files {
+
+// The number of a name, which it has in common with those that are similar. May throw std::bad_alloc.
+std::uint64_t NumberOfName(std::string_view inDiskName);
 
 class KnownNames {
   public:
@@ -53,6 +58,25 @@ class KnownNames {
     bool HasNeither(const Place& inItem);
     // Whether each of its names is its name in a specification, too.
     bool HasSpecNamesOnly(const os::ItemStatus& inFolder) noexcept;
+
+    // The names that come into an open folder while this lives. Its questions are safe on any thread.
+    class Hearing {
+      public:
+        explicit Hearing(KnownNames& ioKnown) : mKnown(ioKnown) {}
+        ~Hearing();
+        Hearing(const Hearing&) = delete;
+        Hearing& operator=(const Hearing&) = delete;
+
+        // Once. False where not all would be heard. May throw std::bad_alloc.
+        [[nodiscard]] bool Begin(const Place& inFolder);
+        // Whether none came by now that is similar to that of an item of the folder, and none to its
+        // companion's, since it has begun. False where that is not known.
+        bool HasNeitherCome(const std::string& inDiskName) const noexcept;
+
+      private:
+        KnownNames& mKnown;
+        std::uint64_t mFolder = 0;  // 0: not begun
+    };
 
     // One reading of all names of an open folder.
     class Reading {
@@ -100,6 +124,8 @@ class KnownNames {
     [[nodiscard]] std::uint64_t BeginKnown(const os::ItemStatus& inFolder, bool& outIsOfKnownVolume) noexcept;
     [[nodiscard]] std::uint64_t BeginNew(const os::ItemStatus& inFolder, const char* inPath);
     void End(std::uint64_t inNumber) noexcept;
+    void EndHearing(std::uint64_t inNumber) noexcept;
+    bool HasNeitherCome(std::uint64_t inNumber, const std::string& inDiskName);
     void Drop(std::uint64_t inNumber) noexcept;
     void Take(std::uint64_t inNumber, NumberSet& ioNames, bool inHasOtherNames);
 
@@ -107,6 +133,7 @@ class KnownNames {
     Folder* Find(std::uint64_t inNumber) noexcept NEEDS_LOCK(mMutex);
     // One whose names are all known, by now; null where they are not.
     Folder* FindWhole(const os::ItemStatus& inFolder) noexcept NEEDS_LOCK(mMutex);
+    void EndReading(Folder& ioFolder) noexcept NEEDS_LOCK(mMutex);
     Folder& Oldest() noexcept NEEDS_LOCK(mMutex);
     [[nodiscard]] bool Hear() noexcept NEEDS_LOCK(mMutex);
     void Hear(const os::FolderWatches::Change& inChange) NEEDS_LOCK(mMutex);

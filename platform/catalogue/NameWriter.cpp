@@ -206,6 +206,18 @@ int DeleteUnlockedItem(const Place& inPlace, const os::ItemStatus& inItem, bool&
     return error == 0 || error == EACCES ? DeleteWith(companion, inPlace, inItem.kind) : error;
 }
 
+// Whatever comes into the folder is told before the item can go from it: both change the one folder. So a
+// question behind that tells of each companion that was made while the item was there.
+int DeleteLoneItem(const Place& inPlace, const LoneItems& inLone) {
+    const NoNewCompanions noneComes;
+    HeldCompanion companion;
+    companion.TakeNone(inPlace);
+    if (!inLone.IsLone(inPlace.name)) return ESTALE;
+    const int error = DeleteNamed(inPlace, os::ItemKind::kFile);
+    if (error == 0 && !inLone.IsLone(inPlace.name)) companion.Delete();
+    return error;
+}
+
 int MoveItem(const Place& inPlace, const os::ItemStatus& inItem, Place& ioNewPlace, NodeFacts& outFacts) {
     const bool isSameFolder = inPlace.folderStatus.identity.IsSameItem(ioNewPlace.folderStatus.identity);
     if (isSameFolder && inPlace.name == ioNewPlace.name) {

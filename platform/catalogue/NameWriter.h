@@ -6,6 +6,7 @@
 // composition; EBUSY for what something is mounted upon, and while another call is changing the item's names.
 #pragma once
 
+#include "LoneItems.h"
 #include "companions/CompanionNames.h"
 #include "places/NodeTable.h"
 #include "places/Place.h"
@@ -47,6 +48,10 @@ class NewItem {
 // EPERM, with outIsLocked, for one that is locked.
 //   inItem  what the system tells of it
 [[nodiscard]] int DeleteUnlockedItem(const Place& inPlace, const os::ItemStatus& inItem, bool& outIsLocked);
+
+// The same of one that is no folder and is lone, without a look at it. ESTALE, with nothing changed, where it
+// is not known to be so any more.
+[[nodiscard]] int DeleteLoneItem(const Place& inPlace, const LoneItems& inLone);
 
 // Gives an item, which has a node and is no volume's root, the new place; the node table learns of it. EXDEV
 // when that is on another volume, EINVAL when it is within the item.

@@ -1,19 +1,27 @@
 #include "NearItems.h"
 
-#include "Finding.h"
-
 #include <utility>
 
 namespace toolbox::files {
 
-bool NearItem::Find(const FSRef& inRef) {
+bool NearItem::FindFolder(const FSRef& inRef) {
     RememberedPlace remembered;
     if (!OpenIterators::Shared().HasAny() || !GetRememberedPlace(inRef, remembered)) return false;
-    mLoan.Begin(OpenIterators::Shared(), remembered.folder);
-    if (mLoan.From() == 0) return false;
-    mLoan.place.name = std::move(remembered.name);
-    return GetStatus(mLoan.place, mStatus) == 0 && mStatus.identity.IsSameItem(remembered.item) &&
-           !IsVolumeRoot(mLoan.place, mStatus);
+    mMeant = remembered.item;
+    mLoan.Begin(OpenIterators::Shared(), remembered.folder, std::move(remembered.name));
+    return mLoan.From() != 0;
+}
+
+const LoneItems* NearItem::Lone() const {
+    const LentFolder& lent = mLoan.Lent();
+    const bool isIt = lent.lone != nullptr && lent.item.kind != os::ItemKind::kFolder &&
+                      lent.item.identity.IsSameItem(mMeant);
+    return isIt ? lent.lone.get() : nullptr;
+}
+
+bool NearItem::LookAt() {
+    return GetStatus(ItemPlace(), mStatus) == 0 && mStatus.identity.IsSameItem(mMeant) &&
+           !IsVolumeRoot(ItemPlace(), mStatus);
 }
 
 }  // namespace toolbox::files

@@ -27,6 +27,7 @@ class NumberSet {
     bool Has(std::uint64_t inNumber) const {
         return mCount != 0 && mPlaces[PlaceOf(NotZero(inNumber))] != kFree;
     }
+    bool IsEmpty() const { return mCount == 0; }
     std::size_t ByteCount() const { return mPlaces.size() * sizeof(std::uint64_t); }
 
   private:

@@ -51,12 +51,11 @@ bool OpenIterators::HasAny() {
     return !mEntries.empty();
 }
 
-OpenIterators::Number OpenIterators::Lend(const os::ItemIdentity& inFolder, Place& outPlace,
-                                          FoundItem& outFolder) {
+OpenIterators::Number OpenIterators::Lend(const os::ItemIdentity& inFolder, LentFolder& ioLent) {
     const os::MutexLock lock(mMutex);
     for (const Number number : mHeld) {
         const Entry& entry = mEntries.find(number)->second;
-        if (!entry.isInUse && entry.walk->Lend(inFolder, outPlace, outFolder)) return number;
+        if (!entry.isInUse && entry.walk->Lend(inFolder, ioLent)) return number;
     }
     return 0;
 }
@@ -130,13 +129,15 @@ OpenIterators::Use::~Use() {
     if (mWalk != nullptr) mIterators.End(mNumber);
 }
 
-void OpenIterators::Loan::Begin(OpenIterators& ioIterators, const os::ItemIdentity& inFolder) {
+void OpenIterators::Loan::Begin(OpenIterators& ioIterators, const os::ItemIdentity& inFolder,
+                                std::string inName) {
     mIterators = &ioIterators;
-    mFrom = ioIterators.Lend(inFolder, place, folder);
+    mLent.place.name = std::move(inName);
+    mFrom = ioIterators.Lend(inFolder, mLent);
 }
 
 OpenIterators::Loan::~Loan() {
-    if (mFrom != 0) mIterators->TakeBack(mFrom, place, folder);
+    if (mFrom != 0) mIterators->TakeBack(mFrom, mLent.place, mLent.folder);
 }
 
 }  // namespace toolbox::files

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <string>
 #include <unordered_map>
 
 namespace toolbox::files {
@@ -51,7 +52,8 @@ class OpenIterators {
         OSStatus mStatus;
     };
 
-    // A folder that some iterator holds, while this lives. Who uses that iterator meanwhile opens it again.
+    // A folder that some iterator holds, with an item's name, while this lives. Who uses that iterator
+    // meanwhile opens it again.
     class Loan {
       public:
         Loan() = default;
@@ -60,13 +62,12 @@ class OpenIterators {
         Loan& operator=(const Loan&) = delete;
 
         // Once.
-        void Begin(OpenIterators& ioIterators, const os::ItemIdentity& inFolder);
+        void Begin(OpenIterators& ioIterators, const os::ItemIdentity& inFolder, std::string inName);
         Number From() const { return mFrom; }  // 0: no iterator holds it
-
-        Place place;  // without a name
-        FoundItem folder;
+        const LentFolder& Lent() const { return mLent; }
 
       private:
+        LentFolder mLent;
         OpenIterators* mIterators = nullptr;
         Number mFrom = 0;
     };
@@ -84,7 +85,7 @@ class OpenIterators {
     void End(Number inNumber) noexcept;
     void Hold(Number inNumber, Entry& ioEntry) NEEDS_LOCK(mMutex);
     void ParkOthers() noexcept NEEDS_LOCK(mMutex);
-    [[nodiscard]] Number Lend(const os::ItemIdentity& inFolder, Place& outPlace, FoundItem& outFolder);
+    [[nodiscard]] Number Lend(const os::ItemIdentity& inFolder, LentFolder& ioLent);
     void TakeBack(Number inNumber, Place& ioPlace, FoundItem& ioFolder);
     void Reopen(Number inNumber, FolderWalk& ioBelow) noexcept;
 

@@ -130,10 +130,14 @@ int LockedNames::Lock(const Place& inPlace1, const Place& inPlace2) {
     return 0;
 }
 
-int HeldCompanion::Take(const Place& inItem) {
+void HeldCompanion::TakeNone(const Place& inItem) {
     mItem = &inItem;
     mFolder = inItem.folder.Number();
     mName = CompanionName(inItem.name);
+}
+
+int HeldCompanion::Take(const Place& inItem) {
+    TakeNone(inItem);
     LockedFile companion;
     const int error = OpenLocked(mFolder, mName, companion);
     if (error != 0) return IsNoCompanion(error) ? 0 : error;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ItemChanges.h"
+#include "catalogue/KnownNames.h"
 #include "support/FileWorld.h"
 
 #include <fcntl.h>
@@ -116,7 +117,10 @@ inline Listing ListAll(const FSRef& inFolder, FSIteratorFlags inFlags = kFSItera
 // Leaves no descriptor open.
 class IteratingTest : public ItemChangesTest<support::FileWorldTest> {
   protected:
-    ~IteratingTest() override { EXPECT_EQ(mDescriptors, OpenDescriptorCount()); }
+    ~IteratingTest() override {
+        toolbox::files::KnownNames::Shared().Close();
+        EXPECT_EQ(mDescriptors, OpenDescriptorCount());
+    }
 
     // What was changed a moment ago is looked at more closely.
     static void LetTimePass() { usleep(30'000); }

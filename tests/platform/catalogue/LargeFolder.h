@@ -100,6 +100,9 @@ class KnownNamesTest : public ItemChangesTest<RealFolder> {
     void TakeEmptiedFolder() {
         mLarge = mFolder.MakeFolder("volume/emptied");
         mFolder.MakeFile("volume/emptied/Last");
+        LetAllSeemLarge();
+    }
+    static void LetAllSeemLarge() {
         sBefore = Calls();
         CallsForTesting().statx = [](int inFolder, const char* inPath, int inFlags, unsigned inMask,
                                      struct statx* outStatus) {

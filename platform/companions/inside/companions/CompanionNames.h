@@ -61,6 +61,8 @@ class HeldCompanion {
     // Once. EBUSY when another call holds it, and not just to write a few bytes; EACCES when it may not be
     // looked at.
     [[nodiscard]] int Take(const Place& inItem);
+    // The same of an item that is known to have none.
+    void TakeNone(const Place& inItem);
 
     bool IsThere() const { return mFile.IsOpen(); }
 
