@@ -31,8 +31,9 @@ OSStatus SpecOfNewItem(const FSSpec& inSpec, FSSpec& outSpec) {
 
 OSStatus MakeSpecOf(const FSSpec& inSpec, FSSpec& outSpec) {
     FoundItem item;
-    const OSStatus status = FindBySpec(inSpec, item);
-    if (status == noErr) return MakeSpec(item, outSpec);
+    KnownVolume volume;
+    const OSStatus status = FindBySpec(inSpec, item, &volume);
+    if (status == noErr) return MakeSpec(item, outSpec, volume);
     const bool mayBeMade = status == fnfErr && inSpec.parID != fsRtParID;
     return mayBeMade ? SpecOfNewItem(inSpec, outSpec) : status;
 }

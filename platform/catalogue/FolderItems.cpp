@@ -1,6 +1,7 @@
 #include "FolderItems.h"
 
 #include "DefaultFolder.h"
+#include "Finding.h"
 #include "KnownNames.h"
 #include "catalogue/Volumes.h"
 #include "companions/CompanionNames.h"
@@ -97,39 +98,47 @@ OSStatus OpenFoundFolder(const FoundItem& inFolder, Place& outPlace) {
     return isSame ? noErr : static_cast<OSStatus>(dirNFErr);
 }
 
-OSStatus FindByName(const FoundItem& inFolder, std::u16string_view inName, FoundItem& outItem) {
-    Place place;
-    if (!DiskName(inName, place.name)) return bdNamErr;
-    OSStatus status = OpenFoundFolder(inFolder, place);
-    if (status == noErr) status = FindAtPlace(inFolder, place, outItem);
+OSStatus FindByName(const FoundItem& inFolder, Place& ioPlace, std::u16string_view inName,
+                    FoundItem& outItem) {
+    if (!DiskName(inName, ioPlace.name)) return bdNamErr;
+    OSStatus status = ioPlace.folder.IsOpen() ? OSStatus{noErr} : OpenFoundFolder(inFolder, ioPlace);
+    if (status == noErr) status = FindAtPlace(inFolder, ioPlace, outItem);
     if (status != fnfErr) return status;
-    if (KnownNames::Shared().HasNeither(place)) return fnfErr;
-    DropLeftover(place);
-    status = FindSimilarName(inName, place);
-    return status == noErr ? FindAtPlace(inFolder, place, outItem) : status;
+    if (KnownNames::Shared().HasNeither(ioPlace)) return fnfErr;
+    DropLeftover(ioPlace);
+    status = FindSimilarName(inName, ioPlace);
+    return status == noErr ? FindAtPlace(inFolder, ioPlace, outItem) : status;
 }
 
-OSStatus FindFolderByID(SInt16 inVolume, NodeID inFolderID, FoundItem& outFolder) {
+OSStatus FindFolderByID(SInt16 inVolume, NodeID inFolderID, FoundItem& outFolder, Place* outPlace,
+                        KnownVolume* outVolume) {
     if (inVolume == 0 && inFolderID == 0) return FindDefaultFolder(outFolder);
+    const SInt16 number = inVolume == 0 ? kBootVolume : inVolume;
     Volume volume;
-    const OSStatus volumeStatus = GetVolume(inVolume == 0 ? kBootVolume : inVolume, volume);
+    const OSStatus volumeStatus = GetVolume(number, volume);
     if (volumeStatus != noErr) return volumeStatus;
+    if (outVolume != nullptr) *outVolume = {number, volume.key};
     os::ItemIdentity identity;
     OSStatus status = dirNFErr;
-    if (inFolderID == 0 || inFolderID == kRootID)
+    if (inFolderID == 0 || inFolderID == kRootID) {
         status = FindByPath(volume.rootPath.c_str(), outFolder);
-    else if (NodeTable::Shared().FindID(volume.key.device, inFolderID, identity))
+    } else if (NodeTable::Shared().FindID(volume.key.device, inFolderID, identity)) {
+        if (outPlace != nullptr && OpenKnownFolder(identity, outFolder, *outPlace)) return noErr;
         status = FindByIdentity(identity, outFolder);
+    }
     if (status != noErr) return AsFolderStatus(status);
     return outFolder.status.kind == os::ItemKind::kFolder ? noErr : static_cast<OSStatus>(dirNFErr);
 }
 
-OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem) {
+OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem, KnownVolume* outVolume) {
     if (inSpec.name[0] > kMaxSpecNameBytes) return bdNamErr;
     const auto folderID = static_cast<NodeID>(inSpec.parID);
     const bool isOfRoot = folderID == kRootParentID;
     FoundItem folder;
-    const OSStatus status = FindFolderByID(inSpec.vRefNum, isOfRoot ? kRootID : folderID, folder);
+    Place place;
+    Place* const opened = inSpec.name[0] == 0 ? nullptr : &place;
+    const OSStatus status =
+        FindFolderByID(inSpec.vRefNum, isOfRoot ? kRootID : folderID, folder, opened, outVolume);
     if (status != noErr) return status;
     if (inSpec.name[0] == 0) {
         outItem = folder;
@@ -142,7 +151,7 @@ OSStatus FindBySpec(const FSSpec& inSpec, FoundItem& outItem) {
         const bool isIts = IsSameName(name, NameInCatalogue(folder)) || HasSpecName(folder, inSpec.name);
         return isIts ? noErr : static_cast<OSStatus>(fnfErr);
     }
-    const OSStatus nameStatus = FindByName(folder, name, outItem);
+    const OSStatus nameStatus = FindByName(folder, place, name, outItem);
     return nameStatus == fnfErr ? FindByNode(folder, inSpec.name, outItem) : nameStatus;
 }
 
@@ -152,9 +161,11 @@ FSSpec SpecOf(const FoundItem& inItem, SInt16 inVolume) {
     return spec;
 }
 
-OSStatus MakeSpec(const FoundItem& inItem, FSSpec& outSpec) {
-    SInt16 volume = 0;
-    const OSStatus status = GetVolumeNumber(inItem, volume);
+OSStatus MakeSpec(const FoundItem& inItem, FSSpec& outSpec, const KnownVolume& inKnown) {
+    SInt16 volume = inKnown.number;
+    os::VolumeKey key;
+    OSStatus status = volume == 0 ? OSStatus{noErr} : GetVolumeKey(inItem, key);
+    if (volume == 0 || key != inKnown.key) status = GetVolumeNumber(inItem, volume);
     if (status == noErr) outSpec = SpecOf(inItem, volume);
     return status;
 }

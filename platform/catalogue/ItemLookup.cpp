@@ -1,3 +1,4 @@
+#include "Finding.h"
 #include "FolderItems.h"
 #include "names/CatalogueNames.h"
 
@@ -13,10 +14,12 @@ namespace {
 
 OSStatus MakeRefByName(const FSRef& inFolder, std::u16string_view inName, FSRef& outRef) {
     FoundItem folder;
+    Place place;
     FoundItem item;
-    OSStatus status = FindByRef(inFolder, folder);
+    OSStatus status =
+        OpenKnownFolder(inFolder, folder, place) ? OSStatus{noErr} : FindByRef(inFolder, folder);
     if (status == noErr && folder.status.kind != os::ItemKind::kFolder) status = errFSNotAFolder;
-    if (status == noErr) status = FindByName(folder, inName, item);
+    if (status == noErr) status = FindByName(folder, place, inName, item);
     if (status == noErr) outRef = MakeRef(item);
     return status;
 }

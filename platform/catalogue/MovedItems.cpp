@@ -1,5 +1,6 @@
 #include "MovedItems.h"
 
+#include "Finding.h"
 #include "FolderItems.h"
 #include "ItemCompanions.h"
 #include "NameWriter.h"
@@ -26,6 +27,7 @@ OSStatus CheckMayGo(const Place& inPlace, const os::ItemStatus& inItem, LockChec
 }  // namespace
 
 OSStatus OpenFolderOfRef(const FSRef& inRef, FoundItem& outFolder, Place& outPlace) {
+    if (OpenKnownFolder(inRef, outFolder, outPlace)) return noErr;
     const OSStatus status = FindByRef(inRef, outFolder);
     if (status != noErr) return status == fnfErr ? OSStatus{dirNFErr} : status;
     if (outFolder.status.kind != os::ItemKind::kFolder) return errFSNotAFolder;

@@ -3,6 +3,8 @@
 #include "catalogue/DescriptorPaths.h"
 #include "status/StatusOfErrno.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -252,6 +254,25 @@ bool GetRememberedPlace(const FSRef& inRef, RememberedPlace& outPlace) {
     outPlace.folder = contents.folder;
     return table.GetNameIn(contents.folder, outPlace.item, outPlace.name) &&
            HashOfName(outPlace.name) == contents.nameHash;
+}
+
+bool OpenKnownFolder(const os::ItemIdentity& inFolder, FoundItem& outFolder, Place& outPlace) {
+    NodeHint hint;
+    if (!NodeTable::Shared().GetFolder(inFolder, hint)) return false;
+    const bool isIt = OpenFolderAt(AT_FDCWD, hint.path.c_str(), outPlace) == 0 &&
+                      outPlace.folderStatus.identity.IsSameItem(inFolder);
+    if (!isIt) {
+        outPlace.folder = os::Descriptor();
+        return false;
+    }
+    outFolder = {outPlace.folderStatus, hint.facts, std::move(hint.path)};
+    return true;
+}
+
+bool OpenKnownFolder(const FSRef& inRef, FoundItem& outFolder, Place& outPlace) {
+    RefContents contents;
+    const bool isFolder = ReadContents(inRef, contents) && contents.nameHash == 0;
+    return isFolder && OpenKnownFolder(contents.identity, outFolder, outPlace);
 }
 
 OSStatus FindByRef(const FSRef& inRef, FoundItem& outItem) {

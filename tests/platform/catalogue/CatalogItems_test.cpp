@@ -300,6 +300,14 @@ TEST_P(CatalogItems, OfSimilarNamesTheOneOfLowestBytes) {
     }
 }
 
+// The folder and the new item are looked at once each, and the new one's name, however deep it lies.
+TEST_P(CatalogItems, LooksForANewFile) {
+    const FSRef folder = RefOf(mFolder.MakeFolder("1/2/3/4"));
+    const CountedCalls calls;
+    EXPECT_EQ(noErr, MakeFile(folder, u"a"));
+    EXPECT_NE(std::string::npos, calls.Made().find("statx 3")) << calls.Made();
+}
+
 // Another program puts its file in the place of the new one.
 TEST_P(CatalogItems, WhatTookThePlaceOfANewItemStays) {
     static const FileWorld* sFolder;

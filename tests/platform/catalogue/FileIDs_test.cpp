@@ -195,7 +195,7 @@ TEST_P(FileIDsTest, EveryStepFails) {
         support::FailEach<FailingCalls>([&](const auto& inUnderFault) { check(inUnderFault, ioErr); }, EIO),
         2);
     EXPECT_GT(
-        support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }), 3);
+        support::FailEach<FailingNew>([&](const auto& inUnderFault) { check(inUnderFault, memFullErr); }), 2);
 
     mFolder.MakeFile("kept");
     ASSERT_EQ(noErr, Create(Here("kept")));

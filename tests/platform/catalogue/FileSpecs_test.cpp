@@ -92,37 +92,84 @@ TEST_P(FileSpecsTest, CompanionsHaveNoSimilarNames) {
     EXPECT_EQ(mFolder / "._Song", PathOfSpec(Here("._SONG"))) << "an item of its own by now";
 }
 
-// However deep the folder lies: volume, folder, the folder held open, the item in it.
+// However deep the folder lies: the volume, the folder held open, the item in it.
 TEST_P(FileSpecsTest, CallsForAnItemOfAFolder) {
     mFolder.MakeFolder("1/2/3/4/5/6/7/8/9/10");
     const FSSpec spec = SpecOf(mFolder.MakeFile("1/2/3/4/5/6/7/8/9/10/file"));
     FSRef ref = {};
     const CountedCalls calls;
     EXPECT_EQ(noErr, FSpMakeFSRef(&spec, &ref));
-    EXPECT_EQ("openat 1, close 1, statx 4", calls.Made());
+    EXPECT_EQ("openat 1, close 1, statx 3", calls.Made());
+}
+
+// No more: the volume is the one that was looked at.
+TEST_P(FileSpecsTest, CallsForASpecification) {
+    mFolder.MakeFolder("1/2/3/4");
+    const FSSpec spec = SpecOf(mFolder.MakeFile("1/2/3/4/file"));
+    for (const bool isFolder : {false, true}) {
+        FSSpec again = {};
+        const CountedCalls calls;
+        EXPECT_EQ(noErr, FSMakeFSSpec(spec.vRefNum, spec.parID, isFolder ? nullptr : spec.name, &again));
+        EXPECT_EQ(isFolder ? "statx 2" : "openat 1, close 1, statx 3", calls.Made());
+        EXPECT_EQ(+spec.vRefNum, +again.vRefNum);
+    }
+}
+
+// An item that something is mounted upon is on another volume than its folder.
+TEST_P(FileSpecsTest, AnItemOfAnotherVolume) {
+    if (!mFolder.MayMount()) GTEST_SKIP() << "volumes cannot be mounted here";
+    const FSSpec spec = SpecOf(mFolder.MakeFolder("volume"));
+    ASSERT_EQ(0, mFolder.MountVolume(mFolder / "volume"));
+    FSSpec mounted = {};
+    EXPECT_EQ(noErr, FSMakeFSSpec(spec.vRefNum, spec.parID, spec.name, &mounted));
+    EXPECT_NE(+spec.vRefNum, +mounted.vRefNum);
+    EXPECT_EQ(fsRtParID, +mounted.parID);
+    EXPECT_EQ(mFolder / "volume", PathOfSpec(mounted));
+    EXPECT_EQ(0, mFolder.Unmount(mFolder / "volume"));
 }
 
 // Another program's doing between finding a folder and looking into it.
-std::string sReplacedFolder;
+std::string sReplaced[2];
+int sReplacements;
 toolbox::os::SystemCalls sReal;
 TEST_P(FileSpecsTest, AnotherFolderTakesThePlaceMeanwhile) {
-    sReplacedFolder = mFolder.MakeFolder("sub");
-    const FSSpec spec = SpecOf(mFolder.MakeFile("sub/file"));
-    mFolder.MakeFolder("another");
-    mFolder.MakeFile("another/file");
-    sReal = toolbox::os::Calls();
-    toolbox::os::CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags, mode_t inMode) {
-        if (sReplacedFolder == inPath) {
-            EXPECT_EQ(0, sReal.renameat2(AT_FDCWD, inPath, AT_FDCWD,
-                                         (sReplacedFolder + "/../another").c_str(), RENAME_EXCHANGE));
+    for (const bool isForEver : {false, true}) {
+        sReplaced[0] = mFolder.MakeFolder("sub");
+        sReplaced[1] = mFolder.MakeFolder("another");
+        const FSSpec spec = SpecOf(mFolder.MakeFile("sub/file"));
+        mFolder.MakeFile("another/file");
+        sReplacements = isForEver ? 100 : 1;
+        sReal = toolbox::os::Calls();
+        toolbox::os::CallsForTesting().openat = [](int inFolder, const char* inPath, int inFlags,
+                                                   mode_t inMode) {
+            if ((sReplaced[0] == inPath || sReplaced[1] == inPath) && sReplacements-- > 0) {
+                EXPECT_EQ(0, sReal.renameat2(AT_FDCWD, sReplaced[0].c_str(), AT_FDCWD, sReplaced[1].c_str(),
+                                             RENAME_EXCHANGE));
+            }
+            return sReal.openat(inFolder, inPath, inFlags, inMode);
+        };
+        FSRef ref = {};
+        const OSErr error = FSpMakeFSRef(&spec, &ref);
+        toolbox::os::CallsForTesting() = sReal;
+        EXPECT_EQ(isForEver ? dirNFErr : noErr, error);
+        const std::string path = PathOfSpec(spec);
+        EXPECT_TRUE(path == mFolder / "another/file" || path == mFolder / "sub/file") << path;
+        if (!isForEver) {
+            EXPECT_EQ(mFolder / "another/file", path);
+            EXPECT_EQ(path, PathOf(ref));
         }
-        return sReal.openat(inFolder, inPath, inFlags, inMode);
-    };
-    FSRef ref = {};
-    const OSErr error = FSpMakeFSRef(&spec, &ref);
-    toolbox::os::CallsForTesting() = sReal;
-    EXPECT_EQ(dirNFErr, error);
-    EXPECT_EQ(mFolder / "another/file", PathOfSpec(spec));
+        support::FileWorld::RemoveAll(mFolder / "sub");
+        support::FileWorld::RemoveAll(mFolder / "another");
+    }
+}
+
+// A link that leads to the folder from its old place is not the way to it.
+TEST_P(FileSpecsTest, ALinkInTheFoldersPlace) {
+    mFolder.MakeFolder("sub");
+    const FSSpec spec = SpecOf(mFolder.MakeFile("sub/file"));
+    mFolder.Rename(mFolder / "sub", mFolder / "moved");
+    mFolder.MakeLink("moved", "sub");
+    EXPECT_EQ(mFolder / "moved/file", PathOfSpec(spec));
 }
 
 TEST_P(FileSpecsTest, FoldersThatChangedPlacesMeanwhile) {
