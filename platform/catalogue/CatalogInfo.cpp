@@ -1,4 +1,5 @@
 #include "CatalogDates.h"
+#include "Finding.h"
 #include "FolderItems.h"
 #include "ItemCompanions.h"
 #include "catalogue/ItemInfo.h"
@@ -21,6 +22,7 @@
 #include <iterator>
 #include <new>
 #include <string>
+#include <string_view>
 
 namespace toolbox::files {
 
@@ -251,8 +253,11 @@ OSStatus FindOut(FSCatalogInfoBitmap inWhich, bool inAsksVolume, const InfoKnown
 }
 
 void Fill(const Knowledge& inKnowledge, FSCatalogInfoBitmap inWhich, FSCatalogInfo& ioInfo) {
-    for (const Field& field : kFields)
+    for (const Field& field : kFields) {
         if ((inWhich & field.bit) != 0) field.fill(inKnowledge, ioInfo);
+        inWhich &= ~field.bit;
+        if (inWhich == 0) return;
+    }
 }
 
 OSStatus MakeParentRef(const FoundItem& inItem, FSRef& outRef) {
@@ -273,18 +278,21 @@ bool NeedsCompanion(FSCatalogInfoBitmap inWhich) {
 OSStatus GetInfoOf(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, const InfoOutputs& inOutputs,
                    const InfoKnownBefore& inKnownBefore) {
     const bool wantsSpec = inOutputs.spec != nullptr;
+    const std::string_view diskName = NameInPath(inItem.path);
+    const bool isASCII = IsASCIIName(diskName);
     Knowledge knowledge = {inItem};
     OSStatus status = FindOut(inWhich, wantsSpec, inKnownBefore, knowledge);
     std::u16string name;
     FSSpec spec = {};
     FSRef parent = {};
-    if (status == noErr && inOutputs.name != nullptr) name = NameInCatalogue(inItem);
+    if (status == noErr && inOutputs.name != nullptr && !isASCII) name = NameInCatalogue(inItem);
     if (status == noErr && wantsSpec) spec = SpecOf(inItem, knowledge.volume);
     if (status == noErr && inOutputs.parent != nullptr) status = MakeParentRef(inItem, parent);
     if (status != noErr) return status;
     // Nothing fails from here on.
     if (inOutputs.info != nullptr) Fill(knowledge, inWhich, *inOutputs.info);
-    if (inOutputs.name != nullptr) SetUniStr(name, *inOutputs.name);
+    if (inOutputs.name != nullptr && isASCII) SetASCIIName(diskName, *inOutputs.name);
+    if (inOutputs.name != nullptr && !isASCII) SetUniStr(name, *inOutputs.name);
     if (inOutputs.spec != nullptr) *inOutputs.spec = spec;
     if (inOutputs.parent != nullptr) *inOutputs.parent = parent;
     return noErr;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cerrno>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -178,7 +179,9 @@ std::string FolderPathOf(const std::string& inPath) {
 }
 
 std::string_view NameInPath(std::string_view inPath) {
-    return inPath.substr(inPath.rfind('/') + 1);
+    const void* const slash = memrchr(inPath.data(), '/', inPath.size());
+    const auto* const name = slash == nullptr ? inPath.data() : static_cast<const char*>(slash) + 1;
+    return inPath.substr(static_cast<std::size_t>(name - inPath.data()));
 }
 
 PathStep StepOf(const os::ItemStatus& inStatus, bool inIsVolumeRoot, std::string_view inName) {

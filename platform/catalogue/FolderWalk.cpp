@@ -354,6 +354,7 @@ bool FolderWalk::OpenAbove(Place& outPlace, FoundItem& outFolder) noexcept {
 void FolderWalk::Park() noexcept {
     mPlace.folder = os::Descriptor();
     mFolder.path = {};  // of a deep tree's many iterators
+    mRoom.item.path = {};
     mKnowsNames = false;
     mLone = nullptr;
     for (Level& level : mLevels)

@@ -56,6 +56,8 @@ class FolderWalk {
     // what cannot be looked at, listed or entered: afpAccessDenied, fBsyErr for what is mounted where items
     // are to be deleted, and what the system fails with.
     [[nodiscard]] OSStatus GetItem(WalkedItem& outItem);
+    // Kept from one use to the next, for what comes.
+    WalkedItem& RoomForItem() { return mRoom; }
     // Where that item is; for as long.
     const Place& ItemPlace() const { return mPlace; }
     // Goes on behind it, or behind what failed.
@@ -118,6 +120,7 @@ class FolderWalk {
     std::vector<Level> mLevels;  // the folder that it began with first; none after the end
     Place mPlace;                // the last level's folder, if it is open, and the item's name
     FoundItem mFolder;           // the same
+    WalkedItem mRoom;
     FSRef mRoot = {};
     SInt16 mVolume = 0;
     Step mStep = Step::kItem;  // which GetItem came to

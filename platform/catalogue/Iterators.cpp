@@ -51,7 +51,7 @@ bool MayComeRight(OSStatus inStatus) {
 
 // As many as can be had without a failure; a failure of the first one alone is answered, and is passed.
 OSStatus FillAll(FolderWalk& ioWalk, const BulkQuestion& inQuestion, ItemCount& outCount) {
-    WalkedItem item;
+    WalkedItem& item = ioWalk.RoomForItem();
     while (outCount < inQuestion.maxCount) {
         OSStatus status = noErr;
         try {

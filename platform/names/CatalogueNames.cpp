@@ -45,6 +45,10 @@ std::size_t DecodeOne(std::string_view inBytes, char32_t& outCharacter) {
     return count;
 }
 
+char16_t UnitOfASCII(char inByte) {
+    return static_cast<char16_t>(inByte == ':' ? '/' : inByte);
+}
+
 void AppendUTF16(std::u16string& ioText, char32_t inCharacter) {
     if (inCharacter < 0x10000) {
         ioText += static_cast<char16_t>(inCharacter);
@@ -77,9 +81,7 @@ std::u16string CatalogueName(std::string_view inDiskName) {
     const auto isASCII = [](char inByte) { return static_cast<UInt8>(inByte) < 0x80; };
     const auto asciiEnd = std::find_if_not(inDiskName.begin(), inDiskName.end(), isASCII);
     std::u16string name(inDiskName.size(), u'\0');
-    const auto nameEnd = std::transform(inDiskName.begin(), asciiEnd, name.begin(), [](char inByte) {
-        return static_cast<char16_t>(inByte == ':' ? '/' : inByte);
-    });
+    const auto nameEnd = std::transform(inDiskName.begin(), asciiEnd, name.begin(), UnitOfASCII);
     name.erase(nameEnd, name.end());
     inDiskName.remove_prefix(name.size());
     while (!inDiskName.empty()) {
@@ -121,6 +123,18 @@ bool IsSameName(std::u16string_view inLeft, std::u16string_view inRight) {
 void SetUniStr(std::u16string_view inCatalogueName, HFSUniStr255& outName) {
     outName.length = static_cast<UInt16>(std::min(inCatalogueName.size(), kMaxNameUnits));
     std::copy_n(inCatalogueName.begin(), outName.length, outName.unicode);
+}
+
+bool IsASCIIName(std::string_view inDiskName) {
+    unsigned bits = 0;
+    for (const char byte : inDiskName)
+        bits |= static_cast<UInt8>(byte);
+    return !inDiskName.empty() && bits < 0x80;
+}
+
+void SetASCIIName(std::string_view inDiskName, HFSUniStr255& outName) {
+    outName.length = static_cast<UInt16>(std::min(inDiskName.size(), kMaxNameUnits));
+    std::transform(inDiskName.begin(), inDiskName.begin() + outName.length, outName.unicode, UnitOfASCII);
 }
 
 bool DiskName(std::u16string_view inCatalogueName, std::string& outDiskName) {

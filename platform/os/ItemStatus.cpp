@@ -88,7 +88,7 @@ int GetStatus(int inFolder, const char* inPath, int inFlags, ItemStatus& outStat
     ShortPath path;
     const int error = path.Set(inFolder, inPath);
     if (error != 0) return error;
-    struct statx status = {};
+    struct statx status;  // the system sets all of it
     if (Calls().statx(path.Folder(), path.Path(), inFlags, kFields, &status) != 0) return errno;
     if ((status.stx_mask & STATX_MNT_ID) == 0 && S_ISDIR(status.stx_mode)) FindMount(path, inFlags, status);
     outStatus.identity = IdentityOf(status);

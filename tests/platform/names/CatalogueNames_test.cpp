@@ -13,7 +13,10 @@ using toolbox::files::CatalogueName;
 using toolbox::files::DiskName;
 using toolbox::files::FoldDiskName;
 using toolbox::files::FoldedName;
+using toolbox::files::IsASCIIName;
 using toolbox::files::IsSameName;
+using toolbox::files::SetASCIIName;
+using toolbox::files::SetUniStr;
 
 std::string OnDisk(std::u16string_view inName) {
     std::string name = "untouched";
@@ -52,6 +55,30 @@ TEST(CatalogueNames, Table) {
         EXPECT_EQ(row.disk, OnDisk(row.catalogue)) << row.disk;
     }
     EXPECT_EQ(u"", CatalogueName(""));
+}
+
+// As programs get them: without memory where they are ASCII, and the same.
+TEST(CatalogueNames, ThoseOfASCII) {
+    EXPECT_FALSE(IsASCIIName(""));
+    const auto check = [](const std::string& inName) {
+        HFSUniStr255 name = {};
+        HFSUniStr255 expected = {};
+        SetASCIIName(inName, name);
+        SetUniStr(CatalogueName(inName), expected);
+        ASSERT_EQ(+expected.length, +name.length);
+        for (std::size_t i = 0; i < std::size(name.unicode); ++i)
+            EXPECT_EQ(+expected.unicode[i], +name.unicode[i]) << i;
+    };
+    for (int byte = 1; byte < 0x100; ++byte) {
+        for (const std::size_t at : {0U, 1U, 20U}) {
+            std::string name(21, 'n');
+            name[at] = static_cast<char>(byte);
+            EXPECT_EQ(byte < 0x80, IsASCIIName(name)) << byte << " at " << at;
+            if (byte < 0x80) check(name);
+        }
+    }
+    check(std::string(255, 'n'));
+    check(std::string(300, 'n'));
 }
 
 TEST(CatalogueNames, AnyBytesComeBack) {

@@ -22,6 +22,11 @@ std::u16string CatalogueName(std::string_view inDiskName);
 // Units behind the length stay as they are.
 void SetUniStr(std::u16string_view inCatalogueName, HFSUniStr255& outName);
 
+// Whether a name on disk is ASCII, as most are; not an empty one. Of such a one what SetUniStr sets, without
+// any memory.
+bool IsASCIIName(std::string_view inDiskName);
+void SetASCIIName(std::string_view inDiskName, HFSUniStr255& outName);
+
 // False for a name that no item can have: an empty one, "." and "..", one with a NUL, or a surrogate without
 // its partner.
 bool DiskName(std::u16string_view inCatalogueName, std::string& outDiskName);
