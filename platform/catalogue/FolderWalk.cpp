@@ -265,7 +265,9 @@ OSStatus FolderWalk::FindHere(FoundItem& outItem) {
     const OSStatus folderStatus = FindByPath(PathOfDescriptor(mPlace.folder.Number()).c_str(), folder);
     if (folderStatus != noErr) return folderStatus;
     mFolder = std::move(folder);
-    return FindAtPlace(mFolder, mPlace, outItem);
+    const OSStatus again = FindAtPlace(mFolder, mPlace, outItem);
+    const bool isElsewhere = again == noErr && !outItem.facts.parent.IsSameItem(mPlace.folderStatus.identity);
+    return isElsewhere ? OSStatus{fnfErr} : again;
 }
 
 // What an interrupted move left, which goes, or what another call is just moving or deleting.

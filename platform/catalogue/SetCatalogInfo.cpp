@@ -119,34 +119,37 @@ OSStatus FindChanges(const FoundItem& inItem, FSCatalogInfoBitmap inWhich, const
     return status;
 }
 
-template <typename Value>
-const Value* PointerTo(const std::optional<Value>& inValue) {
-    return inValue ? &*inValue : nullptr;
-}
-
 // Dates of an item. Those that were set are as before again unless they are to stay.
 class ChangedDates {
   public:
     ChangedDates(const HeldItem& inItem, const FoundItem& inFound) : mItem(inItem), mBefore(inFound.status) {}
     ~ChangedDates() {
-        if (mChanges != nullptr)
-            (void)mItem.SetDates(mChanges->access ? &mBefore.accessDate : nullptr,
-                                 mChanges->content ? &mBefore.contentDate : nullptr);
+        if (mChanges == nullptr) return;
+        (void)mItem.SetDates(mChanges->access || mComeTogether ? &mBefore.accessDate : nullptr,
+                             mChanges->content || mComeTogether ? &mBefore.contentDate : nullptr);
     }
     ChangedDates(const ChangedDates&) = delete;
     ChangedDates& operator=(const ChangedDates&) = delete;
 
     [[nodiscard]] int Set(const Changes& inChanges) {
         if (!inChanges.HaveDates()) return 0;
-        const int error = mItem.SetDates(PointerTo(inChanges.access), PointerTo(inChanges.content));
+        const int error = mItem.SetDates(DateOf(inChanges.access, mBefore.accessDate),
+                                         DateOf(inChanges.content, mBefore.contentDate));
         if (error == 0) mChanges = &inChanges;
         return error;
     }
     void Stay() noexcept { mChanges = nullptr; }
 
   private:
+    const os::Moment* DateOf(const std::optional<os::Moment>& inNew, const os::Moment& inBefore) const {
+        if (inNew) return &*inNew;
+        return mComeTogether ? &inBefore : nullptr;
+    }
+
     const HeldItem& mItem;
     const os::ItemStatus& mBefore;
+    // Drivers of users' own may take no notice of a date that comes alone; they tell no births either.
+    const bool mComeTogether = mBefore.identity.birthNanos == 0;
     const Changes* mChanges = nullptr;
 };
 

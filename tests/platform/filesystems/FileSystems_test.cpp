@@ -183,6 +183,21 @@ TEST_P(FileSystems, CopiesShareWhatTheFileSystemCanShare) {
     EXPECT_EQ(mSystem.sharesExtents, IsShared(mFolder / "b"));
 }
 
+TEST_P(FileSystems, OneDateAlone) {
+    const std::string path = mFolder.MakeFile("a");
+    FileWorld::SetTimes(path, {1'000'000'000, 0}, {1'100'000'000, 0});
+    const FSCatalogInfo before = InfoOf(path, kFSCatInfoAllDates);
+    const FSRef ref = RefOf(path);
+    FSCatalogInfo info = before;
+    info.contentModDate.lowSeconds += 200;
+    ASSERT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoContentMod, &info));
+    info.accessDate.lowSeconds += 400;
+    ASSERT_EQ(noErr, FSSetCatalogInfo(&ref, kFSCatInfoAccessDate, &info));
+    const FSCatalogInfo after = InfoOf(path, kFSCatInfoAllDates);
+    EXPECT_EQ(before.contentModDate.lowSeconds + 200, +after.contentModDate.lowSeconds);
+    EXPECT_EQ(before.accessDate.lowSeconds + 400, +after.accessDate.lowSeconds);
+}
+
 TEST_P(FileSystems, Case) {
     const FSRef item = RefOf(MakeWithCompanion("", "a"));
     EXPECT_EQ(mSystem.foldsCase, FileWorld::Exists(mFolder / "A"));
