@@ -24,7 +24,7 @@ HFSUniStr255 NameOfSeed(UInt32 inSeed) {
     name.length = kSeedDigits;
     for (int i = 0; i < kSeedDigits; ++i) {
         const int shift = kBitsOfDigit * (kSeedDigits - 1 - i);
-        name.unicode[i] = static_cast<UniChar>("0123456789ABCDEF"[inSeed >> shift & 0xF]);
+        name.unicode[i] = static_cast<UniChar>(u"0123456789ABCDEF"[inSeed >> shift & 0xF]);
     }
     return name;
 }

@@ -34,7 +34,8 @@ class FolderList {
             HFSUniStr255 name;
             constexpr FSCatalogInfoBitmap kInfo =
                 kFSCatInfoNodeFlags | kFSCatInfoVolume | kFSCatInfoParentDirID | kFSCatInfoNodeID;
-            error = FSGetCatalogInfoBulk(mIterator, 1, &count, nullptr, kInfo, &info, nullptr, nullptr, &name);
+            error =
+                FSGetCatalogInfoBulk(mIterator, 1, &count, nullptr, kInfo, &info, nullptr, nullptr, &name);
             if (error != noErr || count != 1) continue;
             if (!inFilesOnly || (info.nodeFlags & kFSNodeIsDirectoryMask) == 0)
                 ioItems.push_back(TFSSpec(info, name));

@@ -49,12 +49,10 @@ Names NamesIn(std::string_view inContents) {
         const std::size_t end = std::min(inContents.find('\n'), inContents.size());
         const std::string_view line = WithoutBlanks(inContents.substr(0, end));
         inContents.remove_prefix(std::min(end + 1, inContents.size()));
-        if (line.starts_with('[')) {
-            if (isInEntry) break;
+        if (line.starts_with('['))
             isInEntry = line == "[Desktop Entry]";
-        } else if (isInEntry) {
+        else if (isInEntry)
             AddName(line, names);
-        }
     }
     return names;
 }
@@ -66,9 +64,8 @@ std::string NameInDesktopEntry(std::string_view inContents, const std::vector<La
     for (const Language& language : inLanguages) {
         const std::string country = language.country.empty() ? "" : '_' + language.country;
         const std::string modifier = language.modifier.empty() ? "" : '@' + language.modifier;
-        for (const std::string& key : {language.language + country + modifier, language.language + country,
-                                       language.language + modifier, language.language}) {
-            const auto found = names.find(key);
+        for (const std::string& rest : {country + modifier, country, modifier, std::string()}) {
+            const auto found = names.find(language.language + rest);
             if (found != names.end()) return found->second;
         }
     }

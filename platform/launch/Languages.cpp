@@ -16,7 +16,7 @@ constexpr std::size_t kMaxLanguages = 16;
 std::string TakeBehind(std::string_view& ioName, char inSign) {
     const std::size_t sign = ioName.rfind(inSign);
     if (sign == std::string_view::npos) return {};
-    const std::string behind(ioName.substr(sign + 1));
+    std::string behind(ioName.substr(sign + 1));
     ioName = ioName.substr(0, sign);
     return behind;
 }

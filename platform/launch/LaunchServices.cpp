@@ -73,13 +73,12 @@ OSStatus CopyItemInfo(const FSRef& inItem, LSRequestedInfo inWhich, LSItemInfoRe
     const bool wantsBasic = (inWhich & (kLSRequestBasicFlagsOnly | kLSRequestAllFlags)) != 0;
     const bool wantsKind = (inWhich & (kLSRequestAppTypeFlags | kLSRequestAllFlags)) != 0;
     const bool wantsCodes = (inWhich & kLSRequestTypeCreator) != 0;
-    const bool isFile = facts.item.status.kind == ItemKind::kFile;
     OSType type = facts.IsFolder() ? 0 : facts.finder.fileType;
     OSType creator = facts.IsFolder() ? 0 : facts.finder.fileCreator;
     const bool isPackage = facts.IsFolder() && (wantsBasic || wantsKind || wantsCodes) &&
                            IsPackage(facts.item, facts.name, facts.finder.finderFlags);
     if (isPackage) GetPackageCodes(facts.item, type, creator);
-    const bool isApplication = (isPackage || isFile) && type == kApplicationType;
+    const bool isApplication = type == kApplicationType;
     if (wantsBasic) info.flags |= BasicFlags(facts, isPackage);
     if (wantsBasic && isApplication) info.flags |= kLSItemInfoIsApplication;
     if (wantsKind && isApplication) info.flags |= kLSItemInfoIsNativeApp;

@@ -109,7 +109,7 @@ std::string LocalizedName(const FoundItem& inPackage, std::u16string_view inName
                                           language.language + '-' + language.country, language.language})
             for (const std::string_view resources : kResourceFolders) {
                 const std::string path = std::string(resources) + folder + ".lproj";
-                const std::string found = NameInFolder(inPackage, path);
+                std::string found = NameInFolder(inPackage, path);
                 if (!found.empty()) return found;
             }
     return {};

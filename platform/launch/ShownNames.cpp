@@ -17,7 +17,7 @@ namespace {
 using corefoundation::Owned;
 using os::ItemKind;
 
-constexpr std::size_t kMaxEntryBytes = 64 * 1024;
+constexpr std::size_t kMaxEntryBytes = std::size_t{64} * 1024;
 constexpr CFIndex kMaxShownUnits = 255;
 constexpr UInt16 kGroupAndOthersWrite = 022;
 constexpr UInt16 kAnyoneExecutes = 0111;

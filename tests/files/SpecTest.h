@@ -19,6 +19,9 @@ struct SpecImage {
 static_assert(sizeof(SpecImage) == sizeof(TFSSpec));
 static_assert(sizeof(void*) != 4 || sizeof(TFSSpec) == 96);
 
+constexpr OSType kText = 0x54455854;
+constexpr OSType kEditor = 0x65646974;
+
 class SpecTest : public FilesTest {
   protected:
     static SpecImage ImageOf(const TFSSpec& inSpec) {

@@ -8,9 +8,6 @@ namespace {
 
 using namespace test_files;
 
-constexpr OSType kText = 0x54455854;
-constexpr OSType kEditor = 0x65646974;
-
 class TFSSpecAnswersTest : public SpecTest {
   protected:
     static void SetFinderInfo(UInt32 inID, const FileInfo& inInfo) {

@@ -257,9 +257,9 @@ TEST_P(TFSSpecOnToolbox, FinderInformationAndDates) {
     EXPECT_EQ(0x54455854U, file.GetFileType());
     EXPECT_EQ(0x65646974U, file.GetFileCreator());
     EXPECT_TRUE(file.IsInvisible());
-    EXPECT_EQ(InfoOf(path, kFSCatInfoContentMod).contentModDate.lowSeconds,
-              file.GetModificationDate().lowSeconds + 0U);
-    EXPECT_EQ(1'100'000'000U + 2'082'844'800U, file.GetModificationDate().lowSeconds + 0U);
+    EXPECT_EQ(+InfoOf(path, kFSCatInfoContentMod).contentModDate.lowSeconds,
+              +file.GetModificationDate().lowSeconds);
+    EXPECT_EQ(1'100'000'000U + 2'082'844'800U, +file.GetModificationDate().lowSeconds);
     EXPECT_TRUE(Spec(".hidden").IsInvisible());
 }
 

@@ -44,9 +44,10 @@ class UFSSpecContentsTest : public SpecTest {
 
 TEST_F(UFSSpecContentsTest, GetFolderContents) {
     EXPECT_EQ((Log{"-1 20 file", "-1 40 "}), Fields(Contents(mHereSpec)));
-    EXPECT_EQ((Log{"PBMakeFSRefSync(-1, 20, )", "FSOpenIterator(20, 0)", "FSGetCatalogInfoBulk(20, 1, 30)",
-                   "FSGetCatalogInfoBulk(20, 1, 30)", "FSGetCatalogInfoBulk(20, 1, 30)", "FSCloseIterator(20)"}),
-              Asked());
+    EXPECT_EQ(
+        (Log{"PBMakeFSRefSync(-1, 20, )", "FSOpenIterator(20, 0)", "FSGetCatalogInfoBulk(20, 1, 30)",
+             "FSGetCatalogInfoBulk(20, 1, 30)", "FSGetCatalogInfoBulk(20, 1, 30)", "FSCloseIterator(20)"}),
+        Asked());
     EXPECT_EQ(Log{"-1 20 file"}, Fields(Contents(mHereSpec, true)));
     Items items(1, mFileSpec);
     EXPECT_EQ(noErr, UFSSpec::GetFolderContents(mFolderSpec, items, false));
@@ -98,7 +99,8 @@ TEST_F(UFSSpecContentsTest, ExpandFolderContentsWithoutInvisibleItems) {
     fakes::PutFolder(50, kThere, ".folder");
     fakes::PutFile(51, 50, "shown");
     Hide(kFile);
-    const Items items = {mHereSpec, TFSSpec(fakes::RefOf(32)), mFileSpec, TFSSpec(fakes::RefOf(50)), mFolderSpec};
+    const Items items = {mHereSpec, TFSSpec(fakes::RefOf(32)), mFileSpec, TFSSpec(fakes::RefOf(50)),
+                         mFolderSpec};
     EXPECT_EQ((Log{"-1 50 shown", "-1 40 inner"}), Expanded(items));
     EXPECT_EQ((Log{"-1 20 .hidden", "-1 20 file", "-1 21 .top", "-1 20 file", "-1 50 shown", "-1 40 inner"}),
               Expanded(items, 10, true));
@@ -107,8 +109,8 @@ TEST_F(UFSSpecContentsTest, ExpandFolderContentsWithoutInvisibleItems) {
 TEST_F(UFSSpecContentsTest, ExpandFolderContentsAsksForNoMore) {
     (void)Expanded({mFolderSpec}, 0, true);
     EXPECT_EQ((Log{"PBMakeFSRefSync(-1, 40, )", "FSGetCatalogInfo(40, 2)", "PBMakeFSRefSync(-1, 40, )",
-                   "FSOpenIterator(40, 0)", "FSGetCatalogInfoBulk(40, 1, 30)", "FSGetCatalogInfoBulk(40, 1, 30)",
-                   "FSCloseIterator(40)"}),
+                   "FSOpenIterator(40, 0)", "FSGetCatalogInfoBulk(40, 1, 30)",
+                   "FSGetCatalogInfoBulk(40, 1, 30)", "FSCloseIterator(40)"}),
               Asked());
 }
 
@@ -186,9 +188,8 @@ TEST_F(UFSSpecContentsTest, CleanTempItemsTakesNoPrefixForAll) {
     fakes::PutFile(50, fakes::kTemporary, "abc");
     (void)Asked();
     for (const char* const prefix : {"", "\1\xFF"})
-        EXPECT_EQ(paramErr, Thrown([&] {
-                      UFSSpec::CleanTempItems(reinterpret_cast<const unsigned char*>(prefix));
-                  }));
+        EXPECT_EQ(paramErr,
+                  Thrown([&] { UFSSpec::CleanTempItems(reinterpret_cast<const unsigned char*>(prefix)); }));
     EXPECT_EQ(paramErr, Thrown([] { UFSSpec::CleanTempItems(nullptr); }));
     EXPECT_EQ(Log(), Asked()) << "nothing is done";
 }

@@ -226,7 +226,7 @@ TEST_P(UFSSpecOnToolbox, CatalogInfo) {
     UFSSpec::GetCatalogInfo(Spec("file"), info, kFSCatInfoGettableInfo);
     info.backupDate = {0, 0xC0000000, 0};
     UFSSpec::SetCatalogInfo(Spec("file"), info, kFSCatInfoBackupDate);
-    EXPECT_EQ(0xC0000000, InfoOf(mFolder / "file", kFSCatInfoBackupDate).backupDate.lowSeconds + 0U);
+    EXPECT_EQ(0xC0000000, +InfoOf(mFolder / "file", kFSCatInfoBackupDate).backupDate.lowSeconds);
     EXPECT_EQ(errFSBadInfoBitmap, Thrown([&] { UFSSpec::SetCatalogInfo(Spec("file"), info, 0x80000000); }));
 }
 

@@ -11,9 +11,6 @@ namespace {
 
 using namespace test_files;
 
-constexpr unsigned long kText = 0x54455854;
-constexpr unsigned long kEditor = 0x65646974;
-
 class UFSSpecTest : public SpecTest {
   protected:
     static bool IsBundle(FSRef inRef) { return UFSSpec::IsBundle(inRef); }

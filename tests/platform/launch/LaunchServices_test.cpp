@@ -178,7 +178,8 @@ TEST_P(LaunchServicesTest, TrustedDesktopEntries) {
     const std::string entry =
         "# comment\n[Desktop Entry]\r\nType=Application\nName=Editor\n"
         "Name[de]=Schreiber\nName[de_AT] = \xC3\x96sterreichischer Schreiber \n"
-        "[Other]\nName[de_AT]=wrong\n";
+        "Name[ca@valencia]=Escriptor\n"
+        "[Other]\nName[de_AT]=wrong\nName[fr]=wrong\n";
     MakeEntry("editor.desktop", entry);
     EXPECT_EQ("\xC3\x96sterreichischer Schreiber", Shown("editor.desktop"));
     mVariables["LANG"] = "de_CH";
@@ -192,6 +193,10 @@ TEST_P(LaunchServicesTest, TrustedDesktopEntries) {
     EXPECT_EQ("Editor", Shown("editor.desktop")) << "which is English";
     mVariables["LANGUAGE"] = "../de:de";
     EXPECT_EQ("Schreiber", Shown("editor.desktop"));
+    mVariables["LANGUAGE"] = "ca_ES@valencia";
+    EXPECT_EQ("Escriptor", Shown("editor.desktop"));
+    mVariables["LANGUAGE"] = "fr";
+    EXPECT_EQ("Editor", Shown("editor.desktop")) << "what follows the entry is not of it";
 }
 
 TEST_P(LaunchServicesTest, DesktopEntriesThatAreNotTrusted) {
@@ -280,6 +285,10 @@ TEST_P(LaunchServicesTest, PlacesOfTranslations) {
     }
     MakeApplication("Editor.app", strings, "de_CH");
     EXPECT_EQ("Editor.app", Shown("Editor.app"));
+    MakeApplication("Editor.app", strings, "sub/de");
+    mVariables["LANGUAGE"] = "sub/de";
+    EXPECT_EQ("Editor.app", Shown("Editor.app")) << "which is no language";
+    mVariables["LANGUAGE"] = "";
     // What is outside of it does not count, nor is a folder that is no package looked into.
     mFolder.MakeFile("outside", strings);
     mFolder.MakeFolder("Editor.app/Contents/Resources/de.lproj");

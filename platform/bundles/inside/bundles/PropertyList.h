@@ -10,10 +10,11 @@ namespace toolbox::corefoundation {
 
 // What a property list may ask of its reader; more is refused, lest a small file takes all memory or the
 // stack.
-constexpr std::size_t kMaxPropertyListBytes = 1024 * 1024;
+constexpr std::size_t kMaxPropertyListBytes = std::size_t{1024} * 1024;
 constexpr std::size_t kMaxContainers = 4096;  // dictionaries and arrays, counted as often as read
 constexpr std::size_t kMaxContainerDepth = 256;
-constexpr std::size_t kMaxUnpackedBytes = 16 * 1024 * 1024;  // of all values, each with some for itself
+constexpr std::size_t kMaxUnpackedBytes =
+    std::size_t{16} * 1024 * 1024;  // of all values, each with some for itself
 
 // Whether reading the bytes stays inside those limits, but for the depth of XML; they need not be a property
 // list. False also for a binary one that makes no sense, and for keys that would end its reader: those that
