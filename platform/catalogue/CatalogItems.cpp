@@ -100,20 +100,18 @@ bool DeleteNear(const FSRef& inRef) {
            DeleteUnlockedItem(item.ItemPlace(), item.Status(), isLocked) == 0;
 }
 
-OSStatus DeleteFound(const FoundItem& inItem) {
-    Place place;
+OSStatus DeleteAt(const Place& inPlace, const FoundItem& inItem) {
     bool isLocked = false;
-    const OSStatus status = OpenItem(inItem, place, LockCheck::kByCaller);
-    if (status != noErr) return status;
-    const int error = DeleteUnlockedItem(place, inItem.status, isLocked);
+    const int error = DeleteUnlockedItem(inPlace, inItem.status, isLocked);
     return isLocked ? OSStatus{fLckdErr} : StatusOfChange(error, inItem);
 }
 
 OSStatus Delete(const FSRef& inRef) {
     if (DeleteNear(inRef)) return noErr;
     FoundItem item;
-    const OSStatus status = FindByRef(inRef, item);
-    return status == noErr ? DeleteFound(item) : status;
+    Place place;
+    const OSStatus status = OpenItemOfRef(inRef, item, place, LockCheck::kByCaller);
+    return status == noErr ? DeleteAt(place, item) : status;
 }
 
 OSStatus Move(const FSRef& inRef, const FSRef& inFolder, FSRef* outRef) {
@@ -213,8 +211,10 @@ OSStatus MakeFolder(SInt16 inVolume, SInt32 inFolderID, ConstStr255Param inName,
 
 OSStatus DeleteBySpec(const FSSpec& inSpec) {
     FoundItem item;
-    const OSStatus status = FindBySpec(inSpec, item);
-    return status == noErr ? DeleteFound(item) : status;
+    Place place;
+    OSStatus status = FindBySpec(inSpec, item);
+    if (status == noErr) status = OpenItem(item, place, LockCheck::kByCaller);
+    return status == noErr ? DeleteAt(place, item) : status;
 }
 
 }  // namespace

@@ -24,6 +24,21 @@ OSStatus CheckMayGo(const Place& inPlace, const os::ItemStatus& inItem, LockChec
     return isHere ? CheckUnlocked(inPlace, inItem) : status;
 }
 
+// By the name that the reference means, in its folder, which is opened where it was met. False where the item
+// is not there: then it is to be found in the ordinary way.
+bool OpenWhereMet(const FSRef& inRef, FoundItem& outItem, Place& outPlace) {
+    RememberedPlace remembered;
+    FoundItem folder;
+    Place place;
+    if (!GetRememberedPlace(inRef, remembered) || !OpenKnownFolder(remembered.folder, folder, place))
+        return false;
+    place.name = std::move(remembered.name);
+    if (FindAtPlace(folder, place, outItem) != noErr) return false;
+    const bool isIt = outItem.status.identity.IsSameItem(remembered.item) && !IsDescriptorPath(outItem.path);
+    if (isIt) outPlace = std::move(place);
+    return isIt;
+}
+
 }  // namespace
 
 OSStatus OpenFolderOfRef(const FSRef& inRef, FoundItem& outFolder, Place& outPlace) {
@@ -40,9 +55,10 @@ OSStatus OpenItem(const FoundItem& inItem, Place& outPlace, LockCheck inLockChec
     return status == noErr ? CheckMayGo(outPlace, inItem.status, inLockCheck) : status;
 }
 
-OSStatus OpenItemOfRef(const FSRef& inRef, FoundItem& outItem, Place& outPlace) {
+OSStatus OpenItemOfRef(const FSRef& inRef, FoundItem& outItem, Place& outPlace, LockCheck inLockCheck) {
+    if (OpenWhereMet(inRef, outItem, outPlace)) return CheckMayGo(outPlace, outItem.status, inLockCheck);
     const OSStatus status = FindByRef(inRef, outItem);
-    return status == noErr ? OpenItem(outItem, outPlace) : status;
+    return status == noErr ? OpenItem(outItem, outPlace, inLockCheck) : status;
 }
 
 OSStatus MoveTo(FoundItem& ioItem, const Place& inPlace, const std::string& inFolderPath, Place& ioNewPlace,

@@ -17,7 +17,8 @@ namespace toolbox::files {
 enum class LockCheck { kHere, kByCaller };
 [[nodiscard]] OSStatus OpenItem(const FoundItem& inItem, Place& outPlace,
                                 LockCheck inLockCheck = LockCheck::kHere);
-[[nodiscard]] OSStatus OpenItemOfRef(const FSRef& inRef, FoundItem& outItem, Place& outPlace);
+[[nodiscard]] OSStatus OpenItemOfRef(const FSRef& inRef, FoundItem& outItem, Place& outPlace,
+                                     LockCheck inLockCheck = LockCheck::kHere);
 
 // A folder as a place without a name. dirNFErr when it is gone, errFSNotAFolder when it is none.
 [[nodiscard]] OSStatus OpenFolderOfRef(const FSRef& inRef, FoundItem& outFolder, Place& outPlace);

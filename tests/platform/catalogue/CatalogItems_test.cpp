@@ -1,6 +1,7 @@
 #include "Failures.h"
 #include "ItemChanges.h"
 #include "os/SystemCalls_test_access.h"
+#include "os/Descriptor.h"
 #include "support/CountedCalls.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
@@ -306,6 +307,42 @@ TEST_P(CatalogItems, LooksForANewFile) {
     const CountedCalls calls;
     EXPECT_EQ(noErr, MakeFile(folder, u"a"));
     EXPECT_NE(std::string::npos, calls.Made().find("statx 3")) << calls.Made();
+}
+
+// Whoever has the name by now stays, and who had it is found wherever it is.
+TEST_P(CatalogItems, AnotherThatHasItsName) {
+    const FSRef deleted = RefOf(mFolder.MakeFile("a", "old a"));
+    const FSRef renamed = RefOf(mFolder.MakeFile("b", "old b"));
+    const FSRef gone = RefOf(mFolder.MakeFile("c", "old c"));
+    for (const std::string name : {"a", "b", "c"}) {
+        FileWorld::Rename(mFolder / name, mFolder / ("was " + name));
+        mFolder.MakeFile(name, "new");
+    }
+    FileWorld::Remove(mFolder / "was c");
+    EXPECT_EQ(noErr, FSDeleteObject(&deleted));
+    EXPECT_EQ(noErr, Rename(renamed, u"d"));
+    EXPECT_EQ(fnfErr, FSDeleteObject(&gone));
+    EXPECT_EQ(fnfErr, Rename(gone, u"e"));
+    EXPECT_EQ("a=new, b=new, c=new, d=old b, ", Picture());
+}
+
+TEST_P(CatalogItems, WhatIsOnlyOpen) {
+    const std::string path = mFolder.MakeFile("a");
+    toolbox::os::Descriptor file;
+    ASSERT_EQ(0, toolbox::os::OpenFile(path.c_str(), O_RDONLY, file));
+    FileWorld::Remove(path);
+    const FSRef ref = RefOf("/proc/self/fd/" + std::to_string(file.Number()));
+    EXPECT_EQ(fnfErr, FSDeleteObject(&ref)) << "it has no name";
+    EXPECT_EQ(fnfErr, Rename(ref, u"b"));
+}
+
+// The folder, the item in it, and what may be beside it before and after; however deep it lies.
+TEST_P(CatalogItems, LooksAtWhatIsDeleted) {
+    mFolder.MakeFolder("1/2/3/4");
+    const FSRef file = RefOf(mFolder.MakeFile("1/2/3/4/file"));
+    const CountedCalls calls;
+    EXPECT_EQ(noErr, FSDeleteObject(&file));
+    EXPECT_EQ("openat 3, close 1, statx 2, unlinkat 1", calls.Made());
 }
 
 // Another program puts its file in the place of the new one.
