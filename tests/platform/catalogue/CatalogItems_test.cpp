@@ -1,7 +1,7 @@
 #include "Failures.h"
 #include "ItemChanges.h"
-#include "os/SystemCalls_test_access.h"
 #include "os/Descriptor.h"
+#include "os/SystemCalls_test_access.h"
 #include "support/CountedCalls.h"
 #include "support/FailingCalls.h"
 #include "support/FailingNew.h"
