@@ -195,7 +195,8 @@ int ExchangedForks::Prepare(const FileAtExchange& inFile1, const FileAtExchange&
     mSides[1] = std::make_unique<Side>(isInOrder ? inFile2 : inFile1);
     Side& side1 = *mSides[0];
     Side& side2 = *mSides[1];
-    int error = side1.Take();
+    int error = mFolders.Lock(inFile1.place, inFile2.place);
+    if (error == 0) error = side1.Take();
     if (error == 0) error = side2.Take();
     if (error != 0 || (side1.forkBytes == 0 && side2.forkBytes == 0)) return error;
     if (AreCompanionsAllowed() == 0) return kNotAllowed;

@@ -100,7 +100,7 @@ TEST_P(ExchangingForks, BothAreLockedInOneOrder) {
     CallsForTesting().flock = [](int inDescriptor, int inOperation) {
         ItemStatus status;
         EXPECT_EQ(0, GetDescriptorStatus(inDescriptor, status));
-        sLocked.push_back(status.identity.inode);
+        if (status.kind == ItemKind::kFile) sLocked.push_back(status.identity.inode);
         return sReal.flock(inDescriptor, inOperation);
     };
     const std::uint64_t a = FileWorld::StatusOf(mFolder / "._a").stx_ino;
@@ -134,6 +134,23 @@ TEST_P(ExchangingForks, BothAreLockedInOneOrder) {
         ASSERT_EQ(0, OpenFile(AT_FDCWD, (mFolder / name).c_str(), O_RDONLY, file));
         EXPECT_EQ(-1, Calls().flock(file.Number(), LOCK_EX | LOCK_NB)) << name << " with the intent in it";
     }
+}
+
+// Nobody moves anything there meanwhile.
+TEST_P(ExchangingForks, TheFoldersAreLockedToo) {
+    Descriptor folder;
+    const auto isLocked = [&](const std::string& inPath) {
+        EXPECT_EQ(0, OpenFile(AT_FDCWD, inPath.c_str(), O_RDONLY | O_DIRECTORY, folder));
+        return Calls().flock(folder.Number(), LOCK_EX | LOCK_NB) != 0;
+    };
+    {
+        ExchangedForks forks;
+        ASSERT_EQ(0, Prepare(forks));
+        EXPECT_TRUE(isLocked(mFolder.Path()));
+        EXPECT_TRUE(isLocked(mFolder / "sub"));
+    }
+    EXPECT_FALSE(isLocked(mFolder.Path()));
+    EXPECT_FALSE(isLocked(mFolder / "sub"));
 }
 
 // Who comes to it as soon as it has its name finds it locked.

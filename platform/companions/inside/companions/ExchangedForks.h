@@ -30,11 +30,11 @@ class ExchangedForks {
     ExchangedForks& operator=(const ExchangedForks&) = delete;
 
     // Once. From then on nobody else writes either companion, nor makes one where there is none, as
-    // NoNewCompanions tells. Of two files without resource forks nothing is written. ENOTSUP where forks
-    // cannot change places: a companion cannot hold both, or may not be had; forks of more than 64 MB
-    // together; files of two owners; on a file system that does not lock files, or tells no birth of one.
-    // EBUSY when another is about a companion for seconds. Other errors are an errno of what failed, with
-    // nothing changed. May throw std::bad_alloc.
+    // NoNewCompanions tells; nor does anybody move an item to or from the two folders. Of two files without
+    // resource forks nothing is written. ENOTSUP where forks cannot change places: a companion cannot hold
+    // both, or may not be had; forks of more than 64 MB together; files of two owners; on a file system that
+    // does not lock files, or tells no birth of one. EBUSY when another is about a companion for seconds.
+    // Other errors are an errno of what failed, with nothing changed. May throw std::bad_alloc.
     [[nodiscard]] int Prepare(const FileAtExchange& inFile1, const FileAtExchange& inFile2);
 
     // Once the names are exchanged: EBUSY when another process meanwhile made a companion where there was
@@ -54,6 +54,7 @@ class ExchangedForks {
 
     // Before the locks of companions, as who moves an item does it.
     std::optional<NoNewCompanions> mNoOthers;
+    LockedNames mFolders;
     std::unique_ptr<Side> mSides[2];  // in the order in which they are locked
     Names mNames = Names::kAsBefore;
 };
