@@ -6,6 +6,7 @@
 #include <sys/sysinfo.h>
 #include <toolbox/CatalogInfo.h>
 #include <toolbox/Files.h>
+#include <toolbox/LaunchServices.h>
 #include <toolbox/Processes.h>
 #include <toolbox/Timer.h>
 #include <unistd.h>
@@ -81,12 +82,38 @@ UInt32 BytesFree() {
     return Clamped(static_cast<UInt64>(info.freeram) * info.mem_unit);
 }
 
-OSErr FindProgram(const std::string& inPath, FSSpec& outFile) {
+OSStatus Find(const std::string& inPath, FSRef& outItem) {
     if (inPath.empty()) return fnfErr;
-    FSRef program;
-    const OSStatus status = FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath.c_str()), &program, nullptr);
+    return FSPathMakeRef(reinterpret_cast<const UInt8*>(inPath.c_str()), &outItem, nullptr);
+}
+
+// What is a package if the program is one's; empty when the program lies elsewhere.
+std::string PackagePath(std::string_view inProgramPath) {
+    const std::string_view folder = inProgramPath.substr(0, inProgramPath.rfind('/'));
+    for (const std::string_view place : {"/Contents/Linux", "/Contents/MacOS"})
+        if (folder.ends_with(place)) return std::string(folder.substr(0, folder.size() - place.size()));
+    return {};
+}
+
+// The program's package when it has one, else the program.
+OSStatus FindApplication(const std::string& inProgramPath, FSRef& outItem) {
+    const std::string path = PackagePath(inProgramPath);
+    if (path.empty()) return Find(inProgramPath, outItem);
+    OSStatus status = Find(path, outItem);
+    if (status != noErr) return status;
+    LSItemInfoRecord info;
+    status = LSCopyItemInfoForRef(&outItem, kLSRequestBasicFlagsOnly, &info);
+    if (status != noErr) return status;
+    // No folder holds a volume.
+    constexpr LSItemInfoFlags kKinds = kLSItemInfoIsPackage | kLSItemInfoIsVolume;
+    return (info.flags & kKinds) == kLSItemInfoIsPackage ? OSStatus{noErr} : Find(inProgramPath, outItem);
+}
+
+OSErr DescribeApplication(const std::string& inProgramPath, FSSpec& outFile) {
+    FSRef application;
+    const OSStatus status = FindApplication(inProgramPath, application);
     if (status != noErr) return static_cast<OSErr>(status);
-    return FSGetCatalogInfo(&program, kFSCatInfoNone, nullptr, nullptr, &outFile, nullptr);
+    return FSGetCatalogInfo(&application, kFSCatInfoNone, nullptr, nullptr, &outFile, nullptr);
 }
 
 void CopyName(std::string_view inPath, StringPtr outName) {
@@ -104,7 +131,7 @@ OSErr DescribeProgram(ProcessInfoRec& ioInfo) {
     std::string path;
     (void)os::GetExecutablePath(path);  // empty when it cannot be told
     if (ioInfo.processAppSpec != nullptr) {
-        const OSErr error = FindProgram(path, *ioInfo.processAppSpec);
+        const OSErr error = DescribeApplication(path, *ioInfo.processAppSpec);
         if (error != noErr) return error;
     }
     if (ioInfo.processName != nullptr) CopyName(path, ioInfo.processName);

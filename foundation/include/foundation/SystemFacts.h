@@ -10,7 +10,8 @@
 extern "C" {
 #endif
 
-// The file of the running application. outFile is untouched on failure, and must not be null.
+// The file of the running application; its package when it has one (GetProcessInformation). outFile is
+// untouched on failure, and must not be null.
 [[nodiscard]] MIRTAL_EXPORT OSErr GetAppFSSpec(FSSpec* outFile);
 
 // What Gestalt answers to a selector; 0 when it answers an error.

@@ -33,15 +33,19 @@ typedef struct ProcessInfoRec {
     ProcessSerialNumber processLauncher;  // no process
     UInt32 processLaunchDate;             // on the clock of TickCount
     UInt32 processActiveTime;             // ticks of processor time used
-    FSSpecPtr processAppSpec;             // in: room for the program's file, or null
+    FSSpecPtr processAppSpec;             // in: room for the application, or null
 } ProcessInfoRec;
 
 // The serial number of this process. paramErr for a null argument.
 TOOLBOX_MUST_USE OSErr GetCurrentProcess(ProcessSerialNumber* outNumber);
 
 // What there is to know of this process, by its serial number or { 0, kCurrentProcess }. procNotFound for any
-// other; paramErr for a null argument or another length; when the program's file is asked for, what the File
+// other; paramErr for a null argument or another length; when the application is asked for, what the File
 // Manager answers about it. Nothing is filled then.
+//
+// The application is the program's file; of a program in "Contents/Linux" or "Contents/MacOS" of a package
+// (kLSItemInfoIsPackage) it is the package, and so the folder that it is in holds the package. The name is
+// the program's, and the application's resources are those of the program's file (toolbox/Resources.h).
 TOOLBOX_MUST_USE OSErr GetProcessInformation(const ProcessSerialNumber* inNumber, ProcessInfoRec* ioInfo);
 
 // Ends the process with exit status 0: resource files are updated and closed, then everything that was

@@ -41,6 +41,15 @@ TEST_P(ApplicationTest, ForkOfTheExecutableComesFirst) {
     EXPECT_EQ("its own", TextOf(GetResource(kText, 1)));
 }
 
+TEST_P(ApplicationTest, InAPackageTheyAreThoseOfTheExecutable) {
+    mFolder.MakeFolder("My.app/Contents/Linux");
+    mProgram.Put(mFolder.MakeFile("My.app/Contents/Linux/application"));
+    toolbox::resources::StartAnew();
+    MakeFile("My.app.rsrc", {ImageOf(kText, 1, "of the package")});
+    MakeFile("My.app/Contents/Linux/application.rsrc", {ImageOf(kText, 1, "of the executable")});
+    EXPECT_EQ("of the executable", TextOf(GetResource(kText, 1)));
+}
+
 TEST_P(ApplicationTest, IsAtTheEndOfTheChain) {
     MakeFile("application.rsrc", {ImageOf(kText, 1, "beside")});
     Open(MakeFile("other", {ImageOf(kText, 1, "other")}));

@@ -1,4 +1,9 @@
 #include "os/SystemCalls_test_access.h"
+#include "platform/catalogue/CatalogTest.h"
+#include "support/FailEach.h"
+#include "support/FailingCalls.h"
+#include "support/FailingNew.h"
+#include "support/FileWorld.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
 
@@ -149,6 +154,127 @@ TEST_F(ProcessInformationTest, TheSystemDoesNotTell) {
     ASSERT_EQ(noErr, GetProcessInformation(&kCurrent, &mInfo));
     EXPECT_EQ(0U, mInfo.processFreeMem);
     EXPECT_EQ(0U, mInfo.processSize);
+}
+
+class PackagedProcessTest : public test_files::CatalogItemsTest<support::FileWorldTest> {
+  protected:
+    ~PackagedProcessTest() override { EXPECT_EQ(mDescriptors, OpenDescriptorCount()); }
+
+    // Makes the program.
+    void Run(const std::string& inFolder) {
+        mFolder.MakeFolder(inFolder);
+        mProgram.Put(mFolder.MakeFile(inFolder + "/program"));
+    }
+    OSErr Ask() {
+        ProcessInfoRec info = {};
+        info.processInfoLength = kProcessInfoLength;
+        info.processName = mName;
+        info.processAppSpec = &mFile;
+        return GetProcessInformation(&kCurrent, &info);
+    }
+    // The path of what is told as the application, from the test's folder on.
+    std::string Application() {
+        mFile = {};
+        mName[0] = 0;
+        const OSErr error = Ask();
+        if (error != noErr) return "status " + std::to_string(error);
+        EXPECT_EQ("program", std::string(reinterpret_cast<const char*>(mName) + 1, mName[0]));
+        const std::string path = PathOfSpec(mFile);
+        EXPECT_EQ(0U, path.find(mFolder.Path() + '/')) << path;
+        return path.substr(mFolder.Path().size() + 1);
+    }
+
+    std::size_t mDescriptors = OpenDescriptorCount();
+    test_files::RunningProgram mProgram;
+    Str255 mName = "";
+    FSSpec mFile = {};
+};
+INSTANTIATE_TEST_SUITE_P(Worlds, PackagedProcessTest, support::BothWorlds(), support::NameOfWorld);
+
+TEST_P(PackagedProcessTest, IsToldByItsPackage) {
+    Run("My.app/Contents/Linux");
+    EXPECT_EQ("My.app", Application());
+    EXPECT_EQ("My.app", test_files::NameOf(mFile));
+    const FSRef folder = RefOf(mFolder.Path());
+    FSCatalogInfo info = {};
+    EXPECT_EQ(noErr, FSGetCatalogInfo(&folder, kFSCatInfoNodeID, &info, nullptr, nullptr, nullptr));
+    EXPECT_EQ(info.nodeID, static_cast<UInt32>(mFile.parID)) << "the folder that holds the package";
+    Run("Other.APP/Contents/MacOS");
+    EXPECT_EQ("Other.APP", Application());
+    Run("Tool.bundle/Contents/Linux");
+    EXPECT_EQ("Tool.bundle", Application());
+}
+
+TEST_P(PackagedProcessTest, PackagesWithoutASuffix) {
+    Run("Game/Contents/Linux");
+    EXPECT_EQ("Game/Contents/Linux/program", Application()) << "a plain folder";
+    mFolder.MakeFile("Game/Contents/PkgInfo", "APPLgame");
+    EXPECT_EQ("Game", Application());
+}
+
+TEST_P(PackagedProcessTest, OtherPlacesInAPackage) {
+    for (const char* const folder :
+         {"My.app", "My.app/Contents", "My.app/Contents/Resources", "My.app/Contents/Linux/helpers",
+          "My.app/Linux", "My.app/contents/Linux", "My.app/NoContents/Linux", "My.app/Contents/NoLinux"}) {
+        Run(folder);
+        EXPECT_EQ(std::string(folder) + "/program", Application());
+    }
+}
+
+TEST_P(PackagedProcessTest, TheInnermostPackage) {
+    Run("Outer.app/Contents/Linux/Inner.app/Contents/MacOS");
+    EXPECT_EQ("Outer.app/Contents/Linux/Inner.app", Application());
+}
+
+TEST_P(PackagedProcessTest, TheProgramWasReplaced) {
+    Run("My.app/Contents/Linux");
+    mProgram.Put(mFolder / "My.app/Contents/Linux/program (deleted)");
+    EXPECT_EQ(noErr, Ask());
+    EXPECT_EQ(mFolder / "My.app", PathOfSpec(mFile)) << "its package is there still";
+    mFile = {1, 2, "\1x"};
+    mProgram.Put(mFolder / "Gone.app/Contents/Linux/program");
+    EXPECT_EQ(fnfErr, Ask());
+    EXPECT_EQ(1, mFile.vRefNum);
+}
+
+TEST_P(PackagedProcessTest, AtTheRoot) {
+    mProgram.Put("/Contents/Linux/mirtal-no-such-program");
+    EXPECT_EQ(dirNFErr, Ask());
+}
+
+TEST_P(PackagedProcessTest, AVolumeIsNoPackage) {
+    if (!mFolder.MayMount()) return;
+    const std::string volume = mFolder.MakeFolder("Disk.app");
+    ASSERT_EQ(0, mFolder.MountVolume(volume));
+    Run("Disk.app/Contents/Linux");
+    EXPECT_EQ("Disk.app/Contents/Linux/program", Application());
+}
+
+TEST_P(PackagedProcessTest, EveryCallFails) {
+    Run("My.app/Contents/Linux");
+    support::FailEach<test_files::FailingCalls>(
+        [&](const auto& inUnderFault) {
+            mFile = {1, 2, "\1x"};
+            OSErr error = noErr;
+            const bool isDelivered = inUnderFault([&] { error = Ask(); });
+            EXPECT_TRUE(isDelivered || error == noErr) << error;
+            if (error == noErr)
+                EXPECT_EQ(mFolder / "My.app", PathOfSpec(mFile));
+            else
+                EXPECT_EQ(1, mFile.vRefNum) << error;
+        },
+        EIO);
+}
+
+TEST_P(PackagedProcessTest, MemoryIsShort) {
+    Run("My.app/Contents/Linux");
+    support::FailEach<test_files::FailingNew>([&](const auto& inUnderFault) {
+        mFile = {1, 2, "\1x"};
+        OSErr error = noErr;
+        const bool isDelivered = inUnderFault([&] { error = Ask(); });
+        EXPECT_EQ(isDelivered ? memFullErr : noErr, error);
+        EXPECT_EQ(!isDelivered, mFile.vRefNum != 1);
+    });
 }
 
 }  // namespace
