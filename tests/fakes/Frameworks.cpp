@@ -190,6 +190,18 @@ CFURLRef CFURLCreateWithBytes(CFAllocatorRef inAllocator, const UInt8* inBytes, 
     return MakeURL(path);
 }
 
+// The path ends where the first NUL is, or with the bytes.
+CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef inAllocator, const UInt8* inPath,
+                                                 CFIndex inByteCount, Boolean inIsDirectory) {
+    CheckAllocator(inAllocator);
+    const std::string bytes(inPath, inPath + inByteCount);
+    const std::string path = bytes.substr(0, bytes.find('\0'));
+    return LogAndFail("CFURLCreateFromFileSystemRepresentation(" + path + ", " + std::to_string(inByteCount) +
+                      ", " + std::to_string(inIsDirectory) + ")")
+               ? nullptr
+               : MakeURL(path);
+}
+
 Boolean CFURLGetFSRef(CFURLRef inURL, FSRef* outRef) {
     const URL* const url = FindURL(inURL, "CFURLGetFSRef");
     if (LogAndFail("CFURLGetFSRef(" + (url != nullptr ? url->path : "") + ")") || url == nullptr)
@@ -263,6 +275,12 @@ void CFBundleGetPackageInfo(CFBundleRef inBundle, UInt32* outPackageType, UInt32
     if (bundle == nullptr) return;
     *outPackageType = bundle->framework.packageType;
     *outCreator = bundle->framework.creator;
+}
+
+UInt32 CFBundleGetVersionNumber(CFBundleRef inBundle) {
+    Log("CFBundleGetVersionNumber()");
+    const Bundle* const bundle = FindBundle(inBundle, "CFBundleGetVersionNumber");
+    return bundle != nullptr ? bundle->framework.version : 0;
 }
 
 Boolean CFBundleLoadExecutable(CFBundleRef inBundle) {

@@ -16,6 +16,7 @@ struct ScriptedFramework {
     bool loads = true;  // what loading the executable answers
     OSType packageType = 0;
     OSType creator = 0;
+    UInt32 version = 0;
 };
 
 // Into the public or the private folder; replaces one of the same name.

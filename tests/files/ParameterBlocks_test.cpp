@@ -2,6 +2,7 @@
 #include <toolbox/HParamBlocks.h>
 #include <toolbox/ItemLookup.h>
 #include <toolbox/MountRecords.h>
+#include <toolbox/Processes.h>
 #include <toolbox/VolumeAttributes.h>
 
 #include <cstddef>
@@ -60,6 +61,17 @@ TEST(ParameterBlocks, OfFiles) {
 TEST(ParameterBlocks, OfLookUps) {
     EXPECT_EQ(OnHost(72, 120), sizeof(FSRefParam));
     EXPECT_EQ(OnHost(16, 28), offsetof(FSRefParam, ioResult));
+}
+
+TEST(ParameterBlocks, OfProcesses) {
+    EXPECT_EQ(OnHost(60, 80), sizeof(ProcessInfoRec));
+    EXPECT_EQ(60, kProcessInfoLength);
+    EXPECT_EQ(OnHost(4, 8), offsetof(ProcessInfoRec, processName));
+    EXPECT_EQ(OnHost(8, 16), offsetof(ProcessInfoRec, processNumber));
+    EXPECT_EQ(OnHost(16, 24), offsetof(ProcessInfoRec, processType));
+    EXPECT_EQ(OnHost(28, 40), offsetof(ProcessInfoRec, processLocation));
+    EXPECT_EQ(OnHost(40, 56), offsetof(ProcessInfoRec, processLauncher));
+    EXPECT_EQ(OnHost(56, 72), offsetof(ProcessInfoRec, processAppSpec));
 }
 
 TEST(ParameterBlocks, OfMounts) {
