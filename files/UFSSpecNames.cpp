@@ -9,7 +9,7 @@
 #include <toolbox/MacErrors.h>
 #include <toolbox/QuickDraw.h>
 
-#include <cstdio>
+#include <string>
 
 namespace {
 
@@ -56,9 +56,8 @@ TCFString CleanName(const TCFString& inName) {
 }
 
 TCFString Numbered(const TCFString& inBase, int inNumber, const TCFString& inSuffix) {
-    char number[16];
-    (void)std::snprintf(number, sizeof number, "[%d]", inNumber);
-    const TCFString mark(number, TCFString::DefaultEncoding());
+    const std::string number = '[' + std::to_string(inNumber) + ']';
+    const TCFString mark(number.c_str(), TCFString::DefaultEncoding());
     RefuseEmptyName(mark, false, memFullErr);
     return FittingName(inBase, mark + inSuffix);
 }

