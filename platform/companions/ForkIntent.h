@@ -25,9 +25,9 @@
 namespace toolbox::files {
 
 struct ForkIntent {
+    // Of which the devices do not count: they are others when the machine starts anew.
     os::ItemIdentity own;
-    os::ItemIdentity
-        other;  // of which the devices do not count: they are others when the machine starts anew
+    os::ItemIdentity other;
     mode_t mode = 0;
 };
 

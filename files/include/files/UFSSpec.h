@@ -40,9 +40,8 @@ class MIRTAL_EXPORT UFSSpec {
     static TFSSpec MoveRename(const TFSSpec& inSource, const TFSSpec& inDestination);
 
     //   inThrowOnError    else nothing tells of a failure
-    //   inDeleteContents  of a folder what is in it before, with files/Containers.h's promises; else one that
-    //   is not
-    //                     empty stays
+    //   inDeleteContents  of a folder what is in it before, with files/Containers.h's promises; else one
+    //                     that is not empty stays
     static void Delete(const TFSSpec& inSpec, bool inThrowOnError, bool inDeleteContents);
 
     // dupFNErr where something has the name.
@@ -68,8 +67,7 @@ class MIRTAL_EXPORT UFSSpec {
                                                  bool inFilesOnly);
     // Puts the files of each folder in its place; folders in it go, whatever the depth.
     //   inDepth             not used for that reason
-    //   inIncludeInvisible  else invisible items (TFSSpec::IsInvisible) go as well, but for folders' own
-    //   flags
+    //   inIncludeInvisible  else invisible items (TFSSpec::IsInvisible) go as well, but for folders' flags
     // ioItems is as it was when something is thrown.
     static void ExpandFolderContents(std::vector<TFSSpec>& ioItems, long inDepth, bool inIncludeInvisible);
     // As a list of files does: FinderCompareNames. Each name is asked for once. Those that are equal may
