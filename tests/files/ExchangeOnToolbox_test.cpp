@@ -1,6 +1,7 @@
 // The exchange of two files over the real toolbox, by the file system's own way and by names.
 #include "os/SystemCalls_test_access.h"
 #include "platform/catalogue/ItemChanges.h"
+#include "platform/catalogue/MarkedItem.h"
 #include "platform/forks/ForkTest.h"
 #include "support/FailEach.h"
 #include "support/FailingCalls.h"
@@ -74,18 +75,7 @@ class ExchangeOnToolbox : public ItemChangesTest<support::FileWorldTest> {
         return Bytes(Info(inRef, kFSCatInfoGettableInfo & ~kFSCatInfoAttrMod));
     }
     static void Distinguish(const std::string& inPath, UInt8 inMark) {
-        const FSRef ref = RefOf(inPath);
-        FSCatalogInfo info = {};
-        info.textEncodingHint = inMark;
-        info.createDate = {0, 3'000'000'000U + inMark, 0};
-        info.backupDate = {0, 3'100'000'000U + inMark, 0};
-        std::memset(info.finderInfo, inMark, sizeof info.finderInfo);
-        std::memset(info.extFinderInfo, inMark, sizeof info.extFinderInfo);
-        EXPECT_EQ(noErr,
-                  FSSetCatalogInfo(&ref,
-                                   kFSCatInfoTextEncoding | kFSCatInfoCreateDate | kFSCatInfoBackupDate |
-                                       kFSCatInfoFinderInfo | kFSCatInfoFinderXInfo,
-                                   &info));
+        SetMarkedInfo(RefOf(inPath), inMark);
         FileWorld::SetMode(inPath, inMark == 1 ? 0640 : 0604);
         FileWorld::SetTimes(inPath, {1'000'000'000 + inMark, 0}, {1'100'000'000 + inMark, 0});
     }

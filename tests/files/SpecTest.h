@@ -2,9 +2,9 @@
 #pragma once
 
 #include "FilesTest.h"
+#include "Thrown.h"
 
 #include <files/TFSSpec.h>
-#include <foundation/LException.h>
 
 namespace test_files {
 
@@ -49,17 +49,6 @@ class SpecTest : public FilesTest {
             if (log[mReadCalls].rfind("CFString", 0) != 0 && log[mReadCalls].rfind("GetText", 0) != 0)
                 asked.push_back(log[mReadCalls]);
         return asked;
-    }
-
-    // The code that is thrown; 0 when nothing is.
-    template <class Function>
-    static long Thrown(const Function& inFunction) {
-        try {
-            inFunction();
-            return 0;
-        } catch (const LException& exception) {
-            return exception.GetErrorCode();
-        }
     }
 
     const FSRef mHere = fakes::RefOf(kHere);

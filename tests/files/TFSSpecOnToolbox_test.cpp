@@ -1,4 +1,5 @@
 // Specifications of files over the real toolbox.
+#include "Thrown.h"
 #include "platform/catalogue/ItemChanges.h"
 #include "support/FailEach.h"
 #include "support/FailingCalls.h"
@@ -6,7 +7,6 @@
 #include "support/FileWorld.h"
 
 #include <files/TFSSpec.h>
-#include <foundation/LException.h>
 #include <gtest/gtest.h>
 #include <toolbox/DefaultFolder.h>
 #include <toolbox/FinderInfo.h>
@@ -37,15 +37,6 @@ class TFSSpecOnToolbox : public ItemChangesTest<support::FileWorldTest> {
     }
     static std::string Name(const TFSSpec& inSpec) { return Text(inSpec.GetName()); }
 
-    template <class Function>
-    static long Thrown(const Function& inFunction) {
-        try {
-            inFunction();
-            return 0;
-        } catch (const LException& exception) {
-            return exception.GetErrorCode();
-        }
-    }
     static long ThrownOfPath(const std::string& inPath) {
         return Thrown([&] { const TFSSpec spec(inPath.c_str()); });
     }

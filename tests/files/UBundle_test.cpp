@@ -14,6 +14,7 @@
 
 namespace {
 
+using test_files::Thrown;
 using Calls = std::vector<std::string>;
 using Loader = OSStatus (*)(CFStringRef, CFBundleRef*, bool);
 

@@ -1,4 +1,5 @@
 // What is done with the items of specifications, over the real toolbox.
+#include "Thrown.h"
 #include "platform/catalogue/ItemChanges.h"
 #include "support/FailEach.h"
 #include "support/FailingCalls.h"
@@ -7,7 +8,6 @@
 #include "support/Variables.h"
 
 #include <files/UFSSpec.h>
-#include <foundation/LException.h>
 #include <gtest/gtest.h>
 #include <toolbox/Folders.h>
 
@@ -46,18 +46,6 @@ class UFSSpecOnToolbox : public ItemChangesTest<support::FileWorldTest> {
             text += name + (isFolder ? '(' + ItemsIn(path) + ')' : '=' + FileWorld::Contents(path)) + ' ';
         }
         return text;
-    }
-
-    template <class Function>
-    static long Thrown(const Function& inFunction) {
-        try {
-            inFunction();
-            return 0;
-        } catch (const LException& exception) {
-            return exception.GetErrorCode();
-        } catch (const std::bad_alloc&) {
-            return memFullErr;
-        }
     }
 
     Variables mVariables{{"HOME", mFolder.Path()}, {"LANG", "C"}, {"TMPDIR", mFolder.Path()}};

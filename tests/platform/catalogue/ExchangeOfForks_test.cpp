@@ -24,8 +24,8 @@ class ExchangeOfForks : public TwoFiles {
     ExchangeOfForks() {
         mFolder.MakeFile("._a", CompanionBytes("fork of a"));
         mFolder.MakeFile("sub/._b", CompanionBytes("fork of contents of b"));
-        Distinguish(mA, 1);
-        Distinguish(mB, 2);
+        SetMarkedInfo(mA, 1);
+        SetMarkedInfo(mB, 2);
     }
 
     static std::string ForksOf(const std::string& inPath) {

@@ -26,8 +26,8 @@ class Exchange : public TwoFiles {};
 INSTANTIATE_TEST_SUITE_P(Worlds, Exchange, support::BothWorlds(), support::NameOfWorld);
 
 TEST_P(Exchange, ContentsGoAndTheRestStays) {
-    Distinguish(mA, 1);
-    Distinguish(mB, 2);
+    SetMarkedInfo(mA, 1);
+    SetMarkedInfo(mB, 2);
     FileWorld::SetTimes(mFolder / "a", {1'000'000'000, 0}, {1'100'000'000, 0});
     FileWorld::SetTimes(mFolder / "sub/b", {1'200'000'000, 0}, {1'300'000'000, 0});
     const std::string staysOfA = WhatStays(mA);
@@ -295,7 +295,7 @@ TEST_P(Exchange, WhatTookTheNameMeanwhileStays) {
 }
 
 TEST_P(Exchange, EachCallFailing) {
-    Distinguish(mA, 1);
+    SetMarkedInfo(mA, 1);
     const std::string stays = WhatStays(mA) + WhatStays(mB);
     std::string contents = ContentsOfBoth();
     const int steps = support::FailEach<FailingCalls>(

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ItemChanges.h"
+#include "MarkedItem.h"
 #include "catalogue/VolumeFeatures_test_access.h"
 #include "support/FileWorld.h"
 
@@ -47,20 +48,6 @@ class TwoFiles : public ItemChangesTest<support::FileWorldTest> {
         const UInt64 created = Info(inRef, kFSCatInfoCreateDate).createDate.lowSeconds;
         return std::string(reinterpret_cast<const char*>(&info), sizeof info) + PathOf(inRef) +
                std::to_string(created);
-    }
-    // Every item has its own, and none is its default.
-    static void Distinguish(const FSRef& inRef, UInt8 inMark) {
-        FSCatalogInfo info = {};
-        info.textEncodingHint = inMark;
-        info.createDate = {0, 3'000'000'000U + inMark, 0};
-        info.backupDate = {0, 3'100'000'000U + inMark, 0};
-        std::memset(info.finderInfo, inMark, sizeof info.finderInfo);
-        std::memset(info.extFinderInfo, inMark, sizeof info.extFinderInfo);
-        EXPECT_EQ(noErr,
-                  FSSetCatalogInfo(&inRef,
-                                   kFSCatInfoTextEncoding | kFSCatInfoCreateDate | kFSCatInfoBackupDate |
-                                       kFSCatInfoFinderInfo | kFSCatInfoFinderXInfo,
-                                   &info));
     }
     std::string ContentsOfBoth() const {
         return FileWorld::Contents(mFolder / "a") + ", " + FileWorld::Contents(mFolder / "sub/b");
